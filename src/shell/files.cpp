@@ -1,0 +1,47 @@
+#include "shell/files.h"
+
+#include <dirent.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "shell/run.h"
+
+File open_file(const std::string& path, const char* mode) {
+  return File(std::fopen(path.c_str(), mode));
+}
+
+int is_folder(const char* dir_path, const char* path) {
+  const std::string whole = std::string(dir_path) + "/" + path;
+  return open_file(whole, "r") ? 1 : 0;
+}
+
+void dos_to_unix(const char* account_path) {
+  shell::run_unlogged(compose("dos2unix -q \"%s\"", account_path));
+}
+
+std::optional<std::vector<std::string>> list_folder(const std::string& path) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
+  if (!folder) return std::nullopt;
+  std::vector<std::string> names;
+  while (const dirent* entry = readdir(folder.get())) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  return names;
+}
+
+bool read_piece(std::FILE* file, std::size_t limit, std::string& piece) {
+  piece.clear();
+  while (piece.size() < limit) {
+    const int c = getc_unlocked(file);
+    if (c == EOF) break;
+    piece += static_cast<char>(c);
+    if (c == '\n') break;
+  }
+  return !piece.empty();
+}
+
+bool contains(const std::string& text, const char* part) {
+  return text.find(part) != std::string::npos;
+}

@@ -1,0 +1,105 @@
+#include "shell/run.h"
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "error/error.h"
+#include "shell/files.h"
+#include "shell/home.h"
+
+namespace {
+
+unsigned int seed = 0;
+
+constexpr std::size_t first_line_limit = 255;
+
+// Not run here: turns a raw status of system() into the log line and the caller's result.
+int report(int status, const char* cmd) {
+  if (status == -1) {
+    log_ret("fork failed, %s", cmd);
+    return -1;
+  }
+  // The raw word, on purpose: the shell's exit status 127 for an unknown command is 127 << 8 here and
+  // counts as an ordinary end.
+  if (status == 127) {
+    log_ret("exec failed, %s", cmd);
+    return -1;
+  }
+  if ((status & 0x7f) != 0) {
+    log_ret("abnormal termination %s", cmd);
+    return -1;
+  }
+  const int exit_status = WEXITSTATUS(status);
+  if (exit_status != 0) log_ret("normal termination, exit status %d, %s", exit_status, cmd);
+  return 0;
+}
+
+int read_first_line(const std::string& command, const std::string& file, std::string& line) {
+  File output = open_file(file, "r");
+  if (!output) {
+    log_ret("fopen in execute_first, %s, %s", command.c_str(), file.c_str());
+    return -1;
+  }
+  const bool found = read_piece(output.get(), first_line_limit, line);
+  output.reset();
+  if (std::remove(file.c_str()) != 0) {
+    log_ret("remove error, %s", command.c_str());
+    return -1;
+  }
+  if (!found) line.clear();
+  return found ? 1 : 0;
+}
+
+}  // namespace
+
+int SYSTEM(const char* cmd) { return report(std::system(cmd), cmd); }
+
+int SYSTEM(const shell::Command& cmd) {
+  if (cmd.refused()) {
+    log_ret("refused, %s", cmd.c_str());
+    return -1;
+  }
+  return SYSTEM(cmd.c_str());
+}
+
+int execute_first(const char* cmd, char* result) {
+  const std::string file = shell::tmp_file_name();
+  const std::string command = cmd + shell::compose(" > %s", file).text();
+  std::string line;
+  result[0] = '\0';
+  if (SYSTEM(command.c_str()) != 0) return -1;
+  const int found = read_first_line(command, file, line);
+  std::strcpy(result, line.c_str());  // at most 255 characters
+  return found;
+}
+
+void tmp_file(char* buf) {
+  const std::string name = shell::tmp_file_name();
+  const bool fits = name.size() < 64;
+  std::strcpy(buf, fits ? name.c_str() : "");
+}
+
+namespace shell {
+
+std::string tmp_file_name() {
+  std::srand(seed);
+  const std::string home = user_home();
+  const std::string name = home + "/." + std::to_string(std::rand());
+  ++seed;
+  return name;
+}
+
+int run_unlogged(const Command& cmd) { return cmd.refused() ? -1 : std::system(cmd.c_str()); }
+
+int execute_first(const Command& cmd, std::string& line) {
+  const std::string file = tmp_file_name();
+  const Command command = redirected(cmd, file);
+  line.clear();
+  if (SYSTEM(command) != 0) return -1;
+  return read_first_line(command.text(), file, line);
+}
+
+}  // namespace shell
