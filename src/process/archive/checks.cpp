@@ -1,0 +1,83 @@
+#include "process/archive/checks.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "error/error.h"
+#include "shell/files.h"
+#include "shell/run.h"
+
+namespace {
+
+constexpr std::size_t mount_point_size = 128;
+
+// The number on the first line of a command's output; 0 without a line.
+long long first_number(const shell::Command& command) {
+  std::string line;
+  if (shell::execute_first(command, line) != 1) return 0;
+  line.pop_back();  // the newline
+  return std::strtoll(line.c_str(), nullptr, 10);
+}
+
+// An archive too large for an int must not come out small or negative.
+int as_int(long long number) {
+  return static_cast<int>(std::clamp<long long>(number, INT_MIN, INT_MAX));
+}
+
+char* copied(const std::string& text) {
+  const std::size_t size = std::max(mount_point_size, text.size() + 2);
+  char* buffer = static_cast<char*>(std::calloc(size, 1));
+  if (buffer != nullptr) std::memcpy(buffer, text.data(), text.size());
+  return buffer;
+}
+
+}  // namespace
+
+int isZipfile(const char* path) {
+  std::string line;
+  if (shell::execute_first(compose("file -b \"%s\"", path), line) != 1) {
+    log_ret("isZipfile");
+    return -1;
+  }
+  return contains(line, "Zip") ? 1 : 0;
+}
+
+long long zip_bytes(const char* path) {
+  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", path));
+}
+
+int zipSize(const char* path) { return as_int(zip_bytes(path)); }
+
+long long tmp_blocks() { return first_number(compose("df /tmp | awk '{print $4}' | tail -n 1")); }
+
+int tmpSize() { return as_int(tmp_blocks()); }
+
+int tarsize(const char* path) {
+  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", path)));
+}
+
+int is_tarfile(const char* /*path*/) { return 1; }
+
+int isEncrypted(const char* path) {
+  // The blanks before the second pipe are part of the command as people find it in their logs.
+  const shell::Command command = compose(
+      "zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'", path);
+  std::string line;
+  if (shell::execute_first(command, line) != 1) return -1;
+  if (line == "not\n") return 0;
+  return line == "encrypted\n" ? 1 : -1;
+}
+
+char* mount_cdrom_remote(const char* fstype) {
+  // An already mounted disc is fine, so the result is not looked at.
+  if (std::strcmp(fstype, "iso9660") == 0) shell::run_unlogged(compose("mount /dev/cdrom"));
+  std::string line;
+  if (shell::execute_first(compose("mount -l -t %s", fstype), line) != 1) return nullptr;
+  const std::size_t on = line.find("on /");
+  if (on == std::string::npos) return nullptr;
+  const std::size_t start = on + std::strlen("on ");
+  const std::size_t end = line.find_first_of(" \n", start);
+  return copied(line.substr(start, end == std::string::npos ? end : end - start));
+}
