@@ -1,0 +1,23 @@
+// Documents, desktop and shared files.
+#ifndef BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
+#define BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
+
+/// Copies the documents folder `args` ("My Documents" or "Personal" of the archive) into the home and puts a
+/// link to it on the desktop. Returns 0, or -1 after "MyDocs " and the system error when the link cannot be
+/// written.
+int mydocs(const char* args);
+
+/// Copies the Windows desktop of `args`, an archive root or a profile's folder, onto the home's. Returns 0.
+int desktop(const char* args);
+
+/// Copies the files that were collected by their extension: for one user into the home, with a link on the
+/// desktop; for several into /Share, with a link on every desktop under /home and on root's.
+/// `args` is an archive root or a profile's folder. Returns 0, or -1 after a message with the system error
+/// when the link cannot be written or /home cannot be listed.
+int file_extensions(const char* args);
+
+/// Puts the link to /Share on the desktop of `home` and, on "Linspire" and "RedFlag", a bookmark for it into
+/// its Konqueror. `user` owns what is copied for that.
+void add_share_shortcut(const char* home, const char* user);
+
+#endif

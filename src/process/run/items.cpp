@@ -1,0 +1,47 @@
+#include "process/run/items.h"
+
+#include <cstdlib>
+
+#include "error/log.h"
+#include "shell/files.h"
+#include "state/posts.h"
+#include "state/state.h"
+#include "support/widgets.h"
+
+namespace {
+
+int draw_posted(void* data) { return draw(static_cast<Image_Result*>(data)); }
+
+int run_if_present(const char* folder, func_t func, const char* func_arg) {
+  const bool runs = func != nullptr && is_folder(new_dir_path, folder) == 1;
+  return runs ? func(func_arg) : -1;
+}
+
+}  // namespace
+
+void post_mark(const char* image, int result) {
+  auto* record = static_cast<Image_Result*>(std::malloc(sizeof(Image_Result)));
+  if (record == nullptr) return;
+  record->image = lookup_widget(window3, image);
+  record->result = result;
+  post_to_gui(draw_posted, record);
+}
+
+void item(Image_Result* /*buf*/, const char* image, const char* folder, func_t func, const char* func_arg) {
+  // The log of a run is the list of items attempted, missing ones included.
+  write_log(folder, fp_log);
+  post_mark(image, run_if_present(folder, func, func_arg));
+}
+
+int itemprofiles(Image_Result* /*buf*/, const char* /*image*/, const char* folder, func_t func,
+                 const char* func_arg) {
+  write_log(folder, fp_log);
+  return run_if_present(folder, func, func_arg);
+}
+
+int itemprofiles2(Image_Result* /*buf*/, const char* /*image*/, const char* folder, func_t func,
+                  const char* func_arg) {
+  write_log(folder, fp_log);
+  // Unlike itemprofiles a missing folder is delivered as 0, on purpose: nothing to migrate is no failure.
+  return is_folder(new_dir_path, folder) == 1 ? func(func_arg) : 0;
+}
