@@ -1,0 +1,211 @@
+#include "process/mail/mozilla/accounts.h"
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "process/mail/account.h"
+#include "process/mail/mozilla/personal.h"
+#include "shell/files.h"
+#include "shell/fill.h"
+#include "shell/home.h"
+#include "shell/run.h"
+#include "state/state.h"
+
+namespace {
+
+std::string profiles_folder(const std::string& home) { return home + "/.mozilla/default"; }
+
+// Any first entry counts, a plain file too: a fresh profile tree holds the salted folder alone.
+std::optional<std::string> first_profile(const std::string& home) {
+  const auto names = list_folder(profiles_folder(home));
+  if (!names) std::perror("In mozilla_mail() opendir: ");
+  if (!names || names->empty()) return std::nullopt;
+  return names->front();
+}
+
+void make_mail_folders(const std::string& profile) {
+  SYSTEM(compose("mkdir %s/Mail", profile));
+  SYSTEM(compose("mkdir %s/Mail/Local\\ Folders", profile));
+}
+
+shell::Command copy_command(std::string_view source, std::string_view destination) {
+  constexpr std::string_view local_folders = "/Local\\ Folders";
+  if (!destination.ends_with(local_folders)) return compose("cp -rf %s/* %s", source, destination);
+  destination.remove_suffix(local_folders.size());
+  return compose("cp -rf %s/* %s/Local\\ Folders", source, destination);
+}
+
+File open_prefs(const std::string& profile, const char* mode) {
+  File file = open_file(profile + "/prefs.js", mode);
+  if (!file) std::printf("\nERROR :: Could not create file");
+  return file;
+}
+
+void write(const File& file, const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), file.get());
+}
+
+// The stray ")" behind the type line is kept on purpose: a profile is to come out as it always has.
+constexpr std::string_view local_folders_account =
+    R"js(user_pref("mail.account.account1.server", "server1");
+user_pref("mail.accountmanager.localfoldersserver", "server1");
+user_pref("mail.root.pop3", "@profile@/Mail");
+user_pref("mail.root.none", "@profile@/Mail");
+user_pref("mail.root.imap", "@profile@/ImapMail");
+user_pref("mail.server.server1.directory", "@profile@/Mail/Local Folders");
+user_pref("mail.server.server1.hostname", "Local Folders");
+user_pref("mail.server.server1.login_at_startup", true);
+user_pref("mail.server.server1.name", "Local Folders");
+user_pref("mail.server.server1.type", "none");)
+user_pref("mail.server.server1.userName", "nobody");
+)js";
+
+bool create_prefs(const std::string& profile) {
+  SYSTEM(compose("rm %s/prefs.js", profile));
+  const File file = open_prefs(profile, "w");
+  if (file) write(file, fill(local_folders_account, {{"profile", profile}}));
+  return file != nullptr;
+}
+
+// On purpose: the account's name, the one its owner knows, stands for the sender's full name too; the stray
+// ")" behind the type line, as above.
+constexpr std::string_view account_preferences =
+    R"js(user_pref("mail.account.account@n@.identities", "id@n@");
+user_pref("mail.account.account@n@.server", "server@n@");
+user_pref("mail.identity.id@n@.draft_folder", "@mailbox@/Drafts");
+user_pref("mail.identity.id@n@.drafts_folder_picker_mode", "0");
+user_pref("mail.identity.id@n@.fcc_folder", "@mailbox@/Sent");
+user_pref("mail.identity.id@n@.fcc_folder_picker_mode", "0");
+user_pref("mail.identity.id@n@.fullName", "@name@");
+user_pref("mail.identity.id@n@.smtpServer", "smtp@n@");
+user_pref("mail.identity.id@n@.stationery_folder", "@mailbox@/Templates");
+user_pref("mail.identity.id@n@.tmpl_folder_picker_mode", "0");
+user_pref("mail.identity.id@n@.useremail", "@address@");
+user_pref("mail.identity.id@n@.valid", true);
+user_pref("mail.server.server@n@.directory", "@directory@");
+user_pref("mail.server.server@n@.hostname", "@host@");
+user_pref("mail.server.server@n@.login_at_startup", true);
+user_pref("mail.server.server@n@.name", "@name@");
+user_pref("mail.server.server@n@.port", @port@);
+user_pref("mail.server.server@n@.isSecure", @secure@);
+user_pref("mail.server.server@n@.leave_on_server", @keep@);
+user_pref("mail.server.server@n@.type", "@type@");)
+user_pref("mail.identity.id@n@.organization", "@organization@");
+user_pref("mail.identity.id@n@.reply_to", "@reply_to@");
+user_pref("mail.server.server@n@.userName", "@user@");
+user_pref("mail.smtpserver.smtp@n@.auth_method", 1);
+user_pref("mail.smtpserver.smtp@n@.hostname", "@smtp_host@");
+user_pref("mail.smtpserver.smtp@n@.port", 25);
+user_pref("mail.smtpserver.smtp@n@.try_ssl", @try_ssl@);
+user_pref("mail.smtpserver.smtp@n@.username", "@user@");
+)js";
+
+// All POP3 accounts share the local folders; an IMAP account has a folder named after its host.
+std::string server_directory(const MailAccount& account, const std::string& profile) {
+  return account.imap ? profile + "/ImapMail/" + account.host : profile + "/Mail/Local Folders";
+}
+
+std::string preferences(const MailAccount& account, const std::string& profile, int number) {
+  return fill(account_preferences, {{"n", std::to_string(number)},
+                                    {"mailbox", "mailbox://" + account.user + "@" + account.host},
+                                    {"name", account.name},
+                                    {"address", account.address},
+                                    {"directory", server_directory(account, profile)},
+                                    {"host", account.host},
+                                    {"port", account.port},
+                                    {"secure", account.secure ? "true" : "false"},
+                                    {"keep", account.keep_on_server ? "true" : "false"},
+                                    {"type", account.imap ? "imap" : "pop3"},
+                                    {"organization", account.organization},
+                                    {"reply_to", account.reply_to},
+                                    {"user", account.user},
+                                    {"smtp_host", account.smtp_host},
+                                    {"try_ssl", account.smtp_secure ? "1" : "0"}});
+}
+
+constexpr std::string_view closing_lists = R"js(user_pref("mail.accountmanager.accounts", "@accounts@");
+user_pref("mail.smtpservers", "@servers@");
+)js";
+
+// Accounts 1 to `last` and outgoing servers 2 to `last`: the local folders send nothing.
+std::string account_lists(int last) {
+  std::string accounts = "account1";
+  std::string servers;
+  for (int number = 2; number <= last; ++number) {
+    accounts += ",account" + std::to_string(number);
+    servers += (servers.empty() ? "smtp" : ",smtp") + std::to_string(number);
+  }
+  return fill(closing_lists, {{"accounts", accounts}, {"servers", servers}});
+}
+
+}  // namespace
+
+int mozilla(const char* args) {
+  std::printf("Migration Mozilla Account Settings");
+  const std::string home = user_home();
+  const auto name = home.empty() ? std::nullopt : first_profile(home);
+  if (!name) return -1;
+  std::printf("line::%s\n", name->c_str());
+
+  std::string root_profile;
+  if (isDefaultUser == 0) {
+    const auto root_name = first_profile("/root");
+    if (!root_name) return -1;
+    root_profile = profiles_folder("/root") + "/" + *root_name;
+    SYSTEM(compose("rm %s/.mozilla/appreg", home));  // Mozilla then makes its register of profiles anew
+  }
+  const std::string profile = profiles_folder(home) + "/" + *name;
+  std::printf("Path::%s\n", profile.c_str());
+  std::printf("Root Path::%s\n", root_profile.c_str());
+
+  const std::string destination = profile + "/Mail/Local\\ Folders";
+  make_mail_folders(profile);
+  std::printf("Destination::%s\n", destination.c_str());
+  // -1, no accounts in the archive, stops nothing: contacts, mail and calendar can be there without them.
+  if (mozillaaccountsettings(profile.c_str(), args) == 1) return 1;
+  std::printf("Migrating addressbook");
+  if (mozillaaddressbook(args, profile.c_str(), root_profile.c_str()) == 1) return 1;
+  std::printf("Migrating Mozilla Emails.");
+  copymozillafiles((args + std::string("/Mail")).c_str(), destination.c_str());
+  std::printf("Migrating Mozilla Calendar.");
+  return mozillacalendar(args, profile.c_str());
+}
+
+int mozillaaccountsettings(const char* mozillapath, const char* args) {
+  const std::string folder = std::string(args) + "/ImapMail/brindle-email-accounts";
+  const auto names = list_folder(folder);
+  if (!names) {
+    std::perror("In mail_account() opendir: ");
+    return -1;
+  }
+  if (!create_prefs(mozillapath)) return 1;
+  int number = 1;
+  for (const std::string& name : *names) {
+    const std::string path = folder + "/" + name;
+    dos_to_unix(path.c_str());
+    mozilla_extract_from_account_path(path.c_str(), mozillapath, ++number);
+  }
+  const File file = open_prefs(mozillapath, "a");
+  if (!file) return 1;
+  write(file, account_lists(number));
+  return 0;
+}
+
+int mozilla_extract_from_account_path(const char* account_path, const char* args, int seqno) {
+  const auto account = read_account(account_path, Fallbacks::second);
+  if (!account) return 1;
+  std::printf("Account Name::%s\n", account->name.c_str());
+  const File file = open_prefs(args, "a");
+  if (!file) return 1;
+  std::printf("\n\n File Opened");
+  write(file, preferences(*account, args, seqno));
+  return 0;
+}
+
+int copymozillafiles(const char* sourcedir, const char* destdir) {
+  const shell::Command command = copy_command(sourcedir, destdir);
+  std::printf("CMD::%s\n", command.c_str());
+  return SYSTEM(command);
+}

@@ -1,0 +1,104 @@
+#include "process/mail/mozilla/calendar_lines.h"
+
+#include <cstdio>
+#include <string_view>
+
+#include "shell/files.h"
+
+namespace {
+
+std::string fold(const std::string& line) {
+  std::string folded;
+  for (const char c : line) {
+    if (c == ';' || c == ':') folded += "\n ";
+    folded += c;
+  }
+  return folded;
+}
+
+// The text behind the first `key`, up to the first of `ends` or the newline.
+std::string text_after(const std::string& line, std::string_view key, std::string_view ends = "") {
+  const std::size_t from = line.find(key) + key.size();
+  const std::size_t to = line.find_first_of(std::string(ends) + '\n', from);
+  return line.substr(from, to - from);
+}
+
+std::string recurrence_units(const std::string& line) {
+  const std::string frequency = text_after(line, "FREQ=", ";");
+  std::printf("Recurrence::%s", frequency.c_str());
+  const std::string units = "X-MOZILLA-RECUR-DEFAULT-UNITS\n";
+  if (frequency == "MONTHLY") return units + " :months\n";
+  if (frequency == "YEARLY") return units + " :years\n";
+  // Misspelt on purpose: a daily rule, which is spelt DAILY, is to get no units line.
+  if (frequency == "DAILLY") return units + " :days\n";
+  return "";
+}
+
+// Kept on purpose, as in every calendar made so far: the cut is at the first "B", whatever part of the rule
+// begins there, and the position stands once, before the whole list.
+std::string with_position_in_days(const std::string& line, const std::string& position) {
+  const std::string days = position + text_after(line, "BYDAY=", ";");
+  std::printf("newbyday::%s", days.c_str());
+  return line.substr(0, line.find('B')) + "BYDAY=" + days + "\n";
+}
+
+std::string merge_set_position(const std::string& line) {
+  if (!contains(line, "BYSETPOS=")) return line;
+  std::printf("found bysetpos");
+  const std::string position = text_after(line, "BYSETPOS=");
+  std::printf("Bysetpos::%s", position.c_str());
+  if (!contains(line, "BYDAY=")) return line;
+  std::printf("found byday");
+  // The archive has the days first. The other way round the position would swallow them.
+  if (line.find("BYDAY=") > line.find("BYSETPOS=")) return line;
+  return with_position_in_days(line, position);
+}
+
+std::string recurrence(const std::string& line) {
+  const std::string units = recurrence_units(line);
+  return units + merge_set_position(line);
+}
+
+std::string task_priority(std::string line) {
+  const std::size_t value = line.find("PRIORITY:") + std::string_view("PRIORITY:").size();
+  if (line.compare(value, 1, "4") == 0) line[value] = '5';
+  return fold(line);
+}
+
+}  // namespace
+
+std::string CalendarLines::calendar(const std::string& line) {
+  if (contains(line, "-PT")) return alarm_duration(line);
+  if (contains(line, "RRULE:FREQ=")) return recurrence(line);
+  if (contains(line, "END:VALARM")) return alarm_end(line);
+  return line;
+}
+
+std::string CalendarLines::task(const std::string& line) {
+  if (contains(line, "DUE;TZID=")) return fold(line);
+  if (contains(line, "DTSTART;TZID=")) return fold(line);
+  if (contains(line, "PRIORITY:")) return task_priority(line);
+  if (contains(line, "-PT")) return alarm_duration(line);
+  if (contains(line, "END:VALARM")) return alarm_end(line);
+  if (contains(line, "RRULE:FREQ=")) return recurrence_units(line) + line;
+  return line;
+}
+
+// Without a unit the rest of the line is the number, and the unit stays what it was.
+std::string CalendarLines::alarm_duration(const std::string& line) {
+  length_ = text_after(line, "-PT", "MHD");
+  const std::size_t end = line.find("-PT") + 3 + length_.size();
+  const char letter = end < line.size() ? line[end] : '\n';
+  if (letter == 'M') unit_ = Unit::minutes;
+  if (letter == 'H') unit_ = Unit::hours;
+  if (letter == 'D') unit_ = Unit::days;
+  return fold(line);
+}
+
+// Before any duration the value is empty, but its line is there: the property stays well formed.
+std::string CalendarLines::alarm_end(const std::string& line) const {
+  std::string text = line;
+  if (unit_ == Unit::hours) text += "X-MOZILLA-ALARM-DEFAULT-UNITS\n :hours\n";
+  if (unit_ == Unit::days) text += "X-MOZILLA-ALARM-DEFAULT-UNITS\n :days\n";
+  return text + "X-MOZILLA-ALARM-DEFAULT-LENGTH\n :" + length_ + "\n";
+}

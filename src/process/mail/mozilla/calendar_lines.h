@@ -1,0 +1,39 @@
+// Lines of the archive's iCalendar files, written for the Mozilla calendar.
+#ifndef BRINDLE_PROCESS_MAIL_MOZILLA_CALENDAR_LINES_H
+#define BRINDLE_PROCESS_MAIL_MOZILLA_CALENDAR_LINES_H
+
+#include <string>
+
+/// Rewrites one line at a time. Lines come with their newline; what is returned may be several lines.
+///
+/// To fold is to put a newline and a blank before each ";" and each ":", as the Mozilla calendar keeps its
+/// properties:
+///
+///   TRIGGER;VALUE=DURATION:-PT15M   becomes   TRIGGER
+///                                              ;VALUE=DURATION
+///                                              :-PT15M
+///
+/// The alarm defaults Mozilla wants behind each alarm come from the last duration met: they stay from line
+/// to line and from the calendar to the tasks.
+class CalendarLines {
+ public:
+  /// A line of calendar.ics. An alarm's duration is folded; a recurrence gets the units it defaults to and
+  /// its set position put before its days (BYDAY=MO;BYSETPOS=2 is BYDAY=2MO); an alarm's end is followed
+  /// by the alarm defaults.
+  std::string calendar(const std::string& line);
+
+  /// A line of tasks.ics: the same without the set position; due and start times of a time zone and
+  /// priorities are folded too, and priority 4 becomes 5.
+  std::string task(const std::string& line);
+
+ private:
+  enum class Unit { minutes, hours, days };
+
+  std::string alarm_duration(const std::string& line);
+  std::string alarm_end(const std::string& line) const;
+
+  Unit unit_ = Unit::minutes;
+  std::string length_;
+};
+
+#endif

@@ -1,0 +1,17 @@
+// Calendar, tasks and contacts into a profile of the Mozilla suite.
+#ifndef BRINDLE_PROCESS_MAIL_MOZILLA_PERSONAL_H
+#define BRINDLE_PROCESS_MAIL_MOZILLA_PERSONAL_H
+
+/// Rewrites the archive's calendar.ics and tasks.ics for the Mozilla calendar (calendar_lines.h) and
+/// replaces Calendar/CalendarDataFile.ics of the profile folder `path` by them, the tasks in front.
+/// `args` is the archive root; its two files are rewritten in place from copies beside them. Tasks without
+/// a calendar make the file alone; a calendar file that is missing counts as an empty one. Returns 0.
+int mozillacalendar(const char* args, const char* path);
+
+/// Converts the address book of the archive root `args` into ImapMail/Contacts/addressbook.xml and has
+/// Mozilla import it. Mozilla imports only into the running user's own profile: for another user that is
+/// the administrator's profile folder `rootpath`, whose own address books are set aside meanwhile, and the
+/// result is copied into the profile folder `path`. Failing commands stop nothing. Returns 0.
+int mozillaaddressbook(const char* args, const char* path, const char* rootpath);
+
+#endif
