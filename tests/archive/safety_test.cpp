@@ -1,0 +1,61 @@
+#include "process/archive/safety.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+struct Unpacked : testing::Test {
+  Unpacked() {
+    write_file("/tmp/out/secret", "s");
+    write_file("/tmp/in/Brindle/My Documents/plain", "p");
+    write_file("/tmp/in/Brindle/My Documents/sub/deep", "d");
+  }
+  static void link(const char* target, const char* name) {
+    ASSERT_EQ(0, symlink(target, ("/tmp/in/Brindle/My Documents/" + std::string(name)).c_str()));
+  }
+  static bool left(const char* name) { return exists("/tmp/in/Brindle/My Documents/" + std::string(name)); }
+};
+
+TEST_F(Unpacked, LinksThatPointOutAreRemoved) {
+  link("/tmp/out/secret", "absolute");
+  link("../../../out/secret", "upwards");
+  link("sub/../../../../out", "downwards first");
+  link("/", "root of the machine");
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  const std::string said = testing::internal::GetCapturedStderr();
+  for (const char* name : {"absolute", "upwards", "downwards first", "root of the machine"}) {
+    EXPECT_FALSE(left(name)) << name;
+    EXPECT_NE(std::string::npos, said.find(name)) << said;
+  }
+  EXPECT_TRUE(exists("/tmp/out/secret"));
+}
+
+TEST_F(Unpacked, WhatIsHarmlessStays) {
+  link("plain", "beside");
+  link("sub/deep", "below");
+  link("sub", "folder");
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+  for (const char* name : {"plain", "sub/deep", "beside", "below", "folder"}) EXPECT_TRUE(left(name)) << name;
+}
+
+TEST_F(Unpacked, PipesAndDevicesAreRemoved) {
+  ASSERT_EQ(0, mkfifo("/tmp/in/Brindle/My Documents/pipe", 0600));
+  shell_quietly("mknod '/tmp/in/Brindle/My Documents/device' c 1 3");
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  testing::internal::GetCapturedStderr();
+  EXPECT_FALSE(left("pipe"));
+  EXPECT_FALSE(left("device"));
+}
+
+TEST(UnpackedNothing, AMissingFolderIsNoTrouble) { remove_unsafe_entries("/tmp/missing"); }
+
+}  // namespace

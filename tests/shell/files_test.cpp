@@ -1,0 +1,92 @@
+#include "shell/files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+TEST(IsFolder, IsTrueForWhateverOpensForReading) {
+  write_file("/tmp/a/plain", "x");
+  EXPECT_EQ(1, is_folder("/tmp", "a"));
+  EXPECT_EQ(1, is_folder("/tmp/a", "plain"));
+  EXPECT_EQ(0, is_folder("/tmp/a", "missing"));
+  EXPECT_EQ(1, is_folder("/tmp", "a/plain"));
+}
+
+TEST(IsFolder, IsFalseForWhatMayNotBeRead) {
+  write_file("/tmp/a/plain", "x");
+  chmod("/tmp/a/plain", 0);
+  ASSERT_EQ(0, seteuid(65534));
+  const int readable = is_folder("/tmp/a", "plain");
+  ASSERT_EQ(0, seteuid(0));
+  EXPECT_EQ(0, readable);
+}
+
+TEST(IsFolder, TakesPathsOfAnyLength) {
+  const std::string deep = std::string(200, 'd') + "/" + std::string(200, 'e');
+  write_file("/tmp/" + deep, "x");
+  EXPECT_EQ(1, is_folder("/tmp", deep.c_str()));
+}
+
+TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
+  SystemLog log;
+  write_file("/tmp/a b.txt", "one\r\ntwo\r\n");
+  dos_to_unix("/tmp/a b.txt");
+  EXPECT_EQ("one\ntwo\n", read_file("/tmp/a b.txt"));
+  dos_to_unix("/tmp/missing");
+  EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/tmp/a b.txt\"", "dos2unix -q \"/tmp/missing\""));
+  EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST(ListFolder, GivesEveryEntryButTheTwoDots) {
+  write_file("/tmp/f/.hidden", "");
+  write_file("/tmp/f/b", "");
+  write_file("/tmp/f/sub/inner", "");
+  EXPECT_THAT(list_folder("/tmp/f").value(), UnorderedElementsAre(".hidden", "b", "sub"));
+}
+
+TEST(ListFolder, HasNoValueForAFolderThatCannotBeOpened) {
+  EXPECT_FALSE(list_folder("/tmp/missing"));
+  EXPECT_EQ(ENOENT, errno);
+}
+
+TEST(ReadPiece, GivesALongLineInPieces) {
+  write_file("/tmp/p", "abcdef\nxy\n\nlast");
+  const File file = open_file("/tmp/p", "r");
+  std::string piece;
+  std::vector<std::string> pieces;
+  while (read_piece(file.get(), 4, piece)) pieces.push_back(piece);
+  EXPECT_THAT(pieces, ElementsAre("abcd", "ef\n", "xy\n", "\n", "last"));
+}
+
+TEST(ReadPiece, ANewlineRightBehindAFullPieceComesAlone) {
+  write_file("/tmp/p", "abcd\nx\n");
+  const File file = open_file("/tmp/p", "r");
+  std::string piece;
+  std::vector<std::string> pieces;
+  while (read_piece(file.get(), 4, piece)) pieces.push_back(piece);
+  EXPECT_THAT(pieces, ElementsAre("abcd", "\n", "x\n"));
+}
+
+TEST(ReadPiece, KeepsNulBytes) {
+  const std::string bytes("a\0b\n", 4);
+  write_file("/tmp/p", bytes);
+  const File file = open_file("/tmp/p", "r");
+  std::string piece;
+  ASSERT_TRUE(read_piece(file.get(), 100, piece));
+  EXPECT_EQ(bytes, piece);
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+#include "shell/run.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "error/error.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// ---- SYSTEM: what is logged and what the caller gets ----------------------------------------------------
+
+TEST(System, SaysNothingAboutACommandThatSucceeds) {
+  SystemLog log;
+  EXPECT_EQ(0, SYSTEM("true"));
+  EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST(System, LogsAFailedCommandButCountsItAsSuccess) {
+  SystemLog log;
+  errno = ENOENT;
+  EXPECT_EQ(0, SYSTEM("exit 3"));
+  EXPECT_THAT(log.messages(),
+              ElementsAre(HasSubstr(": normal termination, exit status 3, exit 3: ")));
+}
+
+TEST(System, AnUnknownCommandIsAnOrdinaryEnd) {
+  SystemLog log;
+  EXPECT_EQ(0, SYSTEM("no-such-program-here 2>/dev/null"));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("normal termination, exit status 127, no-such-program-here")));
+}
+
+TEST(System, ADeathByASignalIsAFailure) {
+  SystemLog log;
+  EXPECT_EQ(-1, SYSTEM("kill -KILL $$"));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("abnormal termination kill -KILL $$: ")));
+}
+
+TEST(System, PercentSignsOfACommandReachTheLogAsTheyAre) {
+  SystemLog log;
+  SYSTEM("false %s%n%d");
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("exit status 1, false %s%n%d: ")));
+}
+
+TEST(System, DoesNotRunARefusedCommand) {
+  SystemLog log;
+  EXPECT_EQ(-1, SYSTEM(compose("touch %s", "-x")));
+  EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("refused, touch ")));
+}
+
+TEST(System, RunUnloggedLogsNothing) {
+  SystemLog log;
+  EXPECT_NE(0, shell::run_unlogged(compose("false")));
+  EXPECT_EQ(-1, shell::run_unlogged(compose("touch %s", "-x")));
+  EXPECT_THAT(log.messages(), IsEmpty());
+  EXPECT_THAT(commands_run(), ElementsAre("false"));
+}
+
+// ---- execute_first --------------------------------------------------------------------------------------
+
+std::string temporary_file(unsigned seed) {
+  std::srand(seed);
+  return "/root/." + std::to_string(std::rand());
+}
+
+TEST(ExecuteFirst, KeepsTheNewlineOfTheFirstLine) {
+  char result[256] = "old";
+  EXPECT_EQ(1, execute_first("echo 5; echo 6", result));
+  EXPECT_STREQ("6\n", result);  // the redirection takes the last command's output only
+  EXPECT_EQ(1, execute_first("printf '5\\n6\\n'", result));
+  EXPECT_STREQ("5\n", result);
+}
+
+TEST(ExecuteFirst, SendsTheOutputThroughAHiddenFileInTheHome) {
+  const std::string first = temporary_file(0);
+  char result[256];
+  execute_first("echo 5", result);
+  EXPECT_THAT(commands_run(), ElementsAre("echo 5 > " + first));
+  EXPECT_FALSE(exists(first));
+}
+
+TEST(ExecuteFirst, NoOutputIsNoFailure) {
+  char result[256] = "old";
+  EXPECT_EQ(0, execute_first("true", result));
+  EXPECT_STREQ("", result);
+  EXPECT_EQ(0, execute_first("false", result));
+  EXPECT_EQ("", output_of("ls -A /root"));
+}
+
+TEST(ExecuteFirst, ReadsAtMost255Characters) {
+  char result[256];
+  EXPECT_EQ(1, execute_first("printf '%0300d\\n' 7", result));
+  EXPECT_EQ(std::string(255, '0'), result);
+}
+
+TEST(ExecuteFirst, FailsWhenTheCommandIsKilled) {
+  char result[256] = "old";
+  EXPECT_EQ(-1, execute_first("kill -KILL $$", result));
+}
+
+TEST(ExecuteFirst, FailsWhenTheFileCannotBeOpened) {
+  SystemLog log;
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "nobody-here"));
+  char result[256];
+  const std::string file = "/home/nobody-here/" + temporary_file(0).substr(6);
+  EXPECT_EQ(-1, execute_first("echo 5", result));
+  EXPECT_THAT(log.messages(),
+              ElementsAre(HasSubstr("normal termination, exit status 2, echo 5 > " + file),
+                          HasSubstr("fopen in execute_first, echo 5 > " + file + ", " + file +
+                                    ": No such file or directory")));
+}
+
+TEST(ExecuteFirst, FailsWhenTheFileCannotBeRemoved) {
+  SystemLog log;
+  const std::string file = temporary_file(0);
+  shell_quietly("mkdir -p " + file + "/full");
+  char result[256];
+  EXPECT_EQ(-1, execute_first("echo 5", result));
+  EXPECT_THAT(log.messages().back(), HasSubstr("remove error, echo 5 > " + file + ": Directory not empty"));
+}
+
+TEST(ExecuteFirst, TakesAComposedCommandOfAnyLength) {
+  const std::string long_name(400, 'x');
+  std::string line;
+  EXPECT_EQ(1, shell::execute_first(compose("echo %s", long_name), line));
+  EXPECT_EQ(std::string(255, 'x'), line);
+  EXPECT_EQ(-1, shell::execute_first(compose("echo %s", "-n"), line));
+}
+
+TEST(TmpFile, NamesAreTheSameInEveryRunAndReseedTheGenerator) {
+  for (const unsigned seed : {0u, 1u, 2u, 3u}) {
+    const std::string expected = temporary_file(seed);
+    const int following = std::rand();
+    char name[64];
+    std::srand(777);
+    tmp_file(name);
+    EXPECT_EQ(expected, name);
+    EXPECT_EQ(following, std::rand());
+  }
+}
+
+TEST(TmpFile, LeavesTheBufferEmptyForAHomeThatDoesNotFit) {
+  isDefaultUser = 0;
+  assign(cur_user, std::string(60, 'u').c_str());
+  char name[64] = "old";
+  tmp_file(name);
+  EXPECT_STREQ("", name);
+  EXPECT_THAT(shell::tmp_file_name(), testing::StartsWith("/home/" + std::string(60, 'u') + "/."));
+}
+
+}  // namespace
