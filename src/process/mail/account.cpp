@@ -1,9 +1,18 @@
 #include "process/mail/account.h"
 
+#include <cerrno>
+
 #include "process/archive/settings.h"
 #include "shell/files.h"
 
 namespace {
+
+// A folder among the account files opens like a file, but nothing in it can be read.
+bool is_readable(std::FILE* file) {
+  errno = 0;
+  std::getc(file);
+  return std::ferror(file) == 0;
+}
 
 std::string text(std::FILE* file, const char* key) { return setting(file, key).value_or(""); }
 
@@ -74,7 +83,7 @@ void read_outgoing(std::FILE* file, MailAccount& account) {
 
 std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallbacks) {
   const File file = open_file(path, "r");
-  if (!file) return std::nullopt;
+  if (!file || !is_readable(file.get())) return std::nullopt;
   MailAccount account;
   read_sender(file.get(), fallbacks, account);
   read_incoming(file.get(), account);

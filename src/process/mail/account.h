@@ -34,7 +34,7 @@ enum class Fallbacks {
 };
 
 /// Reads the account settings file at `path` (LF line ends). No value, with errno set, when it cannot be
-/// opened.
+/// opened or is no file.
 std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallbacks);
 
 #endif

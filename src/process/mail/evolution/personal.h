@@ -1,0 +1,25 @@
+// Calendar, contacts and tasks for Evolution.
+#ifndef BRINDLE_PROCESS_MAIL_EVOLUTION_PERSONAL_H
+#define BRINDLE_PROCESS_MAIL_EVOLUTION_PERSONAL_H
+
+/// Copies calendar, address book and tasks from the archive's folder "ImapMail", `args`, into the stores of
+/// Evolution 2 (the home has ".evolution") or Evolution 1, and for Evolution 2 makes the first calendar and
+/// task list the shown ones. What the archive lacks is skipped. Returns 0.
+int calendar_contacts_tasks(const char* args);
+
+/// Makes the first calendar source the one that Evolution shows. Returns 0, also when there is no source;
+/// -1 when a profile's source file cannot be opened or its list of shown calendars cannot be made.
+int display_calendar();
+
+/// The same for the first task list; a profile without a source file gives 0 here.
+int display_tasks();
+
+/// Copies the first source's uid of `str`, the XML text of a source group, into `buf` (128 bytes).
+/// Returns 0, or -1 after "get_source_uid " with the system error on standard error when there is none (or
+/// it does not fit); `buf` is then left as it was.
+int get_source_uid(const char* str, char* buf);
+
+/// The same for a whole %gconf.xml, where quotes are written &quot; ; `buf` has 3072 bytes.
+int get_source_uid2(const char* str, char* buf);
+
+#endif

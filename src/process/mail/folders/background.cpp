@@ -1,0 +1,8 @@
+#include "process/mail/folders/background.h"
+
+#include "shell/run.h"
+
+void* func(void* args) {
+  SYSTEM(static_cast<const char*>(args));
+  return nullptr;
+}

@@ -1,0 +1,15 @@
+// Mail folders for KMail: every mbox file becomes a maildir folder, one file a message.
+#ifndef BRINDLE_PROCESS_MAIL_FOLDERS_KMAIL_H
+#define BRINDLE_PROCESS_MAIL_FOLDERS_KMAIL_H
+
+/// Converts the folder "Mail" of the archive root `args` into "Mail" in the home of the target user.
+/// Returns the result of setupemails.
+int kmailemails(const char* args);
+
+/// Converts the mbox files of `sourcedir` and, through their NAME.sbd folders, all subfolders into maildir
+/// folders in `destdir`. KMail's own names ("inbox", "sent-mail", ...) are given at the first level only,
+/// when `isfirstlevel` is 1. Returns 0, also when the folder cannot be listed: that is reported as
+/// "In setupemails() opendir: " with the system error.
+int setupemails(const char* sourcedir, const char* destdir, int isfirstlevel);
+
+#endif

@@ -1,0 +1,111 @@
+#include "process/mail/folders/mbox.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t block_size = std::size_t{1} << 18;
+constexpr std::size_t message_buffer_size = std::size_t{1} << 16;
+
+// Kept: a longer line comes in pieces, and each piece is judged as a line of its own.
+constexpr std::size_t piece_limit = 1023;
+
+constexpr std::string_view separator = "From ";
+
+bool holds(std::string_view piece, std::string_view part) {
+  return piece.find(part) != std::string_view::npos;
+}
+
+// The rule looks at the fifth character after "From ", not at the first: kept, the "From - Mon ..." of a
+// Mozilla mailbox keeps its top-level encoding line, as it always has.
+int removal_after(std::string_view separator_line) {
+  const std::string_view text = separator_line.substr(separator.size());
+  const std::size_t length = std::min(text.find('\n'), text.size());
+  return length < 5 || text[4] == '-' ? 1 : 0;
+}
+
+}  // namespace
+
+PieceReader::PieceReader(std::FILE* file, std::size_t limit)
+    : file_(file), limit_(limit), block_(std::max(block_size, limit)) {
+  std::setvbuf(file, nullptr, _IONBF, 0);  // the block is the buffer
+}
+
+bool PieceReader::next(std::string_view& piece) {
+  if (end_ - begin_ < limit_ && !ended_) refill();
+  const std::size_t window = std::min(end_ - begin_, limit_);
+  if (window == 0) return false;
+  const char* start = block_.data() + begin_;
+  const void* newline = std::memchr(start, '\n', window);
+  const std::size_t size =
+      newline == nullptr ? window : static_cast<std::size_t>(static_cast<const char*>(newline) - start) + 1;
+  piece = std::string_view(start, size);
+  begin_ += size;
+  return true;
+}
+
+void PieceReader::refill() {
+  std::memmove(block_.data(), block_.data() + begin_, end_ - begin_);
+  end_ -= begin_;
+  begin_ = 0;
+  const std::size_t wanted = block_.size() - end_;
+  const std::size_t found = std::fread(block_.data() + end_, 1, wanted, file_);
+  end_ += found;
+  ended_ = found < wanted;
+}
+
+MboxSplitter::MboxSplitter(std::string prefix) : prefix_(std::move(prefix)), buffer_(message_buffer_size) {}
+
+void MboxSplitter::take(std::string_view piece) {
+  if (piece.starts_with(separator)) {
+    start_message(piece);
+  } else {
+    continue_message(piece);
+  }
+}
+
+void MboxSplitter::finish() {
+  if (iswriteopen) message_.reset();
+  iswriteopen = false;
+}
+
+void MboxSplitter::start_message(std::string_view piece) {
+  if (cnt > 1) finish();
+  ++cnt;
+  std::printf("new email.");
+  removeencoding = removal_after(piece);
+  message_ = open_file(prefix_ + std::to_string(cnt), "w");
+  iswriteopen = message_ != nullptr;
+  if (iswriteopen) std::setvbuf(message_.get(), buffer_.data(), _IOFBF, buffer_.size());
+  write(piece);
+}
+
+void MboxSplitter::continue_message(std::string_view piece) {
+  // In this order: a boundary may hold "--" itself.
+  if (holds(piece, "--")) removeencoding = 0;
+  if (holds(piece, "boundary=\"")) removeencoding = 1;
+  const bool dropped = removeencoding == 1 && holds(piece, "Content-Transfer-Encoding: base64");
+  if (!dropped && cnt > 1) write(piece);
+}
+
+void MboxSplitter::write(std::string_view piece) {
+  if (iswriteopen) fwrite_unlocked(piece.data(), 1, piece.size(), message_.get());
+}
+
+void split_mbox(const std::string& path, const std::string& prefix) {
+  std::printf("Filepath::%s\n", path.c_str());
+  const File mbox = open_file(path, "r");
+  if (!mbox) return;
+  std::printf("File Read");
+  MboxSplitter splitter(prefix);
+  std::printf("Trying to now get each line.::%d\n", splitter.count());
+  PieceReader reader(mbox.get(), piece_limit);
+  std::string_view piece;
+  while (reader.next(piece)) splitter.take(piece);
+  std::printf("Count::%d\n", splitter.count());
+  splitter.finish();
+  std::printf("end");
+}
