@@ -42,13 +42,12 @@ int set_gconf_bool(const char* key, gboolean val) {
 }
 
 int set_gconf_list(const char* key, GSList* list) {
-  std::puts("spawning the gconf tool.");
+  std::printf("spawning the gconf tool.");
   spawn_daemon();
-  std::puts("before gconf list");
-  if (client == nullptr ||
-      gconf_client_set_list(client, key, GCONF_VALUE_STRING, list, nullptr) == FALSE)
+  std::printf("before gconf list");
+  if (client == nullptr || gconf_client_set_list(client, key, GCONF_VALUE_STRING, list, nullptr) == FALSE)
     return failed("in set_gconf_list ");
-  std::puts("after gconf list");
+  std::printf("after gconf list");
   return 0;
 }
 

@@ -60,7 +60,7 @@ TEST(KonquerorBookmark, RunsItsCommandsAndSaysWhatItFound) {
   forget_commands();
   testing::internal::CaptureStdout();
   add_konqueror_bookmark("/root", "<new/>");
-  EXPECT_EQ("found something\n", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("found something", testing::internal::GetCapturedStdout());
   EXPECT_THAT(commands_run(), ElementsAre(std::string("rm -f ") + copy_of_bookmarks,
                                           std::string("cp ") + bookmarks + " " + copy_of_bookmarks));
   EXPECT_EQ("<xbel/>\n", read_file(copy_of_bookmarks));
