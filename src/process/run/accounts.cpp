@@ -10,7 +10,7 @@
 
 #include "process/archive/layout.h"
 #include "process/archive/settings.h"
-#include "process/mail/evolution/personal.h"
+#include "process/mail/evolution/new_home.h"
 #include "process/run/applications.h"
 #include "process/run/items.h"
 #include "process/run/sequence.h"

@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "gconf/client.h"
-#include "process/mail/evolution/personal.h"
+#include "process/mail/evolution/new_home.h"
 #include "process/run/sequence.h"
 #include "shell/files.h"
 #include "shell/run.h"
