@@ -1,0 +1,323 @@
+#include "process/run/accounts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "run/fakes.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::Pair;
+using testing::StartsWith;
+
+constexpr const char* root = "/tmp/brindAb/Brindle";
+
+std::string in_archive(const std::string& name) { return std::string(root) + "/" + name; }
+
+// ---- users.txt ------------------------------------------------------------------------------------------
+
+struct Users : testing::Test {
+  static int check(const std::string& users) {
+    write_file(in_archive("users.txt"), users);
+    isMultiUser = 7;
+    return CheckMultiUser(root);
+  }
+};
+
+TEST_F(Users, SayWhetherThereAreSeveral) {
+  EXPECT_EQ(0, check("Default=ann\nMultiUser Migration=1\n"));
+  EXPECT_EQ(1, isMultiUser);
+  EXPECT_STREQ("ann", default_user);
+  EXPECT_EQ(0, check("Default=ann\nMultiUser Migration=0\n"));
+  EXPECT_EQ(0, isMultiUser);
+}
+
+TEST_F(Users, MissingAltogetherMeanOne) {
+  SystemLog log;
+  EXPECT_EQ(0, CheckMultiUser("/tmp/missing"));
+  EXPECT_EQ(0, isMultiUser);
+  EXPECT_EQ(nullptr, default_user);
+  EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/tmp/missing/users.txt\""));
+  EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Users, WithoutTheLineMeanSeveral) {
+  check("Default=ann\n");
+  EXPECT_EQ(1, isMultiUser);
+}
+
+TEST_F(Users, MayHaveWindowsLineEnds) {
+  check("Default=ann\r\nMultiUser Migration=0\r\n");
+  EXPECT_EQ(0, isMultiUser);
+  EXPECT_STREQ("ann", default_user);
+  EXPECT_EQ("Default=ann\nMultiUser Migration=0\n", read_file(in_archive("users.txt")));
+}
+
+TEST_F(Users, TheLastCharacterDecides) {
+  check("MultiUser Migration=10\n");
+  EXPECT_EQ(0, isMultiUser);
+  check("MultiUser Migration=\n");
+  EXPECT_EQ(1, isMultiUser);
+  check("MultiUser Migration=0 \n");
+  EXPECT_EQ(1, isMultiUser);
+}
+
+TEST_F(Users, AKeyIsFoundAnywhereInALine) {
+  check("MyDefault=x\nDefault=y\nMultiUser Migration=0\n");
+  EXPECT_STREQ("x", default_user);
+}
+
+// ---- The account loop -----------------------------------------------------------------------------------
+
+struct Family : testing::Test {
+  Family() {
+    // A skeleton home in each of the three forms, small and easy to tell.
+    shell_quietly(
+        "mkdir -p /tmp/s/root/.mozilla /usr/local/brindle && echo s > /tmp/s/root/.mozilla/skeleton &&"
+        "tar -cf /usr/local/brindle/linspireroot.tar -C /tmp/s root &&"
+        "tar -cjf /usr/local/brindle/nldroot.tar.bz2 -C /tmp/s/root .mozilla &&"
+        "cp /usr/local/brindle/nldroot.tar.bz2 /usr/local/brindle/redflagroot.tar.bz2");
+    isMultiUser = 1;
+    on("GNome");
+  }
+  static void on(const char* system) { assign(OSName, system); }
+  static void profile(const std::string& name) {
+    write_file(in_archive("Profiles/" + name + "/My Documents/of " + name + ".txt"), name);
+  }
+  static void migrate() {
+    testing::internal::CaptureStdout();
+    run_as_worker([] { migrate_profiles(root); });
+    said = testing::internal::GetCapturedStdout();
+  }
+  static bool ran(const std::string& command) {
+    const auto commands = commands_run();
+    return std::find(commands.begin(), commands.end(), command) != commands.end();
+  }
+  static std::string said;
+};
+std::string Family::said;
+
+TEST_F(Family, EachProfileBecomesAnAccount) {
+  profile("ann");
+  profile("9ben");
+  migrate();
+  for (const std::string name : {"ann", "9ben"}) {
+    EXPECT_EQ("of " + name + ".txt\n", output_of("ls /home/" + name + "/Documents"));
+    EXPECT_EQ("s\n", read_file("/home/" + name + "/.mozilla/skeleton"));
+    EXPECT_EQ("/home/" + name + "\n", output_of("getent passwd " + name + " | cut -d: -f6"));
+    EXPECT_EQ("users\n", output_of("id -gn " + name));
+    EXPECT_EQ("", output_of("find /home/" + name + " ! -user " + name));
+    EXPECT_FALSE(exists("/home/" + name + "/pass"));
+  }
+  EXPECT_THAT(posts(), ElementsAre(Pair("image_0", 0)));
+}
+
+TEST_F(Family, CommandsOfOneAccountInOrder) {
+  profile("ann");
+  migrate();
+  std::vector<std::string> commands = commands_run();
+  // Up to the profile's own items.
+  const auto items = std::find(commands.begin(), commands.end(), "mkdir -p /home/ann/Documents");
+  ASSERT_NE(commands.end(), items);
+  const std::vector<std::string> before(commands.begin(), items);
+  const std::string evolution = "/home/ann/.gconf/apps/evolution/";
+  EXPECT_THAT(before,
+              ElementsAre("rm -rf /tmp/nldroot", "mkdir /tmp/nldroot", "mkdir /tmp/nldroot/root",
+                          "tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root",
+                          "groupadd users", "useradd ann -d /home/ann -m -k /tmp/nldroot/root -g users",
+                          "cp " + evolution + "addressbook/%gconf.xml " + evolution + "addressbook/%gconftemp.xml",
+                          "cp " + evolution + "calendar/%gconf.xml " + evolution + "calendar/%gconftemp.xml",
+                          "cp " + evolution + "tasks/%gconf.xml " + evolution + "tasks/%gconftemp.xml",
+                          "chpasswd < /home/ann/pass", "rm /home/ann/pass"));
+  EXPECT_EQ("chown -R ann /home/ann", commands.back());
+}
+
+TEST_F(Family, EachSystemHasItsOwnAccountCommand) {
+  profile("ann");
+  on("Linspire");
+  migrate();
+  EXPECT_TRUE(ran("tar -xf \"/usr/local/brindle/linspireroot.tar\" -C /tmp/linspireroot"));
+  EXPECT_FALSE(ran("mkdir /tmp/linspireroot/root"));
+  EXPECT_TRUE(ran("useradd ann -d /home/ann -m -k /tmp/linspireroot/root -G "
+                  "audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash -g users"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("gconf"))));
+}
+
+TEST_F(Family, OnRedFlag) {
+  profile("ann");
+  on("RedFlag");
+  migrate();
+  EXPECT_TRUE(ran("tar -jxf \"/usr/local/brindle/redflagroot.tar.bz2\" -C /tmp/redflagroot/root"));
+  EXPECT_TRUE(ran("useradd ann -d /home/ann -m -k /tmp/redflagroot/root -s /bin/bash -g users"));
+  EXPECT_EQ("/bin/bash\n", output_of("getent passwd ann | cut -d: -f7"));
+  // Fonts are everybody's there: no copy for a profile.
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("/.fonts"))));
+}
+
+TEST_F(Family, OnXandrosAccountsAreMadeFromRootsHome) {
+  profile("ann");
+  write_file("/root/of root", "");
+  on("Xandros");
+  migrate();
+  EXPECT_TRUE(ran("useradd ann -d /home/ann -m -k /root -g users"));
+  EXPECT_TRUE(exists("/home/ann/of root"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("tar "))));
+  EXPECT_THAT(commands_run(), Contains(HasSubstr("/home/ann/.gconf/apps/evolution/tasks/%gconftemp.xml")));
+}
+
+TEST_F(Family, FontsComeFromTheArchiveRoot) {
+  profile("ann");
+  write_file(in_archive("Fonts/a.ttf"), "root's");
+  write_file(in_archive("Profiles/ann/Fonts/b.ttf"), "ann's");
+  migrate();
+  EXPECT_EQ("a.ttf\n", output_of("ls /home/ann/.fonts | grep -v cache"));
+}
+
+TEST_F(Family, PasswordIsTheLoginName) {
+  profile("ann");
+  migrate();
+  EXPECT_EQ(0, shell_quietly("perl -e 'my @e = getpwnam(\"ann\"); exit(crypt(\"ann\", $e[1]) ne $e[1])'"));
+}
+
+TEST_F(Family, PasswordFileIsReadableByRootAlone) {
+  profile("ann");
+  write_file("/usr/local/bin/chpasswd", "#!/bin/sh\nstat -c '%a %U' /home/ann/pass > /tmp/pass; cat >> /tmp/pass\n");
+  shell_quietly("chmod 755 /usr/local/bin/chpasswd; umask 0");
+  migrate();
+  EXPECT_EQ("600 root\nann:ann\n", read_file("/tmp/pass"));
+}
+
+TEST_F(Family, TracesTellTheSteps) {
+  profile("ann");
+  migrate();
+  EXPECT_THAT(said, HasSubstr("Tar Command::tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root\n"
+                              "Home Directory Path::/tmp/nldroot\n"));
+  EXPECT_THAT(said, HasSubstr("P2::abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789\nP1::a\n"
+                              "Migrating Data for User::ann\nbuffer=/home/ann\n"
+                              "User's Home Directory::/home/ann\n"));
+  EXPECT_THAT(said, HasSubstr("resetpassword::chpasswd < /home/ann/pass\n"
+                              "STEP 1: User and Home Directory Created.STEP 3: Migrating.........."));
+  EXPECT_THAT(said, HasSubstr("Path::/tmp/brindAb/Brindle/Profiles/ann\n"));
+  EXPECT_THAT(said, testing::EndsWith("....................DONESTEP 4: Chown Completed."));
+}
+
+// ---- Names that are no login names ----------------------------------------------------------------------
+
+TEST_F(Family, ANameMustBeginWithALetterOrDigit) {
+  profile("_ann");
+  profile("ben");
+  migrate();
+  EXPECT_THAT(posts(), ElementsAre(Pair("user error", 0), Pair("image_0", 0)));
+  EXPECT_FALSE(exists("/home/_ann"));
+  EXPECT_TRUE(exists("/home/ben"));
+  EXPECT_THAT(said, HasSubstr("Invalid User."));
+}
+
+TEST_F(Family, HostileNamesNeverRunAnything) {
+  for (const char* name : {"a;touch ran", "a$(touch ran)", "a`touch ran`", "a\ntouch ran", "a' 'b\"", "a -G disk"})
+    profile(name);
+  SystemLog log;
+  migrate();
+  EXPECT_EQ("", output_of("ls -d ran /tmp/ran /root/ran /home/ran 2>/dev/null"));
+  EXPECT_EQ(6u, [&] {
+    std::size_t refused = 0;
+    for (const auto& message : log.messages()) refused += message.find(", useradd ") != std::string::npos ? 1 : 0;
+    return refused;
+  }());
+  EXPECT_THAT(commands_run(), Contains("useradd 'a;touch ran' -d '/home/a;touch ran' -m -k /tmp/nldroot/root -g users"));
+}
+
+TEST_F(Family, ANameCannotSetAnotherAccountsPassword) {
+  const std::string before = read_file("/etc/shadow");
+  profile("a\nroot:owned");
+  shell_quietly("mkdir '/home/a\nroot:owned'");  // so that only the name keeps the file from being written
+  migrate();
+  EXPECT_EQ(before, read_file("/etc/shadow"));
+}
+
+// ---- Failures -------------------------------------------------------------------------------------------
+
+TEST_F(Family, WithoutProfilesTheMarkEndsAsSuccess) {
+  migrate();
+  EXPECT_THAT(posts(), ElementsAre(Pair("image_0", -1), Pair("image_0", 0)));
+  EXPECT_THAT(said, testing::EndsWith("No Profiles Directory."));
+}
+
+TEST_F(Family, AFailedAccountDoesNotStopTheProfile) {
+  profile("ann");
+  profile("ben");
+  write_file("/usr/local/bin/useradd", "#!/bin/sh\nexit 1\n");
+  shell_quietly("chmod 755 /usr/local/bin/useradd");
+  SystemLog log;
+  migrate();
+  EXPECT_TRUE(ran("chpasswd < /home/ann/pass"));
+  EXPECT_TRUE(ran("rm /home/ann/pass"));
+  EXPECT_TRUE(ran("chown -R ben /home/ben"));
+  EXPECT_THAT(log.messages(), Contains(HasSubstr("normal termination, exit status 1, useradd ann")));
+}
+
+TEST_F(Family, AFileOfTheUsersOwnIsNeitherOverwrittenNorRemoved) {
+  shell_quietly("useradd -m ann");
+  write_file("/home/ann/pass", "my recipes");
+  profile("ann");
+  testing::internal::CaptureStderr();
+  migrate();
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("/home/ann/pass is already there and stays"));
+  EXPECT_EQ("my recipes", read_file("/home/ann/pass"));
+  EXPECT_FALSE(ran("chpasswd < /home/ann/pass"));
+}
+
+TEST_F(Family, APlainFileInProfilesIsAnEntryToo) {
+  write_file(in_archive("Profiles/notes.txt"), "");
+  migrate();
+  EXPECT_TRUE(ran("useradd notes.txt -d /home/notes.txt -m -k /tmp/nldroot/root -g users"));
+  EXPECT_THAT(posts(), ElementsAre(Pair("image_0", 0)));
+}
+
+// ---- One profile ----------------------------------------------------------------------------------------
+
+TEST_F(Family, AProfileMayBeGivenTheVeryBufferItChanges) {
+  profile("ann");
+  shell_quietly("mkdir -p /home/ann");
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  assign(new_dir_path, in_archive("Profiles").c_str());
+  EXPECT_EQ(0, profiles(new_dir_path));
+  EXPECT_EQ(in_archive("Profiles/ann"), new_dir_path);
+  EXPECT_EQ("ann", read_file("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Family, PersonalServesAProfileWithoutMyDocuments) {
+  write_file(in_archive("Profiles/ann/Personal/p.txt"), "p");
+  migrate();
+  EXPECT_EQ("p", read_file("/home/ann/Documents/p.txt"));
+}
+
+TEST_F(Family, AnUnknownSystemMigratesDocumentsAndDesktopOnly) {
+  on("INVALID");
+  profile("ann");
+  write_file(in_archive("Profiles/ann/Desktop/d.lnk"), "d");
+  write_file(in_archive("Profiles/ann/Bookmark.htm"), "b");
+  shell_quietly("mkdir -p /home/ann/Desktop");
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  profiles(in_archive("Profiles").c_str());
+  EXPECT_TRUE(exists("/home/ann/Documents/of ann.txt"));
+  EXPECT_TRUE(exists("/home/ann/Desktop/d.lnk"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("Bookmark.htm"))));
+}
+
+}  // namespace

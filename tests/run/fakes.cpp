@@ -1,0 +1,103 @@
+#include "run/fakes.h"
+
+#include <glib.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <thread>
+
+#include "process/run/items.h"
+#include "state/posts.h"
+#include "state/state.h"
+#include "support/widgets.h"
+
+namespace {
+
+Posts posted;
+std::map<std::string, std::function<void()>> answers;
+
+int note(const std::string& name) {
+  take_hand_over();
+  posted.emplace_back(name, 0);
+  if (answers.count(name) != 0) answers[name]();
+  return 0;
+}
+
+// Stands for the image widgets: one address a name, kept for ever.
+std::map<std::string, std::string*> widgets;
+
+}  // namespace
+
+GtkWidget* window3 = nullptr;
+
+GtkWidget* lookup_widget(GtkWidget* /*widget*/, const char* name) {
+  std::string*& known = widgets[name];
+  if (known == nullptr) known = new std::string(name);
+  return reinterpret_cast<GtkWidget*>(known);
+}
+
+int draw(Image_Result* data) {
+  take_hand_over();
+  posted.emplace_back(*reinterpret_cast<std::string*>(data->image), data->result);
+  std::free(data);
+  return 0;
+}
+
+int show_popup_window(void*) { return note("done"); }
+int show_popup_multi_user_error_window(void*) { return note("multi user error"); }
+int show_popup_printer_error_window(void*) {
+  note("printer error");
+  isPrinterPopupOpen = 0;
+  return 0;
+}
+int show_popup_user_error_window(void*) {
+  note("user error");
+  isUserPopupOpen = 0;
+  return 0;
+}
+int show_popup_window_select_driver(void*) {
+  note("driver window");
+  isWindowSelectDriverOpen = 0;
+  return 0;
+}
+int show_smb_username_password_window(void*) {
+  note("share window");
+  isWindowSmbUsernamePasswordOpen = 0;
+  return 0;
+}
+int done_button_bar(void*) { return note("done buttons"); }
+
+const Posts& posts() { return posted; }
+
+std::map<std::string, int> marks() {
+  std::map<std::string, int> last;
+  for (const auto& [name, result] : posted) {
+    if (name.starts_with("image_")) last[name] = result;
+  }
+  return last;
+}
+
+int times_posted(const std::string& name) {
+  int times = 0;
+  for (const auto& post : posted) times += post.first == name ? 1 : 0;
+  return times;
+}
+
+void when_shown(const std::string& name, std::function<void()> answer) { answers[name] = std::move(answer); }
+
+void drain_posts() {
+  while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
+  }
+}
+
+void run_as_worker(const std::function<void()>& body) {
+  std::atomic<bool> done{false};
+  std::thread worker([&] {
+    body();
+    done = true;
+    g_main_context_wakeup(nullptr);
+  });
+  while (!done) g_main_context_iteration(nullptr, TRUE);
+  worker.join();
+  drain_posts();
+}

@@ -1,0 +1,405 @@
+#include "process/run/process.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "run/fakes.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::Pair;
+using testing::StartsWith;
+
+bool closing_fails = false;
+
+}  // namespace
+
+// Takes the C library's place for the one test in which a file cannot be closed.
+extern "C" int fclose(std::FILE* file) {
+  using Close = int (*)(std::FILE*);
+  static const Close next = reinterpret_cast<Close>(dlsym(RTLD_NEXT, "fclose"));
+  const int result = next(file);
+  return closing_fails ? EOF : result;
+}
+
+namespace {
+
+// A machine of one system and an archive to migrate onto it.
+struct Run : testing::Test {
+  Run() {
+    shell_quietly("rm -f /etc/*-version /etc/redflag-release; mkdir -p /root/Desktop /root/.evolution /root/.mozilla");
+    for (const char* program : {"kmail", "kaddressbook", "killall", "evolution", "dcop", "mozilla", "sleep"})
+      stand_in(program);
+    fp_log = std::fopen("/tmp/log", "w");
+  }
+  static void stand_in(const std::string& program) {
+    write_file("/usr/local/bin/" + program, "#!/bin/sh\nexit 0\n");
+    shell_quietly("chmod 755 /usr/local/bin/" + program);
+  }
+  static void on(const std::string& system) {
+    if (system == "Linspire") write_file("/etc/linspire-version", "");
+    if (system == "Xandros") write_file("/etc/xandros-version", "");
+    if (system == "RedFlag") write_file("/etc/redflag-release", "Red Flag release 4.1 x\n");
+    if (system == "INVALID") write_file("/etc/redflag-release", "Red Flag release 4.2\n");
+  }
+  static void pack(const std::string& name, const std::string& bytes) { write_file("/tmp/in/" + name, bytes); }
+  static void migrate(const std::string& archive = "/tmp/my archive.zip") {
+    shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .");
+    ASSERT_TRUE(assign(g_filename, archive.c_str()));
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    run_as_worker([] { EXPECT_EQ(nullptr, process(nullptr)); });
+    complained = testing::internal::GetCapturedStderr();
+    said = testing::internal::GetCapturedStdout();
+  }
+  static std::string log() {
+    std::fflush(fp_log);
+    return read_file("/tmp/log");
+  }
+  static std::string dir() { return dir_name.load(); }
+  static std::string said;
+  static std::string complained;
+};
+std::string Run::said;
+std::string Run::complained;
+
+// ---- Which marks a system posts -------------------------------------------------------------------------
+
+TEST_F(Run, OnLinspirePostsItsMarksInOrder) {
+  on("Linspire");
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_THAT(posts(), ElementsAre(Pair("image_12", -1), Pair("image_0", -1), Pair("image_1", 0), Pair("image_2", -1),
+                                   Pair("image_3", -1), Pair("image_4", -1), Pair("image_5", -1),
+                                   Pair("image_6", -1), Pair("image_7", -1), Pair("image_8", -1),
+                                   Pair("image_9", -1), Pair("image_10", -1), Pair("done buttons", 0),
+                                   Pair("done", 0)));
+  EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
+  EXPECT_FALSE(exists(dir()));
+  EXPECT_THAT(said, HasSubstr("Aboutj to call mozilla mailAbout to call kdewallpaper"));
+}
+
+TEST_F(Run, OnXandrosPrinterMarkStaysEmpty) {
+  on("Xandros");
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_EQ(0, times_posted("image_10"));
+  EXPECT_EQ(0, times_posted("image_11"));
+  EXPECT_EQ(1, times_posted("image_9"));
+  EXPECT_THAT(said, HasSubstr("About to call kmailAbout to call kdewallpaper"));
+}
+
+TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
+  on("Xandros");
+  pack("Brindle/x", "");
+  migrate();
+  const auto commands = commands_run();
+  const auto first = std::find(commands.begin(), commands.end(), "kmail");
+  ASSERT_NE(commands.end(), first);
+  EXPECT_THAT(std::vector<std::string>(first, first + 4),
+              ElementsAre("kmail", "killall kmail", "kaddressbook", "killall kaddressbook"));
+}
+
+TEST_F(Run, OnRedFlagGroupwiseStaysEmpty) {
+  on("RedFlag");
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_EQ(1, times_posted("image_10"));
+  EXPECT_EQ(0, times_posted("image_11"));
+  EXPECT_EQ("a", read_file("/root/Desktop/mydocument/a.txt"));
+}
+
+TEST_F(Run, OnGnomePostsEveryMark) {
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_EQ(13u, marks().size());
+  EXPECT_THAT(said, Not(HasSubstr("About")));
+  EXPECT_THAT(commands_run(), Contains("cp /usr/local/brindle/firefox.desktop /root/.gnome2/panel2.d/default/launchers/"));
+}
+
+TEST_F(Run, OnAnInvalidSystemNothingHappens) {
+  on("INVALID");
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_THAT(posts(), IsEmpty());
+  EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_EQ("ends\n", log());
+  EXPECT_EQ(nullptr, dir_name.load());
+}
+
+// ---- Log, traces, commands ------------------------------------------------------------------------------
+
+TEST_F(Run, LogListsTheItemsAttempted) {
+  on("Linspire");
+  pack("Brindle/Personal/a.txt", "a");
+  migrate();
+  EXPECT_EQ(
+      "Personal\nDesktop\nImapMail\nWallpaper\nBookmark.htm\nCookies.txt\nFonts\nFile Extensions\nMapped_Drives\n"
+      "delete Brindle folder\nshow popup dialog\nends\n",
+      log());
+}
+
+TEST_F(Run, TracesTellWhereItIs) {
+  on("Linspire");
+  pack("Brindle/users.txt", "Default=ann\r\nMultiUser Migration=0\r\n");
+  migrate();
+  EXPECT_THAT(said, HasSubstr("\nOS Name::Linspire\nOS Version::Any\n"));
+  EXPECT_THAT(said, HasSubstr("Dir Name::" + dir()));
+  EXPECT_THAT(said, HasSubstr("Temp Dir Path::" + dir() + "/Brindle\n"));
+  EXPECT_THAT(said, HasSubstr("Is Multi User::0\nDefault User::ann\n"));
+  EXPECT_THAT(said, HasSubstr("Initializing Applications..............\n"));
+  EXPECT_THAT(said, HasSubstr("Applications Initialization.......DONE"));
+  EXPECT_THAT(said, HasSubstr("New Dir Path::" + dir() + "/Brindle\nDoing for default user::ann\n"));
+}
+
+TEST_F(Run, CommandsOfAnEmptyArchiveInOrder) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_THAT(commands_run(), ElementsAre("unzip -o \"/tmp/my archive.zip\" -d \"" + dir() + "\"",
+                                          "dos2unix -q \"" + dir() + "/Brindle/users.txt\"", "rm -rf " + dir(),
+                                          "rm -rf "));
+  EXPECT_THAT(dir(), StartsWith("/tmp/brind"));
+  EXPECT_EQ(16u, dir().size());
+}
+
+TEST_F(Run, OnlyLoggedCommandsReachTheSystemLog) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  SystemLog system_log;
+  migrate("/tmp/missing.zip");
+  EXPECT_THAT(system_log.messages(), IsEmpty());  // unzip failed, but unlogged; its result is not negative
+  EXPECT_EQ("", complained.substr(0, complained.find("unzip")));
+}
+
+// ---- Skeleton homes -------------------------------------------------------------------------------------
+
+TEST_F(Run, AHomeWithoutABrowserProfileGetsOne) {
+  on("Linspire");
+  shell_quietly(
+      "rm -rf /root/.mozilla && mkdir -p /tmp/s/root/.mozilla /usr/local/brindle && touch /tmp/s/root/.mozilla/appreg "
+      "/tmp/s/root/.mozilla/kept && tar -cf /usr/local/brindle/linspireroot.tar -C /tmp/s root");
+  pack("Brindle/x", "");
+  migrate();
+  const auto commands = commands_run();
+  EXPECT_THAT(std::vector<std::string>(commands.begin() + 2, commands.end() - 2),
+              ElementsAre("rm -rf /tmp/linspireroot", "mkdir /tmp/linspireroot",
+                          "tar -xf \"/usr/local/brindle/linspireroot.tar\" -C /tmp/linspireroot",
+                          "cp -a /tmp/linspireroot/root/.mozilla /root", "rm /root/.mozilla/appreg",
+                          "rm -rf /tmp/linspireroot"));
+  EXPECT_EQ("rm -rf /tmp/linspireroot", commands.back());
+  EXPECT_EQ("kept\n", output_of("ls /root/.mozilla"));
+  EXPECT_THAT(said, HasSubstr("untarringTar Command::tar -xf \"/usr/local/brindle/linspireroot.tar\" -C "
+                              "/tmp/linspireroot\nHome Directory Path::/tmp/linspireroot\n"));
+}
+
+TEST_F(Run, OnRedFlagTheSkeletonHoldsTheHomeItself) {
+  on("RedFlag");
+  shell_quietly(
+      "rm -rf /root/.mozilla && mkdir -p /tmp/s/.mozilla /usr/local/brindle && touch /tmp/s/.mozilla/kept && "
+      "tar -cjf /usr/local/brindle/redflagroot.tar.bz2 -C /tmp/s .mozilla");
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_THAT(commands_run(), Contains("mkdir /tmp/redflagroot/root"));
+  EXPECT_THAT(commands_run(),
+              Contains("tar -jxf \"/usr/local/brindle/redflagroot.tar.bz2\" -C /tmp/redflagroot/root"));
+  EXPECT_EQ("kept\n", output_of("ls /root/.mozilla"));
+}
+
+TEST_F(Run, AProfileThatIsThereIsLeftAlone) {
+  for (const char* system : {"Linspire", "RedFlag"}) {
+    on(system);
+    pack("Brindle/x", "");
+    migrate();
+    EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("tar -"))));
+    shell_quietly("rm /etc/linspire-version");
+  }
+}
+
+TEST_F(Run, OnGnomeWithBrowserAndEvolutionNothingIsUnpacked) {
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("tar -"))));
+  EXPECT_THAT(commands_run(), Not(Contains("evolution")));
+  EXPECT_THAT(said, HasSubstr("Initializing Applications for NLD.::1\n"));
+}
+
+TEST_F(Run, OnGnomeWithoutEvolutionItIsStartedOnce) {
+  shell_quietly(
+      "rm -rf /root/.evolution && mkdir -p /tmp/s/.mozilla /usr/local/brindle && touch /tmp/s/.mozilla/new && "
+      "tar -cjf /usr/local/brindle/nldroot.tar.bz2 -C /tmp/s .mozilla");
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_THAT(commands_run(), Contains("evolution"));
+  EXPECT_THAT(commands_run(), Contains("tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root"));
+  // The browser profile was there, so the skeleton's is not copied over it.
+  EXPECT_FALSE(exists("/root/.mozilla/new"));
+  EXPECT_FALSE(exists("/tmp/nldroot"));
+}
+
+TEST_F(Run, OnGnomeTheFileManagerIsSetUpFirst) {
+  pack("Brindle/x", "");
+  migrate();
+  // Once for the client and twice for each of the three booleans, before anything else but the unpacking.
+  const auto commands = commands_run();
+  EXPECT_THAT(std::vector<std::string>(commands.begin(), commands.begin() + 9),
+              ElementsAre("gconftool-2 --spawn", StartsWith("unzip -o "), StartsWith("dos2unix "),
+                          "gconftool-2 --spawn", "gconftool-2 --spawn", "gconftool-2 --spawn", "gconftool-2 --spawn",
+                          "gconftool-2 --spawn", "gconftool-2 --spawn"));
+}
+
+// ---- Several users, ordinary users ----------------------------------------------------------------------
+
+TEST_F(Run, SeveralUsersNeedRoot) {
+  on("Linspire");
+  shell_quietly("useradd -m -u 2345 ann && mkdir -p /home/ann/.mozilla && chmod 666 /tmp/log");
+  pack("Brindle/users.txt", "MultiUser Migration=1\n");
+  pack("Brindle/My Documents/a.txt", "a");
+  pack("Brindle/Profiles/ben/My Documents/b.txt", "b");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .; chmod -R a+rX /tmp/in");
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate();
+  EXPECT_THAT(posts(), ElementsAre(Pair("done buttons", 0), Pair("multi user error", 0)));
+  EXPECT_EQ("delete Brindle folder\nshow popup dialog\nends\n", log());
+  EXPECT_FALSE(exists("/home/ann/Documents"));
+  EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(Run, AnOrdinaryUserIsToldAboutPrintersFirst) {
+  on("Linspire");
+  shell_quietly("useradd -m -u 2345 ann && mkdir -p /home/ann/.mozilla /home/ann/Desktop && chown -R ann /home/ann");
+  pack("Brindle/My Documents/a.txt", "a");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .; chmod -R a+rX /tmp/in; chmod 666 /tmp/log");
+  bool migrated_before = true;
+  when_shown("printer error", [&] { migrated_before = exists("/home/ann/Documents"); });
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate();
+  EXPECT_FALSE(migrated_before);
+  EXPECT_THAT(posts().front(), Pair("printer error", 0));  // with or without printers in the archive
+  EXPECT_EQ(-1, marks()["image_12"]);
+  EXPECT_EQ(-1, marks()["image_10"]);
+  EXPECT_EQ(0, marks()["image_1"]);
+  EXPECT_EQ("a", read_file("/home/ann/Documents/a.txt"));
+}
+
+TEST_F(Run, AFamilyIsMigratedBeforeTheRunningUser) {
+  on("Linspire");
+  shell_quietly("mkdir -p /tmp/s/root/Desktop /usr/local/brindle; tar -cf /usr/local/brindle/linspireroot.tar -C /tmp/s root");
+  pack("Brindle/users.txt", "Default=ann\r\nMultiUser Migration=1\r\n");
+  pack("Brindle/My Documents/mine.txt", "root's");
+  pack("Brindle/Profiles/ann/My Documents/hers.txt", "ann's");
+  migrate();
+  EXPECT_EQ("hers.txt\n", output_of("ls /home/ann/Documents"));
+  EXPECT_EQ("mine.txt\n", output_of("ls /root/Documents"));
+  EXPECT_EQ(0, marks()["image_0"]);
+  EXPECT_EQ(1, isDefaultUser);
+  EXPECT_STREQ("ann", cur_user);
+}
+
+TEST_F(Run, TheProgramEndsWhenUsersCannotBeClosed) {
+  on("Linspire");
+  pack("Brindle/users.txt", "MultiUser Migration=0\n");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .");
+  assign(g_filename, "/tmp/my archive.zip");
+  EXPECT_EXIT(
+      {
+        closing_fails = true;
+        process(nullptr);
+      },
+      testing::ExitedWithCode(0), "");
+  EXPECT_EQ("", output_of("ls -d /tmp/brind* 2>/dev/null"));
+}
+
+// ---- Printers -------------------------------------------------------------------------------------------
+
+TEST_F(Run, RootWithoutPrintersGetsCrosses) {
+  on("RedFlag");
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_EQ(-1, marks()["image_12"]);
+  EXPECT_EQ(-1, marks()["image_10"]);
+}
+
+TEST_F(Run, RootWithPrintersGetsTicks) {
+  on("RedFlag");
+  pack("Brindle/Printers/skipped.txt",
+       "Port Name=LPT3\r\nDriver Name=A B\r\nDriver Name Wo Spaces=AB\r\n");  // no such port: nothing to do
+  migrate();
+  EXPECT_EQ(0, marks()["image_12"]);
+  EXPECT_EQ(0, marks()["image_10"]);
+}
+
+// ---- What can go wrong ----------------------------------------------------------------------------------
+
+TEST_F(Run, AnArchiveWithoutItsFolderFindsNothing) {
+  on("Linspire");
+  pack("My Documents/a.txt", "a");
+  migrate();
+  for (const auto& [mark, result] : marks()) EXPECT_EQ(-1, result) << mark;
+  EXPECT_EQ(1, times_posted("done"));
+  EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(Run, ACancelledRunShowsNoDialog) {
+  on("Linspire");
+  pack("Brindle/My Documents/a.txt", "a");
+  isKilled = 1;
+  migrate();
+  EXPECT_EQ(1, times_posted("done buttons"));
+  EXPECT_EQ(0, times_posted("done"));
+  EXPECT_THAT(log(), EndsWith("delete Brindle folder\nends\n"));
+  EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(Run, WithoutATemporaryDirectoryNothingIsTouched) {
+  on("Linspire");
+  pack("Brindle/My Documents/a.txt", "a");
+  shell_quietly("cd /tmp/in && zip -qry /root/a.zip . && mkdir -p '/Brindle/My Documents' && touch "
+                "'/Brindle/My Documents/not mine' && mv /usr/local/bin/sleep /root/");
+  shell_quietly("mount -t tmpfs -o size=4k,nr_inodes=1,ro none /tmp");
+  assign(g_filename, "/root/a.zip");
+  run_as_worker([] { process(nullptr); });
+  EXPECT_EQ(nullptr, dir_name.load());
+  EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/dev/null/Brindle/users.txt\"", "rm -rf "));
+  EXPECT_TRUE(exists("/Brindle/My Documents/not mine"));
+  EXPECT_FALSE(exists("/root/Documents"));
+  EXPECT_EQ(1, times_posted("done"));
+}
+
+TEST_F(Run, LinksInTheArchiveAreNotFollowed) {
+  on("Linspire");
+  write_file("/root/secret", "s");
+  pack("Brindle/My Documents/a.txt", "a");
+  shell_quietly("ln -s /root/secret '/tmp/in/Brindle/My Documents/link'; ln -s /root /tmp/in/Brindle/Desktop");
+  migrate();
+  EXPECT_EQ("a.txt\n", output_of("ls /root/Documents"));
+  EXPECT_EQ(-1, marks()["image_2"]);
+  EXPECT_THAT(complained, HasSubstr("points out of the archive"));
+  EXPECT_TRUE(exists("/root/secret"));
+}
+
+TEST_F(Run, AHostileArchiveNameStaysOneWord) {
+  on("Linspire");
+  pack("Brindle/My Documents/a.txt", "a");
+  const std::string name = "/tmp/a\"; touch ran; $(touch ran)`touch ran`.zip";
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' . && cp '/tmp/my archive.zip' '" + name + "'");
+  migrate(name);
+  EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
+  EXPECT_FALSE(exists("ran"));
+}
+
+}  // namespace
