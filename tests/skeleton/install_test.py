@@ -1,0 +1,50 @@
+"""Installs the build into an empty folder and looks where everything went.
+
+    install_test.py CMAKE BUILD SOURCE
+"""
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+CMAKE, BUILD, SOURCE = sys.argv[1], Path(sys.argv[2]), Path(sys.argv[3])
+del sys.argv[1:4]
+
+SAME_AS = {
+    "brindle/nldroot.tar.bz2": BUILD / "data/skeleton/nldroot.tar.bz2",
+    "brindle/linspireroot.tar": BUILD / "data/skeleton/linspireroot.tar",
+    "brindle/redflagroot.tar.bz2": BUILD / "data/skeleton/redflagroot.tar.bz2",
+    "brindle/firefox.desktop": SOURCE / "data/firefox.desktop",
+}
+
+
+class Install(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.stage = tempfile.TemporaryDirectory()
+        subprocess.run([CMAKE, "--install", BUILD], check=True, stdout=subprocess.DEVNULL,
+                       env={**os.environ, "DESTDIR": cls.stage.name})
+        cls.local = Path(cls.stage.name) / "usr/local"
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.stage.cleanup()
+
+    def test_skeleton_homes_and_the_launcher_lie_where_the_wizard_reads_them(self):
+        for name, original in SAME_AS.items():
+            self.assertEqual((self.local / name).read_bytes(), original.read_bytes(), name)
+            self.assertEqual((self.local / name).stat().st_mode & 0o777, 0o644, name)
+
+    def test_nothing_goes_anywhere_else(self):
+        strays = [path for path in Path(self.stage.name).rglob("*")
+                  if not path.is_dir() and self.local not in path.parents and "usr/share" not in str(path)]
+        self.assertEqual(strays, [])
+
+    def test_the_launcher_is_a_valid_one(self):
+        subprocess.run(["desktop-file-validate", self.local / "brindle/firefox.desktop"], check=True)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
