@@ -277,11 +277,10 @@ class SourceLists(unittest.TestCase):
             "&lt;/group&gt;", "&lt;source uid=&quot;probe@linux&quot; name=&quot;Club&quot; "
             "relative_uri=&quot;club&quot;/&gt;&lt;/group&gt;", 1))
         (HOME / ".evolution/calendar/local/system/calendar.ics").write_text("BEGIN:VCALENDAR\nEND:VCALENDAR\n")
-        uids = with_bus("/usr/libexec/evolution-source-registry & "
-                        "for try in $(seq 100); do uids=$(gdbus introspect --session --recurse "
+        uids = with_bus("for try in $(seq 100); do uids=$(gdbus introspect --session --recurse "  # starts it
                         "--dest org.gnome.evolution.dataserver.Sources5 "
                         "--object-path /org/gnome/evolution/dataserver/SourceManager | grep ' UID = '); "
-                        "[[ $uids != *sendmail* ]] || break; sleep 0.1; done; echo \"$uids\"; kill $!")
+                        "[[ $uids != *sendmail* ]] || break; sleep 0.1; done; echo \"$uids\"")
         for uid in ("system-calendar", "system-address-book", "system-task-list"):
             self.assertIn(f"UID = '{uid}'", uids)
         source = configparser.ConfigParser(interpolation=None, strict=False)
