@@ -25,6 +25,11 @@ int show_popup_window_select_driver(void* data);
 int show_smb_username_password_window(void* data);
 int done_button_bar(void* data);
 
+/// Timeout callback, every 200 ms from the start of the worker: moves the progress bar at a pace set by the
+/// archive size in bytes, the int that `data` points to. Returns 0 when the bar is full and the timeout is
+/// over, else 1.
+int progress_timeout(void* data);
+
 // ---------------------------------------------------------------------------------------------------
 
 

@@ -1,0 +1,23 @@
+// Handlers of the window in which the user chooses a printer driver. GUI thread, inside the main loop. The
+// worker sleeps until Next; closing the window is no answer: it stays, and "skip" is among the choices.
+#ifndef BRINDLE_CALLBACKS_DRIVER_CHOICE_H
+#define BRINDLE_CALLBACKS_DRIVER_CHOICE_H
+
+#include <gtk/gtk.h>
+
+/// Each remembers its model in driverselection, for later windows as well.
+void on_stphoto_clicked(GtkButton* button, gpointer user_data);
+void on_stcolor_clicked(GtkButton* button, gpointer user_data);
+void on_epson24_clicked(GtkButton* button, gpointer user_data);
+void on_epson9_clicked(GtkButton* button, gpointer user_data);
+void on_deskjet_clicked(GtkButton* button, gpointer user_data);
+void on_laserjet_clicked(GtkButton* button, gpointer user_data);
+void on_skip_clicked(GtkButton* button, gpointer user_data);
+
+/// Writes the chosen model into selecteddriver (a PPD file name on "GNome", a foomatic listing line on the
+/// other systems, empty for skip), closes the window and wakes the worker.
+void on_window_select_driver_next2_clicked(GtkButton* button, gpointer user_data);
+
+gboolean on_window_select_driver_delete_event(GtkWidget* widget, GdkEvent* event, gpointer user_data);
+
+#endif

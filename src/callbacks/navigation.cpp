@@ -1,0 +1,103 @@
+#include "callbacks/navigation.h"
+
+#include "interface/dialogs.h"
+#include "interface/windows.h"
+#include "shell/run.h"
+#include "state/state.h"
+
+namespace {
+
+void hide(GtkWidget* window) {
+  if (window != nullptr) gtk_widget_hide(window);
+}
+
+void show(GtkWidget* window) {
+  if (window != nullptr) gtk_widget_show(window);
+}
+
+void open_support_page() {
+  const char* page = "http://support.brindle.example/brindle/support.jsp?version=3.0.0";
+  shell::run_unlogged(isNLD == 1 ? compose("firefox %s &", page) : compose("mozilla %s &", page));
+}
+
+// The timeout may have ended itself, or the worker may have removed it.
+void remove_progress_timeout() {
+  GSource* source = timer > 0 ? g_main_context_find_source_by_id(nullptr, timer) : nullptr;
+  if (source != nullptr) g_source_destroy(source);
+}
+
+}  // namespace
+
+void on_next_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  hide(window1);
+  show(window2);
+}
+
+void on_back2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  hide(window2);
+  show(window1);
+}
+
+void on_back3_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { show(window2); }
+
+void on_cancel_step1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { show_over_page(quit_dialog); }
+
+void on_bCancelStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { show_over_page(quit_dialog); }
+
+void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  GtkWidget* notice = create_dialogcancel();
+  isKilled = 1;
+  remove_progress_timeout();
+  show_over_page(notice);
+  // Null before the worker has made it, or when it could not: then there is nothing to remove.
+  if (const char* temporary = dir_name) shell::run_unlogged(compose("rm -rf %s", temporary));
+}
+
+void on_bHelpStep1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(); }
+
+void on_bHelpStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(); }
+
+void on_bHelpStep3_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(); }
+
+gboolean on_window1_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpointer /*user_data*/) {
+  gtk_main_quit();
+  return FALSE;
+}
+
+gboolean on_window2_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpointer /*user_data*/) {
+  gtk_main_quit();
+  return FALSE;
+}
+
+gboolean on_window3_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpointer /*user_data*/) {
+  gtk_main_quit();
+  return FALSE;
+}
+
+void on_button_done_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { gtk_main_quit(); }
+
+void on_okbutton1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { gtk_main_quit(); }
+
+void on_closebutton_quit_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { gtk_main_quit(); }
+
+void on_cancelbutton1_clicked(GtkButton* button, gpointer /*user_data*/) {
+  gtk_widget_hide(gtk_widget_get_toplevel(GTK_WIDGET(button)));
+}
+
+void on_okbutton2_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_okbutton2_multiusererror_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_okbutton2_printer_clicked(GtkButton* button, gpointer /*user_data*/) {
+  isPrinterPopupOpen = 0;
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_okbutton2_user_clicked(GtkButton* button, gpointer /*user_data*/) {
+  isUserPopupOpen = 0;
+  destroy_window_of(GTK_WIDGET(button));
+}

@@ -1,0 +1,175 @@
+#include "callbacks/source.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "interface/dialogs.h"
+#include "interface/parts.h"
+#include "interface/windows.h"
+#include "process/archive/checks.h"
+#include "process/run/process.h"
+#include "shell/files.h"
+#include "state/posts.h"
+#include "state/state.h"
+
+enum cd selection = CDROM;
+GThread* thread_id = nullptr;
+
+namespace {
+
+constexpr const char* entry_names[] = {"entry_cdrom", "entry_remote", "entry_local"};
+
+using OwnedText = std::unique_ptr<char, void (*)(void*)>;
+
+// Null for REMOTE: no page has that entry.
+GtkWidget* current_entry() { return lookup_widget(window2, entry_names[selection]); }
+
+void lock_entry(const char* name) {
+  GtkWidget* entry = lookup_widget(window2, name);
+  gtk_editable_set_editable(GTK_EDITABLE(entry), FALSE);
+  gtk_entry_set_text(GTK_ENTRY(entry), "");
+}
+
+void unlock_entry(const char* name) {
+  gtk_editable_set_editable(GTK_EDITABLE(lookup_widget(window2, name)), TRUE);
+}
+
+void open_chooser_at(const char* folder) {
+  if (fileselection == nullptr) return;
+  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(fileselection), folder);
+  show_over_page(fileselection);
+}
+
+// Bytes over 500 against blocks of 1024 bytes: room for about twice the unpacked archive, on purpose,
+// since the migrators copy from it while it still lies in /tmp. In 64 bits, so that a huge listing
+// cannot pass by overflow.
+bool fits_into_tmp(long long bytes) { return bytes / 500 <= tmp_blocks(); }
+
+using DialogBuilder = GtkWidget* (*)();
+
+// The dialog of the first check that fails, or null. `bytes` receives the unpacked size.
+DialogBuilder failed_check(const char* typed, long long& bytes) {
+  // A path too long for the worker is refused whole: cut, it would name another file.
+  const bool usable = assign(g_filename, typed);
+  if (*typed == '\0') return create_noFileSpecified;
+  if (!usable || !open_file(g_filename, "r")) return create_noFileFound;
+  // Only a definite no stops the user: a failing file(1) must not.
+  if (isZipfile(g_filename) == 0) return create_notZipFile;
+  bytes = zip_bytes(g_filename);
+  return fits_into_tmp(bytes) ? nullptr : create_notEnoughSpace;
+}
+
+GThread* start_worker() {
+  // The call that desktops of every age have; its successor needs a younger GLib.
+  G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+  return g_thread_create_full(process, nullptr, 0, FALSE, FALSE, G_THREAD_PRIORITY_NORMAL, nullptr);
+  G_GNUC_END_IGNORE_DEPRECATIONS
+}
+
+void start_run(long long bytes) {
+  static int zip_size;  // read by the timeout during the whole run
+  zip_size = static_cast<int>(std::clamp<long long>(bytes, INT_MIN, INT_MAX));
+  timer = static_cast<int>(g_timeout_add(200, progress_timeout, &zip_size));
+  g_isEncrypted = 0;
+  thread_id = start_worker();
+  gtk_widget_hide(window2);
+  if (window3 != nullptr) gtk_widget_show(window3);
+}
+
+}  // namespace
+
+// The guards in the two handlers: a switch makes the toolkit signal both buttons of the group, and the old
+// one must not undo it.
+void on_cdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  if (selection == CDROM) return;
+  selection = CDROM;
+  gtk_widget_set_sensitive(lookup_widget(window2, "bCdrom"), TRUE);
+  gtk_widget_set_sensitive(lookup_widget(window2, "bLocal"), FALSE);
+  unlock_entry("entry_cdrom");
+  lock_entry("entry_local");
+}
+
+void on_local_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  if (selection == LOCAL) return;
+  selection = LOCAL;
+  gtk_widget_set_sensitive(lookup_widget(window2, "bCdrom"), FALSE);
+  gtk_widget_set_sensitive(lookup_widget(window2, "bLocal"), TRUE);
+  lock_entry("entry_cdrom");
+  unlock_entry("entry_local");
+}
+
+void on_bLocal_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_chooser_at("/"); }
+
+void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  const OwnedText mount_point(mount_cdrom_remote("iso9660"), std::free);
+  if (mount_point == nullptr) return show_over_page(create_errorMountingCdrom());
+  open_chooser_at((std::string(mount_point.get()) + "/").c_str());
+}
+
+void on_fileselection_response(GtkDialog* chooser, gint response, gpointer user_data) {
+  if (response != GTK_RESPONSE_OK) return;
+  GtkWidget* ok = lookup_widget(GTK_WIDGET(chooser), "ok_button_fileselection");
+  on_ok_button_fileselection_clicked(GTK_BUTTON(ok), user_data);
+}
+
+void on_ok_button_fileselection_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  const OwnedText name(gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(fileselection)), g_free);
+  GtkWidget* entry = current_entry();
+  if (entry != nullptr && name != nullptr) {
+    gtk_entry_set_text(GTK_ENTRY(entry), shown_text(name.get()).c_str());
+  }
+  gtk_widget_hide(fileselection);
+}
+
+void on_cancel_button1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  gtk_widget_hide(fileselection);
+}
+
+gboolean on_fileselection_delete_event(GtkWidget* widget, GdkEvent* /*event*/, gpointer /*user_data*/) {
+  gtk_widget_hide(widget);
+  return TRUE;
+}
+
+void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  // A second click that was queued while the checks ran: one worker is enough, and g_filename is its.
+  if (thread_id != nullptr) return;
+  GtkWidget* entry = current_entry();
+  const std::string typed = entry != nullptr ? gtk_entry_get_text(GTK_ENTRY(entry)) : "";
+  long long bytes = 0;
+  if (const DialogBuilder create_dialog = failed_check(typed.c_str(), bytes))
+    return show_over_page(create_dialog());
+  start_run(bytes);
+}
+
+void on_closebutton_nofilespecified_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_closebutton_noFileFound_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_closebutton_notZipFile_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_closebutton_notEnoughSpace_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_closebutton1_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_closebutton2_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_cancelbutton_zipPassword_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_okbutton_zipPassword_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {}

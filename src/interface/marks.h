@@ -1,0 +1,14 @@
+// The rows of the progress page: an image "image_N", the progress mark, beside a label "label_N".
+#ifndef BRINDLE_INTERFACE_MARKS_H
+#define BRINDLE_INTERFACE_MARKS_H
+
+#include "interface/page.h"
+#include "interface/parts.h"
+
+/// Puts the rows on the page, in the layout of the system in OSName.
+void put_marks(Page& page, const WindowTexts& texts);
+
+/// Shows a result on a progress mark: "gtk-apply" for 0, else "gtk-cancel". Does nothing for null.
+void show_mark(GtkWidget* image, int result);
+
+#endif

@@ -1,0 +1,43 @@
+#include "interface/page.h"
+
+#include "interface/parts.h"
+
+namespace {
+
+constexpr int page_width = 640;
+constexpr int page_height = 434;
+
+// A page stays the size its picture was drawn for.
+void fix_size(GtkWidget* window) {
+  gtk_widget_set_size_request(window, page_width, page_height);
+  GdkGeometry limits{};
+  limits.min_width = limits.max_width = page_width;
+  limits.min_height = limits.max_height = page_height;
+  gtk_window_set_geometry_hints(GTK_WINDOW(window), window, &limits,
+                                static_cast<GdkWindowHints>(GDK_HINT_MIN_SIZE | GDK_HINT_MAX_SIZE));
+}
+
+}  // namespace
+
+Page::Page(const std::string& title, GCallback on_delete)
+    : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), fixed_(gtk_fixed_new()) {
+  gtk_window_set_title(GTK_WINDOW(window_), title.c_str());
+  gtk_window_set_position(GTK_WINDOW(window_), GTK_WIN_POS_CENTER);
+  fix_size(window_);
+  set_window_icon(window_);
+  g_signal_connect(window_, "delete-event", on_delete, nullptr);
+  gtk_container_add(GTK_CONTAINER(window_), fixed_);
+  gtk_widget_show(fixed_);
+}
+
+GtkWidget* Page::put(const char* name, GtkWidget* widget, Spot spot, int width, int height) {
+  gtk_widget_set_size_request(widget, width, height);
+  gtk_fixed_put(GTK_FIXED(fixed_), widget, spot.x, spot.y);
+  gtk_widget_show(widget);
+  name_widget(window_, widget, name);
+  return widget;
+}
+
+GtkWidget* Page::put_button(const char* name, const std::string& mnemonic, Spot spot, GCallback on_clicked) {
+  return put(name, new_button(mnemonic, on_clicked), spot, 60, 25);
+}

@@ -1,0 +1,62 @@
+#include "interface/parts.h"
+
+#include <memory>
+
+#include "state/state.h"
+#include "support/images.h"
+
+std::string shown_text(const char* text) {
+  if (text == nullptr) return "";
+  const std::unique_ptr<char, void (*)(void*)> valid(g_utf8_make_valid(text, -1), g_free);
+  return valid.get();
+}
+
+void set_window_icon(GtkWidget* window) {
+  const char* path =
+      isNLD == 1 ? "/opt/gnome/share/pixmaps/Brindle_Icon.png" : "/usr/share/pixmaps/Brindle_Icon.png";
+  GdkPixbuf* icon = create_pixbuf(path);
+  if (icon == nullptr) return;
+  gtk_window_set_icon(GTK_WINDOW(window), icon);
+  g_object_unref(icon);
+}
+
+GtkWidget* new_button(const std::string& mnemonic, GCallback on_clicked) {
+  GtkWidget* button = gtk_button_new_with_mnemonic(mnemonic.c_str());
+  g_signal_connect(button, "clicked", on_clicked, nullptr);
+  return button;
+}
+
+GtkWidget* new_stock_button(const char* stock, GCallback on_clicked) {
+  GtkWidget* button = gtk_button_new_from_stock(stock);
+  g_signal_connect(button, "clicked", on_clicked, nullptr);
+  return button;
+}
+
+GtkWidget* new_wrapped_label(const std::string& text) {
+  GtkWidget* label = gtk_label_new(text.c_str());
+  gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
+  gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
+  return label;
+}
+
+void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name) {
+  AtkObject* of_widget = gtk_widget_get_accessible(widget);
+  AtkObject* of_label = gtk_widget_get_accessible(label);
+  atk_object_add_relationship(of_widget, ATK_RELATION_LABELLED_BY, of_label);
+  atk_object_add_relationship(of_label, ATK_RELATION_LABEL_FOR, of_widget);
+  atk_object_set_name(of_widget, name.c_str());
+}
+
+void make_default(GtkWidget* button) {
+  gtk_widget_set_can_default(button, TRUE);
+  gtk_widget_grab_default(button);
+}
+
+std::string without_mnemonic(const std::string& caption) {
+  std::string name;
+  for (std::size_t at = 0; at < caption.size(); ++at) {
+    if (caption[at] == '_' && ++at == caption.size()) break;  // "__" is one underscore
+    name += caption[at];
+  }
+  return name;
+}

@@ -1,0 +1,45 @@
+// The parts that windows are put together from. GUI thread only.
+#ifndef BRINDLE_INTERFACE_PARTS_H
+#define BRINDLE_INTERFACE_PARTS_H
+
+#include <gtk/gtk.h>
+
+#include <string>
+
+#include "interface/texts.h"
+#include "shell/files.h"
+#include "support/widgets.h"
+
+/// `text` as a widget can take it: bytes that are no UTF-8 are replaced, null is empty.
+std::string shown_text(const char* text);
+
+/// The interface texts, open while one window is built. A builder without them builds nothing.
+class WindowTexts {
+ public:
+  WindowTexts() : file_(get_language_file()) {}
+  bool missing() const { return !file_; }
+  std::string operator[](const char* key) const { return shown_text(get_widget_string(file_.get(), key)); }
+
+ private:
+  File file_;
+};
+
+/// Gives `window` the product's icon, if it is installed.
+void set_window_icon(GtkWidget* window);
+
+GtkWidget* new_button(const std::string& mnemonic, GCallback on_clicked);
+GtkWidget* new_stock_button(const char* stock, GCallback on_clicked);
+
+/// A label whose text wraps, aligned to the left.
+GtkWidget* new_wrapped_label(const std::string& text);
+
+/// Tells a screen reader that `label` names `widget`, and to read `name` for it.
+void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name);
+
+/// Makes `button` the one that the Enter key presses in its window.
+void make_default(GtkWidget* button);
+
+/// The name of a mnemonic caption as people read it: without the "_" before the access letter.
+std::string without_mnemonic(const std::string& caption);
+
+#endif

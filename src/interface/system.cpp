@@ -1,0 +1,57 @@
+#include "interface/system.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "shell/files.h"
+#include "state/state.h"
+
+namespace {
+
+constexpr std::size_t first_line_limit = 127;
+
+// Both threads read these texts, so they are left alone unless the answer really changes.
+void put(char (&text)[256], const char* answer) {
+  if (std::strcmp(text, answer) != 0) assign(text, answer);
+}
+
+void set_system(const char* name, const char* version) {
+  put(OSName, name);
+  put(OSVersion, version);
+}
+
+void detect_red_flag() {
+  std::string line;
+  if (const File release = open_file("/etc/redflag-release", "r")) {
+    read_piece(release.get(), first_line_limit, line);
+  }
+  // With the blank: "release 4.1" right before the end of the line is another product.
+  if (contains(line, "release 4.1 ")) {
+    set_system("RedFlag", "4.1");
+  } else if (contains(line, "release 4.1plus")) {
+    set_system("RedFlag", "4.1 Plus");
+  } else {
+    set_system("INVALID", "INVALID");
+  }
+}
+
+}  // namespace
+
+int getOsVersion(const char* /*args*/) {
+  std::printf("Getting OS Version.........\n");
+  const auto entries = list_folder("/etc");
+  if (!entries) {
+    std::perror("In /etc opendir: ");
+    return 1;
+  }
+  // The first of the three files in directory order decides: none of them outranks another.
+  for (const std::string& entry : *entries) {
+    if (entry == "linspire-version") return set_system("Linspire", "Any"), 0;
+    if (entry == "xandros-version") return set_system("Xandros", "Any"), 0;
+    if (entry == "redflag-release") return detect_red_flag(), 0;
+  }
+  set_system("GNome", "Any");
+  std::printf("OSName::%s\n", OSName);
+  std::printf("OSVersion::%s\n", OSVersion);
+  return 0;
+}

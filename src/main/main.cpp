@@ -1,0 +1,136 @@
+// Start-up, in its fixed order.
+#include <gtk/gtk.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "error/log.h"
+#include "interface/dialogs.h"
+#include "interface/pages.h"
+#include "interface/system.h"
+#include "interface/texts.h"
+#include "interface/windows.h"
+#include "shell/files.h"
+#include "shell/home.h"
+#include "shell/run.h"
+#include "state/state.h"
+#include "support/gnome_program.h"
+
+namespace {
+
+// The look goes into the homes that can NOT be opened, on purpose: a home that the user can open keeps the
+// look its owner chose.
+bool copy_look_into_homes() {
+  const auto entries = list_folder("/home");
+  if (!entries) return false;
+  for (const std::string& entry : *entries) {
+    if (is_folder("/home", entry.c_str()) == 1) continue;
+    const std::string path = "/home/" + entry + "/";
+    std::printf("Path::%s\n", path.c_str());
+    SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 %s", path));
+  }
+  return true;
+}
+
+void leave_marker(const std::string& marker) {
+  const File file = open_file(marker, "w");
+  if (!file) std::exit(1);
+  std::fputs("Installed", file.get());
+}
+
+// False when the homes cannot be listed.
+bool prepare_first_run() {
+  const std::string marker = user_home() + "/.brindle_first_run";
+  if (open_file(marker, "r")) return true;
+  if (!copy_look_into_homes()) return false;
+  leave_marker(marker);
+  return true;
+}
+
+void detect_system() {
+  getOsVersion("");
+  const bool gnome = std::strcmp(OSName, "GNome") == 0;
+  isNLD = gnome ? is_folder("/opt/gnome/share", "pixmaps") : 0;
+  std::printf("ISNLD:%d\n", isNLD);
+}
+
+void start_log() {
+  fp_log = open_file(user_home() + "/.brindle_log", "w").release();
+  if (fp_log == nullptr) {
+    std::perror("fp_log");
+    std::exit(1);
+  }
+  std::printf("Log path set");
+}
+
+void start_threads() {
+  G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+  g_thread_init(nullptr);  // nothing to do in today's GLib, needed by that of older desktops
+  G_GNUC_END_IGNORE_DEPRECATIONS
+  gdk_threads_init();
+  std::printf("Threads Initialized");
+}
+
+// Another language's look is its own file, there or not: it never falls back to the English one.
+void load_look() {
+  std::printf("Trying to read gtkrc file.");
+  std::string path = "/usr/local/brindle/.gtkrc-2.0";
+  if (std::strcmp(get_language(), "en_US") != 0) {
+    path = std::string("/usr/local/brindle/.gtkrc-") + get_language();
+  }
+  std::printf("\nGTKRCPATH::%s\n\n", path.c_str());
+  gtk_rc_parse(path.c_str());
+  std::printf("Parse Complete:%d\n", isNLD);
+}
+
+// The reference keeps a closed page readable for the worker.
+GtkWidget* named_page(GtkWidget* page, const char* name) {
+  if (page == nullptr) return nullptr;
+  gtk_widget_set_name(page, name);
+  return GTK_WIDGET(g_object_ref(page));
+}
+
+void build_pages() {
+  window1 = named_page(create_window1(), "window_step1");
+  window2 = named_page(create_window2(), "window_step2");
+  window3 = named_page(create_window3(), "window_step3");
+}
+
+void build_dialogs() {
+  keep_window(fileselection, create_fileselection());
+  keep_window(quit_dialog, create_dialog1());
+  keep_window(dialog_done, create_dialog_done());
+  keep_window(dialog_multi_user_error, create_dialog_multi_user_error());
+  keep_window(dialog_printer_error, create_dialog_printer_error());
+}
+
+void run_main_loop() {
+  gdk_threads_enter();
+  gtk_main();
+  gdk_threads_leave();
+}
+
+void end_log() {
+  write_log("exit main", fp_log);
+  close_log(fp_log);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (!prepare_first_run()) return -1;
+  SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"));
+  detect_system();
+  start_log();
+  start_threads();
+  gnome_program_init("brindle", "0.1", libgnomeui_module_info_get(), argc, argv, "app-datadir",
+                     "/usr/local/share", nullptr);
+  load_look();
+  build_pages();
+  if (window1 != nullptr) gtk_widget_show(window1);
+  build_dialogs();
+  run_main_loop();
+  end_log();
+  return 0;
+}
