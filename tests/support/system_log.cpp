@@ -1,5 +1,6 @@
 #include "support/system_log.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -21,24 +23,38 @@ SystemLog::SystemLog() : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strcpy(address.sun_path, log_path);
-  if (bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  if (bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || pipe(stop_) != 0) {
     std::perror(log_path);
     std::abort();
   }
+  reader_ = std::thread([this] { read_until_told_to_stop(); });
 }
 
 SystemLog::~SystemLog() {
   closelog();
+  close(stop_[1]);
+  reader_.join();
+  close(stop_[0]);
   close(socket_);
   unlink(log_path);
 }
 
-std::vector<std::string> SystemLog::messages() {
-  std::vector<std::string> all;
+void SystemLog::read_until_told_to_stop() {
   std::string message(65536, '\0');
-  while (true) {
+  pollfd waiting[] = {{socket_, POLLIN, 0}, {stop_[0], POLLIN, 0}};
+  while (poll(waiting, 2, -1) > 0 && waiting[1].revents == 0) {
+    const std::scoped_lock lock(guard_);
     const ssize_t size = recv(socket_, message.data(), message.size(), MSG_DONTWAIT);
-    if (size < 0) return all;
-    all.emplace_back(message.data(), static_cast<std::size_t>(size));
+    if (size >= 0) messages_.emplace_back(message.data(), static_cast<std::size_t>(size));
   }
+}
+
+std::vector<std::string> SystemLog::messages() {
+  // What the reader has not come to yet is in the socket; syslog(3) returns once it is there.
+  const std::scoped_lock lock(guard_);
+  std::string message(65536, '\0');
+  ssize_t size = 0;
+  while ((size = recv(socket_, message.data(), message.size(), MSG_DONTWAIT)) >= 0)
+    messages_.emplace_back(message.data(), static_cast<std::size_t>(size));
+  return std::exchange(messages_, {});
 }

@@ -2,7 +2,9 @@
 #ifndef BRINDLE_TESTS_SUPPORT_SYSTEM_LOG_H
 #define BRINDLE_TESTS_SUPPORT_SYSTEM_LOG_H
 
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 /// Takes the place of the system logger while it lives.
@@ -17,7 +19,13 @@ class SystemLog {
   std::vector<std::string> messages();
 
  private:
+  void read_until_told_to_stop();
+
   int socket_;
+  int stop_[2];
+  std::mutex guard_;
+  std::vector<std::string> messages_;
+  std::thread reader_;  // the kernel queues ten messages only, then syslog(3) waits
 };
 
 #endif
