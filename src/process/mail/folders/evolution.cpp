@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "shell/files.h"
 #include "shell/fill.h"
@@ -16,6 +17,8 @@ namespace {
 // Kept: a longer path comes in pieces, which name no folder.
 constexpr std::size_t list_line_limit = 511;
 
+constexpr std::string_view staging_area = "/brindlemail/";
+
 constexpr const char* folder_metadata = R"(<?xml version="1.0"?>
 <efolder>
 	<type>mail</type>
@@ -23,12 +26,12 @@ constexpr const char* folder_metadata = R"(<?xml version="1.0"?>
 </efolder>
 )";
 
-bool starts_with(const std::string& text, const std::string& start) { return text.rfind(start, 0) == 0; }
-
-// `path` relative to the mail folder that holds the staging area `dest`, or else to the archive's.
+// `path` relative to the mail folder: the one that holds the staging area `dest`, else the archive's.
 std::string relative_to_mail_folder(const std::string& path, const std::string& dest) {
-  const std::string mail_folder = dest.substr(0, dest.rfind('/', dest.size() - 2) + 1);
-  if (!mail_folder.empty() && starts_with(path, mail_folder)) return path.substr(mail_folder.size());
+  if (dest.ends_with(staging_area)) {
+    const std::string mail_folder = dest.substr(0, dest.size() - staging_area.size() + 1);
+    if (path.starts_with(mail_folder)) return path.substr(mail_folder.size());
+  }
   const std::string archive_folder = "/Brindle/Mail/";
   const std::size_t at = path.find(archive_folder);
   return at == std::string::npos ? "" : path.substr(at + archive_folder.size());
@@ -63,7 +66,7 @@ bool convert_listed(std::FILE* list, const std::string& mail_dir, const char* de
   while (read_piece(list, list_line_limit, line)) {
     delete_new_line(line.data());
     const std::string directory = line.c_str();
-    if (!starts_with(directory, mail_dir + "/") || !convert_folder(directory, dest)) return false;
+    if (!directory.starts_with(mail_dir + "/") || !convert_folder(directory, dest)) return false;
   }
   return true;
 }
@@ -71,7 +74,7 @@ bool convert_listed(std::FILE* list, const std::string& mail_dir, const char* de
 shell::Command copy_to_store(const std::string& mail_dir, const std::string& home) {
   if (is_folder(home.c_str(), ".evolution") != 0)
     return compose("cp -a %s/* %s/.evolution/mail/local/", mail_dir, home);
-  const std::string staging = mail_dir + "/brindlemail/";
+  const std::string staging = mail_dir + std::string(staging_area);
   evolution_old(mail_dir.c_str(), staging.c_str());
   return compose("cp -a %s* %s/evolution/local/", staging, home);
 }

@@ -1,0 +1,157 @@
+#include "process/mail/folders/kmail.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "mail/mail_files.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+const std::string root = "/tmp/brindAb12cd/Brindle";
+const std::string mail = root + "/Mail";
+const std::string target = "/root/Mail";
+
+TEST(Kmail, AMailboxBecomesAMaildirFolder) {
+  write_file(mail + "/Inbox", "From a\n1\nFrom b\n2\nFrom c\n3\n");
+  EXPECT_EQ(0, kmailemails(root.c_str()));
+  EXPECT_EQ("From a\n1\n", read_file(target + "/inbox/cur/Inbox2"));
+  EXPECT_EQ("From b\n2\n", read_file(target + "/inbox/cur/Inbox3"));
+  EXPECT_EQ("From c\n3\n", read_file(target + "/inbox/cur/Inbox4"));
+  EXPECT_EQ(
+      "/root/Mail/.inbox.directory\n/root/Mail/inbox\n/root/Mail/inbox/cur\n/root/Mail/inbox/cur/Inbox2\n"
+      "/root/Mail/inbox/cur/Inbox3\n/root/Mail/inbox/cur/Inbox4\n/root/Mail/inbox/new\n"
+      "/root/Mail/inbox/tmp\n",
+      output_of("find /root/Mail -mindepth 1 | LC_ALL=C sort"));
+}
+
+TEST(Kmail, TheCommandsComeInTheirOrder) {
+  write_file(mail + "/Sent", "");
+  kmailemails(root.c_str());
+  EXPECT_THAT(
+      commands_run(),
+      ElementsAre("rm -f \"/root/Mail/.sent-mail.index\"", "rm -f \"/root/Mail/.sent-mail.index.ids\"",
+                  "mkdir -p \"/root/Mail/sent-mail\"", "mkdir -p \"/root/Mail/.sent-mail.directory\"",
+                  "mkdir -p \"/root/Mail/sent-mail/cur\"", "mkdir -p \"/root/Mail/sent-mail/new\"",
+                  "mkdir -p \"/root/Mail/sent-mail/tmp\""));
+}
+
+TEST(Kmail, TopLevelNamesAreMappedExactly) {
+  for (const char* name : {"Inbox", "Sent", "Outbox", "Drafts", "Trash", "INBOX2", "sent", "Sent Items"})
+    write_file(mail + "/" + name, "From a\n");
+  kmailemails(root.c_str());
+  for (const char* file :
+       {"inbox/cur/Inbox2", "sent-mail/cur/Sent2", "outbox/cur/Outbox2", "drafts/cur/Drafts2",
+        "trash/cur/Trash2", "INBOX2/cur/INBOX22", "sent/cur/sent2", "Sent Items/cur/Sent Items2"})
+    EXPECT_TRUE(exists(target + "/" + file)) << file;
+}
+
+TEST(Kmail, SubfoldersLieInTheDirectoryOfTheirFolder) {
+  write_file(mail + "/Inbox.sbd/Work", "From a\n");
+  write_file(mail + "/Inbox.sbd/Sent", "From b\n");
+  write_file(mail + "/Inbox.sbd/Trash.sbd/Inbox", "From c\n");
+  kmailemails(root.c_str());
+  EXPECT_TRUE(exists(target + "/.inbox.directory/Work/cur/Work2"));
+  EXPECT_TRUE(exists(target + "/.inbox.directory/Sent/cur/Sent2"));
+  EXPECT_TRUE(exists(target + "/.inbox.directory/.Trash.directory/Inbox/cur/Inbox2"));
+  EXPECT_TRUE(exists(target + "/.inbox.directory/.Trash.directory/.Inbox.directory"));
+}
+
+TEST(Kmail, ASubfolderDirectoryIsMadeWithoutQuotes) {
+  std::filesystem::create_directories(mail + "/Sent.sbd");
+  kmailemails(root.c_str());
+  EXPECT_THAT(commands_run(), ElementsAre("mkdir -p /root/Mail/.sent-mail.directory"));
+}
+
+TEST(Kmail, SbdAnywhereInANameMakesItASubfolderDirectory) {
+  write_file(mail + "/a.sbd.bak/Work", "From a\n");
+  kmailemails(root.c_str());
+  EXPECT_TRUE(exists(target + "/.a.directory/Work/cur/Work2"));
+}
+
+TEST(Kmail, AFileNamedLikeASubfolderDirectoryDoesNoHarm) {
+  write_file(mail + "/a.sbd", "From a\n");
+  write_file(mail + "/Inbox", "From b\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, kmailemails(root.c_str()));
+  EXPECT_EQ("In setupemails() opendir: : Not a directory\n", testing::internal::GetCapturedStderr());
+  EXPECT_TRUE(exists(target + "/inbox/cur/Inbox2"));
+}
+
+TEST(Kmail, APlainSubdirectoryIsAnEmptyFolder) {
+  write_file(mail + "/plain/Inbox", "From a\n");
+  EXPECT_EQ(0, kmailemails(root.c_str()));
+  EXPECT_TRUE(std::filesystem::is_empty(target + "/plain/cur"));
+}
+
+TEST(Kmail, AMissingMailFolderIsReportedAndCountsAsSuccess) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, kmailemails(root.c_str()));
+  EXPECT_EQ("In setupemails() opendir: : No such file or directory\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(exists(target));
+}
+
+TEST(Kmail, StaleIndexesOfTheFolderAreRemoved) {
+  write_file(target + "/.inbox.index", "old");
+  write_file(target + "/.inbox.index.ids", "old");
+  write_file(target + "/.other.index", "other");
+  write_file(mail + "/Inbox", "");
+  kmailemails(root.c_str());
+  EXPECT_FALSE(exists(target + "/.inbox.index"));
+  EXPECT_FALSE(exists(target + "/.inbox.index.ids"));
+  EXPECT_TRUE(exists(target + "/.other.index"));
+}
+
+TEST(Kmail, MessagesTheUserHasUnderOtherNamesStay) {
+  write_file(target + "/inbox/cur/1105000000.123.host", "mine");
+  write_file(mail + "/Inbox", "From a\n");
+  kmailemails(root.c_str());
+  EXPECT_EQ("mine", read_file(target + "/inbox/cur/1105000000.123.host"));
+}
+
+TEST(Kmail, AProfilesFoldersGoIntoItsHome) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  write_file(mail + "/Inbox", "From a\n");
+  kmailemails(root.c_str());
+  EXPECT_TRUE(exists("/home/ann/Mail/inbox/cur/Inbox2"));
+}
+
+TEST(Kmail, NoNameEndsItsWord) {
+  write_file(mail + "/a\"; touch pwned; \"", "From a\n");
+  write_file(mail + "/$(touch pwned)`touch pwned`", "From a\n");
+  write_file(mail + "/x; touch pwned.sbd/-rf\n", "From a\n");
+  kmailemails(root.c_str());
+  EXPECT_FALSE(exists("pwned"));
+  EXPECT_TRUE(exists(target + "/a\"; touch pwned; \"/cur/a\"; touch pwned; \"2"));
+  EXPECT_TRUE(exists(target + "/.x; touch pwned.directory/-rf\n/cur/-rf\n2"));
+  EXPECT_TRUE(exists(target + "/$(touch pwned)`touch pwned`/cur/$(touch pwned)`touch pwned`2"));
+}
+
+TEST(Kmail, NoMessageIsLost) {
+  make_mail_tree(mail);
+  ASSERT_EQ(counted_mail_tree, counted("archive", mail));
+  kmailemails(root.c_str());
+  EXPECT_EQ(counted_mail_tree, counted("kmail", target));
+}
+
+TEST(Kmail, TracesNameEachFolder) {
+  write_file(mail + "/Inbox.sbd/Work", "");
+  testing::internal::CaptureStdout();
+  kmailemails(root.c_str());
+  EXPECT_EQ(
+      "buffer=/root\n\nProcessing Folder :: Foldername2::.Work.directory\nFoldername::Work\n"
+      "\nProcessing File :: Work\nFilepath::/tmp/brindAb12cd/Brindle/Mail/Inbox.sbd/Work\n"
+      "File ReadTrying to now get each line.::1\nCount::1\nend",
+      testing::internal::GetCapturedStdout());
+}
+
+}  // namespace
