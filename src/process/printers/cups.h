@@ -1,0 +1,15 @@
+// Printers of "GNome" systems, made with the CUPS tools, and the default printer of a profile user.
+#ifndef BRINDLE_PROCESS_PRINTERS_CUPS_H
+#define BRINDLE_PROCESS_PRINTERS_CUPS_H
+
+/// Makes CUPS queues of the printers in the archive root `args` with models of CUPS's own list; see
+/// migrate_printers. `Driver` keeps the last answer.
+/// Returns 0, whatever the commands did.
+int nldprinter(const char* args);
+
+/// Makes each Windows printer in the folder "Printers" of the profile's folder `args` in turn the default of
+/// the account `cur_user`, so that the last in directory order stays it. A printer goes by its Windows name
+/// here, which is not looked up. Returns 0.
+int normalprinter(const char* args);
+
+#endif

@@ -1,0 +1,129 @@
+#include "process/printers/device_uri.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "shell/files.h"
+#include "state/posts.h"
+#include "state/state.h"
+
+namespace {
+
+constexpr std::size_t buffer_size = 128;
+
+struct FreeText {
+  void operator()(char* text) const { std::free(text); }
+};
+using Text = std::unique_ptr<char, FreeText>;
+
+char* new_buffer(const std::string& text) {
+  char* buffer = static_cast<char*>(std::calloc(std::max(buffer_size, text.size() + 1), 1));
+  if (buffer != nullptr) std::memcpy(buffer, text.data(), text.size());
+  return buffer;
+}
+
+struct LocalPort {
+  const char* name;
+  const char* uri;
+};
+
+// The USB printer device takes plain bytes like a parallel port, so it gets that scheme on purpose.
+constexpr LocalPort local_ports[] = {
+    {"USB001", "parallel:/dev/usb/lp0"},
+    {"LPT1", "parallel:/dev/lp0"},
+    {"LPT2", "parallel:/dev/lp1"},
+};
+
+Device traced(std::string uri) {
+  std::printf("URI::%s\n", uri.c_str());
+  return {std::move(uri), ""};
+}
+
+Device internet_printer(const std::string& port) {
+  std::printf("Migrating IPP Printer\n");
+  const Text rest(get_string_printer(port.c_str(), ":"));
+  return traced(std::string("ipp:") + rest.get());
+}
+
+Device lpd_printer(const std::string& port) {
+  const Text path(get_lpd_uri(port.c_str()));
+  Device device = traced(std::string("lpd://") + path.get());
+  std::printf("Migrating LPD Printer\n");
+  return device;
+}
+
+// The credentials window reads `smburl` on the other thread, so the text must outlive the printer.
+Device share_printer(const std::string& port) {
+  static std::string shown;
+  shown = port;
+  smburl = shown.c_str();
+  return {"", port.substr(2)};
+}
+
+std::optional<Device> local_printer(const std::string& port) {
+  std::printf("Migrating Local Printer\n");
+  std::printf("Printer Port::%s\n", port.c_str());
+  for (const LocalPort& local : local_ports) {
+    if (contains(port, local.name)) return traced(local.uri);
+  }
+  std::printf("Skipping the printer\n");
+  return std::nullopt;
+}
+
+bool prints_to_a_drive(const std::string& port) {
+  const char* const drives[] = {"C:", "D:", "E:", "F:"};
+  return std::ranges::any_of(drives, [&](const char* drive) { return contains(port, drive); });
+}
+
+}  // namespace
+
+// The order is part of the answer: "FILE:" must meet the drives before it is taken for a print server.
+std::optional<Device> device_of_port(const std::string& port) {
+  if (contains(port, "http:")) return internet_printer(port);
+  if (prints_to_a_drive(port)) return std::nullopt;
+  if (contains(port, ":")) return lpd_printer(port);
+  if (contains(port, "//")) return share_printer(port);
+  return local_printer(port);
+}
+
+std::string uri_of(const Device& device, const std::string& label) {
+  if (device.share.empty()) return device.uri;
+  std::printf("Migrating SMB Printer\n");
+  getUsernamePassword(label.c_str());
+  std::string uri = std::string("smb://") + Username + ":" + Password + "@" + device.share;
+  std::printf("URI::%s\n", uri.c_str());
+  return uri;
+}
+
+void getUsernamePassword(const char* drivername) {
+  static std::string title;
+  title = drivername;
+  isWindowSmbUsernamePasswordOpen = 1;
+  displaylabel = title.c_str();
+  post_to_gui(show_smb_username_password_window, nullptr);
+  wait_while_open(isWindowSmbUsernamePasswordOpen);
+  std::printf("Username::%s\n", Username);
+  // In clear, deliberately: only so can a mistyped password be told from a share that refuses its user.
+  std::printf("Password::%s\n", Password);
+}
+
+void forget_credentials(std::string& uri) {
+  explicit_bzero(Username, sizeof Username);
+  explicit_bzero(Password, sizeof Password);
+  explicit_bzero(uri.data(), uri.size());
+  uri.clear();
+}
+
+char* get_string_printer(const char* value, const char* splitchar) {
+  const char* found = std::strstr(value, splitchar);
+  return new_buffer(found == nullptr ? "" : found + std::strlen(splitchar));
+}
+
+char* get_lpd_uri(const char* value) {
+  std::string path = value;
+  std::ranges::replace(path, ':', '/');
+  return new_buffer(path);
+}

@@ -1,0 +1,192 @@
+#include "process/printers/driver_search.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "shell/compose.h"
+#include "shell/files.h"
+#include "shell/home.h"
+#include "shell/run.h"
+#include "state/posts.h"
+#include "state/state.h"
+
+namespace {
+
+constexpr std::size_t word_limit = 10;
+constexpr std::size_t shortest_search = 3;
+constexpr std::size_t line_limit = 1023;
+
+char nothing[1] = "";
+
+using Words = std::vector<std::string>;
+
+// Two blanks in a row give an empty word.
+Words split_up(const std::string& name) {
+  std::printf("Splitting up Driver Name::%s\n", name.c_str());
+  Words words(1);
+  for (const char c : name) {
+    std::printf("In the Loop.\n");
+    if (c != ' ') {
+      words.back() += c;
+    } else {
+      if (words.size() <= word_limit)
+        std::printf("Driver Part %zu - %s\n", words.size() - 1, words.back().c_str());
+      words.emplace_back();
+    }
+  }
+  if (words.size() > word_limit) words.resize(word_limit);
+  return words;
+}
+
+std::string search_text(const Words& words) {
+  std::string text = words.front();
+  for (std::size_t i = 1; i < words.size(); ++i) text += " " + words[i];
+  std::printf("GrepString::%s\n", text.c_str());
+  std::printf("Removing the ppd.txt file.\n");
+  return text;
+}
+
+// The window's title is read by the other thread: it must outlive the search.
+void show_as_title(const char* drivername) {
+  static std::string title;
+  title = drivername;
+  displaylabel = title.c_str();
+}
+
+void remove_result(const std::string& home) { SYSTEM(compose("rm %s/ppd.txt", home)); }
+
+void ask_user(const std::string& home) {
+  remove_result(home);
+  isWindowSelectDriverOpen = 1;
+  post_to_gui(show_popup_window_select_driver, nullptr);
+  wait_while_open(isWindowSelectDriverOpen);
+}
+
+File open_result(const std::string& home) {
+  std::printf("Trying to open the ppd.txt file.\n");
+  return open_file(home + "/ppd.txt", "r");
+}
+
+void report_no_match(const File& result) {
+  if (result) {
+    std::printf("Nothing in line\n");
+    std::printf("File pointer closed.\n");
+  } else {
+    std::printf("fp is null.Continuing\n");
+  }
+}
+
+bool read_line(const File& file, std::string& line) {
+  if (!read_piece(file.get(), line_limit, line)) return false;
+  line.resize(std::min(line.size(), line.find('\n')));
+  return true;
+}
+
+// The text from `line`'s first `label` to the next blank, its single quotes included.
+std::string field(const std::string& line, const char* label) {
+  const std::size_t found = line.find(label);
+  if (found == std::string::npos) return "";
+  const std::size_t begin = found + std::char_traits<char>::length(label);
+  return line.substr(begin, line.find(' ', begin) - begin);
+}
+
+void take_listing(const std::string& line) {
+  assign(Id2, field(line, "Id=").c_str());
+  assign(Driver2, field(line, "Driver=").c_str());
+  std::printf("Id=%s\tDriver=%s\n", Id2, Driver2);
+}
+
+std::optional<std::string> search_foomatic(const Words& words, const std::string& home) {
+  const shell::Command command =
+      compose("foomatic-ppdfile-bd -P\"%s\" > %s/ppd.txt", search_text(words), home);
+  SYSTEM(command);
+  std::printf("Executed Command::%s\n", command.c_str());
+  const File result = open_result(home);
+  if (result) std::printf("Found the ppd.txt file.Continuing\n");
+  std::string line;
+  if (result && read_line(result, line)) return line;
+  report_no_match(result);
+  return std::nullopt;
+}
+
+// A line of the result that the model list recommends; its first word is the PPD's name.
+std::optional<std::string> recommended_model(const File& result) {
+  std::string line;
+  while (result && read_line(result, line)) {
+    std::printf("Value read from ppd.txt::%s\n", line.c_str());
+    if (contains(line, "recommended")) return line.substr(0, line.find(' '));
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> search_model_list(const Words& words, const std::string& home) {
+  const std::string text = search_text(words);
+  remove_result(home);
+  std::printf("Running the grep command.\n");
+  shell::run_unlogged(compose("grep -i \"%s\" %s/ppdlist.txt > %s/ppd.txt", text, home, home));
+  const File result = open_result(home);
+  const std::optional<std::string> model = recommended_model(result);
+  if (!model) report_no_match(result);
+  return model;
+}
+
+// The longest prefix of the name that `search` finds something for.
+template <typename Search>
+std::optional<std::string> search_shorter_and_shorter(Words words, const std::string& home, Search search) {
+  for (; words.size() >= shortest_search; words.pop_back()) {
+    if (std::optional<std::string> found = search(words, home)) return found;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+char* finddriver(const char* drivername) {
+  // An answer for the printer before must never be taken for this one.
+  assign(Id2, "");
+  assign(Driver2, "");
+  const std::string home = user_home();
+  show_as_title(drivername);
+  const Words words = split_up(drivername);
+  std::printf("Trying to find printer name using grep.\n");
+  if (const auto line = search_shorter_and_shorter(words, home, search_foomatic)) {
+    std::printf("Value read from ppd.txt::%s\n", line->c_str());
+    take_listing(*line);
+    remove_result(home);
+    return nothing;
+  }
+  ask_user(home);
+  std::printf("Woken up.\n");
+  std::printf("Selected Driver::%s\n", selecteddriver);
+  if (contains(selecteddriver, "Id=")) std::printf("Found Id=\n");
+  take_listing(selecteddriver);
+  return nothing;
+}
+
+char* nldfinddriver(const char* drivername) {
+  static std::string ppd_name;
+  Driver = nothing;
+  const std::string home = user_home();
+  show_as_title(drivername);
+  const Words words = split_up(drivername);
+  const shell::Command listing = compose("lpinfo -m > %s/ppdlist.txt", home);
+  SYSTEM(listing);
+  std::printf("Executing command::%s\n", listing.c_str());
+  std::printf("Trying to find printer name using grep.\n");
+  const auto found = search_shorter_and_shorter(words, home, search_model_list);
+  if (found) {
+    ppd_name = *found;
+    Driver = ppd_name.data();
+    std::printf("Driver=%s\n", Driver);
+    remove_result(home);
+    return nothing;
+  }
+  ask_user(home);
+  std::printf("Selected Driver::%s\n", selecteddriver);
+  Driver = selecteddriver;
+  std::printf("Driver=%s\n", Driver);
+  return nothing;
+}
