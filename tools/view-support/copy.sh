@@ -40,7 +40,7 @@ copy_top_level() {
   for entry in /bin /sbin /lib /lib32 /lib64 /libx32; do
     if [ -L "$entry" ]; then cp -a "$entry" "$root/"; elif [ -d "$entry" ]; then cp -a "$entry" "$root/"; fi
   done
-  mkdir -p "$root"/{root,home,tmp,proc,run,dev,sys,mnt,media,srv,boot}
+  mkdir -p "$root"/{root,home,tmp,proc,run,dev,sys,mnt,media,opt,srv,boot}
   chmod 700 "$root/root"
   chmod 1777 "$root/tmp"
 }
@@ -85,9 +85,19 @@ make_devices() {
   [ -c "$root/dev/null" ]
 }
 
+# The sources, and of what was built only the command itself.
+copy_source() {
+  copy_tree_to "$source_dir" "$root$inside_source"
+  case ${command[0]} in
+    "$inside_source"/build/*)
+      mkdir -p "$root${command[0]%/*}"
+      cp -a "$source_dir${command[0]#"$inside_source"}" "$root${command[0]}" ;;
+  esac
+}
+
 copy_binds() {
   local pair
-  copy_tree_to "$source_dir" "$root$inside_source"
+  copy_source
   for pair in "${binds[@]}"; do copy_tree_to "${pair%%=*}" "$root${pair#*=}"; done
 }
 
@@ -95,7 +105,8 @@ copy_tree_to() {
   mkdir -p "${2%/*}"
   if [ -d "$1" ]; then
     mkdir -p "$2"
-    tar -C "$1" --exclude=./.git --exclude='*.o' --exclude='*.a' --warning=no-file-ignored -cf - . | tar -C "$2" -xpf -
+    tar -C "$1" --exclude=./.git --exclude=./build --warning=no-file-ignored -cf - . |
+      tar -C "$2" -xpf -
   else
     cp -aL "$1" "$2"
   fi

@@ -1,0 +1,278 @@
+#!/usr/bin/python3
+"""Tells what a command changed in a private view: the work of tools/view --changes and --files.
+
+  changes.py remember --state DIR ...      before the command: how far the view differs from the machine
+  changes.py list --state DIR --changes FILE --files DIR ...     afterwards: what differs from that
+
+Layers of the view: --layer UPPER LOWER NAME for an overlay (an upper layer holds just what differs),
+--copy LOWER NAME for a tree of copies (which has to be compared with what it was copied from).
+
+The list has a line for each path: what, path, mode, owner, size, separated by tabs, sorted by path, under a
+line with these names. What is "created", "changed", "removed" or "replaced" (something of another kind lies
+there now). A changed line has a difference in mode, owner, target or content; a file that was only touched,
+or written with the bytes it had, is not listed. A backslash, tab or line end in a path is written \\\\, \\t, \\n.
+Sizes of folders are left out, and so are mode, owner and size of what was removed.
+"""
+import argparse
+import hashlib
+import os
+import pickle
+import shutil
+import stat
+import sys
+
+HIDDEN = ("/root", "/home", "/tmp")
+NEVER_LISTED = ("/proc", "/dev", "/run", "/sys")
+
+
+class State:
+    """One file or folder as it lies there. `content` is a digest, a link's target or a device number."""
+
+    def __init__(self, place):
+        self.place = place
+        information = os.lstat(place)
+        self.kind = stat.S_IFMT(information.st_mode)
+        self.mode = stat.S_IMODE(information.st_mode)
+        self.owner = (information.st_uid, information.st_gid)
+        self.size = information.st_size
+        self.device = information.st_rdev
+        self.digest = None
+
+    def content(self):
+        if self.digest is None:
+            self.digest = read_content(self)
+        return self.digest
+
+    def same(self, other):
+        return (self.kind, self.mode, self.owner) == (other.kind, other.mode, other.owner) and (
+            self.kind == stat.S_IFDIR or (self.size == other.size and self.content() == other.content()))
+
+
+def read_content(state):
+    if state.kind == stat.S_IFREG:
+        with open(state.place, "rb") as file:
+            return hashlib.file_digest(file, "sha1").digest()
+    return os.readlink(state.place) if state.kind == stat.S_IFLNK else state.device
+
+
+def walk(folder):
+    """All paths below `folder`, relative to it, each with a leading slash; views themselves left out."""
+    for here, folders, files in os.walk(folder):
+        folders[:] = [name for name in folders if not name.startswith("brindle-view-")]
+        for name in folders + files:
+            yield os.path.join(here, name)[len(folder):]
+
+
+# ---- Layers: path -> State, or None for what lies on the machine and is gone in the view ------------------
+
+
+def overlay_differences(upper, lower, name):
+    differences = {}
+    for path in walk(upper):
+        place = upper + path
+        if is_whiteout(place):
+            mark_gone(differences, lower, path, name)
+            continue
+        differences[name + path] = State(place)
+        if is_opaque(place):
+            mark_gone_below(differences, lower, upper, path, name)
+    return differences
+
+
+def is_whiteout(place):
+    information = os.lstat(place)
+    return stat.S_ISCHR(information.st_mode) and information.st_rdev == 0
+
+
+def is_opaque(place):
+    if os.path.islink(place) or not os.path.isdir(place):
+        return False
+    try:
+        return os.getxattr(place, "trusted.overlay.opaque") == b"y"
+    except OSError:
+        return False
+
+
+def mark_gone(differences, lower, path, name):
+    if (name + path) in HIDDEN or is_hidden(name + path):
+        return
+    if os.path.lexists(lower + path):
+        differences[name + path] = None
+        mark_gone_below(differences, lower, None, path, name)
+
+
+def mark_gone_below(differences, lower, upper, path, name):
+    if os.path.islink(lower + path) or not os.path.isdir(lower + path) or is_hidden(name + path + "/"):
+        return
+    for below in walk(lower.rstrip("/") + path):
+        if upper is None or not os.path.lexists(upper + path + below):
+            differences[name + path + below] = None
+
+
+def copy_differences(root, lower, name):
+    """A copy keeps its times: what has the same ones and the same size is taken as unchanged."""
+    differences = {}
+    for path in walk(root + name):
+        if looks_copied(root + name + path, lower + path):
+            continue
+        differences[name + path] = State(root + name + path)
+    for path in walk(lower):
+        if not os.path.lexists(root + name + path):
+            differences[name + path] = None
+    return differences
+
+
+def looks_copied(place, original):
+    if not os.path.lexists(original):
+        return False
+    one, other = os.lstat(place), os.lstat(original)
+    fields = ("st_mode", "st_uid", "st_gid") + (() if stat.S_ISDIR(one.st_mode) else ("st_size", "st_mtime_ns"))
+    return all(getattr(one, field) == getattr(other, field) for field in fields)
+
+
+def outside_copies(root, names):
+    """Folders of the tree that were made empty: all that lies in them is the view's own."""
+    differences = {}
+    for top in os.listdir(root):
+        if "/" + top in names or "/" + top in NEVER_LISTED:
+            continue
+        differences["/" + top] = State(root + "/" + top)
+        if os.path.isdir(root + "/" + top) and not os.path.islink(root + "/" + top):
+            for path in walk(root + "/" + top):
+                differences["/" + top + path] = State(root + "/" + top + path)
+    return differences
+
+
+def differences_now(options):
+    found = {}
+    for upper, lower, name in options.layer:
+        found.update(overlay_differences(upper, lower.rstrip("/"), name))
+    for lower, name in options.copy:
+        found.update(copy_differences(options.root, lower, name))
+    if options.copy:
+        found.update(outside_copies(options.root, [name for _, name in options.copy]))
+    return {path: state for path, state in found.items() if not path.startswith(NEVER_LISTED)}
+
+
+# ---- Comparing -----------------------------------------------------------------------------------------
+
+
+def is_hidden(path):
+    return path.startswith(tuple(folder + "/" for folder in HIDDEN))
+
+
+def on_machine(path, options):
+    """State of `path` in an untouched view."""
+    if is_hidden(path):
+        return None
+    for lower, name in options.copy:
+        if path.startswith(name + "/"):
+            return State(lower + path[len(name):]) if os.path.lexists(lower + path[len(name):]) else None
+    return State(path) if os.path.lexists(path) else None
+
+
+def compare(before, after, options):
+    """Yields what, path, state (of what lies there now) for each difference, sorted by path."""
+    for path in sorted(set(before) | set(after)):
+        old = before[path] if path in before else on_machine(path, options)
+        new = after[path] if path in after else on_machine(path, options)
+        what = name_difference(old, new)
+        if what and path not in HIDDEN:
+            yield what, path, new
+
+
+def name_difference(old, new):
+    if old is None and new is None:
+        return None
+    if old is None or new is None:
+        return "created" if old is None else "removed"
+    if old.kind != new.kind:
+        return "replaced"
+    return None if old.same(new) else "changed"
+
+
+# ---- Writing -------------------------------------------------------------------------------------------
+
+
+def read_names(root, file):
+    names = {}
+    try:
+        with open(root + "/etc/" + file, encoding="utf-8", errors="surrogateescape") as lines:
+            for line in lines:
+                words = line.split(":")
+                names[int(words[2])] = words[0]
+    except (OSError, ValueError, IndexError):
+        pass
+    return names
+
+
+def escape(path):
+    return path.replace("\\", "\\\\").replace("\t", "\\t").replace("\n", "\\n")
+
+
+def write_list(rows, file, root):
+    users, groups = read_names(root, "passwd"), read_names(root, "group")
+    with open(file, "w", encoding="utf-8", errors="surrogateescape") as output:
+        output.write("what\tpath\tmode\towner\tsize\n")
+        for what, path, state in rows:
+            output.write("\t".join((what, escape(path), *describe(state, users, groups))) + "\n")
+
+
+def describe(state, users, groups):
+    if state is None:
+        return "", "", ""
+    user, group = state.owner
+    size = "" if state.kind == stat.S_IFDIR else str(state.size)
+    return "%04o" % state.mode, "%s:%s" % (users.get(user, user), groups.get(group, group)), size
+
+
+def copy_files(rows, folder):
+    for _, path, state in rows:
+        if state is None:
+            continue
+        target = folder + path
+        os.makedirs(os.path.dirname(target), exist_ok=True)
+        if state.kind == stat.S_IFDIR:
+            os.makedirs(target, exist_ok=True)
+        elif state.kind in (stat.S_IFREG, stat.S_IFLNK):
+            shutil.copy2(state.place, target, follow_symlinks=False)
+
+
+# ---- The two commands ------------------------------------------------------------------------------------
+
+
+def remember(options):
+    before = differences_now(options)
+    for state in before.values():
+        if state is not None and state.kind != stat.S_IFDIR:
+            state.content()
+    with open(os.path.join(options.state, "before"), "wb") as file:
+        pickle.dump(before, file)
+
+
+def list_changes(options):
+    with open(os.path.join(options.state, "before"), "rb") as file:
+        before = pickle.load(file)
+    rows = list(compare(before, differences_now(options), options))
+    if options.changes:
+        write_list(rows, options.changes, options.root)
+    if options.files:
+        copy_files(rows, options.files)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("what", choices=("remember", "list"))
+    parser.add_argument("--state", required=True)
+    parser.add_argument("--root", required=True)
+    parser.add_argument("--layer", nargs=3, action="append", default=[])
+    parser.add_argument("--copy", nargs=2, action="append", default=[])
+    parser.add_argument("--changes", default="")
+    parser.add_argument("--files", default="")
+    options = parser.parse_args()
+    remember(options) if options.what == "remember" else list_changes(options)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
