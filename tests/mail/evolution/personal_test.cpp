@@ -1,0 +1,329 @@
+#include "process/mail/evolution/personal.h"
+
+#include <gconf/gconf-client.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+
+#include "mail/evolution/homes.h"
+#include "support/session_bus.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+const std::string gconf = "/home/ann/.gconf/apps/evolution/";
+
+void make_personal_data() {
+  write_file(imap_mail + "/Calendar/calendar.ics",
+             "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//A//B//EN\r\n"
+             "BEGIN:VEVENT\r\nUID:e1\r\nDTSTAMP:20050101T000000Z\r\nDTSTART:20050101T100000Z\r\n"
+             "SUMMARY:Dentist\r\nEND:VEVENT\r\n"
+             "BEGIN:VEVENT\r\nUID:e2\r\nDTSTAMP:20050101T000000Z\r\nDTSTART:20050102T100000Z\r\n"
+             "SUMMARY:Meeting\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
+  write_file(imap_mail + "/Tasks/tasks.ics",
+             "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//A//B//EN\r\n"
+             "BEGIN:VTODO\r\nUID:t1\r\nDTSTAMP:20050101T000000Z\r\nSUMMARY:Buy milk\r\nEND:VTODO\r\n"
+             "END:VCALENDAR\r\n");
+  std::filesystem::create_directories(imap_mail + "/Contacts");
+  // Evolution's address book: a Berkeley DB whose keys and values carry their NUL.
+  write_file("/tmp/contacts.pl",
+             "use DB_File; tie my %book, 'DB_File', $ARGV[0], O_RDWR|O_CREAT, 0644, $DB_HASH or die;\n"
+             "$book{\"PAS-DB-VERSION\\0\"} = \"0.2\\0\";\n"
+             "for my $name ('Bob', 'Eve') {\n"
+             "  $book{\"pas-id-$name\\0\"} =\n"
+             "    \"BEGIN:VCARD\\r\\nVERSION:3.0\\r\\nUID:pas-id-$name\\r\\nFN:$name\\r\\nN:;$name\\r\\n\"\n"
+             "    . \"END:VCARD\\0\";\n}\n");
+  ASSERT_EQ(0, shell_quietly("perl /tmp/contacts.pl " + imap_mail + "/Contacts/addressbook.db"));
+}
+
+class EvolutionPersonal : public testing::Test {
+ protected:
+  void SetUp() override { install_evolution(); }
+
+  static int migrate() { return calendar_contacts_tasks(imap_mail.c_str()); }
+};
+
+// --- The copies
+
+TEST_F(EvolutionPersonal, AProfilesDataIsReadByTheDataServer) {
+  make_profile();
+  make_personal_data();
+  EXPECT_EQ(0, migrate());
+  EXPECT_EQ("SUMMARY:Dentist\nSUMMARY:Meeting\n", data_server_finds("events", "/home/ann"));
+  EXPECT_EQ("SUMMARY:Buy milk\n", data_server_finds("tasks", "/home/ann"));
+  const std::string contacts = data_server_finds("contacts", "/home/ann");
+  EXPECT_THAT(contacts, HasSubstr("FN:Bob"));
+  EXPECT_THAT(contacts, HasSubstr("FN:Eve"));
+}
+
+TEST_F(EvolutionPersonal, Evolution2sCommandsComeInTheirOrder) {
+  make_evolution_2();
+  make_personal_data();
+  EXPECT_EQ(0, migrate());
+  const std::string store = "/root/.evolution/";
+  EXPECT_THAT(
+      commands_run(),
+      ElementsAre("evolution --force-shutdown", "mkdir -p " + store + "calendar/local/system",
+                  "cp -f " + imap_mail + "/Calendar/calendar.ics " + store + "calendar/local/system",
+                  "gconftool-2 --spawn", "gconftool-2 --spawn", "mkdir -p " + store + "addressbook",
+                  "mkdir -p " + store + "addressbook/local", "mkdir -p " + store + "addressbook/local/system",
+                  "cp -f " + imap_mail + "/Contacts/addressbook.db " + store + "addressbook/local/system",
+                  "mkdir -p " + store + "tasks/local/system",
+                  "cp -f " + imap_mail + "/Tasks/tasks.ics " + store + "tasks/local/system",
+                  "gconftool-2 --spawn", "gconftool-2 --spawn"));
+}
+
+TEST_F(EvolutionPersonal, Evolution1GetsCopiesOnly) {
+  for (const char* name : {"Calendar", "Contacts", "Tasks"})
+    std::filesystem::create_directories(std::string("/root/evolution/local/") + name);
+  make_personal_data();
+  EXPECT_EQ(0, migrate());
+  EXPECT_THAT(commands_run(),
+              ElementsAre("evolution --force-shutdown",
+                          "cp -f " + imap_mail + "/Calendar/calendar.ics /root/evolution/local/Calendar",
+                          "cp -f " + imap_mail + "/Contacts/addressbook.db /root/evolution/local/Contacts",
+                          "cp -f " + imap_mail + "/Tasks/tasks.ics /root/evolution/local/Tasks"));
+  EXPECT_EQ(0, shell_quietly("cmp " + imap_mail +
+                             "/Contacts/addressbook.db /root/evolution/local/Contacts/addressbook.db"));
+  EXPECT_TRUE(exists("/root/evolution/local/Calendar/calendar.ics"));
+  EXPECT_TRUE(exists("/root/evolution/local/Tasks/tasks.ics"));
+}
+
+TEST_F(EvolutionPersonal, Evolution1sFoldersAreNotMade) {
+  make_personal_data();
+  SystemLog log;
+  EXPECT_EQ(0, migrate());
+  EXPECT_FALSE(exists("/root/evolution"));
+  EXPECT_EQ(3U, log.messages().size());
+}
+
+TEST_F(EvolutionPersonal, WhatTheArchiveLacksIsSkipped) {
+  make_evolution_2();
+  std::filesystem::create_directories(imap_mail);
+  EXPECT_EQ(0, migrate());
+  EXPECT_THAT(commands_run(), ElementsAre("evolution --force-shutdown"));
+  write_file(imap_mail + "/Tasks/tasks.ics", "tasks");
+  EXPECT_EQ(0, migrate());
+  EXPECT_TRUE(exists("/root/.evolution/tasks/local/system/tasks.ics"));
+  EXPECT_FALSE(exists("/root/.evolution/calendar"));
+  EXPECT_FALSE(exists("/root/.evolution/addressbook"));
+}
+
+TEST_F(EvolutionPersonal, AnEmptyFolderMakesACopyThatFailsAndNothingElse) {
+  make_evolution_2();
+  std::filesystem::create_directories(imap_mail + "/Contacts");
+  SystemLog log;
+  EXPECT_EQ(0, migrate());
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("normal termination, exit status 1, cp -f ")));
+}
+
+TEST_F(EvolutionPersonal, AProfilesListsAreShown) {
+  make_profile();
+  make_personal_data();
+  EXPECT_EQ(0, migrate());
+  EXPECT_TRUE(
+      matches_expected(gconf + "calendar/display/%gconf.xml", "evolution_personal/selected_calendars.xml"));
+  EXPECT_TRUE(matches_expected(gconf + "calendar/tasks/%gconf.xml", "evolution_personal/selected_tasks.xml"));
+}
+
+TEST_F(EvolutionPersonal, TracesShowTheCopies) {
+  make_profile();
+  write_file(imap_mail + "/Calendar/calendar.ics", "");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, migrate());
+  EXPECT_EQ("buffer=/home/ann\nIn Calendar Contacts Tasks::" + imap_mail + "cp -f " + imap_mail +
+                "/Calendar/calendar.ics /home/ann/.evolution/calendar/local/system\n"
+                "In display_calendar for other user.buffer=/home/ann\nCalendar Display Over.",
+            testing::internal::GetCapturedStdout());
+}
+
+// --- What is shown, running user
+
+constexpr const char* sources_key = "/apps/evolution/calendar/sources";
+constexpr const char* selected_key = "/apps/evolution/calendar/display/selected_calendars";
+
+void set_list(const std::string& key, const std::string& list) {
+  ASSERT_EQ(0, shell_quietly("gconftool-2 --set --type=list --list-type=string " + key + " '" + list + "'"));
+}
+
+class ShownInGconf : public testing::Test {
+ protected:
+  void SetUp() override { client = gconf_client_get_default(); }
+
+  void TearDown() override {
+    g_object_unref(client);
+    client = nullptr;
+  }
+
+ private:
+  SessionBus bus_;
+};
+
+TEST_F(ShownInGconf, TheFirstSourceOfTheFirstGroupIsShown) {
+  set_list(sources_key,
+           "[<group uid=\"g\"><source uid=\"first\" name=\"a\"/><source uid=\"second\"/></group>,"
+           "<group uid=\"h\"><source uid=\"third\"/></group>]");
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_EQ("[first]\n", gconf_value(selected_key));
+}
+
+TEST_F(ShownInGconf, TaskListsAreShownBelowTheCalendar) {
+  set_list("/apps/evolution/tasks/sources", "[<group uid=\"g\"><source uid=\"first\"/></group>]");
+  EXPECT_EQ(0, display_tasks());
+  EXPECT_EQ("[first]\n", gconf_value("/apps/evolution/calendar/tasks/selected_tasks"));
+}
+
+TEST_F(ShownInGconf, NoSourcesChangeNothing) {
+  set_list(selected_key, "[old]");
+  EXPECT_EQ(0, display_calendar());
+  set_list(sources_key, "[]");
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_EQ("[old]\n", gconf_value(selected_key));
+}
+
+TEST_F(ShownInGconf, AGroupWithoutASourceShowsAnEmptyOne) {
+  set_list(sources_key, "[<group uid=\"g\"/>]");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("get_source_uid : "));
+  EXPECT_EQ("[]\n", gconf_value(selected_key));
+  EXPECT_EQ("1\n", output_of("gconftool-2 --get-list-size " + std::string(selected_key)));
+}
+
+TEST_F(ShownInGconf, ALongUidIsWhole) {
+  const std::string uid(300, 'u');
+  set_list(sources_key, "[<group uid=\"g\"><source uid=\"" + uid + "\"/></group>]");
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_EQ("[" + uid + "]\n", gconf_value(selected_key));
+}
+
+// --- What is shown, profile
+
+TEST(ShownForAProfile, TheRealSettingsDaemonReadsTheLists) {
+  make_profile();
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_EQ(0, display_tasks());
+  EXPECT_EQ("[1115761140.10532.5@linux]\n", gconf_value_in("/home/ann", selected_key));
+  EXPECT_EQ("[1115761140.10532.10@linux]\n",
+            gconf_value_in("/home/ann", "/apps/evolution/calendar/tasks/selected_tasks"));
+}
+
+TEST(ShownForAProfile, TheFoldersAreMadeBySimpleCommands) {
+  make_profile();
+  display_calendar();
+  display_tasks();
+  EXPECT_THAT(commands_run(), ElementsAre("mkdir /home/ann/.gconf/apps/evolution/calendar/display",
+                                          "mkdir /home/ann/.gconf/apps/evolution/calendar/tasks"));
+}
+
+TEST(ShownForAProfile, MissingSourcesAreAFailureForTheCalendarOnly) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  std::filesystem::create_directories(gconf + "calendar");
+  EXPECT_EQ(-1, display_calendar());
+  EXPECT_EQ(0, display_tasks());
+  EXPECT_TRUE(commands_run().empty());
+}
+
+TEST(ShownForAProfile, AListThatCannotBeWrittenIsAFailure) {
+  make_profile();
+  write_file(gconf + "calendar/display", "a file");
+  write_file(gconf + "calendar/tasks", "a file");
+  EXPECT_EQ(-1, display_calendar());
+  EXPECT_EQ(-1, display_tasks());
+}
+
+TEST(ShownForAProfile, SourcesWithoutAUidShowAnEmptyOne) {
+  make_profile();
+  write_file(gconf + "calendar/%gconf.xml", "<gconf>\n</gconf>\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("get_source_uid : "));
+  EXPECT_TRUE(
+      matches_expected(gconf + "calendar/display/%gconf.xml", "evolution_personal/selected_without_uid.xml"));
+}
+
+TEST(ShownForAProfile, APercentSignIsWrittenAsItIs) {
+  make_profile();
+  write_file(gconf + "calendar/%gconf.xml", "source uid=&quot;a%sb%n&quot;");
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_THAT(read_file(gconf + "calendar/display/%gconf.xml"),
+              HasSubstr("<stringvalue>a%sb%n</stringvalue>\n"));
+}
+
+TEST(ShownForAProfile, ALargeFileIsReadWhole) {
+  make_profile();
+  write_file(gconf + "calendar/%gconf.xml", std::string(100'000, ' ') + "source uid=&quot;far&quot;");
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_THAT(read_file(gconf + "calendar/display/%gconf.xml"),
+              HasSubstr("<stringvalue>far</stringvalue>\n"));
+}
+
+// --- Uids
+
+struct Uid {
+  int result;
+  std::string text;
+};
+
+Uid plain(const std::string& text) {
+  std::array<char, 128> buffer{"before"};
+  const int result = get_source_uid(text.c_str(), buffer.data());
+  return {result, buffer.data()};
+}
+
+Uid escaped(const std::string& text) {
+  std::array<char, 3072> buffer{"before"};
+  const int result = get_source_uid2(text.c_str(), buffer.data());
+  return {result, buffer.data()};
+}
+
+TEST(SourceUid, OfAPlainText) {
+  const Uid uid = plain(R"(<group uid="g"><source uid="1.2@h" name="n"/><source uid="later"/>)");
+  EXPECT_EQ(0, uid.result);
+  EXPECT_EQ("1.2@h", uid.text);
+}
+
+TEST(SourceUid, OfAnEscapedText) {
+  const Uid uid =
+      escaped("&lt;group uid=&quot;g&quot;&gt;&lt;source uid=&quot;1.2@h&quot; name=&quot;n&quot;/&gt;");
+  EXPECT_EQ(0, uid.result);
+  EXPECT_EQ("1.2@h", uid.text);
+}
+
+TEST(SourceUid, MayBeEmpty) {
+  EXPECT_EQ("", plain("source uid=\"\"").text);
+  EXPECT_EQ("", escaped("source uid=&quot;&quot;").text);
+}
+
+TEST(SourceUid, AMissingOneIsReportedAndLeavesTheBuffer) {
+  for (const char* text : {"", "<group uid=\"g\"/>", "source uid=", "source uid=\"unclosed"}) {
+    testing::internal::CaptureStderr();
+    const Uid uid = plain(text);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("get_source_uid : ")) << text;
+    EXPECT_EQ(-1, uid.result);
+    EXPECT_EQ("before", uid.text);
+  }
+  for (const char* text : {"", "source uid=\"plain\"", "source uid=&quot;unclosed"}) {
+    testing::internal::CaptureStderr();
+    const Uid uid = escaped(text);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("get_source_uid : ")) << text;
+    EXPECT_EQ(-1, uid.result);
+    EXPECT_EQ("before", uid.text);
+  }
+}
+
+TEST(SourceUid, OneThatDoesNotFitLeavesTheBuffer) {
+  EXPECT_EQ(std::string(127, 'u'), plain("source uid=\"" + std::string(127, 'u') + "\"").text);
+  EXPECT_EQ("before", plain("source uid=\"" + std::string(128, 'u') + "\"").text);
+  EXPECT_EQ(std::string(3071, 'u'), escaped("source uid=&quot;" + std::string(3071, 'u') + "&quot;").text);
+  EXPECT_EQ(-1, escaped("source uid=&quot;" + std::string(3072, 'u') + "&quot;").result);
+}
+
+}  // namespace

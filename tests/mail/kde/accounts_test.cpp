@@ -1,0 +1,240 @@
+#include "process/mail/kde/accounts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <regex>
+
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* kmailrc = "/root/.kde/share/config/kmailrc";
+constexpr const char* accounts = "/tmp/b/ImapMail/brindle-email-accounts/";
+
+// The expected files name no account id: the values only have to differ.
+std::string without_ids(const std::string& text) {
+  return std::regex_replace(text, std::regex("Id=[0-9]+"), "Id=ID");
+}
+
+struct KMail : testing::Test {
+  KMail() {
+    shell_quietly("mkdir -p /root/.kde/share/config /root/.kde/share/apps/kmail/imap " +
+                  std::string(accounts));
+    assign(OSName, "Xandros");
+    std::srand(5);
+  }
+  static void account(const std::string& name, const std::string& text) { write_file(accounts + name, text); }
+  static void work() {
+    account("work.txt",
+            "Account Name=Work\r\nSMTP Display Name=Ann Lee\r\nSMTP Email Address=ann@work.example\r\n"
+            "POP3 Server=pop.work.example\r\nPOP3 User Name=ann\r\nPOP3 Port=995\r\nPOP3 Prompt for "
+            "Password=0\r\n"
+            "POP3 Secure Connection=1\r\nLeave Mail On Server=0\r\nLeave on Server=1\r\nSMTP Use Auth=1\r\n"
+            "SMTP Prompt for Password=1\r\nSMTP Server=smtp.work.example\r\nSMTP Secure Connection=1\r\n");
+  }
+  static void home() {
+    account(
+        "home.txt",
+        "Account Name=Home\r\nDisplay Name=Ann\r\nEmail=ann@home.example\r\nIMAP Server=imap.home.example\r\n"
+        "IMAP User=ann.lee\r\nIMAP Prompt for Password=1\r\nSMTP Server=smtp.home.example\r\n");
+  }
+  static testing::AssertionResult kmailrc_is(const std::string& expected) {
+    return same_bytes(read_file(test_data("expected/kmail/" + expected)), without_ids(read_file(kmailrc)));
+  }
+};
+
+TEST_F(KMail, OnePop3AccountWithEveryFlag) {
+  work();
+  write_file(kmailrc, "[Old]\nkept=no\n");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_TRUE(kmailrc_is("pop3.kmailrc"));
+  EXPECT_TRUE(exists("/root/.kde/share/apps/kmail/ann:@pop.work.example:110"));
+}
+
+TEST_F(KMail, OneImapAccountWithNothingButTheNeeded) {
+  home();
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_TRUE(kmailrc_is("imap.kmailrc"));
+  EXPECT_TRUE(exists("/root/.kde/share/apps/kmail/imap/ann.lee:@imap.home.example:110"));
+}
+
+TEST_F(KMail, CommandsOfOneAccountInOrder) {
+  work();
+  kmailaccountsettings("/tmp/b");
+  const std::string file = std::string(accounts) + "work.txt";
+  EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"" + file + "\"",
+                                          "iconv -c -f GB2312 -t utf-8 " + file + " -o " + file + "temp",
+                                          StartsWith("hostname > "), "rm /root/.kde/share/config/kmailrc",
+                                          "rm " + file + "temp"));
+  EXPECT_EQ("work.txt\n", output_of(std::string("ls ") + accounts));
+}
+
+TEST_F(KMail, SeveralAccountsGoIntoOneFreshFile) {
+  work();
+  home();
+  write_file(kmailrc, "[Old]\nkept=no\n");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  const std::string text = read_file(kmailrc);
+  for (const char* group : {"[Account 1]", "[Transport 1]", "[Account 2]", "[Transport 2]"})
+    EXPECT_THAT(text, HasSubstr(std::string("\n") + group + "\n"));
+  EXPECT_THAT(text, testing::EndsWith("\n\n[General]\naccounts=2\ntransports=2\n\n\n[Reader]\nhtmlMail=true\n"
+                                      "htmlLoadExternal=true\n"));
+  EXPECT_THAT(text, Not(HasSubstr("[Old]")));
+}
+
+TEST_F(KMail, IdsDifferEvenWhenTheGeneratorRepeatsItself) {
+  work();
+  home();
+  account("third.txt", "Account Name=Third\nPOP3 Server=x\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_EQ("3\n", output_of(std::string("grep ^Id= ") + kmailrc + " | sort -u | wc -l"));
+}
+
+TEST_F(KMail, WithoutAccountsTheOldFileIsKept) {
+  write_file(kmailrc, "[Old]\nkept=yes\n");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_EQ(
+      "[Old]\nkept=yes\n\n\n[General]\naccounts=0\ntransports=0\n\n\n[Reader]\nhtmlMail="
+      "true\nhtmlLoadExternal=true\n",
+      read_file(kmailrc));
+}
+
+TEST_F(KMail, ChineseSettingsBecomeUtf8) {
+  account("zh.txt", "Account Name=\xB9\xA4\xD7\xF7\nDisplay Name=\xC5\xF3\xD3\xD1\xFF\nPOP3 Server=p\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(read_file(kmailrc),
+              AllOf(HasSubstr("\nName=\u5de5\u4f5c\n"), HasSubstr("\nname=\u670b\u53cb\n")));
+}
+
+TEST_F(KMail, StoringThePasswordFollowsTheOutgoingServer) {
+  account("a.txt", "POP3 Server=p\nPOP3 Prompt for Password=0\nSMTP Prompt for Password=1\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(read_file(kmailrc),
+              AllOf(HasSubstr("\nstore-passwd=false\n"), HasSubstr("\nstorepass=false\n")));
+  account("a.txt", "POP3 Server=p\nPOP3 Prompt for Password=1\nSMTP Prompt for Password=0\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(read_file(kmailrc), AllOf(HasSubstr("\nstore-passwd=true\n"), HasSubstr("\nstorepass=true\n")));
+}
+
+TEST_F(KMail, KdeReadsEveryKey) {
+  work();
+  kmailaccountsettings("/tmp/b");
+  const auto key = [](const std::string& group, const std::string& name) {
+    return output_of("kreadconfig5 --file " + std::string(kmailrc) + " --group '" + group + "' --key " +
+                     name);
+  };
+  EXPECT_EQ("pop.work.example\n", key("Account 1", "host"));
+  EXPECT_EQ("995\n", key("Account 1", "port"));
+  EXPECT_EQ("true\n", key("Account 1", "use-ssl"));
+  EXPECT_EQ("true\n", key("Account 1", "leave-on-server"));
+  EXPECT_EQ("inbox\n", key("Account 1", "Folder"));
+  EXPECT_EQ("smtp.work.example\n", key("Transport 1", "host"));
+  EXPECT_EQ("SSL\n", key("Transport 1", "encryption"));
+  EXPECT_EQ("Ann Lee\n", key("Transport 1", "name"));
+  EXPECT_EQ("1\n", key("General", "accounts"));
+  EXPECT_EQ("true\n", key("Reader", "htmlMail"));
+}
+
+// ---- Failures -------------------------------------------------------------------------------------------
+
+TEST_F(KMail, AMissingFolderIsReported) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, kmailaccountsettings("/tmp/missing"));
+  EXPECT_EQ("In mail_account() opendir: : No such file or directory\n",
+            testing::internal::GetCapturedStderr());
+}
+
+TEST_F(KMail, AnUnwritableFileIsReported) {
+  work();
+  shell_quietly("rm -r /root/.kde/share/config");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith("\nERROR :: Could not create file"));
+}
+
+TEST_F(KMail, AFolderFileThatCannotBeMadeFailsItsAccountOnly) {
+  shell_quietly("rm -r /root/.kde/share/apps/kmail");
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  EXPECT_EQ(1, kde_extract_from_account_path("/tmp/a", "/tmp/b", 1));
+  work();
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+}
+
+TEST_F(KMail, AFileThatCannotBeReadIsPassedOver) {
+  write_file(kmailrc, "[Old]\nkept=yes\n");
+  EXPECT_EQ(1, kde_extract_from_account_path("/tmp/missing", "/tmp/b", 1));
+  EXPECT_EQ("[Old]\nkept=yes\n", read_file(kmailrc));
+}
+
+TEST_F(KMail, ALoginCannotChooseAnotherPlace) {
+  account("a.txt", "POP3 Server=p\nPOP3 User=../../../../../../etc/cron.d/x\nAccount Name=evil\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_EQ("",
+            output_of("find /etc /root -newer /tmp/b/ImapMail/brindle-email-accounts/a.txt -name '*:110'"));
+}
+
+TEST_F(KMail, AHostileFileNameStaysOneWord) {
+  account("a b;touch ran;$(touch ran).txt", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(read_file(kmailrc), HasSubstr("\nName=A\n"));
+  EXPECT_FALSE(exists("ran"));
+}
+
+// ---- The migrator ---------------------------------------------------------------------------------------
+
+std::vector<std::string> steps_of(const std::string& output) {
+  std::vector<std::string> found;
+  const std::regex step(
+      "Migration Account Settings|Migrating addressbook|Migrating Emails\\.|Migrating Contacts and "
+      "Tasks\\.|Migrating Notes\\.|Notes are done\\.");
+  for (std::sregex_iterator i(output.begin(), output.end(), step), end; i != end; ++i)
+    found.push_back(i->str());
+  return found;
+}
+
+TEST_F(KMail, MigratorRunsItsStepsInOrder) {
+  work();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, kmail_mail_account("/tmp/b"));
+  EXPECT_THAT(steps_of(testing::internal::GetCapturedStdout()),
+              ElementsAre("Migration Account Settings", "Migrating addressbook", "Migrating Emails.",
+                          "Migrating Contacts and Tasks.", "Migrating Notes.", "Notes are done."));
+}
+
+TEST_F(KMail, MigratorStopsAtOne) {
+  work();
+  shell_quietly("rm -r /root/.kde/share/config");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, kmail_mail_account("/tmp/b"));
+  EXPECT_THAT(steps_of(testing::internal::GetCapturedStdout()), ElementsAre("Migration Account Settings"));
+}
+
+TEST_F(KMail, MigratorGoesOnWithoutAccounts) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, kmail_mail_account("/tmp/missing"));
+  EXPECT_EQ(6u, steps_of(testing::internal::GetCapturedStdout()).size());
+}
+
+TEST_F(KMail, AProfileGetsItsOwn) {
+  work();
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  shell_quietly("mkdir -p /home/ann/.kde/share/config /home/ann/.kde/share/apps/kmail/imap");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_TRUE(exists("/home/ann/.kde/share/config/kmailrc"));
+  EXPECT_TRUE(exists("/home/ann/.kde/share/apps/kmail/ann:@pop.work.example:110"));
+  EXPECT_FALSE(exists(kmailrc));
+}
+
+}  // namespace
