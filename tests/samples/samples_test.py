@@ -88,6 +88,13 @@ class Archives(unittest.TestCase):
         self.assertEqual(sorted(os.listdir(MADE / "family/Brindle/Profiles")), sorted(PROFILES))
         self.assertFalse((MADE / "one-person/Brindle/Profiles").exists())
 
+    def test_the_description_names_everything(self):
+        described = Path("docs/archive.md").read_text()
+        keys = [line.split("=")[0] for line in (SOURCES / "one-person/Printers/Default.txt").read_text().splitlines()]
+        for name in FOR_EVERYBODY + FOR_THE_PC + keys + [key for key in ACCOUNT_KEYS if not key.startswith("IMAP ")]:
+            for part in filter(None, name.split("/")):
+                self.assertIn(part, described)
+
     def test_nothing_readable_is_left_that_should_have_become_something_else(self):
         left = [path for sample in SAMPLES for path in (MADE / sample).rglob("*")
                 if path.name == ".pack" or path.suffix in (".messages", ".drawing", ".list", ".vcf")]
