@@ -29,13 +29,11 @@ GtkWidget* current_entry() { return lookup_widget(window2, entry_names[selection
 
 void lock_entry(const char* name) {
   GtkWidget* entry = lookup_widget(window2, name);
-  gtk_editable_set_editable(GTK_EDITABLE(entry), FALSE);
+  set_editable(entry, false);
   gtk_entry_set_text(GTK_ENTRY(entry), "");
 }
 
-void unlock_entry(const char* name) {
-  gtk_editable_set_editable(GTK_EDITABLE(lookup_widget(window2, name)), TRUE);
-}
+void unlock_entry(const char* name) { set_editable(lookup_widget(window2, name), true); }
 
 void open_chooser_at(const char* folder) {
   if (fileselection == nullptr) return;

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int message_width = 340;
+
 gboolean press_instead(GtkWidget* /*dialog*/, GdkEvent* /*event*/, gpointer button) {
   gtk_button_clicked(GTK_BUTTON(button));
   return TRUE;
@@ -31,6 +33,7 @@ void add_message(GtkWidget* dialog, const std::string& text) {
   gtk_label_set_justify(GTK_LABEL(message), GTK_JUSTIFY_FILL);
   gtk_label_set_line_wrap(GTK_LABEL(message), TRUE);
   gtk_misc_set_alignment(GTK_MISC(message), 0.43F, 0.54F);
+  gtk_widget_set_size_request(message, message_width, -1);
   gtk_widget_show(message);
   gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), message, TRUE, TRUE, 6);
   name_widget(dialog, message, "message");

@@ -9,11 +9,10 @@ constexpr int page_height = 434;
 
 // A page stays the size its picture was drawn for.
 void fix_size(GtkWidget* window) {
-  gtk_widget_set_size_request(window, page_width, page_height);
   GdkGeometry limits{};
   limits.min_width = limits.max_width = page_width;
   limits.min_height = limits.max_height = page_height;
-  gtk_window_set_geometry_hints(GTK_WINDOW(window), window, &limits,
+  gtk_window_set_geometry_hints(GTK_WINDOW(window), nullptr, &limits,
                                 static_cast<GdkWindowHints>(GDK_HINT_MIN_SIZE | GDK_HINT_MAX_SIZE));
 }
 
@@ -26,6 +25,7 @@ Page::Page(const std::string& title, GCallback on_delete)
   fix_size(window_);
   set_window_icon(window_);
   g_signal_connect(window_, "delete-event", on_delete, nullptr);
+  gtk_widget_set_size_request(fixed_, page_width, page_height);
   gtk_container_add(GTK_CONTAINER(window_), fixed_);
   gtk_widget_show(fixed_);
 }

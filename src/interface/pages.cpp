@@ -37,7 +37,8 @@ GtkWidget* put_source(Page& page, const SourceRow& row, GtkWidget* group, const 
   const bool chosen = group == nullptr;
   GtkWidget* radio = put_radio(page, row, group, caption);
   GtkWidget* entry = page.put(row.entry, gtk_entry_new(), {347, row.y}, 158, 23);
-  gtk_editable_set_editable(GTK_EDITABLE(entry), chosen);
+  set_editable(entry, chosen);
+  g_signal_connect(entry, "map", G_CALLBACK(show_whether_editable), nullptr);
   gtk_entry_set_activates_default(GTK_ENTRY(entry), TRUE);
   set_accessible_label(entry, radio, without_mnemonic(caption));
   GtkWidget* browse = page.put_button(row.browse, browse_caption, {512, row.y}, row.on_browse);
@@ -47,9 +48,9 @@ GtkWidget* put_source(Page& page, const SourceRow& row, GtkWidget* group, const 
 }
 
 void put_progress_bar(Page& page, const std::string& name) {
-  GtkWidget* bar = page.put("progressbar1", gtk_progress_bar_new(), {240, 332}, 290, 18);
+  GtkWidget* bar = page.put("progressbar1", gtk_progress_bar_new(), {221, 332}, 315, 18);
   atk_object_set_name(gtk_widget_get_accessible(bar), name.c_str());
-  GtkWidget* percentage = page.put("label_percentage", gtk_label_new("0%"), {536, 332}, 44, 18);
+  GtkWidget* percentage = page.put("label_percentage", gtk_label_new("0%"), {542, 332}, 44, 18);
   gtk_misc_set_alignment(GTK_MISC(percentage), 1.0F, 0.5F);
 }
 
@@ -64,6 +65,7 @@ GtkWidget* create_window1() {
   page.put_button("cancel_step1", texts["window1-cancel"], {504, 384}, G_CALLBACK(on_cancel_step1_clicked));
   page.put_button("bHelpStep1", texts["window1-help"], {72, 384}, G_CALLBACK(on_bHelpStep1_clicked));
   make_default(next);
+  gtk_widget_grab_focus(next);
   return page.window();
 }
 
@@ -91,6 +93,7 @@ GtkWidget* create_window3() {
   GtkWidget* done =
       page.put_button("button_done", texts["window3-done"], {400, 384}, G_CALLBACK(on_button_done_clicked));
   gtk_widget_set_sensitive(done, FALSE);
+  make_default(done);
   page.put_button("button_window3_cancel", texts["window3-cancel"], {504, 384},
                   G_CALLBACK(on_button_window3_cancel_clicked));
   page.put_button("bHelpStep3", texts["window3-help"], {72, 384}, G_CALLBACK(on_bHelpStep3_clicked));

@@ -47,6 +47,17 @@ void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string
   atk_object_set_name(of_widget, name.c_str());
 }
 
+void set_editable(GtkWidget* entry, bool editable) {
+  gtk_editable_set_editable(GTK_EDITABLE(entry), editable);
+  show_whether_editable(entry);
+}
+
+void show_whether_editable(GtkWidget* entry) {
+  const bool editable = gtk_editable_get_editable(GTK_EDITABLE(entry));
+  const GdkColor locked = gtk_widget_get_style(entry)->base[GTK_STATE_INSENSITIVE];
+  gtk_widget_modify_base(entry, GTK_STATE_NORMAL, editable ? nullptr : &locked);
+}
+
 void make_default(GtkWidget* button) {
   gtk_widget_set_can_default(button, TRUE);
   gtk_widget_grab_default(button);

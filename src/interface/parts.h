@@ -36,6 +36,12 @@ GtkWidget* new_wrapped_label(const std::string& text);
 /// Tells a screen reader that `label` names `widget`, and to read `name` for it.
 void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name);
 
+/// Opens or locks an entry and colours it accordingly.
+void set_editable(GtkWidget* entry, bool editable);
+
+/// Colours an entry as open or locked; for its "map" signal, since the colours are known only then.
+void show_whether_editable(GtkWidget* entry);
+
 /// Makes `button` the one that the Enter key presses in its window.
 void make_default(GtkWidget* button);
 

@@ -169,7 +169,9 @@ GtkWidget* create_smb_username_password_window2() {
   name_widget(question.window(), user.value, "entry_username");
   question.add_button("back2", texts["smb_username_password_window2-back"],
                       G_CALLBACK(on_smb_username_password_window2_back2_clicked));
-  make_default(question.add_button("next2", texts["smb_username_password_window2-next"],
-                                   G_CALLBACK(on_smb_username_password_window2_next2_clicked)));
+  GtkWidget* next = question.add_button("next2", texts["smb_username_password_window2-next"],
+                                        G_CALLBACK(on_smb_username_password_window2_next2_clicked));
+  make_default(next);
+  gtk_widget_grab_focus(next);
   return question.window();
 }

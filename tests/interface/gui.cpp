@@ -1,0 +1,226 @@
+#include "gui.h"
+
+#include <signal.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+
+#include "interface/dialogs.h"
+#include "interface/pages.h"
+#include "interface/system.h"
+#include "interface/windows.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+// Caches that the toolkit's libraries keep until the end of the program.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:libfontconfig\nleak:libpango\nleak:libgdk\nleak:libX11\nleak:g_type_\nleak:libgio\n"
+         "leak:gtk_init\nleak:gtk_rc_\nleak:gtk_style_\nleak:gtk_widget_ensure_style\nleak:gtk_icon_\n"
+         "leak:gtk_file_chooser\nleak:librsvg\nleak:libgobject\nleak:libgtk\n";
+}
+
+std::string shipped_text(const std::string& key) {
+  std::istringstream lines(read_file(test_data("../data/texts/en_US")));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind(key + "=", 0) == 0) return line.substr(key.size() + 1);
+  }
+  ADD_FAILURE() << "no text for " << key;
+  return "";
+}
+
+std::string plain(std::string caption) {
+  std::erase(caption, '_');
+  return caption;
+}
+
+std::string built(const std::string& name) {
+  const auto program = std::filesystem::read_symlink("/proc/self/exe");
+  return (program.parent_path().parent_path() / name).string();
+}
+
+void install_interface() {
+  namespace fs = std::filesystem;
+  const std::string folder = "/usr/local/brindle/";
+  fs::create_directories(folder);
+  const auto replace = fs::copy_options::overwrite_existing;
+  fs::copy_file(test_data("../data/texts/en_US"), folder + "en_US", replace);
+  fs::copy_file(test_data("../data/gtkrc/gtkrc"), folder + ".gtkrc-2.0", replace);
+  for (const char* picture : {"step1", "step2", "step3", "mark-apply", "mark-cancel"}) {
+    fs::copy_file(built(std::string("data/icons/") + picture + ".png"), folder + picture + ".png", replace);
+  }
+  fs::create_directories("/usr/share/pixmaps");
+  fs::copy_file(built("data/icons/Brindle_Icon.png"), "/usr/share/pixmaps/Brindle_Icon.png", replace);
+}
+
+void start_display() {
+  static bool started = false;
+  if (started) return;
+  started = true;
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  if (fork() == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    const std::string end = std::to_string(ends[1]);
+    if (freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
+    execlp("Xvfb", "Xvfb", "-displayfd", end.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
+           nullptr);
+    _exit(127);
+  }
+  close(ends[1]);
+  char number[16] = "";
+  ASSERT_GT(read(ends[0], number, sizeof number - 1), 0) << "no Xvfb";
+  close(ends[0]);
+  setenv("DISPLAY", (":" + std::string(number, std::strcspn(number, "\n"))).c_str(), 1);
+}
+
+void settle() {
+  while (g_main_context_pending(nullptr)) g_main_context_iteration(nullptr, FALSE);
+}
+
+namespace {
+
+struct Attempt {
+  void (*action)(void*);
+  void* data;
+  bool gave_up = false;
+};
+
+int act(void* data) {
+  const auto* attempt = static_cast<Attempt*>(data);
+  attempt->action(attempt->data);
+  return 0;
+}
+
+int give_up(void* data) {
+  static_cast<Attempt*>(data)->gave_up = true;
+  gtk_main_quit();
+  return 0;
+}
+
+}  // namespace
+
+bool run_main_loop_until(void (*action)(void*), void* data) {
+  Attempt attempt{action, data};
+  g_idle_add(act, &attempt);
+  const guint watch = g_timeout_add(500, give_up, &attempt);
+  gtk_main();
+  if (!attempt.gave_up) g_source_remove(watch);
+  return !attempt.gave_up;
+}
+
+void close_window(GtkWidget* window) {
+  gtk_widget_realize(window);
+  GdkEvent* event = gdk_event_new(GDK_DELETE);
+  event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
+  gtk_main_do_event(event);
+  gdk_event_free(event);
+}
+
+std::string title_of(GtkWidget* window) {
+  const char* title = gtk_window_get_title(GTK_WINDOW(window));
+  return title != nullptr ? title : "";
+}
+
+std::string label_text(GtkWidget* window, const char* name) {
+  GtkWidget* label = lookup_widget(window, name);
+  if (!GTK_IS_LABEL(label)) return std::string("no label ") + name;
+  return gtk_label_get_text(GTK_LABEL(label));
+}
+
+std::string button_caption(GtkWidget* window, const char* name) {
+  GtkWidget* button = lookup_widget(window, name);
+  if (!GTK_IS_BUTTON(button)) return std::string("no button ") + name;
+  return gtk_button_get_label(GTK_BUTTON(button));
+}
+
+std::string entry_text(GtkWidget* window, const char* name) {
+  GtkWidget* entry = lookup_widget(window, name);
+  if (!GTK_IS_ENTRY(entry)) return std::string("no entry ") + name;
+  return gtk_entry_get_text(GTK_ENTRY(entry));
+}
+
+void type(GtkWidget* window, const char* name, const std::string& text) {
+  GtkWidget* entry = lookup_widget(window, name);
+  ASSERT_TRUE(GTK_IS_ENTRY(entry)) << name;
+  gtk_entry_set_text(GTK_ENTRY(entry), text.c_str());
+}
+
+void press(GtkWidget* window, const char* name) {
+  GtkWidget* button = lookup_widget(window, name);
+  ASSERT_TRUE(GTK_IS_BUTTON(button)) << name;
+  gtk_button_clicked(GTK_BUTTON(button));
+}
+
+Place place_of(GtkWidget* window, const char* name) {
+  GtkWidget* widget = lookup_widget(window, name);
+  if (widget == nullptr) return {-1, -1, -1, -1};
+  int x = 0;
+  int y = 0;
+  gtk_container_child_get(GTK_CONTAINER(gtk_widget_get_parent(widget)), widget, "x", &x, "y", &y, nullptr);
+  int width = 0;
+  int height = 0;
+  gtk_widget_get_size_request(widget, &width, &height);
+  return {x, y, width, height};
+}
+
+std::ostream& operator<<(std::ostream& out, const Place& place) {
+  return out << place.width << "x" << place.height << " at (" << place.x << ", " << place.y << ")";
+}
+
+std::vector<std::string> visible_titles() {
+  std::vector<std::string> titles;
+  GList* windows = gtk_window_list_toplevels();
+  for (GList* each = windows; each != nullptr; each = each->next) {
+    auto* window = static_cast<GtkWidget*>(each->data);
+    if (gtk_widget_get_visible(window)) titles.push_back(title_of(window));
+  }
+  g_list_free(windows);
+  return titles;
+}
+
+GtkWidget* visible_window(const std::string& title) {
+  GtkWidget* found = nullptr;
+  GList* windows = gtk_window_list_toplevels();
+  for (GList* each = windows; each != nullptr; each = each->next) {
+    auto* window = static_cast<GtkWidget*>(each->data);
+    if (gtk_widget_get_visible(window) && title_of(window) == title) found = window;
+  }
+  g_list_free(windows);
+  return found;
+}
+
+void GuiTest::SetUpTestSuite() {
+  setenv("LANG", "en_US.UTF-8", 1);
+  unsetenv("LC_CTYPE");
+  setenv("GTK_MODULES", "gail", 1);
+  install_interface();
+  start_display();
+  gtk_disable_setlocale();
+  gtk_init(nullptr, nullptr);
+  gtk_rc_parse("/usr/local/brindle/.gtkrc-2.0");
+}
+
+void GuiTest::SetUp() { getOsVersion(""); }
+
+void GuiTest::build_pages() {
+  window1 = create_window1();
+  window2 = create_window2();
+  window3 = create_window3();
+  gtk_widget_set_name(window1, "window_step1");
+  gtk_widget_set_name(window2, "window_step2");
+  gtk_widget_set_name(window3, "window_step3");
+}
+
+void GuiTest::build_dialogs() {
+  keep_window(fileselection, create_fileselection());
+  keep_window(quit_dialog, create_dialog1());
+  keep_window(dialog_done, create_dialog_done());
+  keep_window(dialog_multi_user_error, create_dialog_multi_user_error());
+  keep_window(dialog_printer_error, create_dialog_printer_error());
+}

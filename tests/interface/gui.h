@@ -1,0 +1,76 @@
+// A display, the installed texts and pictures, and hands for the widgets of a test.
+#ifndef BRINDLE_TESTS_INTERFACE_GUI_H
+#define BRINDLE_TESTS_INTERFACE_GUI_H
+
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+#include <string>
+#include <vector>
+
+/// Puts the texts, the look and the pictures of this build where the program reads them.
+void install_interface();
+
+/// Starts Xvfb and sets DISPLAY, once a test program.
+void start_display();
+
+/// The file `name` of this build's folder, such as "src/brindle-wizard".
+std::string built(const std::string& name);
+
+/// The text that the shipped English file has for `key`, found without the program's own reader.
+std::string shipped_text(const std::string& key);
+
+/// A caption without the "_" before its access letter.
+std::string plain(std::string caption);
+
+/// Lets the main loop handle all that is waiting.
+void settle();
+
+/// Runs the main loop while `action` happens in it. True when the action left the loop by itself.
+template <typename Action>
+bool leaves_main_loop(Action action);
+
+/// Closes a window as the window manager does.
+void close_window(GtkWidget* window);
+
+std::string title_of(GtkWidget* window);
+std::string label_text(GtkWidget* window, const char* name);
+std::string button_caption(GtkWidget* window, const char* name);
+std::string entry_text(GtkWidget* window, const char* name);
+void type(GtkWidget* window, const char* name, const std::string& text);
+void press(GtkWidget* window, const char* name);
+
+/// Place of a widget on its page.
+struct Place {
+  int x, y, width, height;
+  bool operator==(const Place&) const = default;
+};
+Place place_of(GtkWidget* window, const char* name);
+std::ostream& operator<<(std::ostream& out, const Place& place);
+
+/// Visible windows of this program, by title.
+std::vector<std::string> visible_titles();
+
+/// The visible window with this title, or null.
+GtkWidget* visible_window(const std::string& title);
+
+/// A test with a display and English texts on a system without detection files.
+class GuiTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite();
+  void SetUp() override;
+  /// Builds the three pages as main does.
+  void build_pages();
+  void build_dialogs();
+};
+
+// ---------------------------------------------------------------------------------------------------
+
+bool run_main_loop_until(void (*action)(void*), void* data);
+
+template <typename Action>
+bool leaves_main_loop(Action action) {
+  return run_main_loop_until([](void* data) { (*static_cast<Action*>(data))(); }, &action);
+}
+
+#endif

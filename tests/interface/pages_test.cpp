@@ -1,0 +1,404 @@
+#include "interface/pages.h"
+
+#include "gui.h"
+#include "interface/marks.h"
+#include "interface/windows.h"
+#include "process/run/items.h"
+#include "state/posts.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using PagesTest = GuiTest;
+
+struct RowOfText {
+  const char* label;
+  const char* key;
+};
+
+constexpr RowOfText rows[] = {
+    {"label_0", "window3-multiuser"},      {"label_1", "window3-mydocuments"},
+    {"label_2", "window3-desktop"},        {"label_3", "window3-emails"},
+    {"label_4", "window3-wallpaper"},      {"label_5", "window3-favorites"},
+    {"label_6", "window3-cookies"},        {"label_7", "window3-fonts"},
+    {"label_8", "window3-otherfiles"},     {"label_9", "window3-networkdrives"},
+    {"label_10", "window3-printers"},      {"label_11", "window3-groupwise"},
+    {"label_12", "window3-preparingprinters"},
+};
+
+std::string image_of(int row) { return "image_" + std::to_string(row); }
+
+GtkWidget* page3_of(const char* detection_file) {
+  write_file(detection_file, "release 4.1 \n");
+  return window3 = create_window3();
+}
+
+void expect_page(GtkWidget* page, const std::string& title) {
+  ASSERT_NE(page, nullptr);
+  EXPECT_EQ(title_of(page), title);
+  EXPECT_FALSE(gtk_widget_get_visible(page));
+  gtk_widget_show(page);
+  settle();
+  int width = 0;
+  int height = 0;
+  gtk_window_get_size(GTK_WINDOW(page), &width, &height);
+  EXPECT_EQ(width, 640);
+  EXPECT_EQ(height, 434);
+  EXPECT_NE(gtk_window_get_icon(GTK_WINDOW(page)), nullptr);
+  gint position = 0;
+  g_object_get(page, "window-position", &position, nullptr);
+  EXPECT_EQ(position, GTK_WIN_POS_CENTER);
+}
+
+// Every widget's wish fits into the room it has.
+void expect_no_clipping(GtkWidget* page, std::initializer_list<const char*> names) {
+  for (const char* name : names) {
+    GtkWidget* widget = lookup_widget(page, name);
+    ASSERT_NE(widget, nullptr) << name;
+    const Place place = place_of(page, name);
+    gtk_widget_set_size_request(widget, -1, -1);
+    GtkRequisition wish{};
+    gtk_widget_size_request(widget, &wish);
+    EXPECT_LE(wish.width, place.width) << name;
+    EXPECT_LE(wish.height, place.height) << name;
+  }
+}
+
+TEST_F(PagesTest, Page1) {
+  window1 = create_window1();
+  expect_page(window1, shipped_text("window1"));
+  EXPECT_FALSE(gtk_window_get_resizable(GTK_WINDOW(window1)));
+  EXPECT_EQ(place_of(window1, "next1"), (Place{400, 384, 60, 25}));
+  EXPECT_EQ(place_of(window1, "cancel_step1"), (Place{504, 384, 60, 25}));
+  EXPECT_EQ(place_of(window1, "bHelpStep1"), (Place{72, 384, 60, 25}));
+  EXPECT_EQ(button_caption(window1, "next1"), shipped_text("window1-next"));
+  EXPECT_EQ(button_caption(window1, "cancel_step1"), shipped_text("window1-cancel"));
+  EXPECT_EQ(button_caption(window1, "bHelpStep1"), shipped_text("window1-help"));
+  gtk_widget_set_name(window1, "window_step1");
+  expect_no_clipping(window1, {"next1", "cancel_step1", "bHelpStep1"});
+}
+
+TEST_F(PagesTest, Page2) {
+  window2 = create_window2();
+  expect_page(window2, shipped_text("window2"));
+  EXPECT_EQ(place_of(window2, "back2"), (Place{341, 384, 60, 25}));
+  EXPECT_EQ(place_of(window2, "next2"), (Place{400, 384, 60, 25}));
+  EXPECT_EQ(place_of(window2, "bCancelStep2"), (Place{504, 384, 60, 25}));
+  EXPECT_EQ(place_of(window2, "bHelpStep2"), (Place{72, 384, 60, 25}));
+  EXPECT_EQ(place_of(window2, "bCdrom"), (Place{512, 190, 60, 25}));
+  EXPECT_EQ(place_of(window2, "bLocal"), (Place{512, 240, 60, 25}));
+  EXPECT_EQ(place_of(window2, "entry_cdrom"), (Place{347, 190, 158, 23}));
+  EXPECT_EQ(place_of(window2, "entry_local"), (Place{347, 240, 158, 23}));
+  EXPECT_EQ(place_of(window2, "cdrom").x, 235);
+  EXPECT_EQ(place_of(window2, "cdrom").y, 190);
+  EXPECT_EQ(place_of(window2, "local").x, 235);
+  EXPECT_EQ(place_of(window2, "local").y, 240);
+  const std::pair<const char*, const char*> captions[] = {
+      {"back2", "window2-back"},          {"next2", "window2-next"},      {"bCdrom", "window2-browse1"},
+      {"bLocal", "window2-browse2"},      {"cdrom", "window2-cdrom"},     {"local", "window2-localdrives"},
+      {"bCancelStep2", "window2-cancel"}, {"bHelpStep2", "window2-help"},
+  };
+  for (const auto& [name, key] : captions) {
+    EXPECT_EQ(button_caption(window2, name), shipped_text(key)) << name;
+  }
+  gtk_widget_set_name(window2, "window_step2");
+  expect_no_clipping(window2, {"back2", "next2", "bCdrom", "bLocal", "bCancelStep2", "bHelpStep2"});
+}
+
+TEST_F(PagesTest, Page2RadioCaptionsEndBeforeTheEntries) {
+  window2 = create_window2();
+  gtk_widget_set_name(window2, "window_step2");
+  for (const char* name : {"cdrom", "local"}) {
+    GtkRequisition wish{};
+    gtk_widget_size_request(lookup_widget(window2, name), &wish);
+    EXPECT_LE(235 + wish.width, 347) << name;
+  }
+}
+
+TEST_F(PagesTest, Page2StartsWithTheCdrom) {
+  window2 = create_window2();
+  EXPECT_TRUE(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(lookup_widget(window2, "cdrom"))));
+  EXPECT_FALSE(gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(lookup_widget(window2, "local"))));
+  EXPECT_TRUE(gtk_editable_get_editable(GTK_EDITABLE(lookup_widget(window2, "entry_cdrom"))));
+  EXPECT_FALSE(gtk_editable_get_editable(GTK_EDITABLE(lookup_widget(window2, "entry_local"))));
+  EXPECT_TRUE(gtk_widget_get_sensitive(lookup_widget(window2, "bCdrom")));
+  EXPECT_FALSE(gtk_widget_get_sensitive(lookup_widget(window2, "bLocal")));
+  EXPECT_EQ(lookup_widget(window2, "entry_remote"), nullptr);
+}
+
+TEST_F(PagesTest, Page3) {
+  window3 = create_window3();
+  expect_page(window3, shipped_text("window3"));
+  EXPECT_EQ(label_text(window3, "label_percentage"), "0%");
+  EXPECT_EQ(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1"))), 0.0);
+  EXPECT_EQ(button_caption(window3, "button_done"), shipped_text("window3-done"));
+  EXPECT_FALSE(gtk_widget_get_sensitive(lookup_widget(window3, "button_done")));
+  EXPECT_EQ(button_caption(window3, "button_window3_cancel"), shipped_text("window3-cancel"));
+  EXPECT_TRUE(gtk_widget_get_sensitive(lookup_widget(window3, "button_window3_cancel")));
+  EXPECT_EQ(button_caption(window3, "bHelpStep3"), shipped_text("window3-help"));
+  gtk_widget_set_name(window3, "window_step3");
+  expect_no_clipping(window3, {"button_done", "button_window3_cancel", "bHelpStep3"});
+}
+
+// Rows of one layout: every text in its row, nothing over anything else, all above the progress bar.
+void expect_rows(GtkWidget* page, int count) {
+  const int bar = place_of(page, "progressbar1").y;
+  for (const RowOfText& row : rows) {
+    const std::string image = "image_" + std::string(row.label).substr(6);
+    if (count == 12 && std::string(row.label) == "label_11") continue;
+    EXPECT_EQ(label_text(page, row.label), shipped_text(row.key));
+    ASSERT_TRUE(GTK_IS_IMAGE(lookup_widget(page, image.c_str()))) << image;
+    EXPECT_EQ(gtk_image_get_storage_type(GTK_IMAGE(lookup_widget(page, image.c_str()))), GTK_IMAGE_EMPTY);
+    const Place mark = place_of(page, image.c_str());
+    const Place label = place_of(page, row.label);
+    EXPECT_EQ(mark.y, label.y);
+    EXPECT_LE(mark.x + mark.width, label.x);
+    EXPECT_LE(label.x + label.width, 586);
+    EXPECT_LE(label.y + label.height, bar);
+    for (const RowOfText& other : rows) {
+      if (other.label == row.label || lookup_widget(page, other.label) == nullptr) continue;
+      EXPECT_GE(std::abs(place_of(page, other.label).y - label.y), label.height) << other.label;
+    }
+  }
+}
+
+TEST_F(PagesTest, GnomeHasAll13Rows) { expect_rows(window3 = create_window3(), 13); }
+
+TEST_F(PagesTest, LinspireAndXandrosHaveAll13Rows) {
+  expect_rows(page3_of("/etc/xandros-version"), 13);
+}
+
+TEST_F(PagesTest, RedFlagHasNoGroupWiseRow) {
+  expect_rows(page3_of("/etc/redflag-release"), 12);
+  EXPECT_EQ(lookup_widget(window3, "image_11"), nullptr);
+  EXPECT_EQ(lookup_widget(window3, "label_11"), nullptr);
+}
+
+TEST_F(PagesTest, RowTextsAreNotCutOff) {
+  window3 = create_window3();
+  gtk_widget_set_name(window3, "window_step3");
+  gtk_widget_show(window3);
+  settle();
+  for (const RowOfText& row : rows) {
+    GtkWidget* label = lookup_widget(window3, row.label);
+    EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(GTK_LABEL(label)))) << row.label;
+  }
+}
+
+TEST_F(PagesTest, NoTextFileNoPages) {
+  setenv("LANG", "xx_XX", 1);
+  EXPECT_EQ(create_window1(), nullptr);
+  EXPECT_EQ(create_window2(), nullptr);
+  EXPECT_EQ(create_window3(), nullptr);
+}
+
+TEST_F(PagesTest, AnEmptyCodeGivesWindowsWithEmptyTexts) {
+  setenv("LANG", "C", 1);
+  window1 = create_window1();
+  ASSERT_NE(window1, nullptr);
+  EXPECT_EQ(title_of(window1), "");
+  EXPECT_EQ(button_caption(window1, "next1"), "");
+}
+
+TEST_F(PagesTest, AMissingIconLeavesTheDefault) {
+  std::remove("/usr/share/pixmaps/Brindle_Icon.png");
+  EXPECT_EQ(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
+}
+
+TEST_F(PagesTest, TheIconOfTheNovellLayoutLiesUnderOpt) {
+  isNLD = 1;
+  EXPECT_EQ(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
+  write_file("/opt/gnome/share/pixmaps/Brindle_Icon.png", read_file("/usr/share/pixmaps/Brindle_Icon.png"));
+  EXPECT_NE(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
+}
+
+TEST_F(PagesTest, EachPageHasItsPicture) {
+  build_pages();
+  for (GtkWidget* page : {window1, window2, window3}) {
+    gtk_widget_show(page);
+    settle();
+    EXPECT_NE(gtk_widget_get_style(page)->bg_pixmap[GTK_STATE_NORMAL], nullptr) << title_of(page);
+  }
+}
+
+TEST_F(PagesTest, UnknownNamesAreNoCrash) {
+  build_pages();
+  EXPECT_EQ(lookup_widget(window2, "entry_remote"), nullptr);
+  EXPECT_EQ(lookup_widget(nullptr, "image_1"), nullptr);
+  EXPECT_EQ(lookup_widget(gtk_label_new(""), "image_1"), nullptr);
+}
+
+TEST_F(PagesTest, AnyWidgetFindsItsWindowsNames) {
+  build_pages();
+  GtkWidget* next = lookup_widget(window2, "next2");
+  EXPECT_EQ(lookup_widget(next, "entry_local"), lookup_widget(window2, "entry_local"));
+}
+
+TEST_F(PagesTest, MarksOfAClosedPageCanStillBeFound) {
+  build_pages();
+  g_object_ref(window3);
+  gtk_widget_destroy(window3);
+  GtkWidget* image = lookup_widget(window3, "image_3");
+  ASSERT_TRUE(GTK_IS_IMAGE(image));
+  show_mark(image, 0);
+}
+
+// ---- marks and progress ---------------------------------------------------------------------------
+
+Image_Result* record(const char* image, int result) {
+  auto* made = static_cast<Image_Result*>(std::malloc(sizeof(Image_Result)));
+  made->image = lookup_widget(window3, image);
+  made->result = result;
+  return made;
+}
+
+std::string stock_of(const char* image) {
+  char* stock = nullptr;
+  GtkIconSize size{};
+  gtk_image_get_stock(GTK_IMAGE(lookup_widget(window3, image)), &stock, &size);
+  if (stock == nullptr) return "";
+  return std::string(stock) + " " + std::to_string(size);
+}
+
+TEST_F(PagesTest, DrawShowsApplyForSuccess) {
+  build_pages();
+  EXPECT_EQ(draw(record("image_1", 0)), 0);
+  EXPECT_EQ(stock_of("image_1"), "gtk-apply 4");
+}
+
+TEST_F(PagesTest, DrawShowsCancelForAnythingElse) {
+  build_pages();
+  draw(record("image_1", -1));
+  draw(record("image_2", 1));
+  EXPECT_EQ(stock_of("image_1"), "gtk-cancel 4");
+  EXPECT_EQ(stock_of("image_2"), "gtk-cancel 4");
+  EXPECT_EQ(gtk_image_get_storage_type(GTK_IMAGE(lookup_widget(window3, "image_3"))), GTK_IMAGE_EMPTY);
+}
+
+TEST_F(PagesTest, ALaterResultWins) {
+  build_pages();
+  draw(record("image_0", -1));
+  draw(record("image_0", 0));
+  EXPECT_EQ(stock_of("image_0"), "gtk-apply 4");
+}
+
+TEST_F(PagesTest, DrawTakesAMarkThatTheLayoutDoesNotHave) {
+  page3_of("/etc/redflag-release");
+  EXPECT_EQ(draw(record("image_11", 0)), 0);
+}
+
+std::string read_aloud(const char* image) {
+  return atk_object_get_name(gtk_widget_get_accessible(lookup_widget(window3, image)));
+}
+
+TEST_F(PagesTest, AScreenReaderReadsTheRowWithItsResult) {
+  build_pages();
+  EXPECT_EQ(read_aloud("image_1"), shipped_text("window3-mydocuments"));
+  draw(record("image_1", 0));
+  draw(record("image_2", -1));
+  EXPECT_EQ(read_aloud("image_1"), shipped_text("window3-mydocuments") + ": done");
+  EXPECT_EQ(read_aloud("image_2"), shipped_text("window3-desktop") + ": not migrated");
+}
+
+TEST_F(PagesTest, AScreenReaderFindsTheLabelOfAMarkAndOfAnEntry) {
+  build_pages();
+  const auto labelled_by = [](GtkWidget* widget) {
+    AtkRelationSet* set = atk_object_ref_relation_set(gtk_widget_get_accessible(widget));
+    AtkRelation* relation = atk_relation_set_get_relation_by_type(set, ATK_RELATION_LABELLED_BY);
+    AtkObject* label =
+        relation == nullptr ? nullptr : ATK_OBJECT(atk_relation_get_target(relation)->pdata[0]);
+    g_object_unref(set);
+    return label;
+  };
+  EXPECT_EQ(labelled_by(lookup_widget(window3, "image_4")),
+            gtk_widget_get_accessible(lookup_widget(window3, "label_4")));
+  EXPECT_EQ(labelled_by(lookup_widget(window2, "entry_cdrom")),
+            gtk_widget_get_accessible(lookup_widget(window2, "cdrom")));
+  EXPECT_STREQ(atk_object_get_name(gtk_widget_get_accessible(lookup_widget(window2, "entry_local"))),
+               plain(shipped_text("window2-localdrives")).c_str());
+}
+
+double fraction() {
+  return gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1")));
+}
+
+TEST_F(PagesTest, ProgressOf20MillionBytesMovesByAFortieth) {
+  build_pages();
+  int size = 20000000;
+  EXPECT_EQ(progress_timeout(&size), 1);
+  EXPECT_DOUBLE_EQ(fraction(), 0.025);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "2%");  // cut, not rounded
+  EXPECT_EQ(progress_timeout(&size), 1);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "5%");
+}
+
+TEST_F(PagesTest, ProgressCountsWholeTensOfMegabytes) {
+  build_pages();
+  int size = 19999999;
+  progress_timeout(&size);
+  EXPECT_DOUBLE_EQ(fraction(), 0.05);
+}
+
+TEST_F(PagesTest, ProgressOf100MegabytesIsFullAfter200Ticks) {
+  build_pages();
+  int size = 100000000;
+  int ticks = 0;
+  while (progress_timeout(&size) == 1 && ticks < 1000) ++ticks;
+  EXPECT_NEAR(ticks, 200, 1);  // the sum may round above 1 one tick early
+  EXPECT_NEAR(fraction(), 1.0, 0.006);
+}
+
+TEST_F(PagesTest, ProgressOfASmallArchiveEndsAtTheFirstTick) {
+  build_pages();
+  int size = 9999999;
+  EXPECT_EQ(progress_timeout(&size), 0);
+  EXPECT_EQ(fraction(), 0.0);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "0%");
+}
+
+TEST_F(PagesTest, ProgressOfAnUnknownSizeStaysAndGoesOn) {
+  build_pages();
+  int size = 0;
+  EXPECT_EQ(progress_timeout(&size), 1);
+  EXPECT_EQ(fraction(), 0.0);
+}
+
+TEST_F(PagesTest, ProgressStaysWhereItWasAtTheEnd) {
+  build_pages();
+  int size = 10000000;
+  gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1")), 0.97);
+  EXPECT_EQ(progress_timeout(&size), 0);
+  EXPECT_DOUBLE_EQ(fraction(), 0.97);
+}
+
+TEST_F(PagesTest, LinspiresBarWaitsForTheEnd) {
+  page3_of("/etc/linspire-version");
+  int size = 20000000;
+  EXPECT_EQ(progress_timeout(&size), 1);
+  EXPECT_EQ(fraction(), 0.0);
+  EXPECT_EQ(done_button_bar(nullptr), 0);
+  EXPECT_EQ(fraction(), 1.0);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "100%");
+}
+
+TEST_F(PagesTest, TheEndFillsTheBarAndSwitchesTheButtons) {
+  build_pages();
+  gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1")), 0.3);
+  EXPECT_EQ(done_button_bar(nullptr), 0);
+  EXPECT_EQ(fraction(), 1.0);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "100%");
+  EXPECT_TRUE(gtk_widget_get_sensitive(lookup_widget(window3, "button_done")));
+  EXPECT_FALSE(gtk_widget_get_sensitive(lookup_widget(window3, "button_window3_cancel")));
+}
+
+TEST_F(PagesTest, NoPageNoCrash) {
+  window3 = nullptr;
+  int size = 20000000;
+  EXPECT_EQ(progress_timeout(&size), 1);
+  EXPECT_EQ(done_button_bar(nullptr), 0);
+  EXPECT_EQ(draw(record("image_1", 0)), 0);
+}
+
+}  // namespace
