@@ -62,7 +62,11 @@ use constant {
 };
 
 # Page types
-use constant { DUPLICATES_OLD => 1, HASH_UNSORTED => 2, OVERFLOW => 7, DUPLICATES => 12, HASH_SORTED => 13 };
+use constant { HASH_UNSORTED => 2, HASH_SORTED => 13, OVERFLOW => 7 };
+
+# Pages of duplicates: leaves in their four kinds, and the two kinds of pages above them
+my %is_leaf  = map { $_ => 1 } 1, 5, 6, 12;
+my %is_inner = map { $_ => 1 } 3, 4;
 
 # Item types on a hash page
 use constant { KEYDATA => 1, DUPLICATE => 2, OFFPAGE => 3, OFFDUP => 4 };
@@ -131,9 +135,8 @@ sub params_of {
 sub plain_cards {
     my ($bytes) = @_;
     my @cards;
-    my $left = 0;
-    while ($bytes =~ /^(BEGIN:VCARD[ \t]*\r?$.*?^END:VCARD)[ \t]*\r?$/gmsi) {
-        if (is_card($1)) { push @cards, $1 } else { $left++ }
+    while ($bytes =~ /^(BEGIN:VCARD[ \t]*\r?\n.*?^END:VCARD)[ \t]*\r?$/gmsi) {
+        push @cards, $1 if is_card($1);
     }
     my $begun = () = $bytes =~ /^BEGIN:VCARD/gmi;
     complain("no address book and no vCard") if !$begun && $bytes =~ /\S/;
@@ -358,7 +361,7 @@ sub overflow_value {
     return length $value == $size ? $value : undef;
 }
 
-# Many duplicates of one key lie on a chain of pages of their own.
+# Many duplicates of one key lie in a tree of their own, whose leaves are a chain.
 sub duplicates_on_pages {
     my ($book, $item) = @_;
     return undef if length $item < 8;
@@ -367,11 +370,24 @@ sub duplicates_on_pages {
     while ($number) {
         my $page = page($book, $number);
         return @values, undef if !$page || $seen{$number}++;
-        return @values, undef if $page->{type} != DUPLICATES && $page->{type} != DUPLICATES_OLD;
-        push @values, leaf_values($book, $page);
-        $number = $page->{next};
+        if ($is_inner{ $page->{type} }) {
+            $number = first_child($book, $page);
+        } elsif ($is_leaf{ $page->{type} }) {
+            push @values, leaf_values($book, $page);
+            $number = $page->{next};
+        } else {
+            return @values, undef;
+        }
     }
     return @values;
+}
+
+sub first_child {
+    my ($book, $page) = @_;
+    return 0 if $book->{header} + 2 > length $page->{bytes};
+    my $offset = unpack "x$book->{header} $book->{u16}", $page->{bytes};
+    $offset += 4 if $page->{type} == 3;    # behind a length and a type
+    return $offset + 4 <= length $page->{bytes} ? unpack("x$offset $book->{u32}", $page->{bytes}) : 0;
 }
 
 sub leaf_values {

@@ -1,0 +1,178 @@
+#!/usr/bin/perl
+# The contact conversion: books made by DB_File and by Berkeley DB's own tools, of every page size and byte
+# order, whole and damaged. Run as: address_book_test.pl SCRIPTS-FOLDER
+use strict;
+use warnings;
+
+use Cwd ();
+use DB_File;
+use File::Temp ();
+use Test::More;
+
+my $scripts = Cwd::abs_path(shift);
+my $folder  = File::Temp->newdir;
+my $book    = "$folder/addressbook.db";
+
+sub card {
+    my ($number, $note) = @_;
+    my $text = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Person $number\r\n";
+    $text .= "NOTE:$note\r\n" if $note;
+    return $text . "END:VCARD";
+}
+
+# Every seventh contact has a note that needs pages of its own.
+sub note_of { my ($number) = @_; return $number % 7 ? '' : 'x' x 20000 }
+
+sub make_book {
+    my (%how) = @_;
+    my $shape = DB_File::HASHINFO->new;
+    $shape->{bsize}  = $how{page_size} || 4096;
+    $shape->{lorder} = $how{order} if $how{order};
+    unlink $book;
+    tie my %book, 'DB_File', $book, O_CREAT | O_RDWR, 0600, $shape or die "$book: $!";
+    $book{"PAS-DB-VERSION\0"} = "0.2\0";
+    $book{"pas-id-$_\0"} = card($_, note_of($_)) . "\0" for 1 .. $how{contacts};
+    delete $book{"pas-id-$_\0"} for @{ $how{deleted} || [] };
+    untie %book;
+}
+
+sub bytes_of { my ($path) = @_; open my $file, '<:raw', $path or die "$path: $!"; local $/; return scalar <$file> }
+sub put_bytes { my ($path, $bytes) = @_; open my $file, '>:raw', $path or die "$path: $!"; print $file $bytes }
+
+# Contacts and messages of the script on a file.
+sub convert {
+    my ($path) = @_;
+    my $output = `perl $scripts/vcard2vcf.pl < '$path' 2> $folder/messages`;
+    is $?, 0, 'the script ends well';
+    my $messages = bytes_of("$folder/messages");
+    unlike $messages, qr/^(?!address book: )./m, 'nothing but its own messages';
+    return ([ split /(?<=^END:VCARD\n)/m, $output ], $messages);
+}
+
+sub numbers { return sort { $a <=> $b } map { /^FN:Person (\d+)$/m ? $1 : () } @{ $_[0] } }
+
+# ---- Whole books -----------------------------------------------------------------------------------------
+
+for my $page_size (512, 1024, 4096, 16384, 65536) {
+    for my $order (1234, 4321) {
+        make_book(page_size => $page_size, order => $order, contacts => 100, deleted => [ 3, 14 ]);
+        my ($cards, $messages) = convert($book);
+        is_deeply [ numbers($cards) ], [ grep { $_ != 3 && $_ != 14 } 1 .. 100 ],
+            "page size $page_size, byte order $order: every contact once, deleted ones skipped";
+        is $messages, '', 'and nothing to complain about';
+        is $cards->[$_], card((numbers([ $cards->[$_] ]))[0], note_of((numbers([ $cards->[$_] ]))[0])) =~ s/\r//gr . "\n",
+            'a contact is whole' for 0 .. 20;
+    }
+}
+
+make_book(contacts => 300, page_size => 1024);
+my ($cards) = convert($book);
+my @own_order = map { /Person (\d+)/ ? $1 : () } `db5.3_dump -p '$book'`;
+is_deeply [ map { /Person (\d+)/ } @$cards ], \@own_order, "contacts come in the book's own order";
+
+make_book(contacts => 0);
+($cards, my $messages) = convert($book);
+is_deeply $cards, [], 'an empty book has no contacts';
+is $messages, '', 'and that is no trouble';
+
+# A book of Berkeley DB's own making, with a checksum on every page and with duplicates.
+sub load_book {
+    my ($type, $settings, @records) = @_;
+    unlink $book;
+    my $hex = sub { return ' ' . unpack('H*', $_[0]) . "\n" };
+    open my $load, '|-', "db5.3_load $settings '$book'" or die;
+    print $load "VERSION=3\nformat=bytevalue\ntype=hash\n$type" . "HEADER=END\n", (map { $hex->($_) } @records), "DATA=END\n";
+    close $load or die 'db5.3_load';
+}
+
+load_book('', '', map { ("id-$_\0", card($_, note_of($_)) . "\0") } 1 .. 50);
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [ 1 .. 50 ], 'a book that db5.3_load made';
+
+load_book("chksum=1\n", '', map { ("id-$_\0", card($_, note_of($_)) . "\0") } 1 .. 50);
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [ 1 .. 50 ], 'pages with checksums';
+
+load_book("duplicates=1\n", '', map { ("same\0", card($_) . "\0") } 1 .. 3);
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [ 1 .. 3 ], 'duplicates beside each other';
+
+load_book("duplicates=1\ndb_pagesize=512\n", '', map { ("same\0", card($_) . "\0") } 1 .. 40);
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [ 1 .. 40 ], 'duplicates on pages of their own';
+
+# ---- Damage ----------------------------------------------------------------------------------------------
+
+make_book(contacts => 60, page_size => 1024);
+my $whole = bytes_of($book);
+my %good = map { $_ => 1 } @{ (convert($book))[0] };
+
+put_bytes($book, substr $whole, 0, int(length($whole) * 0.6) + 100);
+($cards, $messages) = convert($book);
+cmp_ok scalar @$cards, '>', 5, 'a book that is cut off yields what is left';
+is_deeply [ grep { !$good{$_} } @$cards ], [], 'and only whole contacts';
+like $messages, qr/^address book: the file is cut off$/m, 'and says so';
+
+put_bytes($book, ("\0" x 1024) . substr $whole, 1024);
+($cards, $messages) = convert($book);
+is_deeply [ numbers($cards) ], [ 1 .. 60 ], 'a book without its first page yields everything';
+like $messages, qr/first page is damaged/, 'and says so';
+
+srand 11;
+for my $round (1 .. 40) {
+    my $bytes = $whole;
+    substr($bytes, 26 + int rand(length($bytes) - 26), 1) = chr int rand 256 for 1 .. 30;
+    $bytes = substr $bytes, 0, int rand length $bytes if $round % 4 == 0;
+    put_bytes($book, $bytes);
+    ($cards) = convert($book);
+    my @garbage = grep { !/\ABEGIN:VCARD\n[^\0]*END:VCARD\n\z/ } @$cards;
+    is_deeply \@garbage, [], "damage $round: no garbage";
+}
+
+# A chain of pages that leads back to itself.
+my $looping = $whole;
+for my $page (1 .. length($whole) / 1024 - 1) {
+    substr($looping, $page * 1024 + 16, 4) = pack 'V', $page if ord(substr $whole, $page * 1024 + 25, 1) == 7;
+}
+put_bytes($book, $looping);
+($cards) = convert($book);
+is_deeply [ grep { $_ % 7 == 0 } numbers($cards) ], [], 'a chain that never ends is given up';
+cmp_ok scalar @$cards, '>=', 50, 'and the others stay';
+
+# ---- Plain vCards, and other things ----------------------------------------------------------------------
+
+put_bytes($book, card(1) . "\r\n\r\n" . card(2) . "\r\n");
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [ 1, 2 ], 'plain vCards';
+
+put_bytes($book, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Per\r\n son 5\r\nEND:VCARD\r\n");
+($cards) = convert($book);
+is $cards->[0], "BEGIN:VCARD\nVERSION:3.0\nFN:Person 5\nEND:VCARD\n", 'folded lines are joined';
+
+put_bytes($book, card(1) . "\r\nBEGIN:VCARD\r\nFN:cut off");
+($cards, $messages) = convert($book);
+is_deeply [ numbers($cards) ], [1], 'a plain file that is cut off';
+like $messages, qr/1 contacts could not be read/, 'and says so';
+
+put_bytes($book, "\x89PNG no address book at all");
+($cards, $messages) = convert($book);
+is_deeply $cards, [], 'something else';
+like $messages, qr/no address book and no vCard/, 'and says so';
+
+put_bytes($book, '');
+($cards, $messages) = convert($book);
+is_deeply [ $cards, $messages ], [ [], '' ], 'nothing';
+
+# ---- Properties ------------------------------------------------------------------------------------------
+
+require "$scripts/AddressBook.pm";
+my @properties = AddressBook::properties(
+    "BEGIN:VCARD\r\nVERSION:3.0\r\nitem1.TEL;TYPE=HOME,VOICE:1:2\r\nEMAIL;INTERNET;X=\"a:b\":a\@b\r\n"
+        . "NOTE;ENCODING=QUOTED-PRINTABLE:a=3Db\r\nEND:VCARD\r\n");
+is_deeply [ map { $_->{name} } @properties ], [ 'TEL', 'EMAIL', 'NOTE' ], 'names without their group';
+is_deeply $properties[0]{params}, { TYPE => [ 'HOME', 'VOICE' ] }, 'parameters';
+is $properties[0]{value}, '1:2', 'a value may hold a colon';
+is_deeply $properties[1]{params}, { TYPE => ['INTERNET'], X => ['a:b'] }, 'a bare parameter is a type';
+is $properties[2]{value}, 'a=b', 'quoted-printable';
+
+done_testing;
