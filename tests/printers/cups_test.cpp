@@ -1,0 +1,185 @@
+#include "process/printers/cups.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "printers/archive.h"
+#include "printers/windows.h"
+#include "shell/files.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// On a "GNome" system; the model list holds one printer, the other programs only have to be found.
+class NldPrinter : public testing::Test {
+ protected:
+  NldPrinter() {
+    assign(OSName, "GNome");
+    stand_in("lpinfo", "echo 'foomatic:ljet4.ppd HP LaserJet 4050 Foomatic/ljet4 (recommended)'");
+    stand_in("lpadmin");
+    stand_in("lpoptions");
+    stand_in("foomatic-configure");
+  }
+
+  static std::vector<std::string> queue_commands() {
+    return commands_of({"foomatic-configure", "lpoptions", "lpadmin"});
+  }
+
+  Windows windows;
+};
+
+TEST_F(NldPrinter, MakesAQueueWithARecommendedModel) {
+  add_printer("Default.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}, {"Paper Size", "DMPAPER_ENV_C5"}});
+  EXPECT_EQ(0, nldprinter(archive));
+  EXPECT_THAT(queue_commands(),
+              ElementsAre(" lpadmin -p 'HPLaserJet4050' -E -v 'parallel:/dev/lp0' -m 'foomatic:ljet4.ppd'",
+                          "lpadmin -d 'HPLaserJet4050'", "lpoptions -p 'HPLaserJet4050' -o landscape",
+                          "foomatic-configure -s cups -n 'HPLaserJet4050' -o PageSize=EnvC5"));
+}
+
+TEST_F(NldPrinter, TakesTheUsersChoice) {
+  windows.choose("deskjet.ppd.gz");
+  add_printer("dj.txt", {{"Driver Name", "HP DeskJet"}, {"Port Name", "http://srv:631/printers/dj"}});
+  EXPECT_EQ(0, nldprinter(archive));
+  EXPECT_THAT(
+      queue_commands(),
+      ElementsAre(" lpadmin -p 'HPLaserJet4050' -E -v 'ipp://srv:631/printers/dj' -m 'deskjet.ppd.gz'"));
+}
+
+TEST_F(NldPrinter, TracesItsSteps) {
+  windows.sign_in("u", "p");
+  add_printer("Default.txt", {{"Port Name", "//server/hp"}, {"Duplex", "DMDUP_VERTICAL"}});
+  const std::string said = traces([] { nldprinter(archive); });
+  EXPECT_THAT(said, testing::StartsWith("Printer File::/tmp/archive/Printers/Default.txt\n"
+                                        "Printer Port:://server/hp\n"
+                                        "Printer Name::HP LaserJet 4050\n"
+                                        "Printer Name Wo Spaces::HPLaserJet4050\n"
+                                        "Going into find driver\n"));
+  const std::string duplex = "Options::lpoptions -p 'HPLaserJet4050' -o Duplex=DuplexNoTumble\n";
+  EXPECT_THAT(said, testing::EndsWith("Driver=foomatic:ljet4.ppd\n"
+                                      "ID= \t Driver=foomatic:ljet4.ppd\n"
+                                      "Migrating SMB Printer\n"
+                                      "Username::u\n"
+                                      "Password::p\n"
+                                      "URI::smb://u:p@server/hp\n"
+                                      "Driver::foomatic:ljet4.ppd\n"
+                                      "Printer Name::HPLaserJet4050\n"
+                                      "Options:: lpadmin -p 'HPLaserJet4050' -E -v 'smb://u:p@server/hp' -m "
+                                      "'foomatic:ljet4.ppd'\n"
+                                      "Properties Read.\n"
+                                      "Options::lpadmin -d 'HPLaserJet4050'\n" +
+                                      duplex + duplex + duplex + duplex + duplex));
+  EXPECT_THAT(Username, Each('\0'));
+  EXPECT_THAT(Password, Each('\0'));
+}
+
+TEST_F(NldPrinter, SkippedNeverGetsTheModelOfTheOneBefore) {
+  for (const char* name : {"a", "b", "c"})
+    add_printer(name, {{"Driver Name", name}, {"Driver Name Wo Spaces", name}});
+  windows.choose("laserjet.ppd.gz");
+  EXPECT_EQ(0, nldprinter(archive));
+  EXPECT_EQ(3u, Windows::shown().size());
+  EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr("-m 'laserjet.ppd.gz'")));
+}
+
+TEST_F(NldPrinter, PassesOverPortsThatLeadNowhere) {
+  add_printer("a.txt", {{"Port Name", "COM1"}});
+  add_printer("b.txt", {{"Port Name", "C:\\out.prn"}});
+  EXPECT_EQ(0, nldprinter(archive));
+  EXPECT_THAT(queue_commands(), IsEmpty());
+  EXPECT_THAT(commands_of({"lpinfo"}), IsEmpty());
+}
+
+TEST_F(NldPrinter, NeverLetsAValueOutOfItsWord) {
+  const std::string evil = "x';touch /tmp/owned;'$(touch /tmp/owned)`touch /tmp/owned`\"";
+  stand_in("lpadmin", "printf '%s\\n' \"$@\" >>/tmp/arguments");
+  windows.choose(evil);
+  add_printer("Default.txt",
+              {{"Port Name", "host:" + evil}, {"Driver Name", "X"}, {"Driver Name Wo Spaces", evil}});
+  nldprinter(archive);
+  EXPECT_FALSE(exists("/tmp/owned"));
+  EXPECT_TRUE(same_bytes("-p\n" + evil +
+                             "\n-E\n-v\nlpd://host/x';touch /tmp/owned;'$(touch /tmp/owned)`touch "
+                             "/tmp/owned`\"\n-m\n" +
+                             evil + "\n-d\n" + evil + "\n",
+                         read_file("/tmp/arguments")));
+}
+
+// The home of a profile user; su notes who was to run what.
+class NormalPrinter : public testing::Test {
+ protected:
+  NormalPrinter() {
+    isDefaultUser = 0;
+    assign(cur_user, "ann");
+    stand_in("su", "printf '%s\\n' \"$@\" >>/tmp/su");
+  }
+};
+
+TEST_F(NormalPrinter, SetsTheDefaultAsTheUser) {
+  add_printer("hp.txt");
+  EXPECT_EQ(
+      "buffer=/home/ann\n"
+      "Printer folder is present for normal user\n"
+      "Executed Command::su - ann -c\"lpoptions -d 'Office'\"\n",
+      traces([] { EXPECT_EQ(0, normalprinter(archive)); }));
+  EXPECT_THAT(commands_run(),
+              ElementsAre("dos2unix /tmp/archive/Printers/hp.txt", "su - ann -c\"lpoptions -d 'Office'\""));
+  EXPECT_TRUE(same_bytes("-\nann\n-clpoptions -d 'Office'\n", read_file("/tmp/su")));
+}
+
+TEST_F(NormalPrinter, DoesNothingWithoutPrinters) {
+  std::filesystem::create_directories(archive);
+  EXPECT_EQ("buffer=/home/ann\n", traces([] { EXPECT_EQ(0, normalprinter(archive)); }));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+TEST_F(NormalPrinter, LetsTheLastInDirectoryOrderWin) {
+  for (const char* name : {"Default.txt", "b.txt", "a.txt"}) add_printer(name, {{"Printer Name", name}});
+  const std::vector<std::string> order = list_folder("/tmp/archive/Printers").value();
+  normalprinter(archive);
+  EXPECT_EQ("su - ann -c\"lpoptions -d '" + order.back() + "'\"", commands_of({"su"}).back());
+  EXPECT_EQ(3u, commands_of({"su"}).size());
+}
+
+TEST_F(NormalPrinter, GoesOnWithoutAName) {
+  write_file("/tmp/archive/Printers/a.txt", "Port Name=LPT1\r\n");
+  EXPECT_EQ(0, normalprinter(archive));
+  EXPECT_THAT(commands_of({"su"}), ElementsAre("su - ann -c\"lpoptions -d ''\""));
+}
+
+TEST_F(NormalPrinter, LogsNoFailingSu) {
+  stand_in("su", "exit 1");
+  add_printer("hp.txt");
+  SystemLog log;
+  normalprinter(archive);
+  EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(NormalPrinter, KeepsAStrangersNameInBothItsQuotes) {
+  stand_in("su", "sh -c \"${3#-c}\"");
+  stand_in("lpoptions", "printf '%s\\n' \"$@\" >>/tmp/arguments");
+  const std::string evil = "x';touch /tmp/owned;'$(touch /tmp/owned)`touch /tmp/owned`\"\\";
+  add_printer("hp.txt", {{"Printer Name", evil}});
+  normalprinter(archive);
+  EXPECT_FALSE(exists("/tmp/owned"));
+  EXPECT_TRUE(same_bytes("-d\n" + evil + "\n", read_file("/tmp/arguments")));
+}
+
+TEST_F(NormalPrinter, ReportsAFolderThatIsNone) {
+  write_file("/tmp/archive/Printers", "");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, normalprinter(archive));
+  EXPECT_EQ("Printer:: : Not a directory\n", testing::internal::GetCapturedStderr());
+}
+
+}  // namespace

@@ -1,0 +1,170 @@
+#include "process/printers/device_uri.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "printers/archive.h"
+#include "printers/windows.h"
+#include "state/state.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+
+struct Port {
+  const char* port;
+  const char* uri;
+  const char* traces;
+};
+
+void PrintTo(const Port& port, std::ostream* out) { *out << port.port; }
+
+class DeviceOfPort : public testing::TestWithParam<Port> {};
+
+TEST_P(DeviceOfPort, IsDecidedByTheFirstTestThatHolds) {
+  std::optional<Device> device;
+  EXPECT_EQ(GetParam().traces, traces([&] { device = device_of_port(GetParam().port); }));
+  ASSERT_TRUE(device.has_value());
+  EXPECT_EQ(GetParam().uri, device->uri);
+  EXPECT_EQ("", device->share);
+  EXPECT_EQ(GetParam().uri, uri_of(*device, "any"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Internet, DeviceOfPort,
+                         testing::Values(Port{"http://srv:631/printers/hp", "ipp://srv:631/printers/hp",
+                                              "Migrating IPP Printer\nURI::ipp://srv:631/printers/hp\n"},
+                                         // Before the drives are looked at.
+                                         Port{"http://C:631/p", "ipp://C:631/p",
+                                              "Migrating IPP Printer\nURI::ipp://C:631/p\n"},
+                                         Port{"IP:http://srv/p", "ipp:http://srv/p",
+                                              "Migrating IPP Printer\nURI::ipp:http://srv/p\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    PrintServer, DeviceOfPort,
+    testing::Values(
+        Port{"10.0.0.5:lp", "lpd://10.0.0.5/lp", "URI::lpd://10.0.0.5/lp\nMigrating LPD Printer\n"},
+        Port{"host:queue", "lpd://host/queue", "URI::lpd://host/queue\nMigrating LPD Printer\n"},
+        Port{"a:b:c", "lpd://a/b/c", "URI::lpd://a/b/c\nMigrating LPD Printer\n"},
+        Port{"LPT1:", "lpd://LPT1/", "URI::lpd://LPT1/\nMigrating LPD Printer\n"},
+        Port{"USB001:", "lpd://USB001/", "URI::lpd://USB001/\nMigrating LPD Printer\n"},
+        Port{"https://srv/p", "lpd://https///srv/p", "URI::lpd://https///srv/p\nMigrating LPD Printer\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Local, DeviceOfPort,
+    testing::Values(Port{"USB001", "parallel:/dev/usb/lp0",
+                         "Migrating Local Printer\nPrinter Port::USB001\nURI::parallel:/dev/usb/lp0\n"},
+                    Port{"LPT1", "parallel:/dev/lp0",
+                         "Migrating Local Printer\nPrinter Port::LPT1\nURI::parallel:/dev/lp0\n"},
+                    Port{"LPT2", "parallel:/dev/lp1",
+                         "Migrating Local Printer\nPrinter Port::LPT2\nURI::parallel:/dev/lp1\n"},
+                    Port{"LPT10", "parallel:/dev/lp0",
+                         "Migrating Local Printer\nPrinter Port::LPT10\nURI::parallel:/dev/lp0\n"},
+                    Port{"LPT1 USB001", "parallel:/dev/usb/lp0",
+                         "Migrating Local Printer\nPrinter Port::LPT1 USB001\n"
+                         "URI::parallel:/dev/usb/lp0\n"}));
+
+class PortOnADrive : public testing::TestWithParam<const char*> {};
+
+TEST_P(PortOnADrive, IsSkippedWithoutAWord) {
+  EXPECT_EQ("", traces([] { EXPECT_FALSE(device_of_port(GetParam()).has_value()); }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ports, PortOnADrive,
+                         testing::Values("C:\\\\out.prn", "D:\\x", "E:", "F:\\x", "FILE:", "ABC:queue",
+                                         "//server/C:"));
+
+class UnknownPort : public testing::TestWithParam<const char*> {};
+
+TEST_P(UnknownPort, IsSkippedWithAMessage) {
+  const std::string port = GetParam();
+  EXPECT_EQ("Migrating Local Printer\nPrinter Port::" + port + "\nSkipping the printer\n",
+            traces([&] { EXPECT_FALSE(device_of_port(port).has_value()); }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Ports, UnknownPort,
+                         testing::Values("LPT3", "COM1", "USB002", "", "nul", "\\\\server\\hp", "lpt1"));
+
+TEST(SharePort, LosesItsSlashesOnceAndIsShownWhole) {
+  std::optional<Device> device;
+  EXPECT_EQ("", traces([&] { device = device_of_port("//server/hp"); }));
+  ASSERT_TRUE(device.has_value());
+  EXPECT_EQ("server/hp", device->share);
+  EXPECT_STREQ("//server/hp", smburl);
+}
+
+TEST(SharePort, MayHoldItsSlashesAnywhere) {
+  EXPECT_EQ("server//hp", device_of_port("\\\\server//hp").value().share);
+}
+
+TEST(ShareUri, AsksForTheCredentials) {
+  Windows windows;
+  windows.sign_in("u", "p");
+  const Device device = device_of_port("//server/hp").value();
+  std::string uri;
+  EXPECT_EQ("Migrating SMB Printer\nUsername::u\nPassword::p\nURI::smb://u:p@server/hp\n",
+            traces([&] { uri = uri_of(device, "HPLaserJet"); }));
+  EXPECT_EQ("smb://u:p@server/hp", uri);
+  EXPECT_THAT(Windows::shown(), ElementsAre("credentials HPLaserJet //server/hp"));
+}
+
+TEST(ShareUri, IsAskedForAgainForEveryPrinter) {
+  Windows windows;
+  windows.sign_in("ann", "one");
+  windows.sign_in("bob", "two");
+  EXPECT_EQ("smb://ann:one@s/a", uri_of(device_of_port("//s/a").value(), "A"));
+  EXPECT_EQ("smb://bob:two@s/b", uri_of(device_of_port("//s/b").value(), "B"));
+  EXPECT_THAT(Windows::shown(), ElementsAre("credentials A //s/a", "credentials B //s/b"));
+}
+
+TEST(Credentials, AreWaitedForInWholeSeconds) {
+  Windows windows;
+  windows.sign_in("u", "p");
+  isWindowSmbUsernamePasswordOpen = 0;
+  smburl = "//server/hp";
+  getUsernamePassword("HPLaserJet");
+  EXPECT_EQ(0, isWindowSmbUsernamePasswordOpen);
+  EXPECT_STREQ("HPLaserJet", displaylabel);
+  EXPECT_STREQ("u", Username);
+  EXPECT_STREQ("p", Password);
+  EXPECT_LE(Windows::seconds_slept(), 5u);
+}
+
+TEST(Credentials, AreWipedToTheLastByte) {
+  std::fill(std::begin(Username), std::end(Username), 'u');
+  std::fill(std::begin(Password), std::end(Password), 'p');
+  std::string uri = "smb://u:p@server/hp";
+  forget_credentials(uri);
+  EXPECT_THAT(Username, Each('\0'));
+  EXPECT_THAT(Password, Each('\0'));
+  EXPECT_EQ("", uri);
+}
+
+using Text = std::unique_ptr<char, decltype(&std::free)>;
+
+TEST(GetStringPrinter, TakesAllAfterTheFirstOccurrence) {
+  EXPECT_STREQ("//host:631/p", Text(get_string_printer("http://host:631/p", ":"), std::free).get());
+  EXPECT_STREQ("", Text(get_string_printer("http:", ":"), std::free).get());
+  EXPECT_STREQ("c", Text(get_string_printer("a=>c", "=>"), std::free).get());
+}
+
+TEST(GetStringPrinter, IsEmptyWithoutAnOccurrence) {
+  EXPECT_STREQ("", Text(get_string_printer("LPT1", ":"), std::free).get());
+}
+
+TEST(GetStringPrinter, HoldsLongValues) {
+  const std::string rest(500, 'x');
+  EXPECT_EQ(rest, Text(get_string_printer((":" + rest).c_str(), ":"), std::free).get());
+}
+
+TEST(GetLpdUri, TurnsColonsIntoSlashes) {
+  EXPECT_STREQ("host/queue", Text(get_lpd_uri("host:queue"), std::free).get());
+  EXPECT_STREQ("a/b//", Text(get_lpd_uri("a:b::"), std::free).get());
+  EXPECT_STREQ("plain", Text(get_lpd_uri("plain"), std::free).get());
+  EXPECT_STREQ("", Text(get_lpd_uri(""), std::free).get());
+}
+
+}  // namespace

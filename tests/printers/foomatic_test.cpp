@@ -1,0 +1,179 @@
+#include "process/printers/foomatic.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "printers/archive.h"
+#include "printers/windows.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/system_log.h"
+
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// On a KDE system; the database knows every printer as the same, the other programs only have to be found.
+class Printer : public testing::Test {
+ protected:
+  Printer() {
+    assign(OSName, "Linspire");
+    stand_in("foomatic-ppdfile-bd",
+             "echo \"Any Id='Any-Printer' Driver='ljet4' CompatibleDrivers='ljet4 '\"");
+    stand_in("foomatic-configure");
+    stand_in("lpoptions");
+  }
+
+  static std::vector<std::string> queue_commands() {
+    return commands_of({"foomatic-configure", "lpoptions", "lpadmin"});
+  }
+
+  Windows windows;
+};
+
+TEST_F(Printer, MakesAQueueOfEveryDescription) {
+  add_printer("hp.txt", {{"Port Name", "10.0.0.5:lp"}});
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(
+      queue_commands(),
+      ElementsAre(" foomatic-configure -s cups -p 'Any-Printer' -c 'lpd://10.0.0.5/lp' -n 'HPLaserJet4050' "
+                  "-d 'ljet4'"));
+}
+
+TEST_F(Printer, SetsTheOptionsAfterTheDefault) {
+  add_printer("Default.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}, {"Paper Size", "DMPAPER_A4"}});
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(queue_commands(),
+              ElementsAre(" foomatic-configure -s cups -p 'Any-Printer' -c 'parallel:/dev/lp0' -n "
+                          "'HPLaserJet4050' -d 'ljet4'",
+                          "foomatic-configure -s cups -D -n 'HPLaserJet4050'",
+                          "lpoptions -p 'HPLaserJet4050' -o landscape",
+                          "foomatic-configure -s cups -n 'HPLaserJet4050' -o PageSize=A4"));
+}
+
+TEST_F(Printer, SetsLandscapeByItsNumberOnRedFlag) {
+  assign(OSName, "RedFlag");
+  add_printer("hp.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}});
+  printer(archive);
+  EXPECT_EQ("lpoptions -p 'HPLaserJet4050' -o orientation-requested=4", queue_commands().back());
+}
+
+TEST_F(Printer, TracesItsSteps) {
+  add_printer("Default.txt", {{"Driver Name", "HP LaserJet 4050"}, {"Port Name", "USB001"}});
+  const std::string said = traces([] { printer(archive); });
+  EXPECT_THAT(said, testing::StartsWith("Printer File::/tmp/archive/Printers/Default.txt\n"
+                                        "Printer Port::USB001\n"
+                                        "Printer Name::HP LaserJet 4050\n"
+                                        "Printer Name Wo Spaces::HPLaserJet4050\n"
+                                        "Migrating Local Printer\n"
+                                        "Printer Port::USB001\n"
+                                        "URI::parallel:/dev/usb/lp0\n"
+                                        "Going into find driver\n"));
+  const std::string before = "Options::foomatic-configure -s cups -D -n 'HPLaserJet4050'\n";
+  EXPECT_THAT(said, testing::EndsWith("Id='Any-Printer'\tDriver='ljet4'\n"
+                                      "ID='Any-Printer' \t Driver='ljet4'\n"
+                                      "Printer Name::HPLaserJet4050\n"
+                                      "Properties Read.\n" +
+                                      before + before + before + before + before + before));
+}
+
+TEST_F(Printer, AsksForTheCredentialsOfAShareAndForgetsThem) {
+  windows.sign_in("u", "p");
+  add_printer("hp.txt", {{"Port Name", "//server/hp"}});
+  const std::string said = traces([] { printer(archive); });
+  EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr(" -c 'smb://u:p@server/hp' -n 'HPLaserJet4050' ")));
+  EXPECT_THAT(said, HasSubstr("ID='Any-Printer' \t Driver='ljet4'\nMigrating SMB Printer\n"
+                              "Username::u\nPassword::p\nURI::smb://u:p@server/hp\n"
+                              "Printer Name::HPLaserJet4050\n"));
+  EXPECT_THAT(Windows::shown(), ElementsAre("credentials HPLaserJet4050 //server/hp"));
+  EXPECT_THAT(Username, Each('\0'));
+  EXPECT_THAT(Password, Each('\0'));
+}
+
+TEST_F(Printer, PassesOverAnUnknownPortAndGoesOn) {
+  add_printer("a.txt", {{"Port Name", "LPT3"}});
+  add_printer("b.txt", {{"Port Name", "FILE:"}});
+  add_printer("c.txt", {{"Driver Name Wo Spaces", "Good"}});
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr(" -n 'Good' ")));
+  EXPECT_THAT(Windows::shown(), IsEmpty());
+}
+
+TEST_F(Printer, WithoutADriverGetsNoQueueAndNoQuestionForItsShare) {
+  add_printer("a.txt", {{"Driver Name", "Unknown"}, {"Port Name", "//server/hp"}});
+  const std::string said = traces([] { printer(archive); });
+  EXPECT_THAT(queue_commands(), IsEmpty());
+  EXPECT_THAT(said, testing::EndsWith("ID= \t Driver=\n"));
+  EXPECT_THAT(Windows::shown(), ElementsAre("driver Unknown"));
+}
+
+TEST_F(Printer, SkippedNeverGetsTheDriverOfTheOneBefore) {
+  for (const char* name : {"a", "b", "c"})
+    add_printer(name, {{"Driver Name", name}, {"Driver Name Wo Spaces", name}});
+  windows.choose("HP LaserJet Id='HP-LaserJet' Driver='laserjet' Com");
+  printer(archive);
+  EXPECT_EQ(3u, Windows::shown().size());
+  EXPECT_EQ(1u, queue_commands().size());
+}
+
+TEST_F(Printer, GoesOnWithoutItsKeys) {
+  write_file("/tmp/archive/Printers/a.txt", "Port Name=LPT1\r\n");
+  windows.choose("HP LaserJet Id='HP-LaserJet' Driver='laserjet' Com");
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(
+      queue_commands(),
+      ElementsAre(" foomatic-configure -s cups -p 'HP-LaserJet' -c 'parallel:/dev/lp0' -n '' -d 'laserjet'"));
+}
+
+TEST_F(Printer, GivesFreshBuffers) {
+  write_file("/tmp/archive/Printers/none", "");
+  printer(archive);
+  EXPECT_STREQ("", Id);
+  EXPECT_STREQ("", Driver);
+}
+
+TEST_F(Printer, RefusesAnIdOrDriverThatIsNotOneQuotedWord) {
+  for (const char* line : {"X Id=bare Driver='d' ", "X Id='a';touch Driver='d' ", "X Id='a' Driver='d'';x' ",
+                           "X Id='a' Driver='No Default Driver' "}) {
+    SystemLog log;
+    stand_in("foomatic-ppdfile-bd", "cat <<'END'\n" + std::string(line) + "\nEND");
+    add_printer("hp.txt");
+    forget_commands();
+    EXPECT_EQ(0, printer(archive));
+    EXPECT_THAT(queue_commands(), IsEmpty()) << line;
+    EXPECT_THAT(log.messages(), Contains(HasSubstr("refused,  foomatic-configure -s cups -p "))) << line;
+  }
+}
+
+TEST_F(Printer, NeverLetsAValueOutOfItsWord) {
+  const std::string evil = "x';touch /tmp/owned;'$(touch /tmp/owned)`touch /tmp/owned`\"";
+  stand_in("foomatic-configure", "printf '%s\\n' \"$@\" >>/tmp/arguments");
+  add_printer("Default.txt", {{"Port Name", "host:" + evil}, {"Driver Name Wo Spaces", evil}});
+  printer(archive);
+  EXPECT_FALSE(exists("/tmp/owned"));
+  EXPECT_TRUE(
+      same_bytes("-s\ncups\n-p\nAny-Printer\n-c\nlpd://host/x';touch /tmp/owned;'$(touch "
+                 "/tmp/owned)`touch /tmp/owned`\"\n-n\n" +
+                     evil + "\n-d\nljet4\n-s\ncups\n-D\n-n\n" + evil + "\n",
+                 read_file("/tmp/arguments")));
+}
+
+TEST_F(Printer, RefusesAQueueNameThatLooksLikeAnOption) {
+  add_printer("hp.txt", {{"Driver Name Wo Spaces", "-x"}});
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(queue_commands(), IsEmpty());
+}
+
+TEST_F(Printer, OfAnArchiveWithoutPrintersIsReported) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, printer("/tmp/none"));
+  EXPECT_EQ("Printer:: : No such file or directory\n", testing::internal::GetCapturedStderr());
+}
+
+}  // namespace

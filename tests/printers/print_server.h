@@ -1,0 +1,28 @@
+// A real cupsd in the test's view, with the search command and the PPD files of the system installed.
+#ifndef BRINDLE_TESTS_PRINTERS_PRINT_SERVER_H
+#define BRINDLE_TESTS_PRINTERS_PRINT_SERVER_H
+
+#include <string>
+
+class PrintServer {
+ public:
+  PrintServer();
+
+  /// foomatic-configure as Debian has it makes no second queue; see tools/patch-foomatic.
+  static void patch_foomatic();
+
+  /// DeviceURI of a queue as cupsd has stored it, password included; lpstat leaves that out.
+  static std::string uri_of(const std::string& queue);
+  /// "NAME" of the default queue; empty without one.
+  static std::string default_queue();
+  /// The choice that the queue's PPD and lpoptions give for an option; empty for an unknown one.
+  static std::string choice(const std::string& queue, const std::string& option);
+  /// The value of a queue's job option, as landscape; "no value" when it is not set.
+  static std::string job_option(const std::string& queue, const std::string& option);
+  /// Value of a keyword in the queue's PPD, as "NickName".
+  static std::string ppd(const std::string& queue, const std::string& keyword);
+  /// Points the queue at a file, prints one page of PostScript and returns what came out.
+  static std::string print_page(const std::string& queue);
+};
+
+#endif

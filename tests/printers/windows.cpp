@@ -1,0 +1,95 @@
+#include "printers/windows.h"
+
+#include <glib.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <utility>
+
+#include "state/posts.h"
+#include "state/state.h"
+
+namespace {
+
+std::mutex planning;
+std::deque<std::string> drivers;
+std::map<std::string, std::string> drivers_by_title;
+std::deque<std::pair<std::string, std::string>> credentials;
+std::vector<std::string> windows;
+std::atomic<unsigned> slept{0};
+GMainLoop* loop = nullptr;
+
+template <typename Answer>
+Answer next(std::deque<Answer>& planned) {
+  if (planned.empty()) return {};
+  Answer answer = planned.front();
+  planned.pop_front();
+  return answer;
+}
+
+}  // namespace
+
+// Takes the place of the C library's function in the test program: a second is short here.
+extern "C" unsigned sleep(unsigned seconds) {
+  slept += seconds;
+  usleep(20000);
+  return 0;
+}
+
+// As the wizard's handlers do it: the answer first, the flag last.
+int show_popup_window_select_driver(void*) {
+  take_hand_over();
+  const std::scoped_lock lock(planning);
+  windows.push_back(std::string("driver ") + displaylabel);
+  const auto planned = drivers_by_title.find(displaylabel);
+  assign(selecteddriver, planned == drivers_by_title.end() ? next(drivers).c_str() : planned->second.c_str());
+  isWindowSelectDriverOpen = 0;
+  return 0;
+}
+
+int show_smb_username_password_window(void*) {
+  take_hand_over();
+  const std::scoped_lock lock(planning);
+  windows.push_back(std::string("credentials ") + displaylabel + " " + smburl);
+  const auto [user, password] = next(credentials);
+  assign(Username, user.c_str());
+  assign(Password, password.c_str());
+  isWindowSmbUsernamePasswordOpen = 0;
+  return 0;
+}
+
+Windows::Windows() {
+  loop = g_main_loop_new(nullptr, FALSE);
+  loop_ = std::thread([] { g_main_loop_run(loop); });
+}
+
+Windows::~Windows() {
+  g_idle_add([](gpointer) -> gboolean { return g_main_loop_quit(loop), G_SOURCE_REMOVE; }, nullptr);
+  loop_.join();
+  g_main_loop_unref(loop);
+}
+
+void Windows::choose(const std::string& driver) {
+  const std::scoped_lock lock(planning);
+  drivers.push_back(driver);
+}
+
+void Windows::choose_for(const std::string& title, const std::string& driver) {
+  const std::scoped_lock lock(planning);
+  drivers_by_title[title] = driver;
+}
+
+void Windows::sign_in(const std::string& user, const std::string& password) {
+  const std::scoped_lock lock(planning);
+  credentials.emplace_back(user, password);
+}
+
+std::vector<std::string> Windows::shown() {
+  const std::scoped_lock lock(planning);
+  return windows;
+}
+
+unsigned Windows::seconds_slept() { return slept; }

@@ -1,0 +1,33 @@
+// Stands in for the wizard: a main loop on a thread of its own, in which the driver window and the
+// credentials window are answered as a test has planned.
+#ifndef BRINDLE_TESTS_PRINTERS_WINDOWS_H
+#define BRINDLE_TESTS_PRINTERS_WINDOWS_H
+
+#include <string>
+#include <thread>
+#include <vector>
+
+class Windows {
+ public:
+  Windows();
+  ~Windows();
+  Windows(const Windows&) = delete;
+  Windows& operator=(const Windows&) = delete;
+
+  /// Answers of the coming driver windows, in turn. A window without a planned answer is skipped.
+  void choose(const std::string& driver);
+  /// The answer whenever a driver window has this title.
+  void choose_for(const std::string& title, const std::string& driver);
+  /// Answers of the coming credentials windows, in turn.
+  void sign_in(const std::string& user, const std::string& password);
+
+  /// The windows that were shown, in order: "driver TITLE" and "credentials TITLE SHARE".
+  static std::vector<std::string> shown();
+  /// Seconds the worker slept so far. The test does not wait them.
+  static unsigned seconds_slept();
+
+ private:
+  std::thread loop_;
+};
+
+#endif
