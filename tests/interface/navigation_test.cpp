@@ -113,10 +113,18 @@ TEST_F(NavigationTest, ButtonsOfTheNoticesAreStockOnes) {
 }
 
 TEST_F(NavigationTest, MessageDialogsShareOneLayout) {
-  GtkWidget* dialogs[] = {quit_dialog,  dialog_done,  dialog_multi_user_error, dialog_printer_error,
-                          create_dialog_user_error(), create_dialogcancel(),   create_noFileSpecified(),
-                          create_noFileFound(),       create_notZipFile(),     create_notEnoughSpace(),
-                          create_errorMountingCdrom(), create_noRemote(),
+  GtkWidget* dialogs[] = {quit_dialog,
+                          dialog_done,
+                          dialog_multi_user_error,
+                          dialog_printer_error,
+                          create_dialog_user_error(),
+                          create_dialogcancel(),
+                          create_noFileSpecified(),
+                          create_noFileFound(),
+                          create_notZipFile(),
+                          create_notEnoughSpace(),
+                          create_errorMountingCdrom(),
+                          create_noRemote(),
                           create_dialog_specify_username_password()};
   for (GtkWidget* dialog : dialogs) {
     SCOPED_TRACE(title_of(dialog));
@@ -149,11 +157,11 @@ TEST_F(NavigationTest, MessageDialogsShareOneLayout) {
 
 TEST_F(NavigationTest, NoTextFileNoDialogs) {
   setenv("LANG", "xx_XX", 1);
-  for (auto* create : {create_fileselection, create_dialog1, create_dialog_done,
-                       create_dialog_multi_user_error, create_dialog_printer_error, create_dialog_user_error,
-                       create_dialogcancel, create_noFileSpecified, create_noFileFound, create_notZipFile,
-                       create_notEnoughSpace, create_errorMountingCdrom, create_noRemote, create_zipPassword,
-                       create_dialog_specify_username_password}) {
+  for (auto* create :
+       {create_fileselection, create_dialog1, create_dialog_done, create_dialog_multi_user_error,
+        create_dialog_printer_error, create_dialog_user_error, create_dialogcancel, create_noFileSpecified,
+        create_noFileFound, create_notZipFile, create_notEnoughSpace, create_errorMountingCdrom,
+        create_noRemote, create_zipPassword, create_dialog_specify_username_password}) {
     EXPECT_EQ(create(), nullptr);
   }
 }
@@ -299,8 +307,7 @@ TEST_F(NavigationTest, CancelAfterTheTimeoutHasEndedItself) {
   EXPECT_EQ(isKilled, 1);
 }
 
-constexpr const char* page =
-    " 'http://support.brindle.example/brindle/support.jsp?version=3.0.0' &";
+constexpr const char* page = " 'http://support.brindle.example/brindle/support.jsp?version=3.0.0' &";
 
 TEST_F(NavigationTest, HelpOpensMozilla) {
   forget_commands();

@@ -19,16 +19,20 @@ struct RowOfText {
 };
 
 constexpr RowOfText rows[] = {
-    {"label_0", "window3-multiuser"},      {"label_1", "window3-mydocuments"},
-    {"label_2", "window3-desktop"},        {"label_3", "window3-emails"},
-    {"label_4", "window3-wallpaper"},      {"label_5", "window3-favorites"},
-    {"label_6", "window3-cookies"},        {"label_7", "window3-fonts"},
-    {"label_8", "window3-otherfiles"},     {"label_9", "window3-networkdrives"},
-    {"label_10", "window3-printers"},      {"label_11", "window3-groupwise"},
+    {"label_0", "window3-multiuser"},
+    {"label_1", "window3-mydocuments"},
+    {"label_2", "window3-desktop"},
+    {"label_3", "window3-emails"},
+    {"label_4", "window3-wallpaper"},
+    {"label_5", "window3-favorites"},
+    {"label_6", "window3-cookies"},
+    {"label_7", "window3-fonts"},
+    {"label_8", "window3-otherfiles"},
+    {"label_9", "window3-networkdrives"},
+    {"label_10", "window3-printers"},
+    {"label_11", "window3-groupwise"},
     {"label_12", "window3-preparingprinters"},
 };
-
-std::string image_of(int row) { return "image_" + std::to_string(row); }
 
 GtkWidget* page3_of(const char* detection_file) {
   write_file(detection_file, "release 4.1 \n");
@@ -166,9 +170,7 @@ void expect_rows(GtkWidget* page, int count) {
 
 TEST_F(PagesTest, GnomeHasAll13Rows) { expect_rows(window3 = create_window3(), 13); }
 
-TEST_F(PagesTest, LinspireAndXandrosHaveAll13Rows) {
-  expect_rows(page3_of("/etc/xandros-version"), 13);
-}
+TEST_F(PagesTest, LinspireAndXandrosHaveAll13Rows) { expect_rows(page3_of("/etc/xandros-version"), 13); }
 
 TEST_F(PagesTest, RedFlagHasNoGroupWiseRow) {
   expect_rows(page3_of("/etc/redflag-release"), 12);

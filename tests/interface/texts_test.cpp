@@ -12,8 +12,7 @@
 
 namespace {
 
-constexpr const char* gnome_traces =
-    "Getting OS Version.........\nOSName::GNome\nOSVersion::Any\n";
+constexpr const char* gnome_traces = "Getting OS Version.........\nOSName::GNome\nOSVersion::Any\n";
 
 std::string language_with_traces(std::string& traces) {
   testing::internal::CaptureStdout();
@@ -151,9 +150,7 @@ TEST_F(TextFile, AsksTwiceGetsTheSameTwice) {
   EXPECT_STREQ(get_widget_string(file.get(), "a"), "1");
 }
 
-TEST_F(TextFile, TheTextIsTakenAsItStands) {
-  EXPECT_EQ(text("key=  a = b\\n \r\n", "key"), "  a = b\\n \r");
-}
+TEST_F(TextFile, TheTextIsTakenAsItStands) { EXPECT_EQ(text("key=  a = b\\n \r\n", "key"), "  a = b\\n \r"); }
 
 TEST_F(TextFile, MissingKeysShareOneEmptyText) {
   EXPECT_EQ(text("a=1\n", "b"), "");
@@ -205,30 +202,82 @@ TEST(LanguageFile, TheFolderForAnEmptyCodeHasNoLines) {
 
 // Every key that a builder asks for.
 const char* const keys[] = {
-    "window1", "window1-next", "window1-cancel", "window1-help",
-    "window2", "window2-back", "window2-next", "window2-browse1", "window2-browse2", "window2-cancel",
-    "window2-help", "window2-cdrom", "window2-localdrives",
-    "window3", "window3-done", "window3-preparingprinters", "window3-multiuser", "window3-mydocuments",
-    "window3-desktop", "window3-emails", "window3-wallpaper", "window3-favorites", "window3-cookies",
-    "window3-fonts", "window3-otherfiles", "window3-networkdrives", "window3-printers", "window3-groupwise",
-    "window3-cancel", "window3-help",
-    "createfileselection", "createerrormountingcdrom", "noremote", "noremote-label2",
-    "nofilespecified", "nofilespecified-label13", "nofilefound", "nofilefound-label14",
-    "notzipfile", "notzipfile-label15", "notenoughspace", "notenoughspace-label16",
-    "zippassword", "zippassword-label17", "createdialogcancel", "createdialogcancel-label18",
-    "createdialog1", "createdialog1-label19", "createdialogdone", "createdialogdone-label20",
-    "createdialogmultiusererror", "createdialogmultiusererror-label20",
-    "createdialogprintererror", "createdialogprintererror-label20",
-    "createdialogusererror", "createdialogusererror-label20",
-    "dialog_specify_username_password", "dialog_specify_username_password-label20",
-    "window_select_driver-label20", "window_select_driver-next", "window_select_driver-stphoto",
-    "window_select_driver-stcolor", "window_select_driver-epson24", "window_select_driver-epson9",
-    "window_select_driver-deskjet", "window_select_driver-laserjet", "window_select_driver-skip",
-    "smb_username_password_window", "smb_username_password_window-label_header",
-    "smb_username_password_window-label_username", "smb_username_password_window-label_password",
+    "window1",
+    "window1-next",
+    "window1-cancel",
+    "window1-help",
+    "window2",
+    "window2-back",
+    "window2-next",
+    "window2-browse1",
+    "window2-browse2",
+    "window2-cancel",
+    "window2-help",
+    "window2-cdrom",
+    "window2-localdrives",
+    "window3",
+    "window3-done",
+    "window3-preparingprinters",
+    "window3-multiuser",
+    "window3-mydocuments",
+    "window3-desktop",
+    "window3-emails",
+    "window3-wallpaper",
+    "window3-favorites",
+    "window3-cookies",
+    "window3-fonts",
+    "window3-otherfiles",
+    "window3-networkdrives",
+    "window3-printers",
+    "window3-groupwise",
+    "window3-cancel",
+    "window3-help",
+    "createfileselection",
+    "createerrormountingcdrom",
+    "noremote",
+    "noremote-label2",
+    "nofilespecified",
+    "nofilespecified-label13",
+    "nofilefound",
+    "nofilefound-label14",
+    "notzipfile",
+    "notzipfile-label15",
+    "notenoughspace",
+    "notenoughspace-label16",
+    "zippassword",
+    "zippassword-label17",
+    "createdialogcancel",
+    "createdialogcancel-label18",
+    "createdialog1",
+    "createdialog1-label19",
+    "createdialogdone",
+    "createdialogdone-label20",
+    "createdialogmultiusererror",
+    "createdialogmultiusererror-label20",
+    "createdialogprintererror",
+    "createdialogprintererror-label20",
+    "createdialogusererror",
+    "createdialogusererror-label20",
+    "dialog_specify_username_password",
+    "dialog_specify_username_password-label20",
+    "window_select_driver-label20",
+    "window_select_driver-next",
+    "window_select_driver-stphoto",
+    "window_select_driver-stcolor",
+    "window_select_driver-epson24",
+    "window_select_driver-epson9",
+    "window_select_driver-deskjet",
+    "window_select_driver-laserjet",
+    "window_select_driver-skip",
+    "smb_username_password_window",
+    "smb_username_password_window-label_header",
+    "smb_username_password_window-label_username",
+    "smb_username_password_window-label_password",
     "smb_username_password_window-next",
-    "smb_username_password_window2", "smb_username_password_window2-label_header",
-    "smb_username_password_window2-label_username", "smb_username_password_window2-next",
+    "smb_username_password_window2",
+    "smb_username_password_window2-label_header",
+    "smb_username_password_window2-label_username",
+    "smb_username_password_window2-next",
     "smb_username_password_window2-back",
 };
 

@@ -1,0 +1,449 @@
+#include "callbacks/source.h"
+
+#include <sys/mount.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <atomic>
+
+#include "gui.h"
+#include "interface/dialogs.h"
+#include "interface/windows.h"
+#include "process/run/process.h"
+#include "state/posts.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+std::atomic<int> workers{0};
+std::atomic<bool> worker_had_argument{false};
+
+}  // namespace
+
+// In place of the real run: these tests look at its start only.
+void* process(void* args) {
+  if (args != nullptr) worker_had_argument = true;
+  ++workers;
+  return nullptr;
+}
+
+namespace {
+
+// A zip whose listing totals `bytes`.
+void make_zip(const std::string& path, const std::string& bytes) {
+  write_file("/root/make/file", "");
+  ASSERT_EQ(shell_quietly("truncate -s " + bytes + " /root/make/file && cd /root/make && zip -q '" + path +
+                          "' file && rm file"),
+            0);
+}
+
+// Leaves exactly `blocks` free blocks of 1024 bytes in /tmp.
+void leave_in_tmp(long blocks) {
+  ASSERT_EQ(mount("tmp", "/tmp", "tmpfs", 0, "size=8m"), 0);
+  struct statvfs room {};
+  ASSERT_EQ(statvfs("/tmp", &room), 0);
+  const long free_blocks = static_cast<long>(room.f_bavail) * static_cast<long>(room.f_frsize) / 1024;
+  ASSERT_EQ(
+      shell_quietly("head -c " + std::to_string((free_blocks - blocks) * 1024) + " /dev/zero > /tmp/filler"),
+      0);
+}
+
+class SourceTest : public GuiTest {
+ protected:
+  void SetUp() override {
+    GuiTest::SetUp();
+    build_pages();
+    build_dialogs();
+    gtk_widget_show(window2);
+    workers = 0;
+    thread_id = nullptr;
+  }
+  void TearDown() override {
+    if (timer > 0 && g_main_context_find_source_by_id(nullptr, static_cast<guint>(timer)) != nullptr) {
+      g_source_remove(static_cast<guint>(timer));
+    }
+  }
+
+  // Chooses the local drive and presses Next.
+  static void next_with(const std::string& path) {
+    press(window2, "local");
+    type(window2, "entry_local", path);
+    press(window2, "next2");
+  }
+  static bool run_started() {
+    for (int tries = 0; tries < 50 && workers == 0; ++tries) usleep(10000);
+    return workers == 1 && gtk_widget_get_visible(window3) && !gtk_widget_get_visible(window2);
+  }
+  static void expect_refused(const std::string& key, const std::string& text_key, const char* button) {
+    GtkWidget* dialog = visible_window(shipped_text(key));
+    ASSERT_NE(dialog, nullptr) << key;
+    EXPECT_EQ(label_text(dialog, "message"), shipped_text(text_key));
+    EXPECT_EQ(button_caption(dialog, button), "gtk-close");
+    EXPECT_TRUE(gtk_window_get_modal(GTK_WINDOW(dialog)));
+    EXPECT_TRUE(gtk_widget_get_visible(window2));
+    EXPECT_FALSE(gtk_widget_get_visible(window3));
+    EXPECT_EQ(thread_id, nullptr);
+    press(dialog, button);
+    EXPECT_EQ(visible_window(shipped_text(key)), nullptr);
+    EXPECT_TRUE(gtk_widget_get_visible(window2));
+  }
+};
+
+bool editable(const char* entry) {
+  return gtk_editable_get_editable(GTK_EDITABLE(lookup_widget(window2, entry)));
+}
+
+bool sensitive(const char* button) { return gtk_widget_get_sensitive(lookup_widget(window2, button)); }
+
+TEST_F(SourceTest, SourcesHaveTheirNumbers) {
+  EXPECT_EQ(CDROM, 0);
+  EXPECT_EQ(REMOTE, 1);
+  EXPECT_EQ(LOCAL, 2);
+  EXPECT_EQ(selection, CDROM);
+}
+
+TEST_F(SourceTest, LocalClearsAndLocksTheCdrom) {
+  type(window2, "entry_cdrom", "/media/a.zip");
+  press(window2, "local");
+  EXPECT_EQ(selection, LOCAL);
+  EXPECT_FALSE(sensitive("bCdrom"));
+  EXPECT_TRUE(sensitive("bLocal"));
+  EXPECT_FALSE(editable("entry_cdrom"));
+  EXPECT_TRUE(editable("entry_local"));
+  EXPECT_EQ(entry_text(window2, "entry_cdrom"), "");
+}
+
+TEST_F(SourceTest, BackToTheCdromClearsTheLocalEntry) {
+  press(window2, "local");
+  type(window2, "entry_local", "/home/a.zip");
+  press(window2, "cdrom");
+  EXPECT_EQ(selection, CDROM);
+  EXPECT_TRUE(sensitive("bCdrom"));
+  EXPECT_FALSE(sensitive("bLocal"));
+  EXPECT_TRUE(editable("entry_cdrom"));
+  EXPECT_FALSE(editable("entry_local"));
+  EXPECT_EQ(entry_text(window2, "entry_local"), "");
+}
+
+TEST_F(SourceTest, TheActiveRadioButtonChangesNothing) {
+  type(window2, "entry_cdrom", "/media/a.zip");
+  press(window2, "cdrom");
+  EXPECT_EQ(entry_text(window2, "entry_cdrom"), "/media/a.zip");
+  press(window2, "local");
+  type(window2, "entry_local", "/home/a.zip");
+  press(window2, "local");
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/home/a.zip");
+}
+
+// ---- browsing -------------------------------------------------------------------------------------
+
+void wait_for_chooser() {
+  for (int tries = 0; tries < 60; ++tries) {
+    settle();
+    usleep(10000);
+  }
+}
+
+TEST_F(SourceTest, BrowseLocalOpensTheChooserAtTheRoot) {
+  press(window2, "local");
+  press(window2, "bLocal");
+  wait_for_chooser();
+  EXPECT_TRUE(gtk_widget_get_visible(fileselection));
+  EXPECT_EQ(title_of(fileselection), shipped_text("createfileselection"));
+  char* folder = gtk_file_chooser_get_current_folder(GTK_FILE_CHOOSER(fileselection));
+  EXPECT_STREQ(folder, "/");
+  g_free(folder);
+}
+
+TEST_F(SourceTest, OkPutsTheNameIntoTheEntryOfTheSource) {
+  write_file("/home/ann/My Archive.zip", "x");
+  press(window2, "local");
+  press(window2, "bLocal");
+  wait_for_chooser();
+  gtk_file_chooser_set_filename(GTK_FILE_CHOOSER(fileselection), "/home/ann/My Archive.zip");
+  wait_for_chooser();
+  press(fileselection, "ok_button_fileselection");
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/home/ann/My Archive.zip");
+  EXPECT_EQ(entry_text(window2, "entry_cdrom"), "");
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+}
+
+TEST_F(SourceTest, TheRemoteSourceHasNoEntryAndNoCrash) {
+  selection = REMOTE;
+  on_ok_button_fileselection_clicked(nullptr, nullptr);
+  on_next2_clicked(nullptr, nullptr);
+  expect_refused("nofilespecified", "nofilespecified-label13", "closebutton_nofilespecified");
+  selection = CDROM;
+}
+
+TEST_F(SourceTest, CancelAndClosingHideTheChooser) {
+  press(window2, "local");
+  type(window2, "entry_local", "/a.zip");
+  press(window2, "bLocal");
+  press(fileselection, "cancel_button1");
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+  press(window2, "bLocal");
+  EXPECT_TRUE(gtk_widget_get_visible(fileselection));
+  close_window(fileselection);
+  ASSERT_NE(fileselection, nullptr);
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+  EXPECT_TRUE(on_fileselection_delete_event(fileselection, nullptr, nullptr));
+  press(window2, "bLocal");
+  EXPECT_TRUE(gtk_widget_get_visible(fileselection));
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/a.zip");
+}
+
+void stand_in_for_mount(const std::string& listing) {
+  write_file("/usr/local/bin/mount", "#!/bin/sh\n[ \"$1\" = -l ] && printf '" + listing + "'\nexit 0\n");
+  shell_quietly("chmod +x /usr/local/bin/mount");
+}
+
+TEST_F(SourceTest, NoDiscShowsTheMountError) {
+  forget_commands();
+  press(window2, "bCdrom");
+  const auto commands = commands_run();
+  ASSERT_EQ(commands.size(), 2U);
+  EXPECT_EQ(commands[0], "mount /dev/cdrom");
+  EXPECT_EQ(commands[1].rfind("mount -l -t iso9660 > ", 0), 0U);
+  GtkWidget* dialog = visible_window(shipped_text("createerrormountingcdrom"));
+  ASSERT_NE(dialog, nullptr);
+  EXPECT_EQ(label_text(dialog, "message"), "Error on mounting CD-ROM");
+  EXPECT_EQ(button_caption(dialog, "closebutton1"), "gtk-close");
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+  press(dialog, "closebutton1");
+  EXPECT_EQ(visible_window(shipped_text("createerrormountingcdrom")), nullptr);
+}
+
+TEST_F(SourceTest, BrowseCdromOpensTheChooserAtTheFirstDisc) {
+  shell_quietly("mkdir -p /media/first /media/second");
+  stand_in_for_mount(
+      "/dev/hdc on /media/first type iso9660 (ro)\\n/dev/hdd on /media/second type iso9660\\n");
+  press(window2, "bCdrom");
+  wait_for_chooser();
+  EXPECT_TRUE(gtk_widget_get_visible(fileselection));
+  char* folder = gtk_file_chooser_get_current_folder(GTK_FILE_CHOOSER(fileselection));
+  EXPECT_STREQ(folder, "/media/first");
+  g_free(folder);
+}
+
+// ---- Next -----------------------------------------------------------------------------------------
+
+TEST_F(SourceTest, EmptyPath) {
+  assign(g_filename, "before");
+  next_with("");
+  EXPECT_STREQ(g_filename, "");
+  expect_refused("nofilespecified", "nofilespecified-label13", "closebutton_nofilespecified");
+}
+
+TEST_F(SourceTest, MissingFile) {
+  next_with("/home/missing.zip");
+  EXPECT_STREQ(g_filename, "/home/missing.zip");
+  expect_refused("nofilefound", "nofilefound-label14", "closebutton_noFileFound");
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/home/missing.zip");
+}
+
+TEST_F(SourceTest, ATarIsNoZip) {
+  shell_quietly("mkdir /root/t && echo x > /root/t/f && tar -cf /root/a.tar -C /root t");
+  next_with("/root/a.tar");
+  expect_refused("notzipfile", "notzipfile-label15", "closebutton_notZipFile");
+}
+
+TEST_F(SourceTest, AFolderIsNoZip) {
+  next_with("/root");
+  expect_refused("notzipfile", "notzipfile-label15", "closebutton_notZipFile");
+}
+
+TEST_F(SourceTest, APathOf256BytesIsRefusedAndNeverCut) {
+  const std::string path = "/" + std::string(127, 'a') + "/" + std::string(127, 'b');  // 256 bytes
+  write_file(path, "x");
+  write_file(path.substr(0, 255), "x");
+  next_with(path);
+  expect_refused("nofilefound", "nofilefound-label14", "closebutton_noFileFound");
+  EXPECT_STREQ(g_filename, "");
+}
+
+TEST_F(SourceTest, APathOf255BytesIsTaken) {
+  const std::string path = "/root/" + std::string(124, 'a') + "/" + std::string(120, 'b') + ".zip";
+  ASSERT_EQ(path.size(), 255U);
+  make_zip("/root/a.zip", "10");
+  write_file(path, read_file("/root/a.zip"));
+  next_with(path);
+  EXPECT_TRUE(run_started());
+  EXPECT_EQ(g_filename, path);
+}
+
+TEST_F(SourceTest, AGoodArchiveStartsTheRun) {
+  make_zip("/root/a.zip", "20000000");
+  g_isEncrypted = 1;
+  forget_commands();
+  next_with("/root/a.zip");
+  EXPECT_TRUE(run_started());
+  EXPECT_FALSE(worker_had_argument);
+  EXPECT_NE(thread_id, nullptr);
+  EXPECT_EQ(g_isEncrypted, 0);
+  EXPECT_STREQ(g_filename, "/root/a.zip");
+  const auto commands = commands_run();
+  ASSERT_EQ(commands.size(), 3U);
+  EXPECT_EQ(commands[0].rfind("file -b \"/root/a.zip\" > ", 0), 0U);
+  EXPECT_EQ(commands[1].rfind("unzip -l \"/root/a.zip\" | awk '{print $1}' | tail -n 1 > ", 0), 0U);
+  EXPECT_EQ(commands[2].rfind("df /tmp | awk '{print $4}' | tail -n 1 > ", 0), 0U);
+}
+
+TEST_F(SourceTest, TheProgressTimeoutRunsEvery200MillisecondsOnTheUnpackedSize) {
+  make_zip("/root/a.zip", "20000000");  // the file itself is far smaller
+  next_with("/root/a.zip");
+  const gint64 start = g_get_monotonic_time();
+  GtkWidget* bar = lookup_widget(window3, "progressbar1");
+  while (gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)) < 0.05) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+  const gint64 milliseconds = (g_get_monotonic_time() - start) / 1000;
+  EXPECT_GE(milliseconds, 390);  // two ticks of 0.025
+  EXPECT_LT(milliseconds, 1500);
+}
+
+TEST_F(SourceTest, ASecondNextDoesNotStartASecondWorker) {
+  make_zip("/root/a.zip", "10");
+  next_with("/root/a.zip");
+  ASSERT_TRUE(run_started());
+  type(window2, "entry_local", "/root/other.zip");
+  press(window2, "next2");
+  usleep(100000);
+  EXPECT_EQ(workers, 1);
+  EXPECT_STREQ(g_filename, "/root/a.zip");
+}
+
+TEST_F(SourceTest, TheCdromEntryServesTheCdrom) {
+  make_zip("/root/a.zip", "10");
+  type(window2, "entry_cdrom", "/root/a.zip");
+  press(window2, "next2");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(SourceTest, AMillionBytesNeed2000Blocks) {
+  make_zip("/root/a.zip", "1000000");
+  leave_in_tmp(1996);
+  next_with("/root/a.zip");
+  expect_refused("notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace");
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/root/a.zip");
+  EXPECT_TRUE(exists("/tmp/filler"));
+}
+
+TEST_F(SourceTest, AMillionBytesFitInto2000Blocks) {
+  make_zip("/root/a.zip", "1000000");
+  leave_in_tmp(2000);
+  next_with("/root/a.zip");
+  EXPECT_TRUE(run_started());
+}
+
+// df and unzip say whatever a test wants.
+void stand_in(const std::string& name, const std::string& output) {
+  write_file("/usr/local/bin/" + name, "#!/bin/sh\nprintf '" + output + "'\n");
+  shell_quietly("chmod +x /usr/local/bin/" + name);
+}
+
+void tmp_says(const std::string& blocks) {
+  stand_in("df", "a b c d e f\\ntmpfs 1 1 " + blocks + " 1 /tmp\\n");
+}
+
+TEST_F(SourceTest, TheSpaceTestIsStrictAndCutsTheDivision) {
+  make_zip("/root/a.zip", "1000000");
+  tmp_says("1999");
+  next_with("/root/a.zip");
+  expect_refused("notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace");
+  stand_in("unzip", "1000499 1 file\\n");  // still 2000 whole
+  tmp_says("2000");
+  next_with("/root/a.zip");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(SourceTest, AListingBeyondAnIntDoesNotPassByOverflow) {
+  make_zip("/root/a.zip", "10");
+  stand_in("unzip", "4294967296500 1 file\\n");  // 500 in 32 bits
+  tmp_says("4000000");
+  next_with("/root/a.zip");
+  expect_refused("notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace");
+}
+
+TEST_F(SourceTest, AFailingFileCommandCountsAsAZip) {
+  make_zip("/root/a.zip", "10");
+  write_file("/usr/local/bin/file", "#!/bin/sh\nexit 1\n");
+  shell_quietly("chmod +x /usr/local/bin/file");
+  next_with("/root/a.zip");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(SourceTest, AListingThatFailsPassesTheSpaceTest) {
+  make_zip("/root/a.zip", "10");
+  stand_in("unzip", "");
+  tmp_says("0");
+  next_with("/root/a.zip");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(SourceTest, WithoutDfEvery500BytesAreTooMany) {
+  make_zip("/root/a.zip", "499");
+  make_zip("/root/b.zip", "500");
+  stand_in("df", "");
+  next_with("/root/b.zip");
+  expect_refused("notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace");
+  next_with("/root/a.zip");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(SourceTest, HostilePathsRunNothing) {
+  for (const char* path : {"/root/$(touch /root/hit).zip", "/root/`touch hit`.zip",
+                           "/root/\"; touch hit; \".zip", "/root/a\nb.zip", "/root/'quote'.zip"}) {
+    make_zip("/root/plain.zip", "10");
+    write_file(path, read_file("/root/plain.zip"));
+    thread_id = nullptr;
+    workers = 0;
+    gtk_widget_show(window2);
+    // A newline cannot be typed into an entry but comes out of the chooser all the same.
+    next_with(path);
+    EXPECT_TRUE(run_started()) << path;
+    EXPECT_FALSE(exists("/root/hit"));
+    EXPECT_FALSE(exists("hit"));
+    TearDown();
+    gtk_widget_hide(window3);
+  }
+}
+
+TEST_F(SourceTest, ClosingACheckDialogIsItsButton) {
+  next_with("");
+  close_window(visible_window(shipped_text("nofilespecified")));
+  EXPECT_EQ(visible_window(shipped_text("nofilespecified")), nullptr);
+  next_with("");
+  EXPECT_NE(visible_window(shipped_text("nofilespecified")), nullptr);
+}
+
+TEST_F(SourceTest, TheReservedRemoteDialog) {
+  GtkWidget* dialog = create_noRemote();
+  gtk_widget_show(dialog);
+  EXPECT_EQ(title_of(dialog), shipped_text("noremote"));
+  EXPECT_EQ(label_text(dialog, "message"), shipped_text("noremote-label2"));
+  EXPECT_EQ(button_caption(dialog, "closebutton2"), "gtk-close");
+  press(dialog, "closebutton2");
+  EXPECT_EQ(visible_window(shipped_text("noremote")), nullptr);
+}
+
+TEST_F(SourceTest, TheReservedPasswordDialog) {
+  GtkWidget* dialog = create_zipPassword();
+  gtk_widget_show(dialog);
+  EXPECT_EQ(title_of(dialog), shipped_text("zippassword"));
+  EXPECT_EQ(label_text(dialog, "message"), shipped_text("zippassword-label17"));
+  EXPECT_FALSE(gtk_entry_get_visibility(GTK_ENTRY(lookup_widget(dialog, "entry_zipPassword"))));
+  EXPECT_EQ(label_text(dialog, "label_zipPassword"), "");
+  EXPECT_EQ(button_caption(dialog, "cancelbutton_zipPassword"), "gtk-cancel");
+  EXPECT_EQ(button_caption(dialog, "okbutton_zipPassword"), "gtk-ok");
+  type(dialog, "entry_zipPassword", "secret");
+  press(dialog, "okbutton_zipPassword");
+  EXPECT_TRUE(gtk_widget_get_visible(dialog));
+  EXPECT_STREQ(g_password, "");
+  press(dialog, "cancelbutton_zipPassword");
+  EXPECT_EQ(visible_window(shipped_text("zippassword")), nullptr);
+}
+
+}  // namespace
