@@ -1,0 +1,12 @@
+// Fonts of the Windows side.
+#ifndef BRINDLE_PROCESS_DESKTOP_FONTS_H
+#define BRINDLE_PROCESS_DESKTOP_FONTS_H
+
+/// Installs the fonts of ARGS/Fonts (`args` is the archive root, for profiles too): on "RedFlag" with an
+/// archive of several users for the whole system, otherwise into the home being migrated. On "RedFlag" the
+/// running user also gets the skeleton home's terminal configuration. Where the office suite is installed it
+/// gets the home's fonts as well.
+/// Always returns 0; what failed is in the system log.
+int fonts(const char* args);
+
+#endif
