@@ -19,6 +19,19 @@ SAME_AS = {
     "brindle/firefox.desktop": SOURCE / "data/firefox.desktop",
 }
 
+LANGUAGES = ["en_US", "en_GB", "en_CA", "en_AU", "C.UTF", "POSIX"]
+READ_BY_THE_WIZARD = [
+    *(f"brindle/{language}" for language in LANGUAGES),
+    *(f"brindle/.gtkrc-{language}" for language in LANGUAGES if language != "en_US"),
+    "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "bin/foomatic-ppdfile-bd", "bin/brindle",
+    "libexec/brindle/brindle-wizard",
+]
+READ_BY_OTHERS = [
+    "usr/share/pixmaps/Brindle_Icon.png",
+    *(f"usr/share/cups/model/{model}.ppd.gz"
+      for model in ("stphoto", "stcolor", "epson24", "epson9", "deskjet", "laserjet")),
+]
+
 
 class Install(unittest.TestCase):
     @classmethod
@@ -37,9 +50,15 @@ class Install(unittest.TestCase):
             self.assertEqual((self.local / name).read_bytes(), original.read_bytes(), name)
             self.assertEqual((self.local / name).stat().st_mode & 0o777, 0o644, name)
 
+    def test_everything_that_is_read_is_there(self):
+        for name in READ_BY_THE_WIZARD:
+            self.assertGreater((self.local / name).stat().st_size, 0, name)
+        for name in READ_BY_OTHERS:
+            self.assertGreater((Path(self.stage.name) / name).stat().st_size, 0, name)
+
     def test_nothing_goes_anywhere_else(self):
         strays = [path for path in Path(self.stage.name).rglob("*")
-                  if not path.is_dir() and self.local not in path.parents and "usr/share" not in str(path)]
+                  if not path.is_dir() and self.local not in path.parents and Path(self.stage.name) / "usr/share" not in path.parents]
         self.assertEqual(strays, [])
 
     def test_the_launcher_is_a_valid_one(self):
