@@ -1,0 +1,167 @@
+#include "process/desktop/browser.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* archive = "/tmp/b";
+constexpr const char* profile = "/root/.mozilla/default/abc.slt/";
+
+struct Browser : testing::Test {
+  Browser() {
+    shell_quietly("rm -f /usr/bin/firefox; mkdir -p " + std::string(profile));
+    write_file("/tmp/b/Bookmark.htm", "<!DOCTYPE NETSCAPE-Bookmark-file-1>\n");
+  }
+  static void cookie_file(const std::string& text) { write_file("/tmp/b/Cookies.txt", text); }
+  static std::string migrated(const std::string& text) {
+    cookie_file(text);
+    EXPECT_EQ(0, cookies(archive));
+    return read_file(std::string(profile) + "cookies.txt");
+  }
+  static std::string complaint_of(int (*migrator)(const char*)) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(-1, migrator(archive));
+    return testing::internal::GetCapturedStderr();
+  }
+};
+
+// ---- Which profile --------------------------------------------------------------------------------------
+
+TEST_F(Browser, BookmarksGoToTheMozillaProfileAsTheyAre) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ("<!DOCTYPE NETSCAPE-Bookmark-file-1>\n", read_file(std::string(profile) + "bookmarks.html"));
+  const std::string command = "cp /tmp/b/Bookmark.htm /root/.mozilla/default/abc.slt/bookmarks.html";
+  EXPECT_THAT(commands_run(), ElementsAre(command));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr(command));
+}
+
+TEST_F(Browser, AnInstalledFirefoxDecidesEvenWithAMozillaProfile) {
+  write_file("/usr/bin/firefox", "");
+  shell_quietly("mkdir -p /root/.mozilla/firefox/xyz.default; touch /root/.mozilla/firefox/profiles.ini "
+                "/root/.mozilla/firefox/pluginreg.dat");
+  cookie_file("a.example\tFALSE\n");
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ(0, cookies(archive));
+  EXPECT_TRUE(exists("/root/.mozilla/firefox/xyz.default/bookmarks.html"));
+  EXPECT_TRUE(exists("/root/.mozilla/firefox/xyz.default/cookies.txt"));
+  EXPECT_FALSE(exists(std::string(profile) + "bookmarks.html"));
+}
+
+TEST_F(Browser, AProfilesUserHasHisOwn) {
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  shell_quietly("mkdir -p /home/ann/.mozilla/default/q.slt");
+  cookie_file("a.example\tFALSE\n");
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ(0, cookies(archive));
+  EXPECT_TRUE(exists("/home/ann/.mozilla/default/q.slt/bookmarks.html"));
+  EXPECT_EQ(".a.example\tFALSE\n", read_file("/home/ann/.mozilla/default/q.slt/cookies.txt"));
+}
+
+TEST_F(Browser, WithoutAFolderNothingIsWritten) {
+  shell_quietly("rm -r /root/.mozilla");
+  cookie_file("a\n");
+  EXPECT_EQ("In favourites_cookies() opendir: : No such file or directory\n", complaint_of(favourites));
+  EXPECT_EQ("In favourites_cookies() opendir: : No such file or directory\n", complaint_of(cookies));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+TEST_F(Browser, WithoutAProfileNothingIsWritten) {
+  shell_quietly("cd /root/.mozilla/default && rmdir abc.slt && touch profiles.ini pluginreg.dat");
+  cookie_file("a\n");
+  EXPECT_EQ("No browser profile in /root/.mozilla/default\n", complaint_of(favourites));
+  EXPECT_EQ("No browser profile in /root/.mozilla/default\n", complaint_of(cookies));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+TEST_F(Browser, ABookmarkFileThatCannotBeCopiedIsNoFailure) {
+  shell_quietly("rm /tmp/b/Bookmark.htm");
+  EXPECT_EQ(0, favourites(archive));
+}
+
+// ---- Cookies --------------------------------------------------------------------------------------------
+
+TEST_F(Browser, EveryCookieGetsADotInFront) {
+  EXPECT_EQ("# Netscape HTTP Cookie File\n\n.a.example\tTRUE\t/\n..b.example\tTRUE\t/\n.  \n",
+            migrated("# Netscape HTTP Cookie File\r\n\r\na.example\tTRUE\t/\r\n.b.example\tTRUE\t/\r\n  \r\n"));
+  EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q /tmp/b/Cookies.txt"));
+}
+
+TEST_F(Browser, AnOldCookieFileIsReplaced) {
+  write_file(std::string(profile) + "cookies.txt", "old\n");
+  EXPECT_EQ(".a\n", migrated("a\n"));
+}
+
+TEST_F(Browser, ALongCookieArrivesWholeWithOneDot) {
+  const std::string value(3000, 'v');
+  EXPECT_EQ(".a.example\tTRUE\t/\tFALSE\t0\tn\t" + value + "\n.b\n",
+            migrated("a.example\tTRUE\t/\tFALSE\t0\tn\t" + value + "\nb\n"));
+}
+
+TEST_F(Browser, ALastCookieWithoutALineEndIsKept) { EXPECT_EQ(".a\n.b", migrated("a\nb")); }
+
+TEST_F(Browser, AMissingCookieFileIsReported) {
+  EXPECT_EQ("in cookies : No such file or directory\n", complaint_of(cookies));
+}
+
+TEST_F(Browser, AnUnwritableProfileIsReported) {
+  cookie_file("a\n");
+  shell_quietly("rm -r /root/.mozilla/default/abc.slt; touch /root/.mozilla/default/abc.slt");
+  EXPECT_EQ(" in cookies : Not a directory\n", complaint_of(cookies));
+}
+
+TEST_F(Browser, CurlSendsTheCookieToHostAndSubdomains) {
+  migrated("# Netscape HTTP Cookie File\r\nshop.example\tTRUE\t/\tFALSE\t4102444800\tbasket\t42\r\n");
+  const std::string jar = std::string(profile) + "cookies.txt";
+  EXPECT_THAT(output_of("curl -s -b " + jar + " -c - file:///dev/null"),
+              HasSubstr(".shop.example\tTRUE\t/\tFALSE\t4102444800\tbasket\t42\n"));
+  write_file("/tmp/ask.py",
+             "import http.cookiejar, urllib.request, sys\n"
+             "jar = http.cookiejar.MozillaCookieJar()\n"
+             "jar.load(sys.argv[1])\n"
+             "for host in ('shop.example', 'www.shop.example', 'other.example'):\n"
+             "    request = urllib.request.Request('http://' + host + '/')\n"
+             "    jar.add_cookie_header(request)\n"
+             "    print(host, request.get_header('Cookie'))\n");
+  EXPECT_EQ("shop.example basket=42\nwww.shop.example basket=42\nother.example None\n",
+            output_of("/usr/bin/python3 /tmp/ask.py " + jar + " 2>&1"));
+}
+
+TEST_F(Browser, AHostileProfileNameStaysOneWord) {
+  shell_quietly("mv /root/.mozilla/default/abc.slt '/root/.mozilla/default/a;touch ran;$(touch ran)'");
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_TRUE(exists("/root/.mozilla/default/a;touch ran;$(touch ran)/bookmarks.html"));
+  EXPECT_FALSE(exists("ran"));
+}
+
+// ---- Konqueror, which no run calls ----------------------------------------------------------------------
+
+TEST_F(Browser, KonquerorsBookmarksAreReplaced) {
+  write_file("/tmp/b/bookmarks.xml", "new");
+  write_file("/root/.kde/share/apps/konqueror/bookmarks.xml", "old");
+  EXPECT_EQ(0, konquererbookmarks(archive));
+  EXPECT_EQ("new", read_file("/root/.kde/share/apps/konqueror/bookmarks.xml"));
+  EXPECT_THAT(commands_run(), ElementsAre("rm /root/.kde/share/apps/konqueror/bookmarks.xml",
+                                          "cp /tmp/b/bookmarks.xml /root/.kde/share/apps/konqueror/bookmarks.xml"));
+}
+
+TEST_F(Browser, KonquerorsCookiesAreReplaced) {
+  write_file("/tmp/b/Cookies2.txt", "new");
+  write_file("/root/.kde/share/apps/kcookiejar/cookies", "old");
+  EXPECT_EQ(0, konquerercookies(archive));
+  EXPECT_EQ("new", read_file("/root/.kde/share/apps/kcookiejar/cookies"));
+  EXPECT_THAT(commands_run(), ElementsAre("rm /root/.kde/share/apps/kcookiejar/cookies",
+                                          "cp /tmp/b/Cookies2.txt /root/.kde/share/apps/kcookiejar/cookies"));
+}
+
+}  // namespace
