@@ -37,7 +37,7 @@ void unlock_entry(const char* name) { set_editable(lookup_widget(window2, name),
 
 void open_chooser_at(const char* folder) {
   if (fileselection == nullptr) return;
-  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(fileselection), folder);
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), folder);
   show_over_page(fileselection);
 }
 
@@ -107,18 +107,10 @@ void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   open_chooser_at((std::string(mount_point.get()) + "/").c_str());
 }
 
-void on_fileselection_response(GtkDialog* chooser, gint response, gpointer user_data) {
-  if (response != GTK_RESPONSE_OK) return;
-  GtkWidget* ok = lookup_widget(GTK_WIDGET(chooser), "ok_button_fileselection");
-  on_ok_button_fileselection_clicked(GTK_BUTTON(ok), user_data);
-}
-
 void on_ok_button_fileselection_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
-  const OwnedText name(gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(fileselection)), g_free);
+  const char* name = gtk_file_selection_get_filename(GTK_FILE_SELECTION(fileselection));
   GtkWidget* entry = current_entry();
-  if (entry != nullptr && name != nullptr) {
-    gtk_entry_set_text(GTK_ENTRY(entry), shown_text(name.get()).c_str());
-  }
+  if (entry != nullptr) gtk_entry_set_text(GTK_ENTRY(entry), shown_text(name).c_str());
   gtk_widget_hide(fileselection);
 }
 

@@ -23,10 +23,9 @@ void on_bCdrom_clicked(GtkButton* button, gpointer user_data);
 void on_bLocal_clicked(GtkButton* button, gpointer user_data);
 
 /// The file chooser: OK puts the file's name into the entry of the current source; Cancel and closing hide
-/// it. The response is OK's way in, given once the chooser agrees that a file is chosen.
+/// it.
 void on_ok_button_fileselection_clicked(GtkButton* button, gpointer user_data);
 void on_cancel_button1_clicked(GtkButton* button, gpointer user_data);
-void on_fileselection_response(GtkDialog* chooser, gint response, gpointer user_data);
 gboolean on_fileselection_delete_event(GtkWidget* widget, GdkEvent* event, gpointer user_data);
 
 /// Next: checks the archive, shows the first failing check's dialog, or starts the worker and page 3.

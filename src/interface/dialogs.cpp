@@ -79,23 +79,22 @@ GtkWidget* create_notice(const Notice& notice) {
 
 }  // namespace
 
+// The plain selector: the newer chooser would leave its list of recent files in the user's home.
 GtkWidget* create_fileselection() {
   const WindowTexts texts;
   if (texts.missing()) return nullptr;
-  GtkWidget* chooser = gtk_file_chooser_dialog_new(texts["createfileselection"].c_str(), nullptr,
-                                                   GTK_FILE_CHOOSER_ACTION_OPEN, nullptr, nullptr);
+  GtkWidget* chooser = gtk_file_selection_new(texts["createfileselection"].c_str());
+  gtk_widget_set_name(chooser, "brindle_dialog");
   gtk_window_set_modal(GTK_WINDOW(chooser), TRUE);
+  gtk_window_set_position(GTK_WINDOW(chooser), GTK_WIN_POS_CENTER_ON_PARENT);
+  gtk_file_selection_hide_fileop_buttons(GTK_FILE_SELECTION(chooser));
   set_window_icon(chooser);
-  add_button(chooser, "cancel_button1", "gtk-cancel", GTK_RESPONSE_CANCEL,
-             G_CALLBACK(on_cancel_button1_clicked));
-  GtkWidget* ok = gtk_button_new_from_stock("gtk-ok");
-  gtk_widget_set_can_default(ok, TRUE);
-  gtk_widget_show(ok);
-  gtk_dialog_add_action_widget(GTK_DIALOG(chooser), ok, GTK_RESPONSE_OK);
+  GtkWidget* ok = GTK_FILE_SELECTION(chooser)->ok_button;
+  GtkWidget* cancel = GTK_FILE_SELECTION(chooser)->cancel_button;
   name_widget(chooser, ok, "ok_button_fileselection");
-  gtk_dialog_set_default_response(GTK_DIALOG(chooser), GTK_RESPONSE_OK);
-  // Not by the button itself: a press on a chosen folder opens the folder and is no answer.
-  g_signal_connect(chooser, "response", G_CALLBACK(on_fileselection_response), nullptr);
+  name_widget(chooser, cancel, "cancel_button1");
+  g_signal_connect(ok, "clicked", G_CALLBACK(on_ok_button_fileselection_clicked), nullptr);
+  g_signal_connect(cancel, "clicked", G_CALLBACK(on_cancel_button1_clicked), nullptr);
   g_signal_connect(chooser, "delete-event", G_CALLBACK(on_fileselection_delete_event), nullptr);
   return chooser;
 }

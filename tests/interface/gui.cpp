@@ -69,7 +69,7 @@ void start_display() {
     const std::string end = std::to_string(ends[1]);
     if (freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
     execlp("Xvfb", "Xvfb", "-displayfd", end.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
-           nullptr);
+           "-noreset", nullptr);
     _exit(127);
   }
   close(ends[1]);

@@ -39,6 +39,12 @@ GtkWidget* page3_of(const char* detection_file) {
   return window3 = create_window3();
 }
 
+// As main names it for the look, which is found when the page is first shown.
+GtkWidget* named(GtkWidget* page, const char* name) {
+  gtk_widget_set_name(page, name);
+  return page;
+}
+
 void expect_page(GtkWidget* page, const std::string& title) {
   ASSERT_NE(page, nullptr);
   EXPECT_EQ(title_of(page), title);
@@ -71,7 +77,7 @@ void expect_no_clipping(GtkWidget* page, std::initializer_list<const char*> name
 }
 
 TEST_F(PagesTest, Page1) {
-  window1 = create_window1();
+  window1 = named(create_window1(), "window_step1");
   expect_page(window1, shipped_text("window1"));
   EXPECT_FALSE(gtk_window_get_resizable(GTK_WINDOW(window1)));
   EXPECT_EQ(place_of(window1, "next1"), (Place{400, 384, 60, 25}));
@@ -80,12 +86,11 @@ TEST_F(PagesTest, Page1) {
   EXPECT_EQ(button_caption(window1, "next1"), shipped_text("window1-next"));
   EXPECT_EQ(button_caption(window1, "cancel_step1"), shipped_text("window1-cancel"));
   EXPECT_EQ(button_caption(window1, "bHelpStep1"), shipped_text("window1-help"));
-  gtk_widget_set_name(window1, "window_step1");
   expect_no_clipping(window1, {"next1", "cancel_step1", "bHelpStep1"});
 }
 
 TEST_F(PagesTest, Page2) {
-  window2 = create_window2();
+  window2 = named(create_window2(), "window_step2");
   expect_page(window2, shipped_text("window2"));
   EXPECT_EQ(place_of(window2, "back2"), (Place{341, 384, 60, 25}));
   EXPECT_EQ(place_of(window2, "next2"), (Place{400, 384, 60, 25}));
@@ -107,13 +112,11 @@ TEST_F(PagesTest, Page2) {
   for (const auto& [name, key] : captions) {
     EXPECT_EQ(button_caption(window2, name), shipped_text(key)) << name;
   }
-  gtk_widget_set_name(window2, "window_step2");
   expect_no_clipping(window2, {"back2", "next2", "bCdrom", "bLocal", "bCancelStep2", "bHelpStep2"});
 }
 
 TEST_F(PagesTest, Page2RadioCaptionsEndBeforeTheEntries) {
-  window2 = create_window2();
-  gtk_widget_set_name(window2, "window_step2");
+  window2 = named(create_window2(), "window_step2");
   for (const char* name : {"cdrom", "local"}) {
     GtkRequisition wish{};
     gtk_widget_size_request(lookup_widget(window2, name), &wish);
@@ -133,7 +136,7 @@ TEST_F(PagesTest, Page2StartsWithTheCdrom) {
 }
 
 TEST_F(PagesTest, Page3) {
-  window3 = create_window3();
+  window3 = named(create_window3(), "window_step3");
   expect_page(window3, shipped_text("window3"));
   EXPECT_EQ(label_text(window3, "label_percentage"), "0%");
   EXPECT_EQ(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1"))), 0.0);
@@ -142,7 +145,6 @@ TEST_F(PagesTest, Page3) {
   EXPECT_EQ(button_caption(window3, "button_window3_cancel"), shipped_text("window3-cancel"));
   EXPECT_TRUE(gtk_widget_get_sensitive(lookup_widget(window3, "button_window3_cancel")));
   EXPECT_EQ(button_caption(window3, "bHelpStep3"), shipped_text("window3-help"));
-  gtk_widget_set_name(window3, "window_step3");
   expect_no_clipping(window3, {"button_done", "button_window3_cancel", "bHelpStep3"});
 }
 
@@ -179,8 +181,7 @@ TEST_F(PagesTest, RedFlagHasNoGroupWiseRow) {
 }
 
 TEST_F(PagesTest, RowTextsAreNotCutOff) {
-  window3 = create_window3();
-  gtk_widget_set_name(window3, "window_step3");
+  window3 = named(create_window3(), "window_step3");
   gtk_widget_show(window3);
   settle();
   for (const RowOfText& row : rows) {
