@@ -18,6 +18,18 @@ int failed(const char* text) {
   return -1;
 }
 
+// A key without a value counts as a failure, an empty list does not.
+bool read_list(const char* key, GSList*& list) {
+  const std::unique_ptr<GConfValue, void (*)(GConfValue*)> value(
+      client == nullptr ? nullptr : gconf_client_get(client, key, nullptr), gconf_value_free);
+  if (!value) return false;
+  GError* error = nullptr;
+  list = gconf_client_get_list(client, key, GCONF_VALUE_STRING, &error);
+  const bool read = error == nullptr;
+  g_clear_error(&error);
+  return read;
+}
+
 }  // namespace
 
 int set_gconf_string(const char* key, const char* val) {
@@ -54,12 +66,11 @@ int set_gconf_list(const char* key, GSList* list) {
 GSList* get_gconf_list(const char* key) {
   spawn_daemon();
   spawn_daemon();
-  const std::unique_ptr<GConfValue, void (*)(GConfValue*)> value(
-      client == nullptr ? nullptr : gconf_client_get(client, key, nullptr), gconf_value_free);
-  if (!value) {
+  GSList* list = nullptr;
+  if (!read_list(key, list)) {
     // "set" in the text of a getter: kept, people search their logs for it.
     std::perror("gconf_client_set_string : get");
     return nullptr;
   }
-  return gconf_client_get_list(client, key, GCONF_VALUE_STRING, nullptr);
+  return list;
 }

@@ -47,8 +47,9 @@ TEST_F(Browser, BookmarksGoToTheMozillaProfileAsTheyAre) {
 
 TEST_F(Browser, AnInstalledFirefoxDecidesEvenWithAMozillaProfile) {
   write_file("/usr/bin/firefox", "");
-  shell_quietly("mkdir -p /root/.mozilla/firefox/xyz.default; touch /root/.mozilla/firefox/profiles.ini "
-                "/root/.mozilla/firefox/pluginreg.dat");
+  shell_quietly(
+      "mkdir -p /root/.mozilla/firefox/xyz.default; touch /root/.mozilla/firefox/profiles.ini "
+      "/root/.mozilla/firefox/pluginreg.dat");
   cookie_file("a.example\tFALSE\n");
   EXPECT_EQ(0, favourites(archive));
   EXPECT_EQ(0, cookies(archive));
@@ -92,8 +93,9 @@ TEST_F(Browser, ABookmarkFileThatCannotBeCopiedIsNoFailure) {
 // ---- Cookies --------------------------------------------------------------------------------------------
 
 TEST_F(Browser, EveryCookieGetsADotInFront) {
-  EXPECT_EQ("# Netscape HTTP Cookie File\n\n.a.example\tTRUE\t/\n..b.example\tTRUE\t/\n.  \n",
-            migrated("# Netscape HTTP Cookie File\r\n\r\na.example\tTRUE\t/\r\n.b.example\tTRUE\t/\r\n  \r\n"));
+  EXPECT_EQ(
+      "# Netscape HTTP Cookie File\n\n.a.example\tTRUE\t/\n..b.example\tTRUE\t/\n.  \n",
+      migrated("# Netscape HTTP Cookie File\r\n\r\na.example\tTRUE\t/\r\n.b.example\tTRUE\t/\r\n  \r\n"));
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q /tmp/b/Cookies.txt"));
 }
 
@@ -151,8 +153,9 @@ TEST_F(Browser, KonquerorsBookmarksAreReplaced) {
   write_file("/root/.kde/share/apps/konqueror/bookmarks.xml", "old");
   EXPECT_EQ(0, konquererbookmarks(archive));
   EXPECT_EQ("new", read_file("/root/.kde/share/apps/konqueror/bookmarks.xml"));
-  EXPECT_THAT(commands_run(), ElementsAre("rm /root/.kde/share/apps/konqueror/bookmarks.xml",
-                                          "cp /tmp/b/bookmarks.xml /root/.kde/share/apps/konqueror/bookmarks.xml"));
+  EXPECT_THAT(commands_run(),
+              ElementsAre("rm /root/.kde/share/apps/konqueror/bookmarks.xml",
+                          "cp /tmp/b/bookmarks.xml /root/.kde/share/apps/konqueror/bookmarks.xml"));
 }
 
 TEST_F(Browser, KonquerorsCookiesAreReplaced) {

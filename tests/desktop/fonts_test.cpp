@@ -18,15 +18,17 @@ using testing::Not;
 struct Fonts : testing::Test {
   Fonts() {
     // A real font under a name of its own.
-    shell_quietly("mkdir -p /tmp/b/Fonts && cp \"$(fc-list -f '%{file}\\n' | grep '\\.ttf$' | head -n 1)\" "
-                  "/tmp/b/Fonts/migrated.ttf; rm -f /usr/bin/staroffice");
+    shell_quietly(
+        "mkdir -p /tmp/b/Fonts && cp \"$(fc-list -f '%{file}\\n' | grep '\\.ttf$' | head -n 1)\" "
+        "/tmp/b/Fonts/migrated.ttf; rm -f /usr/bin/staroffice");
     on("GNome");
   }
   static void on(const char* system) { assign(OSName, system); }
   static void redflag_skeleton() {
-    shell_quietly("mkdir -p /tmp/s/.kde/share/config /usr/local/brindle /root/.kde/share/config && "
-                  "echo skeleton > /tmp/s/.kde/share/config/konsolerc && "
-                  "tar -cjf /usr/local/brindle/redflagroot.tar.bz2 -C /tmp/s .kde");
+    shell_quietly(
+        "mkdir -p /tmp/s/.kde/share/config /usr/local/brindle /root/.kde/share/config && "
+        "echo skeleton > /tmp/s/.kde/share/config/konsolerc && "
+        "tar -cjf /usr/local/brindle/redflagroot.tar.bz2 -C /tmp/s .kde");
     write_file("/root/.kde/share/config/konsolerc", "old");
   }
 };
@@ -57,12 +59,13 @@ TEST_F(Fonts, OnRedFlagBringTheTerminalConfiguration) {
       "Home Directory Path::/tmp/redflagroot2\n"
       "CMD Executed::cp -f /tmp/redflagroot2/root/.kde/share/config/konsolerc /root/.kde/share/config\n",
       testing::internal::GetCapturedStdout());
-  EXPECT_THAT(commands_run(),
-              ElementsAre("rm -rf /tmp/redflagroot2", "mkdir /tmp/redflagroot2", "mkdir /tmp/redflagroot2/root",
-                          "tar -jxf \"/usr/local/brindle/redflagroot.tar.bz2\" -C /tmp/redflagroot2/root",
-                          "cp -f /tmp/redflagroot2/root/.kde/share/config/konsolerc /root/.kde/share/config",
-                          "rm -rf /tmp/redflagroot2", "mkdir -p /root/.fonts", "cp /tmp/b/Fonts/* /root/.fonts",
-                          "fc-cache /root/.fonts"));
+  EXPECT_THAT(
+      commands_run(),
+      ElementsAre("rm -rf /tmp/redflagroot2", "mkdir /tmp/redflagroot2", "mkdir /tmp/redflagroot2/root",
+                  "tar -jxf \"/usr/local/brindle/redflagroot.tar.bz2\" -C /tmp/redflagroot2/root",
+                  "cp -f /tmp/redflagroot2/root/.kde/share/config/konsolerc /root/.kde/share/config",
+                  "rm -rf /tmp/redflagroot2", "mkdir -p /root/.fonts", "cp /tmp/b/Fonts/* /root/.fonts",
+                  "fc-cache /root/.fonts"));
   EXPECT_EQ("skeleton\n", read_file("/root/.kde/share/config/konsolerc"));
   EXPECT_TRUE(exists("/root/.fonts/migrated.ttf"));
   EXPECT_FALSE(exists("/tmp/redflagroot2"));
@@ -72,13 +75,15 @@ TEST_F(Fonts, OnRedFlagForSeveralUsersAreEverybodys) {
   on("RedFlag");
   redflag_skeleton();
   isMultiUser = 1;
-  shell_quietly("mkdir -p /usr/share/fonts/zh_CN/TrueType; touch /usr/share/fonts/zh_CN/TrueType/fonts.cache-1");
+  shell_quietly(
+      "mkdir -p /usr/share/fonts/zh_CN/TrueType; touch /usr/share/fonts/zh_CN/TrueType/fonts.cache-1");
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, fonts("/tmp/b"));
-  EXPECT_THAT(testing::internal::GetCapturedStdout(),
-              testing::EndsWith("Deleting file::rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1"
-                                "Copying fonts for redflag.\ncp /tmp/b/Fonts/* /usr/share/fonts/zh_CN/TrueType\n"
-                                "Copying fonts for redflag.\nfc-cache /usr/share/fonts/zh_CN/TrueType\n"));
+  EXPECT_THAT(
+      testing::internal::GetCapturedStdout(),
+      testing::EndsWith("Deleting file::rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1"
+                        "Copying fonts for redflag.\ncp /tmp/b/Fonts/* /usr/share/fonts/zh_CN/TrueType\n"
+                        "Copying fonts for redflag.\nfc-cache /usr/share/fonts/zh_CN/TrueType\n"));
   const auto commands = commands_run();
   EXPECT_THAT(std::vector<std::string>(commands.end() - 3, commands.end()),
               ElementsAre("rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1",

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/session.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/session.h"
 
 namespace {
 
@@ -75,7 +75,8 @@ TEST_F(Wallpaper, OfAGnomeProfileIsWrittenToItsHome) {
       "buffer=/home/ann\nWallpaper Login Name::/home/ann\n"
       "Writing wallpaper gconf::/home/ann/bliss.bmpstretched\n",
       testing::internal::GetCapturedStdout());
-  EXPECT_TRUE(matches_expected("/home/ann/.gconf/desktop/gnome/background/%gconf.xml", "wallpaper/gconf.xml"));
+  EXPECT_TRUE(
+      matches_expected("/home/ann/.gconf/desktop/gnome/background/%gconf.xml", "wallpaper/gconf.xml"));
   EXPECT_THAT(commands_run(), ElementsAre("cp /tmp/b/Wallpaper/* /home/ann",
                                           "mkdir /home/ann/.gconf/desktop/gnome/background"));
 }
@@ -117,14 +118,16 @@ TEST_F(Wallpaper, OnKdeIsSetByTheDesktopItself) {
   picture("my.photo.jpg", "C");
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, kdewallpaper("/tmp/b"));
-  EXPECT_THAT(testing::internal::GetCapturedStdout(),
-              testing::StartsWith("In kdewallpaperbuffer=/root\nWallpaper::my.photo.jpg\nP::.photo.jpg\n"
-                                  "dcop kdesktop KBackgroundIface setWallpaper \"/root/Wallpaper1.photo.jpg\" 1"));
+  EXPECT_THAT(
+      testing::internal::GetCapturedStdout(),
+      testing::StartsWith("In kdewallpaperbuffer=/root\nWallpaper::my.photo.jpg\nP::.photo.jpg\n"
+                          "dcop kdesktop KBackgroundIface setWallpaper \"/root/Wallpaper1.photo.jpg\" 1"));
   EXPECT_THAT(commands_run(),
               ElementsAre("cp /tmp/b/Wallpaper/option.txt /root",
                           "cp \"/tmp/b/Wallpaper/my.photo.jpg\" \"/root/Wallpaper1.photo.jpg\"",
                           "dcop kdesktop KBackgroundIface setWallpaper \"/root/Wallpaper1.photo.jpg\" 1"));
-  EXPECT_EQ("[kdesktop][KBackgroundIface][setWallpaper][/root/Wallpaper1.photo.jpg][1]", read_file("/tmp/dcop"));
+  EXPECT_EQ("[kdesktop][KBackgroundIface][setWallpaper][/root/Wallpaper1.photo.jpg][1]",
+            read_file("/tmp/dcop"));
   EXPECT_TRUE(exists("/root/option.txt"));
 }
 
@@ -162,7 +165,8 @@ INSTANTIATE_TEST_SUITE_P(All, KdeStyles,
                                          KdeStyle{"Linspire", "T", "2", "WallpaperMode=Tiled\n\n\n"},
                                          KdeStyle{"RedFlag", "T", "2", "WallpaperMode=Tiled\n\n\n"},
                                          KdeStyle{"Xandros", "T", "5", "WallpaperMode=Tiled\n\n\n"},
-                                         KdeStyle{"Xandros", "x", "6", ""}, KdeStyle{"RedFlag", "", "6", ""}));
+                                         KdeStyle{"Xandros", "x", "6", ""},
+                                         KdeStyle{"RedFlag", "", "6", ""}));
 
 TEST_F(Wallpaper, OnKdeAProfilesOwnFilesStay) {
   for_ann();

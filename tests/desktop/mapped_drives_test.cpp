@@ -1,0 +1,226 @@
+#include "process/desktop/mapped_drives.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "shell/files.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/session.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* nautilus = "/root/.nautilus/bookmarks.xml";
+constexpr const char* konqueror = "/root/.kde/share/apps/konqueror/bookmarks.xml";
+
+struct Drives : testing::Test {
+  Drives() { shell_quietly("mkdir -p /tmp/b/Mapped_Drives /root/Desktop /root/.nautilus"); }
+  static void drive(const std::string& file, const std::string& share, const std::string& name) {
+    write_file("/tmp/b/Mapped_Drives/" + file, share + "\r\n" + name + "\r\nmore\r\n");
+  }
+  // The order in which the folder lists its files, as the migrators see it.
+  static std::vector<std::string> listed() { return list_folder("/tmp/b/Mapped_Drives").value(); }
+  static void for_ann() {
+    isDefaultUser = 0;
+    assign(cur_user, "ann");
+    shell_quietly(
+        "mkdir -p /home/ann/Desktop /home/ann/.nautilus /home/ann/.gconf/apps "
+        "/home/ann/.kde/share/apps/konqueror");
+  }
+  static std::string complaint_of(int (*migrator)(const char*), int result) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(result, migrator("/tmp/b"));
+    return testing::internal::GetCapturedStderr();
+  }
+};
+
+// ---- Nautilus -------------------------------------------------------------------------------------------
+
+TEST_F(Drives, BecomeNautilusBookmarksAndLinks) {
+  Session session;
+  drive("z", "//server/share", "Projects on server");
+  write_file(nautilus, "old");
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_TRUE(matches_expected(nautilus, "drives/nautilus.xml"));
+  EXPECT_TRUE(matches_expected("/root/Desktop/Projects on server", "drives/gnome link"));
+  EXPECT_EQ("", output_of("xmllint --noout " + std::string(nautilus) + " 2>&1"));
+}
+
+TEST_F(Drives, SetNautilusPreferencesInOrder) {
+  Session session;
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  for (const char* key : {"always_use_browser", "start_with_sidebar", "side_pane_view"})
+    EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/" + std::string(key)));
+}
+
+TEST_F(Drives, EmptyFolderGivesAnEmptyList) {
+  Session session;
+  write_file(nautilus, "old");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_EQ("buffer=/root\nGCONF Set complete", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("<?xml version=\"1.0\"?>\n<bookmarks>\n</bookmarks>\n", read_file(nautilus));
+  EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/side_pane_view"));
+}
+
+TEST_F(Drives, OfAProfileComeWithItsPreferences) {
+  for_ann();
+  drive("z", "//server/share", "Projects on server");
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_TRUE(matches_expected("/home/ann/.nautilus/bookmarks.xml", "drives/nautilus.xml"));
+  EXPECT_TRUE(matches_expected("/home/ann/.gconf/apps/nautilus/preferences/%gconf.xml", "drives/gconf.xml"));
+  EXPECT_THAT(commands_run(),
+              ElementsAre("rm /home/ann/.nautilus/bookmarks.xml", "dos2unix -q \"/tmp/b/Mapped_Drives/z\"",
+                          "mkdir /home/ann/.gconf/apps/nautilus",
+                          "mkdir /home/ann/.gconf/apps/nautilus/preferences"));
+}
+
+TEST_F(Drives, OfAProfileAreReadByTheDaemon) {
+  for_ann();
+  for (const char* folder : {"", "apps/", "apps/nautilus/"})
+    write_file("/home/ann/.gconf/" + std::string(folder) + "%gconf.xml",
+               "<?xml version=\"1.0\"?>\n<gconf>\n</gconf>\n");
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_EQ(
+      "true\ntrue\ntrue\n",
+      output_of("HOME=/home/ann dbus-run-session -- sh -c 'for k in always_use_browser start_with_sidebar "
+                "side_pane_view; do gconftool-2 -g /apps/nautilus/preferences/$k; done; gconftool-2 "
+                "--shutdown' 2>/dev/null"));
+}
+
+TEST_F(Drives, OfAProfileWithoutAGconfTreeFail) {
+  for_ann();
+  shell_quietly("rm -r /home/ann/.gconf");
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, -1),
+              HasSubstr("/home/ann/.gconf/apps/nautilus/preferences"));
+}
+
+TEST_F(Drives, OnGnomeALinkThatCannotBeMadeEndsTheWork) {
+  Session session;
+  shell_quietly("rmdir /root/Desktop");
+  drive("z", "//server/share", "Projects");
+  write_file(nautilus, "old");
+  EXPECT_EQ("Network Drives : No such file or directory\n", complaint_of(nautilusmappeddrives, -1));
+  // The list is left without its closing line, and the preferences are not set.
+  EXPECT_EQ(
+      "<?xml version=\"1.0\"?>\n<bookmarks>\n<bookmark name=\"Projects\" uri=\"smb://server/share\" "
+      "icon_name=\"gnome-mime-x-directory-smb-share\"/>\n",
+      read_file(nautilus));
+  EXPECT_THAT(session.get("/apps/nautilus/preferences/side_pane_view"), Not(HasSubstr("true")));
+}
+
+// ---- Konqueror ------------------------------------------------------------------------------------------
+
+TEST_F(Drives, BecomeKonquerorBookmarksAndLinks) {
+  write_file(konqueror, "<!DOCTYPE xbel>\n<xbel folded=\"no\">\n<bookmark href=\"http://a/\"/>\n</xbel>\n");
+  drive("z", "//server/share", "Projects on server");
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  EXPECT_TRUE(matches_expected(konqueror, "drives/konqueror.xml"));
+  EXPECT_TRUE(matches_expected("/root/Desktop/Projects on server", "drives/kde link"));
+  EXPECT_EQ("", output_of("xmllint --noout " + std::string(konqueror) + " 2>&1"));
+}
+
+TEST_F(Drives, TurnAnEmptyKonquerorListIntoOne) {
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/a", "A");
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  EXPECT_EQ("<xbel>\n<bookmark icon=\"samba\" href=\"smb://s/a\"><title>A</title></bookmark></xbel>\n",
+            read_file(konqueror));
+}
+
+TEST_F(Drives, TheLastOneStandsFirst) {
+  write_file(konqueror, "<xbel>\n</xbel>\n");
+  drive("one", "//s/one", "one");
+  drive("two", "//s/two", "two");
+  const auto order = listed();
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  std::string expected = "<xbel>\n";
+  for (auto name = order.rbegin(); name != order.rend(); ++name)
+    expected +=
+        "<bookmark icon=\"samba\" href=\"smb://s/" + *name + "\"><title>" + *name + "</title></bookmark>";
+  EXPECT_EQ(expected + "</xbel>\n", read_file(konqueror));
+}
+
+TEST_F(Drives, MissingKonquerorBookmarksAreNotMade) {
+  shell_quietly("mkdir -p /root/.kde/share/apps/konqueror");
+  drive("z", "//s/a", "A");
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  EXPECT_FALSE(exists(konqueror));
+  EXPECT_TRUE(exists("/root/Desktop/A"));
+}
+
+TEST_F(Drives, OnKdeALinkThatCannotBeMadeEndsTheWork) {
+  write_file(konqueror, "<xbel/>\n");
+  drive("one", "//s/one", "one");
+  drive("two", "//s/two", "two");
+  shell_quietly("rmdir /root/Desktop");
+  const auto order = listed();
+  EXPECT_EQ("Network Drives : No such file or directory\n", complaint_of(mappeddrives, -1));
+  EXPECT_THAT(read_file(konqueror), Not(HasSubstr(order[1])));
+}
+
+// ---- Reading a drive, on both ---------------------------------------------------------------------------
+
+TEST_F(Drives, AreTracedWithEveryLine) {
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/a", "A");
+  testing::internal::CaptureStdout();
+  mappeddrives("/tmp/b");
+  EXPECT_EQ("buffer=/root\n//s/a\nA\nmore\n\nLine1:://s/a\nLine2::A\nfound something",
+            testing::internal::GetCapturedStdout());
+}
+
+TEST_F(Drives, WithoutAFolderFail) {
+  shell_quietly("rmdir /tmp/b/Mapped_Drives");
+  EXPECT_EQ("Network Drive:: : No such file or directory\n", complaint_of(nautilusmappeddrives, -1));
+  EXPECT_EQ("Network Drive:: : No such file or directory\n", complaint_of(mappeddrives, -1));
+  EXPECT_FALSE(exists(nautilus));
+}
+
+TEST_F(Drives, ThatCannotBeReadAreSkipped) {
+  write_file(konqueror, "<xbel/>\n");
+  shell_quietly("ln -s missing /tmp/b/Mapped_Drives/dangling; mkdir /tmp/b/Mapped_Drives/folder");
+  write_file("/tmp/b/Mapped_Drives/empty", "");
+  drive("z", "//s/a", "A");
+  complaint_of(mappeddrives, 0);
+  EXPECT_EQ("A\n", output_of("ls /root/Desktop"));
+}
+
+class DriveName : public Drives, public testing::WithParamInterface<const char*> {};
+
+TEST_P(DriveName, NeverReachesOutsideTheDesktop) {
+  Session session;
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/a", GetParam());
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, -1), HasSubstr("Network Drives : "));
+  EXPECT_THAT(complaint_of(mappeddrives, -1), HasSubstr("Network Drives : "));
+  EXPECT_EQ("", output_of("ls -A /root/Desktop; grep -rl 'Type=Link' /root /etc 2>/dev/null"));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DriveName, testing::Values("a/b", "../evil", "/etc/evil", "..", ".", ""));
+
+TEST_F(Drives, QuotesAndAngleBracketsAreWrittenAsTheyStand) {
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/a&b", "R&D <old> \"x\"");
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  EXPECT_THAT(read_file(konqueror), HasSubstr("href=\"smb://s/a&b\"><title>R&D <old> \"x\"</title>"));
+  // A strict reader refuses such a file; that is known.
+  EXPECT_THAT(output_of("xmllint --noout " + std::string(konqueror) + " 2>&1"), HasSubstr("error"));
+}
+
+TEST_F(Drives, LinksAreReadByDesktops) {
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/a", "A");
+  mappeddrives("/tmp/b");
+  shell_quietly("cp /root/Desktop/A /tmp/a.desktop");
+  // The tabs in front and the old key belong to these links, and readers pass over both.
+  EXPECT_EQ("", output_of("desktop-file-validate /tmp/a.desktop 2>&1 | grep -v 'starts with a space' | "
+                          "grep -v 'key \"Encoding\" in group \"Desktop Entry\" is deprecated'"));
+}
+
+}  // namespace
