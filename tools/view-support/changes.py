@@ -10,7 +10,7 @@ Layers of the view: --layer UPPER LOWER NAME for an overlay (an upper layer hold
 The list has a line for each path: what, path, mode, owner, size, separated by tabs, sorted by path, under a
 line with these names. What is "created", "changed", "removed" or "replaced" (something of another kind lies
 there now). A changed line has a difference in mode, owner, target or content; a file that was only touched,
-or written with the bytes it had, is not listed. A backslash, tab or line end in a path is written \\\\, \\t, \\n.
+or written with the bytes it had, is not listed. Sockets never are. A backslash, tab or line end in a path is written \\\\, \\t, \\n.
 Sizes of folders are left out, and so are mode, owner and size of what was removed.
 """
 import argparse
@@ -151,7 +151,12 @@ def differences_now(options):
         found.update(copy_differences(options.root, lower, name))
     if options.copy:
         found.update(outside_copies(options.root, [name for _, name in options.copy]))
-    return {path: state for path, state in found.items() if not path.startswith(NEVER_LISTED)}
+    return {path: state for path, state in found.items() if is_listed(path, state)}
+
+
+def is_listed(path, state):
+    """Sockets are traces of servers, and go with them."""
+    return not path.startswith(NEVER_LISTED) and (state is None or state.kind != stat.S_IFSOCK)
 
 
 # ---- Comparing -----------------------------------------------------------------------------------------

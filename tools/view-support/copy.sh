@@ -98,7 +98,7 @@ copy_source() {
 copy_binds() {
   local pair
   copy_source
-  for pair in "${binds[@]}"; do copy_tree_to "${pair%%=*}" "$root${pair#*=}"; done
+  for pair in "${binds[@]}" "${shares[@]}"; do copy_tree_to "${pair%%=*}" "$root${pair#*=}"; done
 }
 
 copy_tree_to() {
@@ -112,11 +112,11 @@ copy_tree_to() {
   fi
 }
 
-# What the command wrote into a bound folder goes back to where it was bound from.
-return_binds() {
+# What the command wrote into a shared folder goes back to where it came from.
+return_shares() {
   local pair
   [ "$kind" = chroot ] || return 0
-  for pair in "${binds[@]}"; do
+  for pair in "${shares[@]}"; do
     if [ -d "${pair%%=*}" ]; then cp -a "$root${pair#*=}/." "${pair%%=*}/"; fi
   done
 }
@@ -161,5 +161,5 @@ end_processes() {
     for process in $(processes_in_tree); do kill -"$signal" "$process" 2>/dev/null || true; done
     sleep 0.1
   done
-  return_binds
+  return_shares
 }

@@ -37,6 +37,10 @@ mount_binds() {
   mount --rbind -o ro "$source_dir" "$root$inside_source"
   for pair in "${binds[@]}"; do
     make_target "${pair%%=*}" "${pair#*=}"
+    mount --rbind -o ro "${pair%%=*}" "$root${pair#*=}"
+  done
+  for pair in "${shares[@]}"; do
+    make_target "${pair%%=*}" "${pair#*=}"
     mount --rbind "${pair%%=*}" "$root${pair#*=}"
   done
 }

@@ -6,7 +6,7 @@ choose_place() {
   local wanted
   for place in /mnt /media /srv /opt; do
     [ -d "$place" ] || continue
-    for wanted in "$source_dir" "${binds[@]%%=*}"; do
+    for wanted in "$source_dir" "${binds[@]%%=*}" "${shares[@]%%=*}"; do
       case $wanted in "$place"|"$place"/*) continue 2 ;; esac
     done
     return

@@ -1,0 +1,245 @@
+#!/usr/bin/python3
+"""Starts the wizard and uses it as a person would: presses Next, names the archive, answers every dialog that
+comes up, and presses Done. Runs in the view, as the previewed user, in the session that `prepare` started.
+
+  driver.py --work DIR --archive PATH [--driver NAME] [--share USER:PASSWORD] [--timeout S] [--watch]
+            [--scenario NAME] -- PROGRAM [ARGUMENT...]
+
+Leaves in DIR: stdout and stderr of the program, screens/NN-name.png, and result.json: whether the done dialog
+came (done), how it ended (reason, status), the marks as last seen, and the windows in their order.
+
+With --watch a person uses the windows, and the driver only looks on.
+
+Scenarios are for tests; each departs from the usual run at one place:
+  cancel-before   Cancel on page 1 and on page 2, "No" each time, then a usual run
+  leave           Cancel on page 2 and "Yes"
+  cancel-run      Cancel on the progress page as soon as a mark is set
+  close-1, close-2, close-3   closes that page by the window manager
+  empty, missing  types nothing, or the name of a file that is not there
+  full-tmp        a usual run; the view has next to no room in /tmp
+"""
+import argparse
+import json
+import os
+import subprocess
+import sys
+import time
+
+import windows
+from texts import Texts
+
+MARKS = {
+    12: "window3-preparingprinters", 0: "window3-multiuser", 1: "window3-mydocuments", 2: "window3-desktop",
+    3: "window3-emails", 4: "window3-wallpaper", 5: "window3-favorites", 6: "window3-cookies",
+    7: "window3-fonts", 8: "window3-otherfiles", 9: "window3-networkdrives", 10: "window3-printers",
+    11: "window3-groupwise",
+}
+
+# Title keys of the windows that are told by their title, each with the name of its picture.
+TITLES = {
+    "window1": "page-1", "window2": "page-2", "window3": "page-3",
+    "createdialogdone": "done", "createdialogprintererror": "printer-error",
+    "createdialogusererror": "user-error", "createdialogmultiusererror": "several-users",
+    "createdialog1": "quit", "createdialogcancel": "cancelled",
+    "nofilespecified": "no-file-given", "nofilefound": "no-file-found", "notzipfile": "no-zip",
+    "notenoughspace": "no-space", "dialog_specify_username_password": "credentials-missing",
+}
+
+REFUSALS = ("no-file-given", "no-file-found", "no-zip", "no-space")
+
+POLL_SECONDS = 0.1
+SETTLE_SECONDS = 0.25  # until a window that has just come up is drawn
+
+
+class Driver:
+    def __init__(self, options):
+        self.options = options
+        self.texts = Texts(os.environ.get("LANG", ""))
+        self.application = windows.Application()
+        self.deadline = time.monotonic() + options.timeout
+        self.marks = {number: (self.texts[key], "empty") for number, key in MARKS.items()}
+        self.open_before = set()
+        self.seen = []
+        self.done = False
+        self.reason = ""
+        self.refused = False
+        self.noes = 0
+        self.program = None
+
+    # ---- The run -----------------------------------------------------------------------------------------
+
+    def run(self):
+        self.start()
+        while self.program.poll() is None and time.monotonic() < self.deadline:
+            self.look()
+            time.sleep(POLL_SECONDS)
+        self.end()
+
+    def start(self):
+        work = self.options.work
+        os.makedirs(work + "/screens", exist_ok=True)
+        with open(work + "/stdout", "wb") as output, open(work + "/stderr", "wb") as errors:
+            environment = dict(os.environ, GTK_MODULES="gail:atk-bridge")
+            self.program = subprocess.Popen(self.options.command, stdin=subprocess.DEVNULL, stdout=output,
+                                            stderr=errors, env=environment)
+
+    def look(self):
+        opened = [(self.name_of(window), window) for window in self.application.windows()]
+        for name, window in opened:
+            if name not in self.open_before:
+                self.notice(name, window)
+        self.open_before = {name for name, _ in opened}
+        for name, window in opened:
+            if name == "page-3":
+                self.read_marks(window)
+        if not self.options.watch:
+            self.answer_topmost(opened)
+
+    def notice(self, name, window):
+        time.sleep(SETTLE_SECONDS)
+        self.seen.append({"name": name, "title": window.title, "texts": window.labels()})
+        path = f"{self.options.work}/screens/{len(self.seen):02d}-{name}.png"
+        windows.take_picture(path, window.title, not self.options.watch)
+        if name == "done":
+            self.done = True
+        if name in REFUSALS or name in ("several-users", "cancelled"):
+            self.reason = f'the wizard said "{window.title}"'
+
+    def name_of(self, window):
+        if window.radio(self.texts["window_select_driver-skip"]):
+            return "printer-driver"
+        if self.texts["smb_username_password_window2-label_header"] in window.labels():
+            return "credentials-confirmation"
+        if self.texts["smb_username_password_window-label_header"] in window.labels():
+            return "credentials"
+        key = self.texts.key_of(window.title, TITLES)
+        return TITLES.get(key, "other")
+
+    def read_marks(self, window):
+        for image in window.images():
+            for number, key in MARKS.items():
+                label = self.texts[key]
+                if image.name.startswith(label + ": "):
+                    self.marks[number] = (label, "apply" if image.name.endswith(": done") else "cancel")
+
+    def end(self):
+        status = self.program.poll()
+        if status is None:
+            self.program.kill()
+            self.program.wait()
+            self.reason = self.reason or f"it was not over after {self.options.timeout:.0f} seconds"
+        elif status < 0:
+            self.reason = f"the wizard was ended by signal {-status}"
+        elif status > 0:
+            self.reason = f"the wizard ended with exit status {status}"
+        elif not self.done:
+            self.reason = self.reason or "the wizard ended without the done dialog"
+        self.write_result(status)
+
+    def write_result(self, status):
+        complete = self.done and status == 0
+        result = {
+            "done": self.done, "complete": complete, "status": status,
+            "reason": "" if complete else self.reason,
+            "marks": [(number, label, what) for number, (label, what) in self.marks.items()],
+            "windows": self.seen,
+        }
+        with open(self.options.work + "/result.json", "w", encoding="utf-8") as file:
+            json.dump(result, file, indent=1)
+
+    # ---- Answers -----------------------------------------------------------------------------------------
+
+    def answer_topmost(self, opened):
+        """A dialog first: what lies under it waits."""
+        for name, window in sorted(opened, key=lambda pair: pair[0].startswith("page-")):
+            answer = getattr(self, "answer_" + name.replace("-", "_"), self.press_only_button)
+            if answer(window):
+                return
+
+    def press_only_button(self, window):
+        buttons = window.buttons()
+        return len(buttons) == 1 and windows.press(buttons[0])
+
+    def press_named(self, window, key):
+        return windows.press(window.button(self.texts[key]))
+
+    def answer_page_1(self, window):
+        if self.options.scenario == "close-1":
+            return self.close()
+        if self.options.scenario == "cancel-before" and self.noes == 0:
+            return self.press_named(window, "window1-cancel")
+        return self.press_named(window, "window1-next")
+
+    def answer_page_2(self, window):
+        scenario = self.options.scenario
+        if scenario == "close-2":
+            return self.close()
+        if self.refused or scenario == "leave" or (scenario == "cancel-before" and self.noes == 1):
+            return self.press_named(window, "window2-cancel")
+        return self.name_archive(window) and self.press_named(window, "window2-next")
+
+    def name_archive(self, window):
+        windows.press(window.radio(self.texts["window2-localdrives"]))
+        archive = {"empty": "", "missing": "/media/no such archive.zip"}.get(self.options.scenario,
+                                                                           self.options.archive)
+        entries = window.entries()  # the one for local drives is the lower one
+        return windows.type_into(entries[-1], archive) if entries else False
+
+    def answer_page_3(self, window):
+        if self.options.scenario == "close-3":
+            return self.close()
+        if self.options.scenario == "cancel-run" and any(what != "empty" for _, what in self.marks.values()):
+            return self.press_named(window, "window3-cancel")
+        return self.press_named(window, "window3-done")
+
+    def answer_quit(self, window):
+        no, yes = "No", "Yes"
+        if self.options.scenario == "cancel-before" and self.noes < 2:
+            pressed = windows.press(window.button(no))
+            self.noes += 1 if pressed else 0
+            return pressed
+        return windows.press(window.button(yes))
+
+    def answer_no_zip(self, window):
+        self.refused = True
+        return self.press_only_button(window)
+
+    answer_no_file_given = answer_no_file_found = answer_no_space = answer_no_zip
+
+    def answer_printer_driver(self, window):
+        choice = window.radio(self.texts["window_select_driver-" + self.options.driver])
+        return windows.press(choice) and self.press_named(window, "window_select_driver-next")
+
+    def answer_credentials(self, window):
+        user, _, password = self.options.share.partition(":")
+        entries = window.entries()
+        if len(entries) < 2:
+            return False
+        windows.type_into(entries[0], user)
+        windows.type_into(entries[1], password)
+        return self.press_named(window, "smb_username_password_window-next")
+
+    def answer_credentials_confirmation(self, window):
+        return self.press_named(window, "smb_username_password_window2-next")
+
+    def close(self):
+        windows.close_window()
+        return True
+
+
+def read_options():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--work", required=True)
+    parser.add_argument("--archive", required=True)
+    parser.add_argument("--driver", default="skip")
+    parser.add_argument("--share", default="")
+    parser.add_argument("--timeout", type=float, default=600)
+    parser.add_argument("--watch", action="store_true")
+    parser.add_argument("--scenario", default="")
+    parser.add_argument("command", nargs="+")
+    return parser.parse_args()
+
+
+if __name__ == "__main__":
+    Driver(read_options()).run()
+    sys.exit(0)

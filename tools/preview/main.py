@@ -1,0 +1,119 @@
+#!/usr/bin/python3
+"""A preview's run inside the view: the wizard under the driver, then the tables.
+
+  main.py --out DIR --user NAME --archive PATH [options of driver.py]
+"""
+import argparse
+import json
+import os
+import pwd
+import shutil
+import subprocess
+import sys
+import time
+
+import tables
+from system_log import SystemLog
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+WORK = "/run/brindle/work"
+RECORD = "/run/brindle/record"
+WIZARD = "/usr/local/libexec/brindle/brindle-wizard"
+PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
+SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS")
+SECONDS_FOR_THE_END = 15
+
+
+def session_environment():
+    environment = {"PATH": PATH, "SHELL": "/bin/bash", "TERM": "dumb", "PYTHONDONTWRITEBYTECODE": "1"}
+    with open("/run/brindle/session", encoding="utf-8") as lines:
+        environment.update(line.rstrip("\n").split("=", 1) for line in lines)
+    environment.update((name, os.environ[name]) for name in SANITIZERS if name in os.environ)
+    return environment
+
+
+def drive(options, rest):
+    """The driver and the wizard run as the previewed user; only this program is always root."""
+    user = pwd.getpwnam(options.user)
+    command = ["setpriv", "--reuid", options.user, "--regid", str(user.pw_gid), "--init-groups", "--pdeathsig",
+               "KILL", sys.executable, HERE + "/driver.py", "--work", WORK, *rest, "--", *program()]
+    return subprocess.run(command, env=session_environment(), cwd=user.pw_dir, check=False).returncode
+
+
+def program():
+    # Addresses the same in every process: the thread checker cannot be started otherwise on some kernels.
+    return ["setarch", "-R", WIZARD] if "TSAN_OPTIONS" in os.environ else [WIZARD]
+
+
+def wait_for_commands():
+    """Commands in the background may outlive the wizard."""
+    deadline = time.monotonic() + SECONDS_FOR_THE_END
+    while time.monotonic() < deadline:
+        if len(tables.read_lines(RECORD + "/started")) == len(tables.read_lines(RECORD + "/ended")):
+            return
+        time.sleep(0.2)
+
+
+def write_marks(result, path):
+    rows = ((f"image_{number}", label, what) for number, label, what in result["marks"])
+    tables.write(path, ("mark", "label", "result"), rows)
+
+
+def write_commands(path):
+    ended = {row[0]: row[1] for row in tables.read_lines(RECORD + "/ended")}
+    with open(path, "w", encoding="utf-8", errors="surrogateescape") as table:
+        table.write("status\tthread\tcommand\n")
+        for number, thread, text in tables.read_lines(RECORD + "/started"):
+            table.write("\t".join((ended.get(number, "running"), thread, text)) + "\n")
+
+
+def write_programs(path):
+    shutil.copyfile(RECORD + "/programs", path)
+
+
+def collect(options, log):
+    with open(WORK + "/result.json", encoding="utf-8") as file:
+        result = json.load(file)
+    home = pwd.getpwnam(options.user).pw_dir
+    write_marks(result, options.out + "/marks.tsv")
+    write_commands(options.out + "/commands.tsv")
+    write_programs(options.out + "/programs.tsv")
+    for name in ("stdout", "stderr", "result.json"):
+        shutil.copyfile(WORK + "/" + name, options.out + "/" + name)
+    shutil.copytree(WORK + "/screens", options.out + "/screens", dirs_exist_ok=True)
+    copy_if_there(home + "/.brindle_log", options.out + "/log")
+    copy_sanitizer_reports(options.out)
+    log.stop()
+    return result
+
+
+def copy_if_there(source, target):
+    try:
+        shutil.copyfile(source, target)
+    except FileNotFoundError:
+        open(target, "w", encoding="utf-8").close()
+
+
+def copy_sanitizer_reports(out):
+    for name in os.listdir(WORK):
+        if name.startswith("sanitizer"):
+            shutil.copyfile(WORK + "/" + name, out + "/" + name)
+
+
+def main():
+    parser = argparse.ArgumentParser(add_help=False)
+    parser.add_argument("--out", required=True)
+    parser.add_argument("--user", default="root")
+    options, rest = parser.parse_known_args()
+    log = SystemLog(options.out + "/syslog")
+    log.start()
+    status = drive(options, rest)
+    if status != 0:
+        print(f"preview: the driver of the windows failed with status {status}", file=sys.stderr)
+        return 1
+    wait_for_commands()
+    return 0 if collect(options, log)["complete"] else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
