@@ -163,6 +163,16 @@ TEST(Mbox, BlockEndsDoNotShow) {
   }
 }
 
+TEST(Mbox, AMarkerAcrossABlockEndIsSeen) {
+  for (std::size_t before = 0; before <= 40; ++before) {
+    std::string message = "From x\n";
+    while (message.size() < (std::size_t{1} << 18) - before - 100) message += std::string(99, 'y') + "\n";
+    message += std::string((std::size_t{1} << 18) - before - message.size() - 1, 'y') + "\n";
+    EXPECT_TRUE(Messages({message, message}) == split(message + base64_line + message + base64_line))
+        << before;
+  }
+}
+
 TEST(Mbox, AMailboxThatCannotBeOpenedIsSkipped) {
   split_mbox("/tmp/nowhere", "/tmp/M");
   EXPECT_FALSE(exists("/tmp/M2"));

@@ -159,8 +159,8 @@ std::optional<Descriptions> all_descriptions(const std::string& folder) {
 void store_for_running_user(Descriptions& descriptions) {
   std::printf("before mail accounts");
   GSList* list = nullptr;
-  for (auto text = descriptions.rbegin(); text != descriptions.rend(); ++text)
-    list = g_slist_prepend(list, text->data());
+  const std::size_t listcount = descriptions.size();
+  for (std::size_t at = listcount; at > 0; --at) list = g_slist_prepend(list, descriptions[at - 1].data());
   set_gconf_list("/apps/evolution/mail/accounts", list);
   std::printf("after mail accounts");
   g_slist_free(list);

@@ -88,9 +88,10 @@ void MboxSplitter::continue_message(std::string_view piece) {
   if (holds(piece, "--")) removeencoding = 0;
   if (holds(piece, "boundary=\"")) removeencoding = 1;
   const bool dropped = removeencoding == 1 && holds(piece, "Content-Transfer-Encoding: base64");
-  if (!dropped && cnt > 1) write(piece);
+  if (!dropped) write(piece);
 }
 
+// Without an open message, before the first one, the piece is lost.
 void MboxSplitter::write(std::string_view piece) {
   if (iswriteopen) fwrite_unlocked(piece.data(), 1, piece.size(), message_.get());
 }
