@@ -15,9 +15,8 @@ void set_window_icon(GtkWidget* window) {
   const char* path =
       isNLD == 1 ? "/opt/gnome/share/pixmaps/Brindle_Icon.png" : "/usr/share/pixmaps/Brindle_Icon.png";
   GdkPixbuf* icon = create_pixbuf(path);
-  if (icon == nullptr) return;
-  gtk_window_set_icon(GTK_WINDOW(window), icon);
-  g_object_unref(icon);
+  if (icon != nullptr) gtk_window_set_icon(GTK_WINDOW(window), icon);
+  g_clear_object(&icon);
 }
 
 GtkWidget* new_button(const std::string& mnemonic, GCallback on_clicked) {
@@ -53,6 +52,7 @@ void set_editable(GtkWidget* entry, bool editable) {
 }
 
 void show_whether_editable(GtkWidget* entry) {
+  if (!gtk_widget_get_realized(entry)) return;  // "map" comes back here
   const bool editable = gtk_editable_get_editable(GTK_EDITABLE(entry));
   const GdkColor locked = gtk_widget_get_style(entry)->base[GTK_STATE_INSENSITIVE];
   gtk_widget_modify_base(entry, GTK_STATE_NORMAL, editable ? nullptr : &locked);

@@ -36,7 +36,7 @@ GtkWidget* new_wrapped_label(const std::string& text);
 /// Tells a screen reader that `label` names `widget`, and to read `name` for it.
 void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name);
 
-/// Opens or locks an entry and colours it accordingly.
+/// Opens or locks an entry, and colours it accordingly once it can be seen.
 void set_editable(GtkWidget* entry, bool editable);
 
 /// Colours an entry as open or locked; for its "map" signal, since the colours are known only then.

@@ -1,5 +1,6 @@
 // Start-up, in its fixed order.
 #include <gtk/gtk.h>
+#include <pango/pangocairo.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +19,10 @@
 #include "support/gnome_program.h"
 
 namespace {
+
+// The fonts take longest of all that the first window needs; Pango reads them on a thread of its own, so it
+// is told before anything else.
+void start_reading_fonts() { pango_cairo_font_map_get_default(); }
 
 // The look goes into the homes that can NOT be opened, on purpose: a home that the user can open keeps the
 // look its owner chose.
@@ -119,6 +124,7 @@ void end_log() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  start_reading_fonts();
   if (!prepare_first_run()) return -1;
   SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"));
   detect_system();
