@@ -42,7 +42,8 @@ void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string
   AtkObject* of_widget = gtk_widget_get_accessible(widget);
   AtkObject* of_label = gtk_widget_get_accessible(label);
   atk_object_add_relationship(of_widget, ATK_RELATION_LABELLED_BY, of_label);
-  atk_object_add_relationship(of_label, ATK_RELATION_LABEL_FOR, of_widget);
+  // Not for a radio button: its accessible stumbles over relations that it has not made itself.
+  if (GTK_IS_LABEL(label)) atk_object_add_relationship(of_label, ATK_RELATION_LABEL_FOR, of_widget);
   atk_object_set_name(of_widget, name.c_str());
 }
 
