@@ -23,7 +23,8 @@ LANGUAGES = ["en_US", "en_GB", "en_CA", "en_AU", "C.UTF", "POSIX"]
 READ_BY_THE_WIZARD = [
     *(f"brindle/{language}" for language in LANGUAGES),
     *(f"brindle/.gtkrc-{language}" for language in LANGUAGES if language != "en_US"),
-    "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "bin/foomatic-ppdfile-bd", "bin/brindle",
+    "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "brindle/vcard2xml.pl", "brindle/AddressBook.pm",
+    "bin/foomatic-ppdfile-bd", "bin/brindle",
     "libexec/brindle/brindle-wizard",
 ]
 READ_BY_OTHERS = [
