@@ -1,4 +1,5 @@
-// A session bus and a GConf daemon for a test, and the client that the migrators share.
+// A session bus of the test's own, on which the real GConf daemon answers, and the client that the migrators
+// share.
 #ifndef BRINDLE_TESTS_SUPPORT_SESSION_H
 #define BRINDLE_TESTS_SUPPORT_SESSION_H
 
@@ -10,25 +11,31 @@
 #include "state/state.h"
 #include "support/commands.h"
 
-/// While it lives, `client` is a real client of a real daemon that writes to root's home.
+/// While it lives, `client` is a real client of a real daemon that writes to root's home, and the programs
+/// this process starts use the same daemon.
 class Session {
  public:
   Session() {
     setenv("HOME", "/root", 1);
-    std::string address = output_of("dbus-daemon --session --fork --print-address");
-    address.erase(address.find('\n'));
-    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    const std::string answer = output_of("dbus-daemon --session --fork --print-address=1 --print-pid=1");
+    const std::size_t end = answer.find('\n');
+    setenv("DBUS_SESSION_BUS_ADDRESS", answer.substr(0, end).c_str(), 1);
+    bus_ = answer.substr(end + 1);
     client = gconf_client_get_default();
   }
   ~Session() {
     g_clear_object(&client);
-    shell_quietly("gconftool-2 --shutdown");
+    shell_quietly("gconftool-2 --shutdown; kill " + bus_);
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
   }
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
   /// What gconftool-2 prints for `key`.
-  std::string get(const std::string& key) const { return output_of("gconftool-2 -g " + key + " 2>&1"); }
+  static std::string get(const std::string& key) { return output_of("gconftool-2 -g " + key + " 2>&1"); }
+
+ private:
+  std::string bus_;  // its process id
 };
 
 #endif

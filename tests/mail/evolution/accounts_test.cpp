@@ -1,6 +1,5 @@
 #include "process/mail/evolution/accounts.h"
 
-#include <gconf/gconf-client.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,7 +11,7 @@
 
 #include "mail/evolution/homes.h"
 #include "shell/files.h"
-#include "support/session_bus.h"
+#include "support/session.h"
 
 // Takes the place of the C library's clock in this program, so that uids can be compared.
 extern "C" time_t time(time_t* result) noexcept {
@@ -94,20 +93,10 @@ class EvolutionAccounts : public testing::Test {
 /// The same with the real settings daemon on a bus of the test's own.
 class EvolutionAccountsInGconf : public EvolutionAccounts {
  protected:
-  void SetUp() override {
-    EvolutionAccounts::SetUp();
-    client = gconf_client_get_default();
-  }
-
-  void TearDown() override {
-    g_object_unref(client);
-    client = nullptr;
-  }
-
-  static std::string stored() { return gconf_value("/apps/evolution/mail/accounts"); }
+  static std::string stored() { return Session::get("/apps/evolution/mail/accounts"); }
 
  private:
-  SessionBus bus_;
+  Session session_;
 };
 
 std::string expected(const std::string& name) {
@@ -157,7 +146,7 @@ TEST_F(EvolutionAccountsInGconf, AccountsAreStoredInTheOrderOfTheirFolder) {
 TEST_F(EvolutionAccountsInGconf, TheTimeZoneIsSetAfterTheAccounts) {
   setenv("TZ", "EST5", 1);
   EXPECT_EQ(0, migrate());
-  EXPECT_EQ("America/New_York\n", gconf_value("/apps/evolution/calendar/display/timezone"));
+  EXPECT_EQ("America/New_York\n", Session::get("/apps/evolution/calendar/display/timezone"));
 }
 
 TEST_F(EvolutionAccountsInGconf, BytesThatAreNotUtf8MakeTheStoringFailAndNothingElse) {

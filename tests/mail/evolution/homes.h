@@ -26,12 +26,7 @@ inline void make_profile() {
 /// Gives the home of the running user Evolution 2's folders.
 inline void make_evolution_2() { std::filesystem::create_directories("/root/.evolution/mail/local"); }
 
-/// The value of a key as the real settings daemon of this session has it.
-inline std::string gconf_value(const std::string& key) {
-  return output_of("gconftool-2 --get " + key + " 2>&1");
-}
-
-/// The same read by a daemon of its own from the files in `home`.
+/// The value of a key as a real settings daemon of its own reads it from the files in `home`.
 inline std::string gconf_value_in(const std::string& home, const std::string& key) {
   return output_of("HOME=" + home + " dbus-run-session -- gconftool-2 --get " + key + " 2>/tmp/gconf.errors");
 }

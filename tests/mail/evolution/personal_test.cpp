@@ -1,6 +1,5 @@
 #include "process/mail/evolution/personal.h"
 
-#include <gconf/gconf-client.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,7 +8,7 @@
 #include <string>
 
 #include "mail/evolution/homes.h"
-#include "support/session_bus.h"
+#include "support/session.h"
 #include "support/system_log.h"
 
 namespace {
@@ -153,16 +152,7 @@ void set_list(const std::string& key, const std::string& list) {
 }
 
 class ShownInGconf : public testing::Test {
- protected:
-  void SetUp() override { client = gconf_client_get_default(); }
-
-  void TearDown() override {
-    g_object_unref(client);
-    client = nullptr;
-  }
-
- private:
-  SessionBus bus_;
+  Session session_;
 };
 
 TEST_F(ShownInGconf, TheFirstSourceOfTheFirstGroupIsShown) {
@@ -170,13 +160,13 @@ TEST_F(ShownInGconf, TheFirstSourceOfTheFirstGroupIsShown) {
            "[<group uid=\"g\"><source uid=\"first\" name=\"a\"/><source uid=\"second\"/></group>,"
            "<group uid=\"h\"><source uid=\"third\"/></group>]");
   EXPECT_EQ(0, display_calendar());
-  EXPECT_EQ("[first]\n", gconf_value(selected_key));
+  EXPECT_EQ("[first]\n", Session::get(selected_key));
 }
 
 TEST_F(ShownInGconf, TaskListsAreShownBelowTheCalendar) {
   set_list("/apps/evolution/tasks/sources", "[<group uid=\"g\"><source uid=\"first\"/></group>]");
   EXPECT_EQ(0, display_tasks());
-  EXPECT_EQ("[first]\n", gconf_value("/apps/evolution/calendar/tasks/selected_tasks"));
+  EXPECT_EQ("[first]\n", Session::get("/apps/evolution/calendar/tasks/selected_tasks"));
 }
 
 TEST_F(ShownInGconf, NoSourcesChangeNothing) {
@@ -184,7 +174,7 @@ TEST_F(ShownInGconf, NoSourcesChangeNothing) {
   EXPECT_EQ(0, display_calendar());
   set_list(sources_key, "[]");
   EXPECT_EQ(0, display_calendar());
-  EXPECT_EQ("[old]\n", gconf_value(selected_key));
+  EXPECT_EQ("[old]\n", Session::get(selected_key));
 }
 
 TEST_F(ShownInGconf, AGroupWithoutASourceShowsAnEmptyOne) {
@@ -192,7 +182,7 @@ TEST_F(ShownInGconf, AGroupWithoutASourceShowsAnEmptyOne) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, display_calendar());
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("get_source_uid : "));
-  EXPECT_EQ("[]\n", gconf_value(selected_key));
+  EXPECT_EQ("[]\n", Session::get(selected_key));
   EXPECT_EQ("1\n", output_of("gconftool-2 --get-list-size " + std::string(selected_key)));
 }
 
@@ -200,7 +190,7 @@ TEST_F(ShownInGconf, ALongUidIsWhole) {
   const std::string uid(300, 'u');
   set_list(sources_key, "[<group uid=\"g\"><source uid=\"" + uid + "\"/></group>]");
   EXPECT_EQ(0, display_calendar());
-  EXPECT_EQ("[" + uid + "]\n", gconf_value(selected_key));
+  EXPECT_EQ("[" + uid + "]\n", Session::get(selected_key));
 }
 
 // --- What is shown, profile

@@ -1,6 +1,5 @@
 #include "process/mail/evolution/time_zone.h"
 
-#include <gconf/gconf-client.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -9,7 +8,7 @@
 
 #include "mail/evolution/homes.h"
 #include "process/mail/evolution/personal.h"
-#include "support/session_bus.h"
+#include "support/session.h"
 
 namespace {
 
@@ -35,15 +34,13 @@ TEST(TimeZone, OtherAbbreviationsHaveNoZone) {
 }
 
 TEST(TimeZone, IsSetThroughTheClientForTheRunningUser) {
-  const SessionBus bus;
-  client = gconf_client_get_default();
+  const Session session;
   setenv("TZ", "CET-1", 1);
   set_time_zone();
-  EXPECT_EQ("Europe/Netherlands\n", gconf_value(key));
+  EXPECT_EQ("Europe/Netherlands\n", session.get(key));
   setenv("TZ", "CEST-2", 1);
   set_time_zone();
-  EXPECT_EQ("Europe/Netherlands\n", gconf_value(key));
-  g_object_unref(client);
+  EXPECT_EQ("Europe/Netherlands\n", session.get(key));
 }
 
 TEST(TimeZone, AnUnknownOneSetsNothing) {
