@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+/// What the sanitizers must not count against the program, in their suppression format.
+extern const char* const toolkit_leaks;
+extern const char* const toolkit_races;
+
 /// Puts the texts, the look and the pictures of this build where the program reads them.
 void install_interface();
 

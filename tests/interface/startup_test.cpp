@@ -33,9 +33,11 @@ class StartupTest : public testing::Test {
     setenv("LANG", "en_US.UTF-8", 1);
     unsetenv("LC_CTYPE");
     unsetenv("GTK_MODULES");
-    // A cache that the font library keeps until the end, when the program is built with AddressSanitizer.
-    write_file("/tmp/leaks", "leak:libfontconfig\n");
+    // For a program built with a sanitizer.
+    write_file("/tmp/leaks", toolkit_leaks);
+    write_file("/tmp/races", toolkit_races);
     setenv("LSAN_OPTIONS", "suppressions=/tmp/leaks:print_suppressions=0", 1);
+    setenv("TSAN_OPTIONS", "suppressions=/tmp/races:print_suppressions=0", 1);
   }
 
   void start(bool with_display = true) {
