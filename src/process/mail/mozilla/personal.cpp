@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "process/mail/mozilla/calendar_lines.h"
 #include "shell/files.h"
@@ -96,6 +97,23 @@ void print_and_run(const shell::Command& command) {
   SYSTEM(command);
 }
 
+bool holds_address_books(const std::string& folder) {
+  const auto names = list_folder(folder);
+  for (const std::string& name : names.value_or(std::vector<std::string>{})) {
+    if (name.ends_with(".mab") || name.ends_with(".mab.prev")) return true;
+  }
+  return false;
+}
+
+// Ends with every address book of `root` removed, so there must be none of the administrator's own.
+void import_into_empty_profile(const std::string& xml, const std::string& profile, const std::string& root) {
+  print_and_run(compose("mozilla -syncin %s", xml));
+  print_and_run(compose("cp -f %s/abook.mab %s/", root, profile));
+  print_and_run(compose("cp -f %s/history.mab %s/", root, profile));
+  print_and_run(compose("rm %s/*.mab", root));
+  print_and_run(compose("rm %s/*.mab.prev", root));
+}
+
 // The copies to the target come before the import is removed again. A failed import, or an administrator
 // without address books, only makes some of these fail: the last ones always bring back what was there.
 void import_through_administrator(const std::string& xml, const std::string& profile,
@@ -103,11 +121,12 @@ void import_through_administrator(const std::string& xml, const std::string& pro
   print_and_run(compose("mkdir %s/mabtemp", root));
   print_and_run(compose("mv %s/*.mab %s/mabtemp/", root, root));
   print_and_run(compose("mv %s/*.mab.prev %s/mabtemp/", root, root));
-  print_and_run(compose("mozilla -syncin %s", xml));
-  print_and_run(compose("cp -f %s/abook.mab %s/", root, profile));
-  print_and_run(compose("cp -f %s/history.mab %s/", root, profile));
-  print_and_run(compose("rm %s/*.mab", root));
-  print_and_run(compose("rm %s/*.mab.prev", root));
+  if (holds_address_books(root)) {
+    std::fprintf(stderr, "The address books in %s could not be set aside; nothing is imported\n",
+                 root.c_str());
+  } else {
+    import_into_empty_profile(xml, profile, root);
+  }
   print_and_run(compose("mv %s/mabtemp/*.* %s/", root, root));
   print_and_run(compose("rm -rf %s/mabtemp", root));
 }

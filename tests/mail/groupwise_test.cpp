@@ -1,0 +1,66 @@
+#include "process/mail/groupwise.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* settings = "/tmp/b/Groupwise/.gwuser.xml";
+constexpr const char* mailbox = "\t<_default reg='sz'>gwremote</_default> <!-- here -->\n";
+
+TEST(Groupwise, PointsTheMailboxToTheHome) {
+  write_file(settings,
+             std::string("<gw>\n") + mailbox + "<other reg='sz'>gwremote</other>\n" + mailbox + "</gw>\n");
+  write_file("/tmp/b/Groupwise/gwremote/user.db", "mail");
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_EQ(
+      "<gw>\n<_default reg=\"sz\">/root/gwremote</_default>\n<other reg='sz'>gwremote</other>\n"
+      "<_default reg=\"sz\">/root/gwremote</_default>\n</gw>\n",
+      read_file("/root/.gwuser.xml"));
+  EXPECT_EQ("mail", read_file("/root/gwremote/user.db"));
+  EXPECT_EQ("", output_of("xmllint --noout /root/.gwuser.xml 2>&1"));
+  EXPECT_TRUE(exists("/tmp/b/Groupwise/.gwusertemp.xml"));
+  EXPECT_THAT(commands_run(), ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml",
+                                          "cp -a /tmp/b/Groupwise/.gwuser.xml /root/",
+                                          "cp -a /tmp/b/Groupwise/gwremote /root"));
+}
+
+TEST(Groupwise, WithoutAMailboxLineIsCopiedUnchanged) {
+  const std::string text =
+      "<gw>\r\n<_default reg=\"sz\">gwremote</_default>\r\n" + std::string(3000, 'x') + "\n</gw>";
+  write_file(settings, text);
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_EQ(text, read_file("/root/.gwuser.xml"));
+}
+
+TEST(Groupwise, OfAProfileGoesToItsHome) {
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  shell_quietly("mkdir -p /home/ann");
+  write_file(settings, mailbox);
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_EQ("<_default reg=\"sz\">/home/ann/gwremote</_default>\n", read_file("/home/ann/.gwuser.xml"));
+}
+
+TEST(Groupwise, WithoutSettingsMakesNothing) {
+  shell_quietly("mkdir -p /tmp/b/Groupwise");
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_EQ(0, groupwise("/tmp/missing"));
+  EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_EQ("", output_of("ls -A /root /tmp/b/Groupwise | grep gw"));
+}
+
+TEST(Groupwise, AMissingMailboxDoesNotStopTheSettings) {
+  write_file(settings, mailbox);
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_TRUE(exists("/root/.gwuser.xml"));
+}
+
+}  // namespace

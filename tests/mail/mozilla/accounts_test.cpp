@@ -1,0 +1,209 @@
+#include "process/mail/mozilla/accounts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <sstream>
+
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* accounts = "/tmp/b/ImapMail/brindle-email-accounts/";
+constexpr const char* profile = "/root/.mozilla/default/abc.slt";
+
+struct Mozilla : testing::Test {
+  Mozilla() {
+    shell_quietly("mkdir -p " + std::string(profile) + " " + accounts);
+    write_file("/usr/local/bin/mozilla", "#!/bin/sh\nexit 0\n");
+    shell_quietly("chmod 755 /usr/local/bin/mozilla");
+  }
+  static void account(const std::string& name, const std::string& text) { write_file(accounts + name, text); }
+  static void work() {
+    account(
+        "work.txt",
+        "Account Name=Work\r\nSMTP Display Name=Ann Lee\r\nSMTP Email Address=ann@work.example\r\n"
+        "SMTP Reply To Email Address=reply@work.example\r\nSMTP Organization Name=Lee & Sons\r\n"
+        "POP3 Server=pop.work.example\r\nPOP3 User Name=ann\r\nPOP3 Port=995\r\nPOP3 Secure Connection=1\r\n"
+        "Leave Mail On Server=1\r\nSMTP Server=smtp.work.example\r\nSMTP Secure Connection=1\r\n");
+  }
+  static void home() {
+    account(
+        "home.txt",
+        "Account Name=Home\r\nDisplay Name=Ann\r\nEmail=ann@home.example\r\nReply Email=r@home.example\r\n"
+        "Organization=Family\r\nIMAP Server=imap.home.example\r\nIMAP User=ann.lee\r\n"
+        "SMTP Server=smtp.home.example\r\n");
+  }
+  static std::string prefs() { return read_file(std::string(profile) + "/prefs.js"); }
+  static testing::AssertionResult prefs_are(const std::string& expected) {
+    return matches_expected(std::string(profile) + "/prefs.js", "mozilla/" + expected);
+  }
+};
+
+// Every line is one call with a quoted name and one value; the type lines alone have a stray parenthesis.
+void expect_well_formed(const std::string& prefs) {
+  const std::regex call(R"re(user_pref\("[a-z_A-Z0-9.]+", ("[^"\\]*"|true|false|[0-9]+)\);(\)?))re");
+  std::istringstream lines(prefs);
+  for (std::string line; std::getline(lines, line);) {
+    std::smatch match;
+    ASSERT_TRUE(std::regex_match(line, match, call)) << line;
+    EXPECT_EQ(line.find(".type\"") != std::string::npos, match[2] == ")") << line;
+  }
+}
+
+// ---- Accounts -------------------------------------------------------------------------------------------
+
+TEST_F(Mozilla, WithoutAccountsHasItsLocalFolders) {
+  write_file(std::string(profile) + "/prefs.js", "old");
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_TRUE(prefs_are("none.js"));
+  expect_well_formed(prefs());
+  EXPECT_THAT(commands_run(), ElementsAre("rm " + std::string(profile) + "/prefs.js"));
+}
+
+TEST_F(Mozilla, OnePop3Account) {
+  work();
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_TRUE(prefs_are("pop3.js"));
+  expect_well_formed(prefs());
+}
+
+TEST_F(Mozilla, OneImapAccountWithItsFallbacks) {
+  home();
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_TRUE(prefs_are("imap.js"));
+  expect_well_formed(prefs());
+}
+
+TEST_F(Mozilla, SeveralAccountsAreNumberedFromTwo) {
+  work();
+  home();
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_THAT(prefs(),
+              EndsWith("user_pref(\"mail.accountmanager.accounts\", \"account1,account2,account3\");\n"
+                       "user_pref(\"mail.smtpservers\", \"smtp2,smtp3\");\n"));
+  expect_well_formed(prefs());
+}
+
+TEST_F(Mozilla, AnyNumberOfAccountsFitsTheLists) {
+  std::string numbers = "account1";
+  for (int i = 0; i < 60; ++i) {
+    account(std::to_string(i), "Account Name=A\nPOP3 Server=p\n");
+    numbers += ",account" + std::to_string(i + 2);
+  }
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_THAT(prefs(), HasSubstr("\"mail.accountmanager.accounts\", \"" + numbers + "\");\n"));
+}
+
+TEST_F(Mozilla, ValuesAreWrittenAsTheyAre) {
+  account("a", "Account Name=a\"b\\c\nPOP3 Server=p\n");
+  mozillaaccountsettings(profile, "/tmp/b");
+  EXPECT_THAT(prefs(), HasSubstr("user_pref(\"mail.server.server2.name\", \"a\"b\\c\");\n"));
+}
+
+TEST_F(Mozilla, WithoutAnAccountsFolderPreferencesStay) {
+  write_file(std::string(profile) + "/prefs.js", "old");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozillaaccountsettings(profile, "/tmp/missing"));
+  EXPECT_EQ("In mail_account() opendir: : No such file or directory\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_EQ("old", prefs());
+}
+
+TEST_F(Mozilla, UnwritablePreferencesAreReported) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, mozillaaccountsettings("/tmp/missing", "/tmp/b"));
+  EXPECT_EQ("\nERROR :: Could not create file", testing::internal::GetCapturedStdout());
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\n");
+  EXPECT_EQ(1, mozilla_extract_from_account_path("/tmp/a", "/tmp/missing", 2));
+  EXPECT_EQ(1, mozilla_extract_from_account_path("/tmp/missing", profile, 2));
+}
+
+// ---- The migrator ---------------------------------------------------------------------------------------
+
+TEST_F(Mozilla, MigratesEverythingInOrder) {
+  work();
+  write_file("/tmp/b/Mail/Inbox", "From - x\n\nhello\n");
+  write_file("/tmp/b/Mail/Inbox.sbd/Work", "From - y\n\nwork\n");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, mozilla("/tmp/b"));
+  const std::string said = testing::internal::GetCapturedStdout();
+  EXPECT_THAT(said, StartsWith("Migration Mozilla Account Settingsbuffer=/root\nline::abc.slt\n"
+                               "Path::/root/.mozilla/default/abc.slt\nRoot Path::\n"
+                               "Destination::/root/.mozilla/default/abc.slt/Mail/Local\\ Folders\n"));
+  EXPECT_LT(said.find("Migrating addressbook"), said.find("Migrating Mozilla Emails."));
+  EXPECT_LT(said.find("Migrating Mozilla Emails."), said.find("Migrating Mozilla Calendar."));
+  EXPECT_EQ("From - x\n\nhello\n", read_file(std::string(profile) + "/Mail/Local Folders/Inbox"));
+  EXPECT_EQ("From - y\n\nwork\n", read_file(std::string(profile) + "/Mail/Local Folders/Inbox.sbd/Work"));
+  EXPECT_THAT(commands_run(), Contains("mkdir /root/.mozilla/default/abc.slt/Mail/Local\\ Folders"));
+  EXPECT_THAT(commands_run(),
+              Contains("cp -rf /tmp/b/Mail/* /root/.mozilla/default/abc.slt/Mail/Local\\ Folders"));
+}
+
+TEST_F(Mozilla, AProfilesUserIsServedThroughTheAdministrator) {
+  work();
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  shell_quietly("mkdir -p /home/ann/.mozilla/default/q.slt; touch /home/ann/.mozilla/appreg");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, mozilla("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              HasSubstr("Root Path::/root/.mozilla/default/abc.slt\n"));
+  EXPECT_FALSE(exists("/home/ann/.mozilla/appreg"));
+  EXPECT_TRUE(exists("/home/ann/.mozilla/default/q.slt/prefs.js"));
+  EXPECT_FALSE(exists(std::string(profile) + "/prefs.js"));
+}
+
+TEST_F(Mozilla, WithoutAProfileNothingIsWritten) {
+  work();
+  shell_quietly("rmdir " + std::string(profile));
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  shell_quietly("rm -r /root/.mozilla");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_EQ("In mozilla_mail() opendir: : No such file or directory\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+TEST_F(Mozilla, WithoutAnAdministratorsProfileNothingIsWritten) {
+  work();
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  shell_quietly("mkdir -p /home/ann/.mozilla/default/q.slt; rm -r /root/.mozilla");
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+TEST_F(Mozilla, StopsWhenPreferencesCannotBeWritten) {
+  shell_quietly("mkdir " + std::string(profile) + "/prefs.js && touch " + profile + "/prefs.js/x");
+  EXPECT_EQ(1, mozilla("/tmp/b"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("vcard2xml"))));
+}
+
+TEST_F(Mozilla, GoesOnWithoutAccounts) {
+  write_file("/tmp/c/Mail/Inbox", "From - x\n");
+  EXPECT_EQ(0, mozilla("/tmp/c"));
+  EXPECT_TRUE(exists(std::string(profile) + "/Mail/Local Folders/Inbox"));
+}
+
+TEST_F(Mozilla, CopiesMailWithAHostileFolderName) {
+  write_file("/tmp/x;touch ran;$(touch ran)/Inbox", "m");
+  shell_quietly("mkdir '/tmp/a b'");
+  EXPECT_EQ(0, copymozillafiles("/tmp/x;touch ran;$(touch ran)", "/tmp/a b"));
+  EXPECT_EQ("m", read_file("/tmp/a b/Inbox"));
+  EXPECT_FALSE(exists("ran"));
+}
+
+}  // namespace
