@@ -1,0 +1,116 @@
+#!/usr/bin/python3
+"""Runs that end otherwise than by the done dialog, or on the way to it: other_runs.py CLASS"""
+import sys
+import tarfile
+import tempfile
+import unittest
+
+import preview_run
+
+# What every start leaves, whatever comes then.
+TRACES = {"/etc/skel/.gtkrc-2.0", "/root/.brindle_first_run", "/root/.brindle_log"}
+PROBE = ("file -b ", "unzip -l ", "df /tmp ", "cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/")
+
+
+class Case(unittest.TestCase):
+    def check_nothing_happened(self, run, *screens):
+        self.assertEqual(1, run.status, run.output)
+        self.assertEqual(set(screens), set(run.screens))
+        self.assertEqual({"empty"}, set(run.marks.values()))
+        self.assertEqual([], [text for text in run.texts if not text.startswith(PROBE)])
+        servers = ("/var/log/cups", "/var/cache/cups", "/var/spool/cups", "/etc/cups")
+        self.assertEqual([], [path for path in run.changes if path not in TRACES and not path.startswith(servers)])
+        self.assertEqual([], run.sanitizer_reports())
+
+
+class LeftOnPage1(Case):
+    def test(self):
+        self.check_nothing_happened(preview_run.run("gnome", "one-person", scenario="close-1"), "page-1")
+
+
+class LeftOnPage2(Case):
+    def test_closed(self):
+        self.check_nothing_happened(preview_run.run("gnome", "one-person", scenario="close-2"), "page-1", "page-2")
+
+    def test_cancelled_and_confirmed(self):
+        self.check_nothing_happened(preview_run.run("gnome", "one-person", scenario="leave"), "page-1", "page-2",
+                                    "quit")
+
+
+class Refused(Case):
+    def test_empty_entry(self):
+        run = preview_run.run("gnome", "one-person", scenario="empty")
+        self.check_nothing_happened(run, "page-1", "page-2", "no-file-given", "quit")
+
+    def test_missing_file(self):
+        run = preview_run.run("gnome", "one-person", scenario="missing")
+        self.check_nothing_happened(run, "page-1", "page-2", "no-file-found", "quit")
+
+    def test_tar_instead_of_zip(self):
+        with tempfile.TemporaryDirectory() as folder:
+            with tarfile.open(folder + "/a.zip", "w") as archive:
+                archive.add(__file__)
+            run = preview_run.run("gnome", folder + "/a.zip")
+        self.check_nothing_happened(run, "page-1", "page-2", "no-zip", "quit")
+
+    def test_full_tmp(self):
+        run = preview_run.run("gnome", "one-person", scenario="full-tmp")
+        self.check_nothing_happened(run, "page-1", "page-2", "no-space", "quit")
+
+
+class SeveralUsersWithoutRoot(Case):
+    def test(self):
+        run = preview_run.run("xandros", "family", user="ada")
+        self.assertEqual(1, run.status)
+        self.assertIn("several-users", run.screens)
+        self.assertNotIn("done", run.screens)
+        self.assertEqual({"empty"}, set(run.marks.values()))
+        self.assertEqual(["delete Brindle folder", "show popup dialog", "ends", "exit main"],
+                         run.text("log").splitlines())
+
+
+class Cancelled(Case):
+    def test_no_is_no(self):
+        run = preview_run.run("linspire", "one-person", scenario="cancel-before")
+        self.assertEqual(0, run.status, run.output)
+        self.assertIn("quit", run.screens)
+        self.assertEqual("apply", run.marks["image_1"])
+
+    def test_running_migration(self):
+        run = preview_run.run("redflag", "one-person", scenario="cancel-run")
+        self.assertEqual(1, run.status)
+        self.assertIn("cancelled", run.screens)
+        self.assertNotIn("done", run.screens)
+        removals = [thread for _, thread, text in run.commands if text.startswith("rm -rf /tmp/brind")]
+        self.assertEqual("main", removals[0])
+        self.assertEqual([], [path for path in run.changes if path.startswith("/tmp/brind")])
+        self.assertEqual([], run.sanitizer_reports())
+
+
+class ClosedWhileRunning(Case):
+    def test(self):
+        run = preview_run.run("redflag", "one-person", scenario="close-3")
+        self.assertEqual(1, run.status)
+        self.assertEqual(0, run.output.count("signal"), run.output)
+        self.assertIn("exit main", run.text("log"))
+
+
+class Options(Case):
+    def test_language_and_driver(self):
+        run = preview_run.run("nld", "one-person", "--language", "en_GB", "--printer-driver", "laserjet")
+        self.assertEqual(0, run.status, run.output)
+        self.assertIn("GTKRCPATH::/usr/local/brindle/.gtkrc-en_GB", run.text("stdout"))
+        self.assertTrue(any("laserjet.ppd.gz" in text for text in run.texts))
+
+    def test_home_is_laid_over(self):
+        with tempfile.TemporaryDirectory() as home:
+            with open(home + "/.brindle_first_run", "w", encoding="ascii") as marker:
+                marker.write("Installed")
+            run = preview_run.run("redflag", "one-person", "--home", home, user="ada")
+        self.assertEqual(0, run.status, run.output)
+        self.assertNotIn("/home/ada/.brindle_first_run", run.changes)
+        self.assertIn("/home/ada/.brindle_log", run.changes)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

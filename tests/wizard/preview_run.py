@@ -1,0 +1,104 @@
+"""A whole run of the wizard through ./preview with what the build has installed, and its tables.
+
+    run = preview_run.run("gnome", "family", user="ada", scenario="cancel-run")
+    run.marks["image_1"] == "apply"
+"""
+import atexit
+import os
+import shutil
+import subprocess
+import tempfile
+
+SOURCE = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+BUILD = os.environ.get("BRINDLE_BUILD", SOURCE + "/build/debug")
+SECONDS = 400
+SKIPPED = 77
+
+# Where the sanitizers of an instrumented build report: a folder of the view that the preview brings out.
+REPORTS = "log_path=/run/brindle/work/sanitizer"
+
+
+def unescape(text):
+    """The exact text of an escaped cell."""
+    result, rest = "", text
+    while "\\" in rest:
+        before, _, rest = rest.partition("\\")
+        result += before + {"n": "\n", "t": "\t"}.get(rest[:1], rest[:1])
+        rest = rest[1:]
+    return result + rest
+
+
+def read_lines(path):
+    with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as table:
+        return [[unescape(cell) for cell in line.rstrip("\n").split("\t")] for line in table]
+
+
+class Run:
+    """What a preview left. Tables are parsed; `text(name)` gives the other files."""
+
+    def __init__(self, folder, process):
+        self.folder = folder
+        self.status = process.returncode
+        self.output = process.stdout + process.stderr
+        self.marks = {mark: result for mark, _, result in self.table("marks.tsv")}
+        self.labels = {mark: label for mark, label, _ in self.table("marks.tsv")}
+        self.commands = self.table("commands.tsv")  # status, thread, text
+        self.texts = [text for _, _, text in self.commands]
+        self.programs = read_lines(folder + "/programs.tsv")
+        self.changes = {path: (what, mode, owner, size) for what, path, mode, owner, size in self.table("changes.tsv")}
+        self.screens = sorted(name.split("-", 1)[1][:-4] for name in os.listdir(folder + "/screens"))
+
+    def table(self, name):
+        return read_lines(self.folder + "/" + name)[1:]
+
+    def text(self, name):
+        with open(self.folder + "/" + name, encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    def changed_file(self, path):
+        return self.text("files" + path)
+
+    def accounts(self):
+        """Login names that the view's /etc/passwd has and the machine's has not."""
+        if "/etc/passwd" not in self.changes:
+            return []
+        with open("/etc/passwd", encoding="utf-8") as file:
+            known = {line.split(":")[0] for line in file}
+        names = [line.split(":")[0] for line in self.changed_file("/etc/passwd").splitlines()]
+        return [name for name in names if name not in known]
+
+    def sanitizer_reports(self):
+        return [self.text(name) for name in os.listdir(self.folder) if name.startswith("sanitizer")]
+
+
+def sanitizer_options():
+    suppressions = "/run/brindle/source/tests/sanitizers"
+    kind = os.environ.get("BRINDLE_SANITIZE", "")
+    if kind == "thread":
+        return {"TSAN_OPTIONS": f"{REPORTS}:suppressions={suppressions}/thread.txt:ignore_noninstrumented_modules=1"
+                                ":second_deadlock_stack=1"}
+    if kind:
+        # Leaks are not asked for: the toolkit keeps what it has made until the program ends.
+        return {"ASAN_OPTIONS": f"{REPORTS}:detect_leaks=0", "UBSAN_OPTIONS": f"{REPORTS}:print_stacktrace=1"}
+    return {}
+
+
+def run(system, archive, *options, user="root", scenario=""):
+    """Previews `archive`, a path or the name of a sample. Ends the test as skipped where no view is to be had."""
+    folder = tempfile.mkdtemp(prefix="brindle-run-")
+    atexit.register(shutil.rmtree, folder, ignore_errors=True)
+    if "/" not in archive:
+        archive = f"{BUILD}/samples/{archive}.zip"
+    environment = dict(os.environ, **sanitizer_options(), BRINDLE_PREVIEW_STAGE=BUILD + "/stage",
+                       BRINDLE_PREVIEW_RECORDER=BUILD + "/tools/brindle-shell-recorder",
+                       BRINDLE_PREVIEW_SCENARIO=scenario)
+    words = [SOURCE + "/preview", *(["--system", system] if system else []), "--user", user, "--out", folder,
+             "--timeout", str(SECONDS), *options, archive]
+    process = subprocess.run(words, capture_output=True, text=True, errors="replace", env=environment, check=False,
+                             stdin=subprocess.DEVNULL)
+    if process.returncode == 2 and "neither an overlay nor a chroot" in process.stderr:
+        print(process.stderr)
+        raise SystemExit(SKIPPED)
+    if process.returncode == 2:
+        raise AssertionError(process.stderr)
+    return Run(folder, process)

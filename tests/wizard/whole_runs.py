@@ -1,0 +1,76 @@
+#!/usr/bin/python3
+"""Whole runs to the done dialog: each system with each sample archive, whole_runs.py SYSTEM SAMPLE USER."""
+import sys
+import unittest
+
+import preview_run
+
+SYSTEM, SAMPLE, USER = sys.argv[1:4]
+IS_ROOT = USER == "root"
+HOME = "/root" if IS_ROOT else "/home/" + USER
+FAMILY = ["meilan", "nora", "oskar"]
+
+# Marks that a system never sets.
+UNSET = {"linspire": {"image_11"}, "redflag": {"image_11"}, "redflag-plus": {"image_11"},
+         "xandros": {"image_10", "image_11"}}
+
+
+def expected_marks():
+    marks = {f"image_{number}": "apply" for number in range(13)}
+    if SAMPLE != "family":
+        marks["image_0"] = "cancel"
+    if not IS_ROOT:
+        marks.update(image_12="cancel", image_10="cancel")
+    marks.update((mark, "empty") for mark in UNSET.get(SYSTEM, ()))
+    return marks
+
+
+class WholeRun(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.run_ = preview_run.run(SYSTEM, SAMPLE, user=USER)
+
+    def test_it_reaches_its_end(self):
+        self.assertEqual(0, self.run_.status, self.run_.output)
+        self.assertIn("done", self.run_.screens)
+        self.assertEqual(["exit main"], self.run_.text("log").splitlines()[-1:])
+
+    def test_marks(self):
+        self.assertEqual(expected_marks(), self.run_.marks)
+        self.assertNotIn("", self.run_.labels.values())
+
+    def test_accounts(self):
+        made = self.run_.accounts() if IS_ROOT else []
+        self.assertEqual(FAMILY if SAMPLE == "family" else [], sorted(made))
+        for name in made:
+            self.assertIn(name, self.run_.changes["/home/" + name][2])
+
+    def test_commands_frame_the_run(self):
+        texts = self.run_.texts
+        self.assertEqual("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/", texts[0])
+        unzip = next(text for text in texts if text.startswith("unzip -o "))
+        folder = unzip.split('"')[3]
+        self.assertRegex(folder, "^/tmp/brind......$")
+        self.assertIn("rm -rf " + folder, texts)
+        self.assertEqual({"main"}, {thread for _, thread, text in self.run_.commands if "gtkrc" in text})
+        self.assertEqual({"worker"}, {thread for _, thread, text in self.run_.commands if folder in text})
+
+    def test_every_command_ended(self):
+        self.assertEqual([], [row for row in self.run_.commands if not row[0].isdigit()])
+
+    def test_nothing_temporary_is_left(self):
+        self.assertEqual([], [path for path in self.run_.changes if path.startswith("/tmp/brind")])
+        self.assertEqual([], [path for path in self.run_.changes if path.startswith("/tmp/") and "root" in path])
+
+    def test_documents_arrived_with_their_owner(self):
+        found = [path for path in self.run_.changes if path.startswith(HOME + "/Documents/")]
+        self.assertNotEqual([], found)
+        self.assertEqual({USER}, {self.run_.changes[path][2].split(":")[0] for path in found})
+
+    def test_no_sanitizer_spoke(self):
+        self.assertEqual([], self.run_.sanitizer_reports())
+        self.assertNotIn("runtime error", self.run_.text("stderr"))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
