@@ -20,8 +20,7 @@ void log_ret(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 void err_doit(int errnoflag, const char* fmt, va_list ap) __attribute__((format(printf, 2, 0)));
 
 /// Worker of log_ret: as err_doit, but to the system log with `priority` unless `debug` is set.
-void log_doit(int errnoflag, int priority, const char* fmt, va_list ap)
-    __attribute__((format(printf, 3, 0)));
+void log_doit(int errnoflag, int priority, const char* fmt, va_list ap) __attribute__((format(printf, 3, 0)));
 
 /// openlog(ident, option, facility), unless `debug` is set. `ident` must outlive every later message.
 void log_open(const char* ident, int option, int facility);

@@ -35,17 +35,19 @@ std::string bare(std::string_view value) {
 
 std::string escaped(Place place, std::string_view value) {
   switch (place) {
-    case Place::double_quotes: return in_double_quotes(value);
-    case Place::single_quotes: return in_single_quotes(value);
-    case Place::bare: break;
+    case Place::double_quotes:
+      return in_double_quotes(value);
+    case Place::single_quotes:
+      return in_single_quotes(value);
+    case Place::bare:
+      break;
   }
   return bare(value);
 }
 
 bool is_one_quoted_word(std::string_view text) {
   return text.size() >= 2 && text.front() == '\'' && text.back() == '\'' &&
-         text.substr(1, text.size() - 2).find_first_of(std::string_view("'\0", 2)) ==
-             std::string_view::npos;
+         text.substr(1, text.size() - 2).find_first_of(std::string_view("'\0", 2)) == std::string_view::npos;
 }
 
 }  // namespace

@@ -174,10 +174,8 @@ class Composition {
   void put(const Slot& slot, const Command& inner);
   void put(const Slot& slot, QuotedWord word);
   template <typename Integer>
-    requires std::is_integral_v<Integer>
-  void put(const Slot& slot, Integer value) {
-    put(slot, std::string_view(std::to_string(value)));
-  }
+  requires std::is_integral_v<Integer>
+  void put(const Slot& slot, Integer value) { put(slot, std::string_view(std::to_string(value))); }
   Command finish();
   static Command join(const Command& head, const Command& tail);
 

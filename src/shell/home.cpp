@@ -33,8 +33,7 @@ int copy_home(const std::string& home, char* buffer) {
 }  // namespace
 
 std::string user_home() {
-  const std::string home =
-      isDefaultUser != 0 ? running_users_home() : std::string("/home/") + cur_user;
+  const std::string home = isDefaultUser != 0 ? running_users_home() : std::string("/home/") + cur_user;
   if (home.empty()) {
     std::perror("username ");
   } else {

@@ -32,7 +32,6 @@ int progress_timeout(void* data);
 
 // ---------------------------------------------------------------------------------------------------
 
-
 template <typename Flag>
 void wait_while_open(const Flag& flag) {
   while (flag == 1) sleep(1);

@@ -83,9 +83,10 @@ TEST_F(Archive, TarSizeIsTheFilesOwn) {
 
 TEST_F(Archive, EncryptionIsTheFirstEntrys) {
   EXPECT_EQ(0, isEncrypted("/tmp/my archive.zip"));
-  EXPECT_EQ("zipinfo -v \"/tmp/my archive.zip\" | grep \"file security status\""
-            "                         | awk '{print $4}'",
-            first_command());
+  EXPECT_EQ(
+      "zipinfo -v \"/tmp/my archive.zip\" | grep \"file security status\""
+      "                         | awk '{print $4}'",
+      first_command());
   shell_quietly("cd /tmp/in && zip -qrD -P secret /tmp/locked.zip Brindle");
   EXPECT_EQ(1, isEncrypted("/tmp/locked.zip"));
   EXPECT_EQ(-1, isEncrypted("/tmp/it.tar"));

@@ -53,7 +53,8 @@ TEST(LogRet, SendsOneErrorMessageWithoutAnIdentityOfItsOwn) {
   const auto messages = log.messages();
   ASSERT_EQ(1u, messages.size());
   EXPECT_THAT(messages[0], StartsWith("<11>"));  // user facility, error priority
-  EXPECT_THAT(messages[0], HasSubstr(std::string(program_invocation_short_name) + ": isZipfile: No such file"));
+  EXPECT_THAT(messages[0],
+              HasSubstr(std::string(program_invocation_short_name) + ": isZipfile: No such file"));
 }
 
 TEST(LogRet, GoesToStandardErrorInDebug) {

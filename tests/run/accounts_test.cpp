@@ -134,14 +134,15 @@ TEST_F(Family, CommandsOfOneAccountInOrder) {
   ASSERT_NE(commands.end(), items);
   const std::vector<std::string> before(commands.begin(), items);
   const std::string evolution = "/home/ann/.gconf/apps/evolution/";
-  EXPECT_THAT(before,
-              ElementsAre("rm -rf /tmp/nldroot", "mkdir /tmp/nldroot", "mkdir /tmp/nldroot/root",
-                          "tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root",
-                          "groupadd users", "useradd ann -d /home/ann -m -k /tmp/nldroot/root -g users",
-                          "cp " + evolution + "addressbook/%gconf.xml " + evolution + "addressbook/%gconftemp.xml",
-                          "cp " + evolution + "calendar/%gconf.xml " + evolution + "calendar/%gconftemp.xml",
-                          "cp " + evolution + "tasks/%gconf.xml " + evolution + "tasks/%gconftemp.xml",
-                          "chpasswd < /home/ann/pass", "rm /home/ann/pass"));
+  EXPECT_THAT(
+      before,
+      ElementsAre("rm -rf /tmp/nldroot", "mkdir /tmp/nldroot", "mkdir /tmp/nldroot/root",
+                  "tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root", "groupadd users",
+                  "useradd ann -d /home/ann -m -k /tmp/nldroot/root -g users",
+                  "cp " + evolution + "addressbook/%gconf.xml " + evolution + "addressbook/%gconftemp.xml",
+                  "cp " + evolution + "calendar/%gconf.xml " + evolution + "calendar/%gconftemp.xml",
+                  "cp " + evolution + "tasks/%gconf.xml " + evolution + "tasks/%gconftemp.xml",
+                  "chpasswd < /home/ann/pass", "rm /home/ann/pass"));
   EXPECT_EQ("chown -R ann /home/ann", commands.back());
 }
 
@@ -151,8 +152,9 @@ TEST_F(Family, EachSystemHasItsOwnAccountCommand) {
   migrate();
   EXPECT_TRUE(ran("tar -xf \"/usr/local/brindle/linspireroot.tar\" -C /tmp/linspireroot"));
   EXPECT_FALSE(ran("mkdir /tmp/linspireroot/root"));
-  EXPECT_TRUE(ran("useradd ann -d /home/ann -m -k /tmp/linspireroot/root -G "
-                  "audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash -g users"));
+  EXPECT_TRUE(
+      ran("useradd ann -d /home/ann -m -k /tmp/linspireroot/root -G "
+          "audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash -g users"));
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("gconf"))));
 }
 
@@ -194,7 +196,8 @@ TEST_F(Family, PasswordIsTheLoginName) {
 
 TEST_F(Family, PasswordFileIsReadableByRootAlone) {
   profile("ann");
-  write_file("/usr/local/bin/chpasswd", "#!/bin/sh\nstat -c '%a %U' /home/ann/pass > /tmp/pass; cat >> /tmp/pass\n");
+  write_file("/usr/local/bin/chpasswd",
+             "#!/bin/sh\nstat -c '%a %U' /home/ann/pass > /tmp/pass; cat >> /tmp/pass\n");
   shell_quietly("chmod 755 /usr/local/bin/chpasswd; umask 0");
   migrate();
   EXPECT_EQ("600 root\nann:ann\n", read_file("/tmp/pass"));
@@ -203,8 +206,9 @@ TEST_F(Family, PasswordFileIsReadableByRootAlone) {
 TEST_F(Family, TracesTellTheSteps) {
   profile("ann");
   migrate();
-  EXPECT_THAT(said, HasSubstr("Tar Command::tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root\n"
-                              "Home Directory Path::/tmp/nldroot\n"));
+  EXPECT_THAT(said,
+              HasSubstr("Tar Command::tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root\n"
+                        "Home Directory Path::/tmp/nldroot\n"));
   EXPECT_THAT(said, HasSubstr("P2::abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789\nP1::a\n"
                               "Migrating Data for User::ann\nbuffer=/home/ann\n"
                               "User's Home Directory::/home/ann\n"));
@@ -227,17 +231,20 @@ TEST_F(Family, ANameMustBeginWithALetterOrDigit) {
 }
 
 TEST_F(Family, HostileNamesNeverRunAnything) {
-  for (const char* name : {"a;touch ran", "a$(touch ran)", "a`touch ran`", "a\ntouch ran", "a' 'b\"", "a -G disk"})
+  for (const char* name :
+       {"a;touch ran", "a$(touch ran)", "a`touch ran`", "a\ntouch ran", "a' 'b\"", "a -G disk"})
     profile(name);
   SystemLog log;
   migrate();
   EXPECT_EQ("", output_of("ls -d ran /tmp/ran /root/ran /home/ran 2>/dev/null"));
   EXPECT_EQ(6u, [&] {
     std::size_t refused = 0;
-    for (const auto& message : log.messages()) refused += message.find(", useradd ") != std::string::npos ? 1 : 0;
+    for (const auto& message : log.messages())
+      refused += message.find(", useradd ") != std::string::npos ? 1 : 0;
     return refused;
   }());
-  EXPECT_THAT(commands_run(), Contains("useradd 'a;touch ran' -d '/home/a;touch ran' -m -k /tmp/nldroot/root -g users"));
+  EXPECT_THAT(commands_run(),
+              Contains("useradd 'a;touch ran' -d '/home/a;touch ran' -m -k /tmp/nldroot/root -g users"));
 }
 
 TEST_F(Family, ANameCannotSetAnotherAccountsPassword) {

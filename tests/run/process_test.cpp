@@ -41,7 +41,8 @@ namespace {
 // A machine of one system and an archive to migrate onto it.
 struct Run : testing::Test {
   Run() {
-    shell_quietly("rm -f /etc/*-version /etc/redflag-release; mkdir -p /root/Desktop /root/.evolution /root/.mozilla");
+    shell_quietly(
+        "rm -f /etc/*-version /etc/redflag-release; mkdir -p /root/Desktop /root/.evolution /root/.mozilla");
     for (const char* program : {"kmail", "kaddressbook", "killall", "evolution", "dcop", "mozilla", "sleep"})
       stand_in(program);
     fp_log = std::fopen("/tmp/log", "w");
@@ -56,7 +57,9 @@ struct Run : testing::Test {
     if (system == "RedFlag") write_file("/etc/redflag-release", "Red Flag release 4.1 x\n");
     if (system == "INVALID") write_file("/etc/redflag-release", "Red Flag release 4.2\n");
   }
-  static void pack(const std::string& name, const std::string& bytes) { write_file("/tmp/in/" + name, bytes); }
+  static void pack(const std::string& name, const std::string& bytes) {
+    write_file("/tmp/in/" + name, bytes);
+  }
   static void migrate(const std::string& archive = "/tmp/my archive.zip") {
     shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .");
     ASSERT_TRUE(assign(g_filename, archive.c_str()));
@@ -83,11 +86,11 @@ TEST_F(Run, OnLinspirePostsItsMarksInOrder) {
   on("Linspire");
   pack("Brindle/My Documents/a.txt", "a");
   migrate();
-  EXPECT_THAT(posts(), ElementsAre(Pair("image_12", -1), Pair("image_0", -1), Pair("image_1", 0), Pair("image_2", -1),
-                                   Pair("image_3", -1), Pair("image_4", -1), Pair("image_5", -1),
-                                   Pair("image_6", -1), Pair("image_7", -1), Pair("image_8", -1),
-                                   Pair("image_9", -1), Pair("image_10", -1), Pair("done buttons", 0),
-                                   Pair("done", 0)));
+  EXPECT_THAT(posts(),
+              ElementsAre(Pair("image_12", -1), Pair("image_0", -1), Pair("image_1", 0), Pair("image_2", -1),
+                          Pair("image_3", -1), Pair("image_4", -1), Pair("image_5", -1), Pair("image_6", -1),
+                          Pair("image_7", -1), Pair("image_8", -1), Pair("image_9", -1), Pair("image_10", -1),
+                          Pair("done buttons", 0), Pair("done", 0)));
   EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
   EXPECT_FALSE(exists(dir()));
   EXPECT_THAT(said, HasSubstr("Aboutj to call mozilla mailAbout to call kdewallpaper"));
@@ -128,7 +131,8 @@ TEST_F(Run, OnGnomePostsEveryMark) {
   migrate();
   EXPECT_EQ(13u, marks().size());
   EXPECT_THAT(said, Not(HasSubstr("About")));
-  EXPECT_THAT(commands_run(), Contains("cp /usr/local/brindle/firefox.desktop /root/.gnome2/panel2.d/default/launchers/"));
+  EXPECT_THAT(commands_run(),
+              Contains("cp /usr/local/brindle/firefox.desktop /root/.gnome2/panel2.d/default/launchers/"));
 }
 
 TEST_F(Run, OnAnInvalidSystemNothingHappens) {
@@ -148,7 +152,8 @@ TEST_F(Run, LogListsTheItemsAttempted) {
   pack("Brindle/Personal/a.txt", "a");
   migrate();
   EXPECT_EQ(
-      "Personal\nDesktop\nImapMail\nWallpaper\nBookmark.htm\nCookies.txt\nFonts\nFile Extensions\nMapped_Drives\n"
+      "Personal\nDesktop\nImapMail\nWallpaper\nBookmark.htm\nCookies.txt\nFonts\nFile "
+      "Extensions\nMapped_Drives\n"
       "delete Brindle folder\nshow popup dialog\nends\n",
       log());
 }
@@ -170,9 +175,9 @@ TEST_F(Run, CommandsOfAnEmptyArchiveInOrder) {
   on("Linspire");
   pack("Brindle/x", "");
   migrate();
-  EXPECT_THAT(commands_run(), ElementsAre("unzip -o \"/tmp/my archive.zip\" -d \"" + dir() + "\"",
-                                          "dos2unix -q \"" + dir() + "/Brindle/users.txt\"", "rm -rf " + dir(),
-                                          "rm -rf "));
+  EXPECT_THAT(commands_run(),
+              ElementsAre("unzip -o \"/tmp/my archive.zip\" -d \"" + dir() + "\"",
+                          "dos2unix -q \"" + dir() + "/Brindle/users.txt\"", "rm -rf " + dir(), "rm -rf "));
   EXPECT_THAT(dir(), StartsWith("/tmp/brind"));
   EXPECT_EQ(16u, dir().size());
 }
@@ -191,7 +196,8 @@ TEST_F(Run, OnlyLoggedCommandsReachTheSystemLog) {
 TEST_F(Run, AHomeWithoutABrowserProfileGetsOne) {
   on("Linspire");
   shell_quietly(
-      "rm -rf /root/.mozilla && mkdir -p /tmp/s/root/.mozilla /usr/local/brindle && touch /tmp/s/root/.mozilla/appreg "
+      "rm -rf /root/.mozilla && mkdir -p /tmp/s/root/.mozilla /usr/local/brindle && touch "
+      "/tmp/s/root/.mozilla/appreg "
       "/tmp/s/root/.mozilla/kept && tar -cf /usr/local/brindle/linspireroot.tar -C /tmp/s root");
   pack("Brindle/x", "");
   migrate();
@@ -240,12 +246,14 @@ TEST_F(Run, OnGnomeWithBrowserAndEvolutionNothingIsUnpacked) {
 
 TEST_F(Run, OnGnomeWithoutEvolutionItIsStartedOnce) {
   shell_quietly(
-      "rm -rf /root/.evolution && mkdir -p /tmp/s/.mozilla /usr/local/brindle && touch /tmp/s/.mozilla/new && "
+      "rm -rf /root/.evolution && mkdir -p /tmp/s/.mozilla /usr/local/brindle && touch /tmp/s/.mozilla/new "
+      "&& "
       "tar -cjf /usr/local/brindle/nldroot.tar.bz2 -C /tmp/s .mozilla");
   pack("Brindle/x", "");
   migrate();
   EXPECT_THAT(commands_run(), Contains("evolution"));
-  EXPECT_THAT(commands_run(), Contains("tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root"));
+  EXPECT_THAT(commands_run(),
+              Contains("tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root"));
   // The browser profile was there, so the skeleton's is not copied over it.
   EXPECT_FALSE(exists("/root/.mozilla/new"));
   EXPECT_FALSE(exists("/tmp/nldroot"));
@@ -258,8 +266,8 @@ TEST_F(Run, OnGnomeTheFileManagerIsSetUpFirst) {
   const auto commands = commands_run();
   EXPECT_THAT(std::vector<std::string>(commands.begin(), commands.begin() + 9),
               ElementsAre("gconftool-2 --spawn", StartsWith("unzip -o "), StartsWith("dos2unix "),
-                          "gconftool-2 --spawn", "gconftool-2 --spawn", "gconftool-2 --spawn", "gconftool-2 --spawn",
-                          "gconftool-2 --spawn", "gconftool-2 --spawn"));
+                          "gconftool-2 --spawn", "gconftool-2 --spawn", "gconftool-2 --spawn",
+                          "gconftool-2 --spawn", "gconftool-2 --spawn", "gconftool-2 --spawn"));
 }
 
 // ---- Several users, ordinary users ----------------------------------------------------------------------
@@ -281,7 +289,8 @@ TEST_F(Run, SeveralUsersNeedRoot) {
 
 TEST_F(Run, AnOrdinaryUserIsToldAboutPrintersFirst) {
   on("Linspire");
-  shell_quietly("useradd -m -u 2345 ann && mkdir -p /home/ann/.mozilla /home/ann/Desktop && chown -R ann /home/ann");
+  shell_quietly(
+      "useradd -m -u 2345 ann && mkdir -p /home/ann/.mozilla /home/ann/Desktop && chown -R ann /home/ann");
   pack("Brindle/My Documents/a.txt", "a");
   shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .; chmod -R a+rX /tmp/in; chmod 666 /tmp/log");
   bool migrated_before = true;
@@ -298,7 +307,9 @@ TEST_F(Run, AnOrdinaryUserIsToldAboutPrintersFirst) {
 
 TEST_F(Run, AFamilyIsMigratedBeforeTheRunningUser) {
   on("Linspire");
-  shell_quietly("mkdir -p /tmp/s/root/Desktop /usr/local/brindle; tar -cf /usr/local/brindle/linspireroot.tar -C /tmp/s root");
+  shell_quietly(
+      "mkdir -p /tmp/s/root/Desktop /usr/local/brindle; tar -cf /usr/local/brindle/linspireroot.tar -C "
+      "/tmp/s root");
   pack("Brindle/users.txt", "Default=ann\r\nMultiUser Migration=1\r\n");
   pack("Brindle/My Documents/mine.txt", "root's");
   pack("Brindle/Profiles/ann/My Documents/hers.txt", "ann's");
@@ -368,8 +379,9 @@ TEST_F(Run, ACancelledRunShowsNoDialog) {
 TEST_F(Run, WithoutATemporaryDirectoryNothingIsTouched) {
   on("Linspire");
   pack("Brindle/My Documents/a.txt", "a");
-  shell_quietly("cd /tmp/in && zip -qry /root/a.zip . && mkdir -p '/Brindle/My Documents' && touch "
-                "'/Brindle/My Documents/not mine' && mv /usr/local/bin/sleep /root/");
+  shell_quietly(
+      "cd /tmp/in && zip -qry /root/a.zip . && mkdir -p '/Brindle/My Documents' && touch "
+      "'/Brindle/My Documents/not mine' && mv /usr/local/bin/sleep /root/");
   shell_quietly("mount -t tmpfs -o size=4k,nr_inodes=1,ro none /tmp");
   assign(g_filename, "/root/a.zip");
   run_as_worker([] { process(nullptr); });
@@ -384,7 +396,8 @@ TEST_F(Run, LinksInTheArchiveAreNotFollowed) {
   on("Linspire");
   write_file("/root/secret", "s");
   pack("Brindle/My Documents/a.txt", "a");
-  shell_quietly("ln -s /root/secret '/tmp/in/Brindle/My Documents/link'; ln -s /root /tmp/in/Brindle/Desktop");
+  shell_quietly(
+      "ln -s /root/secret '/tmp/in/Brindle/My Documents/link'; ln -s /root /tmp/in/Brindle/Desktop");
   migrate();
   EXPECT_EQ("a.txt\n", output_of("ls /root/Documents"));
   EXPECT_EQ(-1, marks()["image_2"]);

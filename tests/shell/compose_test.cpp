@@ -53,12 +53,12 @@ TEST_P(HostileValue, StaysOneWordInEveryPlace) {
       compose("perl -e 'print map { \"$_\\0\" } @ARGV' x/%s/y %s > /tmp/words", value, "/" + value));
   EXPECT_EQ((std::vector<std::string>{"x/" + value + "/y", "/" + value}), bare);
 
-  const std::vector<std::string> in_double = received_words(
-      compose("perl -e 'print map { \"$_\\0\" } @ARGV' \"/%s\"/z > /tmp/words", value));
+  const std::vector<std::string> in_double =
+      received_words(compose("perl -e 'print map { \"$_\\0\" } @ARGV' \"/%s\"/z > /tmp/words", value));
   EXPECT_EQ((std::vector<std::string>{"/" + value + "/z"}), in_double);
 
-  const std::vector<std::string> in_single = received_words(
-      compose("perl -e 'print map { \"$_\\0\" } @ARGV' 'smb:%s' > /tmp/words", value));
+  const std::vector<std::string> in_single =
+      received_words(compose("perl -e 'print map { \"$_\\0\" } @ARGV' 'smb:%s' > /tmp/words", value));
   EXPECT_EQ((std::vector<std::string>{"smb:" + value}), in_single);
   EXPECT_FALSE(exists("/tmp/ran"));
 }
@@ -72,10 +72,10 @@ TEST_P(HostileValue, StaysOneWordInACommandInsideACommand) {
 
 INSTANTIATE_TEST_SUITE_P(Values, HostileValue,
                          testing::Values("it's", "say \"x\"", "a b", "$(touch /tmp/ran)", "`touch /tmp/ran`",
-                                         "a; touch /tmp/ran", "a\ntouch /tmp/ran", "\\", "\\\"", "'; touch /tmp/ran; '",
-                                         "\"; touch /tmp/ran; \"", "*", "?[a]", "~", "$HOME", "${IFS}", "a&b", "a|b",
-                                         "a>b", "a<b", "#x", "!x", "{a,b}", "\t", "\r", "\u6587\u4ef6", "\xff\xfe",
-                                         "'", "''", "%s", "%n"));
+                                         "a; touch /tmp/ran", "a\ntouch /tmp/ran", "\\", "\\\"",
+                                         "'; touch /tmp/ran; '", "\"; touch /tmp/ran; \"", "*", "?[a]", "~",
+                                         "$HOME", "${IFS}", "a&b", "a|b", "a>b", "a<b", "#x", "!x", "{a,b}",
+                                         "\t", "\r", "\u6587\u4ef6", "\xff\xfe", "'", "''", "%s", "%n"));
 
 // ---- What cannot be put in safely is refused ------------------------------------------------------------
 

@@ -40,6 +40,19 @@ TEST(IsFolder, TakesPathsOfAnyLength) {
   EXPECT_EQ(1, is_folder("/tmp", deep.c_str()));
 }
 
+TEST(ReplaceFile, LeavesNothingButTheTextAndKeepsEveryByte) {
+  const std::string text("a%s\0\n", 5);
+  write_file("/tmp/f", "something longer");
+  EXPECT_TRUE(replace_file("/tmp/f", text));
+  EXPECT_TRUE(same_bytes(text, read_file("/tmp/f")));
+}
+
+TEST(ReplaceFile, SaysWhenTheFileCannotBeOpened) {
+  EXPECT_FALSE(replace_file("/tmp/missing/f", "a"));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_FALSE(exists("/tmp/missing"));
+}
+
 TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
   SystemLog log;
   write_file("/tmp/a b.txt", "one\r\ntwo\r\n");

@@ -32,14 +32,14 @@ TEST(System, LogsAFailedCommandButCountsItAsSuccess) {
   SystemLog log;
   errno = ENOENT;
   EXPECT_EQ(0, SYSTEM("exit 3"));
-  EXPECT_THAT(log.messages(),
-              ElementsAre(HasSubstr(": normal termination, exit status 3, exit 3: ")));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr(": normal termination, exit status 3, exit 3: ")));
 }
 
 TEST(System, AnUnknownCommandIsAnOrdinaryEnd) {
   SystemLog log;
   EXPECT_EQ(0, SYSTEM("no-such-program-here 2>/dev/null"));
-  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("normal termination, exit status 127, no-such-program-here")));
+  EXPECT_THAT(log.messages(),
+              ElementsAre(HasSubstr("normal termination, exit status 127, no-such-program-here")));
 }
 
 TEST(System, ADeathByASignalIsAFailure) {
@@ -118,10 +118,9 @@ TEST(ExecuteFirst, FailsWhenTheFileCannotBeOpened) {
   char result[256];
   const std::string file = "/home/nobody-here/" + temporary_file(0).substr(6);
   EXPECT_EQ(-1, execute_first("echo 5", result));
-  EXPECT_THAT(log.messages(),
-              ElementsAre(HasSubstr("normal termination, exit status 2, echo 5 > " + file),
-                          HasSubstr("fopen in execute_first, echo 5 > " + file + ", " + file +
-                                    ": No such file or directory")));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("normal termination, exit status 2, echo 5 > " + file),
+                                          HasSubstr("fopen in execute_first, echo 5 > " + file + ", " + file +
+                                                    ": No such file or directory")));
 }
 
 TEST(ExecuteFirst, FailsWhenTheFileCannotBeRemoved) {

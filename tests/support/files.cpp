@@ -67,8 +67,8 @@ testing::AssertionResult same_bytes(const std::string& expected, const std::stri
   const auto line = 1 + std::count(expected.begin(), differing.first, '\n');
   return testing::AssertionFailure() << "first difference at byte " << at << ", line " << line
                                      << " (expected " << expected.size() << " bytes, got " << actual.size()
-                                     << ")\n  expected:\n    " << around(expected, at)
-                                     << "\n  actual:\n    " << around(actual, at);
+                                     << ")\n  expected:\n    " << around(expected, at) << "\n  actual:\n    "
+                                     << around(actual, at);
 }
 
 testing::AssertionResult matches_expected(const std::string& path, const std::string& name) {

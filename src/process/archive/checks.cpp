@@ -22,9 +22,7 @@ long long first_number(const shell::Command& command) {
 }
 
 // An archive too large for an int must not come out small or negative.
-int as_int(long long number) {
-  return static_cast<int>(std::clamp<long long>(number, INT_MIN, INT_MAX));
-}
+int as_int(long long number) { return static_cast<int>(std::clamp<long long>(number, INT_MIN, INT_MAX)); }
 
 char* copied(const std::string& text) {
   const std::size_t size = std::max(mount_point_size, text.size() + 2);

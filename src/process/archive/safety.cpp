@@ -24,9 +24,12 @@ bool is_unsafe(const fs::directory_entry& entry) {
   const fs::file_status status = entry.symlink_status(error);
   switch (status.type()) {
     case fs::file_type::regular:
-    case fs::file_type::directory: return false;
-    case fs::file_type::symlink: return points_out(entry.path());
-    default: return true;
+    case fs::file_type::directory:
+      return false;
+    case fs::file_type::symlink:
+      return points_out(entry.path());
+    default:
+      return true;
   }
 }
 

@@ -40,10 +40,10 @@ struct IncomingKeys {
   const char* secure_fallback;
 };
 
-constexpr IncomingKeys pop3 = {"POP3 Prompt for Password", "POP3 User Name",         "POP3 User",
-                               "POP3 Port",                "POP3 Secure Connection", "POP3 Use SSL"};
-constexpr IncomingKeys imap = {"IMAP Prompt for Password", "IMAP User Name",         "IMAP User",
-                               "IMAP Port",                "IMAP Secure Connection", "IMAP Use SSL"};
+constexpr IncomingKeys pop3 = {"POP3 Prompt for Password", "POP3 User Name", "POP3 User", "POP3 Port",
+                               "POP3 Secure Connection",   "POP3 Use SSL"};
+constexpr IncomingKeys imap = {"IMAP Prompt for Password", "IMAP User Name", "IMAP User", "IMAP Port",
+                               "IMAP Secure Connection",   "IMAP Use SSL"};
 
 void read_sender(std::FILE* file, Fallbacks fallbacks, MailAccount& account) {
   const bool second = fallbacks == Fallbacks::second;
@@ -52,8 +52,8 @@ void read_sender(std::FILE* file, Fallbacks fallbacks, MailAccount& account) {
   account.address = text(file, "SMTP Email Address", "Email");
   account.reply_to = second ? text(file, "SMTP Reply To Email Address", "Reply Email")
                             : text(file, "SMTP Reply To Email Address");
-  account.organization = second ? text(file, "SMTP Organization Name", "Organization")
-                                : text(file, "SMTP Organization Name");
+  account.organization =
+      second ? text(file, "SMTP Organization Name", "Organization") : text(file, "SMTP Organization Name");
 }
 
 void read_incoming(std::FILE* file, MailAccount& account) {

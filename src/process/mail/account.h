@@ -13,12 +13,12 @@ struct MailAccount {
   std::string reply_to;
   std::string organization;
 
-  bool imap = false;        ///< POP3 when the file has a "POP3 Server" line, even an empty one
-  std::string host;         ///< incoming server
-  std::string user;         ///< login there, and for sending too
-  std::string port;         ///< as text; "110" when missing, for IMAP too
-  bool prompt = false;      ///< the incoming password is asked for each time, so it is not to be stored
-  bool secure = false;      ///< SSL on the incoming connection
+  bool imap = false;    ///< POP3 when the file has a "POP3 Server" line, even an empty one
+  std::string host;     ///< incoming server
+  std::string user;     ///< login there, and for sending too
+  std::string port;     ///< as text; "110" when missing, for IMAP too
+  bool prompt = false;  ///< the incoming password is asked for each time, so it is not to be stored
+  bool secure = false;  ///< SSL on the incoming connection
   bool keep_on_server = false;
 
   std::string smtp_host;

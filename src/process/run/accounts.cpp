@@ -35,9 +35,10 @@ void create_account(const std::string& login, const std::string& home) {
   SYSTEM(compose("groupadd users"));
   switch (detected_system()) {
     case System::linspire:
-      SYSTEM(compose("useradd %s -d %s -m -k %s/root -G audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash "
-                     "-g users",
-                     login, home, homedirpath));
+      SYSTEM(
+          compose("useradd %s -d %s -m -k %s/root -G audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash "
+                  "-g users",
+                  login, home, homedirpath));
       break;
     case System::redflag:
       SYSTEM(compose("useradd %s -d %s -m -k %s/root -s /bin/bash -g users", login, home, homedirpath));
@@ -123,10 +124,17 @@ void run_profile_step(const Step& step, const std::string& folder, System system
       itemprofiles(nullptr, step.mark, documents, migrator, (folder + "/" + documents).c_str());
       break;
     }
-    case Does::item: itemprofiles(nullptr, step.mark, step.folder, migrator, folder.c_str()); break;
-    case Does::call: migrator(folder.c_str()); break;
-    case Does::shared_fonts: migrator(font_dir_path); break;
-    case Does::printer_mark: break;
+    case Does::item:
+      itemprofiles(nullptr, step.mark, step.folder, migrator, folder.c_str());
+      break;
+    case Does::call:
+      migrator(folder.c_str());
+      break;
+    case Does::shared_fonts:
+      migrator(font_dir_path);
+      break;
+    case Does::printer_mark:
+      break;
   }
 }
 

@@ -82,21 +82,37 @@ void prepare_by_starting() {
 void prepare_applications(const std::string& home) {
   std::puts("Initializing Applications..............");
   switch (detected_system()) {
-    case System::gnome: prepare_gnome(home); break;
-    case System::xandros: prepare_by_starting(); break;
-    case System::linspire: prepare_from_skeleton(home, linspire_skeleton); break;
-    case System::redflag: prepare_from_skeleton(home, redflag_skeleton); break;
-    case System::other: break;
+    case System::gnome:
+      prepare_gnome(home);
+      break;
+    case System::xandros:
+      prepare_by_starting();
+      break;
+    case System::linspire:
+      prepare_from_skeleton(home, linspire_skeleton);
+      break;
+    case System::redflag:
+      prepare_from_skeleton(home, redflag_skeleton);
+      break;
+    case System::other:
+      break;
   }
   std::printf("Applications Initialization.......DONE");
 }
 
 void unpack_skeleton_for_accounts() {
   switch (detected_system()) {
-    case System::gnome: unpack(gnome_skeleton); break;
-    case System::linspire: unpack(linspire_skeleton); break;
-    case System::redflag: unpack(redflag_skeleton); break;
+    case System::gnome:
+      unpack(gnome_skeleton);
+      break;
+    case System::linspire:
+      unpack(linspire_skeleton);
+      break;
+    case System::redflag:
+      unpack(redflag_skeleton);
+      break;
     case System::xandros:
-    case System::other: break;
+    case System::other:
+      break;
   }
 }

@@ -27,8 +27,7 @@ void item(Image_Result* buf, const char* image, const char* folder, func_t func,
 
 /// Runs one item of a profile and returns its result, -1 for a missing folder. Posts nothing; `buf` and
 /// `image` are unused.
-int itemprofiles(Image_Result* buf, const char* image, const char* folder, func_t func,
-                 const char* func_arg);
+int itemprofiles(Image_Result* buf, const char* image, const char* folder, func_t func, const char* func_arg);
 
 /// Runs the migration of one whole profile. As itemprofiles, but a missing folder gives 0: a profile that
 /// has nothing to migrate is no failure.

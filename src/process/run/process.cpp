@@ -140,10 +140,17 @@ void run_step(const Step& step, const std::string& root, System system, int prin
       item(nullptr, step.mark, documents, migrator, (root + "/" + documents).c_str());
       break;
     }
-    case Does::item: item(nullptr, step.mark, step.folder, migrator, root.c_str()); break;
-    case Does::call: migrator(root.c_str()); break;
-    case Does::printer_mark: post_mark(step.mark, printerresult != 0 ? -1 : 0); break;
-    case Does::shared_fonts: break;
+    case Does::item:
+      item(nullptr, step.mark, step.folder, migrator, root.c_str());
+      break;
+    case Does::call:
+      migrator(root.c_str());
+      break;
+    case Does::printer_mark:
+      post_mark(step.mark, printerresult != 0 ? -1 : 0);
+      break;
+    case Does::shared_fonts:
+      break;
   }
 }
 

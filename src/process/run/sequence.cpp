@@ -31,10 +31,11 @@ int posts_printer_mark(const char* /*root*/) { return 0; }
 constexpr func_t none = nullptr;
 
 // "Aboutj" has always been spelled so; people search their output for it.
-constexpr const char* mail_traces[system_count] = {nullptr, "Aboutj to call mozilla mail", "About to call kmail",
-                                                   "About to call kmail", nullptr};
-constexpr const char* wallpaper_traces[system_count] = {
-    nullptr, "About to call kdewallpaper", "About to call kdewallpaper", "About to call kdewallpaper", nullptr};
+constexpr const char* mail_traces[system_count] = {nullptr, "Aboutj to call mozilla mail",
+                                                   "About to call kmail", "About to call kmail", nullptr};
+constexpr const char* wallpaper_traces[system_count] = {nullptr, "About to call kdewallpaper",
+                                                        "About to call kdewallpaper",
+                                                        "About to call kdewallpaper", nullptr};
 
 constexpr Step with_traces(Step step, const char* const (&traces)[system_count]) {
   for (int i = 0; i < system_count; ++i) step.trace[i] = traces[i];

@@ -29,10 +29,10 @@ enum class Does {
 struct Step {
   For whom;
   Does what;
-  const char* mark;                ///< mark posted for the running user; profiles post none
-  const char* folder;              ///< folder or file tested
-  func_t migrator[system_count];   ///< null: the step does not exist on that system
-  const char* trace[system_count]; ///< printed before the step, without a newline; null: nothing
+  const char* mark;                 ///< mark posted for the running user; profiles post none
+  const char* folder;               ///< folder or file tested
+  func_t migrator[system_count];    ///< null: the step does not exist on that system
+  const char* trace[system_count];  ///< printed before the step, without a newline; null: nothing
 };
 
 /// All steps, in the order of a run.
