@@ -7,8 +7,17 @@
 
 #include "shell/run.h"
 
-File open_file(const std::string& path, const char* mode) {
-  return File(std::fopen(path.c_str(), mode));
+File open_file(const std::string& path, const char* mode) { return File(std::fopen(path.c_str(), mode)); }
+
+void write_text(const File& file, const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), file.get());
+}
+
+bool replace_file(const std::string& path, const std::string& text) {
+  const File file = open_file(path, "w");
+  if (!file) return false;
+  write_text(file, text);
+  return true;
 }
 
 int is_folder(const char* dir_path, const char* path) {
@@ -42,6 +51,4 @@ bool read_piece(std::FILE* file, std::size_t limit, std::string& piece) {
   return !piece.empty();
 }
 
-bool contains(const std::string& text, const char* part) {
-  return text.find(part) != std::string::npos;
-}
+bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }

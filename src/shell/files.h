@@ -19,6 +19,12 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 /// fopen with an owner. Empty, with errno set, when the file cannot be opened.
 File open_file(const std::string& path, const char* mode);
 
+/// Appends `text`, which may hold anything, to an open stream. A failing disk is not told.
+void write_text(const File& file, const std::string& text);
+
+/// Replaces the file at `path` by `text`. False, with errno set, when it cannot be opened.
+bool replace_file(const std::string& path, const std::string& text);
+
 /// 1 when DIR_PATH/PATH can be opened for reading, else 0. Despite the name a readable plain file counts
 /// as well, and an unreadable folder does not.
 int is_folder(const char* dir_path, const char* path);
