@@ -80,6 +80,41 @@ TEST_F(KMail, CommandsOfOneAccountInOrder) {
   EXPECT_EQ("work.txt\n", output_of(std::string("ls ") + accounts));
 }
 
+TEST_F(KMail, TracesOfOneAccount) {
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, kde_extract_from_account_path("/tmp/a", "/tmp/b", 2));
+  EXPECT_EQ(
+      "Account Name::A\nbuffer=/root\nbuffer=/root\n\n\n File Opened\nFlush Result::0\nClose Result::0"
+      "\nFile closed",
+      testing::internal::GetCapturedStdout());
+}
+
+TEST_F(KMail, OnlyTheFirstAccountRemovesTheOldFile) {
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  write_file(kmailrc, "[Old]\n");
+  EXPECT_EQ(0, kde_extract_from_account_path("/tmp/a", "/tmp/b", 2));
+  EXPECT_THAT(read_file(kmailrc), StartsWith("[Old]\n\n\n[Account 2]\nFolder=inbox\n"));
+  EXPECT_EQ(0, kde_extract_from_account_path("/tmp/a", "/tmp/b", 1));
+  EXPECT_THAT(read_file(kmailrc), StartsWith("\n\n[Account 1]\nFolder=inbox\n"));
+}
+
+TEST_F(KMail, AnOldFolderFileIsEmptied) {
+  work();
+  write_file("/root/.kde/share/apps/kmail/ann:@pop.work.example:110", "old");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_EQ("", read_file("/root/.kde/share/apps/kmail/ann:@pop.work.example:110"));
+}
+
+TEST_F(KMail, AnUnwritableFileFailsItsAccountAndIsReported) {
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  shell_quietly("rm -r /root/.kde/share/config");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, kde_extract_from_account_path("/tmp/a", "/tmp/b", 2));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith("\nERROR :: Could not create file"));
+  EXPECT_FALSE(exists("/root/.kde/share/apps/kmail/u:@p:110"));
+}
+
 TEST_F(KMail, SeveralAccountsGoIntoOneFreshFile) {
   work();
   home();
@@ -210,6 +245,18 @@ TEST_F(KMail, MigratorRunsItsStepsInOrder) {
   EXPECT_THAT(steps_of(testing::internal::GetCapturedStdout()),
               ElementsAre("Migration Account Settings", "Migrating addressbook", "Migrating Emails.",
                           "Migrating Contacts and Tasks.", "Migrating Notes.", "Notes are done."));
+}
+
+TEST_F(KMail, MigratorsTracesHaveNoLineEndsOfTheirOwn) {
+  shell_quietly("mkdir -p /tmp/b/Mail");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, kmail_mail_account("/tmp/b"));
+  const std::string said = testing::internal::GetCapturedStdout();
+  EXPECT_THAT(said, StartsWith("Migration Account Settingsbuffer=/root\n"
+                               "Migrating addressbookbuffer=/root\n"
+                               "Migrating Emails.buffer=/root\n"
+                               "Migrating Contacts and Tasks.Migrating Calendarsbuffer=/root\n"));
+  EXPECT_THAT(said, testing::EndsWith("Migrating Notes.buffer=/root\nsrcpath::/tmp/b/NotesNotes are done."));
 }
 
 TEST_F(KMail, MigratorStopsAtOne) {

@@ -113,6 +113,47 @@ TEST_F(Calendar, PathsAreTraced) {
       testing::internal::GetCapturedStdout());
 }
 
+TEST_F(Calendar, TheConversionIsTracedAfterTheLines) {
+  calendar("RRULE:FREQ=DAILY\nRRULE:UNTIL=2005;\nX\n");
+  tasks("PRIORITY:9\n");
+  testing::internal::CaptureStdout();
+  kmailcallendar("/tmp/b");
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::EndsWith("Line2::RRULE:FREQ=DAILY\nRRULE foundLine2::RRULE:UNTIL=2005;\nRRULE found"
+                                "Line2::X\nCommand::rm /root/.kde/share/apps/korganizer/std2.ics"));
+}
+
+TEST_F(Calendar, AnUntilAtTheLinesEndTakesTheNextLineIn) {
+  calendar("RRULE:FREQ=DAILY;UNTIL=20051231T235959Z\nEND:VEVENT\n");
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ("RRULE:FREQ=DAILY;UNTIL=20051231END:VEVENT\n", read_file(organizer));
+}
+
+TEST_F(Calendar, ALastTimeWithoutItsLineEndsTheFile) {
+  calendar("DTSTART;TZID=X\n");
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ("DTSTART;TZID=X\n", read_file(organizer));
+}
+
+TEST_F(Calendar, TheFirstRuleOfATaskLineWins) {
+  calendar("");
+  tasks(
+      "X DUE;TZID=DTSTART;TZID:PRIORITY:9\nDTSTART;TZID=COMPLETED:1\nCOMPLETED:PRIORITY:9\nX PRIORITY:90\n"
+      "PRIORITY:1\n");
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ(
+      "DUE;VALUE=DATE;VALUE=DATE:PRIORITY:9\nRECURRENCE-ID:PRIORITY:9T000000Z\nDTSTART;VALUE=DATE:1\n"
+      "COMPLETED:PRIORITY:9Z\nPRIORITY:5\nPRIORITY:1\n",
+      read_file(organizer));
+}
+
+TEST_F(Calendar, AFolderWithoutAFileMigratesTheTasks) {
+  shell_quietly("mkdir -p /tmp/b/ImapMail/Calendar");
+  tasks("BEGIN:VCALENDAR\n");
+  EXPECT_EQ(0, kmailcallendar("/tmp/b"));
+  EXPECT_EQ("BEGIN:VCALENDAR\n", read_file(organizer));
+}
+
 // ---- Notes ----------------------------------------------------------------------------------------------
 
 struct Notes : Personal {
@@ -136,6 +177,21 @@ TEST_F(Notes, BecomeOneJournalEach) {
                           "iconv -c -f GB2312 -t utf-8 /root/.kde/share/apps/knotes/notes2.ics -o "
                           "/root/.kde/share/apps/knotes/notes.ics",
                           "rm /root/.kde/share/apps/knotes/notes2.ics"));
+}
+
+TEST_F(Notes, AreTraced) {
+  note("a.txt", "Subject: Shopping\nmilk\n");
+  testing::internal::CaptureStdout();
+  kmailnotes("/tmp/b");
+  EXPECT_EQ("buffer=/root\nsrcpath::/tmp/b/NotesOpening source file.Line::Subject: Shopping\n",
+            testing::internal::GetCapturedStdout());
+}
+
+TEST_F(Notes, AHostileFileNameStaysOneWord) {
+  note("a b;touch ran;$(touch ran)", "T:x\ny\n");
+  EXPECT_EQ(0, kmailnotes("/tmp/b"));
+  EXPECT_EQ(entry("y\\n", "x\n"), read_file(notes));
+  EXPECT_FALSE(exists("ran"));
 }
 
 TEST_F(Notes, EscapeBodyButNotTitle) {
@@ -201,10 +257,13 @@ TEST_F(Notes, MissingAreNoFailure) {
 
 TEST_F(Notes, AFileInPlaceOfTheFolderIsReported) {
   write_file("/tmp/b/Notes", "");
+  write_file(notes, "old");
+  write_file("/root/.kde/share/apps/knotes/notes2.ics", "left over");
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, kmailnotes("/tmp/b"));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
               HasSubstr("In kmailnotes() opendir: : Not a directory\n"));
+  EXPECT_EQ("old", read_file(notes));
 }
 
 // ---- Contacts -------------------------------------------------------------------------------------------
@@ -247,6 +306,23 @@ TEST_F(Contacts, OnPlusGoToAFileWithAChineseName) {
   EXPECT_EQ(0, kaddressbook("/tmp/b"));
   EXPECT_THAT(read_file(friends), testing::AllOf(HasSubstr("FN:Old"), HasSubstr("FN:Ann Lee")));
   EXPECT_FALSE(exists(std::string(kabc) + "std.vcf"));
+  EXPECT_THAT(output_of("grep -a ^FN '" + friends + "'"), HasSubstr("FN:\u670b\u53cb"));
+  const std::string to = "/root/.kde/share/apps/kabc";
+  const auto commands = commands_run();
+  EXPECT_THAT(std::vector<std::string>(commands.end() - 3, commands.end()),
+              ElementsAre("cp " + friends + " " + to + "/orig.vcf",
+                          "cat " + to + "/orig.vcf /tmp/b/ImapMail/Contacts/addressbook2.vcf > " + friends,
+                          "rm " + to + "/orig.vcf"));
+}
+
+TEST_F(Contacts, GoByTheVersionAloneAndByAllOfIt) {
+  assign(OSName, "RedFlag");
+  for (const char* version : {"4.1", "4.1 Plus 2", "Any"}) {
+    assign(OSVersion, version);
+    shell_quietly("rm -f " + std::string(kabc) + "*");
+    kaddressbook("/tmp/b");
+    EXPECT_EQ("std.vcf\n", output_of(std::string("ls ") + kabc)) << version;
+  }
 }
 
 TEST_F(Contacts, AreReadByOthers) {

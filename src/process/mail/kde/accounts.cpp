@@ -24,10 +24,6 @@ File append_to_kmailrc(const std::string& home) {
   return file;
 }
 
-void write(const File& file, const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), file.get());
-}
-
 // ---- One account -------------------------------------------------------------------------------------
 
 // "store-passwd" holds the outgoing server's answer, on purpose, and the transport never logs in.
@@ -108,7 +104,7 @@ bool append_account(const std::string& home, const MailAccount& account, int num
   File file = append_to_kmailrc(home);
   if (!file) return false;
   std::printf("\n\n File Opened");
-  write(file, account_entry(account, number));
+  write_text(file, account_entry(account, number));
   std::printf("\nFlush Result::%d", std::fflush(file.get()));
   std::printf("\nClose Result::%d", std::fclose(file.release()));
   std::printf("\nFile closed");
@@ -152,7 +148,7 @@ htmlLoadExternal=true
 int append_counts(int count) {
   const File file = append_to_kmailrc(user_home());
   if (!file) return 1;
-  write(file, fill(counts_text, {{"count", std::to_string(count)}}));
+  write_text(file, fill(counts_text, {{"count", std::to_string(count)}}));
   return 0;
 }
 

@@ -16,10 +16,6 @@ namespace {
 constexpr std::size_t calendar_line_limit = 1023;
 constexpr std::size_t note_line_limit = 255;
 
-void write(const File& file, const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), file.get());
-}
-
 // ---- Calendar ----------------------------------------------------------------------------------------
 
 struct CalendarPaths {
@@ -49,9 +45,9 @@ void print(const CalendarPaths& paths) {
 
 // The time of such a property stands on the line after it, which no rule is tried on.
 void copy_with_its_time(const std::string& line, const File& in, const File& out) {
-  write(out, line);
+  write_text(out, line);
   std::string time;
-  if (read_piece(in.get(), calendar_line_limit, time)) write(out, marked_as_utc(time));
+  if (read_piece(in.get(), calendar_line_limit, time)) write_text(out, marked_as_utc(time));
 }
 
 std::string rewritten_rule(const std::string& line) {
@@ -68,7 +64,7 @@ void rewrite_calendar(const std::string& from, const std::string& to) {
     if (contains(line, "DTSTART;TZID") || contains(line, "DTEND;TZID")) {
       copy_with_its_time(line, in, out);
     } else {
-      write(out, contains(line, "RRULE") ? rewritten_rule(line) : line);
+      write_text(out, contains(line, "RRULE") ? rewritten_rule(line) : line);
     }
   }
 }
@@ -91,7 +87,7 @@ void rewrite_tasks(const std::string& from, const std::string& to) {
   DateValues dates;
   std::string line;
   while (in && out && read_piece(in.get(), calendar_line_limit, line))
-    write(out, rewritten_task_line(line, dates));
+    write_text(out, rewritten_task_line(line, dates));
 }
 
 void join_and_convert(const CalendarPaths& paths) {
@@ -153,16 +149,18 @@ std::string journal_entry(const Note& note) {
          "END:VCALENDAR\n";
 }
 
-void write_notes(const std::string& folder, const std::string& to) {
+// False when there is nothing to convert: an older file of that name is not this archive's.
+bool write_notes(const std::string& folder, const std::string& to) {
   const auto names = list_folder(folder);
   if (!names) std::perror("In kmailnotes() opendir: ");
   const File out = names ? open_file(to, "w") : File();
-  if (!out) return;
+  if (!out) return false;
   for (const std::string& name : *names) {
     const std::string path = folder + "/" + name;
     SYSTEM(compose("dos2unix %s", path));
-    if (const std::optional<Note> note = read_note(path)) write(out, journal_entry(*note));
+    if (const std::optional<Note> note = read_note(path)) write_text(out, journal_entry(*note));
   }
+  return true;
 }
 
 }  // namespace
@@ -207,7 +205,7 @@ int kmailnotes(const char* args) {
   std::printf("srcpath::%s", folder.c_str());
   SYSTEM(compose("mkdir -p %s", knotes));
   if (is_folder(args, "Notes") == 0) return 0;
-  write_notes(folder, knotes + "/notes2.ics");
+  if (!write_notes(folder, knotes + "/notes2.ics")) return 0;
   SYSTEM(compose("iconv -c -f GB2312 -t utf-8 %s -o %s", knotes + "/notes2.ics", knotes + "/notes.ics"));
   SYSTEM(compose("rm %s", knotes + "/notes2.ics"));
   return 0;
