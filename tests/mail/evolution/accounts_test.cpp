@@ -232,7 +232,10 @@ TEST_F(EvolutionAccounts, AProfileWhoseFileCannotBeMadeEndsTheMigrator) {
   ASSERT_TRUE(assign(cur_user, "ann"));
   std::filesystem::create_directories("/home/ann/evolution/local");
   write_file(archive_root + "/Mail/Inbox", "From a\n");
+  testing::internal::CaptureStdout();
   EXPECT_EQ(-1, migrate());
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::EndsWith("GConfPath::/home/ann/.gconf/apps/evolution/mail/%gconf.xml\n"));
   EXPECT_FALSE(exists("/home/ann/evolution/local/Inbox"));
 }
 
@@ -332,6 +335,17 @@ TEST_F(EvolutionAccounts, TracesTellTheWay) {
                                 "after mail accounts::" +
                                 profile_file + "\nPopping Mail::" + archive_root + "/Mail\n"));
   EXPECT_THAT(traces, HasSubstr("ReturningReturning from Mail Account."));
+}
+
+TEST_F(EvolutionAccountsInGconf, TracesTellTheRunningUsersWay) {
+  setenv("TZ", "EST5", 1);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, migrate());
+  EXPECT_EQ(
+      "before mail accountsspawning the gconf tool.before gconf listafter gconf list"
+      "after mail accountsbuffer=/root\nbuffer=/root\nTimezone Val::America/New_York"
+      "Returning from Mail Account.",
+      testing::internal::GetCapturedStdout());
 }
 
 // --- One account

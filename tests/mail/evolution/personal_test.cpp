@@ -137,9 +137,24 @@ TEST_F(EvolutionPersonal, TracesShowTheCopies) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, migrate());
   EXPECT_EQ("buffer=/home/ann\nIn Calendar Contacts Tasks::" + imap_mail + "cp -f " + imap_mail +
-                "/Calendar/calendar.ics /home/ann/.evolution/calendar/local/system\n"
+                "/Calendar/calendar.ics /home/ann/.evolution/calendar/local/system"
                 "In display_calendar for other user.buffer=/home/ann\nCalendar Display Over.",
             testing::internal::GetCapturedStdout());
+}
+
+TEST_F(EvolutionPersonal, TracesShowTheOldLayoutsCopiesAndTheTasksOwn) {
+  make_personal_data();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, migrate());
+  EXPECT_EQ("buffer=/root\nIn Calendar Contacts Tasks::" + imap_mail + "cp -f " + imap_mail +
+                "/Calendar/calendar.ics /root/evolution/local/Calendar" + "cp -f " + imap_mail +
+                "/Contacts/addressbook.db /root/evolution/local/Contacts" + "cp -f " + imap_mail +
+                "/Tasks/tasks.ics /root/evolution/local/Tasks",
+            testing::internal::GetCapturedStdout());
+  make_profile();
+  testing::internal::CaptureStdout();
+  display_tasks();
+  EXPECT_EQ("In display_task for other user.buffer=/home/ann\n", testing::internal::GetCapturedStdout());
 }
 
 // --- What is shown, running user

@@ -218,11 +218,11 @@ bool store_for_profile(const Descriptions& descriptions) {
   const std::string path = folder + "/%gconf.xml";
   std::printf("GConfPath::%s\n", path.c_str());
   std::string text = accounts_head;
-  std::printf("Header Written.");
   for (const std::string& description : descriptions)
     text += fill(accounts_item, {{"description", escaped(description)}});
   text += accounts_tail;
   if (!write_gconf_file(folder, text)) return false;
+  std::printf("Header Written.");
   std::printf("freeing");
   std::printf("freeing complete.");
   std::printf("after mail accounts::%s\n", path.c_str());

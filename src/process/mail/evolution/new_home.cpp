@@ -47,12 +47,11 @@ std::string group_of(const SourceList& list, const std::string& home) {
               {{"group", uid(list.group)}, {"store", home + list.store}, {"source", uid(list.source)}});
 }
 
-void copy_with_group(std::FILE* from, std::FILE* to, const std::string& group) {
+void copy_with_group(std::FILE* from, const File& to, const std::string& group) {
   std::string line;
   while (read_piece(from, line_limit, line)) {
     std::printf("Line::%s", line.c_str());
-    const std::string& kept = contains(line, "file:///root") ? group : line;
-    std::fwrite(kept.data(), 1, kept.size(), to);
+    write_text(to, contains(line, "file:///root") ? group : line);
   }
 }
 
@@ -68,7 +67,7 @@ int repair(const SourceList& list) {
   if (!from) return -1;
   File to = open_file(path, "w");
   if (!to) return -1;
-  copy_with_group(from.get(), to.get(), group_of(list, home));
+  copy_with_group(from.get(), to, group_of(list, home));
   from.reset();
   to.reset();
   return SYSTEM(compose("rm %s", aside));

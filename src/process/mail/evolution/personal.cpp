@@ -24,7 +24,7 @@ constexpr std::size_t uid_size = 128;
 constexpr std::size_t uid2_size = 3072;
 
 void copy_with_trace(const shell::Command& copy) {
-  std::puts(copy.c_str());
+  std::printf("%s", copy.c_str());
   SYSTEM(copy);
 }
 

@@ -46,8 +46,7 @@ std::string staging_path(const std::string& path, const std::string& dest) {
 }
 
 void write_metadata(const std::string& folder, const char* name) {
-  const File file = open_file(folder + "/folder-metadata.xml", "w");
-  if (file) std::fputs(fill(folder_metadata, {{"name", name}}).c_str(), file.get());
+  replace_file(folder + "/folder-metadata.xml", fill(folder_metadata, {{"name", name}}));
 }
 
 bool convert_folder(const std::string& directory, const char* dest) {
