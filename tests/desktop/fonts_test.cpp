@@ -114,6 +114,24 @@ TEST_F(Fonts, AnOfficeSuiteGetsAllOfTheUsersFonts) {
   EXPECT_EQ("cp /root/.fonts/* /root/.staroffice7/user/fonts", commands.back());
 }
 
+// The fonts are everybody's then, so there may be none in the home to copy from; only the log shows it.
+TEST_F(Fonts, AnOfficeSuiteLooksInTheHomeAfterAnInstallationForEverybodyToo) {
+  on("RedFlag");
+  isMultiUser = 1;
+  write_file("/usr/bin/staroffice", "");
+  SystemLog log;
+  EXPECT_EQ(0, fonts("/tmp/b"));
+  EXPECT_EQ("cp /root/.fonts/* /root/.staroffice7/user/fonts", commands_run().back());
+  EXPECT_THAT(log.messages(), Contains(HasSubstr("exit status 1, cp /root/.fonts/*")));
+}
+
+TEST_F(Fonts, AHostileFileNameStaysOneWord) {
+  write_file("/tmp/b/Fonts/a;touch ran;$(touch ran).ttf", "");
+  EXPECT_EQ(0, fonts("/tmp/b"));
+  EXPECT_TRUE(exists("/root/.fonts/a;touch ran;$(touch ran).ttf"));
+  EXPECT_FALSE(exists("ran"));
+}
+
 TEST_F(Fonts, ThatCannotBeCopiedAreOnlyLogged) {
   SystemLog log;
   EXPECT_EQ(0, fonts("/tmp/missing"));

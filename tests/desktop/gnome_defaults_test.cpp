@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "desktop/gconf_calls.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -99,6 +100,12 @@ TEST_F(GnomeDefaults, ShortcutsAreWindowsOwn) {
   EXPECT_EQ("<Alt>e\n", session.get("/apps/gnome_settings_daemon/keybindings/home"));
   EXPECT_EQ("<Control>Escape\n", session.get("/apps/metacity/global_keybindings/panel_main_menu"));
   EXPECT_EQ("<Alt>r\n", session.get("/apps/metacity/global_keybindings/panel_run_dialog"));
+  EXPECT_THAT(settings_made(),
+              ElementsAre("string /apps/gnome_settings_daemon/keybindings/help F1",
+                          "string /apps/gnome_settings_daemon/keybindings/search F3",
+                          "string /apps/gnome_settings_daemon/keybindings/home <Alt>e",
+                          "string /apps/metacity/global_keybindings/panel_main_menu <Control>Escape",
+                          "string /apps/metacity/global_keybindings/panel_run_dialog <Alt>r"));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "desktop/gconf_calls.h"
 #include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -56,6 +57,9 @@ TEST_F(Drives, SetNautilusPreferencesInOrder) {
   EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
   for (const char* key : {"always_use_browser", "start_with_sidebar", "side_pane_view"})
     EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/" + std::string(key)));
+  EXPECT_THAT(settings_made(), ElementsAre("bool /apps/nautilus/preferences/always_use_browser",
+                                           "bool /apps/nautilus/preferences/start_with_sidebar",
+                                           "bool /apps/nautilus/preferences/side_pane_view"));
 }
 
 TEST_F(Drives, EmptyFolderGivesAnEmptyList) {
@@ -66,6 +70,13 @@ TEST_F(Drives, EmptyFolderGivesAnEmptyList) {
   EXPECT_EQ("buffer=/root\nGCONF Set complete", testing::internal::GetCapturedStdout());
   EXPECT_EQ("<?xml version=\"1.0\"?>\n<bookmarks>\n</bookmarks>\n", read_file(nautilus));
   EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/side_pane_view"));
+}
+
+TEST_F(Drives, AHomeWithoutNautilusGetsItsFolder) {
+  Session session;
+  shell_quietly("rmdir /root/.nautilus");
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_EQ("<?xml version=\"1.0\"?>\n<bookmarks>\n</bookmarks>\n", read_file(nautilus));
 }
 
 TEST_F(Drives, OfAProfileComeWithItsPreferences) {
@@ -98,6 +109,14 @@ TEST_F(Drives, OfAProfileWithoutAGconfTreeFail) {
   shell_quietly("rm -r /home/ann/.gconf");
   EXPECT_THAT(complaint_of(nautilusmappeddrives, -1),
               HasSubstr("/home/ann/.gconf/apps/nautilus/preferences"));
+}
+
+TEST_F(Drives, OfAProfileWhosePreferencesCannotBeWrittenAreNotSaidToBeSet) {
+  for_ann();
+  shell_quietly("rm -r /home/ann/.gconf");
+  testing::internal::CaptureStdout();
+  complaint_of(nautilusmappeddrives, -1);
+  EXPECT_EQ("buffer=/home/ann\n", testing::internal::GetCapturedStdout());
 }
 
 TEST_F(Drives, OnGnomeALinkThatCannotBeMadeEndsTheWork) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "desktop/gconf_calls.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -48,6 +49,9 @@ TEST_F(Wallpaper, OnGnomeIsSetThroughGconf) {
   EXPECT_EQ(0, wallpaper("/tmp/b"));
   EXPECT_EQ("/root/bliss.bmp\n", session.get("/desktop/gnome/background/picture_filename"));
   EXPECT_EQ("centered\n", session.get("/desktop/gnome/background/picture_options"));
+  EXPECT_THAT(settings_made(),
+              ElementsAre("string /desktop/gnome/background/picture_filename /root/bliss.bmp",
+                          "string /desktop/gnome/background/picture_options centered"));
   EXPECT_TRUE(exists("/root/bliss.bmp"));
   EXPECT_FALSE(exists("/root/option.txt"));
   EXPECT_THAT(commands_run(),
@@ -118,10 +122,9 @@ TEST_F(Wallpaper, OnKdeIsSetByTheDesktopItself) {
   picture("my.photo.jpg", "C");
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, kdewallpaper("/tmp/b"));
-  EXPECT_THAT(
-      testing::internal::GetCapturedStdout(),
-      testing::StartsWith("In kdewallpaperbuffer=/root\nWallpaper::my.photo.jpg\nP::.photo.jpg\n"
-                          "dcop kdesktop KBackgroundIface setWallpaper \"/root/Wallpaper1.photo.jpg\" 1"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::StrEq("In kdewallpaperbuffer=/root\nWallpaper::my.photo.jpg\nP::.photo.jpg\n"
+                             "dcop kdesktop KBackgroundIface setWallpaper \"/root/Wallpaper1.photo.jpg\" 1"));
   EXPECT_THAT(commands_run(),
               ElementsAre("cp /tmp/b/Wallpaper/option.txt /root",
                           "cp \"/tmp/b/Wallpaper/my.photo.jpg\" \"/root/Wallpaper1.photo.jpg\"",
@@ -187,6 +190,17 @@ TEST_F(Wallpaper, ANameWithoutADotHasNoExtension) {
   picture("photo", "C");
   kdewallpaper("/tmp/b");
   EXPECT_TRUE(exists("/root/Wallpaper1"));
+}
+
+TEST_F(Wallpaper, ANameAddsNoLineToAProfilesSettings) {
+  for_ann();
+  picture("a.jpg\n[Evil]\nKey[$e]=$(touch ran)", "C");
+  EXPECT_EQ(0, kdewallpaper("/tmp/b"));
+  EXPECT_EQ(
+      "[Desktop0]\nWallpaper=/home/ann/Wallpaper1.jpg\nWallpaperMode=Centred\n\n\n[Version]\n"
+      "KDEVersionMinor=3\nKDEVersionRelease=2\n",
+      read_file("/home/ann/.kde/share/config/kdesktoprc"));
+  EXPECT_EQ("BM", read_file("/home/ann/Wallpaper1.jpg"));
 }
 
 TEST_F(Wallpaper, AHostileNameStaysOneWord) {

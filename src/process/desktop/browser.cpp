@@ -41,14 +41,14 @@ std::optional<Profile> find_profile() {
 
 bool is_cookie(const std::string& line) { return line[0] != '#' && line[0] != '\n'; }
 
-void widen_cookies(std::FILE* from, std::FILE* to) {
+void widen_cookies(std::FILE* from, const File& to) {
   std::string piece;
   bool at_line_start = true;
   while (read_piece(from, line_limit, piece)) {
     // A second dot before a host that has one already is deliberate: browsers take it for the same
     // pattern, and the rule stays the same for every line.
-    if (at_line_start && is_cookie(piece)) std::fputc('.', to);
-    std::fwrite(piece.data(), 1, piece.size(), to);
+    if (at_line_start && is_cookie(piece)) write_text(to, ".");
+    write_text(to, piece);
     at_line_start = piece.back() == '\n';
   }
 }
@@ -68,7 +68,7 @@ int favourites(const char* args) {
   if (!profile) return -1;
   const shell::Command copy =
       compose("cp %s/Bookmark.htm %s/%s/bookmarks.html", args, profile->folder, profile->name);
-  std::puts(copy.c_str());
+  std::printf("%s", copy.c_str());
   SYSTEM(copy);
   return 0;
 }
@@ -81,7 +81,7 @@ int cookies(const char* args) {
   if (!from) return failed("in cookies ");
   const File to = open_file(profile->folder + "/" + profile->name + "/cookies.txt", "w");
   if (!to) return failed(" in cookies ");  // the blank in front tells the two apart
-  widen_cookies(from.get(), to.get());
+  widen_cookies(from.get(), to);
   return 0;
 }
 

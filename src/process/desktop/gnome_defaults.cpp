@@ -1,6 +1,5 @@
 #include "process/desktop/gnome_defaults.h"
 
-#include <cstdio>
 #include <string>
 
 #include "gconf/client.h"
@@ -22,9 +21,8 @@ constexpr const char* launcher_settings =
 
 // The folder is not made: a home without it has no such launcher on its panel.
 void write_launcher_settings(const std::string& home) {
-  const File file =
-      open_file(home + "/.gconf/apps/panel/profiles/default/objects/webbrowser_launcher/%gconf.xml", "w");
-  if (file) std::fputs(launcher_settings, file.get());
+  replace_file(home + "/.gconf/apps/panel/profiles/default/objects/webbrowser_launcher/%gconf.xml",
+               launcher_settings);
 }
 
 }  // namespace

@@ -29,8 +29,7 @@ void rewrite(const std::string& from, const std::string& to, const std::string& 
   while (read_piece(before.get(), line_limit, line)) {
     const bool opening = contains(line, "<xbel");
     if (opening) std::printf("found something");
-    const std::string text = opening ? with_bookmark(line, bookmark_xml) : line;
-    std::fwrite(text.data(), 1, text.size(), after.get());
+    write_text(after, opening ? with_bookmark(line, bookmark_xml) : line);
   }
 }
 

@@ -83,8 +83,7 @@ int make_link(const std::string& home, const Drive& drive, const char* icon) {
     std::perror("Network Drives ");
     return -1;
   }
-  const std::string text = fill(link_text, {{"name", drive.name}, {"share", drive.share}, {"icon", icon}});
-  std::fwrite(text.data(), 1, text.size(), link.get());
+  write_text(link, fill(link_text, {{"name", drive.name}, {"share", drive.share}, {"icon", icon}}));
   return 0;
 }
 
@@ -101,7 +100,7 @@ File new_nautilus_bookmarks(const std::string& home) {
 }
 
 void write_to(const File& file, const std::string& text) {
-  if (file) std::fwrite(text.data(), 1, text.size(), file.get());
+  if (file) write_text(file, text);
 }
 
 constexpr const char* nautilus_bookmark =
@@ -146,13 +145,9 @@ int write_nautilus_preferences(const std::string& home) {
   SYSTEM(compose("mkdir %s/.gconf/apps/nautilus", home));
   SYSTEM(compose("mkdir %s/.gconf/apps/nautilus/preferences", home));
   const std::string path = home + "/.gconf/apps/nautilus/preferences/%gconf.xml";
-  const File file = open_file(path, "w");
-  if (!file) {
-    std::perror(path.c_str());
-    return -1;
-  }
-  write_to(file, nautilus_preferences);
-  return 0;
+  if (replace_file(path, nautilus_preferences)) return 0;
+  std::perror(path.c_str());
+  return -1;
 }
 
 constexpr const char* konqueror_bookmark =

@@ -32,14 +32,10 @@ std::optional<int> read_style(const std::string& path) {
   return std::fgetc(file.get());
 }
 
-int write_text(const std::string& path, const std::string& text) {
-  const File file = open_file(path, "w");
-  if (!file) {
-    std::perror(path.c_str());
-    return -1;
-  }
-  std::fwrite(text.data(), 1, text.size(), file.get());
-  return 0;
+int write_settings(const std::string& path, const std::string& text) {
+  if (replace_file(path, text)) return 0;
+  std::perror(path.c_str());
+  return -1;
 }
 
 // GNOME's word for tiling is "wallpaper"; it also serves unknown styles.
@@ -75,14 +71,16 @@ int write_gnome_background(const std::string& home, const std::string& picture, 
   std::printf("Writing wallpaper gconf::%s%s\n", picture.c_str(), option);
   // Only the last folder: a home without the GConf tree above it is not set up for GNOME.
   SYSTEM(compose("mkdir %s/.gconf/desktop/gnome/background", home));
-  return write_text(home + "/.gconf/desktop/gnome/background/%gconf.xml",
-                    fill(background_settings, {{"option", option}, {"picture", picture}}));
+  return write_settings(home + "/.gconf/desktop/gnome/background/%gconf.xml",
+                        fill(background_settings, {{"option", option}, {"picture", picture}}));
 }
 
-// From the first dot on: "my.photo.jpg" keeps ".photo.jpg".
+// From the first dot on: "my.photo.jpg" keeps ".photo.jpg". Not past a line end: the picture's path is a line
+// of the profile's settings, and what followed there would be read as settings of the archive's choosing.
 std::string extension(const std::string& name) {
-  const std::size_t dot = name.find('.');
-  return dot == std::string::npos ? "" : name.substr(dot);
+  const std::string line = name.substr(0, name.find('\n'));
+  const std::size_t dot = line.find('.');
+  return dot == std::string::npos ? "" : line.substr(dot);
 }
 
 struct KdeMode {
@@ -107,7 +105,7 @@ KdeMode kde_mode(int style) {
 
 int set_kde_background(const std::string& picture, int mode) {
   const shell::Command call = compose("dcop kdesktop KBackgroundIface setWallpaper \"%s\" %d", picture, mode);
-  std::puts(call.c_str());
+  std::printf("%s", call.c_str());
   SYSTEM(call);
   return 0;
 }
@@ -120,8 +118,8 @@ KDEVersionRelease=2
 )";
 
 int write_kde_background(const std::string& home, const std::string& picture, const char* mode_line) {
-  return write_text(home + "/.kde/share/config/kdesktoprc",
-                    fill(desktop_settings, {{"picture", picture}, {"mode", mode_line}}));
+  return write_settings(home + "/.kde/share/config/kdesktoprc",
+                        fill(desktop_settings, {{"picture", picture}, {"mode", mode_line}}));
 }
 
 }  // namespace

@@ -1,0 +1,31 @@
+#include "desktop/gconf_calls.h"
+
+#include <dlfcn.h>
+#include <gconf/gconf-client.h>
+
+namespace {
+
+std::vector<std::string> calls;
+
+template <typename Function>
+Function* really(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+const std::vector<std::string>& settings_made() { return calls; }
+
+// These take the place of the library's in this program.
+
+extern "C" gboolean gconf_client_set_string(GConfClient* client, const gchar* key, const gchar* val,
+                                            GError** error) {
+  calls.push_back(std::string("string ") + key + " " + val);
+  return really<decltype(gconf_client_set_string)>("gconf_client_set_string")(client, key, val, error);
+}
+
+extern "C" gboolean gconf_client_set_bool(GConfClient* client, const gchar* key, gboolean val,
+                                          GError** error) {
+  calls.push_back(std::string("bool ") + key);
+  return really<decltype(gconf_client_set_bool)>("gconf_client_set_bool")(client, key, val, error);
+}
