@@ -87,6 +87,7 @@ sub structured_element {
     my ($property) = @_;
     my ($name, @fields) = @{ $structured_elements{ $property->{name} } };
     my @parts = parts_of(in_unicode($property->{value}));
+    push @fields, ('unit') x (@parts - @fields) if $name eq 'organization';    # departments of departments
     my $inner = join '', map { element($fields[$_], $parts[$_] // '', '      ') } 0 .. $#fields;
     my $type = $name eq 'address' ? ' type="' . kind($property, @address_kinds) . '"' : '';
     return length $inner ? "    <$name$type>\n$inner    </$name>\n" : '';

@@ -43,6 +43,8 @@ is convert('FN:a\, b\; c\\\\d <e> "f" & \'g\''),
     contact("    <displayName>a, b; c\\d &lt;e&gt; &quot;f&quot; &amp; &apos;g&apos;</displayName>\n"), 'escapes';
 is convert('N:a\;b;c'), contact("    <name>\n      <family>a;b</family>\n      <given>c</given>\n    </name>\n"),
     'a semicolon inside a part';
+is convert('ORG:Company;Sales;East'), contact("    <organization>\n      <company>Company</company>\n"
+    . "      <unit>Sales</unit>\n      <unit>East</unit>\n    </organization>\n"), 'every level of an organization';
 is convert('FN:', 'N:;;;;', 'TEL:', 'X-OTHER:x'), contact(''), 'what is empty or unknown is left out';
 
 my %kinds = ('TYPE=HOME' => 'home', 'TYPE=WORK,VOICE' => 'work', 'TYPE=HOME;TYPE=FAX' => 'homefax', 'FAX' => 'fax',
