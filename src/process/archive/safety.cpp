@@ -9,28 +9,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool points_out(const fs::path& link) {
-  std::error_code unreadable;
-  const fs::path target = fs::read_symlink(link, unreadable);
-  if (unreadable || target.is_absolute()) return true;
-  for (const fs::path& step : target) {
-    if (step == "..") return true;
-  }
-  return false;
-}
-
 bool is_unsafe(const fs::directory_entry& entry) {
   std::error_code error;
-  const fs::file_status status = entry.symlink_status(error);
-  switch (status.type()) {
-    case fs::file_type::regular:
-    case fs::file_type::directory:
-      return false;
-    case fs::file_type::symlink:
-      return points_out(entry.path());
-    default:
-      return true;
-  }
+  const fs::file_type type = entry.symlink_status(error).type();
+  return type != fs::file_type::regular && type != fs::file_type::directory;
 }
 
 }  // namespace
@@ -44,7 +26,7 @@ void remove_unsafe_entries(const std::string& folder) {
     if (is_unsafe(*entry)) unsafe.push_back(entry->path());
   }
   for (const fs::path& path : unsafe) {
-    std::fprintf(stderr, "Left out of the migration, it points out of the archive: %s\n", path.c_str());
+    std::fprintf(stderr, "Left out of the migration, it is neither a file nor a folder: %s\n", path.c_str());
     fs::remove(path, error);
   }
 }

@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// Removes from the unpacked `folder` what a Windows PC cannot have put there and what could reach out of
-/// it: pipes, sockets and devices, and symbolic links that are absolute or go upwards. Each removal is named
-/// on standard error. Links that only point downwards stay.
+/// Removes from the unpacked `folder` what a Windows PC cannot have put there: symbolic links, pipes, sockets
+/// and devices. A link could reach out of the archive, and one that stays inside could still lead the walk
+/// through the mail folders round in circles. Each removal is named on standard error.
 void remove_unsafe_entries(const std::string& folder);
 
 #endif
