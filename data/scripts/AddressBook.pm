@@ -25,7 +25,8 @@ AddressBook - reads the contacts of a migration archive
 An Evolution address book is a Berkeley DB hash file: keys are contact ids, values are vCards, both with a
 NUL behind them, and one record tells the version of the book. This module reads such a file from a stream,
 with core Perl alone, so that a damaged one still yields every contact that can be read: page by page, every
-offset checked, every chain followed once. Plain vCards are taken as well.
+offset checked, every chain followed once. What the damage has cut off from the rest is looked for on the
+pages that nothing has led to. Plain vCards are taken as well.
 
 Read are files of either byte order and any page size, of hash versions 5 to 10 (libraries 2 to 5.3 and
 later), with values that lie on pages of their own and with duplicates. Encrypted files are not.
@@ -37,8 +38,8 @@ later), with values that lie on pages of their own and with duplicates. Encrypte
 =item vcards($handle)
 
 All vCards of the book in its own order, each from BEGIN:VCARD to END:VCARD as the bytes it holds, without
-the NUL. What cannot be read is told on standard error and left out; a text that is not exactly one vCard is
-never returned.
+the NUL. "The book's own order" is the one in which the database itself lists its records. What cannot be
+read is told on standard error and left out; a text that is not exactly one vCard is never returned.
 
 =item properties($vcard)
 
@@ -50,6 +51,10 @@ The properties of one vCard in their order, unfolded, as hash references:
 
 BEGIN, END and VERSION are left out.
 
+=item unfolded($vcard)
+
+The vCard with each property on one line; its bytes and line ends are the card's own otherwise.
+
 =back
 
 =cut
@@ -57,9 +62,11 @@ BEGIN, END and VERSION are left out.
 use constant {
     HASH_MAGIC    => 0x061561,
     PAGE_HEADER   => 26,
-    CHECKSUM_SIZE => 6,          # behind the header, when pages carry a checksum
+    CHECKSUM_SIZE => 6,          # behind the header, where pages carry a checksum
     LONGEST_VALUE => 64 << 20,
 };
+
+my $complaints = 0;
 
 # Page types
 use constant { HASH_UNSORTED => 2, HASH_SORTED => 13, OVERFLOW => 7 };
@@ -73,6 +80,7 @@ use constant { KEYDATA => 1, DUPLICATE => 2, OFFPAGE => 3, OFFDUP => 4 };
 
 sub vcards {
     my ($handle) = @_;
+    $complaints = 0;
     binmode $handle;
     my $bytes = do { local $/; <$handle> };
     $bytes = '' unless defined $bytes;
@@ -99,16 +107,17 @@ sub properties {
     return @properties;
 }
 
-# A vCard with each property on one line. Version 2.1 keeps the blank that a fold begins with, and breaks
-# quoted-printable values with "=".
+# Version 2.1 keeps the blank that a fold begins with, the later ones drop it; in all of them a value in
+# quoted-printable is broken by "=". Such breaks go between two passes, for a fold may stand behind them and
+# before.
 sub unfolded {
     my ($card) = @_;
-    if ($card =~ /^VERSION:2\.1\s*$/mi) {
-        $card =~ s/\r?\n(?=[ \t])//g;
-        1 while $card =~ s/^([^:\n]*QUOTED-PRINTABLE[^:\n]*:[^\n]*)=\r?\n/$1/mi;
-    } else {
-        $card =~ s/\r?\n[ \t]//g;
-    }
+    my $keeps_blank = $card =~ /^VERSION:2\.1\s*$/mi;
+    my $fold = $keeps_blank ? qr/\r?\n(?=[ \t])/ : qr/\r?\n[ \t]/;
+    my $soft_break = $keeps_blank ? qr/=\r?\n/ : qr/=\r?\n[ \t]?/;
+    $card =~ s/(?<!=)(?<!=\r)$fold//g;
+    1 while $card =~ s/^([^:\n]*QUOTED-PRINTABLE[^:\n]*:[^\n]*)$soft_break(?!END:VCARD)/$1/mi;
+    $card =~ s/$fold//g;
     return $card;
 }
 
@@ -134,39 +143,68 @@ sub params_of {
 
 sub plain_cards {
     my ($bytes) = @_;
-    my @cards;
-    while ($bytes =~ /^(BEGIN:VCARD[ \t]*\r?\n.*?^END:VCARD)[ \t]*\r?$/gmsi) {
-        push @cards, $1 if is_card($1);
-    }
+    my @cards = cards_between_others($bytes);
     my $begun = () = $bytes =~ /^BEGIN:VCARD/gmi;
     complain("no address book and no vCard") if !$begun && $bytes =~ /\S/;
     complain(($begun - @cards) . " contacts could not be read") if $begun > @cards;
     return @cards;
 }
 
-# Exactly one vCard and nothing that no text has.
+# The vCards that stand somewhere in `bytes`, each begun at the start of a line or behind something that is no
+# text.
+sub cards_between_others {
+    my ($bytes) = @_;
+    my @begun = split /(?:^|(?<=[\x00-\x08]))(?=BEGIN:VCARD\s)/mi, $bytes;
+    return grep { is_card($_) } map { /\A(BEGIN:VCARD\s.*?^END:VCARD)(?=\s|\0|\z)/msi ? $1 : () } @begun;
+}
+
+# Exactly one vCard and nothing that no text has. Notes from Windows do hold vertical tabs and form feeds, and
+# Japanese ones escapes.
 sub is_card {
     my ($text) = @_;
     return 0 unless $text =~ /\ABEGIN:VCARD\s.*^END:VCARD\s*\z/msi;
-    return 0 if $text =~ /[\x00-\x08\x0b\x0c\x0e-\x1f]/;
+    return 0 if $text =~ /[\x00-\x08\x0e-\x1a\x1c-\x1f]/;
     my $begun = () = $text =~ /^BEGIN:VCARD/gmi;
     return $begun == 1;
 }
 
-sub complain { print STDERR "address book: $_[0]\n" }
+sub complain {
+    ++$complaints;
+    print STDERR "address book: $_[0]\n";
+}
 
 # ---- The file as pages -----------------------------------------------------------------------------------
 
 # What is known of the file: bytes, u16 and u32 (unpack letters of its byte order), page_size, pages, header
-# (bytes before a page's items), order (hash pages in the order of their buckets). Nothing for a file that is
-# no such database.
+# (bytes before a page's items), order (hash pages in the order of their buckets), keys (how many it should
+# have, 0 if it does not say), read (the pages that need no second look). Nothing for a file that is no such
+# database.
 sub open_book {
     my ($bytes) = @_;
-    my $book = known_book($bytes) || guessed_book($bytes) || return;
+    my $book = known_book($bytes);
+    $book = guessed_book($bytes) || $book if !$book || !has_such_pages($bytes, $book);
+    return unless $book;
     $book->{bytes} = $bytes;
     $book->{pages} = int((length($bytes) + $book->{page_size} - 1) / $book->{page_size});
     complain('the file is cut off') if length($bytes) % $book->{page_size};
+    $book->{header} = header_size($book);
     return $book;
+}
+
+# Pages with a checksum tell it themselves: only with the right size of the header do their items lie well. So
+# it needs no first page.
+sub header_size {
+    my ($book) = @_;
+    my ($plain, $with_checksum) = map { sound_pages($book, $_) } PAGE_HEADER, PAGE_HEADER + CHECKSUM_SIZE;
+    return PAGE_HEADER + ($with_checksum > $plain ? CHECKSUM_SIZE : 0);
+}
+
+sub sound_pages {
+    my ($book, $header) = @_;
+    my %tried = (%$book, header => $header);
+    my @pages = grep { defined } map { page(\%tried, $_) } 1 .. $book->{pages} - 1;
+    return scalar grep { $_->{entries} && is_sound(\%tried, $_, items_on(\%tried, $_)) }
+        grep { is_hash_page($_) } @pages;
 }
 
 sub known_book {
@@ -177,14 +215,14 @@ sub known_book {
         my ($magic, $version, $page_size) = unpack "x12 $u32 $u32 $u32", $bytes;
         next unless $magic == HASH_MAGIC;
         next unless is_page_size($page_size);
-        my $flags = $version > 5 ? ord substr($bytes, 26, 1) : 0;
         return {
             u16       => $u16,
             u32       => $u32,
             page_size => $page_size,
-            header    => PAGE_HEADER + ($flags & 1 ? CHECKSUM_SIZE : 0),
+            header    => PAGE_HEADER,
             order     => [ $version > 5 ? bucket_pages($bytes, $u32) : () ],
             last_page => $version > 5 ? unpack("x32 $u32", $bytes) : 0,
+            keys      => $version > 5 && length $bytes >= 92 ? unpack("x88 $u32", $bytes) : 0,
         };
     }
     return;
@@ -216,9 +254,8 @@ sub guessed_book {
     for my $page_size (map { 512 << $_ } 0 .. 7) {
         for my $order ([ 'v', 'V' ], [ 'n', 'N' ]) {
             my $book = { u16 => $order->[0], u32 => $order->[1], page_size => $page_size,
-                         header => PAGE_HEADER, order => [], last_page => 0 };
-            my $pages = int(length($bytes) / $page_size);
-            my $right = grep { knows_its_number($bytes, $book, $_) } 1 .. $pages - 1;
+                         header => PAGE_HEADER, order => [], last_page => 0, keys => 0 };
+            my $right = pages_that_fit($bytes, $book);
             ($best, $most) = ($book, $right * $page_size) if $right * $page_size > $most;
         }
     }
@@ -233,15 +270,28 @@ sub knows_its_number {
     return $own == $number && ($type == HASH_UNSORTED || $type == HASH_SORTED || $type == OVERFLOW);
 }
 
-# One page: number, next, entries (on a page of items), free (bytes used, on an overflow page), type, bytes.
+sub pages_that_fit {
+    my ($bytes, $book) = @_;
+    my $last = int(length($bytes) / $book->{page_size}) - 1;
+    return scalar grep { knows_its_number($bytes, $book, $_) } 1 .. $last;
+}
+
+# Whether the page size that the first page tells can be true.
+sub has_such_pages {
+    my ($bytes, $book) = @_;
+    return length $bytes < 2 * $book->{page_size} || pages_that_fit($bytes, $book);
+}
+
+# One page: number, prev and next, entries (on a page of items), free (where its items begin; on an overflow
+# page the bytes used), type, bytes.
 sub page {
     my ($book, $number) = @_;
     return if $number < 1 || $number >= $book->{pages};
     my $bytes = substr $book->{bytes}, $number * $book->{page_size}, $book->{page_size};
     return if length $bytes < $book->{header};
     my %page = (bytes => $bytes);
-    @page{qw(number next entries free type)} =
-        unpack "x8 $book->{u32} x4 $book->{u32} $book->{u16} $book->{u16} x1 C", $bytes;
+    @page{qw(number prev next entries free type)} =
+        unpack "x8 $book->{u32}3 $book->{u16}2 x1 C", $bytes;
     return \%page;
 }
 
@@ -251,25 +301,78 @@ sub is_hash_page { my ($page) = @_; return $page->{type} == HASH_UNSORTED || $pa
 
 sub cards_of_book {
     my ($book) = @_;
-    my (@cards, $lost);
-    if ($book->{last_page} >= $book->{pages}) {
-        $lost = 1;
-        complain('pages are missing at the end') if length($book->{bytes}) % $book->{page_size} == 0;
+    if ($book->{last_page} >= $book->{pages} && length($book->{bytes}) % $book->{page_size} == 0) {
+        complain('pages are missing at the end');
     }
+    my $keys = 0;
+    my @cards;
     for my $number (page_order($book)) {
         my $page = page($book, $number) || next;
         next unless is_hash_page($page);
-        for my $value (values_on($book, $page)) {
-            $value =~ s/\0+\z// if defined $value;
-            if (defined $value && is_card($value)) {
-                $value =~ s/\s+\z//;
-                push @cards, $value;
-            } else {
-                complain("a contact on page $number could not be read");
-            }
-        }
+        $keys += int($page->{entries} / 2);
+        push @cards, cards_on($book, $page, $number);
+    }
+    push @cards, lost_cards($book, @cards);
+    complain(($book->{keys} - $keys) . ' contacts are missing') if $keys < $book->{keys} && !$complaints;
+    return @cards;
+}
+
+# The contacts that the index of a hash page leads to.
+sub cards_on {
+    my ($book, $page, $number) = @_;
+    my @items = items_on($book, $page);
+    my @found = map { card_in($_) } values_of($book, @items);
+    my @cards = grep { defined } @found;
+    if (is_sound($book, $page, @items)) {
+        complain("a contact on page $number could not be read") for @cards + 1 .. @found;
+        $book->{read}{$number} = 1;
+    } else {
+        complain("page $number is damaged");
     }
     return @cards;
+}
+
+# The contact that a value is, without the NUL; undef for anything else.
+sub card_in {
+    my ($value) = @_;
+    return undef unless defined $value;
+    $value =~ s/\0+\z//;
+    return undef unless is_card($value);
+    return $value =~ s/\s+\z//r;
+}
+
+# Whether the index of a hash page leads to all of its items: they lie without gaps from "free" to the end.
+sub is_sound {
+    my ($book, $page, @items) = @_;
+    return 0 if @items != $page->{entries} || @items % 2 || grep { !defined } @items;
+    my $used = 0;
+    $used += length for @items;
+    return $page->{free} == ($book->{page_size} - $used & 0xffff);
+}
+
+# What damage has cut off: contacts on pages that are in use and that nothing has led to. Pages in nobody's
+# use hold what was deleted; they have no type. A text that is there already is an old copy.
+sub lost_cards {
+    my ($book, @known) = @_;
+    my %known = map { $_ => 1 } @known;
+    my @cards;
+    for my $number (grep { !$book->{read}{$_} } 1 .. $book->{pages} - 1) {
+        my $page = page($book, $number) || next;
+        next if $page->{type} == 0;
+        my @found = grep { !$known{$_}++ } unled_cards($book, $page, $number);
+        complain("page $number was cut off from the others") if @found && !is_hash_page($page);
+        push @cards, @found;
+    }
+    return @cards;
+}
+
+sub unled_cards {
+    my ($book, $page, $number) = @_;
+    my $whole = $page->{type} == OVERFLOW ? card_in(chain($book, $number)) : undef;
+    return $whole if defined $whole;
+    # Before the items of a hash page lies what was deleted.
+    my $begin = $page->{free} < length $page->{bytes} ? $page->{free} : 0;
+    return cards_between_others(substr $page->{bytes}, $begin);
 }
 
 # Every page once: the chains of the buckets first, then whatever no chain has led to.
@@ -289,10 +392,9 @@ sub page_order {
     return @order, grep { !$ordered{$_} } 1 .. $book->{pages} - 1;
 }
 
-# The values of all contacts on a page; undef for one that cannot be read.
-sub values_on {
-    my ($book, $page) = @_;
-    my @items = items_on($book, $page);
+# The values of all contacts among the items of a page; undef for one that cannot be read.
+sub values_of {
+    my ($book, @items) = @_;
     my @values;
     for (my $i = 0; $i + 1 < @items; $i += 2) {
         my @key = item_values($book, $items[$i]);
@@ -349,16 +451,57 @@ sub overflow_value {
     return undef if length $item < 12;
     my ($number, $size) = unpack "x4 $book->{u32} $book->{u32}", $item;
     return undef if $size > LONGEST_VALUE;
+    return chain($book, $number, $size);
+}
+
+# What lies on the overflow pages from `number` on, `size` bytes or, without one, up to the last page's end.
+# All pages but the last are full, so a given size makes up for a damaged count of the bytes used.
+sub chain {
+    my ($book, $number, $size) = @_;
+    my $room = $book->{page_size} - $book->{header};
     my ($value, %seen) = ('');
-    while (length $value < $size) {
+    while (defined $size ? length $value < $size : $number) {
         my $page = page($book, $number);
-        return undef if !$page || $seen{$number}++ || $page->{type} != OVERFLOW;
-        my $used = $page->{free};
+        return undef if !$page || !is_overflow_page($page, $number);
+        return undef if $seen{$number}++ || has_gone_far($book);
+        my $left = defined $size ? $size - length $value : $page->{free};
+        my $used = $left < $room ? $left : $room;
         return undef if $used == 0 || $book->{header} + $used > length $page->{bytes};
+        return undef if length($value) + $used > LONGEST_VALUE;
         $value .= substr $page->{bytes}, $book->{header}, $used;
-        $number = $page->{next};
+        $number = page_after($book, $page, $number);
     }
-    return length $value == $size ? $value : undef;
+    # A contact with its end missing may be told a wrong size: its pages get a second look.
+    @{ $book->{read} }{ keys %seen } = values %seen if defined card_in($value) || $value !~ /\ABEGIN:VCARD/i;
+    return $value;
+}
+
+# A page belongs to one chain. In a file made to keep us busy many values lead to the same ones.
+sub has_gone_far { my ($book) = @_; return $book->{steps}++ > 8 * $book->{pages} }
+
+# One of the two marks is enough; no other page passes for text.
+sub is_overflow_page {
+    my ($page, $number) = @_;
+    return $page->{type} == OVERFLOW || $page->{number} == $number;
+}
+
+# Pages of a chain name each other: where the way on is damaged, the way back still tells.
+sub page_after {
+    my ($book, $page, $number) = @_;
+    my $next = page($book, $page->{next});
+    return $page->{next} if $next && $next->{prev} == $number;
+    my $after = $book->{after} ||= pages_by_the_one_before($book);
+    return $after->{$number} || ($next ? $page->{next} : 0);
+}
+
+sub pages_by_the_one_before {
+    my ($book) = @_;
+    my %after;
+    for my $number (1 .. $book->{pages} - 1) {
+        my $page = page($book, $number) || next;
+        $after{ $page->{prev} } = $number if $page->{type} == OVERFLOW && $page->{prev};
+    }
+    return \%after;
 }
 
 # Many duplicates of one key lie in a tree of their own, whose leaves are a chain.
@@ -369,7 +512,8 @@ sub duplicates_on_pages {
     my (@values, %seen);
     while ($number) {
         my $page = page($book, $number);
-        return @values, undef if !$page || $seen{$number}++;
+        return @values, undef if !$page || $seen{$number}++ || has_gone_far($book);
+        $book->{read}{$number} = 1;
         if ($is_inner{ $page->{type} }) {
             $number = first_child($book, $page);
         } elsif ($is_leaf{ $page->{type} }) {
@@ -396,10 +540,12 @@ sub leaf_values {
     my $count = $page->{entries};
     return undef if $header + 2 * $count > length $page->{bytes};
     my @values;
+    my $left = length $page->{bytes};
     for my $offset (unpack "x$header $book->{u16}$count", $page->{bytes}) {
         next if $offset + 3 > length $page->{bytes};
         my ($size, $type) = unpack "x$offset $book->{u16} C", $page->{bytes};
         next if $type & 0x80;    # deleted
+        return @values, undef if ($left -= $size) < 0;
         if (($type & 0x7f) == OFFPAGE && $offset + 12 <= length $page->{bytes}) {
             push @values, overflow_value($book, substr $page->{bytes}, $offset, 12);
         } else {

@@ -49,7 +49,7 @@ sub convert {
     return ([ split /(?<=^END:VCARD\n)/m, $output ], $messages);
 }
 
-sub numbers { return sort { $a <=> $b } map { /^FN:Person (\d+)$/m ? $1 : () } @{ $_[0] } }
+sub numbers { return sort { $a <=> $b } map { /^FN:Person (\d+)\r?$/m ? $1 : () } @{ $_[0] } }
 
 # ---- Whole books -----------------------------------------------------------------------------------------
 
@@ -101,6 +101,32 @@ load_book("duplicates=1\ndb_pagesize=512\n", '', map { ("same\0", card($_) . "\0
 ($cards) = convert($book);
 is_deeply [ numbers($cards) ], [ 1 .. 40 ], 'duplicates on pages of their own';
 
+# Older libraries left the pairs of a page unsorted and said so in the page's type; the oldest had another first
+# page. The rest of the format is the same.
+sub as_older {
+    my ($version, $bytes) = @_;
+    for my $page (1 .. length($bytes) / 1024 - 1) {
+        my $type = $page * 1024 + 25;
+        substr($bytes, $type, 1) = chr 2 if ord(substr $bytes, $type, 1) == 13;
+    }
+    substr($bytes, 16, 4) = pack 'V', $version;
+    if ($version == 5) {
+        my ($last_bucket, $high_mask, $low_mask, $fill, $keys) = unpack 'x72 V5', $bytes;
+        my $first = pack 'V13', 0, 0, 0, 0x061561, 5, 1024, 0, 0, $last_bucket, $high_mask, $low_mask, $fill, $keys;
+        substr($bytes, 0, 1024) = $first . "\0" x (1024 - length $first);
+    }
+    return $bytes;
+}
+
+make_book(contacts => 60, page_size => 1024, deleted => [7]);
+my $newest = bytes_of($book);
+for my $version (5 .. 10) {
+    put_bytes($book, as_older($version, $newest));
+    ($cards, $messages) = convert($book);
+    is_deeply [ numbers($cards) ], [ 1 .. 6, 8 .. 60 ], "hash version $version";
+    is $messages, '', 'and nothing to complain about';
+}
+
 # ---- Damage ----------------------------------------------------------------------------------------------
 
 make_book(contacts => 60, page_size => 1024);
@@ -129,15 +155,62 @@ for my $round (1 .. 40) {
     is_deeply \@garbage, [], "damage $round: no garbage";
 }
 
-# A chain of pages that leads back to itself.
-my $looping = $whole;
-for my $page (1 .. length($whole) / 1024 - 1) {
-    substr($looping, $page * 1024 + 16, 4) = pack 'V', $page if ord(substr $whole, $page * 1024 + 25, 1) == 7;
+# Nothing in a page's header or in the first page is needed so much that a contact gets lost with it, and what
+# was deleted does not come back.
+make_book(contacts => 60, page_size => 1024, deleted => [ 5, 17, 33 ]);
+my $damaged = bytes_of($book);
+my @kept = numbers((convert($book))[0]);
+require "$scripts/AddressBook.pm";
+
+sub numbers_and_messages {
+    my ($bytes) = @_;
+    my $messages = '';
+    open my $file, '<', \$bytes or die;
+    local *STDERR;
+    open STDERR, '>', \$messages or die;
+    my @cards = AddressBook::vcards($file);
+    return ([ numbers(\@cards) ], $messages);
 }
-put_bytes($book, $looping);
+
+my %differing;
+for my $at (0 .. length($damaged) - 1) {
+    next unless $at < 256 || ($at % 1024 < 26 && $at % 7 == 0);
+    for my $bit (0, 4, 7) {
+        my $flipped = $damaged ^ "\0" x $at . chr(1 << $bit);
+        my ($found) = numbers_and_messages($flipped);
+        $differing{$at} = "@$found" if "@$found" ne "@kept";
+    }
+}
+is_deeply \%differing, {}, 'one damaged byte in a header loses no contact and brings none back';
+
+my ($found, $said) = numbers_and_messages(substr($damaged, 0, 1024) . "\0" x 1024 . substr $damaged, 2048);
+cmp_ok scalar @$found, '<', @kept, 'a page that is wiped out loses its contacts';
+like $said, qr/^address book: /m, 'and that is said';
+
+# Chains of pages that lead back to themselves; the way back through a chain tells its way on.
+sub looping {
+    my ($bytes, @places) = @_;
+    for my $page (grep { ord(substr $bytes, $_ * 1024 + 25, 1) == 7 } 1 .. length($bytes) / 1024 - 1) {
+        substr($bytes, $page * 1024 + $_, 4) = pack 'V', $page for @places;
+    }
+    return $bytes;
+}
+my ($next, $previous) = (16, 12);
+put_bytes($book, looping($whole, $next));
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [ 1 .. 60 ], 'a chain that leads nowhere is found by its way back';
+put_bytes($book, looping($whole, $next, $previous));
 ($cards) = convert($book);
 is_deeply [ grep { $_ % 7 == 0 } numbers($cards) ], [], 'a chain that never ends is given up';
 cmp_ok scalar @$cards, '>=', 50, 'and the others stay';
+
+# Vertical tabs and form feeds are text that Windows programs leave in notes.
+make_book(contacts => 0);
+tie my %one, 'DB_File', $book, O_RDWR, 0600 or die;
+$one{"id\0"} = card(1, "a\x0bb\x0cc") . "\0";
+untie %one;
+($cards) = convert($book);
+is_deeply [ numbers($cards) ], [1], 'a contact with a vertical tab in its note';
 
 # ---- Plain vCards, and other things ----------------------------------------------------------------------
 
@@ -154,6 +227,11 @@ put_bytes($book, card(1) . "\r\nBEGIN:VCARD\r\nFN:cut off");
 is_deeply [ numbers($cards) ], [1], 'a plain file that is cut off';
 like $messages, qr/1 contacts could not be read/, 'and says so';
 
+put_bytes($book, "BEGIN:VCARD\r\nFN:cut off\r\n" . card(2) . "\r\n");
+($cards, $messages) = convert($book);
+is_deeply [ numbers($cards) ], [2], 'the contact behind one that is cut off';
+like $messages, qr/1 contacts could not be read/, 'and says so';
+
 put_bytes($book, "\x89PNG no address book at all");
 ($cards, $messages) = convert($book);
 is_deeply $cards, [], 'something else';
@@ -165,7 +243,6 @@ is_deeply [ $cards, $messages ], [ [], '' ], 'nothing';
 
 # ---- Properties ------------------------------------------------------------------------------------------
 
-require "$scripts/AddressBook.pm";
 my @properties = AddressBook::properties(
     "BEGIN:VCARD\r\nVERSION:3.0\r\nitem1.TEL;TYPE=HOME,VOICE:1:2\r\nEMAIL;INTERNET;X=\"a:b\":a\@b\r\n"
         . "NOTE;ENCODING=QUOTED-PRINTABLE:a=3Db\r\nEND:VCARD\r\n");
@@ -174,5 +251,24 @@ is_deeply $properties[0]{params}, { TYPE => [ 'HOME', 'VOICE' ] }, 'parameters';
 is $properties[0]{value}, '1:2', 'a value may hold a colon';
 is_deeply $properties[1]{params}, { TYPE => ['INTERNET'], X => ['a:b'] }, 'a bare parameter is a type';
 is $properties[2]{value}, 'a=b', 'quoted-printable';
+
+sub note_in {
+    my ($version, $lines) = @_;
+    my ($note) = AddressBook::properties("BEGIN:VCARD\r\nVERSION:$version\r\n$lines\r\nEND:VCARD");
+    return $note->{value};
+}
+
+for my $case (
+    [ '3.0', "NOTE:one\r\n two", 'onetwo' ],
+    [ '3.0', "NOTE:one\r\n  two", 'one two' ],
+    [ '3.0', "NOTE:a=\r\n b", 'a=b' ],
+    [ '3.0', "NOTE;ENCODING=QUOTED-PRINTABLE:one=\r\ntwo=\r\n =3Dthree", 'onetwo=three' ],
+    [ '2.1', "NOTE:one\r\n two", 'one two' ],
+    [ '2.1', "NOTE;QUOTED-PRINTABLE:one=\r\ntwo=0D=0A=\r\n three", "onetwo\r\n three" ],
+    [ '2.1', "NOTE;QUOTED-PRINTABLE:ends badly=", 'ends badly=' ],
+) {
+    my ($version, $lines, $value) = @$case;
+    is note_in($version, $lines), $value, "version $version: " . $lines =~ s/\r\n/|/gr;
+}
 
 done_testing;
