@@ -40,6 +40,45 @@ TEST(Groupwise, WithoutAMailboxLineIsCopiedUnchanged) {
   EXPECT_EQ(text, read_file("/root/.gwuser.xml"));
 }
 
+TEST(Groupwise, OnlyTheMailboxLineLosesItsCarriageReturn) {
+  write_file(settings, "<gw>\r\n<_default reg='sz'>gwremote</_default>\r\n</gw>\r\n");
+  groupwise("/tmp/b");
+  EXPECT_EQ("<gw>\r\n<_default reg=\"sz\">/root/gwremote</_default>\n</gw>\r\n",
+            read_file("/root/.gwuser.xml"));
+}
+
+// A line of 1100 characters is two lines to the rewriting: the mailbox in the second, or across both.
+TEST(Groupwise, LongLinesComeInPieces) {
+  const std::string inside(1023, ' ');
+  const std::string across(1000, ' ');
+  const std::string text = "<_default reg='sz'>gwremote</_default>\n";
+  write_file(settings, inside + text + across + text);
+  groupwise("/tmp/b");
+  EXPECT_EQ(inside + "<_default reg=\"sz\">/root/gwremote</_default>\n" + across + text,
+            read_file("/root/.gwuser.xml"));
+}
+
+TEST(Groupwise, KeepsTheFormerSettingsInTheArchive) {
+  write_file(settings, mailbox);
+  groupwise("/tmp/b");
+  EXPECT_EQ(mailbox, read_file("/tmp/b/Groupwise/.gwusertemp.xml"));
+  EXPECT_EQ("<_default reg=\"sz\">/root/gwremote</_default>\n", read_file(settings));
+}
+
+TEST(Groupwise, AMailboxMayBeAFile) {
+  write_file(settings, mailbox);
+  write_file("/tmp/b/Groupwise/gwremote", "mail");
+  groupwise("/tmp/b");
+  EXPECT_EQ("mail", read_file("/root/gwremote"));
+}
+
+TEST(Groupwise, OfAHostileFolderNameStaysOneWord) {
+  write_file("/tmp/x y;touch ran;$(touch ran)/Groupwise/.gwuser.xml", mailbox);
+  EXPECT_EQ(0, groupwise("/tmp/x y;touch ran;$(touch ran)"));
+  EXPECT_TRUE(exists("/root/.gwuser.xml"));
+  EXPECT_FALSE(exists("ran"));
+}
+
 TEST(Groupwise, OfAProfileGoesToItsHome) {
   isDefaultUser = 0;
   assign(cur_user, "ann");

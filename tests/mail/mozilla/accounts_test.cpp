@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <regex>
 #include <sstream>
 
+#include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -51,15 +53,31 @@ struct Mozilla : testing::Test {
   }
 };
 
-// Every line is one call with a quoted name and one value; the type lines alone have a stray parenthesis.
-void expect_well_formed(const std::string& prefs) {
-  const std::regex call(R"re(user_pref\("[a-z_A-Z0-9.]+", ("[^"\\]*"|true|false|[0-9]+)\);(\)?))re");
-  std::istringstream lines(prefs);
+// A small reader of prefs.js: names and values, strings without their quotes. Every line must be one call
+// with a quoted name of its own and one value; the type lines alone have a stray parenthesis.
+std::map<std::string, std::string> read_prefs(const std::string& text) {
+  const std::regex call(R"re(user_pref\("([a-z_A-Z0-9.]+)", ("([^"\\]*)"|true|false|[0-9]+)\);(\)?))re");
+  std::map<std::string, std::string> prefs;
+  std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     std::smatch match;
-    ASSERT_TRUE(std::regex_match(line, match, call)) << line;
-    EXPECT_EQ(line.find(".type\"") != std::string::npos, match[2] == ")") << line;
+    if (!std::regex_match(line, match, call)) {
+      ADD_FAILURE() << "no user_pref call: " << line;
+      continue;
+    }
+    EXPECT_EQ(match.str(1).ends_with(".type"), match[4] == ")") << line;
+    const std::string value = line.find(", \"") == std::string::npos ? match.str(2) : match.str(3);
+    EXPECT_TRUE(prefs.emplace(match.str(1), value).second) << "twice: " << line;
   }
+  EXPECT_TRUE(text.ends_with("\n"));
+  return prefs;
+}
+
+void expect_well_formed(const std::string& text) { EXPECT_THAT(read_prefs(text), Not(IsEmpty())); }
+
+// The listing decides which of two accounts is number 2; asked beforehand, for dos2unix changes the order.
+std::string expected_file_of_both() {
+  return list_folder(accounts)->front() == "work.txt" ? "pop3_imap.js" : "imap_pop3.js";
 }
 
 // ---- Accounts -------------------------------------------------------------------------------------------
@@ -89,11 +107,56 @@ TEST_F(Mozilla, OneImapAccountWithItsFallbacks) {
 TEST_F(Mozilla, SeveralAccountsAreNumberedFromTwo) {
   work();
   home();
+  const std::string expected = expected_file_of_both();
   EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_TRUE(prefs_are(expected));
   EXPECT_THAT(prefs(),
               EndsWith("user_pref(\"mail.accountmanager.accounts\", \"account1,account2,account3\");\n"
                        "user_pref(\"mail.smtpservers\", \"smtp2,smtp3\");\n"));
-  expect_well_formed(prefs());
+}
+
+TEST_F(Mozilla, AnAccountsNumbersBelongTogether) {
+  work();
+  home();
+  mozillaaccountsettings(profile, "/tmp/b");
+  auto found = read_prefs(prefs());
+  for (const std::string n : {"2", "3"}) {
+    EXPECT_EQ("id" + n, found["mail.account.account" + n + ".identities"]);
+    EXPECT_EQ("server" + n, found["mail.account.account" + n + ".server"]);
+    EXPECT_EQ("smtp" + n, found["mail.identity.id" + n + ".smtpServer"]);
+    EXPECT_EQ(found["mail.server.server" + n + ".userName"], found["mail.smtpserver.smtp" + n + ".username"]);
+  }
+}
+
+TEST_F(Mozilla, CommandsOfTheAccountsAreInOrder) {
+  work();
+  mozillaaccountsettings(profile, "/tmp/b");
+  EXPECT_THAT(commands_run(), ElementsAre("rm " + std::string(profile) + "/prefs.js",
+                                          "dos2unix -q \"" + std::string(accounts) + "work.txt\""));
+}
+
+TEST_F(Mozilla, AnAccountIsTraced) {
+  write_file("/tmp/a", "Account Name=Work\nPOP3 Server=p\n");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, mozilla_extract_from_account_path("/tmp/a", profile, 7));
+  EXPECT_EQ("Account Name::Work\n\n\n File Opened", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("Work", read_prefs(prefs())["mail.identity.id7.fullName"]);
+}
+
+TEST_F(Mozilla, AnAccountIsAppended) {
+  write_file(std::string(profile) + "/prefs.js", "first\n");
+  write_file("/tmp/a", "POP3 Server=p\n");
+  EXPECT_EQ(0, mozilla_extract_from_account_path("/tmp/a", profile, 2));
+  EXPECT_THAT(prefs(), StartsWith("first\nuser_pref(\"mail.account.account2.identities\", \"id2\");\n"));
+}
+
+TEST_F(Mozilla, ThePortIs110UnlessTold) {
+  account("a", "POP3 Server=p\n");
+  mozillaaccountsettings(profile, "/tmp/b");
+  EXPECT_EQ("110", read_prefs(prefs())["mail.server.server2.port"]);
+  account("a", "IMAP Server=i\nIMAP Port=993\n");
+  mozillaaccountsettings(profile, "/tmp/b");
+  EXPECT_EQ("993", read_prefs(prefs())["mail.server.server2.port"]);
 }
 
 TEST_F(Mozilla, AnyNumberOfAccountsFitsTheLists) {
@@ -146,22 +209,46 @@ TEST_F(Mozilla, MigratesEverythingInOrder) {
   EXPECT_LT(said.find("Migrating Mozilla Emails."), said.find("Migrating Mozilla Calendar."));
   EXPECT_EQ("From - x\n\nhello\n", read_file(std::string(profile) + "/Mail/Local Folders/Inbox"));
   EXPECT_EQ("From - y\n\nwork\n", read_file(std::string(profile) + "/Mail/Local Folders/Inbox.sbd/Work"));
-  EXPECT_THAT(commands_run(), Contains("mkdir /root/.mozilla/default/abc.slt/Mail/Local\\ Folders"));
-  EXPECT_THAT(commands_run(),
-              Contains("cp -rf /tmp/b/Mail/* /root/.mozilla/default/abc.slt/Mail/Local\\ Folders"));
+  EXPECT_THAT(said,
+              HasSubstr("CMD::cp -rf /tmp/b/Mail/* /root/.mozilla/default/abc.slt/Mail/Local\\ Folders\n"));
+  EXPECT_TRUE(prefs_are("pop3.js"));
+}
+
+TEST_F(Mozilla, CommandsOfTheMigratorAreInOrder) {
+  write_file("/tmp/c/Mail/Inbox", "m");
+  const std::string root = profile;
+  mozilla("/tmp/c");
+  const auto commands = commands_run();
+  ASSERT_GE(commands.size(), 6u);
+  EXPECT_THAT(
+      std::vector(commands.begin(), commands.begin() + 6),
+      ElementsAre("mkdir " + root + "/Mail", "mkdir " + root + "/Mail/Local\\ Folders",
+                  StartsWith("perl /usr/local/brindle/vcard2xml.pl <"), StartsWith("dos2unix "),
+                  StartsWith("mozilla -syncin "), "cp -rf /tmp/c/Mail/* " + root + "/Mail/Local\\ Folders"));
+}
+
+TEST_F(Mozilla, TheRunningUserKeepsTheRegistryOfProfiles) {
+  write_file("/root/.mozilla/appreg", "profiles");
+  EXPECT_EQ(0, mozilla("/tmp/b"));
+  EXPECT_EQ("profiles", read_file("/root/.mozilla/appreg"));
 }
 
 TEST_F(Mozilla, AProfilesUserIsServedThroughTheAdministrator) {
   work();
+  home();
   isDefaultUser = 0;
   assign(cur_user, "ann");
   shell_quietly("mkdir -p /home/ann/.mozilla/default/q.slt; touch /home/ann/.mozilla/appreg");
+  const std::string expected = read_file(test_data("expected/mozilla/" + expected_file_of_both()));
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, mozilla("/tmp/b"));
   EXPECT_THAT(testing::internal::GetCapturedStdout(),
               HasSubstr("Root Path::/root/.mozilla/default/abc.slt\n"));
   EXPECT_FALSE(exists("/home/ann/.mozilla/appreg"));
-  EXPECT_TRUE(exists("/home/ann/.mozilla/default/q.slt/prefs.js"));
+  EXPECT_TRUE(
+      same_bytes(std::regex_replace(expected, std::regex(profile), "/home/ann/.mozilla/default/q.slt"),
+                 read_file("/home/ann/.mozilla/default/q.slt/prefs.js")));
+  EXPECT_EQ("rm /home/ann/.mozilla/appreg", commands_run().front());
   EXPECT_FALSE(exists(std::string(profile) + "/prefs.js"));
 }
 
@@ -181,8 +268,13 @@ TEST_F(Mozilla, WithoutAnAdministratorsProfileNothingIsWritten) {
   work();
   isDefaultUser = 0;
   assign(cur_user, "ann");
-  shell_quietly("mkdir -p /home/ann/.mozilla/default/q.slt; rm -r /root/.mozilla");
+  shell_quietly("mkdir -p /home/ann/.mozilla/default/q.slt; rmdir " + std::string(profile));
   EXPECT_EQ(-1, mozilla("/tmp/b"));
+  shell_quietly("rm -r /root/.mozilla");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_EQ("In mozilla_mail() opendir: : No such file or directory\n",
+            testing::internal::GetCapturedStderr());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 

@@ -36,6 +36,13 @@ TEST(CalendarLines, AlarmUnitsAreKeptFromLineToLineAndPassToPass) {
             lines.task("END:VALARM\n"));
 }
 
+TEST(CalendarLines, TheFirstUnitEndsTheNumber) {
+  CalendarLines lines;
+  EXPECT_EQ("TRIGGER\n :-PT1H30M\n", lines.task("TRIGGER:-PT1H30M\n"));
+  EXPECT_EQ("END:VALARM\nX-MOZILLA-ALARM-DEFAULT-UNITS\n :hours\nX-MOZILLA-ALARM-DEFAULT-LENGTH\n :1\n",
+            lines.task("END:VALARM\n"));
+}
+
 TEST(CalendarLines, AnAlarmWithoutADurationHasAnEmptyLength) {
   CalendarLines lines;
   EXPECT_EQ("END:VALARM\nX-MOZILLA-ALARM-DEFAULT-LENGTH\n :\n", lines.calendar("END:VALARM\n"));
@@ -77,6 +84,12 @@ TEST(CalendarLines, APositionWithoutADayIsLeftAlone) {
   EXPECT_EQ("RRULE:FREQ=WEEKLY;BYSETPOS=2\n", lines.calendar("RRULE:FREQ=WEEKLY;BYSETPOS=2\n"));
 }
 
+TEST(CalendarLines, ThePositionStandsOnceBeforeAllDays) {
+  CalendarLines lines;
+  EXPECT_EQ("RRULE:FREQ=WEEKLY;BYDAY=-1MO,TU,WE\n",
+            lines.calendar("RRULE:FREQ=WEEKLY;BYDAY=MO,TU,WE;BYSETPOS=-1\n"));
+}
+
 TEST(CalendarLines, TheCutIsAtTheFirstB) {
   CalendarLines lines;
   EXPECT_EQ("RRULE:FREQ=WEEKLY;BYDAY=2MO\n",
@@ -96,6 +109,7 @@ TEST(CalendarLines, PriorityFourBecomesFive) {
   CalendarLines lines;
   EXPECT_EQ("PRIORITY\n :5\n", lines.task("PRIORITY:4\n"));
   EXPECT_EQ("PRIORITY\n :1\n", lines.task("PRIORITY:1\n"));
+  EXPECT_EQ("PRIORITY\n :9\n", lines.task("PRIORITY:9\n"));
   EXPECT_EQ("PRIORITY:4\n", lines.calendar("PRIORITY:4\n"));
 }
 

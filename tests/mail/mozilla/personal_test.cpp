@@ -78,6 +78,16 @@ TEST_F(Calendar, TasksAloneStandAlone) {
   EXPECT_EQ("BEGIN:VTODO\nPRIORITY\n :5\nEND:VTODO\n", read_file(data_file));
 }
 
+TEST_F(Calendar, WindowsLineEndsAreConverted) {
+  calendar("RRULE:FREQ=YEARLY;BYDAY=MO;BYSETPOS=2\r\nTRIGGER:-PT5M\r\n");
+  tasks("PRIORITY:4\r\n");
+  mozillacalendar("/tmp/b", profile);
+  EXPECT_EQ(
+      "PRIORITY\n :5\nX-MOZILLA-RECUR-DEFAULT-UNITS\n :years\nRRULE:FREQ=YEARLY;BYDAY=2MO\nTRIGGER\n "
+      ":-PT5M\n",
+      read_file(data_file));
+}
+
 TEST_F(Calendar, WithNeitherNothingIsMade) {
   shell_quietly("mkdir -p /tmp/b/ImapMail");
   EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
@@ -190,6 +200,23 @@ TEST_F(Contacts, AnAdministratorWithoutBooksHasNoneAfterwards) {
   EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
   EXPECT_EQ("", books_of(profile));
   EXPECT_THAT(read_file("/home/ann/p/abook.mab"), HasSubstr("Ann Lee"));
+}
+
+TEST_F(Contacts, AFailedImportAndNoBooksLeaveNothing) {
+  isDefaultUser = 0;
+  stand_in("exit 1");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_EQ("", output_of("find " + std::string(profile) + "/* /home/ann/p/* 2> /tmp/messages"));
+}
+
+TEST_F(Contacts, WithoutAnAddressBookChangeNothingOfTheAdministrators) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string before = books_of(profile);
+  stand_in("[ -e \"$2\" ] || exit 1; touch " + std::string(profile) + "/abook.mab");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/missing", "/home/ann/p", profile));
+  EXPECT_EQ(before, books_of(profile));
+  EXPECT_EQ("", output_of("ls /home/ann/p"));
 }
 
 TEST_F(Contacts, BooksThatCannotBeSetAsideAreNotTouched) {
