@@ -25,8 +25,7 @@ void write_settings(const std::string& from, const std::string& to, const std::s
   const File out = in ? open_file(to, "w") : nullptr;
   std::string line;
   while (out && read_piece(in.get(), line_limit, line)) {
-    if (contains(line, windows_mailbox)) line = fill(home_mailbox, {{"home", home}});
-    std::fwrite(line.data(), 1, line.size(), out.get());
+    write_text(out, contains(line, windows_mailbox) ? fill(home_mailbox, {{"home", home}}) : line);
   }
 }
 

@@ -43,10 +43,6 @@ File open_prefs(const std::string& profile, const char* mode) {
   return file;
 }
 
-void write(const File& file, const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), file.get());
-}
-
 // The stray ")" behind the type line is kept on purpose: a profile is to come out as it always has.
 constexpr std::string_view local_folders_account =
     R"js(user_pref("mail.account.account1.server", "server1");
@@ -65,7 +61,7 @@ user_pref("mail.server.server1.userName", "nobody");
 bool create_prefs(const std::string& profile) {
   SYSTEM(compose("rm %s/prefs.js", profile));
   const File file = open_prefs(profile, "w");
-  if (file) write(file, fill(local_folders_account, {{"profile", profile}}));
+  if (file) write_text(file, fill(local_folders_account, {{"profile", profile}}));
   return file != nullptr;
 }
 
@@ -189,7 +185,7 @@ int mozillaaccountsettings(const char* mozillapath, const char* args) {
   }
   const File file = open_prefs(mozillapath, "a");
   if (!file) return 1;
-  write(file, account_lists(number));
+  write_text(file, account_lists(number));
   return 0;
 }
 
@@ -200,7 +196,7 @@ int mozilla_extract_from_account_path(const char* account_path, const char* args
   const File file = open_prefs(args, "a");
   if (!file) return 1;
   std::printf("\n\n File Opened");
-  write(file, preferences(*account, args, seqno));
+  write_text(file, preferences(*account, args, seqno));
   return 0;
 }
 

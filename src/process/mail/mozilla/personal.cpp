@@ -58,10 +58,7 @@ void rewrite_file(const std::string& from, const std::string& to, Rewrite rewrit
   const File in = open_file(from, "r");
   const File out = open_file(to, "w");
   std::string line;
-  while (in && out && read_piece(in.get(), line_limit, line)) {
-    const std::string text = rewrite(line);
-    std::fwrite(text.data(), 1, text.size(), out.get());
-  }
+  while (in && out && read_piece(in.get(), line_limit, line)) write_text(out, rewrite(line));
 }
 
 void replace_calendar(const Paths& paths, CalendarLines& lines) {
