@@ -63,7 +63,8 @@ class WholeRun(unittest.TestCase):
         self.assertEqual([], [path for path in self.run_.changes if path.startswith("/tmp/") and "root" in path])
 
     def test_documents_arrived_with_their_owner(self):
-        found = [path for path in self.run_.changes if path.startswith(HOME + "/Documents/")]
+        folder = "/Desktop/mydocument/" if SYSTEM.startswith("redflag") else "/Documents/"
+        found = [path for path in self.run_.changes if path.startswith(HOME + folder)]
         self.assertNotEqual([], found)
         self.assertEqual({USER}, {self.run_.changes[path][2].split(":")[0] for path in found})
 

@@ -48,6 +48,8 @@ TITLES = {
 REFUSALS = ("no-file-given", "no-file-found", "no-zip", "no-space")
 
 POLL_SECONDS = 0.1
+SECONDS_FOR_DIALOG = 5
+SECONDS_FOR_PRESS = 2
 SETTLE_SECONDS = 0.25  # until a window that has just come up is drawn
 
 
@@ -64,6 +66,8 @@ class Driver:
         self.reason = ""
         self.refused = False
         self.noes = 0
+        self.pressed_at = {}
+        self.done_usable_since = None
         self.program = None
 
     # ---- The run -----------------------------------------------------------------------------------------
@@ -158,10 +162,20 @@ class Driver:
 
     def press_only_button(self, window):
         buttons = window.buttons()
-        return len(buttons) == 1 and windows.press(buttons[0])
+        return len(buttons) == 1 and self.press(buttons[0])
 
     def press_named(self, window, key):
-        return windows.press(window.button(self.texts[key]))
+        return self.press(window.button(self.texts[key]))
+
+    def press(self, part):
+        """The program takes its time until a press does something: the same part is not pressed again at once."""
+        if not windows.is_usable(part):
+            return False
+        last = self.pressed_at.get(part.place, -SECONDS_FOR_PRESS)
+        if time.monotonic() - last < SECONDS_FOR_PRESS:
+            return False
+        self.pressed_at[part.place] = time.monotonic()
+        return windows.press(part)
 
     def answer_page_1(self, window):
         if self.options.scenario == "close-1":
@@ -179,7 +193,10 @@ class Driver:
         return self.name_archive(window) and self.press_named(window, "window2-next")
 
     def name_archive(self, window):
-        windows.press(window.radio(self.texts["window2-localdrives"]))
+        local = window.radio(self.texts["window2-localdrives"])
+        if local is None or not local.has_state(windows.CHECKED):
+            self.press(local)
+            return False
         archive = {"empty": "", "missing": "/media/no such archive.zip"}.get(self.options.scenario,
                                                                            self.options.archive)
         entries = window.entries()  # the one for local drives is the lower one
@@ -190,15 +207,23 @@ class Driver:
             return self.close()
         if self.options.scenario == "cancel-run" and any(what != "empty" for _, what in self.marks.values()):
             return self.press_named(window, "window3-cancel")
-        return self.press_named(window, "window3-done")
+        return self.is_told_the_end(window) and self.press_named(window, "window3-done")
+
+    def is_told_the_end(self, window):
+        """Done can be pressed a moment before the dialog comes that a person would wait for."""
+        if not windows.is_usable(window.button(self.texts["window3-done"])):
+            return False
+        self.done_usable_since = self.done_usable_since or time.monotonic()
+        told = any(entry["name"] in ("done", "several-users") for entry in self.seen)
+        return told or time.monotonic() - self.done_usable_since > SECONDS_FOR_DIALOG
 
     def answer_quit(self, window):
         no, yes = "No", "Yes"
         if self.options.scenario == "cancel-before" and self.noes < 2:
-            pressed = windows.press(window.button(no))
+            pressed = self.press(window.button(no))
             self.noes += 1 if pressed else 0
             return pressed
-        return windows.press(window.button(yes))
+        return self.press(window.button(yes))
 
     def answer_no_zip(self, window):
         self.refused = True
@@ -208,16 +233,20 @@ class Driver:
 
     def answer_printer_driver(self, window):
         choice = window.radio(self.texts["window_select_driver-" + self.options.driver])
-        return windows.press(choice) and self.press_named(window, "window_select_driver-next")
+        if choice is None:
+            return False
+        # Pressed even if it is chosen: the program takes the answer from the press.
+        if choice.place not in self.pressed_at or not choice.has_state(windows.CHECKED):
+            return self.press(choice)
+        return self.press_named(window, "window_select_driver-next")
 
     def answer_credentials(self, window):
         user, _, password = self.options.share.partition(":")
         entries = window.entries()
         if len(entries) < 2:
             return False
-        windows.type_into(entries[0], user)
-        windows.type_into(entries[1], password)
-        return self.press_named(window, "smb_username_password_window-next")
+        typed = windows.type_into(entries[0], user) and windows.type_into(entries[1], password)
+        return typed and self.press_named(window, "smb_username_password_window-next")
 
     def answer_credentials_confirmation(self, window):
         return self.press_named(window, "smb_username_password_window2-next")

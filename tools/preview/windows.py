@@ -15,7 +15,7 @@ PROGRAM = "brindle"  # the name it gives itself
 
 REGISTRY = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
 INTERFACE = "org.a11y.atspi."
-SENSITIVE, SHOWING = 24, 25  # numbers of states
+CHECKED, SENSITIVE, SHOWING = 4, 24, 25  # numbers of states
 WAIT_MILLISECONDS = 5000
 
 
@@ -106,9 +106,13 @@ class Window:
         return self.of_role("icon", "image")
 
 
+def is_usable(part):
+    return part is not None and part.has_state(SENSITIVE)
+
+
 def press(part):
     """Presses a button, or chooses a radio button; False when it cannot be pressed now."""
-    if part is None or not part.has_state(SENSITIVE):
+    if not is_usable(part):
         return False
     try:
         return part.ask("Action", "DoAction", GLib.Variant("(i)", (0,)))
@@ -117,8 +121,12 @@ def press(part):
 
 
 def type_into(entry, text):
+    """Types the text unless it is there already; True once it is, which may be at the next look."""
     try:
-        return entry.ask("EditableText", "SetTextContents", GLib.Variant("(s)", (text,)))
+        if entry.ask("Text", "GetText", GLib.Variant("(ii)", (0, -1))) == text:
+            return True
+        entry.ask("EditableText", "SetTextContents", GLib.Variant("(s)", (text,)))
+        return entry.role == "password text"  # whose text nobody is told
     except GLib.Error:
         return False
 
