@@ -31,13 +31,16 @@ my %structured_elements = (
 my @phone_kinds   = (qw(CELL PAGER CAR ISDN), [ FAX => 'fax' ], qw(HOME WORK));
 my @address_kinds = qw(HOME WORK);
 
+# "utf8" takes codes that are no characters too; they are dropped later. GBK stands for the Chinese encodings: it
+# holds GB2312 and the characters of GB18030 that Windows writes, and perl always has it. It gives stray bytes
+# characters for private use, which no text has.
 sub in_unicode {
     my ($bytes) = @_;
-    for my $encoding ('UTF-8', 'GB18030', 'GB2312') {
+    for my $encoding ('utf8', 'GBK') {
         my $copy = $bytes;
-        my $decoder = Encode::find_encoding($encoding) || next;
-        my $text = eval { $decoder->decode($copy, Encode::FB_CROAK) };
-        return $text if defined $text;
+        my $text = eval { Encode::decode($encoding, $copy, Encode::FB_CROAK) };
+        next if !defined $text || length $copy;    # what is left over is half a character
+        return $text if $encoding eq 'utf8' || $text !~ /\p{Private_Use}/;
     }
     return Encode::decode('UTF-8', $bytes);    # with replacement characters for what is neither
 }

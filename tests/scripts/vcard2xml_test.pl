@@ -59,8 +59,11 @@ is convert('ADR;TYPE=WORK:box;ext;street;city;region;code;land'),
 
 is convert("FN:\xE6\x9C\x8B\xE5\x8F\x8B"), contact("    <displayName>\xE6\x9C\x8B\xE5\x8F\x8B</displayName>\n"), 'UTF-8';
 is convert("FN:\xC5\xF3\xD3\xD1"), contact("    <displayName>\xE6\x9C\x8B\xE5\x8F\x8B</displayName>\n"), 'GB2312';
+is convert("FN:\xE9F;\x81\x5C"), contact("    <displayName>\xE9\x95\x95;\xE4\xB9\x97</displayName>\n"), 'characters beyond GB2312';
 is convert("FN:a\xFF"), contact("    <displayName>a\xEF\xBF\xBD</displayName>\n"), 'neither';
-is convert("FN:a\xEF\xBF\xBFb\tc"), contact("    <displayName>a\xEF\xBF\xBDb\tc</displayName>\n"), 'a code that is no character';
+is convert("FN:Zo\xEB"), contact("    <displayName>Zo\xEF\xBF\xBD</displayName>\n"), 'half a character';
+is convert("FN:a\xED\xA0\x80\x0B\x1Bb"), contact("    <displayName>ab</displayName>\n"), 'half a pair and control characters';
+is convert("FN:a\xEF\xBF\xBFb\tc"), contact("    <displayName>ab\tc</displayName>\n"), 'a code that is no character';
 is convert('NOTE;ENCODING=QUOTED-PRINTABLE:a=3Db=0Ac'), contact("    <note>a=b\nc</note>\n"), 'quoted-printable';
 is convert('FN:</contact></contacts><!--'),
     contact("    <displayName>&lt;/contact&gt;&lt;/contacts&gt;&lt;!--</displayName>\n"), 'a hostile name';
