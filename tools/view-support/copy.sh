@@ -139,7 +139,7 @@ make_tree() {
   if [ "$kind" = copy ]; then
     mount_devices
     mount_binds
-    ip link set lo up
+    if [ "$network" = no ]; then ip link set lo up; fi
   else
     make_devices
     copy_binds

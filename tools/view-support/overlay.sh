@@ -63,7 +63,7 @@ make_tree() {
   lay_over_other_file_systems
   mount_devices
   mount_binds
-  ip link set lo up
+  if [ "$network" = no ]; then ip link set lo up; fi
 }
 
 # This shell is the first process of the view: -1 means all the others.
