@@ -54,12 +54,10 @@ struct Documents : Home {
 TEST_F(Documents, AreCopiedWithALinkOnTheDesktop) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, mydocs(folder.c_str()));
-  EXPECT_EQ(
-      "buffer=/root\nIn Documents::cp -a \"/tmp/brindAb/Brindle/My Documents\"/* /root/Documents \n",
-      testing::internal::GetCapturedStdout());
-  EXPECT_THAT(commands_run(),
-              ElementsAre("mkdir -p /root/Documents",
-                          "cp -a \"/tmp/brindAb/Brindle/My Documents\"/* /root/Documents "));
+  EXPECT_EQ("buffer=/root\nIn Documents::cp -a \"/tmp/brindAb/Brindle/My Documents\"/* /root/Documents \n",
+            testing::internal::GetCapturedStdout());
+  EXPECT_THAT(commands_run(), ElementsAre("mkdir -p /root/Documents",
+                                          "cp -a \"/tmp/brindAb/Brindle/My Documents\"/* /root/Documents "));
   EXPECT_EQ("Dear", read_file("/root/Documents/letter to gran.txt"));
   EXPECT_EQ("a", read_file("/root/Documents/\u6587\u4ef6/a.txt"));
   EXPECT_TRUE(matches_expected("/root/Desktop/My Documents", "documents/gnome/My Documents"));
@@ -116,14 +114,16 @@ TEST_F(Documents, WithoutADesktopTheRunningUsersOneIsLinked) {
 
 TEST_F(Documents, WithoutAnyDesktopTheLinkFails) {
   shell_quietly("rmdir /root/Desktop");
-  EXPECT_EQ("MyDocs : No such file or directory\n", standard_error_of(mydocs, folder.c_str(), -1).substr(0, 36));
+  EXPECT_EQ("MyDocs : No such file or directory\n",
+            standard_error_of(mydocs, folder.c_str(), -1).substr(0, 36));
   EXPECT_EQ("Dear", read_file("/root/Documents/letter to gran.txt"));
 }
 
 TEST_F(Documents, NothingToCopyIsNoFailure) {
   SystemLog log;
   EXPECT_EQ(0, mydocs("/tmp/missing"));
-  EXPECT_THAT(log.messages(), Contains(HasSubstr("normal termination, exit status 1, cp -a \"/tmp/missing\"/*")));
+  EXPECT_THAT(log.messages(),
+              Contains(HasSubstr("normal termination, exit status 1, cp -a \"/tmp/missing\"/*")));
 }
 
 TEST_F(Documents, AHostileFolderNameStaysOneWord) {
@@ -213,7 +213,8 @@ TEST_F(SharedFiles, RootHasItsLinkBeforeTheFolderIsOpened) {
   write_file("/usr/local/bin/chmod", "#!/bin/sh\nls /root/Desktop /home/*/Desktop > /tmp/at-chmod\n");
   shell_quietly("/bin/chmod 755 /usr/local/bin/chmod");
   file_extensions(archive);
-  EXPECT_EQ("/home/ann/Desktop:\n\n/home/ben/Desktop:\n\n/root/Desktop:\nShare\n", read_file("/tmp/at-chmod"));
+  EXPECT_EQ("/home/ann/Desktop:\n\n/home/ben/Desktop:\n\n/root/Desktop:\nShare\n",
+            read_file("/tmp/at-chmod"));
 }
 
 TEST_F(SharedFiles, ASecondPassOnlyAddsFiles) {
