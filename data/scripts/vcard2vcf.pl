@@ -12,6 +12,6 @@ use AddressBook;
 binmode STDOUT;
 for my $card (AddressBook::vcards(\*STDIN)) {
     my $text = AddressBook::unfolded($card);
-    $text =~ s/\r\n?/\n/g;
+    $text =~ tr/\r//d;    # one inside a value would become a line end, and forge lines of its own
     print $text, "\n";
 }

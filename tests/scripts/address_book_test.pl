@@ -222,6 +222,10 @@ put_bytes($book, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Per\r\n son 5\r\nEND:VCARD\r\
 ($cards) = convert($book);
 is $cards->[0], "BEGIN:VCARD\nVERSION:3.0\nFN:Person 5\nEND:VCARD\n", 'folded lines are joined';
 
+put_bytes($book, "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:a\rEND:VCARD\rBEGIN:VCARD\rFN:forged\r\nEND:VCARD\r\n");
+($cards) = convert($book);
+is_deeply [ map { /^(BEGIN|END)/mg } @$cards ], [ 'BEGIN', 'END' ], 'a carriage return in a value forges no line';
+
 put_bytes($book, card(1) . "\r\nBEGIN:VCARD\r\nFN:cut off");
 ($cards, $messages) = convert($book);
 is_deeply [ numbers($cards) ], [1], 'a plain file that is cut off';
