@@ -162,7 +162,7 @@ sub cards_between_others {
 # Japanese ones escapes.
 sub is_card {
     my ($text) = @_;
-    return 0 unless $text =~ /\ABEGIN:VCARD\s.*^END:VCARD\s*\z/msi;
+    return 0 unless $text =~ /\ABEGIN:VCARD[ \t]*\r?\n.*^END:VCARD\s*\z/msi;
     return 0 if $text =~ /[\x00-\x08\x0e-\x1a\x1c-\x1f]/;
     my $begun = () = $text =~ /^BEGIN:VCARD/gmi;
     return $begun == 1;
