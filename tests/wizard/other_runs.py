@@ -112,5 +112,20 @@ class Options(Case):
         self.assertIn("/home/ada/.brindle_log", run.changes)
 
 
+class Language(Case):
+    def test_one_that_is_not_installed_falls_back_to_english(self):
+        run = preview_run.run("redflag", "one-person", "--language", "de_DE", user="ada")
+        self.assertEqual(0, run.status, run.output)
+        self.assertIn("no texts are installed", run.text("stderr"))
+        self.assertEqual("Documents", run.labels["image_1"])
+
+
+class TimeLimit(Case):
+    def test(self):
+        run = preview_run.run("gnome", "one-person", "--timeout", "6")
+        self.assertEqual(1, run.status)
+        self.assertIn("it was not over after 6 seconds", run.output)
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -18,7 +18,7 @@ from system_log import SystemLog
 HERE = os.path.dirname(os.path.abspath(__file__))
 WORK = "/run/brindle/work"
 RECORD = "/run/brindle/record"
-WIZARD = "/usr/local/libexec/brindle/brindle-wizard"
+WIZARD = "/usr/local/bin/brindle"  # which starts it in a language that is installed
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
 SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS")
 SECONDS_FOR_THE_END = 15
