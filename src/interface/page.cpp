@@ -16,6 +16,11 @@ void fix_size(GtkWidget* window) {
                                 static_cast<GdkWindowHints>(GDK_HINT_MIN_SIZE | GDK_HINT_MAX_SIZE));
 }
 
+void show_content(GtkWidget* window, gpointer content) {
+  gdk_display_flush(gtk_widget_get_display(window));
+  gtk_widget_show(GTK_WIDGET(content));
+}
+
 }  // namespace
 
 Page::Page(const std::string& title, GCallback on_delete)
@@ -25,6 +30,7 @@ Page::Page(const std::string& title, GCallback on_delete)
   fix_size(window_);
   set_window_icon(window_);
   g_signal_connect(window_, "delete-event", on_delete, nullptr);
+  gtk_widget_set_size_request(window_, page_width, page_height);
   gtk_widget_set_size_request(fixed_, page_width, page_height);
   gtk_container_add(GTK_CONTAINER(window_), fixed_);
   gtk_widget_show(fixed_);
@@ -40,4 +46,9 @@ GtkWidget* Page::put(const char* name, GtkWidget* widget, Spot spot, int width, 
 
 GtkWidget* Page::put_button(const char* name, const std::string& mnemonic, Spot spot, GCallback on_clicked) {
   return put(name, new_button(mnemonic, on_clicked), spot, 60, 25);
+}
+
+void Page::appear_before_content() {
+  gtk_widget_hide(fixed_);
+  g_signal_connect_after(window_, "map", G_CALLBACK(show_content), fixed_);
 }

@@ -24,6 +24,10 @@ class Page {
   /// A button of the pages' size, 60 x 25.
   GtkWidget* put_button(const char* name, const std::string& mnemonic, Spot spot, GCallback on_clicked);
 
+  /// Puts the window on the screen first and its content right after: the first page need not wait for its
+  /// fonts to be found.
+  void appear_before_content();
+
  private:
   GtkWidget* window_;
   GtkWidget* fixed_;

@@ -66,6 +66,7 @@ GtkWidget* create_window1() {
   page.put_button("bHelpStep1", texts["window1-help"], {72, 384}, G_CALLBACK(on_bHelpStep1_clicked));
   make_default(next);
   gtk_widget_grab_focus(next);
+  page.appear_before_content();
   return page.window();
 }
 
