@@ -60,24 +60,24 @@ TEST_F(NldPrinter, TracesItsSteps) {
   windows.sign_in("u", "p");
   add_printer("Default.txt", {{"Port Name", "//server/hp"}, {"Duplex", "DMDUP_VERTICAL"}});
   const std::string said = traces([] { nldprinter(archive); });
-  EXPECT_THAT(said, testing::StartsWith("Printer File::/tmp/archive/Printers/Default.txt\n"
-                                        "Printer Port:://server/hp\n"
-                                        "Printer Name::HP LaserJet 4050\n"
-                                        "Printer Name Wo Spaces::HPLaserJet4050\n"
-                                        "Going into find driver\n"));
-  const std::string duplex = "Options::lpoptions -p 'HPLaserJet4050' -o Duplex=DuplexNoTumble\n";
-  EXPECT_THAT(said, testing::EndsWith("Driver=foomatic:ljet4.ppd\n"
-                                      "ID= \t Driver=foomatic:ljet4.ppd\n"
-                                      "Migrating SMB Printer\n"
-                                      "Username::u\n"
-                                      "Password::p\n"
-                                      "URI::smb://u:p@server/hp\n"
-                                      "Driver::foomatic:ljet4.ppd\n"
-                                      "Printer Name::HPLaserJet4050\n"
+  EXPECT_THAT(said, testing::StartsWith("Printer File::/tmp/archive/Printers/Default.txt"
+                                        "Printer Port:://server/hp"
+                                        "Printer Name::HP LaserJet 4050"
+                                        "Printer Name Wo Spaces::HPLaserJet4050"
+                                        "Going into find driver"));
+  const std::string duplex = "Options::lpoptions -p 'HPLaserJet4050' -o Duplex=DuplexNoTumble";
+  EXPECT_THAT(said, testing::EndsWith("Driver=foomatic:ljet4.ppd"
+                                      "ID= \t Driver=foomatic:ljet4.ppd"
+                                      "Migrating SMB Printer"
+                                      "Username::u"
+                                      "Password::p"
+                                      "URI::smb://u:p@server/hp"
+                                      "Driver::foomatic:ljet4.ppd"
+                                      "Printer Name::HPLaserJet4050"
                                       "Options:: lpadmin -p 'HPLaserJet4050' -E -v 'smb://u:p@server/hp' -m "
-                                      "'foomatic:ljet4.ppd'\n"
-                                      "Properties Read.\n"
-                                      "Options::lpadmin -d 'HPLaserJet4050'\n" +
+                                      "'foomatic:ljet4.ppd'"
+                                      "Properties Read."
+                                      "Options::lpadmin -d 'HPLaserJet4050'" +
                                       duplex + duplex + duplex + duplex + duplex));
   EXPECT_THAT(Username, Each('\0'));
   EXPECT_THAT(Password, Each('\0'));
@@ -129,8 +129,8 @@ TEST_F(NormalPrinter, SetsTheDefaultAsTheUser) {
   add_printer("hp.txt");
   EXPECT_EQ(
       "buffer=/home/ann\n"
-      "Printer folder is present for normal user\n"
-      "Executed Command::su - ann -c\"lpoptions -d 'Office'\"\n",
+      "Printer folder is present for normal user"
+      "Executed Command::su - ann -c\"lpoptions -d 'Office'\"",
       traces([] { EXPECT_EQ(0, normalprinter(archive)); }));
   EXPECT_THAT(commands_run(),
               ElementsAre("dos2unix /tmp/archive/Printers/hp.txt", "su - ann -c\"lpoptions -d 'Office'\""));

@@ -136,10 +136,10 @@ TEST(PrinterFolder, IsReportedWhenItCannotBeOpened) {
 TEST(PrinterFolder, TracesEachPrinter) {
   add_printer("hp.txt");
   EXPECT_EQ(
-      "Printer File::/tmp/archive/Printers/hp.txt\n"
-      "Printer Port::LPT1\n"
-      "Printer Name::HP LaserJet 4050\n"
-      "Printer Name Wo Spaces::HPLaserJet4050\n",
+      "Printer File::/tmp/archive/Printers/hp.txt"
+      "Printer Port::LPT1"
+      "Printer Name::HP LaserJet 4050"
+      "Printer Name Wo Spaces::HPLaserJet4050",
       traces([] { queues_of(archive); }));
 }
 

@@ -36,36 +36,35 @@ TEST_P(DeviceOfPort, IsDecidedByTheFirstTestThatHolds) {
 
 INSTANTIATE_TEST_SUITE_P(Internet, DeviceOfPort,
                          testing::Values(Port{"http://srv:631/printers/hp", "ipp://srv:631/printers/hp",
-                                              "Migrating IPP Printer\nURI::ipp://srv:631/printers/hp\n"},
+                                              "Migrating IPP PrinterURI::ipp://srv:631/printers/hp"},
                                          // Before the drives are looked at.
                                          Port{"http://C:631/p", "ipp://C:631/p",
-                                              "Migrating IPP Printer\nURI::ipp://C:631/p\n"},
+                                              "Migrating IPP PrinterURI::ipp://C:631/p"},
                                          Port{"IP:http://srv/p", "ipp:http://srv/p",
-                                              "Migrating IPP Printer\nURI::ipp:http://srv/p\n"}));
+                                              "Migrating IPP PrinterURI::ipp:http://srv/p"}));
 
 INSTANTIATE_TEST_SUITE_P(
     PrintServer, DeviceOfPort,
-    testing::Values(
-        Port{"10.0.0.5:lp", "lpd://10.0.0.5/lp", "URI::lpd://10.0.0.5/lp\nMigrating LPD Printer\n"},
-        Port{"host:queue", "lpd://host/queue", "URI::lpd://host/queue\nMigrating LPD Printer\n"},
-        Port{"a:b:c", "lpd://a/b/c", "URI::lpd://a/b/c\nMigrating LPD Printer\n"},
-        Port{"LPT1:", "lpd://LPT1/", "URI::lpd://LPT1/\nMigrating LPD Printer\n"},
-        Port{"USB001:", "lpd://USB001/", "URI::lpd://USB001/\nMigrating LPD Printer\n"},
-        Port{"https://srv/p", "lpd://https///srv/p", "URI::lpd://https///srv/p\nMigrating LPD Printer\n"}));
+    testing::Values(Port{"10.0.0.5:lp", "lpd://10.0.0.5/lp", "URI::lpd://10.0.0.5/lpMigrating LPD Printer"},
+                    Port{"host:queue", "lpd://host/queue", "URI::lpd://host/queueMigrating LPD Printer"},
+                    Port{"a:b:c", "lpd://a/b/c", "URI::lpd://a/b/cMigrating LPD Printer"},
+                    Port{"LPT1:", "lpd://LPT1/", "URI::lpd://LPT1/Migrating LPD Printer"},
+                    Port{"USB001:", "lpd://USB001/", "URI::lpd://USB001/Migrating LPD Printer"},
+                    Port{"https://srv/p", "lpd://https///srv/p",
+                         "URI::lpd://https///srv/pMigrating LPD Printer"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Local, DeviceOfPort,
-    testing::Values(Port{"USB001", "parallel:/dev/usb/lp0",
-                         "Migrating Local Printer\nPrinter Port::USB001\nURI::parallel:/dev/usb/lp0\n"},
-                    Port{"LPT1", "parallel:/dev/lp0",
-                         "Migrating Local Printer\nPrinter Port::LPT1\nURI::parallel:/dev/lp0\n"},
-                    Port{"LPT2", "parallel:/dev/lp1",
-                         "Migrating Local Printer\nPrinter Port::LPT2\nURI::parallel:/dev/lp1\n"},
-                    Port{"LPT10", "parallel:/dev/lp0",
-                         "Migrating Local Printer\nPrinter Port::LPT10\nURI::parallel:/dev/lp0\n"},
-                    Port{"LPT1 USB001", "parallel:/dev/usb/lp0",
-                         "Migrating Local Printer\nPrinter Port::LPT1 USB001\n"
-                         "URI::parallel:/dev/usb/lp0\n"}));
+    testing::Values(
+        Port{"USB001", "parallel:/dev/usb/lp0",
+             "Migrating Local PrinterPrinter Port::USB001URI::parallel:/dev/usb/lp0"},
+        Port{"LPT1", "parallel:/dev/lp0", "Migrating Local PrinterPrinter Port::LPT1URI::parallel:/dev/lp0"},
+        Port{"LPT2", "parallel:/dev/lp1", "Migrating Local PrinterPrinter Port::LPT2URI::parallel:/dev/lp1"},
+        Port{"LPT10", "parallel:/dev/lp0",
+             "Migrating Local PrinterPrinter Port::LPT10URI::parallel:/dev/lp0"},
+        Port{"LPT1 USB001", "parallel:/dev/usb/lp0",
+             "Migrating Local PrinterPrinter Port::LPT1 USB001"
+             "URI::parallel:/dev/usb/lp0"}));
 
 class PortOnADrive : public testing::TestWithParam<const char*> {};
 
@@ -81,7 +80,7 @@ class UnknownPort : public testing::TestWithParam<const char*> {};
 
 TEST_P(UnknownPort, IsSkippedWithAMessage) {
   const std::string port = GetParam();
-  EXPECT_EQ("Migrating Local Printer\nPrinter Port::" + port + "\nSkipping the printer\n",
+  EXPECT_EQ("Migrating Local PrinterPrinter Port::" + port + "Skipping the printer",
             traces([&] { EXPECT_FALSE(device_of_port(port).has_value()); }));
 }
 
@@ -105,7 +104,7 @@ TEST(ShareUri, AsksForTheCredentials) {
   windows.sign_in("u", "p");
   const Device device = device_of_port("//server/hp").value();
   std::string uri;
-  EXPECT_EQ("Migrating SMB Printer\nUsername::u\nPassword::p\nURI::smb://u:p@server/hp\n",
+  EXPECT_EQ("Migrating SMB PrinterUsername::uPassword::pURI::smb://u:p@server/hp",
             traces([&] { uri = uri_of(device, "HPLaserJet"); }));
   EXPECT_EQ("smb://u:p@server/hp", uri);
   EXPECT_THAT(Windows::shown(), ElementsAre("credentials HPLaserJet //server/hp"));

@@ -67,19 +67,19 @@ TEST_F(Printer, SetsLandscapeByItsNumberOnRedFlag) {
 TEST_F(Printer, TracesItsSteps) {
   add_printer("Default.txt", {{"Driver Name", "HP LaserJet 4050"}, {"Port Name", "USB001"}});
   const std::string said = traces([] { printer(archive); });
-  EXPECT_THAT(said, testing::StartsWith("Printer File::/tmp/archive/Printers/Default.txt\n"
-                                        "Printer Port::USB001\n"
-                                        "Printer Name::HP LaserJet 4050\n"
-                                        "Printer Name Wo Spaces::HPLaserJet4050\n"
-                                        "Migrating Local Printer\n"
-                                        "Printer Port::USB001\n"
-                                        "URI::parallel:/dev/usb/lp0\n"
-                                        "Going into find driver\n"));
-  const std::string before = "Options::foomatic-configure -s cups -D -n 'HPLaserJet4050'\n";
-  EXPECT_THAT(said, testing::EndsWith("Id='Any-Printer'\tDriver='ljet4'\n"
-                                      "ID='Any-Printer' \t Driver='ljet4'\n"
-                                      "Printer Name::HPLaserJet4050\n"
-                                      "Properties Read.\n" +
+  EXPECT_THAT(said, testing::StartsWith("Printer File::/tmp/archive/Printers/Default.txt"
+                                        "Printer Port::USB001"
+                                        "Printer Name::HP LaserJet 4050"
+                                        "Printer Name Wo Spaces::HPLaserJet4050"
+                                        "Migrating Local Printer"
+                                        "Printer Port::USB001"
+                                        "URI::parallel:/dev/usb/lp0"
+                                        "Going into find driver"));
+  const std::string before = "Options::foomatic-configure -s cups -D -n 'HPLaserJet4050'";
+  EXPECT_THAT(said, testing::EndsWith("Id='Any-Printer'\tDriver='ljet4'"
+                                      "ID='Any-Printer' \t Driver='ljet4'"
+                                      "Printer Name::HPLaserJet4050"
+                                      "Properties Read." +
                                       before + before + before + before + before + before));
 }
 
@@ -88,9 +88,9 @@ TEST_F(Printer, AsksForTheCredentialsOfAShareAndForgetsThem) {
   add_printer("hp.txt", {{"Port Name", "//server/hp"}});
   const std::string said = traces([] { printer(archive); });
   EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr(" -c 'smb://u:p@server/hp' -n 'HPLaserJet4050' ")));
-  EXPECT_THAT(said, HasSubstr("ID='Any-Printer' \t Driver='ljet4'\nMigrating SMB Printer\n"
-                              "Username::u\nPassword::p\nURI::smb://u:p@server/hp\n"
-                              "Printer Name::HPLaserJet4050\n"));
+  EXPECT_THAT(said, HasSubstr("ID='Any-Printer' \t Driver='ljet4'Migrating SMB Printer"
+                              "Username::uPassword::pURI::smb://u:p@server/hp"
+                              "Printer Name::HPLaserJet4050"));
   EXPECT_THAT(Windows::shown(), ElementsAre("credentials HPLaserJet4050 //server/hp"));
   EXPECT_THAT(Username, Each('\0'));
   EXPECT_THAT(Password, Each('\0'));
@@ -109,7 +109,7 @@ TEST_F(Printer, WithoutADriverGetsNoQueueAndNoQuestionForItsShare) {
   add_printer("a.txt", {{"Driver Name", "Unknown"}, {"Port Name", "//server/hp"}});
   const std::string said = traces([] { printer(archive); });
   EXPECT_THAT(queue_commands(), IsEmpty());
-  EXPECT_THAT(said, testing::EndsWith("ID= \t Driver=\n"));
+  EXPECT_THAT(said, testing::EndsWith("ID= \t Driver="));
   EXPECT_THAT(Windows::shown(), ElementsAre("driver Unknown"));
 }
 

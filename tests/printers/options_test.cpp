@@ -164,7 +164,7 @@ TEST_F(Options, OfAUsersPaperPassItsMeasuresOn) {
   printer.paper_width = "612";
   printer.paper_length = "1008";
   const std::string said = traces([&] { set(OptionTool::foomatic_configure, "Linspire"); });
-  EXPECT_THAT(said, testing::HasSubstr("Setting page size based on paper width and height.\nOptions::"));
+  EXPECT_THAT(said, testing::HasSubstr("Setting page size based on paper width and height.Options::"));
   set(OptionTool::lpoptions, "GNome");
   EXPECT_THAT(commands_run(), ElementsAre("foomatic-configure -s cups -n 'Q' -o PageSize=Custom: "
                                           "\" -dDEVICEWIDTHPOINTS=612 -dDEVICEHEIGHTPOINTS=1008\"",
@@ -180,12 +180,12 @@ TEST_F(Options, AreSetInTheirFixedOrderAndTraced) {
   printer.duplex = "DMDUP_VERTICAL";
   printer.orientation = "DMORIENT_LANDSCAPE";
   EXPECT_EQ(
-      "Options::lpoptions -p 'Q' -o landscape\n"
-      "Options::foomatic-configure -s cups -n 'Q' -o Duplex=DuplexNoTumble\n"
-      "Options::foomatic-configure -s cups -n 'Q' -o PageSize=A4\n"
-      "Options::foomatic-configure -s cups -n 'Q' -o OutputType=Color\n"
-      "Options::foomatic-configure -s cups -n 'Q' -o QualityType=High\n"
-      "Options::foomatic-configure -s cups -n 'Q' -o Quality=600x600sw\n",
+      "Options::lpoptions -p 'Q' -o landscape"
+      "Options::foomatic-configure -s cups -n 'Q' -o Duplex=DuplexNoTumble"
+      "Options::foomatic-configure -s cups -n 'Q' -o PageSize=A4"
+      "Options::foomatic-configure -s cups -n 'Q' -o OutputType=Color"
+      "Options::foomatic-configure -s cups -n 'Q' -o QualityType=High"
+      "Options::foomatic-configure -s cups -n 'Q' -o Quality=600x600sw",
       traces([&] { set(OptionTool::foomatic_configure, "Xandros"); }));
   EXPECT_EQ(6u, commands_run().size());
 }
@@ -193,12 +193,12 @@ TEST_F(Options, AreSetInTheirFixedOrderAndTraced) {
 TEST_F(Options, WithoutAMatchTraceTheCommandBefore) {
   printer.paper_size = "DMPAPER_A4";
   EXPECT_EQ(
-      "Options::the command before\n"
-      "Options::the command before\n"
-      "Options::lpoptions -p 'Q' -o PageSize=A4\n"
-      "Options::lpoptions -p 'Q' -o PageSize=A4\n"
-      "Options::lpoptions -p 'Q' -o PageSize=A4\n"
-      "Options::lpoptions -p 'Q' -o PageSize=A4\n",
+      "Options::the command before"
+      "Options::the command before"
+      "Options::lpoptions -p 'Q' -o PageSize=A4"
+      "Options::lpoptions -p 'Q' -o PageSize=A4"
+      "Options::lpoptions -p 'Q' -o PageSize=A4"
+      "Options::lpoptions -p 'Q' -o PageSize=A4",
       traces([&] { set(OptionTool::lpoptions, "GNome"); }));
 }
 

@@ -16,16 +16,16 @@ namespace {
 // No id here: the model list knows a printer by its PPD alone.
 bool find_driver(const PrinterDescription& printer) {
   nldfinddriver(printer.driver_name.c_str());
-  std::printf("ID=%s \t Driver=%s\n", "", Driver);
+  std::printf("ID=%s \t Driver=%s", "", Driver);
   return Driver[0] != '\0';
 }
 
 shell::Command make_queue(const PrinterDescription& printer, const std::string& uri) {
-  std::printf("Driver::%s\n", Driver);
-  std::printf("Printer Name::%s\n", printer.queue.c_str());
+  std::printf("Driver::%s", Driver);
+  std::printf("Printer Name::%s", printer.queue.c_str());
   shell::Command command = compose(" lpadmin -p '%s' -E -v '%s' -m '%s'", printer.queue, uri, Driver);
   SYSTEM(command);
-  std::printf("Options::%s\n", command.c_str());
+  std::printf("Options::%s", command.c_str());
   return command;
 }
 
@@ -40,7 +40,7 @@ void set_default_printer(const std::string& path) {
   const std::string name = setting(file.get(), "Printer Name").value_or("");
   const shell::Command command = compose("su - %s -c\"%s\"", cur_user, compose("lpoptions -d '%s'", name));
   shell::run_unlogged(command);
-  std::printf("Executed Command::%s\n", command.c_str());
+  std::printf("Executed Command::%s", command.c_str());
 }
 
 }  // namespace
@@ -53,7 +53,7 @@ int nldprinter(const char* args) {
 int normalprinter(const char* args) {
   user_home();  // for its trace line
   if (is_folder(args, "Printers") == 0) return 0;
-  std::printf("Printer folder is present for normal user\n");
+  std::printf("Printer folder is present for normal user");
   for (const std::string& path : description_files(args)) set_default_printer(path);
   return 0;
 }

@@ -31,9 +31,9 @@ constexpr Key keys[] = {
 };
 
 void trace(const PrinterDescription& printer) {
-  std::printf("Printer Port::%s\n", printer.port.c_str());
-  std::printf("Printer Name::%s\n", printer.driver_name.c_str());
-  std::printf("Printer Name Wo Spaces::%s\n", printer.queue.c_str());
+  std::printf("Printer Port::%s", printer.port.c_str());
+  std::printf("Printer Name::%s", printer.driver_name.c_str());
+  std::printf("Printer Name Wo Spaces::%s", printer.queue.c_str());
 }
 
 }  // namespace
@@ -49,7 +49,7 @@ std::optional<PrinterDescription> read_description(const std::string& path) {
 
 void for_each_description(const char* args, const std::function<void(const PrinterDescription&)>& migrate) {
   for (const std::string& path : description_files(args)) {
-    std::printf("Printer File::%s\n", path.c_str());
+    std::printf("Printer File::%s", path.c_str());
     SYSTEM(compose("dos2unix %s", path));
     const std::optional<PrinterDescription> printer = read_description(path);
     if (!printer) continue;

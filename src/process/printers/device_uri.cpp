@@ -38,12 +38,12 @@ constexpr LocalPort local_ports[] = {
 };
 
 Device traced(std::string uri) {
-  std::printf("URI::%s\n", uri.c_str());
+  std::printf("URI::%s", uri.c_str());
   return {std::move(uri), ""};
 }
 
 Device internet_printer(const std::string& port) {
-  std::printf("Migrating IPP Printer\n");
+  std::printf("Migrating IPP Printer");
   const Text rest(get_string_printer(port.c_str(), ":"));
   return traced(std::string("ipp:") + rest.get());
 }
@@ -51,7 +51,7 @@ Device internet_printer(const std::string& port) {
 Device lpd_printer(const std::string& port) {
   const Text path(get_lpd_uri(port.c_str()));
   Device device = traced(std::string("lpd://") + path.get());
-  std::printf("Migrating LPD Printer\n");
+  std::printf("Migrating LPD Printer");
   return device;
 }
 
@@ -64,12 +64,12 @@ Device share_printer(const std::string& port) {
 }
 
 std::optional<Device> local_printer(const std::string& port) {
-  std::printf("Migrating Local Printer\n");
-  std::printf("Printer Port::%s\n", port.c_str());
+  std::printf("Migrating Local Printer");
+  std::printf("Printer Port::%s", port.c_str());
   for (const LocalPort& local : local_ports) {
     if (contains(port, local.name)) return traced(local.uri);
   }
-  std::printf("Skipping the printer\n");
+  std::printf("Skipping the printer");
   return std::nullopt;
 }
 
@@ -91,10 +91,10 @@ std::optional<Device> device_of_port(const std::string& port) {
 
 std::string uri_of(const Device& device, const std::string& label) {
   if (device.share.empty()) return device.uri;
-  std::printf("Migrating SMB Printer\n");
+  std::printf("Migrating SMB Printer");
   getUsernamePassword(label.c_str());
   std::string uri = std::string("smb://") + Username + ":" + Password + "@" + device.share;
-  std::printf("URI::%s\n", uri.c_str());
+  std::printf("URI::%s", uri.c_str());
   return uri;
 }
 
@@ -105,9 +105,9 @@ void getUsernamePassword(const char* drivername) {
   displaylabel = title.c_str();
   post_to_gui(show_smb_username_password_window, nullptr);
   wait_while_open(isWindowSmbUsernamePasswordOpen);
-  std::printf("Username::%s\n", Username);
+  std::printf("Username::%s", Username);
   // In clear, deliberately: only so can a mistyped password be told from a share that refuses its user.
-  std::printf("Password::%s\n", Password);
+  std::printf("Password::%s", Password);
 }
 
 void forget_credentials(std::string& uri) {

@@ -11,13 +11,13 @@ namespace {
 
 bool find_driver(const PrinterDescription& printer) {
   finddriver(printer.driver_name.c_str());
-  std::printf("ID=%s \t Driver=%s\n", Id2, Driver2);
+  std::printf("ID=%s \t Driver=%s", Id2, Driver2);
   return Id2[0] != '\0' && Driver2[0] != '\0';
 }
 
 // Id and driver bring their own single quotes and are refused unless they are one quoted word each.
 shell::Command make_queue(const PrinterDescription& printer, const std::string& uri) {
-  std::printf("Printer Name::%s\n", printer.queue.c_str());
+  std::printf("Printer Name::%s", printer.queue.c_str());
   shell::Command command = compose(" foomatic-configure -s cups -p %s -c '%s' -n '%s' -d %s",
                                    shell::QuotedWord{Id2}, uri, printer.queue, shell::QuotedWord{Driver2});
   SYSTEM(command);

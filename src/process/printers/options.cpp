@@ -74,7 +74,7 @@ shell::Command plain_command(const Printer& printer, OptionTool tool, const char
 
 // The blanks around the first quote stand so on purpose: the size is a word of its own behind the option.
 shell::Command custom_size_command(const Printer& printer, OptionTool tool) {
-  std::printf("Setting page size based on paper width and height.\n");
+  std::printf("Setting page size based on paper width and height.");
   return tool == foomatic ? compose(
                                 "foomatic-configure -s cups -n '%s' -o PageSize=Custom: "
                                 "\" -dDEVICEWIDTHPOINTS=%s -dDEVICEHEIGHTPOINTS=%s\"",
@@ -117,7 +117,7 @@ void set_options(const PrinterDescription& printer, OptionTool tool, const char*
       last = command_of(*row, printer, tool);
       SYSTEM(last);
     }
-    std::printf("Options::%s\n", last.text().c_str());
+    std::printf("Options::%s", last.text().c_str());
     group = end;
   }
 }

@@ -10,7 +10,7 @@ namespace {
 void migrate(const PrinterDescription& printer, const QueueTools& tools, const char* system) {
   const std::optional<Device> device = device_of_port(printer.port);
   if (!device) return;
-  std::printf("Going into find driver\n");
+  std::printf("Going into find driver");
   if (!tools.find_driver(printer)) return;
   std::string uri = uri_of(*device, printer.queue);
   shell::Command last = tools.make_queue(printer, uri);
@@ -19,7 +19,7 @@ void migrate(const PrinterDescription& printer, const QueueTools& tools, const c
     last = tools.default_command(printer.queue);
     SYSTEM(last);
   }
-  std::printf("Properties Read.\n");
+  std::printf("Properties Read.");
   set_options(printer, tools.option_tool, system, last);
 }
 
