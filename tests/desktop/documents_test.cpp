@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "state/state.h"
 #include "support/commands.h"
@@ -132,6 +133,15 @@ TEST_F(Documents, AHostileFolderNameStaysOneWord) {
   EXPECT_EQ(0, mydocs(hostile.c_str()));
   EXPECT_EQ("1", read_file("/root/Documents/f"));
   EXPECT_FALSE(exists("ran"));
+}
+
+TEST_F(Documents, WithoutAHomeNothingIsTouched) {
+  write_file(in_archive("File Extensions/song.mp3"), "la");
+  isMultiUser = 0;
+  ASSERT_EQ(0, setreuid(54321, 0));
+  for (const auto migrator : {mydocs, desktop, file_extensions})
+    EXPECT_THAT(standard_error_of(migrator, archive, -1), StartsWith("username : "));
+  EXPECT_THAT(commands_run(), testing::IsEmpty());
 }
 
 // ---- Desktop --------------------------------------------------------------------------------------------

@@ -21,11 +21,6 @@ const char* folder_icon() {
   return system_is("RedFlag") ? "Icon=folder" : "Icon=folder1";
 }
 
-bool write_text(const std::string& path, const std::string& text) {
-  const File file = open_file(path, "w");
-  return file && std::fputs(text.c_str(), file.get()) >= 0;
-}
-
 // ---- Documents ---------------------------------------------------------------------------------------
 
 // The Chinese name is UTF-8 taken for Latin-1 and encoded again. Desktops out there know the file by
@@ -52,8 +47,8 @@ void copy_documents(const char* folder, const std::string& target) {
 int write_documents_link(const std::string& home) {
   // Looks for "Documents" but writes "My Documents": the link is written anew by every run, on purpose.
   if (is_folder(home.c_str(), "Desktop/Documents") == 1) return 0;
-  if (!write_text(home + "/Desktop/My Documents",
-                  fill(documents_link, {{"home", home}, {"icon", folder_icon()}}))) {
+  if (!replace_file(home + "/Desktop/My Documents",
+                    fill(documents_link, {{"home", home}, {"icon", folder_icon()}}))) {
     std::perror("MyDocs ");
     return -1;
   }
@@ -75,9 +70,10 @@ constexpr const char* windows_files_link =
 
 int copy_files_for_one_user(const char* args) {
   const std::string home = user_home();
+  if (home.empty()) return -1;
   SYSTEM(compose("cp -a %s/File\\ Extensions %s", args, home));
-  if (!write_text(home + "/Desktop/Windows Files",
-                  fill(windows_files_link, {{"home", home}, {"icon", folder_icon()}}))) {
+  if (!replace_file(home + "/Desktop/Windows Files",
+                    fill(windows_files_link, {{"home", home}, {"icon", folder_icon()}}))) {
     std::perror("file extensions");
     return -1;
   }
@@ -128,6 +124,7 @@ void give_konqueror_folder(const char* home, const char* user) {
 
 int mydocs(const char* args) {
   const std::string home = user_home();
+  if (home.empty()) return -1;
   if (system_is("RedFlag")) {
     copy_documents(args, home + "/Desktop/mydocument");
     return 0;
@@ -140,6 +137,7 @@ int mydocs(const char* args) {
 
 int desktop(const char* args) {
   const std::string home = user_home();
+  if (home.empty()) return -1;
   if (is_folder(home.c_str(), "Desktop") == 0)
     SYSTEM(compose("ln -s %s/.gnome-desktop/ %s/Desktop", home, home));
   const shell::Command copy = compose("cp -a %s/Desktop/* %s/Desktop", args, home);
@@ -154,7 +152,7 @@ int file_extensions(const char* args) {
 
 void add_share_shortcut(const char* home, const char* user) {
   const std::string link = std::string(home) + "/Desktop/Share";
-  if (!write_text(link, fill(share_link, {{"icon", folder_icon()}}))) {
+  if (!replace_file(link, fill(share_link, {{"icon", folder_icon()}}))) {
     std::perror("file extensions");
     return;
   }

@@ -1,4 +1,5 @@
-// Documents, desktop and shared files.
+// Documents, desktop and shared files. Without a home to put them into (no account entry) the three
+// migrators return -1 and touch nothing: an empty home would make "/Documents" of a path.
 #ifndef BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
 #define BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
 
