@@ -48,6 +48,22 @@ TEST(System, ADeathByASignalIsAFailure) {
   EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("abnormal termination kill -KILL $$: ")));
 }
 
+TEST(System, AShellThatCannotBeStartedIsAFailure) {
+  SystemLog log;
+  answer_command("true", -1, EAGAIN);
+  EXPECT_EQ(-1, SYSTEM("true"));
+  EXPECT_THAT(log.messages(),
+              ElementsAre(HasSubstr(": fork failed, true: Resource temporarily unavailable")));
+}
+
+// Before the decoding: its low bits alone would make it the death by a signal.
+TEST(System, ARawStatusOf127IsAFailedExec) {
+  SystemLog log;
+  answer_command("true", 127, ENOENT);
+  EXPECT_EQ(-1, SYSTEM("true"));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr(": exec failed, true: No such file or directory")));
+}
+
 TEST(System, PercentSignsOfACommandReachTheLogAsTheyAre) {
   SystemLog log;
   SYSTEM("false %s%n%d");
@@ -109,6 +125,7 @@ TEST(ExecuteFirst, ReadsAtMost255Characters) {
 TEST(ExecuteFirst, FailsWhenTheCommandIsKilled) {
   char result[256] = "old";
   EXPECT_EQ(-1, execute_first("kill -KILL $$", result));
+  EXPECT_STREQ("", result);
 }
 
 TEST(ExecuteFirst, FailsWhenTheFileCannotBeOpened) {
@@ -150,6 +167,14 @@ TEST(TmpFile, NamesAreTheSameInEveryRunAndReseedTheGenerator) {
     EXPECT_EQ(expected, name);
     EXPECT_EQ(following, std::rand());
   }
+}
+
+TEST(TmpFile, AsksForTheHomeEachTime) {
+  char name[64];
+  testing::internal::CaptureStdout();
+  tmp_file(name);
+  tmp_file(name);
+  EXPECT_EQ("buffer=/root\nbuffer=/root\n", testing::internal::GetCapturedStdout());
 }
 
 TEST(TmpFile, LeavesTheBufferEmptyForAHomeThatDoesNotFit) {

@@ -11,6 +11,10 @@ std::vector<std::string> commands_run();
 /// Forgets them.
 void forget_commands();
 
+/// The next command handed to system() that begins with `start` is recorded but not run: system() answers
+/// `status`, a raw status word, with `error` in errno.
+void answer_command(const std::string& start, int status, int error = 0);
+
 /// Runs `text` through the shell without recording it, for a test's own preparations. Returns its exit
 /// status, or -1 when a signal ended it.
 int shell_quietly(const std::string& text);
