@@ -1,6 +1,7 @@
 #include "process/run/accounts.h"
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -53,15 +54,17 @@ void create_account(const std::string& login, const std::string& home) {
 }
 
 // chpasswd reads lines of NAME:PASSWORD, so a name with a colon or a line end could set another account's
-// password.
-bool fits_password_line(const std::string& login) {
-  return login.find_first_of(":\n\r") == std::string::npos;
+// password. A profile that bears the superuser's name must not make that password known to everybody.
+bool may_get_password(const std::string& login) {
+  const passwd* account = getpwnam(login.c_str());
+  const bool is_superuser = account != nullptr && account->pw_uid == 0;
+  return !is_superuser && login.find_first_of(":\n\r") == std::string::npos;
 }
 
 enum class PasswordFile { written, absent, somebody_elses };
 
 PasswordFile write_password_file(const std::string& path, const std::string& login) {
-  if (!fits_password_line(login)) return PasswordFile::absent;
+  if (!may_get_password(login)) return PasswordFile::absent;
   // Readable by root alone from its first moment, and never through a link or over somebody's own file.
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (file < 0) return errno == EEXIST ? PasswordFile::somebody_elses : PasswordFile::absent;
