@@ -255,6 +255,15 @@ TEST_F(Family, ANameCannotSetAnotherAccountsPassword) {
   EXPECT_EQ(before, read_file("/etc/shadow"));
 }
 
+TEST_F(Family, ARootInTheArchiveCannotSetTheSuperusersPassword) {
+  const std::string before = read_file("/etc/shadow");
+  profile("root");
+  shell_quietly("mkdir /home/root");  // as a run before may have left it
+  migrate();
+  EXPECT_EQ(before, read_file("/etc/shadow"));
+  EXPECT_TRUE(ran("chpasswd < /home/root/pass"));
+}
+
 // ---- Failures -------------------------------------------------------------------------------------------
 
 TEST_F(Family, WithoutProfilesTheMarkEndsAsSuccess) {
@@ -325,6 +334,53 @@ TEST_F(Family, AnUnknownSystemMigratesDocumentsAndDesktopOnly) {
   EXPECT_TRUE(exists("/home/ann/Documents/of ann.txt"));
   EXPECT_TRUE(exists("/home/ann/Desktop/d.lnk"));
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("Bookmark.htm"))));
+}
+
+// The log lines of one profile's run: the items it attempts, in order.
+struct ProfileItems : Family, testing::WithParamInterface<std::pair<const char*, const char*>> {
+  std::string logged() {
+    shell_quietly("mkdir -p /home/ann");
+    isDefaultUser = 0;
+    assign(cur_user, "ann");
+    fp_log = std::fopen("/tmp/log", "w");
+    testing::internal::CaptureStdout();
+    profiles(in_archive("Profiles").c_str());
+    said = testing::internal::GetCapturedStdout();
+    std::fflush(fp_log);
+    return read_file("/tmp/log");
+  }
+  static constexpr const char* up_to_cookies =
+      "Personal\nDesktop\nImapMail\nWallpaper\nBookmark.htm\nCookies.txt\n";
+  static constexpr const char* from_files = "File Extensions\nMapped_Drives\nPrinters\n";
+};
+
+TEST_P(ProfileItems, AreAttemptedInOrder) {
+  const auto [system, traces] = GetParam();
+  on(system);
+  const std::string groupwise = std::string(system) == "GNome" ? "Groupwise\n" : "";
+  EXPECT_EQ(up_to_cookies + (from_files + groupwise), logged());
+  EXPECT_EQ("Path::/tmp/brindAb/Brindle/Profiles/ann\n" + std::string(traces),
+            said.substr(0, said.find("buffer=")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Systems, ProfileItems,
+    testing::Values(std::pair{"GNome", ""},
+                    std::pair{"Linspire", "Aboutj to call mozilla mailAbout to call kdewallpaper"},
+                    std::pair{"RedFlag", "About to call kmailAbout to call kdewallpaper"},
+                    std::pair{"Xandros", "About to call kmailAbout to call kdewallpaper"}));
+
+TEST_F(Family, EveryProfileGetsItsDefaultPrinter) {
+  for (const char* system : {"GNome", "Linspire", "RedFlag", "Xandros"}) {
+    on(system);
+    write_file(in_archive("Profiles/ann/Printers/p.txt"), "Printer Name=Office\n");
+    shell_quietly("mkdir -p /home/ann");
+    isDefaultUser = 0;
+    assign(cur_user, "ann");
+    forget_commands();
+    profiles(in_archive("Profiles").c_str());
+    EXPECT_TRUE(ran("su - ann -c\"lpoptions -d 'Office'\"")) << system;
+  }
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include "process/run/process.h"
 
 #include <dlfcn.h>
+#include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 
 #include "run/fakes.h"
@@ -124,6 +127,7 @@ TEST_F(Run, OnRedFlagGroupwiseStaysEmpty) {
   EXPECT_EQ(1, times_posted("image_10"));
   EXPECT_EQ(0, times_posted("image_11"));
   EXPECT_EQ("a", read_file("/root/Desktop/mydocument/a.txt"));
+  EXPECT_THAT(said, HasSubstr("About to call kmailAbout to call kdewallpaper"));
 }
 
 TEST_F(Run, OnGnomePostsEveryMark) {
@@ -143,6 +147,60 @@ TEST_F(Run, OnAnInvalidSystemNothingHappens) {
   EXPECT_THAT(commands_run(), IsEmpty());
   EXPECT_EQ("ends\n", log());
   EXPECT_EQ(nullptr, dir_name.load());
+}
+
+TEST_F(Run, WithoutAListOfEtcNothingHappens) {
+  shell_quietly("chmod 711 /etc");
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate("/tmp/none.zip");
+  EXPECT_EQ("In /etc opendir: : Permission denied\n", complained);
+  EXPECT_THAT(posts(), IsEmpty());
+  EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_EQ("", log());
+}
+
+// ---- The progress timeout -------------------------------------------------------------------------------
+
+struct Timeout : Run {
+  Timeout() {
+    timer = static_cast<int>(g_timeout_add(
+        3600 * 1000, [](void*) { return 1; }, nullptr));
+    pack("Brindle/x", "");
+  }
+  static bool runs() {
+    return g_main_context_find_source_by_id(nullptr, static_cast<guint>(timer)) != nullptr;
+  }
+};
+
+TEST_F(Timeout, IsRemovedAtTheEnd) {
+  on("Linspire");
+  EXPECT_TRUE(runs());
+  migrate();
+  EXPECT_FALSE(runs());
+}
+
+TEST_F(Timeout, IsRemovedOnAnInvalidSystem) {
+  on("INVALID");
+  migrate();
+  EXPECT_FALSE(runs());
+}
+
+TEST_F(Timeout, IsRemovedWhenSeveralUsersAreRefused) {
+  on("Linspire");
+  shell_quietly("useradd -u 2345 ann");
+  pack("Brindle/users.txt", "MultiUser Migration=1\n");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .; chmod -R a+rX /tmp/in");
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate();
+  EXPECT_EQ(1, times_posted("multi user error"));
+  EXPECT_FALSE(runs());
+}
+
+TEST_F(Timeout, ThatHasEndedItselfIsNoTrouble) {
+  on("Linspire");
+  g_source_remove(static_cast<guint>(timer));
+  migrate();
+  EXPECT_THAT(complained, Not(HasSubstr("GLib")));
 }
 
 // ---- Log, traces, commands ------------------------------------------------------------------------------
@@ -191,6 +249,26 @@ TEST_F(Run, OnlyLoggedCommandsReachTheSystemLog) {
   EXPECT_EQ("", complained.substr(0, complained.find("unzip")));
 }
 
+TEST_F(Run, AnUnpackingThatCannotStartIsReportedAndTheRunGoesOn) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  SystemLog system_log;
+  answer_command("unzip ", -1, EAGAIN);
+  migrate();
+  EXPECT_EQ("In process() Unzip: : Resource temporarily unavailable\n", complained);
+  EXPECT_THAT(system_log.messages(), IsEmpty());
+  EXPECT_EQ(1, times_posted("done"));
+}
+
+TEST_F(Run, RemovalOfTheArchiveReachesTheSystemLog) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  SystemLog system_log;
+  answer_command("rm -rf /tmp/brind", 1 << 8);
+  migrate();
+  EXPECT_THAT(system_log.messages(), ElementsAre(HasSubstr("exit status 1, rm -rf " + dir())));
+}
+
 // ---- Skeleton homes -------------------------------------------------------------------------------------
 
 TEST_F(Run, AHomeWithoutABrowserProfileGetsOne) {
@@ -211,6 +289,18 @@ TEST_F(Run, AHomeWithoutABrowserProfileGetsOne) {
   EXPECT_EQ("kept\n", output_of("ls /root/.mozilla"));
   EXPECT_THAT(said, HasSubstr("untarringTar Command::tar -xf \"/usr/local/brindle/linspireroot.tar\" -C "
                               "/tmp/linspireroot\nHome Directory Path::/tmp/linspireroot\n"));
+}
+
+TEST_F(Run, OfASkeletonThatFailsOnlySomeCommandsReachTheSystemLog) {
+  on("Linspire");
+  shell_quietly("rm -rf /root/.mozilla /usr/local/brindle");
+  pack("Brindle/x", "");
+  SystemLog system_log;
+  answer_command("mkdir /tmp/linspireroot", 1 << 8);
+  migrate();
+  EXPECT_THAT(system_log.messages(),
+              ElementsAre(HasSubstr("exit status 2, tar -xf "), HasSubstr("exit status 1, cp -a "),
+                          HasSubstr("exit status 1, rm /root/.mozilla/appreg")));
 }
 
 TEST_F(Run, OnRedFlagTheSkeletonHoldsTheHomeItself) {
@@ -259,6 +349,25 @@ TEST_F(Run, OnGnomeWithoutEvolutionItIsStartedOnce) {
   EXPECT_FALSE(exists("/tmp/nldroot"));
 }
 
+TEST_F(Run, OnGnomeWithoutABrowserProfileOnlyThatIsCopied) {
+  shell_quietly(
+      "rm -rf /root/.mozilla && mkdir -p /tmp/s/.mozilla /usr/local/brindle && touch /tmp/s/.mozilla/new && "
+      "tar -cjf /usr/local/brindle/nldroot.tar.bz2 -C /tmp/s .mozilla");
+  pack("Brindle/x", "");
+  migrate();
+  const auto commands = commands_run();
+  const auto first = std::find(commands.begin(), commands.end(), "rm -rf /tmp/nldroot");
+  ASSERT_LE(7, commands.end() - first);
+  EXPECT_THAT(std::vector<std::string>(first, first + 7),
+              ElementsAre("rm -rf /tmp/nldroot", "mkdir /tmp/nldroot", "mkdir /tmp/nldroot/root",
+                          "tar -jxf \"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root",
+                          "cp -a /tmp/nldroot/root/.mozilla /root", "rm /root/.mozilla/appreg",
+                          "rm -rf /tmp/nldroot"));
+  EXPECT_THAT(commands, Not(Contains("evolution")));
+  EXPECT_THAT(said, HasSubstr("Initializing Applications for NLD.::0\n"));
+  EXPECT_TRUE(exists("/root/.mozilla/new"));
+}
+
 TEST_F(Run, OnGnomeTheFileManagerIsSetUpFirst) {
   pack("Brindle/x", "");
   migrate();
@@ -285,6 +394,30 @@ TEST_F(Run, SeveralUsersNeedRoot) {
   EXPECT_EQ("delete Brindle folder\nshow popup dialog\nends\n", log());
   EXPECT_FALSE(exists("/home/ann/Documents"));
   EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(Run, ACancelledRefusalShowsNoDialog) {
+  on("Linspire");
+  shell_quietly("useradd -u 2345 ann; chmod 666 /tmp/log");
+  pack("Brindle/users.txt", "MultiUser Migration=1\n");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .; chmod -R a+rX /tmp/in");
+  isKilled = 1;
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate();
+  EXPECT_THAT(posts(), ElementsAre(Pair("done buttons", 0)));
+  EXPECT_EQ("delete Brindle folder\nends\n", log());
+}
+
+TEST_F(Run, ACancelledRunStillTellsAboutPrinters) {
+  on("Linspire");
+  shell_quietly("useradd -m -u 2345 ann; chmod 666 /tmp/log");
+  pack("Brindle/x", "");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .; chmod -R a+rX /tmp/in");
+  isKilled = 1;
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate();
+  EXPECT_EQ(1, times_posted("printer error"));
+  EXPECT_EQ(0, times_posted("done"));
 }
 
 TEST_F(Run, AnOrdinaryUserIsToldAboutPrintersFirst) {
@@ -316,7 +449,9 @@ TEST_F(Run, AFamilyIsMigratedBeforeTheRunningUser) {
   migrate();
   EXPECT_EQ("hers.txt\n", output_of("ls /home/ann/Documents"));
   EXPECT_EQ("mine.txt\n", output_of("ls /root/Documents"));
-  EXPECT_EQ(0, marks()["image_0"]);
+  ASSERT_LE(3u, posts().size());
+  EXPECT_THAT(Posts(posts().begin(), posts().begin() + 3),
+              ElementsAre(Pair("image_12", -1), Pair("image_0", 0), Pair("image_1", 0)));
   EXPECT_EQ(1, isDefaultUser);
   EXPECT_STREQ("ann", cur_user);
 }
@@ -333,6 +468,7 @@ TEST_F(Run, TheProgramEndsWhenUsersCannotBeClosed) {
       },
       testing::ExitedWithCode(0), "");
   EXPECT_EQ("", output_of("ls -d /tmp/brind* 2>/dev/null"));
+  EXPECT_EQ("ends\n", read_file("/tmp/log"));
 }
 
 // ---- Printers -------------------------------------------------------------------------------------------
@@ -352,6 +488,22 @@ TEST_F(Run, RootWithPrintersGetsTicks) {
   migrate();
   EXPECT_EQ(0, marks()["image_12"]);
   EXPECT_EQ(0, marks()["image_10"]);
+}
+
+TEST_F(Run, EachSystemHasItsOwnPrinterMigrator) {
+  pack("Brindle/Printers/p.txt", "Port Name=LPT1\nDriver Name=No Such Printer\n");
+  migrate();
+  EXPECT_THAT(commands_run(), Contains("lpinfo -m > /root/ppdlist.txt"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("foomatic-ppdfile-bd"))));
+  for (const char* system : {"RedFlag", "Linspire", "Xandros"}) {
+    shell_quietly("rm -f /etc/*-version /etc/redflag-release");
+    on(system);
+    forget_commands();
+    migrate();
+    EXPECT_THAT(commands_run(), Contains("foomatic-ppdfile-bd -P\"No Such Printer\" > /root/ppd.txt"))
+        << system;
+    EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("lpinfo")))) << system;
+  }
 }
 
 // ---- What can go wrong ----------------------------------------------------------------------------------
@@ -384,7 +536,11 @@ TEST_F(Run, WithoutATemporaryDirectoryNothingIsTouched) {
       "'/Brindle/My Documents/not mine' && mv /usr/local/bin/sleep /root/");
   shell_quietly("mount -t tmpfs -o size=4k,nr_inodes=1,ro none /tmp");
   assign(g_filename, "/root/a.zip");
+  // GoogleTest would capture into /tmp.
+  ASSERT_NE(nullptr, std::freopen("/root/complained", "w", stderr));
   run_as_worker([] { process(nullptr); });
+  EXPECT_THAT(read_file("/root/complained"),
+              StartsWith("In process() create temp dir: : Read-only file system\n"));
   EXPECT_EQ(nullptr, dir_name.load());
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/dev/null/Brindle/users.txt\"", "rm -rf "));
   EXPECT_TRUE(exists("/Brindle/My Documents/not mine"));
