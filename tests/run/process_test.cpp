@@ -539,6 +539,7 @@ TEST_F(Run, WithoutATemporaryDirectoryNothingIsTouched) {
   // GoogleTest would capture into /tmp.
   ASSERT_NE(nullptr, std::freopen("/root/complained", "w", stderr));
   run_as_worker([] { process(nullptr); });
+  std::fflush(stderr);
   EXPECT_THAT(read_file("/root/complained"),
               StartsWith("In process() create temp dir: : Read-only file system\n"));
   EXPECT_EQ(nullptr, dir_name.load());
