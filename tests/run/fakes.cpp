@@ -23,17 +23,15 @@ int note(const std::string& name) {
   return 0;
 }
 
-// Stands for the image widgets: one address a name, kept for ever.
-std::map<std::string, std::string*> widgets;
+// Stands for the image widgets: each name has one address, that of its own text.
+std::map<std::string, std::string> widgets;
 
 }  // namespace
 
 GtkWidget* window3 = nullptr;
 
 GtkWidget* lookup_widget(GtkWidget* /*widget*/, const char* name) {
-  std::string*& known = widgets[name];
-  if (known == nullptr) known = new std::string(name);
-  return reinterpret_cast<GtkWidget*>(known);
+  return reinterpret_cast<GtkWidget*>(&widgets.try_emplace(name, name).first->second);
 }
 
 int draw(Image_Result* data) {
