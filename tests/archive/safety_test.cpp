@@ -1,6 +1,7 @@
 #include "process/archive/safety.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -55,6 +56,31 @@ TEST_F(Unpacked, PipesAndDevicesAreRemoved) {
   testing::internal::GetCapturedStderr();
   EXPECT_FALSE(left("pipe"));
   EXPECT_FALSE(left("device"));
+}
+
+TEST_F(Unpacked, LinksAreRemovedHoweverDeepTheTreeIs) {
+  std::string deep = "/tmp/in/Brindle/My Documents";
+  for (int level = 0; level < 1200; ++level) ASSERT_EQ(0, mkdir((deep += "/d").c_str(), 0700));
+  ASSERT_EQ(0, symlink("/tmp/out/secret", (deep + "/link").c_str()));
+  link("/tmp/out/secret", "a link");
+  link("/tmp/out/secret", "z link");
+  const rlimit usual{1024, 1024};
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("", output_of("find /tmp/in -type l"));
+}
+
+TEST_F(Unpacked, LinksInAFolderThatCannotBeListedAreRemoved) {
+  link("/tmp/out/secret", "sub/link");
+  shell_quietly("chown -R 2345 /tmp/in; chmod 111 '/tmp/in/Brindle/My Documents/sub'");
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("", output_of("find /tmp/in -type l"));
+  EXPECT_TRUE(left("sub/deep"));
 }
 
 TEST(UnpackedNothing, AMissingFolderIsNoTrouble) { remove_unsafe_entries("/tmp/missing"); }

@@ -3,30 +3,49 @@
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 #include <vector>
+
+#include "shell/files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-bool is_unsafe(const fs::directory_entry& entry) {
+fs::file_type type_of(const std::string& path) {
   std::error_code error;
-  const fs::file_type type = entry.symlink_status(error).type();
-  return type != fs::file_type::regular && type != fs::file_type::directory;
+  return fs::symlink_status(path, error).type();
+}
+
+void remove(const std::string& path) {
+  std::fprintf(stderr, "Left out of the migration, it is neither a file nor a folder: %s\n", path.c_str());
+  std::error_code error;
+  fs::remove(path, error);
+}
+
+// A folder may forbid its owner to list it and still lead to what lies in it by name.
+std::vector<std::string> entries_of(const std::string& folder) {
+  std::error_code error;
+  fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, error);
+  return list_folder(folder).value_or(std::vector<std::string>());
 }
 
 }  // namespace
 
 void remove_unsafe_entries(const std::string& folder) {
-  std::error_code error;
-  std::vector<fs::path> unsafe;
-  // Links to folders are not followed: that is the iterator's default.
-  fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
-  for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-    if (is_unsafe(*entry)) unsafe.push_back(entry->path());
-  }
-  for (const fs::path& path : unsafe) {
-    std::fprintf(stderr, "Left out of the migration, it is neither a file nor a folder: %s\n", path.c_str());
-    fs::remove(path, error);
+  // One open folder at a time: a walk that keeps those above open ends early in a tree of a thousand levels.
+  std::vector<std::string> folders = {folder};
+  while (!folders.empty()) {
+    const std::string parent = std::move(folders.back());
+    folders.pop_back();
+    for (const std::string& name : entries_of(parent)) {
+      std::string path = parent + "/" + name;
+      const fs::file_type type = type_of(path);
+      if (type == fs::file_type::directory) {
+        folders.push_back(std::move(path));
+      } else if (type != fs::file_type::regular) {
+        remove(path);
+      }
+    }
   }
 }
