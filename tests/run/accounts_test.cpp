@@ -368,7 +368,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(std::pair{"GNome", ""},
                     std::pair{"Linspire", "Aboutj to call mozilla mailAbout to call kdewallpaper"},
                     std::pair{"RedFlag", "About to call kmailAbout to call kdewallpaper"},
-                    std::pair{"Xandros", "About to call kmailAbout to call kdewallpaper"}));
+                    std::pair{"Xandros", "About to call kmailAbout to call kdewallpaper"}),
+    [](const auto& system) { return std::string(system.param.first); });
 
 TEST_F(Family, EveryProfileGetsItsDefaultPrinter) {
   for (const char* system : {"GNome", "Linspire", "RedFlag", "Xandros"}) {
