@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "interface/system.h"
+#include "system/detection.h"
 #include "interface/windows.h"
 #include "state/state.h"
 

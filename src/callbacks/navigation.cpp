@@ -3,6 +3,8 @@
 #include "interface/dialogs.h"
 #include "interface/windows.h"
 #include "shell/run.h"
+#include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
 
 namespace {
@@ -18,12 +20,6 @@ void show(GtkWidget* window) {
 void open_support_page() {
   const char* page = "http://support.brindle.example/brindle/support.jsp?version=3.0.0";
   shell::run_unlogged(isNLD == 1 ? compose("firefox %s &", page) : compose("mozilla %s &", page));
-}
-
-// The timeout may have ended itself, or the worker may have removed it.
-void remove_progress_timeout() {
-  GSource* source = timer > 0 ? g_main_context_find_source_by_id(nullptr, timer) : nullptr;
-  if (source != nullptr) g_source_destroy(source);
 }
 
 }  // namespace
@@ -47,6 +43,7 @@ void on_bCancelStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { sh
 void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
+  decline_open_questions();
   remove_progress_timeout();
   show_over_page(notice);
   // Null before the worker has made it, or when it could not: then there is nothing to remove.

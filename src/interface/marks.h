@@ -8,6 +8,12 @@
 /// Puts the rows on the page, in the layout of the system in OSName.
 void put_marks(Page& page, const WindowTexts& texts);
 
+/// A progress mark and its result.
+struct Image_Result {
+  GtkWidget* image;  ///< the mark's image widget, or null
+  int result;        ///< 0: the item succeeded; anything else: it failed or was absent
+};
+
 /// Shows a result on a progress mark: "gtk-apply" for 0, else "gtk-cancel". Does nothing for null.
 void show_mark(GtkWidget* image, int result);
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "interface/system.h"
+#include "system/detection.h"
 #include "shell/files.h"
 #include "state/state.h"
 

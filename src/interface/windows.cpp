@@ -6,6 +6,7 @@
 
 GtkWidget* window1 = nullptr;
 GtkWidget* window2 = nullptr;
+GtkWidget* window3 = nullptr;
 GtkWidget* window4 = nullptr;
 GtkWidget* fileselection = nullptr;
 GtkWidget* quit_dialog = nullptr;

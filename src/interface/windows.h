@@ -1,13 +1,15 @@
 // The windows and dialogs of the wizard. GUI thread only; each is null until it is built, and the dialogs
-// that are destroyed by a button are null again afterwards. (window3 is in support/widgets.h.)
+// that are destroyed by a button are null again afterwards.
 #ifndef BRINDLE_INTERFACE_WINDOWS_H
 #define BRINDLE_INTERFACE_WINDOWS_H
 
 #include "support/widgets.h"
 
-/// The welcome page and the archive source page.
+/// The pages: welcome, archive source, progress. main keeps references of its own, so that a closed page can
+/// still be asked for its widgets.
 extern GtkWidget* window1;
 extern GtkWidget* window2;
+extern GtkWidget* window3;
 
 /// A page that no version has built yet.
 extern GtkWidget* window4;

@@ -1,18 +1,21 @@
 // What the worker posts to the GUI thread. The callbacks run from the main loop without GDK's lock, so each
 // takes it around its own GTK calls.
+#include "main/idle.h"
+
 #include <gtk/gtk.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "interface/dialogs.h"
 #include "interface/marks.h"
 #include "interface/parts.h"
 #include "interface/printer_windows.h"
 #include "interface/windows.h"
-#include "process/run/items.h"
 #include "state/posts.h"
 #include "state/state.h"
+#include "system/marks.h"
 
 namespace {
 
@@ -56,8 +59,17 @@ void release_if_absent(const GtkWidget* dialog, std::atomic<int>& flag) {
 
 }  // namespace
 
-int draw(Image_Result* data) {
+int draw_posted_mark(void* data) {
   take_hand_over();
+  const std::unique_ptr<PostedMark> posted(static_cast<PostedMark*>(data));
+  auto* record = static_cast<Image_Result*>(std::malloc(sizeof(Image_Result)));
+  if (record == nullptr) return 0;
+  const std::string image = image_name(static_cast<Mark>(posted->number));
+  *record = {lookup_widget(window3, image.c_str()), posted->result};
+  return draw(record);
+}
+
+int draw(Image_Result* data) {
   const GdkLock lock;
   show_mark(data->image, data->result);
   std::free(data);

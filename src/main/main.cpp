@@ -9,7 +9,7 @@
 #include "error/log.h"
 #include "interface/dialogs.h"
 #include "interface/pages.h"
-#include "interface/system.h"
+#include "system/detection.h"
 #include "interface/texts.h"
 #include "interface/windows.h"
 #include "shell/files.h"

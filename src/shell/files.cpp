@@ -29,6 +29,8 @@ void dos_to_unix(const char* account_path) {
   shell::run_unlogged(compose("dos2unix -q \"%s\"", account_path));
 }
 
+void convert_line_ends(const std::string& path) { SYSTEM(compose("dos2unix %s", path)); }
+
 std::optional<std::vector<std::string>> list_folder(const std::string& path) {
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
   if (!folder) return std::nullopt;

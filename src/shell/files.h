@@ -33,6 +33,9 @@ int is_folder(const char* dir_path, const char* path);
 /// result is not looked at.
 void dos_to_unix(const char* account_path);
 
+/// The same for a file whose conversion people find in the system log when it fails: by a logged command.
+void convert_line_ends(const std::string& path);
+
 /// The entries of a folder without "." and "..", in directory order, as they are at the call: a migrator
 /// may add files to the folder while it works. No value, with errno set, when the folder cannot be opened.
 std::optional<std::vector<std::string>> list_folder(const std::string& path);

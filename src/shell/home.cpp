@@ -13,12 +13,7 @@ namespace {
 
 constexpr std::size_t home_buffer_size = 64;
 
-std::string running_users_home() {
-  const passwd* entry = getpwuid(getuid());
-  if (entry == nullptr) return "";
-  const std::string login = entry->pw_name;
-  return login == "root" ? "/root" : "/home/" + login;
-}
+std::string home_of(const std::string& login) { return login == "root" ? "/root" : "/home/" + login; }
 
 // Refused rather than cut: a shortened path would be somebody else's.
 int copy_home(const std::string& home, char* buffer) {
@@ -32,13 +27,26 @@ int copy_home(const std::string& home, char* buffer) {
 
 }  // namespace
 
-std::string user_home() {
-  const std::string home = isDefaultUser != 0 ? running_users_home() : std::string("/home/") + cur_user;
-  if (home.empty()) {
-    std::perror("username ");
-  } else {
+Owner current_owner() {
+  // A profile called root gets an account of its own below /home, never the superuser's home.
+  if (isDefaultUser == 0) return {cur_user, std::string("/home/") + cur_user};
+  const passwd* entry = getpwuid(getuid());
+  if (entry == nullptr) return {};
+  return {entry->pw_name, home_of(entry->pw_name)};
+}
+
+void trace_home(const std::string& home) {
+  if (!home.empty()) {
     std::printf("buffer=%s\n", home.c_str());
+    return;
   }
+  getpwuid(getuid());  // asked again for its reason
+  std::perror("username ");
+}
+
+std::string user_home() {
+  const std::string home = current_owner().home;
+  trace_home(home);
   return home;
 }
 

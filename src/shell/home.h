@@ -4,10 +4,22 @@
 
 #include <string>
 
-/// The home of the user being migrated: for the running user "/root" or "/home/" and the login name of the
-/// real user id (the account's own home field is not used), during a profile "/home/" and `cur_user`.
-/// Prints the trace line "buffer=HOME". Empty, after "username " and the system error on standard error,
-/// when the running user has no account entry.
+/// A user being migrated.
+struct Owner {
+  std::string login;
+  std::string home;  ///< "/root", or "/home/" and the login name: the account's own home field is not used
+};
+
+/// The user that isDefaultUser and cur_user name: the one whose real user id runs the program, or a profile.
+/// Both texts are empty, with errno set, when the running user has no account entry. Prints nothing.
+Owner current_owner();
+
+/// Leaves the trace of asking for a home: "buffer=HOME" on standard output or, for an empty one, "username " and
+/// the system error on standard error. The lines are part of what people see of a run, one for each time a home
+/// is asked for: code that knows the home already prints them all the same where they belong.
+void trace_home(const std::string& home);
+
+/// The home of current_owner, with its trace.
 std::string user_home();
 
 /// user_home for a buffer of 64 bytes. Returns 0, or -1 without a home or when it does not fit.

@@ -2,6 +2,7 @@
 
 #include <sys/wait.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,6 +38,8 @@ int report(int status, const char* cmd) {
   return 0;
 }
 
+int run_logged(const char* cmd) { return report(std::system(cmd), cmd); }
+
 int read_first_line(const std::string& command, const std::string& file, std::string& line) {
   File output = open_file(file, "r");
   if (!output) {
@@ -55,51 +58,52 @@ int read_first_line(const std::string& command, const std::string& file, std::st
 
 }  // namespace
 
-int SYSTEM(const char* cmd) { return report(std::system(cmd), cmd); }
-
 int SYSTEM(const shell::Command& cmd) {
-  if (cmd.refused()) {
-    log_ret("refused, %s", cmd.c_str());
-    return -1;
-  }
-  return SYSTEM(cmd.c_str());
+  if (!cmd.refused()) return run_logged(cmd.c_str());
+  log_ret("refused, %s", cmd.c_str());
+  return -1;
 }
 
+namespace shell {
+
+int run_unlogged(const Command& cmd) {
+  if (!cmd.refused()) return std::system(cmd.c_str());
+  errno = EINVAL;
+  return -1;
+}
+
+int execute_first(const Command& cmd, const std::string& home, std::string& line) {
+  const std::string file = tmp_file_name(home);
+  const Command command = redirected(cmd, file);
+  line.clear();
+  return SYSTEM(command) == 0 ? read_first_line(command.text(), file, line) : -1;
+}
+
+std::string tmp_file_name(const std::string& home) {
+  std::srand(seed);
+  trace_home(home);
+  const std::string name = home + "/." + std::to_string(std::rand());
+  ++seed;
+  return name;
+}
+
+}  // namespace shell
+
+int SYSTEM(const char* cmd) { return run_logged(cmd); }
+
 int execute_first(const char* cmd, char* result) {
-  const std::string file = shell::tmp_file_name();
+  const std::string file = shell::tmp_file_name(current_owner().home);
   const std::string command = cmd + shell::compose(" > %s", file).text();
-  std::string line;
   result[0] = '\0';
-  if (SYSTEM(command.c_str()) != 0) return -1;
+  if (run_logged(command.c_str()) != 0) return -1;
+  std::string line;
   const int found = read_first_line(command, file, line);
   std::strcpy(result, line.c_str());  // at most 255 characters
   return found;
 }
 
 void tmp_file(char* buf) {
-  const std::string name = shell::tmp_file_name();
+  const std::string name = shell::tmp_file_name(current_owner().home);
   const bool fits = name.size() < 64;
   std::strcpy(buf, fits ? name.c_str() : "");
 }
-
-namespace shell {
-
-std::string tmp_file_name() {
-  std::srand(seed);
-  const std::string home = user_home();
-  const std::string name = home + "/." + std::to_string(std::rand());
-  ++seed;
-  return name;
-}
-
-int run_unlogged(const Command& cmd) { return cmd.refused() ? -1 : std::system(cmd.c_str()); }
-
-int execute_first(const Command& cmd, std::string& line) {
-  const std::string file = tmp_file_name();
-  const Command command = redirected(cmd, file);
-  line.clear();
-  if (SYSTEM(command) != 0) return -1;
-  return read_first_line(command.text(), file, line);
-}
-
-}  // namespace shell

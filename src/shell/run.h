@@ -2,7 +2,6 @@
 #ifndef BRINDLE_SHELL_RUN_H
 #define BRINDLE_SHELL_RUN_H
 
-#include <optional>
 #include <string>
 
 #include "shell/compose.h"
@@ -14,35 +13,39 @@
 ///   exit status N            "normal termination, exit status N, CMD"          0
 ///   killed by a signal       "abnormal termination CMD"                        -1
 ///   shell not started        "fork failed, CMD" or "exec failed, CMD"          -1
+///   refused by the composer  "refused, CMD"; not run                           -1
 ///
 /// A command that ran and failed counts as success: only the log shows it, the migration goes on.
-int SYSTEM(const char* cmd);
-
-/// The same for a composed command; a refused one is logged as "refused, CMD", not run, and gives -1.
 int SYSTEM(const shell::Command& cmd);
-
-/// Runs `cmd` with its output sent to a temporary file and copies the first line, at most 255 characters
-/// and with its newline, into `result` (256 bytes). Returns 1, or 0 with an empty `result` when there was
-/// no output, or -1 on failure. A command that fails without output gives 0.
-int execute_first(const char* cmd, char* result);
-
-/// Writes a new temporary file name into `buf` (64 bytes): a hidden file in the home of the user being
-/// migrated. The names are the same in every run, and the C library's generator is re-seeded each time.
-/// A home too long for the buffer leaves it empty.
-void tmp_file(char* buf);
 
 namespace shell {
 
-/// The same names, without a limit on the home's length.
-std::string tmp_file_name();
-
-/// Runs a composed command with plain system(): nothing is logged. Returns the raw status, -1 for a
-/// refused command.
+/// Runs a composed command with plain system(): nothing is logged. Returns the raw status, or -1 with errno
+/// EINVAL for a refused command.
 int run_unlogged(const Command& cmd);
 
-/// execute_first for a composed command. `line` receives the first output line with its newline.
-int execute_first(const Command& cmd, std::string& line);
+/// Runs `cmd` with its output sent to a temporary file in the folder `home`. `line` receives the first line, at
+/// most 255 characters and with its newline. Returns 1, or 0 with an empty line when there was no output, or -1
+/// on failure. A command that fails without output gives 0. Leaves the trace of asking for a home.
+int execute_first(const Command& cmd, const std::string& home, std::string& line);
+
+/// A new temporary file name: a hidden file in the folder `home`. The names are the same in every run, and the
+/// C library's generator is re-seeded each time. Leaves the trace of asking for a home.
+std::string tmp_file_name(const std::string& home);
 
 }  // namespace shell
+
+// ---- The same with the given signatures, which take a command as a bare text. Nothing in Brindle may use the
+// first two, since a text is past the composer; the compiler sees to it.
+
+/// SYSTEM for a text that somebody else has composed.
+[[deprecated("compose the command")]] int SYSTEM(const char* cmd);
+
+/// execute_first for such a text, in the home of the user being migrated; `result` has 256 bytes.
+[[deprecated("compose the command")]] int execute_first(const char* cmd, char* result);
+
+/// tmp_file_name in the home of the user being migrated, for a buffer of 64 bytes. A home too long for it leaves
+/// it empty.
+void tmp_file(char* buf);
 
 #endif

@@ -2,15 +2,12 @@
 
 #include <gtk/gtk.h>
 
-GtkWidget* window3 = nullptr;
-
 void name_widget(GtkWidget* window, GtkWidget* widget, const char* name) {
   g_object_set_data_full(G_OBJECT(window), name, g_object_ref(widget), g_object_unref);
 }
 
 GtkWidget* lookup_widget(GtkWidget* widget, const char* name) {
   if (widget == nullptr) return nullptr;
-  // A window is asked without a walk through its parents: that walk would not be safe for the worker.
   while (!GTK_IS_WINDOW(widget)) {
     widget = gtk_widget_get_parent(widget);
     if (widget == nullptr) return nullptr;

@@ -11,7 +11,7 @@
 
 #include "interface/dialogs.h"
 #include "interface/pages.h"
-#include "interface/system.h"
+#include "system/detection.h"
 #include "interface/windows.h"
 #include "state/state.h"
 #include "support/commands.h"

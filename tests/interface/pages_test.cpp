@@ -3,7 +3,7 @@
 #include "gui.h"
 #include "interface/marks.h"
 #include "interface/windows.h"
-#include "process/run/items.h"
+#include "main/idle.h"
 #include "state/posts.h"
 #include "state/state.h"
 #include "support/commands.h"

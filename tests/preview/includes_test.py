@@ -25,7 +25,7 @@ ROOMS = {
 # Declarations that may be named against the arrows, each with its reason.
 PERMITTED = {
     ("interface", "callbacks"): "the builders name the handlers, the handlers show windows",
-    ("run", "interface/system.h"): "the worker detects the system again",
+    ("run", "system/detection.h"): "the worker detects the system again",
     ("run", "support/widgets.h"): "an item looks up the image of its mark, and changes nothing",
 }
 

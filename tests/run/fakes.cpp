@@ -3,13 +3,11 @@
 #include <glib.h>
 
 #include <atomic>
-#include <cstdlib>
+#include <memory>
 #include <thread>
 
-#include "process/run/items.h"
 #include "state/posts.h"
 #include "state/state.h"
-#include "support/widgets.h"
 
 namespace {
 
@@ -23,9 +21,6 @@ int note(const std::string& name) {
   return 0;
 }
 
-// Stands for the image widgets: each name has one address, that of its own text.
-std::map<std::string, std::string> widgets;
-
 }  // namespace
 
 // GLib is not built for the thread checker: what it calls itself (memcpy, write) is ordered by locks that the
@@ -33,16 +28,10 @@ std::map<std::string, std::string> widgets;
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() { return "called_from_lib:libglib-2.0.so\n"; }
 
-GtkWidget* window3 = nullptr;
-
-GtkWidget* lookup_widget(GtkWidget* /*widget*/, const char* name) {
-  return reinterpret_cast<GtkWidget*>(&widgets.try_emplace(name, name).first->second);
-}
-
-int draw(Image_Result* data) {
+int draw_posted_mark(void* data) {
   take_hand_over();
-  posted.emplace_back(*reinterpret_cast<std::string*>(data->image), data->result);
-  std::free(data);
+  const std::unique_ptr<PostedMark> mark(static_cast<PostedMark*>(data));
+  posted.emplace_back("image_" + std::to_string(mark->number), mark->result);
   return 0;
 }
 

@@ -7,16 +7,22 @@
 
 #include "error/error.h"
 #include "shell/files.h"
+#include "shell/home.h"
 #include "shell/run.h"
 
 namespace {
 
 constexpr std::size_t mount_point_size = 128;
 
+// These checks run before a migration, for whoever runs the program.
+int first_line(const shell::Command& command, std::string& line) {
+  return shell::execute_first(command, current_owner().home, line);
+}
+
 // The number on the first line of a command's output; 0 without a line.
 long long first_number(const shell::Command& command) {
   std::string line;
-  if (shell::execute_first(command, line) != 1) return 0;
+  if (first_line(command, line) != 1) return 0;
   line.pop_back();  // the newline
   return std::strtoll(line.c_str(), nullptr, 10);
 }
@@ -35,7 +41,7 @@ char* copied(const std::string& text) {
 
 int isZipfile(const char* path) {
   std::string line;
-  if (shell::execute_first(compose("file -b \"%s\"", path), line) != 1) {
+  if (first_line(compose("file -b \"%s\"", path), line) != 1) {
     log_ret("isZipfile");
     return -1;
   }
@@ -63,7 +69,7 @@ int isEncrypted(const char* path) {
   const shell::Command command = compose(
       "zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'", path);
   std::string line;
-  if (shell::execute_first(command, line) != 1) return -1;
+  if (first_line(command, line) != 1) return -1;
   if (line == "not\n") return 0;
   return line == "encrypted\n" ? 1 : -1;
 }
@@ -72,7 +78,7 @@ char* mount_cdrom_remote(const char* fstype) {
   // An already mounted disc is fine, so the result is not looked at.
   if (std::strcmp(fstype, "iso9660") == 0) shell::run_unlogged(compose("mount /dev/cdrom"));
   std::string line;
-  if (shell::execute_first(compose("mount -l -t %s", fstype), line) != 1) return nullptr;
+  if (first_line(compose("mount -l -t %s", fstype), line) != 1) return nullptr;
   const std::size_t on = line.find("on /");
   if (on == std::string::npos) return nullptr;
   const std::size_t start = on + std::strlen("on ");

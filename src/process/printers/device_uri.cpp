@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "shell/files.h"
-#include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
 
 namespace {
@@ -99,12 +99,7 @@ std::string uri_of(const Device& device, const std::string& label) {
 }
 
 void getUsernamePassword(const char* drivername) {
-  static std::string title;
-  title = drivername;
-  isWindowSmbUsernamePasswordOpen = 1;
-  displaylabel = title.c_str();
-  post_to_gui(show_smb_username_password_window, nullptr);
-  wait_while_open(isWindowSmbUsernamePasswordOpen);
+  share_question.ask(drivername, smburl);
   std::printf("Username::%s", Username);
   // In clear, deliberately: only so can a mistyped password be told from a share that refuses its user.
   std::printf("Password::%s", Password);

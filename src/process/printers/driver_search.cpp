@@ -9,7 +9,7 @@
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
-#include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
 
 namespace {
@@ -59,9 +59,7 @@ void remove_result(const std::string& home) { SYSTEM(compose("rm %s/ppd.txt", ho
 
 void ask_user(const std::string& home) {
   remove_result(home);
-  isWindowSelectDriverOpen = 1;
-  post_to_gui(show_popup_window_select_driver, nullptr);
-  wait_while_open(isWindowSelectDriverOpen);
+  driver_question.ask(displaylabel);
 }
 
 File open_result(const std::string& home) {

@@ -18,7 +18,7 @@
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
-#include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
 
 namespace {
@@ -27,9 +27,7 @@ constexpr const char* login_name_alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHI
 
 void show_user_error() {
   std::printf("Invalid User.");
-  isUserPopupOpen = 1;
-  post_to_gui(show_popup_user_error_window, nullptr);
-  wait_while_open(isUserPopupOpen);
+  user_notice.ask();
 }
 
 void create_account(const std::string& login, const std::string& home) {

@@ -1,16 +1,13 @@
 #include "process/run/items.h"
 
-#include <cstdlib>
+#include <optional>
 
 #include "error/log.h"
 #include "shell/files.h"
 #include "state/posts.h"
 #include "state/state.h"
-#include "support/widgets.h"
 
 namespace {
-
-int draw_posted(void* data) { return draw(static_cast<Image_Result*>(data)); }
 
 int run_if_present(const char* folder, func_t func, const char* func_arg) {
   const bool runs = func != nullptr && is_folder(new_dir_path, folder) == 1;
@@ -19,12 +16,13 @@ int run_if_present(const char* folder, func_t func, const char* func_arg) {
 
 }  // namespace
 
+void post_mark(Mark mark, int result) {
+  post_to_gui(draw_posted_mark, new PostedMark{static_cast<int>(mark), result});
+}
+
 void post_mark(const char* image, int result) {
-  auto* record = static_cast<Image_Result*>(std::malloc(sizeof(Image_Result)));
-  if (record == nullptr) return;
-  record->image = lookup_widget(window3, image);
-  record->result = result;
-  post_to_gui(draw_posted, record);
+  const std::optional<Mark> mark = mark_of_image(image);
+  if (mark) post_mark(*mark, result);
 }
 
 void item(Image_Result* /*buf*/, const char* image, const char* folder, func_t func, const char* func_arg) {

@@ -3,20 +3,16 @@
 #ifndef BRINDLE_PROCESS_RUN_ITEMS_H
 #define BRINDLE_PROCESS_RUN_ITEMS_H
 
-typedef struct _GtkWidget GtkWidget;
+#include "system/marks.h"
 
-/// A progress mark's result on its way from the worker to the GUI thread. The worker allocates it with
-/// malloc and does not touch it after the post; `draw` frees it.
-struct Image_Result {
-  GtkWidget* image;  ///< the mark's image widget, or null
-  int result;        ///< 0: the item succeeded; anything else: it failed or was absent
-};
+/// A mark's image widget with its result: the GUI thread's own record (interface/marks.h).
+struct Image_Result;
 
 /// A migrator: takes a path in the unpacked archive, returns 0 for success.
 using func_t = int (*)(const char*);
 
-/// GUI thread: shows "gtk-apply" for result 0, else "gtk-cancel", and frees `data`. Returns 0 (run once).
-int draw(Image_Result* data);
+/// Posts `mark` with `result`, 0 for success.
+void post_mark(Mark mark, int result);
 
 /// Posts the mark named `image` with `result`.
 void post_mark(const char* image, int result);

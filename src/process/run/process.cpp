@@ -10,7 +10,6 @@
 #include <string>
 
 #include "error/log.h"
-#include "interface/system.h"
 #include "process/archive/layout.h"
 #include "process/archive/safety.h"
 #include "process/printers/cups.h"
@@ -23,7 +22,10 @@
 #include "shell/home.h"
 #include "shell/run.h"
 #include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
+#include "system/detection.h"
+#include "system/system.h"
 
 namespace {
 
@@ -32,12 +34,6 @@ namespace {
 constexpr const char* nowhere = "/dev/null";
 
 // ---- Endings -----------------------------------------------------------------------------------------
-
-void remove_progress_timeout() {
-  // It may have removed itself, or Cancel may have: asking first keeps GLib from complaining.
-  const auto id = static_cast<guint>(timer);
-  if (id != 0 && g_main_context_find_source_by_id(nullptr, id) != nullptr) g_source_remove(id);
-}
 
 void end_run() {
   g_clear_object(&client);
@@ -116,9 +112,7 @@ int migrate_printers_as_root(const std::string& root) {
 }
 
 int refuse_printers() {
-  isPrinterPopupOpen = 1;
-  post_to_gui(show_popup_printer_error_window, nullptr);
-  wait_while_open(isPrinterPopupOpen);
+  printer_notice.ask();
   post_mark("image_12", -1);
   return 1;
 }

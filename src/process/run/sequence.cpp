@@ -1,7 +1,5 @@
 #include "process/run/sequence.h"
 
-#include <cstring>
-
 #include "process/archive/layout.h"
 #include "process/desktop/browser.h"
 #include "process/desktop/documents.h"
@@ -65,14 +63,6 @@ constexpr Step steps[] = {
 // clang-format on
 
 }  // namespace
-
-System detected_system() {
-  if (std::strcmp(OSName, "GNome") == 0) return System::gnome;
-  if (std::strcmp(OSName, "Linspire") == 0) return System::linspire;
-  if (std::strcmp(OSName, "RedFlag") == 0) return System::redflag;
-  if (std::strcmp(OSName, "Xandros") == 0) return System::xandros;
-  return System::other;
-}
 
 std::span<const Step> sequence() { return steps; }
 

@@ -5,13 +5,7 @@
 #include <span>
 
 #include "process/run/items.h"
-
-/// The systems as the table's columns.
-enum class System { gnome, linspire, redflag, xandros, other };
-inline constexpr int system_count = 5;
-
-/// The column of the detected system (OSName).
-System detected_system();
+#include "system/system.h"
 
 /// Whom a step is for.
 enum class For { everybody, running_user, profiles };

@@ -11,6 +11,7 @@
 #include "process/mail/folders/background.h"
 #include "state/state.h"
 #include "support/commands.h"
+#include "shell/compose.h"
 #include "support/files.h"
 #include "support/system_log.h"
 
@@ -275,8 +276,8 @@ TEST(DeleteNewLine, RemovesOneAtTheEnd) {
 
 TEST(Func, RunsItsCommandAndLogsAFailure) {
   SystemLog log;
-  char command[] = "touch /tmp/ran; exit 3";
-  EXPECT_EQ(nullptr, func(command));
+  shell::Command command = compose("touch /tmp/ran; exit 3");
+  EXPECT_EQ(nullptr, func(&command));
   EXPECT_TRUE(exists("/tmp/ran"));
   EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("normal termination, exit status 3, touch /tmp/ran")));
 }

@@ -35,7 +35,7 @@ using Descriptions = std::vector<std::string>;
 
 std::string host_name() {
   std::string line;
-  shell::execute_first(compose("hostname"), line);
+  shell::execute_first(compose("hostname"), current_owner().home, line);
   if (!line.empty()) line.pop_back();
   return line;
 }

@@ -74,8 +74,8 @@ int repair(const SourceList& list) {
 }
 
 void start_evolution() {
-  static char command[] = "evolution";  // outlives the thread
-  GThread* thread = g_thread_try_new("evolution", func, command, nullptr);
+  static shell::Command command = compose("evolution");  // outlives the thread
+  GThread* thread = g_thread_try_new("evolution", func, &command, nullptr);
   if (thread == nullptr) {
     std::perror("launch evolution ");
     return;

@@ -60,7 +60,7 @@ void write_time_zone(const std::string& home, const char* zone) {
 void set_time_zone() {
   const std::string home = user_home();
   std::string abbreviation;
-  shell::execute_first(compose("date +%%Z"), abbreviation);
+  shell::execute_first(compose("date +%%Z"), current_owner().home, abbreviation);
   const char* zone = time_zone_matrix(abbreviation.c_str());
   if (zone == nullptr) return;
   std::printf("Timezone Val::%s", zone);

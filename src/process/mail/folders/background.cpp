@@ -3,6 +3,6 @@
 #include "shell/run.h"
 
 void* func(void* args) {
-  SYSTEM(static_cast<const char*>(args));
+  SYSTEM(*static_cast<const shell::Command*>(args));
   return nullptr;
 }

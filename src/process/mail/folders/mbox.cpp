@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "shell/pieces.h"
+
 namespace {
 
 constexpr std::size_t block_size = std::size_t{1} << 18;
@@ -28,34 +30,6 @@ int removal_after(std::string_view separator_line) {
 }
 
 }  // namespace
-
-PieceReader::PieceReader(std::FILE* file, std::size_t limit)
-    : file_(file), limit_(limit), block_(std::max(block_size, limit)) {
-  std::setvbuf(file, nullptr, _IONBF, 0);  // the block is the buffer
-}
-
-bool PieceReader::next(std::string_view& piece) {
-  if (end_ - begin_ < limit_ && !ended_) refill();
-  const std::size_t window = std::min(end_ - begin_, limit_);
-  if (window == 0) return false;
-  const char* start = block_.data() + begin_;
-  const void* newline = std::memchr(start, '\n', window);
-  const std::size_t size =
-      newline == nullptr ? window : static_cast<std::size_t>(static_cast<const char*>(newline) - start) + 1;
-  piece = std::string_view(start, size);
-  begin_ += size;
-  return true;
-}
-
-void PieceReader::refill() {
-  std::memmove(block_.data(), block_.data() + begin_, end_ - begin_);
-  end_ -= begin_;
-  begin_ = 0;
-  const std::size_t wanted = block_.size() - end_;
-  const std::size_t found = std::fread(block_.data() + end_, 1, wanted, file_);
-  end_ += found;
-  ended_ = found < wanted;
-}
 
 MboxSplitter::MboxSplitter(std::string prefix) : prefix_(std::move(prefix)), buffer_(message_buffer_size) {}
 
@@ -103,7 +77,7 @@ void split_mbox(const std::string& path, const std::string& prefix) {
   std::printf("File Read");
   MboxSplitter splitter(prefix);
   std::printf("Trying to now get each line.::%d\n", splitter.count());
-  PieceReader reader(mbox.get(), piece_limit);
+  PieceReader reader(mbox.get(), piece_limit, block_size);
   std::string_view piece;
   while (reader.next(piece)) splitter.take(piece);
   std::printf("Count::%d\n", splitter.count());

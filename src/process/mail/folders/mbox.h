@@ -10,26 +10,6 @@
 
 #include "shell/files.h"
 
-/// Hands out an open file piece by piece: a line with its newline, or at most `limit` bytes of a longer
-/// one, whose rest comes as pieces of its own.
-class PieceReader {
- public:
-  PieceReader(std::FILE* file, std::size_t limit);
-
-  /// The next piece, valid until the next call. False at the end of the file or when it cannot be read.
-  bool next(std::string_view& piece);
-
- private:
-  void refill();
-
-  std::FILE* file_;
-  std::size_t limit_;
-  std::vector<char> block_;
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
-  bool ended_ = false;
-};
-
 /// Takes the pieces of one mbox file and writes each message to its own file, PREFIX2, PREFIX3, ...
 /// A message whose file cannot be made is skipped.
 class MboxSplitter {

@@ -191,7 +191,7 @@ int kde_extract_from_account_path(const char* account_path, const char* /*path*/
   if (!account) return 1;
   std::printf("Account Name::%s\n", account->name.c_str());
   std::string host_name;  // asked for, as the other account writers do, but no part of KMail's account
-  shell::execute_first(compose("hostname"), host_name);
+  shell::execute_first(compose("hostname"), current_owner().home, host_name);
   const std::string home = user_home();
   if (seqno == 1) SYSTEM(compose("rm %s/.kde/share/config/kmailrc", home));
   if (!append_account(home, *account, seqno)) return 1;

@@ -1,4 +1,4 @@
-#include "interface/system.h"
+#include "system/detection.h"
 
 #include <cstdio>
 #include <cstring>

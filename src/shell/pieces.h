@@ -1,0 +1,33 @@
+// Reading a file line by line with a limit on the length, which several file formats of ours show in their results.
+#ifndef BRINDLE_SHELL_PIECES_H
+#define BRINDLE_SHELL_PIECES_H
+
+#include <cstddef>
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+/// Hands out an open file piece by piece: a line with its newline, or at most `limit` bytes of a longer
+/// one, whose rest comes as pieces of its own. NUL bytes are kept.
+class PieceReader {
+ public:
+  static constexpr std::size_t usual_block = std::size_t{1} << 13;
+
+  /// Reads on from where `file` is, a block at a time: the file's own position is ahead of the pieces.
+  PieceReader(std::FILE* file, std::size_t limit, std::size_t block = usual_block);
+
+  /// The next piece, valid until the next call. False at the end of the file or when it cannot be read.
+  bool next(std::string_view& piece);
+
+ private:
+  void refill();
+
+  std::FILE* file_;
+  std::size_t limit_;
+  std::vector<char> block_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+  bool ended_ = false;
+};
+
+#endif

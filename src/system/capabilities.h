@@ -1,0 +1,63 @@
+// What each system has and does differently: one row a system. The place to look first for a new system.
+#ifndef BRINDLE_SYSTEM_CAPABILITIES_H
+#define BRINDLE_SYSTEM_CAPABILITIES_H
+
+#include <string>
+
+#include "shell/compose.h"
+#include "system/marks.h"
+#include "system/system.h"
+
+/// A prepared home that new browser profiles and accounts are copied from.
+struct Skeleton {
+  const char* folder;   ///< where it is unpacked
+  const char* tarball;  ///< installed with the program
+  bool bzip2;           ///< such a tarball holds the home's content; a plain one brings the folder "root" itself
+};
+
+/// How the target applications get their configuration before the migrators write into it.
+enum class FirstStart {
+  none,
+  from_skeleton,  ///< a browser profile from the skeleton home
+  gnome,          ///< the same, file manager settings, and a short start of Evolution
+  of_programs,    ///< a short start of the mail programs themselves
+};
+
+/// The tools that make print queues.
+enum class PrinterTools { cups, foomatic };
+
+/// One row.
+struct Capabilities {
+  const char* name;  ///< as OSName spells it
+
+  // Applications and accounts
+  FirstStart first_start;
+  const Skeleton* skeleton;  ///< null: none, new accounts are copies of /root
+  /// The command that makes the account `login` with the home `home` from the unpacked skeleton home.
+  shell::Command (*make_account)(const std::string& login, const std::string& home,
+                                 const std::string& skeleton);
+  bool account_has_evolution;  ///< the source lists in a new home name the skeleton's user and are repaired
+
+  // Desktop
+  const char* link_icon;         ///< icon line of desktop links, the last one
+  bool documents_on_desktop;     ///< documents lie in a folder of the desktop and need no link
+  bool share_in_konqueror;       ///< the shared folder gets a Konqueror bookmark
+  bool fonts_for_everybody;      ///< an archive of several users brings its fonts for the whole system
+  bool brings_terminal_settings;  ///< the running user's terminal gets the skeleton's settings
+  int kde_tiled;                 ///< kdesktop's number for a tiled wallpaper
+
+  // Printers
+  PrinterTools printers;
+
+  // Wizard
+  bool language_from_ctype;  ///< LC_CTYPE, when it is set, goes before LANG
+  bool progress_moves;       ///< the bar moves while the worker works
+  int first_row;             ///< place of the first row on the progress page, in pixels from above
+  int row_pitch;
+  MarkSet hidden_rows;  ///< marks without a row
+  MarkSet sets;         ///< marks that a run sets
+};
+
+const Capabilities& capabilities(System system);
+
+#endif

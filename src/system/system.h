@@ -1,0 +1,18 @@
+// The systems that Brindle knows.
+#ifndef BRINDLE_SYSTEM_SYSTEM_H
+#define BRINDLE_SYSTEM_SYSTEM_H
+
+#include <string_view>
+
+/// A system, and the column it has in every table by system. `other` is none of the four names: nothing but
+/// documents and the desktop is migrated there.
+enum class System { gnome, linspire, redflag, xandros, other };
+inline constexpr int system_count = 5;
+
+/// The system of that name, as OSName spells it.
+System system_called(std::string_view name);
+
+/// The system in OSName. For entry functions: helpers take the answer.
+System detected_system();
+
+#endif
