@@ -1,0 +1,50 @@
+#include "process/mail/client_files.h"
+
+#include <cstdio>
+
+#include "process/archive/layout.h"
+#include "shell/pieces.h"
+#include "shell/run.h"
+
+namespace {
+
+constexpr std::size_t line_limit = 1023;
+
+}  // namespace
+
+std::optional<std::vector<std::string>> account_files(const std::string& root) {
+  const std::string folder = root + "/" + layout::mail_accounts;
+  std::optional<std::vector<std::string>> files = list_folder(folder);
+  if (!files) {
+    std::perror("In mail_account() opendir: ");
+    return std::nullopt;
+  }
+  for (std::string& file : *files) file = folder + "/" + file;
+  return files;
+}
+
+File open_client_file(const std::string& path, const char* mode) {
+  File file = open_file(path, mode);
+  if (!file) std::printf("\nERROR :: Could not create file");
+  return file;
+}
+
+void rewrite_lines(const std::string& from, const std::string& to,
+                   const std::function<std::string(const std::string& line)>& rewrite) {
+  const File in = open_file(from, "r");
+  const File out = open_file(to, "w");
+  if (!in || !out) return;
+  PieceReader lines(in.get(), line_limit);
+  std::string_view line;
+  while (lines.next(line)) write_text(out, rewrite(std::string(line)));
+}
+
+void convert_contacts(const std::string& mail, const char* script, const std::string& to) {
+  SYSTEM(compose("perl %s <%s >%s", script, mail + "/" + layout::contacts_file, to));
+  convert_line_ends(to);
+}
+
+void run_and_trace(const shell::Command& command) {
+  SYSTEM(command);
+  std::printf("Command::%s", command.c_str());
+}

@@ -1,0 +1,75 @@
+#include "process/mail/client_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
+
+std::string in_brackets(const std::string& line) { return "[" + line + "]"; }
+
+TEST(AccountFiles, AreEveryEntryOfTheirFolder) {
+  write_file("/tmp/b/ImapMail/brindle-email-accounts/work.txt", "");
+  write_file("/tmp/b/ImapMail/brindle-email-accounts/.home", "");
+  EXPECT_THAT(account_files("/tmp/b").value(),
+              UnorderedElementsAre("/tmp/b/ImapMail/brindle-email-accounts/work.txt",
+                                   "/tmp/b/ImapMail/brindle-email-accounts/.home"));
+}
+
+TEST(AccountFiles, ReportAFolderThatCannotBeOpened) {
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(account_files("/tmp/missing"));
+  EXPECT_EQ("In mail_account() opendir: : No such file or directory\n",
+            testing::internal::GetCapturedStderr());
+}
+
+TEST(ClientFile, ThatCannotBeOpenedIsReported) {
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(open_client_file("/tmp/missing/kmailrc", "a"));
+  EXPECT_EQ("\nERROR :: Could not create file", testing::internal::GetCapturedStdout());
+}
+
+TEST(RewriteLines, HandsOutLinesAndPiecesOfLongOnes) {
+  const std::string full(1023, 'x');
+  write_file("/tmp/from", "a\n\n" + full + "yz\n" + std::string("n\0l", 3));
+  write_file("/tmp/to", "old");
+  rewrite_lines("/tmp/from", "/tmp/to", in_brackets);
+  EXPECT_EQ("[a\n][\n][" + full + "][yz\n]" + std::string("[n\0l]", 5), read_file("/tmp/to"));
+}
+
+TEST(RewriteLines, OfAMissingFileAreNone) {
+  write_file("/tmp/to", "old");
+  rewrite_lines("/tmp/missing", "/tmp/to", in_brackets);
+  EXPECT_EQ("", read_file("/tmp/to"));
+}
+
+TEST(RewriteLines, AreNotReadForAFileThatCannotBeMade) {
+  write_file("/tmp/from", "a\n");
+  rewrite_lines("/tmp/from", "/tmp/missing/to", [](const std::string& line) {
+    ADD_FAILURE() << line;
+    return line;
+  });
+}
+
+TEST(Contacts, AreConvertedByAScriptAndGetLocalLineEnds) {
+  write_file("/tmp/b/ImapMail/Contacts/addressbook.db", "a\r\n");
+  write_file("/tmp/copy.pl", "print <STDIN>;");
+  convert_contacts("/tmp/b/ImapMail", "/tmp/copy.pl", "/tmp/b/out");
+  EXPECT_EQ("a\n", read_file("/tmp/b/out"));
+  EXPECT_THAT(commands_run(),
+              ElementsAre("perl /tmp/copy.pl </tmp/b/ImapMail/Contacts/addressbook.db >/tmp/b/out",
+                          "dos2unix /tmp/b/out"));
+}
+
+TEST(RunAndTrace, PrintsTheCommandAfterItsOutput) {
+  testing::internal::CaptureStdout();
+  run_and_trace(compose("echo %s", "ran"));
+  EXPECT_EQ("ran\nCommand::echo ran", testing::internal::GetCapturedStdout());
+}
+
+}  // namespace
