@@ -90,6 +90,19 @@ TEST_F(KMail, TracesOfOneAccount) {
       testing::internal::GetCapturedStdout());
 }
 
+TEST_F(KMail, TracesOfAllAccounts) {
+  work();
+  home();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  const std::string account =
+      "buffer=/root\nbuffer=/root\n\n\n File Opened\nFlush Result::0\nClose Result::0\nFile closed";
+  EXPECT_THAT(
+      testing::internal::GetCapturedStdout(),
+      testing::AnyOf("Account Name::Work\n" + account + "Account Name::Home\n" + account + "buffer=/root\n",
+                     "Account Name::Home\n" + account + "Account Name::Work\n" + account + "buffer=/root\n"));
+}
+
 TEST_F(KMail, OnlyTheFirstAccountRemovesTheOldFile) {
   write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
   write_file(kmailrc, "[Old]\n");
@@ -136,6 +149,33 @@ TEST_F(KMail, IdsDifferEvenWhenTheGeneratorRepeatsItself) {
   EXPECT_EQ("3\n", output_of(std::string("grep ^Id= ") + kmailrc + " | sort -u | wc -l"));
 }
 
+// What the generator answers, one after the other, once it is seeded with `seed`.
+std::vector<std::string> numbers_of(unsigned int seed, int count) {
+  std::srand(seed);
+  std::vector<std::string> numbers;
+  for (int i = 0; i < count; ++i) numbers.push_back(std::to_string(std::rand()));
+  return numbers;
+}
+
+// The seeds 0 and 1 are the same to the C library, so the second account's first draw is taken.
+TEST_F(KMail, IdsAreDrawnFromWhatTheTemporaryNamesSeeded) {
+  const auto numbers = numbers_of(0, 3);
+  ASSERT_EQ(numbers, numbers_of(1, 3));
+  work();
+  home();
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(commands_run(), Contains("hostname > /root/." + numbers[0]).Times(2));
+  EXPECT_EQ("Id=" + numbers[1] + "\nId=" + numbers[2] + "\n", output_of(std::string("grep ^Id= ") + kmailrc));
+}
+
+TEST_F(KMail, AnIdOfTheOldFileIsNotGivenAgain) {
+  const auto numbers = numbers_of(0, 3);
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  write_file(kmailrc, "[Account 1]\nId=" + numbers[1] + "\nName=Old\n");
+  EXPECT_EQ(0, kde_extract_from_account_path("/tmp/a", "/tmp/b", 2));
+  EXPECT_EQ("Id=" + numbers[1] + "\nId=" + numbers[2] + "\n", output_of(std::string("grep ^Id= ") + kmailrc));
+}
+
 TEST_F(KMail, WithoutAccountsTheOldFileIsKept) {
   write_file(kmailrc, "[Old]\nkept=yes\n");
   EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
@@ -150,6 +190,12 @@ TEST_F(KMail, ChineseSettingsBecomeUtf8) {
   kmailaccountsettings("/tmp/b");
   EXPECT_THAT(read_file(kmailrc),
               AllOf(HasSubstr("\nName=\u5de5\u4f5c\n"), HasSubstr("\nname=\u670b\u53cb\n")));
+}
+
+TEST_F(KMail, SettingsInAnotherEncodingLoseLetters) {
+  account("de.txt", "Account Name=M\xFCller\nPOP3 Server=p\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(read_file(kmailrc), HasSubstr("\nName=Mller\n"));
 }
 
 TEST_F(KMail, StoringThePasswordFollowsTheOutgoingServer) {

@@ -34,35 +34,38 @@ TEST(DateOnlyUntil, TakesAnyUnForTheBeginning) {
             with_date_only_until("RRULE:COUNT=5;UNTIL=20051231T000000Z;X=1\n"));
 }
 
+void expect_date(const char* line, const char* date, const DateLine& actual) {
+  EXPECT_EQ(line, actual.line);
+  EXPECT_EQ(date, actual.date);
+}
+
 TEST(DateValues, MakeADateOfDue) {
   DateValues dates;
-  std::string value;
-  EXPECT_EQ("DUE;VALUE=DATE:20050510\n", dates.rewrite("DUE;TZID=X:20050510\n", "DUE;TZID", value));
-  EXPECT_EQ("20050510", value);
+  expect_date("DUE;VALUE=DATE:20050510\n", "20050510", dates.rewrite("DUE;TZID=X:20050510\n", "DUE;TZID"));
 }
 
 TEST(DateValues, DropWhatStandsBeforeAndRepeatForEverySemicolon) {
   DateValues dates;
-  std::string value;
-  EXPECT_EQ("DUE;VALUE=DATE;VALUE=DATE:2005\n",
-            dates.rewrite("  X DUE;TZID=A;B=C:2005\n", "DUE;TZID", value));
-  EXPECT_EQ("2005", value);
+  expect_date("DUE;VALUE=DATE;VALUE=DATE:2005\n", "2005",
+              dates.rewrite("  X DUE;TZID=A;B=C:2005\n", "DUE;TZID"));
 }
 
-TEST(DateValues, KeepACarriageReturnInTheValue) {
+TEST(DateValues, KeepACarriageReturnInTheDate) {
   DateValues dates;
-  std::string value;
-  EXPECT_EQ("DUE;VALUE=DATE:2005\r\n", dates.rewrite("DUE;TZID=X:2005\r\n", "DUE;TZID", value));
-  EXPECT_EQ("2005\r", value);
+  expect_date("DUE;VALUE=DATE:2005\r\n", "2005\r", dates.rewrite("DUE;TZID=X:2005\r\n", "DUE;TZID"));
+}
+
+TEST(DateValues, TakeWhatFollowsASecondColonIntoTheDate) {
+  DateValues dates;
+  expect_date("DUE;VALUE=DATE:20:05;VALUE=DATE:6\n", "20:05:6",
+              dates.rewrite("DUE;TZID=X:20:05;Y=Z:6\n", "DUE;TZID"));
 }
 
 TEST(DateValues, GoOnDroppingAfterALineWithoutAColon) {
   DateValues dates;
-  std::string value;
-  EXPECT_EQ("DUE;VALUE=DATE", dates.rewrite("DUE;TZID=X\n", "DUE;TZID", value));
-  EXPECT_EQ("", value);
-  EXPECT_EQ(";VALUE=DATE:2005\n", dates.rewrite("DTSTART;TZID=X:2005\n", "DTSTART;TZID", value));
-  EXPECT_EQ("DTSTART;VALUE=DATE:2006\n", dates.rewrite("DTSTART;TZID=X:2006\n", "DTSTART;TZID", value));
+  expect_date("DUE;VALUE=DATE", "", dates.rewrite("DUE;TZID=X\n", "DUE;TZID"));
+  expect_date(";VALUE=DATE:2005\n", "2005", dates.rewrite("DTSTART;TZID=X:2005\n", "DTSTART;TZID"));
+  expect_date("DTSTART;VALUE=DATE:2006\n", "2006", dates.rewrite("DTSTART;TZID=X:2006\n", "DTSTART;TZID"));
 }
 
 }  // namespace

@@ -293,6 +293,21 @@ TEST_F(Contacts, AreAppendedToThoseThatAreThere) {
                           "rm " + to + "/orig.vcf"));
 }
 
+TEST_F(Contacts, AreTracedByTheHomeAlone) {
+  testing::internal::CaptureStdout();
+  kaddressbook("/tmp/b");
+  EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(Contacts, OfAProfileGoIntoItsHome) {
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  shell_quietly("mkdir -p /home/ann/.kde/share/apps/kabc");
+  EXPECT_EQ(0, kaddressbook("/tmp/b"));
+  EXPECT_TRUE(exists("/home/ann/.kde/share/apps/kabc/std.vcf"));
+  EXPECT_FALSE(exists(std::string(kabc) + "std.vcf"));
+}
+
 TEST_F(Contacts, WithoutAnAddressBookOfTheUsersOwnStandAlone) {
   EXPECT_EQ(0, kaddressbook("/tmp/b"));
   EXPECT_EQ("FN:Ann Lee\nFN:\u670b\u53cb\n",

@@ -7,26 +7,56 @@
 #include <string>
 
 #include "process/mail/account.h"
+#include "process/mail/client_files.h"
 #include "process/mail/folders/kmail.h"
+#include "process/mail/kde/encoding.h"
 #include "process/mail/kde/personal.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
+#include "system/target.h"
 
 namespace {
 
-constexpr const char* accounts_folder = "/ImapMail/brindle-email-accounts";
+std::string kmailrc_of(const Target& target) { return target.home + "/.kde/share/config/kmailrc"; }
 
-File append_to_kmailrc(const std::string& home) {
-  File file = open_file(home + "/.kde/share/config/kmailrc", "a");
-  if (!file) std::printf("\nERROR :: Could not create file");
-  return file;
+// ---- The number that KMail tells an account by -------------------------------------------------------
+
+constexpr std::size_t kmailrc_line_limit = 1023;
+
+// Deliberate: part of the output. Nobody reads the name that the command prints. But the file that takes it
+// is named by random numbers, and naming it seeds the C library's generator, which new_id draws from.
+void reseed_id_generator(const Target& target) {
+  std::string unread;
+  shell::execute_first(compose("hostname"), target.home, unread);
+}
+
+std::string id_line(int id) { return "Id=" + std::to_string(id) + "\n"; }
+
+std::set<std::string> lines_of(const std::string& path) {
+  std::set<std::string> lines;
+  const File file = open_file(path, "r");
+  if (!file) return lines;
+  PieceReader pieces(file.get(), kmailrc_line_limit);
+  for (std::string_view piece; pieces.next(piece);) lines.emplace(piece);
+  return lines;
+}
+
+// The generator repeats itself, after the seeds 0 and 1 for one. Two accounts of one file may not share an
+// id.
+std::string new_id(const std::string& kmailrc) {
+  const std::set<std::string> taken = lines_of(kmailrc);
+  int id = std::rand();
+  while (taken.contains(id_line(id))) id = std::rand();
+  return std::to_string(id);
 }
 
 // ---- One account -------------------------------------------------------------------------------------
 
-// "store-passwd" holds the outgoing server's answer, on purpose, and the transport never logs in.
+// Deliberate: part of the format. "store-passwd", of the incoming server, has the outgoing server's answer,
+// and the transport never logs in, whatever the archive says of it.
 constexpr const char* account_text = R"(
 
 [Account @number@]
@@ -72,20 +102,12 @@ user=
 
 )";
 
-// KMail tells accounts apart by this number. The generator is seeded elsewhere, now and then alike.
-std::string new_id() {
-  static std::set<int> given;
-  int id = std::rand();
-  while (!given.insert(id).second) id = std::rand();
-  return std::to_string(id);
-}
-
 const char* yes_or_no(bool flag) { return flag ? "true" : "false"; }
 
-std::string account_entry(const MailAccount& account, int number) {
+std::string account_entry(const MailAccount& account, const std::string& id, int number) {
   return fill(account_text, {{"number", std::to_string(number)},
                              {"folder", account.imap ? "" : "inbox"},
-                             {"id", new_id()},
+                             {"id", id},
                              {"name", account.name},
                              {"type", account.imap ? "imap" : "pop"},
                              {"auth", account.imap ? "*" : "USER"},
@@ -100,36 +122,45 @@ std::string account_entry(const MailAccount& account, int number) {
                              {"display name", account.display_name}});
 }
 
-bool append_account(const std::string& home, const MailAccount& account, int number) {
-  File file = append_to_kmailrc(home);
+bool append_account(const std::string& kmailrc, const MailAccount& account, int number) {
+  File file = open_client_file(kmailrc, "a");
   if (!file) return false;
   std::printf("\n\n File Opened");
-  write_text(file, account_entry(account, number));
+  write_text(file, account_entry(account, new_id(kmailrc), number));
   std::printf("\nFlush Result::%d", std::fflush(file.get()));
   std::printf("\nClose Result::%d", std::fclose(file.release()));
   std::printf("\nFile closed");
   return true;
 }
 
-// The file is named with the port 110 whatever the account's own is; KMail looks for that name.
-bool make_folder_file(const std::string& home, const MailAccount& account) {
+bool make_folder_file(const Target& target, const MailAccount& account) {
+  // Deliberate: part of the output. The name says port 110 whatever the account's own is.
   const std::string name = account.user + ":@" + account.host + ":110";
   // A name is one entry of the folder: an archive may not choose another place for it.
   if (name.find('/') != std::string::npos) return false;
-  const std::string folder = home + "/.kde/share/apps/kmail/" + (account.imap ? "imap/" : "");
+  const std::string folder = target.home + "/.kde/share/apps/kmail/" + (account.imap ? "imap/" : "");
   return open_file(folder + name, "w") != nullptr;
+}
+
+int write_account(const Target& target, const std::string& file, int number) {
+  const std::optional<MailAccount> account = read_account(file, Fallbacks::second);
+  if (!account) return 1;
+  std::printf("Account Name::%s\n", account->name.c_str());
+  reseed_id_generator(target);
+  trace_home(target.home);
+  // Deliberate: part of the output. What else was set in KMail goes with the old accounts.
+  if (number == 1) SYSTEM(compose("rm %s/.kde/share/config/kmailrc", target.home));
+  if (!append_account(kmailrc_of(target), *account, number)) return 1;
+  return make_folder_file(target, *account) ? 0 : 1;
 }
 
 // ---- All accounts ------------------------------------------------------------------------------------
 
-// Settings come as Windows wrote them for a Chinese user, on every KDE system; what does not convert is
-// dropped.
-void add_account(const std::string& folder, const std::string& name, const char* args, int number) {
-  const std::string file = folder + "/" + name;
+void convert_and_write_account(const Target& target, const std::string& file, int number) {
   const std::string converted = file + "temp";
   dos_to_unix(file.c_str());
-  SYSTEM(compose("iconv -c -f GB2312 -t utf-8 %s -o %s", file, converted));
-  kde_extract_from_account_path(converted.c_str(), args, number);
+  convert_to_utf8(file, converted);
+  write_account(target, converted, number);  // one that fails still takes its number
   SYSTEM(compose("rm %s", converted));
 }
 
@@ -145,55 +176,53 @@ htmlMail=true
 htmlLoadExternal=true
 )";
 
-int append_counts(int count) {
-  const File file = append_to_kmailrc(user_home());
+int append_counts(const Target& target, int count) {
+  trace_home(target.home);
+  const File file = open_client_file(kmailrc_of(target), "a");
   if (!file) return 1;
   write_text(file, fill(counts_text, {{"count", std::to_string(count)}}));
   return 0;
 }
 
+int write_accounts(const Target& target) {
+  const auto files = account_files(target.root);
+  if (!files) return -1;
+  int count = 0;
+  for (const std::string& file : *files) convert_and_write_account(target, file, ++count);
+  return append_counts(target, count);
+}
+
+// ---- The migrator's steps ----------------------------------------------------------------------------
+
+int convert_emails(const Target& target) { return kmailemails(target.root.c_str()); }
+
+struct Step {
+  const char* trace;
+  int (*migrate)(const Target&);
+};
+
+constexpr Step steps[] = {{"Migration Account Settings", write_accounts},
+                          {"Migrating addressbook", kaddressbook},
+                          {"Migrating Emails.", convert_emails},
+                          {"Migrating Contacts and Tasks.", kmailcallendar},
+                          {"Migrating Notes.", kmailnotes}};
+
 }  // namespace
 
 int kmail_mail_account(const char* args) {
-  struct Step {
-    const char* trace;
-    int (*migrate)(const char*);
-  };
-  constexpr Step steps[] = {{"Migration Account Settings", kmailaccountsettings},
-                            {"Migrating addressbook", kaddressbook},
-                            {"Migrating Emails.", kmailemails},
-                            {"Migrating Contacts and Tasks.", kmailcallendar},
-                            {"Migrating Notes.", kmailnotes}};
+  const Target target = target_of(args);
   int result = 0;
   for (const Step& step : steps) {
     std::printf("%s", step.trace);
-    result = step.migrate(args);
+    result = step.migrate(target);
     if (result == 1) return 1;
   }
   std::printf("Notes are done.");
   return result;
 }
 
-int kmailaccountsettings(const char* args) {
-  const std::string folder = std::string(args) + accounts_folder;
-  const auto names = list_folder(folder);
-  if (!names) {
-    std::perror("In mail_account() opendir: ");
-    return -1;
-  }
-  int number = 1;
-  for (const std::string& name : *names) add_account(folder, name, args, number++);
-  return append_counts(number - 1);
-}
+int kmailaccountsettings(const char* args) { return write_accounts(target_of(args)); }
 
 int kde_extract_from_account_path(const char* account_path, const char* /*path*/, int seqno) {
-  const std::optional<MailAccount> account = read_account(account_path, Fallbacks::second);
-  if (!account) return 1;
-  std::printf("Account Name::%s\n", account->name.c_str());
-  std::string host_name;  // asked for, as the other account writers do, but no part of KMail's account
-  shell::execute_first(compose("hostname"), current_owner().home, host_name);
-  const std::string home = user_home();
-  if (seqno == 1) SYSTEM(compose("rm %s/.kde/share/config/kmailrc", home));
-  if (!append_account(home, *account, seqno)) return 1;
-  return make_folder_file(home, *account) ? 0 : 1;
+  return write_account(target_of(""), account_path, seqno);  // the file is named whole
 }

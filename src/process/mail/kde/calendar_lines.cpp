@@ -25,24 +25,20 @@ std::string with_date_only_until(const std::string& line) {
   return kept;
 }
 
-std::string DateValues::rewrite(const std::string& line, const char* property, std::string& value) {
-  std::string rewritten;
-  bool in_value = false;
-  value.clear();
+DateLine DateValues::rewrite(const std::string& line, const char* property) {
+  DateLine rewritten;
+  bool in_date = false;
   for (const char c : line.substr(line.find(property))) {
     if (c == ';') {
-      rewritten += ";VALUE=DATE";
+      rewritten.line += ";VALUE=DATE";
       dropping_ = true;
-    } else if (c == ':' && !in_value) {
-      rewritten += c;
-      dropping_ = false;
-      in_value = true;
-    } else {
-      if (c == ':') dropping_ = false;
-      if (dropping_) continue;
-      rewritten += c;
-      if (in_value && c != '\n') value += c;
+      continue;
     }
+    if (c == ':') dropping_ = false;
+    if (dropping_) continue;
+    rewritten.line += c;
+    if (in_date && c != '\n') rewritten.date += c;
+    in_date = in_date || c == ':';
   }
   return rewritten;
 }

@@ -1,20 +1,25 @@
-// Contacts, calendar with tasks, and notes for KAddressBook, KOrganizer and KNotes. The archive's text is
-// taken for GB2312 and becomes UTF-8; what does not convert is dropped.
+// Contacts, calendar with tasks, and notes for KAddressBook, KOrganizer and KNotes. The archive's text goes
+// through convert_to_utf8 (encoding.h).
 #ifndef BRINDLE_PROCESS_MAIL_KDE_PERSONAL_H
 #define BRINDLE_PROCESS_MAIL_KDE_PERSONAL_H
 
-// Each takes the archive root (or a profile's folder) and returns 0. Commands that fail are in the system
-// log.
+#include "system/target.h"
+
+// Each takes the archive root (or a profile's folder) or, within a migrator, the target made of it, and
+// returns 0. Commands that fail are in the system log.
 
 /// Appends the contacts of "ImapMail/Contacts/addressbook.db" to KAddressBook's standard file.
 int kaddressbook(const char* args);
+int kaddressbook(const Target& target);
 
 /// Replaces KOrganizer's standard calendar by the archive's calendar with its tasks behind it. Without a
 /// "Calendar" folder in "ImapMail" the tasks are not migrated either.
 int kmailcallendar(const char* args);
+int kmailcallendar(const Target& target);
 
 /// Replaces KNotes' notes by those of the folder "Notes": each file has a first line of label, colon and
 /// title, then the note. A file without that line, and a folder, is passed over.
 int kmailnotes(const char* args);
+int kmailnotes(const Target& target);
 
 #endif
