@@ -5,45 +5,92 @@
 #include <string>
 #include <string_view>
 
+#include "process/archive/layout.h"
 #include "process/mail/account.h"
+#include "process/mail/client_files.h"
 #include "process/mail/mozilla/personal.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/run.h"
-#include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
+// ---- Profiles ----------------------------------------------------------------------------------------
+
+struct Profiles {
+  std::string own;
+  std::string administrators;  // empty for the running user, who needs no other
+};
+
 std::string profiles_folder(const std::string& home) { return home + "/.mozilla/default"; }
 
-// Any first entry counts, a plain file too: a fresh profile tree holds the salted folder alone.
-std::optional<std::string> first_profile(const std::string& home) {
+// Deliberate: part of the output. The first entry in directory order is taken for the profile, a plain file
+// too.
+std::optional<std::string> name_of_first_profile(const std::string& home) {
   const auto names = list_folder(profiles_folder(home));
   if (!names) std::perror("In mozilla_mail() opendir: ");
   if (!names || names->empty()) return std::nullopt;
   return names->front();
 }
 
-void make_mail_folders(const std::string& profile) {
+std::optional<std::string> own_profile(const Target& target) {
+  if (target.home.empty()) return std::nullopt;
+  const auto name = name_of_first_profile(target.home);
+  if (!name) return std::nullopt;
+  std::printf("line::%s\n", name->c_str());
+  return profiles_folder(target.home) + "/" + *name;
+}
+
+std::optional<std::string> administrators_profile(const Target& target) {
+  if (target.is_running_user) return "";
+  const auto name = name_of_first_profile("/root");
+  if (!name) return std::nullopt;
+  return profiles_folder("/root") + "/" + *name;
+}
+
+std::optional<Profiles> find_profiles(const Target& target) {
+  const auto own = own_profile(target);
+  const auto administrators = own ? administrators_profile(target) : std::nullopt;
+  if (!administrators) return std::nullopt;
+  return Profiles{*own, *administrators};
+}
+
+// So that Mozilla makes its register of profiles anew.
+void remove_register_of_profiles(const Target& target) {
+  if (!target.is_running_user) SYSTEM(compose("rm %s/.mozilla/appreg", target.home));
+}
+
+void print(const Profiles& profiles) {
+  std::printf("Path::%s\n", profiles.own.c_str());
+  std::printf("Root Path::%s\n", profiles.administrators.c_str());
+}
+
+// ---- Mail folders ------------------------------------------------------------------------------------
+
+constexpr std::string_view local_folders = "/Local\\ Folders";
+
+// The folder's path as the shell reads it: copymozillafiles takes it so.
+std::string make_mail_folders(const std::string& profile) {
   SYSTEM(compose("mkdir %s/Mail", profile));
   SYSTEM(compose("mkdir %s/Mail/Local\\ Folders", profile));
+  const std::string destination = profile + "/Mail" + std::string(local_folders);
+  std::printf("Destination::%s\n", destination.c_str());
+  return destination;
 }
 
 shell::Command copy_command(std::string_view source, std::string_view destination) {
-  constexpr std::string_view local_folders = "/Local\\ Folders";
   if (!destination.ends_with(local_folders)) return compose("cp -rf %s/* %s", source, destination);
   destination.remove_suffix(local_folders.size());
   return compose("cp -rf %s/* %s/Local\\ Folders", source, destination);
 }
 
-File open_prefs(const std::string& profile, const char* mode) {
-  File file = open_file(profile + "/prefs.js", mode);
-  if (!file) std::printf("\nERROR :: Could not create file");
-  return file;
-}
+// ---- Preferences -------------------------------------------------------------------------------------
 
-// The stray ")" behind the type line is kept on purpose: a profile is to come out as it always has.
+std::string prefs_of(const std::string& profile) { return profile + "/prefs.js"; }
+
+// Deliberate: part of the format. The stray ")" behind the type line, here and in every account.
 constexpr std::string_view local_folders_account =
     R"js(user_pref("mail.account.account1.server", "server1");
 user_pref("mail.accountmanager.localfoldersserver", "server1");
@@ -59,14 +106,15 @@ user_pref("mail.server.server1.userName", "nobody");
 )js";
 
 bool create_prefs(const std::string& profile) {
+  // Deliberate: part of the output. All other preferences of the profile go.
   SYSTEM(compose("rm %s/prefs.js", profile));
-  const File file = open_prefs(profile, "w");
+  const File file = open_client_file(prefs_of(profile), "w");
   if (file) write_text(file, fill(local_folders_account, {{"profile", profile}}));
   return file != nullptr;
 }
 
-// On purpose: the account's name, the one its owner knows, stands for the sender's full name too; the stray
-// ")" behind the type line, as above.
+// Deliberate: part of the output. The account's name stands for the sender's full name too: letters
+// are from "Work", not from "Ann Lee".
 constexpr std::string_view account_preferences =
     R"js(user_pref("mail.account.account@n@.identities", "id@n@");
 user_pref("mail.account.account@n@.server", "server@n@");
@@ -136,64 +184,51 @@ std::string account_lists(int last) {
   return fill(closing_lists, {{"accounts", accounts}, {"servers", servers}});
 }
 
+bool append_account_lists(const std::string& profile, int last) {
+  const File file = open_client_file(prefs_of(profile), "a");
+  if (file) write_text(file, account_lists(last));
+  return file != nullptr;
+}
+
 }  // namespace
 
 int mozilla(const char* args) {
+  const Target target = target_of(args);
   std::printf("Migration Mozilla Account Settings");
-  const std::string home = user_home();
-  const auto name = home.empty() ? std::nullopt : first_profile(home);
-  if (!name) return -1;
-  std::printf("line::%s\n", name->c_str());
-
-  std::string root_profile;
-  if (isDefaultUser == 0) {
-    const auto root_name = first_profile("/root");
-    if (!root_name) return -1;
-    root_profile = profiles_folder("/root") + "/" + *root_name;
-    SYSTEM(compose("rm %s/.mozilla/appreg", home));  // Mozilla then makes its register of profiles anew
-  }
-  const std::string profile = profiles_folder(home) + "/" + *name;
-  std::printf("Path::%s\n", profile.c_str());
-  std::printf("Root Path::%s\n", root_profile.c_str());
-
-  const std::string destination = profile + "/Mail/Local\\ Folders";
-  make_mail_folders(profile);
-  std::printf("Destination::%s\n", destination.c_str());
+  trace_home(target.home);
+  const auto profiles = find_profiles(target);
+  if (!profiles) return -1;
+  remove_register_of_profiles(target);
+  print(*profiles);
+  const char* profile = profiles->own.c_str();
+  const std::string mail = make_mail_folders(profiles->own);
   // -1, no accounts in the archive, stops nothing: contacts, mail and calendar can be there without them.
-  if (mozillaaccountsettings(profile.c_str(), args) == 1) return 1;
+  if (mozillaaccountsettings(profile, args) == 1) return 1;
   std::printf("Migrating addressbook");
-  if (mozillaaddressbook(args, profile.c_str(), root_profile.c_str()) == 1) return 1;
+  if (mozillaaddressbook(target, profile, profiles->administrators.c_str()) == 1) return 1;
   std::printf("Migrating Mozilla Emails.");
-  copymozillafiles((args + std::string("/Mail")).c_str(), destination.c_str());
+  copymozillafiles((target.root + "/" + layout::mail_folders).c_str(), mail.c_str());
   std::printf("Migrating Mozilla Calendar.");
-  return mozillacalendar(args, profile.c_str());
+  return mozillacalendar(args, profile);
 }
 
 int mozillaaccountsettings(const char* mozillapath, const char* args) {
-  const std::string folder = std::string(args) + "/ImapMail/brindle-email-accounts";
-  const auto names = list_folder(folder);
-  if (!names) {
-    std::perror("In mail_account() opendir: ");
-    return -1;
-  }
+  const auto files = account_files(args);
+  if (!files) return -1;
   if (!create_prefs(mozillapath)) return 1;
   int number = 1;
-  for (const std::string& name : *names) {
-    const std::string path = folder + "/" + name;
-    dos_to_unix(path.c_str());
-    mozilla_extract_from_account_path(path.c_str(), mozillapath, ++number);
+  for (const std::string& file : *files) {
+    dos_to_unix(file.c_str());
+    mozilla_extract_from_account_path(file.c_str(), mozillapath, ++number);
   }
-  const File file = open_prefs(mozillapath, "a");
-  if (!file) return 1;
-  write_text(file, account_lists(number));
-  return 0;
+  return append_account_lists(mozillapath, number) ? 0 : 1;
 }
 
 int mozilla_extract_from_account_path(const char* account_path, const char* args, int seqno) {
   const auto account = read_account(account_path, Fallbacks::second);
   if (!account) return 1;
   std::printf("Account Name::%s\n", account->name.c_str());
-  const File file = open_prefs(args, "a");
+  const File file = open_client_file(prefs_of(args), "a");
   if (!file) return 1;
   std::printf("\n\n File Opened");
   write_text(file, preferences(*account, args, seqno));

@@ -29,13 +29,13 @@ std::string recurrence_units(const std::string& line) {
   const std::string units = "X-MOZILLA-RECUR-DEFAULT-UNITS\n";
   if (frequency == "MONTHLY") return units + " :months\n";
   if (frequency == "YEARLY") return units + " :years\n";
-  // Misspelt on purpose: a daily rule, which is spelt DAILY, is to get no units line.
+  // Deliberate: part of the output. Misspelt, so that a daily rule gets no units.
   if (frequency == "DAILLY") return units + " :days\n";
   return "";
 }
 
-// Kept on purpose, as in every calendar made so far: the cut is at the first "B", whatever part of the rule
-// begins there, and the position stands once, before the whole list.
+// Deliberate: part of the output. The cut is at the first "B", so that a rule by months comes out without its
+// months; and the position stands once, before the whole list, so that it counts for the first day alone.
 std::string with_position_in_days(const std::string& line, const std::string& position) {
   const std::string days = position + text_after(line, "BYDAY=", ";");
   std::printf("newbyday::%s", days.c_str());
@@ -49,7 +49,7 @@ std::string merge_set_position(const std::string& line) {
   std::printf("Bysetpos::%s", position.c_str());
   if (!contains(line, "BYDAY=")) return line;
   std::printf("found byday");
-  // The archive has the days first. The other way round the position would swallow them.
+  // A position goes on to the line's end. Before the days it would swallow them.
   if (line.find("BYDAY=") > line.find("BYSETPOS=")) return line;
   return with_position_in_days(line, position);
 }
@@ -84,7 +84,7 @@ std::string CalendarLines::task(const std::string& line) {
   return line;
 }
 
-// Without a unit the rest of the line is the number, and the unit stays what it was.
+// Deliberate: part of the output. Without a unit the rest of the line is the number, and the unit stays.
 std::string CalendarLines::alarm_duration(const std::string& line) {
   length_ = text_after(line, "-PT", "MHD");
   const std::size_t end = line.find("-PT") + 3 + length_.size();
@@ -95,7 +95,7 @@ std::string CalendarLines::alarm_duration(const std::string& line) {
   return fold(line);
 }
 
-// Before any duration the value is empty, but its line is there: the property stays well formed.
+// Before any duration the value is empty.
 std::string CalendarLines::alarm_end(const std::string& line) const {
   std::string text = line;
   if (unit_ == Unit::hours) text += "X-MOZILLA-ALARM-DEFAULT-UNITS\n :hours\n";

@@ -13,7 +13,7 @@
 ///                                              ;VALUE=DURATION
 ///                                              :-PT15M
 ///
-/// The alarm defaults Mozilla wants behind each alarm come from the last duration met: they stay from line
+/// The alarm defaults, written behind each alarm, come from the last duration met: they stay from line
 /// to line and from the calendar to the tasks.
 class CalendarLines {
  public:

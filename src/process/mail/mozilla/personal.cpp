@@ -5,32 +5,36 @@
 #include <string>
 #include <vector>
 
+#include "process/archive/layout.h"
+#include "process/mail/client_files.h"
 #include "process/mail/mozilla/calendar_lines.h"
 #include "shell/files.h"
 #include "shell/run.h"
-#include "state/state.h"
 
 namespace {
 
-constexpr std::size_t line_limit = 1023;
+// ---- Calendar ----------------------------------------------------------------------------------------
 
-struct Paths {
-  Paths(const std::string& archive, const std::string& profile)
-      : imap(archive + "/ImapMail"),
-        profile_folder(profile + "/Calendar"),
-        data_file(profile_folder + "/CalendarDataFile.ics") {}
-
-  std::string imap;
-  std::string work_folder = imap + "/Calendar";  // of the tasks' copy too
-  std::string calendar = work_folder + "/calendar.ics";
-  std::string calendar_copy = work_folder + "/calendartemp.ics";
-  std::string tasks = imap + "/Tasks/tasks.ics";
-  std::string tasks_copy = work_folder + "/taskstemp.ics";
-  std::string profile_folder;
-  std::string data_file;
+struct CalendarPaths {
+  std::string imap, work_folder, calendar, calendar_copy, tasks, tasks_copy, profile_folder, data_file;
 };
 
-void print_paths(const Paths& paths) {
+CalendarPaths calendar_paths(const std::string& root, const std::string& profile) {
+  const std::string imap = root + "/" + layout::mail;
+  const std::string work_folder = imap + "/" + layout::calendar;
+  const std::string profile_folder = profile + "/Calendar";
+  // Deliberate: part of the output. The copy of the tasks lies with the calendar, too.
+  return {.imap = imap,
+          .work_folder = work_folder,
+          .calendar = imap + "/" + layout::calendar_file,
+          .calendar_copy = work_folder + "/calendartemp.ics",
+          .tasks = imap + "/" + layout::tasks_file,
+          .tasks_copy = work_folder + "/taskstemp.ics",
+          .profile_folder = profile_folder,
+          .data_file = profile_folder + "/CalendarDataFile.ics"};
+}
+
+void print(const CalendarPaths& paths) {
   std::printf("srcimappath::%s", paths.imap.c_str());
   std::printf("calendarfolderpath::%s", paths.profile_folder.c_str());
   std::printf("srccalpath::%s", paths.calendar.c_str());
@@ -41,36 +45,25 @@ void print_paths(const Paths& paths) {
 }
 
 // Tasks that come alone need the folders a calendar would have brought, and no old calendar behind them.
-void prepare_for_tasks_alone(const Paths& paths) {
+void prepare_for_tasks_alone(const CalendarPaths& paths) {
   SYSTEM(compose("mkdir -p %s", paths.work_folder));
   SYSTEM(compose("mkdir -p %s", paths.profile_folder));
   SYSTEM(compose("rm -f %s", paths.data_file));
 }
 
 void take_copy(const std::string& file, const std::string& copy) {
-  SYSTEM(compose("dos2unix %s", file));
+  convert_line_ends(file);
   SYSTEM(compose("cp %s %s", file, copy));
 }
 
-// Writes `to` from the lines of `from`; a missing `from` makes it empty.
-template <typename Rewrite>
-void rewrite_file(const std::string& from, const std::string& to, Rewrite rewrite) {
-  const File in = open_file(from, "r");
-  const File out = open_file(to, "w");
-  std::string line;
-  while (in && out && read_piece(in.get(), line_limit, line)) write_text(out, rewrite(line));
-}
-
-void replace_calendar(const Paths& paths, CalendarLines& lines) {
+void replace_calendar(const CalendarPaths& paths, CalendarLines& lines) {
   SYSTEM(compose("mkdir %s", paths.profile_folder));
-  rewrite_file(paths.calendar_copy, paths.calendar, [&](const std::string& line) {
+  rewrite_lines(paths.calendar_copy, paths.calendar, [&](const std::string& line) {
     std::printf("Line::%s", line.c_str());
     return lines.calendar(line);
   });
   SYSTEM(compose("rm %s", paths.data_file));
-  const shell::Command copy = compose("cp %s %s", paths.calendar, paths.data_file);
-  SYSTEM(copy);
-  std::printf("Command::%s", copy.c_str());
+  run_and_trace(compose("cp %s %s", paths.calendar, paths.data_file));
 }
 
 std::string unused_name_beside(const std::string& file) {
@@ -79,15 +72,15 @@ std::string unused_name_beside(const std::string& file) {
   return name;
 }
 
-void put_tasks_in_front(const Paths& paths, CalendarLines& lines) {
-  rewrite_file(paths.tasks_copy, paths.tasks, [&](const std::string& line) { return lines.task(line); });
+void put_tasks_in_front(const CalendarPaths& paths, CalendarLines& lines) {
+  rewrite_lines(paths.tasks_copy, paths.tasks, [&](const std::string& line) { return lines.task(line); });
   const std::string calendar = unused_name_beside(paths.data_file);
   SYSTEM(compose("cp %s %s", paths.data_file, calendar));
   SYSTEM(compose("cat %s %s > %s", paths.tasks, calendar, paths.data_file));
-  const shell::Command remove = compose("rm %s", calendar);
-  SYSTEM(remove);
-  std::printf("Command::%s", remove.c_str());
+  run_and_trace(compose("rm %s", calendar));
 }
+
+// ---- Contacts ----------------------------------------------------------------------------------------
 
 void print_and_run(const shell::Command& command) {
   std::printf("%s", command.c_str());
@@ -131,26 +124,29 @@ void import_through_administrator(const std::string& xml, const std::string& pro
 }  // namespace
 
 int mozillacalendar(const char* args, const char* path) {
-  const Paths paths(args, path);
-  CalendarLines lines;
-  print_paths(paths);
+  const CalendarPaths paths = calendar_paths(args, path);
+  print(paths);
   // Asked before the tasks' copy may need the folder made.
-  const bool has_calendar = is_folder(paths.imap.c_str(), "Calendar") == 1;
-  const bool has_tasks = is_folder(paths.imap.c_str(), "Tasks") == 1;
+  const bool has_calendar = is_folder(paths.imap.c_str(), layout::calendar) == 1;
+  const bool has_tasks = is_folder(paths.imap.c_str(), layout::tasks) == 1;
   if (!has_calendar && has_tasks) prepare_for_tasks_alone(paths);
   take_copy(paths.calendar, paths.calendar_copy);
   take_copy(paths.tasks, paths.tasks_copy);
+  CalendarLines lines;
   if (has_calendar) replace_calendar(paths, lines);
   if (has_tasks) put_tasks_in_front(paths, lines);
   return 0;
 }
 
 int mozillaaddressbook(const char* args, const char* path, const char* rootpath) {
-  const std::string contacts = std::string(args) + "/ImapMail/Contacts";
-  const std::string xml = contacts + "/addressbook.xml";
-  SYSTEM(compose("perl %s <%s >%s", "/usr/local/brindle/vcard2xml.pl", contacts + "/addressbook.db", xml));
-  SYSTEM(compose("dos2unix %s", xml));
-  if (isDefaultUser == 1) {
+  return mozillaaddressbook(target_of(args), path, rootpath);
+}
+
+int mozillaaddressbook(const Target& target, const char* path, const char* rootpath) {
+  const std::string mail = target.root + "/" + layout::mail;
+  const std::string xml = mail + "/" + layout::contacts + "/addressbook.xml";
+  convert_contacts(mail, "/usr/local/brindle/vcard2xml.pl", xml);
+  if (target.is_running_user) {
     SYSTEM(compose("mozilla -syncin %s", xml));
   } else {
     import_through_administrator(xml, path, rootpath);

@@ -2,6 +2,8 @@
 #ifndef BRINDLE_PROCESS_MAIL_MOZILLA_PERSONAL_H
 #define BRINDLE_PROCESS_MAIL_MOZILLA_PERSONAL_H
 
+#include "system/target.h"
+
 /// Rewrites the archive's calendar.ics and tasks.ics for the Mozilla calendar (calendar_lines.h) and
 /// replaces Calendar/CalendarDataFile.ics of the profile folder `path` by them, the tasks in front.
 /// `args` is the archive root; its two files are rewritten in place from copies beside them. Tasks without
@@ -12,6 +14,8 @@ int mozillacalendar(const char* args, const char* path);
 /// Mozilla import it. Mozilla imports only into the running user's own profile: for another user that is
 /// the administrator's profile folder `rootpath`, whose own address books are set aside meanwhile, and the
 /// result is copied into the profile folder `path`. Failing commands stop nothing. Returns 0.
+/// A migrator calls the second one, with the target that it made of `args`.
 int mozillaaddressbook(const char* args, const char* path, const char* rootpath);
+int mozillaaddressbook(const Target& target, const char* path, const char* rootpath);
 
 #endif
