@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "error/log.h"
 #include "shell/run.h"
@@ -13,29 +14,34 @@ namespace {
 
 void spawn_daemon() { SYSTEM(compose("gconftool-2 --spawn")); }
 
+// Deliberate: part of the output. A list is set after one start, everything else after two.
+void spawn_daemon_twice() {
+  spawn_daemon();
+  spawn_daemon();
+}
+
 int failed(const char* text) {
   std::perror(text);
   return -1;
 }
 
-// A key without a value counts as a failure, an empty list does not.
-bool read_list(const char* key, GSList*& list) {
-  const std::unique_ptr<GConfValue, void (*)(GConfValue*)> value(
-      client == nullptr ? nullptr : gconf_client_get(client, key, nullptr), gconf_value_free);
-  if (!value) return false;
+// A key without a value counts as a failure, an empty list, which is a null pointer, does not.
+std::optional<GSList*> read_list(GConfClient* from, const char* key) {
+  if (from == nullptr) return std::nullopt;
+  const std::unique_ptr<GConfValue, void (*)(GConfValue*)> value(gconf_client_get(from, key, nullptr),
+                                                                 gconf_value_free);
+  if (!value) return std::nullopt;
   GError* error = nullptr;
-  list = gconf_client_get_list(client, key, GCONF_VALUE_STRING, &error);
-  const bool read = error == nullptr;
-  g_clear_error(&error);
-  return read;
+  GSList* list = gconf_client_get_list(from, key, GCONF_VALUE_STRING, &error);
+  if (error == nullptr) return list;
+  g_error_free(error);
+  return std::nullopt;
 }
 
 }  // namespace
 
 int set_gconf_string(const char* key, const char* val) {
-  // Twice, as in the two routines below: one start may race with a daemon that is just leaving.
-  spawn_daemon();
-  spawn_daemon();
+  spawn_daemon_twice();
   write_log("before set string", fp_log);
   if (client == nullptr || gconf_client_set_string(client, key, val, nullptr) == FALSE)
     return failed("gconf_client_set_string : set");
@@ -44,8 +50,7 @@ int set_gconf_string(const char* key, const char* val) {
 }
 
 int set_gconf_bool(const char* key, gboolean val) {
-  spawn_daemon();
-  spawn_daemon();
+  spawn_daemon_twice();
   write_log("before set bool", fp_log);
   if (client == nullptr || gconf_client_set_bool(client, key, val, nullptr) == FALSE)
     return failed("gconf_client_set_bool : set");
@@ -64,13 +69,9 @@ int set_gconf_list(const char* key, GSList* list) {
 }
 
 GSList* get_gconf_list(const char* key) {
-  spawn_daemon();
-  spawn_daemon();
-  GSList* list = nullptr;
-  if (!read_list(key, list)) {
-    // "set" in the text of a getter: kept, people search their logs for it.
-    std::perror("gconf_client_set_string : get");
-    return nullptr;
-  }
-  return list;
+  spawn_daemon_twice();
+  const std::optional<GSList*> list = read_list(client, key);
+  if (list) return *list;
+  std::perror("gconf_client_set_string : get");  // Deliberate: part of the output. It was a get that failed.
+  return nullptr;
 }

@@ -12,6 +12,7 @@ int set(const char* key, bool value) { return set_gconf_bool(key, value ? TRUE :
 
 int set(const char* key, const std::string& value) { return set_gconf_string(key, value.c_str()); }
 
+// By value: a GSList holds texts that may be written to.
 int set(const char* key, std::vector<std::string> values) {
   GSList* list = nullptr;
   for (auto value = values.rbegin(); value != values.rend(); ++value)
@@ -19,15 +20,6 @@ int set(const char* key, std::vector<std::string> values) {
   const int result = set_gconf_list(key, list);
   g_slist_free(list);
   return result;
-}
-
-Stored set_through_client(const std::vector<Setting>& settings) {
-  Stored stored = Stored::all;
-  for (const Setting& setting : settings) {
-    const int result = std::visit([&](const auto& value) { return set(setting.key, value); }, setting.value);
-    if (result != 0) stored = Stored::not_all_in_client;
-  }
-  return stored;
 }
 
 void make_folders(const Target& target, const SettingsFile& file) {
@@ -48,7 +40,16 @@ Stored write_file(const Target& target, const SettingsFile& file) {
 }  // namespace
 
 Stored store_settings(const Target& target, const std::vector<Setting>& settings, const SettingsFile& file) {
-  return target.is_running_user ? set_through_client(settings) : write_file(target, file);
+  return target.is_running_user ? store_in_client(settings) : write_file(target, file);
+}
+
+Stored store_in_client(const std::vector<Setting>& settings) {
+  Stored stored = Stored::all;
+  for (const Setting& setting : settings) {
+    const int result = std::visit([&](const auto& value) { return set(setting.key, value); }, setting.value);
+    if (result != 0) stored = Stored::not_all_in_client;
+  }
+  return stored;
 }
 
 std::string path_of(const SettingsFile& file, const Target& target) {

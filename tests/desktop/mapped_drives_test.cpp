@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "desktop/gconf_calls.h"
+#include "gconf/gconf_calls.h"
 #include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -57,9 +57,9 @@ TEST_F(Drives, SetNautilusPreferencesInOrder) {
   EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
   for (const char* key : {"always_use_browser", "start_with_sidebar", "side_pane_view"})
     EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/" + std::string(key)));
-  EXPECT_THAT(settings_made(), ElementsAre("bool /apps/nautilus/preferences/always_use_browser",
-                                           "bool /apps/nautilus/preferences/start_with_sidebar",
-                                           "bool /apps/nautilus/preferences/side_pane_view"));
+  EXPECT_THAT(settings_made(), ElementsAre("bool /apps/nautilus/preferences/always_use_browser true",
+                                           "bool /apps/nautilus/preferences/start_with_sidebar true",
+                                           "bool /apps/nautilus/preferences/side_pane_view true"));
 }
 
 TEST_F(Drives, EmptyFolderGivesAnEmptyList) {

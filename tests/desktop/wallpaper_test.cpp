@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "desktop/gconf_calls.h"
+#include "gconf/gconf_calls.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"

@@ -1,4 +1,4 @@
-#include "desktop/gconf_calls.h"
+#include "gconf/gconf_calls.h"
 
 #include <dlfcn.h>
 #include <gconf/gconf-client.h>
@@ -26,6 +26,15 @@ extern "C" gboolean gconf_client_set_string(GConfClient* client, const gchar* ke
 
 extern "C" gboolean gconf_client_set_bool(GConfClient* client, const gchar* key, gboolean val,
                                           GError** error) {
-  calls.push_back(std::string("bool ") + key);
+  calls.push_back(std::string("bool ") + key + (val == FALSE ? " false" : " true"));
   return really<decltype(gconf_client_set_bool)>("gconf_client_set_bool")(client, key, val, error);
+}
+
+extern "C" gboolean gconf_client_set_list(GConfClient* client, const gchar* key, GConfValueType type,
+                                          GSList* list, GError** error) {
+  std::string call = std::string("list ") + key;
+  for (const GSList* at = list; at != nullptr; at = at->next)
+    call += std::string(" ") + static_cast<const char*>(at->data);
+  calls.push_back(call);
+  return really<decltype(gconf_client_set_list)>("gconf_client_set_list")(client, key, type, list, error);
 }
