@@ -1,30 +1,24 @@
 #include "process/desktop/documents.h"
 
 #include <cstdio>
-#include <cstring>
 #include <string>
+#include <string_view>
 
+#include "process/archive/layout.h"
 #include "process/desktop/konqueror.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/run.h"
 #include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
-bool system_is(const char* name) { return std::strcmp(OSName, name) == 0; }
-
-// The last line of every link, which has no line end.
-const char* folder_icon() {
-  if (system_is("GNome")) return "X-Nautilus-Icon=gnome-fs-directory";
-  return system_is("RedFlag") ? "Icon=folder" : "Icon=folder1";
-}
-
 // ---- Documents ---------------------------------------------------------------------------------------
 
-// The Chinese name is UTF-8 taken for Latin-1 and encoded again. Desktops out there know the file by
-// exactly these bytes, so they stay, spelt out to survive every editor.
+// Deliberate: part of the format. The Chinese name is UTF-8 taken for Latin-1 and encoded again, so a Chinese
+// desktop shows twelve other characters. Spelt out, because some of them are control characters.
 constexpr const char* documents_link =
     "[Desktop Entry]\n"
     "Version=1.0\n"
@@ -36,19 +30,19 @@ constexpr const char* documents_link =
     "URL=@home@/Documents\n"
     "@icon@";
 
-// Copies the content of `folder` into `target`, a folder of the home.
-void copy_documents(const char* folder, const std::string& target) {
-  SYSTEM(compose("mkdir -p %s", target));
-  const shell::Command copy = compose("cp -a \"%s\"/* %s ", folder, target);
+// Copies the content of the archive's `folder` into `destination`, a folder of the home.
+void copy_documents(const std::string& folder, const std::string& destination) {
+  SYSTEM(compose("mkdir -p %s", destination));
+  const shell::Command copy = compose("cp -a \"%s\"/* %s ", folder, destination);
   SYSTEM(copy);
   std::printf("In Documents::%s\n", copy.c_str());
 }
 
-int write_documents_link(const std::string& home) {
-  // Looks for "Documents" but writes "My Documents": the link is written anew by every run, on purpose.
-  if (is_folder(home.c_str(), "Desktop/Documents") == 1) return 0;
-  if (!replace_file(home + "/Desktop/My Documents",
-                    fill(documents_link, {{"home", home}, {"icon", folder_icon()}}))) {
+int write_documents_link(const Target& target) {
+  // Deliberate: looks for "Documents" but writes "My Documents", so that every run writes the link anew.
+  if (is_folder(target.home.c_str(), "Desktop/Documents") == 1) return 0;
+  if (!replace_file(target.home + "/Desktop/My Documents",
+                    fill(documents_link, {{"home", target.home}, {"icon", target.has().link_icon}}))) {
     std::perror("MyDocs ");
     return -1;
   }
@@ -57,7 +51,10 @@ int write_documents_link(const std::string& home) {
 
 // ---- Shared files ------------------------------------------------------------------------------------
 
-// Two tabs before the keys up to Type, none before the URL and the icon.
+// Where they are copied from, the name stands in the command, with an escaped blank.
+static_assert(std::string_view(layout::file_extensions) == "File Extensions");
+
+// Deliberate: part of the format. Two tabs before the keys up to Type, none before the URL and the icon.
 constexpr const char* windows_files_link =
     "[Desktop Entry]\n"
     "\t\tVersion=1.0\n"
@@ -65,37 +62,24 @@ constexpr const char* windows_files_link =
     "\t\tName=Windows\n"
     "\t\tName[zh_CN]=Windows \u6587\u4ef6\n"
     "\t\tType=Link\n"
-    "URL=@home@/File Extensions\n"
+    "URL=@home@/@folder@\n"
     "@icon@";
 
-int copy_files_for_one_user(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  SYSTEM(compose("cp -a %s/File\\ Extensions %s", args, home));
-  if (!replace_file(home + "/Desktop/Windows Files",
-                    fill(windows_files_link, {{"home", home}, {"icon", folder_icon()}}))) {
+int copy_files_for_one_user(const Target& target) {
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  SYSTEM(compose("cp -a %s/File\\ Extensions %s", target.root, target.home));
+  if (!replace_file(target.home + "/Desktop/Windows Files",
+                    fill(windows_files_link, {{"home", target.home},
+                                              {"folder", layout::file_extensions},
+                                              {"icon", target.has().link_icon}}))) {
     std::perror("file extensions");
     return -1;
   }
   return 0;
 }
 
-int share_files_with_everybody(const char* args) {
-  SYSTEM(compose("mkdir /Share"));
-  SYSTEM(compose("cp -a %s/File\\ Extensions/* /Share/", args));
-  add_share_shortcut("/root", "root");
-  // Everybody may read and write the shared folder.
-  SYSTEM(compose("chmod -R 777 /Share"));
-  const auto users = list_folder("/home");
-  if (!users) {
-    std::perror("In file_extensions() opendir: ");
-    return -1;
-  }
-  for (const std::string& user : *users) add_share_shortcut(("/home/" + user).c_str(), user.c_str());
-  return 0;
-}
-
-// One tab before the keys up to Type, none before the URL and the icon.
+// Deliberate: part of the format. One tab before the keys up to Type, none before the URL and the icon.
 constexpr const char* share_link =
     "[Desktop Entry]\n"
     "\tVersion=1.0\n"
@@ -109,10 +93,10 @@ constexpr const char* share_link =
 constexpr const char* share_bookmark =
     R"(<bookmark icon="folder" href="file:/Share"><title>Share</title></bookmark>)";
 
-void give_konqueror_folder(const char* home, const char* user) {
+void give_konqueror_folder(const std::string& home, const std::string& user, const char* skeleton) {
   std::printf("need to copy konqueror folder");
   const shell::Command copy =
-      compose("cp -a %s/root/.kde/share/apps/konqueror %s/.kde/share/apps", homedirpath, home);
+      compose("cp -a %s/root/.kde/share/apps/konqueror %s/.kde/share/apps", skeleton, home);
   SYSTEM(copy);
   std::printf("Executed cmd::%s\n", copy.c_str());
   const shell::Command chown = compose("chown -R %s %s/.kde/share/apps", user, home);
@@ -120,44 +104,69 @@ void give_konqueror_folder(const char* home, const char* user) {
   std::printf("Executed cmd::%s\n", chown.c_str());
 }
 
+// `skeleton` is the folder of the unpacked skeleton home.
+void add_shortcut(const std::string& home, const std::string& user, const Capabilities& has,
+                  const char* skeleton) {
+  if (!replace_file(home + "/Desktop/Share", fill(share_link, {{"icon", has.link_icon}}))) {
+    std::perror("file extensions");
+    return;
+  }
+  if (!has.share_in_konqueror) return;
+  const std::string applications = home + "/.kde/share/apps";
+  if (is_folder(applications.c_str(), "konqueror") == 0) give_konqueror_folder(home, user, skeleton);
+  add_konqueror_bookmark(home, share_bookmark);
+}
+
+// Deliberate: every folder below /home gets a link, also one whose account was not migrated.
+int share_files_with_everybody(const Target& target, const char* skeleton) {
+  SYSTEM(compose("mkdir /Share"));
+  SYSTEM(compose("cp -a %s/File\\ Extensions/* /Share/", target.root));
+  add_shortcut("/root", "root", target.has(), skeleton);
+  SYSTEM(compose("chmod -R 777 /Share"));  // everybody may read and write it
+  const auto users = list_folder("/home");
+  if (!users) {
+    std::perror("In file_extensions() opendir: ");
+    return -1;
+  }
+  for (const std::string& user : *users) add_shortcut("/home/" + user, user, target.has(), skeleton);
+  return 0;
+}
+
 }  // namespace
 
 int mydocs(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  if (system_is("RedFlag")) {
-    copy_documents(args, home + "/Desktop/mydocument");
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  if (target.has().documents_on_desktop) {
+    copy_documents(target.root, target.home + "/Desktop/mydocument");
     return 0;
   }
-  copy_documents(args, home + "/Documents");
-  // The tilde is the home of whoever runs the program, also while a profile is migrated.
-  if (is_folder(home.c_str(), "Desktop") == 0) SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
-  return write_documents_link(home);
+  copy_documents(target.root, target.home + "/Documents");
+  // Deliberate: the tilde is the home of whoever runs the program, also while a profile is migrated.
+  if (is_folder(target.home.c_str(), "Desktop") == 0) SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
+  return write_documents_link(target);
 }
 
 int desktop(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  if (is_folder(home.c_str(), "Desktop") == 0)
-    SYSTEM(compose("ln -s %s/.gnome-desktop/ %s/Desktop", home, home));
-  const shell::Command copy = compose("cp -a %s/Desktop/* %s/Desktop", args, home);
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  if (is_folder(target.home.c_str(), "Desktop") == 0)
+    SYSTEM(compose("ln -s %s/.gnome-desktop/ %s/Desktop", target.home, target.home));
+  const shell::Command copy =
+      compose("cp -a %s/* %s/Desktop", target.root + "/" + layout::desktop, target.home);
   SYSTEM(copy);
   std::printf("In Desktop::%s\n", copy.c_str());
   return 0;
 }
 
 int file_extensions(const char* args) {
-  return isMultiUser == 0 ? copy_files_for_one_user(args) : share_files_with_everybody(args);
+  const Target target = target_of(args);
+  return target.one_of_several ? share_files_with_everybody(target, homedirpath)
+                               : copy_files_for_one_user(target);
 }
 
 void add_share_shortcut(const char* home, const char* user) {
-  const std::string link = std::string(home) + "/Desktop/Share";
-  if (!replace_file(link, fill(share_link, {{"icon", folder_icon()}}))) {
-    std::perror("file extensions");
-    return;
-  }
-  if (!system_is("Linspire") && !system_is("RedFlag")) return;
-  const std::string applications = std::string(home) + "/.kde/share/apps";
-  if (is_folder(applications.c_str(), "konqueror") == 0) give_konqueror_folder(home, user);
-  add_konqueror_bookmark(home, share_bookmark);
+  add_shortcut(home, user, capabilities(detected_system()), homedirpath);
 }

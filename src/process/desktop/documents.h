@@ -4,8 +4,8 @@
 #define BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
 
 /// Copies the documents folder `args` ("My Documents" or "Personal" of the archive) into the home and puts a
-/// link to it on the desktop. Returns 0, or -1 after "MyDocs " and the system error when the link cannot be
-/// written.
+/// link to it on the desktop; on a system with documents_on_desktop it lies there itself. Returns 0, or -1
+/// after "MyDocs " and the system error when the link cannot be written.
 int mydocs(const char* args);
 
 /// Copies the Windows desktop of `args`, an archive root or a profile's folder, onto the home's. Returns 0.
@@ -17,8 +17,9 @@ int desktop(const char* args);
 /// when the link cannot be written or /home cannot be listed.
 int file_extensions(const char* args);
 
-/// Puts the link to /Share on the desktop of `home` and, on "Linspire" and "RedFlag", a bookmark for it into
-/// its Konqueror. `user` owns what is copied for that.
+/// Puts the link to /Share on the desktop of `home` and, on a system with share_in_konqueror, a bookmark for
+/// it into its Konqueror. A home without Konqueror's folder first gets the one of the skeleton home in
+/// `homedirpath`, which `user` then owns.
 void add_share_shortcut(const char* home, const char* user);
 
 #endif
