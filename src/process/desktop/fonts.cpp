@@ -1,22 +1,22 @@
 #include "process/desktop/fonts.h"
 
 #include <cstdio>
-#include <cstring>
 #include <string>
 
+#include "process/archive/layout.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
-#include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
-// Not the run's own working directory: that one may still hold the skeleton home that others copy from.
+// Not the run's own folder for the skeleton home: a link to the shared files may copy from there after the
+// fonts.
 constexpr const char* working_directory = "/tmp/redflagroot2";
 
-void unpack_skeleton() {
-  const shell::Command tar =
-      compose("tar -jxf \"%s\" -C %s/root", "/usr/local/brindle/redflagroot.tar.bz2", working_directory);
+void unpack(const char* tarball) {
+  const shell::Command tar = compose("tar -jxf \"%s\" -C %s/root", tarball, working_directory);
   shell::run_unlogged(compose("rm -rf %s", working_directory));
   shell::run_unlogged(compose("mkdir %s", working_directory));
   shell::run_unlogged(compose("mkdir %s/root", working_directory));
@@ -25,10 +25,9 @@ void unpack_skeleton() {
   std::printf("Home Directory Path::%s\n", working_directory);
 }
 
-// The skeleton's terminal settings name a font that shows the migrated file names.
-void replace_terminal_configuration(const std::string& home) {
+void replace_terminal_settings(const std::string& home, const char* tarball) {
   std::printf("Replacing the konsole file.");
-  unpack_skeleton();
+  unpack(tarball);
   const shell::Command copy =
       compose("cp -f %s/root/.kde/share/config/konsolerc %s/.kde/share/config", working_directory, home);
   SYSTEM(copy);
@@ -41,23 +40,24 @@ void run_and_trace(const shell::Command& command, const char* trace) {
   std::printf("%s%s\n", trace, command.c_str());
 }
 
-void install_for_everybody(const char* root) {
+void install_for_everybody(const std::string& folder) {
   const shell::Command remove = compose("rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1");
   SYSTEM(remove);
-  std::printf("Deleting file::%s", remove.c_str());  // no newline, as ever: the next output follows on it
-  // The cache step is announced as copying as well; kept, it is what people look for in the output.
+  // Deliberate: part of the output. No newline here, and the cache step is announced as copying as well.
+  std::printf("Deleting file::%s", remove.c_str());
   constexpr const char* trace = "Copying fonts for redflag.\n";
-  run_and_trace(compose("cp %s/Fonts/* /usr/share/fonts/zh_CN/TrueType", root), trace);
+  run_and_trace(compose("cp %s/* /usr/share/fonts/zh_CN/TrueType", folder), trace);
   run_and_trace(compose("fc-cache /usr/share/fonts/zh_CN/TrueType"), trace);
 }
 
-void install_for_user(const char* root, const std::string& home) {
+void install_for_user(const std::string& folder, const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.fonts", home));
-  SYSTEM(compose("cp %s/Fonts/* %s/.fonts", root, home));
+  SYSTEM(compose("cp %s/* %s/.fonts", folder, home));
   SYSTEM(compose("fc-cache %s/.fonts", home));
 }
 
-// From the home's fonts, not from the archive's: the suite also gets those the user had before.
+// Deliberate: from the home's fonts, not from the archive's. The suite also gets those the user had before,
+// and none of the migrated ones where they are everybody's.
 void give_to_office_suite(const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.staroffice7/user/fonts", home));
   SYSTEM(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home));
@@ -66,15 +66,17 @@ void give_to_office_suite(const std::string& home) {
 }  // namespace
 
 int fonts(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return 0;
-  const bool redflag = std::strcmp(OSName, "RedFlag") == 0;
-  if (redflag && isDefaultUser == 1) replace_terminal_configuration(home);
-  if (redflag && isMultiUser == 1) {
-    install_for_everybody(args);
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return 0;
+  if (target.has().brings_terminal_settings && target.is_running_user)
+    replace_terminal_settings(target.home, target.has().skeleton->tarball);
+  const std::string folder = target.root + "/" + layout::fonts;
+  if (target.has().fonts_for_everybody && target.one_of_several) {
+    install_for_everybody(folder);
   } else {
-    install_for_user(args, home);
+    install_for_user(folder, target.home);
   }
-  if (is_folder("/usr/bin", "staroffice") == 1) give_to_office_suite(home);
+  if (is_folder("/usr/bin", "staroffice") == 1) give_to_office_suite(target.home);
   return 0;
 }

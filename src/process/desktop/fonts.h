@@ -2,11 +2,11 @@
 #ifndef BRINDLE_PROCESS_DESKTOP_FONTS_H
 #define BRINDLE_PROCESS_DESKTOP_FONTS_H
 
-/// Installs the fonts of ARGS/Fonts (`args` is the archive root, for profiles too): on "RedFlag" with an
-/// archive of several users for the whole system, otherwise into the home being migrated. On "RedFlag" the
-/// running user also gets the skeleton home's terminal configuration. Where the office suite is installed it
-/// gets the home's fonts as well.
-/// Always returns 0; what failed is in the system log.
+/// Installs the fonts of ARGS/Fonts (`args` is the archive root, for profiles too): on a system with
+/// fonts_for_everybody and with an archive of several users for the whole system, otherwise into the home
+/// being migrated. Where the system brings_terminal_settings, the running user also gets the skeleton home's.
+/// Where the office suite is installed it gets the home's fonts as well. Always returns 0; what failed is in
+/// the system log.
 int fonts(const char* args);
 
 #endif
