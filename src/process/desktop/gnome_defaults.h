@@ -7,7 +7,7 @@
 /// user, as %gconf.xml for a profile whose folder for it exists.
 void set_to_firefox();
 
-/// Sets Windows-like keyboard shortcuts for the running user through GConf. Not part of a run.
+/// Sets Windows-like keyboard shortcuts for the running user, always through GConf. Not part of a run.
 void keyboard_shortcut();
 
 #endif

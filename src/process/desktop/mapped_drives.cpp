@@ -5,20 +5,25 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
-#include "gconf/client.h"
+#include "process/archive/layout.h"
 #include "process/desktop/konqueror.h"
+#include "process/desktop/migrate_settings.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
-#include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
-// Kept: a longer line is read in pieces, and each piece counts as a line.
+// ---- Reading the drives ------------------------------------------------------------------------------
+
+// Deliberate: part of the format. A longer line is read in pieces, and each piece counts as a line.
 constexpr std::size_t line_limit = 1023;
 
 struct Drive {
@@ -26,34 +31,8 @@ struct Drive {
   std::string name;
 };
 
-// Up to a NUL, too: it would end the value in the link's path but not in the check of the name.
-std::string without_newline(const std::string& line) {
-  return std::string(line.substr(0, line.find('\n')).c_str());
-}
-
-std::optional<Drive> read_drive(const std::string& path) {
-  dos_to_unix(path.c_str());
-  const File file = open_file(path, "r");
-  if (!file) {
-    std::perror(path.c_str());
-    return std::nullopt;
-  }
-  std::vector<std::string> lines;
-  std::string line;
-  while (read_piece(file.get(), line_limit, line)) {
-    std::printf("%s", line.c_str());
-    if (lines.size() < 2) lines.push_back(without_newline(line));
-  }
-  if (lines.size() < 2) {
-    std::fprintf(stderr, "No share and name in %s\n", path.c_str());
-    return std::nullopt;
-  }
-  std::printf("\nLine1::%s", lines[0].c_str());
-  std::printf("\nLine2::%s\n", lines[1].c_str());
-  return Drive{lines[0], lines[1]};
-}
-
-std::optional<std::vector<std::string>> drive_files(const std::string& folder) {
+std::optional<std::vector<std::string>> drive_files(const std::string& root) {
+  const std::string folder = root + "/" + layout::mapped_drives;
   const auto names = list_folder(folder);
   if (!names) {
     std::perror("Network Drive:: ");
@@ -64,9 +43,42 @@ std::optional<std::vector<std::string>> drive_files(const std::string& folder) {
   return paths;
 }
 
+// The first two lines; all are printed. A line ends at its newline, and at a NUL, which ends a file's name as
+// well.
+std::vector<std::string> read_lines(std::FILE* file) {
+  std::vector<std::string> lines;
+  PieceReader reader(file, line_limit);
+  std::string_view piece;
+  while (reader.next(piece)) {
+    const std::string line(piece.substr(0, piece.find('\0')));
+    std::printf("%s", line.c_str());
+    if (lines.size() < 2) lines.push_back(line.substr(0, line.find('\n')));
+  }
+  return lines;
+}
+
+std::optional<Drive> read_drive(const std::string& path) {
+  dos_to_unix(path.c_str());
+  const File file = open_file(path, "r");
+  if (!file) {
+    std::perror(path.c_str());
+    return std::nullopt;
+  }
+  const std::vector<std::string> lines = read_lines(file.get());
+  if (lines.size() < 2) {
+    std::fprintf(stderr, "No share and name in %s\n", path.c_str());
+    return std::nullopt;
+  }
+  std::printf("\nLine1::%s", lines[0].c_str());
+  std::printf("\nLine2::%s\n", lines[1].c_str());
+  return Drive{lines[0], lines[1]};
+}
+
+// ---- Desktop links -----------------------------------------------------------------------------------
+
+// Deliberate: part of the format, the three tabs.
 constexpr const char* link_text =
     "[Desktop Entry]\n"
-    // The three tabs belong to the format: desktops skip them, and the links have always had them.
     "\t\t\tVersion=1.0\n"
     "\t\t\tEncoding=UTF-8\n"
     "\t\t\tName=@name@\n"
@@ -74,11 +86,15 @@ constexpr const char* link_text =
     "URL=smb:@share@\n"
     "Icon=@icon@";
 
+// A name with a slash is no file name: it must not reach a file beside or above the desktop.
+File new_link(const std::string& home, const std::string& name) {
+  if (!contains(name, "/")) return open_file(home + "/Desktop/" + name, "w");
+  errno = EINVAL;
+  return {};
+}
+
 int make_link(const std::string& home, const Drive& drive, const char* icon) {
-  // A name with a slash is no file name; it must not reach a file beside or above the desktop either.
-  const bool is_file_name = !contains(drive.name, "/");
-  if (!is_file_name) errno = EINVAL;
-  const File link = is_file_name ? open_file(home + "/Desktop/" + drive.name, "w") : File();
+  const File link = new_link(home, drive.name);
   if (!link) {
     std::perror("Network Drives ");
     return -1;
@@ -87,13 +103,15 @@ int make_link(const std::string& home, const Drive& drive, const char* icon) {
   return 0;
 }
 
-// No value when it cannot be made: the links are worth having without the bookmarks.
+// ---- Nautilus ----------------------------------------------------------------------------------------
+
+// Without a stream when it cannot be made: the links are made all the same.
 File new_nautilus_bookmarks(const std::string& home) {
   const std::string path = home + "/.nautilus/bookmarks.xml";
   SYSTEM(compose("rm %s", path));
-  // A home in which Nautilus has not run yet has no such folder.
-  std::error_code exists_already;
-  std::filesystem::create_directory(home + "/.nautilus", exists_already);
+  // The home may lack the folder. When it cannot be made, opening the file says why.
+  std::error_code ignored;
+  std::filesystem::create_directory(home + "/.nautilus", ignored);
   File bookmarks = open_file(path, "w");
   if (!bookmarks) std::perror(path.c_str());
   return bookmarks;
@@ -120,17 +138,7 @@ int write_nautilus_bookmarks(const std::string& home, const std::vector<std::str
   return 0;
 }
 
-int set_nautilus_preferences() {
-  set_gconf_bool("/apps/nautilus/preferences/always_use_browser", TRUE);
-  set_gconf_bool("/apps/nautilus/preferences/start_with_sidebar", TRUE);
-  // A boolean, not the tree view's OAFIID, on purpose: it turns the side pane on and leaves Nautilus its
-  // own choice of view.
-  set_gconf_bool("/apps/nautilus/preferences/side_pane_view", TRUE);
-  return 0;
-}
-
-// The other way round than through the client; the time is fixed, so that a rewritten file is the same
-// file.
+// Deliberate: part of the format. The order is the client's reversed, and the time is fixed.
 constexpr const char* nautilus_preferences = R"(<?xml version="1.0"?>
 <gconf>
 <entry name="side_pane_view" mtime="1114470984" type="bool" value="true">
@@ -141,13 +149,15 @@ constexpr const char* nautilus_preferences = R"(<?xml version="1.0"?>
 </entry>
 </gconf>)";
 
-int write_nautilus_preferences(const std::string& home) {
-  SYSTEM(compose("mkdir %s/.gconf/apps/nautilus", home));
-  SYSTEM(compose("mkdir %s/.gconf/apps/nautilus/preferences", home));
-  const std::string path = home + "/.gconf/apps/nautilus/preferences/%gconf.xml";
-  if (replace_file(path, nautilus_preferences)) return 0;
-  std::perror(path.c_str());
-  return -1;
+int set_nautilus_preferences(const Target& target) {
+  return migrate_settings(target,
+                          {{"/apps/nautilus/preferences/always_use_browser", true},
+                           {"/apps/nautilus/preferences/start_with_sidebar", true},
+                           // Deliberate: part of the output. A boolean, not the name of a view.
+                           {"/apps/nautilus/preferences/side_pane_view", true}},
+                          {.folder = "apps/nautilus/preferences",
+                           .new_folders = {"apps/nautilus", "apps/nautilus/preferences"},
+                           .text = nautilus_preferences});
 }
 
 constexpr const char* konqueror_bookmark =
@@ -156,26 +166,29 @@ constexpr const char* konqueror_bookmark =
 }  // namespace
 
 int nautilusmappeddrives(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  const auto files = drive_files(std::string(args) + "/Mapped_Drives");
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  const auto files = drive_files(target.root);
   if (!files) return -1;
-  if (write_nautilus_bookmarks(home, *files) != 0) return -1;
-  const int result = isDefaultUser == 1 ? set_nautilus_preferences() : write_nautilus_preferences(home);
-  if (result == 0) std::printf("GCONF Set complete");
-  return result;
+  if (write_nautilus_bookmarks(target.home, *files) != 0) return -1;
+  if (set_nautilus_preferences(target) != 0) return -1;
+  std::printf("GCONF Set complete");
+  return 0;
 }
 
 int mappeddrives(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  const auto files = drive_files(std::string(args) + "/Mapped_Drives");
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  const auto files = drive_files(target.root);
   if (!files) return -1;
   for (const std::string& file : *files) {
     const std::optional<Drive> drive = read_drive(file);
     if (!drive) continue;
-    add_konqueror_bookmark(home, fill(konqueror_bookmark, {{"share", drive->share}, {"name", drive->name}}));
-    if (make_link(home, *drive, "network_local") != 0) return -1;
+    add_konqueror_bookmark(target.home,
+                           fill(konqueror_bookmark, {{"share", drive->share}, {"name", drive->name}}));
+    if (make_link(target.home, *drive, "network_local") != 0) return -1;
   }
   return 0;
 }

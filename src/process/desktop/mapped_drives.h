@@ -9,8 +9,8 @@
 /// Turns the drives into Nautilus bookmarks, which replace the old ones, and desktop links in the home being
 /// migrated, and switches Nautilus to its browser view: through GConf for the running user, as %gconf.xml
 /// for a profile.
-/// Returns 0, or -1 when the folder cannot be opened, at once when a desktop link cannot be created, or when
-/// the %gconf.xml cannot be.
+/// Returns 0, also when GConf fails, or -1 when the folder cannot be opened, at once when a desktop link
+/// cannot be created, or when the %gconf.xml cannot be.
 int nautilusmappeddrives(const char* args);
 
 /// Turns the drives into Konqueror bookmarks, each put before the old ones, and desktop links.

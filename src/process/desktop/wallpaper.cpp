@@ -3,61 +3,70 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
 #include <optional>
 #include <string>
 
 #include "error/log.h"
-#include "gconf/client.h"
+#include "process/archive/layout.h"
 #include "process/desktop/first_entry.h"
+#include "process/desktop/migrate_settings.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/run.h"
 #include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
-std::optional<std::string> find_picture(const char* root) {
-  return first_entry(std::string(root) + "/Wallpaper", {"option.txt"}, "In Wallpaper() opendir: ", "picture");
+// ---- Picture and style -------------------------------------------------------------------------------
+
+std::string folder_in(const std::string& root) { return root + "/" + layout::wallpaper; }
+
+std::optional<std::string> find_picture(const std::string& root) {
+  return first_entry(folder_in(root), {layout::wallpaper_style}, "In Wallpaper() opendir: ", "picture");
 }
 
-/// First character of the file, EOF of an empty one; no value when it cannot be opened.
-std::optional<int> read_style(const std::string& path) {
-  const File file = open_file(path, "r");
-  if (!file) {
-    write_log("wallpaper option ERROR", fp_log);
-    return std::nullopt;
+// Where the style's file is copied to.
+std::string style_file(const std::string& home) { return home + "/" + layout::wallpaper_style; }
+
+enum class Style { centred, stretched, tiled, unknown };
+
+Style style_of(int letter) {
+  switch (letter) {
+    case 'C':
+      return Style::centred;
+    case 'S':
+      return Style::stretched;
+    case 'T':
+      return Style::tiled;
+    default:
+      return Style::unknown;
   }
-  return std::fgetc(file.get());
 }
 
-int write_settings(const std::string& path, const std::string& text) {
-  if (replace_file(path, text)) return 0;
-  std::perror(path.c_str());
+// By the first character of the file; an empty one has no known style. No value when it cannot be opened.
+std::optional<Style> read_style(const std::string& path) {
+  const File file = open_file(path, "r");
+  if (!file) return std::nullopt;
+  return style_of(std::fgetc(file.get()));
+}
+
+int failed_without_style(std::FILE* log) {
+  write_log("wallpaper option ERROR", log);
   return -1;
 }
 
+// ---- GNOME -------------------------------------------------------------------------------------------
+
 // GNOME's word for tiling is "wallpaper"; it also serves unknown styles.
-const char* gnome_option(int style) {
-  switch (style) {
-    case 'C':
-      return "centered";
-    case 'S':
-      return "stretched";
-    default:
-      return "wallpaper";
-  }
+const char* gnome_option(Style style) {
+  if (style == Style::centred) return "centered";
+  return style == Style::stretched ? "stretched" : "wallpaper";
 }
 
-int set_gnome_background(const std::string& picture, const char* option) {
-  set_gconf_string("/desktop/gnome/background/picture_filename", picture.c_str());
-  set_gconf_string("/desktop/gnome/background/picture_options", option);
-  return 0;
-}
-
-// The two values' line ends differ and the time is fixed, so that a rewritten file is the same file; GConf
-// reads any white space.
+// Deliberate: part of the format. The time is fixed, only one of the values has a line end behind it, and the
+// order is the client's reversed.
 constexpr const char* background_settings = R"(<?xml version="1.0"?>
 <gconf>
 <entry name="picture_options" mtime="1114470984" type="string">
@@ -67,13 +76,18 @@ constexpr const char* background_settings = R"(<?xml version="1.0"?>
 </entry>
 </gconf>)";
 
-int write_gnome_background(const std::string& home, const std::string& picture, const char* option) {
-  std::printf("Writing wallpaper gconf::%s%s\n", picture.c_str(), option);
-  // Only the last folder: a home without the GConf tree above it is not set up for GNOME.
-  SYSTEM(compose("mkdir %s/.gconf/desktop/gnome/background", home));
-  return write_settings(home + "/.gconf/desktop/gnome/background/%gconf.xml",
-                        fill(background_settings, {{"option", option}, {"picture", picture}}));
+int set_gnome_background(const Target& target, const std::string& picture, const char* option) {
+  if (!target.is_running_user) std::printf("Writing wallpaper gconf::%s%s\n", picture.c_str(), option);
+  return migrate_settings(target,
+                          {{"/desktop/gnome/background/picture_filename", picture},
+                           {"/desktop/gnome/background/picture_options", option}},
+                          {.folder = "desktop/gnome/background",
+                           // Only the last folder: a profile without the tree above it fails.
+                           .new_folders = {"desktop/gnome/background"},
+                           .text = fill(background_settings, {{"option", option}, {"picture", picture}})});
 }
+
+// ---- KDE ---------------------------------------------------------------------------------------------
 
 // From the first dot on: "my.photo.jpg" keeps ".photo.jpg". Not past a line end: the picture's path is a line
 // of the profile's settings, and what followed there would be read as settings of the archive's choosing.
@@ -88,19 +102,19 @@ struct KdeMode {
   const char* line;
 };
 
-KdeMode kde_mode(int style) {
+// `tiled` is the system's number for it.
+KdeMode kde_mode(Style style, int tiled) {
   switch (style) {
-    case 'C':
+    case Style::centred:
       return {1, "WallpaperMode=Centred\n\n\n"};
-    case 'S':
-      return {6, "\n\n\n"};  // no line: stretching is what kdesktop does without one
-    case 'T': {
-      const bool older = std::strcmp(OSName, "Linspire") == 0 || std::strcmp(OSName, "RedFlag") == 0;
-      return {older ? 2 : 5, "WallpaperMode=Tiled\n\n\n"};
-    }
-    default:
-      return {6, ""};
+    case Style::stretched:
+      return {6, "\n\n\n"};  // Deliberate: part of the format. A profile gets no line for stretching.
+    case Style::tiled:
+      return {tiled, "WallpaperMode=Tiled\n\n\n"};
+    case Style::unknown:
+      break;
   }
+  return {6, ""};
 }
 
 int set_kde_background(const std::string& picture, int mode) {
@@ -118,43 +132,44 @@ KDEVersionRelease=2
 )";
 
 int write_kde_background(const std::string& home, const std::string& picture, const char* mode_line) {
-  return write_settings(home + "/.kde/share/config/kdesktoprc",
-                        fill(desktop_settings, {{"picture", picture}, {"mode", mode_line}}));
+  const std::string path = home + "/.kde/share/config/kdesktoprc";
+  if (replace_file(path, fill(desktop_settings, {{"picture", picture}, {"mode", mode_line}}))) return 0;
+  std::perror(path.c_str());
+  return -1;
 }
 
 }  // namespace
 
 int wallpaper(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  std::printf("Wallpaper Login Name::%s\n", home.c_str());
-  const std::optional<std::string> name = find_picture(args);
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  std::printf("Wallpaper Login Name::%s\n", target.home.c_str());
+  const std::optional<std::string> name = find_picture(target.root);
   if (!name) return -1;
-  SYSTEM(compose("cp %s/Wallpaper/* %s", args, home));
-  const std::string option_file = home + "/option.txt";
-  const std::optional<int> style = read_style(option_file);
-  if (!style) return -1;
-  unlink(option_file.c_str());
-  const std::string picture = home + "/" + *name;
-  const char* option = gnome_option(*style);
-  return isDefaultUser == 1 ? set_gnome_background(picture, option)
-                            : write_gnome_background(home, picture, option);
+  SYSTEM(compose("cp %s/* %s", folder_in(target.root), target.home));
+  const std::optional<Style> style = read_style(style_file(target.home));
+  if (!style) return failed_without_style(fp_log);
+  unlink(style_file(target.home).c_str());
+  return set_gnome_background(target, target.home + "/" + *name, gnome_option(*style));
 }
 
 int kdewallpaper(const char* args) {
   std::printf("In kdewallpaper");
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  const std::optional<std::string> name = find_picture(args);
+  const Target target = target_of(args);
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  const std::optional<std::string> name = find_picture(target.root);
   if (!name) return -1;
   std::printf("Wallpaper::%s\n", name->c_str());
   std::printf("P::%s\n", extension(*name).c_str());
-  const std::string picture = home + "/Wallpaper1" + extension(*name);
-  SYSTEM(compose("cp %s/Wallpaper/option.txt %s", args, home));
-  SYSTEM(compose("cp \"%s/Wallpaper/%s\" \"%s\"", args, *name, picture));
-  const std::optional<int> style = read_style(home + "/option.txt");  // stays, unlike on GNOME
-  if (!style) return -1;
-  const KdeMode mode = kde_mode(*style);
-  return isDefaultUser != 0 ? set_kde_background(picture, mode.number)
-                            : write_kde_background(home, picture, mode.line);
+  const std::string folder = folder_in(target.root);
+  const std::string picture = target.home + "/Wallpaper1" + extension(*name);
+  SYSTEM(compose("cp %s/%s %s", folder, layout::wallpaper_style, target.home));
+  SYSTEM(compose("cp \"%s/%s\" \"%s\"", folder, *name, picture));
+  const std::optional<Style> style = read_style(style_file(target.home));  // stays, unlike on GNOME
+  if (!style) return failed_without_style(fp_log);
+  const KdeMode mode = kde_mode(*style, target.has().kde_tiled);
+  return target.is_running_user ? set_kde_background(picture, mode.number)
+                                : write_kde_background(target.home, picture, mode.line);
 }
