@@ -99,6 +99,22 @@ TEST_F(Browser, EveryCookieGetsADotInFront) {
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q /tmp/b/Cookies.txt"));
 }
 
+TEST_F(Browser, CookiesLeaveNoTraceButTheHomes) {
+  testing::internal::CaptureStdout();
+  migrated("a\n");
+  EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(Browser, TheRestOfALongLineIsNoLineOfItsOwn) {
+  const std::string comment = "#" + std::string(1022, 'c');
+  EXPECT_EQ(comment + "a.example\n.b\n", migrated(comment + "a.example\nb\n"));
+}
+
+TEST_F(Browser, OddBytesInACookieAreKept) {
+  const std::string value = std::string("v\0", 2) + "\xff\t";
+  EXPECT_EQ(".a\t" + value + "\n", migrated("a\t" + value + "\n"));
+}
+
 TEST_F(Browser, AnOldCookieFileIsReplaced) {
   write_file(std::string(profile) + "cookies.txt", "old\n");
   EXPECT_EQ(".a\n", migrated("a\n"));
@@ -156,6 +172,25 @@ TEST_F(Browser, KonquerorsBookmarksAreReplaced) {
   EXPECT_THAT(commands_run(),
               ElementsAre("rm /root/.kde/share/apps/konqueror/bookmarks.xml",
                           "cp /tmp/b/bookmarks.xml /root/.kde/share/apps/konqueror/bookmarks.xml"));
+}
+
+TEST_F(Browser, WhatKonquerorDoesNotFindInTheArchiveIsOnlyLogged) {
+  write_file("/root/.kde/share/apps/konqueror/bookmarks.xml", "old");
+  EXPECT_EQ(0, konquererbookmarks(archive));
+  EXPECT_EQ(0, konquerercookies(archive));
+  EXPECT_FALSE(exists("/root/.kde/share/apps/konqueror/bookmarks.xml"));
+}
+
+TEST_F(Browser, KonquerorsFilesOfAProfileAreItsOwn) {
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  write_file("/tmp/b/bookmarks.xml", "b");
+  write_file("/tmp/b/Cookies2.txt", "c");
+  shell_quietly("mkdir -p /home/ann/.kde/share/apps/konqueror /home/ann/.kde/share/apps/kcookiejar");
+  EXPECT_EQ(0, konquererbookmarks(archive));
+  EXPECT_EQ(0, konquerercookies(archive));
+  EXPECT_EQ("b", read_file("/home/ann/.kde/share/apps/konqueror/bookmarks.xml"));
+  EXPECT_EQ("c", read_file("/home/ann/.kde/share/apps/kcookiejar/cookies"));
 }
 
 TEST_F(Browser, KonquerorsCookiesAreReplaced) {

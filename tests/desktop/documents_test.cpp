@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "state/state.h"
 #include "support/commands.h"
@@ -14,6 +13,7 @@ namespace {
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -80,7 +80,11 @@ TEST_F(Documents, LinkHasTheSystemsIcon) {
 
 TEST_F(Documents, OnRedFlagLieOnTheDesktopWithoutALink) {
   on("RedFlag");
+  testing::internal::CaptureStdout();
   EXPECT_EQ(0, mydocs(folder.c_str()));
+  EXPECT_EQ(
+      "buffer=/root\nIn Documents::cp -a \"/tmp/brindAb/Brindle/My Documents\"/* /root/Desktop/mydocument \n",
+      testing::internal::GetCapturedStdout());
   EXPECT_THAT(commands_run(),
               ElementsAre("mkdir -p /root/Desktop/mydocument",
                           "cp -a \"/tmp/brindAb/Brindle/My Documents\"/* /root/Desktop/mydocument "));
@@ -113,6 +117,16 @@ TEST_F(Documents, WithoutADesktopTheRunningUsersOneIsLinked) {
   EXPECT_TRUE(exists("/root/.gnome-desktop/My Documents"));
 }
 
+TEST_F(Documents, OfAProfileWithoutADesktopLinkTheRunningUsersOneToo) {
+  for_profile("ann");
+  shell_quietly("rmdir /home/ann/Desktop /root/Desktop; mkdir /root/.gnome-desktop /home/ann/.gnome-desktop");
+  setenv("HOME", "/root", 1);
+  EXPECT_THAT(standard_error_of(mydocs, folder.c_str(), -1), StartsWith("MyDocs : "));
+  EXPECT_THAT(commands_run(), Contains("ln -s ~/.gnome-desktop/ ~/Desktop"));
+  EXPECT_EQ("/root/.gnome-desktop/\n", output_of("readlink /root/Desktop"));
+  EXPECT_FALSE(exists("/home/ann/Desktop"));
+}
+
 TEST_F(Documents, WithoutAnyDesktopTheLinkFails) {
   shell_quietly("rmdir /root/Desktop");
   EXPECT_EQ("MyDocs : No such file or directory\n",
@@ -133,15 +147,6 @@ TEST_F(Documents, AHostileFolderNameStaysOneWord) {
   EXPECT_EQ(0, mydocs(hostile.c_str()));
   EXPECT_EQ("1", read_file("/root/Documents/f"));
   EXPECT_FALSE(exists("ran"));
-}
-
-TEST_F(Documents, WithoutAHomeNothingIsTouched) {
-  write_file(in_archive("File Extensions/song.mp3"), "la");
-  isMultiUser = 0;
-  ASSERT_EQ(0, setreuid(54321, 0));
-  for (const auto migrator : {mydocs, desktop, file_extensions})
-    EXPECT_THAT(standard_error_of(migrator, archive, -1), StartsWith("username : "));
-  EXPECT_THAT(commands_run(), testing::IsEmpty());
 }
 
 // ---- Desktop --------------------------------------------------------------------------------------------
@@ -167,6 +172,36 @@ TEST_F(Home, DesktopIsLinkedInTheTargetHome) {
 }
 
 TEST_F(Home, AnEmptyDesktopIsNoFailure) { EXPECT_EQ(0, desktop(archive)); }
+
+// ---- Icons ----------------------------------------------------------------------------------------------
+
+struct SystemIcon {
+  const char* system;
+  const char* line;
+};
+
+class Icons : public Home, public testing::WithParamInterface<SystemIcon> {};
+
+TEST_P(Icons, AreTheLastLineOfEveryLink) {
+  on(GetParam().system);
+  const std::string last_line = std::string("\n") + GetParam().line;
+  if (std::string(GetParam().system) != "RedFlag") {
+    mydocs("/tmp/missing");
+    EXPECT_THAT(read_file("/root/Desktop/My Documents"), EndsWith(last_line));
+  }
+  file_extensions("/tmp/missing");
+  EXPECT_THAT(read_file("/root/Desktop/Windows Files"), EndsWith(last_line));
+  add_share_shortcut("/root", "root");
+  EXPECT_THAT(read_file("/root/Desktop/Share"), EndsWith(last_line));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, Icons,
+                         testing::Values(SystemIcon{"GNome", "X-Nautilus-Icon=gnome-fs-directory"},
+                                         SystemIcon{"RedFlag", "Icon=folder"},
+                                         SystemIcon{"Linspire", "Icon=folder1"},
+                                         SystemIcon{"Xandros", "Icon=folder1"},
+                                         SystemIcon{"INVALID", "Icon=folder1"}),
+                         [](const auto& test) { return std::string(test.param.system); });
 
 // ---- Files by extension, one user -----------------------------------------------------------------------
 
@@ -324,6 +359,15 @@ TEST_F(Konqueror, WithoutADesktopIsLeftAlone) {
   add_share_shortcut("/home/ann", "ann");
   EXPECT_EQ("file extensions: No such file or directory\n", testing::internal::GetCapturedStderr());
   EXPECT_EQ("<xbel/>\n", read_file(bookmarks));
+}
+
+TEST_F(Konqueror, AHostileUserNameStaysOneWord) {
+  const std::string home = "/home/a;touch ran;$(touch ran)";
+  shell_quietly("mkdir -p '" + home + "/Desktop' '" + home + "/.kde/share/apps'");
+  write_file("/tmp/linspireroot/root/.kde/share/apps/konqueror/bookmarks.xml", "<xbel/>\n");
+  add_share_shortcut(home.c_str(), "a;touch ran;$(touch ran)");
+  EXPECT_THAT(read_file(home + "/.kde/share/apps/konqueror/bookmarks.xml"), HasSubstr("file:/Share"));
+  EXPECT_FALSE(exists("ran"));
 }
 
 TEST_F(Konqueror, MissingBookmarksAreNotMadeFromNothing) {

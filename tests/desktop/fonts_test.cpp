@@ -7,6 +7,7 @@
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/system_log.h"
+#include "system/capabilities.h"
 
 namespace {
 
@@ -102,6 +103,45 @@ TEST_F(Fonts, OnRedFlagAProfileKeepsItsTerminal) {
   fonts("/tmp/b");
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("redflagroot2"))));
   EXPECT_TRUE(exists("/home/ann/.fonts/migrated.ttf"));
+}
+
+TEST_F(Fonts, OnRedFlagAProfileOfSeveralUsersStillInstallsForEverybody) {
+  on("RedFlag");
+  isMultiUser = 1;
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  testing::internal::CaptureStdout();
+  fonts("/tmp/b");
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), Not(HasSubstr("konsole")));
+  EXPECT_THAT(commands_run(), ElementsAre("rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1",
+                                          "cp /tmp/b/Fonts/* /usr/share/fonts/zh_CN/TrueType",
+                                          "fc-cache /usr/share/fonts/zh_CN/TrueType"));
+}
+
+class OtherSystem : public Fonts, public testing::WithParamInterface<const char*> {};
+
+TEST_P(OtherSystem, InstallsForTheUserEvenOfSeveral) {
+  on(GetParam());
+  isMultiUser = 1;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, fonts("/tmp/b"));
+  EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
+  EXPECT_THAT(commands_run(), ElementsAre("mkdir -p /root/.fonts", "cp /tmp/b/Fonts/* /root/.fonts",
+                                          "fc-cache /root/.fonts"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, OtherSystem, testing::Values("GNome", "Linspire", "Xandros", "INVALID"),
+                         [](const auto& test) { return std::string(test.param); });
+
+// It is unpacked with the options for such a tarball.
+TEST(TerminalSettings, ComeFromACompressedSkeletonHome) {
+  for (const System system :
+       {System::gnome, System::linspire, System::redflag, System::xandros, System::other}) {
+    const Capabilities& has = capabilities(system);
+    if (!has.brings_terminal_settings) continue;
+    ASSERT_NE(nullptr, has.skeleton) << has.name;
+    EXPECT_TRUE(has.skeleton->bzip2) << has.name;
+  }
 }
 
 TEST_F(Fonts, AnOfficeSuiteGetsAllOfTheUsersFonts) {

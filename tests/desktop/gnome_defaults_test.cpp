@@ -54,17 +54,38 @@ TEST_F(GnomeDefaults, OnNovellsDesktopItBecomesTheWebBrowserLauncher) {
   EXPECT_EQ("firefox.desktop\n", session.get(launcher_key));
 }
 
+TEST_F(GnomeDefaults, AClientThatFailsIsOnlyComplainedAbout) {
+  with_epiphany();
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  set_to_firefox();
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("gconf_client_set_string : set: "));
+  EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
+  EXPECT_FALSE(exists("/root" + std::string(launcher_folder)));
+}
+
 TEST_F(GnomeDefaults, ElsewhereTheLauncherStays) {
   Session session;
   set_to_firefox();
   EXPECT_THAT(session.get(launcher_key), Not(HasSubstr("firefox")));
 }
 
+TEST_F(GnomeDefaults, ElsewhereAProfilesLauncherStaysToo) {
+  for_ann();
+  shell_quietly("mkdir -p /home/ann" + std::string(launcher_folder));
+  set_to_firefox();
+  EXPECT_FALSE(exists("/home/ann" + std::string(launcher_folder) + "/%gconf.xml"));
+}
+
 TEST_F(GnomeDefaults, OfAProfileAreWrittenToItsHome) {
+  Session session;
   for_ann();
   with_epiphany();
   shell_quietly("mkdir -p /home/ann" + std::string(launcher_folder));
   set_to_firefox();
+  EXPECT_THAT(settings_made(), testing::IsEmpty());
+  EXPECT_THAT(commands_run(), ElementsAre("cp /usr/local/brindle/firefox.desktop "
+                                          "/home/ann/.gnome2/panel2.d/default/launchers/"));
   EXPECT_TRUE(
       matches_expected("/home/ann" + std::string(launcher_folder) + "/%gconf.xml", "panel/gconf.xml"));
 }
@@ -87,7 +108,9 @@ TEST_F(GnomeDefaults, OfAProfileAreReadByTheDaemon) {
 TEST_F(GnomeDefaults, OfAProfileWithoutTheFolderAreLeftOut) {
   for_ann();
   with_epiphany();
+  testing::internal::CaptureStderr();
   set_to_firefox();
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
   EXPECT_EQ("firefox.desktop\n", output_of("ls /home/ann/.gnome2/panel2.d/default/launchers"));
   EXPECT_FALSE(exists("/home/ann/.gconf"));
 }
@@ -106,6 +129,14 @@ TEST_F(GnomeDefaults, ShortcutsAreWindowsOwn) {
                           "string /apps/gnome_settings_daemon/keybindings/home <Alt>e",
                           "string /apps/metacity/global_keybindings/panel_main_menu <Control>Escape",
                           "string /apps/metacity/global_keybindings/panel_run_dialog <Alt>r"));
+}
+
+TEST_F(GnomeDefaults, ShortcutsAreTheRunningUsersWhomeverAMigrationIsFor) {
+  Session session;
+  for_ann();
+  keyboard_shortcut();
+  EXPECT_EQ("F1\n", session.get("/apps/gnome_settings_daemon/keybindings/help"));
+  EXPECT_FALSE(exists("/home/ann/.gconf"));
 }
 
 }  // namespace

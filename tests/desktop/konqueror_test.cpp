@@ -73,4 +73,15 @@ TEST(KonquerorBookmark, DoesNotMakeAMissingFileNorUseAnOldCopy) {
   EXPECT_FALSE(exists(copy_of_bookmarks));
 }
 
+TEST(KonquerorBookmark, IsNotLostInSilenceWhenTheFileCannotBeWritten) {
+  shell_quietly("mkdir -p /root/.kde/share/apps/konqueror; cp /bin/sleep " + std::string(bookmarks));
+  const std::string program = output_of(std::string(bookmarks) + " 60 > /dev/null & echo $!");
+  shell_quietly("until readlink /proc/" + program.substr(0, program.size() - 1) +
+                "/exe | grep -q bookmarks; do sleep 0.01; done");
+  testing::internal::CaptureStderr();
+  add_konqueror_bookmark("/root", "<new/>");
+  EXPECT_EQ(std::string(bookmarks) + ": Text file busy\n", testing::internal::GetCapturedStderr());
+  shell_quietly("kill " + program);
+}
+
 }  // namespace

@@ -13,6 +13,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -79,10 +80,32 @@ TEST_F(Drives, AHomeWithoutNautilusGetsItsFolder) {
   EXPECT_EQ("<?xml version=\"1.0\"?>\n<bookmarks>\n</bookmarks>\n", read_file(nautilus));
 }
 
+TEST_F(Drives, PreferencesThatTheClientRefusesChangeNoResult) {
+  testing::internal::CaptureStdout();
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, 0), HasSubstr("gconf_client_set_bool : set: "));
+  EXPECT_EQ("buffer=/root\nGCONF Set complete", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(Drives, LinksAreMadeWithoutNautilusBookmarks) {
+  Session session;
+  shell_quietly("rmdir /root/.nautilus; touch /root/.nautilus");
+  drive("z", "//s/a", "A");
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, 0),
+              HasSubstr(std::string(nautilus) + ": Not a directory\n"));
+  EXPECT_TRUE(exists("/root/Desktop/A"));
+  EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/side_pane_view"));
+}
+
 TEST_F(Drives, OfAProfileComeWithItsPreferences) {
   for_ann();
   drive("z", "//server/share", "Projects on server");
+  testing::internal::CaptureStdout();
   EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_EQ(
+      "buffer=/home/ann\n//server/share\nProjects on server\nmore\n\nLine1:://server/share\n"
+      "Line2::Projects on server\nGCONF Set complete",
+      testing::internal::GetCapturedStdout());
+  EXPECT_THAT(settings_made(), testing::IsEmpty());
   EXPECT_TRUE(matches_expected("/home/ann/.nautilus/bookmarks.xml", "drives/nautilus.xml"));
   EXPECT_TRUE(matches_expected("/home/ann/.gconf/apps/nautilus/preferences/%gconf.xml", "drives/gconf.xml"));
   EXPECT_THAT(commands_run(),
@@ -108,7 +131,7 @@ TEST_F(Drives, OfAProfileWithoutAGconfTreeFail) {
   for_ann();
   shell_quietly("rm -r /home/ann/.gconf");
   EXPECT_THAT(complaint_of(nautilusmappeddrives, -1),
-              HasSubstr("/home/ann/.gconf/apps/nautilus/preferences"));
+              EndsWith("/home/ann/.gconf/apps/nautilus/preferences/%gconf.xml: No such file or directory\n"));
 }
 
 TEST_F(Drives, OfAProfileWhosePreferencesCannotBeWrittenAreNotSaidToBeSet) {
@@ -205,9 +228,34 @@ TEST_F(Drives, ThatCannotBeReadAreSkipped) {
   write_file(konqueror, "<xbel/>\n");
   shell_quietly("ln -s missing /tmp/b/Mapped_Drives/dangling; mkdir /tmp/b/Mapped_Drives/folder");
   write_file("/tmp/b/Mapped_Drives/empty", "");
+  write_file("/tmp/b/Mapped_Drives/share only", "//s/b\n");
   drive("z", "//s/a", "A");
-  complaint_of(mappeddrives, 0);
+  const std::string said = complaint_of(mappeddrives, 0);
+  EXPECT_THAT(said, HasSubstr("/tmp/b/Mapped_Drives/dangling: No such file or directory\n"));
+  for (const char* name : {"folder", "empty", "share only"})
+    EXPECT_THAT(said, HasSubstr("No share and name in /tmp/b/Mapped_Drives/" + std::string(name) + "\n"));
   EXPECT_EQ("A\n", output_of("ls /root/Desktop"));
+}
+
+TEST_F(Drives, LinesEndAtANul) {
+  write_file(konqueror, "<xbel/>\n");
+  write_file("/tmp/b/Mapped_Drives/z", std::string("//s/a\0x\nA\0/../B\n", 17));
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  EXPECT_EQ("buffer=/root\n//s/aA\nLine1:://s/a\nLine2::A\nfound something",
+            testing::internal::GetCapturedStdout());
+  EXPECT_THAT(read_file("/root/Desktop/A"), HasSubstr("\t\t\tName=A\n\t\t\tType=Link\nURL=smb://s/a\n"));
+  EXPECT_EQ("<xbel>\n<bookmark icon=\"samba\" href=\"smb://s/a\"><title>A</title></bookmark></xbel>\n",
+            read_file(konqueror));
+}
+
+// The rest of a long share is taken for the name.
+TEST_F(Drives, LongLinesAreReadInPiecesOf1023Characters) {
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/" + std::string(1019, 'a') + "tail", "A");
+  EXPECT_EQ(0, mappeddrives("/tmp/b"));
+  EXPECT_EQ("tail\n", output_of("ls /root/Desktop"));
+  EXPECT_THAT(read_file("/root/Desktop/tail"), HasSubstr("\nURL=smb://s/" + std::string(1019, 'a') + "\n"));
 }
 
 class DriveName : public Drives, public testing::WithParamInterface<const char*> {};

@@ -13,6 +13,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -46,7 +47,9 @@ struct Wallpaper : testing::Test {
 TEST_F(Wallpaper, OnGnomeIsSetThroughGconf) {
   Session session;
   picture("bliss.bmp", "C\r\n");
+  testing::internal::CaptureStdout();
   EXPECT_EQ(0, wallpaper("/tmp/b"));
+  EXPECT_EQ("buffer=/root\nWallpaper Login Name::/root\n", testing::internal::GetCapturedStdout());
   EXPECT_EQ("/root/bliss.bmp\n", session.get("/desktop/gnome/background/picture_filename"));
   EXPECT_EQ("centered\n", session.get("/desktop/gnome/background/picture_options"));
   EXPECT_THAT(settings_made(),
@@ -70,7 +73,17 @@ TEST_F(Wallpaper, OnGnomeEveryOtherStyleIsTiling) {
   }
 }
 
+TEST_F(Wallpaper, OnGnomeAClientThatRefusesChangesNoResult) {
+  picture("bliss.bmp", "C");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, wallpaper("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("gconf_client_set_string : set: "));
+  EXPECT_EQ("before set string\nbefore set string\n", log());
+  EXPECT_TRUE(exists("/root/bliss.bmp"));
+}
+
 TEST_F(Wallpaper, OfAGnomeProfileIsWrittenToItsHome) {
+  Session session;
   for_ann();
   picture("bliss.bmp", "S");
   testing::internal::CaptureStdout();
@@ -83,6 +96,8 @@ TEST_F(Wallpaper, OfAGnomeProfileIsWrittenToItsHome) {
       matches_expected("/home/ann/.gconf/desktop/gnome/background/%gconf.xml", "wallpaper/gconf.xml"));
   EXPECT_THAT(commands_run(), ElementsAre("cp /tmp/b/Wallpaper/* /home/ann",
                                           "mkdir /home/ann/.gconf/desktop/gnome/background"));
+  EXPECT_THAT(settings_made(), testing::IsEmpty());
+  EXPECT_FALSE(exists("/home/ann/option.txt"));
 }
 
 TEST_F(Wallpaper, OfAGnomeProfileIsReadByTheDaemon) {
@@ -103,7 +118,10 @@ TEST_F(Wallpaper, OfAGnomeProfileWithoutAGconfTreeFails) {
   for_ann();
   shell_quietly("rm -r /home/ann/.gconf");
   picture("a.jpg", "C");
+  testing::internal::CaptureStderr();
   EXPECT_EQ(-1, wallpaper("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              EndsWith("/home/ann/.gconf/desktop/gnome/background/%gconf.xml: No such file or directory\n"));
   EXPECT_FALSE(exists("/home/ann/.gconf"));
 }
 
@@ -168,6 +186,7 @@ INSTANTIATE_TEST_SUITE_P(All, KdeStyles,
                                          KdeStyle{"Linspire", "T", "2", "WallpaperMode=Tiled\n\n\n"},
                                          KdeStyle{"RedFlag", "T", "2", "WallpaperMode=Tiled\n\n\n"},
                                          KdeStyle{"Xandros", "T", "5", "WallpaperMode=Tiled\n\n\n"},
+                                         KdeStyle{"INVALID", "T", "5", "WallpaperMode=Tiled\n\n\n"},
                                          KdeStyle{"Xandros", "x", "6", ""},
                                          KdeStyle{"RedFlag", "", "6", ""}));
 
@@ -183,7 +202,10 @@ TEST_F(Wallpaper, OnKdeAProfileWithoutAConfigFolderFails) {
   for_ann();
   shell_quietly("rm -r /home/ann/.kde");
   picture("a.jpg", "C");
+  testing::internal::CaptureStderr();
   EXPECT_EQ(-1, kdewallpaper("/tmp/b"));
+  EXPECT_EQ("/home/ann/.kde/share/config/kdesktoprc: No such file or directory\n",
+            testing::internal::GetCapturedStderr());
 }
 
 TEST_F(Wallpaper, ANameWithoutADotHasNoExtension) {
@@ -212,25 +234,39 @@ TEST_F(Wallpaper, AHostileNameStaysOneWord) {
 
 // ---- Failures, the same on both -------------------------------------------------------------------------
 
-class AnyDesktop : public Wallpaper, public testing::WithParamInterface<int (*)(const char*)> {};
+struct Migrator {
+  const char* name;
+  int (*migrate)(const char*);
+};
+
+class AnyDesktop : public Wallpaper, public testing::WithParamInterface<Migrator> {
+ protected:
+  std::string complaint_about(const char* root) const {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(-1, GetParam().migrate(root));
+    return testing::internal::GetCapturedStderr();
+  }
+};
 
 TEST_P(AnyDesktop, WithoutAStyleTheItemFails) {
   write_file("/tmp/b/Wallpaper/a.jpg", "BM");
-  EXPECT_EQ(-1, GetParam()("/tmp/b"));
+  complaint_about("/tmp/b");
   EXPECT_EQ("wallpaper option ERROR\n", log());
 }
 
 TEST_P(AnyDesktop, WithoutAPictureTheItemFails) {
   write_file("/tmp/b/Wallpaper/option.txt", "C");
-  EXPECT_EQ(-1, GetParam()("/tmp/b"));
+  EXPECT_EQ("No picture in /tmp/b/Wallpaper\n", complaint_about("/tmp/b"));
+  EXPECT_THAT(commands_run(), testing::IsEmpty());
 }
 
 TEST_P(AnyDesktop, WithoutAFolderTheItemFails) {
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(-1, GetParam()("/tmp/missing"));
-  EXPECT_EQ("In Wallpaper() opendir: : No such file or directory\n", testing::internal::GetCapturedStderr());
+  EXPECT_EQ("In Wallpaper() opendir: : No such file or directory\n", complaint_about("/tmp/missing"));
+  EXPECT_THAT(commands_run(), testing::IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Both, AnyDesktop, testing::Values(wallpaper, kdewallpaper));
+INSTANTIATE_TEST_SUITE_P(On, AnyDesktop,
+                         testing::Values(Migrator{"Gnome", wallpaper}, Migrator{"Kde", kdewallpaper}),
+                         [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
