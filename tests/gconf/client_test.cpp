@@ -15,6 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 
 struct Client : testing::Test {
@@ -116,7 +117,9 @@ struct NoClient : Client {
   static std::string complaint_of(const std::function<int()>& call) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(-1, call());
-    return testing::internal::GetCapturedStderr();
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, Not(HasSubstr("CRITICAL")));  // the library has not been asked without a client
+    return said;
   }
 };
 

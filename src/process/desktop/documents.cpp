@@ -33,6 +33,7 @@ constexpr const char* documents_link =
 // Copies the content of the archive's `folder` into `destination`, a folder of the home.
 void copy_documents(const std::string& folder, const std::string& destination) {
   SYSTEM(compose("mkdir -p %s", destination));
+  // Deliberate: part of the output, the blank at the end.
   const shell::Command copy = compose("cp -a \"%s\"/* %s ", folder, destination);
   SYSTEM(copy);
   std::printf("In Documents::%s\n", copy.c_str());

@@ -12,7 +12,7 @@
 int wallpaper(const char* args);
 
 /// Copies the picture into the home being migrated as "Wallpaper1" with its extension and makes it KDE's
-/// background: by dcop for the running user, as kdesktoprc for a profile.
+/// background: by dcop for the running user, as a whole kdesktoprc for a profile, which replaces the old one.
 /// Returns 0, or -1 as above (kdesktoprc in place of %gconf.xml).
 int kdewallpaper(const char* args);
 
