@@ -24,15 +24,16 @@ struct SettingsFile {
 
 /// What became of them. A client that fails has said so on standard error; a file that cannot be made leaves
 /// errno. Whoever lets a failure pass says so with a cast to void and the reason.
-enum class [[nodiscard]] Stored{all, not_all_in_client, not_in_file};
+enum class Stored { all, not_all_in_client, not_in_file };
 
 /// Stores settings for `target`: for the running user each of `settings` through the GConf client, in order,
 /// the others too when one fails; for a profile as `file`, which replaces what was there.
-Stored store_settings(const Target& target, const std::vector<Setting>& settings, const SettingsFile& file);
+[[nodiscard]] Stored store_settings(const Target& target, const std::vector<Setting>& settings,
+                                    const SettingsFile& file);
 
 /// Stores settings through the client in the same way, whomever the migration is for: keys that only the
 /// running user gets.
-Stored store_in_client(const std::vector<Setting>& settings);
+[[nodiscard]] Stored store_in_client(const std::vector<Setting>& settings);
 
 /// The path of a settings file in the home of `target`.
 std::string path_of(const SettingsFile& file, const Target& target);
