@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "mail/mail_files.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -94,6 +95,27 @@ TEST(Groupwise, WithoutSettingsMakesNothing) {
   EXPECT_EQ(0, groupwise("/tmp/missing"));
   EXPECT_THAT(commands_run(), IsEmpty());
   EXPECT_EQ("", output_of("ls -A /root /tmp/b/Groupwise | grep gw"));
+}
+
+TEST(Groupwise, AsksForTheHomeOnceThereAreSettings) {
+  testing::internal::CaptureStdout();
+  groupwise("/tmp/b");
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  write_file(settings, mailbox);
+  testing::internal::CaptureStdout();
+  groupwise("/tmp/b");
+  EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
+}
+
+TEST(Groupwise, WithoutAHomeOnlyTheCopyInTheArchiveIsMade) {
+  lose_account_entry();
+  write_file(settings, mailbox);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_EQ(1, complaints_of_no_home(testing::internal::GetCapturedStderr()));
+  EXPECT_EQ(mailbox, read_file(settings));
+  EXPECT_THAT(commands_run(),
+              ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml"));
 }
 
 TEST(Groupwise, AMissingMailboxDoesNotStopTheSettings) {

@@ -13,6 +13,19 @@ inline void install_evolution() {
   ASSERT_EQ(0, shell_quietly("cp " + test_data("standins/evolution") + " /usr/local/bin/evolution"));
 }
 
+/// Takes the account entry of the user who runs the test away, so that there is no home to migrate into.
+inline void lose_account_entry() {
+  write_file("/etc/passwd", "");
+  write_file("/etc/nsswitch.conf", "passwd: files\n");  // others make up an entry for root
+}
+
+/// How often the standard error text `errors` complains of that.
+inline int complaints_of_no_home(const std::string& errors) {
+  int count = 0;
+  for (std::size_t at = 0; (at = errors.find("username : ", at)) != std::string::npos; ++at) ++count;
+  return count;
+}
+
 /// A mailbox of `count` messages in which every line that looks special to a splitter occurs.
 inline std::string mailbox_of(int count) {
   std::string text;

@@ -57,6 +57,13 @@ constexpr const char* three_accounts =
     "  sender Ann Lee ann@example.org reply@example.org Example Ltd\n"
     "  sends with ann smtp.example.org PLAIN ssl-on-alternate-port\n";
 
+/// How many accounts data_server_finds has found.
+int accounts_in(const std::string& found) {
+  int count = 0;
+  for (std::size_t at = 0; (at = found.find("account ", at)) != std::string::npos; ++at) ++count;
+  return count;
+}
+
 class EvolutionAccounts : public testing::Test {
  protected:
   void SetUp() override {
@@ -167,6 +174,22 @@ TEST_F(EvolutionAccountsInGconf, TheDataServerTakesTheRunningUsersAccountsOver) 
   EXPECT_EQ(three_accounts, data_server_finds("accounts", "/root"));
 }
 
+// Nothing in a description is escaped. One that is no XML ends the list for the data server: of three
+// accounts with the second like this only the first is left.
+constexpr const char* no_xml[] = {"Account Name=Work & Play\n", "SMTP Display Name=Ann <Lee\n"};
+
+TEST_F(EvolutionAccountsInGconf, AnAccountThatIsNoXmlEndsTheRunningUsersList) {
+  make_evolution_2();
+  for (const char* settings : no_xml) {
+    has_three_accounts();
+    has(list_folder(accounts_folder)->at(1), settings + std::string("IMAP Server=h\n"));
+    EXPECT_EQ(0, migrate());
+    shell_quietly("gconftool-2 --shutdown");
+    EXPECT_EQ(1, accounts_in(data_server_finds("accounts", "/root"))) << settings;
+    shell_quietly("rm -rf /root/.config /root/.cache");
+  }
+}
+
 TEST_F(EvolutionAccounts, WithoutASettingsClientTheRestIsStillMigrated) {
   has("1", work);
   std::filesystem::create_directories("/root/evolution/local");
@@ -257,6 +280,17 @@ TEST_F(EvolutionAccounts, TheDataServerTakesAProfilesAccountsOver) {
   EXPECT_EQ(three_accounts, data_server_finds("accounts", "/home/ann"));
 }
 
+TEST_F(EvolutionAccounts, AnAccountThatIsNoXmlEndsAProfilesList) {
+  for (const char* settings : no_xml) {
+    make_profile();
+    has_three_accounts();
+    has(list_folder(accounts_folder)->at(1), settings + std::string("IMAP Server=h\n"));
+    EXPECT_EQ(0, migrate());
+    EXPECT_EQ(1, accounts_in(data_server_finds("accounts", "/home/ann"))) << settings;
+    std::filesystem::remove_all("/home/ann");
+  }
+}
+
 // --- Failure
 
 TEST_F(EvolutionAccounts, WithoutAnAccountsFolderNothingIsMigrated) {
@@ -335,6 +369,61 @@ TEST_F(EvolutionAccounts, TracesTellTheWay) {
                                 "after mail accounts::" +
                                 profile_file + "\nPopping Mail::" + archive_root + "/Mail\n"));
   EXPECT_THAT(traces, HasSubstr("ReturningReturning from Mail Account."));
+}
+
+TEST_F(EvolutionAccounts, AProfilesTracesAreTheseAndNoOthers) {
+  make_profile();
+  has("1", work);
+  has("2", home);
+  const auto names = list_folder(accounts_folder);
+  std::string accounts;
+  for (const std::string& name : *names)
+    accounts += "Extracting from account path::" + accounts_folder + "/" + name +
+                "\nbuffer=/home/ann\nbuffer=/home/ann\nis_evolution_2::1\n";
+  std::filesystem::create_directories(archive_root + "/Mail");
+  for (const char* folder : {"/Calendar", "/Contacts", "/Tasks"})
+    std::filesystem::create_directories(imap_mail + folder);
+  const std::string store = "/home/ann/.evolution/";
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, migrate());
+  EXPECT_EQ(accounts +
+                "buffer=/home/ann\nCommand::mkdir /home/ann/.gconf/apps/evolution\n"
+                "Command::mkdir /home/ann/.gconf/apps/evolution/mail\nGConfPath::" +
+                profile_file + "\nHeader Written.freeingfreeing complete.after mail accounts::" +
+                profile_file + "\nPopping Mail::" + archive_root +
+                "/Mail\nbuffer=/home/ann\nChecking for evolution version.Command Executed::cp -a " +
+                archive_root + "/Mail/* " + store + "mail/local/\nReturning" +
+                "buffer=/home/ann\nIn Calendar Contacts Tasks::" + imap_mail + "cp -f " + imap_mail +
+                "/Calendar/calendar.ics " + store + "calendar/local/system" +
+                "In display_calendar for other user.buffer=/home/ann\nCalendar Display Over." + "cp -f " +
+                imap_mail + "/Contacts/addressbook.db " + store + "addressbook/local/system" + "cp -f " +
+                imap_mail + "/Tasks/tasks.ics " + store + "tasks/local/system" +
+                "In display_task for other user.buffer=/home/ann\nReturning from Mail Account.",
+            testing::internal::GetCapturedStdout());
+}
+
+TEST_F(EvolutionAccounts, WithoutAHomeEachQuestionForItIsAComplaint) {
+  lose_account_entry();
+  has("1", work);
+  setenv("TZ", "EST5", 1);
+  std::filesystem::create_directories(archive_root + "/Mail");
+  std::filesystem::create_directories(imap_mail + "/Contacts");
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, migrate());
+  // For the host's name and the ending of the account, twice for the time zone, for folders and contacts.
+  EXPECT_EQ(6, complaints_of_no_home(testing::internal::GetCapturedStderr()));
+  EXPECT_EQ("Extracting from account path::" + accounts_folder +
+                "/1\nis_evolution_2::0\nbefore mail accountsspawning the gconf tool.before gconf list"
+                "after mail accountsTimezone Val::America/New_YorkPopping Mail::" +
+                archive_root + "/Mail\nReturning from Mail Account.",
+            testing::internal::GetCapturedStdout());
+}
+
+TEST_F(EvolutionAccounts, ADescriptionAsksForTheHomeTwice) {
+  testing::internal::CaptureStdout();
+  described(home);
+  EXPECT_EQ("buffer=/root\nbuffer=/root\nis_evolution_2::0\n", testing::internal::GetCapturedStdout());
 }
 
 TEST_F(EvolutionAccountsInGconf, TracesTellTheRunningUsersWay) {

@@ -121,6 +121,17 @@ TEST_P(NewHome, TracesShowEveryLine) {
             testing::internal::GetCapturedStdout());
 }
 
+TEST_P(NewHome, WithoutAHomeIsAFailure) {
+  isDefaultUser = 1;
+  lose_account_entry();
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, GetParam().repair());
+  EXPECT_EQ(1, complaints_of_no_home(testing::internal::GetCapturedStderr()));
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_TRUE(commands_run().empty());
+}
+
 INSTANTIATE_TEST_SUITE_P(Lists, NewHome,
                          testing::Values(Repair{"addressbook", updateAddressbookGconf},
                                          Repair{"calendar", updateCalendarGconf},
@@ -140,7 +151,9 @@ bool evolution_ended() {
 TEST(LaunchEvolution, StartsItAndStopsItAfterTenSeconds) {
   install_evolution();
   const auto start = std::chrono::steady_clock::now();
+  testing::internal::CaptureStdout();
   launch_evolution();
+  EXPECT_EQ("buffer=/root\nLaunching Evolution.", testing::internal::GetCapturedStdout());
   const auto took = std::chrono::steady_clock::now() - start;
   EXPECT_GE(took, std::chrono::seconds(10));
   EXPECT_LT(took, std::chrono::seconds(20));
@@ -160,7 +173,9 @@ TEST(LaunchEvolution, LeavesAHomeThatHasAnEvolutionFolderAlone) {
   install_evolution();
   for (const char* name : {"/root/evolution", "/root/.evolution"}) {
     std::filesystem::create_directories(name);
+    testing::internal::CaptureStdout();
     launch_evolution();
+    EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
     std::filesystem::remove(name);
   }
   EXPECT_TRUE(commands_run().empty());

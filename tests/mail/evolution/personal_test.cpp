@@ -157,6 +157,17 @@ TEST_F(EvolutionPersonal, TracesShowTheOldLayoutsCopiesAndTheTasksOwn) {
   EXPECT_EQ("In display_task for other user.buffer=/home/ann\n", testing::internal::GetCapturedStdout());
 }
 
+TEST_F(EvolutionPersonal, WithoutAHomeNothingIsCopied) {
+  lose_account_entry();
+  make_personal_data();
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, migrate());
+  EXPECT_EQ(1, complaints_of_no_home(testing::internal::GetCapturedStderr()));
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_THAT(commands_run(), ElementsAre("evolution --force-shutdown"));
+}
+
 // --- What is shown, running user
 
 constexpr const char* sources_key = "/apps/evolution/calendar/sources";
@@ -174,7 +185,11 @@ TEST_F(ShownInGconf, TheFirstSourceOfTheFirstGroupIsShown) {
   set_list(sources_key,
            "[<group uid=\"g\"><source uid=\"first\" name=\"a\"/><source uid=\"second\"/></group>,"
            "<group uid=\"h\"><source uid=\"third\"/></group>]");
+  testing::internal::CaptureStdout();
   EXPECT_EQ(0, display_calendar());
+  // The home is not asked for.
+  EXPECT_EQ("spawning the gconf tool.before gconf listafter gconf list",
+            testing::internal::GetCapturedStdout());
   EXPECT_EQ("[first]\n", Session::get(selected_key));
 }
 
@@ -182,6 +197,18 @@ TEST_F(ShownInGconf, TaskListsAreShownBelowTheCalendar) {
   set_list("/apps/evolution/tasks/sources", "[<group uid=\"g\"><source uid=\"first\"/></group>]");
   EXPECT_EQ(0, display_tasks());
   EXPECT_EQ("[first]\n", Session::get("/apps/evolution/calendar/tasks/selected_tasks"));
+}
+
+TEST_F(ShownInGconf, ASettingThatTheAdministratorHoldsCountsAsDone) {
+  ASSERT_EQ(0, shell_quietly("gconftool-2 --shutdown; gconftool-2 --direct --config-source "
+                             "xml:readwrite:/etc/gconf/gconf.xml.mandatory --set --type=list "
+                             "--list-type=string " +
+                             std::string(selected_key) + " '[held]'"));
+  set_list(sources_key, "[<group uid=\"g\"><source uid=\"first\"/></group>]");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, display_calendar());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("in set_gconf_list "));
+  EXPECT_EQ("[held]\n", Session::get(selected_key));
 }
 
 TEST_F(ShownInGconf, NoSourcesChangeNothing) {

@@ -36,7 +36,10 @@ TEST(TimeZone, OtherAbbreviationsHaveNoZone) {
 TEST(TimeZone, IsSetThroughTheClientForTheRunningUser) {
   const Session session;
   setenv("TZ", "CET-1", 1);
+  testing::internal::CaptureStdout();
   set_time_zone();
+  EXPECT_EQ("buffer=/root\nbuffer=/root\nTimezone Val::Europe/Netherlands",
+            testing::internal::GetCapturedStdout());
   EXPECT_EQ("Europe/Netherlands\n", session.get(key));
   setenv("TZ", "CEST-2", 1);
   set_time_zone();

@@ -9,9 +9,9 @@
 
 #include "mail/mail_files.h"
 #include "process/mail/folders/background.h"
+#include "shell/compose.h"
 #include "state/state.h"
 #include "support/commands.h"
-#include "shell/compose.h"
 #include "support/files.h"
 #include "support/system_log.h"
 
@@ -92,6 +92,35 @@ TEST_F(EvolutionFolders, Evolution1sCommandsComeInTheirOrder) {
                                           "mkdir -p \"" + old + "\"/\"Old\"",
                                           "cp \"" + mail + "/Work.sbd\"/\"Old\" \"" + old + "\"/\"Old\"/mbox",
                                           "cp -a " + staging + "* /root/evolution/local/"));
+}
+
+TEST_F(EvolutionFolders, Evolution1sTracesAskForTheHomeTwice) {
+  std::filesystem::create_directories("/root/evolution/local");
+  write_file(mail + "/Inbox", "From a\n");
+  testing::internal::CaptureStdout();
+  pop();
+  EXPECT_EQ("buffer=/root\nChecking for evolution version.buffer=/root\nCommand Executed::cp -a " + staging +
+                "* /root/evolution/local/\nReturning",
+            testing::internal::GetCapturedStdout());
+}
+
+TEST_F(EvolutionFolders, TheTreeAloneAsksForTheHomeOnce) {
+  write_file(mail + "/Inbox", "From a\n");
+  testing::internal::CaptureStdout();
+  evolution_old(mail.c_str(), staging.c_str());
+  EXPECT_EQ("buffer=/root\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(EvolutionFolders, WithoutAHomeNothingIsCopied) {
+  lose_account_entry();
+  write_file(mail + "/Inbox", "From a\n");
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  pop();
+  evolution_old(mail.c_str(), staging.c_str());
+  EXPECT_EQ(2, complaints_of_no_home(testing::internal::GetCapturedStderr()));
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_THAT(commands_run(), ElementsAre("evolution --force-shutdown"));
 }
 
 TEST_F(EvolutionFolders, AProfilesHomeIsTheTarget) {

@@ -125,6 +125,25 @@ TEST(Kmail, AProfilesFoldersGoIntoItsHome) {
   EXPECT_TRUE(exists("/home/ann/Mail/inbox/cur/Inbox2"));
 }
 
+TEST(Kmail, WithoutAHomeNothingIsConverted) {
+  lose_account_entry();
+  write_file(mail + "/Inbox", "From a\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, kmailemails(root.c_str()));
+  EXPECT_EQ(1, complaints_of_no_home(testing::internal::GetCapturedStderr()));
+  EXPECT_TRUE(commands_run().empty());
+}
+
+TEST(Kmail, OwnNamesAreForTheFirstLevelAlone) {
+  write_file("/tmp/in/Inbox", "From a\n");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, setupemails("/tmp/in", "/tmp/out", 0));
+  EXPECT_EQ(0, setupemails("/tmp/in", "/tmp/first", 1));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::Not(testing::HasSubstr("buffer=")));
+  EXPECT_TRUE(exists("/tmp/out/Inbox/cur/Inbox2"));
+  EXPECT_TRUE(exists("/tmp/first/inbox/cur/Inbox2"));
+}
+
 TEST(Kmail, NoNameEndsItsWord) {
   write_file(mail + "/a\"; touch pwned; \"", "From a\n");
   write_file(mail + "/$(touch pwned)`touch pwned`", "From a\n");
