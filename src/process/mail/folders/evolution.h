@@ -3,9 +3,16 @@
 #ifndef BRINDLE_PROCESS_MAIL_FOLDERS_EVOLUTION_H
 #define BRINDLE_PROCESS_MAIL_FOLDERS_EVOLUTION_H
 
-/// Stops Evolution and puts the mail folders of `mail_dir` into the store of the target user: unchanged
-/// into .evolution/mail/local when the home has ".evolution", else as Evolution 1's tree into
-/// evolution/local. Neither folder is made here. Returns a null pointer.
+#include <string>
+
+#include "system/target.h"
+
+/// Stops Evolution and puts the mail folders of `mail_dir` into the store of `target`: unchanged into
+/// .evolution/mail/local when the home has ".evolution", else as Evolution 1's tree into evolution/local.
+/// Neither folder is made here; a copy that fails is only logged.
+void migrate_mail_folders(const Target& target, const std::string& mail_dir);
+
+/// migrate_mail_folders for the user being migrated. Returns a null pointer.
 void* mails_pop(const char* mail_dir);
 
 /// Builds Evolution 1's tree of the folders in `mail_dir` under `dest`, which ends in "/". A folder that

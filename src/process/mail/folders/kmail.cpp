@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "process/archive/layout.h"
 #include "process/mail/folders/mbox.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -22,8 +23,8 @@ constexpr std::array<FolderName, 5> kmail_names = {{{"Inbox", "inbox"},
                                                     {"Drafts", "drafts"},
                                                     {"Trash", "trash"}}};
 
-std::string folder_name(const std::string& name, int isfirstlevel) {
-  if (isfirstlevel != 1) return name;
+std::string folder_name(const std::string& name, bool first_level) {
+  if (!first_level) return name;
   for (const FolderName& known : kmail_names) {
     if (name == known.archive) return known.kmail;
   }
@@ -36,7 +37,7 @@ void make_maildir(const std::string& destdir, const std::string& folder) {
   const std::string directory = subfolders_of(folder);
   std::printf("Foldername2::%s\n", directory.c_str());
   std::printf("Foldername::%s\n", folder.c_str());
-  // KMail would trust an index that knows nothing of the new messages.
+  // The index of a folder that is there already knows nothing of the new messages.
   SYSTEM(compose("rm -f \"%s/.%s.index\"", destdir, folder));
   SYSTEM(compose("rm -f \"%s/.%s.index.ids\"", destdir, folder));
   SYSTEM(compose("mkdir -p \"%s/%s\"", destdir, folder));
@@ -47,45 +48,54 @@ void make_maildir(const std::string& destdir, const std::string& folder) {
   SYSTEM(compose("mkdir -p \"%s/tmp\"", maildir));
 }
 
-void convert_file(const std::string& sourcedir, const std::string& name, const std::string& destdir,
-                  int isfirstlevel) {
-  const std::string folder = folder_name(name, isfirstlevel);
+void convert_file(const std::string& source, const std::string& name, const std::string& destdir,
+                  bool first_level) {
+  const std::string folder = folder_name(name, first_level);
   make_maildir(destdir, folder);
   std::printf("\nProcessing File :: %s\n", name.c_str());
-  // Named after the archive's folder, not KMail's.
-  split_mbox(sourcedir + "/" + name, destdir + "/" + folder + "/cur/" + name);
+  // Deliberate: part of the output. The messages are named after the archive's folder, not KMail's.
+  split_mbox(source, destdir + "/" + folder + "/cur/" + name);
 }
 
-void convert_subfolders(const std::string& sourcedir, const std::string& name, const std::string& destdir,
-                        int isfirstlevel) {
-  std::printf("\nProcessing Folder :: ");
-  const std::string source = sourcedir + "/" + name;
-  const std::string folder = folder_name(name.substr(0, name.find(".sbd")), isfirstlevel);
+void convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level);
+
+void convert_subfolders(const std::string& source, const std::string& name, const std::string& destdir,
+                        bool first_level) {
+  std::printf("\nProcessing Folder :: ");  // Deliberate: part of the output. Without the name.
+  const std::string folder = folder_name(name.substr(0, name.find(layout::subfolders)), first_level);
   const std::string directory = subfolders_of(folder);
   SYSTEM(compose("mkdir -p %s/%s", destdir, directory));
-  setupemails(source.c_str(), (destdir + "/" + directory).c_str(), 0);
+  convert_folders(source, destdir + "/" + directory, false);
+}
+
+void convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level) {
+  const auto names = list_folder(sourcedir);
+  if (!names) {
+    std::perror("In setupemails() opendir: ");
+    return;
+  }
+  for (const std::string& name : *names) {
+    const std::string source = sourcedir + "/" + name;
+    if (contains(name, layout::subfolders)) {
+      convert_subfolders(source, name, destdir, first_level);
+    } else {
+      convert_file(source, name, destdir, first_level);
+    }
+  }
 }
 
 }  // namespace
 
-int kmailemails(const char* args) {
-  const std::string home = user_home();
-  if (home.empty()) return 0;
-  return setupemails((std::string(args) + "/Mail").c_str(), (home + "/Mail").c_str(), 1);
+int migrate_kmail_folders(const Target& target) {
+  trace_home(target.home);
+  if (target.home.empty()) return 0;
+  convert_folders(target.root + "/" + layout::mail_folders, target.home + "/Mail", true);
+  return 0;
 }
 
+int kmailemails(const char* args) { return migrate_kmail_folders(target_of(args)); }
+
 int setupemails(const char* sourcedir, const char* destdir, int isfirstlevel) {
-  const auto names = list_folder(sourcedir);
-  if (!names) {
-    std::perror("In setupemails() opendir: ");
-    return 0;
-  }
-  for (const std::string& name : *names) {
-    if (contains(name, ".sbd")) {
-      convert_subfolders(sourcedir, name, destdir, isfirstlevel);
-    } else {
-      convert_file(sourcedir, name, destdir, isfirstlevel);
-    }
-  }
+  convert_folders(sourcedir, destdir, isfirstlevel == 1);
   return 0;
 }

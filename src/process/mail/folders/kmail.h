@@ -2,8 +2,13 @@
 #ifndef BRINDLE_PROCESS_MAIL_FOLDERS_KMAIL_H
 #define BRINDLE_PROCESS_MAIL_FOLDERS_KMAIL_H
 
-/// Converts the folder "Mail" of the archive root `args` into "Mail" in the home of the target user.
-/// Returns the result of setupemails.
+#include "system/target.h"
+
+/// Converts the folder "Mail" of the target's archive root into "Mail" in its home.
+/// Returns the result of setupemails, or 0 when there is no home.
+int migrate_kmail_folders(const Target& target);
+
+/// migrate_kmail_folders for the user being migrated, from the archive root `args`.
 int kmailemails(const char* args);
 
 /// Converts the mbox files of `sourcedir` and, through their NAME.sbd folders, all subfolders into maildir

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t block_size = std::size_t{1} << 18;
 constexpr std::size_t message_buffer_size = std::size_t{1} << 16;
 
-// Kept: a longer line comes in pieces, and each piece is judged as a line of its own.
+// Deliberate: part of the output. A longer line comes in pieces, and each is judged as a line of its own.
 constexpr std::size_t piece_limit = 1023;
 
 constexpr std::string_view separator = "From ";
@@ -21,8 +21,8 @@ bool holds(std::string_view piece, std::string_view part) {
   return piece.find(part) != std::string_view::npos;
 }
 
-// The rule looks at the fifth character after "From ", not at the first: kept, the "From - Mon ..." of a
-// Mozilla mailbox keeps its top-level encoding line, as it always has.
+// Deliberate: part of the output. The rule looks at the fifth character after "From ", not at the first: a
+// message after "From - Mon ..." keeps an encoding line at its top.
 int removal_after(std::string_view separator_line) {
   const std::string_view text = separator_line.substr(separator.size());
   const std::size_t length = std::min(text.find('\n'), text.size());
