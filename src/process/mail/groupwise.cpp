@@ -2,45 +2,56 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
+#include "process/archive/layout.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
+#include "system/target.h"
 
 namespace {
 
+// Deliberate: part of the output. A longer line comes in pieces, and each is judged as a line of its own.
 constexpr std::size_t line_limit = 1023;
 
-// Windows writes single quotes. A line with double quotes was changed before and is left alone.
-constexpr const char* windows_mailbox = "<_default reg='sz'>gwremote</_default>";
+constexpr std::string_view relative_mailbox = "<_default reg='sz'>gwremote</_default>";
 
-// Double quotes on purpose, as the client itself writes the line on this side.
-constexpr const char* home_mailbox = R"(<_default reg="sz">@home@/gwremote</_default>
+// Deliberate: part of the output. In double quotes, where the line it takes the place of has single ones, and
+// without that line's indentation.
+constexpr const char* mailbox_in_home = R"(<_default reg="sz">@home@/gwremote</_default>
 )";
+
+std::string pointed_to_home(std::string_view line, const std::string& home) {
+  const bool names_mailbox = line.find(relative_mailbox) != line.npos;
+  return names_mailbox ? fill(mailbox_in_home, {{"home", home}}) : std::string(line);
+}
 
 // `to` is only opened, and so emptied, once its copy `from` could be.
 void write_settings(const std::string& from, const std::string& to, const std::string& home) {
   const File in = open_file(from, "r");
   const File out = in ? open_file(to, "w") : nullptr;
-  std::string line;
-  while (out && read_piece(in.get(), line_limit, line)) {
-    write_text(out, contains(line, windows_mailbox) ? fill(home_mailbox, {{"home", home}}) : line);
-  }
+  if (!out) return;
+  PieceReader reader(in.get(), line_limit);
+  std::string_view line;
+  while (reader.next(line)) write_text(out, pointed_to_home(line, home));
 }
 
 }  // namespace
 
 int groupwise(const char* args) {
-  const std::string folder = std::string(args) + "/Groupwise";
-  const std::string settings = folder + "/.gwuser.xml";
+  const Target target = target_of(args);
+  const std::string folder = target.root + "/" + layout::groupwise;
+  if (is_folder(folder.c_str(), layout::groupwise_settings) == 0) return 0;
+  const std::string settings = folder + "/" + layout::groupwise_settings;
   const std::string copy = folder + "/.gwusertemp.xml";
-  if (is_folder(folder.c_str(), ".gwuser.xml") == 0) return 0;
   SYSTEM(compose("cp %s %s", settings, copy));
-  const std::string home = user_home();
-  if (home.empty()) return 0;
-  write_settings(copy, settings, home);
-  SYSTEM(compose("cp -a %s/Groupwise/.gwuser.xml %s/", args, home));
-  SYSTEM(compose("cp -a %s/Groupwise/gwremote %s", args, home));
+  trace_home(target.home);
+  if (target.home.empty()) return 0;
+  write_settings(copy, settings, target.home);
+  SYSTEM(compose("cp -a %s %s/", settings, target.home));
+  SYSTEM(compose("cp -a %s/%s %s", folder, layout::groupwise_mailbox, target.home));
   return 0;
 }
