@@ -1,19 +1,16 @@
 #include "process/mail/evolution/accounts.h"
 
-#include <glib.h>
-
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "error/log.h"
-#include "gconf/client.h"
+#include "gconf/settings.h"
+#include "process/archive/layout.h"
 #include "process/mail/account.h"
-#include "process/mail/evolution/gconf_file.h"
 #include "process/mail/evolution/personal.h"
 #include "process/mail/evolution/time_zone.h"
 #include "process/mail/folders/evolution.h"
@@ -25,23 +22,23 @@
 
 namespace {
 
-// Never reset: the uids stay apart from each other over all profiles of a run.
-int seqno = 0;
+// ---- One account as Evolution describes it -----------------------------------------------------------
+//
+// Deliberate: part of the format. Nothing in a description is escaped: one whose texts hold an ampersand or
+// an angle bracket is no XML, and Evolution's data server takes neither it nor the accounts after it.
 
-using Descriptions = std::vector<std::string>;
-
-// --- One account as Evolution describes it. Nothing in it is escaped: Evolution's own reader takes an
-// ampersand as it is.
-
-std::string host_name() {
+// Deliberate: part of the output. Asked for each account anew. Of the account writers Evolution's is the one
+// that has a use for the answer.
+std::string ask_host_name(const Target& target) {
   std::string line;
-  shell::execute_first(compose("hostname"), current_owner().home, line);
+  shell::execute_first(compose("hostname"), target.home, line);
   if (!line.empty()) line.pop_back();
   return line;
 }
 
-std::string new_uid() {
-  const std::string host = host_name();
+std::string new_uid(const Target& target) {
+  static int seqno = 0;  // never reset: the uids stay apart from each other over all profiles of a run
+  const std::string host = ask_host_name(target);
   return std::to_string(std::time(nullptr)) + ".170." + std::to_string(seqno++) + "@" + host;
 }
 
@@ -50,9 +47,9 @@ constexpr const char* identity_text =
     R"(<addr-spec>@address@</addr-spec><reply-to>@reply_to@</reply-to>)"
     R"(<organization>@organization@</organization><signature uid=""/></identity>)";
 
-std::string identity(const MailAccount& account) {
+std::string identity(const MailAccount& account, const std::string& uid) {
   return fill(identity_text, {{"name", account.name},
-                              {"uid", new_uid()},
+                              {"uid", uid},
                               {"display_name", account.display_name},
                               {"address", account.address},
                               {"reply_to", account.reply_to},
@@ -85,8 +82,8 @@ constexpr const char* source_text =
     R"(<source save-passwd="@save@" keep-on-server="@keep@" auto-check="false" auto-check-timeout="0">)"
     R"(<url>@url@</url></source>)";
 
-// ";use_lsub;check_all" for POP3 as well, and between the other two options: kept, Evolution takes them in
-// any order.
+// Deliberate: part of the format. ";use_lsub;check_all" stands in a POP3 account as well, and between the
+// other two options.
 std::string source(const MailAccount& account, const Flags& flags) {
   const std::string url = std::string(flags.pop3_imap) + "://" + account.user + "@" + account.host + "/" +
                           flags.POP3_keep_on_server_string + ";use_lsub;check_all" + flags.POP3_use_ssl;
@@ -96,7 +93,7 @@ std::string source(const MailAccount& account, const Flags& flags) {
 
 constexpr const char* transport_text = R"(<transport save-passwd="@save@"><url>@url@</url></transport>)";
 
-// The login for sending is always the incoming one.
+// Deliberate: part of the format. The login for sending is always the incoming one.
 std::string transport(const MailAccount& account, const Flags& flags) {
   const std::string url =
       "smtp://" + account.user + flags.SMTP_auth + "@" + account.smtp_host + "/" + flags.SMTP_use_ssl;
@@ -122,28 +119,31 @@ constexpr const char* ending_1 =
     R"(<key-id></key-id></pgp>)"
     R"(<smime encrypt-to-self="false" always-sign="false"/></account>)";
 
-std::string ending() {
-  const std::string home = user_home();
-  const int is_evolution_2 = is_folder(home.c_str(), ".evolution");
+std::string ending(const Target& target) {
+  trace_home(target.home);
+  const int is_evolution_2 = is_folder(target.home.c_str(), ".evolution");
   std::printf("is_evolution_2::%d\n", is_evolution_2);
-  return is_evolution_2 != 0 ? ending_2 : fill(ending_1, {{"home", home}});
+  return is_evolution_2 != 0 ? ending_2 : fill(ending_1, {{"home", target.home}});
 }
 
-std::optional<std::string> description_of(const std::string& account_path) {
+std::optional<std::string> describe(const Target& target, const std::string& account_path) {
   const std::optional<MailAccount> account = read_account(account_path, Fallbacks::none);
   if (!account) return std::nullopt;
   const Flags flags = flags_of(*account);
   std::string description = "<?xml version=\"1.0\"?>\n";
-  description += identity(*account);
+  description += identity(*account, new_uid(target));
   description += source(*account, flags);
   description += transport(*account, flags);
-  description += ending();
+  description += ending(target);
   return description;
 }
 
-// --- All accounts, stored where their user's Evolution looks for them.
+// ---- All accounts, stored where their user's Evolution looks for them --------------------------------
 
-std::optional<Descriptions> all_descriptions(const std::string& folder) {
+using Descriptions = std::vector<std::string>;
+
+std::optional<Descriptions> describe_all(const Target& target) {
+  const std::string folder = target.root + "/" + layout::mail_accounts;
   const auto names = list_folder(folder);
   if (!names) return std::nullopt;
   Descriptions descriptions;
@@ -151,24 +151,13 @@ std::optional<Descriptions> all_descriptions(const std::string& folder) {
     const std::string account_path = folder + "/" + name;
     dos_to_unix(account_path.c_str());
     std::printf("Extracting from account path::%s\n", account_path.c_str());
-    if (auto description = description_of(account_path)) descriptions.push_back(std::move(*description));
+    if (auto description = describe(target, account_path)) descriptions.push_back(std::move(*description));
   }
   return descriptions;
 }
 
-void store_for_running_user(Descriptions& descriptions) {
-  std::printf("before mail accounts");
-  GSList* list = nullptr;
-  const std::size_t listcount = descriptions.size();
-  for (std::size_t at = listcount; at > 0; --at) list = g_slist_prepend(list, descriptions[at - 1].data());
-  set_gconf_list("/apps/evolution/mail/accounts", list);
-  std::printf("after mail accounts");
-  g_slist_free(list);
-  set_time_zone();
-}
-
-// The time-stamps and the signature's uid are fixed, whatever the day and the host: GConf and Evolution
-// take any. The opening of the accounts has no newline, each account begins with one.
+// Deliberate: part of the format. The time-stamps and the signature's uid are fixed. The opening of the
+// accounts has no newline, each account begins with one.
 constexpr const char* accounts_head = R"(<?xml version="1.0"?>
 <gconf>
 <entry name="signatures" mtime="1114538174" type="list" ltype="string">
@@ -187,7 +176,7 @@ constexpr const char* accounts_tail = R"(
 </entry>
 </gconf>)";
 
-// Not an XML escape: the ampersand stays, kept as profiles have always got it.
+// Deliberate: part of the format. The ampersand stays as it is, although this file is XML as well.
 std::string escaped(const std::string& description) {
   std::string text;
   for (const char c : description) {
@@ -208,65 +197,82 @@ std::string escaped(const std::string& description) {
   return text;
 }
 
-bool store_for_profile(const Descriptions& descriptions) {
-  const std::string evolution = user_home() + "/.gconf/apps/evolution";
-  const std::string folder = evolution + "/mail";
-  for (const auto& command : {compose("mkdir %s", evolution), compose("mkdir %s", folder)}) {
-    SYSTEM(command);
-    std::printf("Command::%s\n", command.c_str());
-  }
-  const std::string path = folder + "/%gconf.xml";
-  std::printf("GConfPath::%s\n", path.c_str());
+SettingsFile accounts_file(const Descriptions& descriptions) {
   std::string text = accounts_head;
   for (const std::string& description : descriptions)
     text += fill(accounts_item, {{"description", escaped(description)}});
-  text += accounts_tail;
-  if (!write_gconf_file(folder, text)) return false;
+  return {.folder = "apps/evolution/mail",
+          .new_folders = {"apps/evolution", "apps/evolution/mail"},
+          .text = text + accounts_tail,
+          .announced = true};
+}
+
+Stored store(const Target& target, const Descriptions& descriptions, const SettingsFile& file) {
+  return store_settings(target, {{"/apps/evolution/mail/accounts", descriptions}}, file);
+}
+
+void store_for_running_user(const Target& target, const Descriptions& descriptions) {
+  std::printf("before mail accounts");
+  // Not looked at: a client that fails has said so, and all else is migrated without the accounts.
+  static_cast<void>(store(target, descriptions, accounts_file(descriptions)));
+  std::printf("after mail accounts");
+  store_time_zone(target);
+}
+
+// Deliberate: a profile's time zone is not set.
+bool store_for_profile(const Target& target, const Descriptions& descriptions) {
+  trace_home(target.home);
+  const SettingsFile file = accounts_file(descriptions);
+  if (store(target, descriptions, file) == Stored::not_in_file) return false;
   std::printf("Header Written.");
   std::printf("freeing");
   std::printf("freeing complete.");
-  std::printf("after mail accounts::%s\n", path.c_str());
+  std::printf("after mail accounts::%s\n", path_of(file, target).c_str());
   return true;
 }
 
-void migrate_folders(const std::string& path) {
-  if (is_folder(path.c_str(), "Mail") == 0) return;
-  const std::string mail = path + "/Mail";
-  std::printf("Popping Mail::%s\n", mail.c_str());
-  mails_pop(mail.c_str());
+bool store_accounts(const Target& target, const Descriptions& descriptions) {
+  if (!target.is_running_user) return store_for_profile(target, descriptions);
+  store_for_running_user(target, descriptions);
+  return true;
 }
 
-// Calendar and tasks come with the contacts or not at all: kept, a full export always has contacts.
-void migrate_personal_data(const std::string& path) {
-  const std::string folder = path + "/ImapMail";
-  if (is_folder(folder.c_str(), "Contacts") == 0) return;
-  write_log("before calendar contacts tasks", fp_log);
-  calendar_contacts_tasks(folder.c_str());
-  write_log("after calendar contacts tasks", fp_log);
+// ---- Folders, calendar, contacts, tasks --------------------------------------------------------------
+
+void migrate_folders(const Target& target) {
+  if (is_folder(target.root.c_str(), layout::mail_folders) == 0) return;
+  const std::string folder = target.root + "/" + layout::mail_folders;
+  std::printf("Popping Mail::%s\n", folder.c_str());
+  migrate_mail_folders(target, folder);
+}
+
+// Deliberate: part of the output. Calendar and tasks come with the contacts or not at all.
+void migrate_personal_data(const Target& target, std::FILE* log) {
+  const std::string folder = target.root + "/" + layout::mail;
+  if (is_folder(folder.c_str(), layout::contacts) == 0) return;
+  write_log("before calendar contacts tasks", log);
+  copy_personal_data(target, folder);
+  write_log("after calendar contacts tasks", log);
 }
 
 }  // namespace
 
 int mail_account(const char* path) {
-  const std::string root = path;
-  std::optional<Descriptions> descriptions = all_descriptions(root + "/ImapMail/brindle-email-accounts");
+  const Target target = target_of(path);
+  const std::optional<Descriptions> descriptions = describe_all(target);
   if (!descriptions) {
     std::perror("In mail_account() opendir: ");
     return -1;
   }
-  if (isDefaultUser == 1) {
-    store_for_running_user(*descriptions);
-  } else if (!store_for_profile(*descriptions)) {
-    return -1;
-  }
-  migrate_folders(root);
-  migrate_personal_data(root);
+  if (!store_accounts(target, *descriptions)) return -1;
+  migrate_folders(target);
+  migrate_personal_data(target, fp_log);
   std::printf("Returning from Mail Account.");
   return 0;
 }
 
 int extract_from_account_path(const char* account_path, char* data) {
-  const std::optional<std::string> description = description_of(account_path);
+  const std::optional<std::string> description = describe(target_of(account_path), account_path);
   const bool fits = description && description->size() < account_description_size;
   std::strcpy(data, fits ? description->c_str() : "");
   return fits ? 0 : -1;

@@ -5,72 +5,75 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "process/mail/folders/background.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
 
 namespace {
 
-// Kept: a longer line comes in pieces, and each piece is judged and replaced as a line of its own.
-constexpr std::size_t line_limit = 1023;
+// ---- Lists of sources --------------------------------------------------------------------------------
 
-constexpr unsigned int seconds_for_evolution = 10;
-
-struct SourceList {
+struct Group {
   const char* folder;  ///< below .gconf/apps/evolution in the home
   int group;           ///< serial numbers in the two uids
   int source;
   const char* store;  ///< after the home
 };
 
-constexpr SourceList addressbook = {"addressbook", 1, 2, "/.evolution/addressbook/local"};
-// Of the three only the calendar's store ends in a slash: kept, Evolution compares it as a text.
-constexpr SourceList calendar = {"calendar", 4, 5, "/.evolution/calendar/local/"};
-constexpr SourceList tasks = {"tasks", 9, 10, "/.evolution/tasks/local"};
+// In the order of enum SourceList.
+// Deliberate: part of the format. Only the calendar's store ends in a slash.
+constexpr Group groups[] = {{"addressbook", 1, 2, "/.evolution/addressbook/local"},
+                            {"calendar", 4, 5, "/.evolution/calendar/local/"},
+                            {"tasks", 9, 10, "/.evolution/tasks/local"}};
 
-// Takes the place of the whole line and brings no newline: the line that follows is joined to it, and any
-// <stringvalue> before the group on that line is gone.
+// Deliberate: part of the format. It takes the place of the whole line and brings no newline: the line that
+// follows is joined to it, and what stood before the group on its line is gone.
 constexpr const char* group_line =
     R"(&lt;group uid=&quot;@group@&quot; name=&quot;On This Computer&quot; base_uri=&quot;file://@store@)"
     R"(&quot; readonly=&quot;no&quot;&gt;&lt;source uid=&quot;@source@)"
     R"(&quot; name=&quot;Personal&quot; relative_uri=&quot;system&quot;/&gt;&lt;/group&gt;)";
 
-// The same for every user, and with a fixed word instead of the host: they only have to differ from each
-// other.
+// Deliberate: part of the format. The same for every user and day, with a fixed word for the host.
 std::string uid(int serial) { return "1115761140.10532." + std::to_string(serial) + "@linux"; }
 
-std::string group_of(const SourceList& list, const std::string& home) {
+std::string line_of(const Group& group, const std::string& home) {
   return fill(group_line,
-              {{"group", uid(list.group)}, {"store", home + list.store}, {"source", uid(list.source)}});
+              {{"group", uid(group.group)}, {"store", home + group.store}, {"source", uid(group.source)}});
 }
 
+// Deliberate: part of the output. A longer line comes in pieces, and each is judged and replaced as a line of
+// its own.
+constexpr std::size_t line_limit = 1023;
+
 void copy_with_group(std::FILE* from, const File& to, const std::string& group) {
-  std::string line;
-  while (read_piece(from, line_limit, line)) {
+  PieceReader reader(from, line_limit);
+  std::string_view piece;
+  while (reader.next(piece)) {
+    const std::string line(piece);
     std::printf("Line::%s", line.c_str());
     write_text(to, contains(line, "file:///root") ? group : line);
   }
 }
 
-int repair(const SourceList& list) {
-  const std::string home = user_home();
-  if (home.empty()) return -1;
-  std::printf("Changing for :: %s", home.c_str());
-  const std::string folder = home + "/.gconf/apps/evolution/" + list.folder;
-  const std::string path = folder + "/%gconf.xml";
-  const std::string aside = folder + "/%gconftemp.xml";
-  SYSTEM(compose("cp %s %s", path, aside));
-  File from = open_file(aside, "r");
-  if (!from) return -1;
-  File to = open_file(path, "w");
-  if (!to) return -1;
-  copy_with_group(from.get(), to, group_of(list, home));
-  from.reset();
-  to.reset();
-  return SYSTEM(compose("rm %s", aside));
+bool rewrite(const std::string& from, const std::string& to, const std::string& group) {
+  const File in = open_file(from, "r");
+  const File out = in ? open_file(to, "w") : nullptr;
+  if (!out) return false;
+  copy_with_group(in.get(), out, group);
+  return true;
+}
+
+// ---- First start -------------------------------------------------------------------------------------
+
+constexpr unsigned int seconds_for_evolution = 10;
+
+bool has_evolution(const std::string& home) {
+  return is_folder(home.c_str(), "evolution") != 0 || is_folder(home.c_str(), ".evolution") != 0;
 }
 
 void start_evolution() {
@@ -86,17 +89,32 @@ void start_evolution() {
 
 }  // namespace
 
-int updateAddressbookGconf() { return repair(addressbook); }
+int repair_source_list(const Target& target, SourceList list) {
+  trace_home(target.home);
+  if (target.home.empty()) return -1;
+  std::printf("Changing for :: %s", target.home.c_str());
+  const Group& group = groups[static_cast<int>(list)];
+  const std::string folder = target.home + "/.gconf/apps/evolution/" + group.folder;
+  const std::string path = folder + "/%gconf.xml";
+  const std::string aside = folder + "/%gconftemp.xml";
+  SYSTEM(compose("cp %s %s", path, aside));
+  if (!rewrite(aside, path, line_of(group, target.home))) return -1;
+  return SYSTEM(compose("rm %s", aside));
+}
 
-int updateCalendarGconf() { return repair(calendar); }
-
-int updateTasksGconf() { return repair(tasks); }
-
-void launch_evolution() {
-  const std::string home = user_home();
-  if (is_folder(home.c_str(), "evolution") != 0 || is_folder(home.c_str(), ".evolution") != 0) return;
+void start_evolution_once(const Target& target) {
+  trace_home(target.home);
+  if (has_evolution(target.home)) return;
   std::printf("Launching Evolution.");
   start_evolution();
   sleep(seconds_for_evolution);
   shell::run_unlogged(compose("evolution --force-shutdown"));
 }
+
+int updateAddressbookGconf() { return repair_source_list(target_of(""), SourceList::addressbook); }
+
+int updateCalendarGconf() { return repair_source_list(target_of(""), SourceList::calendar); }
+
+int updateTasksGconf() { return repair_source_list(target_of(""), SourceList::tasks); }
+
+void launch_evolution() { start_evolution_once(target_of("")); }

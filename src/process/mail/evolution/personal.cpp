@@ -4,99 +4,50 @@
 
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <optional>
-#include <string>
+#include <span>
 #include <string_view>
+#include <vector>
 
 #include "gconf/client.h"
-#include "process/mail/evolution/gconf_file.h"
+#include "gconf/settings.h"
+#include "process/archive/layout.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/run.h"
-#include "state/state.h"
 
 namespace {
 
-constexpr std::size_t uid_size = 128;
-constexpr std::size_t uid2_size = 3072;
-
-void copy_with_trace(const shell::Command& copy) {
-  std::printf("%s", copy.c_str());
-  SYSTEM(copy);
-}
-
-void copy_calendar(const char* args, const std::string& home, bool evolution_2) {
-  if (!evolution_2) {
-    copy_with_trace(compose("cp -f %s/Calendar/calendar.ics %s/evolution/local/Calendar", args, home));
-    return;
-  }
-  shell::run_unlogged(compose("mkdir -p %s/.evolution/calendar/local/system", home));
-  copy_with_trace(compose("cp -f %s/Calendar/calendar.ics %s/.evolution/calendar/local/system", args, home));
-  display_calendar();
-  std::printf("Calendar Display Over.");
-}
-
-void copy_contacts(const char* args, const std::string& home, bool evolution_2) {
-  if (!evolution_2) {
-    copy_with_trace(compose("cp -f %s/Contacts/addressbook.db %s/evolution/local/Contacts", args, home));
-    return;
-  }
-  shell::run_unlogged(compose("mkdir -p %s/.evolution/addressbook", home));
-  shell::run_unlogged(compose("mkdir -p %s/.evolution/addressbook/local", home));
-  shell::run_unlogged(compose("mkdir -p %s/.evolution/addressbook/local/system", home));
-  copy_with_trace(
-      compose("cp -f %s/Contacts/addressbook.db %s/.evolution/addressbook/local/system", args, home));
-}
-
-void copy_tasks(const char* args, const std::string& home, bool evolution_2) {
-  if (!evolution_2) {
-    copy_with_trace(compose("cp -f %s/Tasks/tasks.ics %s/evolution/local/Tasks", args, home));
-    return;
-  }
-  shell::run_unlogged(compose("mkdir -p %s/.evolution/tasks/local/system", home));
-  copy_with_trace(compose("cp -f %s/Tasks/tasks.ics %s/.evolution/tasks/local/system", args, home));
-  display_tasks();
-}
+// ---- What Evolution 2 shows --------------------------------------------------------------------------
 
 /// A list of sources and the setting that says which of them are shown.
 struct Shown {
   const char* sources_key;
+  const char* sources_folder;  ///< below .gconf in a profile's home
   const char* selected_key;
-  const char* selected;        ///< name of the setting in its file
-  const char* sources_folder;  ///< below .gconf/apps/evolution in a profile's home
   const char* selected_folder;
+  const char* selected;  ///< name of the setting in its file
   const char* trace;
   int without_sources;  ///< result for a profile without a list of sources
 };
 
-constexpr Shown calendars = {"/apps/evolution/calendar/sources",
-                             "/apps/evolution/calendar/display/selected_calendars",
-                             "selected_calendars",
-                             "calendar",
-                             "calendar/display",
-                             "In display_calendar for other user.",
-                             -1};
-// Evolution keeps the shown task lists below the calendar.
-constexpr Shown task_lists = {"/apps/evolution/tasks/sources",
-                              "/apps/evolution/calendar/tasks/selected_tasks",
-                              "selected_tasks",
-                              "tasks",
-                              "calendar/tasks",
-                              "In display_task for other user.",
-                              0};
-
-// The time-stamp is fixed and the same for both files: GConf never looks at it.
-constexpr const char* selected_file = R"(<?xml version="1.0"?>
-<gconf>
-<entry name="@selected@" mtime="1114567268" type="list" ltype="string">
-<li type="string">
-<stringvalue>@uid@</stringvalue>
-</li>
-</entry>
-</gconf>)";
+constexpr Shown shown_calendars = {.sources_key = "/apps/evolution/calendar/sources",
+                                   .sources_folder = "apps/evolution/calendar",
+                                   .selected_key = "/apps/evolution/calendar/display/selected_calendars",
+                                   .selected_folder = "apps/evolution/calendar/display",
+                                   .selected = "selected_calendars",
+                                   .trace = "In display_calendar for other user.",
+                                   .without_sources = -1};
+// The shown task lists are a setting below the calendar's.
+constexpr Shown shown_tasks = {.sources_key = "/apps/evolution/tasks/sources",
+                               .sources_folder = "apps/evolution/tasks",
+                               .selected_key = "/apps/evolution/calendar/tasks/selected_tasks",
+                               .selected_folder = "apps/evolution/calendar/tasks",
+                               .selected = "selected_tasks",
+                               .trace = "In display_task for other user.",
+                               .without_sources = 0};
 
 /// What stands between the `open` and the `close` that follow "source uid=" in `text`.
 std::optional<std::string> source_uid(std::string_view text, std::string_view open, std::string_view close) {
@@ -118,24 +69,44 @@ std::optional<std::string> escaped_uid(std::string_view text) {
   return source_uid(at == text.npos ? "" : text.substr(at), "&quot;", "&quot;");
 }
 
+constexpr std::size_t uid_size = 128;
+constexpr std::size_t uid2_size = 3072;
+
 int copy_uid(const std::optional<std::string>& uid, char* buf, std::size_t size) {
   if (!uid || uid->size() >= size) return -1;
   std::memcpy(buf, uid->c_str(), uid->size() + 1);
   return 0;
 }
 
+// Deliberate: part of the format. The time-stamp is fixed.
+constexpr const char* selected_file = R"(<?xml version="1.0"?>
+<gconf>
+<entry name="@selected@" mtime="1114567268" type="list" ltype="string">
+<li type="string">
+<stringvalue>@uid@</stringvalue>
+</li>
+</entry>
+</gconf>)";
+
+// Deliberate: part of the output. Sources without a uid show an empty one.
+int store_shown(const Target& target, const Shown& shown, const std::optional<std::string>& source) {
+  const std::string uid = source.value_or("");
+  const SettingsFile file = {.folder = shown.selected_folder,
+                             .new_folders = {shown.selected_folder},
+                             .text = fill(selected_file, {{"selected", shown.selected}, {"uid", uid}})};
+  const Stored stored = store_settings(target, {{shown.selected_key, std::vector{uid}}}, file);
+  // A client that fails counts as done.
+  return stored == Stored::not_in_file ? -1 : 0;
+}
+
 struct ListFreer {
   void operator()(GSList* list) const { g_slist_free_full(list, g_free); }
 };
 
-// A source group without a uid selects an empty one: kept, the list is stored all the same.
-int display_for_running_user(const Shown& shown) {
+int show_first_of_client(const Target& target, const Shown& shown) {
   const std::unique_ptr<GSList, ListFreer> sources(get_gconf_list(shown.sources_key));
   if (!sources) return 0;
-  std::string uid = plain_uid(static_cast<const char*>(sources->data)).value_or("");
-  GSList only = {uid.data(), nullptr};
-  set_gconf_list(shown.selected_key, &only);
-  return 0;
+  return store_shown(target, shown, plain_uid(static_cast<const char*>(sources->data)));
 }
 
 std::optional<std::string> whole_file(const std::string& path) {
@@ -150,39 +121,80 @@ std::optional<std::string> whole_file(const std::string& path) {
   return text;
 }
 
-int display_for_profile(const Shown& shown) {
+int show_first_of_file(const Target& target, const Shown& shown) {
   std::printf("%s", shown.trace);
-  const std::string folder = user_home() + "/.gconf/apps/evolution/";
-  const std::optional<std::string> sources = whole_file(folder + shown.sources_folder + "/%gconf.xml");
+  trace_home(target.home);
+  const auto sources = whole_file(target.home + "/.gconf/" + shown.sources_folder + "/%gconf.xml");
   if (!sources) return shown.without_sources;
-  const std::string uid = escaped_uid(*sources).value_or("");
-  SYSTEM(compose("mkdir %s%s", folder, shown.selected_folder));
-  const std::string text = fill(selected_file, {{"selected", shown.selected}, {"uid", uid}});
-  return write_gconf_file(folder + shown.selected_folder, text) ? 0 : -1;
+  return store_shown(target, shown, escaped_uid(*sources));
 }
 
-int display(const Shown& shown) {
-  return isDefaultUser == 1 ? display_for_running_user(shown) : display_for_profile(shown);
+int show_first(const Target& target, const Shown& shown) {
+  return target.is_running_user ? show_first_of_client(target, shown) : show_first_of_file(target, shown);
+}
+
+// ---- The copies --------------------------------------------------------------------------------------
+
+/// A kind of data and where it goes, below the home.
+struct Kind {
+  const char* folder;  ///< in the archive: without it there are no such data
+  const char* file;
+  const char* evolution_1;                   ///< not made here
+  std::span<const char* const> evolution_2;  ///< made one after the other; the last one takes the file
+};
+
+constexpr const char* calendar_folders[] = {".evolution/calendar/local/system"};
+constexpr const char* contacts_folders[] = {".evolution/addressbook", ".evolution/addressbook/local",
+                                            ".evolution/addressbook/local/system"};
+constexpr const char* tasks_folders[] = {".evolution/tasks/local/system"};
+
+constexpr Kind calendar = {layout::calendar, layout::calendar_file, "evolution/local/Calendar",
+                           calendar_folders};
+constexpr Kind contacts = {layout::contacts, layout::contacts_file, "evolution/local/Contacts",
+                           contacts_folders};
+constexpr Kind tasks = {layout::tasks, layout::tasks_file, "evolution/local/Tasks", tasks_folders};
+
+const char* make_store(const std::string& home, const Kind& kind) {
+  for (const char* folder : kind.evolution_2) shell::run_unlogged(compose("mkdir -p %s/%s", home, folder));
+  return kind.evolution_2.back();
+}
+
+/// Returns whether the archive has such data.
+bool copy_if_there(const Target& target, const std::string& folder, const Kind& kind, bool evolution_2) {
+  if (is_folder(folder.c_str(), kind.folder) == 0) return false;
+  const char* store = evolution_2 ? make_store(target.home, kind) : kind.evolution_1;
+  const shell::Command command = compose("cp -f %s/%s %s/%s", folder, kind.file, target.home, store);
+  std::printf("%s", command.c_str());
+  SYSTEM(command);
+  return true;
 }
 
 }  // namespace
 
-int calendar_contacts_tasks(const char* args) {
+void copy_personal_data(const Target& target, const std::string& folder) {
   // Evolution would hold its files open.
   shell::run_unlogged(compose("evolution --force-shutdown"));
-  const std::string home = user_home();
-  if (home.empty()) return 0;
-  const bool evolution_2 = is_folder(home.c_str(), ".evolution") != 0;
-  std::printf("In Calendar Contacts Tasks::%s", args);
-  if (is_folder(args, "Calendar") != 0) copy_calendar(args, home, evolution_2);
-  if (is_folder(args, "Contacts") != 0) copy_contacts(args, home, evolution_2);
-  if (is_folder(args, "Tasks") != 0) copy_tasks(args, home, evolution_2);
+  trace_home(target.home);
+  if (target.home.empty()) return;
+  const bool evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;
+  std::printf("In Calendar Contacts Tasks::%s", folder.c_str());
+  // The results of showing are not looked at: the data are there, shown or not.
+  if (copy_if_there(target, folder, calendar, evolution_2) && evolution_2) {
+    show_first(target, shown_calendars);
+    std::printf("Calendar Display Over.");
+  }
+  copy_if_there(target, folder, contacts, evolution_2);
+  if (copy_if_there(target, folder, tasks, evolution_2) && evolution_2) show_first(target, shown_tasks);
+}
+
+int calendar_contacts_tasks(const char* args) {
+  copy_personal_data(target_of(args), args);
   return 0;
 }
 
-int display_calendar() { return display(calendars); }
+int display_calendar() { return show_first(target_of(""), shown_calendars); }
 
-int display_tasks() { return display(task_lists); }
+int display_tasks() { return show_first(target_of(""), shown_tasks); }
 
 int get_source_uid(const char* str, char* buf) { return copy_uid(plain_uid(str), buf, uid_size); }
 

@@ -2,13 +2,22 @@
 #ifndef BRINDLE_PROCESS_MAIL_EVOLUTION_PERSONAL_H
 #define BRINDLE_PROCESS_MAIL_EVOLUTION_PERSONAL_H
 
-/// Copies calendar, address book and tasks from the archive's folder "ImapMail", `args`, into the stores of
-/// Evolution 2 (the home has ".evolution") or Evolution 1, and for Evolution 2 makes the first calendar and
-/// task list the shown ones. What the archive lacks is skipped. Returns 0.
+#include <string>
+
+#include "system/target.h"
+
+/// Copies calendar, address book and tasks from the archive's folder "ImapMail", `folder`, into the stores of
+/// Evolution 2 (the target's home has ".evolution") or Evolution 1, and for Evolution 2 makes the first
+/// calendar and task list the shown ones. What the archive lacks is skipped; a copy that fails is only
+/// logged.
+void copy_personal_data(const Target& target, const std::string& folder);
+
+/// copy_personal_data for the user being migrated. Returns 0.
 int calendar_contacts_tasks(const char* args);
 
-/// Makes the first calendar source the one that Evolution shows. Returns 0, also when there is no source;
-/// -1 when a profile's source file cannot be opened or its list of shown calendars cannot be made.
+/// Makes the first calendar source of the user being migrated the one that Evolution shows. Returns 0, also
+/// when there is no source or the client fails; -1 when a profile's source file cannot be opened or its list
+/// of shown calendars cannot be made.
 int display_calendar();
 
 /// The same for the first task list; a profile without a source file gives 0 here.
