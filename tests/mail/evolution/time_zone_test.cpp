@@ -1,8 +1,10 @@
 #include "process/mail/evolution/time_zone.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <utility>
 
@@ -62,6 +64,18 @@ TEST(TimeZone, IsWrittenForAProfile) {
             testing::internal::GetCapturedStdout());
   EXPECT_TRUE(matches_expected(profile_file, "evolution_personal/time_zone.xml"));
   EXPECT_EQ("Europe/Netherlands\n", gconf_value_in("/home/ann", key));
+}
+
+TEST(TimeZone, AProfilesFoldersAreMadeBySimpleCommands) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  std::filesystem::create_directories("/home/ann/.gconf/apps/evolution");
+  setenv("TZ", "CET-1", 1);
+  set_time_zone();
+  const std::string calendar = "/home/ann/.gconf/apps/evolution/calendar";
+  EXPECT_THAT(commands_run(), testing::ElementsAre(testing::StartsWith("date +%Z > /home/ann/."),
+                                                   "mkdir " + calendar, "mkdir " + calendar + "/display"));
+  EXPECT_TRUE(exists(profile_file));
 }
 
 TEST(TimeZone, AProfilesFileHoldsOnlyWhatWasWrittenLast) {
