@@ -194,8 +194,6 @@ int write_accounts(const Target& target) {
 
 // ---- The migrator's steps ----------------------------------------------------------------------------
 
-int convert_emails(const Target& target) { return kmailemails(target.root.c_str()); }
-
 struct Step {
   const char* trace;
   int (*migrate)(const Target&);
@@ -203,7 +201,7 @@ struct Step {
 
 constexpr Step steps[] = {{"Migration Account Settings", write_accounts},
                           {"Migrating addressbook", kaddressbook},
-                          {"Migrating Emails.", convert_emails},
+                          {"Migrating Emails.", migrate_kmail_folders},
                           {"Migrating Contacts and Tasks.", kmailcallendar},
                           {"Migrating Notes.", kmailnotes}};
 
