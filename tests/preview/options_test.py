@@ -3,7 +3,7 @@ import os
 import tempfile
 import unittest
 
-from tool import SOURCE, run, without
+from tool import SOURCE, VIEW, run, without
 
 PREVIEW = SOURCE + "/preview"
 
@@ -56,6 +56,24 @@ class Options(unittest.TestCase):
         self.assertEqual((0, ""), (result.returncode, result.stderr))
         for option in "system user home language printer-driver share-login out timeout show".split():
             self.assertIn("--" + option + " ", result.stdout)
+
+
+class Dressing(unittest.TestCase):
+    """tools/preview/prepare takes its options by name, in any order."""
+
+    def prepare(self, *words):
+        return run(VIEW, "--", SOURCE + "/tools/preview/prepare", *words)
+
+    def test_wrong_calls_are_refused(self):
+        for words in ([], ["--system", "gnome"], ["--stage"], ["--sistem", "gnome", "--stage", "/none"], ["/none", "gnome"]):
+            with self.subTest(words):
+                result = self.prepare(*words)
+                self.assertEqual(2, result.returncode)
+                self.assertRegex(result.stderr, r"\Aprepare: [^\n]+\n\Z")
+
+    def test_stage_is_looked_for_wherever_it_is_named(self):
+        for words in (["--stage", "/none", "--user", "ada"], ["--user", "ada", "--stage", "/none"]):
+            self.assertIn("'/none/.'", self.prepare(*words).stderr)
 
 
 if __name__ == "__main__":

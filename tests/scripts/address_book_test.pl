@@ -1,15 +1,18 @@
 #!/usr/bin/perl
 # The contact conversion: books made by DB_File and by Berkeley DB's own tools, of every page size and byte
-# order, whole and damaged. Run as: address_book_test.pl SCRIPTS-FOLDER
+# order, whole and damaged. Run as: address_book_test.pl --scripts FOLDER
 use strict;
 use warnings;
 
 use Cwd ();
 use DB_File;
 use File::Temp ();
+use Getopt::Long qw(GetOptions);
 use Test::More;
 
-my $scripts = Cwd::abs_path(shift);
+my $scripts;
+GetOptions('scripts=s' => \$scripts) && defined $scripts or die "--scripts FOLDER is missing\n";
+$scripts = Cwd::abs_path($scripts);
 my $folder  = File::Temp->newdir;
 my $book    = "$folder/addressbook.db";
 

@@ -1,14 +1,17 @@
 #!/usr/bin/perl
 # Contacts as XML: every field, every encoding, whatever a contact holds. Each document is held against the
-# schema by xmllint. Run as: vcard2xml_test.pl SCRIPTS-FOLDER DOCS-FOLDER
+# schema by xmllint. Run as: vcard2xml_test.pl --scripts FOLDER --docs FOLDER
 use strict;
 use warnings;
 
 use DB_File;
 use File::Temp ();
+use Getopt::Long qw(GetOptions);
 use Test::More;
 
-my ($scripts, $docs) = @ARGV;
+my ($scripts, $docs);
+GetOptions('scripts=s' => \$scripts, 'docs=s' => \$docs) && defined $scripts && defined $docs
+    or die "--scripts FOLDER or --docs FOLDER is missing\n";
 my $folder = File::Temp->newdir;
 
 sub bytes_of { my ($path) = @_; open my $file, '<:raw', $path or die "$path: $!"; local $/; return scalar <$file> }

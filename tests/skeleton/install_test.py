@@ -1,7 +1,8 @@
 """Installs the build into an empty folder and looks where everything went.
 
-    install_test.py CMAKE BUILD SOURCE
+    install_test.py --cmake PROGRAM --build FOLDER --source FOLDER [options of unittest]
 """
+import argparse
 import os
 import subprocess
 import sys
@@ -9,8 +10,12 @@ import tempfile
 import unittest
 from pathlib import Path
 
-CMAKE, BUILD, SOURCE = sys.argv[1], Path(sys.argv[2]), Path(sys.argv[3])
-del sys.argv[1:4]
+parser = argparse.ArgumentParser(allow_abbrev=False)
+parser.add_argument("--cmake", required=True)
+parser.add_argument("--build", required=True, type=Path)
+parser.add_argument("--source", required=True, type=Path)
+OPTIONS, REST = parser.parse_known_args()
+BUILD, SOURCE = OPTIONS.build, OPTIONS.source
 
 SAME_AS = {
     "brindle/nldroot.tar.bz2": BUILD / "data/skeleton/nldroot.tar.bz2",
@@ -38,7 +43,7 @@ class Install(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.stage = tempfile.TemporaryDirectory()
-        subprocess.run([CMAKE, "--install", BUILD], check=True, stdout=subprocess.DEVNULL,
+        subprocess.run([OPTIONS.cmake, "--install", BUILD], check=True, stdout=subprocess.DEVNULL,
                        env={**os.environ, "DESTDIR": cls.stage.name})
         cls.local = Path(cls.stage.name) / "usr/local"
 
@@ -67,4 +72,4 @@ class Install(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    unittest.main(argv=sys.argv[:1] + REST, verbosity=2)

@@ -1,9 +1,10 @@
 """The skeleton homes as the build packed them, unpacked as the wizard unpacks them.
 
-    skeleton_test.py TARBALLS SOURCE [TestCase.test...]
+    skeleton_test.py --tarballs FOLDER --source FOLDER [TestCase.test...]
 
 Runs inside a private view of the machine, as root: homes are unpacked over /root.
 """
+import argparse
 import configparser
 import os
 import re
@@ -14,8 +15,11 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
-TARBALLS = Path(sys.argv.pop(1))
-SOURCE = Path(sys.argv.pop(1))
+parser = argparse.ArgumentParser(allow_abbrev=False)
+parser.add_argument("--tarballs", required=True, type=Path)
+parser.add_argument("--source", required=True, type=Path)
+OPTIONS, REST = parser.parse_known_args()
+TARBALLS, SOURCE = OPTIONS.tarballs, OPTIONS.source
 HOME = Path("/root")
 GNOME, LINSPIRE, REDFLAG = "nldroot.tar.bz2", "linspireroot.tar", "redflagroot.tar.bz2"
 RECIPES = {
@@ -290,4 +294,4 @@ class SourceLists(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(verbosity=2)
+    unittest.main(argv=sys.argv[:1] + REST, verbosity=2)

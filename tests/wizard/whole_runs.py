@@ -1,13 +1,27 @@
 #!/usr/bin/python3
-"""Whole runs to the done dialog: each system with each sample archive, whole_runs.py SYSTEM SAMPLE USER."""
+"""Whole runs to the done dialog: each system with each sample archive.
+
+  whole_runs.py --system NAME --sample NAME [--user NAME] [options of unittest]
+"""
+import argparse
 import sys
 import unittest
 
 import preview_run
 
-SYSTEM, SAMPLE, USER = sys.argv[1:4]
-IS_ROOT = USER == "root"
-HOME = "/root" if IS_ROOT else "/home/" + USER
+
+def read_options():
+    parser = argparse.ArgumentParser(allow_abbrev=False)
+    parser.add_argument("--system", required=True)
+    parser.add_argument("--sample", required=True)
+    parser.add_argument("--user", default="root")
+    options, rest = parser.parse_known_args()
+    return options, sys.argv[:1] + rest
+
+
+OPTIONS, UNITTEST_ARGUMENTS = read_options()
+IS_ROOT = OPTIONS.user == "root"
+HOME = "/root" if IS_ROOT else "/home/" + OPTIONS.user
 FAMILY = ["meilan", "nora", "oskar"]
 
 # Marks that a system never sets.
@@ -17,18 +31,18 @@ UNSET = {"linspire": {"image_11"}, "redflag": {"image_11"}, "redflag-plus": {"im
 
 def expected_marks():
     marks = {f"image_{number}": "apply" for number in range(13)}
-    if SAMPLE != "family":
+    if OPTIONS.sample != "family":
         marks["image_0"] = "cancel"
     if not IS_ROOT:
         marks.update(image_12="cancel", image_10="cancel")
-    marks.update((mark, "empty") for mark in UNSET.get(SYSTEM, ()))
+    marks.update((mark, "empty") for mark in UNSET.get(OPTIONS.system, ()))
     return marks
 
 
 class WholeRun(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.run_ = preview_run.run(SYSTEM, SAMPLE, user=USER)
+        cls.run_ = preview_run.run(OPTIONS.system, OPTIONS.sample, user=OPTIONS.user)
 
     def test_it_reaches_its_end(self):
         self.assertEqual(0, self.run_.status, self.run_.output)
@@ -41,7 +55,7 @@ class WholeRun(unittest.TestCase):
 
     def test_accounts(self):
         made = self.run_.accounts() if IS_ROOT else []
-        self.assertEqual(FAMILY if SAMPLE == "family" else [], sorted(made))
+        self.assertEqual(FAMILY if OPTIONS.sample == "family" else [], sorted(made))
         for name in made:
             self.assertIn(name, self.run_.changes["/home/" + name][2])
 
@@ -63,10 +77,10 @@ class WholeRun(unittest.TestCase):
         self.assertEqual([], [path for path in self.run_.changes if path.startswith("/tmp/") and "root" in path])
 
     def test_documents_arrived_with_their_owner(self):
-        folder = "/Desktop/mydocument/" if SYSTEM.startswith("redflag") else "/Documents/"
+        folder = "/Desktop/mydocument/" if OPTIONS.system.startswith("redflag") else "/Documents/"
         found = [path for path in self.run_.changes if path.startswith(HOME + folder)]
         self.assertNotEqual([], found)
-        self.assertEqual({USER}, {self.run_.changes[path][2].split(":")[0] for path in found})
+        self.assertEqual({OPTIONS.user}, {self.run_.changes[path][2].split(":")[0] for path in found})
 
     def test_no_sanitizer_spoke(self):
         self.assertEqual([], self.run_.sanitizer_reports())
@@ -74,4 +88,4 @@ class WholeRun(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    unittest.main(argv=UNITTEST_ARGUMENTS, verbosity=2)

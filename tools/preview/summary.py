@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Writes and prints the summary of a preview from its tables: summary.py DIR"""
+"""Writes and prints the summary of a preview from its tables: summary.py --out DIR --user NAME"""
+import argparse
 import json
 import os
 import sys
@@ -86,13 +87,16 @@ def summary(folder, user):
 
 
 def main():
-    folder, user = sys.argv[1:3]
-    lines = list(summary(folder, user))
-    with open(folder + "/summary.txt", "w", encoding="utf-8", errors="surrogateescape") as file:
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--out", required=True)
+    parser.add_argument("--user", required=True)
+    options = parser.parse_args()
+    lines = list(summary(options.out, options.user))
+    with open(options.out + "/summary.txt", "w", encoding="utf-8", errors="surrogateescape") as file:
         file.write("\n".join(lines) + "\n")
     sys.stdout.reconfigure(errors="backslashreplace")
     print("\n".join(lines))
-    print(folder)
+    print(options.out)
 
 
 if __name__ == "__main__":
