@@ -5,7 +5,8 @@
   changes.py list --state DIR --changes FILE --files DIR ...     afterwards: what differs from that
 
 Layers of the view: --layer UPPER LOWER NAME for an overlay (an upper layer holds just what differs),
---copy LOWER NAME for a tree of copies (which has to be compared with what it was copied from).
+--copy LOWER NAME for a tree of copies (which has to be compared with what it was copied from, but for the
+folders --left-out NAME).
 
 The list has a line for each path: what, path, mode, owner, size, separated by tabs, sorted by path, under a
 line with these names. What is "created", "changed", "removed" or "replaced" (something of another kind lies
@@ -19,7 +20,6 @@ import os
 import pickle
 import shutil
 import stat
-import sys
 
 HIDDEN = ("/root", "/home", "/tmp")
 NEVER_LISTED = ("/proc", "/dev", "/run", "/sys")
@@ -55,10 +55,11 @@ def read_content(state):
     return os.readlink(state.place) if state.kind == stat.S_IFLNK else state.device
 
 
-def walk(folder):
-    """All paths below `folder`, relative to it, each with a leading slash; views themselves left out."""
+def walk(folder, left_out=()):
+    """All paths below `folder`, relative to it, each with a leading slash; without views and what is left out."""
     for here, folders, files in os.walk(folder):
-        folders[:] = [name for name in folders if not name.startswith("brindle-view-")]
+        folders[:] = [name for name in folders if not name.startswith("brindle-view-")
+                      and os.path.join(here, name)[len(folder):] not in left_out]
         for name in folders + files:
             yield os.path.join(here, name)[len(folder):]
 
@@ -109,14 +110,17 @@ def mark_gone_below(differences, lower, upper, path, name):
             differences[name + path + below] = None
 
 
-def copy_differences(root, lower, name):
-    """A copy keeps its times: what has the same ones and the same size is taken as unchanged."""
+def copy_differences(root, lower, name, left_out):
+    """A copy keeps its times: what has the same ones and the same size is taken as unchanged.
+
+    What was left out is not looked for: it is not gone in the view, and the machine goes on writing there.
+    """
     differences = {}
     for path in walk(root + name):
         if looks_copied(root + name + path, lower + path):
             continue
         differences[name + path] = State(root + name + path)
-    for path in walk(lower):
+    for path in walk(lower, [folder[len(name):] for folder in left_out if folder.startswith(name + "/")]):
         if not os.path.lexists(root + name + path):
             differences[name + path] = None
     return differences
@@ -148,7 +152,7 @@ def differences_now(options):
     for upper, lower, name in options.layer:
         found.update(overlay_differences(upper, lower.rstrip("/"), name))
     for lower, name in options.copy:
-        found.update(copy_differences(options.root, lower, name))
+        found.update(copy_differences(options.root, lower, name, options.left_out))
     if options.copy:
         found.update(outside_copies(options.root, [name for _, name in options.copy]))
     return {path: state for path, state in found.items() if is_listed(path, state)}
@@ -272,12 +276,15 @@ def main():
     parser.add_argument("--root", required=True)
     parser.add_argument("--layer", nargs=3, action="append", default=[])
     parser.add_argument("--copy", nargs=2, action="append", default=[])
+    parser.add_argument("--left-out", action="append", default=[])
     parser.add_argument("--changes", default="")
     parser.add_argument("--files", default="")
     options = parser.parse_args()
-    remember(options) if options.what == "remember" else list_changes(options)
-    return 0
+    if options.what == "remember":
+        remember(options)
+    else:
+        list_changes(options)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()

@@ -16,7 +16,7 @@ readonly left_out=(./share/doc ./share/man ./share/info ./share/help ./share/loc
 readonly copied=(share/pixmaps share/applications share/fonts share/cups share/ppd local/brindle local/bin local/share
   local/libexec)
 
-# Of /var likewise.
+# Of /var likewise; the machine goes on writing there while a view is used.
 readonly left_out_of_var=(cache/apt cache/ccache cache/man lib/apt lib/dpkg/info log tmp backups run lock)
 
 # The installed packages are what /usr consists of; a base of other packages is made again.
@@ -94,7 +94,8 @@ make_tree() {  # KIND PLACE
   local root=$2/root base=${BRINDLE_VIEW_BASE:-${2%/*}/brindle-view-base}
   try_rights "$1"
   mkdir "$root" "$2/state"
-  printf '%s\0' --copy "$base/usr" /usr --copy /etc /etc --copy /var /var > "$2/layers"
+  printf '%s\0' --copy "$base/usr" /usr --copy /etc /etc --copy /var /var \
+    "${left_out_of_var[@]/#/--left-out=/var/}" > "$2/layers"
   need_base "$base"
   copy_top_level "$root"
   copy_written_folders "$root"
