@@ -31,6 +31,11 @@ class Standin(unittest.TestCase):
         self.call("firefox", "x")
         self.assertEqual("mozilla\nfirefox\tx\n", self.read())
 
+    def test_it_runs_where_nothing_can_be_noted(self):
+        program = shutil.copy(SOURCE + "/tools/standins/standin", self.folder + "/firefox")
+        result = subprocess.run([program], check=False, env=dict(os.environ, BRINDLE_RECORD_FOLDER="/no such"))
+        self.assertEqual(0, result.returncode)
+
     def test_mail_programs_stay_to_be_ended(self):
         self.call("kmail")
         self.assertEqual("kmail\n", self.read())

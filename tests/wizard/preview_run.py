@@ -7,30 +7,20 @@ import atexit
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 
 SOURCE = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
+sys.path.append(SOURCE + "/tools")
+
+import tables
+
 BUILD = os.environ.get("BRINDLE_BUILD", SOURCE + "/build/debug")
 SECONDS = 400
 SKIPPED = 77
 
 # Where the sanitizers of an instrumented build report: a folder of the view that the preview brings out.
 REPORTS = "log_path=/run/brindle/work/sanitizer"
-
-
-def unescape(text):
-    """The exact text of an escaped cell."""
-    result, rest = "", text
-    while "\\" in rest:
-        before, _, rest = rest.partition("\\")
-        result += before + {"n": "\n", "t": "\t"}.get(rest[:1], rest[:1])
-        rest = rest[1:]
-    return result + rest
-
-
-def read_lines(path):
-    with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as table:
-        return [[unescape(cell) for cell in line.rstrip("\n").split("\t")] for line in table]
 
 
 class Run:
@@ -44,12 +34,12 @@ class Run:
         self.labels = {mark: label for mark, label, _ in self.table("marks.tsv")}
         self.commands = self.table("commands.tsv")  # status, thread, text
         self.texts = [text for _, _, text in self.commands]
-        self.programs = read_lines(folder + "/programs.tsv")
+        self.programs = self.table("programs.tsv")  # name, arguments
         self.changes = {path: (what, mode, owner, size) for what, path, mode, owner, size in self.table("changes.tsv")}
         self.screens = sorted(name.split("-", 1)[1][:-4] for name in os.listdir(folder + "/screens"))
 
     def table(self, name):
-        return read_lines(self.folder + "/" + name)[1:]
+        return tables.read(self.folder + "/" + name)
 
     def text(self, name):
         with open(self.folder + "/" + name, encoding="utf-8", errors="replace") as file:

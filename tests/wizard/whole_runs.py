@@ -4,6 +4,7 @@
   whole_runs.py --system NAME --sample NAME [--user NAME] [options of unittest]
 """
 import argparse
+import shutil
 import sys
 import unittest
 
@@ -27,6 +28,9 @@ FAMILY = ["meilan", "nora", "oskar"]
 # Marks that a system never sets.
 UNSET = {"linspire": {"image_11"}, "redflag": {"image_11"}, "redflag-plus": {"image_11"},
          "xandros": {"image_10", "image_11"}}
+
+COLUMNS = {"marks.tsv": ("mark", "label", "result"), "commands.tsv": ("status", "thread", "command"),
+           "programs.tsv": ("program", "arguments"), "changes.tsv": ("what", "path", "mode", "owner", "size")}
 
 
 def expected_marks():
@@ -71,6 +75,19 @@ class WholeRun(unittest.TestCase):
 
     def test_every_command_ended(self):
         self.assertEqual([], [row for row in self.run_.commands if not row[0].isdigit()])
+
+    def test_tables_name_their_columns(self):
+        for name, columns in COLUMNS.items():
+            self.assertEqual("\t".join(columns), self.run_.text(name).partition("\n")[0])
+
+    def test_programs_of_the_desktop_were_called(self):
+        mode = "1" if OPTIONS.sample == "family" else "6"  # centred, or stretched
+        call = ["dcop", "kdesktop", "KBackgroundIface", "setWallpaper", HOME + "/Wallpaper1.bmp", mode]
+        if OPTIONS.system in ("gnome", "nld"):
+            call = ["evolution", "--force-shutdown"]
+        if shutil.which(call[0]):
+            self.skipTest(f"nothing stands in for {call[0]}: this machine has it")
+        self.assertIn(call, self.run_.programs)
 
     def test_nothing_temporary_is_left(self):
         self.assertEqual([], [path for path in self.run_.changes if path.startswith("/tmp/brind")])

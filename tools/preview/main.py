@@ -12,10 +12,12 @@ import subprocess
 import sys
 import time
 
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.append(os.path.dirname(HERE))
+
 import tables
 from system_log import SystemLog
 
-HERE = os.path.dirname(os.path.abspath(__file__))
 WORK = "/run/brindle/work"
 RECORD = "/run/brindle/record"
 WIZARD = "/usr/local/bin/brindle"  # which starts it in a language that is installed
@@ -49,7 +51,7 @@ def wait_for_commands():
     """Commands in the background may outlive the wizard."""
     deadline = time.monotonic() + SECONDS_FOR_THE_END
     while time.monotonic() < deadline:
-        if len(tables.read_lines(RECORD + "/started")) == len(tables.read_lines(RECORD + "/ended")):
+        if len(tables.read_record(RECORD + "/started")) == len(tables.read_record(RECORD + "/ended")):
             return
         time.sleep(0.2)
 
@@ -60,15 +62,14 @@ def write_marks(result, path):
 
 
 def write_commands(path):
-    ended = {row[0]: row[1] for row in tables.read_lines(RECORD + "/ended")}
-    with open(path, "w", encoding="utf-8", errors="surrogateescape") as table:
-        table.write("status\tthread\tcommand\n")
-        for number, thread, text in tables.read_lines(RECORD + "/started"):
-            table.write("\t".join((ended.get(number, "running"), thread, text)) + "\n")
+    ended = dict(tables.read_record(RECORD + "/ended"))
+    rows = ((ended.get(number, "running"), thread, text)
+            for number, thread, text in tables.read_record(RECORD + "/started"))
+    tables.write(path, ("status", "thread", "command"), rows)
 
 
 def write_programs(path):
-    shutil.copyfile(RECORD + "/programs", path)
+    tables.write(path, ("program", "arguments"), tables.read_record(RECORD + "/programs"))
 
 
 def collect(options, log):

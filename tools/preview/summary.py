@@ -5,6 +5,8 @@ import json
 import os
 import sys
 
+sys.path.append(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
 import tables
 
 SIGNS = {"apply": "yes", "cancel": "no", "empty": "-"}
@@ -14,7 +16,7 @@ WIDTH = 110
 
 def marks(folder):
     yield "What became of each kind of data:"
-    for mark, label, result in tables.read_rows(folder + "/marks.tsv"):
+    for mark, label, result in tables.read(folder + "/marks.tsv"):
         yield f"  {SIGNS.get(result, result):4}{label}  ({mark})"
 
 
@@ -26,7 +28,8 @@ def accounts(folder):
 
 
 def names_in(path):
-    return [row[0].split(":")[0] for row in tables.read_lines(path)]
+    with open(path, encoding="utf-8", errors="surrogateescape") as lines:
+        return [line.split(":")[0] for line in lines]
 
 
 def account_lines(folder, previewed_user):
@@ -35,17 +38,17 @@ def account_lines(folder, previewed_user):
 
 
 def file_counts(folder):
-    rows = tables.read_rows(folder + "/changes.tsv")
+    rows = tables.read(folder + "/changes.tsv")
     counts = {what: sum(row[0] == what for row in rows) for what in ("created", "changed", "replaced", "removed")}
     yield "Files and folders: " + ", ".join(f"{count} {what}" for what, count in counts.items())
 
 
 def command_lines(folder):
-    rows = tables.read_rows(folder + "/commands.tsv")
+    rows = tables.read(folder + "/commands.tsv")
     failed = [row for row in rows if row[0] != "0"]
     yield f"Commands: {len(rows)} run, {len(failed)} of them failed"
     for status, _, command in failed[:SHOWN_FAILURES]:
-        yield shorten(f"  {status:>3}  {command}")
+        yield shorten(f"  {status:>3}  {tables.escape(command)}")
     if len(failed) > SHOWN_FAILURES:
         yield f"  ... and {len(failed) - SHOWN_FAILURES} more in commands.tsv"
 
@@ -55,7 +58,7 @@ def shorten(line):
 
 
 def program_lines(folder):
-    rows = tables.read_lines(folder + "/programs.tsv")
+    rows = tables.read(folder + "/programs.tsv")
     if rows:
         names = sorted({row[0] for row in rows})
         yield f"Programs this machine lacks, called {len(rows)} times: " + ", ".join(names)

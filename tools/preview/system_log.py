@@ -4,7 +4,7 @@ import re
 import socket
 import threading
 
-from tables import escape
+import tables
 
 
 class SystemLog(threading.Thread):
@@ -31,7 +31,7 @@ class SystemLog(threading.Thread):
                         return
                     continue
                 text = message.decode("utf-8", "surrogateescape").rstrip("\0\n")
-                log.write(escape(re.sub(r"^<\d+>", "", text)) + "\n")
+                log.write(tables.escape(re.sub(r"^<\d+>", "", text)) + "\n")
                 log.flush()
 
     def stop(self):

@@ -1,15 +1,16 @@
 // Stands in the place of /bin/sh in a preview: runs the real shell with the same arguments and, when the
-// wizard started it, notes the command.
+// wizard started it, notes the command. Called as `brindle-shell-recorder --note-call NAME [WORD...]` it only
+// notes that call of a program; the stand-ins do so.
 //
 // The wizard runs everything through system(3), so its commands arrive here as `sh -c TEXT` exactly as the
-// shell gets them. One line each is appended, in the order of the starts, to two files of the folder
-// RECORD_FOLDER (/run/brindle/record):
+// shell gets them. One row each is appended, in the order of the starts, to the files of the folder
+// BRINDLE_RECORD_FOLDER (/run/brindle/record), written as tools/tables.py reads it:
 //
-//   started   NUMBER <tab> THREAD <tab> TEXT       the moment the command starts
-//   ended     NUMBER <tab> STATUS                  the exit status, or "signal N"
+//   started    NUMBER, THREAD, TEXT     the moment the command starts
+//   ended      NUMBER, STATUS           the exit status, or "signal N"
+//   programs   NAME, WORD...            a call that was noted
 //
-// THREAD is the name of the wizard's thread that started it. In TEXT a backslash, tab or line end is written
-// \\, \t, \n, so that one command is one line. A command that never ends has no line in `ended`.
+// THREAD is the name of the wizard's thread that started it. A command that never ends has no row in `ended`.
 //
 // Statically linked: it has to run in any view, whatever a migration does to the libraries there.
 #include <dirent.h>
@@ -27,6 +28,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -90,24 +92,31 @@ std::string starting_thread(pid_t process, pid_t child) {
 
 // ---- The record --------------------------------------------------------------------------------------
 
-std::string escaped(const std::string& text) {
-  std::string line;
-  for (const char c : text) {
+std::string escaped(const std::string& cell) {
+  std::string text;
+  for (const char c : cell) {
     switch (c) {
       case '\\':
-        line += "\\\\";
+        text += "\\\\";
         break;
       case '\t':
-        line += "\\t";
+        text += "\\t";
         break;
       case '\n':
-        line += "\\n";
+        text += "\\n";
         break;
       default:
-        line += c;
+        text += c;
     }
   }
-  return line;
+  return text;
+}
+
+std::string row_of(const std::vector<std::string>& cells) {
+  std::string row;
+  for (const std::string& cell : cells) row += escaped(cell) + "\t";
+  row.back() = '\n';  // a row has at least one cell
+  return row;
 }
 
 std::string record_folder() {
@@ -115,43 +124,59 @@ std::string record_folder() {
   return folder == nullptr ? default_folder : folder;
 }
 
-int open_record(const char* name) {
-  return open((record_folder() + "/" + name).c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-}
-
-void append(int file, const std::string& line) {
-  if (write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
-    std::perror("brindle-shell-recorder");
-}
-
-long count_lines(int file) {
-  long lines = 0;
+long count_rows(int file) {
+  long rows = 0;
   char bytes[65536];
   lseek(file, 0, SEEK_SET);
   for (ssize_t size = read(file, bytes, sizeof bytes); size > 0; size = read(file, bytes, sizeof bytes))
-    for (ssize_t i = 0; i < size; ++i) lines += bytes[i] == '\n' ? 1 : 0;
-  return lines;
+    for (ssize_t i = 0; i < size; ++i) rows += bytes[i] == '\n' ? 1 : 0;
+  return rows;
 }
+
+/// One file of the record, locked: two threads or programs may note something at the same moment. When the
+/// file cannot be opened nothing is noted.
+class Record {
+ public:
+  explicit Record(const char* name)
+      : file_(open((record_folder() + "/" + name).c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666)) {
+    if (file_ >= 0) flock(file_, LOCK_EX);
+  }
+  ~Record() {
+    if (file_ >= 0) close(file_);
+  }
+  Record(const Record&) = delete;
+  Record& operator=(const Record&) = delete;
+
+  bool is_open() const { return file_ >= 0; }
+  long rows() const { return count_rows(file_); }
+  bool append(const std::vector<std::string>& cells) const {
+    if (!is_open()) return false;
+    const std::string row = row_of(cells);
+    const bool whole = write(file_, row.data(), row.size()) == static_cast<ssize_t>(row.size());
+    if (!whole) std::perror("brindle-shell-recorder");
+    return whole;
+  }
+
+ private:
+  int file_;
+};
 
 // Returns the command's number, 0 when nothing could be noted.
 long note_start(const std::string& thread, const std::string& text) {
-  const int file = open_record("started");
-  if (file < 0) return 0;
-  flock(file, LOCK_EX);  // two threads may start commands at the same moment
-  const long number = count_lines(file) + 1;
-  append(file, std::to_string(number) + "\t" + thread + "\t" + escaped(text) + "\n");
-  close(file);
+  const Record record("started");
+  if (!record.is_open()) return 0;
+  const long number = record.rows() + 1;
+  record.append({std::to_string(number), thread, text});
   return number;
 }
 
 void note_end(long number, int status) {
-  const int file = open_record("ended");
-  if (file < 0) return;
   const std::string how = WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
                                               : std::to_string(WEXITSTATUS(status));
-  append(file, std::to_string(number) + "\t" + how + "\n");
-  close(file);
+  Record("ended").append({std::to_string(number), how});
 }
+
+bool note_call(char** words, int count) { return Record("programs").append({words, words + count}); }
 
 // ---- Running the real shell --------------------------------------------------------------------------
 
@@ -211,6 +236,7 @@ const char* command_text(int count, char** words) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 2 && std::strcmp(argv[1], "--note-call") == 0) return note_call(argv + 2, argc - 2) ? 0 : 1;
   const char* text = command_text(argc, argv);
   if (text == nullptr || program_of(getppid()) != recorded_program) become_shell(argv);
   run_recorded(argv, text);

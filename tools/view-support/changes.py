@@ -8,11 +8,11 @@ Layers of the view: --layer UPPER LOWER NAME for an overlay (an upper layer hold
 --copy LOWER NAME for a tree of copies (which has to be compared with what it was copied from, but for the
 folders --left-out NAME).
 
-The list has a line for each path: what, path, mode, owner, size, separated by tabs, sorted by path, under a
-line with these names. What is "created", "changed", "removed" or "replaced" (something of another kind lies
-there now). A changed line has a difference in mode, owner, target or content; a file that was only touched,
-or written with the bytes it had, is not listed. Sockets never are. A backslash, tab or line end in a path is written \\\\, \\t, \\n.
-Sizes of folders are left out, and so are mode, owner and size of what was removed.
+The list is a table (tools/tables.py) with a row for each path: what, path, mode, owner, size, sorted by path.
+What is "created", "changed", "removed" or "replaced" (something of another kind lies there now). A changed path
+has a difference in mode, owner, target or content; a file that was only touched, or written with the bytes it
+had, is not listed. Sockets never are. Sizes of folders are left out, and so are mode, owner and size of what was
+removed.
 """
 import argparse
 import hashlib
@@ -20,6 +20,11 @@ import os
 import pickle
 import shutil
 import stat
+import sys
+
+sys.path.append(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+import tables
 
 HIDDEN = ("/root", "/home", "/tmp")
 NEVER_LISTED = ("/proc", "/dev", "/run", "/sys")
@@ -215,16 +220,10 @@ def read_names(root, file):
     return names
 
 
-def escape(path):
-    return path.replace("\\", "\\\\").replace("\t", "\\t").replace("\n", "\\n")
-
-
 def write_list(rows, file, root):
     users, groups = read_names(root, "passwd"), read_names(root, "group")
-    with open(file, "w", encoding="utf-8", errors="surrogateescape") as output:
-        output.write("what\tpath\tmode\towner\tsize\n")
-        for what, path, state in rows:
-            output.write("\t".join((what, escape(path), *describe(state, users, groups))) + "\n")
+    tables.write(file, ("what", "path", "mode", "owner", "size"),
+                 ((what, path, *describe(state, users, groups)) for what, path, state in rows))
 
 
 def describe(state, users, groups):
