@@ -25,15 +25,9 @@ import subprocess
 import sys
 import time
 
+import marks
 import windows
 from texts import Texts
-
-MARKS = {
-    12: "window3-preparingprinters", 0: "window3-multiuser", 1: "window3-mydocuments", 2: "window3-desktop",
-    3: "window3-emails", 4: "window3-wallpaper", 5: "window3-favorites", 6: "window3-cookies",
-    7: "window3-fonts", 8: "window3-otherfiles", 9: "window3-networkdrives", 10: "window3-printers",
-    11: "window3-groupwise",
-}
 
 # Title keys of the windows that are told by their title, each with the name of its picture.
 TITLES = {
@@ -59,7 +53,7 @@ class Driver:
         self.texts = Texts(os.environ.get("LANG", ""))
         self.application = windows.Application()
         self.deadline = time.monotonic() + options.timeout
-        self.marks = {number: (self.texts[key], "empty") for number, key in MARKS.items()}
+        self.marks = {number: (self.texts[key], "empty") for number, key in marks.read().items()}
         self.open_before = set()
         self.seen = []
         self.done = False
@@ -121,8 +115,7 @@ class Driver:
 
     def read_marks(self, window):
         for image in window.images():
-            for number, key in MARKS.items():
-                label = self.texts[key]
+            for number, (label, _) in self.marks.items():
                 if image.name.startswith(label + ": "):
                     self.marks[number] = (label, "apply" if image.name.endswith(": done") else "cancel")
 
