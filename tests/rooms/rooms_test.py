@@ -1,0 +1,175 @@
+"""The rooms of the source: an #include against the picture finds no file, and HACKING.md shows that picture."""
+import json
+import os
+import re
+import shlex
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SOURCE = Path(os.environ["BRINDLE_SOURCE"])
+BUILD = Path(os.environ["BRINDLE_BUILD"])
+SRC = SOURCE / "src"
+
+ROW = re.compile(r"\| `src/([^`]+)` \| [^|]+ \| ([^|]*) \| ([^|]*) \|")
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
+
+
+def sources(top=SRC):
+    """Everything that is compiled or included."""
+    return sorted(path for path in top.rglob("*") if path.suffix in (".cpp", ".h", ".def"))
+
+
+def compile_commands():
+    """The words that compile each source, by its path; without the source and where the result goes."""
+    commands = {}
+    for entry in json.loads((BUILD / "compile_commands.json").read_text()):
+        words = shlex.split(entry["command"])
+        commands[Path(entry["file"])] = words[:words.index("-o")]
+    return commands
+
+
+def picture():
+    """The rooms a room sees and uses, as (sees, uses) by its folder below src/; a room is called by the last part."""
+    rows = {}
+    for folder, sees, uses in ROW.findall((BUILD / "rooms.md").read_text()):
+        rows[folder] = (sees.split(", ") if sees.strip() else [], uses.split(", ") if uses.strip() else [])
+    return rows
+
+
+class Compiler:
+    """Compiles texts as if they stood in a room."""
+
+    def __init__(self):
+        self.commands = compile_commands()
+
+    def run(self, folder, text, *options):
+        words = next(words for path, words in self.commands.items() if path.parent == SRC / folder)
+        with tempfile.TemporaryDirectory() as place:
+            file = Path(place) / "room.cpp"
+            file.write_text(text)
+            return subprocess.run([*words, *options, file], capture_output=True, text=True, check=False,
+                                  env=dict(os.environ, LC_ALL="C"))
+
+    def includes(self, folder, header):
+        """None when a source of the room compiles with that header, otherwise what the compiler says."""
+        result = self.run(folder, f"#include {header}\n", "-fsyntax-only")
+        return None if result.returncode == 0 else result.stderr
+
+    def finds(self, folder, headers):
+        """Those of the headers that a source of the room finds."""
+        asked = "".join(f'#if __has_include({header})\nfound {header}\n#endif\n' for header in headers)
+        lines = self.run(folder, asked, "-E", "-P").stdout.splitlines()
+        return {line.removeprefix("found ") for line in lines if line.startswith("found ")}
+
+
+class Picture(unittest.TestCase):
+    """The whole table."""
+
+    def visible_from(self, folder):
+        """Folders of the rooms whose headers a room may include."""
+        rows = picture()
+        names = {os.path.basename(row): row for row in rows}
+        seen, waiting = {folder}, [name for part in rows[folder] for name in part]
+        while waiting:
+            room = names[waiting.pop()]
+            if room not in seen:
+                seen.add(room)
+                waiting += rows[room][0]
+        return seen
+
+    def test_hacking_shows_it(self):
+        section = (SOURCE / "HACKING.md").read_text().partition("## Rooms\n")[2].partition("\n## ")[0]
+        shown = [line for line in section.splitlines() if line.startswith("|")]
+        self.assertEqual((BUILD / "rooms.md").read_text().splitlines(), shown)
+
+    def test_each_room_finds_the_headers_it_may_see_and_no_others(self):
+        compiler = Compiler()
+        headers = [path.relative_to(SRC) for path in sources() if path.suffix != ".cpp"]
+        for folder in picture():
+            with self.subTest(folder):
+                permitted = {f'"{path}"' for path in headers if str(path.parent) in self.visible_from(folder)}
+                self.assertNotEqual(set(), permitted)
+                self.assertEqual(permitted, compiler.finds(folder, [f'"{path}"' for path in headers]))
+
+    def test_only_the_windows_find_the_toolkit(self):
+        compiler = Compiler()
+        found = {folder for folder in picture() if compiler.finds(folder, ["<gtk/gtk.h>", "<gdk/gdk.h>"])}
+        self.assertEqual({"support", "interface", "callbacks", "main"}, found)
+
+
+class Sources(unittest.TestCase):
+    """No source is outside the picture."""
+
+    def test_every_folder_with_sources_is_a_room(self):
+        named = re.findall(r"\bFOLDER (\S+)", (SRC / "CMakeLists.txt").read_text())
+        self.assertEqual(sorted({str(path.relative_to(SRC).parent) for path in sources()}), sorted(named))
+
+    def test_every_source_is_compiled(self):
+        compiled = [path for path in compile_commands() if SRC in path.parents]
+        self.assertEqual([path for path in sources() if path.suffix == ".cpp"], sorted(compiled))
+
+    def test_includes_go_down_from_the_top(self):
+        """Neither through ".." nor from the folder of the source itself, past what its room shows."""
+        wrong = [f"{path.relative_to(SRC)} includes {header}" for path in sources()
+                 for header in INCLUDE.findall(path.read_text()) if ".." in header or not (SRC / header).is_file()]
+        self.assertEqual([], wrong)
+
+    def test_nothing_beside_the_program_includes_through_dots(self):
+        wrong = [f"{path.relative_to(SOURCE)} includes {header}" for folder in ("tests", "tools", "bench")
+                 for path in sources(SOURCE / folder) for header in INCLUDE.findall(path.read_text()) if ".." in header]
+        self.assertEqual([], wrong)
+
+
+FAMILIES = ("evolution", "kde", "mozilla")
+MAIL = "process/mail/"
+
+# What must stay forbidden whatever src/CMakeLists.txt comes to say: a room's folder and a header.
+BREACHES = [
+    *((MAIL + one, f'"{MAIL}{other}/accounts.h"') for one in FAMILIES for other in FAMILIES if one != other),
+    *((folder, "<gtk/gtk.h>") for folder in ("process/desktop", *(MAIL + family for family in FAMILIES),
+                                             "process/printers", "process/run")),
+    ("process/run", '"interface/windows.h"'),
+    ("process/run", '"support/widgets.h"'),
+    ("process/run", '"callbacks/navigation.h"'),
+    ("interface", '"process/run/process.h"'),
+    ("interface", '"process/archive/checks.h"'),
+    ("interface", '"process/printers/queue.h"'),
+    ("shell", '"system/target.h"'),
+]
+
+PERMITTED = [
+    (MAIL + "kde", f'"{MAIL}account.h"'),
+    ("process/run", f'"{MAIL}kde/accounts.h"'),
+    ("interface", "<gtk/gtk.h>"),
+    ("interface", '"support/widgets.h"'),
+    ("system", '"shell/home.h"'),
+]
+
+
+class Breaches(unittest.TestCase):
+    """A source that includes one header."""
+
+    def test_they_do_not_compile(self):
+        compiler = Compiler()
+        for folder, header in BREACHES:
+            with self.subTest(f"{folder} includes {header}"):
+                said = compiler.includes(folder, header)
+                self.assertIsNotNone(said, "it compiles")
+                self.assertIn(f'fatal error: {header.strip("<>" + chr(34))}: No such file or directory', said)
+
+    def test_what_is_permitted_compiles(self):
+        compiler = Compiler()
+        for folder, header in PERMITTED:
+            with self.subTest(f"{folder} includes {header}"):
+                self.assertIsNone(compiler.includes(folder, header))
+
+    def test_the_headers_are_there(self):
+        """A breach by a name that nothing has would prove nothing."""
+        own = [header.strip('"') for _, header in BREACHES + PERMITTED if header.startswith('"')]
+        self.assertEqual([], [header for header in own if not (SRC / header).is_file()])
+
+
+if __name__ == "__main__":
+    unittest.main()
