@@ -1,6 +1,5 @@
 #!/usr/bin/python3
 """Runs that end otherwise than by the done dialog, or on the way to it: other_runs.py CLASS"""
-import sys
 import tarfile
 import tempfile
 import unittest

@@ -9,7 +9,7 @@ import time
 import gi
 
 gi.require_version("Gio", "2.0")
-from gi.repository import Gio, GLib  # noqa: E402
+from gi.repository import Gio, GLib
 
 PROGRAM = "brindle"  # the name it gives itself
 
