@@ -12,7 +12,7 @@
 struct Skeleton {
   const char* folder;   ///< where it is unpacked
   const char* tarball;  ///< installed with the program
-  bool bzip2;           ///< such a tarball holds the home's content; a plain one brings the folder "root" itself
+  bool bzip2;  ///< such a tarball holds the home's content; a plain one brings the folder "root" itself
 };
 
 /// How the target applications get their configuration before the migrators write into it.
@@ -23,39 +23,43 @@ enum class FirstStart {
   of_programs,    ///< a short start of the mail programs themselves
 };
 
+/// The command that makes the account `login` with the home `home`, a copy of the folder "root" in
+/// `skeleton`.
+using AccountCommand = shell::Command (*)(const std::string& login, const std::string& home,
+                                          const std::string& skeleton);
+
 /// The tools that make print queues.
 enum class PrinterTools { cups, foomatic };
 
-/// One row.
+/// One row. What it does not name is as stated here.
 struct Capabilities {
-  const char* name;  ///< as OSName spells it
+  const char* name = "";  ///< as OSName spells it; empty: every other text
 
   // Applications and accounts
-  FirstStart first_start;
-  const Skeleton* skeleton;  ///< null: none, new accounts are copies of /root
-  /// The command that makes the account `login` with the home `home` from the unpacked skeleton home.
-  shell::Command (*make_account)(const std::string& login, const std::string& home,
-                                 const std::string& skeleton);
-  bool account_has_evolution;  ///< the source lists in a new home name the skeleton's user and are repaired
+  bool gconf = false;  ///< settings are kept by GConf's daemon
+  FirstStart first_start = FirstStart::none;
+  const Skeleton* skeleton = nullptr;  ///< null: none, new accounts are copies of /root
+  AccountCommand make_account;
+  bool account_has_evolution = true;  ///< the source lists in a new home, if any, are repaired
 
   // Desktop
-  const char* link_icon;         ///< icon line of desktop links, the last one
-  bool documents_on_desktop;     ///< documents lie in a folder of the desktop and need no link
-  bool share_in_konqueror;       ///< the shared folder gets a Konqueror bookmark
-  bool fonts_for_everybody;      ///< an archive of several users brings its fonts for the whole system
-  bool brings_terminal_settings;  ///< the running user's terminal gets the skeleton's settings
-  int kde_tiled;                 ///< kdesktop's number for a tiled wallpaper
+  const char* link_icon = "Icon=folder1";  ///< icon line of desktop links, the last one
+  bool documents_on_desktop = false;       ///< documents lie in a folder of the desktop and need no link
+  bool share_in_konqueror = false;         ///< the shared folder gets a Konqueror bookmark
+  bool fonts_for_everybody = false;  ///< an archive of several users brings its fonts for the whole system
+  bool brings_terminal_settings = false;  ///< the running user's terminal gets the skeleton's settings
+  int kde_tiled = 5;                      ///< kdesktop's number for a tiled wallpaper
 
   // Printers
-  PrinterTools printers;
+  PrinterTools printers = PrinterTools::foomatic;
 
   // Wizard
-  bool language_from_ctype;  ///< LC_CTYPE, when it is set, goes before LANG
-  bool progress_moves;       ///< the bar moves while the worker works
-  int first_row;             ///< place of the first row on the progress page, in pixels from above
-  int row_pitch;
-  MarkSet hidden_rows;  ///< marks without a row
-  MarkSet sets;         ///< marks that a run sets
+  bool language_from_ctype = false;  ///< LC_CTYPE, when it is set, goes before LANG
+  bool progress_moves = true;        ///< the bar moves while the worker works
+  int first_row = 24;                ///< place of the first row on the progress page, in pixels from above
+  int row_pitch = 22;
+  MarkSet hidden_rows = {};  ///< marks without a row
+  MarkSet sets;              ///< marks that a run sets; the others keep the look they start with
 };
 
 const Capabilities& capabilities(System system);

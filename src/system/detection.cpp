@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "shell/files.h"
+#include "shell/pieces.h"
 #include "state/state.h"
 
 namespace {
@@ -20,12 +21,17 @@ void set_system(const char* name, const char* version) {
   put(OSVersion, version);
 }
 
+std::string release_line() {
+  const File release = open_file("/etc/redflag-release", "r");
+  if (!release) return "";
+  PieceReader lines(release.get(), first_line_limit);
+  std::string_view line;
+  return lines.next(line) ? std::string(line) : "";
+}
+
 void detect_red_flag() {
-  std::string line;
-  if (const File release = open_file("/etc/redflag-release", "r")) {
-    read_piece(release.get(), first_line_limit, line);
-  }
-  // With the blank: "release 4.1" right before the end of the line is another product.
+  const std::string line = release_line();
+  // Deliberate: part of the format. With the blank: a release number that ends the line is not served.
   if (contains(line, "release 4.1 ")) {
     set_system("RedFlag", "4.1");
   } else if (contains(line, "release 4.1plus")) {

@@ -11,3 +11,5 @@ System system_called(std::string_view name) {
 }
 
 System detected_system() { return system_called(OSName); }
+
+bool detected_unserved_release() { return OSName == std::string_view("INVALID"); }

@@ -15,4 +15,7 @@ System system_called(std::string_view name);
 /// The system in OSName. For entry functions: helpers take the answer.
 System detected_system();
 
+/// Whether the detection found a Red Flag release that is not served, OSName "INVALID": no run is made there.
+bool detected_unserved_release();
+
 #endif
