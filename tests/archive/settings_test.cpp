@@ -150,12 +150,15 @@ TEST_F(Settings, BytesOutsideAsciiPassThrough) {
   EXPECT_EQ("\xd5\xcb\xba\xc5", value("Account Name"));
 }
 
-TEST_F(Settings, TheOwningFormGivesTheSameValues) {
+TEST_F(Settings, TheOwningFormsGiveTheSameValues) {
   write_file("/tmp/settings", "A=\nB=text\n");
   const File file = open_file("/tmp/settings", "r");
   EXPECT_EQ("", setting(file.get(), "A"));
   EXPECT_EQ("text", setting(file.get(), "B"));
   EXPECT_EQ(std::nullopt, setting(file.get(), "C"));
+  EXPECT_EQ('=', flag_setting(file.get(), "A"));
+  EXPECT_EQ('t', flag_setting(file.get(), "B"));
+  EXPECT_EQ(std::nullopt, flag_setting(file.get(), "C"));
 }
 
 }  // namespace

@@ -14,15 +14,10 @@ namespace {
 
 constexpr std::size_t mount_point_size = 128;
 
-// These checks run before a migration, for whoever runs the program.
-int first_line(const shell::Command& command, std::string& line) {
-  return shell::execute_first(command, current_owner().home, line);
-}
-
-// The number on the first line of a command's output; 0 without a line.
-long long first_number(const shell::Command& command) {
+// The number on the first line of a command's output, which goes through a file in `home`; 0 without a line.
+long long first_number(const shell::Command& command, const std::string& home) {
   std::string line;
-  if (first_line(command, line) != 1) return 0;
+  if (shell::execute_first(command, home, line) != 1) return 0;
   line.pop_back();  // the newline
   return std::strtoll(line.c_str(), nullptr, 10);
 }
@@ -41,7 +36,7 @@ char* copied(const std::string& text) {
 
 int isZipfile(const char* path) {
   std::string line;
-  if (first_line(compose("file -b \"%s\"", path), line) != 1) {
+  if (shell::execute_first(compose("file -b \"%s\"", path), current_owner().home, line) != 1) {
     log_ret("isZipfile");
     return -1;
   }
@@ -49,27 +44,29 @@ int isZipfile(const char* path) {
 }
 
 long long zip_bytes(const char* path) {
-  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", path));
+  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", path), current_owner().home);
 }
 
 int zipSize(const char* path) { return as_int(zip_bytes(path)); }
 
-long long tmp_blocks() { return first_number(compose("df /tmp | awk '{print $4}' | tail -n 1")); }
+long long tmp_blocks() {
+  return first_number(compose("df /tmp | awk '{print $4}' | tail -n 1"), current_owner().home);
+}
 
 int tmpSize() { return as_int(tmp_blocks()); }
 
 int tarsize(const char* path) {
-  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", path)));
+  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", path), current_owner().home));
 }
 
 int is_tarfile(const char* /*path*/) { return 1; }
 
 int isEncrypted(const char* path) {
-  // The blanks before the second pipe are part of the command as people find it in their logs.
+  // Deliberate: part of the output. There are 25 blanks before the second pipe.
   const shell::Command command = compose(
       "zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'", path);
   std::string line;
-  if (first_line(command, line) != 1) return -1;
+  if (shell::execute_first(command, current_owner().home, line) != 1) return -1;
   if (line == "not\n") return 0;
   return line == "encrypted\n" ? 1 : -1;
 }
@@ -78,7 +75,8 @@ char* mount_cdrom_remote(const char* fstype) {
   // An already mounted disc is fine, so the result is not looked at.
   if (std::strcmp(fstype, "iso9660") == 0) shell::run_unlogged(compose("mount /dev/cdrom"));
   std::string line;
-  if (first_line(compose("mount -l -t %s", fstype), line) != 1) return nullptr;
+  if (shell::execute_first(compose("mount -l -t %s", fstype), current_owner().home, line) != 1)
+    return nullptr;
   const std::size_t on = line.find("on /");
   if (on == std::string::npos) return nullptr;
   const std::size_t start = on + std::strlen("on ");

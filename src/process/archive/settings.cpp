@@ -2,35 +2,42 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
-#include "shell/files.h"
+#include "shell/pieces.h"
 
 namespace {
 
-// Kept: a longer line is read in pieces, and each piece counts as a line.
+// Deliberate: part of the format. A longer line comes in pieces, and each piece counts as a line.
 constexpr std::size_t line_limit = 127;
 constexpr std::size_t value_size = line_limit + 1;
 
-bool find_line(std::FILE* fp, const char* key, std::string& line) {
+// The first line that contains `key`, without its newline.
+std::optional<std::string> find_line(std::FILE* fp, const char* key) {
   std::rewind(fp);
-  while (read_piece(fp, line_limit, line)) {
-    if (contains(line, key)) return true;
+  PieceReader lines(fp, line_limit);
+  std::string_view line;
+  while (lines.next(line)) {
+    if (line.find(key) != std::string_view::npos) return std::string(line.substr(0, line.find('\n')));
   }
-  return false;
+  return std::nullopt;
 }
-
-std::string without_newline(const std::string& line) { return line.substr(0, line.find('\n')); }
 
 }  // namespace
 
 std::optional<std::string> setting(std::FILE* fp, const char* key) {
-  std::string line;
-  if (!find_line(fp, key, line)) return std::nullopt;
-  line = without_newline(line);
-  const std::size_t equals = line.find('=');
+  const std::optional<std::string> line = find_line(fp, key);
+  if (!line) return std::nullopt;
+  const std::size_t equals = line->find('=');
   if (equals == std::string::npos) return "";
   // A NUL would end the value for every writer that follows; end it here already.
-  return std::string(line.substr(equals + 1).c_str());
+  return std::string(line->substr(equals + 1).c_str());
+}
+
+std::optional<char> flag_setting(std::FILE* fp, const char* key) {
+  const std::optional<std::string> line = find_line(fp, key);
+  if (!line) return std::nullopt;
+  return line->empty() ? '\0' : line->back();
 }
 
 char* get_string(std::FILE* fp, const char* key) {
@@ -41,9 +48,4 @@ char* get_string(std::FILE* fp, const char* key) {
   return buffer;
 }
 
-char get_char(std::FILE* fp, const char* key) {
-  std::string line;
-  if (!find_line(fp, key, line)) return '\0';
-  line = without_newline(line);
-  return line.empty() ? '\0' : line.back();
-}
+char get_char(std::FILE* fp, const char* key) { return flag_setting(fp, key).value_or('\0'); }
