@@ -18,8 +18,8 @@ typedef struct _GConfClient GConfClient;
 // ---------------------------------------------------------------------------------------------------
 
 /// Detected system: "Linspire", "Xandros", "RedFlag", "GNome" or "INVALID"; empty until the first
-/// detection. Written by getOsVersion, which later only rewrites it when the answer has changed. Read by
-/// every branch by system.
+/// detection. Written by getOsVersion, which later only rewrites it when the answer has changed. Read as
+/// a System (system/system.h), and printed.
 extern char OSName[256];
 
 /// "Any", "4.1", "4.1 Plus" or "INVALID". Written and read like OSName.
@@ -92,25 +92,33 @@ extern enum driver driverselection;
 // ---------------------------------------------------------------------------------------------------
 
 /// 1 while the run is for the user running the program, 0 while it is for the profile user `cur_user`.
-/// Written by the run. Read by user_home and the migrators. Start-up reads it before the worker exists.
+/// Written by the run: 0 at each profile's account, 1 again when the running user's own items begin. Read by
+/// current_owner and target_of. Start-up reads it before the worker exists.
 extern int isDefaultUser;
 
-/// Login name of the profile being migrated; keeps the last one after the loop.
+/// Login name of the profile being migrated; keeps the last one, a refused one too, after the loop. Written
+/// by the run at each entry of "Profiles". Read as isDefaultUser, and by `profiles`.
 extern char cur_user[256];
 
-/// 1 for an archive with several users. Written by CheckMultiUser.
+/// 1 for an archive with several users. Written by CheckMultiUser, once the archive is unpacked. Read by
+/// target_of.
 extern int isMultiUser;
 
 /// The "Default" line of users.txt, or null. Written by CheckMultiUser; only printed.
 extern char* default_user;
 
-/// Directory in which an item's folder is tested: the archive root, or a profile's folder.
+/// Despite the name nothing new: the folder in which an item's folder or file is tested. Written by the run:
+/// "Profiles" in the archive root before a profile, that profile's folder for its items, the archive root for
+/// the running user's. Read by `item` and its kin.
 extern char new_dir_path[PATH_MAX];
 
-/// The archive root, kept for the fonts of profiles.
+/// Despite the name no folder of fonts: the archive root. Written by the run before the first profile. Read
+/// by `profiles`, whose fonts are those of the archive root.
 extern char font_dir_path[PATH_MAX];
 
-/// Where the skeleton home is unpacked, and the tarball it comes from. Empty until one is used.
+/// Despite the name nobody's home: the folder that the skeleton home is unpacked in (as its folder "root"),
+/// and the tarball it comes from. Empty until one is used. Written whenever the run unpacks it. `homedirpath`
+/// is read where new accounts and Konqueror folders are made from it, and removed by the run at its end.
 extern char homedirpath[256];
 extern char tarfilepath[256];
 
