@@ -1,6 +1,7 @@
 #include "run/fakes.h"
 
 #include <glib.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <memory>
@@ -12,12 +13,30 @@
 namespace {
 
 Posts posted;
-std::map<std::string, std::function<void()>> answers;
+std::map<Question*, std::function<void()>> answers;
+
+// Long enough for a worker that does not wait to show it.
+constexpr guint milliseconds_to_think = 200;
 
 int note(const std::string& name) {
   take_hand_over();
   posted.emplace_back(name, 0);
-  if (answers.count(name) != 0) answers[name]();
+  return 0;
+}
+
+int answer_now(void* question) {
+  answers[static_cast<Question*>(question)]();
+  return 0;
+}
+
+int note(const std::string& name, Question& question) {
+  note(name);
+  if (answers.count(&question) != 0) {
+    g_timeout_add(milliseconds_to_think, answer_now, &question);
+  } else {
+    ADD_FAILURE() << "nobody was going to answer the " << name;
+    question.decline();
+  }
   return 0;
 }
 
@@ -37,26 +56,10 @@ int draw_posted_mark(void* data) {
 
 int show_popup_window(void*) { return note("done"); }
 int show_popup_multi_user_error_window(void*) { return note("multi user error"); }
-int show_popup_printer_error_window(void*) {
-  note("printer error");
-  isPrinterPopupOpen = 0;
-  return 0;
-}
-int show_popup_user_error_window(void*) {
-  note("user error");
-  isUserPopupOpen = 0;
-  return 0;
-}
-int show_popup_window_select_driver(void*) {
-  note("driver window");
-  isWindowSelectDriverOpen = 0;
-  return 0;
-}
-int show_smb_username_password_window(void*) {
-  note("share window");
-  isWindowSmbUsernamePasswordOpen = 0;
-  return 0;
-}
+int show_popup_printer_error_window(void*) { return note("printer error", printer_notice); }
+int show_popup_user_error_window(void*) { return note("user error", user_notice); }
+int show_popup_window_select_driver(void*) { return note("driver window", driver_question); }
+int show_smb_username_password_window(void*) { return note("share window", share_question); }
 int done_button_bar(void*) { return note("done buttons"); }
 
 const Posts& posts() { return posted; }
@@ -75,7 +78,11 @@ int times_posted(const std::string& name) {
   return times;
 }
 
-void when_shown(const std::string& name, std::function<void()> answer) { answers[name] = std::move(answer); }
+void when_asked(Question& question, std::function<void()> answer) { answers[&question] = std::move(answer); }
+
+void will_close(Question& question) {
+  when_asked(question, [&question] { question.close(); });
+}
 
 void drain_posts() {
   while (g_main_context_iteration(nullptr, FALSE) != FALSE) {

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "state/question.h"
+
 /// What was posted, in order: a mark and its result ("image_1", 0), or a callback's name and 0.
 using Posts = std::vector<std::pair<std::string, int>>;
 const Posts& posts();
@@ -18,8 +20,13 @@ std::map<std::string, int> marks();
 /// How many times the callback `name` was posted.
 int times_posted(const std::string& name);
 
-/// Called when the dialog `name` is asked for; by default its flag is cleared at once.
-void when_shown(const std::string& name, std::function<void()> answer);
+/// What the person will do whenever the window of `question` is shown: `answer` runs on the GUI thread, some
+/// time after the window was posted, and should close or decline the question as the window does. A question
+/// that nobody was going to answer fails the test.
+void when_asked(Question& question, std::function<void()> answer);
+
+/// The person presses OK.
+void will_close(Question& question);
 
 /// Runs what is queued for the GUI thread.
 void drain_posts();

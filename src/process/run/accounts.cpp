@@ -8,47 +8,44 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "process/archive/layout.h"
 #include "process/archive/settings.h"
 #include "process/mail/evolution/new_home.h"
 #include "process/run/applications.h"
 #include "process/run/items.h"
-#include "process/run/sequence.h"
+#include "process/run/walk.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
 #include "state/question.h"
 #include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
 constexpr const char* login_name_alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
-void show_user_error() {
+bool is_login_name(const std::string& name) {
+  std::printf("P2::%s\n", login_name_alphabet);
+  std::printf("P1::%c\n", name[0]);
+  return std::strchr(login_name_alphabet, name[0]) != nullptr;
+}
+
+void refuse_user() {
   std::printf("Invalid User.");
   user_notice.ask();
 }
 
-void create_account(const std::string& login, const std::string& home) {
+// From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
+void create_account(const Target& target, const std::string& skeleton) {
   SYSTEM(compose("groupadd users"));
-  switch (detected_system()) {
-    case System::linspire:
-      SYSTEM(
-          compose("useradd %s -d %s -m -k %s/root -G audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash "
-                  "-g users",
-                  login, home, homedirpath));
-      break;
-    case System::redflag:
-      SYSTEM(compose("useradd %s -d %s -m -k %s/root -s /bin/bash -g users", login, home, homedirpath));
-      break;
-    default:
-      // Without a skeleton homedirpath is empty and the account is made from "/root".
-      SYSTEM(compose("useradd %s -d %s -m -k %s/root -g users", login, home, homedirpath));
-      updateAddressbookGconf();
-      updateCalendarGconf();
-      updateTasksGconf();
-  }
+  SYSTEM(target.has().make_account(target.login, target.home, skeleton));
+  if (!target.has().account_has_evolution) return;
+  updateAddressbookGconf();
+  updateCalendarGconf();
+  updateTasksGconf();
 }
 
 // chpasswd reads lines of NAME:PASSWORD, so a name with a colon or a line end could set another account's
@@ -72,7 +69,7 @@ PasswordFile write_password_file(const std::string& path, const std::string& log
   return whole ? PasswordFile::written : PasswordFile::absent;
 }
 
-// The first password is the login name; its owner is expected to change it.
+// The first password is the login name.
 void set_password(const std::string& login, const std::string& home) {
   const std::string path = home + "/pass";
   if (write_password_file(path, login) == PasswordFile::somebody_elses) {
@@ -86,57 +83,21 @@ void set_password(const std::string& login, const std::string& home) {
   SYSTEM(compose("rm %s", path));
 }
 
-int migrate_account(const std::string& root, const std::string& login) {
+int migrate_account(const Target& target, const std::string& profiles_folder, const std::string& skeleton) {
+  const std::string& login = target.login;
   std::printf("Migrating Data for User::%s\n", login.c_str());
-  isDefaultUser = 0;
-  const std::string home = user_home();
-  std::printf("User's Home Directory::%s\n", home.c_str());
-  create_account(login, home);
-  set_password(login, home);
+  trace_home(target.home);
+  std::printf("User's Home Directory::%s\n", target.home.c_str());
+  create_account(target, skeleton);
+  set_password(login, target.home);
   std::printf("STEP 1: User and Home Directory Created.");
-  std::printf("STEP 3: Migrating..........");  // there has never been a step 2
-  assign(new_dir_path, (root + "/" + layout::profiles).c_str());
-  const int result = itemprofiles2(nullptr, "image_0", cur_user, profiles, new_dir_path);
+  std::printf("STEP 3: Migrating..........");  // Deliberate: part of the output. There is no step 2.
+  assign(new_dir_path, profiles_folder.c_str());
+  const int result = itemprofiles2(nullptr, "image_0", login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
-  SYSTEM(compose("chown -R %s %s", login, home));
+  SYSTEM(compose("chown -R %s %s", login, target.home));
   std::printf("STEP 4: Chown Completed.");
   return result;
-}
-
-int migrate_entry(const std::string& root, const std::string& name) {
-  assign(cur_user, name.c_str());
-  std::printf("P2::%s\n", login_name_alphabet);
-  std::printf("P1::%c\n", name[0]);
-  if (std::strchr(login_name_alphabet, name[0]) == nullptr) {
-    show_user_error();
-    return 0;
-  }
-  return migrate_account(root, name);
-}
-
-void run_profile_step(const Step& step, const std::string& folder, System system) {
-  const func_t migrator = step.migrator[static_cast<int>(system)];
-  const char* trace = step.trace[static_cast<int>(system)];
-  if (step.whom == For::running_user || migrator == nullptr) return;
-  if (trace != nullptr) std::printf("%s", trace);
-  switch (step.what) {
-    case Does::documents: {
-      const char* documents = documents_folder(folder.c_str());
-      itemprofiles(nullptr, step.mark, documents, migrator, (folder + "/" + documents).c_str());
-      break;
-    }
-    case Does::item:
-      itemprofiles(nullptr, step.mark, step.folder, migrator, folder.c_str());
-      break;
-    case Does::call:
-      migrator(folder.c_str());
-      break;
-    case Does::shared_fonts:
-      migrator(font_dir_path);
-      break;
-    case Does::printer_mark:
-      break;
-  }
 }
 
 }  // namespace
@@ -151,24 +112,34 @@ int CheckMultiUser(const char* args) {
   }
   std::free(default_user);
   default_user = get_string(file, "Default");
-  // A missing line reads as NUL and so means several users.
+  // Deliberate: part of the format. Only a zero says no; a missing line means several users.
   isMultiUser = get_char(file, "MultiUser Migration") == '0' ? 0 : 1;
   return std::fclose(file);
 }
 
-void migrate_profiles(const std::string& root) {
-  int profilesresult = 0;
-  unpack_skeleton_for_accounts();
-  assign(font_dir_path, root.c_str());
-  const auto entries = list_folder(root + "/" + layout::profiles);
-  if (!entries) {
+int migrate_profiles(const char* root) {
+  const Skeleton* skeleton = capabilities(detected_system()).skeleton;
+  if (skeleton != nullptr) unpack_skeleton(*skeleton);
+  assign(font_dir_path, root);
+  const std::string folder = std::string(root) + "/" + layout::profiles;
+  const auto names = list_folder(folder);
+  if (!names) {
     std::printf("No Profiles Directory.");
-    // Overridden by the post below, on purpose: a run without profiles has failed at nothing.
-    post_mark("image_0", -1);
-  } else {
-    for (const std::string& name : *entries) profilesresult += migrate_entry(root, name);
+    // Deliberate: part of the output. The page shows a cross, and then the tick for the result.
+    post_mark(Mark::several_users, -1);
+    return 0;
   }
-  post_mark("image_0", profilesresult >= 0 ? 0 : -1);
+  int result = 0;
+  for (const std::string& name : *names) {
+    assign(cur_user, name.c_str());
+    if (!is_login_name(name)) {
+      refuse_user();
+      continue;
+    }
+    isDefaultUser = 0;
+    result += migrate_account(target_of((folder + "/" + name).c_str()), folder, homedirpath);
+  }
+  return result >= 0 ? 0 : -1;
 }
 
 int profiles(const char* args) {
@@ -176,7 +147,16 @@ int profiles(const char* args) {
   const std::string folder = std::string(args) + "/" + cur_user;
   assign(new_dir_path, folder.c_str());
   std::printf("Path::%s\n", new_dir_path);
-  const System system = detected_system();
-  for (const Step& step : sequence()) run_profile_step(step, folder, system);
+  Target target = target_of(folder.c_str());
+  target.is_running_user = false;
+  walk_steps(target, font_dir_path);
+  return 0;
+}
+
+int begin_running_user(const char* root) {
+  isDefaultUser = 1;
+  assign(new_dir_path, root);
+  std::printf("New Dir Path::%s\n", new_dir_path);
+  std::printf("Doing for default user::%s\n", default_user == nullptr ? "" : default_user);
   return 0;
 }

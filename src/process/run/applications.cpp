@@ -7,68 +7,50 @@
 
 #include "gconf/client.h"
 #include "process/mail/evolution/new_home.h"
-#include "process/run/sequence.h"
 #include "shell/files.h"
 #include "shell/run.h"
 #include "state/state.h"
 
 namespace {
 
-struct Skeleton {
-  const char* folder;
-  const char* tarball;
-  bool bzip2;  // such a tarball holds the home's content; a plain one brings the folder "root" itself
-};
-
-constexpr Skeleton gnome_skeleton = {"/tmp/nldroot", "/usr/local/brindle/nldroot.tar.bz2", true};
-constexpr Skeleton linspire_skeleton = {"/tmp/linspireroot", "/usr/local/brindle/linspireroot.tar", false};
-constexpr Skeleton redflag_skeleton = {"/tmp/redflagroot", "/usr/local/brindle/redflagroot.tar.bz2", true};
-
-void unpack(const Skeleton& skeleton) {
-  assign(homedirpath, skeleton.folder);
-  assign(tarfilepath, skeleton.tarball);
-  shell::run_unlogged(compose("rm -rf %s", homedirpath));
-  shell::run_unlogged(compose("mkdir %s", homedirpath));
-  if (skeleton.bzip2) shell::run_unlogged(compose("mkdir %s/root", homedirpath));
-  const shell::Command tar = skeleton.bzip2 ? compose("tar -jxf \"%s\" -C %s/root", tarfilepath, homedirpath)
-                                            : compose("tar -xf \"%s\" -C %s", tarfilepath, homedirpath);
-  SYSTEM(tar);
-  std::printf("Tar Command::%s\n", tar.c_str());
-  std::printf("Home Directory Path::%s\n", homedirpath);
-}
-
-void copy_browser_profile(const std::string& home) {
-  SYSTEM(compose("cp -a %s/root/.mozilla %s", homedirpath, home));
-  // The profile registry names the skeleton's paths; the browser makes a new one.
+void copy_browser_profile(const Skeleton& skeleton, const std::string& home) {
+  SYSTEM(compose("cp -a %s/root/.mozilla %s", skeleton.folder, home));
   SYSTEM(compose("rm %s/.mozilla/appreg", home));
 }
+
+void remove_skeleton(const Skeleton& skeleton) { SYSTEM(compose("rm -rf %s", skeleton.folder)); }
 
 void prepare_from_skeleton(const std::string& home, const Skeleton& skeleton) {
   if (is_folder(home.c_str(), ".mozilla") == 1) return;
   std::printf("untarring");
-  unpack(skeleton);
-  copy_browser_profile(home);
-  SYSTEM(compose("rm -rf %s", homedirpath));
+  unpack_skeleton(skeleton);
+  copy_browser_profile(skeleton, home);
+  remove_skeleton(skeleton);
 }
 
-void prepare_gnome(const std::string& home) {
-  const bool has_mozilla = is_folder(home.c_str(), ".mozilla") == 1;
-  std::printf("Initializing Applications for NLD.::%d\n", has_mozilla ? 1 : 0);
+// A setting that fails has said so on standard error; it does not keep the run from going on.
+void set_up_file_manager() {
   set_gconf_bool("/apps/nautilus/preferences/always_use_browser", FALSE);
   set_gconf_bool("/apps/nautilus/preferences/start_with_sidebar", FALSE);
-  // A boolean although the key names a view: kept, the file manager has always been given one.
+  // Deliberate: part of the output. A boolean, although the key names a view.
   set_gconf_bool("/apps/nautilus/preferences/side_pane_view", TRUE);
+}
+
+void prepare_gnome(const std::string& home, const Skeleton& skeleton) {
+  const bool has_mozilla = is_folder(home.c_str(), ".mozilla") == 1;
+  std::printf("Initializing Applications for NLD.::%d\n", has_mozilla ? 1 : 0);
+  set_up_file_manager();
   const bool has_evolution = is_folder(home.c_str(), ".evolution") == 1;
   if (has_mozilla && has_evolution) return;
   std::printf("untarring");
-  unpack(gnome_skeleton);
-  if (!has_mozilla) copy_browser_profile(home);
+  unpack_skeleton(skeleton);
+  if (!has_mozilla) copy_browser_profile(skeleton, home);
   if (!has_evolution) launch_evolution();
-  SYSTEM(compose("rm -rf %s", homedirpath));
+  remove_skeleton(skeleton);
 }
 
+// Each command is waited for: a program that stays in the foreground holds the run up until it is closed.
 void prepare_by_starting() {
-  // In the foreground: the desktop's launcher returns once the program is up.
   SYSTEM(compose("kmail"));
   sleep(5);
   SYSTEM(compose("killall kmail"));
@@ -79,40 +61,34 @@ void prepare_by_starting() {
 
 }  // namespace
 
-void prepare_applications(const std::string& home) {
+void prepare_applications(const Target& target) {
   std::puts("Initializing Applications..............");
-  switch (detected_system()) {
-    case System::gnome:
-      prepare_gnome(home);
+  switch (target.has().first_start) {
+    case FirstStart::gnome:
+      prepare_gnome(target.home, *target.has().skeleton);
       break;
-    case System::xandros:
+    case FirstStart::from_skeleton:
+      prepare_from_skeleton(target.home, *target.has().skeleton);
+      break;
+    case FirstStart::of_programs:
       prepare_by_starting();
       break;
-    case System::linspire:
-      prepare_from_skeleton(home, linspire_skeleton);
-      break;
-    case System::redflag:
-      prepare_from_skeleton(home, redflag_skeleton);
-      break;
-    case System::other:
+    case FirstStart::none:
       break;
   }
   std::printf("Applications Initialization.......DONE");
 }
 
-void unpack_skeleton_for_accounts() {
-  switch (detected_system()) {
-    case System::gnome:
-      unpack(gnome_skeleton);
-      break;
-    case System::linspire:
-      unpack(linspire_skeleton);
-      break;
-    case System::redflag:
-      unpack(redflag_skeleton);
-      break;
-    case System::xandros:
-    case System::other:
-      break;
-  }
+void unpack_skeleton(const Skeleton& skeleton) {
+  assign(homedirpath, skeleton.folder);
+  assign(tarfilepath, skeleton.tarball);
+  shell::run_unlogged(compose("rm -rf %s", skeleton.folder));
+  shell::run_unlogged(compose("mkdir %s", skeleton.folder));
+  if (skeleton.bzip2) shell::run_unlogged(compose("mkdir %s/root", skeleton.folder));
+  const shell::Command tar = skeleton.bzip2
+                                 ? compose("tar -jxf \"%s\" -C %s/root", skeleton.tarball, skeleton.folder)
+                                 : compose("tar -xf \"%s\" -C %s", skeleton.tarball, skeleton.folder);
+  SYSTEM(tar);
+  std::printf("Tar Command::%s\n", tar.c_str());
+  std::printf("Home Directory Path::%s\n", skeleton.folder);
 }

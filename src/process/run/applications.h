@@ -2,15 +2,15 @@
 #ifndef BRINDLE_PROCESS_RUN_APPLICATIONS_H
 #define BRINDLE_PROCESS_RUN_APPLICATIONS_H
 
-#include <string>
+#include "system/target.h"
 
-/// Makes the applications of the detected system create or find their configuration in `home`, the running
-/// user's, before the migrators write into it: a browser profile (and Evolution's folders) from the skeleton
-/// home, or on "Xandros" a short start of the programs themselves.
-void prepare_applications(const std::string& home);
+/// Makes the applications of the system create or find their configuration in the home of `target`, the
+/// running user, before the migrators write into it: a browser profile (and Evolution's folders) from the
+/// skeleton home, or a short start of the programs themselves.
+void prepare_applications(const Target& target);
 
-/// Unpacks the skeleton home that new accounts are made from. Sets homedirpath; systems without a skeleton
-/// leave it as it is, normally empty, and their accounts are made from "/root".
-void unpack_skeleton_for_accounts();
+/// Unpacks a skeleton home afresh into its folder. Sets homedirpath and tarfilepath. What fails is in the
+/// system log or on standard error.
+void unpack_skeleton(const Skeleton& skeleton);
 
 #endif

@@ -9,8 +9,8 @@
 
 namespace {
 
-int run_if_present(const char* folder, func_t func, const char* func_arg) {
-  const bool runs = func != nullptr && is_folder(new_dir_path, folder) == 1;
+int run_if_present(const char* where, const char* folder, func_t func, const char* func_arg) {
+  const bool runs = func != nullptr && is_folder(where, folder) == 1;
   return runs ? func(func_arg) : -1;
 }
 
@@ -20,26 +20,22 @@ void post_mark(Mark mark, int result) {
   post_to_gui(draw_posted_mark, new PostedMark{static_cast<int>(mark), result});
 }
 
-void post_mark(const char* image, int result) {
-  const std::optional<Mark> mark = mark_of_image(image);
-  if (mark) post_mark(*mark, result);
-}
-
 void item(Image_Result* /*buf*/, const char* image, const char* folder, func_t func, const char* func_arg) {
   // The log of a run is the list of items attempted, missing ones included.
   write_log(folder, fp_log);
-  post_mark(image, run_if_present(folder, func, func_arg));
+  const int result = run_if_present(new_dir_path, folder, func, func_arg);
+  if (const std::optional<Mark> mark = mark_of_image(image)) post_mark(*mark, result);
 }
 
 int itemprofiles(Image_Result* /*buf*/, const char* /*image*/, const char* folder, func_t func,
                  const char* func_arg) {
   write_log(folder, fp_log);
-  return run_if_present(folder, func, func_arg);
+  return run_if_present(new_dir_path, folder, func, func_arg);
 }
 
 int itemprofiles2(Image_Result* /*buf*/, const char* /*image*/, const char* folder, func_t func,
                   const char* func_arg) {
   write_log(folder, fp_log);
-  // Unlike itemprofiles a missing folder is delivered as 0, on purpose: nothing to migrate is no failure.
+  // Deliberate: part of the output. Unlike in itemprofiles a missing folder counts as success.
   return is_folder(new_dir_path, folder) == 1 ? func(func_arg) : 0;
 }

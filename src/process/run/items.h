@@ -14,11 +14,9 @@ using func_t = int (*)(const char*);
 /// Posts `mark` with `result`, 0 for success.
 void post_mark(Mark mark, int result);
 
-/// Posts the mark named `image` with `result`.
-void post_mark(const char* image, int result);
-
-/// Runs one item of the default user and posts its mark: when `folder` can be read in new_dir_path,
-/// `func(func_arg)` gives the result, otherwise it is -1. `folder` is logged either way. `buf` is unused.
+/// Runs one item of the default user and posts its mark, that of the widget called `image`: when `folder` can
+/// be read in new_dir_path, `func(func_arg)` gives the result, otherwise it is -1. `folder` is logged either
+/// way. `buf` is unused.
 void item(Image_Result* buf, const char* image, const char* folder, func_t func, const char* func_arg);
 
 /// Runs one item of a profile and returns its result, -1 for a missing folder. Posts nothing; `buf` and

@@ -1,5 +1,7 @@
 #include "process/run/sequence.h"
 
+#include <cstdio>
+
 #include "process/archive/layout.h"
 #include "process/desktop/browser.h"
 #include "process/desktop/documents.h"
@@ -12,8 +14,9 @@
 #include "process/mail/kde/accounts.h"
 #include "process/mail/mozilla/accounts.h"
 #include "process/printers/cups.h"
-#include "shell/files.h"
-#include "state/state.h"
+#include "process/printers/foomatic.h"
+#include "process/run/accounts.h"
+#include "system/capabilities.h"
 
 namespace {
 
@@ -22,43 +25,36 @@ int firefox_launcher(const char* /*root*/) {
   return 0;
 }
 
-// The printer mark is posted where a system has printers of its own; which migrator made them is phase
-// business, so any function marks the column.
-int posts_printer_mark(const char* /*root*/) { return 0; }
+using Migrators = std::array<Migrator, system_count>;
 
-constexpr func_t none = nullptr;
+constexpr Migrators everywhere(Migrator m) { return {m, m, m, m, m}; }
+constexpr Migrators on_known_systems(Migrator m) { return {m, m, m, m, {}}; }
 
-// "Aboutj" has always been spelled so; people search their output for it.
-constexpr const char* mail_traces[system_count] = {nullptr, "Aboutj to call mozilla mail",
-                                                   "About to call kmail", "About to call kmail", nullptr};
-constexpr const char* wallpaper_traces[system_count] = {nullptr, "About to call kdewallpaper",
-                                                        "About to call kdewallpaper",
-                                                        "About to call kdewallpaper", nullptr};
-
-constexpr Step with_traces(Step step, const char* const (&traces)[system_count]) {
-  for (int i = 0; i < system_count; ++i) step.trace[i] = traces[i];
-  return step;
-}
+constexpr Migrator none = {};
+constexpr Migrator suite_mail = {mozilla, "Aboutj to call mozilla mail"};  // Deliberate: part of the output.
+constexpr Migrator kmail_mail = {kmail_mail_account, "About to call kmail"};
+constexpr Migrator kde_wallpaper = {kdewallpaper, "About to call kdewallpaper"};
 
 // clang-format off
 constexpr Step steps[] = {
-  // whom            what                mark        folder                     GNome                 Linspire        RedFlag              Xandros              any other
-  {For::everybody,    Does::documents,    "image_1",  layout::documents,       {mydocs,               mydocs,         mydocs,              mydocs,              mydocs},  {}},
-  {For::everybody,    Does::item,         "image_2",  layout::desktop,         {desktop,              desktop,        desktop,             desktop,             desktop}, {}},
-  with_traces(
-  {For::everybody,    Does::item,         "image_3",  layout::mail,            {mail_account,         mozilla,        kmail_mail_account,  kmail_mail_account,  none},    {}}, mail_traces),
-  with_traces(
-  {For::everybody,    Does::item,         "image_4",  layout::wallpaper,       {wallpaper,            kdewallpaper,   kdewallpaper,        kdewallpaper,        none},    {}}, wallpaper_traces),
-  {For::everybody,    Does::item,         "image_5",  layout::bookmarks,       {favourites,           favourites,     favourites,          favourites,          none},    {}},
-  {For::everybody,    Does::call,         nullptr,    nullptr,                 {firefox_launcher,     none,           none,                none,                none},    {}},
-  {For::everybody,    Does::item,         "image_6",  layout::cookies,         {cookies,              cookies,        cookies,             cookies,             none},    {}},
-  {For::running_user, Does::item,         "image_7",  layout::fonts,           {fonts,                fonts,          fonts,               fonts,               none},    {}},
-  {For::profiles,     Does::shared_fonts, nullptr,    nullptr,                 {fonts,                fonts,          none,                fonts,               none},    {}},
-  {For::everybody,    Does::item,         "image_8",  layout::file_extensions, {file_extensions,      file_extensions, file_extensions,    file_extensions,     none},    {}},
-  {For::everybody,    Does::item,         "image_9",  layout::mapped_drives,   {nautilusmappeddrives, mappeddrives,   mappeddrives,        mappeddrives,        none},    {}},
-  {For::running_user, Does::printer_mark, "image_10", nullptr,                 {posts_printer_mark,   posts_printer_mark, posts_printer_mark, none,             none},    {}},
-  {For::profiles,     Does::item,         "image_10", layout::printers,        {normalprinter,        normalprinter,  normalprinter,       normalprinter,       none},    {}},
-  {For::everybody,    Does::item,         "image_11", layout::groupwise,       {groupwise,            none,           none,                none,                none},    {}},
+  // whom             mark                      looks                     for                      GNome                  Linspire       RedFlag        Xandros        any other
+  {For::running_user, Mark::preparing_printers, Looks::for_printers,      layout::printers,        {nldprinter,           printer,       printer,       printer,       printer}},
+  {For::running_user, Mark::several_users,      Looks::for_several_users, nullptr,                 everywhere(migrate_profiles)},
+  {For::running_user, {},                       Looks::for_nothing,       nullptr,                 everywhere(begin_running_user)},
+  {For::everybody,    Mark::documents,          Looks::for_documents,     nullptr,                 everywhere(mydocs)},
+  {For::everybody,    Mark::desktop,            Looks::for_item,          layout::desktop,         everywhere(desktop)},
+  {For::everybody,    Mark::mail,               Looks::for_item,          layout::mail,            {mail_account,         suite_mail,    kmail_mail,    kmail_mail,    none}},
+  {For::everybody,    Mark::wallpaper,          Looks::for_item,          layout::wallpaper,       {wallpaper,            kde_wallpaper, kde_wallpaper, kde_wallpaper, none}},
+  {For::everybody,    Mark::bookmarks,          Looks::for_item,          layout::bookmarks,       on_known_systems(favourites)},
+  {For::everybody,    {},                       Looks::for_nothing,       nullptr,                 {firefox_launcher,     none,          none,          none,          none}},
+  {For::everybody,    Mark::cookies,            Looks::for_item,          layout::cookies,         on_known_systems(cookies)},
+  {For::running_user, Mark::fonts,              Looks::for_item,          layout::fonts,           on_known_systems(fonts)},
+  {For::profiles,     {},                       Looks::for_nothing,       nullptr,                 {fonts,                fonts,         none,          fonts,         none}},
+  {For::everybody,    Mark::file_extensions,    Looks::for_item,          layout::file_extensions, on_known_systems(file_extensions)},
+  {For::everybody,    Mark::mapped_drives,      Looks::for_item,          layout::mapped_drives,   {nautilusmappeddrives, mappeddrives,  mappeddrives,  mappeddrives,  none}},
+  {For::running_user, Mark::printers,           Looks::back_at_printers,  nullptr},  // where the system sets it
+  {For::profiles,     {},                       Looks::for_item,          layout::printers,        on_known_systems(normalprinter)},
+  {For::everybody,    Mark::groupwise,          Looks::for_item,          layout::groupwise,       {groupwise,            none,          none,          none,          none}},
 };
 // clang-format on
 
@@ -66,6 +62,11 @@ constexpr Step steps[] = {
 
 std::span<const Step> sequence() { return steps; }
 
-const char* documents_folder(const char* root) {
-  return is_folder(root, layout::documents) == 1 ? layout::documents : layout::documents_otherwise;
+const Migrator& migrator_of(const Step& step, System system) {
+  return step.migrators[static_cast<std::size_t>(system)];
+}
+
+bool exists_on(const Step& step, System system) {
+  if (step.looks == Looks::back_at_printers) return capabilities(system).sets.contains(*step.mark);
+  return migrator_of(step, system).run != nullptr;
 }

@@ -1,38 +1,55 @@
-// Which migrator serves which mark on which system: one table, for the run and for a profile.
+// The steps of a migration: one table for the running user and for the profiles, with a column a system. The
+// place to look first, and where a new migrator goes.
 #ifndef BRINDLE_PROCESS_RUN_SEQUENCE_H
 #define BRINDLE_PROCESS_RUN_SEQUENCE_H
 
+#include <array>
+#include <optional>
 #include <span>
 
 #include "process/run/items.h"
+#include "system/marks.h"
 #include "system/system.h"
 
 /// Whom a step is for.
 enum class For { everybody, running_user, profiles };
 
-/// What a step does.
-enum class Does {
-  documents,     ///< an item on "My Documents", or "Personal" without it
-  item,          ///< an item on `folder`
-  call,          ///< calls the migrator without a test, mark or log line
-  shared_fonts,  ///< the same, with the archive root as argument: profiles have no fonts of their own
-  printer_mark,  ///< posts the printer step's result once more
+/// What a step looks for before it calls its migrator, and what the migrator gets.
+enum class Looks {
+  for_documents,      ///< an item: the documents' folder by either name, which the migrator gets
+  for_item,           ///< an item: `name`; the migrator gets the folder in which it was looked for
+  for_nothing,        ///< the migrator gets the archive root; its result is not shown
+  for_printers,       ///< `name`, only for the superuser; the migrator gets the archive root
+  for_several_users,  ///< an archive of several users; the migrator gets its root
+  back_at_printers,   ///< no migrator: the result of the step that looked for printers counts once more
+};
+
+/// What serves a step on one system.
+struct Migrator {
+  constexpr Migrator() = default;
+  constexpr Migrator(func_t function, const char* line = nullptr)  // NOLINT: most cells are a plain function
+      : run(function), trace(line) {}
+
+  func_t run = nullptr;         ///< null: the step does not exist on that system
+  const char* trace = nullptr;  ///< printed before it, without a newline; null: nothing
 };
 
 /// One step of a migration.
 struct Step {
   For whom;
-  Does what;
-  const char* mark;                 ///< mark posted for the running user; profiles post none
-  const char* folder;               ///< folder or file tested
-  func_t migrator[system_count];    ///< null: the step does not exist on that system
-  const char* trace[system_count];  ///< printed before the step, without a newline; null: nothing
+  std::optional<Mark> mark;  ///< set for the running user; profiles set none
+  Looks looks;
+  const char* name;  ///< folder or file looked for
+  std::array<Migrator, system_count> migrators = {};
 };
 
 /// All steps, in the order of a run.
 std::span<const Step> sequence();
 
-/// The name of the documents folder of `root`, an archive root or a profile's folder.
-const char* documents_folder(const char* root);
+/// What serves `step` on `system`.
+const Migrator& migrator_of(const Step& step, System system);
+
+/// Whether `step` exists on `system`.
+bool exists_on(const Step& step, System system);
 
 #endif

@@ -1,0 +1,68 @@
+#include "process/run/walk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "run/fakes.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+
+constexpr const char* root = "/tmp/brindAb/Brindle";
+
+std::string in_archive(const std::string& name) { return std::string(root) + "/" + name; }
+
+void walk(const Target& target) {
+  testing::internal::CaptureStdout();
+  run_as_worker([&] { walk_steps(target, root); });
+  testing::internal::GetCapturedStdout();
+}
+
+TEST(Walk, OnAnyOtherSystemSetsFourMarks) {
+  write_file(in_archive("My Documents/a.txt"), "a");
+  write_file(in_archive("Bookmark.htm"), "b");
+  write_file(in_archive("Printers/p.txt"), "Port Name=LPT3\n");
+  shell_quietly("mkdir -p /root/Desktop");
+  walk(target_of(root));
+  EXPECT_THAT(posts(),
+              ElementsAre(Pair("image_12", 0), Pair("image_0", -1), Pair("image_1", 0), Pair("image_2", -1)));
+}
+
+TEST(Walk, AMigratorsOwnResultIsTheMarks) {
+  assign(OSName, "Linspire");
+  write_file(in_archive("Wallpaper/option.txt"), "C");  // without a picture
+  walk(target_of(root));
+  EXPECT_EQ(-1, marks()["image_4"]);
+  EXPECT_STREQ(root, new_dir_path);
+}
+
+TEST(Walk, WhoeverHasAnotherHomeMakesNoPrinters) {
+  assign(OSName, "Linspire");
+  write_file(in_archive("Printers/p.txt"), "Port Name=LPT3\n");
+  will_close(printer_notice);
+  Target target = target_of(root);
+  target.home = "/root2";
+  walk(target);
+  EXPECT_EQ(1, times_posted("printer error"));
+  EXPECT_EQ(-1, marks()["image_12"]);
+  EXPECT_EQ(-1, marks()["image_10"]);
+}
+
+TEST(Walk, EndsAtTheRunningUserAfterAFamily) {
+  isMultiUser = 1;
+  assign(OSName, "Xandros");
+  write_file(in_archive("Profiles/ann/My Documents/a.txt"), "a");
+  walk(target_of(root));
+  EXPECT_EQ(0, marks()["image_0"]);
+  EXPECT_EQ(1, isDefaultUser);
+  EXPECT_STREQ(root, new_dir_path);
+  EXPECT_STREQ(root, font_dir_path);
+  EXPECT_STREQ("", homedirpath);
+}
+
+}  // namespace
