@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-/// A system, and the column it has in every table by system. `other` is none of the four names: nothing but
-/// documents and the desktop is migrated there.
+/// A system, and the column it has in every table by system. `other` is none of the four names: only
+/// documents, the desktop and printers are migrated there, for profiles only the first two.
 enum class System { gnome, linspire, redflag, xandros, other };
 inline constexpr int system_count = 5;
 

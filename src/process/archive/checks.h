@@ -15,7 +15,7 @@ int tmpSize();
 /// Size of the file at `path` in bytes; 0 when ls says nothing, INT_MAX for more than that.
 int tarsize(const char* path);
 
-/// Always 1: every file may be a tar.
+/// Always 1, whatever `path` is; runs nothing.
 int is_tarfile(const char* path);
 
 /// 0 when the zip's first entry is not encrypted, 1 when it is, -1 when that cannot be told.
