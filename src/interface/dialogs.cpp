@@ -4,6 +4,7 @@
 #include "callbacks/share_credentials.h"
 #include "callbacks/source.h"
 #include "interface/parts.h"
+#include "state/state.h"
 
 namespace {
 
@@ -22,7 +23,6 @@ GtkWidget* new_dialog(const std::string& title) {
   gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
   gtk_dialog_set_has_separator(GTK_DIALOG(dialog), FALSE);
   gtk_container_set_border_width(GTK_CONTAINER(dialog), 8);
-  set_window_icon(dialog);
   GtkWidget* buttons = gtk_dialog_get_action_area(GTK_DIALOG(dialog));
   gtk_button_box_set_layout(GTK_BUTTON_BOX(buttons), GTK_BUTTONBOX_END);
   return dialog;
@@ -71,15 +71,38 @@ GtkWidget* build_notice(const std::string& title, const std::string& text, const
 }
 
 // A dialog with one message and one button.
-GtkWidget* create_notice(const Notice& notice) {
+GtkWidget* create_notice(int nld, const Notice& notice) {
   const WindowTexts texts;
   if (texts.missing()) return nullptr;
-  return build_notice(texts[notice.title_key], texts[notice.text_key], notice);
+  return with_icon(build_notice(texts[notice.title_key], texts[notice.text_key], notice), nld);
+}
+
+void connect_chooser(GtkWidget* chooser) {
+  GtkWidget* ok = GTK_FILE_SELECTION(chooser)->ok_button;
+  GtkWidget* cancel = GTK_FILE_SELECTION(chooser)->cancel_button;
+  name_widget(chooser, ok, "ok_button_fileselection");
+  name_widget(chooser, cancel, "cancel_button1");
+  g_signal_connect(ok, "clicked", G_CALLBACK(on_ok_button_fileselection_clicked), nullptr);
+  g_signal_connect(cancel, "clicked", G_CALLBACK(on_cancel_button1_clicked), nullptr);
+  g_signal_connect(chooser, "delete-event", G_CALLBACK(on_fileselection_delete_event), nullptr);
+}
+
+// A hidden entry with room for a remark below it.
+void add_password_entry(GtkWidget* dialog, const std::string& name) {
+  GtkWidget* entry = gtk_entry_new();
+  gtk_entry_set_visibility(GTK_ENTRY(entry), FALSE);
+  set_accessible_label(entry, lookup_widget(dialog, "message"), name);
+  GtkWidget* remark = gtk_label_new("");
+  for (GtkWidget* child : {entry, remark}) {
+    gtk_widget_show(child);
+    gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), child, FALSE, FALSE, 0);
+  }
+  name_widget(dialog, entry, "entry_zipPassword");
+  name_widget(dialog, remark, "label_zipPassword");
 }
 
 }  // namespace
 
-// The plain selector: the newer chooser would leave its list of recent files in the user's home.
 GtkWidget* create_fileselection() {
   const WindowTexts texts;
   if (texts.missing()) return nullptr;
@@ -88,15 +111,8 @@ GtkWidget* create_fileselection() {
   gtk_window_set_modal(GTK_WINDOW(chooser), TRUE);
   gtk_window_set_position(GTK_WINDOW(chooser), GTK_WIN_POS_CENTER_ON_PARENT);
   gtk_file_selection_hide_fileop_buttons(GTK_FILE_SELECTION(chooser));
-  set_window_icon(chooser);
-  GtkWidget* ok = GTK_FILE_SELECTION(chooser)->ok_button;
-  GtkWidget* cancel = GTK_FILE_SELECTION(chooser)->cancel_button;
-  name_widget(chooser, ok, "ok_button_fileselection");
-  name_widget(chooser, cancel, "cancel_button1");
-  g_signal_connect(ok, "clicked", G_CALLBACK(on_ok_button_fileselection_clicked), nullptr);
-  g_signal_connect(cancel, "clicked", G_CALLBACK(on_cancel_button1_clicked), nullptr);
-  g_signal_connect(chooser, "delete-event", G_CALLBACK(on_fileselection_delete_event), nullptr);
-  return chooser;
+  connect_chooser(chooser);
+  return with_icon(chooser, isNLD);
 }
 
 GtkWidget* create_dialog1() {
@@ -108,65 +124,66 @@ GtkWidget* create_dialog1() {
       add_button(dialog, "cancelbutton1", "gtk-no", GTK_RESPONSE_NO, G_CALLBACK(on_cancelbutton1_clicked));
   add_button(dialog, "okbutton1", "gtk-yes", GTK_RESPONSE_YES, G_CALLBACK(on_okbutton1_clicked));
   closing_presses(dialog, no);
-  return dialog;
+  return with_icon(dialog, isNLD);
 }
 
 GtkWidget* create_dialog_done() {
-  return create_notice({"createdialogdone", "createdialogdone-label20", "okbutton2", "gtk-ok",
-                        G_CALLBACK(on_okbutton2_clicked)});
+  return create_notice(isNLD, {"createdialogdone", "createdialogdone-label20", "okbutton2", "gtk-ok",
+                               G_CALLBACK(on_okbutton2_clicked)});
 }
 
 GtkWidget* create_dialog_multi_user_error() {
-  return create_notice({"createdialogmultiusererror", "createdialogmultiusererror-label20", "okbutton2",
-                        "gtk-ok", G_CALLBACK(on_okbutton2_multiusererror_clicked)});
+  return create_notice(isNLD, {"createdialogmultiusererror", "createdialogmultiusererror-label20",
+                               "okbutton2", "gtk-ok", G_CALLBACK(on_okbutton2_multiusererror_clicked)});
 }
 
 GtkWidget* create_dialog_printer_error() {
-  return create_notice({"createdialogprintererror", "createdialogprintererror-label20", "okbutton2", "gtk-ok",
-                        G_CALLBACK(on_okbutton2_printer_clicked)});
+  return create_notice(isNLD, {"createdialogprintererror", "createdialogprintererror-label20", "okbutton2",
+                               "gtk-ok", G_CALLBACK(on_okbutton2_printer_clicked)});
 }
 
 GtkWidget* create_dialog_user_error() {
-  return create_notice({"createdialogusererror", "createdialogusererror-label20", "okbutton2", "gtk-ok",
-                        G_CALLBACK(on_okbutton2_user_clicked)});
+  return create_notice(isNLD, {"createdialogusererror", "createdialogusererror-label20", "okbutton2",
+                               "gtk-ok", G_CALLBACK(on_okbutton2_user_clicked)});
 }
 
 GtkWidget* create_dialogcancel() {
-  return create_notice({"createdialogcancel", "createdialogcancel-label18", "closebutton_quit", "gtk-quit",
-                        G_CALLBACK(on_closebutton_quit_clicked)});
+  return create_notice(isNLD, {"createdialogcancel", "createdialogcancel-label18", "closebutton_quit",
+                               "gtk-quit", G_CALLBACK(on_closebutton_quit_clicked)});
 }
 
 GtkWidget* create_noFileSpecified() {
-  return create_notice({"nofilespecified", "nofilespecified-label13", "closebutton_nofilespecified",
-                        "gtk-close", G_CALLBACK(on_closebutton_nofilespecified_clicked)});
+  return create_notice(isNLD, {"nofilespecified", "nofilespecified-label13", "closebutton_nofilespecified",
+                               "gtk-close", G_CALLBACK(on_closebutton_nofilespecified_clicked)});
 }
 
 GtkWidget* create_noFileFound() {
-  return create_notice({"nofilefound", "nofilefound-label14", "closebutton_noFileFound", "gtk-close",
-                        G_CALLBACK(on_closebutton_noFileFound_clicked)});
+  return create_notice(isNLD, {"nofilefound", "nofilefound-label14", "closebutton_noFileFound", "gtk-close",
+                               G_CALLBACK(on_closebutton_noFileFound_clicked)});
 }
 
 GtkWidget* create_notZipFile() {
-  return create_notice({"notzipfile", "notzipfile-label15", "closebutton_notZipFile", "gtk-close",
-                        G_CALLBACK(on_closebutton_notZipFile_clicked)});
+  return create_notice(isNLD, {"notzipfile", "notzipfile-label15", "closebutton_notZipFile", "gtk-close",
+                               G_CALLBACK(on_closebutton_notZipFile_clicked)});
 }
 
 GtkWidget* create_notEnoughSpace() {
-  return create_notice({"notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace", "gtk-close",
-                        G_CALLBACK(on_closebutton_notEnoughSpace_clicked)});
+  return create_notice(isNLD, {"notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace",
+                               "gtk-close", G_CALLBACK(on_closebutton_notEnoughSpace_clicked)});
 }
 
 GtkWidget* create_errorMountingCdrom() {
   const WindowTexts texts;
   if (texts.missing()) return nullptr;
-  // The message has no key of its own and stays English in every language.
-  return build_notice(texts["createerrormountingcdrom"], "Error on mounting CD-ROM",
-                      {nullptr, nullptr, "closebutton1", "gtk-close", G_CALLBACK(on_closebutton1_clicked)});
+  // Deliberate: part of the output. The message has no key of its own and is English in every language.
+  const Notice notice = {nullptr, nullptr, "closebutton1", "gtk-close", G_CALLBACK(on_closebutton1_clicked)};
+  return with_icon(build_notice(texts["createerrormountingcdrom"], "Error on mounting CD-ROM", notice),
+                   isNLD);
 }
 
 GtkWidget* create_noRemote() {
-  return create_notice(
-      {"noremote", "noremote-label2", "closebutton2", "gtk-close", G_CALLBACK(on_closebutton2_clicked)});
+  return create_notice(isNLD, {"noremote", "noremote-label2", "closebutton2", "gtk-close",
+                               G_CALLBACK(on_closebutton2_clicked)});
 }
 
 GtkWidget* create_zipPassword() {
@@ -174,27 +191,17 @@ GtkWidget* create_zipPassword() {
   if (texts.missing()) return nullptr;
   GtkWidget* dialog = new_dialog(texts["zippassword"]);
   add_message(dialog, texts["zippassword-label17"]);
-  GtkWidget* content = gtk_dialog_get_content_area(GTK_DIALOG(dialog));
-  GtkWidget* entry = gtk_entry_new();
-  gtk_entry_set_visibility(GTK_ENTRY(entry), FALSE);
-  set_accessible_label(entry, lookup_widget(dialog, "message"), texts["zippassword"]);
-  GtkWidget* remark = gtk_label_new("");
-  for (GtkWidget* child : {entry, remark}) {
-    gtk_widget_show(child);
-    gtk_box_pack_start(GTK_BOX(content), child, FALSE, FALSE, 0);
-  }
-  name_widget(dialog, entry, "entry_zipPassword");
-  name_widget(dialog, remark, "label_zipPassword");
+  add_password_entry(dialog, texts["zippassword"]);
   GtkWidget* cancel = add_button(dialog, "cancelbutton_zipPassword", "gtk-cancel", GTK_RESPONSE_CANCEL,
                                  G_CALLBACK(on_cancelbutton_zipPassword_clicked));
   add_button(dialog, "okbutton_zipPassword", "gtk-ok", GTK_RESPONSE_OK,
              G_CALLBACK(on_okbutton_zipPassword_clicked));
   closing_presses(dialog, cancel);
-  return dialog;
+  return with_icon(dialog, isNLD);
 }
 
 GtkWidget* create_dialog_specify_username_password() {
-  return create_notice({"dialog_specify_username_password", "dialog_specify_username_password-label20",
-                        "okbutton2", "gtk-ok",
-                        G_CALLBACK(on_okbutton2_dialog_specify_username_password_clicked)});
+  return create_notice(
+      isNLD, {"dialog_specify_username_password", "dialog_specify_username_password-label20", "okbutton2",
+              "gtk-ok", G_CALLBACK(on_okbutton2_dialog_specify_username_password_clicked)});
 }

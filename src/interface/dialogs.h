@@ -26,7 +26,7 @@ GtkWidget* create_notZipFile();
 GtkWidget* create_notEnoughSpace();
 GtkWidget* create_errorMountingCdrom();
 
-/// Kept for a remote source and for encrypted archives, which no page offers yet.
+/// For a remote source and for encrypted archives, which no page offers.
 GtkWidget* create_noRemote();
 GtkWidget* create_zipPassword();
 

@@ -4,9 +4,10 @@
 
 #include "interface/page.h"
 #include "interface/parts.h"
+#include "system/capabilities.h"
 
-/// Puts the rows on the page, in the layout of the system in OSName.
-void put_marks(Page& page, const WindowTexts& texts);
+/// Puts the rows on the page, in the layout of the system.
+void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system);
 
 /// A progress mark and its result.
 struct Image_Result {

@@ -28,7 +28,6 @@ Page::Page(const std::string& title, GCallback on_delete)
   gtk_window_set_title(GTK_WINDOW(window_), title.c_str());
   gtk_window_set_position(GTK_WINDOW(window_), GTK_WIN_POS_CENTER);
   fix_size(window_);
-  set_window_icon(window_);
   g_signal_connect(window_, "delete-event", on_delete, nullptr);
   gtk_widget_set_size_request(window_, page_width, page_height);
   gtk_widget_set_size_request(fixed_, page_width, page_height);

@@ -5,6 +5,9 @@
 #include "interface/marks.h"
 #include "interface/page.h"
 #include "interface/parts.h"
+#include "state/state.h"
+#include "system/capabilities.h"
+#include "system/system.h"
 
 namespace {
 
@@ -67,7 +70,7 @@ GtkWidget* create_window1() {
   make_default(next);
   gtk_widget_grab_focus(next);
   page.appear_before_content();
-  return page.window();
+  return with_icon(page.window(), isNLD);
 }
 
 GtkWidget* create_window2() {
@@ -81,7 +84,7 @@ GtkWidget* create_window2() {
   page.put_button("bCancelStep2", texts["window2-cancel"], {504, 384}, G_CALLBACK(on_bCancelStep2_clicked));
   page.put_button("bHelpStep2", texts["window2-help"], {72, 384}, G_CALLBACK(on_bHelpStep2_clicked));
   make_default(next);
-  return page.window();
+  return with_icon(page.window(), isNLD);
 }
 
 GtkWidget* create_window3() {
@@ -89,7 +92,7 @@ GtkWidget* create_window3() {
   if (texts.missing()) return nullptr;
   const std::string title = texts["window3"];
   Page page(title, G_CALLBACK(on_window3_delete_event));
-  put_marks(page, texts);
+  put_marks(page, texts, capabilities(detected_system()));
   put_progress_bar(page, title);
   GtkWidget* done =
       page.put_button("button_done", texts["window3-done"], {400, 384}, G_CALLBACK(on_button_done_clicked));
@@ -98,5 +101,5 @@ GtkWidget* create_window3() {
   page.put_button("button_window3_cancel", texts["window3-cancel"], {504, 384},
                   G_CALLBACK(on_button_window3_cancel_clicked));
   page.put_button("bHelpStep3", texts["window3-help"], {72, 384}, G_CALLBACK(on_bHelpStep3_clicked));
-  return page.window();
+  return with_icon(page.window(), isNLD);
 }

@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "state/state.h"
 #include "support/images.h"
 
 std::string shown_text(const char* text) {
@@ -11,12 +10,14 @@ std::string shown_text(const char* text) {
   return valid.get();
 }
 
-void set_window_icon(GtkWidget* window) {
+GtkWidget* with_icon(GtkWidget* window, int nld) {
+  if (window == nullptr) return nullptr;
   const char* path =
-      isNLD == 1 ? "/opt/gnome/share/pixmaps/Brindle_Icon.png" : "/usr/share/pixmaps/Brindle_Icon.png";
+      nld == 1 ? "/opt/gnome/share/pixmaps/Brindle_Icon.png" : "/usr/share/pixmaps/Brindle_Icon.png";
   GdkPixbuf* icon = create_pixbuf(path);
   if (icon != nullptr) gtk_window_set_icon(GTK_WINDOW(window), icon);
   g_clear_object(&icon);
+  return window;
 }
 
 GtkWidget* new_button(const std::string& mnemonic, GCallback on_clicked) {
@@ -42,7 +43,7 @@ void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string
   AtkObject* of_widget = gtk_widget_get_accessible(widget);
   AtkObject* of_label = gtk_widget_get_accessible(label);
   atk_object_add_relationship(of_widget, ATK_RELATION_LABELLED_BY, of_label);
-  // Not for a radio button: its accessible stumbles over relations that it has not made itself.
+  // Not for a radio button: its accessible complains about relations that it has not made itself.
   if (GTK_IS_LABEL(label)) atk_object_add_relationship(of_label, ATK_RELATION_LABEL_FOR, of_widget);
   atk_object_set_name(of_widget, name.c_str());
 }

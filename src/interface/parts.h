@@ -24,8 +24,9 @@ class WindowTexts {
   File file_;
 };
 
-/// Gives `window` the product's icon, if it is installed.
-void set_window_icon(GtkWidget* window);
+/// Gives `window` the product's icon, if it is installed, and returns it; null stays null. `nld` is 1 where
+/// the icons lie in the Novell Linux Desktop's tree.
+GtkWidget* with_icon(GtkWidget* window, int nld);
 
 GtkWidget* new_button(const std::string& mnemonic, GCallback on_clicked);
 GtkWidget* new_stock_button(const char* stock, GCallback on_clicked);

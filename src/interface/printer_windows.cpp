@@ -3,6 +3,7 @@
 #include "callbacks/driver_choice.h"
 #include "callbacks/share_credentials.h"
 #include "interface/parts.h"
+#include "state/state.h"
 
 namespace {
 
@@ -32,7 +33,6 @@ QuestionWindow::QuestionWindow(const std::string& title, int width, int height, 
   gtk_window_set_type_hint(GTK_WINDOW(window_), GDK_WINDOW_TYPE_HINT_DIALOG);
   gtk_widget_set_size_request(window_, width, height);
   gtk_container_set_border_width(GTK_CONTAINER(window_), 14);
-  set_window_icon(window_);
   g_signal_connect(window_, "delete-event", on_delete, nullptr);
   gtk_button_box_set_layout(GTK_BUTTON_BOX(buttons_), GTK_BUTTONBOX_END);
   gtk_box_set_spacing(GTK_BOX(buttons_), 6);
@@ -133,7 +133,7 @@ GtkWidget* create_window_select_driver() {
   add_driver_rows(question, texts);
   make_default(question.add_button("next2", texts["window_select_driver-next"],
                                    G_CALLBACK(on_window_select_driver_next2_clicked)));
-  return question.window();
+  return with_icon(question.window(), isNLD);
 }
 
 GtkWidget* create_smb_username_password_window() {
@@ -153,7 +153,7 @@ GtkWidget* create_smb_username_password_window() {
   name_widget(question.window(), password.value, "entry_password");
   make_default(question.add_button("next2", texts["smb_username_password_window-next"],
                                    G_CALLBACK(on_smb_username_password_next2_clicked)));
-  return question.window();
+  return with_icon(question.window(), isNLD);
 }
 
 GtkWidget* create_smb_username_password_window2() {
@@ -173,5 +173,5 @@ GtkWidget* create_smb_username_password_window2() {
                                         G_CALLBACK(on_smb_username_password_window2_next2_clicked));
   make_default(next);
   gtk_widget_grab_focus(next);
-  return question.window();
+  return with_icon(question.window(), isNLD);
 }

@@ -5,8 +5,8 @@
 
 #include "support/widgets.h"
 
-/// Six common printer models, or skip. The first is shown as chosen, whatever an earlier window's answer
-/// was.
+/// Six common printer models, or skip. Deliberate: the first is shown as chosen, whatever driverselection
+/// still holds of an earlier window, which is what Next without a click answers.
 GtkWidget* create_window_select_driver();
 
 /// User name and password of a Windows share, and their confirmation.

@@ -6,10 +6,13 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
 
-#include "system/detection.h"
 #include "shell/files.h"
-#include "state/state.h"
+#include "shell/pieces.h"
+#include "system/capabilities.h"
+#include "system/detection.h"
+#include "system/system.h"
 
 namespace {
 
@@ -20,7 +23,7 @@ char no_text[1] = "";
 
 // Nobody frees the texts handed out, widgets and callers keep them as long as they like: they are owned
 // here until the end of the program.
-char* kept_text(const std::string& text, std::size_t buffer_size) {
+char* kept_text(std::string_view text, std::size_t buffer_size) {
   static std::deque<std::unique_ptr<char[]>> kept;
   const std::size_t length = std::min(text.size(), buffer_size - 1);
   kept.push_back(std::make_unique<char[]>(buffer_size));
@@ -31,11 +34,11 @@ char* kept_text(const std::string& text, std::size_t buffer_size) {
 const char* printable(const char* value) { return value != nullptr ? value : "(null)"; }
 
 // The part of `line` after its first "=".
-std::string text_of(const std::string& line) {
+std::string_view text_of(std::string_view line) {
   const std::size_t equals = line.find('=');
-  if (equals == std::string::npos) return "";
-  std::string text = line.substr(equals + 1);
-  if (!text.empty() && text.back() == '\n') text.pop_back();
+  if (equals == std::string_view::npos) return "";
+  std::string_view text = line.substr(equals + 1);
+  if (text.ends_with('\n')) text.remove_suffix(1);
   return text;
 }
 
@@ -48,7 +51,7 @@ char* get_language() {
   std::printf("LC_CTYPE::%s\n", printable(ctype));
   std::printf("LANG::%s\n", printable(lang));
   const char* locale = lang;
-  if (std::strcmp(OSName, "GNome") == 0) {
+  if (capabilities(detected_system()).language_from_ctype) {
     std::printf("Finding language for Gnome OS.");
     if (ctype != nullptr) locale = ctype;  // even a short one: LANG is no second try
   }
@@ -72,9 +75,9 @@ std::FILE* get_language_file() {
 
 char* get_widget_string(std::FILE* fp, const char* key) {
   std::rewind(fp);
-  std::string line;
-  while (read_piece(fp, text_size - 1, line)) {
-    if (contains(line, key)) return kept_text(text_of(line), text_size);
+  PieceReader lines(fp, text_size - 1);
+  for (std::string_view line; lines.next(line);) {
+    if (line.find(key) != std::string_view::npos) return kept_text(text_of(line), text_size);
   }
   return no_text;
 }

@@ -11,7 +11,7 @@ extern GtkWidget* window1;
 extern GtkWidget* window2;
 extern GtkWidget* window3;
 
-/// A page that no version has built yet.
+/// No page uses it.
 extern GtkWidget* window4;
 
 /// Built once by main.

@@ -323,6 +323,18 @@ TEST_F(PagesTest, AScreenReaderFindsTheLabelOfAMarkAndOfAnEntry) {
                plain(shipped_text("window2-localdrives")).c_str());
 }
 
+// Its accessible complains about relations that it has not made itself.
+TEST_F(PagesTest, AScreenReaderMayAskARadioButtonForItsGroup) {
+  build_pages();
+  g_log_set_always_fatal(G_LOG_LEVEL_CRITICAL);
+  for (const char* radio : {"cdrom", "local"}) {
+    AtkRelationSet* set =
+        atk_object_ref_relation_set(gtk_widget_get_accessible(lookup_widget(window2, radio)));
+    EXPECT_TRUE(atk_relation_set_contains(set, ATK_RELATION_MEMBER_OF)) << radio;
+    g_object_unref(set);
+  }
+}
+
 double fraction() {
   return gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1")));
 }
