@@ -9,7 +9,6 @@
 #include "error/log.h"
 #include "interface/dialogs.h"
 #include "interface/pages.h"
-#include "system/detection.h"
 #include "interface/texts.h"
 #include "interface/windows.h"
 #include "shell/files.h"
@@ -17,15 +16,12 @@
 #include "shell/run.h"
 #include "state/state.h"
 #include "support/gnome_program.h"
+#include "system/detection.h"
+#include "system/system.h"
 
 namespace {
 
-// The fonts take longest of all that the first window needs; Pango reads them on a thread of its own, so it
-// is told before anything else.
-void start_reading_fonts() { pango_cairo_font_map_get_default(); }
-
-// The look goes into the homes that can NOT be opened, on purpose: a home that the user can open keeps the
-// look its owner chose.
+// Deliberate: the look goes only into homes that can NOT be opened. Nobody whose home opens gets it.
 bool copy_look_into_homes() {
   const auto entries = list_folder("/home");
   if (!entries) return false;
@@ -45,28 +41,28 @@ void leave_marker(const std::string& marker) {
 }
 
 // False when the homes cannot be listed.
-bool prepare_first_run() {
-  const std::string marker = user_home() + "/.brindle_first_run";
+bool prepare_first_run(const std::string& home) {
+  trace_home(home);
+  const std::string marker = home + "/.brindle_first_run";
   if (open_file(marker, "r")) return true;
   if (!copy_look_into_homes()) return false;
   leave_marker(marker);
   return true;
 }
 
-void detect_system() {
-  getOsVersion("");
-  const bool gnome = std::strcmp(OSName, "GNome") == 0;
-  isNLD = gnome ? is_folder("/opt/gnome/share", "pixmaps") : 0;
-  std::printf("ISNLD:%d\n", isNLD);
+int is_novell_layout(System system) {
+  return system == System::gnome ? is_folder("/opt/gnome/share", "pixmaps") : 0;
 }
 
-void start_log() {
-  fp_log = open_file(user_home() + "/.brindle_log", "w").release();
-  if (fp_log == nullptr) {
+std::FILE* start_log(const std::string& home) {
+  trace_home(home);
+  std::FILE* log = open_file(home + "/.brindle_log", "w").release();
+  if (log == nullptr) {
     std::perror("fp_log");
     std::exit(1);
   }
   std::printf("Log path set");
+  return log;
 }
 
 void start_threads() {
@@ -77,8 +73,12 @@ void start_threads() {
   std::printf("Threads Initialized");
 }
 
+// Pango reads the fonts on a thread of its own: begun here, it is done sooner when the first window needs
+// them.
+void start_reading_fonts() { pango_cairo_font_map_get_default(); }
+
 // Another language's look is its own file, there or not: it never falls back to the English one.
-void load_look() {
+void load_look(int nld) {
   std::printf("Trying to read gtkrc file.");
   std::string path = "/usr/local/brindle/.gtkrc-2.0";
   if (std::strcmp(get_language(), "en_US") != 0) {
@@ -86,7 +86,7 @@ void load_look() {
   }
   std::printf("\nGTKRCPATH::%s\n\n", path.c_str());
   gtk_rc_parse(path.c_str());
-  std::printf("Parse Complete:%d\n", isNLD);
+  std::printf("Parse Complete:%d\n", nld);
 }
 
 // The reference keeps a closed page readable for the worker.
@@ -116,27 +116,30 @@ void run_main_loop() {
   gdk_threads_leave();
 }
 
-void end_log() {
-  write_log("exit main", fp_log);
-  close_log(fp_log);
+void end_log(std::FILE* log) {
+  write_log("exit main", log);
+  close_log(log);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  start_reading_fonts();
-  if (!prepare_first_run()) return -1;
+  const std::string home = current_owner().home;
+  if (!prepare_first_run(home)) return -1;
   SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"));
-  detect_system();
-  start_log();
+  getOsVersion("");
+  isNLD = is_novell_layout(detected_system());
+  std::printf("ISNLD:%d\n", isNLD);
+  fp_log = start_log(home);
   start_threads();
+  start_reading_fonts();
   gnome_program_init("brindle", "0.1", libgnomeui_module_info_get(), argc, argv, "app-datadir",
                      "/usr/local/share", nullptr);
-  load_look();
+  load_look(isNLD);
   build_pages();
   if (window1 != nullptr) gtk_widget_show(window1);
   build_dialogs();
   run_main_loop();
-  end_log();
+  end_log(fp_log);
   return 0;
 }
