@@ -25,56 +25,47 @@ constexpr const char* entry_names[] = {"entry_cdrom", "entry_remote", "entry_loc
 using OwnedText = std::unique_ptr<char, void (*)(void*)>;
 
 // Null for REMOTE: no page has that entry.
-GtkWidget* current_entry() { return lookup_widget(window2, entry_names[selection]); }
+GtkWidget* entry_of(enum cd source, GtkWidget* page) { return lookup_widget(page, entry_names[source]); }
 
-void lock_entry(const char* name) {
-  GtkWidget* entry = lookup_widget(window2, name);
+std::string text_of(GtkWidget* entry) { return entry == nullptr ? "" : gtk_entry_get_text(GTK_ENTRY(entry)); }
+
+void lock_entry(GtkWidget* entry) {
   set_editable(entry, false);
   gtk_entry_set_text(GTK_ENTRY(entry), "");
 }
 
-void unlock_entry(const char* name) { set_editable(lookup_widget(window2, name), true); }
-
-void open_chooser_at(const char* folder) {
-  if (fileselection == nullptr) return;
-  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), folder);
-  show_over_page(fileselection);
+void open_chooser_at(GtkWidget* chooser, const char* folder) {
+  if (chooser == nullptr) return;
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(chooser), folder);
+  show_over_page(chooser);
 }
 
-// Bytes over 500 against blocks of 1024 bytes: room for about twice the unpacked archive, on purpose,
-// since the migrators copy from it while it still lies in /tmp. In 64 bits, so that a huge listing
-// cannot pass by overflow.
+// Deliberate: bytes over 500 against blocks of 1024 bytes, so a person needs about twice the size of the
+// unpacked archive. In 64 bits, so that a huge listing does not pass by overflow.
 bool fits_into_tmp(long long bytes) { return bytes / 500 <= tmp_blocks(); }
 
 using DialogBuilder = GtkWidget* (*)();
 
-// The dialog of the first check that fails, or null. `bytes` receives the unpacked size.
-DialogBuilder failed_check(const char* typed, long long& bytes) {
-  // A path too long for the worker is refused whole: cut, it would name another file.
-  const bool usable = assign(g_filename, typed);
-  if (*typed == '\0') return create_noFileSpecified;
-  if (!usable || !open_file(g_filename, "r")) return create_noFileFound;
-  // Only a definite no stops the user: a failing file(1) must not.
-  if (isZipfile(g_filename) == 0) return create_notZipFile;
-  bytes = zip_bytes(g_filename);
+// The dialog of the first check that `path` fails, or null. `bytes` receives the unpacked size.
+DialogBuilder failed_check(const char* path, long long& bytes) {
+  if (!open_file(path, "r")) return create_noFileFound;
+  // Deliberate: only a definite no stops a person, a file(1) that fails does not.
+  if (isZipfile(path) == 0) return create_notZipFile;
+  bytes = zip_bytes(path);
   return fits_into_tmp(bytes) ? nullptr : create_notEnoughSpace;
 }
 
+int start_progress(long long bytes) {
+  static int zip_size;  // read by the timeout during the whole run
+  zip_size = static_cast<int>(std::clamp<long long>(bytes, INT_MIN, INT_MAX));
+  return static_cast<int>(g_timeout_add(200, progress_timeout, &zip_size));
+}
+
 GThread* start_worker() {
-  // The call that desktops of every age have; its successor needs a younger GLib.
+  // Deprecated since GLib 2.32; an older one has no other call.
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
   return g_thread_create_full(process, nullptr, 0, FALSE, FALSE, G_THREAD_PRIORITY_NORMAL, nullptr);
   G_GNUC_END_IGNORE_DEPRECATIONS
-}
-
-void start_run(long long bytes) {
-  static int zip_size;  // read by the timeout during the whole run
-  zip_size = static_cast<int>(std::clamp<long long>(bytes, INT_MIN, INT_MAX));
-  timer = static_cast<int>(g_timeout_add(200, progress_timeout, &zip_size));
-  g_isEncrypted = 0;
-  thread_id = start_worker();
-  gtk_widget_hide(window2);
-  if (window3 != nullptr) gtk_widget_show(window3);
 }
 
 }  // namespace
@@ -86,8 +77,8 @@ void on_cdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   selection = CDROM;
   gtk_widget_set_sensitive(lookup_widget(window2, "bCdrom"), TRUE);
   gtk_widget_set_sensitive(lookup_widget(window2, "bLocal"), FALSE);
-  unlock_entry("entry_cdrom");
-  lock_entry("entry_local");
+  set_editable(lookup_widget(window2, "entry_cdrom"), true);
+  lock_entry(lookup_widget(window2, "entry_local"));
 }
 
 void on_local_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
@@ -95,21 +86,21 @@ void on_local_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   selection = LOCAL;
   gtk_widget_set_sensitive(lookup_widget(window2, "bCdrom"), FALSE);
   gtk_widget_set_sensitive(lookup_widget(window2, "bLocal"), TRUE);
-  lock_entry("entry_cdrom");
-  unlock_entry("entry_local");
+  lock_entry(lookup_widget(window2, "entry_cdrom"));
+  set_editable(lookup_widget(window2, "entry_local"), true);
 }
 
-void on_bLocal_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_chooser_at("/"); }
+void on_bLocal_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_chooser_at(fileselection, "/"); }
 
 void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   const OwnedText mount_point(mount_cdrom_remote("iso9660"), std::free);
   if (mount_point == nullptr) return show_over_page(create_errorMountingCdrom());
-  open_chooser_at((std::string(mount_point.get()) + "/").c_str());
+  open_chooser_at(fileselection, (std::string(mount_point.get()) + "/").c_str());
 }
 
 void on_ok_button_fileselection_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   const char* name = gtk_file_selection_get_filename(GTK_FILE_SELECTION(fileselection));
-  GtkWidget* entry = current_entry();
+  GtkWidget* entry = entry_of(selection, window2);
   if (entry != nullptr) gtk_entry_set_text(GTK_ENTRY(entry), shown_text(name).c_str());
   gtk_widget_hide(fileselection);
 }
@@ -126,12 +117,19 @@ gboolean on_fileselection_delete_event(GtkWidget* widget, GdkEvent* /*event*/, g
 void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   // A second click that was queued while the checks ran: one worker is enough, and g_filename is its.
   if (thread_id != nullptr) return;
-  GtkWidget* entry = current_entry();
-  const std::string typed = entry != nullptr ? gtk_entry_get_text(GTK_ENTRY(entry)) : "";
+  const std::string typed = text_of(entry_of(selection, window2));
+  // A path too long for the worker is refused whole: cut, it would name another file.
+  const bool fits = assign(g_filename, typed.c_str());
+  if (typed.empty()) return show_over_page(create_noFileSpecified());
+  if (!fits) return show_over_page(create_noFileFound());
   long long bytes = 0;
-  if (const DialogBuilder create_dialog = failed_check(typed.c_str(), bytes))
+  if (const DialogBuilder create_dialog = failed_check(g_filename, bytes))
     return show_over_page(create_dialog());
-  start_run(bytes);
+  timer = start_progress(bytes);
+  g_isEncrypted = 0;
+  thread_id = start_worker();
+  gtk_widget_hide(window2);
+  if (window3 != nullptr) gtk_widget_show(window3);
 }
 
 void on_closebutton_nofilespecified_clicked(GtkButton* button, gpointer /*user_data*/) {
