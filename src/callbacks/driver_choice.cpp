@@ -1,22 +1,23 @@
 #include "callbacks/driver_choice.h"
 
 #include <cstdio>
-#include <string_view>
 
-#include "system/detection.h"
 #include "interface/windows.h"
+#include "state/question.h"
 #include "state/state.h"
+#include "system/detection.h"
+#include "system/system.h"
 
 namespace {
 
 struct Model {
   const char* ppd;      // "GNome"
-  const char* redflag;  // foomatic listing lines
+  const char* redflag;  // lines of a foomatic listing
   const char* kde;
 };
 
-// The lines are cut off where foomatic's listing was cut when the models were picked; only the Id= and
-// Driver= fields are read from them. Both Epson dot matrix models share one line.
+// Deliberate: part of the format. The lines end where they are cut off here, and both Epson dot matrix models
+// share one; only the fields Id= and Driver= are read from them.
 constexpr const char* stylus_color =
     "Epson Stylus Color 300 Id='Epson-Stylus_Color_300' Driver='stcolor' CompatibleDrivers";
 constexpr const char* dot_matrix = "Epson Dot Matrix Id='Epson-Dot_Matrix' Driver='epsonc' CompatibleDrivers";
@@ -34,11 +35,11 @@ constexpr Model models[] = {
     {"laserjet.ppd.gz", laserjet, laserjet},
 };
 
-const char* answer(enum driver choice, std::string_view system) {
+const char* answer_for(enum driver choice, System system) {
   if (choice < STPHOTO || choice >= SKIP) return "";
   const Model& model = models[choice];
-  if (system == "GNome") return model.ppd;
-  return system == "RedFlag" ? model.redflag : model.kde;
+  if (system == System::gnome) return model.ppd;
+  return system == System::redflag ? model.redflag : model.kde;
 }
 
 }  // namespace
@@ -52,11 +53,12 @@ void on_laserjet_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { driver
 void on_skip_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { driverselection = SKIP; }
 
 void on_window_select_driver_next2_clicked(GtkButton* button, gpointer /*user_data*/) {
+  if (isKilled == 1) return destroy_window_of(GTK_WIDGET(button));
   getOsVersion("");
   std::printf("OSName::%s", OSName);
-  assign(selecteddriver, answer(driverselection, OSName));
+  driver_question.keep_answer(0, answer_for(driverselection, detected_system()));
   destroy_window_of(GTK_WIDGET(button));
-  isWindowSelectDriverOpen = 0;  // last: the worker reads the answer as soon as it sees this
+  driver_question.close();
 }
 
 gboolean on_window_select_driver_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/,

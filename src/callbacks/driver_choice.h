@@ -14,8 +14,8 @@ void on_deskjet_clicked(GtkButton* button, gpointer user_data);
 void on_laserjet_clicked(GtkButton* button, gpointer user_data);
 void on_skip_clicked(GtkButton* button, gpointer user_data);
 
-/// Writes the chosen model into selecteddriver (a PPD file name on "GNome", a foomatic listing line on the
-/// other systems, empty for skip), closes the window and wakes the worker.
+/// Answers driver_question with the chosen model (a PPD file name on "GNome", a line of a foomatic listing on the
+/// other systems, empty for skip) and destroys the window. The window of a cancelled run is only destroyed.
 void on_window_select_driver_next2_clicked(GtkButton* button, gpointer user_data);
 
 gboolean on_window_select_driver_delete_event(GtkWidget* widget, GdkEvent* event, gpointer user_data);

@@ -17,9 +17,9 @@ void show(GtkWidget* window) {
   if (window != nullptr) gtk_widget_show(window);
 }
 
-void open_support_page() {
+void open_support_page(int nld) {
   const char* page = "http://support.brindle.example/brindle/support.jsp?version=3.0.0";
-  shell::run_unlogged(isNLD == 1 ? compose("firefox %s &", page) : compose("mozilla %s &", page));
+  shell::run_unlogged(nld == 1 ? compose("firefox %s &", page) : compose("mozilla %s &", page));
 }
 
 }  // namespace
@@ -50,11 +50,11 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   if (const char* temporary = dir_name) shell::run_unlogged(compose("rm -rf %s", temporary));
 }
 
-void on_bHelpStep1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(); }
+void on_bHelpStep1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(isNLD); }
 
-void on_bHelpStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(); }
+void on_bHelpStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(isNLD); }
 
-void on_bHelpStep3_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(); }
+void on_bHelpStep3_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_support_page(isNLD); }
 
 gboolean on_window1_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpointer /*user_data*/) {
   gtk_main_quit();
@@ -90,11 +90,11 @@ void on_okbutton2_multiusererror_clicked(GtkButton* button, gpointer /*user_data
 }
 
 void on_okbutton2_printer_clicked(GtkButton* button, gpointer /*user_data*/) {
-  isPrinterPopupOpen = 0;
+  if (isKilled == 0) printer_notice.close();
   destroy_window_of(GTK_WIDGET(button));
 }
 
 void on_okbutton2_user_clicked(GtkButton* button, gpointer /*user_data*/) {
-  isUserPopupOpen = 0;
+  if (isKilled == 0) user_notice.close();
   destroy_window_of(GTK_WIDGET(button));
 }

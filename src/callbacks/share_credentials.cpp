@@ -4,6 +4,7 @@
 #include "interface/parts.h"
 #include "interface/printer_windows.h"
 #include "interface/windows.h"
+#include "state/question.h"
 #include "state/state.h"
 
 namespace {
@@ -12,26 +13,31 @@ const char* text_of(GtkButton* button, const char* entry) {
   return gtk_entry_get_text(GTK_ENTRY(lookup_widget(GTK_WIDGET(button), entry)));
 }
 
-void show_confirmation() {
+GtkWidget* new_confirmation(const char* title, const char* share, const char* user) {
   GtkWidget* window = create_smb_username_password_window2();
-  if (window == nullptr) return;
-  gtk_widget_hide(smb_username_password_window);
-  gtk_window_set_title(GTK_WINDOW(window), shown_text(displaylabel).c_str());
-  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_text(smburl).c_str());
-  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "entry_username")), Username);
-  show_over_page(window);
+  if (window == nullptr) return nullptr;
+  gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
+  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_text(share).c_str());
+  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "entry_username")), user);
+  return window;
+}
+
+// Hides the first window when there is a second.
+void confirm(GtkWidget* first, GtkWidget* second) {
+  if (second == nullptr) return;
+  gtk_widget_hide(first);
+  show_over_page(second);
 }
 
 }  // namespace
 
 void on_smb_username_password_next2_clicked(GtkButton* button, gpointer /*user_data*/) {
-  // An answer that does not fit counts as missing: cut, it would be another password.
-  assign(Username, text_of(button, "entry_username"));
-  assign(Password, text_of(button, "entry_password"));
-  if (*Username == '\0' || *Password == '\0') {
-    return show_over_page(create_dialog_specify_username_password());
-  }
-  show_confirmation();
+  if (isKilled == 1) return destroy_window_of(GTK_WIDGET(button));
+  const bool has_user = share_question.keep_answer(share_user, text_of(button, "entry_username"));
+  const bool has_password = share_question.keep_answer(share_password, text_of(button, "entry_password"));
+  if (!has_user || !has_password) return show_over_page(create_dialog_specify_username_password());
+  confirm(smb_username_password_window,
+          new_confirmation(share_question.title(), share_question.text(), share_question.answer(share_user)));
 }
 
 gboolean on_smb_username_password_window_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/,
@@ -41,7 +47,7 @@ gboolean on_smb_username_password_window_delete_event(GtkWidget* /*widget*/, Gdk
 
 void on_smb_username_password_window2_next2_clicked(GtkButton* button, gpointer /*user_data*/) {
   gtk_widget_destroy(smb_username_password_window);
-  isWindowSmbUsernamePasswordOpen = 0;
+  if (isKilled == 0) share_question.close();
   destroy_window_of(GTK_WIDGET(button));
 }
 

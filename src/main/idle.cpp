@@ -14,8 +14,11 @@
 #include "interface/printer_windows.h"
 #include "interface/windows.h"
 #include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
+#include "system/capabilities.h"
 #include "system/marks.h"
+#include "system/system.h"
 
 namespace {
 
@@ -27,34 +30,54 @@ class GdkLock {
   GdkLock& operator=(const GdkLock&) = delete;
 };
 
-void set_progress(double fraction, const char* text) {
-  GtkWidget* bar = lookup_widget(window3, "progressbar1");
-  GtkWidget* label = lookup_widget(window3, "label_percentage");
+void set_progress(GtkWidget* page, double fraction, const char* text) {
+  GtkWidget* bar = lookup_widget(page, "progressbar1");
+  GtkWidget* label = lookup_widget(page, "label_percentage");
   if (bar == nullptr || label == nullptr) return;
   gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), fraction);
   gtk_label_set_text(GTK_LABEL(label), text);
 }
 
-double shown_progress() {
-  GtkWidget* bar = lookup_widget(window3, "progressbar1");
+double shown_progress(GtkWidget* page) {
+  GtkWidget* bar = lookup_widget(page, "progressbar1");
   return bar != nullptr ? gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)) : 0.0;
 }
 
-void set_sensitive(const char* button, gboolean sensitive) {
-  GtkWidget* widget = lookup_widget(window3, button);
+void set_sensitive(GtkWidget* page, const char* button, gboolean sensitive) {
+  GtkWidget* widget = lookup_widget(page, button);
   if (widget != nullptr) gtk_widget_set_sensitive(widget, sensitive);
 }
 
-// The step of one tick: the larger the archive, the smaller. Infinite below ten million bytes: both
-// divisions are whole, so the divisor is 0 there and the timeout ends at its first tick.
+// The step of one tick: the larger the archive, the smaller. Deliberate: both divisions are whole, so below
+// ten million bytes the step is infinite, the timeout ends at its first tick and the bar stands still until
+// the end of the run.
 double step_for(int size) {
   const int tens_of_megabytes = (size / 1000000) / 10;
   return 0.05 / static_cast<double>(tens_of_megabytes);
 }
 
-// For a dialog that could not be built (or was used up): nobody will press its button.
-void release_if_absent(const GtkWidget* dialog, std::atomic<int>& flag) {
-  if (dialog == nullptr) flag = 0;
+GtkWidget* new_driver_window(const char* title) {
+  GtkWidget* window = create_window_select_driver();
+  if (window != nullptr) gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
+  return window;
+}
+
+GtkWidget* new_credentials_window(const char* title, const char* share) {
+  GtkWidget* window = create_smb_username_password_window();
+  if (window == nullptr) return nullptr;
+  gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
+  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_text(share).c_str());
+  return window;
+}
+
+GtkWidget* kept(GtkWidget*& place, GtkWidget* built) {
+  keep_window(place, built);
+  return built;
+}
+
+// Without a window nobody can answer: it was used up, could not be built, or is not shown in a cancelled run.
+void wait_or_decline(Question& question, const GtkWidget* window) {
+  window != nullptr ? question.window_shown() : question.decline();
 }
 
 }  // namespace
@@ -78,23 +101,22 @@ int draw(Image_Result* data) {
 
 int progress_timeout(void* data) {
   const int size = *static_cast<const int*>(data);
-  // Linspire's bar waits for the end of the run.
-  if (std::strcmp(OSName, "Linspire") == 0 || size == 0) return 1;
+  if (!capabilities(detected_system()).progress_moves || size == 0) return 1;
   const GdkLock lock;
-  const double value = shown_progress() + step_for(size);
+  const double value = shown_progress(window3) + step_for(size);
   if (value > 1.0) return 0;
   char text[32];
   std::snprintf(text, sizeof text, "%d%%", static_cast<int>(value * 100.0));
-  set_progress(value, text);
+  set_progress(window3, value, text);
   return 1;
 }
 
 int done_button_bar(void* /*data*/) {
   take_hand_over();
   const GdkLock lock;
-  set_progress(1.0, "100%");
-  set_sensitive("button_done", TRUE);
-  set_sensitive("button_window3_cancel", FALSE);
+  set_progress(window3, 1.0, "100%");
+  set_sensitive(window3, "button_done", TRUE);
+  set_sensitive(window3, "button_window3_cancel", FALSE);
   return 0;
 }
 
@@ -117,8 +139,9 @@ int show_popup_printer_error_window(void* /*data*/) {
   take_hand_over();
   std::printf("in main::");
   const GdkLock lock;
-  show_over_page(dialog_printer_error);
-  release_if_absent(dialog_printer_error, isPrinterPopupOpen);
+  GtkWidget* dialog = isKilled == 0 ? dialog_printer_error : nullptr;
+  show_over_page(dialog);
+  wait_or_decline(printer_notice, dialog);
   return 0;
 }
 
@@ -126,42 +149,36 @@ int show_popup_user_error_window(void* /*data*/) {
   take_hand_over();
   std::printf("in main::");
   const GdkLock lock;
-  keep_window(dialog_user_error, create_dialog_user_error());
-  show_over_page(dialog_user_error);
-  release_if_absent(dialog_user_error, isUserPopupOpen);
+  GtkWidget* dialog = isKilled == 0 ? kept(dialog_user_error, create_dialog_user_error()) : nullptr;
+  show_over_page(dialog);
+  wait_or_decline(user_notice, dialog);
   return 0;
 }
 
 int show_popup_window_select_driver(void* /*data*/) {
   take_hand_over();
-  const std::string title = shown_text(displaylabel);
-  std::printf("in main.%s\n", displaylabel != nullptr ? displaylabel : "");
+  std::printf("in main.%s\n", driver_question.title());
   const GdkLock lock;
-  keep_window(window_select_driver, create_window_select_driver());
-  if (window_select_driver != nullptr) {
-    gtk_window_set_title(GTK_WINDOW(window_select_driver), title.c_str());
-    show_over_page(window_select_driver);
-  } else {
-    assign(selecteddriver, "");
-  }
+  GtkWidget* window = nullptr;
+  if (isKilled == 0) window = kept(window_select_driver, new_driver_window(driver_question.title()));
+  show_over_page(window);
   std::printf("about to exit main.");
-  release_if_absent(window_select_driver, isWindowSelectDriverOpen);
+  wait_or_decline(driver_question, window);
   return 0;
 }
 
 int show_smb_username_password_window(void* /*data*/) {
   take_hand_over();
-  std::printf("in main.%s\n", displaylabel != nullptr ? displaylabel : "");
-  std::printf("in main.%s\n", smburl != nullptr ? smburl : "");
+  std::printf("in main.%s\n", share_question.title());
+  std::printf("in main.%s\n", share_question.text());
   const GdkLock lock;
-  keep_window(smb_username_password_window, create_smb_username_password_window());
-  if (smb_username_password_window != nullptr) {
-    gtk_window_set_title(GTK_WINDOW(smb_username_password_window), shown_text(displaylabel).c_str());
-    GtkWidget* url = lookup_widget(smb_username_password_window, "label_url");
-    gtk_label_set_text(GTK_LABEL(url), shown_text(smburl).c_str());
-    show_over_page(smb_username_password_window);
+  GtkWidget* window = nullptr;
+  if (isKilled == 0) {
+    window = kept(smb_username_password_window,
+                  new_credentials_window(share_question.title(), share_question.text()));
   }
+  show_over_page(window);
   std::printf("about to exit main.");
-  release_if_absent(smb_username_password_window, isWindowSmbUsernamePasswordOpen);
+  wait_or_decline(share_question, window);
   return 0;
 }

@@ -4,8 +4,8 @@
 
 #include "interface/marks.h"
 
-/// Shows the record's result on its image, "gtk-apply" for 0 and else "gtk-cancel", and frees the record, which
-/// malloc made. Returns 0 (run once).
+/// Shows the record's result on its image, "gtk-apply" for 0 and else "gtk-cancel", and frees the record,
+/// which malloc made. Returns 0 (run once).
 int draw(Image_Result* data);
 
 #endif

@@ -1,5 +1,6 @@
 #include "state/question.h"
 
+#include <strings.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -7,39 +8,63 @@
 #include "state/posts.h"
 #include "state/state.h"
 
-bool Question::ask(const std::string& title, const std::string& text) {
-  // Not in a cancelled run: the window of a question that Cancel declined may still be reading its texts.
-  if (isKilled == 0) {
-    title_ = title;
-    text_ = text;
-    if (storage_.title != nullptr) *storage_.title = title_.c_str();
-    if (storage_.text != nullptr) *storage_.text = text_.c_str();
-  }
-  declined_ = false;
+namespace {
+
+const char* stored(const char* const* text) { return text == nullptr || *text == nullptr ? "" : *text; }
+
+}  // namespace
+
+void Question::set_title(const std::string& title) {
+  title_ = title;
+  *storage_.title = title_.c_str();
+}
+
+void Question::set_text(const std::string& text) {
+  text_ = text;
+  *storage_.text = text_.c_str();
+}
+
+bool Question::ask() {
+  declined_ = 0;
   storage_.open = 1;
   post_to_gui(show_, nullptr);
   while (storage_.open == 1) sleep(1);
-  return !declined_;
+  return declined_ == 0;
 }
+
+void Question::forget_answers() {
+  for (const std::span<char> answer : storage_.answers) explicit_bzero(answer.data(), answer.size());
+}
+
+const char* Question::answer(std::size_t number) const { return storage_.answers.at(number).data(); }
+
+const char* Question::title() const { return stored(storage_.title); }
+
+const char* Question::text() const { return stored(storage_.text); }
 
 bool Question::keep_answer(std::size_t number, const char* text) {
   const std::span<char> answer = storage_.answers.at(number);
   const bool fits = std::strlen(text) < answer.size();
   std::strcpy(answer.data(), fits ? text : "");
-  return fits;
+  return answer.front() != '\0';
 }
 
-void Question::close() { storage_.open = 0; }
+void Question::close() {
+  shown_ = false;
+  storage_.open = 0;
+}
 
 void Question::decline() {
-  for (const std::span<char> answer : storage_.answers) answer.front() = '\0';
-  declined_ = true;
+  forget_answers();
+  declined_ = 1;
   close();
 }
 
 Question printer_notice({.open = isPrinterPopupOpen}, show_popup_printer_error_window);
 Question user_notice({.open = isUserPopupOpen}, show_popup_user_error_window);
-Question driver_question({.open = isWindowSelectDriverOpen, .title = &displaylabel, .answers = {selecteddriver}},
+Question driver_question({.open = isWindowSelectDriverOpen,
+                          .title = &displaylabel,
+                          .answers = {selecteddriver}},
                          show_popup_window_select_driver);
 Question share_question({.open = isWindowSmbUsernamePasswordOpen,
                          .title = &displaylabel,
@@ -49,6 +74,6 @@ Question share_question({.open = isWindowSmbUsernamePasswordOpen,
 
 void decline_open_questions() {
   for (Question* question : {&printer_notice, &user_notice, &driver_question, &share_question}) {
-    if (question->is_open()) question->decline();
+    if (question->has_window()) question->decline();
   }
 }

@@ -1,17 +1,22 @@
 // A question that the worker asks the person in a window of its own, and waits for.
 //
-//   worker                            GUI thread
-//   ask: title, text, flag = 1, post
-//                                     the posted callback builds the window from title() and text()
-//                                     answer or decline: the answers, then flag = 0
+//   worker                      GUI thread
+//   set_title, set_text
+//   ask: flag = 1, post
+//                               the posted callback builds the window from title() and text(): window_shown
+//                               the window's buttons: keep_answer, then close: flag = 0
+//                               or decline, from the callback, a button or Cancel: no answers, then flag = 0
 //   ask returns
 //
-// The flag is always the last write on either side. The given globals (state/state.h) are the storage, so each
-// question is one of the four below.
+// The answers come first and the flag comes last. A question is closed only after its callback has run, so
+// between two questions no window reads the texts and the worker may write them; a window that a cancelled
+// run leaves behind must not read them. The given globals (state/state.h) are the storage, so each question
+// is one of the four below.
 #ifndef BRINDLE_STATE_QUESTION_H
 #define BRINDLE_STATE_QUESTION_H
 
 #include <atomic>
+#include <cstddef>
 #include <span>
 #include <string>
 #include <utility>
@@ -20,9 +25,9 @@
 class Question {
  public:
   struct Storage {
-    std::atomic<int>& open;                   ///< 1 while the question is open
-    const char** title = nullptr;             ///< null: the window has a title of its own
-    const char** text = nullptr;              ///< null: the window has no text from the worker
+    std::atomic<int>& open;                  ///< 1 while the question is open
+    const char** title = nullptr;            ///< null: the window has a title of its own
+    const char** text = nullptr;             ///< null: the window has no text from the worker
     std::vector<std::span<char>> answers{};  ///< none: a notice, which is only acknowledged
   };
 
@@ -31,19 +36,38 @@ class Question {
   Question(const Question&) = delete;
   Question& operator=(const Question&) = delete;
 
-  // ---- Worker
+  // ---- Worker, never while the question is open
 
-  /// Asks, and sleeps one second at a time until the question is closed. Returns whether it was answered: false
-  /// when the person declined, or the run was cancelled. The answers are in their globals, empty ones after a
-  /// decline.
-  bool ask(const std::string& title = "", const std::string& text = "");
+  /// The title and the text of the coming window. Only for questions that have storage for them.
+  void set_title(const std::string& title);
+  void set_text(const std::string& text);
+
+  /// Asks, and sleeps one second at a time until the question is closed. Returns whether it was answered:
+  /// false when it was declined.
+  bool ask();
+
+  /// Overwrites the answers to their last byte.
+  void forget_answers();
+
+  // ---- Both threads
+
+  /// An answer as it lies in its global; empty after a decline. For the worker once ask has returned, for the
+  /// GUI thread while the question is open.
+  const char* answer(std::size_t number) const;
 
   // ---- GUI thread
 
-  bool is_open() const { return storage_.open == 1; }
+  /// Empty when none is set.
+  const char* title() const;
+  const char* text() const;
 
-  /// Keeps one answer, without closing the question. False, and the answer is empty, when it does not fit: cut,
-  /// it would be another one.
+  /// Tells that the window is there and its buttons will close the question, which Cancel may decline from
+  /// now on.
+  void window_shown() { shown_ = true; }
+  bool has_window() const { return shown_; }
+
+  /// Keeps one answer, without closing the question. False for an empty text and for one that does not fit,
+  /// which is kept as an empty one: cut, it would be another answer.
   bool keep_answer(std::size_t number, const char* text);
 
   /// Closes the question; what keep_answer kept is the answer. The worker goes on.
@@ -55,23 +79,27 @@ class Question {
  private:
   Storage storage_;
   int (*show_)(void*);
-  std::string title_;  // the other thread reads title and text as long as the window lives
+  std::string title_;
   std::string text_;
-  std::atomic<bool> declined_{false};
+  std::atomic<int> declined_{0};
+  bool shown_ = false;  // GUI thread only
 };
 
 /// OK of a notice that needs no answer: printers need root; this is no login name.
 extern Question printer_notice;
 extern Question user_notice;
 
-/// Which driver has the printer? One answer, selecteddriver.
+/// Which driver has the printer? The title is its name; one answer, selecteddriver, which is empty for a
+/// printer to be skipped.
 extern Question driver_question;
 
-/// Who may print on the share? Two answers, Username and Password.
+/// Who may print on the share? The title is the queue, the text the share; two answers, Username and
+/// Password.
 extern Question share_question;
+enum ShareAnswer : std::size_t { share_user, share_password };
 
-/// Declines every open question. For a cancelled run, after isKilled is set: the callbacks of questions asked from
-/// then on decline them instead of showing their windows.
+/// Declines every question whose window is there. For a cancelled run, after isKilled is set: the callbacks
+/// of questions that are on their way or come later decline them themselves.
 void decline_open_questions();
 
 #endif

@@ -11,11 +11,11 @@
 
 #include "interface/dialogs.h"
 #include "interface/pages.h"
-#include "system/detection.h"
 #include "interface/windows.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "system/detection.h"
 
 // Caches that the toolkit's libraries keep until the end of the program.
 const char* const toolkit_leaks =

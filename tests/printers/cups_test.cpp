@@ -92,6 +92,21 @@ TEST_F(NldPrinter, SkippedNeverGetsTheModelOfTheOneBefore) {
   EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr("-m 'laserjet.ppd.gz'")));
 }
 
+TEST_F(NldPrinter, GetsNoQueueWhenThePersonDeclinesADriver) {
+  add_printer("a.txt", {{"Driver Name", "Unknown"}});
+  windows.decline_driver();
+  EXPECT_THAT(traces([] { nldprinter(archive); }),
+              testing::EndsWith("Selected Driver::Driver=ID= \t Driver="));
+  EXPECT_THAT(queue_commands(), IsEmpty());
+}
+
+TEST_F(NldPrinter, GetsNoQueueWhenThePersonDeclinesTheCredentials) {
+  add_printer("a.txt", {{"Port Name", "//server/hp"}});
+  windows.decline_credentials();
+  EXPECT_THAT(traces([] { nldprinter(archive); }), testing::EndsWith("Migrating SMB Printer"));
+  EXPECT_THAT(queue_commands(), IsEmpty());
+}
+
 TEST_F(NldPrinter, PassesOverPortsThatLeadNowhere) {
   add_printer("a.txt", {{"Port Name", "COM1"}});
   add_printer("b.txt", {{"Port Name", "C:\\out.prn"}});

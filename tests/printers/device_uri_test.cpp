@@ -30,7 +30,7 @@ TEST_P(DeviceOfPort, IsDecidedByTheFirstTestThatHolds) {
   EXPECT_EQ(GetParam().traces, traces([&] { device = device_of_port(GetParam().port); }));
   ASSERT_TRUE(device.has_value());
   EXPECT_EQ(GetParam().uri, device->uri);
-  EXPECT_EQ("", device->share);
+  EXPECT_FALSE(device->share.has_value());
   EXPECT_EQ(GetParam().uri, uri_of(*device, "any"));
 }
 
@@ -103,7 +103,7 @@ TEST(ShareUri, AsksForTheCredentials) {
   Windows windows;
   windows.sign_in("u", "p");
   const Device device = device_of_port("//server/hp").value();
-  std::string uri;
+  std::optional<std::string> uri;
   EXPECT_EQ("Migrating SMB PrinterUsername::uPassword::pURI::smb://u:p@server/hp",
             traces([&] { uri = uri_of(device, "HPLaserJet"); }));
   EXPECT_EQ("smb://u:p@server/hp", uri);
@@ -117,6 +117,32 @@ TEST(ShareUri, IsAskedForAgainForEveryPrinter) {
   EXPECT_EQ("smb://ann:one@s/a", uri_of(device_of_port("//s/a").value(), "A"));
   EXPECT_EQ("smb://bob:two@s/b", uri_of(device_of_port("//s/b").value(), "B"));
   EXPECT_THAT(Windows::shown(), ElementsAre("credentials A //s/a", "credentials B //s/b"));
+}
+
+TEST(ShareUri, OfAShareWithoutANameIsAskedForToo) {
+  Windows windows;
+  windows.sign_in("u", "p");
+  EXPECT_EQ("smb://u:p@", uri_of(device_of_port("//").value(), "A"));
+  EXPECT_THAT(Windows::shown(), ElementsAre("credentials A //"));
+}
+
+TEST(ShareUri, IsNoneWhenThePersonDeclines) {
+  Windows windows;
+  windows.decline_credentials();
+  assign(Username, "before");
+  assign(Password, "before");
+  const Device device = device_of_port("//server/hp").value();
+  std::optional<std::string> uri = "before";
+  EXPECT_EQ("Migrating SMB Printer", traces([&] { uri = uri_of(device, "HPLaserJet"); }));
+  EXPECT_FALSE(uri.has_value());
+  EXPECT_THAT(Username, Each('\0'));
+  EXPECT_THAT(Password, Each('\0'));
+}
+
+TEST(Credentials, AreNotTracedWhenThePersonDeclines) {
+  Windows windows;
+  windows.decline_credentials();
+  EXPECT_EQ("", traces([] { getUsernamePassword("HPLaserJet"); }));
 }
 
 TEST(Credentials, AreWaitedForInWholeSeconds) {

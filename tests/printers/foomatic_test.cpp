@@ -122,6 +122,35 @@ TEST_F(Printer, SkippedNeverGetsTheDriverOfTheOneBefore) {
   EXPECT_EQ(1u, queue_commands().size());
 }
 
+TEST_F(Printer, GetsNoQueueWhenThePersonDeclinesADriver) {
+  windows.choose("HP LaserJet Id='HP-LaserJet' Driver='laserjet' Com");
+  add_printer("a.txt", {{"Driver Name", "Known to nobody"}});
+  windows.decline_driver();
+  stand_in("foomatic-ppdfile-bd");
+  EXPECT_THAT(traces([] { printer(archive); }),
+              testing::EndsWith("Woken up.Selected Driver::Id=\tDriver=ID= \t Driver="));
+  EXPECT_THAT(queue_commands(), IsEmpty());
+  EXPECT_STREQ("", Id2);
+  EXPECT_STREQ("", Driver2);
+}
+
+TEST_F(Printer, GetsNoQueueWhenThePersonDeclinesTheCredentials) {
+  windows.decline_credentials();
+  add_printer("a.txt", {{"Port Name", "//server/hp"}});
+  EXPECT_THAT(traces([] { EXPECT_EQ(0, printer(archive)); }), testing::EndsWith("Migrating SMB Printer"));
+  EXPECT_THAT(queue_commands(), IsEmpty());
+}
+
+TEST_F(Printer, GoesOnAfterADeclinedShare) {
+  windows.decline_credentials();
+  windows.sign_in("u", "p");
+  for (const char* name : {"a", "b"})
+    add_printer(name, {{"Port Name", "//server/hp"}, {"Driver Name Wo Spaces", name}});
+  printer(archive);
+  EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr(" -c 'smb://u:p@server/hp' ")));
+  EXPECT_EQ(2u, Windows::shown().size());
+}
+
 TEST_F(Printer, GoesOnWithoutItsKeys) {
   write_file("/tmp/archive/Printers/a.txt", "Port Name=LPT1\r\n");
   windows.choose("HP LaserJet Id='HP-LaserJet' Driver='laserjet' Com");

@@ -24,8 +24,8 @@ class Options : public testing::Test {
     forget_commands();
   }
 
-  void set(OptionTool tool, const char* system) {
-    set_options(printer, tool, system, compose("the command before"));
+  void set(PrinterTools tools, System system) {
+    set_options(printer, tools, system, compose("the command before"));
   }
 
   Printer printer;
@@ -44,16 +44,16 @@ class EachSetting : public Options, public testing::WithParamInterface<Setting> 
 
 TEST_P(EachSetting, IsOneFoomaticCommandOnKde) {
   printer.*GetParam().value = GetParam().text;
-  for (const char* system : {"Linspire", "Xandros"}) {
+  for (const System system : {System::linspire, System::xandros, System::other}) {
     forget_commands();
-    set(OptionTool::foomatic_configure, system);
+    set(PrinterTools::foomatic, system);
     EXPECT_THAT(commands_run(), ElementsAre(GetParam().kde));
   }
 }
 
 TEST_P(EachSetting, IsOneCupsCommandOnGnome) {
   printer.*GetParam().value = GetParam().text;
-  set(OptionTool::lpoptions, "GNome");
+  set(PrinterTools::cups, System::gnome);
   EXPECT_THAT(commands_run(), ElementsAre(GetParam().gnome));
 }
 
@@ -137,9 +137,9 @@ class NoSetting : public Options, public testing::WithParamInterface<Setting> {}
 
 TEST_P(NoSetting, RunsNothing) {
   printer.*GetParam().value = GetParam().text;
-  set(OptionTool::foomatic_configure, "Linspire");
-  set(OptionTool::foomatic_configure, "RedFlag");
-  set(OptionTool::lpoptions, "GNome");
+  set(PrinterTools::foomatic, System::linspire);
+  set(PrinterTools::foomatic, System::redflag);
+  set(PrinterTools::cups, System::gnome);
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -155,7 +155,7 @@ INSTANTIATE_TEST_SUITE_P(Values, NoSetting,
 
 TEST_F(Options, OfLandscapeHaveANumberOnRedFlag) {
   printer.orientation = "DMORIENT_LANDSCAPE";
-  set(OptionTool::foomatic_configure, "RedFlag");
+  set(PrinterTools::foomatic, System::redflag);
   EXPECT_THAT(commands_run(), ElementsAre("lpoptions -p 'Q' -o orientation-requested=4"));
 }
 
@@ -163,9 +163,9 @@ TEST_F(Options, OfAUsersPaperPassItsMeasuresOn) {
   printer.paper_size = "DMPAPER_USER";
   printer.paper_width = "612";
   printer.paper_length = "1008";
-  const std::string said = traces([&] { set(OptionTool::foomatic_configure, "Linspire"); });
+  const std::string said = traces([&] { set(PrinterTools::foomatic, System::linspire); });
   EXPECT_THAT(said, testing::HasSubstr("Setting page size based on paper width and height.Options::"));
-  set(OptionTool::lpoptions, "GNome");
+  set(PrinterTools::cups, System::gnome);
   EXPECT_THAT(commands_run(), ElementsAre("foomatic-configure -s cups -n 'Q' -o PageSize=Custom: "
                                           "\" -dDEVICEWIDTHPOINTS=612 -dDEVICEHEIGHTPOINTS=1008\"",
                                           "lpoptions -p 'Q' -o PageSize=Custom: "
@@ -186,7 +186,7 @@ TEST_F(Options, AreSetInTheirFixedOrderAndTraced) {
       "Options::foomatic-configure -s cups -n 'Q' -o OutputType=Color"
       "Options::foomatic-configure -s cups -n 'Q' -o QualityType=High"
       "Options::foomatic-configure -s cups -n 'Q' -o Quality=600x600sw",
-      traces([&] { set(OptionTool::foomatic_configure, "Xandros"); }));
+      traces([&] { set(PrinterTools::foomatic, System::xandros); }));
   EXPECT_EQ(6u, commands_run().size());
 }
 
@@ -199,7 +199,7 @@ TEST_F(Options, WithoutAMatchTraceTheCommandBefore) {
       "Options::lpoptions -p 'Q' -o PageSize=A4"
       "Options::lpoptions -p 'Q' -o PageSize=A4"
       "Options::lpoptions -p 'Q' -o PageSize=A4",
-      traces([&] { set(OptionTool::lpoptions, "GNome"); }));
+      traces([&] { set(PrinterTools::cups, System::gnome); }));
 }
 
 TEST_F(Options, NeverLetAValueOutOfItsWord) {
@@ -209,8 +209,8 @@ TEST_F(Options, NeverLetAValueOutOfItsWord) {
   printer.paper_length = "`touch /tmp/owned`";
   printer.y_resolution = "300;touch /tmp/owned";
   printer.duplex = "DMDUP_VERTICAL";
-  set(OptionTool::foomatic_configure, "Linspire");
-  set(OptionTool::lpoptions, "GNome");
+  set(PrinterTools::foomatic, System::linspire);
+  set(PrinterTools::cups, System::gnome);
   EXPECT_EQ(6u, commands_run().size());
   EXPECT_FALSE(exists("/tmp/owned"));
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "state/posts.h"
+#include "state/question.h"
 #include "state/state.h"
 
 namespace {
@@ -18,6 +19,8 @@ std::mutex planning;
 std::deque<std::string> drivers;
 std::map<std::string, std::string> drivers_by_title;
 std::deque<std::pair<std::string, std::string>> credentials;
+bool driver_declined = false;
+bool credentials_declined = false;
 std::vector<std::string> windows;
 std::atomic<unsigned> slept{0};
 GMainLoop* loop = nullptr;
@@ -43,14 +46,15 @@ extern "C" unsigned sleep(unsigned seconds) {
 int show_popup_printer_error_window(void*) { return 0; }
 int show_popup_user_error_window(void*) { return 0; }
 
-// As the wizard's handlers do it: the answer first, the flag last.
 int show_popup_window_select_driver(void*) {
   take_hand_over();
   const std::scoped_lock lock(planning);
   windows.push_back(std::string("driver ") + displaylabel);
+  if (std::exchange(driver_declined, false)) return driver_question.decline(), 0;
   const auto planned = drivers_by_title.find(displaylabel);
-  assign(selecteddriver, planned == drivers_by_title.end() ? next(drivers).c_str() : planned->second.c_str());
-  isWindowSelectDriverOpen = 0;
+  driver_question.keep_answer(
+      0, planned == drivers_by_title.end() ? next(drivers).c_str() : planned->second.c_str());
+  driver_question.close();
   return 0;
 }
 
@@ -58,10 +62,11 @@ int show_smb_username_password_window(void*) {
   take_hand_over();
   const std::scoped_lock lock(planning);
   windows.push_back(std::string("credentials ") + displaylabel + " " + smburl);
+  if (std::exchange(credentials_declined, false)) return share_question.decline(), 0;
   const auto [user, password] = next(credentials);
-  assign(Username, user.c_str());
-  assign(Password, password.c_str());
-  isWindowSmbUsernamePasswordOpen = 0;
+  share_question.keep_answer(share_user, user.c_str());
+  share_question.keep_answer(share_password, password.c_str());
+  share_question.close();
   return 0;
 }
 
@@ -84,6 +89,16 @@ void Windows::choose(const std::string& driver) {
 void Windows::choose_for(const std::string& title, const std::string& driver) {
   const std::scoped_lock lock(planning);
   drivers_by_title[title] = driver;
+}
+
+void Windows::decline_driver() {
+  const std::scoped_lock lock(planning);
+  driver_declined = true;
+}
+
+void Windows::decline_credentials() {
+  const std::scoped_lock lock(planning);
+  credentials_declined = true;
 }
 
 void Windows::sign_in(const std::string& user, const std::string& password) {

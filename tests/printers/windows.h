@@ -18,6 +18,9 @@ class Windows {
   void choose(const std::string& driver);
   /// The answer whenever a driver window has this title.
   void choose_for(const std::string& title, const std::string& driver);
+  /// The coming driver window, or credentials window, is declined instead.
+  void decline_driver();
+  void decline_credentials();
   /// Answers of the coming credentials windows, in turn.
   void sign_in(const std::string& user, const std::string& password);
 

@@ -2,13 +2,11 @@
 
 #include <cstdio>
 
+#include "process/archive/layout.h"
 #include "process/archive/settings.h"
 #include "shell/files.h"
-#include "shell/run.h"
 
 namespace {
-
-constexpr const char* default_file = "/Default.txt";
 
 struct Key {
   std::string PrinterDescription::*value;
@@ -30,6 +28,10 @@ constexpr Key keys[] = {
     {&PrinterDescription::y_resolution, "Y-Resolution"},
 };
 
+bool is_default(const std::string& path) {
+  return path.ends_with(std::string("/") + layout::default_printer);
+}
+
 void trace(const PrinterDescription& printer) {
   std::printf("Printer Port::%s", printer.port.c_str());
   std::printf("Printer Name::%s", printer.driver_name.c_str());
@@ -43,14 +45,15 @@ std::optional<PrinterDescription> read_description(const std::string& path) {
   if (!file) return std::nullopt;
   PrinterDescription printer;
   for (const Key& key : keys) printer.*key.value = setting(file.get(), key.name).value_or("");
-  printer.is_default = path.ends_with(default_file);
+  printer.is_default = is_default(path);
   return printer;
 }
 
-void for_each_description(const char* args, const std::function<void(const PrinterDescription&)>& migrate) {
-  for (const std::string& path : description_files(args)) {
+void for_each_description(const std::string& root,
+                          const std::function<void(const PrinterDescription&)>& migrate) {
+  for (const std::string& path : description_files(root)) {
     std::printf("Printer File::%s", path.c_str());
-    SYSTEM(compose("dos2unix %s", path));
+    convert_line_ends(path);
     const std::optional<PrinterDescription> printer = read_description(path);
     if (!printer) continue;
     trace(*printer);
@@ -58,8 +61,8 @@ void for_each_description(const char* args, const std::function<void(const Print
   }
 }
 
-std::vector<std::string> description_files(const char* args) {
-  const std::string folder = std::string(args) + "/Printers";
+std::vector<std::string> description_files(const std::string& root) {
+  const std::string folder = root + "/" + layout::printers;
   std::optional<std::vector<std::string>> names = list_folder(folder);
   if (!names) {
     std::perror("Printer:: ");

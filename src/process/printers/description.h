@@ -28,13 +28,14 @@ struct PrinterDescription {
 /// Reads the file at `path` (LF line ends). No value, with errno set, when it cannot be opened.
 std::optional<PrinterDescription> read_description(const std::string& path);
 
-/// Hands every printer of the folder "Printers" under `args`, in directory order, to `migrate`, after its
+/// Hands every printer of the folder "Printers" under `root`, in directory order, to `migrate`, after its
 /// file's line ends were converted. Prints the trace lines of each. A file that cannot be opened is passed
 /// over; a folder that cannot be opened is reported on standard error.
-void for_each_description(const char* args, const std::function<void(const PrinterDescription&)>& migrate);
+void for_each_description(const std::string& root,
+                          const std::function<void(const PrinterDescription&)>& migrate);
 
-/// Paths of the entries of the folder "Printers" under `args`, in directory order. None, after "Printer:: "
+/// Paths of the entries of the folder "Printers" under `root`, in directory order. None, after "Printer:: "
 /// and the system error on standard error, when the folder cannot be opened.
-std::vector<std::string> description_files(const char* args);
+std::vector<std::string> description_files(const std::string& root);
 
 #endif

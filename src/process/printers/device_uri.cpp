@@ -8,7 +8,6 @@
 
 #include "shell/files.h"
 #include "state/question.h"
-#include "state/state.h"
 
 namespace {
 
@@ -30,7 +29,7 @@ struct LocalPort {
   const char* uri;
 };
 
-// The USB printer device takes plain bytes like a parallel port, so it gets that scheme on purpose.
+// Deliberate: part of the output. A person finds a USB printer under a parallel: address.
 constexpr LocalPort local_ports[] = {
     {"USB001", "parallel:/dev/usb/lp0"},
     {"LPT1", "parallel:/dev/lp0"},
@@ -39,7 +38,7 @@ constexpr LocalPort local_ports[] = {
 
 Device traced(std::string uri) {
   std::printf("URI::%s", uri.c_str());
-  return {std::move(uri), ""};
+  return {std::move(uri), std::nullopt};
 }
 
 Device internet_printer(const std::string& port) {
@@ -55,11 +54,8 @@ Device lpd_printer(const std::string& port) {
   return device;
 }
 
-// The credentials window reads `smburl` on the other thread, so the text must outlive the printer.
 Device share_printer(const std::string& port) {
-  static std::string shown;
-  shown = port;
-  smburl = shown.c_str();
+  share_question.set_text(port);
   return {"", port.substr(2)};
 }
 
@@ -78,6 +74,20 @@ bool prints_to_a_drive(const std::string& port) {
   return std::ranges::any_of(drives, [&](const char* drive) { return contains(port, drive); });
 }
 
+bool ask_for_credentials(const std::string& title) {
+  share_question.set_title(title);
+  if (!share_question.ask()) return false;
+  std::printf("Username::%s", share_question.answer(share_user));
+  // Deliberate: part of the output. Whoever reads it sees the password.
+  std::printf("Password::%s", share_question.answer(share_password));
+  return true;
+}
+
+std::string with_credentials(const std::string& share) {
+  return std::string("smb://") + share_question.answer(share_user) + ":" +
+         share_question.answer(share_password) + "@" + share;
+}
+
 }  // namespace
 
 // The order is part of the answer: "FILE:" must meet the drives before it is taken for a print server.
@@ -89,25 +99,19 @@ std::optional<Device> device_of_port(const std::string& port) {
   return local_printer(port);
 }
 
-std::string uri_of(const Device& device, const std::string& label) {
-  if (device.share.empty()) return device.uri;
+std::optional<std::string> uri_of(const Device& device, const std::string& label) {
+  if (!device.share) return device.uri;
   std::printf("Migrating SMB Printer");
-  getUsernamePassword(label.c_str());
-  std::string uri = std::string("smb://") + Username + ":" + Password + "@" + device.share;
+  if (!ask_for_credentials(label)) return std::nullopt;
+  std::string uri = with_credentials(*device.share);
   std::printf("URI::%s", uri.c_str());
   return uri;
 }
 
-void getUsernamePassword(const char* drivername) {
-  share_question.ask(drivername, smburl);
-  std::printf("Username::%s", Username);
-  // In clear, deliberately: only so can a mistyped password be told from a share that refuses its user.
-  std::printf("Password::%s", Password);
-}
+void getUsernamePassword(const char* drivername) { ask_for_credentials(drivername); }
 
 void forget_credentials(std::string& uri) {
-  explicit_bzero(Username, sizeof Username);
-  explicit_bzero(Password, sizeof Password);
+  share_question.forget_answers();
   explicit_bzero(uri.data(), uri.size());
   uri.clear();
 }

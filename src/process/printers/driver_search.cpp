@@ -3,14 +3,17 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "shell/compose.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 #include "shell/run.h"
 #include "state/question.h"
 #include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
@@ -40,26 +43,18 @@ Words split_up(const std::string& name) {
   return words;
 }
 
-std::string search_text(const Words& words) {
+std::string joined(const Words& words) {
   std::string text = words.front();
   for (std::size_t i = 1; i < words.size(); ++i) text += " " + words[i];
-  std::printf("GrepString::%s", text.c_str());
-  std::printf("Removing the ppd.txt file.");
   return text;
-}
-
-// The window's title is read by the other thread: it must outlive the search.
-void show_as_title(const char* drivername) {
-  static std::string title;
-  title = drivername;
-  displaylabel = title.c_str();
 }
 
 void remove_result(const std::string& home) { SYSTEM(compose("rm %s/ppd.txt", home)); }
 
-void ask_user(const std::string& home) {
+// The person's choice; empty: skip the printer.
+std::string ask_person(const std::string& home) {
   remove_result(home);
-  driver_question.ask(displaylabel);
+  return driver_question.ask() ? driver_question.answer(0) : "";
 }
 
 File open_result(const std::string& home) {
@@ -76,54 +71,68 @@ void report_no_match(const File& result) {
   }
 }
 
-// With its newline: the traces show a line as it was read.
-bool read_line(const File& file, std::string& line) { return read_piece(file.get(), line_limit, line); }
-
-std::string up_to_blank(const std::string& text) { return text.substr(0, text.find_first_of(" \n")); }
-
-// The text from `line`'s first `label` to the next blank, its single quotes included.
-std::string field(const std::string& line, const char* label) {
-  const std::size_t found = line.find(label);
-  if (found == std::string::npos) return "";
-  return up_to_blank(line.substr(found + std::char_traits<char>::length(label)));
+std::string up_to_blank(std::string_view text) {
+  return std::string(text.substr(0, text.find_first_of(" \n")));
 }
 
-void take_listing(const std::string& line) {
-  assign(Id2, field(line, "Id=").c_str());
-  assign(Driver2, field(line, "Driver=").c_str());
-  std::printf("Id=%s\tDriver=%s", Id2, Driver2);
+// The text from `line`'s first `label` to the next blank, its single quotes included.
+std::string field(std::string_view line, std::string_view label) {
+  const std::size_t found = line.find(label);
+  return found == std::string_view::npos ? "" : up_to_blank(line.substr(found + label.size()));
+}
+
+// The model that a line of the listing names. A text that does not fit into its global is none: cut, it would
+// be another one.
+Model listed_model(const std::string& line) {
+  Model model = {field(line, "Id="), field(line, "Driver=")};
+  if (!assign(Id2, model.id.c_str())) model.id.clear();
+  if (!assign(Driver2, model.driver.c_str())) model.driver.clear();
+  std::printf("Id=%s\tDriver=%s", model.id.c_str(), model.driver.c_str());
+  return model;
+}
+
+// With its newline: the traces show a line as it was read.
+std::optional<std::string> first_line(const File& result) {
+  if (!result) return std::nullopt;
+  PieceReader lines(result.get(), line_limit);
+  std::string_view line;
+  return lines.next(line) ? std::optional<std::string>(line) : std::nullopt;
 }
 
 std::optional<std::string> search_foomatic(const Words& words, const std::string& home) {
-  const shell::Command command =
-      compose("foomatic-ppdfile-bd -P\"%s\" > %s/ppd.txt", search_text(words), home);
+  const std::string text = joined(words);
+  std::printf("GrepString::%s", text.c_str());
+  std::printf("Removing the ppd.txt file.");  // Deliberate: part of the output. Nothing is removed here.
+  const shell::Command command = compose("foomatic-ppdfile-bd -P\"%s\" > %s/ppd.txt", text, home);
   SYSTEM(command);
   std::printf("Executed Command::%s", command.c_str());
   const File result = open_result(home);
   if (result) std::printf("Found the ppd.txt file.Continuing");
-  std::string line;
-  if (result && read_line(result, line)) return line;
-  report_no_match(result);
-  return std::nullopt;
+  std::optional<std::string> line = first_line(result);
+  if (!line) report_no_match(result);
+  return line;
 }
 
 // A line of the result that the model list recommends; its first word is the PPD's name.
 std::optional<std::string> recommended_model(const File& result) {
-  std::string line;
-  while (result && read_line(result, line)) {
-    std::printf("Value read from ppd.txt::%s", line.c_str());
-    if (contains(line, "recommended")) return up_to_blank(line);
+  if (!result) return std::nullopt;
+  PieceReader lines(result.get(), line_limit);
+  for (std::string_view line; lines.next(line);) {
+    std::printf("Value read from ppd.txt::%s", std::string(line).c_str());
+    if (line.find("recommended") != std::string_view::npos) return up_to_blank(line);
   }
   return std::nullopt;
 }
 
 std::optional<std::string> search_model_list(const Words& words, const std::string& home) {
-  const std::string text = search_text(words);
+  const std::string text = joined(words);
+  std::printf("GrepString::%s", text.c_str());
+  std::printf("Removing the ppd.txt file.");
   remove_result(home);
   std::printf("Running the grep command.");
   shell::run_unlogged(compose("grep -i \"%s\" %s/ppdlist.txt > %s/ppd.txt", text, home, home));
   const File result = open_result(home);
-  const std::optional<std::string> model = recommended_model(result);
+  std::optional<std::string> model = recommended_model(result);
   if (!model) report_no_match(result);
   return model;
 }
@@ -131,57 +140,73 @@ std::optional<std::string> search_model_list(const Words& words, const std::stri
 // The longest prefix of the name that `search` finds something for.
 template <typename Search>
 std::optional<std::string> search_shorter_and_shorter(Words words, const std::string& home, Search search) {
+  std::printf("Trying to find printer name using grep.");
   for (; words.size() >= shortest_search; words.pop_back()) {
     if (std::optional<std::string> found = search(words, home)) return found;
   }
   return std::nullopt;
 }
 
+Words prepare_search(const std::string& home, const std::string& driver_name) {
+  trace_home(home);
+  driver_question.set_title(driver_name);
+  return split_up(driver_name);
+}
+
+void list_models(const std::string& home) {
+  const shell::Command listing = compose("lpinfo -m > %s/ppdlist.txt", home);
+  SYSTEM(listing);
+  std::printf("Executing command::%s", listing.c_str());
+}
+
+Model found_model(const std::string& ppd, const std::string& home) {
+  static std::string kept;
+  kept = ppd;
+  Driver = kept.data();
+  std::printf("Driver=%s", ppd.c_str());
+  remove_result(home);
+  return {"", ppd};
+}
+
+Model chosen_model(const std::string& ppd) {
+  std::printf("Selected Driver::%s", ppd.c_str());
+  Driver = selecteddriver;
+  std::printf("Driver=%s", ppd.c_str());
+  return {"", ppd};
+}
+
 }  // namespace
 
-char* finddriver(const char* drivername) {
-  // An answer for the printer before must never be taken for this one.
-  assign(Id2, "");
-  assign(Driver2, "");
-  const std::string home = user_home();
-  show_as_title(drivername);
-  const Words words = split_up(drivername);
-  std::printf("Trying to find printer name using grep.");
+Model find_foomatic_model(const std::string& home, const std::string& driver_name) {
+  const Words words = prepare_search(home, driver_name);
   if (const auto line = search_shorter_and_shorter(words, home, search_foomatic)) {
     std::printf("Value read from ppd.txt::%s", line->c_str());
-    take_listing(*line);
+    const Model model = listed_model(*line);
     remove_result(home);
-    return nothing;
+    return model;
   }
-  ask_user(home);
+  const std::string chosen = ask_person(home);
   std::printf("Woken up.");
-  std::printf("Selected Driver::%s", selecteddriver);
-  if (contains(selecteddriver, "Id=")) std::printf("Found Id=");
-  take_listing(selecteddriver);
+  std::printf("Selected Driver::%s", chosen.c_str());
+  if (contains(chosen, "Id=")) std::printf("Found Id=");
+  return listed_model(chosen);
+}
+
+Model find_cups_model(const std::string& home, const std::string& driver_name) {
+  Driver = nothing;
+  const Words words = prepare_search(home, driver_name);
+  list_models(home);
+  if (const auto ppd = search_shorter_and_shorter(words, home, search_model_list))
+    return found_model(*ppd, home);
+  return chosen_model(ask_person(home));
+}
+
+char* finddriver(const char* drivername) {
+  find_foomatic_model(target_of("").home, drivername);
   return nothing;
 }
 
 char* nldfinddriver(const char* drivername) {
-  static std::string ppd_name;
-  Driver = nothing;
-  const std::string home = user_home();
-  show_as_title(drivername);
-  const Words words = split_up(drivername);
-  const shell::Command listing = compose("lpinfo -m > %s/ppdlist.txt", home);
-  SYSTEM(listing);
-  std::printf("Executing command::%s", listing.c_str());
-  std::printf("Trying to find printer name using grep.");
-  const auto found = search_shorter_and_shorter(words, home, search_model_list);
-  if (found) {
-    ppd_name = *found;
-    Driver = ppd_name.data();
-    std::printf("Driver=%s", Driver);
-    remove_result(home);
-    return nothing;
-  }
-  ask_user(home);
-  std::printf("Selected Driver::%s", selecteddriver);
-  Driver = selecteddriver;
-  std::printf("Driver=%s", Driver);
+  find_cups_model(target_of("").home, drivername);
   return nothing;
 }

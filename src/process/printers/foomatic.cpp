@@ -1,35 +1,28 @@
 #include "process/printers/foomatic.h"
 
-#include <cstdio>
-
-#include "process/printers/driver_search.h"
 #include "process/printers/queue.h"
-#include "shell/run.h"
+#include "shell/compose.h"
 #include "state/state.h"
+#include "system/target.h"
 
 namespace {
 
-bool find_driver(const PrinterDescription& printer) {
-  finddriver(printer.driver_name.c_str());
-  std::printf("ID=%s \t Driver=%s", Id2, Driver2);
-  return Id2[0] != '\0' && Driver2[0] != '\0';
-}
-
 // Id and driver bring their own single quotes and are refused unless they are one quoted word each.
-shell::Command make_queue(const PrinterDescription& printer, const std::string& uri) {
-  std::printf("Printer Name::%s", printer.queue.c_str());
-  shell::Command command = compose(" foomatic-configure -s cups -p %s -c '%s' -n '%s' -d %s",
-                                   shell::QuotedWord{Id2}, uri, printer.queue, shell::QuotedWord{Driver2});
-  SYSTEM(command);
-  return command;
+shell::Command queue_command(const std::string& queue, const std::string& uri, const Model& model) {
+  return compose(" foomatic-configure -s cups -p %s -c '%s' -n '%s' -d %s", shell::QuotedWord{model.id}, uri,
+                 queue, shell::QuotedWord{model.driver});
 }
 
 shell::Command default_command(const std::string& queue) {
   return compose("foomatic-configure -s cups -D -n '%s'", queue);
 }
 
-constexpr QueueTools foomatic_tools = {find_driver, make_queue, default_command,
-                                       OptionTool::foomatic_configure};
+constexpr QueueTools foomatic_tools = {.family = PrinterTools::foomatic,
+                                       .find_model = find_foomatic_model,
+                                       .needs_id = true,
+                                       .queue_command = queue_command,
+                                       .default_command = default_command,
+                                       .traces_more = false};
 
 }  // namespace
 
@@ -39,6 +32,6 @@ int printer(const char* args) {
   id[0] = driver[0] = '\0';
   Id = id;
   Driver = driver;
-  migrate_printers(args, foomatic_tools, OSName);
+  migrate_printers(target_of(args), foomatic_tools);
   return 0;
 }

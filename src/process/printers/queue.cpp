@@ -1,30 +1,56 @@
 #include "process/printers/queue.h"
 
 #include <cstdio>
+#include <optional>
 
+#include "process/printers/description.h"
 #include "process/printers/device_uri.h"
+#include "process/printers/options.h"
 #include "shell/run.h"
 
 namespace {
 
-void migrate(const PrinterDescription& printer, const QueueTools& tools, const char* system) {
+std::optional<Model> find_model(const QueueTools& tools, const std::string& home,
+                                const std::string& driver_name) {
+  std::printf("Going into find driver");
+  Model model = tools.find_model(home, driver_name);
+  std::printf("ID=%s \t Driver=%s", model.id.c_str(), model.driver.c_str());
+  if (model.driver.empty() || (tools.needs_id && model.id.empty())) return std::nullopt;
+  return model;
+}
+
+void trace_before(const QueueTools& tools, const std::string& queue, const Model& model) {
+  if (tools.traces_more) std::printf("Driver::%s", model.driver.c_str());
+  std::printf("Printer Name::%s", queue.c_str());
+}
+
+void trace_after(const QueueTools& tools, const shell::Command& command) {
+  if (tools.traces_more) std::printf("Options::%s", command.c_str());
+}
+
+void migrate(const Target& target, const QueueTools& tools, const PrinterDescription& printer) {
   const std::optional<Device> device = device_of_port(printer.port);
   if (!device) return;
-  std::printf("Going into find driver");
-  if (!tools.find_driver(printer)) return;
-  std::string uri = uri_of(*device, printer.queue);
-  shell::Command last = tools.make_queue(printer, uri);
-  forget_credentials(uri);
+  const std::optional<Model> model = find_model(tools, target.home, printer.driver_name);
+  if (!model) return;
+  std::optional<std::string> uri = uri_of(*device, printer.queue);
+  if (!uri) return;
+  shell::Command last = tools.queue_command(printer.queue, *uri, *model);
+  trace_before(tools, printer.queue, *model);
+  SYSTEM(last);
+  trace_after(tools, last);
+  forget_credentials(*uri);
   if (printer.is_default) {
     last = tools.default_command(printer.queue);
     SYSTEM(last);
   }
   std::printf("Properties Read.");
-  set_options(printer, tools.option_tool, system, last);
+  set_options(printer, tools.family, target.system, last);
 }
 
 }  // namespace
 
-void migrate_printers(const char* args, const QueueTools& tools, const char* system) {
-  for_each_description(args, [&](const PrinterDescription& printer) { migrate(printer, tools, system); });
+void migrate_printers(const Target& target, const QueueTools& tools) {
+  for_each_description(target.root,
+                       [&](const PrinterDescription& printer) { migrate(target, tools, printer); });
 }

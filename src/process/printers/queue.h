@@ -4,22 +4,25 @@
 
 #include <string>
 
-#include "process/printers/description.h"
-#include "process/printers/options.h"
+#include "process/printers/driver_search.h"
 #include "shell/compose.h"
+#include "system/capabilities.h"
+#include "system/target.h"
 
 /// What differs from one family of tools to the other.
 struct QueueTools {
-  bool (*find_driver)(const PrinterDescription& printer);  ///< false: none, the printer is skipped
-  shell::Command (*make_queue)(const PrinterDescription& printer, const std::string& uri);  ///< runs it too
+  PrinterTools family;
+  Model (*find_model)(const std::string& home, const std::string& driver_name);
+  bool needs_id;  ///< a model without an id is none, as one without a driver
+  shell::Command (*queue_command)(const std::string& queue, const std::string& uri, const Model& model);
   shell::Command (*default_command)(const std::string& queue);
-  OptionTool option_tool;
+  bool traces_more;  ///< the model before a queue is made and the command after it
 };
 
-/// Makes a queue of every printer in the folder "Printers" of `args`, with the options it had on Windows; the
-/// one of "Default.txt" becomes the default. A printer with an unknown port or without a driver gets none.
-/// `system` is the name of the detected system. Waits for the user where a driver or share credentials are
-/// missing. What the commands did is only in the system log.
-void migrate_printers(const char* args, const QueueTools& tools, const char* system);
+/// Makes a queue of every printer in the folder "Printers" of the target's archive root, with the options it
+/// had on Windows; the one of "Default.txt" becomes the default. A printer with an unknown port or without a
+/// model gets none, nor does one whose share credentials are declined. Waits for the person where a model or
+/// credentials are missing. What the commands did is only in the system log.
+void migrate_printers(const Target& target, const QueueTools& tools);
 
 #endif

@@ -1,0 +1,329 @@
+// What the worker asks, with the real windows: a worker thread asks, this thread is the GUI's.
+#include "state/question.h"
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include "callbacks/navigation.h"
+#include "gui.h"
+#include "interface/windows.h"
+#include "state/posts.h"
+#include "state/state.h"
+
+namespace {
+
+class QuestionsTest : public GuiTest {
+ protected:
+  void SetUp() override {
+    GuiTest::SetUp();
+    build_pages();
+    build_dialogs();
+    gtk_widget_show(window3);
+    dir_name = nullptr;
+  }
+
+  // Runs the main loop until `condition` holds, which it does within five seconds.
+  static void wait_until(const std::function<bool()>& condition) {
+    for (int tries = 0; tries < 1000 && !condition(); ++tries) {
+      settle();
+      g_usleep(5000);
+    }
+    EXPECT_TRUE(condition());
+  }
+
+  // A worker with these lines of work.
+  void start_worker(const std::function<void()>& work) {
+    worker = std::thread([this, work] {
+      work();
+      worker_is_done = true;
+    });
+  }
+  void wait_for_worker() {
+    wait_until([this] { return worker_is_done == true; });
+    worker.join();
+  }
+
+  static void cancel() { press(window3, "button_window3_cancel"); }
+
+  std::thread worker;
+  std::atomic<bool> worker_is_done{false};
+};
+
+std::string printed_by(int (*callback)(void*)) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(callback(nullptr), 0);
+  return testing::internal::GetCapturedStdout();
+}
+
+GtkWidget* confirmation(const std::string& title) {
+  GtkWidget* window = visible_window(title);
+  return window == smb_username_password_window ? nullptr : window;
+}
+
+void sign_in() {
+  type(smb_username_password_window, "entry_username", "anna");
+  type(smb_username_password_window, "entry_password", "secret");
+  press(smb_username_password_window, "next2");
+}
+
+// ---- answered -------------------------------------------------------------------------------------
+
+TEST_F(QuestionsTest, AreAnsweredInTheirWindowsOneAfterTheOther) {
+  std::string driver;
+  std::string user;
+  start_worker([&] {
+    driver_question.set_title("Brother HL-5250DN series");
+    if (driver_question.ask()) driver = driver_question.answer(0);
+    share_question.set_title("Office");
+    share_question.set_text("//kitchen-pc/Office");
+    if (share_question.ask()) user = share_question.answer(share_user);
+    share_question.forget_answers();
+  });
+  wait_until([] { return window_select_driver != nullptr; });
+  EXPECT_EQ(title_of(window_select_driver), "Brother HL-5250DN series");
+  press(window_select_driver, "deskjet");
+  press(window_select_driver, "next2");
+  wait_until([] { return smb_username_password_window != nullptr; });
+  sign_in();
+  ASSERT_NE(confirmation("Office"), nullptr);
+  EXPECT_EQ(label_text(confirmation("Office"), "label_url"), "//kitchen-pc/Office");
+  press(confirmation("Office"), "next2");
+  wait_for_worker();
+  EXPECT_EQ(driver, "deskjet.ppd.gz");
+  EXPECT_EQ(user, "anna");
+  EXPECT_STREQ(Password, "");
+}
+
+TEST_F(QuestionsTest, NoticesAreAcknowledged) {
+  int acknowledged = 0;
+  start_worker([&] {
+    acknowledged += printer_notice.ask() ? 1 : 0;
+    acknowledged += user_notice.ask() ? 1 : 0;
+  });
+  wait_until([] { return gtk_widget_get_visible(dialog_printer_error) != FALSE; });
+  press(dialog_printer_error, "okbutton2");
+  wait_until([] { return dialog_user_error != nullptr; });
+  press(dialog_user_error, "okbutton2");
+  wait_for_worker();
+  EXPECT_EQ(acknowledged, 2);
+}
+
+TEST_F(QuestionsTest, AreDeclinedWithoutTheirWindows) {
+  int answered = 0;
+  setenv("LANG", "xx_XX", 1);
+  gtk_widget_destroy(dialog_printer_error);
+  assign(Username, "before");
+  start_worker([&] {
+    for (Question* question : {&printer_notice, &user_notice, &driver_question, &share_question})
+      answered += question->ask() ? 1 : 0;
+  });
+  wait_for_worker();
+  EXPECT_EQ(answered, 0);
+  EXPECT_STREQ(Username, "");
+}
+
+// ---- the stated order of the handlers --------------------------------------------------------------
+
+void note_flag(GtkWidget* window, const std::atomic<int>& flag, int& at_destroy) {
+  struct Note {
+    const std::atomic<int>* flag;
+    int* at_destroy;
+  };
+  const auto note = +[](GtkWidget*, gpointer data) {
+    const auto* given = static_cast<Note*>(data);
+    *given->at_destroy = *given->flag;
+  };
+  g_signal_connect_data(
+      window, "destroy", G_CALLBACK(note), new Note{&flag, &at_destroy},
+      [](gpointer data, GClosure*) { delete static_cast<Note*>(data); }, GConnectFlags{});
+}
+
+TEST_F(QuestionsTest, TheDriverWindowGoesBeforeItsFlag) {
+  isWindowSelectDriverOpen = 1;
+  show_popup_window_select_driver(nullptr);
+  int flag = -1;
+  note_flag(window_select_driver, isWindowSelectDriverOpen, flag);
+  press(window_select_driver, "next2");
+  EXPECT_EQ(flag, 1);
+  EXPECT_EQ(isWindowSelectDriverOpen, 0);
+}
+
+TEST_F(QuestionsTest, TheFlagOfAShareFallsBetweenItsTwoWindows) {
+  isWindowSmbUsernamePasswordOpen = 1;
+  displaylabel = "Office";
+  show_smb_username_password_window(nullptr);
+  sign_in();
+  int first = -1;
+  int second = -1;
+  note_flag(smb_username_password_window, isWindowSmbUsernamePasswordOpen, first);
+  note_flag(confirmation("Office"), isWindowSmbUsernamePasswordOpen, second);
+  press(confirmation("Office"), "next2");
+  EXPECT_EQ(first, 1);
+  EXPECT_EQ(second, 0);
+}
+
+TEST_F(QuestionsTest, TheFlagsOfTheNoticesFallBeforeTheirWindows) {
+  isPrinterPopupOpen = isUserPopupOpen = 1;
+  show_popup_printer_error_window(nullptr);
+  show_popup_user_error_window(nullptr);
+  int printer = -1;
+  int user = -1;
+  note_flag(dialog_printer_error, isPrinterPopupOpen, printer);
+  note_flag(dialog_user_error, isUserPopupOpen, user);
+  press(dialog_printer_error, "okbutton2");
+  press(dialog_user_error, "okbutton2");
+  EXPECT_EQ(printer, 0);
+  EXPECT_EQ(user, 0);
+}
+
+// ---- cancelled before -----------------------------------------------------------------------------
+
+TEST_F(QuestionsTest, ACancelledRunOnlyTracesTheDriverWindow) {
+  isKilled = 1;
+  isWindowSelectDriverOpen = 1;
+  displaylabel = "HP LaserJet";
+  assign(selecteddriver, "before");
+  EXPECT_EQ(printed_by(show_popup_window_select_driver), "in main.HP LaserJet\nabout to exit main.");
+  EXPECT_EQ(window_select_driver, nullptr);
+  EXPECT_EQ(isWindowSelectDriverOpen, 0);
+  EXPECT_STREQ(selecteddriver, "");
+}
+
+TEST_F(QuestionsTest, ACancelledRunOnlyTracesTheCredentialsWindow) {
+  isKilled = 1;
+  isWindowSmbUsernamePasswordOpen = 1;
+  displaylabel = "Office";
+  smburl = "//server/hp";
+  assign(Password, "before");
+  EXPECT_EQ(printed_by(show_smb_username_password_window),
+            "in main.Office\nin main.//server/hp\nabout to exit main.");
+  EXPECT_EQ(smb_username_password_window, nullptr);
+  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 0);
+  EXPECT_STREQ(Password, "");
+}
+
+TEST_F(QuestionsTest, ACancelledRunOnlyTracesTheNotices) {
+  isKilled = 1;
+  isPrinterPopupOpen = isUserPopupOpen = 1;
+  EXPECT_EQ(printed_by(show_popup_printer_error_window), "in main::");
+  EXPECT_EQ(printed_by(show_popup_user_error_window), "in main::");
+  EXPECT_FALSE(gtk_widget_get_visible(dialog_printer_error));
+  EXPECT_EQ(dialog_user_error, nullptr);
+  EXPECT_EQ(isPrinterPopupOpen, 0);
+  EXPECT_EQ(isUserPopupOpen, 0);
+}
+
+TEST_F(QuestionsTest, AreDeclinedWhenAskedAfterACancel) {
+  cancel();
+  int answered = 0;
+  start_worker([&] {
+    for (Question* question : {&printer_notice, &user_notice, &driver_question, &share_question})
+      answered += question->ask() ? 1 : 0;
+  });
+  wait_for_worker();
+  EXPECT_EQ(answered, 0);
+}
+
+// ---- cancelled during -----------------------------------------------------------------------------
+
+// The worker goes on with other printers while the window is left behind; the thread checker watches the
+// texts.
+TEST_F(QuestionsTest, ACancelDeclinesTheDriverWindowAndItsButtonOnlyDestroysIt) {
+  int answered = 0;
+  std::atomic<int> asked{0};
+  start_worker([&] {
+    for (const char* name : {"A", "B", "C"}) {
+      driver_question.set_title(name);
+      ++asked;
+      answered += driver_question.ask() ? 1 : 0;
+    }
+  });
+  wait_until([] { return window_select_driver != nullptr; });
+  GtkWidget* left = window_select_driver;
+  cancel();
+  EXPECT_EQ(isWindowSelectDriverOpen, 0);
+  while (asked < 2) g_usleep(1000);
+  testing::internal::CaptureStdout();
+  press(left, "deskjet");
+  press(left, "next2");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(window_select_driver, nullptr);
+  wait_for_worker();
+  EXPECT_EQ(answered, 0);
+  EXPECT_STREQ(selecteddriver, "");
+}
+
+TEST_F(QuestionsTest, ACancelDeclinesTheCredentialsWindowAndItsButtonOnlyDestroysIt) {
+  int answered = 0;
+  std::atomic<int> asked{0};
+  start_worker([&] {
+    for (const char* name : {"A", "B"}) {
+      share_question.set_title(name);
+      share_question.set_text(std::string("//server/") + name);
+      ++asked;
+      answered += share_question.ask() ? 1 : 0;
+    }
+  });
+  wait_until([] { return smb_username_password_window != nullptr; });
+  cancel();
+  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 0);
+  while (asked < 2) g_usleep(1000);
+  sign_in();
+  EXPECT_EQ(smb_username_password_window, nullptr);
+  EXPECT_EQ(confirmation("A"), nullptr);
+  wait_for_worker();
+  EXPECT_EQ(answered, 0);
+  EXPECT_STREQ(Username, "");
+  EXPECT_STREQ(Password, "");
+}
+
+TEST_F(QuestionsTest, ACancelDeclinesTheConfirmationTooAndWipesWhatWasTyped) {
+  bool answered = true;
+  start_worker([&] {
+    share_question.set_title("Office");
+    answered = share_question.ask();
+  });
+  wait_until([] { return smb_username_password_window != nullptr; });
+  sign_in();
+  GtkWidget* left = confirmation("Office");
+  cancel();
+  EXPECT_STREQ(Username, "");
+  EXPECT_STREQ(Password, "");
+  wait_for_worker();
+  EXPECT_FALSE(answered);
+  // Another printer's question is on its way: the window that is left must not answer it.
+  isWindowSmbUsernamePasswordOpen = 1;
+  press(left, "next2");
+  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 1);
+  EXPECT_EQ(smb_username_password_window, nullptr);
+  EXPECT_EQ(confirmation("Office"), nullptr);
+}
+
+TEST_F(QuestionsTest, ACancelDeclinesTheNoticesAndTheirButtonsOnlyDestroyThem) {
+  bool answered = true;
+  start_worker([&] { answered = user_notice.ask(); });
+  wait_until([] { return dialog_user_error != nullptr; });
+  cancel();
+  wait_for_worker();
+  EXPECT_FALSE(answered);
+  isUserPopupOpen = 1;
+  press(dialog_user_error, "okbutton2");
+  EXPECT_EQ(isUserPopupOpen, 1);
+  EXPECT_EQ(dialog_user_error, nullptr);
+}
+
+TEST_F(QuestionsTest, ACancelDeclinesThePrinterNotice) {
+  bool answered = true;
+  start_worker([&] { answered = printer_notice.ask(); });
+  wait_until([] { return gtk_widget_get_visible(dialog_printer_error) != FALSE; });
+  cancel();
+  wait_for_worker();
+  EXPECT_FALSE(answered);
+  isPrinterPopupOpen = 1;
+  press(dialog_printer_error, "okbutton2");
+  EXPECT_EQ(isPrinterPopupOpen, 1);
+  EXPECT_EQ(dialog_printer_error, nullptr);
+}
+
+}  // namespace

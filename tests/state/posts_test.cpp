@@ -1,0 +1,74 @@
+#include "state/posts.h"
+
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "state/gui_thread.h"
+#include "state/state.h"
+
+namespace {
+
+TEST(Posts, RunOnceOnTheGuiThreadAndSeeWhatWasWrittenBefore) {
+  struct Note {
+    int value = 0;
+    int times = 0;
+    std::thread::id thread;
+  };
+  Note note;
+  const GuiThread gui;
+  note.value = 7;
+  post_to_gui(
+      [](void* data) {
+        take_hand_over();
+        auto* given = static_cast<Note*>(data);
+        given->times += given->value == 7 ? 1 : 100;
+        given->thread = std::this_thread::get_id();
+        return 0;
+      },
+      &note);
+  std::thread::id loop;
+  GuiThread::run([&] { loop = std::this_thread::get_id(); });
+  EXPECT_EQ(note.times, 1);
+  EXPECT_EQ(note.thread, loop);
+  EXPECT_NE(note.thread, std::this_thread::get_id());
+}
+
+TEST(Posts, RunInTheirOrder) {
+  static std::string order;
+  const GuiThread gui;
+  for (int (*post)(void*) : {+[](void*) { return order += "a", 0; }, +[](void*) { return order += "b", 0; }})
+    post_to_gui(post, nullptr);
+  GuiThread::run([] {});
+  EXPECT_EQ(order, "ab");
+}
+
+int never(void*) { return 1; }
+
+bool runs(int id) { return g_main_context_find_source_by_id(nullptr, static_cast<guint>(id)) != nullptr; }
+
+TEST(ProgressTimeout, EndsOnceAndMayHaveEnded) {
+  timer = static_cast<int>(g_timeout_add(200, never, nullptr));
+  ASSERT_TRUE(runs(timer));
+  remove_progress_timeout();
+  EXPECT_FALSE(runs(timer));
+  // GLib would complain about an unknown source.
+  g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+  remove_progress_timeout();
+}
+
+TEST(ProgressTimeout, MayNeverHaveBegun) {
+  g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+  timer = 0;
+  remove_progress_timeout();
+}
+
+TEST(ProgressTimeout, MayBeEndedFromTheWorker) {
+  const GuiThread gui;
+  timer = static_cast<int>(g_timeout_add(1, never, nullptr));
+  remove_progress_timeout();
+  EXPECT_FALSE(runs(timer));
+}
+
+}  // namespace
