@@ -14,8 +14,9 @@ void on_deskjet_clicked(GtkButton* button, gpointer user_data);
 void on_laserjet_clicked(GtkButton* button, gpointer user_data);
 void on_skip_clicked(GtkButton* button, gpointer user_data);
 
-/// Answers driver_question with the chosen model (a PPD file name on "GNome", a line of a foomatic listing on the
-/// other systems, empty for skip) and destroys the window. The window of a cancelled run is only destroyed.
+/// Answers driver_question with the chosen model (a PPD file name on "GNome", a line of a foomatic listing on
+/// the other systems, empty for skip) and destroys the window. The window of a cancelled run is only
+/// destroyed.
 void on_window_select_driver_next2_clicked(GtkButton* button, gpointer user_data);
 
 gboolean on_window_select_driver_delete_event(GtkWidget* widget, GdkEvent* event, gpointer user_data);

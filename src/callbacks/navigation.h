@@ -13,9 +13,10 @@ void on_back3_clicked(GtkButton* button, gpointer user_data);
 void on_cancel_step1_clicked(GtkButton* button, gpointer user_data);
 void on_bCancelStep2_clicked(GtkButton* button, gpointer user_data);
 
-/// Cancels a running migration: shows the notice that ends the program and removes the temporary directory. The
-/// worker is not stopped: it keeps its final pop-ups to itself, and everything it asks from now on is declined. So
-/// is a question whose window is there; the window stays until its button is pressed, which only destroys it.
+/// Cancels a running migration: shows the notice that ends the program and removes the temporary directory.
+/// The worker is not stopped: it keeps its final pop-ups to itself, and everything it asks from now on is
+/// declined. So is a question whose window is there; the window stays until its button is pressed, which only
+/// destroys it.
 void on_button_window3_cancel_clicked(GtkButton* button, gpointer user_data);
 
 /// Open the support page in a browser.
@@ -34,7 +35,8 @@ void on_closebutton_quit_clicked(GtkButton* button, gpointer user_data);
 /// The quit dialog's No: hides it.
 void on_cancelbutton1_clicked(GtkButton* button, gpointer user_data);
 
-/// OK of the notices: destroys them. The worker, which waits for those of the printer and the user error, goes on.
+/// OK of the notices: destroys them. The worker, which waits for those of the printer and the user error,
+/// goes on.
 void on_okbutton2_clicked(GtkButton* button, gpointer user_data);
 void on_okbutton2_multiusererror_clicked(GtkButton* button, gpointer user_data);
 void on_okbutton2_printer_clicked(GtkButton* button, gpointer user_data);

@@ -14,9 +14,9 @@ struct Owner {
 /// Both texts are empty, with errno set, when the running user has no account entry. Prints nothing.
 Owner current_owner();
 
-/// Leaves the trace of asking for a home: "buffer=HOME" on standard output or, for an empty one, "username " and
-/// the system error on standard error. The lines are part of what people see of a run, one for each time a home
-/// is asked for: code that knows the home already prints them all the same where they belong.
+/// Leaves the trace of asking for a home: "buffer=HOME" on standard output or, for an empty one, "username "
+/// and the system error on standard error. The lines are part of what people see of a run, one for each time
+/// a home is asked for: code that knows the home already prints them all the same where they belong.
 void trace_home(const std::string& home);
 
 /// The home of current_owner, with its trace.

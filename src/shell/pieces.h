@@ -1,4 +1,5 @@
-// Reading a file line by line with a limit on the length, which several file formats of ours show in their results.
+// Reading a file line by line with a limit on the length, which several file formats of ours show in their
+// results.
 #ifndef BRINDLE_SHELL_PIECES_H
 #define BRINDLE_SHELL_PIECES_H
 

@@ -24,19 +24,19 @@ namespace shell {
 /// EINVAL for a refused command.
 int run_unlogged(const Command& cmd);
 
-/// Runs `cmd` with its output sent to a temporary file in the folder `home`. `line` receives the first line, at
-/// most 255 characters and with its newline. Returns 1, or 0 with an empty line when there was no output, or -1
-/// on failure. A command that fails without output gives 0. Leaves the trace of asking for a home.
+/// Runs `cmd` with its output sent to a temporary file in the folder `home`. `line` receives the first line,
+/// at most 255 characters and with its newline. Returns 1, or 0 with an empty line when there was no output,
+/// or -1 on failure. A command that fails without output gives 0. Leaves the trace of asking for a home.
 int execute_first(const Command& cmd, const std::string& home, std::string& line);
 
-/// A new temporary file name: a hidden file in the folder `home`. The names are the same in every run, and the
-/// C library's generator is re-seeded each time. Leaves the trace of asking for a home.
+/// A new temporary file name: a hidden file in the folder `home`. The names are the same in every run, and
+/// the C library's generator is re-seeded each time. Leaves the trace of asking for a home.
 std::string tmp_file_name(const std::string& home);
 
 }  // namespace shell
 
-// ---- The same with the given signatures, which take a command as a bare text. Nothing in Brindle may use the
-// first two, since a text is past the composer; the compiler sees to it.
+// ---- The same with the given signatures, which take a command as a bare text. Nothing in Brindle may use
+// the first two, since a text is past the composer; the compiler sees to it.
 
 /// SYSTEM for a text that somebody else has composed.
 [[deprecated("compose the command")]] int SYSTEM(const char* cmd);
@@ -44,8 +44,8 @@ std::string tmp_file_name(const std::string& home);
 /// execute_first for such a text, in the home of the user being migrated; `result` has 256 bytes.
 [[deprecated("compose the command")]] int execute_first(const char* cmd, char* result);
 
-/// tmp_file_name in the home of the user being migrated, for a buffer of 64 bytes. A home too long for it leaves
-/// it empty.
+/// tmp_file_name in the home of the user being migrated, for a buffer of 64 bytes. A home too long for it
+/// leaves it empty.
 void tmp_file(char* buf);
 
 #endif

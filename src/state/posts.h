@@ -19,8 +19,8 @@ int show_popup_window_select_driver(void* data);
 int show_smb_username_password_window(void* data);
 int done_button_bar(void* data);
 
-/// The result of an item on its way to its progress mark. The worker makes it with new and does not touch it after
-/// the post; draw_posted_mark deletes it.
+/// The result of an item on its way to its progress mark. The worker makes it with new and does not touch it
+/// after the post; draw_posted_mark deletes it.
 struct PostedMark {
   int number;  ///< of the mark, as in "image_12"
   int result;  ///< 0: the item succeeded; anything else: it failed or was absent
@@ -34,7 +34,8 @@ int draw_posted_mark(void* data);
 /// over, else 1.
 int progress_timeout(void* data);
 
-/// Ends the progress timeout, if it still runs: it may have ended itself, and both Cancel and the worker end it.
+/// Ends the progress timeout, if it still runs: it may have ended itself, and both Cancel and the worker end
+/// it.
 void remove_progress_timeout();
 
 #endif

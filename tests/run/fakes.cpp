@@ -32,6 +32,7 @@ int answer_now(void* question) {
 int note(const std::string& name, Question& question) {
   note(name);
   if (answers.count(&question) != 0) {
+    question.window_shown();
     g_timeout_add(milliseconds_to_think, answer_now, &question);
   } else {
     ADD_FAILURE() << "nobody was going to answer the " << name;

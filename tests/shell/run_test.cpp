@@ -187,7 +187,8 @@ TEST(TmpFile, LeavesTheBufferEmptyForAHomeThatDoesNotFit) {
   char name[64] = "old";
   tmp_file(name);
   EXPECT_STREQ("", name);
-  EXPECT_THAT(shell::tmp_file_name(current_owner().home), testing::StartsWith("/home/" + std::string(60, 'u') + "/."));
+  EXPECT_THAT(shell::tmp_file_name(current_owner().home),
+              testing::StartsWith("/home/" + std::string(60, 'u') + "/."));
 }
 
 }  // namespace

@@ -43,9 +43,9 @@ void create_account(const Target& target, const std::string& skeleton) {
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
   if (!target.has().account_has_evolution) return;
-  updateAddressbookGconf();
-  updateCalendarGconf();
-  updateTasksGconf();
+  // A home without such lists has none to repair.
+  for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
+    static_cast<void>(repair_source_list(target, list));
 }
 
 // chpasswd reads lines of NAME:PASSWORD, so a name with a colon or a line end could set another account's

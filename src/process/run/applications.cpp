@@ -1,11 +1,10 @@
 #include "process/run/applications.h"
 
-#include <glib.h>
 #include <unistd.h>
 
 #include <cstdio>
 
-#include "gconf/client.h"
+#include "gconf/settings.h"
 #include "process/mail/evolution/new_home.h"
 #include "shell/files.h"
 #include "shell/run.h"
@@ -28,15 +27,18 @@ void prepare_from_skeleton(const std::string& home, const Skeleton& skeleton) {
   remove_skeleton(skeleton);
 }
 
-// A setting that fails has said so on standard error; it does not keep the run from going on.
 void set_up_file_manager() {
-  set_gconf_bool("/apps/nautilus/preferences/always_use_browser", FALSE);
-  set_gconf_bool("/apps/nautilus/preferences/start_with_sidebar", FALSE);
-  // Deliberate: part of the output. A boolean, although the key names a view.
-  set_gconf_bool("/apps/nautilus/preferences/side_pane_view", TRUE);
+  // A setting that fails has said so on standard error; it does not keep the run from going on.
+  static_cast<void>(store_in_client({
+      {"/apps/nautilus/preferences/always_use_browser", false},
+      {"/apps/nautilus/preferences/start_with_sidebar", false},
+      // Deliberate: part of the output. A boolean, although the key names a view.
+      {"/apps/nautilus/preferences/side_pane_view", true},
+  }));
 }
 
-void prepare_gnome(const std::string& home, const Skeleton& skeleton) {
+void prepare_gnome(const Target& target, const Skeleton& skeleton) {
+  const std::string& home = target.home;
   const bool has_mozilla = is_folder(home.c_str(), ".mozilla") == 1;
   std::printf("Initializing Applications for NLD.::%d\n", has_mozilla ? 1 : 0);
   set_up_file_manager();
@@ -45,7 +47,7 @@ void prepare_gnome(const std::string& home, const Skeleton& skeleton) {
   std::printf("untarring");
   unpack_skeleton(skeleton);
   if (!has_mozilla) copy_browser_profile(skeleton, home);
-  if (!has_evolution) launch_evolution();
+  if (!has_evolution) start_evolution_once(target);
   remove_skeleton(skeleton);
 }
 
@@ -65,7 +67,7 @@ void prepare_applications(const Target& target) {
   std::puts("Initializing Applications..............");
   switch (target.has().first_start) {
     case FirstStart::gnome:
-      prepare_gnome(target.home, *target.has().skeleton);
+      prepare_gnome(target, *target.has().skeleton);
       break;
     case FirstStart::from_skeleton:
       prepare_from_skeleton(target.home, *target.has().skeleton);
