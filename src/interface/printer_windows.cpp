@@ -1,5 +1,7 @@
 #include "interface/printer_windows.h"
 
+#include <vector>
+
 #include "callbacks/driver_choice.h"
 #include "callbacks/share_credentials.h"
 #include "interface/parts.h"
@@ -89,32 +91,45 @@ GtkWidget* new_url_label() {
   return label;
 }
 
+// A caption beside its value, and the names of both.
 struct Field {
   GtkWidget* caption;
   GtkWidget* value;
+  const char* caption_name;
+  const char* value_name;
 };
 
-Field new_field(const std::string& caption, GtkWidget* value) {
+GtkWidget* new_caption(const std::string& caption, GtkWidget* value) {
   GtkWidget* label = gtk_label_new_with_mnemonic(caption.c_str());
   gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
   if (GTK_IS_ENTRY(value)) gtk_label_set_mnemonic_widget(GTK_LABEL(label), value);
-  return {label, value};
+  return label;
+}
+
+Field new_user_field(const std::string& caption, GtkWidget* value) {
+  return {new_caption(caption, value), value, "label_username", "entry_username"};
+}
+
+Field new_password_field(const std::string& caption, GtkWidget* value) {
+  gtk_entry_set_visibility(GTK_ENTRY(value), FALSE);
+  return {new_caption(caption, value), value, "label_password", "entry_password"};
 }
 
 // Captions in one column, values in another.
-template <std::size_t Count>
-GtkWidget* new_form(const Field (&fields)[Count]) {
-  GtkWidget* table = gtk_table_new(Count, 2, FALSE);
+void add_form(QuestionWindow& question, const std::vector<Field>& fields) {
+  GtkWidget* table = gtk_table_new(static_cast<guint>(fields.size()), 2, FALSE);
   gtk_table_set_col_spacings(GTK_TABLE(table), 12);
   gtk_table_set_row_spacings(GTK_TABLE(table), 6);
+  const auto stretch = static_cast<GtkAttachOptions>(GTK_EXPAND | GTK_FILL);
   guint row = 0;
   for (const Field& field : fields) {
     gtk_table_attach(GTK_TABLE(table), field.caption, 0, 1, row, row + 1, GTK_FILL, GTK_FILL, 0, 0);
-    gtk_table_attach(GTK_TABLE(table), field.value, 1, 2, row, row + 1,
-                     static_cast<GtkAttachOptions>(GTK_EXPAND | GTK_FILL), GTK_FILL, 0, 0);
+    gtk_table_attach(GTK_TABLE(table), field.value, 1, 2, row, row + 1, stretch, GTK_FILL, 0, 0);
+    name_widget(question.window(), field.caption, field.caption_name);
+    name_widget(question.window(), field.value, field.value_name);
     ++row;
   }
-  return table;
+  question.add(nullptr, table);
 }
 
 GtkWidget* new_entry() {
@@ -143,14 +158,8 @@ GtkWidget* create_smb_username_password_window() {
                           G_CALLBACK(on_smb_username_password_window_delete_event));
   question.add("label_header", new_wrapped_label(texts["smb_username_password_window-label_header"]));
   question.add("label_url", new_url_label());
-  const Field user = new_field(texts["smb_username_password_window-label_username"], new_entry());
-  const Field password = new_field(texts["smb_username_password_window-label_password"], new_entry());
-  gtk_entry_set_visibility(GTK_ENTRY(password.value), FALSE);
-  question.add(nullptr, new_form({user, password}));
-  name_widget(question.window(), user.caption, "label_username");
-  name_widget(question.window(), user.value, "entry_username");
-  name_widget(question.window(), password.caption, "label_password");
-  name_widget(question.window(), password.value, "entry_password");
+  add_form(question, {new_user_field(texts["smb_username_password_window-label_username"], new_entry()),
+                      new_password_field(texts["smb_username_password_window-label_password"], new_entry())});
   make_default(question.add_button("next2", texts["smb_username_password_window-next"],
                                    G_CALLBACK(on_smb_username_password_next2_clicked)));
   return with_icon(question.window(), isNLD);
@@ -163,10 +172,8 @@ GtkWidget* create_smb_username_password_window2() {
                           G_CALLBACK(on_smb_username_password_window2_delete_event));
   question.add("label_header", new_wrapped_label(texts["smb_username_password_window2-label_header"]));
   question.add("label_url", new_url_label());
-  const Field user = new_field(texts["smb_username_password_window2-label_username"], new_url_label());
-  question.add(nullptr, new_form({user}));
-  name_widget(question.window(), user.caption, "label_username");
-  name_widget(question.window(), user.value, "entry_username");
+  add_form(question,
+           {new_user_field(texts["smb_username_password_window2-label_username"], new_url_label())});
   question.add_button("back2", texts["smb_username_password_window2-back"],
                       G_CALLBACK(on_smb_username_password_window2_back2_clicked));
   GtkWidget* next = question.add_button("next2", texts["smb_username_password_window2-next"],

@@ -292,6 +292,22 @@ TEST_F(PagesTest, DrawTakesAMarkThatTheLayoutDoesNotHave) {
   EXPECT_EQ(draw(record("image_11", 0)), 0);
 }
 
+TEST_F(PagesTest, APostedMarkFindsItsImage) {
+  build_pages();
+  EXPECT_EQ(draw_posted_mark(new PostedMark{12, 0}), 0);
+  EXPECT_EQ(draw_posted_mark(new PostedMark{1, 3}), 0);
+  EXPECT_EQ(stock_of("image_12"), "gtk-apply 4");
+  EXPECT_EQ(stock_of("image_1"), "gtk-cancel 4");
+  EXPECT_EQ(gtk_image_get_storage_type(GTK_IMAGE(lookup_widget(window3, "image_2"))), GTK_IMAGE_EMPTY);
+}
+
+TEST_F(PagesTest, APostedMarkNeedsNoImageAndNoPage) {
+  page3_of("/etc/redflag-release");
+  EXPECT_EQ(draw_posted_mark(new PostedMark{11, 0}), 0);
+  window3 = nullptr;
+  EXPECT_EQ(draw_posted_mark(new PostedMark{1, 0}), 0);
+}
+
 std::string read_aloud(const char* image) {
   return atk_object_get_name(gtk_widget_get_accessible(lookup_widget(window3, image)));
 }

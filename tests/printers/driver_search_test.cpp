@@ -160,6 +160,13 @@ TEST_F(FoomaticSearch, EndsADriverAtTheLineEndToo) {
   EXPECT_STREQ("'one'", Driver2);
 }
 
+TEST_F(FoomaticSearch, ReadsTheFirst1023CharactersOfALine) {
+  const std::string line = "A B C Id='A-B' Driver='one' ";
+  database_knows("A B C", line + std::string(1023 - line.size() - 9, 'x') + "Id='late' Driver='late'");
+  const std::string said = traces([] { finddriver("A B C"); });
+  EXPECT_THAT(said, HasSubstr("xxxId='late'Id='A-B'\tDriver='one'"));
+}
+
 TEST_F(FoomaticSearch, LeavesAnAnswerWithoutADriverEmpty) {
   windows.choose("Only Id='A'");
   finddriver("A");
@@ -223,6 +230,13 @@ TEST_F(ModelSearch, PassesOverAHitThatIsNotRecommended) {
   nldfinddriver("HP LaserJet 4050 Series");
   EXPECT_STREQ("b.ppd", Driver);
   EXPECT_THAT(commands_run(), Contains(grep("HP LaserJet 4050")));
+}
+
+TEST_F(ModelSearch, ReadsALineInPiecesOf1023Characters) {
+  const std::string line = "a.ppd HP LaserJet 4050 ";
+  model_list(line + std::string(1100, 'x') + " (recommended)\n");
+  nldfinddriver("HP LaserJet 4050");
+  EXPECT_EQ(std::string(1100 - (1023 - line.size()), 'x'), Driver);
 }
 
 TEST_F(ModelSearch, AsksTheUserWhenNothingIsRecommended) {

