@@ -158,8 +158,7 @@ sub cards_between_others {
     return grep { is_card($_) } map { /\A(BEGIN:VCARD\s.*?^END:VCARD)(?=\s|\0|\z)/msi ? $1 : () } @begun;
 }
 
-# Exactly one vCard and nothing that no text has. Notes from Windows do hold vertical tabs and form feeds, and
-# Japanese ones escapes.
+# Exactly one vCard and nothing that no text has. Vertical tabs, form feeds and escapes count as text.
 sub is_card {
     my ($text) = @_;
     return 0 unless $text =~ /\ABEGIN:VCARD[ \t]*\r?\n.*^END:VCARD\s*\z/msi;

@@ -1,4 +1,4 @@
-// The given one of the GUI thread's idle callbacks that no other room posts (state/posts.h has the others).
+// draw, with its given record: the worker posts draw_posted_mark, which calls it.
 #ifndef BRINDLE_MAIN_IDLE_H
 #define BRINDLE_MAIN_IDLE_H
 

@@ -73,8 +73,7 @@ void start_threads() {
   std::printf("Threads Initialized");
 }
 
-// Pango reads the fonts on a thread of its own: begun here, it is done sooner when the first window needs
-// them.
+// Pango reads the fonts on a thread of its own, so they are asked for before the first window is built.
 void start_reading_fonts() { pango_cairo_font_map_get_default(); }
 
 // Another language's look is its own file, there or not: it never falls back to the English one.
@@ -89,7 +88,7 @@ void load_look(int nld) {
   std::printf("Parse Complete:%d\n", nld);
 }
 
-// The reference keeps a closed page readable for the worker.
+// The reference keeps a closed page for what the worker posts.
 GtkWidget* named_page(GtkWidget* page, const char* name) {
   if (page == nullptr) return nullptr;
   gtk_widget_set_name(page, name);

@@ -14,7 +14,8 @@
 typedef struct _GConfClient GConfClient;
 
 // ---------------------------------------------------------------------------------------------------
-// Fixed before the worker starts. The GUI thread writes them; afterwards both threads only read.
+// Fixed before the worker starts. The GUI thread writes them; afterwards both threads only read, but for OSName
+// and OSVersion, which a later detection may rewrite when /etc has changed.
 // ---------------------------------------------------------------------------------------------------
 
 /// Detected system: "Linspire", "Xandros", "RedFlag", "GNome" or "INVALID"; empty until the first
@@ -49,15 +50,15 @@ extern int timer;
 // Shared flags. Both threads write and read them; the answer a flag stands for is written first.
 // ---------------------------------------------------------------------------------------------------
 
-/// 1 while the printer error dialog is open. The worker sets it, the dialog's OK clears it, the worker
-/// polls it. The other three below work the same way for their windows.
+/// 1 while the printer error dialog is open, and at the start. The worker sets it, the dialog's OK or a decline
+/// clears it, the worker polls it. The other three below work the same way for their windows (question.h).
 extern std::atomic<int> isPrinterPopupOpen;
 extern std::atomic<int> isUserPopupOpen;
 extern std::atomic<int> isWindowSelectDriverOpen;
 extern std::atomic<int> isWindowSmbUsernamePasswordOpen;
 
-/// 1 once the user has cancelled a running migration. Set by page 3's Cancel. Read by the worker, which
-/// then keeps its final pop-ups to itself.
+/// 1 once the user has cancelled a running migration. Set by page 3's Cancel. Read by the worker, which then
+/// keeps its final pop-ups to itself, and by the callbacks of questions, which then show no window.
 extern std::atomic<int> isKilled;
 
 /// The worker's temporary directory; null before it is made or when it could not be made. Written once by
@@ -69,7 +70,8 @@ extern std::atomic<char*> dir_name;
 // side of one of the flags above.
 // ---------------------------------------------------------------------------------------------------
 
-/// Share credentials. Written by the credentials window's Next. Read, then wiped, by the worker.
+/// Share credentials. Written by the credentials window's Next, emptied by a decline. Read, then wiped, by the
+/// worker.
 extern char Username[256];
 extern char Password[256];
 
@@ -79,8 +81,8 @@ extern const char* smburl;
 /// Title of the credentials window and of the driver window. Written by the worker before it posts one.
 extern const char* displaylabel;
 
-/// Answer of the driver window: a foomatic listing line, a PPD file name, or empty. Written by its Next.
-/// Read by the worker.
+/// Answer of the driver window: a foomatic listing line, a PPD file name, or empty. Written by its Next,
+/// emptied by a decline. Read by the worker.
 extern char selecteddriver[1024];
 
 /// Radio button chosen in the driver window. GUI thread only. Never reset between windows.
@@ -101,7 +103,7 @@ extern int isDefaultUser;
 extern char cur_user[256];
 
 /// 1 for an archive with several users. Written by CheckMultiUser, once the archive is unpacked. Read by
-/// target_of.
+/// process and target_of.
 extern int isMultiUser;
 
 /// The "Default" line of users.txt, or null. Written by CheckMultiUser; only printed.
@@ -109,7 +111,7 @@ extern char* default_user;
 
 /// Despite the name nothing new: the folder in which an item's folder or file is tested. Written by the run:
 /// "Profiles" in the archive root before a profile, that profile's folder for its items, the archive root for
-/// the running user's. Read by `item` and its kin.
+/// the running user's. Read by `item` and its kin, and printed.
 extern char new_dir_path[PATH_MAX];
 
 /// Despite the name no folder of fonts: the archive root. Written by the run before the first profile. Read
@@ -126,7 +128,7 @@ extern char tarfilepath[256];
 extern GConfClient* client;
 
 /// Printer id and driver of the queue being made; `Id` and `Driver` point at buffers of the printer
-/// migrators, `Id2` and `Driver2` hold the foomatic answer in its single quotes.
+/// migrators or at selecteddriver, `Id2` and `Driver2` hold the foomatic answer in its single quotes.
 extern char* Id;
 extern char* Driver;
 extern char Id2[256];

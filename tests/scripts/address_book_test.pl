@@ -207,7 +207,7 @@ put_bytes($book, looping($whole, $next, $previous));
 is_deeply [ grep { $_ % 7 == 0 } numbers($cards) ], [], 'a chain that never ends is given up';
 cmp_ok scalar @$cards, '>=', 50, 'and the others stay';
 
-# Vertical tabs and form feeds are text that Windows programs leave in notes.
+# Vertical tabs and form feeds count as text.
 make_book(contacts => 0);
 tie my %one, 'DB_File', $book, O_RDWR, 0600 or die;
 $one{"id\0"} = card(1, "a\x0bb\x0cc") . "\0";
