@@ -1,4 +1,5 @@
 // Diagnostics: messages with the system error text, on standard error or in the system log.
+// Given name and signature: everything in this header.
 #ifndef BRINDLE_ERROR_ERROR_H
 #define BRINDLE_ERROR_ERROR_H
 

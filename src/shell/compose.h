@@ -2,31 +2,73 @@
 //
 //   compose("cp -a \"%s\"/* %s/Documents ", folder, home)
 //
-// knows for each %s whether it stands in a bare word, in double or in single quotes, and escapes the
-// value for that place. A value can never end its word or run anything; a harmless one is put in as it is.
+// knows for each %s whether it stands in a bare word, in double or in single quotes, and escapes the value
+// for that place. A value can never end its word or run anything, neither under dash nor under bash.
 //
-//   place          value       becomes
-//   bare           /home/ann   /home/ann
-//   bare           a b         'a b'
-//   bare           it's        'it'\''s'
-//   bare           -rf         the command is refused: it would be taken for an option
-//   double quotes  a "b" $c    a \"b\" \$c
-//   single quotes  it's        it'\''s
+//   value                    bare            in double quotes    in single quotes
+//   letters, digits and      as it is        as it is            as it is
+//   _ @ % + = : , . / -
+//   a b                      'a b'           a b                 a b
+//   it's                     'it'\''s'       it's                it'\''s
+//   a "b" $c                 'a "b" $c'      a \"b\" \$c         a "b" $c
+//   line ends, bytes that    '...', as it    as it is            as it is
+//   are no UTF-8             is inside
+//   nothing                  nothing: a      an empty word       an empty word
+//                            word vanishes
+//   -rf where a word begins  refused         refused             refused
+//   NUL byte, null pointer   refused         refused             refused
 //
-// Templates are checked when they are compiled. Refused are: a wrong number or kind of values, unbalanced
-// quotes, a value as the name of a command, `$`-expansions and backquotes outside single quotes. "%%" is a
-// percent sign. Globs work only where the template has them.
+// A word also begins behind values of it that are empty. Apart from the places of the table:
+//
+// - The file name of a redirection may begin with "-": no shell takes it for an option. It is refused when
+//   the name would be empty, since the shell would take the next word or fail, and when it is /dev/..., since
+//   bash connects to /dev/tcp/HOST/PORT and has a /dev/fd/N of its own.
+// - An integer for %d becomes its digits. A negative one may begin a word: the program itself made it.
+// - A QuotedWord is put in as it is.
+// - A Command stands in su's -c"%s", where nothing else may. It is escaped once more, for the shell of su.
+//
+// A refused command is never run; SYSTEM logs it.
+//
+// Two rules are for encodings in which a character can end with an ASCII byte (Big5, GBK, GB18030), and hence
+// a backslash or a quote be taken for half of one. A backslash is never put behind a byte above 127: a \ " $
+// or ` that follows one closely leaves the double quotes, a"'\'"b. And where, in the encoding of this
+// process, bash would take a quote for part of a broken character, the command is refused.
+//
+// Where a value is empty, only this is relied on: `rm -rf %s`, with the folder of the skeleton home, removes
+// nothing on a system that has none, and `useradd ... -k %s/root` and `cp -a %s/root/... ...` then mean
+// /root.
+//
+// Templates are checked when they are compiled: a value may only stand where template.h says what it is, and
+// beside a program that programs.h knows. "%%" is a percent sign. Globs work only where the template has
+// them, and what an empty value leaves of a word is the template's: "%s/*" becomes "/*".
 #ifndef BRINDLE_SHELL_COMPOSE_H
 #define BRINDLE_SHELL_COMPOSE_H
 
+#include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include "shell/template.h"
+
 namespace shell {
+
+class Command;
+class Composition;
+template <typename... Values>
+class Template;
+
+/// Composes a command from a literal template and its values: texts (a null pointer is refused),
+/// integers, QuotedWord, or another Command, which is escaped for its second reading.
+template <typename... Values>
+Command compose(Template<std::decay_t<Values>...> text, const Values&... values);
+
+/// "COMMAND > PATH": a command with its output (the last stage's, in a pipeline) sent to a file.
+Command redirected(const Command& command, std::string_view path);
 
 /// A whole command line. Only the composer makes one.
 class Command {
@@ -39,166 +81,94 @@ class Command {
 
  private:
   friend class Composition;
+  Command() = default;
+
   std::string text_;
   bool refused_ = false;
 };
 
-/// A value that brings its own single quotes, as foomatic prints its ids: exactly one quoted word, or
-/// else the command is refused. Only for a bare place.
+/// A value that brings its own single quotes, as foomatic prints its ids: exactly one quoted word that does
+/// not begin with "-", or else the command is refused. Only for a bare word that is nothing but this value.
 struct QuotedWord {
   std::string_view text;
 };
 
-enum class Place { bare, double_quotes, single_quotes };
+/// Integers; bool and the character types are none here.
+template <typename Value>
+concept Number = std::integral<Value> && !std::same_as<Value, bool> && !std::same_as<Value, char> &&
+                 !std::same_as<Value, wchar_t> && !std::same_as<Value, char8_t> &&
+                 !std::same_as<Value, char16_t> && !std::same_as<Value, char32_t>;
 
-/// One %s or %d of a template.
-struct Slot {
-  std::size_t offset = 0;
-  Place place = Place::bare;
-  bool starts_word = false;
-  char kind = 's';
-};
-
-/// Reads a template once, at compile time. A `throw` here is a compile error that shows its text.
-class TemplateReader {
- public:
-  constexpr explicit TemplateReader(std::string_view text) : text_(text) {}
-
-  template <std::size_t Count>
-  constexpr std::array<Slot, Count> slots() {
-    std::array<Slot, Count> found{};
-    std::size_t used = 0;
-    while (at_ < text_.size()) {
-      if (text_[at_] == '%') {
-        const char kind = kind_after_percent();
-        if (kind == '%') {
-          at_ += 2;
-          in_word_ = true;
-          continue;
-        }
-        if (used == Count) throw "more blanks in the template than values";
-        if (naming_command_) throw "a value may not name the command";
-        found[used++] = Slot{at_, place_, !in_word_, kind};
-        in_word_ = true;
-        at_ += 2;
-      } else {
-        step();
-      }
-    }
-    if (place_ != Place::bare) throw "unbalanced quotes";
-    if (used != Count) throw "more values than blanks in the template";
-    return found;
-  }
-
- private:
-  constexpr char kind_after_percent() const {
-    if (at_ + 1 == text_.size()) throw "a lone percent sign";
-    const char kind = text_[at_ + 1];
-    if (kind != 's' && kind != 'd' && kind != '%') throw "only %s, %d and %% are known";
-    return kind;
-  }
-
-  constexpr void step() {
-    const char c = text_[at_++];
-    if (place_ == Place::single_quotes) {
-      if (c == '\'') place_ = Place::bare;
-      return;
-    }
-    if (c == '$' || c == '`') throw "expansions belong into single quotes";
-    if (c == '\\') {
-      if (at_ == text_.size() || text_[at_] == '%') throw "a backslash before nothing or a value";
-      ++at_;
-      in_word_ = true;
-    } else if (place_ == Place::double_quotes) {
-      if (c == '"') place_ = Place::bare;
-    } else if (c == '"') {
-      place_ = Place::double_quotes;
-    } else if (c == '\'') {
-      place_ = Place::single_quotes;
-    } else {
-      step_bare(c);
-    }
-  }
-
-  constexpr void step_bare(char c) {
-    if (c == ' ' || c == '\t') {
-      if (in_word_) naming_command_ = false;
-      in_word_ = false;
-    } else if (c == '|' || c == ';' || c == '&' || c == '(' || c == '\n') {
-      in_word_ = false;
-      naming_command_ = true;
-    } else if (c == '<' || c == '>') {
-      in_word_ = false;
-      naming_command_ = false;  // a file name follows
-    } else {
-      in_word_ = true;
-    }
-  }
-
-  std::string_view text_;
-  std::size_t at_ = 0;
-  Place place_ = Place::bare;
-  bool in_word_ = false;
-  bool naming_command_ = true;
-};
+template <typename Value>
+constexpr Kind kind_of() {
+  if constexpr (std::is_same_v<Value, Command>) return Kind::command;
+  if constexpr (std::is_same_v<Value, QuotedWord>) return Kind::quoted_word;
+  if constexpr (Number<Value>) return Kind::number;
+  return Kind::text;
+}
 
 /// A template with its blanks, read at compile time for values of these types.
 template <typename... Values>
-struct Template {
-  std::string_view text;
-  std::array<Slot, sizeof...(Values)> slots;
-
+class Template {
+ public:
   template <std::size_t Size>
   consteval Template(const char (&literal)[Size])  // NOLINT: a template is written as a plain literal
-      : text(literal, Size - 1), slots(TemplateReader(text).slots<sizeof...(Values)>()) {
-    std::size_t at = 0;
-    (check_kind<Values>(slots[at++]), ...);
-  }
+      : Template(std::string_view(literal, Size - 1)) {}
+
+  constexpr std::string_view text() const { return text_; }
+  constexpr const std::array<Slot, sizeof...(Values)>& slots() const { return slots_; }
 
  private:
-  template <typename Value>
-  static constexpr void check_kind(const Slot& slot) {
-    if ((slot.kind == 'd') != std::is_integral_v<Value>) throw "%d takes an integer, %s a text";
-    if (std::is_same_v<Value, QuotedWord> && slot.place != Place::bare)
-      throw "a word with its own quotes stands bare";
+  friend struct TemplateOfTests;  // fuzz/composer makes templates up while it runs
+
+  constexpr explicit Template(std::string_view text) : text_(text) {
+    const std::vector<Slot> slots = slots_for(text, {kind_of<Values>()...});
+    std::copy(slots.begin(), slots.end(), slots_.begin());
   }
+
+  std::string_view text_;
+  std::array<Slot, sizeof...(Values)> slots_{};
 };
 
-/// Collects a command piece by piece; used by compose only.
+/// Collects a command piece by piece, for the two functions above.
 class Composition {
- public:
+ private:
+  template <typename... Values>
+  friend Command compose(Template<std::decay_t<Values>...> text, const Values&... values);
+  friend Command redirected(const Command& command, std::string_view path);
+
   explicit Composition(std::string_view text) : rest_(text) {}
 
   void put(const Slot& slot, std::string_view value);
   void put(const Slot& slot, const char* value);
   void put(const Slot& slot, const Command& inner);
   void put(const Slot& slot, QuotedWord word);
-  template <typename Integer>
-  requires std::is_integral_v<Integer>
-  void put(const Slot& slot, Integer value) { put(slot, std::string_view(std::to_string(value))); }
+  template <Number Integer>
+  void put(const Slot& slot, Integer value) {
+    put_number(slot, std::to_string(value));
+  }
   Command finish();
   static Command join(const Command& head, const Command& tail);
 
- private:
+  void put_number(const Slot& slot, const std::string& digits);
+  void begin(const Slot& slot);
+  bool may_stand(const Slot& slot, std::string_view value) const;
+  void escape(Place place, std::string_view value);
   void copy_up_to(std::size_t offset);
 
   std::string_view rest_;
   std::size_t done_ = 0;
+  bool word_has_value_ = false;  // one that is not empty, in the word that is being put together
   Command command_;
 };
 
-/// Composes a command from a literal template and its values: texts (a null pointer is refused),
-/// integers, QuotedWord, or another Command, which is escaped for its second reading.
 template <typename... Values>
 Command compose(Template<std::decay_t<Values>...> text, const Values&... values) {
-  Composition composition(text.text);
+  Composition composition(text.text());
   std::size_t at = 0;
-  (composition.put(text.slots[at++], values), ...);
+  (composition.put(text.slots()[at++], values), ...);
   return composition.finish();
 }
-
-/// "COMMAND > PATH": a command with its output (the last stage's, in a pipeline) sent to a file.
-Command redirected(const Command& command, std::string_view path);
 
 }  // namespace shell
 

@@ -20,15 +20,6 @@ bool replace_file(const std::string& path, const std::string& text) {
   return true;
 }
 
-int is_folder(const char* dir_path, const char* path) {
-  const std::string whole = std::string(dir_path) + "/" + path;
-  return open_file(whole, "r") ? 1 : 0;
-}
-
-void dos_to_unix(const char* account_path) {
-  shell::run_unlogged(compose("dos2unix -q \"%s\"", account_path));
-}
-
 void convert_line_ends(const std::string& path) { SYSTEM(compose("dos2unix %s", path)); }
 
 std::optional<std::vector<std::string>> list_folder(const std::string& path) {
@@ -42,15 +33,13 @@ std::optional<std::vector<std::string>> list_folder(const std::string& path) {
   return names;
 }
 
-bool read_piece(std::FILE* file, std::size_t limit, std::string& piece) {
-  piece.clear();
-  while (piece.size() < limit) {
-    const int c = getc_unlocked(file);
-    if (c == EOF) break;
-    piece += static_cast<char>(c);
-    if (c == '\n') break;
-  }
-  return !piece.empty();
+bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
+
+int is_folder(const char* dir_path, const char* path) {
+  const std::string whole = std::string(dir_path) + "/" + path;
+  return open_file(whole, "r") ? 1 : 0;
 }
 
-bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
+void dos_to_unix(const char* account_path) {
+  shell::run_unlogged(compose("dos2unix -q \"%s\"", account_path));
+}

@@ -1,4 +1,4 @@
-// Files and folders: existence, listing in directory order, reading in pieces, line ends.
+// Files and folders: existence, listing in directory order, line ends.
 #ifndef BRINDLE_SHELL_FILES_H
 #define BRINDLE_SHELL_FILES_H
 
@@ -25,26 +25,24 @@ void write_text(const File& file, const std::string& text);
 /// Replaces the file at `path` by `text`. False, with errno set, when it cannot be opened.
 bool replace_file(const std::string& path, const std::string& text);
 
-/// 1 when DIR_PATH/PATH can be opened for reading, else 0. Despite the name a readable plain file counts
-/// as well, and an unreadable folder does not.
-int is_folder(const char* dir_path, const char* path);
-
-/// Converts the file's line ends from CR LF to LF in place with dos2unix. Nothing is logged and the
-/// result is not looked at.
-void dos_to_unix(const char* account_path);
-
-/// The same for a file whose conversion people find in the system log when it fails: by a logged command.
+/// Converts the file's line ends from CR LF to LF in place with dos2unix, which SYSTEM runs: the system log
+/// tells of a failure, the caller does not see it.
 void convert_line_ends(const std::string& path);
 
 /// The entries of a folder without "." and "..", in directory order, as they are at the call: a migrator
 /// may add files to the folder while it works. No value, with errno set, when the folder cannot be opened.
 std::optional<std::vector<std::string>> list_folder(const std::string& path);
 
-/// Reads the next line into `piece`, newline included, but at most `limit` characters of it: the rest of
-/// a longer line comes as pieces of its own. NUL bytes are kept. False at the end of the file.
-bool read_piece(std::FILE* file, std::size_t limit, std::string& piece);
-
 /// True when `text` holds `part`.
 bool contains(const std::string& text, const char* part);
+
+// ---- Given name and signature ---------------------------------------------------------------------------
+
+/// 1 when DIR_PATH/PATH can be opened for reading, else 0. Despite the name a readable plain file counts
+/// as well, and an unreadable folder does not.
+int is_folder(const char* dir_path, const char* path);
+
+/// convert_line_ends by a quiet dos2unix: nothing is logged and the result is not looked at.
+void dos_to_unix(const char* account_path);
 
 #endif

@@ -22,6 +22,8 @@ void trace_home(const std::string& home);
 /// The home of current_owner, with its trace.
 std::string user_home();
 
+// ---- Given name and signature ---------------------------------------------------------------------------
+
 /// user_home for a buffer of 64 bytes. Returns 0, or -1 without a home or when it does not fit.
 int username(char* buffer);
 

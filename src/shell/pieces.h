@@ -1,5 +1,5 @@
-// Reading a file line by line with a limit on the length, which several file formats of ours show in their
-// results.
+// Reading a file line by line with a limit on the length: where a long line is cut shows in what migrators
+// write.
 #ifndef BRINDLE_SHELL_PIECES_H
 #define BRINDLE_SHELL_PIECES_H
 

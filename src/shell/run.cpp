@@ -10,6 +10,7 @@
 #include "error/error.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/pieces.h"
 
 namespace {
 
@@ -38,6 +39,11 @@ int report(int status, const char* cmd) {
   return 0;
 }
 
+int refuse(const char* cmd) {
+  log_ret("refused, %s", cmd);
+  return -1;
+}
+
 int run_logged(const char* cmd) { return report(std::system(cmd), cmd); }
 
 int read_first_line(const std::string& command, const std::string& file, std::string& line) {
@@ -46,22 +52,22 @@ int read_first_line(const std::string& command, const std::string& file, std::st
     log_ret("fopen in execute_first, %s, %s", command.c_str(), file.c_str());
     return -1;
   }
-  const bool found = read_piece(output.get(), first_line_limit, line);
+  PieceReader reader(output.get(), first_line_limit);
+  std::string_view piece;
+  const bool found = reader.next(piece);
+  line = piece;
   output.reset();
   if (std::remove(file.c_str()) != 0) {
     log_ret("remove error, %s", command.c_str());
     return -1;
   }
-  if (!found) line.clear();
   return found ? 1 : 0;
 }
 
 }  // namespace
 
 int SYSTEM(const shell::Command& cmd) {
-  if (!cmd.refused()) return run_logged(cmd.c_str());
-  log_ret("refused, %s", cmd.c_str());
-  return -1;
+  return cmd.refused() ? refuse(cmd.c_str()) : run_logged(cmd.c_str());
 }
 
 namespace shell {
@@ -93,9 +99,10 @@ int SYSTEM(const char* cmd) { return run_logged(cmd); }
 
 int execute_first(const char* cmd, char* result) {
   const std::string file = shell::tmp_file_name(current_owner().home);
-  const std::string command = cmd + shell::compose(" > %s", file).text();
+  const shell::Command output = shell::compose(" > %s", file);
+  const std::string command = cmd + output.text();
   result[0] = '\0';
-  if (run_logged(command.c_str()) != 0) return -1;
+  if ((output.refused() ? refuse(command.c_str()) : run_logged(command.c_str())) != 0) return -1;
   std::string line;
   const int found = read_first_line(command, file, line);
   std::strcpy(result, line.c_str());  // at most 255 characters

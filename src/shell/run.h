@@ -35,8 +35,9 @@ std::string tmp_file_name(const std::string& home);
 
 }  // namespace shell
 
-// ---- The same with the given signatures, which take a command as a bare text. Nothing in Brindle may use
-// the first two, since a text is past the composer; the compiler sees to it.
+// ---- Given name and signature ---------------------------------------------------------------------------
+// The first two take a command as a bare text. Nothing in Brindle may use them, since a text is past the
+// composer; the compiler sees to it.
 
 /// SYSTEM for a text that somebody else has composed.
 [[deprecated("compose the command")]] int SYSTEM(const char* cmd);

@@ -14,8 +14,8 @@
 typedef struct _GConfClient GConfClient;
 
 // ---------------------------------------------------------------------------------------------------
-// Fixed before the worker starts. The GUI thread writes them; afterwards both threads only read, but for OSName
-// and OSVersion, which a later detection may rewrite when /etc has changed.
+// Fixed before the worker starts. The GUI thread writes them; afterwards both threads only read, but for
+// OSName and OSVersion, which a later detection may rewrite when /etc has changed.
 // ---------------------------------------------------------------------------------------------------
 
 /// Detected system: "Linspire", "Xandros", "RedFlag", "GNome" or "INVALID"; empty until the first
@@ -50,8 +50,9 @@ extern int timer;
 // Shared flags. Both threads write and read them; the answer a flag stands for is written first.
 // ---------------------------------------------------------------------------------------------------
 
-/// 1 while the printer error dialog is open, and at the start. The worker sets it, the dialog's OK or a decline
-/// clears it, the worker polls it. The other three below work the same way for their windows (question.h).
+/// 1 while the printer error dialog is open, and at the start. The worker sets it, the dialog's OK or a
+/// decline clears it, the worker polls it. The other three below work the same way for their windows
+/// (question.h).
 extern std::atomic<int> isPrinterPopupOpen;
 extern std::atomic<int> isUserPopupOpen;
 extern std::atomic<int> isWindowSelectDriverOpen;
@@ -70,8 +71,8 @@ extern std::atomic<char*> dir_name;
 // side of one of the flags above.
 // ---------------------------------------------------------------------------------------------------
 
-/// Share credentials. Written by the credentials window's Next, emptied by a decline. Read, then wiped, by the
-/// worker.
+/// Share credentials. Written by the credentials window's Next, emptied by a decline. Read, then wiped, by
+/// the worker.
 extern char Username[256];
 extern char Password[256];
 

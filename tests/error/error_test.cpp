@@ -4,8 +4,12 @@
 #include <gtest/gtest.h>
 #include <syslog.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <sstream>
+#include <string>
+#include <thread>
 
 #include "error/log.h"
 #include "support/files.h"
@@ -96,6 +100,42 @@ TEST(WriteLog, WritesALineThatIsNotFlushedAtOnce) {
   EXPECT_EQ("100% ends\n", read_file("/tmp/log"));
 }
 
-TEST(WriteLog, DoesNothingWithoutALog) { write_log("nowhere", nullptr); }
+TEST(CloseLog, ClosesNoOtherFile) {
+  std::FILE* first = std::fopen("/tmp/first", "w");
+  std::FILE* other = std::fopen("/tmp/other", "w");
+  close_log(first);
+  write_log("too late", first);
+  std::FILE* later = std::fopen("/tmp/later", "w");
+  write_log("other", other);
+  write_log("later", later);
+  write_log("too late", first);
+  std::fclose(other);
+  std::fclose(later);
+  EXPECT_EQ("", read_file("/tmp/first"));
+  EXPECT_EQ("other\n", read_file("/tmp/other"));
+  EXPECT_EQ("later\n", read_file("/tmp/later"));
+}
+
+// The worker still logs when the window is closed.
+TEST(CloseLog, MayComeBetweenTheLinesOfAnotherThread) {
+  std::FILE* file = std::fopen("/tmp/log", "w");
+  std::atomic<int> lines = 0;
+  std::thread worker([&] {
+    for (; lines < 200000; ++lines) write_log("a line", file);
+  });
+  while (lines < 1000) std::this_thread::yield();
+  close_log(file);
+  std::FILE* later = std::fopen("/tmp/later", "w");
+  worker.join();
+  std::fclose(later);
+  EXPECT_EQ("", read_file("/tmp/later"));
+  std::istringstream log(read_file("/tmp/log"));
+  for (std::string line; std::getline(log, line);) ASSERT_EQ("a line", line);
+}
+
+TEST(WriteLog, DoesNothingWithoutALog) {
+  write_log("nowhere", nullptr);
+  close_log(nullptr);
+}
 
 }  // namespace

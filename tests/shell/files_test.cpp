@@ -75,31 +75,4 @@ TEST(ListFolder, HasNoValueForAFolderThatCannotBeOpened) {
   EXPECT_EQ(ENOENT, errno);
 }
 
-TEST(ReadPiece, GivesALongLineInPieces) {
-  write_file("/tmp/p", "abcdef\nxy\n\nlast");
-  const File file = open_file("/tmp/p", "r");
-  std::string piece;
-  std::vector<std::string> pieces;
-  while (read_piece(file.get(), 4, piece)) pieces.push_back(piece);
-  EXPECT_THAT(pieces, ElementsAre("abcd", "ef\n", "xy\n", "\n", "last"));
-}
-
-TEST(ReadPiece, ANewlineRightBehindAFullPieceComesAlone) {
-  write_file("/tmp/p", "abcd\nx\n");
-  const File file = open_file("/tmp/p", "r");
-  std::string piece;
-  std::vector<std::string> pieces;
-  while (read_piece(file.get(), 4, piece)) pieces.push_back(piece);
-  EXPECT_THAT(pieces, ElementsAre("abcd", "\n", "x\n"));
-}
-
-TEST(ReadPiece, KeepsNulBytes) {
-  const std::string bytes("a\0b\n", 4);
-  write_file("/tmp/p", bytes);
-  const File file = open_file("/tmp/p", "r");
-  std::string piece;
-  ASSERT_TRUE(read_piece(file.get(), 100, piece));
-  EXPECT_EQ(bytes, piece);
-}
-
 }  // namespace
