@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 namespace shell {
@@ -66,11 +67,12 @@ inline constexpr std::array programs = {
     Program{"zipinfo", "-v"},
 };
 
-/// The row of `name`, or null.
-constexpr const Program* program(std::string_view name) {
-  const auto* const row =
-      std::find_if(programs.begin(), programs.end(), [&](const Program& one) { return one.name == name; });
-  return row == programs.end() ? nullptr : row;
+/// The row of `name`; no value without one. A copy: while it compiles, g++ 12 with UndefinedBehaviorSanitizer
+/// does not compare the address of a row with null.
+constexpr std::optional<Program> program(std::string_view name) {
+  for (const Program& row : programs)
+    if (row.name == name) return row;
+  return std::nullopt;
 }
 
 }  // namespace shell

@@ -69,7 +69,7 @@ class TemplateReader {
   struct Simple {  // a simple command
     bool begun = false;
     bool named = false;
-    const Program* program = nullptr;
+    std::optional<Program> program{};
     std::size_t words = 0;
     bool has_value = false;
     bool unknown_option = false;
@@ -248,13 +248,13 @@ class TemplateReader {
     if (has_value()) slots_.back().alone = word_.shape == "%s";
     if (!begins_as_option()) {
       ++command_.words;
-    } else if (command_.program != nullptr && !command_.program->has_option(word_.shape)) {
+    } else if (command_.program && !command_.program->has_option(word_.shape)) {
       command_.unknown_option = true;
     }
   }
 
   constexpr bool is_given_to_a_shell() const {
-    return has_value() && command_.program != nullptr && command_.program->reads_command == word_.shape;
+    return has_value() && command_.program && command_.program->reads_command == word_.shape;
   }
 
   constexpr void end_inner_command() {
@@ -308,7 +308,7 @@ class TemplateReader {
   }
 
   constexpr void check_words() const {
-    if (command_.program == nullptr) throw "a value beside a program that has no row";
+    if (!command_.program) throw "a value beside a program that has no row";
     if (command_.unknown_option) throw "a value beside an option that its program's row does not have";
     if (command_.words > command_.program->words)
       throw "a value beside more words than its program's row has";
