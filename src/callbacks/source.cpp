@@ -14,6 +14,7 @@
 #include "shell/files.h"
 #include "state/posts.h"
 #include "state/state.h"
+#include "system/target.h"
 
 enum cd selection = CDROM;
 GThread* thread_id = nullptr;
@@ -42,17 +43,17 @@ void open_chooser_at(GtkWidget* chooser, const char* folder) {
 
 // Deliberate: bytes over 500 against blocks of 1024 bytes, so a person needs about twice the size of the
 // unpacked archive. In 64 bits, so that a huge listing does not pass by overflow.
-bool fits_into_tmp(long long bytes) { return bytes / 500 <= tmp_blocks(); }
+bool fits_into_tmp(long long bytes, const std::string& home) { return bytes / 500 <= tmp_blocks(home); }
 
 using DialogBuilder = GtkWidget* (*)();
 
 // The dialog of the first check that `path` fails, or null. `bytes` receives the unpacked size.
-DialogBuilder failed_check(const char* path, long long& bytes) {
+DialogBuilder failed_check(const char* path, const std::string& home, long long& bytes) {
   if (!open_file(path, "r")) return create_noFileFound;
   // Deliberate: only a definite no stops a person, a file(1) that fails does not.
   if (isZipfile(path) == 0) return create_notZipFile;
-  bytes = zip_bytes(path);
-  return fits_into_tmp(bytes) ? nullptr : create_notEnoughSpace;
+  bytes = zip_bytes(path, home);
+  return fits_into_tmp(bytes, home) ? nullptr : create_notEnoughSpace;
 }
 
 int start_progress(long long bytes) {
@@ -123,7 +124,7 @@ void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   if (typed.empty()) return show_over_page(create_noFileSpecified());
   if (!fits) return show_over_page(create_noFileFound());
   long long bytes = 0;
-  if (const DialogBuilder create_dialog = failed_check(g_filename, bytes))
+  if (const DialogBuilder create_dialog = failed_check(g_filename, target_of("").home, bytes))
     return show_over_page(create_dialog());
   timer = start_progress(bytes);
   g_isEncrypted = 0;

@@ -61,7 +61,7 @@ TEST_F(Archive, SizeIsTheUncompressedTotal) {
 
 TEST_F(Archive, AHugeSizeIsNotCutToAnInt) {
   stand_in("unzip", "5000000000  1 file\n");
-  EXPECT_EQ(5000000000LL, zip_bytes("/tmp/my archive.zip"));
+  EXPECT_EQ(5000000000LL, zip_bytes("/tmp/my archive.zip", "/root"));
   EXPECT_EQ(INT_MAX, zipSize("/tmp/my archive.zip"));
 }
 

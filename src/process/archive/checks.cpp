@@ -7,8 +7,8 @@
 
 #include "error/error.h"
 #include "shell/files.h"
-#include "shell/home.h"
 #include "shell/run.h"
+#include "system/target.h"
 
 namespace {
 
@@ -36,27 +36,27 @@ char* copied(const std::string& text) {
 
 int isZipfile(const char* path) {
   std::string line;
-  if (shell::execute_first(compose("file -b \"%s\"", path), current_owner().home, line) != 1) {
+  if (shell::execute_first(compose("file -b \"%s\"", path), target_of("").home, line) != 1) {
     log_ret("isZipfile");
     return -1;
   }
   return contains(line, "Zip") ? 1 : 0;
 }
 
-long long zip_bytes(const char* path) {
-  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", path), current_owner().home);
+long long zip_bytes(const char* path, const std::string& home) {
+  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", path), home);
 }
 
-int zipSize(const char* path) { return as_int(zip_bytes(path)); }
+int zipSize(const char* path) { return as_int(zip_bytes(path, target_of("").home)); }
 
-long long tmp_blocks() {
-  return first_number(compose("df /tmp | awk '{print $4}' | tail -n 1"), current_owner().home);
+long long tmp_blocks(const std::string& home) {
+  return first_number(compose("df /tmp | awk '{print $4}' | tail -n 1"), home);
 }
 
-int tmpSize() { return as_int(tmp_blocks()); }
+int tmpSize() { return as_int(tmp_blocks(target_of("").home)); }
 
 int tarsize(const char* path) {
-  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", path), current_owner().home));
+  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", path), target_of("").home));
 }
 
 int is_tarfile(const char* /*path*/) { return 1; }
@@ -66,7 +66,7 @@ int isEncrypted(const char* path) {
   const shell::Command command = compose(
       "zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'", path);
   std::string line;
-  if (shell::execute_first(command, current_owner().home, line) != 1) return -1;
+  if (shell::execute_first(command, target_of("").home, line) != 1) return -1;
   if (line == "not\n") return 0;
   return line == "encrypted\n" ? 1 : -1;
 }
@@ -75,8 +75,7 @@ char* mount_cdrom_remote(const char* fstype) {
   // An already mounted disc is fine, so the result is not looked at.
   if (std::strcmp(fstype, "iso9660") == 0) shell::run_unlogged(compose("mount /dev/cdrom"));
   std::string line;
-  if (shell::execute_first(compose("mount -l -t %s", fstype), current_owner().home, line) != 1)
-    return nullptr;
+  if (shell::execute_first(compose("mount -l -t %s", fstype), target_of("").home, line) != 1) return nullptr;
   const std::size_t on = line.find("on /");
   if (on == std::string::npos) return nullptr;
   const std::size_t start = on + std::strlen("on ");

@@ -3,6 +3,8 @@
 #ifndef BRINDLE_PROCESS_ARCHIVE_CHECKS_H
 #define BRINDLE_PROCESS_ARCHIVE_CHECKS_H
 
+#include <string>
+
 /// 1 when file(1) calls `path` a zip, 0 when it does not, -1 (logged) when it says nothing.
 int isZipfile(const char* path);
 
@@ -21,9 +23,10 @@ int is_tarfile(const char* path);
 /// 0 when the zip's first entry is not encrypted, 1 when it is, -1 when that cannot be told.
 int isEncrypted(const char* path);
 
-/// zipSize and tmpSize without a limit, for comparing them.
-long long zip_bytes(const char* path);
-long long tmp_blocks();
+/// zipSize and tmpSize without a limit, for comparing them. The output of their commands goes through a file
+/// in `home`.
+long long zip_bytes(const char* path, const std::string& home);
+long long tmp_blocks(const std::string& home);
 
 /// Mount point of the first mounted file system of type `fstype`; for "iso9660" /dev/cdrom is mounted
 /// first. The caller frees the text with free(); its buffer has room for one more character. Null when

@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Removes from the unpacked `folder` what a Windows PC cannot have put there: symbolic links, pipes, sockets
-/// and devices. A link could reach out of the archive, and one that stays inside could still lead the walk
+/// Removes from the unpacked `folder` what is neither a file nor a folder: symbolic links, pipes, sockets and
+/// devices. A link could reach out of the archive, and one that stays inside could still lead the walk
 /// through the mail folders round in circles. Each removal is named on standard error. Folders are made
 /// readable and writable for their owner, however deep.
 void remove_unsafe_entries(const std::string& folder);
