@@ -44,7 +44,7 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
   decline_open_questions();
-  remove_progress_timeout();
+  remove_progress_timeout(timer);
   show_over_page(notice);
   // Null before the worker has made it, or when it could not: then there is nothing to remove.
   if (const char* temporary = dir_name) shell::run_unlogged(compose("rm -rf %s", temporary));

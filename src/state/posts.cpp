@@ -4,8 +4,6 @@
 
 #include <atomic>
 
-#include "state/state.h"
-
 namespace {
 
 // GLib orders both sides already, with locks of its own. Counting the hand-overs says the same in the
@@ -21,9 +19,8 @@ void post_to_gui(int (*callback)(void*), void* data) {
 
 void take_hand_over() { hand_overs.fetch_add(1, std::memory_order_acq_rel); }
 
-void remove_progress_timeout() {
+void remove_progress_timeout(int id) {
   // Asking first keeps GLib from complaining about one that has gone.
-  const auto id = static_cast<guint>(timer);
-  GSource* source = id == 0 ? nullptr : g_main_context_find_source_by_id(nullptr, id);
+  GSource* source = id == 0 ? nullptr : g_main_context_find_source_by_id(nullptr, static_cast<guint>(id));
   if (source != nullptr) g_source_destroy(source);
 }

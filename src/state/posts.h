@@ -1,5 +1,6 @@
-// What the worker may ask of the GUI thread. The functions are defined in main/idle.cpp; declared here,
-// without GTK, so that the worker's code cannot touch a widget.
+// What the worker may ask of the GUI thread. The callbacks are defined in main/idle.cpp; declared here,
+// without GTK, so that the worker's code cannot touch a widget. post_to_gui, take_hand_over and
+// remove_progress_timeout are defined in posts.cpp.
 #ifndef BRINDLE_STATE_POSTS_H
 #define BRINDLE_STATE_POSTS_H
 
@@ -34,8 +35,8 @@ int draw_posted_mark(void* data);
 /// over, else 1.
 int progress_timeout(void* data);
 
-/// Ends the progress timeout, if it still runs: it may have ended itself, and both Cancel and the worker end
-/// it.
-void remove_progress_timeout();
+/// Ends the progress timeout with the source id `id`, if it still runs: it may have ended itself, and both
+/// Cancel and the worker end it. 0: none has begun.
+void remove_progress_timeout(int id);
 
 #endif

@@ -49,26 +49,25 @@ int never(void*) { return 1; }
 bool runs(int id) { return g_main_context_find_source_by_id(nullptr, static_cast<guint>(id)) != nullptr; }
 
 TEST(ProgressTimeout, EndsOnceAndMayHaveEnded) {
-  timer = static_cast<int>(g_timeout_add(200, never, nullptr));
-  ASSERT_TRUE(runs(timer));
-  remove_progress_timeout();
-  EXPECT_FALSE(runs(timer));
+  const int id = static_cast<int>(g_timeout_add(200, never, nullptr));
+  ASSERT_TRUE(runs(id));
+  remove_progress_timeout(id);
+  EXPECT_FALSE(runs(id));
   // GLib would complain about an unknown source.
   g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
-  remove_progress_timeout();
+  remove_progress_timeout(id);
 }
 
 TEST(ProgressTimeout, MayNeverHaveBegun) {
   g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
-  timer = 0;
-  remove_progress_timeout();
+  remove_progress_timeout(0);
 }
 
 TEST(ProgressTimeout, MayBeEndedFromTheWorker) {
   const GuiThread gui;
-  timer = static_cast<int>(g_timeout_add(1, never, nullptr));
-  remove_progress_timeout();
-  EXPECT_FALSE(runs(timer));
+  const int id = static_cast<int>(g_timeout_add(1, never, nullptr));
+  remove_progress_timeout(id);
+  EXPECT_FALSE(runs(id));
 }
 
 }  // namespace

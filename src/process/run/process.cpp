@@ -99,7 +99,7 @@ void* process(void* args) {
   if (getOsVersion(static_cast<char*>(args)) == 1) return nullptr;
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
-    remove_progress_timeout();
+    remove_progress_timeout(timer);
     end_run(client, fp_log);
     return nullptr;
   }
@@ -119,7 +119,7 @@ void* process(void* args) {
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);
   write_log("delete Brindle folder", fp_log);
-  remove_progress_timeout();
+  remove_progress_timeout(timer);
   post_to_gui(done_button_bar, nullptr);
   if (isKilled == 0) show_dialog(refused ? show_popup_multi_user_error_window : show_popup_window, fp_log);
   end_run(client, fp_log);
