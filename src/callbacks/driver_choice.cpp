@@ -5,13 +5,14 @@
 #include "interface/windows.h"
 #include "state/question.h"
 #include "state/state.h"
+#include "system/capabilities.h"
 #include "system/detection.h"
 #include "system/system.h"
 
 namespace {
 
 struct Model {
-  const char* ppd;      // "GNome"
+  const char* ppd;
   const char* redflag;  // lines of a foomatic listing
   const char* kde;
 };
@@ -35,11 +36,18 @@ constexpr Model models[] = {
     {"laserjet.ppd.gz", laserjet, laserjet},
 };
 
-const char* answer_for(enum driver choice, System system) {
+const char* answer_for(enum driver choice, DriverAnswers answers) {
   if (choice < STPHOTO || choice >= SKIP) return "";
   const Model& model = models[choice];
-  if (system == System::gnome) return model.ppd;
-  return system == System::redflag ? model.redflag : model.kde;
+  switch (answers) {
+    case DriverAnswers::ppd_files:
+      return model.ppd;
+    case DriverAnswers::redflag_lines:
+      return model.redflag;
+    case DriverAnswers::kde_lines:
+      return model.kde;
+  }
+  return "";
 }
 
 }  // namespace
@@ -56,7 +64,7 @@ void on_window_select_driver_next2_clicked(GtkButton* button, gpointer /*user_da
   if (isKilled == 1) return destroy_window_of(GTK_WIDGET(button));
   getOsVersion("");
   std::printf("OSName::%s", OSName);
-  driver_question.keep_answer(0, answer_for(driverselection, detected_system()));
+  driver_question.keep_answer(0, answer_for(driverselection, capabilities(detected_system()).driver_answers));
   destroy_window_of(GTK_WIDGET(button));
   driver_question.close();
 }

@@ -1,5 +1,8 @@
 #include "system/capabilities.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 constexpr Skeleton gnome_skeleton = {"/tmp/nldroot", "/usr/local/brindle/nldroot.tar.bz2", true};
@@ -23,12 +26,6 @@ shell::Command redflag_account(const Text& login, const Text& home, const Text& 
   return compose("useradd %s -d %s -m -k %s/root -s /bin/bash -g users", login, home, skeleton);
 }
 
-constexpr MarkSet everywhere = {Mark::preparing_printers, Mark::several_users, Mark::documents,
-                                Mark::desktop};
-constexpr MarkSet on_known_systems =
-    everywhere + MarkSet{Mark::mail,  Mark::wallpaper,       Mark::bookmarks,    Mark::cookies,
-                         Mark::fonts, Mark::file_extensions, Mark::mapped_drives};
-
 // In the order of enum System.
 constexpr Capabilities rows[] = {
     {.name = "GNome",
@@ -37,46 +34,48 @@ constexpr Capabilities rows[] = {
      .skeleton = &gnome_skeleton,
      .make_account = usual_account,
      .link_icon = "X-Nautilus-Icon=gnome-fs-directory",
-     .printers = PrinterTools::cups,
+     .driver_answers = DriverAnswers::ppd_files,
      .language_from_ctype = true,
-     .first_row = 22,
-     .sets = on_known_systems + MarkSet{Mark::printers, Mark::groupwise}},
+     .first_row = 22},
 
     {.name = "Linspire",
      .first_start = FirstStart::from_skeleton,
      .skeleton = &linspire_skeleton,
      .make_account = linspire_account,
-     .account_has_evolution = false,
+     .repairs_source_lists = false,
      .share_in_konqueror = true,
-     .kde_tiled = 2,
-     .progress_moves = false,
-     .sets = on_known_systems + MarkSet{Mark::printers}},
+     .kde_tiled = 2,  // Deliberate: part of the output.
+     .driver_answers = DriverAnswers::kde_lines,
+     .progress_moves = false},  // Deliberate: part of the output. The bar stands still during the whole run.
 
     {.name = "RedFlag",
      .first_start = FirstStart::from_skeleton,
      .skeleton = &redflag_skeleton,
      .make_account = redflag_account,
-     .account_has_evolution = false,
+     .repairs_source_lists = false,
      .link_icon = "Icon=folder",
      .documents_on_desktop = true,
      .share_in_konqueror = true,
      .fonts_for_everybody = true,
      .brings_terminal_settings = true,
-     .kde_tiled = 2,
+     .kde_tiled = 2,  // Deliberate: part of the output.
+     .driver_answers = DriverAnswers::redflag_lines,
+     .landscape_option = "orientation-requested=4",
      .first_row = 26,
      .row_pitch = 23,
-     .hidden_rows = {Mark::groupwise},
-     .sets = on_known_systems + MarkSet{Mark::printers}},
+     .hidden_rows = {Mark::groupwise}},
 
-    // Deliberate: part of the output. Printers are made, but the mark that repeats their result stays empty.
     {.name = "Xandros",
      .first_start = FirstStart::of_programs,
      .make_account = usual_account,
-     .sets = on_known_systems},
+     .driver_answers = DriverAnswers::kde_lines},
 
-    {.make_account = usual_account, .sets = everywhere},
+    {.make_account = usual_account, .driver_answers = DriverAnswers::kde_lines},
 };
 static_assert(std::size(rows) == system_count);
+static_assert(std::ranges::all_of(rows, [](const Capabilities& row) {
+  return row.make_account != nullptr && row.driver_answers != DriverAnswers{};
+}));
 
 }  // namespace
 

@@ -28,10 +28,10 @@ enum class FirstStart {
 using AccountCommand = shell::Command (*)(const std::string& login, const std::string& home,
                                           const std::string& skeleton);
 
-/// The tools that make print queues.
-enum class PrinterTools { cups, foomatic };
+/// What the driver window answers with. No value is 0, which a row without one would have.
+enum class DriverAnswers { ppd_files = 1, redflag_lines, kde_lines };
 
-/// One row. What it does not name is as stated here.
+/// One row. What it does not name is as written here.
 struct Capabilities {
   const char* name = "";  ///< as OSName spells it; empty: every other text
 
@@ -40,7 +40,7 @@ struct Capabilities {
   FirstStart first_start = FirstStart::none;
   const Skeleton* skeleton = nullptr;  ///< null: none, new accounts are copies of /root
   AccountCommand make_account;
-  bool account_has_evolution = true;  ///< the source lists in a new home, if any, are repaired
+  bool repairs_source_lists = true;  ///< of Evolution in a new home, if there are any
 
   // Desktop
   const char* link_icon = "Icon=folder1";  ///< icon line of desktop links, the last one
@@ -51,7 +51,8 @@ struct Capabilities {
   int kde_tiled = 5;                      ///< kdesktop's number for a tiled wallpaper
 
   // Printers
-  PrinterTools printers = PrinterTools::foomatic;
+  DriverAnswers driver_answers;                ///< every row names it
+  const char* landscape_option = "landscape";  ///< for lpoptions
 
   // Wizard
   bool language_from_ctype = false;  ///< LC_CTYPE, when it is set, goes before LANG
@@ -59,7 +60,6 @@ struct Capabilities {
   int first_row = 24;                ///< place of the first row on the progress page, in pixels from above
   int row_pitch = 22;
   MarkSet hidden_rows = {};  ///< marks without a row
-  MarkSet sets;              ///< marks that a run sets; the others keep the look they start with
 };
 
 const Capabilities& capabilities(System system);

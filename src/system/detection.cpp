@@ -6,6 +6,7 @@
 #include "shell/files.h"
 #include "shell/pieces.h"
 #include "state/state.h"
+#include "system/system.h"
 
 namespace {
 
@@ -13,7 +14,8 @@ constexpr std::size_t first_line_limit = 127;
 
 // Both threads read these texts, so they are left alone unless the answer really changes.
 void put(char (&text)[256], const char* answer) {
-  if (std::strcmp(text, answer) != 0) assign(text, answer);
+  if (std::strcmp(text, answer) == 0) return;
+  static_cast<void>(assign(text, answer));  // a short constant, which fits
 }
 
 void set_system(const char* name, const char* version) {
@@ -35,7 +37,7 @@ void detect_red_flag() {
   if (contains(line, "release 4.1 ")) {
     set_system("RedFlag", "4.1");
   } else if (contains(line, "release 4.1plus")) {
-    set_system("RedFlag", "4.1 Plus");
+    set_system("RedFlag", redflag_plus);
   } else {
     set_system("INVALID", "INVALID");
   }

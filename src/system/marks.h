@@ -38,10 +38,6 @@ class MarkSet {
     for (const Mark mark : marks) bits_ |= bit(mark);
   }
   constexpr bool contains(Mark mark) const { return (bits_ & bit(mark)) != 0; }
-  friend constexpr MarkSet operator+(MarkSet one, MarkSet other) {
-    one.bits_ |= other.bits_;
-    return one;
-  }
   friend constexpr bool operator==(MarkSet one, MarkSet other) = default;
 
  private:

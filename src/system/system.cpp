@@ -4,7 +4,8 @@
 #include "system/capabilities.h"
 
 System system_called(std::string_view name) {
-  for (const System system : {System::gnome, System::linspire, System::redflag, System::xandros}) {
+  for (int row = 0; row < system_count; ++row) {
+    const auto system = static_cast<System>(row);
     if (name == capabilities(system).name) return system;
   }
   return System::other;

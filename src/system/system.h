@@ -9,6 +9,9 @@
 enum class System { gnome, linspire, redflag, xandros, other };
 inline constexpr int system_count = 5;
 
+/// The Red Flag release with a Chinese address book, as OSVersion spells it.
+inline constexpr const char* redflag_plus = "4.1 Plus";
+
 /// The system of that name, as OSName spells it.
 System system_called(std::string_view name);
 

@@ -52,28 +52,6 @@ TEST(CapabilityRows, HaveASkeletonWhereTheFirstStartNeedsOne) {
   }
 }
 
-TEST(CapabilityRows, ShowARowForEveryMarkThatIsSet) {
-  for (const System system : systems) {
-    const Capabilities& row = capabilities(system);
-    for (const MarkRow& mark : mark_rows()) {
-      const bool hidden_but_set = row.hidden_rows.contains(mark.mark) && row.sets.contains(mark.mark);
-      EXPECT_FALSE(hidden_but_set) << image_name(mark.mark) << " on \"" << row.name << "\"";
-    }
-  }
-}
-
-TEST(CapabilityRows, SetTheMarksOfEachSystem) {
-  const MarkSet everywhere = {Mark::preparing_printers, Mark::several_users, Mark::documents, Mark::desktop};
-  const MarkSet known =
-      everywhere + MarkSet{Mark::mail,  Mark::wallpaper,       Mark::bookmarks,    Mark::cookies,
-                           Mark::fonts, Mark::file_extensions, Mark::mapped_drives};
-  EXPECT_EQ(everywhere, of("").sets);
-  EXPECT_EQ(known, of("Xandros").sets);
-  EXPECT_EQ(known + MarkSet{Mark::printers}, of("Linspire").sets);
-  EXPECT_EQ(known + MarkSet{Mark::printers}, of("RedFlag").sets);
-  for (const MarkRow& row : mark_rows()) EXPECT_TRUE(of("GNome").sets.contains(row.mark));
-}
-
 TEST(CapabilityRows, HideGroupwiseOnRedFlagOnly) {
   for (const System system : systems) {
     const MarkSet expected = system == System::redflag ? MarkSet{Mark::groupwise} : MarkSet{};
@@ -84,15 +62,15 @@ TEST(CapabilityRows, HideGroupwiseOnRedFlagOnly) {
 TEST(CapabilityRows, MakeAccounts) {
   for (const char* system : {"GNome", "Xandros", ""}) {
     EXPECT_EQ("useradd ann -d /home/ann -m -k /tmp/s/root -g users", account(system));
-    EXPECT_TRUE(of(system).account_has_evolution);
+    EXPECT_TRUE(of(system).repairs_source_lists);
   }
   EXPECT_EQ("useradd ann -d /home/ann -m -k /tmp/s/root -s /bin/bash -g users", account("RedFlag"));
   EXPECT_EQ(
       "useradd ann -d /home/ann -m -k /tmp/s/root -G audio,cdrom,cnr,desktop,dialout,dip,disk -s /bin/bash "
       "-g users",
       account("Linspire"));
-  EXPECT_FALSE(of("RedFlag").account_has_evolution);
-  EXPECT_FALSE(of("Linspire").account_has_evolution);
+  EXPECT_FALSE(of("RedFlag").repairs_source_lists);
+  EXPECT_FALSE(of("Linspire").repairs_source_lists);
 }
 
 TEST(CapabilityRows, NameTheSkeletonHomes) {
@@ -104,6 +82,16 @@ TEST(CapabilityRows, NameTheSkeletonHomes) {
   EXPECT_STREQ("/usr/local/brindle/redflagroot.tar.bz2", of("RedFlag").skeleton->tarball);
   EXPECT_FALSE(of("Linspire").skeleton->bzip2);
   EXPECT_TRUE(of("RedFlag").skeleton->bzip2 && of("GNome").skeleton->bzip2);
+}
+
+TEST(CapabilityRows, SayWhatPrintersNeed) {
+  EXPECT_EQ(DriverAnswers::ppd_files, of("GNome").driver_answers);
+  EXPECT_EQ(DriverAnswers::redflag_lines, of("RedFlag").driver_answers);
+  for (const char* system : {"Linspire", "Xandros", ""})
+    EXPECT_EQ(DriverAnswers::kde_lines, of(system).driver_answers) << system;
+  EXPECT_STREQ("orientation-requested=4", of("RedFlag").landscape_option);
+  for (const char* system : {"GNome", "Linspire", "Xandros", ""})
+    EXPECT_STREQ("landscape", of(system).landscape_option) << system;
 }
 
 // A table by hand, so that a changed default does not change a system unseen.

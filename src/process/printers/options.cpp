@@ -7,6 +7,7 @@
 
 #include "shell/files.h"
 #include "shell/run.h"
+#include "system/capabilities.h"
 
 namespace {
 
@@ -51,19 +52,15 @@ struct Row {
   Composer composer = nullptr;           // instead of `option`: makes the command of the printer's values
   const char* trace = "";                // printed before the command runs
   std::optional<PrinterTools> always{};  // these tools on every system
-  std::optional<System> only_on{};       // the one system the row is for
+  const char* Capabilities::*option_of_system = nullptr;  // instead of `option`
 };
 
 constexpr Row rows[] = {
+    // Deliberate: part of the output. The one option that lpoptions sets on every system.
     {.value = &Printer::orientation,
      .contained = "DMORIENT_LANDSCAPE",
-     .option = "orientation-requested=4",
      .always = cups,
-     .only_on = System::redflag},
-    {.value = &Printer::orientation,
-     .contained = "DMORIENT_LANDSCAPE",
-     .option = "landscape",
-     .always = cups},
+     .option_of_system = &Capabilities::landscape_option},
 
     {&Printer::duplex, "DMDUP_HORIZONTAL", "Duplex=DuplexTumble"},
     {&Printer::duplex, "DMDUP_VERTICAL", "Duplex=DuplexNoTumble"},
@@ -104,14 +101,14 @@ constexpr Row rows[] = {
     {&Printer::y_resolution, "600", nullptr, dots},
 };
 
-shell::Command command_of(const Row& row, const Printer& printer, PrinterTools of_system) {
+shell::Command command_of(const Row& row, const Printer& printer, PrinterTools of_system, System system) {
   const PrinterTools tools = row.always.value_or(of_system);
-  return row.composer != nullptr ? row.composer(printer, tools) : plain(printer, tools, row.option);
+  if (row.composer != nullptr) return row.composer(printer, tools);
+  const bool differs = row.option_of_system != nullptr;
+  return plain(printer, tools, differs ? capabilities(system).*row.option_of_system : row.option);
 }
 
-bool fits(const Row& row, const Printer& printer, System system) {
-  return contains(printer.*row.value, row.contained) && row.only_on.value_or(system) == system;
-}
+bool fits(const Row& row, const Printer& printer) { return contains(printer.*row.value, row.contained); }
 
 }  // namespace
 
@@ -119,10 +116,10 @@ void set_options(const PrinterDescription& printer, PrinterTools tools, System s
   for (const Row* group = std::begin(rows); group != std::end(rows);) {
     const Row* end =
         std::find_if(group, std::end(rows), [&](const Row& row) { return row.value != group->value; });
-    const Row* row = std::find_if(group, end, [&](const Row& one) { return fits(one, printer, system); });
+    const Row* row = std::find_if(group, end, [&](const Row& one) { return fits(one, printer); });
     if (row != end) {
       std::printf("%s", row->trace);
-      last = command_of(*row, printer, tools);
+      last = command_of(*row, printer, tools, system);
       SYSTEM(last);
     }
     std::printf("Options::%s", last.text().c_str());

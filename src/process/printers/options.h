@@ -4,8 +4,10 @@
 
 #include "process/printers/description.h"
 #include "shell/compose.h"
-#include "system/capabilities.h"
 #include "system/system.h"
+
+/// The tools that make print queues and set their options.
+enum class PrinterTools { cups, foomatic };
 
 /// Sets the options of the printer's queue: orientation, duplex, paper size, colour, quality, resolution,
 /// each by a command of its own, lpoptions for `tools` cups and foomatic-configure for foomatic. A value that

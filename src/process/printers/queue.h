@@ -5,8 +5,8 @@
 #include <string>
 
 #include "process/printers/driver_search.h"
+#include "process/printers/options.h"
 #include "shell/compose.h"
-#include "system/capabilities.h"
 #include "system/target.h"
 
 /// What differs from one family of tools to the other.

@@ -25,6 +25,13 @@
 
 namespace {
 
+// A path in the worker's temporary directory, or a name in it, fits. One that did not would leave the buffer
+// empty, and the run would go on without finding anything in the archive.
+template <std::size_t Size>
+void keep(char (&buffer)[Size], const std::string& text) {
+  static_cast<void>(assign(buffer, text.c_str()));
+}
+
 constexpr const char* login_name_alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 bool is_login_name(const std::string& name) {
@@ -33,16 +40,16 @@ bool is_login_name(const std::string& name) {
   return std::strchr(login_name_alphabet, name[0]) != nullptr;
 }
 
-void refuse_user() {
+void refuse_user(Question& notice) {
   std::printf("Invalid User.");
-  user_notice.ask();
+  notice.ask();
 }
 
 // From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
 void create_account(const Target& target, const std::string& skeleton) {
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
-  if (!target.has().account_has_evolution) return;
+  if (!target.has().repairs_source_lists) return;
   // A home without such lists has none to repair.
   for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
     static_cast<void>(repair_source_list(target, list));
@@ -83,6 +90,13 @@ void set_password(const std::string& login, const std::string& home) {
   SYSTEM(compose("rm %s", path));
 }
 
+// The items of `target`, a profile, whose fonts lie in `archive_root`.
+void migrate_profile(const Target& target, const std::string& archive_root) {
+  keep(new_dir_path, target.root);
+  std::printf("Path::%s\n", new_dir_path);
+  walk_steps(target, archive_root);
+}
+
 int migrate_account(const Target& target, const std::string& profiles_folder, const std::string& skeleton) {
   const std::string& login = target.login;
   std::printf("Migrating Data for User::%s\n", login.c_str());
@@ -92,8 +106,9 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   set_password(login, target.home);
   std::printf("STEP 1: User and Home Directory Created.");
   std::printf("STEP 3: Migrating..........");  // Deliberate: part of the output. There is no step 2.
-  assign(new_dir_path, profiles_folder.c_str());
-  const int result = itemprofiles2(nullptr, "image_0", login.c_str(), profiles, profiles_folder.c_str());
+  keep(new_dir_path, profiles_folder);
+  const std::string image = image_name(Mark::several_users);
+  const int result = itemprofiles2(nullptr, image.c_str(), login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
   SYSTEM(compose("chown -R %s %s", login, target.home));
   std::printf("STEP 4: Chown Completed.");
@@ -120,7 +135,7 @@ int CheckMultiUser(const char* args) {
 int migrate_profiles(const char* root) {
   const Skeleton* skeleton = capabilities(detected_system()).skeleton;
   if (skeleton != nullptr) unpack_skeleton(*skeleton);
-  assign(font_dir_path, root);
+  keep(font_dir_path, root);
   const std::string folder = std::string(root) + "/" + layout::profiles;
   const auto names = list_folder(folder);
   if (!names) {
@@ -129,11 +144,13 @@ int migrate_profiles(const char* root) {
     post_mark(Mark::several_users, -1);
     return 0;
   }
+  // Always 0: a profile gives no other result, nor does one without a folder. The sum takes a failure all the
+  // same.
   int result = 0;
   for (const std::string& name : *names) {
-    assign(cur_user, name.c_str());
+    keep(cur_user, name);
     if (!is_login_name(name)) {
-      refuse_user();
+      refuse_user(user_notice);
       continue;
     }
     isDefaultUser = 0;
@@ -145,17 +162,16 @@ int migrate_profiles(const char* root) {
 int profiles(const char* args) {
   // `args` may be new_dir_path itself, which is about to change.
   const std::string folder = std::string(args) + "/" + cur_user;
-  assign(new_dir_path, folder.c_str());
-  std::printf("Path::%s\n", new_dir_path);
+  // The target of the account once more: itemprofiles2 hands on a path and nothing else.
   Target target = target_of(folder.c_str());
-  target.is_running_user = false;
-  walk_steps(target, font_dir_path);
+  target.is_running_user = false;  // its steps are a profile's, whoever called
+  migrate_profile(target, font_dir_path);
   return 0;
 }
 
 int begin_running_user(const char* root) {
   isDefaultUser = 1;
-  assign(new_dir_path, root);
+  keep(new_dir_path, root);
   std::printf("New Dir Path::%s\n", new_dir_path);
   std::printf("Doing for default user::%s\n", default_user == nullptr ? "" : default_user);
   return 0;

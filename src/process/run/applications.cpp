@@ -82,8 +82,9 @@ void prepare_applications(const Target& target) {
 }
 
 void unpack_skeleton(const Skeleton& skeleton) {
-  assign(homedirpath, skeleton.folder);
-  assign(tarfilepath, skeleton.tarball);
+  // Both are short constants and fit.
+  static_cast<void>(assign(homedirpath, skeleton.folder));
+  static_cast<void>(assign(tarfilepath, skeleton.tarball));
   shell::run_unlogged(compose("rm -rf %s", skeleton.folder));
   shell::run_unlogged(compose("mkdir %s", skeleton.folder));
   if (skeleton.bzip2) shell::run_unlogged(compose("mkdir %s/root", skeleton.folder));

@@ -21,7 +21,7 @@ void post_mark(Mark mark, int result) {
 }
 
 void item(Image_Result* /*buf*/, const char* image, const char* folder, func_t func, const char* func_arg) {
-  // The log of a run is the list of items attempted, missing ones included.
+  // Deliberate: part of the output. A missing item is logged as well.
   write_log(folder, fp_log);
   const int result = run_if_present(new_dir_path, folder, func, func_arg);
   if (const std::optional<Mark> mark = mark_of_image(image)) post_mark(*mark, result);

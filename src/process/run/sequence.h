@@ -28,9 +28,17 @@ enum class Looks {
 struct Migrator {
   constexpr Migrator() = default;
   constexpr Migrator(func_t function, const char* line = nullptr)  // NOLINT: most cells are a plain function
-      : run(function), trace(line) {}
+      : exists(true), run(function), trace(line) {}
 
-  func_t run = nullptr;         ///< null: the step does not exist on that system
+  /// The step exists and there is nothing to call.
+  static constexpr Migrator no_call() {
+    Migrator migrator;
+    migrator.exists = true;
+    return migrator;
+  }
+
+  bool exists = false;          ///< on that system
+  func_t run = nullptr;         ///< null: nothing to call
   const char* trace = nullptr;  ///< printed before it, without a newline; null: nothing
 };
 

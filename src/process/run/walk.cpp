@@ -13,6 +13,7 @@ namespace {
 struct Walk {
   const Target& target;
   const std::string& archive_root;
+  Question& printer_refusal;
   int printer_result = -1;
 };
 
@@ -45,45 +46,44 @@ void run_documents(const Walk& walk, const Step& step) {
 // Without printers in the archive, and for anybody but the superuser, the step has failed.
 int printer_step(const Walk& walk, const Step& step) {
   if (walk.target.home != "/root") {
-    printer_notice.ask();
+    walk.printer_refusal.ask();
     return -1;
   }
   if (is_folder(walk.archive_root.c_str(), step.name) == 0) return -1;
   return migrator_of(step, walk.target.system).run(walk.archive_root.c_str()) == 0 ? 0 : -1;
 }
 
-void take(const Step& step, Walk& walk) {
-  const Migrator& migrator = migrator_of(step, walk.target.system);
+// The steps that end in a mark of their own, without an item.
+int marked_step(Walk& walk, const Step& step) {
   const char* archive_root = walk.archive_root.c_str();
+  if (step.looks == Looks::for_several_users)
+    return walk.target.one_of_several ? migrator_of(step, walk.target.system).run(archive_root) : -1;
+  if (step.looks == Looks::for_printers) walk.printer_result = printer_step(walk, step);
+  return walk.printer_result;
+}
+
+void run_step(const Step& step, Walk& walk) {
+  const Migrator& migrator = migrator_of(step, walk.target.system);
   if (migrator.trace != nullptr) std::printf("%s", migrator.trace);
   switch (step.looks) {
     case Looks::for_documents:
-      run_documents(walk, step);
-      break;
+      return run_documents(walk, step);
     case Looks::for_item:
-      run_item(walk, step, step.name, walk.target.root);
-      break;
+      return run_item(walk, step, step.name, walk.target.root);
     case Looks::for_nothing:
-      migrator.run(archive_root);
-      break;
+      return static_cast<void>(migrator.run(walk.archive_root.c_str()));  // its result is not shown
     case Looks::for_printers:
-      walk.printer_result = printer_step(walk, step);
-      post_mark(*step.mark, walk.printer_result);
-      break;
     case Looks::for_several_users:
-      post_mark(*step.mark, walk.target.one_of_several ? migrator.run(archive_root) : -1);
-      break;
     case Looks::back_at_printers:
-      post_mark(*step.mark, walk.printer_result);
-      break;
+      return post_mark(*step.mark, marked_step(walk, step));
   }
 }
 
 }  // namespace
 
 void walk_steps(const Target& target, const std::string& archive_root) {
-  Walk walk{target, archive_root};
+  Walk walk{target, archive_root, printer_notice};
   for (const Step& step : sequence()) {
-    if (is_for(target, step) && exists_on(step, target.system)) take(step, walk);
+    if (is_for(target, step) && exists_on(step, target.system)) run_step(step, walk);
   }
 }

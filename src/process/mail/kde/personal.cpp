@@ -14,6 +14,7 @@
 #include "shell/home.h"
 #include "shell/pieces.h"
 #include "shell/run.h"
+#include "system/system.h"
 
 namespace {
 
@@ -189,7 +190,7 @@ int kaddressbook(const Target& target) {
   const std::string folder = application_folder(target, "kabc");
   const std::string contacts = converted_contacts(target.root + "/" + layout::mail);
   // Deliberate: part of the output. The version alone decides, whatever the system.
-  if (target.system_version == "4.1 Plus") {
+  if (target.system_version == redflag_plus) {
     append_to_chinese_file(contacts, folder);
   } else {
     append_to_standard_file(contacts, folder);
