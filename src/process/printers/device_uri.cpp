@@ -54,10 +54,7 @@ Device lpd_printer(const std::string& port) {
   return device;
 }
 
-Device share_printer(const std::string& port) {
-  share_question.set_text(port);
-  return {"", port.substr(2)};
-}
+Device share_printer(const std::string& port) { return {"", port.substr(2), port}; }
 
 std::optional<Device> local_printer(const std::string& port) {
   std::printf("Migrating Local Printer");
@@ -101,6 +98,7 @@ std::optional<Device> device_of_port(const std::string& port) {
 
 std::optional<std::string> uri_of(const Device& device, const std::string& label) {
   if (!device.share) return device.uri;
+  share_question.set_text(device.share_port);
   std::printf("Migrating SMB Printer");
   if (!ask_for_credentials(label)) return std::nullopt;
   std::string uri = with_credentials(*device.share);
