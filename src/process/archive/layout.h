@@ -32,6 +32,11 @@ inline constexpr const char* tasks_file = "Tasks/tasks.ics";                    
 inline constexpr const char* contacts = "Contacts";                              ///< in `mail`
 inline constexpr const char* contacts_file = "Contacts/addressbook.db";          ///< in `mail`
 inline constexpr const char* mail_folders = "Mail";
+inline constexpr const char* inbox = "Inbox";  ///< in `mail_folders`, like the next four
+inline constexpr const char* sent = "Sent";
+inline constexpr const char* outbox = "Outbox";
+inline constexpr const char* drafts = "Drafts";
+inline constexpr const char* trash = "Trash";
 inline constexpr const char* subfolders =
     ".sbd";  ///< in the name of a folder of subfolders, within `mail_folders`
 inline constexpr const char* notes = "Notes";

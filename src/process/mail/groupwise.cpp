@@ -17,6 +17,9 @@ namespace {
 // Deliberate: part of the output. A longer line comes in pieces, and each is judged as a line of its own.
 constexpr std::size_t line_limit = 1023;
 
+// In both lines below the name stands in the text.
+static_assert(std::string_view(layout::groupwise_mailbox) == "gwremote");
+
 constexpr std::string_view relative_mailbox = "<_default reg='sz'>gwremote</_default>";
 
 // Deliberate: part of the output. In double quotes, where the line it takes the place of has single ones, and

@@ -17,11 +17,11 @@ struct FolderName {
   const char* kmail;
 };
 
-constexpr std::array<FolderName, 5> kmail_names = {{{"Inbox", "inbox"},
-                                                    {"Sent", "sent-mail"},
-                                                    {"Outbox", "outbox"},
-                                                    {"Drafts", "drafts"},
-                                                    {"Trash", "trash"}}};
+constexpr std::array<FolderName, 5> kmail_names = {{{layout::inbox, "inbox"},
+                                                    {layout::sent, "sent-mail"},
+                                                    {layout::outbox, "outbox"},
+                                                    {layout::drafts, "drafts"},
+                                                    {layout::trash, "trash"}}};
 
 std::string folder_name(const std::string& name, bool first_level) {
   if (!first_level) return name;
