@@ -22,6 +22,8 @@ bool replace_file(const std::string& path, const std::string& text) {
 
 void convert_line_ends(const std::string& path) { SYSTEM(compose("dos2unix %s", path)); }
 
+void convert_line_ends_silently(const std::string& path) { SYSTEM(compose("dos2unix -q %s", path)); }
+
 std::optional<std::vector<std::string>> list_folder(const std::string& path) {
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
   if (!folder) return std::nullopt;

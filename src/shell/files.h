@@ -29,6 +29,9 @@ bool replace_file(const std::string& path, const std::string& text);
 /// tells of a failure, the caller does not see it.
 void convert_line_ends(const std::string& path);
 
+/// convert_line_ends with a dos2unix that says nothing itself: only the system log tells of a failure.
+void convert_line_ends_silently(const std::string& path);
+
 /// The entries of a folder without "." and "..", in directory order, as they are at the call: a migrator
 /// may add files to the folder while it works. No value, with errno set, when the folder cannot be opened.
 std::optional<std::vector<std::string>> list_folder(const std::string& path);

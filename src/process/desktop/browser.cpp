@@ -84,7 +84,7 @@ int cookies(const char* args) {
   const std::optional<Profile> profile = find_profile(target);
   if (!profile) return -1;
   const std::string source = target.root + "/" + layout::cookies;
-  SYSTEM(compose("dos2unix -q %s", source));
+  convert_line_ends_silently(source);
   const File from = open_file(source, "r");
   if (!from) return failed("in cookies ");
   const File to = open_file(profile->folder + "/" + profile->name + "/cookies.txt", "w");
