@@ -11,6 +11,7 @@
 #include "gconf/settings.h"
 #include "process/archive/layout.h"
 #include "process/mail/account.h"
+#include "process/mail/client_files.h"
 #include "process/mail/evolution/personal.h"
 #include "process/mail/evolution/time_zone.h"
 #include "process/mail/folders/evolution.h"
@@ -143,12 +144,10 @@ std::optional<std::string> describe(const Target& target, const std::string& acc
 using Descriptions = std::vector<std::string>;
 
 std::optional<Descriptions> describe_all(const Target& target) {
-  const std::string folder = target.root + "/" + layout::mail_accounts;
-  const auto names = list_folder(folder);
-  if (!names) return std::nullopt;
+  const auto files = account_files(target.root);
+  if (!files) return std::nullopt;
   Descriptions descriptions;
-  for (const std::string& name : *names) {
-    const std::string account_path = folder + "/" + name;
+  for (const std::string& account_path : *files) {
     dos_to_unix(account_path.c_str());
     std::printf("Extracting from account path::%s\n", account_path.c_str());
     if (auto description = describe(target, account_path)) descriptions.push_back(std::move(*description));
@@ -260,10 +259,7 @@ void migrate_personal_data(const Target& target, std::FILE* log) {
 int mail_account(const char* path) {
   const Target target = target_of(path);
   const std::optional<Descriptions> descriptions = describe_all(target);
-  if (!descriptions) {
-    std::perror("In mail_account() opendir: ");
-    return -1;
-  }
+  if (!descriptions) return -1;
   if (!store_accounts(target, *descriptions)) return -1;
   migrate_folders(target);
   migrate_personal_data(target, fp_log);

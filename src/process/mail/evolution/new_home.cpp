@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "process/mail/folders/background.h"
+#include "process/mail/folders/evolution.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -108,7 +109,7 @@ void start_evolution_once(const Target& target) {
   std::printf("Launching Evolution.");
   start_evolution();
   sleep(seconds_for_evolution);
-  shell::run_unlogged(compose("evolution --force-shutdown"));
+  stop_evolution();
 }
 
 int updateAddressbookGconf() { return repair_source_list(target_of(""), SourceList::addressbook); }

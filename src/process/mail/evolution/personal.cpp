@@ -13,6 +13,7 @@
 #include "gconf/client.h"
 #include "gconf/settings.h"
 #include "process/archive/layout.h"
+#include "process/mail/folders/evolution.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -172,8 +173,7 @@ bool copy_if_there(const Target& target, const std::string& folder, const Kind& 
 }  // namespace
 
 void copy_personal_data(const Target& target, const std::string& folder) {
-  // Evolution would hold its files open.
-  shell::run_unlogged(compose("evolution --force-shutdown"));
+  stop_evolution();  // Deliberate: part of the output.
   trace_home(target.home);
   if (target.home.empty()) return;
   const bool evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;

@@ -114,9 +114,10 @@ void migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
 
 }  // namespace
 
+void stop_evolution() { shell::run_unlogged(compose("evolution --force-shutdown")); }
+
 void migrate_mail_folders(const Target& target, const std::string& mail_dir) {
-  // Evolution would hold its store open.
-  shell::run_unlogged(compose("evolution --force-shutdown"));
+  stop_evolution();  // Deliberate: part of the output.
   trace_home(target.home);
   if (target.home.empty()) return;
   std::printf("Checking for evolution version.");

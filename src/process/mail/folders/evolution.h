@@ -7,6 +7,9 @@
 
 #include "system/target.h"
 
+/// Stops a running Evolution by command.
+void stop_evolution();
+
 /// Stops Evolution and puts the mail folders of `mail_dir` into the store of `target`: unchanged into
 /// .evolution/mail/local when the home has ".evolution", else as Evolution 1's tree into evolution/local.
 /// Neither folder is made here; a copy that fails is only logged.
