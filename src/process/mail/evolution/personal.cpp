@@ -178,13 +178,14 @@ void copy_personal_data(const Target& target, const std::string& folder) {
   if (target.home.empty()) return;
   const bool evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;
   std::printf("In Calendar Contacts Tasks::%s", folder.c_str());
-  // The results of showing are not looked at: the data are there, shown or not.
   if (copy_if_there(target, folder, calendar, evolution_2) && evolution_2) {
-    show_first(target, shown_calendars);
+    // Not looked at, here and for the tasks: the data are there, shown or not.
+    static_cast<void>(show_first(target, shown_calendars));
     std::printf("Calendar Display Over.");
   }
   copy_if_there(target, folder, contacts, evolution_2);
-  if (copy_if_there(target, folder, tasks, evolution_2) && evolution_2) show_first(target, shown_tasks);
+  if (copy_if_there(target, folder, tasks, evolution_2) && evolution_2)
+    static_cast<void>(show_first(target, shown_tasks));
 }
 
 int calendar_contacts_tasks(const char* args) {
