@@ -268,7 +268,8 @@ int mail_account(const char* path) {
 }
 
 int extract_from_account_path(const char* account_path, char* data) {
-  const std::optional<std::string> description = describe(target_of(account_path), account_path);
+  const Target target = target_of("");  // the file is named whole
+  const std::optional<std::string> description = describe(target, account_path);
   const bool fits = description && description->size() < account_description_size;
   std::strcpy(data, fits ? description->c_str() : "");
   return fits ? 0 : -1;

@@ -130,12 +130,12 @@ void migrate_mail_folders(const Target& target, const std::string& mail_dir) {
 }
 
 void* mails_pop(const char* mail_dir) {
-  migrate_mail_folders(target_of(mail_dir), mail_dir);
+  migrate_mail_folders(target_of(""), mail_dir);  // the folder is named whole
   return nullptr;
 }
 
 void evolution_old(const char* mail_dir, const char* dest) {
-  build_tree(target_of(mail_dir), mail_dir, dest);
+  build_tree(target_of(""), mail_dir, dest);  // the folder is named whole
 }
 
 void file_to_folder(const char* path, const char* name, const char* dest) {
