@@ -1,5 +1,6 @@
-// Documents, desktop and shared files. Without a home to put them into (no account entry) the three
-// migrators return -1 and touch nothing: an empty home would make "/Documents" of a path.
+// Documents, desktop and shared files. Without a home to put them into (no account entry) the migrators
+// return -1 and touch nothing: an empty home would make "/Documents" of a path. Only file_extensions of
+// several users needs no home of its own.
 #ifndef BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
 #define BRINDLE_PROCESS_DESKTOP_DOCUMENTS_H
 

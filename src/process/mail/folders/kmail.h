@@ -5,7 +5,7 @@
 #include "system/target.h"
 
 /// Converts the folder "Mail" of the target's archive root into "Mail" in its home.
-/// Returns the result of setupemails, or 0 when there is no home.
+/// Returns 0, also without a home.
 int migrate_kmail_folders(const Target& target);
 
 /// migrate_kmail_folders for the user being migrated, from the archive root `args`.

@@ -16,7 +16,8 @@ int kmailaccountsettings(const char* args);
 /// Appends the account of the settings file `account_path` (UTF-8, LF line ends) as number `seqno` to
 /// kmailrc, which number 1 removes first, and makes the account's empty folder file. Its "Id=" is a number
 /// that no account in kmailrc has yet. `path` is unused. Returns 0, or 1 when one of the files cannot be
-/// opened. A settings file that cannot be read is passed over, with 1, before anything is removed.
+/// opened or the folder file's name would hold a "/". A settings file that cannot be read is passed over,
+/// with 1, before anything is removed.
 int kde_extract_from_account_path(const char* account_path, const char* path, int seqno);
 
 #endif
