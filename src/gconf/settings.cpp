@@ -12,7 +12,7 @@ int set(const char* key, bool value) { return set_gconf_bool(key, value ? TRUE :
 
 int set(const char* key, const std::string& value) { return set_gconf_string(key, value.c_str()); }
 
-// By value: a GSList holds texts that may be written to.
+// By value: a GSList takes char*, not const char*.
 int set(const char* key, std::vector<std::string> values) {
   GSList* list = nullptr;
   for (auto value = values.rbegin(); value != values.rend(); ++value)

@@ -14,7 +14,7 @@ struct Setting {
   std::variant<bool, std::string, std::vector<std::string>> value;
 };
 
-/// The same settings as a profile gets them: a file, since its owner has no daemon that could be asked.
+/// The same settings as a profile gets them: a file.
 struct SettingsFile {
   const char* folder;                    ///< below HOME/.gconf; the file is its %gconf.xml
   std::vector<const char*> new_folders;  ///< below HOME/.gconf, made first, in this order, by logged commands

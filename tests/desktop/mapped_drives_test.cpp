@@ -279,7 +279,7 @@ TEST_F(Drives, QuotesAndAngleBracketsAreWrittenAsTheyStand) {
   drive("z", "//s/a&b", "R&D <old> \"x\"");
   EXPECT_EQ(0, mappeddrives("/tmp/b"));
   EXPECT_THAT(read_file(konqueror), HasSubstr("href=\"smb://s/a&b\"><title>R&D <old> \"x\"</title>"));
-  // A strict reader refuses such a file; that is known.
+  // A strict reader refuses such a file.
   EXPECT_THAT(output_of("xmllint --noout " + std::string(konqueror) + " 2>&1"), HasSubstr("error"));
 }
 

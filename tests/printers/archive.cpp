@@ -10,7 +10,7 @@
 #include "support/files.h"
 
 std::string description(const std::map<std::string, std::string>& changes) {
-  // In the order in which Windows writes them.
+  // In the order of docs/printers.md.
   std::vector<std::pair<std::string, std::string>> lines = {{"Printer Name", "Office"},
                                                             {"Port Name", "LPT1"},
                                                             {"Driver Name", "HP LaserJet 4050"},

@@ -9,8 +9,8 @@
 
 constexpr const char* archive = "/tmp/archive";
 
-/// A description file as Windows writes it, with CR LF line ends: a laser printer on LPT1 without any
-/// settings, in which the named values are changed.
+/// A description file in the order of docs/printers.md, with CR LF line ends: a laser printer on LPT1 without
+/// any settings, in which the named values are changed.
 std::string description(const std::map<std::string, std::string>& changes = {});
 
 /// Puts a description file into the archive's folder "Printers".

@@ -40,7 +40,8 @@ void copy_documents(const std::string& folder, const std::string& destination) {
 }
 
 int write_documents_link(const Target& target) {
-  // Deliberate: looks for "Documents" but writes "My Documents", so that every run writes the link anew.
+  // Deliberate: part of the output. Looks for "Documents" but writes "My Documents", so that every run writes
+  // the link anew.
   if (is_folder(target.home.c_str(), "Desktop/Documents") == 1) return 0;
   if (!replace_file(target.home + "/Desktop/My Documents",
                     fill(documents_link, {{"home", target.home}, {"icon", target.has().link_icon}}))) {
@@ -118,7 +119,8 @@ void add_shortcut(const std::string& home, const std::string& user, const Capabi
   add_konqueror_bookmark(home, share_bookmark);
 }
 
-// Deliberate: every folder below /home gets a link, also one whose account was not migrated.
+// Deliberate: part of the output. Every folder below /home gets a link, also one whose account was not
+// migrated.
 int share_files_with_everybody(const Target& target, const char* skeleton) {
   SYSTEM(compose("mkdir /Share"));
   SYSTEM(compose("cp -a %s/File\\ Extensions/* /Share/", target.root));
@@ -144,7 +146,8 @@ int mydocs(const char* args) {
     return 0;
   }
   copy_documents(target.root, target.home + "/Documents");
-  // Deliberate: the tilde is the home of whoever runs the program, also while a profile is migrated.
+  // Deliberate: part of the output. The tilde is the home of whoever runs the program, also while a profile
+  // is migrated.
   if (is_folder(target.home.c_str(), "Desktop") == 0) SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
   return write_documents_link(target);
 }

@@ -56,8 +56,8 @@ void install_for_user(const std::string& folder, const std::string& home) {
   SYSTEM(compose("fc-cache %s/.fonts", home));
 }
 
-// Deliberate: from the home's fonts, not from the archive's. The suite also gets those the user had before,
-// and none of the migrated ones where they are everybody's.
+// Deliberate: part of the output. From the home's fonts, not from the archive's. The suite also gets those
+// the user had before, and none of the migrated ones where they are everybody's.
 void give_to_office_suite(const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.staroffice7/user/fonts", home));
   SYSTEM(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home));

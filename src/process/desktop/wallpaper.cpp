@@ -89,9 +89,9 @@ int set_gnome_background(const Target& target, const std::string& picture, const
 
 // ---- KDE ---------------------------------------------------------------------------------------------
 
-// Deliberate: from the first dot on, "my.photo.jpg" keeps ".photo.jpg". Not past a line end: the picture's
-// path is a line of the profile's settings, and what followed there would be read as settings of the
-// archive's choosing.
+// Deliberate: part of the output. From the first dot on, "my.photo.jpg" keeps ".photo.jpg". Not past a line
+// end: the picture's path is a line of the profile's settings, and what followed there would be read as
+// settings of the archive's choosing.
 std::string extension(const std::string& name) {
   const std::string line = name.substr(0, name.find('\n'));
   const std::size_t dot = line.find('.');

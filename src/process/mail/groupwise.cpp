@@ -1,6 +1,5 @@
 #include "process/mail/groupwise.h"
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 

@@ -29,7 +29,7 @@ struct LocalPort {
   const char* uri;
 };
 
-// Deliberate: part of the output. A person finds a USB printer under a parallel: address.
+// Deliberate: part of the output. With the CUPS tools a person finds a USB printer under a parallel: address.
 constexpr LocalPort local_ports[] = {
     {"USB001", "parallel:/dev/usb/lp0"},
     {"LPT1", "parallel:/dev/lp0"},

@@ -1,4 +1,4 @@
-// What the calendar's migration prints, and inputs that are not as the archive's companion writes them.
+// What the calendar's migration prints, and inputs at the edges.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -28,8 +28,7 @@ namespace {
 // Deliberate: part of the format. Nothing in a description is escaped: one whose texts hold an ampersand or
 // an angle bracket is no XML, and Evolution's data server takes neither it nor the accounts after it.
 
-// Deliberate: part of the output. Asked for each account anew. Of the account writers Evolution's is the one
-// that has a use for the answer.
+// Deliberate: part of the output. Asked for each account anew.
 std::string ask_host_name(const Target& target) {
   std::string line;
   shell::execute_first(compose("hostname"), target.home, line);
@@ -218,7 +217,7 @@ void store_for_running_user(const Target& target, const Descriptions& descriptio
   store_time_zone(target);
 }
 
-// Deliberate: a profile's time zone is not set.
+// Deliberate: part of the output. A profile's time zone is not set.
 bool store_for_profile(const Target& target, const Descriptions& descriptions) {
   trace_home(target.home);
   const SettingsFile file = accounts_file(descriptions);

@@ -37,7 +37,7 @@ void make_maildir(const std::string& destdir, const std::string& folder) {
   const std::string directory = subfolders_of(folder);
   std::printf("Foldername2::%s\n", directory.c_str());
   std::printf("Foldername::%s\n", folder.c_str());
-  // The index of a folder that is there already knows nothing of the new messages.
+  // Deliberate: part of the output. Indexes of a folder that is there go.
   SYSTEM(compose("rm -f \"%s/.%s.index\"", destdir, folder));
   SYSTEM(compose("rm -f \"%s/.%s.index.ids\"", destdir, folder));
   SYSTEM(compose("mkdir -p \"%s/%s\"", destdir, folder));

@@ -3,7 +3,6 @@
 #ifndef BRINDLE_PROCESS_MAIL_FOLDERS_MBOX_H
 #define BRINDLE_PROCESS_MAIL_FOLDERS_MBOX_H
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>

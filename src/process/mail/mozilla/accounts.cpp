@@ -57,7 +57,7 @@ std::optional<Profiles> find_profiles(const Target& target) {
   return Profiles{*own, *administrators};
 }
 
-// So that Mozilla makes its register of profiles anew.
+// Deliberate: part of the output. For a profile only.
 void remove_register_of_profiles(const Target& target) {
   if (!target.is_running_user) SYSTEM(compose("rm %s/.mozilla/appreg", target.home));
 }

@@ -6,8 +6,7 @@
 
 /// Rewrites one line at a time. Lines come with their newline; what is returned may be several lines.
 ///
-/// To fold is to put a newline and a blank before each ";" and each ":", as the Mozilla calendar keeps its
-/// properties:
+/// To fold is to put a newline and a blank before each ";" and each ":":
 ///
 ///   TRIGGER;VALUE=DURATION:-PT15M   becomes   TRIGGER
 ///                                              ;VALUE=DURATION

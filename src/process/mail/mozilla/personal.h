@@ -11,9 +11,9 @@
 int mozillacalendar(const char* args, const char* path);
 
 /// Converts the address book of the archive root `args` into ImapMail/Contacts/addressbook.xml and has
-/// Mozilla import it. Mozilla imports only into the running user's own profile: for another user that is
-/// the administrator's profile folder `rootpath`, whose own address books are set aside meanwhile, and the
-/// result is copied into the profile folder `path`. Failing commands stop nothing. Returns 0.
+/// Mozilla import it. For another user the import goes through the administrator's profile folder `rootpath`,
+/// whose own address books are set aside meanwhile, and the result is copied into the profile folder `path`.
+/// Failing commands stop nothing. Returns 0.
 /// A migrator calls the second one, with the target that it made of `args`.
 int mozillaaddressbook(const char* args, const char* path, const char* rootpath);
 int mozillaaddressbook(const Target& target, const char* path, const char* rootpath);
