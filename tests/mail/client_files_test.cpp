@@ -68,7 +68,7 @@ TEST(Contacts, AreConvertedByAScriptAndGetLocalLineEnds) {
 
 TEST(RunAndTrace, PrintsTheCommandAfterItsOutput) {
   testing::internal::CaptureStdout();
-  run_and_trace(compose("echo %s", "ran"));
+  run_and_trace(compose("echo ran"));
   EXPECT_EQ("ran\nCommand::echo ran", testing::internal::GetCapturedStdout());
 }
 
