@@ -123,7 +123,7 @@ class Template {
 
   constexpr explicit Template(std::string_view text) : text_(text) {
     const std::vector<Slot> slots = slots_for(text, {kind_of<Values>()...});
-    std::copy(slots.begin(), slots.end(), slots_.begin());
+    for (std::size_t at = 0; at < slots_.size(); ++at) slots_[at] = slots[at];
   }
 
   std::string_view text_;
