@@ -1,0 +1,30 @@
+// What the comparisons of files have in common.
+#ifndef BRINDLE_ACCOUNT_KINDS_ENTRIES_H
+#define BRINDLE_ACCOUNT_KINDS_ENTRIES_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "account/kinds/case.h"
+
+namespace account {
+
+/// The name of `entry` within the folder `folder` of the archive, which it lies in.
+std::string_view name_within(const Entry& entry, std::string_view folder);
+
+/// Why an entry cannot arrive whatever the wizard does: it is encrypted, damaged beyond reading, unsafe, a
+/// link or a device. Looks at the list alone.
+std::optional<Cause> fault_of(const Entry& entry);
+
+/// Holds the file at `path` against the entry, byte for byte, and counts it as arrived unchanged or as
+/// missing under `name`. Does not count it as found.
+void compare_file(const Archive& archive, const Entry& entry, const std::string& path, std::string name,
+                  Tally& tally);
+
+/// True when a later entry of the archive has the same name and so takes this one's place.
+bool is_overridden(const Entry& entry, std::span<const Entry> among);
+
+}  // namespace account
+
+#endif

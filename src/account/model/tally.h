@@ -1,0 +1,65 @@
+// What became of one kind of data of one person, in numbers and names.
+#ifndef BRINDLE_ACCOUNT_MODEL_TALLY_H
+#define BRINDLE_ACCOUNT_MODEL_TALLY_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "account/model/texts.h"
+
+namespace account {
+
+/// Something that has not arrived.
+struct Missing {
+  std::string name;  ///< by which the person knows it: a file's name, a message's subject and folder, ...
+  Cause cause;
+  std::string detail;  ///< for the cause's text
+};
+
+/// Counts. What is found is counted where the archive is read, what became of it where the target is looked
+/// at, so that the sum of the two sides says whether a reader forgot something.
+class Tally {
+ public:
+  void find(std::size_t count = 1) { found_ += count; }
+  void arrive_unchanged(std::size_t count = 1) { unchanged_ += count; }
+  void arrive_changed(std::size_t count = 1) {
+    changed_ += count;
+  }  ///< with the changes that belong to the move
+  void have_no_place(std::size_t count = 1) { elsewhere_ += count; }  ///< this system has none for it
+  void miss(std::string name, Cause cause, std::string detail = {}) {
+    missing_.push_back({std::move(name), cause, std::move(detail)});
+  }
+
+  /// Gives everything that is missing one cause, which lies deeper than the one that was seen.
+  void explain_all(Cause cause, const std::string& detail = {}) {
+    for (Missing& thing : missing_) {
+      thing.cause = cause;
+      thing.detail = detail;
+    }
+  }
+
+  /// For a part of the archive that cannot be read, so that it is not known what it holds.
+  void give_up() { complete_ = false; }
+
+  std::size_t found() const { return found_; }
+  std::size_t unchanged() const { return unchanged_; }
+  std::size_t changed() const { return changed_; }
+  std::size_t elsewhere() const { return elsewhere_; }
+  const std::vector<Missing>& missing() const { return missing_; }
+
+  /// False after give_up(), and when the sum does not hold.
+  bool certain() const { return complete_ && found_ == unchanged_ + changed_ + elsewhere_ + missing_.size(); }
+
+ private:
+  std::size_t found_ = 0;
+  std::size_t unchanged_ = 0;
+  std::size_t changed_ = 0;
+  std::size_t elsewhere_ = 0;
+  std::vector<Missing> missing_;
+  bool complete_ = true;
+};
+
+}  // namespace account
+
+#endif

@@ -1,0 +1,68 @@
+#include "account/model/texts.h"
+
+#include <cstdlib>
+#include <fstream>
+
+namespace account {
+namespace {
+
+struct Line {
+  const char* key;
+  const char* english;
+};
+
+constexpr Line words[] = {
+#define TEXT(name, key, english) {key, english},
+#include "account/model/texts.def"
+#undef TEXT
+};
+
+constexpr Line causes[] = {
+#define CAUSE(name, key, english) {key, english},
+#include "account/model/causes.def"
+#undef CAUSE
+};
+
+}  // namespace
+
+std::string language_code(System system) {
+  const char* locale = has_evolution(system) ? std::getenv("LC_CTYPE") : nullptr;
+  if (locale == nullptr) locale = std::getenv("LANG");
+  const std::string_view whole = locale == nullptr ? "" : locale;
+  return std::string(whole.size() < 5 ? std::string_view() : whole.substr(0, 5));
+}
+
+Texts::Texts(const std::string& file) {
+  constexpr std::string_view own = "account-";
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) {
+    const std::size_t equals = line.find('=');
+    if (equals == std::string::npos || !line.starts_with(own)) continue;
+    lines_.try_emplace(line.substr(0, equals), line.substr(equals + 1));
+  }
+}
+
+std::string Texts::operator()(Text text, std::string_view detail) const {
+  const Line& line = words[static_cast<std::size_t>(text)];
+  return filled(line.key, line.english, detail);
+}
+
+std::string Texts::operator()(Cause cause, std::string_view detail) const {
+  const Line& line = causes[static_cast<std::size_t>(cause)];
+  return filled(line.key, line.english, detail);
+}
+
+std::string Texts::operator()(Kind kind) const {
+  const KindName& name = name_of(kind);
+  return filled(name.key, name.english, {});
+}
+
+std::string Texts::filled(const char* key, const char* english, std::string_view detail) const {
+  const auto found = lines_.find(std::string_view(key));
+  std::string text = found == lines_.end() ? english : found->second;
+  const std::size_t blank = text.find("%s");
+  if (blank != std::string::npos) text.replace(blank, 2, detail);
+  return text;
+}
+
+}  // namespace account

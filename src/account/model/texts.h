@@ -1,0 +1,50 @@
+// The account's words in the wizard's language.
+#ifndef BRINDLE_ACCOUNT_MODEL_TEXTS_H
+#define BRINDLE_ACCOUNT_MODEL_TEXTS_H
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "account/model/kinds.h"
+
+namespace account {
+
+enum class Text {
+#define TEXT(name, key, english) name,
+#include "account/model/texts.def"
+#undef TEXT
+};
+
+enum class Cause {
+#define CAUSE(name, key, english) name,
+#include "account/model/causes.def"
+#undef CAUSE
+};
+
+/// The language code of the wizard, the first five characters of LC_CTYPE or LANG; empty for none.
+std::string language_code(System system);
+
+/// Every word by its key. What a language's file does not have is English.
+class Texts {
+ public:
+  Texts() = default;
+
+  /// Reads the lines of the interface text file `file` whose key begins with "account-". A file that cannot
+  /// be read leaves all English.
+  explicit Texts(const std::string& file);
+
+  /// `%s` in the text is replaced by `detail`, byte for byte.
+  std::string operator()(Text text, std::string_view detail = {}) const;
+  std::string operator()(Cause cause, std::string_view detail = {}) const;
+  std::string operator()(Kind kind) const;
+
+ private:
+  std::string filled(const char* key, const char* english, std::string_view detail) const;
+
+  std::map<std::string, std::string, std::less<>> lines_;
+};
+
+}  // namespace account
+
+#endif

@@ -1,0 +1,38 @@
+// The command line of brindle-account.
+#ifndef BRINDLE_ACCOUNT_OPTIONS_H
+#define BRINDLE_ACCOUNT_OPTIONS_H
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "account/model/kinds.h"
+
+namespace account {
+
+/// What the command line says. An option that was not given is empty.
+struct Options {
+  std::string archive;
+  std::optional<System> system;
+  std::string home;                          ///< of the person who ran the wizard
+  std::map<std::string, std::string> homes;  ///< of the archive's profiles, by login name
+  std::string html, tsv, missing;            ///< files to write
+  bool before = false;                       ///< look ahead, instead of back
+  bool help = false;
+};
+
+/// The command line cannot be understood; what() says why, in one line.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Throws UsageError.
+Options read_options(int count, const char* const* words);
+
+extern const char* const usage;
+
+}  // namespace account
+
+#endif
