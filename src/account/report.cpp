@@ -1,6 +1,6 @@
 #include "account/report.h"
 
-#include <array>
+#include "account/model/field.h"
 
 namespace account {
 namespace {
@@ -14,29 +14,6 @@ std::string counts(const Tally& tally) {
 }
 
 }  // namespace
-
-std::string field(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-      case '\\':
-        result += "\\\\";
-        break;
-      case '\t':
-        result += "\\t";
-        break;
-      case '\n':
-        result += "\\n";
-        break;
-      case '\r':
-        result += "\\r";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
 
 std::string table_of_counts(const std::vector<PersonAccount>& people) {
   std::string table = "person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n";

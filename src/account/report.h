@@ -22,9 +22,6 @@ std::string table_of_missing(const std::vector<PersonAccount>& people, const Tex
 /// For the terminal: a line a kind that the archive has, then what is missing.
 std::string plain_text(const std::vector<PersonAccount>& people, const Texts& texts);
 
-/// A name as one field of a table.
-std::string field(std::string_view text);
-
 }  // namespace account
 
 #endif
