@@ -216,6 +216,13 @@ TEST(Before, a_second_choice_that_nobody_asks_for_may_be_hidden) {
             ahead.see(foresee_settings));
 }
 
+TEST(Before, a_line_hidden_by_a_longer_key_is_named) {
+  EXPECT_EQ(
+      (Lines{"Brindle/Printers/1: The line for Driver Name is hidden by an earlier line that holds the same "
+             "words."}),
+      Ahead().archive({{"Printers/1", "Driver Name Wo Spaces=HP\nDriver Name=H P\n"}}).see(foresee_settings));
+}
+
 TEST(Before, settings_of_users_printers_and_profiles_are_looked_at) {
   const std::string hidden = "Printer Name=Port Name\nPort Name=LPT1\n";
   const Ahead ahead =
@@ -377,6 +384,10 @@ TEST(Before, an_archive_of_several_people_needs_root) {
             Ahead().as_user().profile("ben").archive({{"users.txt", "x"}}).see(foresee_logins));
 }
 
+TEST(Before, one_persons_archive_needs_nobody_else) {
+  EXPECT_EQ(Lines{}, Ahead().as_user().archive({{"Desktop/a", "x"}}).see(foresee_logins));
+}
+
 // ---- Space ---------------------------------------------------------------------------------------------
 
 TEST(Before, space_is_counted_in_blocks) {
@@ -465,6 +476,16 @@ TEST(Before, the_suites_profile_is_found) {
                    profile + "bookmarks.html: It is there already and will be replaced.",
                    profile + "Mail/Local Folders/Inbox: It is there already and will be replaced."}),
             ahead.see(foresee_replaced));
+}
+
+TEST(Before, what_no_profile_is_is_passed_over) {
+  const Ahead ahead = Ahead(System::linspire).archive({{"Bookmark.htm", "x"}});
+  for (const char* file : {"pluginreg.dat", "profiles.ini", "salt.slt/bookmarks.html"})
+    write_file(std::string("/home/ann/.mozilla/default/") + file, "hers");
+  EXPECT_EQ(
+      (Lines{
+          "/home/ann/.mozilla/default/salt.slt/bookmarks.html: It is there already and will be replaced."}),
+      ahead.see(foresee_replaced));
 }
 
 // ---- The table -----------------------------------------------------------------------------------------
