@@ -15,7 +15,8 @@ namespace account {
 struct Options {
   std::string archive;
   std::optional<System> system;
-  std::string home;                          ///< of the person who ran the wizard
+  std::string login;                         ///< of the person who ran the wizard
+  std::string home;                          ///< of the same
   std::map<std::string, std::string> homes;  ///< of the archive's profiles, by login name
   std::string html, tsv, missing;            ///< files to write
   bool before = false;                       ///< look ahead, instead of back
