@@ -1,5 +1,6 @@
 #include "account/account.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -68,6 +69,38 @@ Verdict verdict_of(const std::vector<PersonAccount>& people) {
     }
   }
   return verdict;
+}
+
+Text sentence_of(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::all_arrived:
+      return Text::all_arrived;
+    case Verdict::something_missing:
+      return Text::some_missing;
+    case Verdict::cannot_be_told:
+      break;
+  }
+  return Text::cannot_tell;
+}
+
+std::optional<Text> warning_of(Ending ending) {
+  switch (ending) {
+    case Ending::begun:
+      return Text::run_unfinished;
+    case Ending::cancelled:
+      return Text::run_cancelled;
+    case Ending::refused:
+      return Text::run_refused;
+    case Ending::unknown:
+    case Ending::ended:
+      break;
+  }
+  return std::nullopt;
+}
+
+bool has_nothing(const PersonAccount& person) {
+  return std::ranges::all_of(
+      person.lines, [](const Line& line) { return line.tally.found() == 0 && line.tally.certain(); });
 }
 
 }  // namespace account

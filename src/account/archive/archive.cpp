@@ -215,7 +215,7 @@ bool EntryStream::failed() const { return parts_->failed; }
 
 Archive::Archive(const std::string& path, const char* dos_charset)
     : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
-  if (file_ < 0) throw Unreadable(std::strerror(errno));
+  if (file_ < 0) throw Unreadable(path + ": " + std::strerror(errno));
   std::vector<Named> places;
   try {
     read_directory(file_, [&](const DirectoryRecord& record) {

@@ -39,6 +39,9 @@ class Texts {
   std::string operator()(Cause cause, std::string_view detail = {}) const;
   std::string operator()(Kind kind) const;
 
+  /// What a person can do about it; empty when there is nothing more to say.
+  std::string advice(Cause cause) const;
+
  private:
   std::string filled(const char* key, const char* english, std::string_view detail) const;
 
