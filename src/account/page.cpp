@@ -24,10 +24,10 @@ p { margin: .45em 0; }
 .verdict.some { border-color: #b5803a; background: #f9f5ee; }
 .verdict.unknown, .warning { border-color: #a34a3f; background: #faf2f0; }
 .warning { margin: 1.5em 0 0; padding: .7em 1em; border-left: 4px solid #a34a3f; }
-table { width: 100%; border-collapse: collapse; font-variant-numeric: tabular-nums; }
+table { width: 100%; table-layout: fixed; border-collapse: collapse; font-variant-numeric: tabular-nums; }
 th, td { padding: .38em 0 .38em 1em; text-align: right; vertical-align: bottom; border-bottom: 1px solid #ddd; }
 thead th { color: #666; font-size: .78em; font-weight: normal; line-height: 1.3; border-bottom: 1px solid #999; }
-th:first-child { padding-left: 0; text-align: left; font-weight: normal; }
+th:first-child { width: 30%; padding-left: 0; text-align: left; font-weight: normal; }
 td.none { color: #aaa; }
 td.some { color: #8a5a16; font-weight: bold; }
 tr { break-inside: avoid; }
