@@ -55,6 +55,14 @@ TEST(Options, know_every_system) {
     EXPECT_STREQ(name, name_of(*options({"--system", name, "a.zip"}).system));
 }
 
+TEST(Options, of_a_note_need_no_archive) {
+  EXPECT_TRUE(options({"--run"}).of_note);
+  EXPECT_EQ("", options({"--run", "--html", "p.html"}).archive);
+  EXPECT_EQ("/tmp/note", options({"--run", "/tmp/note"}).archive);
+  EXPECT_FALSE(options({"a.zip"}).of_note);
+  EXPECT_EQ("--before and --run exclude each other", complaint({"--run", "--before"}));
+}
+
 TEST(Options, that_cannot_be_understood_are_named) {
   EXPECT_EQ("no archive is given", complaint({}));
   EXPECT_EQ("only one archive can be given", complaint({"a.zip", "b.zip"}));
