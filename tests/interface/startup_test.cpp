@@ -354,7 +354,7 @@ constexpr const char* account_call =
 
 TEST_F(AfterARunTest, TheAccountFollowsAndItsPageIsShown) {
   const Started started = start_installed("LANG=en_US DISPLAY=:7");
-  EXPECT_EQ(started.variables, "wizard\nwhat arrived\n");
+  EXPECT_EQ(started.variables, "wizard\n\nwhat arrived\n");
   EXPECT_EQ(started.said, "");
   EXPECT_EQ(started.status, 0);  // the wizard's, not the account's
   EXPECT_EQ(calls(3), std::string("gconftool-2 --shutdown|\n") + account_call +
@@ -418,7 +418,7 @@ TEST_F(AfterARunTest, TheFirstBrowserThatIsThereIsTaken) {
 TEST_F(AfterARunTest, ABrowserThatStaysKeepsNobodyWaiting) {
   record("xdg-open", "sleep 50");
   EXPECT_EQ(shell_quietly("DISPLAY=:7 LANG=en_US timeout 10 brindle | cat >/root/out"), 0);
-  EXPECT_EQ(read_file("/root/out"), "wizard\nwhat arrived\n");
+  EXPECT_EQ(read_file("/root/out"), "wizard\n\nwhat arrived\n");
   EXPECT_TRUE(calls(3).ends_with("\nxdg-open /root/Brindle account.html|\n"));
 }
 
