@@ -1,6 +1,8 @@
 #include "account/account.h"
 
-#include <unistd.h>
+#include <algorithm>
+#include <optional>
+#include <string>
 
 #include "account/archive/charset.h"
 #include "account/kinds/register.h"
@@ -10,15 +12,26 @@
 namespace account {
 namespace {
 
-// The wizard refuses an archive of several people to everybody but the administrator.
-bool was_refused(const Case& of) { return of.several && !of.as_root; }
+struct Reason {
+  Cause cause;
+  std::string detail;
+};
+
+// What makes all of a person's things stay behind.
+std::optional<Reason> reason_for_all(const Case& of) {
+  const std::string& login = of.person.login;
+  if (of.several && !of.as_root) return Reason{Cause::needs_root, ""};
+  if (of.person.runs) return std::nullopt;
+  if (!of.several) return Reason{Cause::for_one_person, ""};
+  if (!is_login_name(login)) return Reason{Cause::refused_login, login};
+  if (!of.person.has_account) return Reason{Cause::no_login, login};
+  return std::nullopt;
+}
 
 Tally compare(const Row& row, const Case& of) {
   Tally tally;
   row.compare(of, tally);
-  // What makes all of a person's things stay behind is the cause of each of them.
-  if (was_refused(of)) tally.explain_all(Cause::needs_root);
-  if (!of.person.runs && !of.person.has_account) tally.explain_all(Cause::no_login, of.person.login);
+  if (const auto reason = reason_for_all(of)) tally.explain_all(reason->cause, reason->detail);
   return tally;
 }
 
@@ -26,8 +39,10 @@ Tally compare(const Row& row, const Case& of) {
 
 std::vector<PersonAccount> draw_up(const Archive& archive, const Options& options, System system) {
   const bool several = is_for_several(archive);
+  const std::vector<Person> people = people_in(archive, options);
+  const bool as_root = people.front().login == "root";
   std::vector<PersonAccount> result;
-  for (const Person& person : people_in(archive, options)) {
+  for (const Person& person : people) {
     PersonAccount& account = result.emplace_back();
     account.person = person;
     for (const Row& row : rows()) {
@@ -35,7 +50,7 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
                        .person = account.person,
                        .system = system,
                        .several = several,
-                       .as_root = getuid() == 0,
+                       .as_root = as_root,
                        .charset = windows_charset(language_code(system)),
                        .place = row.places[static_cast<std::size_t>(system)],
                        .machine = ""};
@@ -54,6 +69,38 @@ Verdict verdict_of(const std::vector<PersonAccount>& people) {
     }
   }
   return verdict;
+}
+
+Text sentence_of(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::all_arrived:
+      return Text::all_arrived;
+    case Verdict::something_missing:
+      return Text::some_missing;
+    case Verdict::cannot_be_told:
+      break;
+  }
+  return Text::cannot_tell;
+}
+
+std::optional<Text> warning_of(Ending ending) {
+  switch (ending) {
+    case Ending::begun:
+      return Text::run_unfinished;
+    case Ending::cancelled:
+      return Text::run_cancelled;
+    case Ending::refused:
+      return Text::run_refused;
+    case Ending::unknown:
+    case Ending::ended:
+      break;
+  }
+  return std::nullopt;
+}
+
+bool has_nothing(const PersonAccount& person) {
+  return std::ranges::all_of(
+      person.lines, [](const Line& line) { return line.tally.found() == 0 && line.tally.certain(); });
 }
 
 }  // namespace account

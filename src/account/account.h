@@ -2,11 +2,14 @@
 #ifndef BRINDLE_ACCOUNT_ACCOUNT_H
 #define BRINDLE_ACCOUNT_ACCOUNT_H
 
+#include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "account/archive/archive.h"
 #include "account/kinds/case.h"
+#include "account/note.h"
 #include "account/options.h"
 
 namespace account {
@@ -21,12 +24,29 @@ struct PersonAccount {
   std::vector<Line> lines;  ///< one a kind, in order
 };
 
+/// All that is told of one run.
+struct Account {
+  std::string archive;  ///< its path
+  Ending ending = Ending::unknown;
+  std::time_t begun = 0;  ///< 0 when it cannot be told
+  std::vector<PersonAccount> people;
+};
+
 enum class Verdict { all_arrived = 0, something_missing = 1, cannot_be_told = 2 };
 
 /// Looks at everything. `system`: of the run.
 std::vector<PersonAccount> draw_up(const Archive& archive, const Options& options, System system);
 
 Verdict verdict_of(const std::vector<PersonAccount>& people);
+
+/// The verdict in a sentence.
+Text sentence_of(Verdict verdict);
+
+/// What must be said first of a run that did not end by itself.
+std::optional<Text> warning_of(Ending ending);
+
+/// True for a person who has nothing of any kind in the archive.
+bool has_nothing(const PersonAccount& person);
 
 }  // namespace account
 

@@ -2,14 +2,20 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iostream>
+#include <span>
 
 #include "account/account.h"
 #include "account/archive/charset.h"
 #include "account/before/before.h"
+#include "account/new_file.h"
+#include "account/note.h"
 #include "account/options.h"
+#include "account/page.h"
 #include "account/people.h"
 #include "account/report.h"
 
@@ -22,14 +28,52 @@ int cannot_tell(const std::string& why) {
   return static_cast<int>(Verdict::cannot_be_told);
 }
 
+bool complain_of(const std::string& path) {
+  std::cerr << "brindle-account: " << path << " could not be written: " << std::strerror(errno) << "\n";
+  return false;
+}
+
 // False, with the reason on standard error, when it could not be written to the end.
-bool write(const std::string& path, const std::string& content) {
+template <typename Write>
+bool write_table(const std::string& path, Write write) {
   if (path.empty()) return true;
+  errno = 0;
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << content;
+  write(file);
   file.close();
-  if (file.fail()) std::cerr << "brindle-account: " << path << " could not be written\n";
-  return !file.fail();
+  return !file.fail() || complain_of(path);
+}
+
+bool write_page_to(const std::string& path, const Account& account, const Texts& texts,
+                   const std::string& language) {
+  if (path.empty()) return true;
+  NewFile file(path);
+  write_page(file.stream(), account, texts, language);
+  return file.commit() || complain_of(path);
+}
+
+void take_note(Options& options, Account& account) {
+  const RunNote note = read_note(options.archive.empty() ? usual_note() : options.archive);
+  account.ending = note.ending;
+  account.begun = note.begun;
+  options.archive = note.archive;
+  if (!options.system) options.system = note.system;
+  options.login = note.people.front().login;
+  if (options.home.empty()) options.home = note.people.front().home;
+  for (const RunNote::Somebody& person : std::span(note.people).subspan(1))
+    options.homes.try_emplace(person.login, person.home);
+}
+
+bool write_all(const Options& options, const Account& account, const Texts& texts,
+               const std::string& language) {
+  write_plain_text(std::cout, account, texts);
+  std::cout << std::flush;
+  bool written = static_cast<bool>(std::cout);
+  written &= write_table(options.tsv, [&](std::ostream& out) { write_table_of_counts(out, account.people); });
+  written &= write_table(options.missing,
+                         [&](std::ostream& out) { write_table_of_missing(out, account.people, texts); });
+  written &= write_page_to(options.html, account, texts, language);
+  return written;
 }
 
 int look_ahead(const Options& options, const Archive& archive, System system, const Texts& texts) {
@@ -43,22 +87,24 @@ int look_ahead(const Options& options, const Archive& archive, System system, co
                                  .machine = ""});
   const std::string table = table_of_warnings(warnings, texts);
   std::cout << table << std::flush;
-  if (!write(options.tsv, table) || !std::cout) return static_cast<int>(Verdict::cannot_be_told);
+  const bool written = write_table(options.tsv, [&](std::ostream& out) { out << table; });
+  if (!written || !std::cout) return static_cast<int>(Verdict::cannot_be_told);
   const auto is_warning = [](const Warning& warning) { return level_of(warning.what) == Level::warning; };
   return std::ranges::any_of(warnings, is_warning) ? 1 : 0;
 }
 
-int run(const Options& options) {
+int run(Options options) {
+  Account account;
+  if (options.of_note) take_note(options, account);
   const System system = options.system.value_or(system_of_machine());
   const std::string language = language_code(system);
   const Texts texts("/usr/local/brindle/" + language);
   const Archive archive(options.archive, dos_charset(language));
   if (options.before) return look_ahead(options, archive, system, texts);
-  const auto people = draw_up(archive, options, system);
-  std::cout << plain_text(people, texts) << std::flush;
-  const bool written =
-      write(options.tsv, table_of_counts(people)) && write(options.missing, table_of_missing(people, texts));
-  return static_cast<int>(written && std::cout ? verdict_of(people) : Verdict::cannot_be_told);
+  account.archive = options.archive;
+  account.people = draw_up(archive, options, system);
+  const bool written = write_all(options, account, texts, language);
+  return static_cast<int>(written ? verdict_of(account.people) : Verdict::cannot_be_told);
 }
 
 }  // namespace
@@ -70,6 +116,8 @@ int main(int count, char** words) {
     return run(options);
   } catch (const UsageError& error) {
     return cannot_tell(std::string(error.what()) + "; brindle-account --help tells more");
+  } catch (const NoNote& error) {
+    return cannot_tell(error.what());
   } catch (const Unreadable& error) {
     return cannot_tell(std::string("the archive cannot be read: ") + error.what());
   }

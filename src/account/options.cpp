@@ -42,10 +42,13 @@ constexpr Option options_with_value[] = {
 
 const char* const usage =
     R"(usage: brindle-account [options] ARCHIVE.zip
+       brindle-account [options] --run [FILE]
 
 Counts what a migration archive holds and what of it has arrived on this machine, for each person and each kind of
 data, and names everything that has not arrived. Reads only; run it after Brindle.
 
+  --run [FILE]       takes archive, system and homes from the note that Brindle left of its last run
+                     (default: .brindle_run in your home)
   --before           looks ahead instead: what the archive holds, and what would go wrong
   --system NAME      gnome, nld, linspire, xandros, redflag or redflag-plus (default: this machine's)
   --home DIR         home of the person who ran Brindle (default: yours)
@@ -68,6 +71,8 @@ Options read_options(int count, const char* const* words) {
       options.help = true;
     } else if (word == "--before") {
       options.before = true;
+    } else if (word == "--run") {
+      options.of_note = true;
     } else if (known != std::end(options_with_value)) {
       if (i + 1 == count) throw UsageError(word + " needs a value");
       known->set(options, words[++i]);
@@ -79,7 +84,8 @@ Options read_options(int count, const char* const* words) {
       options.archive = word;
     }
   }
-  if (options.archive.empty() && !options.help) throw UsageError("no archive is given");
+  if (options.before && options.of_note) throw UsageError("--before and --run exclude each other");
+  if (options.archive.empty() && !options.help && !options.of_note) throw UsageError("no archive is given");
   return options;
 }
 

@@ -13,9 +13,11 @@ namespace account {
 
 /// What the command line says. An option that was not given is empty.
 struct Options {
-  std::string archive;
+  std::string archive;   ///< with `of_note` the note's file, empty for the usual one
+  bool of_note = false;  ///< the wizard's note of its last run says all that is not given here
   std::optional<System> system;
-  std::string home;                          ///< of the person who ran the wizard
+  std::string login;                         ///< of the person who ran the wizard
+  std::string home;                          ///< of the same
   std::map<std::string, std::string> homes;  ///< of the archive's profiles, by login name
   std::string html, tsv, missing;            ///< files to write
   bool before = false;                       ///< look ahead, instead of back

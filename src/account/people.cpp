@@ -3,8 +3,11 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <set>
 #include <string>
 
+#include "account/archive/charset.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -14,7 +17,18 @@ constexpr std::size_t largest_control_file = 1 << 20, piece = 127;
 
 std::string in_root(const char* name) { return std::string(layout::root) + "/" + name; }
 
-std::string without_carriage_returns(const std::string& text) {
+// dos2unix leaves a text with such bytes as it is.
+bool is_binary(std::string_view text) {
+  return std::ranges::any_of(text, [](char c) {
+    return static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\r' && c != '\t' && c != '\f';
+  });
+}
+
+// As dos2unix does it.
+std::string with_unix_line_ends(std::string text) {
+  if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff"))
+    text = to_utf8(text, "UTF-16").value_or(text);
+  if (is_binary(text)) return text;
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i)
     if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')) result += text[i];
@@ -36,10 +50,14 @@ char flag_of(const std::string& text, std::string_view key) {
   return '\0';
 }
 
+std::string own_login() {
+  const passwd* const entry = getpwuid(getuid());
+  return entry == nullptr ? std::to_string(getuid()) : entry->pw_name;
+}
+
 Person running_person(const Options& options) {
   Person person;
-  const passwd* const entry = getpwuid(getuid());
-  person.login = entry == nullptr ? std::to_string(getuid()) : entry->pw_name;
+  person.login = options.login.empty() ? own_login() : options.login;
   person.home = person.login == "root" ? "/root" : "/home/" + person.login;
   if (!options.home.empty()) person.home = options.home;
   person.folder = layout::root;
@@ -60,24 +78,31 @@ Person profile(const std::string& login, const Options& options) {
 }  // namespace
 
 bool is_for_several(const Archive& archive) {
-  const Entry* const users = archive.find(in_root(layout::users));
-  if (users == nullptr || users->folder) return false;
-  const std::string text = without_carriage_returns(archive.read(*users, largest_control_file));
+  const std::string name = in_root(layout::users);
+  const Entry* const users = archive.find(name);
+  // A folder of that name can be opened and has no line.
+  if (users == nullptr || users->folder) return archive.has(name);
+  // What is not unpacked, or is removed again, says nothing.
+  if (users->encrypted() || users->is_link_or_device()) return false;
+  const std::string text = with_unix_line_ends(archive.read(*users, largest_control_file));
   return flag_of(text, "MultiUser Migration") != '0';
+}
+
+bool is_login_name(std::string_view login) {
+  const char first = login.empty() ? '\0' : login.front();
+  return (first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z') || (first >= '0' && first <= '9');
 }
 
 std::vector<Person> people_in(const Archive& archive, const Options& options) {
   std::vector<Person> people = {running_person(options)};
-  if (!is_for_several(archive)) return people;
   const std::string profiles = in_root(layout::profiles);
-  std::string last;
+  // By name, each once: names that begin alike ("ann", "ann-lee") do not lie together in the archive.
+  std::set<std::string> logins;
   for (const Entry& entry : archive.below(profiles)) {
     const std::string_view name = entry.name.substr(profiles.size() + 1);
-    const std::string login(name.substr(0, name.find('/')));
-    if (login == last) continue;
-    last = login;
-    people.push_back(profile(login, options));
+    logins.emplace(name.substr(0, name.find('/')));
   }
+  for (const std::string& login : logins) people.push_back(profile(login, options));
   return people;
 }
 

@@ -1,40 +1,118 @@
 #include "account/report.h"
 
+#include <algorithm>
+#include <array>
+
 #include "account/model/field.h"
+
+#include "account/shown.h"
 
 namespace account {
 namespace {
 
-std::string counts(const Tally& tally) {
-  std::string result;
-  for (const std::size_t count :
-       {tally.found(), tally.unchanged(), tally.changed(), tally.elsewhere(), tally.missing().size()})
-    result += "\t" + std::to_string(count);
-  return result;
+constexpr std::size_t most_names = 15;
+
+using Counts = std::array<std::size_t, 5>;
+
+Counts counts_of(const Tally& tally) {
+  return {tally.found(), tally.unchanged(), tally.changed(), tally.elsewhere(), tally.missing().size()};
+}
+
+// ---- Columns --------------------------------------------------------------------------------------------
+
+// A row of words; the first is aligned to the left, the others are numbers.
+using Words = std::vector<std::string>;
+
+std::string blanks(std::size_t count) { return std::string(count, ' '); }
+
+void write_columns(std::ostream& out, const std::vector<Words>& rows) {
+  std::vector<std::size_t> widths(rows.front().size());
+  for (const Words& row : rows)
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], width(row[i]));
+  for (const Words& row : rows) {
+    out << "  " << row.front() << blanks(widths.front() - width(row.front()));
+    for (std::size_t i = 1; i < row.size(); ++i) out << "  " << blanks(widths[i] - width(row[i])) << row[i];
+    out << "\n";
+  }
+}
+
+// ---- The parts of the text ------------------------------------------------------------------------------
+
+bool is_told(const Line& line) { return line.tally.found() > 0 || !line.tally.certain(); }
+
+void write_heading(std::ostream& out, const PersonAccount& person, const Texts& texts) {
+  out << "\n" << shown(texts(Text::for_person, person.person.login)) << "\n";
+}
+
+void write_counts(std::ostream& out, const PersonAccount& person, const Texts& texts) {
+  write_heading(out, person, texts);
+  if (has_nothing(person)) {
+    out << "  " << shown(texts(Text::nothing)) << "\n";
+    return;
+  }
+  std::vector<Words> rows = {{}};
+  for (const Text head :
+       {Text::kind, Text::found, Text::unchanged, Text::changed, Text::elsewhere, Text::missing})
+    rows.front().push_back(shown(texts(head)));
+  for (const Line& line : person.lines) {
+    if (!is_told(line)) continue;
+    Words& row = rows.emplace_back();
+    row.push_back(shown(texts(line.kind)));
+    for (const std::size_t count : counts_of(line.tally)) row.push_back(std::to_string(count));
+  }
+  write_columns(out, rows);
+}
+
+void write_names(std::ostream& out, const Line& line, const Texts& texts) {
+  const std::vector<Missing>& missing = line.tally.missing();
+  if (missing.empty()) return;
+  out << "  " << shown(texts(line.kind)) << "\n";
+  const std::size_t count = std::min(missing.size(), most_names);
+  for (const Missing& thing : std::span(missing).first(count))
+    out << "    " << shown(thing.name) << ": " << shown(texts(thing.cause, thing.detail)) << "\n";
+  const std::size_t more = missing.size() - count;
+  if (more > 0) out << "    " << shown(texts(Text::and_more, std::to_string(more))) << "\n";
+}
+
+bool misses_something(const PersonAccount& person) {
+  return std::ranges::any_of(person.lines, [](const Line& line) { return !line.tally.missing().empty(); });
 }
 
 }  // namespace
 
-std::string table_of_counts(const std::vector<PersonAccount>& people) {
-  std::string table = "person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n";
-  for (const PersonAccount& person : people)
-    for (const Line& line : person.lines)
-      table += field(person.person.login) + "\t" + name_of(line.kind).table + counts(line.tally) + "\n";
-  return table;
+void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& people) {
+  out << "person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n";
+  for (const PersonAccount& person : people) {
+    for (const Line& line : person.lines) {
+      out << field(person.person.login) << "\t" << name_of(line.kind).table;
+      for (const std::size_t count : counts_of(line.tally)) out << "\t" << count;
+      out << "\n";
+    }
+  }
 }
 
-std::string table_of_missing(const std::vector<PersonAccount>& people, const Texts& texts) {
-  std::string table = "person\tkind\tname\tcause\n";
+void write_table_of_missing(std::ostream& out, const std::vector<PersonAccount>& people, const Texts& texts) {
+  out << "person\tkind\tname\tcause\n";
   for (const PersonAccount& person : people)
     for (const Line& line : person.lines)
       for (const Missing& thing : line.tally.missing())
-        table += field(person.person.login) + "\t" + name_of(line.kind).table + "\t" + field(thing.name) +
-                 "\t" + field(texts(thing.cause, thing.detail)) + "\n";
-  return table;
+        out << field(person.person.login) << "\t" << name_of(line.kind).table << "\t" << field(thing.name)
+            << "\t" << field(texts(thing.cause, thing.detail)) << "\n";
 }
 
-std::string plain_text(const std::vector<PersonAccount>& people, const Texts& texts) {
-  return table_of_counts(people) + table_of_missing(people, texts);
+void write_plain_text(std::ostream& out, const Account& account, const Texts& texts) {
+  const Verdict verdict = verdict_of(account.people);
+  out << shown(texts(Text::title)) << "\n" << shown(texts(Text::archive_line, account.archive)) << "\n";
+  if (const auto warning = warning_of(account.ending)) out << shown(texts(*warning)) << "\n";
+  for (const PersonAccount& person : account.people) write_counts(out, person, texts);
+  if (std::ranges::any_of(account.people, misses_something))
+    out << "\n" << shown(texts(Text::what_is_missing)) << "\n";
+  for (const PersonAccount& person : account.people) {
+    if (!misses_something(person)) continue;
+    write_heading(out, person, texts);
+    for (const Line& line : person.lines) write_names(out, line, texts);
+  }
+  out << "\n" << shown(texts(sentence_of(verdict))) << "\n";
 }
 
 }  // namespace account

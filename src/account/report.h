@@ -1,8 +1,11 @@
-// The account as tables and as plain text.
+// The account as tables, and as plain text for a terminal. All of it is written as it is made: an account may
+// name hundreds of thousands of things.
 #ifndef BRINDLE_ACCOUNT_REPORT_H
 #define BRINDLE_ACCOUNT_REPORT_H
 
+#include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "account/account.h"
@@ -12,15 +15,15 @@ namespace account {
 
 /// "person kind found unchanged changed elsewhere missing", one line a person and kind; tab-separated, with
 /// that head.
-std::string table_of_counts(const std::vector<PersonAccount>& people);
+void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& people);
 
-/// "person kind name cause", one line a thing that has not arrived. A backslash, tab or line end in a name is
-/// written
-/// \\, \t, \n.
-std::string table_of_missing(const std::vector<PersonAccount>& people, const Texts& texts);
+/// "person kind name cause", one line a thing that has not arrived; the same way. A backslash, tab or line
+/// end in a name is written \\, \t, \n or \r.
+void write_table_of_missing(std::ostream& out, const std::vector<PersonAccount>& people, const Texts& texts);
 
-/// For the terminal: a line a kind that the archive has, then what is missing.
-std::string plain_text(const std::vector<PersonAccount>& people, const Texts& texts);
+/// For the terminal: for each person a line a kind that the archive has, then what has not arrived, at most
+/// 15 names a kind, then the verdict.
+void write_plain_text(std::ostream& out, const Account& account, const Texts& texts);
 
 }  // namespace account
 

@@ -2,6 +2,7 @@
 
 #include "interface/dialogs.h"
 #include "interface/windows.h"
+#include "process/run/run_note.h"
 #include "shell/run.h"
 #include "state/posts.h"
 #include "state/question.h"
@@ -43,6 +44,7 @@ void on_bCancelStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { sh
 void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
+  cancel_run_note();
   decline_open_questions();
   remove_progress_timeout(timer);
   show_over_page(notice);
@@ -67,6 +69,7 @@ gboolean on_window2_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpo
 }
 
 gboolean on_window3_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpointer /*user_data*/) {
+  cancel_run_note();
   gtk_main_quit();
   return FALSE;
 }

@@ -5,6 +5,7 @@
 #include "gui.h"
 #include "interface/dialogs.h"
 #include "interface/windows.h"
+#include "process/run/run_note.h"
 #include "state/posts.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -305,6 +306,28 @@ TEST_F(NavigationTest, CancelAfterTheTimeoutHasEndedItself) {
   g_source_remove(static_cast<guint>(timer));
   press(window3, "button_window3_cancel");  // must not complain about an unknown source
   EXPECT_EQ(isKilled, 1);
+}
+
+// What the note of a run says of its end.
+std::string noted_end() { return output_of("sed -n 's/^ending=//p' /root/.brindle_run"); }
+
+TEST_F(NavigationTest, CancelAndClosingAreNoted) {
+  begin_run_note("/a.zip");
+  EXPECT_EQ(noted_end(), "begun\n");
+  press(window3, "button_window3_cancel");
+  EXPECT_EQ(noted_end(), "cancelled\n");
+  isKilled = 0;
+  begin_run_note("/a.zip");
+  EXPECT_EQ(noted_end(), "begun\n");
+  EXPECT_TRUE(leaves_main_loop([] { EXPECT_FALSE(on_window3_delete_event(window3, nullptr, nullptr)); }));
+  EXPECT_EQ(noted_end(), "cancelled\n");
+}
+
+TEST_F(NavigationTest, ClosingAfterTheRunIsNoCancelling) {
+  begin_run_note("/a.zip");
+  end_run_note(RunEnd::ended);
+  EXPECT_TRUE(leaves_main_loop([] { EXPECT_FALSE(on_window3_delete_event(window3, nullptr, nullptr)); }));
+  EXPECT_EQ(noted_end(), "ended\n");
 }
 
 constexpr const char* page = " 'http://support.brindle.example/brindle/support.jsp?version=3.0.0' &";

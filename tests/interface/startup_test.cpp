@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "gui.h"
@@ -237,22 +238,37 @@ TEST_F(StartupTest, NothingIsComplainedAbout) {
 struct Started {
   std::string variables;
   std::string said;
+  int status;
 };
 
-// What the wizard gets when people start `brindle`.
-Started start_script(const std::string& environment) {
-  const std::string wizard = "/usr/local/libexec/brindle/brindle-wizard";
-  write_file(wizard, "#!/bin/sh\necho \"${LC_CTYPE-unset} ${LANG-unset} $*\"\n");
-  shell_quietly("chmod +x " + wizard);
-  const std::string script = read_file(test_data("../data/start/brindle.in"));
-  std::string installed = script;
-  const std::string blank = "@BRINDLE_WIZARD@";
-  installed.replace(installed.find(blank), blank.size(), wizard);
-  write_file("/usr/local/bin/brindle", installed);
+constexpr const char* wizard_program = "/usr/local/libexec/brindle/brindle-wizard";
+
+void install_script(const std::string& path, const std::string& text) {
+  write_file(path, "#!/bin/sh\n" + text);
+  shell_quietly("chmod +x '" + path + "'");
+}
+
+// What is installed when people start `brindle`, with a wizard that only tells how it was started.
+void install_start_script() {
+  install_script(wizard_program, "echo \"${LC_CTYPE-unset} ${LANG-unset} $*\"\n");
+  std::string script = read_file(test_data("../data/start/brindle.in"));
+  for (const auto& [blank, program] :
+       {std::pair<std::string, std::string>("@BRINDLE_WIZARD@", wizard_program),
+        {"@BRINDLE_ACCOUNT@", "/usr/local/bin/brindle-account"}})
+    script.replace(script.find(blank), blank.size(), program);
+  write_file("/usr/local/bin/brindle", script);
   shell_quietly("chmod +x /usr/local/bin/brindle");
-  const std::string variables =
-      output_of("env -u LC_CTYPE -u LANG " + environment + " brindle --sync 'a b' 2>/root/said");
-  return {variables, read_file("/root/said")};
+}
+
+Started start_installed(const std::string& environment) {
+  const int status = shell_quietly("env -u LC_CTYPE -u LANG -u DISPLAY -u WAYLAND_DISPLAY " + environment +
+                                   " brindle --sync 'a b' >/root/out 2>/root/said");
+  return {read_file("/root/out"), read_file("/root/said"), status};
+}
+
+Started start_script(const std::string& environment) {
+  install_start_script();
+  return start_installed(environment);
 }
 
 class StartScriptTest : public testing::Test {
@@ -296,6 +312,161 @@ TEST_F(StartScriptTest, LcCtypeCountsFirstOnGnome) {
 TEST_F(StartScriptTest, LcCtypeDoesNotCountOnKde) {
   write_file("/etc/xandros-version", "");
   EXPECT_EQ(start_script("LANG=de_DE LC_CTYPE=C").variables, "C de_DE --sync a b\n");
+}
+
+// The same after a run: a wizard that leaves a note, and programs that note how they were called.
+class AfterARunTest : public StartScriptTest {
+ protected:
+  void SetUp() override {
+    StartScriptTest::SetUp();
+    install_start_script();
+    shell_quietly("rm -f /usr/local/bin/xdg-open; mkdir -p /root/calls");
+    wizard_leaves("system=gnome");
+    record("brindle-account", "echo what arrived; echo page >\"$4\"; exit 1");
+    record("gconftool-2", "");
+    for (const char* browser : {"xdg-open", "firefox", "konqueror", "mozilla", "epiphany"})
+      record(browser, "");
+  }
+
+  // A program that writes "name word|word|" for each call and then does `rest`.
+  static void record(const std::string& name, const std::string& rest) {
+    install_script(
+        "/usr/local/bin/" + name,
+        "{ printf '" + name + " '; printf '%s|' \"$@\"; echo; } >>/root/calls/list\n" + rest + "\n");
+  }
+  static void wizard_leaves(const std::string& line, const std::string& rest = "exit 0") {
+    install_script(wizard_program, "echo '" + line + "' >/root/.brindle_run\necho wizard\n" + rest + "\n");
+  }
+  // Browsers are called in the background, so they come last and a moment later.
+  static std::string calls(std::size_t lines) {
+    std::string list;
+    for (int tries = 0; tries < 40; ++tries) {
+      list = output_of("cat /root/calls/list 2>/dev/null");
+      if (static_cast<std::size_t>(std::count(list.begin(), list.end(), '\n')) >= lines) break;
+      usleep(50000);
+    }
+    return list;
+  }
+};
+
+constexpr const char* account_call =
+    "brindle-account --run|/root/.brindle_run|--html|/root/Brindle account.html|\n";
+
+TEST_F(AfterARunTest, TheAccountFollowsAndItsPageIsShown) {
+  const Started started = start_installed("LANG=en_US DISPLAY=:7");
+  EXPECT_EQ(started.variables, "wizard\n\nwhat arrived\n");
+  EXPECT_EQ(started.said, "");
+  EXPECT_EQ(started.status, 0);  // the wizard's, not the account's
+  EXPECT_EQ(calls(3), std::string("gconftool-2 --shutdown|\n") + account_call +
+                          "xdg-open /root/Brindle account.html|\n");
+}
+
+TEST_F(AfterARunTest, NothingFollowsAWizardThatRanNothing) {
+  install_script(wizard_program, "exit 0\n");
+  start_installed("LANG=en_US DISPLAY=:7");
+  write_file("/root/.brindle_run", "system=gnome\n");  // of an earlier start
+  start_installed("LANG=en_US DISPLAY=:7");
+  EXPECT_EQ(calls(0), "");
+}
+
+TEST_F(AfterARunTest, ANoteIsReadThatReplacedAnEarlierOne) {
+  write_file("/root/.brindle_run", "system=nld\n");
+  start_installed("LANG=en_US");
+  EXPECT_EQ(calls(2), std::string("gconftool-2 --shutdown|\n") + account_call);
+}
+
+TEST_F(AfterARunTest, ALinkInPlaceOfTheNoteIsNoNote) {
+  install_script(wizard_program, "ln -s /root/else /root/.brindle_run; echo system=gnome >/root/else\n");
+  start_installed("LANG=en_US");
+  EXPECT_EQ(calls(0), "");
+}
+
+TEST_F(AfterARunTest, OnKdeThereAreNoSettingsToFlush) {
+  wizard_leaves("system=xandros");
+  start_installed("LANG=en_US");
+  EXPECT_EQ(calls(1), account_call);
+}
+
+TEST_F(AfterARunTest, WithoutADisplayNoPageIsShown) {
+  start_installed("LANG=en_US");
+  usleep(300000);
+  EXPECT_EQ(calls(2), std::string("gconftool-2 --shutdown|\n") + account_call);
+}
+
+TEST_F(AfterARunTest, APageThatWasNotWrittenIsNotShown) {
+  write_file("/root/Brindle account.html", "an old page\n");
+  record("brindle-account", "exit 2");
+  start_installed("LANG=en_US DISPLAY=:7");
+  usleep(300000);
+  EXPECT_EQ(calls(2), std::string("gconftool-2 --shutdown|\n") + account_call);
+}
+
+TEST_F(AfterARunTest, TheFirstBrowserThatIsThereIsTaken) {
+  for (const char* browser : {"xdg-open", "firefox", "konqueror", "mozilla"}) {
+    shell_quietly("rm -f /usr/bin/" + std::string(browser) + " /usr/local/bin/" + browser +
+                  " /root/calls/list");
+    shell_quietly("rm -f '/root/Brindle account.html' /root/.brindle_run");
+    start_installed("LANG=en_US WAYLAND_DISPLAY=wayland-0");
+    const std::string next = std::string(browser) == "xdg-open"    ? "firefox"
+                             : std::string(browser) == "firefox"   ? "konqueror"
+                             : std::string(browser) == "konqueror" ? "mozilla"
+                                                                   : "epiphany";
+    EXPECT_TRUE(calls(3).ends_with("\n" + next + " /root/Brindle account.html|\n")) << calls(3);
+  }
+}
+
+TEST_F(AfterARunTest, ABrowserThatStaysKeepsNobodyWaiting) {
+  record("xdg-open", "sleep 50");
+  EXPECT_EQ(shell_quietly("DISPLAY=:7 LANG=en_US timeout 10 brindle | cat >/root/out"), 0);
+  EXPECT_EQ(read_file("/root/out"), "wizard\n\nwhat arrived\n");
+  EXPECT_TRUE(calls(3).ends_with("\nxdg-open /root/Brindle account.html|\n"));
+}
+
+TEST_F(AfterARunTest, TheWizardsStatusIsTheScripts) {
+  for (const int status : {0, 1, 7, 255}) {
+    wizard_leaves("system=linspire", "exit " + std::to_string(status));
+    EXPECT_EQ(start_installed("LANG=en_US").status, status);
+    shell_quietly("rm /root/.brindle_run");
+  }
+}
+
+TEST_F(AfterARunTest, AWizardThatWasKilledIsToldOfAndTheScriptEndsTheSameWay) {
+  wizard_leaves("system=linspire", "kill -SEGV $$");
+  EXPECT_EQ(
+      output_of("LANG=en_US python3 -c 'import subprocess as s; print(s.run([\"brindle\"], stdout=s.DEVNULL, "
+                "stderr=s.DEVNULL).returncode)'"),
+      "-11\n");
+  EXPECT_EQ(calls(1), account_call);
+}
+
+TEST_F(AfterARunTest, AnInterruptedWizardIsToldOfAsWell) {
+  wizard_leaves("system=linspire", "sleep 50");
+  EXPECT_EQ(
+      output_of("LANG=en_US python3 -c '\n"
+                "import os, signal, subprocess, time\n"
+                "run = subprocess.Popen([\"brindle\"], stdout=subprocess.DEVNULL, start_new_session=True)\n"
+                "while not os.path.exists(\"/root/.brindle_run\"): time.sleep(0.05)\n"
+                "time.sleep(0.3)\n"
+                "os.killpg(run.pid, signal.SIGINT)\n"
+                "print(run.wait())'"),
+      "-2\n");
+  EXPECT_EQ(calls(1), account_call);
+}
+
+TEST_F(AfterARunTest, TheHomeIsTheWizards) {
+  shell_quietly("useradd -m ada; chmod 777 /root /root/calls; mkdir /tmp/elsewhere");
+  install_script(wizard_program, "echo system=xandros >/home/ada/.brindle_run\n");
+  shell_quietly("HOME=/tmp/elsewhere LANG=en_US setpriv --reuid ada --regid ada --clear-groups brindle");
+  EXPECT_EQ(calls(1),
+            "brindle-account --run|/home/ada/.brindle_run|--html|/home/ada/Brindle account.html|\n");
+}
+
+TEST_F(AfterARunTest, WithoutTheAccountTheWizardIsEnough) {
+  shell_quietly("rm /usr/local/bin/brindle-account");
+  const Started started = start_installed("LANG=en_US DISPLAY=:7");
+  EXPECT_EQ(started.variables, "wizard\n");
+  EXPECT_EQ(started.said, "");
+  EXPECT_EQ(calls(0), "");
 }
 
 }  // namespace

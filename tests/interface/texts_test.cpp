@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <set>
 #include <sstream>
+#include <vector>
 
 #include "shell/files.h"
 #include "state/state.h"
@@ -281,29 +282,47 @@ const char* const keys[] = {
     "smb_username_password_window2-back",
 };
 
-TEST(EnglishTexts, EachOfThe77KeysIsFoundByItsOwnLine) {
+// The shipped files, one a language.
+std::vector<std::string> shipped_files() {
+  std::vector<std::string> files;
+  const std::vector<std::string> names = list_folder(test_data("../data/texts")).value();
+  for (const std::string& name : names)
+    if (name != "CMakeLists.txt") files.push_back(test_data("../data/texts/" + name));
+  return files;
+}
+
+TEST(ShippedTexts, EachOfThe77KeysIsFoundByItsOwnLine) {
   ASSERT_EQ(std::size(keys), 77U);
-  const std::string path = test_data("../data/texts/en_US");
-  const File file = open_file(path, "r");
-  ASSERT_TRUE(file);
-  for (const std::string key : keys) {
-    std::istringstream lines(read_file(path));
-    std::string own;
-    for (std::string line; std::getline(lines, line);) {
-      if (line.rfind(key + "=", 0) == 0) own = line.substr(key.size() + 1);
+  for (const std::string& path : shipped_files()) {
+    const File file = open_file(path, "r");
+    ASSERT_TRUE(file);
+    for (const std::string key : keys) {
+      std::istringstream lines(read_file(path));
+      std::string own;
+      for (std::string line; std::getline(lines, line);) {
+        if (line.rfind(key + "=", 0) == 0) own = line.substr(key.size() + 1);
+      }
+      EXPECT_NE(own, "") << key;
+      EXPECT_EQ(get_widget_string(file.get(), key.c_str()), own) << key << " in " << path;
     }
-    EXPECT_NE(own, "") << key;
-    EXPECT_EQ(get_widget_string(file.get(), key.c_str()), own) << key;
   }
 }
 
-TEST(EnglishTexts, HoldNothingElse) {
-  std::istringstream lines(read_file(test_data("../data/texts/en_US")));
+TEST(ShippedTexts, HoldNothingElseButTheAccountsWords) {
   const std::set<std::string> known(std::begin(keys), std::end(keys));
-  for (std::string line; std::getline(lines, line);) {
-    EXPECT_LE(line.size(), 510U) << line;
-    EXPECT_TRUE(known.count(line.substr(0, line.find('=')))) << line;
+  for (const std::string& path : shipped_files()) {
+    std::istringstream lines(read_file(path));
+    for (std::string line; std::getline(lines, line);) {
+      EXPECT_LE(line.size(), 510U) << line;
+      EXPECT_TRUE(known.count(line.substr(0, line.find('='))) || line.rfind("account-", 0) == 0) << line;
+    }
   }
+}
+
+TEST(ShippedTexts, OfTheDoneDialogSayThatTheAccountFollows) {
+  const std::string text = read_file(test_data("../data/texts/en_US"));
+  const std::size_t at = text.find("\ncreatedialogdone-label20=");
+  EXPECT_NE(text.substr(at, text.find('\n', at + 1) - at).find("an account follows"), std::string::npos);
 }
 
 }  // namespace

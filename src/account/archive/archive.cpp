@@ -27,6 +27,20 @@ bool leads_out(std::string_view name) {
   return false;
 }
 
+// As unpacking makes of it: no slash at the front, no empty part and no ".".
+std::string without_empty_parts(std::string_view name) {
+  std::string result;
+  while (!name.empty()) {
+    const std::size_t slash = name.find('/');
+    const std::string_view part = name.substr(0, slash);
+    name.remove_prefix(slash == std::string_view::npos ? name.size() : slash + 1);
+    if (part.empty() || part == ".") continue;
+    if (!result.empty()) result += '/';
+    result += part;
+  }
+  return result;
+}
+
 // Windows showed the name of the Unicode field, and of the flag, which is valid UTF-8; an unmarked name is
 // read as its DOS did.
 std::string name_shown(const DirectoryRecord& record, const char* dos_charset) {
@@ -200,14 +214,14 @@ std::size_t EntryStream::read(std::span<char> buffer) {
 bool EntryStream::failed() const { return parts_->failed; }
 
 Archive::Archive(const std::string& path, const char* dos_charset)
-    : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-  if (file_ < 0) throw Unreadable(std::strerror(errno));
+    : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+  if (file_ < 0) throw Unreadable(path + ": " + std::strerror(errno));
   std::vector<Named> places;
   try {
     read_directory(file_, [&](const DirectoryRecord& record) {
-      std::string name = name_shown(record, dos_charset);
-      const bool folder = name.ends_with('/');
-      while (name.ends_with('/') && name.size() > 1) name.pop_back();
+      const std::string shown = name_shown(record, dos_charset);
+      const std::string name = without_empty_parts(shown);
+      const bool folder = shown.ends_with('/');
       const bool unix_mode = record.made_on == made_on_unix;
       places.push_back({names_.size(), name.size()});
       names_ += name;
@@ -223,7 +237,7 @@ Archive::Archive(const std::string& path, const char* dos_charset)
                           .method = record.method,
                           .folder = folder,
                           .read_only = !unix_mode && !folder && (record.external & 1U) != 0,
-                          .unsafe = leads_out(name)});
+                          .unsafe = leads_out(shown)});
     });
   } catch (...) {
     close(file_);

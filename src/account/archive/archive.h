@@ -20,7 +20,7 @@ class Unreadable : public std::runtime_error {
 
 /// One entry of the archive's own list. Its name lives as long as the archive.
 struct Entry {
-  std::string_view name;      ///< UTF-8, without a slash at its end
+  std::string_view name;      ///< UTF-8, without a slash at its ends, empty parts and "."
   std::uint64_t size;         ///< unpacked, in bytes
   std::uint64_t packed;       ///< in bytes
   std::uint64_t header;       ///< where its own header lies in the archive

@@ -43,22 +43,36 @@ std::string read_at(int file, std::uint64_t place, std::size_t size) {
 struct Directory {
   std::uint64_t place;
   std::uint64_t size;
-  std::uint64_t records;
-  std::uint64_t shift;  // what stands before the archive, such as a program that unpacks it
+  std::uint64_t records;  // may be the true number's last 16 bits only
+  std::uint64_t shift;    // what stands before the archive, such as a program that unpacks it
 };
 
-// An archive over 4 GiB, or with more than 65,535 entries, has its true numbers in a second end record.
+bool has_mark(std::string_view bytes, std::uint32_t mark) {
+  return bytes.size() >= sizeof mark && number_at<std::uint32_t>(bytes, 0) == mark;
+}
+
+// An archive over 4 GiB, or with more than 65,535 entries, has its true numbers in a second end record. The
+// locator says where it lies, or would lie if nothing stood before the archive: then it lies right before the
+// locator.
 void read_large_end(int file, std::uint64_t end, Directory& directory, std::uint64_t& directory_end) {
-  if (end < locator_size) return;
+  if (end < locator_size + end64_size) return;
   const std::string locator = read_at(file, end - locator_size, locator_size);
-  if (locator.size() < locator_size || number_at<std::uint32_t>(locator, 0) != locator_mark) return;
-  const auto place = number_at<std::uint64_t>(locator, 8);
-  const std::string large = read_at(file, place, end64_size);
-  if (large.size() < end64_size || number_at<std::uint32_t>(large, 0) != end64_mark) return;
-  directory.records = number_at<std::uint64_t>(large, 32);
-  directory.size = number_at<std::uint64_t>(large, 40);
-  directory.place = number_at<std::uint64_t>(large, 48);
-  directory_end = place;
+  if (locator.size() < locator_size || !has_mark(locator, locator_mark)) return;
+  for (const std::uint64_t place : {number_at<std::uint64_t>(locator, 8), end - locator_size - end64_size}) {
+    const std::string large = read_at(file, place, end64_size);
+    if (large.size() < end64_size || !has_mark(large, end64_mark)) continue;
+    directory.records = number_at<std::uint64_t>(large, 32);
+    directory.size = number_at<std::uint64_t>(large, 40);
+    directory.place = number_at<std::uint64_t>(large, 48);
+    directory_end = place;
+    return;
+  }
+}
+
+// A comment may hold what looks like an end of the list. A true one has the list before it.
+bool leads_to_list(int file, const Directory& directory) {
+  if (directory.size == 0) return directory.records == 0;
+  return has_mark(read_at(file, directory.place, sizeof record_mark), record_mark);
 }
 
 Directory find_directory(int file) {
@@ -69,14 +83,16 @@ Directory find_directory(int file) {
   const std::string tail = read_at(file, from, static_cast<std::size_t>(size - from));
   for (std::size_t i = tail.size() < end_size ? 0 : tail.size() - end_size + 1; i-- > 0;) {
     if (number_at<std::uint32_t>(tail, i) != end_mark) continue;
+    // Nothing but its comment may follow the end of an empty archive, which has no list to know it by.
+    const bool at_end = i + end_size + number_at<std::uint16_t>(tail, i + 20) == tail.size();
     Directory found = {number_at<std::uint32_t>(tail, i + 16), number_at<std::uint32_t>(tail, i + 12),
                        number_at<std::uint16_t>(tail, i + 10), 0};
     std::uint64_t end = from + i;
     read_large_end(file, end, found, end);
-    if (found.place + found.size > end) continue;
+    if (found.size > end || found.place > end - found.size) continue;
     found.shift = end - found.place - found.size;
     found.place += found.shift;
-    return found;
+    if ((found.size > 0 || at_end) && leads_to_list(file, found)) return found;
   }
   throw Unreadable("no list of its content at its end: it is cut short or not a zip archive");
 }
@@ -142,19 +158,19 @@ void read_directory(int file, const std::function<void(const DirectoryRecord&)>&
   constexpr std::size_t piece = 1 << 18, longest = record_head + 3 * 65535;
   static_assert(longest < piece);
   std::string window;
-  std::uint64_t place = directory.place, window_place = place;
+  std::uint64_t place = directory.place, window_place = place, count = 0;
   const std::uint64_t end = directory.place + directory.size;
-  for (std::uint64_t i = 0; i < directory.records; ++i) {
-    if (place + record_head > end) throw Unreadable("the list of its content ends early");
+  // Up to the list's end and not to its number of entries: packers that know no other end record write the
+  // last 16 bits of a larger number.
+  for (; place < end; ++count) {
     if (place + std::min<std::uint64_t>(longest, end - place) > window_place + window.size()) {
       window = read_at(file, place, static_cast<std::size_t>(std::min<std::uint64_t>(piece, end - place)));
       window_place = place;
     }
     const std::string_view rest =
         std::string_view(window).substr(static_cast<std::size_t>(place - window_place));
-    if (rest.size() < record_head || number_at<std::uint32_t>(rest, 0) != record_mark)
-      throw Unreadable("the list of its content is damaged");
-    const std::size_t length = length_of(rest);
+    if (!has_mark(rest, record_mark)) break;  // a signature of the list, or damage
+    const std::size_t length = rest.size() < record_head ? record_head : length_of(rest);
     if (length > rest.size()) throw Unreadable("the list of its content ends early");
     DirectoryRecord record = record_at(rest.substr(0, length), place);
     record.header += directory.shift;
@@ -162,6 +178,8 @@ void read_directory(int file, const std::function<void(const DirectoryRecord&)>&
     take(record);
     place += length;
   }
+  if ((count & 0xffff) != (directory.records & 0xffff))
+    throw Unreadable("the list of its content is damaged");
 }
 
 }  // namespace account

@@ -1,7 +1,9 @@
 #include "account/model/texts.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 
 namespace account {
 namespace {
@@ -21,6 +23,17 @@ constexpr Line causes[] = {
 #define CAUSE(name, key, english) {key, english},
 #include "account/model/causes.def"
 #undef CAUSE
+};
+
+struct Advice {
+  Cause cause;
+  Line line;
+};
+
+constexpr Advice advices[] = {
+#define ADVICE(cause, key, english) {Cause::cause, {key, english}},
+#include "account/model/advice.def"
+#undef ADVICE
 };
 
 }  // namespace
@@ -55,6 +68,11 @@ std::string Texts::operator()(Cause cause, std::string_view detail) const {
 std::string Texts::operator()(Kind kind) const {
   const KindName& name = name_of(kind);
   return (*this)(name.key, name.english, {});
+}
+
+std::string Texts::advice(Cause cause) const {
+  const Advice* const found = std::ranges::find(advices, cause, &Advice::cause);
+  return found == std::end(advices) ? "" : (*this)(found->line.key, found->line.english, {});
 }
 
 std::string Texts::operator()(const char* key, const char* english, std::string_view detail) const {

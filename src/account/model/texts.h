@@ -40,6 +40,9 @@ class Texts {
   std::string operator()(Kind kind) const;
   std::string operator()(const char* key, const char* english, std::string_view detail) const;
 
+  /// What a person can do about it; empty when there is nothing more to say.
+  std::string advice(Cause cause) const;
+
  private:
   std::map<std::string, std::string, std::less<>> lines_;
 };

@@ -14,6 +14,7 @@
 #include "process/archive/safety.h"
 #include "process/run/accounts.h"
 #include "process/run/applications.h"
+#include "process/run/run_note.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -103,12 +104,14 @@ void* process(void* args) {
     end_run(client, fp_log);
     return nullptr;
   }
+  begin_run_note(g_filename);
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
   dir_name = make_temporary_directory();
   const std::string root = unpack(g_filename, dir_name);
   if (CheckMultiUser(root.c_str()) == -1) give_up(dir_name, client, fp_log);
   trace_users(isMultiUser, default_user);
+  if (isMultiUser != 0) add_profiles_to_run_note(root.c_str());
 
   const Target target = target_of(root.c_str());
   trace_home(target.home);
@@ -119,6 +122,7 @@ void* process(void* args) {
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);
   write_log("delete Brindle folder", fp_log);
+  end_run_note(refused ? RunEnd::refused : RunEnd::ended);
   remove_progress_timeout(timer);
   post_to_gui(done_button_bar, nullptr);
   if (isKilled == 0) show_dialog(refused ? show_popup_multi_user_error_window : show_popup_window, fp_log);

@@ -1,0 +1,34 @@
+// The note that a run leaves in the running user's home, for the account of it: ".brindle_run", lines of
+// key=value.
+//
+//   archive=/media/cdrom/Old PC.zip    as an absolute path
+//   system=gnome                       or nld, linspire, xandros, redflag, redflag-plus
+//   person=root                        the running user first, then each profile of the archive
+//   home=/root                         of the person above
+//   begun=1132610735                   seconds since 1970
+//   over=1132611022                    missing while the run goes on
+//   ending=ended                       or begun, cancelled, refused
+//
+// A line end in a value is written \n or \r, and a backslash twice. A run that was killed leaves "begun".
+#ifndef BRINDLE_PROCESS_RUN_RUN_NOTE_H
+#define BRINDLE_PROCESS_RUN_RUN_NOTE_H
+
+/// A run of `archive` begins, for the running user on the detected system. Replaces the note of an earlier
+/// run. Worker, with isDefaultUser still 1.
+void begin_run_note(const char* archive);
+
+/// Adds the profiles that lie in the archive root `root`. Worker.
+void add_profiles_to_run_note(const char* root);
+
+enum class RunEnd { ended, refused };
+
+/// The run is over. One that was cancelled meanwhile stays cancelled. Worker; before anybody can leave the
+/// wizard, since the note is read then.
+void end_run_note(RunEnd how);
+
+/// The person has cancelled the run, or closed its window. Nothing when no run is going on. GUI thread.
+void cancel_run_note();
+
+// All of them say on standard error when the note cannot be written; the run goes on.
+
+#endif

@@ -1,0 +1,221 @@
+// The wizard's note of its last run, and the program that reads it.
+#include "account/note.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "account/raw_zip.h"
+#include "account/scene.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using namespace account;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* path = "/root/.brindle_run";
+const std::string whole =
+    "archive=/tmp/a "
+    "b.zip\nsystem=redflag-plus\nperson=root\nhome=/root\nperson=ann\nhome=/srv/ann\nbegun=1132610735\n"
+    "over=1132611022\nending=ended\n";
+
+RunNote note_of(const std::string& text) {
+  write_file(path, text);
+  return read_note(path);
+}
+
+std::string refusal(const std::string& of) {
+  try {
+    read_note(of);
+    return "";
+  } catch (const NoNote& error) {
+    return error.what();
+  }
+}
+
+TEST(Note, tells_of_the_run) {
+  const RunNote note = note_of(whole);
+  EXPECT_EQ("/tmp/a b.zip", note.archive);
+  EXPECT_EQ(System::redflag_plus, note.system);
+  ASSERT_EQ(2U, note.people.size());
+  EXPECT_EQ("root", note.people[0].login);
+  EXPECT_EQ("/root", note.people[0].home);
+  EXPECT_EQ("ann", note.people[1].login);
+  EXPECT_EQ("/srv/ann", note.people[1].home);
+  EXPECT_EQ(1132610735, note.begun);
+  EXPECT_EQ(1132611022, note.over);
+  EXPECT_EQ(Ending::ended, note.ending);
+}
+
+TEST(Note, knows_how_it_ended) {
+  const std::string start = whole.substr(0, whole.find("over="));
+  EXPECT_EQ(Ending::begun, note_of(start).ending);
+  EXPECT_EQ(Ending::begun, note_of(start + "ending=begun\n").ending);
+  EXPECT_EQ(Ending::cancelled, note_of(start + "ending=cancelled\n").ending);
+  EXPECT_EQ(Ending::refused, note_of(start + "ending=refused\n").ending);
+  EXPECT_EQ(Ending::begun, note_of(start + "ending=exploded\n").ending);
+  EXPECT_EQ(0, note_of(start).over);
+}
+
+TEST(Note, has_values_of_any_kind) {
+  RunNote note = note_of("archive=/a=b\\nc\\rd\\\\e\nsystem=nld\nperson=a\nhome=/h\\");
+  EXPECT_EQ("/a=b\nc\rd\\e", note.archive);
+  EXPECT_EQ("/h\\", note.people[0].home);
+  note = note_of("\nfuture=1\nnonsense\nhome=/x\n" + whole + "begun=soon\n");
+  EXPECT_EQ("/root", note.people[0].home);
+  EXPECT_EQ(0, note.begun);
+}
+
+TEST(Note, that_is_none_is_refused_in_a_sentence) {
+  EXPECT_EQ("there is no note of a run at /root/.brindle_run (No such file or directory)", refusal(path));
+  const std::string no_note = "/root/.brindle_run is not the note of a run";
+  for (const char* key : {"archive=", "system=", "person=root", "home=/root"}) {
+    std::string text = whole.substr(0, whole.find("person=ann"));
+    const std::size_t at = text.find(key);
+    write_file(path, text.erase(at, text.find('\n', at) + 1 - at));
+    EXPECT_EQ(no_note, refusal(path)) << key;
+  }
+  write_file(path, "");
+  EXPECT_EQ(no_note, refusal(path));
+  mkfifo("/tmp/pipe", 0600);
+  EXPECT_EQ("the note of a run at /tmp/pipe cannot be read", refusal("/tmp/pipe"));
+  EXPECT_EQ("the note of a run at /tmp cannot be read", refusal("/tmp"));
+  symlink(path, "/tmp/link");
+  EXPECT_THAT(refusal("/tmp/link"), StartsWith("there is no note of a run at /tmp/link ("));
+}
+
+// ---- The program ----------------------------------------------------------------------------------------
+
+struct Ended {
+  std::string said, complained;
+  int status;
+};
+
+Ended brindle_account(const std::string& words) {
+  const int status = shell_quietly(BRINDLE_ACCOUNT " " + words + " >/tmp/said 2>/tmp/complained");
+  return {read_file("/tmp/said"), read_file("/tmp/complained"), status};
+}
+
+// A run of root for ann, too, in which everything has arrived.
+void run_once() {
+  shell_quietly("useradd -m ann; mkdir -p /root/Desktop /srv/ann/Desktop");
+  write_zip("/tmp/a b.zip", {{"Brindle/users.txt", "MultiUser Migration=1\n"},
+                             {"Brindle/My Documents/one", "1"},
+                             {"Brindle/Profiles/ann/Desktop/two", "22"}});
+  write_file("/root/Desktop/mydocument/one", "1");
+  write_file("/srv/ann/Desktop/two", "22");
+  write_file(path, whole);
+}
+
+TEST(Program, takes_everything_from_the_note) {
+  run_once();
+  const Ended ended = brindle_account("--run --html /root/page.html --tsv /root/c.tsv --missing /root/m.tsv");
+  EXPECT_EQ(0, ended.status) << ended.said << ended.complained;
+  EXPECT_THAT(ended.said, StartsWith("What arrived\nArchive: /tmp/a b.zip\n\nFor root\n"));
+  EXPECT_THAT(ended.said,
+              EndsWith("\nEverything in the archive that this desktop has a place for has arrived.\n"));
+  EXPECT_EQ("", ended.complained);
+  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("Run of 2005-11-21"));
+  EXPECT_THAT(read_file("/root/c.tsv"), HasSubstr("\nroot\tdocuments\t1\t1\t0\t0\t0\n"));
+  EXPECT_THAT(read_file("/root/c.tsv"), HasSubstr("\nann\tdesktop\t1\t1\t0\t0\t0\n"));
+  EXPECT_EQ("person\tkind\tname\tcause\n", read_file("/root/m.tsv"));
+}
+
+TEST(Program, takes_the_note_that_it_is_given) {
+  run_once();
+  ASSERT_EQ(0, shell_quietly("mv /root/.brindle_run '/tmp/my note'"));
+  EXPECT_EQ(0, brindle_account("--run '/tmp/my note'").status);
+  EXPECT_EQ(2, brindle_account("--run").status);
+}
+
+TEST(Program, lets_the_command_line_go_before_the_note) {
+  run_once();
+  ASSERT_EQ(0, shell_quietly("mkdir /srv/other && mv /srv/ann/Desktop /srv/other/"));
+  EXPECT_EQ(1, brindle_account("--run").status);
+  EXPECT_EQ(0, brindle_account("--run --home ann=/srv/other").status);
+  EXPECT_EQ(1, brindle_account("--run --home ann=/srv/other --home /nowhere").status);
+  EXPECT_EQ(1, brindle_account("--run --home ann=/srv/other --system gnome").status);  // other places
+}
+
+TEST(Program, says_first_that_a_run_was_cancelled_or_did_not_end) {
+  run_once();
+  std::string text = whole;
+  write_file(path, text.replace(text.find("=ended"), 6, "=cancelled"));
+  EXPECT_THAT(brindle_account("--run --html /root/page.html").said,
+              StartsWith("What arrived\nArchive: /tmp/a b.zip\nThe run was cancelled. "));
+  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<p class=\"warning\">The run was cancelled. "));
+  write_file(path, whole.substr(0, whole.find("over=")) + "ending=begun\n");
+  EXPECT_THAT(brindle_account("--run").said, HasSubstr("\nThe run did not come to its end. "));
+}
+
+TEST(Program, says_that_something_is_missing) {
+  run_once();
+  ASSERT_EQ(0, shell_quietly("rm /srv/ann/Desktop/two"));
+  const Ended ended = brindle_account("--run --missing /root/m.tsv");
+  EXPECT_EQ(1, ended.status);
+  EXPECT_EQ("person\tkind\tname\tcause\nann\tdesktop\ttwo\tIt is not there.\n", read_file("/root/m.tsv"));
+}
+
+TEST(Program, cannot_tell_without_note_or_archive) {
+  Ended ended = brindle_account("--run");
+  EXPECT_EQ(2, ended.status);
+  EXPECT_EQ("", ended.said);
+  EXPECT_EQ("brindle-account: there is no note of a run at /root/.brindle_run (No such file or directory)\n",
+            ended.complained);
+  run_once();
+  ASSERT_EQ(0, shell_quietly("rm '/tmp/a b.zip'"));
+  ended = brindle_account("--run");
+  EXPECT_EQ(2, ended.status);
+  EXPECT_EQ("brindle-account: the archive cannot be read: /tmp/a b.zip: No such file or directory\n",
+            ended.complained);
+  ended = brindle_account("");
+  EXPECT_EQ(2, ended.status);
+  EXPECT_EQ("brindle-account: no archive is given; brindle-account --help tells more\n", ended.complained);
+}
+
+TEST(Program, cannot_tell_what_it_cannot_write) {
+  run_once();
+  symlink("/tmp/none", "/root/page.html");
+  Ended ended = brindle_account("--run --html /root/page.html --tsv /root/c.tsv");
+  EXPECT_EQ(2, ended.status);
+  EXPECT_EQ("brindle-account: /root/page.html could not be written: Too many levels of symbolic links\n",
+            ended.complained);
+  EXPECT_TRUE(exists("/root/c.tsv"));
+  EXPECT_EQ(2, brindle_account("--run --tsv /nowhere/c.tsv").status);
+  EXPECT_EQ(2, brindle_account("--run --missing /dev/full").status);
+  EXPECT_EQ(2, shell_quietly(BRINDLE_ACCOUNT " --run >/dev/full 2>/dev/null"));
+}
+
+TEST(Program, speaks_the_language_of_the_wizard) {
+  run_once();
+  write_file("/usr/local/brindle/de_DE", "account-title=Was angekommen ist\nwindow1=account-title=Nein\n");
+  EXPECT_THAT(output_of("LC_CTYPE= LANG=de_DE.UTF-8 " BRINDLE_ACCOUNT " --run --html /root/page.html"),
+              StartsWith("Was angekommen ist\n"));
+  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<html lang=\"de-DE\">"));
+}
+
+TEST(Program, needs_little_memory_for_much_that_is_missing) {
+  std::vector<RawEntry> many;
+  for (int i = 0; i < 200000; ++i)
+    many.push_back(
+        {"Brindle/My Documents/Folder with a long name/A document " + std::to_string(i) + ".txt", "x"});
+  RawFrame frame;
+  frame.large = true;
+  write_file("/tmp/many.zip", raw_zip(many, frame));
+  const std::string words =
+      " --system gnome --html /tmp/p.html --tsv /tmp/c.tsv --missing /tmp/m.tsv /tmp/many.zip";
+  const std::string kilobytes = output_of(
+      "/usr/bin/python3 -c 'import resource, subprocess, sys; subprocess.run(sys.argv[1:], stdout="
+      "subprocess.DEVNULL); print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' " BRINDLE_ACCOUNT +
+      words);
+  EXPECT_LT(std::stol(kilobytes), 100000);
+  EXPECT_EQ("200001\n", output_of("wc -l < /tmp/m.tsv"));
+  EXPECT_EQ("200000\n", output_of("grep -c '^<li>' /tmp/p.html"));
+}
+
+}  // namespace

@@ -1,0 +1,179 @@
+// The note that a run leaves behind.
+#include "process/run/run_note.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "process/run/process.h"
+#include "run/fakes.h"
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "system/detection.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+constexpr const char* path = "/root/.brindle_run";
+
+// The note with its times replaced by N.
+std::string note() { return output_of("sed -E 's/^(begun|over)=[1-9][0-9]{8,}$/\\1=N/' /root/.brindle_run"); }
+
+struct RunNoteTest : testing::Test {
+  RunNoteTest() {
+    shell_quietly("rm -f /etc/*-version /etc/redflag-release");
+    write_file("/etc/linspire-version", "");
+    getOsVersion("");
+  }
+};
+
+TEST_F(RunNoteTest, TellsArchiveSystemPeopleAndTimes) {
+  begin_run_note("/media/cd rom/a=b.zip");
+  EXPECT_EQ(
+      "archive=/media/cd rom/a=b.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\nending=begun\n",
+      note());
+  shell_quietly("mkdir -p '/tmp/x/Brindle/Profiles/ann lee'");
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  EXPECT_EQ(
+      "archive=/media/cd rom/a=b.zip\nsystem=linspire\nperson=root\nhome=/root\nperson=ann "
+      "lee\nhome=/home/ann "
+      "lee\nbegun=N\nending=begun\n",
+      note());
+  end_run_note(RunEnd::ended);
+  EXPECT_EQ(
+      "archive=/media/cd rom/a=b.zip\nsystem=linspire\nperson=root\nhome=/root\nperson=ann "
+      "lee\nhome=/home/ann "
+      "lee\nbegun=N\nover=N\nending=ended\n",
+      note());
+}
+
+TEST_F(RunNoteTest, KnowsEverySystem) {
+  const auto system = [](const std::string& file, const std::string& bytes, int nld) {
+    shell_quietly("rm -f /etc/*-version /etc/redflag-release");
+    if (!file.empty()) write_file("/etc/" + file, bytes);
+    getOsVersion("");
+    isNLD = nld;
+    begin_run_note("/a.zip");
+    return output_of("sed -n 's/^system=//p' /root/.brindle_run");
+  };
+  EXPECT_EQ("gnome\n", system("", "", 0));
+  EXPECT_EQ("nld\n", system("", "", 1));
+  EXPECT_EQ("linspire\n", system("linspire-version", "", 0));
+  EXPECT_EQ("xandros\n", system("xandros-version", "", 0));
+  EXPECT_EQ("redflag\n", system("redflag-release", "Red Flag release 4.1 x\n", 0));
+  EXPECT_EQ("redflag-plus\n", system("redflag-release", "Red Flag release 4.1plus\n", 0));
+}
+
+TEST_F(RunNoteTest, NoValueBreaksItsLine) {
+  begin_run_note("/a\nperson=eve\r\\n.zip");
+  EXPECT_THAT(note(), testing::StartsWith("archive=/a\\nperson=eve\\r\\\\n.zip\nsystem="));
+}
+
+TEST_F(RunNoteTest, AShortPathIsMadeWhole) {
+  ASSERT_EQ(0, chdir("/tmp"));
+  begin_run_note("a.zip");
+  EXPECT_THAT(note(), testing::StartsWith("archive=/tmp/a.zip\n"));
+}
+
+TEST_F(RunNoteTest, ACancelledRunStaysCancelledWhenItsWorkerEnds) {
+  begin_run_note("/a.zip");
+  cancel_run_note();
+  EXPECT_THAT(note(), testing::EndsWith("begun=N\nending=cancelled\n"));
+  end_run_note(RunEnd::ended);
+  EXPECT_THAT(note(), testing::EndsWith("begun=N\nover=N\nending=cancelled\n"));
+}
+
+TEST_F(RunNoteTest, ARunCancelledBeforeItsNoteIsCancelled) {
+  isKilled = 1;
+  begin_run_note("/a.zip");
+  end_run_note(RunEnd::ended);
+  EXPECT_THAT(note(), testing::EndsWith("over=N\nending=cancelled\n"));
+}
+
+TEST_F(RunNoteTest, NothingIsCancelledBeforeOrAfterARun) {
+  cancel_run_note();
+  end_run_note(RunEnd::ended);
+  add_profiles_to_run_note("/tmp");
+  EXPECT_FALSE(exists(path));
+  begin_run_note("/a.zip");
+  end_run_note(RunEnd::refused);
+  cancel_run_note();
+  EXPECT_THAT(note(), testing::EndsWith("over=N\nending=refused\n"));
+}
+
+TEST_F(RunNoteTest, IsItsOwnersAloneAndNeverWrittenThroughALink) {
+  umask(0);
+  write_file("/root/precious", "precious");
+  symlink("/root/precious", path);
+  begin_run_note("/a.zip");
+  EXPECT_EQ("precious", read_file("/root/precious"));
+  EXPECT_EQ("regular file 600\n", output_of("stat -c '%F %a' /root/.brindle_run"));
+  EXPECT_EQ(".brindle_run\n", output_of("ls -A /root | grep brindle"));
+}
+
+TEST_F(RunNoteTest, ThatCannotBeWrittenIsComplainedAboutAndLeavesNothing) {
+  shell_quietly("mkdir -p /root/.brindle_run/x");
+  testing::internal::CaptureStderr();
+  begin_run_note("/a.zip");
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("/root/.brindle_run: "));
+  EXPECT_EQ(".brindle_run\n", output_of("ls -A /root | grep brindle"));
+}
+
+TEST_F(RunNoteTest, OfAnEarlierRunIsReplaced) {
+  begin_run_note("/a.zip");
+  end_run_note(RunEnd::ended);
+  begin_run_note("/b.zip");
+  EXPECT_EQ("archive=/b.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\nending=begun\n", note());
+}
+
+// ---- Of the worker --------------------------------------------------------------------------------------
+
+void migrate(const std::string& users) {
+  shell_quietly("mkdir -p /root/Desktop /root/.mozilla /tmp/in/Brindle/Profiles/ann");
+  if (!users.empty()) write_file("/tmp/in/Brindle/users.txt", users);
+  shell_quietly("cd /tmp/in && zip -qr /tmp/a.zip . && chmod -R a+rX /tmp/in /tmp/a.zip");
+  ASSERT_TRUE(assign(g_filename, "/tmp/a.zip"));
+  fp_log = std::fopen("/tmp/log", "w");
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  run_as_worker([] { process(nullptr); });
+  testing::internal::GetCapturedStderr();
+  testing::internal::GetCapturedStdout();
+}
+
+TEST_F(RunNoteTest, OfAWholeRunSaysThatItEnded) {
+  migrate("");
+  EXPECT_EQ("archive=/tmp/a.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\nover=N\nending=ended\n",
+            note());
+}
+
+TEST_F(RunNoteTest, OfSeveralPeopleNamesThem) {
+  migrate("MultiUser Migration=1\n");
+  EXPECT_THAT(
+      note(),
+      HasSubstr("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\nover=N\nending=ended\n"));
+}
+
+TEST_F(RunNoteTest, OfARefusedRunSaysSo) {
+  shell_quietly("useradd -m -u 2345 ada");
+  shell_quietly("mkdir -p /tmp/in/Brindle; chmod 777 /tmp/in /tmp/in/Brindle /tmp");
+  write_file("/tmp/in/Brindle/users.txt", "MultiUser Migration=1\n");
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  migrate("");
+  EXPECT_THAT(read_file("/home/ada/.brindle_run"), HasSubstr("person=ada\nhome=/home/ada\n"));
+  EXPECT_THAT(read_file("/home/ada/.brindle_run"), testing::EndsWith("\nending=refused\n"));
+}
+
+TEST_F(RunNoteTest, IsNotLeftWhereNothingRuns) {
+  shell_quietly("rm -f /etc/*-version");
+  write_file("/etc/redflag-release", "Red Flag release 4.2\n");
+  migrate("");
+  EXPECT_FALSE(exists(path));
+}
+
+}  // namespace
