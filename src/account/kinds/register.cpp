@@ -1,6 +1,7 @@
 #include "account/kinds/register.h"
 
 #include "account/kinds/files.h"
+#include "account/kinds/groupwise.h"
 #include "account/kinds/printers.h"
 #include "process/archive/layout.h"
 
@@ -17,7 +18,9 @@ constexpr Row register_rows[] = {
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::fonts,           layout::fonts,           everywhere(".fonts"),                                                                                            compare_fonts},
   {Kind::printers,        layout::printers,        everywhere("/etc/cups"),                                                                                         compare_printers},
+  {Kind::groupwise,       layout::groupwise,       {"",             "",              nullptr,          nullptr,         nullptr,              nullptr},              compare_groupwise},
 };
 // clang-format on
 

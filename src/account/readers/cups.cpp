@@ -9,7 +9,7 @@
 #include <span>
 #include <sstream>
 
-#include "account/readers/text.h"
+#include "account/readers/file.h"
 
 // libcups discourages its PPD interface, and a queue's own PPD file can be read by nothing else.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -89,8 +89,8 @@ std::optional<std::vector<PrintQueue>> read_queues() {
 }
 
 std::string default_printer_in(const std::string& home) {
-  LineReader lines(file_source(home + "/.cups/lpoptions"));
-  for (std::string line; lines.next(line);) {
+  std::istringstream lines(read_whole(home + "/.cups/lpoptions").value_or(""));
+  for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
     std::string word, name;
     words >> word >> name;
