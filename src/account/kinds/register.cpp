@@ -1,5 +1,6 @@
 #include "account/kinds/register.h"
 
+#include "account/kinds/browser.h"
 #include "account/kinds/files.h"
 #include "account/kinds/groupwise.h"
 #include "account/kinds/printers.h"
@@ -18,6 +19,8 @@ constexpr Row register_rows[] = {
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::bookmarks,       layout::bookmarks,       everywhere(".mozilla"),                                                                                          compare_bookmarks},
+  {Kind::cookies,         layout::cookies,         everywhere(".mozilla"),                                                                                          compare_cookies},
   {Kind::fonts,           layout::fonts,           everywhere(".fonts"),                                                                                            compare_fonts},
   {Kind::printers,        layout::printers,        everywhere("/etc/cups"),                                                                                         compare_printers},
   {Kind::groupwise,       layout::groupwise,       {"",             "",              nullptr,          nullptr,         nullptr,              nullptr},              compare_groupwise},

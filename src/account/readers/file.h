@@ -9,7 +9,7 @@
 namespace account {
 
 /// Far more than any settings, bookmark or cookie file has.
-inline constexpr std::size_t largest_text = 64 << 20;
+inline constexpr std::size_t largest_text = 16 << 20;
 
 /// All bytes of the file at `path`, at most `limit` of them. No value when it cannot be read, and for
 /// anything but a file: a pipe in a home must not hold up the account.
