@@ -4,6 +4,7 @@
 #include "account/kinds/files.h"
 #include "account/kinds/groupwise.h"
 #include "account/kinds/printers.h"
+#include "account/kinds/wallpaper.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -19,6 +20,7 @@ constexpr Row register_rows[] = {
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::wallpaper,       layout::wallpaper,       {"",             "",              "Wallpaper1",     "Wallpaper1",    "Wallpaper1",         "Wallpaper1"},         compare_wallpaper},
   {Kind::bookmarks,       layout::bookmarks,       everywhere(".mozilla"),                                                                                          compare_bookmarks},
   {Kind::cookies,         layout::cookies,         everywhere(".mozilla"),                                                                                          compare_cookies},
   {Kind::fonts,           layout::fonts,           everywhere(".fonts"),                                                                                            compare_fonts},
