@@ -1,6 +1,7 @@
 #include "account/kinds/register.h"
 
 #include "account/kinds/browser.h"
+#include "account/kinds/drives.h"
 #include "account/kinds/files.h"
 #include "account/kinds/groupwise.h"
 #include "account/kinds/printers.h"
@@ -14,6 +15,9 @@ using Places = std::array<const char*, system_count>;
 
 constexpr Places everywhere(const char* place) { return {place, place, place, place, place, place}; }
 
+constexpr const char* nautilus = ".nautilus/bookmarks.xml";
+constexpr const char* konqueror = ".kde/share/apps/konqueror/bookmarks.xml";
+
 // clang-format off
 constexpr Row register_rows[] = {
   // kind                 in the archive           gnome            nld              linspire          xandros          redflag               redflag_plus           how
@@ -24,6 +28,7 @@ constexpr Row register_rows[] = {
   {Kind::bookmarks,       layout::bookmarks,       everywhere(".mozilla"),                                                                                          compare_bookmarks},
   {Kind::cookies,         layout::cookies,         everywhere(".mozilla"),                                                                                          compare_cookies},
   {Kind::fonts,           layout::fonts,           everywhere(".fonts"),                                                                                            compare_fonts},
+  {Kind::drives,          layout::mapped_drives,   {nautilus,       nautilus,        konqueror,        konqueror,       konqueror,            konqueror},            compare_drives},
   {Kind::printers,        layout::printers,        everywhere("/etc/cups"),                                                                                         compare_printers},
   {Kind::groupwise,       layout::groupwise,       {"",             "",              nullptr,          nullptr,         nullptr,              nullptr},              compare_groupwise},
 };
