@@ -1,6 +1,11 @@
 #include "account/kinds/register.h"
 
+#include "account/kinds/browser.h"
+#include "account/kinds/drives.h"
 #include "account/kinds/files.h"
+#include "account/kinds/groupwise.h"
+#include "account/kinds/printers.h"
+#include "account/kinds/wallpaper.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -10,12 +15,22 @@ using Places = std::array<const char*, system_count>;
 
 constexpr Places everywhere(const char* place) { return {place, place, place, place, place, place}; }
 
+constexpr const char* nautilus = ".nautilus/bookmarks.xml";
+constexpr const char* konqueror = ".kde/share/apps/konqueror/bookmarks.xml";
+
 // clang-format off
 constexpr Row register_rows[] = {
   // kind                 in the archive           gnome            nld              linspire          xandros          redflag               redflag_plus           how
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::wallpaper,       layout::wallpaper,       {"",             "",              "Wallpaper1",     "Wallpaper1",    "Wallpaper1",         "Wallpaper1"},         compare_wallpaper},
+  {Kind::bookmarks,       layout::bookmarks,       everywhere(".mozilla"),                                                                                          compare_bookmarks},
+  {Kind::cookies,         layout::cookies,         everywhere(".mozilla"),                                                                                          compare_cookies},
+  {Kind::fonts,           layout::fonts,           everywhere(".fonts"),                                                                                            compare_fonts},
+  {Kind::drives,          layout::mapped_drives,   {nautilus,       nautilus,        konqueror,        konqueror,       konqueror,            konqueror},            compare_drives},
+  {Kind::printers,        layout::printers,        everywhere("/etc/cups"),                                                                                         compare_printers},
+  {Kind::groupwise,       layout::groupwise,       {"",             "",              nullptr,          nullptr,         nullptr,              nullptr},              compare_groupwise},
 };
 // clang-format on
 
