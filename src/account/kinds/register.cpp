@@ -1,6 +1,7 @@
 #include "account/kinds/register.h"
 
 #include "account/kinds/files.h"
+#include "account/kinds/mail.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -16,6 +17,7 @@ constexpr Row register_rows[] = {
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::mail,            layout::mail_folders,    {".evolution/mail/local", ".evolution/mail/local", ".mozilla/default", "Mail", "Mail", "Mail"}, compare_mail},
 };
 // clang-format on
 
