@@ -324,6 +324,42 @@ TEST(Mail, folders_beside_the_layout_are_named) {
       missing_names(kde.look(Kind::mail)));
 }
 
+// ---- Archives that cannot be read -----------------------------------------------------------------------
+
+TEST(Mail, an_encrypted_mailbox_is_known_by_its_checksum) {
+  const Scene scene(System::gnome,
+                    {{account_file, "Account Name=Home\n"},
+                     {"Mail/Inbox", message("one") + message("two")},
+                     {"Mail/Sent", message("three")}},
+                    "secret");
+  write_file(evolution + "Inbox", message("one") + message("two"));
+  write_file(evolution + "Sent", message("other"));
+  const Tally tally = scene.look(Kind::mail);
+  EXPECT_EQ("3 2 0 0 1", numbers(tally));
+  EXPECT_EQ((Names{"folder Sent: It is encrypted in the archive."}), missing_names(tally));
+  EXPECT_TRUE(tally.certain());
+}
+
+TEST(Mail, whether_an_encrypted_mailbox_came_to_kmail_cannot_be_told) {
+  const Scene scene(System::xandros, {{account_file, "Account Name=Home\n"}, {"Mail/Inbox", message("one")}},
+                    "secret");
+  EXPECT_EQ((Names{"folder Inbox: It is encrypted in the archive."}), missing_names(scene.look(Kind::mail)));
+  EXPECT_TRUE(scene.look(Kind::mail).certain());
+  write_kmail("inbox/cur/Inbox", 2, message("one"));
+  EXPECT_FALSE(scene.look(Kind::mail).certain());
+}
+
+TEST(Mail, a_damaged_mailbox_is_named_beside_the_messages_that_can_be_read) {
+  const Scene scene = scene_of(System::gnome, {{"Mail/Inbox", message("one") + message("two")}});
+  write_file(evolution + "Inbox", message("one") + message("two"));
+  EXPECT_EQ("2 2 0 0 0", numbers(scene.look(Kind::mail)));
+  // The checksum in the archive's list, behind the record's mark, versions, bits, method and time.
+  shell_quietly(
+      R"(perl -e 'open F, "+<", shift; local $/; $all = <F>; seek F, index($all, "PK\1\2") + 16, 0; print F "bad!"')"
+      " /tmp/account-test.zip");
+  EXPECT_EQ((Names{"folder Inbox: It is damaged in the archive."}), missing_names(scene.look(Kind::mail)));
+}
+
 // ---- Names ----------------------------------------------------------------------------------------------
 
 TEST(Mail, names_are_read_like_a_mail_program_does) {
