@@ -122,6 +122,7 @@ std::vector<Archived> archived_accounts(const Case& of, Tally& tally) {
       tally.miss(name, Cause::damaged);
     } else {
       accounts.push_back(archived_account(of, text));
+      if (accounts.back().title.empty()) accounts.back().title = name;
     }
   }
   return accounts;
