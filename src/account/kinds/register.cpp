@@ -4,6 +4,8 @@
 #include "account/kinds/drives.h"
 #include "account/kinds/files.h"
 #include "account/kinds/groupwise.h"
+#include "account/kinds/mail.h"
+#include "account/kinds/mail_accounts.h"
 #include "account/kinds/printers.h"
 #include "account/kinds/wallpaper.h"
 #include "process/archive/layout.h"
@@ -17,6 +19,7 @@ constexpr Places everywhere(const char* place) { return {place, place, place, pl
 
 constexpr const char* nautilus = ".nautilus/bookmarks.xml";
 constexpr const char* konqueror = ".kde/share/apps/konqueror/bookmarks.xml";
+constexpr const char* evolution_settings = ".gconf/apps/evolution/mail/%gconf.xml";
 
 // clang-format off
 constexpr Row register_rows[] = {
@@ -24,6 +27,8 @@ constexpr Row register_rows[] = {
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::mail_accounts,   layout::mail_accounts,   {evolution_settings, evolution_settings, ".mozilla/default", ".kde/share/config/kmailrc", ".kde/share/config/kmailrc", ".kde/share/config/kmailrc"}, compare_mail_accounts},
+  {Kind::mail,            layout::mail_folders,    {".evolution/mail/local", ".evolution/mail/local", ".mozilla/default", "Mail", "Mail", "Mail"}, compare_mail},
   {Kind::wallpaper,       layout::wallpaper,       {"",             "",              "Wallpaper1",     "Wallpaper1",    "Wallpaper1",         "Wallpaper1"},         compare_wallpaper},
   {Kind::bookmarks,       layout::bookmarks,       everywhere(".mozilla"),                                                                                          compare_bookmarks},
   {Kind::cookies,         layout::cookies,         everywhere(".mozilla"),                                                                                          compare_cookies},
