@@ -1,5 +1,6 @@
 #include "account/kinds/register.h"
 
+#include "account/kinds/calendar.h"
 #include "account/kinds/files.h"
 #include "process/archive/layout.h"
 
@@ -10,12 +11,20 @@ using Places = std::array<const char*, system_count>;
 
 constexpr Places everywhere(const char* place) { return {place, place, place, place, place, place}; }
 
+// A "*" stands for the person's profile, whose name nobody knows.
+constexpr const char* evolution_calendar = ".evolution/calendar/local/system/calendar.ics";
+constexpr const char* evolution_tasks = ".evolution/tasks/local/system/tasks.ics";
+constexpr const char* mozilla_calendar = ".mozilla/default/*/Calendar/CalendarDataFile.ics";
+constexpr const char* korganizer = ".kde/share/apps/korganizer/std.ics";
+
 // clang-format off
 constexpr Row register_rows[] = {
   // kind                 in the archive           gnome            nld              linspire          xandros          redflag               redflag_plus           how
   {Kind::documents,       layout::documents,       {"Documents",    "Documents",     "Documents",      "Documents",     "Desktop/mydocument", "Desktop/mydocument"}, compare_documents},
   {Kind::desktop,         layout::desktop,         everywhere("Desktop"),                                                                                           compare_desktop},
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
+  {Kind::calendar,        layout::calendar_file,   {evolution_calendar, evolution_calendar, mozilla_calendar, korganizer, korganizer, korganizer},                  compare_calendar},
+  {Kind::tasks,           layout::tasks_file,      {evolution_tasks,  evolution_tasks,  mozilla_calendar,  korganizer,      korganizer,           korganizer},           compare_tasks},
 };
 // clang-format on
 
