@@ -1,6 +1,8 @@
 #include "account/kinds/calendar.h"
 
 #include <algorithm>
+#include <set>
+#include <sstream>
 
 #include "account/archive/charset.h"
 #include "account/kinds/calendar_changes.h"
@@ -53,7 +55,30 @@ Content completed(std::string text, const Decode& letters) {
 
 // ---- Comparison ------------------------------------------------------------------------------------------
 
-// The property that the rewriting leaves behind, or makes unreadable; empty when it keeps all.
+// "FREQ", "COUNT", ... of a rule.
+std::set<std::string> parts_of(const std::string& rule) {
+  std::set<std::string> names;
+  std::istringstream parts(rule);
+  for (std::string part; std::getline(parts, part, ';');) names.insert(part.substr(0, part.find('=')));
+  return names;
+}
+
+// A position in a list of days may stand with the days.
+bool loses_a_part(const std::string& rule, const std::string& rewritten) {
+  const std::set<std::string> kept = parts_of(rewritten);
+  return std::ranges::any_of(parts_of(rule), [&kept](const std::string& part) {
+    return !kept.contains(part) && !(part == "BYSETPOS" && kept.contains("BYDAY"));
+  });
+}
+
+bool is_lost(const std::string& property, const std::string& rewritten) {
+  if (rewritten == property || !is_readable(property)) return false;
+  if (!is_readable(rewritten)) return true;
+  return account::name_of(property) == "RRULE" &&
+         loses_a_part(value_of({property}, "RRULE"), value_of({rewritten}, "RRULE"));
+}
+
+// The property that the rewriting leaves behind or damages; empty when it keeps all.
 std::string lost_property(const Content& before, const Content& after) {
   const auto find_in = [&after](const std::string& name) {
     return std::ranges::find(after, name, [](const std::string& line) { return account::name_of(line); });
@@ -62,7 +87,7 @@ std::string lost_property(const Content& before, const Content& after) {
     const std::string name = account::name_of(property);
     const auto kept = find_in(name);
     if (kept == after.end()) return name;
-    if (*kept != property && is_readable(property) && !is_readable(*kept)) return name;
+    if (is_lost(property, *kept)) return name;
   }
   return "";
 }

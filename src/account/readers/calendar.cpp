@@ -178,6 +178,9 @@ std::string plain(std::string_view value) {
 bool is_readable(const std::string& property) {
   const std::string name = name_of(property);
   const std::string value = value_of({property}, name);
+  if (name == "RRULE" && value.find("UNTIL=") != std::string::npos &&
+      value.find("COUNT=") != std::string::npos)
+    return true;  // the standard forbids both at once, but each says something
   if (name == "RRULE") return icalrecurrencetype_from_string(value.c_str()).freq != ICAL_NO_RECURRENCE;
   if (name != "DTSTART" && name != "DTEND" && name != "DUE" && name != "COMPLETED") return true;
   return icaltime_is_null_time(icaltime_from_string(value.c_str())) == 0;
