@@ -2,6 +2,7 @@
 
 #include <libical/ical.h>
 
+#include <strings.h>
 #include <algorithm>
 #include <cctype>
 
@@ -21,7 +22,8 @@ bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
 // The kind that a line begins or ends; no value for other lines.
 std::optional<std::string> kind_after(std::string_view mark, std::string_view line) {
-  if (line.size() < mark.size() || capitals(line.substr(0, mark.size())) != mark) return std::nullopt;
+  if (line.size() < mark.size() || strncasecmp(line.data(), mark.data(), mark.size()) != 0)
+    return std::nullopt;
   line.remove_prefix(mark.size());
   while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())) != 0) line.remove_suffix(1);
   return capitals(line);
@@ -53,6 +55,18 @@ std::vector<std::string> unfolded(std::string_view text) {
   return lines;
 }
 
+// Names in capitals, letters in UTF-8.
+std::string read_property(const std::string& line, const Decode& decode) {
+  const bool is_ascii =
+      std::ranges::all_of(line, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  std::string property = is_ascii ? line : decode(line);
+  for (char& c : property) {
+    if (c == ':' || c == ';') break;
+    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  }
+  return property;
+}
+
 constexpr int deepest = 8;  // an alarm in an event is the second
 
 // What stands in a component, up to its end, which `next` is then behind: properties, and components as one
@@ -73,9 +87,7 @@ std::optional<Content> inside(const std::vector<std::string>& lines, std::size_t
       for (const std::string& part : *parts) whole += '\n' + part;
       content.push_back(std::move(whole));
     } else {
-      const std::size_t name = std::min(line.find_first_of(":;"), line.size());
-      content.push_back(capitals(std::string_view(line).substr(0, name)) +
-                        decode(std::string_view(line).substr(name)));
+      content.push_back(read_property(line, decode));
     }
   }
   return std::nullopt;
