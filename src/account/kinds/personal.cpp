@@ -84,9 +84,12 @@ void read_personal(const Case& of, const std::string& name, Tally& tally,
 }
 
 Letters::Letters(const Case& of, const std::string& name)
+    : Letters(of, has_kmail(of.system) && is_all_utf8(of, name)) {}
+
+Letters::Letters(const Case& of, bool are_utf8)
     : charset_(of.charset),
       moved_as_chinese_(has_kmail(of.system)),
-      are_utf8_(moved_as_chinese_ && is_all_utf8(of, name)),
+      are_utf8_(are_utf8),
       mistaken_(std::make_shared<bool>(false)) {}
 
 std::string Letters::operator()(std::string_view text) const {

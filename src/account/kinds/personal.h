@@ -31,6 +31,7 @@ void read_personal(const Case& of, const std::string& name, Tally& tally,
 class Letters {
  public:
   Letters(const Case& of, const std::string& name);
+  Letters(const Case& of, bool are_utf8);
 
   /// In UTF-8, as people wrote it.
   std::string operator()(std::string_view text) const;

@@ -1,6 +1,7 @@
 #include "account/kinds/register.h"
 
 #include "account/kinds/calendar.h"
+#include "account/kinds/contacts.h"
 #include "account/kinds/files.h"
 #include "process/archive/layout.h"
 
@@ -14,6 +15,11 @@ constexpr Places everywhere(const char* place) { return {place, place, place, pl
 // A "*" stands for the person's profile, whose name nobody knows.
 constexpr const char* evolution_calendar = ".evolution/calendar/local/system/calendar.ics";
 constexpr const char* evolution_tasks = ".evolution/tasks/local/system/tasks.ics";
+constexpr const char* evolution_contacts = ".evolution/addressbook/local/system/addressbook.db";
+constexpr const char* mozilla_contacts = ".mozilla/default/*/abook.mab";
+constexpr const char* kaddressbook = ".kde/share/apps/kabc/std.vcf";
+// "Friends" in Chinese, in GB2312.
+constexpr const char* kaddressbook_chinese = ".kde/share/apps/kabc/std.vcf_\xC5\xF3\xD3\xD1";
 constexpr const char* mozilla_calendar = ".mozilla/default/*/Calendar/CalendarDataFile.ics";
 constexpr const char* korganizer = ".kde/share/apps/korganizer/std.ics";
 
@@ -25,6 +31,7 @@ constexpr Row register_rows[] = {
   {Kind::shared_files,    layout::file_extensions, everywhere("File Extensions"),                                                                                   compare_shared_files},
   {Kind::calendar,        layout::calendar_file,   {evolution_calendar, evolution_calendar, mozilla_calendar, korganizer, korganizer, korganizer},                  compare_calendar},
   {Kind::tasks,           layout::tasks_file,      {evolution_tasks,  evolution_tasks,  mozilla_calendar,  korganizer,      korganizer,           korganizer},           compare_tasks},
+  {Kind::contacts,        layout::contacts_file,   {evolution_contacts, evolution_contacts, mozilla_contacts, kaddressbook, kaddressbook, kaddressbook_chinese},     compare_contacts},
 };
 // clang-format on
 
