@@ -148,26 +148,29 @@ bool are_all_utf8(const AddressBook& book) {
   return all;
 }
 
-void compare_cards(const Case& of, const AddressBook& book, Tally& tally) {
+// False when the archive's book cannot be read to its end; so with the next.
+bool compare_cards(const Case& of, const AddressBook& book, Tally& tally) {
   CardsThere there(of, place_of(of));
   const Letters letters(of, has_kmail(of.system) && are_all_utf8(book));
   std::vector<Lost> lost;
-  book.each([&](std::string_view uid, const std::string& text) {
+  const bool is_whole = book.each([&](std::string_view key, const std::string& text) {
     tally.find();
     letters.were_mistaken();
     const Card card(text, letters);
     if (there.take(card.content())) return tally.arrive_unchanged();
-    lost.push_back(lost_contact(std::string(uid), card, letters.were_mistaken()));
+    const std::string uid = has_evolution(of.system) ? std::string(key) : card.value_of("UID");
+    lost.push_back(lost_contact(uid, card, letters.were_mistaken()));
   });
   there.explain(lost, tally);
+  return is_whole;
 }
 
-void compare_rows(const Case& of, const AddressBook& book, Tally& tally) {
+bool compare_rows(const Case& of, const AddressBook& book, Tally& tally) {
   const std::string place = place_of(of);
   const auto fault = fault_of_place(place);
   MozillaContacts there(fault ? "" : place);
   const Letters letters(of, false);
-  book.each([&](std::string_view uid, const std::string& text) {
+  return book.each([&](std::string_view uid, const std::string& text) {
     tally.find();
     const Card card(text, letters);
     const std::string title = card.title().empty() ? std::string(uid) : card.title();
@@ -201,15 +204,12 @@ void compare_contacts(const Case& of, Tally& tally) {
   bool is_whole = true;
   read_personal(of, name, tally, [&](Source source) {
     const AddressBook book(std::move(source));
-    if (has_evolution(of.system) || has_kmail(of.system)) {
-      compare_cards(of, book, tally);
-    } else {
-      compare_rows(of, book, tally);
-    }
-    is_whole = book.each([](std::string_view, const std::string&) {});
+    is_whole = has_evolution(of.system) || has_kmail(of.system) ? compare_cards(of, book, tally)
+                                                                : compare_rows(of, book, tally);
   });
   explain_condition(of, tally);
-  if (!is_whole) miss_book(name, tally);
+  const bool is_named = !tally.certain();  // as damaged in the archive
+  if (!is_whole && !is_named) miss_book(name, tally);
 }
 
 }  // namespace account
