@@ -1,8 +1,5 @@
 #include "account/kinds/contacts.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <set>
 #include <unordered_map>
@@ -41,13 +38,6 @@ Lost lost_contact(const std::string& uid, const Card& card, bool mistaken) {
 }
 
 // ---- Where contacts lie afterwards -----------------------------------------------------------------------
-
-std::optional<Cause> fault_of_place(const std::string& path) {
-  struct stat status;
-  if (stat(path.c_str(), &status) != 0) return Cause::place_missing;
-  if (!S_ISREG(status.st_mode) || access(path.c_str(), R_OK) != 0) return Cause::place_unreadable;
-  return std::nullopt;
-}
 
 // False when the place cannot be read to its end.
 bool each_contact_there(const Case& of, const std::string& place, const TakeCard& take) {

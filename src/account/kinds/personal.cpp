@@ -1,6 +1,8 @@
 #include "account/kinds/personal.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <memory>
@@ -52,6 +54,13 @@ std::string personal_file(const Case& of, const char* before_evolution_2) {
   if (const std::size_t star = path.find('*'); star != std::string::npos)
     path.replace(star, 1, first_profile(path.substr(0, star - 1)));
   return path;
+}
+
+std::optional<Cause> fault_of_place(const std::string& path) {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) return Cause::place_missing;
+  if (!S_ISREG(status.st_mode) || access(path.c_str(), R_OK) != 0) return Cause::place_unreadable;
+  return std::nullopt;
 }
 
 std::string condition_not_met(const Case& of, Kind kind) {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,9 @@ namespace account {
 /// The kind's file in the person's home. A "*" in the place stands for the first profile of the Mozilla
 /// suite; `before_evolution_2` is the place for a home without `.evolution`.
 std::string personal_file(const Case& of, const char* before_evolution_2);
+
+/// Why nothing can be read at `path`: it is not there, or no file that may be read.
+std::optional<Cause> fault_of_place(const std::string& path);
 
 /// The name in the archive that the wizard misses and therefore leaves the kind where it is; empty when it
 /// looks at the kind.

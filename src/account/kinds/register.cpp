@@ -3,6 +3,7 @@
 #include "account/kinds/calendar.h"
 #include "account/kinds/contacts.h"
 #include "account/kinds/files.h"
+#include "account/kinds/notes.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -20,6 +21,7 @@ constexpr const char* mozilla_contacts = ".mozilla/default/*/abook.mab";
 constexpr const char* kaddressbook = ".kde/share/apps/kabc/std.vcf";
 // "Friends" in Chinese, in GB2312.
 constexpr const char* kaddressbook_chinese = ".kde/share/apps/kabc/std.vcf_\xC5\xF3\xD3\xD1";
+constexpr const char* knotes = ".kde/share/apps/knotes/notes.ics";
 constexpr const char* mozilla_calendar = ".mozilla/default/*/Calendar/CalendarDataFile.ics";
 constexpr const char* korganizer = ".kde/share/apps/korganizer/std.ics";
 
@@ -32,6 +34,7 @@ constexpr Row register_rows[] = {
   {Kind::calendar,        layout::calendar_file,   {evolution_calendar, evolution_calendar, mozilla_calendar, korganizer, korganizer, korganizer},                  compare_calendar},
   {Kind::tasks,           layout::tasks_file,      {evolution_tasks,  evolution_tasks,  mozilla_calendar,  korganizer,      korganizer,           korganizer},           compare_tasks},
   {Kind::contacts,        layout::contacts_file,   {evolution_contacts, evolution_contacts, mozilla_contacts, kaddressbook, kaddressbook, kaddressbook_chinese},     compare_contacts},
+  {Kind::notes,           layout::notes,           {nullptr,          nullptr,          nullptr,           knotes,           knotes,              knotes},               compare_notes},
 };
 // clang-format on
 
