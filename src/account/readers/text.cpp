@@ -59,7 +59,7 @@ bool LineReader::next(std::string& line) {
     const std::size_t stop = end == std::string::npos ? buffer_.size() : end + 1;
     line.append(buffer_, place_, stop - place_);
     place_ = stop;
-    if (end != std::string::npos) return true;
+    if (end != std::string::npos || line.size() >= longest_) return true;
     buffer_.resize(block_size);
     buffer_.resize(source_(buffer_));
     place_ = 0;

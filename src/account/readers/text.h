@@ -18,16 +18,18 @@ Source file_source(const std::string& path);
 /// The bytes of `text`, which must live as long as the source.
 Source text_source(std::string_view text);
 
-/// Reads lines of any length. Memory: the longest line.
+/// Reads lines. Memory: the longest line, or `longest` bytes: a longer line comes as several.
 class LineReader {
  public:
-  explicit LineReader(Source source) : source_(std::move(source)) {}
+  explicit LineReader(Source source, std::size_t longest = static_cast<std::size_t>(-1))
+      : source_(std::move(source)), longest_(longest) {}
 
   /// The next line with its line end, if it has one. False at the end.
   bool next(std::string& line);
 
  private:
   Source source_;
+  std::size_t longest_;
   std::string buffer_;
   std::size_t place_ = 0;
 };
