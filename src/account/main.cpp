@@ -12,6 +12,7 @@
 #include "account/account.h"
 #include "account/archive/charset.h"
 #include "account/before/before.h"
+#include "account/forecast.h"
 #include "account/new_file.h"
 #include "account/note.h"
 #include "account/options.h"
@@ -85,9 +86,10 @@ int look_ahead(const Options& options, const Archive& archive, System system, co
                                  .as_root = getuid() == 0,
                                  .charset = windows_charset(language_code(system)),
                                  .machine = ""});
-  const std::string table = table_of_warnings(warnings, texts);
-  std::cout << table << std::flush;
-  const bool written = write_table(options.tsv, [&](std::ostream& out) { out << table; });
+  write_forecast(std::cout, archive.path(), draw_up(archive, options, system), warnings, texts);
+  std::cout << std::flush;
+  const bool written =
+      write_table(options.tsv, [&](std::ostream& out) { out << table_of_warnings(warnings, texts); });
   if (!written || !std::cout) return static_cast<int>(Verdict::cannot_be_told);
   const auto is_warning = [](const Warning& warning) { return level_of(warning.what) == Level::warning; };
   return std::ranges::any_of(warnings, is_warning) ? 1 : 0;

@@ -17,18 +17,10 @@ constexpr std::size_t largest_control_file = 1 << 20, piece = 127;
 
 std::string in_root(const char* name) { return std::string(layout::root) + "/" + name; }
 
-// dos2unix leaves a text with such bytes as it is.
-bool is_binary(std::string_view text) {
-  return std::ranges::any_of(text, [](char c) {
-    return static_cast<unsigned char>(c) < 0x20 && c != '\n' && c != '\r' && c != '\t' && c != '\f';
-  });
-}
-
-// As dos2unix does it.
+// As the wizard does it, with dos2unix and for what that leaves as it is.
 std::string with_unix_line_ends(std::string text) {
   if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff"))
     text = to_utf8(text, "UTF-16").value_or(text);
-  if (is_binary(text)) return text;
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i)
     if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')) result += text[i];
@@ -82,8 +74,9 @@ bool is_for_several(const Archive& archive) {
   const Entry* const users = archive.find(name);
   // A folder of that name can be opened and has no line.
   if (users == nullptr || users->folder) return archive.has(name);
-  // What is not unpacked, or is removed again, says nothing.
-  if (users->encrypted() || users->is_link_or_device()) return false;
+  if (users->is_link_or_device()) return false;  // it is removed again, and says nothing
+  // What cannot be read here was read by the wizard, with the password.
+  if (users->encrypted()) return archive.has(in_root(layout::profiles));
   const std::string text = with_unix_line_ends(archive.read(*users, largest_control_file));
   return flag_of(text, "MultiUser Migration") != '0';
 }

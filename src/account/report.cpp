@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "account/columns.h"
 #include "account/model/field.h"
-
 #include "account/shown.h"
 
 namespace account {
@@ -16,24 +16,6 @@ using Counts = std::array<std::size_t, 5>;
 
 Counts counts_of(const Tally& tally) {
   return {tally.found(), tally.unchanged(), tally.changed(), tally.elsewhere(), tally.missing().size()};
-}
-
-// ---- Columns --------------------------------------------------------------------------------------------
-
-// A row of words; the first is aligned to the left, the others are numbers.
-using Words = std::vector<std::string>;
-
-std::string blanks(std::size_t count) { return std::string(count, ' '); }
-
-void write_columns(std::ostream& out, const std::vector<Words>& rows) {
-  std::vector<std::size_t> widths(rows.front().size());
-  for (const Words& row : rows)
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], width(row[i]));
-  for (const Words& row : rows) {
-    out << "  " << row.front() << blanks(widths.front() - width(row.front()));
-    for (std::size_t i = 1; i < row.size(); ++i) out << "  " << blanks(widths[i] - width(row[i])) << row[i];
-    out << "\n";
-  }
 }
 
 // ---- The parts of the text ------------------------------------------------------------------------------
