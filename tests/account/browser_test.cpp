@@ -104,8 +104,11 @@ TEST_F(Browser, a_home_without_a_browser_is_named) {
   const Scene scene(System::gnome, {{"Bookmark.htm", head + first + tail}});
   EXPECT_THAT(missing_names(scene.look(Kind::bookmarks)),
               ElementsAre("A & B: Its place /home/ann/.mozilla/firefox is not there."));
-  write_file("/home/ann/.mozilla/firefox/bookmarks.html/pluginreg.dat", "");  // an entry, but no list in it
-  EXPECT_EQ("1 0 0 0 1", numbers(scene.look(Kind::bookmarks)));
+  // Files of the browser itself are no profiles.
+  write_file("/home/ann/.mozilla/firefox/pluginreg.dat", "");
+  write_file("/home/ann/.mozilla/firefox/profiles.ini", "");
+  EXPECT_THAT(missing_names(scene.look(Kind::bookmarks)),
+              ElementsAre("A & B: Its place /home/ann/.mozilla/firefox is not there."));
   EXPECT_EQ("0 0 0 0 0", numbers(Scene(System::gnome, {{"Desktop/a", "a"}}).look(Kind::bookmarks)));
 }
 
@@ -158,6 +161,15 @@ TEST_F(Browser, a_damaged_archive_leaves_the_verdict_open) {
   EXPECT_THAT(missing_names(tally), testing::Contains("Bookmark.htm: It is damaged in the archive."));
 }
 
+TEST(Bookmarks, are_known_by_their_folders) {
+  std::vector<std::string> found;
+  for (const Bookmark& bookmark :
+       read_bookmarks(head + folder + folder + third + end + third + end + third + tail))
+    found.push_back(bookmark.folder + bookmark.title + " " + bookmark.url);
+  EXPECT_THAT(
+      found, ElementsAre("News/News/C http://c.example/", "News/C http://c.example/", "C http://c.example/"));
+}
+
 TEST(Bookmarks, hostile_text_ends_the_list) {
   EXPECT_EQ(0u, read_bookmarks("").size());
   EXPECT_EQ(0u, read_bookmarks("<").size());
@@ -165,6 +177,9 @@ TEST(Bookmarks, hostile_text_ends_the_list) {
   EXPECT_EQ(0u, read_bookmarks("<A HREF=\"http://a\">A").size());
   EXPECT_EQ(0u, read_bookmarks("</DL></DL><A NAME=\"x\">A</A>").size());
   EXPECT_EQ(0u, read_bookmarks("<H3>unended").size());
+  std::string many;
+  for (int i = 0; i < 200000; ++i) many += "<A HREF=\"http://a\">A\n";
+  EXPECT_EQ(0u, read_bookmarks(many).size());  // in less than the test's minute
 }
 
 }  // namespace

@@ -61,6 +61,15 @@ TEST(GConf, stops_at_a_fault) {
   }
 }
 
+TEST(GConf, an_empty_file_and_a_pipe_have_nothing) {
+  write_settings("/home/ann", "");
+  const std::string file = "/home/ann/.gconf" + std::string(folder) + "%gconf.xml";
+  write_file(file, "");
+  EXPECT_FALSE(read_key("one"));
+  shell_quietly("rm " + file + "; mkfifo " + file);
+  EXPECT_FALSE(read_key("one"));
+}
+
 TEST(GConf, sees_no_folder_below_one_without_settings) {
   write_settings("/home/ann", string_entry("one", "a"));
   ASSERT_TRUE(read_key("one"));  // also without a file in .gconf itself

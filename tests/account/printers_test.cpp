@@ -93,6 +93,8 @@ TEST_F(Printers, settings_are_looked_at_one_by_one) {
   } cases[] = {{"Orientation", "DMORIENT_LANDSCAPE", "landscape", "1 1 0 0 0"},
                {"Duplex", "DMDUP_HORIZONTAL", "Duplex=DuplexTumble", "1 1 0 0 0"},
                {"Duplex", "DMDUP_VERTICAL", "Duplex=DuplexNoTumble", "1 1 0 0 0"},
+               // Only the first that fits counts.
+               {"Duplex", "DMDUP_HORIZONTAL, DMDUP_VERTICAL", "Duplex=DuplexTumble", "1 1 0 0 0"},
                {"Paper Size", "DMPAPER_A4SMALL", "PageSize=A4", "1 1 0 0 0"},
                {"Paper Size", "DMPAPER_B5", "PageSize=EnvISOB5", "1 0 1 0 0"},
                {"Paper Size", "DMPAPER_ENV_C65", "PageSize=EnvC6", "1 1 0 0 0"},

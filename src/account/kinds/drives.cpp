@@ -1,6 +1,7 @@
 #include "account/kinds/drives.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -75,15 +76,24 @@ std::vector<Drive> find_drives(const Case& of, Tally& tally) {
 struct List {
   std::string path;
   bool is_there = false;
-  std::optional<std::vector<Place>> places;  // none when it is not well-formed
+  bool is_well_formed = false;
+  std::map<Place, int> places{};  // how often it has each
 };
 
+std::map<Place, int> counted(const std::vector<Place>& places) {
+  std::map<Place, int> counts;
+  for (const Place& place : places) ++counts[place];
+  return counts;
+}
+
 List read_list(const Case& of) {
-  List list = {.path = of.target(), .is_there = false, .places = {}};
+  List list = {.path = of.target()};
   const auto text = read_whole(list.path);
   list.is_there = text.has_value();
-  if (text)
-    list.places = has_evolution(of.system) ? read_nautilus_places(*text) : read_konqueror_places(*text);
+  if (!text) return list;
+  const auto places = has_evolution(of.system) ? read_nautilus_places(*text) : read_konqueror_places(*text);
+  list.is_well_formed = places.has_value();
+  if (places) list.places = counted(*places);
   return list;
 }
 
@@ -92,14 +102,12 @@ Place place_of(const Case& of, const Drive& drive) {
   return {readable(drive.name, charset), "smb:" + readable(drive.share, charset)};
 }
 
-std::optional<Fault> fault_in_list(const Case& of, const List& list, const std::vector<Drive>& drives,
-                                   const Drive& drive) {
+// `packed`: how often the archive has it.
+std::optional<Fault> fault_in_list(const List& list, const Place& place, int packed) {
   if (!list.is_there) return Fault{Cause::place_missing, list.path};
-  if (!list.places) return Fault{Cause::list_damaged, list.path};
-  const Place place = place_of(of, drive);
-  const auto packed =
-      std::ranges::count_if(drives, [&](const Drive& other) { return place_of(of, other) == place; });
-  const auto there = std::ranges::count(*list.places, place);
+  if (!list.is_well_formed) return Fault{Cause::list_damaged, list.path};
+  const auto found = list.places.find(place);
+  const int there = found == list.places.end() ? 0 : found->second;
   if (there < packed) return Fault{Cause::not_listed, list.path};
   if (there > packed) return Fault{Cause::doubled};
   return std::nullopt;
@@ -129,11 +137,14 @@ std::optional<Fault> fault_of_link(const Case& of, const Drive& drive) {
 void compare_drives(const Case& of, Tally& tally) {
   const std::vector<Drive> drives = find_drives(of, tally);
   const List list = read_list(of);
+  std::map<Place, int> packed;
+  for (const Drive& drive : drives) ++packed[place_of(of, drive)];
   for (const Drive& drive : drives) {
-    auto fault = fault_in_list(of, list, drives, drive);
+    const Place place = place_of(of, drive);
+    auto fault = fault_in_list(list, place, packed[place]);
     if (!fault) fault = fault_of_link(of, drive);
     if (fault) {
-      tally.miss(place_of(of, drive).name, fault->cause, fault->detail);
+      tally.miss(place.name, fault->cause, fault->detail);
     } else {
       tally.arrive_unchanged();
     }

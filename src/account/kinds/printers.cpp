@@ -3,6 +3,8 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cctype>
+#include <map>
 #include <optional>
 
 #include "account/archive/charset.h"
@@ -14,7 +16,7 @@
 namespace account {
 namespace {
 
-constexpr std::size_t largest_description = 1 << 20;
+constexpr std::size_t largest_description = 1 << 16;
 
 struct Printer {
   Settings settings;
@@ -228,29 +230,35 @@ void compare_group(const Case& of, const PrintQueue& queue, const std::vector<co
   }
 }
 
-// The printers whose queue goes by the same name as that of `first`, itself among them.
-std::vector<const Printer*> group_of(const Printer& first, const std::vector<Printer>& printers) {
-  std::vector<const Printer*> group;
-  for (const Printer& printer : printers)
-    if (is_same_queue(printer.queue, first.queue)) group.push_back(&printer);
-  return group;
+using Groups = std::map<std::string, std::vector<const Printer*>>;
+
+// By queue, whose names are the same in small and capital letters.
+Groups grouped(const std::vector<Printer>& printers) {
+  Groups groups;
+  for (const Printer& printer : printers) {
+    std::string name = printer.queue;
+    std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::tolower(c); });
+    groups[name].push_back(&printer);
+  }
+  return groups;
+}
+
+void miss_all(const std::vector<const Printer*>& printers, Cause cause, Tally& tally) {
+  for (const Printer* printer : printers) tally.miss(printer->name, cause, printer->queue);
 }
 
 void compare_queues(const Case& of, const std::vector<Printer>& printers, Tally& tally) {
   const auto queues = read_queues();
-  // Nobody but the administrator was allowed to add a printer, so none is unknown.
+  // Nobody but the administrator was allowed to add a printer, so none of somebody else's is in doubt.
   if (!queues && of.as_root) tally.give_up();
-  const Cause unknown = of.as_root ? Cause::no_print_system : Cause::printers_need_root;
-  const Cause not_made = of.as_root ? Cause::no_queue : Cause::printers_need_root;
-  for (const Printer& printer : printers) {
-    const PrintQueue* const queue = queues ? find_queue(*queues, printer.queue) : nullptr;
-    const auto group = group_of(printer, printers);
-    if (!queues) {
-      tally.miss(printer.name, unknown);
-    } else if (queue == nullptr) {
-      tally.miss(printer.name, not_made, printer.queue);
-    } else if (group.front() == &printer) {
+  for (const auto& [name, group] : grouped(printers)) {
+    const PrintQueue* const queue = queues ? find_queue(*queues, name) : nullptr;
+    if (queue != nullptr) {
       compare_group(of, *queue, group, tally);
+    } else if (!of.as_root) {
+      miss_all(group, Cause::printers_need_root, tally);
+    } else {
+      miss_all(group, queues ? Cause::no_queue : Cause::no_print_system, tally);
     }
   }
 }

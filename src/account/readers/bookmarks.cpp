@@ -6,6 +6,7 @@
 #include <cctype>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace account {
@@ -71,10 +72,14 @@ class Reader {
     return text_.size();
   }
 
-  // What stands before the tag `end`, which is passed over. Nothing is passed over when the tag is not there.
+  // What stands before the tag `end`, which is passed over. Nothing is passed over when the tag is not there;
+  // it is not looked for again, which would take long in a text of many beginnings.
   std::optional<std::string> text_until(std::string_view end) {
-    const std::size_t found = find_word(text_, end);
-    if (found == std::string_view::npos) return std::nullopt;
+    const std::size_t found = absent_.contains(end) ? std::string_view::npos : find_word(text_, end);
+    if (found == std::string_view::npos) {
+      absent_.insert(end);
+      return std::nullopt;
+    }
     std::string text = resolved(text_.substr(0, found));
     text_.remove_prefix(found + end.size());
     return text;
@@ -106,6 +111,7 @@ class Reader {
   }
 
   std::string_view text_;
+  std::set<std::string_view> absent_;  // tags that do not come any more
   std::string heading_;
   std::vector<std::string> folders_;
   std::vector<Bookmark> bookmarks_;

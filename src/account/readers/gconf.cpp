@@ -8,6 +8,8 @@
 #include <memory>
 #include <string_view>
 
+#include "account/readers/file.h"
+
 namespace account {
 namespace {
 
@@ -138,7 +140,8 @@ std::optional<GConfValue> read_from_files(const std::string& home, const std::st
   const std::size_t slash = key.rfind('/');
   const std::string root = home + "/.gconf", folder = key.substr(0, slash);
   const std::string file = root + folder + "/%gconf.xml";
-  if (!can_read(file) || !is_seen(root, folder)) return std::nullopt;
+  const auto text = read_whole(file);
+  if (!text || text->empty() || !is_seen(root, folder)) return std::nullopt;
 
   Reading reading;
   reading.wanted = key.substr(slash + 1);
@@ -149,7 +152,8 @@ std::optional<GConfValue> read_from_files(const std::string& home, const std::st
   handler.characters = take_text;
   handler.ignorableWhitespace = take_text;
   handler.cdataBlock = take_text;
-  const bool well_formed = xmlSAXUserParseFile(&handler, &reading, file.c_str()) == 0;
+  const bool well_formed =
+      xmlSAXUserParseMemory(&handler, &reading, text->data(), static_cast<int>(text->size())) == 0;
   const bool reached = reading.found && !reading.in_wanted;
   if (!well_formed && !reached) return GConfValue{.value = {}, .damaged = true};
   return reading.found;
