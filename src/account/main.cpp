@@ -1,4 +1,7 @@
 // brindle-account: says in numbers and names what became of everything in a migration archive.
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -8,10 +11,12 @@
 
 #include "account/account.h"
 #include "account/archive/charset.h"
+#include "account/before/before.h"
 #include "account/new_file.h"
 #include "account/note.h"
 #include "account/options.h"
 #include "account/page.h"
+#include "account/people.h"
 #include "account/report.h"
 
 namespace {
@@ -71,6 +76,25 @@ bool write_all(const Options& options, const Account& account, const Texts& text
   return written;
 }
 
+int look_ahead(const Options& options, const Archive& archive, System system, const Texts& texts) {
+  const bool several = is_for_several(archive);
+  auto people = people_in(archive, options);
+  if (!several) people.resize(1);  // nobody else is moved
+  const auto warnings = foresee({.archive = archive,
+                                 .people = people,
+                                 .system = system,
+                                 .several = several,
+                                 .as_root = getuid() == 0,
+                                 .charset = windows_charset(language_code(system)),
+                                 .machine = ""});
+  const std::string table = table_of_warnings(warnings, texts);
+  std::cout << table << std::flush;
+  if (!write_table(options.tsv, [&](std::ostream& out) { out << table; }) || !std::cout)
+    return static_cast<int>(Verdict::cannot_be_told);
+  const auto is_warning = [](const Warning& warning) { return level_of(warning.what) == Level::warning; };
+  return std::ranges::any_of(warnings, is_warning) ? 1 : 0;
+}
+
 int run(Options options) {
   Account account;
   if (options.of_note) take_note(options, account);
@@ -78,6 +102,7 @@ int run(Options options) {
   const std::string language = language_code(system);
   const Texts texts("/usr/local/brindle/" + language);
   const Archive archive(options.archive, dos_charset(language));
+  if (options.before) return look_ahead(options, archive, system, texts);
   account.archive = options.archive;
   account.people = draw_up(archive, options, system);
   const bool written = write_all(options, account, texts, language);

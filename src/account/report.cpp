@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "account/model/field.h"
 #include "account/shown.h"
 
 namespace account {
@@ -77,29 +78,6 @@ bool misses_something(const PersonAccount& person) {
 }
 
 }  // namespace
-
-std::string field(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    switch (c) {
-      case '\\':
-        result += "\\\\";
-        break;
-      case '\t':
-        result += "\\t";
-        break;
-      case '\n':
-        result += "\\n";
-        break;
-      case '\r':
-        result += "\\r";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
 
 void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& people) {
   out << "person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n";

@@ -25,9 +25,6 @@ void write_table_of_missing(std::ostream& out, const std::vector<PersonAccount>&
 /// 15 names a kind, then the verdict.
 void write_plain_text(std::ostream& out, const Account& account, const Texts& texts);
 
-/// A name as one field of a table.
-std::string field(std::string_view text);
-
 }  // namespace account
 
 #endif

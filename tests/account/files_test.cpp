@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "account/scene.h"
+#include "support/commands.h"
 #include "support/files.h"
 
 namespace {
@@ -39,6 +40,46 @@ TEST(Files, each_fault_is_named) {
                                       "longer.txt: What is there has another content.",
                                       "other.txt: What is there has another content."}),
             missing_names(tally));
+}
+
+TEST(Files, shared_files_arrive_with_their_hidden_ones_in_the_home) {
+  const Scene scene(System::xandros, {{"File Extensions/.hidden", "h"}, {"File Extensions/a.txt", "one"}});
+  write_file("/home/ann/File Extensions/.hidden", "h");
+  write_file("/home/ann/File Extensions/a.txt", "one");
+  EXPECT_EQ("2 2 0 0 0", numbers(scene.look(Kind::shared_files)));
+}
+
+TEST(Files, shared_files_of_several_people_lie_in_one_place_without_their_hidden_ones) {
+  Scene scene(System::xandros, {{"File Extensions/.hidden", "h"}, {"File Extensions/a.txt", "one"}});
+  scene.several = true;
+  write_file("/Share/.hidden", "h");
+  write_file("/Share/a.txt", "one");
+  EXPECT_EQ("2 1 0 0 1", numbers(scene.look(Kind::shared_files)));
+}
+
+TEST(Files, only_one_of_the_two_folders_of_documents_arrives) {
+  const Scene scene(System::gnome, {{"My Documents/a.txt", "one"}, {"Personal/b.txt", "two"}});
+  write_file("/home/ann/Documents/a.txt", "one");
+  write_file("/home/ann/Documents/b.txt", "two");
+  EXPECT_EQ((std::vector<std::string>{
+                "Personal/b.txt: The archive has My Documents as well, and only one of the two is moved."}),
+            missing_names(scene.look(Kind::documents)));
+}
+
+TEST(Files, the_other_folder_of_documents_arrives_alone) {
+  const Scene scene(System::gnome, {{"Personal/a.txt", "one"}, {"Personal/b.txt", "two"}});
+  write_file("/home/ann/Documents/a.txt", "one");
+  EXPECT_EQ("2 1 0 0 1", numbers(scene.look(Kind::documents)));
+}
+
+TEST(Files, a_pipe_or_a_folder_in_a_files_place_is_not_read) {
+  const Scene scene(System::gnome,
+                    {{"Desktop/folder", "one"}, {"Desktop/pipe", "one"}, {"Desktop/plain", "one"}});
+  shell_quietly("mkdir -p /home/ann/Desktop/folder && mkfifo /home/ann/Desktop/pipe");
+  write_file("/home/ann/Desktop/plain", "one");
+  EXPECT_EQ((std::vector<std::string>{"folder: Its place /home/ann/Desktop/folder cannot be read.",
+                                      "pipe: Its place /home/ann/Desktop/pipe cannot be read."}),
+            missing_names(scene.look(Kind::desktop)));
 }
 
 }  // namespace

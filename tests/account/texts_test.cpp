@@ -32,6 +32,9 @@ const std::vector<Word> words = {
 #define ADVICE(cause, key, english) {key, english},
 #include "account/model/advice.def"
 #undef ADVICE
+#define WARNING(name, level, key, english) {key, english},
+#include "account/before/warnings.def"
+#undef WARNING
 };
 
 // The account's lines of a language's file, in order.

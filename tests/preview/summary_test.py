@@ -14,20 +14,34 @@ import tables
 
 SUMMARY = """The run did not reach its end: the wizard was ended by signal 9.
 
-What became of each kind of data:
-  yes Printers  (image_12)
-  no  Documents  (image_1)
-  -   Fonts  (image_7)
+To know before a run:
+  Brindle/a: It is damaged.
+  nora mail-accounts, work: Evolution will not read it.
+
+What has arrived of what the archive holds:
+                                found  arrived  adapted  no place  missing
+  root         documents            4        2        1         0        1
+  nora         notes                2        0        0         2        0
+Not arrived:
+  root documents, Letter.txt: It is not there.
+Marked with a cross in the wizard: Documents
 
 Accounts made: nora
-Files and folders: 2 created, 1 changed, 0 replaced, 0 removed
+Files and folders: 2 created, 3 changed, 0 replaced, 1 removed
+Files of people that were there before:
+  overwritten /home/nora/.evolution/mail/local/Inbox
+  removed     /root/.kde/share/config/kmailrc
 Commands: 3 run, 2 of them failed
     1  test -e "a\\tb"
   running  sleep 1
 Programs this machine lacks, called 3 times: dcop, kmail
 
-Where to look: marks.tsv, commands.tsv, programs.tsv, changes.tsv, files/, screens/, log, syslog,
-stdout and stderr in the folder named in the last line.
+Where to look: account.html, account.tsv, missing.tsv and before.tsv; marks.tsv, commands.tsv, programs.tsv,
+changes.tsv, files/, screens/, log, syslog, stdout and stderr; all in the folder named in the last line.
+"""
+
+NOBODY_LOOKED = """What has arrived cannot be told:
+  brindle-account: the archive cannot be read: cut short
 """
 
 
@@ -41,7 +55,18 @@ class Summary(unittest.TestCase):
                    ("running", "worker", "sleep 1"))
         self.write("programs", ("program", "arguments"), ("kmail",), ("dcop", "a", "b"), ("kmail", "x"))
         self.write("changes", ("what", "path", "mode", "owner", "size"), ("created", "/a", "0644", "root:root", "1"),
-                   ("created", "/b", "0644", "root:root", "1"), ("changed", "/etc/passwd", "0644", "root:root", "9"))
+                   ("created", "/b", "0644", "root:root", "1"), ("changed", "/etc/passwd", "0644", "root:root", "9"),
+                   ("changed", "/home/nora/.evolution/mail/local/Inbox", "0644", "nora:nora", "9"),
+                   ("changed", "/root/.brindle_log", "0644", "root:root", "9"),
+                   ("removed", "/root/.kde/share/config/kmailrc", "", "", ""))
+        self.write("before", ("level", "person", "kind", "name", "text"),
+                   ("warning", "-", "-", "Brindle/a", "It is damaged."),
+                   ("note", "nora", "printers", "x", "A window will ask."),
+                   ("warning", "nora", "mail-accounts", "work", "Evolution will not read it."))
+        self.write("account", ("person", "kind", "found", "unchanged", "changed", "elsewhere", "missing"),
+                   ("root", "documents", 4, 2, 1, 0, 1), ("root", "desktop", 0, 0, 0, 0, 0),
+                   ("nora", "notes", 2, 0, 0, 2, 0))
+        self.write("missing", ("person", "kind", "name", "cause"), ("root", "documents", "Letter.txt", "It is not there."))
         os.makedirs(self.folder + "/files/etc")
         shutil.copy("/etc/passwd", self.folder + "/files/etc")
         with open(self.folder + "/files/etc/passwd", "a", encoding="utf-8") as file:
@@ -57,6 +82,19 @@ class Summary(unittest.TestCase):
         self.assertEqual((0, SUMMARY + self.folder + "\n", ""), (result.returncode, result.stdout, result.stderr))
         with open(self.folder + "/summary.txt", encoding="utf-8") as file:
             self.assertEqual(SUMMARY, file.read())
+
+    def test_it_says_when_nothing_can_be_told(self):
+        os.unlink(self.folder + "/account.tsv")
+        with open(self.folder + "/account.txt", "w", encoding="utf-8") as file:
+            file.write("brindle-account: the archive cannot be read: cut short\n")
+        result = run("python3", "-B", SOURCE + "/tools/preview/summary.py", "--out", self.folder, "--user", "ada")
+        self.assertIn(NOBODY_LOOKED, result.stdout)
+
+    def test_long_lists_end_with_where_the_others_are(self):
+        self.write("missing", ("person", "kind", "name", "cause"),
+                   *(("root", "documents", str(i), "It is not there.") for i in range(16)))
+        result = run("python3", "-B", SOURCE + "/tools/preview/summary.py", "--out", self.folder, "--user", "ada")
+        self.assertIn("  root documents, 14: It is not there.\n  ... and 1 more in missing.tsv\n", result.stdout)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """A preview's run inside the view: the wizard under the driver, then the tables.
 
-  main.py --out DIR --user NAME --archive PATH [options of driver.py]
+  main.py --out DIR --user NAME --archive PATH [--system NAME] [options of driver.py]
+
+Before the wizard runs, brindle-account looks ahead; afterwards it says what has arrived.
 """
 import argparse
 import json
@@ -21,6 +23,7 @@ from system_log import SystemLog
 WORK = "/run/brindle/work"
 RECORD = "/run/brindle/record"
 WIZARD = "/usr/local/bin/brindle"  # which starts it in a language that is installed
+ACCOUNT = "/usr/local/bin/brindle-account"
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
 SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS")
 SECONDS_FOR_THE_END = 15
@@ -34,12 +37,35 @@ def session_environment():
     return environment
 
 
-def drive(options, rest):
-    """The driver and the wizard run as the previewed user; only this program is always root."""
+def as_user(options, *command, **more):
+    """Everything runs as the previewed user; only this program is always root."""
     user = pwd.getpwnam(options.user)
-    command = ["setpriv", "--reuid", options.user, "--regid", str(user.pw_gid), "--init-groups", "--pdeathsig",
-               "KILL", sys.executable, HERE + "/driver.py", "--work", WORK, *rest, "--", *program()]
-    return subprocess.run(command, env=session_environment(), cwd=user.pw_dir, check=False).returncode
+    words = ["setpriv", "--reuid", options.user, "--regid", str(user.pw_gid), "--init-groups", "--pdeathsig", "KILL"]
+    return subprocess.run([*words, *command], env=session_environment(), cwd=user.pw_dir, check=False, **more).returncode
+
+
+def drive(options, rest):
+    """The driver and the wizard."""
+    return as_user(options, sys.executable, HERE + "/driver.py", "--work", WORK, "--archive", options.archive, *rest,
+                   "--", *program())
+
+
+def account(options, name, *words):
+    """brindle-account, its plain text in NAME.txt. Returns its exit status."""
+    system = ["--system", options.system] if options.system else []
+    with open(f"{WORK}/{name}.txt", "w", encoding="utf-8") as text:
+        return as_user(options, ACCOUNT, *system, *words, options.archive, stdout=text, stderr=text)
+
+
+def look_ahead(options):
+    account(options, "before", "--before", "--tsv", WORK + "/before.tsv")
+
+
+def look_back(options):
+    """What the settings' daemon has not written yet would be missed, so it is ended first."""
+    as_user(options, "gconftool-2", "--shutdown", stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    return account(options, "account", "--tsv", WORK + "/account.tsv", "--missing", WORK + "/missing.tsv",
+                   "--html", WORK + "/account.html")
 
 
 def program():
@@ -81,6 +107,8 @@ def collect(options, log):
     write_programs(options.out + "/programs.tsv")
     for name in ("stdout", "stderr", "result.json"):
         shutil.copyfile(WORK + "/" + name, options.out + "/" + name)
+    for name in ("before.tsv", "before.txt", "account.tsv", "account.txt", "account.html", "missing.tsv"):
+        copy_if_there(WORK + "/" + name, options.out + "/" + name)
     shutil.copytree(WORK + "/screens", options.out + "/screens", dirs_exist_ok=True)
     copy_if_there(home + "/.brindle_log", options.out + "/log")
     copy_sanitizer_reports(options.out)
@@ -105,14 +133,18 @@ def main():
     parser = argparse.ArgumentParser(add_help=False)
     parser.add_argument("--out", required=True)
     parser.add_argument("--user", default="root")
+    parser.add_argument("--archive", required=True)
+    parser.add_argument("--system", default="")
     options, rest = parser.parse_known_args()
     log = SystemLog(options.out + "/syslog")
     log.start()
+    look_ahead(options)
     status = drive(options, rest)
     if status != 0:
         print(f"preview: the driver of the windows failed with status {status}", file=sys.stderr)
         return 1
     wait_for_commands()
+    look_back(options)
     return 0 if collect(options, log)["complete"] else 1
 
 

@@ -9,15 +9,69 @@ sys.path.append(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
 import tables
 
-SIGNS = {"apply": "yes", "cancel": "no", "empty": "-"}
-SHOWN_FAILURES = 15
+COLUMNS = "{:<12} {:<14} {:>7} {:>8} {:>8} {:>9} {:>8}"
+SHOWN = 15
+PLACES_OF_PEOPLE = ("/root/", "/home/", "/Share/")
+OWN_TRACES = (".brindle_first_run", ".brindle_log", ".brindle_run")
 WIDTH = 110
 
 
-def marks(folder):
-    yield "What became of each kind of data:"
-    for mark, label, result in tables.read(folder + "/marks.tsv"):
-        yield f"  {SIGNS.get(result, result):4}{label}  ({mark})"
+def warnings(folder):
+    rows = [row for row in tables.read(folder + "/before.tsv") if row[0] == "warning"]
+    if rows:
+        yield "To know before a run:"
+        yield from first_of((f"  {of(person, kind)}{name}: {text}" for _, person, kind, name, text in rows), "before.tsv")
+        yield ""
+
+
+def of(person, kind):
+    """Words of a table that stand for all people and for no kind are left out."""
+    words = [word for word in (person, kind) if word != "-"]
+    return " ".join(words) + ", " if words else ""
+
+
+def account(folder):
+    rows = tables.read(folder + "/account.tsv")
+    if not rows:
+        yield "What has arrived cannot be told:"
+        yield from lines_of(folder + "/account.txt")
+        return
+    columns = ("", "", "found", "arrived", "adapted", "no place", "missing")
+    yield "What has arrived of what the archive holds:"
+    yield "  " + COLUMNS.format(*columns).rstrip()
+    for person, kind, found, *counts in rows:
+        if found != "0":
+            yield "  " + COLUMNS.format(person, kind, found, *counts).rstrip()
+
+
+def missing(folder):
+    rows = tables.read(folder + "/missing.tsv")
+    if rows:
+        yield "Not arrived:"
+        yield from first_of((f"  {person} {kind}, {name}: {cause}" for person, kind, name, cause in rows), "missing.tsv")
+
+
+def lines_of(path):
+    try:
+        with open(path, encoding="utf-8", errors="surrogateescape") as file:
+            return ["  " + line.rstrip("\n") for line in file]
+    except FileNotFoundError:
+        return ["  nobody looked"]
+
+
+def first_of(lines, table):
+    """The first of many, and where the others are."""
+    lines = list(lines)
+    for line in lines[:SHOWN]:
+        yield shorten(line)
+    if len(lines) > SHOWN:
+        yield f"  ... and {len(lines) - SHOWN} more in {table}"
+
+
+def crosses(folder):
+    names = [label for _, label, result in tables.read(folder + "/marks.tsv") if result == "cancel"]
+    if names:
+        yield "Marked with a cross in the wizard: " + ", ".join(names)
 
 
 def accounts(folder):
@@ -43,14 +97,29 @@ def file_counts(folder):
     yield "Files and folders: " + ", ".join(f"{count} {what}" for what, count in counts.items())
 
 
+def lost_files(folder):
+    """What people had before the run and have no more as it was."""
+    rows = [(what, path) for what, path, mode, *_ in tables.read(folder + "/changes.tsv")
+            if what != "created" and path.startswith(PLACES_OF_PEOPLE) and os.path.basename(path) not in OWN_TRACES
+            and not is_folder(folder, path)]
+    if rows:
+        yield "Files of people that were there before:"
+        yield from first_of((f"  {WORDS[what]:11} {tables.escape(path)}" for what, path in rows), "changes.tsv")
+
+
+WORDS = {"changed": "overwritten", "replaced": "replaced", "removed": "removed"}
+
+
+def is_folder(folder, path):
+    place = folder + "/files" + path
+    return os.path.isdir(place) and not os.path.islink(place)
+
+
 def command_lines(folder):
     rows = tables.read(folder + "/commands.tsv")
     failed = [row for row in rows if row[0] != "0"]
     yield f"Commands: {len(rows)} run, {len(failed)} of them failed"
-    for status, _, command in failed[:SHOWN_FAILURES]:
-        yield shorten(f"  {status:>3}  {tables.escape(command)}")
-    if len(failed) > SHOWN_FAILURES:
-        yield f"  ... and {len(failed) - SHOWN_FAILURES} more in commands.tsv"
+    yield from first_of((f"  {status:>3}  {tables.escape(command)}" for status, _, command in failed), "commands.tsv")
 
 
 def shorten(line):
@@ -74,16 +143,19 @@ def ending(folder):
 
 
 def where_to_look(folder):
-    yield "Where to look: marks.tsv, commands.tsv, programs.tsv, changes.tsv, files/, screens/, log, syslog,"
-    yield "stdout and stderr in the folder named in the last line."
+    yield "Where to look: account.html, account.tsv, missing.tsv and before.tsv; marks.tsv, commands.tsv, programs.tsv,"
+    yield "changes.tsv, files/, screens/, log, syslog, stdout and stderr; all in the folder named in the last line."
 
 
 def summary(folder, user):
     yield ending(folder)
     yield ""
-    yield from marks(folder)
+    yield from warnings(folder)
+    for part in (account(folder), missing(folder), crosses(folder)):
+        yield from part
     yield ""
-    for part in (account_lines(folder, user), file_counts(folder), command_lines(folder), program_lines(folder)):
+    for part in (account_lines(folder, user), file_counts(folder), lost_files(folder), command_lines(folder),
+                 program_lines(folder)):
         yield from part
     yield ""
     yield from where_to_look(folder)

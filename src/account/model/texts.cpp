@@ -57,25 +57,25 @@ Texts::Texts(const std::string& file) {
 
 std::string Texts::operator()(Text text, std::string_view detail) const {
   const Line& line = words[static_cast<std::size_t>(text)];
-  return filled(line.key, line.english, detail);
+  return (*this)(line.key, line.english, detail);
 }
 
 std::string Texts::operator()(Cause cause, std::string_view detail) const {
   const Line& line = causes[static_cast<std::size_t>(cause)];
-  return filled(line.key, line.english, detail);
+  return (*this)(line.key, line.english, detail);
 }
 
 std::string Texts::operator()(Kind kind) const {
   const KindName& name = name_of(kind);
-  return filled(name.key, name.english, {});
+  return (*this)(name.key, name.english, {});
 }
 
 std::string Texts::advice(Cause cause) const {
   const Advice* const found = std::ranges::find(advices, cause, &Advice::cause);
-  return found == std::end(advices) ? "" : filled(found->line.key, found->line.english, {});
+  return found == std::end(advices) ? "" : (*this)(found->line.key, found->line.english, {});
 }
 
-std::string Texts::filled(const char* key, const char* english, std::string_view detail) const {
+std::string Texts::operator()(const char* key, const char* english, std::string_view detail) const {
   const auto found = lines_.find(std::string_view(key));
   std::string text = found == lines_.end() ? english : found->second;
   const std::size_t blank = text.find("%s");

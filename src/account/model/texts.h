@@ -38,13 +38,12 @@ class Texts {
   std::string operator()(Text text, std::string_view detail = {}) const;
   std::string operator()(Cause cause, std::string_view detail = {}) const;
   std::string operator()(Kind kind) const;
+  std::string operator()(const char* key, const char* english, std::string_view detail) const;
 
   /// What a person can do about it; empty when there is nothing more to say.
   std::string advice(Cause cause) const;
 
  private:
-  std::string filled(const char* key, const char* english, std::string_view detail) const;
-
   std::map<std::string, std::string, std::less<>> lines_;
 };
 

@@ -1,0 +1,506 @@
+// What can be said before a run.
+#include "account/before/before.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zip.h>
+
+#include <memory>
+
+#include "account/scene.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using namespace account;
+
+using Entries = Scene::Entries;
+using Lines = std::vector<std::string>;
+
+constexpr const char* archive_path = "/tmp/before-test.zip";
+
+// An archive and those it is for.
+class Ahead {
+ public:
+  explicit Ahead(System system = System::gnome) : system_(system) {
+    people_ = {{.login = "ann", .home = "/home/ann", .folder = "Brindle"}};
+    shell_quietly("rm -rf /home/ann; mkdir -p /home/ann");
+  }
+
+  // Names below "Brindle/".
+  Ahead& archive(const Entries& entries) {
+    Entries below;
+    for (const auto& [name, bytes] : entries) below.emplace_back("Brindle/" + name, bytes);
+    return whole_archive(below);
+  }
+
+  Ahead& whole_archive(const Entries& entries) {
+    write_zip(archive_path, entries);
+    return *this;
+  }
+
+  Ahead& profile(const std::string& login) {
+    people_.push_back(
+        {.login = login, .home = "/home/" + login, .folder = "Brindle/Profiles/" + login, .runs = false});
+    several_ = true;
+    return *this;
+  }
+
+  Ahead& as_user() {
+    as_root_ = false;
+    return *this;
+  }
+
+  // "name: text" of each; with the person's login name ahead when it is not Ann's.
+  Lines see(void (*look)(const Outlook&, std::vector<Warning>&)) const {
+    const Archive archive(archive_path, "CP437");
+    std::vector<Warning> found;
+    look({archive, people_, system_, several_, as_root_, "CP1252", ""}, found);
+    Lines lines;
+    for (const Warning& warning : found)
+      lines.push_back((warning.person.empty() || warning.person == "ann" ? "" : warning.person + " ") +
+                      warning.name + ": " + text_of(Texts(), warning.what, warning.detail));
+    return lines;
+  }
+
+ private:
+  System system_;
+  std::vector<Person> people_;
+  bool several_ = false;
+  bool as_root_ = true;
+};
+
+// ---- Entries -------------------------------------------------------------------------------------------
+
+TEST(Before, an_archive_in_order_gives_no_warning) {
+  const Ahead ahead =
+      Ahead().archive({{"My Documents/a.txt", "one"}, {"My Documents/b/", ""}, {"Desktop/a.txt", "two"}});
+  EXPECT_EQ(Lines{}, ahead.see(foresee_entries));
+}
+
+TEST(Before, what_lies_beside_the_root_is_noted) {
+  const Ahead ahead =
+      Ahead().whole_archive({{"Brindle/Desktop/a.txt", "one"}, {"Brindle2/a.txt", "x"}, {"b.txt", "x"}});
+  EXPECT_EQ((Lines{"Brindle2/a.txt: It lies outside the folder Brindle and is not moved.",
+                   "b.txt: It lies outside the folder Brindle and is not moved."}),
+            ahead.see(foresee_entries));
+}
+
+TEST(Before, an_archive_without_the_root_is_named) {
+  const Ahead ahead = Ahead().whole_archive({{"My Documents/a.txt", "one"}});
+  EXPECT_EQ("/tmp/before-test.zip: The archive has no folder Brindle; nothing in it will be found.",
+            ahead.see(foresee_entries).at(0));
+}
+
+TEST(Before, unsafe_names_are_named_wherever_they_lead) {
+  const Ahead ahead = Ahead().whole_archive(
+      {{"../out.txt", "x"}, {"/etc/out.txt", "x"}, {"Brindle/a/../b.txt", "x"}, {"Brindle/a..b/..c", "x"}});
+  const Lines lines = ahead.see(foresee_entries);
+  EXPECT_EQ((Lines{"../out.txt: Its name leads out of the archive; it is not moved.",
+                   "/etc/out.txt: Its name leads out of the archive; it is not moved.",
+                   "Brindle/a/../b.txt: Its name leads out of the archive; it is not moved."}),
+            lines);
+}
+
+TEST(Before, names_too_long_for_a_file_system_are_named) {
+  const std::string longest(255, 'n'), longer(256, 'n');
+  const Ahead ahead = Ahead().archive({{"Desktop/" + longest, "x"}, {"Desktop/" + longer + "/a.txt", "x"}});
+  EXPECT_EQ((Lines{"Brindle/Desktop/" + longer +
+                   "/a.txt: A part of its name is longer than 255 bytes and will be cut."}),
+            ahead.see(foresee_entries));
+}
+
+// libzip refuses to write a name twice, python's zipfile does not.
+TEST(Before, a_name_that_comes_twice_is_named_once) {
+  const Ahead ahead;
+  ASSERT_EQ(0, shell_quietly("cd /tmp && rm -f before-test.zip && python3 -W ignore -c \"import zipfile\n"
+                             "z = zipfile.ZipFile('before-test.zip', 'w')\n"
+                             "for name in ('a', 'b', 'a', 'c'): z.writestr('Brindle/Desktop/' + name, 'x')\n"
+                             "z.close()\""));
+  EXPECT_EQ(
+      (Lines{"Brindle/Desktop/a: The archive has this name several times; only the last one is moved."}),
+      ahead.see(foresee_entries));
+}
+
+TEST(Before, links_and_pipes_are_named) {
+  const Ahead ahead;
+  ASSERT_EQ(
+      0, shell_quietly(
+             "rm -rf /tmp/before-test.zip /tmp/made && mkdir -p /tmp/made/Brindle/Desktop && cd /tmp/made && "
+             "ln -s /etc/passwd Brindle/Desktop/link && echo x >Brindle/Desktop/file && "
+             "zip -q -y -r /tmp/before-test.zip Brindle"));
+  EXPECT_EQ((Lines{"Brindle/Desktop/link: It is a link or a device; those are not moved."}),
+            ahead.see(foresee_entries));
+}
+
+TEST(Before, each_encrypted_entry_is_named) {
+  const Ahead ahead;
+  ASSERT_EQ(
+      0,
+      shell_quietly(
+          "rm -rf /tmp/before-test.zip /tmp/made && mkdir -p /tmp/made/Brindle && cd /tmp/made && "
+          "for n in a b c; do echo $n >Brindle/$n; done; zip -q /tmp/before-test.zip Brindle/a Brindle/c && "
+          "zip -q -P word /tmp/before-test.zip Brindle/b"));
+  EXPECT_EQ((Lines{"Brindle/b: It is encrypted; the wizard will ask for the password."}),
+            ahead.see(foresee_entries));
+}
+
+// Gives the entry `name` a method or an encryption.
+void repack(const char* name, void (*change)(zip_t*, zip_uint64_t)) {
+  zip_t* const zip = zip_open(archive_path, 0, nullptr);
+  ASSERT_NE(nullptr, zip);
+  change(zip, static_cast<zip_uint64_t>(zip_name_locate(zip, name, 0)));
+  ASSERT_EQ(0, zip_close(zip));
+}
+
+TEST(Before, what_unzip_cannot_read_is_named) {
+  const Ahead ahead;
+  ASSERT_EQ(0, shell_quietly("cd /tmp && rm -f before-test.zip && python3 -c \"import zipfile\n"
+                             "z = zipfile.ZipFile('before-test.zip', 'w')\n"
+                             "z.writestr('Brindle/a', 'one')\n"
+                             "z.writestr('Brindle/b', 'two', zipfile.ZIP_LZMA)\n"
+                             "z.writestr('Brindle/c', 'three', zipfile.ZIP_BZIP2)\n"
+                             "z.writestr('Brindle/d', 'four', zipfile.ZIP_DEFLATED)\n"
+                             "z.close()\""));
+  repack("Brindle/a",
+         [](zip_t* zip, zip_uint64_t i) { zip_file_set_encryption(zip, i, ZIP_EM_AES_256, "word"); });
+  EXPECT_EQ((Lines{"Brindle/a: It is encrypted in a way that unzip cannot read.",
+                   "Brindle/b: It is packed in a way that unzip cannot read."}),
+            ahead.see(foresee_entries));
+}
+
+TEST(Before, a_damaged_entry_is_named_and_its_neighbours_are_not) {
+  const Ahead ahead = Ahead().archive({{"a", "aaa"}, {"b", "before"}, {"c", "ccc"}});
+  repack("Brindle/b", [](zip_t* zip, zip_uint64_t i) { zip_set_file_compression(zip, i, ZIP_CM_STORE, 0); });
+  std::string bytes = read_file(archive_path);
+  bytes.replace(bytes.find("before"), 6, "behind");
+  write_file(archive_path, bytes);
+  EXPECT_EQ((Lines{"Brindle/b: It is damaged: its checksum is wrong or its data end early."}),
+            ahead.see(foresee_entries));
+}
+
+// ---- Settings lines ------------------------------------------------------------------------------------
+
+constexpr const char* accounts = "ImapMail/brindle-email-accounts/";
+
+TEST(Before, a_line_that_is_cut_is_named_by_its_key) {
+  const std::string fits = "SMTP Server=" + std::string(114, 'h') + "\n";    // 126 bytes and the line end
+  const std::string longer = "POP3 Server=" + std::string(115, 'h') + "\n";  // one more
+  const Ahead ahead = Ahead().archive(
+      {{std::string(accounts) + "home", fits + longer}, {std::string(accounts) + "work", fits}});
+  EXPECT_EQ((Lines{"Brindle/ImapMail/brindle-email-accounts/home: The line for POP3 Server is longer than "
+                   "126 bytes and "
+                   "will be cut."}),
+            ahead.see(foresee_settings));
+}
+
+TEST(Before, a_line_hidden_by_another_is_named) {
+  const Ahead ahead = Ahead().archive(
+      {{std::string(accounts) + "1", "Account Name=My SMTP Server\nSMTP Server=out.example\n"},
+       {std::string(accounts) + "2", "Account Name=Two\nSMTP Server=out.example\n"}});
+  EXPECT_EQ((Lines{"Brindle/ImapMail/brindle-email-accounts/1: The line for SMTP Server is hidden by an "
+                   "earlier line that "
+                   "holds the same words."}),
+            ahead.see(foresee_settings));
+}
+
+TEST(Before, a_second_choice_that_nobody_asks_for_may_be_hidden) {
+  const Ahead ahead = Ahead().archive(
+      {{std::string(accounts) + "1", "SMTP Email Address=ann@a.example\nEmail=ann@b.example\n"},
+       {std::string(accounts) + "2", "Reply Email=x@a.example\nEmail=ann@b.example\n"}});
+  EXPECT_EQ((Lines{"Brindle/ImapMail/brindle-email-accounts/2: The line for Email is hidden by an earlier "
+                   "line that holds "
+                   "the same words."}),
+            ahead.see(foresee_settings));
+}
+
+TEST(Before, a_line_hidden_by_a_longer_key_is_named) {
+  EXPECT_EQ(
+      (Lines{"Brindle/Printers/1: The line for Driver Name is hidden by an earlier line that holds the same "
+             "words."}),
+      Ahead().archive({{"Printers/1", "Driver Name Wo Spaces=HP\nDriver Name=H P\n"}}).see(foresee_settings));
+}
+
+TEST(Before, settings_of_users_printers_and_profiles_are_looked_at) {
+  const std::string hidden = "Printer Name=Port Name\nPort Name=LPT1\n";
+  const Ahead ahead =
+      Ahead().profile("ben").archive({{"users.txt", "Default=MultiUser Migration\nMultiUser Migration=1\n"},
+                                      {"Printers/a.txt", hidden},
+                                      {"Profiles/ben/Printers/b.txt", hidden}});
+  EXPECT_EQ((Lines{"Brindle/users.txt: The line for MultiUser Migration is hidden by an earlier line that "
+                   "holds the same "
+                   "words.",
+                   "Brindle/Printers/a.txt: The line for Port Name is hidden by an earlier line that holds "
+                   "the same words.",
+                   "ben Brindle/Profiles/ben/Printers/b.txt: The line for Port Name is hidden by an earlier "
+                   "line that holds "
+                   "the same words."}),
+            ahead.see(foresee_settings));
+}
+
+// ---- Accounts ------------------------------------------------------------------------------------------
+
+TEST(Before, each_value_that_evolution_refuses_is_named) {
+  for (const char* key : {"Account Name", "SMTP Display Name", "Display Name", "SMTP Email Address", "Email",
+                          "SMTP Reply To Email Address", "SMTP Organization Name", "SMTP Server",
+                          "IMAP Server", "IMAP User Name", "IMAP User"}) {
+    for (const char* value : {"Hull & Sons", "a<b"}) {
+      // "Email" is a part of other keys, so it is asked for as the second choice only.
+      const bool has_address =
+          std::string(key).find("Email") == std::string::npos || std::string(key).starts_with("SMTP R");
+      const std::string bad =
+          (has_address ? "SMTP Email Address=ann@a.example\n" : "") + std::string(key) + "=" + value + "\n";
+      const Entries entries = {{std::string(accounts) + "1", "Account Name=One\nSMTP Server=a.example\n"},
+                               {std::string(accounts) + "2", bad}};
+      EXPECT_EQ(
+          (Lines{
+              std::string(
+                  "Brindle/ImapMail/brindle-email-accounts/2: Evolution will not read any e-mail account: ") +
+              key + " holds & or <."}),
+          Ahead().archive(entries).see(foresee_accounts))
+          << bad;
+      EXPECT_EQ(Lines{}, Ahead(System::xandros).archive(entries).see(foresee_accounts));
+    }
+  }
+}
+
+TEST(Before, a_value_of_the_other_kind_of_account_is_not_used) {
+  const Ahead ahead = Ahead().archive(
+      {{std::string(accounts) + "1",
+        "SMTP Email Address=ann@a.example\nPOP3 Server=a.example\nIMAP Server=a&b\nReply Email=a&b\n"}});
+  EXPECT_EQ(Lines{}, ahead.see(foresee_accounts));
+}
+
+TEST(Before, mail_without_the_folder_of_accounts_stays_behind_on_evolution) {
+  const Entries mail = {{"ImapMail/Calendar/calendar.ics", "x"}, {"Mail/Inbox", "x"}};
+  EXPECT_EQ((Lines{"Brindle/ImapMail: Mail, calendar and contacts are only moved when the archive has "
+                   "ImapMail/brindle-email-accounts as well."}),
+            Ahead().archive(mail).see(foresee_accounts));
+  EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(mail).see(foresee_accounts));
+}
+
+// ---- Printers ------------------------------------------------------------------------------------------
+
+std::string printer(const std::string& port, const std::string& queue) {
+  return "Port Name=" + port + "\r\nDriver Name=Some Printer\r\nDriver Name Wo Spaces=" + queue + "\r\n";
+}
+
+TEST(Before, printers_that_share_a_queue_are_named) {
+  const Ahead ahead = Ahead().archive({{"Printers/a.txt", printer("LPT1", "Some")},
+                                       {"Printers/b.txt", printer("LPT2", "Other")},
+                                       {"Printers/c.txt", printer("USB001", "Some")}});
+  const Lines lines = ahead.see(foresee_printers);
+  EXPECT_EQ(
+      "Brindle/Printers/c.txt: It would get the same print queue as Brindle/Printers/a.txt; only the last "
+      "one stays.",
+      lines.back());
+  EXPECT_EQ(4u, lines.size());  // a window for each of the three, whose driver's name has two words
+}
+
+TEST(Before, ports_are_judged_as_they_are_moved) {
+  const Entries ports = {{"Printers/1", printer("C:\\out.prn", "a")},
+                         {"Printers/2", printer("FILE:", "b")},
+                         {"Printers/3", printer("LPT3", "c")},
+                         {"Printers/4", printer("//server/hp", "d")},
+                         {"Printers/5", printer("http://srv:631/p", "e")}};
+  const std::string window = ": No driver is found by itself for Some Printer; a window will ask.";
+  EXPECT_EQ(
+      (Lines{"Brindle/Printers/1: Its port C:\\out.prn has no counterpart; it is not moved.",
+             "Brindle/Printers/2: Its port FILE: has no counterpart; it is not moved.",
+             "Brindle/Printers/3: Its port LPT3 has no counterpart; it is not moved.",
+             "Brindle/Printers/4: It is shared by another computer; a window will ask for name and password.",
+             "Brindle/Printers/4" + window, "Brindle/Printers/5" + window}),
+      Ahead().archive(ports).see(foresee_printers));
+}
+
+TEST(Before, only_root_makes_queues) {
+  EXPECT_EQ((Lines{"Brindle/Printers: Only the administrator can make print queues."}),
+            Ahead().as_user().archive({{"Printers/1", printer("LPT1", "a")}}).see(foresee_printers));
+}
+
+// The program that lists drivers, and what it was asked.
+void answer_driver_search(const std::string& program, const std::string& body) {
+  write_file("/usr/local/bin/" + program, "#!/bin/sh\n" + body);
+  chmod(("/usr/local/bin/" + program).c_str(), 0755);
+}
+
+TEST(Before, a_driver_is_looked_for_with_ever_fewer_words) {
+  answer_driver_search("foomatic-ppdfile-bd",
+                       "echo \"$@\" >>/tmp/asked; [ \"$1\" != '-PHP LaserJet 4050' ] || echo found\n");
+  const auto asked_for = [](const std::string& driver) {
+    unlink("/tmp/asked");
+    return Ahead(System::xandros)
+        .archive({{"Printers/1", "Port Name=LPT1\nDriver Name=" + driver + "\nDriver Name Wo Spaces=q\n"}})
+        .see(foresee_printers);
+  };
+  EXPECT_EQ(Lines{}, asked_for("HP LaserJet 4050 Series PCL6"));
+  EXPECT_EQ("-PHP LaserJet 4050 Series PCL6\n-PHP LaserJet 4050 Series\n-PHP LaserJet 4050\n",
+            read_file("/tmp/asked"));
+  EXPECT_EQ(1u, asked_for("HP LaserJet").size());
+  EXPECT_FALSE(exists("/tmp/asked"));
+  EXPECT_EQ(1u, asked_for("HP DeskJet 690C").size());
+}
+
+TEST(Before, on_gnome_a_driver_must_be_recommended) {
+  answer_driver_search(
+      "lpinfo", "echo 'a.ppd HP LaserJet 4050 Foomatic/ljet4 (recommended)'; echo 'b.ppd HP DeskJet 690C'\n");
+  const auto asked_for = [](const std::string& driver) {
+    return Ahead()
+        .archive({{"Printers/1", "Port Name=LPT1\nDriver Name=" + driver + "\nDriver Name Wo Spaces=q\n"}})
+        .see(foresee_printers);
+  };
+  EXPECT_EQ(Lines{}, asked_for("hp laserjet 4050 Series"));
+  EXPECT_EQ(1u, asked_for("HP DeskJet 690C").size());
+}
+
+// ---- Login names ---------------------------------------------------------------------------------------
+
+TEST(Before, login_names_are_judged_as_useradd_does) {
+  ASSERT_EQ(0, shell_quietly("useradd there"));
+  const std::string longest(32, 'a'), longer(33, 'a');
+  Ahead ahead;
+  for (const std::string& login :
+       {std::string("anna"), std::string("there"), std::string("games"), std::string("_x"),
+        std::string("a b"), std::string("a:b"), longest, longer, std::string("Anna.B-2")})
+    ahead.profile(login);
+  ahead.archive({{"users.txt", "x"}});
+  EXPECT_EQ(
+      (Lines{"there there: There is a user account of this name already.",
+             "games games: This name belongs to the system.",
+             "_x _x: The name does not begin with a letter or digit; this person is left out.",
+             "a b a b: No user account can have this name.", "a:b a:b: No user account can have this name.",
+             longer + " " + longer + ": No user account can have this name."}),
+      ahead.see(foresee_logins));
+  for (const std::string& login : {longest, std::string("Anna.B-2")})
+    EXPECT_EQ(0, shell_quietly("useradd " + login)) << login;
+  for (const std::string& login : {std::string("'a b'"), std::string("a:b"), longer})
+    EXPECT_NE(0, shell_quietly("useradd " + login + " 2>/dev/null")) << login;
+}
+
+TEST(Before, an_archive_of_several_people_needs_root) {
+  EXPECT_EQ((Lines{"ann: Only the administrator can move an archive of several people."}),
+            Ahead().as_user().profile("ben").archive({{"users.txt", "x"}}).see(foresee_logins));
+}
+
+TEST(Before, one_persons_archive_needs_nobody_else) {
+  EXPECT_EQ(Lines{}, Ahead().as_user().archive({{"Desktop/a", "x"}}).see(foresee_logins));
+}
+
+// ---- Space ---------------------------------------------------------------------------------------------
+
+TEST(Before, space_is_counted_in_blocks) {
+  Entries entries;
+  for (int i = 0; i < 100; ++i)
+    entries.emplace_back("Desktop/" + std::to_string(i), "x");  // 100 blocks of 4 KiB
+  const Ahead ahead = Ahead().archive(entries);
+  ASSERT_EQ(0, shell_quietly("mount -t tmpfs -o size=380k tmpfs /home/ann"));
+  EXPECT_EQ((Lines{"/home/ann: There is too little free space: 1 MB > 1 MB."}), ahead.see(foresee_space));
+  ASSERT_EQ(0, shell_quietly("mount -o remount,size=400k /home/ann"));
+  EXPECT_EQ(Lines{}, ahead.see(foresee_space));
+  ASSERT_EQ(0, shell_quietly("mount -o remount,size=1m,nr_inodes=90 /home/ann"));
+  EXPECT_EQ((Lines{"/home/ann: There is no room for so many files: 100 > 89."}), ahead.see(foresee_space));
+}
+
+TEST(Before, homes_and_the_work_folder_on_one_disk_need_their_sum) {
+  const Ahead ahead = Ahead().profile("ben").archive({{"Desktop/a", std::string(100000, 'x')},
+                                                      {"Profiles/ben/Desktop/b", std::string(100000, 'x')},
+                                                      {"Wallpaper/c", std::string(100000, 'x')}});
+  const std::string keep = read_file(archive_path);
+  ASSERT_EQ(0, shell_quietly("mkdir -p /mnt/disk && mount -t tmpfs -o size=700k tmpfs /mnt/disk && "
+                             "mkdir /mnt/disk/tmp /mnt/disk/home && mkdir -p /home/ben && "
+                             "mount --bind /mnt/disk/home /home && mount --bind /mnt/disk/tmp /tmp"));
+  write_file(archive_path, keep);
+  const Lines without_archive = ahead.see(foresee_space);
+  EXPECT_EQ(0u, without_archive.size());
+  write_file("/home/filler", std::string(100000, 'x'));
+  EXPECT_EQ(1u, ahead.see(foresee_space).size());
+}
+
+// ---- What is there already -----------------------------------------------------------------------------
+
+TEST(Before, files_that_would_be_copied_over_others_are_named) {
+  const Ahead ahead = Ahead().archive({{"My Documents/same.txt", "same"},
+                                       {"My Documents/other.txt", "mine"},
+                                       {"My Documents/new.txt", "new"},
+                                       {"Desktop/other.txt", "mine"}});
+  write_file("/home/ann/Documents/same.txt", "same");
+  write_file("/home/ann/Documents/other.txt", "hers");
+  write_file("/home/ann/Desktop/other.txt", "hers");
+  EXPECT_EQ((Lines{"other.txt: It is there already and will be replaced.",
+                   "other.txt: It is there already and will be replaced."}),
+            ahead.see(foresee_replaced));
+}
+
+TEST(Before, evolutions_own_files_are_named_where_the_archive_has_that_kind) {
+  const Lines files = {".gconf/apps/evolution/mail/%gconf.xml",
+                       ".evolution/calendar/local/system/calendar.ics",
+                       ".evolution/tasks/local/system/tasks.ics",
+                       ".evolution/addressbook/local/system/addressbook.db", ".evolution/mail/local/Inbox"};
+  const Lines causes = {"ImapMail/brindle-email-accounts/1", "ImapMail/Calendar/calendar.ics",
+                        "ImapMail/Tasks/tasks.ics", "ImapMail/Contacts/addressbook.db", "Mail/Inbox"};
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const Ahead ahead = Ahead(System::nld).archive({{causes[i], "archive's"}, {"Mail/Sent", "x"}});
+    for (const std::string& file : files) write_file("/home/ann/" + file, "hers");
+    EXPECT_EQ((Lines{"/home/ann/" + files[i] + ": It is there already and will be replaced."}),
+              ahead.see(foresee_replaced));
+  }
+}
+
+TEST(Before, kmails_files_are_named) {
+  const Ahead ahead = Ahead(System::xandros)
+                          .archive({{"ImapMail/brindle-email-accounts/1", "x"},
+                                    {"ImapMail/Calendar/calendar.ics", "x"},
+                                    {"Notes/a", "x"}});
+  for (const char* file : {".kde/share/config/kmailrc", ".kde/share/apps/korganizer/std.ics",
+                           ".kde/share/apps/knotes/notes.ics", ".kde/share/apps/kabc/std.vcf"})
+    write_file(std::string("/home/ann/") + file, "hers");
+  EXPECT_EQ(
+      (Lines{
+          "/home/ann/.kde/share/config/kmailrc: It is there already and will be removed.",
+          "/home/ann/.kde/share/apps/korganizer/std.ics: It is there already and will be replaced.",
+          "/home/ann/.kde/share/apps/knotes/notes.ics: It is there already and will be replaced.",
+          "/home/ann/.kde/share/apps/kabc/std.vcf: It is there already; what the archive holds is added."}),
+      ahead.see(foresee_replaced));
+}
+
+TEST(Before, the_suites_profile_is_found) {
+  const Ahead ahead =
+      Ahead(System::linspire)
+          .archive({{"ImapMail/brindle-email-accounts/1", "x"}, {"Mail/Inbox", "x"}, {"Bookmark.htm", "x"}});
+  for (const char* file : {"prefs.js", "Mail/Local Folders/Inbox", "bookmarks.html"})
+    write_file(std::string("/home/ann/.mozilla/default/salt.slt/") + file, "hers");
+  const std::string profile = "/home/ann/.mozilla/default/salt.slt/";
+  EXPECT_EQ((Lines{profile + "prefs.js: It is there already and will be replaced.",
+                   profile + "bookmarks.html: It is there already and will be replaced.",
+                   profile + "Mail/Local Folders/Inbox: It is there already and will be replaced."}),
+            ahead.see(foresee_replaced));
+}
+
+TEST(Before, what_no_profile_is_is_passed_over) {
+  const Ahead ahead = Ahead(System::linspire).archive({{"Bookmark.htm", "x"}});
+  for (const char* file : {"pluginreg.dat", "profiles.ini", "salt.slt/bookmarks.html"})
+    write_file(std::string("/home/ann/.mozilla/default/") + file, "hers");
+  EXPECT_EQ(
+      (Lines{
+          "/home/ann/.mozilla/default/salt.slt/bookmarks.html: It is there already and will be replaced."}),
+      ahead.see(foresee_replaced));
+}
+
+// ---- The table -----------------------------------------------------------------------------------------
+
+TEST(Before, the_table_has_one_line_a_warning) {
+  const std::vector<Warning> warnings = {
+      {"", {}, "a\tb", Foresight::damaged, ""},
+      {"ann", Kind::mail_accounts, "home", Foresight::evolution_refuses, "Email"},
+      {"ann", Kind::printers, "x", Foresight::driver_window, "HP"}};
+  EXPECT_EQ(
+      "level\tperson\tkind\tname\ttext\n"
+      "warning\t-\t-\ta\\tb\tIt is damaged: its checksum is wrong or its data end early.\n"
+      "warning\tann\tmail-accounts\thome\tEvolution will not read any e-mail account: Email holds & or <.\n"
+      "note\tann\tprinters\tx\tNo driver is found by itself for HP; a window will ask.\n",
+      table_of_warnings(warnings, Texts()));
+}
+
+}  // namespace
