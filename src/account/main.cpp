@@ -89,8 +89,8 @@ int look_ahead(const Options& options, const Archive& archive, System system, co
                                  .machine = ""});
   const std::string table = table_of_warnings(warnings, texts);
   std::cout << table << std::flush;
-  if (!write_table(options.tsv, [&](std::ostream& out) { out << table; }) || !std::cout)
-    return static_cast<int>(Verdict::cannot_be_told);
+  const bool written = write_table(options.tsv, [&](std::ostream& out) { out << table; });
+  if (!written || !std::cout) return static_cast<int>(Verdict::cannot_be_told);
   const auto is_warning = [](const Warning& warning) { return level_of(warning.what) == Level::warning; };
   return std::ranges::any_of(warnings, is_warning) ? 1 : 0;
 }

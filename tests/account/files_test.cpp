@@ -82,4 +82,44 @@ TEST(Files, a_pipe_or_a_folder_in_a_files_place_is_not_read) {
             missing_names(scene.look(Kind::desktop)));
 }
 
+// ---- Fonts ----------------------------------------------------------------------------------------------
+
+TEST(Fonts, are_the_files_directly_in_their_folder) {
+  const Scene scene(System::xandros, {{"Fonts/.hidden.ttf", "h"},
+                                      {"Fonts/a.ttf", "one"},
+                                      {"Fonts/b.ttf", "two"},
+                                      {"Fonts/c.ttf", "three"},
+                                      {"Fonts/sub/d.ttf", "four"},
+                                      {"Fonts/empty/", ""}});
+  for (const char* name : {".hidden.ttf", "a.ttf", "b.ttf", "c.ttf", "sub/d.ttf"})
+    write_file("/home/ann/.fonts/" + std::string(name), "one");
+  EXPECT_EQ((std::vector<std::string>{".hidden.ttf: Names that begin with a dot are left out here.",
+                                      "b.ttf: What is there has another content.",
+                                      "c.ttf: What is there has another content.",
+                                      "empty: Only files are moved from here, no folders.",
+                                      "sub/d.ttf: Only files are moved from here, no folders."}),
+            missing_names(scene.look(Kind::fonts)));
+  EXPECT_EQ("6 1 0 0 5", numbers(scene.look(Kind::fonts)));
+}
+
+TEST(Fonts, of_a_profile_are_those_of_the_archive) {
+  Scene scene(System::gnome, {{"Fonts/a.ttf", "one"}, {"Profiles/ann/Fonts/b.ttf", "two"}});
+  scene.person.folder = "Brindle/Profiles/ann";
+  scene.several = true;
+  EXPECT_EQ((std::vector<std::string>{"a.ttf: It is not there."}), missing_names(scene.look(Kind::fonts)));
+  write_file("/home/ann/.fonts/a.ttf", "one");
+  EXPECT_EQ("1 1 0 0 0", numbers(scene.look(Kind::fonts)));
+}
+
+TEST(Fonts, of_several_people_are_the_machines_on_red_flag) {
+  for (const System system : {System::redflag, System::redflag_plus}) {
+    Scene scene(system, {{"Fonts/a.ttf", "one"}, {"Fonts/b.ttf", "two"}});
+    write_file("/home/ann/.fonts/a.ttf", "one");
+    write_file("/usr/share/fonts/zh_CN/TrueType/b.ttf", "two");
+    EXPECT_EQ((std::vector<std::string>{"b.ttf: It is not there."}), missing_names(scene.look(Kind::fonts)));
+    scene.several = true;
+    EXPECT_EQ((std::vector<std::string>{"a.ttf: It is not there."}), missing_names(scene.look(Kind::fonts)));
+  }
+}
+
 }  // namespace

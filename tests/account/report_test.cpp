@@ -1,6 +1,8 @@
 // Tables and plain text.
 #include "account/report.h"
 
+#include "account/model/field.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -20,7 +20,8 @@ constexpr const char* archive_path = "/tmp/account-test.zip";
 
 }  // namespace
 
-void write_zip(const std::string& path, const std::vector<std::pair<std::string, std::string>>& entries) {
+void write_zip(const std::string& path, const std::vector<std::pair<std::string, std::string>>& entries,
+               const char* password) {
   unlink(path.c_str());
   zip_t* const zip = zip_open(path.c_str(), ZIP_CREATE | ZIP_EXCL, nullptr);
   if (zip == nullptr) fail("zip_open");
@@ -30,16 +31,19 @@ void write_zip(const std::string& path, const std::vector<std::pair<std::string,
       continue;
     }
     zip_source_t* const source = zip_source_buffer(zip, bytes.data(), bytes.size(), 0);
-    if (zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8) < 0) fail("zip_file_add");
+    const zip_int64_t index = zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8);
+    if (index < 0) fail("zip_file_add");
+    if (password != nullptr)
+      zip_file_set_encryption(zip, static_cast<zip_uint64_t>(index), ZIP_EM_TRAD_PKWARE, password);
   }
   if (zip_close(zip) != 0) fail("zip_close");
 }
 
-Scene::Scene(account::System system, const Entries& entries)
+Scene::Scene(account::System system, const Entries& entries, const char* password)
     : person{.login = "ann", .home = "/home/ann", .folder = "Brindle"}, system_(system) {
   Entries below;
   for (const auto& [name, bytes] : entries) below.emplace_back("Brindle/" + name, bytes);
-  write_zip(archive_path, below);
+  write_zip(archive_path, below, password);
   archive_ = std::make_unique<account::Archive>(archive_path, "CP437");
   shell_quietly("rm -rf /home/ann; mkdir -p /home/ann");
 }

@@ -15,8 +15,9 @@
 #include "account/model/tally.h"
 
 /// Writes a zip with those entries, in that order; a name that ends with a slash is a folder. Ends the test
-/// program when that fails.
-void write_zip(const std::string& path, const std::vector<std::pair<std::string, std::string>>& entries);
+/// program when that fails. With a password every entry is encrypted.
+void write_zip(const std::string& path, const std::vector<std::pair<std::string, std::string>>& entries,
+               const char* password = nullptr);
 
 /// One person's archive on one system. Home is /home/ann, fresh; fill it with write_file (support/files.h).
 class Scene {
@@ -24,7 +25,7 @@ class Scene {
   using Entries = std::vector<std::pair<std::string, std::string>>;
 
   /// Names in `entries` are below "Brindle/".
-  Scene(account::System system, const Entries& entries);
+  Scene(account::System system, const Entries& entries, const char* password = nullptr);
 
   /// What the account says of one kind.
   account::Tally look(account::Kind kind) const;

@@ -61,6 +61,19 @@ Likeness compare_bytes(EntryStream stream, const OpenFile& file) {
   }
 }
 
+bool is_folder(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool is_empty_folder(const Entry& entry, std::span<const Entry> among) {
+  const Entry* const next = &entry + 1;
+  const bool is_last = next >= among.data() + among.size();
+  return entry.folder &&
+         (is_last || !(next->name.starts_with(entry.name) && next->name.size() > entry.name.size() &&
+                       next->name[entry.name.size()] == '/'));
+}
+
 }  // namespace
 
 std::string_view name_within(const Entry& entry, std::string_view folder) {
@@ -93,6 +106,22 @@ void compare_file(const Archive& archive, const Entry& entry, const std::string&
       return tally.miss(std::move(name), Cause::damaged);
     case Likeness::different:
       return tally.miss(std::move(name), entry.encrypted() ? Cause::encrypted : Cause::differs);
+  }
+}
+
+void compare_thing(const Archive& archive, const Entry& entry, const std::string& path, std::string name,
+                   Tally& tally) {
+  if (!entry.folder) return compare_file(archive, entry, path, std::move(name), tally);
+  if (is_folder(path)) return tally.arrive_unchanged();
+  tally.miss(std::move(name), Cause::not_there);
+}
+
+void for_each_thing(const Archive& archive, std::string_view name,
+                    const std::function<void(const Entry&)>& take) {
+  const auto entries = archive.below(name);
+  for (const Entry& entry : entries) {
+    if (entry.folder && !is_empty_folder(entry, entries)) continue;
+    if (!is_overridden(entry, entries)) take(entry);
   }
 }
 

@@ -2,6 +2,7 @@
 #ifndef BRINDLE_ACCOUNT_KINDS_ENTRIES_H
 #define BRINDLE_ACCOUNT_KINDS_ENTRIES_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +22,15 @@ std::optional<Cause> fault_of(const Entry& entry);
 /// missing under `name`. Does not count it as found.
 void compare_file(const Archive& archive, const Entry& entry, const std::string& path, std::string name,
                   Tally& tally);
+
+/// The same for an entry that may be an empty folder, which has arrived when a folder lies at `path`.
+void compare_thing(const Archive& archive, const Entry& entry, const std::string& path, std::string name,
+                   Tally& tally);
+
+/// Hands every file and every empty folder below the folder `name` to `take`, sorted; other folders are seen
+/// by what lies in them. Entries that a later one of the same name replaces are left out.
+void for_each_thing(const Archive& archive, std::string_view name,
+                    const std::function<void(const Entry&)>& take);
 
 /// True when a later entry of the archive has the same name and so takes this one's place.
 bool is_overridden(const Entry& entry, std::span<const Entry> among);

@@ -1,9 +1,5 @@
 #include "account/kinds/files.h"
 
-#include <sys/stat.h>
-
-#include <functional>
-
 #include "account/kinds/entries.h"
 #include "process/archive/layout.h"
 
@@ -20,43 +16,23 @@ struct Tree {
   bool deep = true;              // folders come along
 };
 
-bool is_folder(const std::string& path) {
-  struct stat status;
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-// An empty folder is a thing of its own; others are seen by what lies in them.
-bool is_empty_folder(const Entry& entry, std::span<const Entry> among) {
-  const Entry* const next = &entry + 1;
-  const bool is_last = next >= among.data() + among.size();
-  return entry.folder &&
-         (is_last || !(next->name.starts_with(entry.name) && next->name.size() > entry.name.size() &&
-                       next->name[entry.name.size()] == '/'));
-}
-
 void compare_entry(const Case& of, const Tree& tree, const Entry& entry, Tally& tally) {
   const std::string name(name_within(entry, tree.folder));
   if (tree.at_top == Hidden::stay && name.starts_with('.')) return tally.miss(name, Cause::hidden);
   if (!tree.deep && (entry.folder || name.find('/') != std::string::npos))
     return tally.miss(name, Cause::folder_left_out);
-  const std::string path = tree.target + "/" + name;
-  if (!entry.folder) return compare_file(of.archive, entry, path, name, tally);
-  if (is_folder(path)) return tally.arrive_unchanged();
-  tally.miss(name, Cause::not_there);
+  compare_thing(of.archive, entry, tree.target + "/" + name, name, tally);
 }
 
 void compare_tree(const Case& of, const Tree& tree, Tally& tally) {
-  const auto entries = of.archive.below(tree.folder);
-  for (const Entry& entry : entries) {
-    if (entry.folder && !is_empty_folder(entry, entries)) continue;
-    if (is_overridden(entry, entries)) continue;
+  for_each_thing(of.archive, tree.folder, [&](const Entry& entry) {
     tally.find();
     if (of.place == nullptr) {
       tally.have_no_place();
     } else {
       compare_entry(of, tree, entry, tally);
     }
-  }
+  });
 }
 
 }  // namespace
@@ -85,6 +61,15 @@ void compare_shared_files(const Case& of, Tally& tally) {
   } else {
     compare_tree(of, {of.in_archive(layout::file_extensions), of.target(), Hidden::move}, tally);
   }
+}
+
+// The users share the archive's fonts: each gets all of them, or on some systems the machine does.
+void compare_fonts(const Case& of, Tally& tally) {
+  const bool for_everybody = is_redflag(of.system) && of.several;
+  const std::string target = for_everybody ? of.machine + "/usr/share/fonts/zh_CN/TrueType" : of.target();
+  compare_tree(of,
+               {.folder = std::string(layout::root) + "/" + layout::fonts, .target = target, .deep = false},
+               tally);
 }
 
 }  // namespace account

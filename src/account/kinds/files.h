@@ -9,6 +9,7 @@ namespace account {
 void compare_documents(const Case& of, Tally& tally);
 void compare_desktop(const Case& of, Tally& tally);
 void compare_shared_files(const Case& of, Tally& tally);
+void compare_fonts(const Case& of, Tally& tally);
 
 }  // namespace account
 

@@ -1,0 +1,27 @@
+#include "account/readers/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace account {
+
+std::optional<std::string> read_whole(const std::string& path, std::size_t limit) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (file < 0) return std::nullopt;
+  struct stat status;
+  std::optional<std::string> bytes;
+  if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+    bytes.emplace(std::min(limit, static_cast<std::size_t>(status.st_size)), '\0');
+    std::size_t have = 0;
+    for (ssize_t got; have < bytes->size(); have += static_cast<std::size_t>(got))
+      if ((got = read(file, bytes->data() + have, bytes->size() - have)) <= 0) break;
+    bytes->resize(have);
+  }
+  close(file);
+  return bytes;
+}
+
+}  // namespace account
