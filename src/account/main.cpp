@@ -78,11 +78,13 @@ bool write_all(const Options& options, const Account& account, const Texts& text
 }
 
 int look_ahead(const Options& options, const Archive& archive, System system, const Texts& texts) {
-  const auto people = people_in(archive, options);
+  const bool several = is_for_several(archive);
+  auto people = people_in(archive, options);
+  if (!several) people.resize(1);  // nobody else is moved
   const auto warnings = foresee({.archive = archive,
                                  .people = people,
                                  .system = system,
-                                 .several = is_for_several(archive),
+                                 .several = several,
                                  .as_root = getuid() == 0,
                                  .charset = windows_charset(language_code(system)),
                                  .machine = ""});

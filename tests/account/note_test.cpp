@@ -126,6 +126,20 @@ TEST(Program, takes_everything_from_the_note) {
   EXPECT_EQ("person\tkind\tname\tcause\n", read_file("/root/m.tsv"));
 }
 
+// Root may look at somebody else's run. It is that person's all the same, who could not move several people.
+TEST(Program, takes_the_running_user_from_the_note) {
+  run_once();
+  std::string text = whole;
+  write_file("/tmp/note", text.replace(text.find("person=root"), 11, "person=ada"));
+  const Ended ended = brindle_account("--run /tmp/note --missing /root/m.tsv --home ann=/nowhere");
+  EXPECT_EQ(1, ended.status);
+  EXPECT_THAT(ended.said, HasSubstr("\nFor ada\n"));
+  EXPECT_EQ(
+      "person\tkind\tname\tcause\nann\tdesktop\ttwo\tOnly the administrator can move an archive of several "
+      "people.\n",
+      read_file("/root/m.tsv"));
+}
+
 TEST(Program, takes_the_note_that_it_is_given) {
   run_once();
   ASSERT_EQ(0, shell_quietly("mv /root/.brindle_run '/tmp/my note'"));

@@ -8,6 +8,7 @@
 
 #include <sstream>
 
+#include "account/model/field.h"
 #include "account/shown.h"
 #include "support/files.h"
 
