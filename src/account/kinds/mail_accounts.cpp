@@ -88,7 +88,7 @@ bool agree(const Case& of, Field field, const std::string& wanted, const std::st
   // Deliberate: part of the format. Without a port every account has that of POP3.
   if (field == Field::port && wanted.empty()) return there == "110";
   if (has_kmail(of.system) && trimmed(wanted) == there) return true;
-  return !is_utf8(wanted) && readable(wanted, of.charset.c_str()) == there;
+  return readable(wanted, of.charset.c_str()) == there;
 }
 
 // The first value that differs.
