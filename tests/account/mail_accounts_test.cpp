@@ -349,6 +349,24 @@ TEST(KMailAccounts, are_read_as_chinese) {
   }
 }
 
+// Without an address nothing else changes.
+TEST(KMailAccounts, what_is_no_chinese_is_changed) {
+  const struct {
+    const char *name, *there, *counts;
+  } names[] = {
+      {"\xb9\xa4", "\u5de5", "1 1 0 0 0"}, {"Caf\xe9", "Caf", "1 0 1 0 0"}, {"Caf", "Caf", "1 1 0 0 0"}};
+  for (const auto& given : names) {
+    const std::string file =
+        std::string("Account Name=") + given.name +
+        "\nDisplay Name=Ann Lee\nPOP3 Server=pop.work.example\nPOP3 User=ann\nPOP3 Port=995\n"
+        "POP3 Use SSL=1\nLeave on Server=1\nSMTP Server=smtp.work.example\n"
+        "SMTP Secure Connection=1\n";
+    const Scene scene(System::redflag, {{folder + "1", file}});
+    write_kmailrc(replaced(work_section, "Name=Work", std::string("Name=") + given.there) + kmail_end);
+    EXPECT_EQ(given.counts, numbers(scene.look(Kind::mail_accounts))) << given.there;
+  }
+}
+
 TEST(KMailAccounts, no_settings_are_the_cause) {
   const Scene scene(System::xandros, {{folder + "1", home_file}});
   EXPECT_EQ((Names{"Home (ann@home.example): Its place /home/ann/.kde/share/config/kmailrc is not there."}),

@@ -11,6 +11,12 @@
 
 namespace account {
 
+/// Why something has not arrived.
+struct Reason {
+  Cause cause;
+  std::string detail;  ///< for the cause's text
+};
+
 /// The name of `entry` within the folder `folder` of the archive, which it lies in.
 std::string_view name_within(const Entry& entry, std::string_view folder);
 

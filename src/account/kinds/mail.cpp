@@ -18,17 +18,11 @@ namespace {
 
 // ---- The archive's mailboxes ----------------------------------------------------------------------------
 
-// Why nothing of a mailbox can have arrived.
-struct Reason {
-  Cause cause;
-  std::string detail;
-};
-
 struct Mailbox {
   const Entry* entry;
-  std::string_view name;  // relative to the mail folder
-  std::string place;      // empty when there is a reason
-  std::optional<Reason> reason;
+  std::string_view name;         // relative to the mail folder
+  std::string place;             // empty when there is a reason
+  std::optional<Reason> reason;  // why nothing of it can have arrived
 };
 
 std::string_view own_name(const Mailbox& box) { return box.name.substr(box.name.rfind('/') + 1); }

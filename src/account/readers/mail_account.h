@@ -8,25 +8,19 @@
 namespace account {
 
 enum class Field {
-  name,          ///< of the account
-  display_name,  ///< of the person
-  address,
-  reply_to,
-  organization,
-  type,  ///< "pop" or "imap"
-  host,
-  user,
-  port,
-  secure,          ///< flags are "yes" or "no"
-  keep_on_server,  ///< leave mail on the server
-  smtp_host,
-  smtp_user,
-  smtp_auth,
-  smtp_secure,
+#define FIELD(name, words) name,
+#include "account/readers/mail_account.def"
+#undef FIELD
 };
+
+/// What a person calls the value, as part of a sentence about the account: "its login".
+const char* words(Field field);
 
 /// The values that a program's format has a place for.
 using MailAccount = std::map<Field, std::string>;
+
+/// The value of `field`; empty when it is not there.
+const std::string& value(const MailAccount& account, Field field);
 
 inline const char* flag_text(bool flag) { return flag ? "yes" : "no"; }
 

@@ -145,12 +145,10 @@ Prefs read_mozilla_prefs(const std::string& path) {
 std::vector<MailAccount> read_mozilla_accounts(const std::string& path) {
   const Prefs prefs = read_mozilla_prefs(path);
   const std::string names = value_of(prefs, "mail.accountmanager.accounts");
-  const std::string local = value_of(prefs, "mail.accountmanager.localfoldersserver");
   std::vector<MailAccount> accounts;
   for (std::string_view list = names; !list.empty();) {
     const std::string name = next_name(list);
-    const std::string server = value_of(prefs, "mail.account." + name + ".server");
-    if (!server.empty() && server != local) accounts.push_back(account_of(prefs, name));
+    if (prefs.contains("mail.account." + name + ".server")) accounts.push_back(account_of(prefs, name));
   }
   return accounts;
 }

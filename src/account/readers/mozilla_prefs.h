@@ -15,8 +15,8 @@ namespace account {
 /// lines that are none of this are passed over.
 std::map<std::string, std::string> read_mozilla_prefs(const std::string& path);
 
-/// The accounts that the settings file at `path` lists, but the one of the local folders. An account that has
-/// two different names, of itself and of its server, has none.
+/// The accounts that the settings file at `path` lists, the one of the local folders among them. An account
+/// that has two different names, of itself and of its server, has none.
 std::vector<MailAccount> read_mozilla_accounts(const std::string& path);
 
 }  // namespace account
