@@ -1,6 +1,8 @@
 // Appointments and tasks, in the calendars of the six systems.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "account/scene.h"
 #include "support/files.h"
 
@@ -49,6 +51,31 @@ Scene::Entries complete(const std::string& events = all_events, const std::strin
           {"ImapMail/Contacts/", ""},
           {"ImapMail/Calendar/calendar.ics", events},
           {"ImapMail/Tasks/tasks.ics", tasks}};
+}
+
+// What the account says of an archive that is altered before it is opened.
+Tally look_at(const Scene::Entries& entries, Kind kind, const std::function<void(std::string& zip)>& alter) {
+  const char* const path = "/tmp/altered.zip";
+  Scene::Entries below;
+  for (const auto& [name, bytes] : entries) below.emplace_back("Brindle/" + name, bytes);
+  write_zip(path, below);
+  std::string bytes = read_file(path);
+  alter(bytes);
+  write_file(path, bytes);
+  const Archive archive(path, "CP437");
+  const Person person{.login = "ann", .home = "/home/ann", .folder = "Brindle"};
+  const auto row = std::ranges::find(rows(), kind, &Row::kind);
+  const Case of = {.archive = archive,
+                   .person = person,
+                   .system = System::gnome,
+                   .several = false,
+                   .as_root = true,
+                   .charset = "CP1252",
+                   .place = row->places[0],
+                   .machine = ""};
+  Tally tally;
+  row->compare(of, tally);
+  return tally;
 }
 
 // ---- Evolution -------------------------------------------------------------------------------------------
@@ -104,6 +131,20 @@ TEST(Calendar, each_event_that_is_deleted_or_altered_is_named_alone) {
 
   write_file(evolution_tasks, without(all_tasks, "PRIORITY:1", "PRIORITY:2"));
   EXPECT_EQ((Names{"Taxes: It is there, but differs: PRIORITY."}), missing_names(scene.look(Kind::tasks)));
+}
+
+TEST(Calendar, events_of_a_time_zone_that_is_gone_or_altered_are_named) {
+  const Scene scene(System::gnome, complete());
+  const Names named = {"Meeting (2005-05-10): It is there, but differs: VTIMEZONE."};
+  write_file(evolution_calendar, plain_calendar(meeting + holiday + dinner));
+  EXPECT_EQ(named, missing_names(scene.look(Kind::calendar)));
+  write_file(evolution_calendar, without(all_events, "TZOFFSETTO:+0100", "TZOFFSETTO:+0200"));
+  EXPECT_EQ(named, missing_names(scene.look(Kind::calendar)));
+
+  const Scene changed(System::xandros, complete());
+  const std::string events = without(all_events, " 20050510T090000", " 20050510T090000Z");
+  write_file(korganizer, without(events, "TZOFFSETTO:+0100", "TZOFFSETTO:+0200") + all_tasks);
+  EXPECT_EQ(named, missing_names(changed.look(Kind::calendar)));
 }
 
 TEST(Calendar, what_is_there_once_has_arrived_once) {
@@ -183,6 +224,28 @@ TEST(Calendar, letters_of_windows_arrive_as_they_are_or_converted) {
             missing_names(scene.look(Kind::calendar)));
 }
 
+TEST(Calendar, an_encrypted_file_is_named_and_nothing_is_certain) {
+  write_file(evolution_calendar, all_events);
+  const Tally tally = look_at(complete(), Kind::calendar, [](std::string& zip) {
+    const std::size_t name = zip.rfind("Brindle/ImapMail/Calendar/calendar.ics");
+    zip[name - 46 + 8] = static_cast<char>(zip[name - 46 + 8] | 1);
+  });
+  EXPECT_EQ((Names{"ImapMail/Calendar/calendar.ics: It is encrypted in the archive."}), missing_names(tally));
+  EXPECT_FALSE(tally.certain());
+}
+
+TEST(Calendar, a_damaged_file_is_named_and_nothing_is_certain) {
+  write_file(evolution_calendar, all_events);
+  const Tally tally = look_at(complete(), Kind::calendar, [](std::string& zip) {
+    const std::string path = "Brindle/ImapMail/Calendar/calendar.ics";
+    zip[zip.find(path) + path.size() + 60] ^= 0x55;
+  });
+  const Names names = missing_names(tally);
+  EXPECT_NE(names.end(),
+            std::ranges::find(names, "ImapMail/Calendar/calendar.ics: It is damaged in the archive."));
+  EXPECT_FALSE(tally.certain());
+}
+
 TEST(Calendar, hostile_files_end) {
   std::string deep, open;
   for (int i = 0; i < 100000; ++i) deep += "BEGIN:VEVENT\n", open += "END:VEVENT\n";
@@ -248,6 +311,16 @@ TEST(Calendar, a_line_longer_than_1023_bytes_is_changed_piece_by_piece) {
   const std::string task = "BEGIN:VTODO\nUID:9\nSUMMARY:Long\n" + text + "\nEND:VTODO\n";
   const Scene scene(System::xandros, complete(all_events, plain_calendar(task)));
   write_file(korganizer, plain_calendar(without(task, "COMPLETED:no", "COMPLETED:noZ")));
+  EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::tasks)));
+}
+
+TEST(Calendar, pieces_of_a_long_line_are_looked_at_alone) {
+  const std::string line = "X-NOTE:COMPLETED:" + std::string(1400, 'x');
+  const std::string task = "BEGIN:VTODO\nUID:9\nSUMMARY:Long\n" + line + "\nEND:VTODO\n";
+  const Scene scene(System::xandros, complete(all_events, plain_calendar(task)));
+  std::string there = task;
+  there.insert(there.find(line) + 1023, "Z");
+  write_file(korganizer, plain_calendar(there));
   EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::tasks)));
 }
 
@@ -386,6 +459,22 @@ TEST(Calendar, each_rule_of_mozilla_counts) {
   write_file(mozilla, tasks + events);
   EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::calendar)));
   EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::tasks)));
+}
+
+// The zone's name is no alarm.
+TEST(Calendar, what_stands_in_the_name_of_a_zone_does_not_count) {
+  const std::string alarm = "BEGIN:VALARM\nACTION:AUDIO\nEND:VALARM\n";
+  const auto task = [&alarm](const std::string& due, const std::string& more) {
+    return plain_calendar("BEGIN:VTODO\nUID:2\n" + due + alarm + more + "END:VTODO\n");
+  };
+  for (const std::string name : {"DUE", "DTSTART"}) {
+    const std::string due = name + ";TZID=/x/A-PT9H:20050501\n";
+    Scene::Entries entries = complete(all_events, task(due, ""));
+    entries.erase(entries.begin() + 2);
+    const Scene scene(System::linspire, entries);
+    write_file(mozilla, task(due, "X-MOZILLA-ALARM-DEFAULT-LENGTH\n :\n"));
+    EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::tasks)));
+  }
 }
 
 TEST(Calendar, a_month_before_the_days_is_a_loss) {

@@ -1,6 +1,7 @@
 #include "account/kinds/calendar.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -19,7 +20,9 @@ using State = CalendarIndex::State;
 struct Search {
   std::string place;
   CalendarIndex there;
-  Letters letters;        // of the archive
+  Letters letters;  // of the archive
+  // Time zones of the archive so far, and whether the calendar there has them.
+  std::map<std::string, bool> zones;
   std::string condition;  // why nothing was looked at; empty when it was
 };
 
@@ -51,6 +54,28 @@ Content completed(std::string text, const Decode& letters) {
     text += "\nEND:\n";
   }
   return {""};
+}
+
+// ---- Time zones ------------------------------------------------------------------------------------------
+
+void remember_zone(Search& search, const CalendarItem& zone) {
+  const auto content = content_of(zone.text, search.letters),
+             rewritten = content_of(zone.rewritten, search.letters);
+  if (!content) return;
+  bool& is_there = search.zones[value_of(*content, "TZID")];
+  is_there = search.there.has(*content) || (rewritten && search.there.has(*rewritten));
+}
+
+// True when a time of the item is meant in a zone that the archive tells and the calendar there does not.
+bool lacks_zone(const Search& search, const Content& content) {
+  constexpr std::string_view parameter = ";TZID=";
+  return std::ranges::any_of(content, [&](const std::string& property) {
+    const std::size_t begin = property.find(parameter);
+    if (begin == std::string::npos) return false;
+    const std::size_t name = begin + parameter.size();
+    const auto zone = search.zones.find(property.substr(name, property.find_first_of(":;", name) - name));
+    return zone != search.zones.end() && !zone->second;
+  });
 }
 
 // ---- Comparison ------------------------------------------------------------------------------------------
@@ -115,12 +140,16 @@ void compare_item(Search& search, const CalendarItem& item, Tally& tally) {
   const Content content = completed(item.text, search.letters);
   const bool is_changed = item.rewritten != item.text;
   const auto rewritten = is_changed ? content_of(item.rewritten, search.letters) : content;
-  if (search.there.take(content)) return tally.arrive_unchanged();
+  if (search.there.take(content)) {
+    if (lacks_zone(search, content)) return tally.miss(name_of(content), Cause::differs_in, "VTIMEZONE");
+    return tally.arrive_unchanged();
+  }
   if (!is_changed || !rewritten || !search.there.take(*rewritten))
     return miss_item(search, content, rewritten, tally);
   const std::string lost = lost_property(content, *rewritten);
-  if (lost.empty()) return tally.arrive_changed();
-  tally.miss(name_of(content), Cause::lost_in_move, lost);
+  if (!lost.empty()) return tally.miss(name_of(content), Cause::lost_in_move, lost);
+  if (lacks_zone(search, *rewritten)) return tally.miss(name_of(content), Cause::differs_in, "VTIMEZONE");
+  tally.arrive_changed();
 }
 
 void compare_items(const Case& of, Kind kind, const char* file, const char* before_evolution_2,
@@ -132,11 +161,17 @@ void compare_items(const Case& of, Kind kind, const char* file, const char* befo
   Search search = {.place = place,
                    .there = CalendarIndex(place, allowed, there),
                    .letters = Letters(of, name),
+                   .zones = {},
                    .condition = condition_not_met(of, kind)};
   read_personal(of, name, tally, [&](Source source) {
     CalendarReader reader(std::move(source), rewrite);
-    for (CalendarItem item; reader.next(item);)
-      if (item.kind != "VTIMEZONE") compare_item(search, item, tally);
+    for (CalendarItem item; reader.next(item);) {
+      if (item.kind == "VTIMEZONE") {
+        remember_zone(search, item);
+      } else {
+        compare_item(search, item, tally);
+      }
+    }
   });
 }
 

@@ -89,15 +89,6 @@ struct OrganizerTasks {
 
 // ---- Mozilla ---------------------------------------------------------------------------------------------
 
-std::string folded(const std::string& line) {
-  std::string result;
-  for (const char c : line) {
-    if (c == ':' || c == ';') result += "\n ";
-    result += c;
-  }
-  return result;
-}
-
 // What stands behind `name` in a rule, up to the next part of it.
 std::string part_of(const std::string& rule, std::string_view name) {
   const std::size_t begin = rule.find(name) + name.size();
@@ -128,7 +119,7 @@ std::string alarm_time(const std::string& line, MozillaAlarm& alarm) {
   const std::size_t number = line.find("-PT") + 3, end = line.find_first_of("MHD\n", number);
   alarm.length = " :" + line.substr(number, end - number) + "\n";
   if (end != std::string::npos && line[end] != '\n') alarm.unit = line[end];
-  return folded(line);
+  return line;
 }
 
 std::string alarm_end(const std::string& line, const MozillaAlarm& alarm) {
@@ -141,7 +132,7 @@ std::string alarm_end(const std::string& line, const MozillaAlarm& alarm) {
 std::string priority(std::string line) {
   const std::size_t value = line.find("PRIORITY:") + std::string_view("PRIORITY:").size();
   if (value < line.size() && line[value] == '4') line[value] = '5';
-  return folded(line);
+  return line;
 }
 
 }  // namespace
@@ -161,7 +152,7 @@ CalendarReader::Rewrite mozilla_calendar(MozillaAlarm& alarm) {
 
 CalendarReader::Rewrite mozilla_tasks(MozillaAlarm& alarm) {
   return by_pieces([&alarm](const std::string& line) {
-    if (has(line, "DUE;TZID=") || has(line, "DTSTART;TZID=")) return folded(line);
+    if (has(line, "DUE;TZID=") || has(line, "DTSTART;TZID=")) return line;  // whatever else they hold
     if (has(line, "PRIORITY:")) return priority(line);
     if (has(line, "-PT")) return alarm_time(line, alarm);
     if (has(line, "END:VALARM")) return alarm_end(line, alarm);

@@ -16,7 +16,7 @@ struct MozillaAlarm {
   std::string length;  ///< the continuation line
 };
 
-/// For the Mozilla calendar. `alarm` lives as long as the rewriting.
+/// For the Mozilla calendar, without the folding, which says nothing. `alarm` lives as long as the rewriting.
 CalendarReader::Rewrite mozilla_calendar(MozillaAlarm& alarm);
 CalendarReader::Rewrite mozilla_tasks(MozillaAlarm& alarm);
 

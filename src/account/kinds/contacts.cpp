@@ -53,8 +53,7 @@ bool each_contact_there(const Case& of, const std::string& place, const TakeCard
 
 std::string place_of(const Case& of) { return personal_file(of, "evolution/local/Contacts/addressbook.db"); }
 
-// ---- Evolution, KAddressBook: the vCards themselves
-// --------------------------------------------------------
+// ---- The vCards themselves, in Evolution and KAddressBook ------------------------------------------------
 
 class CardsThere {
  public:

@@ -93,17 +93,8 @@ void send_book(const char* path, int to) {
   setrlimit(RLIMIT_CPU, &seconds);
   const rlimit no_core = {0, 0};
   setrlimit(RLIMIT_CORE, &no_core);
-  Database database = new_database();
-  if (database == nullptr) return;
-  int result = open_book(*database, path);
-  if (result == DB_OLD_VERSION) {
-    const Database old = new_database();
-    if (old == nullptr || old->upgrade(old.get(), path, 0) != 0) return;
-    database = new_database();
-    if (database == nullptr) return;
-    result = open_book(*database, path);
-  }
-  if (result != 0) return;
+  const Database database = new_database();
+  if (database == nullptr || open_book(*database, path) != 0) return;
   const bool whole = send_records(*database, to) && is_sound(path);
   const std::uint32_t end[] = {end_mark, whole ? 0U : 1U};
   write_all(to, end, sizeof end);

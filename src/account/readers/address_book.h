@@ -10,8 +10,8 @@
 
 namespace account {
 
-/// A copy of a book that nobody else can change. Books of any page size, of either byte order and of older
-/// libraries are read.
+/// A copy of a book that nobody else can change. Books of any page size and either byte order
+/// are read.
 class AddressBook {
  public:
   explicit AddressBook(Source source);

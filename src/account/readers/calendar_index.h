@@ -30,6 +30,11 @@ class CalendarIndex {
   /// True when the file has an item that says just this; each is given once.
   bool take(const Content& content);
 
+  /// True when the file has such an item that has not been taken.
+  bool has(const Content& content) const {
+    return state_ == State::read && by_content_.contains(hash_of(content));
+  }
+
   /// Of the items with this uid that have not been taken, what the one says that is most like `content`.
   std::optional<Content> like(const Content& content) const;
 
