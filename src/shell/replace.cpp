@@ -65,8 +65,7 @@ bool make_file(const std::string& place, std::string_view text) {
 // No value when a new file cannot take the old one's place as it should.
 std::optional<bool> exchange(const std::string& place, const struct stat& old, std::string_view text) {
   NewFile made(place, 0600);
-  if (!made) return errno == EACCES || errno == EPERM ? std::nullopt : std::optional(false);
-  if (!give_likeness(made.number(), old)) return std::nullopt;
+  if (!made || !give_likeness(made.number(), old)) return std::nullopt;
   return take_place_with(made, text);
 }
 

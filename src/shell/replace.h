@@ -24,7 +24,7 @@
 ///   a link                                       stays; the file it names is replaced, or made
 ///   a file with further names, an ACL or other   written in place, because a new file would not be it: first
 ///   extended attributes, one whose owner we may  what goes beyond its old end, which can be cut off again,
-///   then not keep, one in a folder we may not write   the rest, which needs no room on a disk that
+///   then not keep, one in a folder that takes no new file   the rest, which needs no room on a disk that
 ///   overwrites in
 ///                                                place
 ///   a file we may not write, a folder            false

@@ -244,6 +244,20 @@ TEST(AppendToFile, LosesNothingThatItCannotRead) {
   EXPECT_EQ(EISDIR, errno);
 }
 
+TEST(AppendToFile, LeavesAFileThatMayNotBeRead) {
+  write_file("/tmp/d/f", "old");
+  ASSERT_EQ(0, chown("/tmp/d", 65534, 65534));
+  ASSERT_EQ(0, chown("/tmp/d/f", 65534, 65534));
+  ASSERT_EQ(0, chmod("/tmp/d/f", 0200));
+  bool appended = true;
+  {
+    const AsNobody user;
+    appended = append_to_file("/tmp/d/f", "new");
+  }
+  EXPECT_FALSE(appended);
+  EXPECT_EQ("old", read_file("/tmp/d/f"));
+}
+
 // ---- Keeping a file over its removal -----------------------------------------------------------------
 
 TEST(KeptFile, PutsTheOldOneBackWithoutANewOne) {
