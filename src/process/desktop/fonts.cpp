@@ -37,36 +37,38 @@ void replace_terminal_settings(const std::string& home, const char* tarball) {
   SYSTEM(compose("rm -rf %s", working_directory));
 }
 
-// Both ways to install are false when the fonts were too many for the command and could not be copied here.
-bool install_for_everybody(const std::string& folder) {
+// What was left to us and failed is on standard error; the fonts succeed all the same, as with a command that
+// fails.
+void copy_fonts(const shell::Command& command, const std::string& from, const std::string& to) {
+  static_cast<void>(copy_entries(command, from, to, CopyLike::cp));
+}
+
+void install_for_everybody(const std::string& folder) {
   const shell::Command remove = compose("rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1");
   SYSTEM(remove);
   // Deliberate: part of the output. No newline here, and the cache step is announced as copying as well.
   std::printf("Deleting file::%s", remove.c_str());
   constexpr const char* trace = "Copying fonts for redflag.\n%s\n";
   const shell::Command copy = compose("cp %s/* /usr/share/fonts/zh_CN/TrueType", folder);
-  const bool copied = copy_entries(copy, folder, "/usr/share/fonts/zh_CN/TrueType", CopyLike::cp);
+  copy_fonts(copy, folder, "/usr/share/fonts/zh_CN/TrueType");
   std::printf(trace, copy.c_str());
   const shell::Command cache = compose("fc-cache /usr/share/fonts/zh_CN/TrueType");
   SYSTEM(cache);
   std::printf(trace, cache.c_str());
-  return copied;
 }
 
-bool install_for_user(const std::string& folder, const std::string& home) {
+void install_for_user(const std::string& folder, const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.fonts", home));
-  const bool copied =
-      copy_entries(compose("cp %s/* %s/.fonts", folder, home), folder, home + "/.fonts", CopyLike::cp);
+  copy_fonts(compose("cp %s/* %s/.fonts", folder, home), folder, home + "/.fonts");
   SYSTEM(compose("fc-cache %s/.fonts", home));
-  return copied;
 }
 
 // Deliberate: part of the output. From the home's fonts, not from the archive's. The suite also gets those
 // the user had before, and none of the migrated ones where they are everybody's.
-bool give_to_office_suite(const std::string& home) {
+void give_to_office_suite(const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.staroffice7/user/fonts", home));
-  return copy_entries(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home), home + "/.fonts",
-                      home + "/.staroffice7/user/fonts", CopyLike::cp);
+  copy_fonts(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home), home + "/.fonts",
+             home + "/.staroffice7/user/fonts");
 }
 
 }  // namespace
@@ -78,8 +80,11 @@ int fonts(const char* args) {
   if (target.has().brings_terminal_settings && target.is_running_user)
     replace_terminal_settings(target.home, target.has().skeleton->tarball);
   const std::string folder = target.root + "/" + layout::fonts;
-  const bool for_everybody = target.has().fonts_for_everybody && target.one_of_several;
-  bool copied = for_everybody ? install_for_everybody(folder) : install_for_user(folder, target.home);
-  if (is_folder("/usr/bin", "staroffice") == 1) copied = give_to_office_suite(target.home) && copied;
-  return copied ? 0 : -1;
+  if (target.has().fonts_for_everybody && target.one_of_several) {
+    install_for_everybody(folder);
+  } else {
+    install_for_user(folder, target.home);
+  }
+  if (is_folder("/usr/bin", "staroffice") == 1) give_to_office_suite(target.home);
+  return 0;
 }
