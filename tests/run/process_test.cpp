@@ -15,6 +15,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
@@ -184,6 +185,30 @@ TEST_F(Run, SixtyThousandDocumentsArrive) {
   EXPECT_EQ("60000\n", output_of("ls /root/Documents | wc -l"));
   EXPECT_EQ(1, times_posted("image_1"));
   EXPECT_THAT(posts(), Contains(Pair("image_1", 0)));
+}
+
+// ---- A full disk, a file with an end mark -----------------------------------------------------------------
+
+TEST_F(Run, BookmarksThatCannotBeWrittenStayAndFailTheirMark) {
+  on("Linspire");
+  const SmallDisk disk("/root/.kde");
+  const std::string bookmarks = "/root/.kde/share/apps/konqueror/bookmarks.xml";
+  const std::string before = "<xbel>\n" + std::string(9000, 'b') + "\n</xbel>\n";
+  write_file(bookmarks, before);
+  disk.fill_but(2);
+  pack("Brindle/Mapped_Drives/z", "//s/a\nA\n");
+  migrate();
+  EXPECT_TRUE(same_bytes(before, read_file(bookmarks)));
+  EXPECT_THAT(posts(), Contains(Pair("image_9", -1)));
+}
+
+TEST_F(Run, OnePersonStaysOneWithTheEndMarkOfDos) {
+  on("Linspire");
+  pack("Brindle/users.txt", "Default=ann\r\nMultiUser Migration=0\r\n\x1a");
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_THAT(said, HasSubstr("Is Multi User::0\nDefault User::ann\n"));
+  EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
 }
 
 // ---- The progress timeout -------------------------------------------------------------------------------
