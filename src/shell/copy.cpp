@@ -97,8 +97,10 @@ class Copier {
   // Whether the folder was not there. No value, with errno set, when it is not there now.
   static std::optional<bool> make_folder(const std::string& path, const struct stat& like) {
     if (mkdir(path.c_str(), (like.st_mode & 0777) | S_IRWXU) == 0) return true;
+    if (errno != EEXIST) return std::nullopt;
     const std::optional<struct stat> there = look_at(path, false);
-    if (errno == EEXIST && there && S_ISDIR(there->st_mode)) return false;
+    if (there && S_ISDIR(there->st_mode)) return false;
+    errno = EEXIST;
     return std::nullopt;
   }
 
@@ -173,6 +175,14 @@ bool copy_all(const std::string& from, const std::string& to, CopyLike like) {
   return copied;
 }
 
+bool copy_to_free_place(const shell::Command& command, const std::string& from, const std::string& to) {
+  SetAside before(to);
+  SYSTEM(command);
+  const bool whole = same_content(from, to);
+  if (whole) before.give_up();
+  return whole;
+}
+
 // cp writes through a link, so the file it names cannot be out of the way.
 bool copy_through_link(const shell::Command& command, const std::string& from, const std::string& to) {
   const std::optional<std::string> before = read_whole(to);
@@ -194,9 +204,7 @@ bool copy_entries(const shell::Command& command, const std::string& from, const 
 bool copy_over(const shell::Command& command, const std::string& from, const std::string& to) {
   const std::optional<struct stat> there = look_at(to, false);
   if (there && S_ISLNK(there->st_mode)) return copy_through_link(command, from, to);
-  SetAside before(to);
+  if (!there || S_ISREG(there->st_mode)) return copy_to_free_place(command, from, to);
   SYSTEM(command);
-  const bool whole = same_content(from, to);
-  if (whole) before.give_up();
-  return whole;
+  return same_content(from, to);
 }

@@ -18,17 +18,19 @@
 ///
 /// The text is written to a hidden file in the same folder, forced to the disk, and renamed over the old one.
 ///
-///   what lies at `path`                          what becomes of it
-///   nothing                                      a file with the rights that the umask leaves
-///   a file                                       keeps its mode, owner and group
-///   a link                                       stays; the file it names is replaced, or made
-///   a file with further names, an ACL or other   written in place, because a new file would not be it: first
-///   extended attributes, one whose owner we may  what goes beyond its old end, which can be cut off again,
-///   then not keep, one in a folder that takes no new file   the rest, which needs no room on a disk that
-///   overwrites in
-///                                                place
-///   a file we may not write, a folder            false
-///   a device or pipe                             the text is sent to it
+///   what lies at `path`                        what becomes of it
+///   nothing                                    a file with the rights that the umask leaves
+///   a file                                     keeps its mode, owner and group
+///   a link                                     stays; the file it names is replaced, or made
+///   a file with further names or with          written in place, since a new file would not be it
+///   extended attributes, an ACL for instance
+///   a file of an owner we may not give         the same
+///   a file in a folder that takes no new one   the same
+///   a file we may not write, a folder          false
+///   a device or pipe                           the text is sent to it
+///
+/// In place, what goes beyond the old end is written first: when that fails, it is cut off again. The rest
+/// needs no room, but on a disk that writes every change to a new place.
 [[nodiscard]] bool replace_file(const std::string& path, const std::string& text);
 
 /// replace_file with the old content, if there is a file, in front of `text`.

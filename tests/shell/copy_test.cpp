@@ -214,6 +214,13 @@ TEST_F(CopyOver, LeavesTheOldOneWithoutANewOne) {
   EXPECT_EQ("old", read_file(to));
 }
 
+TEST_F(CopyOver, LeavesAFolderWhereItIs) {
+  write_file(std::string(to) + "/inside", "old");
+  EXPECT_FALSE(copied());
+  EXPECT_EQ("old", read_file(std::string(to) + "/inside"));
+  EXPECT_EQ("f\n", output_of("ls -A /tmp/disk/d"));
+}
+
 TEST_F(CopyOver, MakesAFileWhereNoneWas) {
   shell_quietly("mkdir -p /tmp/disk/d");
   EXPECT_TRUE(copied());
