@@ -38,7 +38,7 @@ bool reaches_disk(int file) { return fsync(file) == 0; }
 
 // The part beyond the old end goes first: cutting it off again gives the old file back.
 bool overwrite(int file, off_t old_size, std::string_view text) {
-  const std::size_t head = std::min(text.size(), static_cast<std::size_t>(old_size));
+  const auto head = static_cast<std::size_t>(std::min(static_cast<off_t>(text.size()), old_size));
   if (!write_from(file, old_size, text.substr(head)) || !reaches_disk(file)) {
     const int error = errno;
     static_cast<void>(ftruncate(file, old_size));  // cutting off needs no room
