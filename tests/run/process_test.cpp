@@ -4,6 +4,7 @@
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
@@ -159,6 +161,56 @@ TEST_F(Run, WithoutAListOfEtcNothingHappens) {
   EXPECT_EQ("", log());
 }
 
+// ---- Many names -----------------------------------------------------------------------------------------
+
+TEST_F(Run, TheFirstCommandMayHaveSixMegabytesOfWords) {
+  write_file("/usr/local/bin/gconftool-2", "#!/bin/sh\n[ -e /tmp/limit ] || ulimit -s > /tmp/limit\n");
+  shell_quietly("chmod 755 /usr/local/bin/gconftool-2");
+  rlimit limit{};
+  getrlimit(RLIMIT_STACK, &limit);
+  limit.rlim_cur = 1024 * 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_STACK, &limit));
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_EQ("24576\n", read_file("/tmp/limit"));
+}
+
+TEST_F(Run, SixtyThousandDocumentsArrive) {
+  on("Linspire");
+  shell_quietly(
+      "mkdir -p '/tmp/in/Brindle/My Documents' && cd '/tmp/in/Brindle/My Documents' && "
+      "seq -f \"" +
+      std::string(200, 'n') + "%05.0f\" 60000 | xargs touch");
+  migrate();
+  EXPECT_EQ("60000\n", output_of("ls /root/Documents | wc -l"));
+  EXPECT_EQ(1, times_posted("image_1"));
+  EXPECT_THAT(posts(), Contains(Pair("image_1", 0)));
+}
+
+// ---- A full disk, a file with an end mark -----------------------------------------------------------------
+
+TEST_F(Run, BookmarksThatCannotBeWrittenStayAndFailTheirMark) {
+  on("Linspire");
+  const SmallDisk disk("/root/.kde");
+  const std::string bookmarks = "/root/.kde/share/apps/konqueror/bookmarks.xml";
+  const std::string before = "<xbel>\n" + std::string(9000, 'b') + "\n</xbel>\n";
+  write_file(bookmarks, before);
+  disk.fill_but(2);
+  pack("Brindle/Mapped_Drives/z", "//s/a\nA\n");
+  migrate();
+  EXPECT_TRUE(same_bytes(before, read_file(bookmarks)));
+  EXPECT_THAT(posts(), Contains(Pair("image_9", -1)));
+}
+
+TEST_F(Run, OnePersonStaysOneWithTheEndMarkOfDos) {
+  on("Linspire");
+  pack("Brindle/users.txt", "Default=ann\r\nMultiUser Migration=0\r\n\x1a");
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_THAT(said, HasSubstr("Is Multi User::0\nDefault User::ann\n"));
+  EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
+}
+
 // ---- The progress timeout -------------------------------------------------------------------------------
 
 struct Timeout : Run {
@@ -233,15 +285,16 @@ TEST_F(Run, TracesOfAnEmptyArchiveWholeAndInOrder) {
   on("Linspire");
   pack("Brindle/x", "");
   migrate();
-  EXPECT_EQ("Getting OS Version.........\n\nOS Name::Linspire\nOS Version::Any\nDir Name::" + dir() +
-                "Temp Dir Path::" + dir() +
-                "/Brindle\nIs Multi User::0\nDefault User::\nbuffer=/root\n"
-                "Initializing Applications..............\nApplications Initialization.......DONE"
-                "New Dir Path::" +
-                dir() +
-                "/Brindle\nDoing for default user::\n"
-                "Aboutj to call mozilla mailAbout to call kdewallpaper",
-            said.substr(said.find("Getting OS Version")));
+  EXPECT_EQ(
+      "Getting OS Version.........\n\nOS Name::Linspire\nOS Version::Any\nDir Name::" + dir() +
+          "Temp Dir Path::" + dir() +
+          "/Brindle\nIs Multi User::0\nDefault User::\n"
+          "Initializing Applications..............\nbuffer=/root\nApplications Initialization.......DONE"
+          "New Dir Path::" +
+          dir() +
+          "/Brindle\nDoing for default user::\n"
+          "Aboutj to call mozilla mailAbout to call kdewallpaper",
+      said.substr(said.find("Getting OS Version")));
 }
 
 TEST_F(Run, CommandsOfAnEmptyArchiveInOrder) {

@@ -6,14 +6,17 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
@@ -40,17 +43,62 @@ TEST(IsFolder, TakesPathsOfAnyLength) {
   EXPECT_EQ(1, is_folder("/tmp", deep.c_str()));
 }
 
-TEST(ReplaceFile, LeavesNothingButTheTextAndKeepsEveryByte) {
-  const std::string text("a%s\0\n", 5);
-  write_file("/tmp/f", "something longer");
-  EXPECT_TRUE(replace_file("/tmp/f", text));
-  EXPECT_TRUE(same_bytes(text, read_file("/tmp/f")));
+TEST(CloseFile, TellsWhetherEveryByteWasWritten) {
+  File whole = open_file("/tmp/f", "w");
+  write_text(whole, "text");
+  EXPECT_TRUE(close_file(whole));
+  EXPECT_FALSE(whole);
+  EXPECT_EQ("text", read_file("/tmp/f"));
 }
 
-TEST(ReplaceFile, SaysWhenTheFileCannotBeOpened) {
-  EXPECT_FALSE(replace_file("/tmp/missing/f", "a"));
+TEST(CloseFile, SaysThatTheDiskIsFull) {
+  File full = open_file("/dev/full", "w");
+  write_text(full, "text");
+  EXPECT_FALSE(close_file(full));
+  EXPECT_EQ(ENOSPC, errno);
+  EXPECT_FALSE(full);
+}
+
+TEST(CloseFile, RemembersAWriteThatFailedBefore) {
+  File full = open_file("/dev/full", "w");
+  std::setbuf(full.get(), nullptr);
+  write_text(full, "text");
+  errno = 0;
+  EXPECT_FALSE(close_file(full));
+  EXPECT_NE(0, errno);
+}
+
+TEST(CloseFile, IsFalseForAStreamThatNeverOpened) {
+  File none = open_file("/tmp/missing/f", "w");
+  EXPECT_FALSE(close_file(none));
+}
+
+TEST(ReadWhole, GivesEveryByte) {
+  const std::string text = std::string(200'000, 'a') + std::string("\0\r\n", 3) + "end";
+  write_file("/tmp/f", text);
+  EXPECT_TRUE(same_bytes(text, read_whole("/tmp/f").value()));
+  write_file("/tmp/empty", "");
+  EXPECT_EQ("", read_whole("/tmp/empty"));
+}
+
+TEST(ReadWhole, HasNoValueForWhatCannotBeRead) {
+  EXPECT_FALSE(read_whole("/tmp/missing"));
   EXPECT_EQ(ENOENT, errno);
-  EXPECT_FALSE(exists("/tmp/missing"));
+  EXPECT_FALSE(read_whole("/tmp"));  // opens, but cannot be read
+  EXPECT_EQ(EISDIR, errno);
+}
+
+TEST(SameContent, ComparesToTheLastByte) {
+  write_file("/tmp/f", "one\ntwo\n");
+  write_file("/tmp/same", "one\ntwo\n");
+  write_file("/tmp/short", "one\n");
+  EXPECT_TRUE(same_content("/tmp/f", "/tmp/same"));
+  EXPECT_FALSE(same_content("/tmp/f", "/tmp/short"));
+  EXPECT_EQ(0, errno);
+  EXPECT_FALSE(same_content("/tmp/f", "/tmp/missing"));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_FALSE(same_content("/tmp/missing", "/tmp/f"));
+  EXPECT_EQ(ENOENT, errno);
 }
 
 TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
@@ -62,6 +110,80 @@ TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/tmp/a b.txt\"", "dos2unix -q \"/tmp/missing\""));
   EXPECT_THAT(log.messages(), IsEmpty());
 }
+
+struct Converter {
+  const char* name;
+  void (*convert)(const std::string& path);
+};
+
+class LineEnds : public testing::TestWithParam<Converter> {
+ protected:
+  static std::string converted(const std::string& text) {
+    write_file("/tmp/f", text);
+    GetParam().convert("/tmp/f");
+    return read_file("/tmp/f");
+  }
+};
+
+TEST_P(LineEnds, AreConvertedInAFileThatDos2unixTakesForBinary) {
+  EXPECT_EQ("a=1\nb=2\n", converted("a=1\r\nb=2\r\n\x1a"));
+  EXPECT_EQ("a=1\nb=2", converted("a=1\r\nb=2\x1a"));
+  EXPECT_EQ("a\x01=1\nb\n", converted("a\x01=1\r\nb\r\n"));
+  EXPECT_EQ(std::string("a\0=1\nb\n", 8), converted(std::string("a\0=1\r\nb\r\n", 10)));
+}
+
+TEST_P(LineEnds, LoseTheEndMarkWithoutACarriageReturnToo) {
+  EXPECT_EQ("a=1\nb=2", converted("a=1\nb=2\x1a\x1a"));
+  EXPECT_EQ("", converted("\x1a"));
+  EXPECT_EQ("a\x1a=1\n", converted("a\x1a=1\r\n"));
+}
+
+TEST_P(LineEnds, KeepACarriageReturnThatIsNone) { EXPECT_EQ("a\rb\x01\n\r", converted("a\rb\x01\r\n\r")); }
+
+TEST_P(LineEnds, LoseEveryCarriageReturnBeforeTheLineFeed) {
+  EXPECT_EQ("a\nb\n\n", converted("a\r\r\r\nb\r\r\n\r\n"));
+  EXPECT_EQ("a\nb\x01\n\n", converted("a\r\r\r\nb\x01\r\r\n\r\n"));
+}
+
+TEST_P(LineEnds, LoseTheByteOrderMarkAsInAnyText) {
+  EXPECT_EQ("a\n", converted("\xEF\xBB\xBF"
+                             "a\r\n"));
+  EXPECT_EQ("a\n", converted("\xEF\xBB\xBF"
+                             "a\r\n\x1a"));
+}
+
+TEST_P(LineEnds, AreConvertedWithoutDos2unix) {
+  answer_command("dos2unix", 127 << 8);
+  EXPECT_EQ("a\nb\n", converted("a\r\nb\r\n"));
+}
+
+TEST_P(LineEnds, OfWhatALinkNamesAreLeft) {
+  write_file("/tmp/named", "a\r\n\x1a");
+  shell_quietly("ln -s /tmp/named /tmp/link");
+  GetParam().convert("/tmp/link");
+  EXPECT_EQ("a\r\n\x1a", read_file("/tmp/named"));
+}
+
+TEST_P(LineEnds, StayOnAFullDisk) {
+  const SmallDisk disk("/tmp/disk");
+  write_file("/tmp/disk/f", "a\r\n\x1a");
+  disk.fill_but(0);
+  testing::internal::CaptureStderr();
+  GetParam().convert("/tmp/disk/f");
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), EndsWith("/tmp/disk/f: No space left on device\n"));
+  EXPECT_EQ("a\r\n\x1a", read_file("/tmp/disk/f"));
+}
+
+TEST_P(LineEnds, OfAMissingFileMakeNone) {
+  GetParam().convert("/tmp/missing");
+  EXPECT_FALSE(exists("/tmp/missing"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, LineEnds,
+    testing::Values(Converter{"Loudly", convert_line_ends}, Converter{"Silently", convert_line_ends_silently},
+                    Converter{"Quietly", [](const std::string& path) { dos_to_unix(path.c_str()); }}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST(ListFolder, GivesEveryEntryButTheTwoDots) {
   write_file("/tmp/f/.hidden", "");

@@ -71,5 +71,35 @@ class Install(unittest.TestCase):
         subprocess.run(["desktop-file-validate", self.local / "brindle/firefox.desktop"], check=True)
 
 
+class OtherPlaces(unittest.TestCase):
+    def setUp(self):
+        stage = tempfile.TemporaryDirectory()
+        self.addCleanup(stage.cleanup)
+        self.stage = Path(stage.name)
+
+    def install(self, *options):
+        return subprocess.run([OPTIONS.cmake, "--install", BUILD, *options], stdout=subprocess.DEVNULL, text=True,
+                              stderr=subprocess.PIPE, env={**os.environ, "DESTDIR": str(self.stage)})
+
+    def test_another_prefix_installs_nothing_and_says_why(self):
+        for prefix in ("/usr", "/opt/brindle", str(self.stage / "prefix")):
+            done = self.install("--prefix", prefix)
+            self.assertNotEqual(done.returncode, 0, prefix)
+            self.assertIn(f"the prefix {prefix}. To put", " ".join(done.stderr.split()))
+            self.assertEqual(list(self.stage.rglob("*")), [], prefix)
+
+    def test_the_usual_prefix_may_be_named(self):
+        self.assertEqual(self.install("--prefix", "/usr/local").returncode, 0)
+        self.assertTrue((self.stage / "usr/local/brindle/en_US").exists())
+
+    def test_the_icon_lies_where_novell_has_its_pictures(self):
+        pictures = self.stage / "opt/gnome/share/pixmaps"
+        pictures.mkdir(parents=True)
+        self.assertEqual(self.install().returncode, 0)
+        self.assertEqual((pictures / "Brindle_Icon.png").read_bytes(),
+                         (BUILD / "data/icons/Brindle_Icon.png").read_bytes())
+        self.assertTrue((self.stage / "usr/share/pixmaps/Brindle_Icon.png").exists())
+
+
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1] + REST, verbosity=2)

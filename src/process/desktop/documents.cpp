@@ -6,9 +6,11 @@
 
 #include "process/archive/layout.h"
 #include "process/desktop/konqueror.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "state/state.h"
 #include "system/target.h"
@@ -30,13 +32,15 @@ constexpr const char* documents_link =
     "URL=@home@/Documents\n"
     "@icon@";
 
-// Copies the content of the archive's `folder` into `destination`, a folder of the home.
-void copy_documents(const std::string& folder, const std::string& destination) {
+// Copies the content of the archive's `folder` into `destination`, a folder of the home. False when that was
+// left to us and failed.
+bool copy_documents(const std::string& folder, const std::string& destination) {
   SYSTEM(compose("mkdir -p %s", destination));
   // Deliberate: part of the output, the blank at the end.
   const shell::Command copy = compose("cp -a \"%s\"/* %s ", folder, destination);
-  SYSTEM(copy);
+  const bool copied = copy_entries(copy, folder, destination, CopyLike::cp_a);
   std::printf("In Documents::%s\n", copy.c_str());
+  return copied;
 }
 
 int write_documents_link(const Target& target) {
@@ -106,33 +110,36 @@ void give_konqueror_folder(const std::string& home, const std::string& user, con
   std::printf("Executed cmd::%s\n", chown.c_str());
 }
 
-// `skeleton` is the folder of the unpacked skeleton home.
-void add_shortcut(const std::string& home, const std::string& user, const Capabilities& has,
+// `skeleton` is the folder of the unpacked skeleton home. False when something was not written although the
+// home has a desktop; one without is passed over.
+bool add_shortcut(const std::string& home, const std::string& user, const Capabilities& has,
                   const char* skeleton) {
   if (!replace_file(home + "/Desktop/Share", fill(share_link, {{"icon", has.link_icon}}))) {
     std::perror("file extensions");
-    return;
+    return is_folder(home.c_str(), "Desktop") == 0;
   }
-  if (!has.share_in_konqueror) return;
+  if (!has.share_in_konqueror) return true;
   const std::string applications = home + "/.kde/share/apps";
   if (is_folder(applications.c_str(), "konqueror") == 0) give_konqueror_folder(home, user, skeleton);
-  add_konqueror_bookmark(home, share_bookmark);
+  return add_konqueror_bookmark(home, share_bookmark);
 }
 
 // Deliberate: part of the output. Every folder below /home gets a link, also one whose account was not
 // migrated.
 int share_files_with_everybody(const Target& target, const char* skeleton) {
   SYSTEM(compose("mkdir /Share"));
-  SYSTEM(compose("cp -a %s/File\\ Extensions/* /Share/", target.root));
-  add_shortcut("/root", "root", target.has(), skeleton);
+  const bool copied = copy_entries(compose("cp -a %s/File\\ Extensions/* /Share/", target.root),
+                                   target.root + "/" + layout::file_extensions, "/Share", CopyLike::cp_a);
+  bool written = add_shortcut("/root", "root", target.has(), skeleton);
   SYSTEM(compose("chmod -R 777 /Share"));  // everybody may read and write it
   const auto users = list_folder("/home");
   if (!users) {
     std::perror("In file_extensions() opendir: ");
     return -1;
   }
-  for (const std::string& user : *users) add_shortcut("/home/" + user, user, target.has(), skeleton);
-  return 0;
+  for (const std::string& user : *users)
+    written = add_shortcut("/home/" + user, user, target.has(), skeleton) && written;
+  return copied && written ? 0 : -1;
 }
 
 }  // namespace
@@ -141,15 +148,13 @@ int mydocs(const char* args) {
   const Target target = target_of(args);
   trace_home(target.home);
   if (target.home.empty()) return -1;
-  if (target.has().documents_on_desktop) {
-    copy_documents(target.root, target.home + "/Desktop/mydocument");
-    return 0;
-  }
-  copy_documents(target.root, target.home + "/Documents");
+  if (target.has().documents_on_desktop)
+    return copy_documents(target.root, target.home + "/Desktop/mydocument") ? 0 : -1;
+  const bool copied = copy_documents(target.root, target.home + "/Documents");
   // Deliberate: part of the output. The tilde is the home of whoever runs the program, also while a profile
   // is migrated.
   if (is_folder(target.home.c_str(), "Desktop") == 0) SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
-  return write_documents_link(target);
+  return write_documents_link(target) == 0 && copied ? 0 : -1;
 }
 
 int desktop(const char* args) {
@@ -158,11 +163,11 @@ int desktop(const char* args) {
   if (target.home.empty()) return -1;
   if (is_folder(target.home.c_str(), "Desktop") == 0)
     SYSTEM(compose("ln -s %s/.gnome-desktop/ %s/Desktop", target.home, target.home));
-  const shell::Command copy =
-      compose("cp -a %s/* %s/Desktop", target.root + "/" + layout::desktop, target.home);
-  SYSTEM(copy);
+  const std::string folder = target.root + "/" + layout::desktop;
+  const shell::Command copy = compose("cp -a %s/* %s/Desktop", folder, target.home);
+  const bool copied = copy_entries(copy, folder, target.home + "/Desktop", CopyLike::cp_a);
   std::printf("In Desktop::%s\n", copy.c_str());
-  return 0;
+  return copied ? 0 : -1;
 }
 
 int file_extensions(const char* args) {
@@ -172,5 +177,6 @@ int file_extensions(const char* args) {
 }
 
 void add_share_shortcut(const char* home, const char* user) {
-  add_shortcut(home, user, capabilities(detected_system()), homedirpath);
+  // What could not be written is on standard error.
+  static_cast<void>(add_shortcut(home, user, capabilities(detected_system()), homedirpath));
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "process/archive/layout.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
@@ -30,14 +31,16 @@ void replace_terminal_settings(const std::string& home, const char* tarball) {
   unpack(tarball);
   const shell::Command copy =
       compose("cp -f %s/root/.kde/share/config/konsolerc %s/.kde/share/config", working_directory, home);
-  SYSTEM(copy);
+  copy_over(copy, std::string(working_directory) + "/root/.kde/share/config/konsolerc",
+            home + "/.kde/share/config/konsolerc");
   std::printf("CMD Executed::%s\n", copy.c_str());
   SYSTEM(compose("rm -rf %s", working_directory));
 }
 
-void run_and_trace(const shell::Command& command, const char* trace) {
-  SYSTEM(command);
-  std::printf("%s%s\n", trace, command.c_str());
+// What was left to us and failed is on standard error; the fonts succeed all the same, as with a command that
+// fails.
+void copy_fonts(const shell::Command& command, const std::string& from, const std::string& to) {
+  static_cast<void>(copy_entries(command, from, to, CopyLike::cp));
 }
 
 void install_for_everybody(const std::string& folder) {
@@ -45,14 +48,18 @@ void install_for_everybody(const std::string& folder) {
   SYSTEM(remove);
   // Deliberate: part of the output. No newline here, and the cache step is announced as copying as well.
   std::printf("Deleting file::%s", remove.c_str());
-  constexpr const char* trace = "Copying fonts for redflag.\n";
-  run_and_trace(compose("cp %s/* /usr/share/fonts/zh_CN/TrueType", folder), trace);
-  run_and_trace(compose("fc-cache /usr/share/fonts/zh_CN/TrueType"), trace);
+  constexpr const char* trace = "Copying fonts for redflag.\n%s\n";
+  const shell::Command copy = compose("cp %s/* /usr/share/fonts/zh_CN/TrueType", folder);
+  copy_fonts(copy, folder, "/usr/share/fonts/zh_CN/TrueType");
+  std::printf(trace, copy.c_str());
+  const shell::Command cache = compose("fc-cache /usr/share/fonts/zh_CN/TrueType");
+  SYSTEM(cache);
+  std::printf(trace, cache.c_str());
 }
 
 void install_for_user(const std::string& folder, const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.fonts", home));
-  SYSTEM(compose("cp %s/* %s/.fonts", folder, home));
+  copy_fonts(compose("cp %s/* %s/.fonts", folder, home), folder, home + "/.fonts");
   SYSTEM(compose("fc-cache %s/.fonts", home));
 }
 
@@ -60,7 +67,8 @@ void install_for_user(const std::string& folder, const std::string& home) {
 // the user had before, and none of the migrated ones where they are everybody's.
 void give_to_office_suite(const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.staroffice7/user/fonts", home));
-  SYSTEM(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home));
+  copy_fonts(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home), home + "/.fonts",
+             home + "/.staroffice7/user/fonts");
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 /// Installs the fonts of ARGS/Fonts (`args` is the archive root, for profiles too): on a system with
 /// fonts_for_everybody and with an archive of several users for the whole system, otherwise into the home
 /// being migrated. Where the system brings_terminal_settings, the running user also gets the skeleton home's.
-/// Where the office suite is installed it gets the home's fonts as well. Always returns 0; what failed is in
-/// the system log.
+/// Where the office suite is installed it gets the home's fonts as well. Always
+/// returns 0; what failed is in the system log or, when there were too many fonts for a command, on standard
+/// error.
 int fonts(const char* args);
 
 #endif

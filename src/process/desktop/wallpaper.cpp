@@ -13,6 +13,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "state/state.h"
 #include "system/target.h"
@@ -59,6 +60,21 @@ int failed_without_style(std::FILE* log) {
 
 // ---- GNOME -------------------------------------------------------------------------------------------
 
+struct Copied {
+  std::optional<std::string> picture;
+  std::optional<Style> style;
+};
+
+// The picture and what lies beside it go to the home itself; the style's file is removed there again.
+Copied copy_all(const Target& target) {
+  const std::string style = style_file(target.home);
+  const SetAside own_file(style);
+  SYSTEM(compose("cp %s/* %s", folder_in(target.root), target.home));
+  Copied copied = {find_picture(target.root), read_style(style)};
+  unlink(style.c_str());
+  return copied;
+}
+
 // GNOME's word for tiling is "wallpaper"; it also serves unknown styles.
 const char* gnome_option(Style style) {
   if (style == Style::centred) return "centered";
@@ -96,6 +112,16 @@ std::string extension(const std::string& name) {
   const std::string line = name.substr(0, name.find('\n'));
   const std::size_t dot = line.find('.');
   return dot == std::string::npos ? "" : line.substr(dot);
+}
+
+// Copies the style's file, which stays unless the home had one, and the picture called `name` as `picture`.
+std::optional<Style> copy_picture(const Target& target, const std::string& name, const std::string& picture) {
+  const std::string folder = folder_in(target.root);
+  const std::string style = style_file(target.home);
+  const SetAside own_file(style);
+  SYSTEM(compose("cp %s/%s %s", folder, layout::wallpaper_style, target.home));
+  SYSTEM(compose("cp \"%s/%s\" \"%s\"", folder, name, picture));
+  return read_style(style);
 }
 
 struct KdeMode {
@@ -146,13 +172,10 @@ int wallpaper(const char* args) {
   trace_home(target.home);
   if (target.home.empty()) return -1;
   std::printf("Wallpaper Login Name::%s\n", target.home.c_str());
-  const std::optional<std::string> name = find_picture(target.root);
-  if (!name) return -1;
-  SYSTEM(compose("cp %s/* %s", folder_in(target.root), target.home));
-  const std::optional<Style> style = read_style(style_file(target.home));
-  if (!style) return failed_without_style(fp_log);
-  unlink(style_file(target.home).c_str());
-  return set_gnome_background(target, target.home + "/" + *name, gnome_option(*style));
+  const Copied copied = copy_all(target);
+  if (!copied.picture) return -1;
+  if (!copied.style) return failed_without_style(fp_log);
+  return set_gnome_background(target, target.home + "/" + *copied.picture, gnome_option(*copied.style));
 }
 
 int kdewallpaper(const char* args) {
@@ -164,11 +187,8 @@ int kdewallpaper(const char* args) {
   if (!name) return -1;
   std::printf("Wallpaper::%s\n", name->c_str());
   std::printf("P::%s\n", extension(*name).c_str());
-  const std::string folder = folder_in(target.root);
   const std::string picture = target.home + "/Wallpaper1" + extension(*name);
-  SYSTEM(compose("cp %s/%s %s", folder, layout::wallpaper_style, target.home));
-  SYSTEM(compose("cp \"%s/%s\" \"%s\"", folder, *name, picture));
-  const std::optional<Style> style = read_style(style_file(target.home));  // stays, unlike on GNOME
+  const std::optional<Style> style = copy_picture(target, *name, picture);
   if (!style) return failed_without_style(fp_log);
   const KdeMode mode = kde_mode(*style, target.has().kde_tiled);
   return target.is_running_user ? set_kde_background(picture, mode.number)

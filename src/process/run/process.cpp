@@ -17,7 +17,6 @@
 #include "process/run/run_note.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
-#include "shell/home.h"
 #include "shell/run.h"
 #include "state/posts.h"
 #include "state/state.h"
@@ -97,6 +96,7 @@ void end_run(GConfClient*& settings, std::FILE* log) {
 
 void* process(void* args) {
   pthread_setname_np(pthread_self(), "worker");
+  shell::allow_long_commands();  // before the first command
   if (getOsVersion(static_cast<char*>(args)) == 1) return nullptr;
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
@@ -114,7 +114,6 @@ void* process(void* args) {
   if (isMultiUser != 0) add_profiles_to_run_note(root.c_str());
 
   const Target target = target_of(root.c_str());
-  trace_home(target.home);
   prepare_applications(target);
   const bool refused = target.one_of_several && target.home != "/root";
   if (!refused) walk_steps(target, root);
