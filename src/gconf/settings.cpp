@@ -4,6 +4,7 @@
 
 #include "gconf/client.h"
 #include "shell/files.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 
 namespace {

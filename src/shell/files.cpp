@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -13,11 +14,34 @@ void write_text(const File& file, const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), file.get());
 }
 
-bool replace_file(const std::string& path, const std::string& text) {
-  const File file = open_file(path, "w");
+bool close_file(File& file) {
   if (!file) return false;
-  write_text(file, text);
-  return true;
+  // An error that an earlier write met, with errno long overwritten, shows here only.
+  const bool failed_before = std::ferror(file.get()) != 0;
+  errno = 0;
+  const bool closed = std::fclose(file.release()) == 0;
+  if (closed && !failed_before) return true;
+  if (errno == 0) errno = EIO;
+  return false;
+}
+
+std::optional<std::string> read_whole(const std::string& path) {
+  const File file = open_file(path, "r");
+  if (!file) return std::nullopt;
+  std::string text;
+  std::array<char, 1 << 16> block;
+  while (const std::size_t found = std::fread(block.data(), 1, block.size(), file.get()))
+    text.append(block.data(), found);
+  if (std::ferror(file.get()) != 0) return std::nullopt;
+  return text;
+}
+
+bool same_content(const std::string& path, const std::string& other) {
+  const std::optional<std::string> content = read_whole(path);
+  const std::optional<std::string> others = content ? read_whole(other) : std::nullopt;
+  if (!others) return false;
+  errno = 0;
+  return *content == *others;
 }
 
 void convert_line_ends(const std::string& path) { SYSTEM(compose("dos2unix %s", path)); }

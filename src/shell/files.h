@@ -13,17 +13,28 @@ struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-/// An open stream that closes itself.
+/// An open stream that closes itself. One that was written to is closed with close_file: only that tells
+/// whether everything was written.
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
 /// fopen with an owner. Empty, with errno set, when the file cannot be opened.
 File open_file(const std::string& path, const char* mode);
 
-/// Appends `text`, which may hold anything, to an open stream. A failing disk is not told.
+/// Appends `text`, which may hold anything, to an open stream. A failing disk is told by close_file.
 void write_text(const File& file, const std::string& text);
 
-/// Replaces the file at `path` by `text`. False, with errno set, when it cannot be opened.
-bool replace_file(const std::string& path, const std::string& text);
+/// Closes a stream that was written to; `file` is empty afterwards. False, with errno set, when any byte
+/// since it was opened did not reach the file: a full disk, a quota, a server that is gone. What lies there
+/// is then cut short, and the caller's to remove. An empty `file` is false as well.
+[[nodiscard]] bool close_file(File& file);
+
+/// All bytes of the file at `path`. No value, with errno set, when it cannot be opened or read to its end.
+std::optional<std::string> read_whole(const std::string& path);
+
+/// True when both files can be read to their end and hold the same bytes: whether a command has copied a file
+/// whole is not seen by its result. Else false, with errno set when one of them cannot be read and 0
+/// otherwise.
+bool same_content(const std::string& path, const std::string& other);
 
 /// Converts the file's line ends from CR LF to LF in place with dos2unix, which SYSTEM runs: the system log
 /// tells of a failure, the caller does not see it.

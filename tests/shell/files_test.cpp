@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "support/commands.h"
 #include "support/files.h"
@@ -40,17 +41,62 @@ TEST(IsFolder, TakesPathsOfAnyLength) {
   EXPECT_EQ(1, is_folder("/tmp", deep.c_str()));
 }
 
-TEST(ReplaceFile, LeavesNothingButTheTextAndKeepsEveryByte) {
-  const std::string text("a%s\0\n", 5);
-  write_file("/tmp/f", "something longer");
-  EXPECT_TRUE(replace_file("/tmp/f", text));
-  EXPECT_TRUE(same_bytes(text, read_file("/tmp/f")));
+TEST(CloseFile, TellsWhetherEveryByteWasWritten) {
+  File whole = open_file("/tmp/f", "w");
+  write_text(whole, "text");
+  EXPECT_TRUE(close_file(whole));
+  EXPECT_FALSE(whole);
+  EXPECT_EQ("text", read_file("/tmp/f"));
 }
 
-TEST(ReplaceFile, SaysWhenTheFileCannotBeOpened) {
-  EXPECT_FALSE(replace_file("/tmp/missing/f", "a"));
+TEST(CloseFile, SaysThatTheDiskIsFull) {
+  File full = open_file("/dev/full", "w");
+  write_text(full, "text");
+  EXPECT_FALSE(close_file(full));
+  EXPECT_EQ(ENOSPC, errno);
+  EXPECT_FALSE(full);
+}
+
+TEST(CloseFile, RemembersAWriteThatFailedBefore) {
+  File full = open_file("/dev/full", "w");
+  std::setbuf(full.get(), nullptr);
+  write_text(full, "text");
+  errno = 0;
+  EXPECT_FALSE(close_file(full));
+  EXPECT_NE(0, errno);
+}
+
+TEST(CloseFile, IsFalseForAStreamThatNeverOpened) {
+  File none = open_file("/tmp/missing/f", "w");
+  EXPECT_FALSE(close_file(none));
+}
+
+TEST(ReadWhole, GivesEveryByte) {
+  const std::string text = std::string(200'000, 'a') + std::string("\0\r\n", 3) + "end";
+  write_file("/tmp/f", text);
+  EXPECT_TRUE(same_bytes(text, read_whole("/tmp/f").value()));
+  write_file("/tmp/empty", "");
+  EXPECT_EQ("", read_whole("/tmp/empty"));
+}
+
+TEST(ReadWhole, HasNoValueForWhatCannotBeRead) {
+  EXPECT_FALSE(read_whole("/tmp/missing"));
   EXPECT_EQ(ENOENT, errno);
-  EXPECT_FALSE(exists("/tmp/missing"));
+  EXPECT_FALSE(read_whole("/tmp"));  // opens, but cannot be read
+  EXPECT_EQ(EISDIR, errno);
+}
+
+TEST(SameContent, ComparesToTheLastByte) {
+  write_file("/tmp/f", "one\ntwo\n");
+  write_file("/tmp/same", "one\ntwo\n");
+  write_file("/tmp/short", "one\n");
+  EXPECT_TRUE(same_content("/tmp/f", "/tmp/same"));
+  EXPECT_FALSE(same_content("/tmp/f", "/tmp/short"));
+  EXPECT_EQ(0, errno);
+  EXPECT_FALSE(same_content("/tmp/f", "/tmp/missing"));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_FALSE(same_content("/tmp/missing", "/tmp/f"));
+  EXPECT_EQ(ENOENT, errno);
 }
 
 TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {

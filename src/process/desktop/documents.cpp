@@ -9,6 +9,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "state/state.h"
 #include "system/target.h"

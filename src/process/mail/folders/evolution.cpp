@@ -11,6 +11,7 @@
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 
 namespace {
@@ -52,7 +53,9 @@ void convert_mailbox(const std::string& directory, const std::string& name, cons
   const std::string staging = staging_path(directory, dest);
   shell::run_unlogged(compose("mkdir -p \"%s\"/\"%s\"", staging, name));
   shell::run_unlogged(compose("cp \"%s\"/\"%s\" \"%s\"/\"%s\"/mbox", directory, name, staging, name));
-  replace_file(staging + "/" + name + "/folder-metadata.xml", fill(folder_metadata, {{"name", name}}));
+  // What becomes of it is not looked at.
+  static_cast<void>(
+      replace_file(staging + "/" + name + "/folder-metadata.xml", fill(folder_metadata, {{"name", name}})));
 }
 
 bool convert_folder(const std::string& directory, const std::string& dest) {

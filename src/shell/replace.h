@@ -1,0 +1,58 @@
+// Replacing a file of the person: the new content is there to the last byte, or the old one is as it was.
+//
+// Whatever writes a file that is somebody's goes through here, and a migrator whose writing failed returns
+// -1:
+//
+//   const std::optional<std::string> before = read_whole(copy);
+//   if (!before || !replace_file(path, rewritten(*before))) { std::perror(path.c_str()); return -1; }
+//
+// A file that is too big for memory, or new in a folder of our own, is written with open_file, write_text and
+// close_file (files.h) instead, and removed again when that fails.
+#ifndef BRINDLE_SHELL_REPLACE_H
+#define BRINDLE_SHELL_REPLACE_H
+
+#include <string>
+
+/// Replaces the file at `path`, or makes it, with `text` as its content. False, with errno set, when the file
+/// or its folder cannot be written or has no room: what was there is then unchanged, and nothing new is left.
+///
+/// The text is written to a hidden file in the same folder, forced to the disk, and renamed over the old one.
+///
+///   what lies at `path`                          what becomes of it
+///   nothing                                      a file with the rights that the umask leaves
+///   a file                                       keeps its mode, owner and group
+///   a link                                       stays; the file it names is replaced, or made
+///   a file with further names, an ACL or other   written in place, because a new file would not be it: first
+///   extended attributes, one whose owner we may  what goes beyond its old end, which can be cut off again,
+///   then not keep, one in a folder we may not write   the rest, which needs no room on a disk that
+///   overwrites in
+///                                                place
+///   a file we may not write, a folder            false
+///   a device or pipe                             the text is sent to it
+[[nodiscard]] bool replace_file(const std::string& path, const std::string& text);
+
+/// replace_file with the old content, if there is a file, in front of `text`.
+[[nodiscard]] bool append_to_file(const std::string& path, const std::string& text);
+
+/// Keeps a file that a command is about to remove, because a new one comes in its place. At the end of its
+/// life the old file is put back if nothing lies at `path`, and is gone if something does:
+///
+///   const KeptFile before(path);
+///   SYSTEM(compose("rm %s", path));
+///   return replace_file(path, text) ? 0 : -1;
+///
+/// It is kept as a second, hidden name in the same folder. Where the file system has none, or there is no
+/// file, nothing is kept and nothing put back.
+class KeptFile {
+ public:
+  explicit KeptFile(std::string path);
+  ~KeptFile();
+  KeptFile(const KeptFile&) = delete;
+  KeptFile& operator=(const KeptFile&) = delete;
+
+ private:
+  std::string path_;
+  std::string second_name_;  // empty when nothing is kept
+};
+
+#endif
