@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include "state/state.h"
 #include "support/commands.h"
 
@@ -35,6 +37,11 @@ TEST(TargetOf, AProfileIsTheProfilesUser) {
   EXPECT_FALSE(target.is_running_user);
   EXPECT_TRUE(target.one_of_several);
   EXPECT_EQ("/a/Profiles/ben", target.root);
+}
+
+TEST(TargetOf, TheLanguageIsTheWizards) {
+  setenv("LANG", "ru_RU.UTF-8", 1);
+  EXPECT_EQ("ru_RU", target_of("").language);
 }
 
 TEST(TargetOf, AProfileCalledRootDoesNotGetTheSuperusersHome) {
