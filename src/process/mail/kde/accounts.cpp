@@ -237,8 +237,9 @@ int kmail_mail_account(const char* args) {
   int result = 0;
   for (const Step& step : steps) {
     std::printf("%s", step.trace);
-    result = step.migrate(target);
-    if (result == 1) return 1;
+    const int answer = step.migrate(target);
+    if (answer == 1) return 1;
+    if (answer != 0 && step.migrate != write_accounts) result = answer;
   }
   std::printf("Notes are done.");
   return result;

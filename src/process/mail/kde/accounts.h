@@ -3,8 +3,8 @@
 #define BRINDLE_PROCESS_MAIL_KDE_ACCOUNTS_H
 
 /// Migrates accounts, contacts, mail, calendar with tasks, and notes from the archive root (or a profile's
-/// folder) `args`, in this order. Returns 1 as soon as a step returns 1, else the last step's result; a
-/// missing accounts folder (-1) stops nothing.
+/// folder) `args`, in this order. Returns 1 as soon as a step returns 1. Another failure stops nothing: it is
+/// the result in the end, but for a missing accounts folder, which is none.
 int kmail_mail_account(const char* args);
 
 /// Writes an account and a transport into the target user's kmailrc for each account settings file under
