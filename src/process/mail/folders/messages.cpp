@@ -87,17 +87,15 @@ void EarlierMessages::add(const std::string& path) {
   if (!file) return;
   std::array<char, head_size> head;
   const std::size_t found = std::fread(head.data(), 1, head.size(), file.get());
-  paths_[{*size, hash_of_head({head.data(), found})}].push_back(path);
+  paths_.emplace(Key(*size, hash_of_head({head.data(), found})), path);
 }
 
 template <typename Same>
 bool EarlierMessages::take(const Key& key, Same same) {
-  const auto found = paths_.find(key);
-  if (found == paths_.end()) return false;
-  std::deque<std::string>& paths = found->second;
-  const auto taken = std::ranges::find_if(paths, same);
-  if (taken == paths.end()) return false;
-  paths.erase(taken);
+  const auto [first, last] = paths_.equal_range(key);
+  const auto taken = std::find_if(first, last, [&](const auto& row) { return same(row.second); });
+  if (taken == last) return false;
+  paths_.erase(taken);
   return true;
 }
 

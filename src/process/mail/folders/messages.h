@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <string>
 #include <string_view>
@@ -33,7 +32,7 @@ class EarlierMessages {
   template <typename Same>
   bool take(const Key& key, Same same);
 
-  std::map<Key, std::deque<std::string>> paths_;
+  std::multimap<Key, std::string> paths_;
 };
 
 /// Takes messages piece by piece and writes each to a file of its own. A file that is there is never touched:
