@@ -1,24 +1,16 @@
-// The wizard's language, and with it the encoding of texts that a Windows of that language wrote.
+// The language the person reads, as the locale variables name it.
 #ifndef BRINDLE_SYSTEM_LANGUAGE_H
 #define BRINDLE_SYSTEM_LANGUAGE_H
 
 #include <string>
-#include <string_view>
 
-#include "system/system.h"
+/// The locale that the wizard takes its language from, such as "de_DE.UTF-8": LC_CTYPE on systems that look
+/// at it first, when it is set, else LANG. Null when that is not set. Prints nothing.
+const char* wizard_locale();
 
-/// The language code that the wizard's texts are chosen by: the first five characters of LANG, or, on a
-/// system whose row says so, of LC_CTYPE when that is set. Empty when the variable is missing or shorter.
-std::string wizard_language(System system);
-
-/// The name, for iconv, of the code page that a Windows of `language` uses for texts of its programs. The
-/// country counts where two differ, as for Chinese; a language without a row has that of Western Europe.
-///
-///   "de_DE"   "CP1252"        "ru_RU"   "CP1251"        "zh_CN"   "CP936"        "zh_TW"   "CP950"
-const char* windows_code_page(std::string_view language);
-
-/// `bytes` in UTF-8: as they are when they are UTF-8, else read in the Windows code page of `language`. A
-/// byte that the code page does not have becomes U+FFFD; half a character at the end is left out.
-std::string as_utf8(std::string_view bytes, std::string_view language);
+/// The locale the person has chosen: wizard_locale, unless the start script went over to English texts, which
+/// then keeps it in BRINDLE_LOCALE. Empty when none is set. The texts of a language may be missing, its files
+/// are there all the same.
+std::string persons_locale();
 
 #endif

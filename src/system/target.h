@@ -15,7 +15,7 @@ struct Target {
   bool one_of_several = false;  ///< the archive has several users
   System system = System::other;
   std::string system_version;  ///< as OSVersion has it
-  std::string language;        ///< the wizard's (language.h)
+  std::string locale;          ///< the person's (language.h)
   std::string root;  ///< where the migrator's data lie: the archive root, or a profile's folder in it
 
   const Capabilities& has() const { return capabilities(system); }

@@ -39,9 +39,14 @@ TEST(TargetOf, AProfileIsTheProfilesUser) {
   EXPECT_EQ("/a/Profiles/ben", target.root);
 }
 
-TEST(TargetOf, TheLanguageIsTheWizards) {
+TEST(TargetOf, TheLocaleIsThePersons) {
   setenv("LANG", "ru_RU.UTF-8", 1);
-  EXPECT_EQ("ru_RU", target_of("").language);
+  EXPECT_EQ("ru_RU.UTF-8", target_of("").locale);
+  setenv("BRINDLE_LOCALE", "de_DE.UTF-8", 1);  // where the texts had to be English
+  EXPECT_EQ("de_DE.UTF-8", target_of("").locale);
+  unsetenv("BRINDLE_LOCALE");
+  unsetenv("LANG");
+  EXPECT_EQ("", target_of("").locale);
 }
 
 TEST(TargetOf, AProfileCalledRootDoesNotGetTheSuperusersHome) {

@@ -4,7 +4,7 @@
 
 #include "process/archive/settings.h"
 #include "shell/files.h"
-#include "system/language.h"
+#include "system/windows_text.h"
 
 namespace {
 
@@ -18,11 +18,11 @@ bool is_readable(std::FILE* file) {
 /// The texts of an account file.
 class Texts {
  public:
-  Texts(std::FILE* file, const std::string& language) : file_(file), language_(language) {}
+  Texts(std::FILE* file, const std::string& locale) : file_(file), locale_(locale) {}
 
   std::optional<std::string> find(const char* key) const {
     std::optional<std::string> value = setting(file_, key);
-    if (value) *value = as_utf8(*value, language_);
+    if (value) *value = as_utf8(*value, locale_);
     return value;
   }
   std::string of(const char* key) const { return find(key).value_or(""); }
@@ -35,7 +35,7 @@ class Texts {
 
  private:
   std::FILE* file_;
-  const std::string& language_;
+  const std::string& locale_;
 };
 
 bool flag(std::FILE* file, const char* key) { return get_char(file, key) == '1'; }
@@ -99,7 +99,7 @@ void read_outgoing(std::FILE* file, const Texts& texts, MailAccount& account) {
 }  // namespace
 
 std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallbacks,
-                                        const std::string& language) {
+                                        const std::string& locale) {
   const File file = open_file(path, "r");
   if (!file || !is_readable(file.get())) {
     const int error = errno;
@@ -107,7 +107,7 @@ std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallb
     errno = error;
     return std::nullopt;
   }
-  const Texts texts(file.get(), language);
+  const Texts texts(file.get(), locale);
   MailAccount account;
   read_sender(texts, fallbacks, account);
   read_incoming(file.get(), texts, account);

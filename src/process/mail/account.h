@@ -6,7 +6,7 @@
 #include <string>
 
 /// A mail account. Its texts are UTF-8: one that is not in the file as UTF-8 was read as a Windows text of
-/// the wizard's language. A text that the file does not have is empty; a flag is only true for its yes value.
+/// person's language. A text that the file does not have is empty; a flag is only true for its yes value.
 struct MailAccount {
   std::string name;          ///< shown in the mail client
   std::string display_name;  ///< the sender's full name
@@ -34,9 +34,9 @@ enum class Fallbacks {
   second,  ///< KMail and Mozilla: "Reply Email" and "Organization"
 };
 
-/// Reads the account settings file at `path` (LF line ends) of a Windows of `language` (system/language.h).
+/// Reads the account settings file at `path` (LF line ends) of a Windows in the language of `locale`.
 /// No value, with errno set, when it cannot be opened or is no file.
 std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallbacks,
-                                        const std::string& language);
+                                        const std::string& locale);
 
 #endif

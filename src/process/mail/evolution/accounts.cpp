@@ -127,7 +127,7 @@ std::string ending(const Target& target) {
 }
 
 std::optional<std::string> describe(const Target& target, const std::string& account_path) {
-  const std::optional<MailAccount> account = read_account(account_path, Fallbacks::none, target.language);
+  const std::optional<MailAccount> account = read_account(account_path, Fallbacks::none, target.locale);
   if (!account) return std::nullopt;
   const Flags flags = flags_of(*account);
   std::string description = "<?xml version=\"1.0\"?>\n";

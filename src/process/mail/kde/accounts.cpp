@@ -154,7 +154,7 @@ enum class Outcome { whole, without_folder_file, not_in_kmailrc, passed_over };
 // `before` keeps the old kmailrc, once that is removed, until a whole new one is there.
 Outcome write_account(const Target& target, const std::string& file, int number,
                       std::optional<KeptFile>& before) {
-  const std::optional<MailAccount> account = read_account(file, Fallbacks::second, target.language);
+  const std::optional<MailAccount> account = read_account(file, Fallbacks::second, target.locale);
   if (!account) return Outcome::passed_over;
   std::printf("Account Name::%s\n", account->name.c_str());
   reseed_id_generator(target);

@@ -192,7 +192,7 @@ enum class Outcome { written, not_in_prefs, passed_over };
 
 Outcome append_account(const Target& target, const std::string& file, const std::string& profile,
                        int number) {
-  const auto account = read_account(file, Fallbacks::second, target.language);
+  const auto account = read_account(file, Fallbacks::second, target.locale);
   if (!account) return Outcome::passed_over;
   std::printf("Account Name::%s\n", account->name.c_str());
   if (!append_to_client_file(prefs_of(profile), preferences(*account, profile, number)))

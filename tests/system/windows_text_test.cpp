@@ -1,36 +1,8 @@
-#include "system/language.h"
+#include "system/windows_text.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 namespace {
-
-// ---- The wizard's language -------------------------------------------------------------------------------
-
-TEST(WizardLanguage, IsTheFirstFiveCharactersOfLang) {
-  setenv("LC_CTYPE", "ja_JP", 1);
-  setenv("LANG", "de_DE.UTF-8", 1);
-  for (const System system : {System::linspire, System::redflag, System::xandros, System::other})
-    EXPECT_EQ("de_DE", wizard_language(system));
-}
-
-TEST(WizardLanguage, IsThatOfCtypeOnGnome) {
-  setenv("LC_CTYPE", "ja_JP.eucJP", 1);
-  setenv("LANG", "de_DE", 1);
-  EXPECT_EQ("ja_JP", wizard_language(System::gnome));
-  setenv("LC_CTYPE", "C", 1);
-  EXPECT_EQ("", wizard_language(System::gnome));
-  unsetenv("LC_CTYPE");
-  EXPECT_EQ("de_DE", wizard_language(System::gnome));
-}
-
-TEST(WizardLanguage, IsEmptyForAShortOrMissingVariable) {
-  setenv("LANG", "de", 1);
-  EXPECT_EQ("", wizard_language(System::linspire));
-  unsetenv("LANG");
-  EXPECT_EQ("", wizard_language(System::linspire));
-}
 
 // ---- Code pages ------------------------------------------------------------------------------------------
 
@@ -63,8 +35,15 @@ INSTANTIATE_TEST_SUITE_P(
                     Letter{"zh_HK", "\xa4\x75", "\u5de5"}, Letter{"zh_SG", "\xb9\xa4", "\u5de5"}),
     [](const auto& one) { return std::string(one.param.language); });
 
+TEST(CodePage, IsFoundInEveryFormOfALocale) {
+  for (const char* locale : {"ru", "ru_RU", "ru_RU.KOI8-R", "ru.UTF-8", "ru@x", "ru_UA@x"})
+    EXPECT_STREQ("CP1251", windows_code_page(locale)) << locale;
+  EXPECT_STREQ("CP950", windows_code_page("zh_TW.Big5"));
+  EXPECT_STREQ("CP936", windows_code_page("zh"));
+}
+
 TEST(CodePage, OfAnUnknownLanguageIsThatOfWesternEurope) {
-  for (const char* language : {"", "C.UTF", "POSIX", "xx_YY", "zhx_C"})
+  for (const char* language : {"", "C.UTF", "POSIX", "xx_YY", "zhx_C", "r", "rus"})
     EXPECT_STREQ("CP1252", windows_code_page(language)) << language;
 }
 
