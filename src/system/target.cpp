@@ -12,6 +12,6 @@ Target target_of(const char* args) {
           .one_of_several = isMultiUser != 0,
           .system = detected_system(),
           .system_version = OSVersion,
-          .locale = persons_locale(),
-          .root = args};
+          .root = args,
+          .locale = persons_locale()};
 }

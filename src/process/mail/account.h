@@ -6,7 +6,7 @@
 #include <string>
 
 /// A mail account. Its texts are UTF-8: one that is not in the file as UTF-8 was read as a Windows text of
-/// person's language. A text that the file does not have is empty; a flag is only true for its yes value.
+/// the person's language. A text that the file does not have is empty; a flag is only true for its yes value.
 struct MailAccount {
   std::string name;          ///< shown in the mail client
   std::string display_name;  ///< the sender's full name

@@ -287,6 +287,7 @@ TEST_F(EvolutionAccounts, AProfileWhoseFileCannotBeMadeEndsTheMigrator) {
   isDefaultUser = 0;
   ASSERT_TRUE(assign(cur_user, "ann"));
   std::filesystem::create_directories("/home/ann/evolution/local");
+  write_file("/home/ann/.gconf", "no folder");
   write_file(archive_root + "/Mail/Inbox", "From a\n");
   testing::internal::CaptureStdout();
   EXPECT_EQ(-1, migrate());
@@ -321,6 +322,21 @@ TEST_F(EvolutionAccounts, AnAccountThatIsNoXmlEndsAProfilesList) {
     EXPECT_EQ(0, migrate());
     EXPECT_EQ(1, accounts_in(data_server_finds("accounts", "/home/ann"))) << settings;
     std::filesystem::remove_all("/home/ann");
+  }
+}
+
+// A real settings daemon reads what was written below the folders that were missing.
+TEST_F(EvolutionAccounts, AHomeWithoutSettingsGetsTheFoldersForThem) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  has("1", "Account Name=Work\nIMAP Server=h\n");
+  for (const std::string there : {"", "/.gconf", "/.gconf/apps", "/.gconf/apps/evolution"}) {
+    std::filesystem::remove_all("/home/ann");
+    std::filesystem::create_directories("/home/ann" + there);
+    EXPECT_EQ(0, migrate());
+    EXPECT_THAT(gconf_value_in("/home/ann", "/apps/evolution/mail/accounts"),
+                HasSubstr("<account name=\"Work\" uid="))
+        << there;
   }
 }
 
