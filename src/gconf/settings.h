@@ -22,8 +22,9 @@ struct SettingsFile {
   bool announced = false;                ///< prints each command and the file's path
 };
 
-/// What became of them. A client that fails has said so on standard error; a file that cannot be made leaves
-/// errno. Whoever lets a failure pass says so with a cast to void and the reason.
+/// What became of them. A client that fails has said so on standard error; a file that cannot be written
+/// leaves errno, and the old one as it was. Whoever lets a failure pass says so with a cast to void and the
+/// reason.
 enum class Stored { all, not_all_in_client, not_in_file };
 
 /// Stores settings for `target`: for the running user each of `settings` through the GConf client, in order,

@@ -6,6 +6,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -136,6 +137,18 @@ TEST_F(Browser, AnUnwritableProfileIsReported) {
   cookie_file("a\n");
   shell_quietly("rm -r /root/.mozilla/default/abc.slt; touch /root/.mozilla/default/abc.slt");
   EXPECT_EQ(" in cookies : Not a directory\n", complaint_of(cookies));
+}
+
+TEST_F(Browser, OnAFullDiskTheOldCookiesStay) {
+  const SmallDisk disk("/root/.mozilla/default");
+  const std::string jar = std::string(profile) + "cookies.txt";
+  const std::string old(5000, 'o');
+  write_file(jar, old);
+  cookie_file(std::string(20'000, 'c'));
+  disk.fill_but(1);
+  shell_quietly("mv /root/.mozilla/default/filling " + std::string(profile));  // it is no profile
+  EXPECT_EQ(" in cookies : No space left on device\n", complaint_of(cookies));
+  EXPECT_TRUE(same_bytes(old, read_file(jar)));
 }
 
 TEST_F(Browser, CurlSendsTheCookieToHostAndSubdomains) {

@@ -6,6 +6,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
@@ -285,6 +286,44 @@ TEST_F(SharedFiles, EvenForTheProfileBeingMigrated) {
   EXPECT_EQ(0, file_extensions(archive));
   EXPECT_FALSE(exists("/home/ann/File Extensions"));
   EXPECT_TRUE(exists("/home/ben/Desktop/Share"));
+}
+
+TEST_F(SharedFiles, FailWhenALinkCannotBeWritten) {
+  const SmallDisk disk("/home/ann/Desktop");
+  write_file("/home/ann/Desktop/Share", "old");
+  disk.fill_but(0);
+  EXPECT_THAT(standard_error_of(file_extensions, archive, -1),
+              HasSubstr("file extensions: No space left on device\n"));
+  EXPECT_EQ("old", read_file("/home/ann/Desktop/Share"));
+  EXPECT_TRUE(matches_expected("/home/ben/Desktop/Share", "documents/gnome/Share"));
+}
+
+TEST_F(SharedFiles, FailWhenABookmarkCannotBeWritten) {
+  on("Linspire");
+  const SmallDisk disk("/home/ann/.kde");
+  write_file("/home/ann/.kde/share/apps/konqueror/bookmarks.xml", "<xbel/>\n");
+  disk.fill_but(0);
+  standard_error_of(file_extensions, archive, -1);
+  EXPECT_EQ("<xbel/>\n", read_file("/home/ann/.kde/share/apps/konqueror/bookmarks.xml"));
+}
+
+// ---- On a full disk ----------------------------------------------------------------------------------
+
+TEST_F(Documents, OnAFullDiskLeaveTheOldLink) {
+  const SmallDisk disk("/root/Desktop");
+  write_file("/root/Desktop/My Documents", "old");
+  disk.fill_but(0);
+  EXPECT_EQ("MyDocs : No space left on device\n", standard_error_of(mydocs, folder.c_str(), -1));
+  EXPECT_EQ("old", read_file("/root/Desktop/My Documents"));
+}
+
+TEST_F(FileExtensions, OnAFullDiskLeaveTheOldLink) {
+  isMultiUser = 0;
+  const SmallDisk disk("/root/Desktop");
+  write_file("/root/Desktop/Windows Files", "old");
+  disk.fill_but(0);
+  EXPECT_EQ("file extensions: No space left on device\n", standard_error_of(file_extensions, archive, -1));
+  EXPECT_EQ("old", read_file("/root/Desktop/Windows Files"));
 }
 
 // ---- The shortcut in Konqueror --------------------------------------------------------------------------

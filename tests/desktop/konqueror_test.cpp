@@ -5,17 +5,19 @@
 
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 
 constexpr const char* bookmarks = "/root/.kde/share/apps/konqueror/bookmarks.xml";
 constexpr const char* copy_of_bookmarks = "/root/.kde/share/apps/konqueror/bookmarkstemp.xml";
 
 std::string after_adding(const std::string& before, const std::string& bookmark) {
   write_file(bookmarks, before);
-  add_konqueror_bookmark("/root", bookmark);
+  EXPECT_TRUE(add_konqueror_bookmark("/root", bookmark));
   return read_file(bookmarks);
 }
 
@@ -59,7 +61,7 @@ TEST(KonquerorBookmark, RunsItsCommandsAndSaysWhatItFound) {
   write_file(bookmarks, "<xbel/>\n");
   forget_commands();
   testing::internal::CaptureStdout();
-  add_konqueror_bookmark("/root", "<new/>");
+  EXPECT_TRUE(add_konqueror_bookmark("/root", "<new/>"));
   EXPECT_EQ("found something", testing::internal::GetCapturedStdout());
   EXPECT_THAT(commands_run(), ElementsAre(std::string("rm -f ") + copy_of_bookmarks,
                                           std::string("cp ") + bookmarks + " " + copy_of_bookmarks));
@@ -68,7 +70,7 @@ TEST(KonquerorBookmark, RunsItsCommandsAndSaysWhatItFound) {
 
 TEST(KonquerorBookmark, DoesNotMakeAMissingFileNorUseAnOldCopy) {
   write_file(copy_of_bookmarks, "<xbel/>\n");
-  add_konqueror_bookmark("/root", "<new/>");
+  EXPECT_TRUE(add_konqueror_bookmark("/root", "<new/>"));
   EXPECT_FALSE(exists(bookmarks));
   EXPECT_FALSE(exists(copy_of_bookmarks));
 }
@@ -79,9 +81,44 @@ TEST(KonquerorBookmark, IsNotLostInSilenceWhenTheFileCannotBeWritten) {
   shell_quietly("until readlink /proc/" + program.substr(0, program.size() - 1) +
                 "/exe | grep -q bookmarks; do sleep 0.01; done");
   testing::internal::CaptureStderr();
-  add_konqueror_bookmark("/root", "<new/>");
+  EXPECT_FALSE(add_konqueror_bookmark("/root", "<new/>"));
   EXPECT_EQ(std::string(bookmarks) + ": Text file busy\n", testing::internal::GetCapturedStderr());
   shell_quietly("kill " + program);
+}
+
+// ---- On a full disk ----------------------------------------------------------------------------------
+
+std::string many_bookmarks() {
+  std::string text = "<xbel>\n";
+  for (int number = 0; number < 300; ++number)
+    text += "<bookmark href=\"http://" + std::to_string(number) + ".example/\"/>\n";
+  return text + "</xbel>\n";
+}
+
+TEST(KonquerorBookmarkOnAFullDisk, IsRefusedWhenTheCopyIsNotWhole) {
+  const SmallDisk disk("/root");
+  write_file(bookmarks, many_bookmarks());
+  for (const int left : {0, 1}) {  // no copy, and a part of one
+    disk.empty();
+    disk.fill_but(left);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(add_konqueror_bookmark("/root", "<new/>"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                EndsWith(std::string(bookmarks) + ": No space left on device\n"));
+    EXPECT_TRUE(same_bytes(many_bookmarks(), read_file(bookmarks)));
+    shell_quietly(std::string("rm -f ") + copy_of_bookmarks);
+  }
+}
+
+TEST(KonquerorBookmarkOnAFullDisk, LeavesTheOldOnesWhenThereIsRoomForTheCopyAlone) {
+  const SmallDisk disk("/root");
+  write_file(bookmarks, many_bookmarks());
+  disk.fill_but(3);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(add_konqueror_bookmark("/root", "<new/>"));
+  EXPECT_EQ(std::string(bookmarks) + ": No space left on device\n", testing::internal::GetCapturedStderr());
+  EXPECT_TRUE(same_bytes(many_bookmarks(), read_file(copy_of_bookmarks)));
+  EXPECT_TRUE(same_bytes(many_bookmarks(), read_file(bookmarks)));
 }
 
 }  // namespace

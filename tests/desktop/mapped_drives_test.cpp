@@ -3,11 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "gconf/gconf_calls.h"
 #include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/session.h"
 
 namespace {
@@ -86,11 +89,11 @@ TEST_F(Drives, PreferencesThatTheClientRefusesChangeNoResult) {
   EXPECT_EQ("buffer=/root\nGCONF Set complete", testing::internal::GetCapturedStdout());
 }
 
-TEST_F(Drives, LinksAreMadeWithoutNautilusBookmarks) {
+TEST_F(Drives, WithoutNautilusBookmarksFailAfterTheRestIsDone) {
   Session session;
   shell_quietly("rmdir /root/.nautilus; touch /root/.nautilus");
   drive("z", "//s/a", "A");
-  EXPECT_THAT(complaint_of(nautilusmappeddrives, 0),
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, -1),
               HasSubstr(std::string(nautilus) + ": Not a directory\n"));
   EXPECT_TRUE(exists("/root/Desktop/A"));
   EXPECT_EQ("true\n", session.get("/apps/nautilus/preferences/side_pane_view"));
@@ -204,6 +207,46 @@ TEST_F(Drives, OnKdeALinkThatCannotBeMadeEndsTheWork) {
   const auto order = listed();
   EXPECT_EQ("Network Drives : No such file or directory\n", complaint_of(mappeddrives, -1));
   EXPECT_THAT(read_file(konqueror), Not(HasSubstr(order[1])));
+}
+
+// ---- On a full disk, on both --------------------------------------------------------------------------
+
+TEST_F(Drives, OnAFullDiskLeaveTheOldNautilusBookmarks) {
+  Session session;
+  drive("z", "//s/a", "A");
+  const SmallDisk disk("/root/.nautilus");
+  write_file(nautilus, "old");
+  std::filesystem::create_hard_link(nautilus, "/root/.nautilus/second name");  // so that rm frees no room
+  disk.fill_but(0);
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, -1),
+              HasSubstr(std::string(nautilus) + ": No space left on device\n"));
+  EXPECT_EQ("old", read_file(nautilus));
+  EXPECT_TRUE(exists("/root/Desktop/A"));
+}
+
+TEST_F(Drives, OnAFullDiskLeaveTheOldLink) {
+  Session session;
+  write_file(konqueror, "<xbel/>\n");
+  drive("z", "//s/a", "A");
+  const SmallDisk disk("/root/Desktop");
+  write_file("/root/Desktop/A", "old");
+  disk.fill_but(0);
+  EXPECT_EQ("Network Drives : No space left on device\n", complaint_of(mappeddrives, -1));
+  EXPECT_THAT(complaint_of(nautilusmappeddrives, -1), EndsWith("Network Drives : No space left on device\n"));
+  EXPECT_EQ("old", read_file("/root/Desktop/A"));
+}
+
+TEST_F(Drives, OnAFullDiskLeaveTheOldKonquerorBookmarks) {
+  drive("one", "//s/one", "one");
+  drive("two", "//s/two", "two");
+  const SmallDisk disk("/root/.kde");
+  write_file(konqueror, "<xbel/>\n");
+  disk.fill_but(0);
+  EXPECT_THAT(complaint_of(mappeddrives, -1),
+              HasSubstr(std::string(konqueror) + ": No space left on device\n"));
+  EXPECT_EQ("<xbel/>\n", read_file(konqueror));
+  EXPECT_TRUE(exists("/root/Desktop/one"));  // the links are made all the same
+  EXPECT_TRUE(exists("/root/Desktop/two"));
 }
 
 // ---- Reading a drive, on both ---------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/session.h"
 
 namespace {
@@ -206,6 +207,16 @@ TEST_F(Wallpaper, OnKdeAProfileWithoutAConfigFolderFails) {
   EXPECT_EQ(-1, kdewallpaper("/tmp/b"));
   EXPECT_EQ("/home/ann/.kde/share/config/kdesktoprc: No such file or directory\n",
             testing::internal::GetCapturedStderr());
+}
+
+TEST_F(Wallpaper, OnKdeAFullDiskLeavesAProfilesOldSettings) {
+  for_ann();
+  picture("a.jpg", "C");
+  const SmallDisk disk("/home/ann/.kde/share/config");
+  write_file("/home/ann/.kde/share/config/kdesktoprc", "[Old]\n");
+  disk.fill_but(0);
+  EXPECT_EQ(-1, kdewallpaper("/tmp/b"));
+  EXPECT_EQ("[Old]\n", read_file("/home/ann/.kde/share/config/kdesktoprc"));
 }
 
 TEST_F(Wallpaper, ANameWithoutADotHasNoExtension) {

@@ -9,6 +9,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/session.h"
 #include "support/system_log.h"
 
@@ -171,6 +172,15 @@ TEST(ProfileSettings, AFileThatCannotBeMadeLeavesItsReason) {
   shell_quietly("mkdir -p /home/ann/.gconf/apps/x/%gconf.xml");
   EXPECT_EQ(Stored::not_in_file, store_settings(ann, one_setting, file_in_x()));
   EXPECT_EQ(EISDIR, errno);
+}
+
+TEST(ProfileSettings, OnAFullDiskTheOldFileStays) {
+  const SmallDisk disk("/home/ann/.gconf");
+  write_file(ann_s_file, "old");
+  disk.fill_but(0);
+  EXPECT_EQ(Stored::not_in_file, store_settings(ann, one_setting, file_in_x()));
+  EXPECT_EQ(ENOSPC, errno);
+  EXPECT_EQ("old", read_file(ann_s_file));
 }
 
 TEST(ProfileSettings, AreAnnouncedWhereItIsWanted) {

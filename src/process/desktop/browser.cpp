@@ -10,6 +10,7 @@
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
 
@@ -46,15 +47,17 @@ std::optional<Profile> find_profile(const Target& target) {
 bool is_cookie(std::string_view line) { return line.front() != '#' && line.front() != '\n'; }
 
 // Deliberate: part of the format. A host that begins with a dot gets a second one.
-void widen_cookies(std::FILE* from, const File& to) {
+std::string widened_cookies(std::FILE* from) {
+  std::string cookies;
   PieceReader reader(from, line_limit);
   std::string_view piece;
   bool at_line_start = true;
   while (reader.next(piece)) {
-    if (at_line_start && is_cookie(piece)) write_text(to, ".");
-    write_text(to, std::string(piece));
+    if (at_line_start && is_cookie(piece)) cookies += '.';
+    cookies += piece;
     at_line_start = piece.back() == '\n';
   }
+  return cookies;
 }
 
 // `name` in the archive becomes `file` below the home's KDE applications.
@@ -87,9 +90,11 @@ int cookies(const char* args) {
   convert_line_ends_silently(source);
   const File from = open_file(source, "r");
   if (!from) return failed("in cookies ");
-  const File to = open_file(profile->folder + "/" + profile->name + "/cookies.txt", "w");
-  if (!to) return failed(" in cookies ");  // Deliberate: part of the output, the blank in front.
-  widen_cookies(from.get(), to);
+  const std::string text = widened_cookies(from.get());
+  if (std::ferror(from.get()) != 0) return failed("in cookies ");
+  // Deliberate: part of the output, the blank in front.
+  if (!replace_file(profile->folder + "/" + profile->name + "/cookies.txt", text))
+    return failed(" in cookies ");
   return 0;
 }
 

@@ -13,7 +13,7 @@ int favourites(const char* args);
 /// Makes ARGS/Cookies.txt the profile's cookies.txt, each cookie widened from its host to the host's
 /// subdomains by a dot in front. The archive's file is converted to LF line ends on the way.
 /// Returns 0, or -1: without a home, or after a line on standard error without folder or profile or when a
-/// file cannot be opened.
+/// file cannot be read or written to its end: the old cookies.txt then stays.
 int cookies(const char* args);
 
 /// Makes ARGS/bookmarks.xml the Konqueror bookmarks. Not part of a run. Returns SYSTEM's result for the

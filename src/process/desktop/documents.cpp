@@ -107,17 +107,18 @@ void give_konqueror_folder(const std::string& home, const std::string& user, con
   std::printf("Executed cmd::%s\n", chown.c_str());
 }
 
-// `skeleton` is the folder of the unpacked skeleton home.
-void add_shortcut(const std::string& home, const std::string& user, const Capabilities& has,
+// `skeleton` is the folder of the unpacked skeleton home. False when something was not written although the
+// home has a desktop; one without is passed over.
+bool add_shortcut(const std::string& home, const std::string& user, const Capabilities& has,
                   const char* skeleton) {
   if (!replace_file(home + "/Desktop/Share", fill(share_link, {{"icon", has.link_icon}}))) {
     std::perror("file extensions");
-    return;
+    return is_folder(home.c_str(), "Desktop") == 0;
   }
-  if (!has.share_in_konqueror) return;
+  if (!has.share_in_konqueror) return true;
   const std::string applications = home + "/.kde/share/apps";
   if (is_folder(applications.c_str(), "konqueror") == 0) give_konqueror_folder(home, user, skeleton);
-  add_konqueror_bookmark(home, share_bookmark);
+  return add_konqueror_bookmark(home, share_bookmark);
 }
 
 // Deliberate: part of the output. Every folder below /home gets a link, also one whose account was not
@@ -125,15 +126,16 @@ void add_shortcut(const std::string& home, const std::string& user, const Capabi
 int share_files_with_everybody(const Target& target, const char* skeleton) {
   SYSTEM(compose("mkdir /Share"));
   SYSTEM(compose("cp -a %s/File\\ Extensions/* /Share/", target.root));
-  add_shortcut("/root", "root", target.has(), skeleton);
+  bool written = add_shortcut("/root", "root", target.has(), skeleton);
   SYSTEM(compose("chmod -R 777 /Share"));  // everybody may read and write it
   const auto users = list_folder("/home");
   if (!users) {
     std::perror("In file_extensions() opendir: ");
     return -1;
   }
-  for (const std::string& user : *users) add_shortcut("/home/" + user, user, target.has(), skeleton);
-  return 0;
+  for (const std::string& user : *users)
+    written = add_shortcut("/home/" + user, user, target.has(), skeleton) && written;
+  return written ? 0 : -1;
 }
 
 }  // namespace
@@ -173,5 +175,6 @@ int file_extensions(const char* args) {
 }
 
 void add_share_shortcut(const char* home, const char* user) {
-  add_shortcut(home, user, capabilities(detected_system()), homedirpath);
+  // What could not be written is on standard error.
+  static_cast<void>(add_shortcut(home, user, capabilities(detected_system()), homedirpath));
 }

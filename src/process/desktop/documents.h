@@ -15,7 +15,8 @@ int desktop(const char* args);
 /// Copies the files that were collected by their extension: for one user into the home, with a link on the
 /// desktop; for several into /Share, with a link on every desktop under /home and on root's.
 /// `args` is an archive root or a profile's folder. Returns 0, or -1 after a message with the system error
-/// when the link cannot be written or /home cannot be listed.
+/// when a link or bookmark cannot be written or /home cannot be listed; a home without a desktop is only
+/// told.
 int file_extensions(const char* args);
 
 /// Puts the link to /Share on the desktop of `home` and, on a system with share_in_konqueror, a bookmark for

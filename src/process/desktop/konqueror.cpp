@@ -1,10 +1,13 @@
 #include "process/desktop/konqueror.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
 #include "shell/files.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 
 namespace {
@@ -20,32 +23,42 @@ std::string with_bookmark(const std::string& line, const std::string& bookmark_x
   return line + bookmark_xml;
 }
 
-void write_line(const File& to, const std::string& line, const std::string& bookmark_xml) {
-  const bool opening = contains(line, "<xbel");
-  if (opening) std::printf("found something");
-  write_text(to, opening ? with_bookmark(line, bookmark_xml) : line);
+std::string rewritten(const std::string& line, const std::string& bookmark_xml) {
+  if (!contains(line, "<xbel")) return line;
+  std::printf("found something");
+  return with_bookmark(line, bookmark_xml);
 }
 
-void rewrite(const std::string& from, const std::string& to, const std::string& bookmark_xml) {
-  const File before = open_file(from, "r");
-  if (!before) return;  // without bookmarks there was nothing to copy, and nothing is to be made
-  const File after = open_file(to, "w");
-  if (!after) {
-    std::perror(to.c_str());
-    return;
-  }
-  PieceReader reader(before.get(), line_limit);
+// No value, with errno set, when the file cannot be read to its end.
+std::optional<std::string> read_rewritten(const std::string& path, const std::string& bookmark_xml) {
+  const File file = open_file(path, "r");
+  if (!file) return std::nullopt;
+  std::string text;
+  PieceReader reader(file.get(), line_limit);
   std::string_view line;
-  while (reader.next(line)) write_line(after, std::string(line), bookmark_xml);
+  while (reader.next(line)) text += rewritten(std::string(line), bookmark_xml);
+  if (std::ferror(file.get()) != 0) return std::nullopt;
+  return text;
+}
+
+bool is_whole(const std::string& copy, const std::string& original) {
+  if (same_content(original, copy)) return true;
+  if (errno == 0) errno = ENOSPC;  // the usual reason for a copy that ends early
+  return false;
 }
 
 }  // namespace
 
-void add_konqueror_bookmark(const std::string& home, const std::string& bookmark_xml) {
+bool add_konqueror_bookmark(const std::string& home, const std::string& bookmark_xml) {
   const std::string folder = home + "/.kde/share/apps/konqueror";
   const std::string bookmarks = folder + "/bookmarks.xml";
   const std::string copy = folder + "/bookmarkstemp.xml";
   SYSTEM(compose("rm -f %s", copy));
   SYSTEM(compose("cp %s %s", bookmarks, copy));
-  rewrite(copy, bookmarks, bookmark_xml);
+  if (is_folder(folder.c_str(), "bookmarks.xml") == 0) return true;
+  const std::optional<std::string> text =
+      is_whole(copy, bookmarks) ? read_rewritten(copy, bookmark_xml) : std::nullopt;
+  if (text && replace_file(bookmarks, *text)) return true;
+  std::perror(bookmarks.c_str());
+  return false;
 }

@@ -8,6 +8,8 @@
 /// `home`, before all other bookmarks; an empty bookmark file (`<xbel/>`) becomes a list of this one.
 /// A missing bookmark file is not made. The copy it works from, bookmarkstemp.xml beside it, stays behind
 /// as the state before the last change. Failed commands are in the system log.
-void add_konqueror_bookmark(const std::string& home, const std::string& bookmark_xml);
+/// Returns true, also without a bookmark file. False, after a line on standard error, when the copy is not
+/// whole or the file cannot be written: the bookmarks are then as they were.
+[[nodiscard]] bool add_konqueror_bookmark(const std::string& home, const std::string& bookmark_xml);
 
 #endif

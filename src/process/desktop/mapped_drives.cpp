@@ -16,6 +16,7 @@
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
 
@@ -87,55 +88,54 @@ constexpr const char* link_text =
     "Icon=@icon@";
 
 // A name with a slash is no file name: it must not reach a file beside or above the desktop.
-File new_link(const std::string& home, const std::string& name) {
-  if (!contains(name, "/")) return open_file(home + "/Desktop/" + name, "w");
+bool write_link(const std::string& home, const std::string& name, const std::string& text) {
+  if (!contains(name, "/")) return replace_file(home + "/Desktop/" + name, text);
   errno = EINVAL;
-  return {};
+  return false;
 }
 
 int make_link(const std::string& home, const Drive& drive, const char* icon) {
-  const File link = new_link(home, drive.name);
-  if (!link) {
-    std::perror("Network Drives ");
-    return -1;
-  }
-  write_text(link, fill(link_text, {{"name", drive.name}, {"share", drive.share}, {"icon", icon}}));
-  return 0;
+  const std::string text = fill(link_text, {{"name", drive.name}, {"share", drive.share}, {"icon", icon}});
+  if (write_link(home, drive.name, text)) return 0;
+  std::perror("Network Drives ");
+  return -1;
 }
 
 // ---- Nautilus ----------------------------------------------------------------------------------------
-
-// Without a stream when it cannot be made: the links are made all the same.
-File new_nautilus_bookmarks(const std::string& home) {
-  const std::string path = home + "/.nautilus/bookmarks.xml";
-  SYSTEM(compose("rm %s", path));
-  // The home may lack the folder. When it cannot be made, opening the file says why.
-  std::error_code ignored;
-  std::filesystem::create_directory(home + "/.nautilus", ignored);
-  File bookmarks = open_file(path, "w");
-  if (!bookmarks) std::perror(path.c_str());
-  return bookmarks;
-}
-
-void write_to(const File& file, const std::string& text) {
-  if (file) write_text(file, text);
-}
 
 constexpr const char* nautilus_bookmark =
     R"(<bookmark name="@name@" uri="smb:@share@" icon_name="gnome-mime-x-directory-smb-share"/>
 )";
 
-int write_nautilus_bookmarks(const std::string& home, const std::vector<std::string>& files) {
-  const File bookmarks = new_nautilus_bookmarks(home);
-  write_to(bookmarks, "<?xml version=\"1.0\"?>\n<bookmarks>\n");
+// Adds the drives to `bookmarks` and makes their links. False at the first that cannot be made.
+bool take_drives(const std::string& home, const std::vector<std::string>& files, std::string& bookmarks) {
   for (const std::string& file : files) {
     const std::optional<Drive> drive = read_drive(file);
     if (!drive) continue;
-    write_to(bookmarks, fill(nautilus_bookmark, {{"name", drive->name}, {"share", drive->share}}));
-    if (make_link(home, *drive, "/opt/gnome/share/pixmaps/smb-host.png") != 0) return -1;
+    bookmarks += fill(nautilus_bookmark, {{"name", drive->name}, {"share", drive->share}});
+    if (make_link(home, *drive, "/opt/gnome/share/pixmaps/smb-host.png") != 0) return false;
   }
-  write_to(bookmarks, "</bookmarks>\n");
-  return 0;
+  bookmarks += "</bookmarks>\n";
+  return true;
+}
+
+enum class Made { all, links_only, not_all_links };
+
+// The old bookmarks, once removed, come back when the new ones cannot be written. The links are made all the
+// same.
+Made write_nautilus_bookmarks(const std::string& home, const std::vector<std::string>& files) {
+  const std::string path = home + "/.nautilus/bookmarks.xml";
+  const KeptFile before(path);
+  SYSTEM(compose("rm %s", path));
+  // The home may lack the folder. When it cannot be made, writing the file says why.
+  std::error_code ignored;
+  std::filesystem::create_directory(home + "/.nautilus", ignored);
+  std::string bookmarks = "<?xml version=\"1.0\"?>\n<bookmarks>\n";
+  const bool linked = take_drives(home, files, bookmarks);
+  const bool written = replace_file(path, bookmarks);
+  if (!written) std::perror(path.c_str());
+  if (!linked) return Made::not_all_links;
+  return written ? Made::all : Made::links_only;
 }
 
 // Deliberate: part of the format. The order is the client's reversed, and the time is fixed.
@@ -171,10 +171,11 @@ int nautilusmappeddrives(const char* args) {
   if (target.home.empty()) return -1;
   const auto files = drive_files(target.root);
   if (!files) return -1;
-  if (write_nautilus_bookmarks(target.home, *files) != 0) return -1;
+  const Made made = write_nautilus_bookmarks(target.home, *files);
+  if (made == Made::not_all_links) return -1;
   if (set_nautilus_preferences(target) != 0) return -1;
   std::printf("GCONF Set complete");
-  return 0;
+  return made == Made::all ? 0 : -1;
 }
 
 int mappeddrives(const char* args) {
@@ -183,12 +184,13 @@ int mappeddrives(const char* args) {
   if (target.home.empty()) return -1;
   const auto files = drive_files(target.root);
   if (!files) return -1;
+  int result = 0;
   for (const std::string& file : *files) {
     const std::optional<Drive> drive = read_drive(file);
     if (!drive) continue;
-    add_konqueror_bookmark(target.home,
-                           fill(konqueror_bookmark, {{"share", drive->share}, {"name", drive->name}}));
+    const std::string bookmark = fill(konqueror_bookmark, {{"share", drive->share}, {"name", drive->name}});
+    if (!add_konqueror_bookmark(target.home, bookmark)) result = -1;
     if (make_link(target.home, *drive, "network_local") != 0) return -1;
   }
-  return 0;
+  return result;
 }

@@ -10,11 +10,12 @@
 /// migrated, and switches Nautilus to its browser view: through GConf for the running user, as %gconf.xml
 /// for a profile.
 /// Returns 0, also when GConf fails, or -1 when the folder cannot be opened, at once when a desktop link
-/// cannot be created, or when the %gconf.xml cannot be.
+/// cannot be written, or when the bookmarks, which are then the old ones, or the %gconf.xml cannot be.
 int nautilusmappeddrives(const char* args);
 
 /// Turns the drives into Konqueror bookmarks, each put before the old ones, and desktop links.
-/// Returns 0, or -1 when the folder cannot be opened or, at once, when a desktop link cannot be created.
+/// Returns 0, or -1 when the folder cannot be opened, at once when a desktop link cannot be written, or when
+/// a bookmark could not be: the bookmarks are then without it.
 int mappeddrives(const char* args);
 
 #endif
