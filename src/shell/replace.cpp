@@ -9,68 +9,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
-#include <filesystem>
 #include <optional>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
+#include "shell/beside.h"
 #include "shell/files.h"
 
 namespace {
-
-/// An open file that closes itself.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    const int error = errno;
-    static_cast<void>(close());
-    errno = error;
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  explicit operator bool() const { return number_ >= 0; }
-  int number() const { return number_; }
-  bool close() { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
-
- private:
-  int number_;
-};
-
-// ---- Names -------------------------------------------------------------------------------------------
-
-constexpr int most_links = 40;  // as many as the kernel follows
-
-// The file that `path` names in the end; it need not exist. Empty, with errno set, for links without an end.
-std::string end_of_links(const std::string& path) {
-  std::filesystem::path end = path;
-  for (int count = 0; count < most_links; ++count) {
-    std::error_code no_link;
-    const std::filesystem::path next = std::filesystem::read_symlink(end, no_link);
-    if (no_link) return end;
-    end = end.parent_path() / next;  // an absolute one stands alone
-  }
-  errno = ELOOP;
-  return {};
-}
-
-constexpr int most_names = 1000;
-
-// Makes something under a hidden name, that nothing has yet, in the folder of `path`: `make` is given the
-// name and returns a negative number, with errno set, when it fails. Empty when nothing can be made.
-template <typename Make>
-std::string make_beside(const std::string& path, Make make) {
-  const std::string start = std::filesystem::path(path).parent_path() / ".brindle-";
-  for (int number = 0; number < most_names; ++number) {
-    std::string name = start + std::to_string(getpid()) + "-" + std::to_string(number);
-    if (make(name.c_str()) >= 0) return name;
-    if (errno != EEXIST) return {};
-  }
-  return {};
-}
 
 // ---- Writing -----------------------------------------------------------------------------------------
 
@@ -106,50 +52,13 @@ bool overwrite(int file, off_t old_size, std::string_view text) {
 
 bool has_attributes(int file) { return flistxattr(file, nullptr, 0) > 0; }
 
-// In this order: a change of owner takes mode bits away.
-bool give_likeness(int file, const struct stat& old) {
-  return fchown(file, old.st_uid, old.st_gid) == 0 && fchmod(file, old.st_mode & 07777) == 0;
+bool take_place_with(NewFile& made, std::string_view text) {
+  return write_at_end(made.number(), text) && reaches_disk(made.number()) && made.take_place();
 }
-
-/// The hidden file; gone at the end of its life unless it took its place.
-class NewFile {
- public:
-  NewFile(std::string place, mode_t mode)
-      : place_(std::move(place)),
-        name_(make_beside(place_,
-                          [&](const char* name) {
-                            return number_ =
-                                       open(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-                          })),
-        file_(number_) {}
-  ~NewFile() {
-    const int error = errno;
-    if (!name_.empty()) unlink(name_.c_str());
-    errno = error;
-  }
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
-
-  explicit operator bool() const { return static_cast<bool>(file_); }
-  int number() const { return file_.number(); }
-
-  bool take_place_with(std::string_view text) {
-    if (!write_at_end(number(), text) || !reaches_disk(number()) || !file_.close()) return false;
-    if (std::rename(name_.c_str(), place_.c_str()) != 0) return false;
-    name_.clear();
-    return true;
-  }
-
- private:
-  std::string place_;
-  int number_ = -1;
-  std::string name_;
-  Descriptor file_;
-};
 
 bool make_file(const std::string& place, std::string_view text) {
   NewFile made(place, 0666);
-  return made && made.take_place_with(text);
+  return made && take_place_with(made, text);
 }
 
 // No value when a new file cannot take the old one's place as it should.
@@ -157,7 +66,7 @@ std::optional<bool> exchange(const std::string& place, const struct stat& old, s
   NewFile made(place, 0600);
   if (!made) return errno == EACCES || errno == EPERM ? std::nullopt : std::optional(false);
   if (!give_likeness(made.number(), old)) return std::nullopt;
-  return made.take_place_with(text);
+  return take_place_with(made, text);
 }
 
 bool replace_regular(const std::string& place, const Descriptor& file, const struct stat& old,

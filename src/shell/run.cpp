@@ -1,7 +1,9 @@
 #include "shell/run.h"
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -71,6 +73,21 @@ int SYSTEM(const shell::Command& cmd) {
 }
 
 namespace shell {
+
+int run_for_status(const Command& cmd) {
+  if (cmd.refused()) return refuse(cmd.c_str());
+  const int status = std::system(cmd.c_str());
+  return report(status, cmd.c_str()) == 0 ? WEXITSTATUS(status) : -1;
+}
+
+void allow_long_commands() {
+  constexpr rlim_t wanted = rlim_t{4} * 6 * 1024 * 1024;
+  rlimit stack{};
+  if (getrlimit(RLIMIT_STACK, &stack) != 0 || stack.rlim_cur >= wanted)
+    return;  // unlimited is the highest number
+  stack.rlim_cur = std::min(wanted, stack.rlim_max);
+  if (setrlimit(RLIMIT_STACK, &stack) != 0) log_ret("setrlimit");
+}
 
 int run_unlogged(const Command& cmd) {
   if (!cmd.refused()) return std::system(cmd.c_str());

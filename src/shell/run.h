@@ -20,6 +20,13 @@ int SYSTEM(const shell::Command& cmd);
 
 namespace shell {
 
+/// SYSTEM for a caller that has to know how the command ended: its exit status, or -1 as above.
+int run_for_status(const Command& cmd);
+
+/// Lets the commands from now on have as many words as the kernel ever takes, 6 MB of them: it takes a
+/// quarter of the limit on the stack, which is raised as far as that needs and this process may.
+void allow_long_commands();
+
 /// Runs a composed command with plain system(): nothing is logged. Returns the raw status, or -1 with errno
 /// EINVAL for a refused command.
 int run_unlogged(const Command& cmd);

@@ -4,6 +4,7 @@
 #include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -157,6 +158,32 @@ TEST_F(Run, WithoutAListOfEtcNothingHappens) {
   EXPECT_THAT(posts(), IsEmpty());
   EXPECT_THAT(commands_run(), IsEmpty());
   EXPECT_EQ("", log());
+}
+
+// ---- Many names -----------------------------------------------------------------------------------------
+
+TEST_F(Run, TheFirstCommandMayHaveSixMegabytesOfWords) {
+  write_file("/usr/local/bin/gconftool-2", "#!/bin/sh\n[ -e /tmp/limit ] || ulimit -s > /tmp/limit\n");
+  shell_quietly("chmod 755 /usr/local/bin/gconftool-2");
+  rlimit limit{};
+  getrlimit(RLIMIT_STACK, &limit);
+  limit.rlim_cur = 1024 * 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_STACK, &limit));
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_EQ("24576\n", read_file("/tmp/limit"));
+}
+
+TEST_F(Run, SixtyThousandDocumentsArrive) {
+  on("Linspire");
+  shell_quietly(
+      "mkdir -p '/tmp/in/Brindle/My Documents' && cd '/tmp/in/Brindle/My Documents' && "
+      "seq -f \"" +
+      std::string(200, 'n') + "%05.0f\" 60000 | xargs touch");
+  migrate();
+  EXPECT_EQ("60000\n", output_of("ls /root/Documents | wc -l"));
+  EXPECT_EQ(1, times_posted("image_1"));
+  EXPECT_THAT(posts(), Contains(Pair("image_1", 0)));
 }
 
 // ---- The progress timeout -------------------------------------------------------------------------------

@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -87,6 +89,61 @@ TEST(System, RunUnloggedLogsNothing) {
   EXPECT_EQ(-1, shell::run_unlogged(compose("rm %s", "-x")));
   EXPECT_THAT(log.messages(), IsEmpty());
   EXPECT_THAT(commands_run(), ElementsAre("false"));
+}
+
+// ---- Commands with many words ---------------------------------------------------------------------------
+
+TEST(RunForStatus, GivesTheExitStatusAndLogsLikeSystem) {
+  SystemLog log;
+  EXPECT_EQ(0, shell::run_for_status(compose("true")));
+  EXPECT_THAT(log.messages(), IsEmpty());
+  EXPECT_EQ(1, shell::run_for_status(compose("false")));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr(": normal termination, exit status 1, false: ")));
+  answer_command("true", SIGKILL);
+  EXPECT_EQ(-1, shell::run_for_status(compose("true")));
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("abnormal termination true: ")));
+}
+
+TEST(RunForStatus, DoesNotRunARefusedCommand) {
+  SystemLog log;
+  EXPECT_EQ(-1, shell::run_for_status(compose("rm %s", "-x")));
+  EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("refused, rm ")));
+}
+
+rlimit stack_limit() {
+  rlimit limit{};
+  getrlimit(RLIMIT_STACK, &limit);
+  return limit;
+}
+
+TEST(LongCommands, GetSixMegabytesOfWords) {
+  rlimit limit = stack_limit();
+  limit.rlim_cur = 1024 * 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_STACK, &limit));
+  for (int number = 0; number < 5000; ++number)
+    write_file("/tmp/many/" + std::string(200, 'n') + std::to_string(number), "");
+  EXPECT_EQ(126, shell_quietly("/bin/echo /tmp/many/* 2>/dev/null >/dev/null"));
+  shell::allow_long_commands();
+  EXPECT_EQ(0, shell_quietly("/bin/echo /tmp/many/* 2>/dev/null >/dev/null"));
+  EXPECT_EQ(24u * 1024 * 1024, stack_limit().rlim_cur);
+}
+
+TEST(LongCommands, AreAsLongAsTheProcessMayMakeThem) {
+  rlimit limit = stack_limit();
+  limit.rlim_cur = 1024 * 1024;
+  limit.rlim_max = 2 * 1024 * 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_STACK, &limit));
+  shell::allow_long_commands();
+  EXPECT_EQ(limit.rlim_max, stack_limit().rlim_cur);
+}
+
+TEST(LongCommands, TakeNothingFromAHigherLimit) {
+  rlimit limit = stack_limit();
+  limit.rlim_cur = rlim_t{100} * 1024 * 1024;
+  if (setrlimit(RLIMIT_STACK, &limit) != 0) GTEST_SKIP() << "the machine allows less";
+  shell::allow_long_commands();
+  EXPECT_EQ(limit.rlim_cur, stack_limit().rlim_cur);
 }
 
 // ---- execute_first --------------------------------------------------------------------------------------

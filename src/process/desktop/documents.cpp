@@ -6,6 +6,7 @@
 
 #include "process/archive/layout.h"
 #include "process/desktop/konqueror.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -31,13 +32,15 @@ constexpr const char* documents_link =
     "URL=@home@/Documents\n"
     "@icon@";
 
-// Copies the content of the archive's `folder` into `destination`, a folder of the home.
-void copy_documents(const std::string& folder, const std::string& destination) {
+// Copies the content of the archive's `folder` into `destination`, a folder of the home. False when that was
+// left to us and failed.
+bool copy_documents(const std::string& folder, const std::string& destination) {
   SYSTEM(compose("mkdir -p %s", destination));
   // Deliberate: part of the output, the blank at the end.
   const shell::Command copy = compose("cp -a \"%s\"/* %s ", folder, destination);
-  SYSTEM(copy);
+  const bool copied = copy_entries(copy, folder, destination, CopyLike::cp_a);
   std::printf("In Documents::%s\n", copy.c_str());
+  return copied;
 }
 
 int write_documents_link(const Target& target) {
@@ -125,7 +128,8 @@ bool add_shortcut(const std::string& home, const std::string& user, const Capabi
 // migrated.
 int share_files_with_everybody(const Target& target, const char* skeleton) {
   SYSTEM(compose("mkdir /Share"));
-  SYSTEM(compose("cp -a %s/File\\ Extensions/* /Share/", target.root));
+  const bool copied = copy_entries(compose("cp -a %s/File\\ Extensions/* /Share/", target.root),
+                                   target.root + "/" + layout::file_extensions, "/Share", CopyLike::cp_a);
   bool written = add_shortcut("/root", "root", target.has(), skeleton);
   SYSTEM(compose("chmod -R 777 /Share"));  // everybody may read and write it
   const auto users = list_folder("/home");
@@ -135,7 +139,7 @@ int share_files_with_everybody(const Target& target, const char* skeleton) {
   }
   for (const std::string& user : *users)
     written = add_shortcut("/home/" + user, user, target.has(), skeleton) && written;
-  return written ? 0 : -1;
+  return copied && written ? 0 : -1;
 }
 
 }  // namespace
@@ -144,15 +148,13 @@ int mydocs(const char* args) {
   const Target target = target_of(args);
   trace_home(target.home);
   if (target.home.empty()) return -1;
-  if (target.has().documents_on_desktop) {
-    copy_documents(target.root, target.home + "/Desktop/mydocument");
-    return 0;
-  }
-  copy_documents(target.root, target.home + "/Documents");
+  if (target.has().documents_on_desktop)
+    return copy_documents(target.root, target.home + "/Desktop/mydocument") ? 0 : -1;
+  const bool copied = copy_documents(target.root, target.home + "/Documents");
   // Deliberate: part of the output. The tilde is the home of whoever runs the program, also while a profile
   // is migrated.
   if (is_folder(target.home.c_str(), "Desktop") == 0) SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
-  return write_documents_link(target);
+  return write_documents_link(target) == 0 && copied ? 0 : -1;
 }
 
 int desktop(const char* args) {
@@ -161,11 +163,11 @@ int desktop(const char* args) {
   if (target.home.empty()) return -1;
   if (is_folder(target.home.c_str(), "Desktop") == 0)
     SYSTEM(compose("ln -s %s/.gnome-desktop/ %s/Desktop", target.home, target.home));
-  const shell::Command copy =
-      compose("cp -a %s/* %s/Desktop", target.root + "/" + layout::desktop, target.home);
-  SYSTEM(copy);
+  const std::string folder = target.root + "/" + layout::desktop;
+  const shell::Command copy = compose("cp -a %s/* %s/Desktop", folder, target.home);
+  const bool copied = copy_entries(copy, folder, target.home + "/Desktop", CopyLike::cp_a);
   std::printf("In Desktop::%s\n", copy.c_str());
-  return 0;
+  return copied ? 0 : -1;
 }
 
 int file_extensions(const char* args) {

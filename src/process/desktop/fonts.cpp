@@ -4,6 +4,7 @@
 #include <string>
 
 #include "process/archive/layout.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
@@ -35,32 +36,36 @@ void replace_terminal_settings(const std::string& home, const char* tarball) {
   SYSTEM(compose("rm -rf %s", working_directory));
 }
 
-void run_and_trace(const shell::Command& command, const char* trace) {
-  SYSTEM(command);
-  std::printf("%s%s\n", trace, command.c_str());
-}
-
-void install_for_everybody(const std::string& folder) {
+// Both ways to install are false when the fonts were too many for the command and could not be copied here.
+bool install_for_everybody(const std::string& folder) {
   const shell::Command remove = compose("rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1");
   SYSTEM(remove);
   // Deliberate: part of the output. No newline here, and the cache step is announced as copying as well.
   std::printf("Deleting file::%s", remove.c_str());
-  constexpr const char* trace = "Copying fonts for redflag.\n";
-  run_and_trace(compose("cp %s/* /usr/share/fonts/zh_CN/TrueType", folder), trace);
-  run_and_trace(compose("fc-cache /usr/share/fonts/zh_CN/TrueType"), trace);
+  constexpr const char* trace = "Copying fonts for redflag.\n%s\n";
+  const shell::Command copy = compose("cp %s/* /usr/share/fonts/zh_CN/TrueType", folder);
+  const bool copied = copy_entries(copy, folder, "/usr/share/fonts/zh_CN/TrueType", CopyLike::cp);
+  std::printf(trace, copy.c_str());
+  const shell::Command cache = compose("fc-cache /usr/share/fonts/zh_CN/TrueType");
+  SYSTEM(cache);
+  std::printf(trace, cache.c_str());
+  return copied;
 }
 
-void install_for_user(const std::string& folder, const std::string& home) {
+bool install_for_user(const std::string& folder, const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.fonts", home));
-  SYSTEM(compose("cp %s/* %s/.fonts", folder, home));
+  const bool copied =
+      copy_entries(compose("cp %s/* %s/.fonts", folder, home), folder, home + "/.fonts", CopyLike::cp);
   SYSTEM(compose("fc-cache %s/.fonts", home));
+  return copied;
 }
 
 // Deliberate: part of the output. From the home's fonts, not from the archive's. The suite also gets those
 // the user had before, and none of the migrated ones where they are everybody's.
-void give_to_office_suite(const std::string& home) {
+bool give_to_office_suite(const std::string& home) {
   SYSTEM(compose("mkdir -p %s/.staroffice7/user/fonts", home));
-  SYSTEM(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home));
+  return copy_entries(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home), home + "/.fonts",
+                      home + "/.staroffice7/user/fonts", CopyLike::cp);
 }
 
 }  // namespace
@@ -72,11 +77,8 @@ int fonts(const char* args) {
   if (target.has().brings_terminal_settings && target.is_running_user)
     replace_terminal_settings(target.home, target.has().skeleton->tarball);
   const std::string folder = target.root + "/" + layout::fonts;
-  if (target.has().fonts_for_everybody && target.one_of_several) {
-    install_for_everybody(folder);
-  } else {
-    install_for_user(folder, target.home);
-  }
-  if (is_folder("/usr/bin", "staroffice") == 1) give_to_office_suite(target.home);
-  return 0;
+  const bool for_everybody = target.has().fonts_for_everybody && target.one_of_several;
+  bool copied = for_everybody ? install_for_everybody(folder) : install_for_user(folder, target.home);
+  if (is_folder("/usr/bin", "staroffice") == 1) copied = give_to_office_suite(target.home) && copied;
+  return copied ? 0 : -1;
 }

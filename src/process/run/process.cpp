@@ -96,6 +96,7 @@ void end_run(GConfClient*& settings, std::FILE* log) {
 
 void* process(void* args) {
   pthread_setname_np(pthread_self(), "worker");
+  shell::allow_long_commands();  // before the first command
   if (getOsVersion(static_cast<char*>(args)) == 1) return nullptr;
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
