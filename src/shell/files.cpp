@@ -5,8 +5,41 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
 
+#include "shell/replace.h"
 #include "shell/run.h"
+
+namespace {
+
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+constexpr char end_of_text = '\x1A';  // Ctrl-Z, the last character of a text for DOS
+
+// What dos2unix makes of a text, without the end that DOS marks.
+std::string with_plain_line_ends(std::string_view text) {
+  if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
+  text = text.substr(0, text.find_last_not_of(end_of_text) + 1);
+  std::string plain;
+  for (std::size_t end = 0; (end = text.find("\r\n")) != text.npos; text.remove_prefix(end + 1)) {
+    plain += text.substr(0, end);
+    while (plain.ends_with('\r')) plain.pop_back();
+  }
+  return plain += text;
+}
+
+// dos2unix passes over a file that it takes for binary, as it does with one that holds a control character,
+// and says nothing of it. Like dos2unix this leaves alone what is no plain file.
+void finish_line_ends(const std::string& path) {
+  std::error_code unknown;
+  if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, unknown))) return;
+  const std::optional<std::string> text = read_whole(path);
+  const std::string plain = with_plain_line_ends(text.value_or(""));
+  if (text && plain != *text && !replace_file(path, plain)) std::perror(path.c_str());
+}
+
+}  // namespace
 
 File open_file(const std::string& path, const char* mode) { return File(std::fopen(path.c_str(), mode)); }
 
@@ -44,9 +77,15 @@ bool same_content(const std::string& path, const std::string& other) {
   return *content == *others;
 }
 
-void convert_line_ends(const std::string& path) { SYSTEM(compose("dos2unix %s", path)); }
+void convert_line_ends(const std::string& path) {
+  SYSTEM(compose("dos2unix %s", path));
+  finish_line_ends(path);
+}
 
-void convert_line_ends_silently(const std::string& path) { SYSTEM(compose("dos2unix -q %s", path)); }
+void convert_line_ends_silently(const std::string& path) {
+  SYSTEM(compose("dos2unix -q %s", path));
+  finish_line_ends(path);
+}
 
 std::optional<std::vector<std::string>> list_folder(const std::string& path) {
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(path.c_str()), closedir);
@@ -68,4 +107,5 @@ int is_folder(const char* dir_path, const char* path) {
 
 void dos_to_unix(const char* account_path) {
   shell::run_unlogged(compose("dos2unix -q \"%s\"", account_path));
+  finish_line_ends(account_path);
 }

@@ -37,7 +37,10 @@ std::optional<std::string> read_whole(const std::string& path);
 bool same_content(const std::string& path, const std::string& other);
 
 /// Converts the file's line ends from CR LF to LF in place with dos2unix, which SYSTEM runs: the system log
-/// tells of a failure, the caller does not see it.
+/// tells of a failure, the caller does not see it. Where dos2unix left carriage returns before a line feed,
+/// because it took the file for binary, is missing or failed, they are removed here, and with them a byte
+/// order mark in front and DOS's end mark, Ctrl-Z, behind. When that cannot be written, the file stays and
+/// standard error says so.
 void convert_line_ends(const std::string& path);
 
 /// convert_line_ends with a dos2unix that says nothing itself: only the system log tells of a failure.

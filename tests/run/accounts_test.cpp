@@ -54,6 +54,16 @@ TEST_F(Users, MissingAltogetherMeanOne) {
   EXPECT_THAT(log.messages(), IsEmpty());
 }
 
+TEST_F(Users, AreOneWithTheEndMarkOfDos) {
+  for (const char* text :
+       {"Default=ann\r\nMultiUser Migration=0\r\n\x1a", "Default=ann\r\nMultiUser Migration=0\x1a",
+        "Default=ann\nMultiUser Migration=0\x1a"}) {
+    check(text);
+    EXPECT_EQ(0, isMultiUser) << text;
+    EXPECT_STREQ("ann", default_user);
+  }
+}
+
 TEST_F(Users, WithoutTheLineMeanSeveral) {
   check("Default=ann\n");
   EXPECT_EQ(1, isMultiUser);

@@ -10,11 +10,13 @@
 
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
@@ -108,6 +110,80 @@ TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/tmp/a b.txt\"", "dos2unix -q \"/tmp/missing\""));
   EXPECT_THAT(log.messages(), IsEmpty());
 }
+
+struct Converter {
+  const char* name;
+  void (*convert)(const std::string& path);
+};
+
+class LineEnds : public testing::TestWithParam<Converter> {
+ protected:
+  static std::string converted(const std::string& text) {
+    write_file("/tmp/f", text);
+    GetParam().convert("/tmp/f");
+    return read_file("/tmp/f");
+  }
+};
+
+TEST_P(LineEnds, AreConvertedInAFileThatDos2unixTakesForBinary) {
+  EXPECT_EQ("a=1\nb=2\n", converted("a=1\r\nb=2\r\n\x1a"));
+  EXPECT_EQ("a=1\nb=2", converted("a=1\r\nb=2\x1a"));
+  EXPECT_EQ("a\x01=1\nb\n", converted("a\x01=1\r\nb\r\n"));
+  EXPECT_EQ(std::string("a\0=1\nb\n", 8), converted(std::string("a\0=1\r\nb\r\n", 10)));
+}
+
+TEST_P(LineEnds, LoseTheEndMarkWithoutACarriageReturnToo) {
+  EXPECT_EQ("a=1\nb=2", converted("a=1\nb=2\x1a\x1a"));
+  EXPECT_EQ("", converted("\x1a"));
+  EXPECT_EQ("a\x1a=1\n", converted("a\x1a=1\r\n"));
+}
+
+TEST_P(LineEnds, KeepACarriageReturnThatIsNone) { EXPECT_EQ("a\rb\x01\n\r", converted("a\rb\x01\r\n\r")); }
+
+TEST_P(LineEnds, LoseEveryCarriageReturnBeforeTheLineFeed) {
+  EXPECT_EQ("a\nb\n\n", converted("a\r\r\r\nb\r\r\n\r\n"));
+  EXPECT_EQ("a\nb\x01\n\n", converted("a\r\r\r\nb\x01\r\r\n\r\n"));
+}
+
+TEST_P(LineEnds, LoseTheByteOrderMarkAsInAnyText) {
+  EXPECT_EQ("a\n", converted("\xEF\xBB\xBF"
+                             "a\r\n"));
+  EXPECT_EQ("a\n", converted("\xEF\xBB\xBF"
+                             "a\r\n\x1a"));
+}
+
+TEST_P(LineEnds, AreConvertedWithoutDos2unix) {
+  answer_command("dos2unix", 127 << 8);
+  EXPECT_EQ("a\nb\n", converted("a\r\nb\r\n"));
+}
+
+TEST_P(LineEnds, OfWhatALinkNamesAreLeft) {
+  write_file("/tmp/named", "a\r\n\x1a");
+  shell_quietly("ln -s /tmp/named /tmp/link");
+  GetParam().convert("/tmp/link");
+  EXPECT_EQ("a\r\n\x1a", read_file("/tmp/named"));
+}
+
+TEST_P(LineEnds, StayOnAFullDisk) {
+  const SmallDisk disk("/tmp/disk");
+  write_file("/tmp/disk/f", "a\r\n\x1a");
+  disk.fill_but(0);
+  testing::internal::CaptureStderr();
+  GetParam().convert("/tmp/disk/f");
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), EndsWith("/tmp/disk/f: No space left on device\n"));
+  EXPECT_EQ("a\r\n\x1a", read_file("/tmp/disk/f"));
+}
+
+TEST_P(LineEnds, OfAMissingFileMakeNone) {
+  GetParam().convert("/tmp/missing");
+  EXPECT_FALSE(exists("/tmp/missing"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, LineEnds,
+    testing::Values(Converter{"Loudly", convert_line_ends}, Converter{"Silently", convert_line_ends_silently},
+                    Converter{"Quietly", [](const std::string& path) { dos_to_unix(path.c_str()); }}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST(ListFolder, GivesEveryEntryButTheTwoDots) {
   write_file("/tmp/f/.hidden", "");
