@@ -25,17 +25,22 @@ int failed(const char* text) {
   return -1;
 }
 
-// A key without a value counts as a failure, an empty list, which is a null pointer, does not.
-std::optional<GSList*> read_list(GConfClient* from, const char* key) {
-  if (from == nullptr) return std::nullopt;
+// An empty list is a null pointer as well, but no failure.
+bool holds_empty_list(GConfClient* from, const char* key) {
   const std::unique_ptr<GConfValue, void (*)(GConfValue*)> value(gconf_client_get(from, key, nullptr),
                                                                  gconf_value_free);
-  if (!value) return std::nullopt;
-  GError* error = nullptr;
-  GSList* list = gconf_client_get_list(from, key, GCONF_VALUE_STRING, &error);
-  if (error == nullptr) return list;
-  g_error_free(error);
-  return std::nullopt;
+  return value && value->type == GCONF_VALUE_LIST &&
+         gconf_value_get_list_type(value.get()) == GCONF_VALUE_STRING &&
+         gconf_value_get_list(value.get()) == nullptr;
+}
+
+// No value for a key that is missing or holds no list of strings. No error object, so that the client itself
+// tells standard error what is wrong.
+std::optional<GSList*> read_list(GConfClient* from, const char* key) {
+  if (from == nullptr) return std::nullopt;
+  GSList* list = gconf_client_get_list(from, key, GCONF_VALUE_STRING, nullptr);
+  if (list == nullptr && !holds_empty_list(from, key)) return std::nullopt;
+  return list;
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 
 #include "shell/beside.h"
 #include "shell/files.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 
 namespace {
@@ -172,9 +173,30 @@ bool copy_all(const std::string& from, const std::string& to, CopyLike like) {
   return copied;
 }
 
+// cp writes through a link, so the file it names cannot be out of the way.
+bool copy_through_link(const shell::Command& command, const std::string& from, const std::string& to) {
+  const std::optional<std::string> before = read_whole(to);
+  SYSTEM(command);
+  if (same_content(from, to)) return true;
+  if (!before) return false;
+  static_cast<void>(truncate(to.c_str(), 0));  // makes the room that the old content had
+  if (!replace_file(to, *before)) std::perror(to.c_str());
+  return false;
+}
+
 }  // namespace
 
 bool copy_entries(const shell::Command& command, const std::string& from, const std::string& to,
                   CopyLike like) {
   return shell::run_for_status(command) != cannot_be_started || copy_all(from, to, like);
+}
+
+bool copy_over(const shell::Command& command, const std::string& from, const std::string& to) {
+  const std::optional<struct stat> there = look_at(to, false);
+  if (there && S_ISLNK(there->st_mode)) return copy_through_link(command, from, to);
+  SetAside before(to);
+  SYSTEM(command);
+  const bool whole = same_content(from, to);
+  if (whole) before.give_up();
+  return whole;
 }

@@ -1,4 +1,4 @@
-// Copying all entries of a folder when there are too many for one command line.
+// Copying beside cp: where its command line is too long, and where it cut a file short.
 #ifndef BRINDLE_SHELL_COPY_H
 #define BRINDLE_SHELL_COPY_H
 
@@ -22,5 +22,9 @@ enum class CopyLike {
 ///   copy_entries(compose("cp -a \"%s\"/* %s ", folder, to), folder, to, CopyLike::cp_a)
 [[nodiscard]] bool copy_entries(const shell::Command& command, const std::string& from, const std::string& to,
                                 CopyLike like);
+
+/// Runs `command`, the cp of the file `from` over the file `to`, through SYSTEM. When `to` is not a whole
+/// copy afterwards, on a full disk for instance, it becomes again what it was. True when it is one.
+bool copy_over(const shell::Command& command, const std::string& from, const std::string& to);
 
 #endif

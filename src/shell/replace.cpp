@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -76,6 +77,15 @@ bool replace_regular(const std::string& place, const Descriptor& file, const str
   return overwrite(file.number(), old.st_size, text);
 }
 
+// Not every file system can refuse a name that is taken by itself.
+int move_to_new_name(const char* from, const char* to) {
+  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL) return -1;
+  if (access(to, F_OK) != 0) return std::rename(from, to);
+  errno = EEXIST;
+  return -1;
+}
+
 }  // namespace
 
 bool replace_file(const std::string& path, const std::string& text) {
@@ -104,4 +114,26 @@ KeptFile::~KeptFile() {
   // link, not rename, which would take the place of a new file.
   static_cast<void>(link(second_name_.c_str(), path_.c_str()));
   unlink(second_name_.c_str());
+}
+
+SetAside::SetAside(std::string path) : path_(std::move(path)) {
+  struct stat there {};
+  if (lstat(path_.c_str(), &there) != 0) return;
+  second_name_ = make_beside(path_, [&](const char* name) { return move_to_new_name(path_.c_str(), name); });
+}
+
+SetAside::~SetAside() {
+  if (second_name_.empty()) return;
+  if (std::rename(second_name_.c_str(), path_.c_str()) == 0) return;
+  unlink(path_.c_str());  // a folder does not come back over a file
+  static_cast<void>(std::rename(second_name_.c_str(), path_.c_str()));
+}
+
+void SetAside::give_up() {
+  if (second_name_.empty()) return;
+  struct stat old {};
+  const Descriptor file(open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (file && stat(second_name_.c_str(), &old) == 0) static_cast<void>(give_likeness(file.number(), old));
+  unlink(second_name_.c_str());
+  second_name_.clear();
 }

@@ -55,4 +55,24 @@ class KeptFile {
   std::string second_name_;  // empty when nothing is kept
 };
 
+/// Moves what lies at `path`, if anything does, out of the way of a command, to a hidden name in the same
+/// folder, and back at the end of its life, over whatever lies there then:
+///
+///   const SetAside own(path);
+///   SYSTEM(compose("cp %s %s", from, path));
+class SetAside {
+ public:
+  explicit SetAside(std::string path);
+  ~SetAside();
+  SetAside(const SetAside&) = delete;
+  SetAside& operator=(const SetAside&) = delete;
+
+  /// Leaves what lies at the path now, with the owner, group and mode of the old file, which is removed.
+  void give_up();
+
+ private:
+  std::string path_;
+  std::string second_name_;  // empty when nothing is set aside
+};
+
 #endif

@@ -91,6 +91,16 @@ TEST_F(Browser, ABookmarkFileThatCannotBeCopiedIsNoFailure) {
   EXPECT_EQ(0, favourites(archive));
 }
 
+TEST_F(Browser, OnAFullDiskTheOldBookmarksStay) {
+  const SmallDisk disk("/root/.mozilla/default/abc.slt");
+  const std::string old(5000, 'o');
+  write_file(std::string(profile) + "bookmarks.html", old);
+  write_file("/tmp/b/Bookmark.htm", std::string(20'000, 'n'));
+  disk.fill_but(1);
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_TRUE(same_bytes(old, read_file(std::string(profile) + "bookmarks.html")));
+}
+
 // ---- Cookies --------------------------------------------------------------------------------------------
 
 TEST_F(Browser, EveryCookieGetsADotInFront) {

@@ -6,6 +6,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 #include "system/capabilities.h"
 
@@ -70,6 +71,15 @@ TEST_F(Fonts, OnRedFlagBringTheTerminalConfiguration) {
   EXPECT_EQ("skeleton\n", read_file("/root/.kde/share/config/konsolerc"));
   EXPECT_TRUE(exists("/root/.fonts/migrated.ttf"));
   EXPECT_FALSE(exists("/tmp/redflagroot2"));
+}
+
+TEST_F(Fonts, OnRedFlagAFullDiskLeavesTheOldTerminalConfiguration) {
+  on("RedFlag");
+  redflag_skeleton();
+  const SmallDisk disk("/root/.kde");
+  disk.fill_but(0);
+  EXPECT_EQ(0, fonts("/tmp/b"));
+  EXPECT_EQ("old", read_file("/root/.kde/share/config/konsolerc"));
 }
 
 TEST_F(Fonts, OnRedFlagForSeveralUsersAreEverybodys) {

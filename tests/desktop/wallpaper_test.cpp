@@ -135,6 +135,22 @@ TEST_F(Wallpaper, OnGnomeEveryPictureIsCopied) {
   EXPECT_TRUE(exists("/root/b c.jpg"));
 }
 
+TEST_F(Wallpaper, OnGnomeIsCopiedBeforeItIsLookedFor) {
+  write_file("/tmp/b/Wallpaper/option.txt", "C");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, wallpaper("/tmp/b"));
+  testing::internal::GetCapturedStderr();
+  EXPECT_THAT(commands_run(), ElementsAre("cp /tmp/b/Wallpaper/* /root"));
+}
+
+TEST_F(Wallpaper, OnKdeIsLookedForBeforeItIsCopied) {
+  write_file("/tmp/b/Wallpaper/option.txt", "C");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, kdewallpaper("/tmp/b"));
+  testing::internal::GetCapturedStderr();
+  EXPECT_THAT(commands_run(), testing::IsEmpty());
+}
+
 // ---- KDE ------------------------------------------------------------------------------------------------
 
 TEST_F(Wallpaper, OnKdeIsSetByTheDesktopItself) {
@@ -268,12 +284,31 @@ TEST_P(AnyDesktop, WithoutAStyleTheItemFails) {
 TEST_P(AnyDesktop, WithoutAPictureTheItemFails) {
   write_file("/tmp/b/Wallpaper/option.txt", "C");
   EXPECT_EQ("No picture in /tmp/b/Wallpaper\n", complaint_about("/tmp/b"));
-  EXPECT_THAT(commands_run(), testing::IsEmpty());
+  EXPECT_FALSE(exists("/root/option.txt"));
 }
 
 TEST_P(AnyDesktop, WithoutAFolderTheItemFails) {
-  EXPECT_EQ("In Wallpaper() opendir: : No such file or directory\n", complaint_about("/tmp/missing"));
-  EXPECT_THAT(commands_run(), testing::IsEmpty());
+  EXPECT_THAT(complaint_about("/tmp/missing"),
+              EndsWith("In Wallpaper() opendir: : No such file or directory\n"));
+}
+
+TEST_P(AnyDesktop, AFileOfTheSameNameIsThereAgainUnchanged) {
+  Session session;
+  write_file("/root/option.txt", "mine");
+  shell_quietly("chmod 640 /root/option.txt; touch -d 2001-02-03 /root/option.txt");
+  picture("a.jpg", "S");
+  EXPECT_EQ(0, GetParam().migrate("/tmp/b"));
+  EXPECT_EQ("mine", read_file("/root/option.txt"));
+  EXPECT_EQ("640 2001-02-03\n", output_of("stat -c '%a %.10y' /root/option.txt"));
+  EXPECT_EQ("", output_of("ls -A /root | grep brindle"));
+}
+
+TEST_P(AnyDesktop, AFileOfTheSameNameIsNoStyle) {
+  write_file("/root/option.txt", "C");
+  write_file("/tmp/b/Wallpaper/a.jpg", "BM");
+  complaint_about("/tmp/b");
+  EXPECT_EQ("wallpaper option ERROR\n", log());
+  EXPECT_EQ("C", read_file("/root/option.txt"));
 }
 
 INSTANTIATE_TEST_SUITE_P(On, AnyDesktop,

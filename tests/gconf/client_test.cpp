@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "gconf/gconf_calls.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -84,6 +85,7 @@ TEST_F(Client, GetsAList) {
   Session session;
   shell_quietly("gconftool-2 -t list --list-type string -s /apps/x/list '[one,two]'");
   EXPECT_THAT(texts_of(get_gconf_list("/apps/x/list")), ElementsAre("one", "two"));
+  EXPECT_THAT(lists_asked_for(), ElementsAre("/apps/x/list"));
   EXPECT_THAT(commands_run(), twice);
   EXPECT_EQ("", log());
 }

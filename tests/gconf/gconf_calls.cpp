@@ -6,6 +6,7 @@
 namespace {
 
 std::vector<std::string> calls;
+std::vector<std::string> lists;
 
 template <typename Function>
 Function* really(const char* name) {
@@ -15,6 +16,8 @@ Function* really(const char* name) {
 }  // namespace
 
 const std::vector<std::string>& settings_made() { return calls; }
+
+const std::vector<std::string>& lists_asked_for() { return lists; }
 
 // These take the place of the library's in this program.
 
@@ -37,4 +40,10 @@ extern "C" gboolean gconf_client_set_list(GConfClient* client, const gchar* key,
     call += std::string(" ") + static_cast<const char*>(at->data);
   calls.push_back(call);
   return really<decltype(gconf_client_set_list)>("gconf_client_set_list")(client, key, type, list, error);
+}
+
+extern "C" GSList* gconf_client_get_list(GConfClient* client, const gchar* key, GConfValueType type,
+                                         GError** error) {
+  lists.push_back(std::string(key) + (error == nullptr ? "" : " with an error object"));
+  return really<decltype(gconf_client_get_list)>("gconf_client_get_list")(client, key, type, error);
 }

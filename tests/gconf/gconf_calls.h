@@ -9,4 +9,7 @@
 /// really asked for as well.
 const std::vector<std::string>& settings_made();
 
+/// One "KEY" or, with an object for the error, "KEY with an error object" a list asked for so far.
+const std::vector<std::string>& lists_asked_for();
+
 #endif

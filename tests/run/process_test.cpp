@@ -260,15 +260,16 @@ TEST_F(Run, TracesOfAnEmptyArchiveWholeAndInOrder) {
   on("Linspire");
   pack("Brindle/x", "");
   migrate();
-  EXPECT_EQ("Getting OS Version.........\n\nOS Name::Linspire\nOS Version::Any\nDir Name::" + dir() +
-                "Temp Dir Path::" + dir() +
-                "/Brindle\nIs Multi User::0\nDefault User::\nbuffer=/root\n"
-                "Initializing Applications..............\nApplications Initialization.......DONE"
-                "New Dir Path::" +
-                dir() +
-                "/Brindle\nDoing for default user::\n"
-                "Aboutj to call mozilla mailAbout to call kdewallpaper",
-            said.substr(said.find("Getting OS Version")));
+  EXPECT_EQ(
+      "Getting OS Version.........\n\nOS Name::Linspire\nOS Version::Any\nDir Name::" + dir() +
+          "Temp Dir Path::" + dir() +
+          "/Brindle\nIs Multi User::0\nDefault User::\n"
+          "Initializing Applications..............\nbuffer=/root\nApplications Initialization.......DONE"
+          "New Dir Path::" +
+          dir() +
+          "/Brindle\nDoing for default user::\n"
+          "Aboutj to call mozilla mailAbout to call kdewallpaper",
+      said.substr(said.find("Getting OS Version")));
 }
 
 TEST_F(Run, CommandsOfAnEmptyArchiveInOrder) {

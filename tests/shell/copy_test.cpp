@@ -160,4 +160,64 @@ TEST_F(Copy, OnAFullDiskLeavesTheOldFileAndFails) {
   EXPECT_THAT(output_of("ls -A /tmp/copied | grep brindle"), IsEmpty());
 }
 
+// ---- One file over another ---------------------------------------------------------------------------
+
+struct CopyOver : testing::Test {
+  CopyOver() { write_file("/tmp/from", std::string(20'000, 'n')); }
+  static bool copied() { return copy_over(compose("cp /tmp/from %s", to), "/tmp/from", to); }
+  static constexpr const char* to = "/tmp/disk/d/f";
+};
+
+TEST_F(CopyOver, RunsTheCommandAndKeepsTheOldOnesLikeness) {
+  write_file(to, "old");
+  ASSERT_EQ(0, chown(to, 1234, 4321));
+  ASSERT_EQ(0, chmod(to, 0640));
+  EXPECT_TRUE(copied());
+  EXPECT_THAT(commands_run(), ElementsAre("cp /tmp/from /tmp/disk/d/f"));
+  EXPECT_TRUE(same_bytes(std::string(20'000, 'n'), read_file(to)));
+  EXPECT_EQ("1234 4321 640\n", output_of("stat -c '%u %g %a' /tmp/disk/d/f"));
+  EXPECT_EQ("f\n", output_of("ls -A /tmp/disk/d"));
+}
+
+TEST_F(CopyOver, LeavesTheOldOneOnAFullDisk) {
+  const SmallDisk disk("/tmp/disk");
+  const std::string old(5000, 'o');
+  write_file(to, old);
+  for (const int left : {0, 1}) {
+    disk.empty();
+    disk.fill_but(left);
+    EXPECT_FALSE(copied());
+    EXPECT_TRUE(same_bytes(old, read_file(to)));
+    EXPECT_EQ("f\n", output_of("ls -A /tmp/disk/d"));
+  }
+}
+
+TEST_F(CopyOver, LeavesTheOldOneBehindALinkOnAFullDisk) {
+  const SmallDisk disk("/tmp/disk");
+  const std::string old(5000, 'o');
+  write_file("/tmp/disk/named", old);
+  shell_quietly("mkdir /tmp/disk/d; ln -s ../named /tmp/disk/d/f");
+  disk.fill_but(1);
+  EXPECT_FALSE(copied());
+  EXPECT_EQ("../named\n", output_of("readlink /tmp/disk/d/f"));
+  EXPECT_TRUE(same_bytes(old, read_file("/tmp/disk/named")));
+  disk.empty();
+  EXPECT_TRUE(copied());
+  EXPECT_EQ("../named\n", output_of("readlink /tmp/disk/d/f"));
+  EXPECT_TRUE(same_bytes(std::string(20'000, 'n'), read_file("/tmp/disk/named")));
+}
+
+TEST_F(CopyOver, LeavesTheOldOneWithoutANewOne) {
+  write_file(to, "old");
+  shell_quietly("rm /tmp/from");
+  EXPECT_FALSE(copied());
+  EXPECT_EQ("old", read_file(to));
+}
+
+TEST_F(CopyOver, MakesAFileWhereNoneWas) {
+  shell_quietly("mkdir -p /tmp/disk/d");
+  EXPECT_TRUE(copied());
+  EXPECT_EQ("f\n", output_of("ls -A /tmp/disk/d"));
+}
+
 }  // namespace

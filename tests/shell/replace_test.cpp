@@ -288,4 +288,62 @@ TEST(KeptFile, KeepsNothingWhereNothingIs) {
   EXPECT_TRUE(names_in("/tmp/d").empty());
 }
 
+// ---- Setting a file aside ----------------------------------------------------------------------------
+
+TEST(SetAside, BringsTheOldOneBackOverTheNewOne) {
+  write_file("/tmp/d/f", "old");
+  ASSERT_EQ(0, chmod("/tmp/d/f", 0640));
+  {
+    const SetAside own("/tmp/d/f");
+    EXPECT_FALSE(exists("/tmp/d/f"));
+    write_file("/tmp/d/f", "new");
+  }
+  EXPECT_EQ("old", read_file("/tmp/d/f"));
+  EXPECT_EQ(0640U, information("/tmp/d/f").st_mode & 07777);
+  { const SetAside own("/tmp/d/f"); }
+  EXPECT_EQ("old", read_file("/tmp/d/f"));
+  EXPECT_THAT(names_in("/tmp/d"), ElementsAre("f"));
+}
+
+TEST(SetAside, BringsLinksAndFoldersBackToo) {
+  write_file("/tmp/d/folder/inside", "old");
+  std::filesystem::create_symlink("missing", "/tmp/d/link");
+  {
+    const SetAside folder("/tmp/d/folder");
+    const SetAside link("/tmp/d/link");
+    write_file("/tmp/d/folder", "new");
+    write_file("/tmp/d/link", "new");
+  }
+  EXPECT_EQ("old", read_file("/tmp/d/folder/inside"));
+  EXPECT_EQ("missing", std::filesystem::read_symlink("/tmp/d/link"));
+  EXPECT_THAT(names_in("/tmp/d"), UnorderedElementsAre("folder", "link"));
+}
+
+TEST(SetAside, GivenUpLeavesTheNewOneLikeTheOld) {
+  write_file("/tmp/d/f", "old");
+  ASSERT_EQ(0, chown("/tmp/d/f", 1234, 4321));
+  ASSERT_EQ(0, chmod("/tmp/d/f", 0640));
+  {
+    SetAside own("/tmp/d/f");
+    write_file("/tmp/d/f", "new");
+    own.give_up();
+  }
+  EXPECT_EQ("new", read_file("/tmp/d/f"));
+  EXPECT_EQ(0640U, information("/tmp/d/f").st_mode & 07777);
+  EXPECT_EQ(1234U, information("/tmp/d/f").st_uid);
+  EXPECT_THAT(names_in("/tmp/d"), ElementsAre("f"));
+}
+
+TEST(SetAside, LeavesTheNewOneWhereNothingWas) {
+  std::filesystem::create_directory("/tmp/d");
+  {
+    SetAside own("/tmp/d/f");
+    write_file("/tmp/d/f", "new");
+  }
+  EXPECT_EQ("new", read_file("/tmp/d/f"));
+  SetAside own("/tmp/d/missing");
+  own.give_up();
+  EXPECT_THAT(names_in("/tmp/d"), ElementsAre("f"));
+}
+
 }  // namespace

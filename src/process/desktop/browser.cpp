@@ -7,6 +7,7 @@
 
 #include "process/archive/layout.h"
 #include "process/desktop/first_entry.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
@@ -75,10 +76,10 @@ int favourites(const char* args) {
   const Target target = target_of(args);
   const std::optional<Profile> profile = find_profile(target);
   if (!profile) return -1;
-  const shell::Command copy = compose("cp %s %s/%s/bookmarks.html", target.root + "/" + layout::bookmarks,
-                                      profile->folder, profile->name);
+  const std::string source = target.root + "/" + layout::bookmarks;
+  const shell::Command copy = compose("cp %s %s/%s/bookmarks.html", source, profile->folder, profile->name);
   std::printf("%s", copy.c_str());
-  SYSTEM(copy);
+  copy_over(copy, source, profile->folder + "/" + profile->name + "/bookmarks.html");
   return 0;
 }
 

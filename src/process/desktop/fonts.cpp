@@ -31,7 +31,8 @@ void replace_terminal_settings(const std::string& home, const char* tarball) {
   unpack(tarball);
   const shell::Command copy =
       compose("cp -f %s/root/.kde/share/config/konsolerc %s/.kde/share/config", working_directory, home);
-  SYSTEM(copy);
+  copy_over(copy, std::string(working_directory) + "/root/.kde/share/config/konsolerc",
+            home + "/.kde/share/config/konsolerc");
   std::printf("CMD Executed::%s\n", copy.c_str());
   SYSTEM(compose("rm -rf %s", working_directory));
 }

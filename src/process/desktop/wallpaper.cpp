@@ -147,12 +147,13 @@ int wallpaper(const char* args) {
   trace_home(target.home);
   if (target.home.empty()) return -1;
   std::printf("Wallpaper Login Name::%s\n", target.home.c_str());
-  const std::optional<std::string> name = find_picture(target.root);
-  if (!name) return -1;
+  const SetAside own_file(style_file(target.home));
   SYSTEM(compose("cp %s/* %s", folder_in(target.root), target.home));
+  const std::optional<std::string> name = find_picture(target.root);
   const std::optional<Style> style = read_style(style_file(target.home));
-  if (!style) return failed_without_style(fp_log);
   unlink(style_file(target.home).c_str());
+  if (!name) return -1;
+  if (!style) return failed_without_style(fp_log);
   return set_gnome_background(target, target.home + "/" + *name, gnome_option(*style));
 }
 
@@ -167,9 +168,11 @@ int kdewallpaper(const char* args) {
   std::printf("P::%s\n", extension(*name).c_str());
   const std::string folder = folder_in(target.root);
   const std::string picture = target.home + "/Wallpaper1" + extension(*name);
+  const SetAside own_file(style_file(target.home));
   SYSTEM(compose("cp %s/%s %s", folder, layout::wallpaper_style, target.home));
   SYSTEM(compose("cp \"%s/%s\" \"%s\"", folder, *name, picture));
-  const std::optional<Style> style = read_style(style_file(target.home));  // stays, unlike on GNOME
+  const std::optional<Style> style =
+      read_style(style_file(target.home));  // stays, unlike on GNOME, unless there was one
   if (!style) return failed_without_style(fp_log);
   const KdeMode mode = kde_mode(*style, target.has().kde_tiled);
   return target.is_running_user ? set_kde_background(picture, mode.number)

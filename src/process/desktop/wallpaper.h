@@ -3,7 +3,8 @@
 #define BRINDLE_PROCESS_DESKTOP_WALLPAPER_H
 
 // ARGS/Wallpaper holds the picture, the first entry in directory order that is not "option.txt", and
-// "option.txt", whose first character is the Windows style: C centred, S stretched, T tiled.
+// "option.txt", whose first character is the Windows style: C centred, S stretched, T tiled. An "option.txt"
+// that the home has already is there again, unchanged, when a migrator has ended.
 
 /// Copies the picture into the home being migrated and makes it GNOME's background: through GConf for the
 /// running user, as %gconf.xml for a profile.

@@ -7,6 +7,7 @@
 #include "gconf/settings.h"
 #include "process/mail/evolution/new_home.h"
 #include "shell/files.h"
+#include "shell/home.h"
 #include "shell/run.h"
 #include "state/state.h"
 
@@ -65,6 +66,7 @@ void prepare_by_starting() {
 
 void prepare_applications(const Target& target) {
   std::puts("Initializing Applications..............");
+  trace_home(target.home);
   switch (target.has().first_start) {
     case FirstStart::gnome:
       prepare_gnome(target, *target.has().skeleton);

@@ -16,7 +16,6 @@
 #include "process/run/applications.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
-#include "shell/home.h"
 #include "shell/run.h"
 #include "state/posts.h"
 #include "state/state.h"
@@ -112,7 +111,6 @@ void* process(void* args) {
   trace_users(isMultiUser, default_user);
 
   const Target target = target_of(root.c_str());
-  trace_home(target.home);
   prepare_applications(target);
   const bool refused = target.one_of_several && target.home != "/root";
   if (!refused) walk_steps(target, root);
