@@ -12,7 +12,6 @@
 #include "process/mail/folders/kmail.h"
 #include "process/mail/kde/encoding.h"
 #include "process/mail/kde/personal.h"
-#include "shell/aside.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -169,7 +168,7 @@ Outcome write_account(const Target& target, const std::string& file, int number,
 Outcome convert_and_write_account(const Target& target, const std::string& file, int number,
                                   std::optional<KeptFile>& before) {
   const std::string converted = file + "temp";
-  const PutAside namesake(converted);  // an account file may have that name
+  const SetAside namesake(converted);  // an account file may have that name
   dos_to_unix(file.c_str());
   convert_to_utf8(file, converted);
   const Outcome outcome = write_account(target, converted, number, before);
