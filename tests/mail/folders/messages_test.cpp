@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include <filesystem>
 #include <set>
@@ -73,6 +74,14 @@ TEST_F(MessageFolder, EqualMessagesAreAsManyAsThereAre) {
     EXPECT_EQ("M2 M3 M4 M5 M6 M7\n", everything()) << run;
   }
   for (int i = 0; i < 6; ++i) EXPECT_EQ(mail[static_cast<std::size_t>(i)], in_file(i + 2));
+}
+
+TEST_F(MessageFolder, AFileStandsForOneMessageOnly) {
+  EXPECT_TRUE(put({message("a"), long_message("b")}));
+  EXPECT_TRUE(put({message("a"), message("a"), long_message("b"), long_message("b")}));
+  EXPECT_EQ("M2 M3 M4 M5\n", everything());
+  EXPECT_EQ(message("a"), in_file(4));
+  EXPECT_EQ(long_message("b"), in_file(5));
 }
 
 TEST_F(MessageFolder, ALaterMailboxAddsOnlyWhatIsNew) {
@@ -179,6 +188,17 @@ TEST_F(MessageFolder, ADiskThatFillsUpKeepsWholeMessagesOnly) {
   EXPECT_FALSE(put({message("a"), message("large", 10'000), long_message("b"), message("c"), message("d")}));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("2 of its messages cannot be written"));
   EXPECT_EQ("M2 M5 M6 filling\n", everything());
+}
+
+// The folder itself and two files are all the disk can hold.
+TEST_F(MessageFolder, AMessageWhoseFileCannotBeMadeTakesNoOtherWithIt) {
+  ASSERT_EQ(0, mount("tmpfs", "/tmp/cur", "tmpfs", 0, "nr_inodes=3"));
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(put({message("a"), long_message("b"), message("c"), long_message("d")}));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("2 of its messages cannot be written"));
+  EXPECT_EQ("M2 M3\n", everything());
+  EXPECT_EQ(message("a"), in_file(2));
+  EXPECT_EQ(long_message("b"), in_file(3));
 }
 
 TEST_F(MessageFolder, AfterAFullDiskTheRestComesWithTheNextRun) {

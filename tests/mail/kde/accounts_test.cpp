@@ -419,6 +419,21 @@ TEST_F(KMail, MigratorGoesOnWithoutAccounts) {
   EXPECT_EQ(6u, steps_of(testing::internal::GetCapturedStdout()).size());
 }
 
+TEST_F(KMail, MigratorFailsInTheEndWhenMailWasLost) {
+  work();
+  write_file("/tmp/b/Mail/Inbox", "From a\n1\nFrom b\n2\n");
+  const SmallDisk disk("/root/Mail");
+  std::filesystem::create_directories("/root/Mail/inbox/cur");
+  disk.fill_but(0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(-1, kmail_mail_account("/tmp/b"));
+  EXPECT_EQ("Notes are done.", steps_of(testing::internal::GetCapturedStdout()).back());
+  EXPECT_EQ("", output_of("ls /root/Mail/inbox/cur"));
+  disk.empty();
+  EXPECT_EQ(0, kmail_mail_account("/tmp/b"));
+  EXPECT_EQ("Inbox2\nInbox3\n", output_of("ls /root/Mail/inbox/cur"));
+}
+
 TEST_F(KMail, AProfileGetsItsOwn) {
   work();
   isDefaultUser = 0;

@@ -163,11 +163,7 @@ bool MessageFiles::store() {
   const bool is_in_file = file_ != nullptr;
   if (!is_in_file && earlier_.take(buffer_)) return true;
   if (!spill() || !close_file(file_)) return false;
-  if (is_in_file && earlier_.take_copy_of(path_, head_, spilled_)) {
-    std::remove(path_.c_str());
-  } else {
-    ++free_;
-  }
+  if (is_in_file && earlier_.take_copy_of(path_, head_, spilled_)) std::remove(path_.c_str());
   return true;
 }
 

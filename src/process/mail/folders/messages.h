@@ -66,7 +66,7 @@ class MessageFiles {
   std::string path_;    // of that file
   File file_;
   std::uintmax_t spilled_ = 0;
-  int free_ = 0;  // all numbers from the last message's own to this one, without it, are taken
+  int free_ = 0;  // none from the message's own number up to this one, without it, is free
   bool begun_ = false;
   bool failed_ = false;
   int lost_ = 0;
