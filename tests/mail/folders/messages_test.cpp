@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
+#include <ctime>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -147,6 +149,27 @@ TEST_F(MessageFolder, WhatElseIsThereIsNeverOverwritten) {
   EXPECT_EQ(message("c"), in_file(8));
   EXPECT_TRUE(put({message("a"), long_message("b"), message("c")}));
   EXPECT_EQ("M2 M3 M4 M5 M6 M7 M8\n", everything());
+}
+
+// A link to the same message is not the message, and nobody writes to the pipe.
+TEST_F(MessageFolder, OnlyPlainFilesAreMessages) {
+  write_file("/tmp/target", message("a"));
+  std::filesystem::create_symlink("/tmp/target", prefix + "2");
+  ASSERT_EQ(0, mkfifo((prefix + "3").c_str(), 0600));
+  EXPECT_TRUE(put({message("a")}));
+  EXPECT_EQ(message("a"), in_file(4));
+}
+
+// So many that trying each number for each message would take a minute.
+TEST_F(MessageFolder, BesideManyOthersAMessageTakesNoLonger) {
+  constexpr int count = 10'000;
+  for (int i = 2; i < count + 2; ++i) write_file(prefix + std::to_string(i), "another");
+  std::vector<std::string> mail;
+  for (int i = 0; i < count; ++i) mail.push_back(message(std::to_string(i)));
+  const std::clock_t before = std::clock();
+  EXPECT_TRUE(put(mail));
+  EXPECT_LT(std::clock() - before, 5 * CLOCKS_PER_SEC);
+  EXPECT_EQ(mail.back(), in_file(2 * count + 1));
 }
 
 TEST_F(MessageFolder, OnlyFilesNamedLikeItsMessagesCount) {
