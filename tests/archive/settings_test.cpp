@@ -161,8 +161,8 @@ INSTANTIATE_TEST_SUITE_P(All, LongLine,
 
 // A letter of Latin-1 in front of a letter of ASCII is half of nothing.
 TEST_F(Settings, ALongLineInLatin1KeepsEveryLetter) {
-  holds("K=" + many("\xfcz") + "\n");
-  EXPECT_EQ(many("\xfcz").substr(0, 125), value("K"));
+  holds("K=" + many("\xe9z") + "\n");
+  EXPECT_EQ(many("\xe9z").substr(0, 125), value("K"));
 }
 
 TEST_F(Settings, AShortLineKeepsItsHalfCharacter) {
