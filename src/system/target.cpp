@@ -2,6 +2,7 @@
 
 #include "shell/home.h"
 #include "state/state.h"
+#include "system/language.h"
 
 Target target_of(const char* args) {
   const Owner owner = current_owner();
@@ -11,5 +12,6 @@ Target target_of(const char* args) {
           .one_of_several = isMultiUser != 0,
           .system = detected_system(),
           .system_version = OSVersion,
-          .root = args};
+          .root = args,
+          .locale = persons_locale()};
 }

@@ -15,7 +15,8 @@ struct Target {
   bool one_of_several = false;  ///< the archive has several users
   System system = System::other;
   std::string system_version;  ///< as OSVersion has it
-  std::string root;  ///< where the migrator's data lie: the archive root, or a profile's folder in it
+  std::string root;         ///< where the migrator's data lie: the archive root, or a profile's folder in it
+  std::string locale = {};  ///< the person's (language.h)
 
   const Capabilities& has() const { return capabilities(system); }
 };

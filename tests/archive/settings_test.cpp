@@ -125,6 +125,52 @@ TEST_F(Settings, ALongerLineIsCutAt127Characters) {
   EXPECT_EQ('x', flag("K"));
 }
 
+// A value of `byte` letters up to where the line is cut, and what of the letters `whole` stays.
+struct Cut {
+  const char* name;
+  std::string before;  // up to the cut, and beyond it
+  std::size_t kept;    // bytes of it that stay
+};
+
+class LongLine : public Settings, public testing::WithParamInterface<Cut> {};
+
+TEST_P(LongLine, EndsBehindAWholeCharacter) {
+  const Cut& cut = GetParam();
+  for (const std::string filler : {"", "x"}) {  // the key and a filler put the cut between two bytes
+    const std::string text = filler + cut.before;
+    holds("K=" + text + "\nNext=1\n");
+    const std::size_t room = 125;
+    const std::size_t width = cut.kept;
+    const std::size_t letters = (room - filler.size()) / width;
+    EXPECT_EQ(text.substr(0, filler.size() + letters * width), value("K")) << filler;
+  }
+}
+
+std::string many(const std::string& letter) {
+  std::string text;
+  while (text.size() < 150) text += letter;
+  return text;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LongLine,
+                         testing::Values(Cut{"TwoBytesOfUtf8", many("\u00fc"), 2},
+                                         Cut{"ThreeBytesOfUtf8", many("\u5de5"), 3},
+                                         Cut{"FourBytesOfUtf8", many("\U0001f600"), 4},
+                                         Cut{"Gb2312", many("\xb9\xa4"), 2}, Cut{"Latin1", many("\xfc"), 1}),
+                         [](const auto& one) { return std::string(one.param.name); });
+
+// A letter of Latin-1 in front of a letter of ASCII is half of nothing.
+TEST_F(Settings, ALongLineInLatin1KeepsEveryLetter) {
+  holds("K=" + many("\xe9z") + "\n");
+  EXPECT_EQ(many("\xe9z").substr(0, 125), value("K"));
+}
+
+TEST_F(Settings, AShortLineKeepsItsHalfCharacter) {
+  holds("K=\xb9\nL=\xe5\xb7");
+  EXPECT_EQ("\xb9", value("K"));
+  EXPECT_EQ("\xe5\xb7", value("L"));
+}
+
 TEST_F(Settings, TheRestOfALongLineCountsAsALine) {
   holds("K=" + std::string(125, 'x') + "Email=rest\n");
   EXPECT_EQ("rest", value("Email"));

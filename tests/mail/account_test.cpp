@@ -9,9 +9,10 @@
 
 namespace {
 
-MailAccount account(const std::string& settings, Fallbacks fallbacks = Fallbacks::none) {
+MailAccount account(const std::string& settings, Fallbacks fallbacks = Fallbacks::none,
+                    const std::string& language = "en_US") {
   write_file("/tmp/account", settings);
-  const auto read = read_account("/tmp/account", fallbacks);
+  const auto read = read_account("/tmp/account", fallbacks, language);
   EXPECT_TRUE(read);
   return read.value_or(MailAccount{});
 }
@@ -105,11 +106,10 @@ TEST(Account, TheDisplayNameComesFromEitherKey) {
 TEST(Account, AnEmptyPrimaryKeyIsNotAMissingOne) {
   const MailAccount read = account(
       "Display Name=Bob\nSMTP Display Name=\nEmail=bob@example.org\nSMTP Email Address=\n"
-      "POP3 Server=h\nPOP3 User=bob\nPOP3 User Name=\nPOP3 Port=\n");
+      "POP3 Server=h\nPOP3 User=bob\nPOP3 User Name=\n");
   EXPECT_EQ("", read.display_name);
   EXPECT_EQ("", read.address);
   EXPECT_EQ("", read.user);
-  EXPECT_EQ("", read.port);
 }
 
 TEST(Account, AddressAndLoginHaveFallbacks) {
@@ -171,17 +171,55 @@ TEST(Account, OnlyTheDigitOneMeansYes) {
   }
 }
 
-TEST(Account, BytesAreTakenAsTheyAre) {
-  EXPECT_EQ("\xd5\xcb\xba\xc5", account("Account Name=\xd5\xcb\xba\xc5\n").name);
+TEST(Account, AnEmptyPortIsTheDefaultPort) {
+  EXPECT_EQ("110", account("POP3 Server=h\nPOP3 Port=\n").port);
+  EXPECT_EQ("110", account("IMAP Server=h\nIMAP Port=\n").port);
+}
+
+// Each text has a letter that is no UTF-8; in CP1251 the byte is the Russian one.
+TEST(Account, TextsThatAreNoUtf8AreReadInTheCodePageOfTheLanguage) {
+  const std::string settings =
+      "Account Name=a\xe9\nSMTP Display Name=b\xe9\nSMTP Email Address=c\xe9\nSMTP Reply To Email "
+      "Address=d\xe9\n"
+      "SMTP Organization Name=e\xe9\nPOP3 Server=f\xe9\nPOP3 User Name=g\xe9\nPOP3 Port=h\xe9\nSMTP "
+      "Server=i\xe9\n";
+  const auto texts = [&](const std::string& language) {
+    const MailAccount read = account(settings, Fallbacks::none, language);
+    return read.name + read.display_name + read.address + read.reply_to + read.organization + read.host +
+           read.user + read.port + read.smtp_host;
+  };
+  EXPECT_EQ("a\u00e9b\u00e9c\u00e9d\u00e9e\u00e9f\u00e9g\u00e9h\u00e9i\u00e9", texts("de_DE"));
+  EXPECT_EQ("a\u0439b\u0439c\u0439d\u0439e\u0439f\u0439g\u0439h\u0439i\u0439", texts("ru_RU"));
+  EXPECT_EQ("f\u0439", account("IMAP Server=f\xe9\n", Fallbacks::none, "ru_RU").host);
+}
+
+TEST(Account, FallbackTextsAreConvertedToo) {
+  const MailAccount read = account("Display Name=\xd5\xcb\nReply Email=\xba\xc5\nIMAP User=\xd5\xcb\n",
+                                   Fallbacks::second, "zh_CN");
+  EXPECT_EQ("\u8d26", read.display_name);
+  EXPECT_EQ("\u53f7", read.reply_to);
+  EXPECT_EQ("\u8d26", read.user);
+}
+
+TEST(Account, Utf8IsTakenAsItIs) {
+  EXPECT_EQ("M\u00fcller", account("Account Name=M\u00fcller\n", Fallbacks::none, "zh_CN").name);
+}
+
+TEST(Account, AFileThatCannotBeReadIsNamed) {
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(read_account("/tmp/nowhere", Fallbacks::none, ""));
+  EXPECT_FALSE(read_account("/usr", Fallbacks::none, ""));
+  EXPECT_EQ("/tmp/nowhere: No such file or directory\n/usr: Is a directory\n",
+            testing::internal::GetCapturedStderr());
 }
 
 TEST(Account, AMissingFileIsNoAccount) {
-  EXPECT_FALSE(read_account("/tmp/nowhere", Fallbacks::none));
+  EXPECT_FALSE(read_account("/tmp/nowhere", Fallbacks::none, ""));
   EXPECT_EQ(ENOENT, errno);
 }
 
 TEST(Account, AFolderIsNoAccount) {
-  EXPECT_FALSE(read_account("/usr", Fallbacks::none));
+  EXPECT_FALSE(read_account("/usr", Fallbacks::none, ""));
   EXPECT_EQ(EISDIR, errno);
 }
 

@@ -28,9 +28,21 @@ TEST(AccountFiles, ReportAFolderThatCannotBeOpened) {
             testing::internal::GetCapturedStderr());
 }
 
-TEST(ClientFile, ThatCannotBeOpenedIsReported) {
+TEST(ClientFile, IsReplacedAndAppendedTo) {
+  write_file("/tmp/kmailrc", "an old one");
   testing::internal::CaptureStdout();
-  EXPECT_FALSE(open_client_file("/tmp/missing/kmailrc", "a"));
+  EXPECT_TRUE(replace_client_file("/tmp/kmailrc", "a\n"));
+  EXPECT_TRUE(append_to_client_file("/tmp/kmailrc", "b\n"));
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("a\nb\n", read_file("/tmp/kmailrc"));
+}
+
+TEST(ClientFile, ThatCannotBeWrittenIsReported) {
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(append_to_client_file("/tmp/missing/kmailrc", "a\n"));
+  EXPECT_EQ("\nERROR :: Could not create file", testing::internal::GetCapturedStdout());
+  testing::internal::CaptureStdout();
+  EXPECT_FALSE(replace_client_file("/tmp/missing/prefs.js", "a\n"));
   EXPECT_EQ("\nERROR :: Could not create file", testing::internal::GetCapturedStdout());
 }
 

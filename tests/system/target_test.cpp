@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include "state/state.h"
 #include "support/commands.h"
 
@@ -35,6 +37,16 @@ TEST(TargetOf, AProfileIsTheProfilesUser) {
   EXPECT_FALSE(target.is_running_user);
   EXPECT_TRUE(target.one_of_several);
   EXPECT_EQ("/a/Profiles/ben", target.root);
+}
+
+TEST(TargetOf, TheLocaleIsThePersons) {
+  setenv("LANG", "ru_RU.UTF-8", 1);
+  EXPECT_EQ("ru_RU.UTF-8", target_of("").locale);
+  setenv("BRINDLE_LOCALE", "de_DE.UTF-8", 1);  // where the texts had to be English
+  EXPECT_EQ("de_DE.UTF-8", target_of("").locale);
+  unsetenv("BRINDLE_LOCALE");
+  unsetenv("LANG");
+  EXPECT_EQ("", target_of("").locale);
 }
 
 TEST(TargetOf, AProfileCalledRootDoesNotGetTheSuperusersHome) {

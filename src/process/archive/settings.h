@@ -2,7 +2,8 @@
 //
 // A key is found by plain containment anywhere in a line, the value part included, and the first such line
 // answers. So the order of questions matters: "Display Name" also finds "SMTP Display Name=...". Lines are
-// read in pieces of at most 127 characters; each question starts from the top of the file.
+// read in pieces of at most 127 bytes; where that cuts a character of UTF-8 or GB2312 in two, the line ends
+// before it. Each question starts from the top of the file.
 #ifndef BRINDLE_PROCESS_ARCHIVE_SETTINGS_H
 #define BRINDLE_PROCESS_ARCHIVE_SETTINGS_H
 

@@ -4,6 +4,7 @@
 
 #include "process/archive/settings.h"
 #include "shell/files.h"
+#include "system/windows_text.h"
 
 namespace {
 
@@ -14,14 +15,28 @@ bool is_readable(std::FILE* file) {
   return std::ferror(file) == 0;
 }
 
-std::string text(std::FILE* file, const char* key) { return setting(file, key).value_or(""); }
+/// The texts of an account file.
+class Texts {
+ public:
+  Texts(std::FILE* file, const std::string& locale) : file_(file), locale_(locale) {}
 
-// The primary key is always asked first: keys match anywhere in a line, so "Display Name" would find the
-// line of "SMTP Display Name".
-std::string text(std::FILE* file, const char* key, const char* fallback) {
-  const std::optional<std::string> value = setting(file, key);
-  return value ? *value : text(file, fallback);
-}
+  std::optional<std::string> find(const char* key) const {
+    std::optional<std::string> value = setting(file_, key);
+    if (value) *value = as_utf8(*value, locale_);
+    return value;
+  }
+  std::string of(const char* key) const { return find(key).value_or(""); }
+  // The primary key is always asked first: keys match anywhere in a line, so "Display Name" would find the
+  // line of "SMTP Display Name".
+  std::string of(const char* key, const char* fallback) const {
+    const std::optional<std::string> value = find(key);
+    return value ? *value : of(fallback);
+  }
+
+ private:
+  std::FILE* file_;
+  const std::string& locale_;
+};
 
 bool flag(std::FILE* file, const char* key) { return get_char(file, key) == '1'; }
 
@@ -45,48 +60,57 @@ constexpr IncomingKeys pop3 = {"POP3 Prompt for Password", "POP3 User Name", "PO
 constexpr IncomingKeys imap = {"IMAP Prompt for Password", "IMAP User Name", "IMAP User", "IMAP Port",
                                "IMAP Secure Connection",   "IMAP Use SSL"};
 
-void read_sender(std::FILE* file, Fallbacks fallbacks, MailAccount& account) {
+void read_sender(const Texts& texts, Fallbacks fallbacks, MailAccount& account) {
   const bool second = fallbacks == Fallbacks::second;
-  account.name = text(file, "Account Name");
-  account.display_name = text(file, "SMTP Display Name", "Display Name");
-  account.address = text(file, "SMTP Email Address", "Email");
-  account.reply_to = second ? text(file, "SMTP Reply To Email Address", "Reply Email")
-                            : text(file, "SMTP Reply To Email Address");
+  account.name = texts.of("Account Name");
+  account.display_name = texts.of("SMTP Display Name", "Display Name");
+  account.address = texts.of("SMTP Email Address", "Email");
+  account.reply_to = second ? texts.of("SMTP Reply To Email Address", "Reply Email")
+                            : texts.of("SMTP Reply To Email Address");
   account.organization =
-      second ? text(file, "SMTP Organization Name", "Organization") : text(file, "SMTP Organization Name");
+      second ? texts.of("SMTP Organization Name", "Organization") : texts.of("SMTP Organization Name");
 }
 
-void read_incoming(std::FILE* file, MailAccount& account) {
-  const std::optional<std::string> pop3_server = setting(file, "POP3 Server");
+// Deliberate: part of the format. POP3's port for an IMAP account as well.
+std::string port_or_default(const std::string& port) { return port.empty() ? "110" : port; }
+
+void read_incoming(std::FILE* file, const Texts& texts, MailAccount& account) {
+  const std::optional<std::string> pop3_server = texts.find("POP3 Server");
   account.imap = !pop3_server;
-  account.host = pop3_server ? *pop3_server : text(file, "IMAP Server");
+  account.host = pop3_server ? *pop3_server : texts.of("IMAP Server");
   const IncomingKeys& keys = account.imap ? imap : pop3;
   account.prompt = flag(file, keys.prompt);
-  account.user = text(file, keys.user, keys.user_fallback);
-  // Deliberate: part of the format. POP3's port for an IMAP account as well.
-  account.port = setting(file, keys.port).value_or("110");
+  account.user = texts.of(keys.user, keys.user_fallback);
+  account.port = port_or_default(texts.of(keys.port));
   account.secure = flag(file, keys.secure, keys.secure_fallback);
   const bool leave_mail = flag(file, "Leave Mail On Server");
   account.keep_on_server = flag(file, "Leave on Server") || leave_mail;
 }
 
-void read_outgoing(std::FILE* file, MailAccount& account) {
+void read_outgoing(std::FILE* file, const Texts& texts, MailAccount& account) {
   // Deliberate: part of the format. Sicily alone says yes with "2".
   const bool sicily = get_char(file, "SMTP Use Sicily") == '2';
   account.smtp_auth = flag(file, "SMTP Use Auth") || sicily;
   account.smtp_prompt = flag(file, "SMTP Prompt for Password");
-  account.smtp_host = text(file, "SMTP Server");
+  account.smtp_host = texts.of("SMTP Server");
   account.smtp_secure = flag(file, "SMTP Secure Connection");
 }
 
 }  // namespace
 
-std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallbacks) {
+std::optional<MailAccount> read_account(const std::string& path, Fallbacks fallbacks,
+                                        const std::string& locale) {
   const File file = open_file(path, "r");
-  if (!file || !is_readable(file.get())) return std::nullopt;
+  if (!file || !is_readable(file.get())) {
+    const int error = errno;
+    std::perror(path.c_str());
+    errno = error;
+    return std::nullopt;
+  }
+  const Texts texts(file.get(), locale);
   MailAccount account;
-  read_sender(file.get(), fallbacks, account);
-  read_incoming(file.get(), account);
-  read_outgoing(file.get(), account);
+  read_sender(texts, fallbacks, account);
+  read_incoming(file.get(), texts, account);
+  read_outgoing(file.get(), texts, account);
   return account;
 }

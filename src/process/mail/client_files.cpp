@@ -4,11 +4,17 @@
 
 #include "process/archive/layout.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 
 namespace {
 
 constexpr std::size_t line_limit = 1023;
+
+bool reported(bool written) {
+  if (!written) std::printf("\nERROR :: Could not create file");
+  return written;
+}
 
 }  // namespace
 
@@ -23,10 +29,12 @@ std::optional<std::vector<std::string>> account_files(const std::string& root) {
   return files;
 }
 
-File open_client_file(const std::string& path, const char* mode) {
-  File file = open_file(path, mode);
-  if (!file) std::printf("\nERROR :: Could not create file");
-  return file;
+bool replace_client_file(const std::string& path, const std::string& text) {
+  return reported(replace_file(path, text));
+}
+
+bool append_to_client_file(const std::string& path, const std::string& text) {
+  return reported(append_to_file(path, text));
 }
 
 void rewrite_lines(const std::string& from, const std::string& to,

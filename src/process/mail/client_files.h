@@ -15,8 +15,10 @@
 /// "In mail_account() opendir: " with the system error.
 std::optional<std::vector<std::string>> account_files(const std::string& root);
 
-/// open_file for a file that a mail client reads. One that cannot be opened is reported on standard output.
-File open_client_file(const std::string& path, const char* mode);
+/// replace_file and append_to_file for a file that a mail client reads. A failure is reported on standard
+/// output.
+[[nodiscard]] bool replace_client_file(const std::string& path, const std::string& text);
+[[nodiscard]] bool append_to_client_file(const std::string& path, const std::string& text);
 
 /// Replaces the file `to` by what `rewrite` makes of each line of the file `from`. A line comes with its
 /// newline; one of more than 1023 characters comes as several. A missing `from` empties `to`; when `to`

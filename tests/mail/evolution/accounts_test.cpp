@@ -11,6 +11,7 @@
 
 #include "mail/evolution/homes.h"
 #include "shell/files.h"
+#include "support/full_disk.h"
 #include "support/session.h"
 
 // Takes the place of the C library's clock in this program, so that uids can be compared.
@@ -156,14 +157,46 @@ TEST_F(EvolutionAccountsInGconf, TheTimeZoneIsSetAfterTheAccounts) {
   EXPECT_EQ("America/New_York\n", Session::get("/apps/evolution/calendar/display/timezone"));
 }
 
-TEST_F(EvolutionAccountsInGconf, BytesThatAreNotUtf8MakeTheStoringFailAndNothingElse) {
-  has("1", "Account Name=\xd5\xcb\xba\xc5\n");
+// GConf takes no list at all when a single text in it is not UTF-8.
+TEST_F(EvolutionAccountsInGconf, AnAccountThatIsNotUtf8DoesNotLoseTheOthers) {
+  setenv("LANG", "zh_CN.GB2312", 1);
+  has("1", "Account Name=Work\nIMAP Server=h\n");
+  has("2", "Account Name=\xd5\xcb\xba\xc5\nIMAP Server=h\n");
+  has("3", "Account Name=Club\nIMAP Server=h\n");
+  EXPECT_EQ(0, migrate());
+  setenv("LANG", "C.UTF-8", 1);  // for the reader
+  const std::string list = stored();
+  for (const char* name : {"Work", "\u8d26\u53f7", "Club"})
+    EXPECT_THAT(list, HasSubstr(std::string("<account name=\"") + name + "\" uid="));
+}
+
+TEST_F(EvolutionAccountsInGconf, AStoringThatFailsIsReportedAndTheRestMigrated) {
+  has("1", "Account Name=A\n");
+  g_clear_object(&client);
   write_file(archive_root + "/Mail/Inbox", "From a\n");
   std::filesystem::create_directories("/root/evolution/local");
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, migrate());
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("in set_gconf_list "));
   EXPECT_TRUE(exists("/root/evolution/local/Inbox/mbox"));
+}
+
+TEST_F(EvolutionAccounts, AProfilesAccountsFromWindowsAreUtf8) {
+  make_profile();
+  setenv("LANG", "de_DE", 1);
+  has("1", "Account Name=M\xfcller\nIMAP Server=h\n");
+  EXPECT_EQ(0, migrate());
+  EXPECT_THAT(read_file(profile_file), HasSubstr("&lt;account name=&quot;M\u00fcller&quot;"));
+}
+
+TEST_F(EvolutionAccounts, OnAFullDiskAProfilesFileStaysAsItWas) {
+  make_profile();
+  has("1", work);
+  write_file(profile_file, "an old file");
+  const SmallDisk disk("/home/ann/.gconf/apps/evolution/mail");
+  disk.fill_but(0);
+  EXPECT_EQ(-1, migrate());
+  EXPECT_EQ("an old file", read_file(profile_file));
 }
 
 TEST_F(EvolutionAccountsInGconf, TheDataServerTakesTheRunningUsersAccountsOver) {
@@ -254,6 +287,7 @@ TEST_F(EvolutionAccounts, AProfileWhoseFileCannotBeMadeEndsTheMigrator) {
   isDefaultUser = 0;
   ASSERT_TRUE(assign(cur_user, "ann"));
   std::filesystem::create_directories("/home/ann/evolution/local");
+  write_file("/home/ann/.gconf", "no folder");
   write_file(archive_root + "/Mail/Inbox", "From a\n");
   testing::internal::CaptureStdout();
   EXPECT_EQ(-1, migrate());
@@ -288,6 +322,21 @@ TEST_F(EvolutionAccounts, AnAccountThatIsNoXmlEndsAProfilesList) {
     EXPECT_EQ(0, migrate());
     EXPECT_EQ(1, accounts_in(data_server_finds("accounts", "/home/ann"))) << settings;
     std::filesystem::remove_all("/home/ann");
+  }
+}
+
+// A real settings daemon reads what was written below the folders that were missing.
+TEST_F(EvolutionAccounts, AHomeWithoutSettingsGetsTheFoldersForThem) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  has("1", "Account Name=Work\nIMAP Server=h\n");
+  for (const std::string there : {"", "/.gconf", "/.gconf/apps", "/.gconf/apps/evolution"}) {
+    std::filesystem::remove_all("/home/ann");
+    std::filesystem::create_directories("/home/ann" + there);
+    EXPECT_EQ(0, migrate());
+    EXPECT_THAT(gconf_value_in("/home/ann", "/apps/evolution/mail/accounts"),
+                HasSubstr("<account name=\"Work\" uid="))
+        << there;
   }
 }
 

@@ -53,17 +53,46 @@ TEST_F(EvolutionFolders, Evolution2NeedsTwoCommands) {
   EXPECT_EQ("evolution --force-shutdown\n", read_file("/tmp/evolution.calls"));
 }
 
-TEST_F(EvolutionFolders, TheStoreIsNotMadeHere) {
-  std::filesystem::create_directories("/root/.evolution");
-  write_file(mail + "/Inbox", "");
+TEST_F(EvolutionFolders, Evolution2sMissingStoreIsMade) {
+  for (const char* there : {"/root/.evolution", "/root/.evolution/mail"}) {
+    std::filesystem::remove_all("/root/.evolution");
+    std::filesystem::create_directories(there);
+    make_mail_tree(mail);
+    pop();
+    EXPECT_EQ(counted_mail_tree, counted("archive", "/root/.evolution/mail/local")) << there;
+  }
+  EXPECT_FALSE(exists("/root/evolution"));
+}
+
+TEST_F(EvolutionFolders, AHomeWithoutEvolutionGetsTheFoldersOfEvolution1) {
+  make_mail_tree(mail);
+  pop();
+  EXPECT_EQ(counted_mail_tree, counted("evolution", "/root/evolution/local"));
+}
+
+TEST_F(EvolutionFolders, AProfilesMissingStoreBelongsToTheOwnerOfTheHome) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  ASSERT_EQ(0, shell_quietly("mkdir -p /home/ann/.evolution && chown -R 1234:2345 /home/ann"));
+  write_file(mail + "/Inbox", "From a\n");
+  pop();
+  EXPECT_EQ("From a\n", read_file("/home/ann/.evolution/mail/local/Inbox"));
+  EXPECT_EQ("1234:2345\n1234:2345\n", output_of("cd /home/ann/.evolution/mail && stat -c %u:%g . local"));
+}
+
+TEST_F(EvolutionFolders, NoStoreIsMadeThroughALinkOutOfTheHome) {
+  std::filesystem::create_directories("/srv/others");
+  std::filesystem::create_directory_symlink("/srv/others", "/root/.evolution");
+  write_file(mail + "/Inbox", "From a\n");
   const SystemLog log;
   pop();
-  EXPECT_FALSE(exists("/root/.evolution/mail"));
+  EXPECT_TRUE(std::filesystem::is_empty("/srv/others"));
 }
 
 TEST_F(EvolutionFolders, OnlyTheCopyIsLogged) {
   std::filesystem::remove("/usr/local/bin/evolution");
   SystemLog log;
+  write_file("/root/.evolution", "no folder");
   write_file(mail + "/Inbox", "");
   pop();
   EXPECT_THAT(log.messages(), ElementsAre(HasSubstr("normal termination, exit status 1, cp -a ")));

@@ -10,6 +10,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -115,6 +116,58 @@ TEST(Kmail, MessagesTheUserHasUnderOtherNamesStay) {
   write_file(mail + "/Inbox", "From a\n");
   kmailemails(root.c_str());
   EXPECT_EQ("mine", read_file(target + "/inbox/cur/1105000000.123.host"));
+}
+
+TEST(Kmail, RunningAgainDoublesNothing) {
+  make_mail_tree(mail);
+  for (int run = 0; run < 3; ++run) {
+    EXPECT_EQ(0, kmailemails(root.c_str()));
+    EXPECT_EQ(counted_mail_tree, counted("kmail", target)) << run;
+  }
+}
+
+TEST(Kmail, AMessageFileThatHoldsSomethingElseIsNotOverwritten) {
+  write_file(target + "/inbox/cur/Inbox3", "mine");
+  write_file(mail + "/Inbox", "From a\n1\nFrom b\n2\nFrom c\n3\n");
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ(0, kmailemails(root.c_str()));
+    EXPECT_EQ("Inbox2\nInbox3\nInbox4\nInbox5\n", output_of("ls " + target + "/inbox/cur"));
+  }
+  EXPECT_EQ("mine", read_file(target + "/inbox/cur/Inbox3"));
+  EXPECT_EQ("From b\n2\n", read_file(target + "/inbox/cur/Inbox4"));
+  EXPECT_EQ("From c\n3\n", read_file(target + "/inbox/cur/Inbox5"));
+}
+
+// One is cut at ".sbd", another mapped: all four are KMail's folders below sent-mail, with a message in
+// common.
+TEST(Kmail, FoldersThatBecomeOneKeepAllContents) {
+  write_file(mail + "/Sent.sbd/Work", "From a\nFrom b\n");
+  write_file(mail + "/sent-mail.sbd/Work", "From c\nFrom a\n");
+  write_file(mail + "/Sent.sbd.bak/Work", "From d\n");
+  write_file(mail + "/sent-mail.sbd/Other", "From e\n");
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ(0, kmailemails(root.c_str()));
+    const std::string folder = target + "/.sent-mail.directory";
+    EXPECT_EQ("From a\nFrom a\nFrom b\nFrom c\nFrom d\n", output_of("cat " + folder + "/Work/cur/* | sort"));
+    EXPECT_EQ("From e\n", read_file(folder + "/Other/cur/Other2"));
+  }
+}
+
+TEST(Kmail, OnAFullDiskTheItemFailsAndTheOtherFoldersAreThere) {
+  write_file(mail + "/Inbox", mailbox_of(3));
+  write_file(mail + "/Large", mailbox_of(2000));
+  write_file(mail + "/Sent.sbd/Work", mailbox_of(2));
+  write_file(mail + "/Trash", mailbox_of(1));
+  std::filesystem::create_directories(target);
+  const SmallDisk disk(target);
+  EXPECT_EQ(-1, kmailemails(root.c_str()));
+  EXPECT_EQ("", output_of("find " + target + " -path '*/cur/*' -empty"));
+  disk.empty();
+  std::filesystem::remove(mail + "/Large");
+  std::filesystem::remove_all(target + "/Large");
+  EXPECT_EQ(0, setupemails(mail.c_str(), target.c_str(), 1));
+  EXPECT_EQ("Inbox 3\nSent/Work 2\nTrash 1\n",
+            output_of(test_data("mail/count_messages.py") + " kmail " + target + " | grep -v ' 0$'"));
 }
 
 TEST(Kmail, AProfilesFoldersGoIntoItsHome) {

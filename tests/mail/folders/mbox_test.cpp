@@ -16,12 +16,18 @@ namespace {
 
 constexpr const char* base64_line = "Content-Transfer-Encoding: base64\n";
 
+/// Splits into a folder as it is before.
+bool split_mbox(const std::string& path, const std::string& prefix) {
+  EarlierMessages earlier(prefix);
+  return split_mbox(path, prefix, earlier);
+}
+
 /// Splits `mailbox` and returns the messages in order; the first of them is number 2.
 std::vector<std::string> split(const std::string& mailbox) {
   std::filesystem::remove_all("/tmp/out");
   std::filesystem::create_directories("/tmp/out");
   write_file("/tmp/box", mailbox);
-  split_mbox("/tmp/box", "/tmp/out/M");
+  EXPECT_TRUE(split_mbox("/tmp/box", "/tmp/out/M"));
   EXPECT_FALSE(exists("/tmp/out/M1"));
   std::vector<std::string> messages;
   for (int i = 2; exists("/tmp/out/M" + std::to_string(i)); ++i)
@@ -173,23 +179,22 @@ TEST(Mbox, AMarkerAcrossABlockEndIsSeen) {
   }
 }
 
-TEST(Mbox, AMailboxThatCannotBeOpenedIsSkipped) {
-  split_mbox("/tmp/nowhere", "/tmp/M");
+TEST(Mbox, AMailboxThatCannotBeOpenedFails) {
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(split_mbox("/tmp/nowhere", "/tmp/M"));
+  EXPECT_EQ("/tmp/nowhere: No such file or directory\n", testing::internal::GetCapturedStderr());
   EXPECT_FALSE(exists("/tmp/M2"));
+}
+
+TEST(Mbox, AMailboxThatCannotBeReadToItsEndFails) {
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(split_mbox("/proc/self/mem", "/tmp/M"));
+  EXPECT_EQ("/proc/self/mem: Input/output error\n", testing::internal::GetCapturedStderr());
 }
 
 TEST(Mbox, AFolderGivesNoMessage) {
-  split_mbox("/usr", "/tmp/M");
+  EXPECT_TRUE(split_mbox("/usr", "/tmp/M"));
   EXPECT_FALSE(exists("/tmp/M2"));
-}
-
-TEST(Mbox, AMessageFileThatCannotBeMadeIsSkippedAlone) {
-  std::filesystem::create_directories("/tmp/out/M3");
-  write_file("/tmp/box", "From a\n1\nFrom b\n2\nFrom c\n3\n");
-  split_mbox("/tmp/box", "/tmp/out/M");
-  EXPECT_EQ("From a\n1\n", read_file("/tmp/out/M2"));
-  EXPECT_TRUE(std::filesystem::is_directory("/tmp/out/M3"));
-  EXPECT_EQ("From c\n3\n", read_file("/tmp/out/M4"));
 }
 
 long peak_kilobytes() {
@@ -201,7 +206,7 @@ long peak_kilobytes() {
 TEST(Mbox, MemoryDoesNotGrowWithALine) {
   ASSERT_EQ(0, shell_quietly("(printf 'From a\\n'; head -c 100000000 /dev/zero | tr '\\0' z) > /tmp/box"));
   const long before = peak_kilobytes();
-  split_mbox("/tmp/box", "/tmp/M");
+  EXPECT_TRUE(split_mbox("/tmp/box", "/tmp/M"));
   EXPECT_LT(peak_kilobytes() - before, 8 * 1024);
   EXPECT_EQ(0, shell_quietly("cmp /tmp/box /tmp/M2"));
 }
@@ -214,7 +219,7 @@ TEST(Mbox, MessagesBehindTwoGibibytesAreFound) {
   std::fputs("\nFrom a\n1\nFrom b\n2\n", box);
   std::fclose(box);
   const long before = peak_kilobytes();
-  split_mbox("/tmp/box", "/tmp/M");
+  EXPECT_TRUE(split_mbox("/tmp/box", "/tmp/M"));
   EXPECT_LT(peak_kilobytes() - before, 8 * 1024);
   EXPECT_EQ("From a\n1\n", read_file("/tmp/M2"));
   EXPECT_EQ("From b\n2\n", read_file("/tmp/M3"));
@@ -223,7 +228,7 @@ TEST(Mbox, MessagesBehindTwoGibibytesAreFound) {
 TEST(Mbox, TracesNameTheFileAndCountTheMessages) {
   write_file("/tmp/box", "From a\nFrom b\n");
   testing::internal::CaptureStdout();
-  split_mbox("/tmp/box", "/tmp/M");
+  EXPECT_TRUE(split_mbox("/tmp/box", "/tmp/M"));
   EXPECT_EQ("Filepath::/tmp/box\nFile ReadTrying to now get each line.::1\nnew email.new email.Count::3\nend",
             testing::internal::GetCapturedStdout());
 }

@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <regex>
 
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -258,6 +260,104 @@ TEST_F(KMail, AFileThatCannotBeReadIsPassedOver) {
   EXPECT_EQ("[Old]\nkept=yes\n", read_file(kmailrc));
 }
 
+// Whichever comes first, second or third in the folder.
+TEST_F(KMail, AFileThatCannotBeReadTakesNoNumber) {
+  for (const std::string folder : {"a", "b", "c"}) {
+    std::filesystem::remove_all(accounts);
+    for (const std::string name : {"a", "b", "c"})
+      account(name, "Account Name=" + name + "\nPOP3 Server=p\n");
+    std::filesystem::remove(accounts + folder);
+    std::filesystem::create_directories(accounts + folder);
+    write_file(kmailrc, "[Old]\n");
+    EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+    EXPECT_EQ("[Account 1]\n[Transport 1]\n[Account 2]\n[Transport 2]\n[General]\n[Reader]\n",
+              output_of(std::string("grep '^\\[' ") + kmailrc))
+        << folder;
+    EXPECT_THAT(read_file(kmailrc), HasSubstr("\naccounts=2\ntransports=2\n"));
+  }
+}
+
+TEST_F(KMail, WithoutAFileThatCanBeReadTheOldOneIsKept) {
+  std::filesystem::create_directories(std::string(accounts) + "folder");
+  write_file(kmailrc, "[Old]\nkept=yes\n");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(read_file(kmailrc), StartsWith("[Old]\nkept=yes\n\n\n[General]\naccounts=0\n"));
+}
+
+// ---- Files whose names meet -----------------------------------------------------------------------------
+
+// The text of each is converted into the file that the next one is: all are there, in whatever order.
+TEST_F(KMail, AFileIsNotLostToTheConvertedTextOfAnother) {
+  for (const std::vector<std::string>& order :
+       {std::vector<std::string>{"work", "worktemp", "worktemptemp"}, {"worktemptemp", "worktemp", "work"}}) {
+    std::filesystem::remove_all(accounts);
+    for (const std::string& name : order) account(name, "Account Name=" + name + "\nPOP3 Server=p\n");
+    EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+    EXPECT_EQ("Name=work\nName=worktemp\nName=worktemptemp\naccounts=3\n",
+              output_of(std::string("grep -h -e ^Name= -e ^accounts= ") + kmailrc + " | LC_ALL=C sort"));
+    EXPECT_EQ("work\nworktemp\nworktemptemp\n", output_of(std::string("ls -A ") + accounts));
+    EXPECT_EQ("Account Name=worktemp\nPOP3 Server=p\n", read_file(std::string(accounts) + "worktemp"));
+  }
+}
+
+TEST_F(KMail, AFolderInThePlaceOfTheConvertedTextIsNotInTheWay) {
+  account("work", "Account Name=Work\nPOP3 Server=p\n");
+  write_file(std::string(accounts) + "worktemp/inside", "x");
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(read_file(kmailrc), HasSubstr("\nName=Work\n"));
+  EXPECT_EQ("x", read_file(std::string(accounts) + "worktemp/inside"));
+}
+
+// ---- A full disk ----------------------------------------------------------------------------------------
+
+TEST_F(KMail, OnAFullDiskTheOldFileStays) {
+  work();
+  home();
+  write_file(kmailrc, "[Old]\nkept=yes\n");
+  const SmallDisk disk("/root/.kde/share/config");
+  disk.fill_but(0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::EndsWith("\nERROR :: Could not create file"));
+  EXPECT_EQ("[Old]\nkept=yes\n", read_file(kmailrc));
+  EXPECT_EQ("filling\nkmailrc\n", output_of("ls -A /root/.kde/share/config"));
+}
+
+TEST_F(KMail, ADiskThatFillsUpOnTheWayLeavesTheOldFile) {
+  for (const std::string name : {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"})
+    account(name, "Account Name=" + name + "\nPOP3 Server=p\n");
+  write_file(kmailrc, "[Old]\nkept=yes\n");
+  const SmallDisk disk("/root/.kde/share/config");
+  for (const int left : {1, 2, 3}) {
+    disk.empty();
+    disk.fill_but(left);
+    EXPECT_EQ(1, kmailaccountsettings("/tmp/b")) << left;
+    EXPECT_EQ("[Old]\nkept=yes\n", read_file(kmailrc));
+  }
+  disk.empty();
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(read_file(kmailrc), HasSubstr("\naccounts=10\n"));
+}
+
+TEST_F(KMail, OnAFullDiskAFirstFileIsNotMade) {
+  work();
+  const SmallDisk disk("/root/.kde/share/config");
+  disk.fill_but(0);
+  EXPECT_EQ(1, kmailaccountsettings("/tmp/b"));
+  EXPECT_FALSE(exists(kmailrc));
+}
+
+TEST_F(KMail, OnAFullDiskAnAccountAloneLeavesTheOldFile) {
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  write_file(kmailrc, "[Old]\n");
+  const SmallDisk disk("/root/.kde/share/config");
+  disk.fill_but(0);
+  for (const int number : {1, 2}) {
+    EXPECT_EQ(1, kde_extract_from_account_path("/tmp/a", "/tmp/b", number));
+    EXPECT_EQ("[Old]\n", read_file(kmailrc));
+  }
+}
+
 TEST_F(KMail, ALoginCannotChooseAnotherPlace) {
   account("a.txt", "POP3 Server=p\nPOP3 User=../../../../../../etc/cron.d/x\nAccount Name=evil\n");
   kmailaccountsettings("/tmp/b");
@@ -317,6 +417,21 @@ TEST_F(KMail, MigratorGoesOnWithoutAccounts) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, kmail_mail_account("/tmp/missing"));
   EXPECT_EQ(6u, steps_of(testing::internal::GetCapturedStdout()).size());
+}
+
+TEST_F(KMail, MigratorFailsInTheEndWhenMailWasLost) {
+  work();
+  write_file("/tmp/b/Mail/Inbox", "From a\n1\nFrom b\n2\n");
+  const SmallDisk disk("/root/Mail");
+  std::filesystem::create_directories("/root/Mail/inbox/cur");
+  disk.fill_but(0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(-1, kmail_mail_account("/tmp/b"));
+  EXPECT_EQ("Notes are done.", steps_of(testing::internal::GetCapturedStdout()).back());
+  EXPECT_EQ("", output_of("ls /root/Mail/inbox/cur"));
+  disk.empty();
+  EXPECT_EQ(0, kmail_mail_account("/tmp/b"));
+  EXPECT_EQ("Inbox2\nInbox3\n", output_of("ls /root/Mail/inbox/cur"));
 }
 
 TEST_F(KMail, AProfileGetsItsOwn) {

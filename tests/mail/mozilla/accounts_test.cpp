@@ -11,6 +11,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -46,6 +47,10 @@ struct Mozilla : testing::Test {
         "Account Name=Home\r\nDisplay Name=Ann\r\nEmail=ann@home.example\r\nReply Email=r@home.example\r\n"
         "Organization=Family\r\nIMAP Server=imap.home.example\r\nIMAP User=ann.lee\r\n"
         "SMTP Server=smtp.home.example\r\n");
+  }
+  static void work_with_number(int number) {
+    account(std::to_string(number),
+            "Account Name=" + std::string(100, 'n') + "\nPOP3 Server=" + std::string(100, 'p') + "\n");
   }
   static std::string prefs() { return read_file(std::string(profile) + "/prefs.js"); }
   static testing::AssertionResult prefs_are(const std::string& expected) {
@@ -173,6 +178,57 @@ TEST_F(Mozilla, ValuesAreWrittenAsTheyAre) {
   account("a", "Account Name=a\"b\\c\nPOP3 Server=p\n");
   mozillaaccountsettings(profile, "/tmp/b");
   EXPECT_THAT(prefs(), HasSubstr("user_pref(\"mail.server.server2.name\", \"a\"b\\c\");\n"));
+}
+
+// The text is read in the code page of the wizard's language; an account beside it that is UTF-8 stays so.
+TEST_F(Mozilla, NamesFromWindowsBecomeUtf8) {
+  assign(OSName, "Linspire");
+  setenv("LANG", "ru_RU.KOI8-R", 1);
+  account("a", "Account Name=\xd0\xe0\xe1\xee\xf2\xe0\nPOP3 Server=p\n");
+  account("b", "Account Name=M\u00fcller\nPOP3 Server=p\n");
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_THAT(prefs(), HasSubstr(".fullName\", \"\u0420\u0430\u0431\u043e\u0442\u0430\");\n"));
+  EXPECT_THAT(prefs(), HasSubstr(".fullName\", \"M\u00fcller\");\n"));
+}
+
+// ---- A full disk ----------------------------------------------------------------------------------------
+
+TEST_F(Mozilla, OnAFullDiskPreferencesStayAsTheyWere) {
+  work();
+  home();
+  write_file(std::string(profile) + "/prefs.js", "old");
+  const SmallDisk disk(profile);
+  disk.fill_but(0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), EndsWith("\nERROR :: Could not create file"));
+  EXPECT_EQ("old", prefs());
+  EXPECT_EQ("filling\nprefs.js\n", output_of("ls -A " + std::string(profile)));
+}
+
+// Two blocks: the local folders and an account fit, not two accounts and their lists.
+TEST_F(Mozilla, ADiskThatFillsUpOnTheWayLeavesPreferencesAsTheyWere) {
+  for (int i = 0; i < 5; ++i) work_with_number(i);
+  write_file(std::string(profile) + "/prefs.js", "old");
+  const SmallDisk disk(profile);
+  for (const int left : {1, 2, 3}) {
+    disk.empty();
+    disk.fill_but(left);
+    EXPECT_EQ(1, mozillaaccountsettings(profile, "/tmp/b")) << left;
+    EXPECT_EQ("old", prefs());
+  }
+  disk.empty();
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_THAT(prefs(), HasSubstr("account5,account6"));
+}
+
+TEST_F(Mozilla, OnAFullDiskAFirstPreferencesFileIsNotMade) {
+  work();
+  const SmallDisk disk(profile);
+  disk.fill_but(1);
+  EXPECT_EQ(1, mozillaaccountsettings(profile, "/tmp/b"));
+  EXPECT_FALSE(exists(std::string(profile) + "/prefs.js"));
+  EXPECT_EQ(1, mozilla("/tmp/b"));
 }
 
 TEST_F(Mozilla, WithoutAnAccountsFolderPreferencesStay) {

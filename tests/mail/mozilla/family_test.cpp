@@ -147,22 +147,40 @@ TEST_F(Family, APlainFileThatComesFirstIsTakenForTheProfile) {
   EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("line::pluginreg.dat\n"));
 }
 
-TEST_F(Family, AnAccountThatCannotBeReadStillTakesItsNumber) {
+// Whichever comes first, second or third in the folder.
+TEST_F(Family, AnAccountThatCannotBeReadTakesNoNumber) {
   const std::string folder = part_of("oskar") + "/ImapMail/brindle-email-accounts";
-  std::filesystem::create_directories(folder);
-  std::filesystem::create_symlink("/nowhere", folder + "/gone");
-  EXPECT_EQ(0, mozillaaccountsettings(oskar.c_str(), part_of("oskar").c_str()));
-  EXPECT_THAT(read_file(oskar + "/prefs.js"),
-              testing::EndsWith("user_pref(\"mail.accountmanager.accounts\", \"account1,account2\");\n"
-                                "user_pref(\"mail.smtpservers\", \"smtp2\");\n"));
-  EXPECT_THAT(read_file(oskar + "/prefs.js"), Not(HasSubstr("server2")));
+  for (const std::string gone : {"a", "b", "c"}) {
+    std::filesystem::remove_all(folder);
+    for (const std::string name : {"a", "b", "c"})
+      write_file(folder + "/" + name, "Account Name=" + name + "\nPOP3 Server=p\n");
+    std::filesystem::remove(folder + "/" + gone);
+    std::filesystem::create_symlink("/nowhere", folder + "/" + gone);
+    EXPECT_EQ(0, mozillaaccountsettings(oskar.c_str(), part_of("oskar").c_str()));
+    const std::string prefs = read_file(oskar + "/prefs.js");
+    EXPECT_THAT(prefs, testing::EndsWith(
+                           "user_pref(\"mail.accountmanager.accounts\", \"account1,account2,account3\");\n"
+                           "user_pref(\"mail.smtpservers\", \"smtp2,smtp3\");\n"));
+    for (const char* defined : {"account2.server\", \"server2\"", "account3.server\", \"server3\""})
+      EXPECT_THAT(prefs, HasSubstr(defined)) << gone;
+    EXPECT_THAT(prefs, Not(HasSubstr("account4")));
+  }
 }
 
-TEST_F(Family, AnEmptyPortStaysEmpty) {
+TEST_F(Family, WithoutAnAccountThatCanBeReadNoneIsListed) {
+  const std::string folder = part_of("oskar") + "/ImapMail/brindle-email-accounts";
+  std::filesystem::create_directories(folder + "/folder");
+  EXPECT_EQ(0, mozillaaccountsettings(oskar.c_str(), part_of("oskar").c_str()));
+  EXPECT_THAT(read_file(oskar + "/prefs.js"),
+              testing::EndsWith("user_pref(\"mail.accountmanager.accounts\", \"account1\");\n"
+                                "user_pref(\"mail.smtpservers\", \"\");\n"));
+}
+
+TEST_F(Family, AnEmptyPortIsTheDefaultPort) {
   write_file(part_of("oskar") + "/ImapMail/brindle-email-accounts/o",
              "Account Name=O\r\nPOP3 Server=\r\nPOP3 Port=\r\nIMAP Server=imap\r\n");
   migrate("oskar");
-  EXPECT_THAT(read_file(oskar + "/prefs.js"), HasSubstr("user_pref(\"mail.server.server2.port\", );\n"));
+  EXPECT_THAT(read_file(oskar + "/prefs.js"), HasSubstr("user_pref(\"mail.server.server2.port\", 110);\n"));
   EXPECT_THAT(read_file(oskar + "/prefs.js"),
               HasSubstr("user_pref(\"mail.server.server2.type\", \"pop3\");)\n"));
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "error/log.h"
+#include "gconf/folders.h"
 #include "gconf/settings.h"
 #include "process/archive/layout.h"
 #include "process/mail/account.h"
@@ -127,7 +128,7 @@ std::string ending(const Target& target) {
 }
 
 std::optional<std::string> describe(const Target& target, const std::string& account_path) {
-  const std::optional<MailAccount> account = read_account(account_path, Fallbacks::none);
+  const std::optional<MailAccount> account = read_account(account_path, Fallbacks::none, target.locale);
   if (!account) return std::nullopt;
   const Flags flags = flags_of(*account);
   std::string description = "<?xml version=\"1.0\"?>\n";
@@ -221,7 +222,11 @@ void store_for_running_user(const Target& target, const Descriptions& descriptio
 bool store_for_profile(const Target& target, const Descriptions& descriptions) {
   trace_home(target.home);
   const SettingsFile file = accounts_file(descriptions);
+  // Not looked at: where a folder cannot be made, the file cannot be.
+  static_cast<void>(make_settings_folder(target.home, "apps"));
   if (store(target, descriptions, file) == Stored::not_in_file) return false;
+  static_cast<void>(
+      make_settings_folder(target.home, "apps/evolution"));  // made by a command without its file
   std::printf("Header Written.");
   std::printf("freeing");
   std::printf("freeing complete.");

@@ -13,6 +13,7 @@
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"
+#include "system/home_folder.h"
 
 namespace {
 
@@ -105,13 +106,20 @@ void run_and_trace(const shell::Command& copy) {
   std::printf("Command Executed::%s\n", copy.c_str());
 }
 
+// One that cannot be made is the command's to complain of.
+void make_store(const Target& target, const char* folder) {
+  static_cast<void>(make_home_folder(target.home, folder));
+}
+
 void migrate_to_evolution_2(const Target& target, const std::string& mail_dir) {
+  make_store(target, ".evolution/mail/local");
   run_and_trace(compose("cp -a %s/* %s/.evolution/mail/local/", mail_dir, target.home));
 }
 
 void migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
   const std::string staging = mail_dir + std::string(staging_area);
   build_tree(target, mail_dir, staging);
+  make_store(target, "evolution/local");
   run_and_trace(compose("cp -a %s* %s/evolution/local/", staging, target.home));
 }
 

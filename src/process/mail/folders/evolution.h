@@ -12,7 +12,7 @@ void stop_evolution();
 
 /// Stops Evolution and puts the mail folders of `mail_dir` into the store of `target`: unchanged into
 /// .evolution/mail/local when the home has ".evolution", else as Evolution 1's tree into evolution/local.
-/// Neither folder is made here; a copy that fails is only logged.
+/// The store is made where it is missing; a copy that fails is only logged.
 void migrate_mail_folders(const Target& target, const std::string& mail_dir);
 
 /// migrate_mail_folders for the user being migrated. Returns a null pointer.

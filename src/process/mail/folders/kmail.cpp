@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <map>
 #include <string>
 
 #include "process/archive/layout.h"
@@ -48,19 +49,40 @@ void make_maildir(const std::string& destdir, const std::string& folder) {
   SYSTEM(compose("mkdir -p \"%s/tmp\"", maildir));
 }
 
-void convert_file(const std::string& source, const std::string& name, const std::string& destdir,
-                  bool first_level) {
+/// The conversion of all folders into one place.
+class Conversion {
+ public:
+  /// False when a message was lost; the others are there.
+  bool run(const std::string& sourcedir, const std::string& destdir, bool first_level) {
+    convert_folders(sourcedir, destdir, first_level);
+    return complete_;
+  }
+
+ private:
+  void convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level);
+  void convert_subfolders(const std::string& source, const std::string& name, const std::string& destdir,
+                          bool first_level);
+  void convert_file(const std::string& source, const std::string& name, const std::string& destdir,
+                    bool first_level);
+
+  /// By prefix. Two folders that become one share it: what the first one wrote is none of the second one's.
+  std::map<std::string, EarlierMessages> earlier_;
+  bool complete_ = true;
+};
+
+void Conversion::convert_file(const std::string& source, const std::string& name, const std::string& destdir,
+                              bool first_level) {
   const std::string folder = folder_name(name, first_level);
   make_maildir(destdir, folder);
   std::printf("\nProcessing File :: %s\n", name.c_str());
   // Deliberate: part of the output. The messages are named after the archive's folder, not KMail's.
-  split_mbox(source, destdir + "/" + folder + "/cur/" + name);
+  const std::string prefix = destdir + "/" + folder + "/cur/" + name;
+  EarlierMessages& earlier = earlier_.try_emplace(prefix, prefix).first->second;
+  if (!split_mbox(source, prefix, earlier)) complete_ = false;
 }
 
-void convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level);
-
-void convert_subfolders(const std::string& source, const std::string& name, const std::string& destdir,
-                        bool first_level) {
+void Conversion::convert_subfolders(const std::string& source, const std::string& name,
+                                    const std::string& destdir, bool first_level) {
   std::printf("\nProcessing Folder :: ");  // Deliberate: part of the output. Without the name.
   const std::string folder = folder_name(name.substr(0, name.find(layout::subfolders)), first_level);
   const std::string directory = subfolders_of(folder);
@@ -68,7 +90,7 @@ void convert_subfolders(const std::string& source, const std::string& name, cons
   convert_folders(source, destdir + "/" + directory, false);
 }
 
-void convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level) {
+void Conversion::convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level) {
   const auto names = list_folder(sourcedir);
   if (!names) {
     std::perror("In setupemails() opendir: ");
@@ -84,18 +106,18 @@ void convert_folders(const std::string& sourcedir, const std::string& destdir, b
   }
 }
 
+int result_of(bool complete) { return complete ? 0 : -1; }
+
 }  // namespace
 
 int migrate_kmail_folders(const Target& target) {
   trace_home(target.home);
   if (target.home.empty()) return 0;
-  convert_folders(target.root + "/" + layout::mail_folders, target.home + "/Mail", true);
-  return 0;
+  return result_of(Conversion().run(target.root + "/" + layout::mail_folders, target.home + "/Mail", true));
 }
 
 int kmailemails(const char* args) { return migrate_kmail_folders(target_of(args)); }
 
 int setupemails(const char* sourcedir, const char* destdir, int isfirstlevel) {
-  convert_folders(sourcedir, destdir, isfirstlevel == 1);
-  return 0;
+  return result_of(Conversion().run(sourcedir, destdir, isfirstlevel == 1));
 }

@@ -4,8 +4,9 @@
 
 #include "system/target.h"
 
-/// Converts the folder "Mail" of the target's archive root into "Mail" in its home.
-/// Returns 0, also without a home.
+/// Converts the folder "Mail" of the target's archive root into "Mail" in its home. A message that is there
+/// from an earlier run is left as it is, so running again doubles none; no other file is overwritten. Returns
+/// 0, also without a home, or -1 when a message could not be read or written; the others are there.
 int migrate_kmail_folders(const Target& target);
 
 /// migrate_kmail_folders for the user being migrated, from the archive root `args`.
@@ -13,8 +14,8 @@ int kmailemails(const char* args);
 
 /// Converts the mbox files of `sourcedir` and, through their NAME.sbd folders, all subfolders into maildir
 /// folders in `destdir`. KMail's own names ("inbox", "sent-mail", ...) are given at the first level only,
-/// when `isfirstlevel` is 1. Returns 0, also when the folder cannot be listed: that is reported as
-/// "In setupemails() opendir: " with the system error.
+/// when `isfirstlevel` is 1. Returns 0, also when a folder cannot be listed, which is reported as
+/// "In setupemails() opendir: " with the system error, or -1 when a message could not be read or written.
 int setupemails(const char* sourcedir, const char* destdir, int isfirstlevel);
 
 #endif

@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <utility>
+#include <filesystem>
+#include <system_error>
 
+#include "shell/files.h"
 #include "shell/pieces.h"
 
 namespace {
 
 constexpr std::size_t block_size = std::size_t{1} << 18;
-constexpr std::size_t message_buffer_size = std::size_t{1} << 16;
 
 // Deliberate: part of the output. A longer line comes in pieces, and each is judged as a line of its own.
 constexpr std::size_t piece_limit = 1023;
@@ -29,9 +30,24 @@ int removal_after(std::string_view separator_line) {
   return length < 5 || text[4] == '-' ? 1 : 0;
 }
 
-}  // namespace
+bool failed(const std::string& path) {
+  std::perror(path.c_str());
+  return false;
+}
 
-MboxSplitter::MboxSplitter(std::string prefix) : prefix_(std::move(prefix)), buffer_(message_buffer_size) {}
+bool is_directory(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_directory(path, error);
+}
+
+bool reported(const std::string& path, const MessageFiles& messages) {
+  if (messages.lost() == 0) return true;
+  std::fprintf(stderr, "%s: %d of its messages cannot be written: %s\n", path.c_str(), messages.lost(),
+               std::strerror(messages.error()));
+  return false;
+}
+
+}  // namespace
 
 void MboxSplitter::take(std::string_view piece) {
   if (piece.starts_with(separator)) {
@@ -41,46 +57,38 @@ void MboxSplitter::take(std::string_view piece) {
   }
 }
 
-void MboxSplitter::finish() {
-  if (iswriteopen) message_.reset();
-  iswriteopen = false;
-}
-
 void MboxSplitter::start_message(std::string_view piece) {
-  if (cnt > 1) finish();
+  finish();
   ++cnt;
   std::printf("new email.");
   removeencoding = removal_after(piece);
-  message_ = open_file(prefix_ + std::to_string(cnt), "w");
-  iswriteopen = message_ != nullptr;
-  if (iswriteopen) std::setvbuf(message_.get(), buffer_.data(), _IOFBF, buffer_.size());
-  write(piece);
+  messages_.begin(cnt);
+  messages_.write(piece);
 }
 
+// Before the first message the piece is lost.
 void MboxSplitter::continue_message(std::string_view piece) {
   // In this order: a boundary may hold "--" itself.
   if (holds(piece, "--")) removeencoding = 0;
   if (holds(piece, "boundary=\"")) removeencoding = 1;
   const bool dropped = removeencoding == 1 && holds(piece, "Content-Transfer-Encoding: base64");
-  if (!dropped) write(piece);
+  if (!dropped) messages_.write(piece);
 }
 
-// Without an open message, before the first one, the piece is lost.
-void MboxSplitter::write(std::string_view piece) {
-  if (iswriteopen) fwrite_unlocked(piece.data(), 1, piece.size(), message_.get());
-}
-
-void split_mbox(const std::string& path, const std::string& prefix) {
+bool split_mbox(const std::string& path, const std::string& prefix, EarlierMessages& earlier) {
   std::printf("Filepath::%s\n", path.c_str());
   const File mbox = open_file(path, "r");
-  if (!mbox) return;
+  if (!mbox) return failed(path);
   std::printf("File Read");
-  MboxSplitter splitter(prefix);
+  MessageFiles messages(prefix, earlier);
+  MboxSplitter splitter(messages);
   std::printf("Trying to now get each line.::%d\n", splitter.count());
   PieceReader reader(mbox.get(), piece_limit, block_size);
   std::string_view piece;
   while (reader.next(piece)) splitter.take(piece);
+  const bool read = std::ferror(mbox.get()) == 0 || is_directory(path) || failed(path);
   std::printf("Count::%d\n", splitter.count());
   splitter.finish();
   std::printf("end");
+  return reported(path, messages) && read;
 }

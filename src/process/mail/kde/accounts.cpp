@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "process/mail/account.h"
 #include "process/mail/client_files.h"
@@ -15,6 +16,7 @@
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
 
@@ -123,12 +125,10 @@ std::string account_entry(const MailAccount& account, const std::string& id, int
 }
 
 bool append_account(const std::string& kmailrc, const MailAccount& account, int number) {
-  File file = open_client_file(kmailrc, "a");
-  if (!file) return false;
+  if (!append_to_client_file(kmailrc, account_entry(account, new_id(kmailrc), number))) return false;
   std::printf("\n\n File Opened");
-  write_text(file, account_entry(account, new_id(kmailrc), number));
-  std::printf("\nFlush Result::%d", std::fflush(file.get()));
-  std::printf("\nClose Result::%d", std::fclose(file.release()));
+  std::printf("\nFlush Result::%d", 0);
+  std::printf("\nClose Result::%d", 0);
   std::printf("\nFile closed");
   return true;
 }
@@ -142,27 +142,38 @@ bool make_folder_file(const Target& target, const MailAccount& account) {
   return open_file(folder + name, "w") != nullptr;
 }
 
-int write_account(const Target& target, const std::string& file, int number) {
-  const std::optional<MailAccount> account = read_account(file, Fallbacks::second);
-  if (!account) return 1;
+// Deliberate: part of the output. What else was set in KMail goes with the old accounts.
+void remove_old(const Target& target, std::optional<KeptFile>& before) {
+  before.emplace(kmailrc_of(target));
+  SYSTEM(compose("rm %s/.kde/share/config/kmailrc", target.home));
+}
+
+enum class Outcome { whole, without_folder_file, not_in_kmailrc, passed_over };
+
+// `before` keeps the old kmailrc, once that is removed, until a whole new one is there.
+Outcome write_account(const Target& target, const std::string& file, int number,
+                      std::optional<KeptFile>& before) {
+  const std::optional<MailAccount> account = read_account(file, Fallbacks::second, target.locale);
+  if (!account) return Outcome::passed_over;
   std::printf("Account Name::%s\n", account->name.c_str());
   reseed_id_generator(target);
   trace_home(target.home);
-  // Deliberate: part of the output. What else was set in KMail goes with the old accounts.
-  if (number == 1) SYSTEM(compose("rm %s/.kde/share/config/kmailrc", target.home));
-  if (!append_account(kmailrc_of(target), *account, number)) return 1;
-  return make_folder_file(target, *account) ? 0 : 1;
+  if (number == 1) remove_old(target, before);
+  if (!append_account(kmailrc_of(target), *account, number)) return Outcome::not_in_kmailrc;
+  return make_folder_file(target, *account) ? Outcome::whole : Outcome::without_folder_file;
 }
 
 // ---- All accounts ------------------------------------------------------------------------------------
 
-void convert_and_write_account(const Target& target, const std::string& file, int number) {
+Outcome convert_and_write_account(const Target& target, const std::string& file, int number,
+                                  std::optional<KeptFile>& before) {
   const std::string converted = file + "temp";
+  const SetAside namesake(converted);  // an account file may have that name
   dos_to_unix(file.c_str());
   convert_to_utf8(file, converted);
-  // Not looked at: one that fails still takes its number, and the others are written.
-  static_cast<void>(write_account(target, converted, number));
+  const Outcome outcome = write_account(target, converted, number, before);
   SYSTEM(compose("rm %s", converted));
+  return outcome;
 }
 
 constexpr const char* counts_text = R"(
@@ -177,20 +188,32 @@ htmlMail=true
 htmlLoadExternal=true
 )";
 
-int append_counts(const Target& target, int count) {
+bool append_counts(const Target& target, int count) {
   trace_home(target.home);
-  const File file = open_client_file(kmailrc_of(target), "a");
-  if (!file) return 1;
-  write_text(file, fill(counts_text, {{"count", std::to_string(count)}}));
-  return 0;
+  return append_to_client_file(kmailrc_of(target), fill(counts_text, {{"count", std::to_string(count)}}));
+}
+
+// One that fails does not keep the others from being tried.
+bool append_all(const Target& target, const std::vector<std::string>& files,
+                std::optional<KeptFile>& before) {
+  bool written = true;
+  int count = 0;
+  for (const std::string& file : files) {
+    const Outcome outcome = convert_and_write_account(target, file, count + 1, before);
+    if (outcome != Outcome::passed_over) ++count;
+    if (outcome == Outcome::not_in_kmailrc) written = false;
+  }
+  return append_counts(target, count) && written;
 }
 
 int write_accounts(const Target& target) {
   const auto files = account_files(target.root);
   if (!files) return -1;
-  int count = 0;
-  for (const std::string& file : *files) convert_and_write_account(target, file, ++count);
-  return append_counts(target, count);
+  std::optional<KeptFile> before;
+  if (append_all(target, *files, before)) return 0;
+  // The new file is not whole: the old one comes back in its place.
+  if (before) std::remove(kmailrc_of(target).c_str());
+  return 1;
 }
 
 // ---- The migrator's steps ----------------------------------------------------------------------------
@@ -213,8 +236,9 @@ int kmail_mail_account(const char* args) {
   int result = 0;
   for (const Step& step : steps) {
     std::printf("%s", step.trace);
-    result = step.migrate(target);
-    if (result == 1) return 1;
+    const int answer = step.migrate(target);
+    if (answer == 1) return 1;
+    if (answer != 0 && step.migrate != write_accounts) result = answer;
   }
   std::printf("Notes are done.");
   return result;
@@ -223,5 +247,7 @@ int kmail_mail_account(const char* args) {
 int kmailaccountsettings(const char* args) { return write_accounts(target_of(args)); }
 
 int kde_extract_from_account_path(const char* account_path, const char* /*path*/, int seqno) {
-  return write_account(target_of(""), account_path, seqno);  // the file is named whole
+  const Target target = target_of("");  // the file is named whole
+  std::optional<KeptFile> before;
+  return write_account(target, account_path, seqno, before) == Outcome::whole ? 0 : 1;
 }

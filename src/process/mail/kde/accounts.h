@@ -3,21 +3,22 @@
 #define BRINDLE_PROCESS_MAIL_KDE_ACCOUNTS_H
 
 /// Migrates accounts, contacts, mail, calendar with tasks, and notes from the archive root (or a profile's
-/// folder) `args`, in this order. Returns 1 as soon as a step returns 1, else the last step's result; a
-/// missing accounts folder (-1) stops nothing.
+/// folder) `args`, in this order. Returns 1 as soon as a step returns 1. Another failure stops nothing: it is
+/// the result in the end, but for a missing accounts folder, which is none.
 int kmail_mail_account(const char* args);
 
 /// Writes an account and a transport into the target user's kmailrc for each account settings file under
 /// `args`, numbered from 1 in directory order, and then how many there are. The first one replaces the file;
-/// without any the numbers are appended to it. A file that fails still takes its number.
-/// Returns 0, 1 when kmailrc cannot be opened at the end, -1 when the accounts folder cannot be opened.
+/// without any the numbers are appended to it. A file that cannot be read takes no number.
+/// Returns 0, 1 when kmailrc cannot be written whole and is as it was before, -1 when the accounts folder
+/// cannot be opened.
 int kmailaccountsettings(const char* args);
 
 /// Appends the account of the settings file `account_path` (UTF-8, LF line ends) as number `seqno` to
 /// kmailrc, which number 1 removes first, and makes the account's empty folder file. Its "Id=" is a number
 /// that no account in kmailrc has yet. `path` is unused. Returns 0, or 1 when one of the files cannot be
-/// opened or the folder file's name would hold a "/". A settings file that cannot be read is passed over,
-/// with 1, before anything is removed.
+/// written or the folder file's name would hold a "/"; a kmailrc that cannot be written is as it was before.
+/// A settings file that cannot be read is passed over, with 1, before anything is removed.
 int kde_extract_from_account_path(const char* account_path, const char* path, int seqno);
 
 #endif

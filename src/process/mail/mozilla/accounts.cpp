@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "process/archive/layout.h"
 #include "process/mail/account.h"
@@ -12,6 +13,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
 
@@ -108,9 +110,7 @@ user_pref("mail.server.server1.userName", "nobody");
 bool create_prefs(const std::string& profile) {
   // Deliberate: part of the output. All other preferences of the profile go.
   SYSTEM(compose("rm %s/prefs.js", profile));
-  const File file = open_client_file(prefs_of(profile), "w");
-  if (file) write_text(file, fill(local_folders_account, {{"profile", profile}}));
-  return file != nullptr;
+  return replace_client_file(prefs_of(profile), fill(local_folders_account, {{"profile", profile}}));
 }
 
 // Deliberate: part of the output. The account's name stands for the sender's full name too: letters
@@ -185,9 +185,33 @@ std::string account_lists(int last) {
 }
 
 bool append_account_lists(const std::string& profile, int last) {
-  const File file = open_client_file(prefs_of(profile), "a");
-  if (file) write_text(file, account_lists(last));
-  return file != nullptr;
+  return append_to_client_file(prefs_of(profile), account_lists(last));
+}
+
+enum class Outcome { written, not_in_prefs, passed_over };
+
+Outcome append_account(const Target& target, const std::string& file, const std::string& profile,
+                       int number) {
+  const auto account = read_account(file, Fallbacks::second, target.locale);
+  if (!account) return Outcome::passed_over;
+  std::printf("Account Name::%s\n", account->name.c_str());
+  if (!append_to_client_file(prefs_of(profile), preferences(*account, profile, number)))
+    return Outcome::not_in_prefs;
+  std::printf("\n\n File Opened");
+  return Outcome::written;
+}
+
+// One that fails does not keep the others from being tried.
+bool append_all(const Target& target, const std::vector<std::string>& files, const std::string& profile) {
+  bool written = true;
+  int number = 1;
+  for (const std::string& file : files) {
+    dos_to_unix(file.c_str());
+    const Outcome outcome = append_account(target, file, profile, number + 1);
+    if (outcome != Outcome::passed_over) ++number;
+    if (outcome == Outcome::not_in_prefs) written = false;
+  }
+  return append_account_lists(profile, number) && written;
 }
 
 }  // namespace
@@ -214,27 +238,20 @@ int mozilla(const char* args) {
 }
 
 int mozillaaccountsettings(const char* mozillapath, const char* args) {
-  const auto files = account_files(args);
+  const Target target = target_of(args);
+  const auto files = account_files(target.root);
   if (!files) return -1;
+  const std::string prefs = prefs_of(mozillapath);
+  const KeptFile before(prefs);
   if (!create_prefs(mozillapath)) return 1;
-  int number = 1;
-  for (const std::string& file : *files) {
-    dos_to_unix(file.c_str());
-    // Not looked at: one that fails still takes its number, and the others are written.
-    static_cast<void>(mozilla_extract_from_account_path(file.c_str(), mozillapath, ++number));
-  }
-  return append_account_lists(mozillapath, number) ? 0 : 1;
+  if (append_all(target, *files, mozillapath)) return 0;
+  std::remove(prefs.c_str());  // not whole: the old file comes back
+  return 1;
 }
 
 int mozilla_extract_from_account_path(const char* account_path, const char* args, int seqno) {
-  const auto account = read_account(account_path, Fallbacks::second);
-  if (!account) return 1;
-  std::printf("Account Name::%s\n", account->name.c_str());
-  const File file = open_client_file(prefs_of(args), "a");
-  if (!file) return 1;
-  std::printf("\n\n File Opened");
-  write_text(file, preferences(*account, args, seqno));
-  return 0;
+  const Target target = target_of("");  // both files are named whole
+  return append_account(target, account_path, args, seqno) == Outcome::written ? 0 : 1;
 }
 
 int copymozillafiles(const char* sourcedir, const char* destdir) {

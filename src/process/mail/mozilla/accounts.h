@@ -11,13 +11,14 @@ int mozilla(const char* args);
 
 /// Replaces prefs.js of the profile folder `mozillapath`, all other preferences included, by the
 /// local-folders account (number 1) and one account for each account settings file under `args`, numbered
-/// from 2 in directory order. A file that fails still takes its number.
-/// Returns 0, 1 when prefs.js cannot be written, -1 when the accounts folder cannot be opened.
+/// from 2 in directory order. A file that cannot be read takes no number.
+/// Returns 0, 1 when prefs.js cannot be written whole and is as it was before, -1 when the accounts folder
+/// cannot be opened.
 int mozillaaccountsettings(const char* mozillapath, const char* args);
 
 /// Appends the account of the settings file `account_path` (LF line ends) as number `seqno` to prefs.js of
 /// the profile folder `args`. Values are written as they are, quotes and backslashes included.
-/// Returns 0, or 1 when either file cannot be opened.
+/// Returns 0, or 1 when the settings file cannot be read or prefs.js not be written; it is then as it was.
 int mozilla_extract_from_account_path(const char* account_path, const char* args, int seqno);
 
 /// Copies all that lies in `sourcedir` into `destdir`; the mail folders are Mozilla's own kind already.

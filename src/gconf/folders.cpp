@@ -1,0 +1,32 @@
+#include "gconf/folders.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "shell/files.h"
+#include "system/home_folder.h"
+
+namespace {
+
+bool make_empty_file(const std::string& path, const struct stat& home) {
+  if (!open_file(path, "wx")) return errno == EEXIST;
+  static_cast<void>(lchown(path.c_str(), home.st_uid, home.st_gid));  // as make_home_folder does
+  return true;
+}
+
+}  // namespace
+
+bool make_settings_folder(const std::string& home, const std::string& folder) {
+  if (!make_home_folder(home, ".gconf/" + folder)) return false;
+  struct stat owner {};
+  if (stat(home.c_str(), &owner) != 0) return false;
+  std::filesystem::path place = home + "/.gconf";
+  for (const std::filesystem::path& name : std::filesystem::path(folder)) {
+    place /= name;
+    if (!make_empty_file(place / "%gconf.xml", owner)) return false;
+  }
+  return true;
+}

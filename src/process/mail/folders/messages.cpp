@@ -1,0 +1,176 @@
+#include "process/mail/folders/messages.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+namespace {
+
+constexpr std::size_t buffer_size = std::size_t{1} << 16;
+
+// ---- Names -------------------------------------------------------------------------------------------
+
+// "2", or "2:2,S" once KMail has put flags behind it.
+bool is_number_of_message(std::string_view text) {
+  const std::string_view digits = text.substr(0, text.find(':'));
+  return !digits.empty() && std::ranges::all_of(digits, [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+bool is_message_of(std::string_view name, std::string_view stem) {
+  return name.starts_with(stem) && is_number_of_message(name.substr(stem.size()));
+}
+
+// ---- Contents ----------------------------------------------------------------------------------------
+
+using Block = std::array<char, buffer_size>;
+
+std::string_view next_block(const File& file, Block& block) {
+  return {block.data(), std::fread(block.data(), 1, block.size(), file.get())};
+}
+
+bool holds(const std::string& path, std::string_view message) {
+  const File file = open_file(path, "r");
+  Block block;
+  while (file && !message.empty()) {
+    const std::string_view part = next_block(file, block);
+    if (part.empty() || !message.starts_with(part)) return false;
+    message.remove_prefix(part.size());
+  }
+  return file != nullptr;
+}
+
+// Of two files of one size.
+bool hold_the_same(const std::string& path, const std::string& other) {
+  const File file = open_file(path, "r");
+  const File other_file = open_file(other, "r");
+  if (!file || !other_file) return false;
+  Block block;
+  Block other_block;
+  for (std::string_view part = next_block(file, block); !part.empty(); part = next_block(file, block)) {
+    if (part != next_block(other_file, other_block)) return false;
+  }
+  return std::ferror(file.get()) == 0;
+}
+
+std::size_t hash_of_head(std::string_view message) {
+  return std::hash<std::string_view>()(message.substr(0, EarlierMessages::head_size));
+}
+
+// The size of a plain file; no value for anything else.
+std::optional<std::uintmax_t> size_of(const std::string& path) {
+  struct stat entry {};
+  if (lstat(path.c_str(), &entry) != 0 || !S_ISREG(entry.st_mode)) return std::nullopt;
+  return static_cast<std::uintmax_t>(entry.st_size);
+}
+
+}  // namespace
+
+EarlierMessages::EarlierMessages(const std::string& prefix) {
+  const std::filesystem::path whole = prefix;
+  const std::string folder = whole.parent_path();
+  const std::string stem = whole.filename();
+  for (const std::string& name : list_folder(folder).value_or(std::vector<std::string>())) {
+    if (is_message_of(name, stem)) add(folder + "/" + name);
+  }
+}
+
+void EarlierMessages::add(const std::string& path) {
+  const std::optional<std::uintmax_t> size = size_of(path);
+  const File file = size ? open_file(path, "r") : File();
+  if (!file) return;
+  std::array<char, head_size> head;
+  const std::size_t found = std::fread(head.data(), 1, head.size(), file.get());
+  paths_.emplace(Key(*size, hash_of_head({head.data(), found})), path);
+}
+
+template <typename Same>
+bool EarlierMessages::take(const Key& key, Same same) {
+  const auto [first, last] = paths_.equal_range(key);
+  const auto taken = std::find_if(first, last, [&](const auto& row) { return same(row.second); });
+  if (taken == last) return false;
+  paths_.erase(taken);
+  return true;
+}
+
+bool EarlierMessages::take(std::string_view message) {
+  if (paths_.empty()) return false;  // the usual case, without a look at the message
+  return take({message.size(), hash_of_head(message)},
+              [&](const std::string& path) { return holds(path, message); });
+}
+
+bool EarlierMessages::take_copy_of(const std::string& path, std::string_view head, std::uintmax_t size) {
+  return take({size, hash_of_head(head)},
+              [&](const std::string& earlier) { return hold_the_same(earlier, path); });
+}
+
+MessageFiles::MessageFiles(std::string prefix, EarlierMessages& earlier)
+    : prefix_(std::move(prefix)), earlier_(earlier) {
+  buffer_.reserve(buffer_size);
+}
+
+void MessageFiles::begin(int number) {
+  free_ = std::max(free_, number);
+  buffer_.clear();
+  path_.clear();
+  spilled_ = 0;
+  begun_ = true;
+  failed_ = false;
+}
+
+void MessageFiles::write(std::string_view piece) {
+  if (!begun_ || failed_) return;
+  if (buffer_.size() + piece.size() <= buffer_size || spill()) {
+    buffer_ += piece;
+  } else {
+    fail();
+  }
+}
+
+void MessageFiles::end() {
+  if (begun_ && !failed_ && !store()) fail();
+  begun_ = false;
+}
+
+bool MessageFiles::spill() {
+  if (!file_) {
+    if (!create()) return false;
+    head_ = buffer_.substr(0, EarlierMessages::head_size);
+  }
+  if (std::fwrite(buffer_.data(), 1, buffer_.size(), file_.get()) != buffer_.size()) return false;
+  spilled_ += buffer_.size();
+  buffer_.clear();
+  return true;
+}
+
+// Opened so that no file that is there is written to.
+bool MessageFiles::create() {
+  std::string path = prefix_ + std::to_string(free_);
+  while (!(file_ = open_file(path, "wx")) && errno == EEXIST) path = prefix_ + std::to_string(++free_);
+  if (!file_) return false;
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // what comes is a block already
+  path_ = path;
+  return true;
+}
+
+bool MessageFiles::store() {
+  const bool is_in_file = file_ != nullptr;
+  if (!is_in_file && earlier_.take(buffer_)) return true;
+  if (!spill() || !close_file(file_)) return false;
+  if (is_in_file && earlier_.take_copy_of(path_, head_, spilled_)) std::remove(path_.c_str());
+  return true;
+}
+
+void MessageFiles::fail() {
+  error_ = errno;
+  file_.reset();
+  if (!path_.empty()) std::remove(path_.c_str());
+  failed_ = true;
+  ++lost_;
+}

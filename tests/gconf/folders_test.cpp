@@ -1,0 +1,47 @@
+#include "gconf/folders.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+struct SettingsFolder : testing::Test {
+  SettingsFolder() { shell_quietly("mkdir -p /home/ann /srv/others && chown 1234:2345 /home/ann"); }
+};
+
+TEST_F(SettingsFolder, IsMadeWithThoseAboveItForTheOwnerOfTheHome) {
+  EXPECT_TRUE(make_settings_folder("/home/ann", "apps/evolution"));
+  EXPECT_EQ(
+      ".gconf 1234:2345\n.gconf/apps 1234:2345\n.gconf/apps/%gconf.xml 1234:2345\n"
+      ".gconf/apps/evolution 1234:2345\n.gconf/apps/evolution/%gconf.xml 1234:2345\n",
+      output_of("cd /home/ann && find .gconf -printf '%p %U:%G\\n' | LC_ALL=C sort"));
+}
+
+TEST_F(SettingsFolder, ThatIsThereKeepsItsSettings) {
+  write_file("/home/ann/.gconf/apps/%gconf.xml", "mine");
+  EXPECT_TRUE(make_settings_folder("/home/ann", "apps/evolution"));
+  EXPECT_TRUE(make_settings_folder("/home/ann", "apps/evolution"));
+  EXPECT_EQ("mine", read_file("/home/ann/.gconf/apps/%gconf.xml"));
+  EXPECT_EQ("", read_file("/home/ann/.gconf/apps/evolution/%gconf.xml"));
+  EXPECT_FALSE(exists("/home/ann/.gconf/%gconf.xml"));
+}
+
+TEST_F(SettingsFolder, IsNotMadeBehindALinkOutOfTheHome) {
+  shell_quietly(
+      "mkdir /srv/others/evolution; mkdir /home/ann/.gconf; ln -s /srv/others /home/ann/.gconf/apps");
+  EXPECT_FALSE(make_settings_folder("/home/ann", "apps/evolution"));
+  EXPECT_FALSE(exists("/srv/others/%gconf.xml"));
+  EXPECT_TRUE(std::filesystem::is_empty("/srv/others/evolution"));
+}
+
+TEST_F(SettingsFolder, IsNotMadeWhereAFileIs) {
+  write_file("/home/ann/.gconf", "mine");
+  EXPECT_FALSE(make_settings_folder("/home/ann", "apps"));
+  EXPECT_EQ("mine", read_file("/home/ann/.gconf"));
+}
+
+}  // namespace
