@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 
 #include "process/mail/kde/encoding.h"
@@ -16,6 +18,23 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+
+/// While it lives, no file can be made longer, by the commands neither.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit = {bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
 
 constexpr const char* organizer = "/root/.kde/share/apps/korganizer/std.ics";
 constexpr const char* notes = "/root/.kde/share/apps/knotes/notes.ics";
@@ -122,11 +141,30 @@ TEST_F(Calendar, OnAFullDiskTheOldOneStays) {
   EXPECT_GE(refused, 8);
 }
 
-TEST_F(Calendar, AnOldOneKeepsItsModeAndOwnerWhenItIsPutBack) {
+TEST_F(Calendar, NoFileIsReplacedByPartOfAnother) {
+  write_file(organizer, "old");
   calendar(new_calendar());
+  tasks(new_calendar());
+  {
+    const FileSizeLimit limit(100'000);  // for the two together
+    EXPECT_EQ(-1, kmailcallendar("/tmp/b"));
+  }
+  EXPECT_EQ("old", read_file(organizer));
+  {
+    const FileSizeLimit limit(60'000);
+    EXPECT_EQ(-1, kmailcallendar("/tmp/b"));
+  }
+  EXPECT_EQ("old", read_file(organizer));
+  EXPECT_EQ("std.ics\n", output_of("ls -A /root/.kde/share/apps/korganizer"));
+}
+
+// A letter of another encoding, which is dropped, does not hide what is cut off behind it.
+TEST_F(Calendar, AnOldOneKeepsItsModeAndOwnerWhenItIsPutBack) {
+  calendar("SUMMARY:M\xFCller\n" + new_calendar());
   write_file(organizer, "old");
   shell_quietly("chown 1234:2345 " + std::string(organizer) + " && chmod 640 " + organizer);
-  write_file("/usr/local/bin/iconv", "#!/bin/sh\nhead -c 1000 \"$6\" > \"$8\"\n");
+  write_file("/usr/local/bin/iconv",
+             "#!/bin/sh\n/usr/bin/iconv -c -f GB2312 -t utf-8 \"$6\" | head -c 1000 > \"$8\"\n");
   shell_quietly("chmod 755 /usr/local/bin/iconv");
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, kmailcallendar("/tmp/b"));
@@ -377,6 +415,14 @@ TEST_F(Notes, OnAFullDiskTheOldOnesStay) {
   EXPECT_GE(refused, 6);
 }
 
+TEST_F(Notes, TheOldOnesAreNotReplacedByPartOfTheNew) {
+  note("a.txt", "T:x\n" + std::string(60'000, 'n') + "\n");
+  write_file(notes, "old");
+  const FileSizeLimit limit(60'100);  // the entry is longer
+  EXPECT_EQ(-1, kmailnotes("/tmp/b"));
+  EXPECT_EQ("old", read_file(notes));
+}
+
 TEST_F(Notes, WithoutRoomToMendThemTheOldOnesStay) {
   note("a.txt", "T:" + std::string(300, 't'));
   write_file(notes, "old");
@@ -572,6 +618,26 @@ TEST_F(Contacts, InAFullWorkFolderAreNotAddedInPart) {
     EXPECT_EQ(-1, kaddressbook("/tmp/b")) << left;
     EXPECT_EQ(two_cards, read_file(std::string(kabc) + "std.vcf")) << left;
   }
+}
+
+TEST_F(Contacts, ThatAreCutOffAreNotAdded) {
+  write_file("/tmp/b/ImapMail/Contacts/addressbook.db", many_cards("New", 900));
+  write_file(std::string(kabc) + "std.vcf", two_cards);
+  const FileSizeLimit limit(20'000);
+  EXPECT_EQ(-1, kaddressbook("/tmp/b"));
+  EXPECT_EQ(two_cards, read_file(std::string(kabc) + "std.vcf"));
+}
+
+TEST_F(Contacts, ABookThatALinkNamesOnAFullDiskStays) {
+  const std::string old = many_cards("Old", 900);
+  write_file("/root/disk/mine.vcf", old);
+  std::filesystem::create_symlink("/root/disk/mine.vcf", std::string(kabc) + "std.vcf");
+  const SmallDisk disk("/root/disk");
+  disk.fill_but(0);
+  EXPECT_EQ(-1, kaddressbook("/tmp/b"));
+  EXPECT_TRUE(same_bytes(old, read_file("/root/disk/mine.vcf")));
+  EXPECT_TRUE(std::filesystem::is_symlink(std::string(kabc) + "std.vcf"));
+  EXPECT_THAT(commands_run(), Not(testing::Contains(HasSubstr("cat "))));
 }
 
 TEST_F(Contacts, AreNotJoinedToALastLineWithoutAnEnd) {
