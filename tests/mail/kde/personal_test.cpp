@@ -621,10 +621,13 @@ TEST_F(Contacts, InAFullWorkFolderAreNotAddedInPart) {
 }
 
 TEST_F(Contacts, ThatAreCutOffAreNotAdded) {
-  write_file("/tmp/b/ImapMail/Contacts/addressbook.db", many_cards("New", 900));
   write_file(std::string(kabc) + "std.vcf", two_cards);
-  const FileSizeLimit limit(20'000);
+  write_file("/usr/local/bin/perl",
+             "#!/bin/sh\nprintf 'BEGIN:VCARD\\nFN:x\\nEND:VCARD\\nBEGIN:VCARD\\nFN:y\\n'\n");
+  shell_quietly("chmod 755 /usr/local/bin/perl");
+  testing::internal::CaptureStderr();
   EXPECT_EQ(-1, kaddressbook("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("none are added\n"));
   EXPECT_EQ(two_cards, read_file(std::string(kabc) + "std.vcf"));
 }
 
