@@ -72,7 +72,7 @@ TEST_F(KeptOldFile, IsGoneWithTheObject) {
 
 TEST_F(KeptOldFile, IsForItsOwnerAloneMeanwhile) {
   const OldFile old = OldFile::copy_of(path);
-  EXPECT_EQ("600\n", output_of("stat -c %a /tmp/home/.brindle-old*"));
+  EXPECT_EQ("600\n", output_of("stat -c %a /tmp/home/.brindle-*"));
 }
 
 TEST_F(KeptOldFile, OfALinkIsTheFileItNames) {

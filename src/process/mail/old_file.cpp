@@ -6,41 +6,25 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
+#include "shell/beside.h"
 #include "shell/files.h"
 #include "shell/replace.h"
 
 namespace {
 
-constexpr int most_names = 1000;
-
-// Makes something in the folder of `path` under a hidden name that nothing has. Empty when `make` fails.
-template <typename Make>
-std::string make_beside(const std::string& path, Make make) {
-  const std::string folder = std::filesystem::path(path).parent_path();
-  for (int number = 0; number < most_names; ++number) {
-    std::string name = folder + "/.brindle-old-" + std::to_string(getpid()) + "-" + std::to_string(number);
-    if (make(name.c_str())) return name;
-    if (errno != EEXIST) break;
-  }
-  return {};
-}
-
 // For the owner alone, since the old file may be.
-bool make_private_file(const char* name) {
+int make_private_file(const char* name) {
   const int file = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  return file >= 0 && close(file) == 0;
+  return file < 0 ? file : close(file);
 }
 
-// The file at the end of all links. One that leads to nothing stays.
+// The file at the end of all links, which need not exist. Links without an end stay.
 std::string place_of(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path place = std::filesystem::canonical(path, error);
-  return error ? path : place.string();
+  const std::string place = end_of_links(path);
+  return place.empty() ? path : place;
 }
 
 std::string without_carriage_returns(const std::string& text) {
@@ -76,19 +60,19 @@ OldFile::~OldFile() {
 
 bool OldFile::keep_copy() {
   const std::optional<std::string> text = read_whole(path_);
-  if (!text) return errno == ENOENT;  // a link to nothing
+  if (!text) return false;
   kept_ = make_beside(path_, make_private_file);
   return !kept_.empty() && replace_file(kept_, *text);
 }
 
 // A file system without further names leaves none.
 void OldFile::keep_second_name() {
-  kept_ = make_beside(path_, [&](const char* name) { return link(path_.c_str(), name) == 0; });
+  kept_ = make_beside(path_, [&](const char* name) { return link(path_.c_str(), name); });
 }
 
 void OldFile::put_back() {
   if (kept_.empty()) {
-    unlink(place_of(path_).c_str());
+    unlink(path_.c_str());
     std::fprintf(stderr, "%s could not be written whole and is gone\n", path_.c_str());
     return;
   }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "gconf/client.h"
+#include "gconf/folders.h"
 #include "gconf/settings.h"
 #include "process/archive/layout.h"
 #include "process/mail/folders/evolution.h"
@@ -19,7 +20,6 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
-#include "shell/replace.h"
 #include "shell/run.h"
 #include "system/home_folder.h"
 
@@ -93,15 +93,11 @@ constexpr const char* selected_file = R"(<?xml version="1.0"?>
 </entry>
 </gconf>)";
 
-// The tasks' setting lies below the calendar's folder, which only has to be there for the calendar. GConf
-// reads no setting below a folder without a file of its own.
+// The tasks' setting lies below the calendar's folder, which only has to be there for the calendar.
 void make_parent(const Target& target, const Shown& shown) {
-  const std::string parent = std::filesystem::path(".gconf") / shown.selected_folder;
-  const std::string folder = std::filesystem::path(parent).parent_path();
-  const std::string file = target.home + "/" + folder + "/%gconf.xml";
   // Not looked at, like a setting that cannot be written itself.
-  if (make_home_folder(target.home, folder) && !open_file(file, "r"))
-    static_cast<void>(replace_file(file, ""));
+  static_cast<void>(
+      make_settings_folder(target.home, std::filesystem::path(shown.selected_folder).parent_path()));
 }
 
 // Deliberate: part of the output. Sources without a uid show an empty one.

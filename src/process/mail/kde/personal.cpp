@@ -11,7 +11,6 @@
 #include "process/mail/kde/calendar_lines.h"
 #include "process/mail/kde/encoding.h"
 #include "process/mail/old_file.h"
-#include "shell/aside.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -96,7 +95,7 @@ bool add_contacts(const Target& target, const std::string& folder) {
   // Deliberate: part of the output. The version alone decides, whatever the system.
   const bool is_plus = target.system_version == redflag_plus;
   const Book book = is_plus ? chinese_book(folder, *contacts) : standard_book(folder, *contacts);
-  const PutAside own(book.copy);  // a person's own file may have that name
+  const SetAside own(book.copy);  // a person's own file may have that name
   const bool added = append_contacts(book, *contacts);
   SYSTEM(compose("rm %s/orig.vcf", folder));
   return added;
