@@ -202,7 +202,9 @@ TEST(Lines, GetLocalEnds) {
   EXPECT_EQ("a\nb\n", mended("a\r\nb"));
   EXPECT_EQ("a\nb\n", mended("a\r\r\nb\r"));
   EXPECT_EQ("a\rb\n\n", mended("a\rb\n\r\n"));
-  EXPECT_EQ(std::string("a\n\0\x1a\n", 5), mended(std::string("a\r\n\0\x1a", 5)));
+  EXPECT_EQ(std::string("a\n\0\n", 4), mended(std::string("a\r\n\0", 4)));
+  EXPECT_EQ("a\x1a\nb\n", mended("\xEF\xBB\xBF"
+                                 "a\x1a\r\nb\r\n\x1a\x1a"));
   EXPECT_EQ("", mended(""));
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "shell/beside.h"
@@ -25,6 +26,13 @@ int make_private_file(const char* name) {
 std::string place_of(const std::string& path) {
   const std::string place = end_of_links(path);
   return place.empty() ? path : place;
+}
+
+// What programs of Windows put in front of a text and, long ago, behind it.
+std::string without_marks(std::string text) {
+  constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+  while (text.ends_with('\x1A')) text.pop_back();
+  return text.starts_with(byte_order_mark) ? text.substr(byte_order_mark.size()) : text;
 }
 
 std::string without_carriage_returns(const std::string& text) {
@@ -102,6 +110,6 @@ bool end_last_line(const std::string& path) {
 bool mend_lines(const std::string& path) {
   const std::optional<std::string> text = read_whole(path);
   if (!text) return true;
-  const std::string mended = without_carriage_returns(with_last_line_ended(*text));
+  const std::string mended = without_carriage_returns(with_last_line_ended(without_marks(*text)));
   return mended == *text || replace_file(path, mended);
 }

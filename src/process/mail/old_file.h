@@ -59,9 +59,8 @@ bool holds_joined(const std::string& path, const std::vector<std::string>& parts
 /// missing or an empty file stays as it is. False, with errno set, when it cannot be written.
 [[nodiscard]] bool end_last_line(const std::string& path);
 
-/// Makes every line end of a file LF, that of the last line too; a carriage return within a line stays.
-/// dos2unix does not do so in a file that holds control characters. A missing file counts as done; false as
-/// above.
+/// Makes every line end of a file LF, that of the last line too; a carriage return within a line stays. A
+/// byte order mark in front and Ctrl-Z behind go. A missing file counts as done; false as above.
 [[nodiscard]] bool mend_lines(const std::string& path);
 
 #endif

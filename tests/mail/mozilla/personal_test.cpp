@@ -95,9 +95,8 @@ TEST_F(Calendar, WindowsLineEndsInWhatPassesForABinaryFileAreConverted) {
   calendar("RRULE:FREQ=YEARLY;BYDAY=MO;BYSETPOS=2\r\n\x1a");
   tasks("PRIORITY:4\r\n\x1a");
   mozillacalendar("/tmp/b", profile);
-  EXPECT_EQ(
-      "PRIORITY\n :5\n\x1a\nX-MOZILLA-RECUR-DEFAULT-UNITS\n :years\nRRULE:FREQ=YEARLY;BYDAY=2MO\n\x1a\n",
-      read_file(data_file));
+  EXPECT_EQ("PRIORITY\n :5\nX-MOZILLA-RECUR-DEFAULT-UNITS\n :years\nRRULE:FREQ=YEARLY;BYDAY=2MO\n",
+            read_file(data_file));
 }
 
 TEST_F(Calendar, WithoutALastLineEndIsNotJoined) {
