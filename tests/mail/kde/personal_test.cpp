@@ -437,8 +437,13 @@ TEST_F(Notes, WhatIsNoNoteIsPassedOver) {
   note("empty.txt", "");
   note("no colon.txt", "just text\nT: second line\n");
   note("note.txt", "T:a\nb\n");
+  testing::internal::CaptureStderr();
   EXPECT_EQ(0, kmailnotes("/tmp/b"));
+  const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_EQ(entry("b\\n", "a\n"), read_file(notes));
+  EXPECT_THAT(said, HasSubstr("The note /tmp/b/Notes/no colon.txt has no title and is left out\n"));
+  for (const char* other : {"note.txt has", "empty.txt has", "folder has"})
+    EXPECT_THAT(said, Not(HasSubstr(other)));
 }
 
 TEST_F(Notes, InGb2312BecomeUtf8) {

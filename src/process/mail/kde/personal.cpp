@@ -261,8 +261,10 @@ std::string journal_entry(const Note& note) {
 std::optional<std::string> journal_entry_of(const std::string& path) {
   convert_line_ends(path);
   if (!mend_lines(path) || !end_title(path)) return std::nullopt;
-  const std::optional<Note> note = read_note(path);
-  return note ? journal_entry(*note) : "";
+  if (const std::optional<Note> note = read_note(path)) return journal_entry(*note);
+  const bool is_lost = !read_whole(path).value_or("").empty();
+  if (is_lost) std::fprintf(stderr, "The note %s has no title and is left out\n", path.c_str());
+  return "";
 }
 
 // False when not all of `to` could be written.

@@ -20,7 +20,8 @@ int kmailcallendar(const char* args);
 int kmailcallendar(const Target& target);
 
 /// Replaces KNotes' notes by those of the folder "Notes": each file has a first line of label, colon and
-/// title, then the note. A file without that line, and a folder, is passed over.
+/// title, then the note. A file without that line, and a folder, is passed over, the file with a line on
+/// standard error.
 int kmailnotes(const char* args);
 int kmailnotes(const Target& target);
 
