@@ -390,6 +390,23 @@ TEST_F(Contacts, BooksThatTheCommandDoesNotBringBackAreBroughtBack) {
   EXPECT_FALSE(exists(std::string(profile) + "/mabtemp"));
 }
 
+// Another file system in its place: nothing can be renamed out of it.
+TEST_F(Contacts, BooksThatCannotBeBroughtBackAreNotRemoved) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string aside = std::string(profile) + "/mabtemp";
+  write_file("/usr/local/bin/mv", "#!/bin/sh\ncase \"$1\" in *mabtemp*) exit 1 ;; esac\nmountpoint -q " +
+                                      aside + " || mount -t tmpfs none " + aside + "\nexec /bin/mv \"$@\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/mv");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("mabtemp/abook.mab: Invalid cross-device link\n"));
+  EXPECT_EQ("admin's", read_file(aside + "/abook.mab"));
+  EXPECT_EQ("admin's too", read_file(aside + "/impab.mab"));
+  EXPECT_EQ("admin's older", read_file(aside + "/abook.mab.prev"));
+}
+
 TEST_F(Contacts, OnAFullDiskTheOldBooksStay) {
   isDefaultUser = 0;
   stand_in("head -c 40000 /dev/zero > " + std::string(profile) + "/abook.mab; head -c 30000 /dev/zero > " +
