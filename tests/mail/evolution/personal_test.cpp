@@ -8,6 +8,7 @@
 #include <string>
 
 #include "mail/evolution/homes.h"
+#include "process/mail/evolution/accounts.h"
 #include "support/full_disk.h"
 #include "support/session.h"
 #include "support/system_log.h"
@@ -165,6 +166,16 @@ TEST_F(EvolutionPersonal, AFileThatIsNotCopiedWholeLeavesNothingAndDoesNotStopTh
   EXPECT_FALSE(exists("/root/.evolution/calendar/local/system/calendar.ics"));
   EXPECT_TRUE(exists("/root/.evolution/addressbook/local/system/addressbook.db"));
   EXPECT_TRUE(exists("/root/.evolution/tasks/local/system/tasks.ics"));
+}
+
+TEST_F(EvolutionPersonal, AFileThatIsNotCopiedWholeFailsTheItem) {
+  make_profile();
+  make_personal_data();
+  std::filesystem::create_directories(imap_mail + "/brindle-email-accounts");
+  EXPECT_EQ(0, mail_account(archive_root.c_str()));
+  write_file(imap_mail + "/Calendar/calendar.ics", std::string(400'000, 'n'));
+  const SmallDisk disk("/home/ann/.evolution");
+  EXPECT_EQ(-1, mail_account(archive_root.c_str()));
 }
 
 TEST_F(EvolutionPersonal, TheContactsAloneOrTheTasksAloneCanFail) {
