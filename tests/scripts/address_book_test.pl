@@ -285,6 +285,9 @@ my ($text, $names) = convert_texts($ann =~ s/(?=TEL)/$agents_agent/r);
 is $text, $ann, "an agent's agent";
 like $names, qr/contact Ida .*contact Eve /s, 'and both are named';
 
+(undef, $names) = convert_texts("BEGIN:VCARD\nFN:Ann\n$agents_agent" . 'NOTE:' . 'x' x 20000 . "\nEND:VCARD");
+is scalar(() = $names =~ /contact/g), 2, 'an agent in a contact on pages of its own is named once';
+
 for my $case (
     [ "FN:Ann Lee\r\n",                             'the contact Ann Lee' ],
     [ "TEL:1\r\nN:Lee;Ann;;Dr.;\r\n",              'the contact Lee Ann Dr.' ],
