@@ -12,6 +12,7 @@
 #include "error/log.h"
 #include "process/archive/layout.h"
 #include "process/archive/safety.h"
+#include "process/archive/spelling.h"
 #include "process/run/accounts.h"
 #include "process/run/applications.h"
 #include "process/run/walk.h"
@@ -56,7 +57,7 @@ char* make_temporary_directory() {
 std::string unpack(const char* archive, const char* directory) {
   const std::string place = directory == nullptr ? nowhere : directory;
   std::printf("Dir Name::%s", place.c_str());
-  if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", archive, directory)) < 0)
+  if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
     std::perror("In process() Unzip: ");
   if (directory != nullptr) remove_unsafe_entries(place);
   std::string root = place + "/" + layout::root;
