@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// The locale that the wizard takes its language from, such as "de_DE.UTF-8": LC_CTYPE on systems that look at
-/// it first, when it is set, else LANG. Null when that is not set. Prints nothing.
+/// The locale that the wizard takes its language from, such as "de_DE.UTF-8": LC_CTYPE on systems that look
+/// at it first, when it is set, else LANG. Null when that is not set. Prints nothing.
 const char* wizard_locale();
 
 /// The locale the person has chosen: wizard_locale, unless the start script went over to English texts, which

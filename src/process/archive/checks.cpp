@@ -45,8 +45,7 @@ int isZipfile(const char* path) {
 }
 
 long long zip_bytes(const char* path, const std::string& home) {
-  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", as_archive(path)),
-                      home);
+  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", as_archive(path)), home);
 }
 
 int zipSize(const char* path) { return as_int(zip_bytes(path, target_of("").home)); }
@@ -65,9 +64,9 @@ int is_tarfile(const char* /*path*/) { return 1; }
 
 int isEncrypted(const char* path) {
   // Deliberate: part of the output. There are 25 blanks before the second pipe.
-  const shell::Command command = compose(
-      "zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'",
-      as_archive(path));
+  const shell::Command command =
+      compose("zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'",
+              as_archive(path));
   std::string line;
   if (shell::execute_first(command, target_of("").home, line) != 1) return -1;
   if (line == "not\n") return 0;

@@ -16,23 +16,24 @@ constexpr const char* united_states = "CP437";
 
 // The first row that fits: a language and its country stand before the language alone.
 constexpr std::array rows = {
-    Row{"en_US", united_states}, Row{"en", "CP850"},    Row{"zh_TW", "CP950"}, Row{"zh_HK", "CP950"},
-    Row{"zh", "CP936"},          Row{"ja", "CP932"},    Row{"ko", "CP949"},    Row{"ru", "CP866"},
-    Row{"be", "CP866"},          Row{"bg", "CP866"},    Row{"uk", "CP1125"},   Row{"pl", "CP852"},
-    Row{"cs", "CP852"},          Row{"sk", "CP852"},    Row{"hu", "CP852"},    Row{"ro", "CP852"},
-    Row{"sl", "CP852"},          Row{"hr", "CP852"},    Row{"sq", "CP852"},    Row{"el", "CP737"},
-    Row{"tr", "CP857"},          Row{"he", "CP862"},    Row{"th", "CP874"},    Row{"lt", "CP775"},
-    Row{"lv", "CP775"},          Row{"et", "CP775"},    Row{"vi", "CP1258"},   Row{"de", "CP850"},
-    Row{"fr", "CP850"},          Row{"es", "CP850"},    Row{"it", "CP850"},    Row{"pt", "CP850"},
-    Row{"nl", "CP850"},          Row{"sv", "CP850"},    Row{"da", "CP850"},    Row{"nb", "CP850"},
-    Row{"nn", "CP850"},          Row{"no", "CP850"},    Row{"fi", "CP850"},    Row{"is", "CP850"},
-    Row{"ca", "CP850"},          Row{"gl", "CP850"},    Row{"eu", "CP850"},
+    Row{"en_US", united_states}, Row{"en", "CP850"}, Row{"zh_TW", "CP950"}, Row{"zh_HK", "CP950"},
+    Row{"zh", "CP936"},          Row{"ja", "CP932"}, Row{"ko", "CP949"},    Row{"ru", "CP866"},
+    Row{"be", "CP866"},          Row{"bg", "CP866"}, Row{"uk", "CP1125"},   Row{"pl", "CP852"},
+    Row{"cs", "CP852"},          Row{"sk", "CP852"}, Row{"hu", "CP852"},    Row{"ro", "CP852"},
+    Row{"sl", "CP852"},          Row{"hr", "CP852"}, Row{"sq", "CP852"},    Row{"el", "CP737"},
+    Row{"tr", "CP857"},          Row{"he", "CP862"}, Row{"th", "CP874"},    Row{"lt", "CP775"},
+    Row{"lv", "CP775"},          Row{"et", "CP775"}, Row{"vi", "CP1258"},   Row{"de", "CP850"},
+    Row{"fr", "CP850"},          Row{"es", "CP850"}, Row{"it", "CP850"},    Row{"pt", "CP850"},
+    Row{"nl", "CP850"},          Row{"sv", "CP850"}, Row{"da", "CP850"},    Row{"nb", "CP850"},
+    Row{"nn", "CP850"},          Row{"no", "CP850"}, Row{"fi", "CP850"},    Row{"is", "CP850"},
+    Row{"ca", "CP850"},          Row{"gl", "CP850"}, Row{"eu", "CP850"},
 };
 
 // A name ends where its country, its character set or its variant begins.
 bool fits(const std::string& locale, std::string_view beginning) {
   if (!locale.starts_with(beginning)) return false;
-  return locale.size() == beginning.size() || std::string_view("_.@").find(locale[beginning.size()]) != std::string::npos;
+  return locale.size() == beginning.size() ||
+         std::string_view("_.@").find(locale[beginning.size()]) != std::string::npos;
 }
 
 }  // namespace

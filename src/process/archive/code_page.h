@@ -5,15 +5,15 @@
 #include <optional>
 #include <string>
 
-/// The DOS code page of a Windows in the language of `locale` ("de_DE.UTF-8", "ja"), under its name for iconv.
-/// Windows packs with it whatever else it uses. That of the United States for an unknown language.
+/// The DOS code page of a Windows in the language of `locale` ("de_DE.UTF-8", "ja"), under its name for
+/// iconv. Windows packs with it whatever else it uses. That of the United States for an unknown language.
 const char* dos_code_page(const std::string& locale);
 
 /// True when `text` is UTF-8 throughout; ASCII is.
 bool is_utf8(const std::string& text);
 
-/// `text` converted between two character sets of iconv; no value when a character of it does not convert or a
-/// set is not known.
+/// `text` converted between two character sets of iconv; no value when a character of it does not convert or
+/// a set is not known.
 std::optional<std::string> converted(const std::string& text, const char* from, const char* to);
 
 #endif

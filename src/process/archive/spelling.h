@@ -9,7 +9,8 @@
 ///   a.zip   a.zip            -a.zip   ./-a.zip
 std::string as_file(const std::string& name);
 
-/// For unzip and zipinfo: as_file, and spelt so that they do not take it for a pattern. They do so when it holds
+/// For unzip and zipinfo: as_file, and spelt so that they do not take it for a pattern. They do so when it
+/// holds
 /// * ? or [ without a backslash before it; only what follows the last / is matched then, and there each
 /// character that means something in a pattern is put into brackets or behind a backslash. Other names stay.
 ///

@@ -45,8 +45,9 @@ class Zip {
   /// What becomes of reading an entry.
   enum class Reading { whole, wrong, unknown_compression, stopped };
 
-  /// Hands the unpacked bytes of an entry to `take`, piece by piece, until it returns false. `wrong`: damaged,
-  /// or the password is not this entry's. Only after `whole` have length and checksum been found right.
+  /// Hands the unpacked bytes of an entry to `take`, piece by piece, until it returns false. `wrong`:
+  /// damaged, or the password is not this entry's. Only after `whole` have length and checksum been found
+  /// right.
   Reading read(std::uint64_t number, const char* password,
                const std::function<bool(std::string_view)>& take) const;
 

@@ -10,9 +10,13 @@
 #include <string>
 
 #include "error/log.h"
+#include "process/archive/code_page.h"
+#include "process/archive/encryption.h"
 #include "process/archive/layout.h"
+#include "process/archive/names.h"
 #include "process/archive/safety.h"
 #include "process/archive/spelling.h"
+#include "process/archive/work_folder.h"
 #include "process/run/accounts.h"
 #include "process/run/applications.h"
 #include "process/run/walk.h"
@@ -22,6 +26,7 @@
 #include "state/posts.h"
 #include "state/state.h"
 #include "system/detection.h"
+#include "system/language.h"
 #include "system/target.h"
 
 namespace {
@@ -53,13 +58,38 @@ char* make_temporary_directory() {
   return made;
 }
 
-// Returns the archive root.
-std::string unpack(const char* archive, const char* directory) {
-  const std::string place = directory == nullptr ? nowhere : directory;
-  std::printf("Dir Name::%s", place.c_str());
+bool no_longer_wanted() { return !Unpacking::is_wanted(); }
+
+void run_unzip(const char* archive, const char* directory, const std::string& password) {
+  const PasswordForUnzip in_environment(password);
   if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
     std::perror("In process() Unzip: ");
-  if (directory != nullptr) remove_unsafe_entries(place);
+}
+
+// What unzip has left, made safe and given its names.
+void mend(const char* archive, const std::string& place, const std::string& password) {
+  remove_unsafe_entries(place);
+  const std::string locale = persons_locale();
+  restore_names({.archive = archive,
+                 .folder = place,
+                 .code_page = dos_code_page(locale),
+                 .password = password.c_str(),
+                 .encrypted_are_missing = !unzip_takes(password)},
+                no_longer_wanted);
+}
+
+// Makes the temporary directory and returns the archive root in it.
+std::string unpack(const char* archive, std::string password) {
+  const Unpacking unpacking;
+  // A wizard that has been left before wants nothing to lie about.
+  if (Unpacking::is_wanted()) dir_name = make_temporary_directory();
+  const char* directory = dir_name;
+  const std::string place = directory == nullptr ? nowhere : directory;
+  std::printf("Dir Name::%s", place.c_str());
+  if (Unpacking::is_wanted()) run_unzip(archive, directory, password);
+  if (directory != nullptr) mend(archive, place, password);
+  wipe(password);
+  explicit_bzero(g_password, sizeof g_password);
   std::string root = place + "/" + layout::root;
   std::printf("Temp Dir Path::%s\n", root.c_str());
   return root;
@@ -106,8 +136,7 @@ void* process(void* args) {
   }
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
-  dir_name = make_temporary_directory();
-  const std::string root = unpack(g_filename, dir_name);
+  const std::string root = unpack(g_filename, g_password);
   if (CheckMultiUser(root.c_str()) == -1) give_up(dir_name, client, fp_log);
   trace_users(isMultiUser, default_user);
 
