@@ -1,5 +1,6 @@
 #include "process/archive/code_page.h"
 
+#include <glib.h>
 #include <iconv.h>
 
 #include <array>
@@ -36,6 +37,10 @@ bool fits(const std::string& locale, std::string_view beginning) {
          std::string_view("_.@").find(locale[beginning.size()]) != std::string::npos;
 }
 
+bool is_letter(gunichar c) {
+  return g_unichar_isalpha(c) && g_unichar_get_script(c) != G_UNICODE_SCRIPT_COMMON;
+}
+
 }  // namespace
 
 const char* dos_code_page(const std::string& locale) {
@@ -45,6 +50,17 @@ const char* dos_code_page(const std::string& locale) {
 }
 
 bool is_utf8(const std::string& text) { return converted(text, "UTF-8", "UTF-8").has_value(); }
+
+bool looks_like_words(const std::string& text) {
+  bool behind_small_letter = false;
+  for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
+    const gunichar letter = g_utf8_get_char(at);
+    if (letter >= 0x80 && !is_letter(letter)) return false;
+    if (letter >= 0x80 && behind_small_letter && g_unichar_isupper(letter)) return false;
+    behind_small_letter = g_unichar_islower(letter);
+  }
+  return true;
+}
 
 std::optional<std::string> converted(const std::string& text, const char* from, const char* to) {
   const iconv_t conversion = iconv_open(to, from);

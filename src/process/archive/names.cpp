@@ -45,8 +45,15 @@ bool is_plain(std::string_view name) { return is_ascii(name) && longest_part(nam
 
 // ---- From the archive's bytes to a path ------------------------------------------------------------------
 
-std::string decoded(const std::string& name, const char* code_page) {
-  if (is_ascii(name) || is_utf8(name)) return name;
+// `bytes` are the name in UTF-8, or in the code page of somebody who is not asked. Short words are both: 图
+// and сад in their code pages are valid UTF-8, for letters of languages that the code page has no room for.
+bool is_rather(const char* code_page, const std::string& bytes) {
+  const auto text = converted(bytes, code_page, "UTF-8");
+  return text && looks_like_words(*text) && !converted(bytes, "UTF-8", code_page);
+}
+
+std::string decoded(const std::string& name, const char* code_page, bool says_so) {
+  if (is_ascii(name) || (is_utf8(name) && (says_so || !is_rather(code_page, name)))) return name;
   if (const auto text = converted(name, code_page, "UTF-8")) return *text;
   return converted(name, "CP437", "UTF-8").value_or("");  // which knows every byte
 }
@@ -152,7 +159,8 @@ class Restorer {
 
   // The entry's name with folders separated by /.
   std::string separated(std::uint64_t number) const {
-    std::string name = decoded(zip_.name(number), unpacked_.code_page);
+    std::string name = decoded(zip_.name(number), unpacked_.code_page,
+                               zip_.says_utf8(number) || !zip_.made_on_windows(number));
     if (zip_.made_on_windows(number) && name.find('/') == std::string::npos)
       std::replace(name.begin(), name.end(), '\\', '/');
     return name;

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -41,6 +42,12 @@ std::uint64_t Zip::count() const {
 const char* Zip::name(std::uint64_t number) const {
   const char* name = zip_get_name(zip_.get(), number, ZIP_FL_ENC_RAW);
   return name != nullptr ? name : "";
+}
+
+bool Zip::says_utf8(std::uint64_t number) const {
+  // The library converts what is not said to be UTF-8.
+  const char* by_the_book = zip_get_name(zip_.get(), number, ZIP_FL_ENC_STRICT);
+  return by_the_book != nullptr && std::strcmp(by_the_book, name(number)) == 0;
 }
 
 bool Zip::made_on_windows(std::uint64_t number) const {

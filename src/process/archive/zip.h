@@ -34,6 +34,9 @@ class Zip {
   /// The entry's name as bytes. That of the Unicode path field, in UTF-8, when it has a valid one.
   const char* name(std::uint64_t number) const;
 
+  /// True when the archive says that the name is UTF-8, or when it is ASCII.
+  bool says_utf8(std::uint64_t number) const;
+
   /// True when the archive says it was made on Windows or DOS, where a \ may separate folders.
   bool made_on_windows(std::uint64_t number) const;
 
