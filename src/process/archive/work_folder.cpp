@@ -10,8 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <set>
 #include <string>
@@ -39,8 +37,14 @@ struct Process {
 };
 
 std::string text_of(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::string text;
+  const File file = open_file(path, "r");
+  char piece[4096];
+  for (std::size_t size = 1; file && size > 0;) {
+    size = std::fread(piece, 1, sizeof piece, file.get());
+    text.append(piece, size);
+  }
+  return text;
 }
 
 // The parent stands behind the name in parentheses, which may hold anything, and the state.
