@@ -133,7 +133,8 @@ class Leftovers(Case):
         self.assertEqual(1, run.status)
         self.check_no_leftovers(run)
         unzips = [status for status, _, text in run.commands if text.startswith("unzip -o ")]
-        self.assertEqual(["signal 9"], unzips)
+        self.assertEqual(1, len(unzips))
+        self.assertIn(unzips[0], ("signal 9", "137"))  # as the shell tells it
         self.assertFalse([path for path in run.changes if re.match("/root/Documents/.", path)])
 
     def test_cancelled(self):
