@@ -145,10 +145,12 @@ TEST_F(Run, OnGnomePostsEveryMark) {
 TEST_F(Run, OnAnInvalidSystemNothingHappens) {
   on("INVALID");
   pack("Brindle/My Documents/a.txt", "a");
+  ASSERT_TRUE(assign(g_password, "sesame"));
   migrate();
   EXPECT_THAT(posts(), IsEmpty());
   EXPECT_THAT(commands_run(), IsEmpty());
   EXPECT_EQ("ends\n", log());
+  EXPECT_STREQ("", g_password);
   EXPECT_EQ(nullptr, dir_name.load());
 }
 

@@ -60,6 +60,8 @@ char* make_temporary_directory() {
 
 bool no_longer_wanted() { return !Unpacking::is_wanted(); }
 
+void forget_password() { explicit_bzero(g_password, sizeof g_password); }
+
 void run_unzip(const char* archive, const char* directory, const std::string& password) {
   const PasswordForUnzip in_environment(password);
   if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
@@ -89,7 +91,7 @@ std::string unpack(const char* archive, std::string password) {
   if (Unpacking::is_wanted()) run_unzip(archive, directory, password);
   if (directory != nullptr) mend(archive, place, password);
   wipe(password);
-  explicit_bzero(g_password, sizeof g_password);
+  forget_password();
   std::string root = place + "/" + layout::root;
   std::printf("Temp Dir Path::%s\n", root.c_str());
   return root;
@@ -130,6 +132,7 @@ void* process(void* args) {
   if (getOsVersion(static_cast<char*>(args)) == 1) return nullptr;
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
+    forget_password();
     remove_progress_timeout(timer);
     end_run(client, fp_log);
     return nullptr;
