@@ -30,7 +30,7 @@ void lock(const std::string& password, zip_uint16_t encryption = ZIP_EM_TRAD_PKW
   add(zip, "Brindle/open", "o", ZIP_EM_NONE, "");
   add(zip, "Brindle/large", large, encryption, password);
   add(zip, "Brindle/small", "small", encryption, password);
-  add(zip, "Brindle/empty", "", ZIP_EM_NONE, "");
+  add(zip, "Brindle/empty", "", encryption, password);
   ASSERT_EQ(0, zip_close(zip));
 }
 
@@ -75,6 +75,26 @@ TEST(PasswordFor, AnArchiveIsTriedOnTheSmallestEntry) {
   bytes[large + 60] = static_cast<char>(bytes[large + 60] ^ 0x55);
   write_file(archive, bytes);
   EXPECT_EQ("secret", password_for(archive, "secret", "CP437"));
+}
+
+// Says of an entry that it is packed in a way that nobody here knows.
+void make_unknown(const std::string& name) {
+  std::string bytes = read_file(archive);
+  for (std::size_t at = bytes.find(name); at != std::string::npos; at = bytes.find(name, at + 1)) {
+    if (at >= 46 && bytes.compare(at - 46, 4, "PK\1\2") == 0) bytes[at - 46 + 10] = 97;
+    if (at >= 30 && bytes.compare(at - 30, 4, "PK\3\4") == 0) bytes[at - 30 + 8] = 97;
+  }
+  write_file(archive, bytes);
+}
+
+TEST(PasswordFor, AnEntryOfUnknownCompressionCannotTell) {
+  lock("secret");
+  make_unknown("Brindle/small");
+  EXPECT_EQ("secret", password_for(archive, "secret", "CP437"));
+  EXPECT_FALSE(password_for(archive, "wrong", "CP437"));
+  make_unknown("Brindle/large");
+  make_unknown("Brindle/empty");
+  EXPECT_EQ("untried", password_for(archive, "untried", "CP437"));
 }
 
 // ---- unzip's variable -----------------------------------------------------------------------------------

@@ -151,6 +151,18 @@ TEST_F(Names, OfOneContentGetAFileEach) {
   EXPECT_THAT(found(), ElementsAre("B/x/文=", "B/图.txt=same", "B/文.txt=same", "B/旅.txt="));
 }
 
+TEST_F(Names, OfOneContentStayWhereTheyLieRight) {
+  std::vector<PackedFile> files = {{"B/" + picture + ".txt", "same"}};
+  for (int number = 1; number <= 9; ++number) files.push_back({"B/日本" + std::to_string(number), "same"});
+  write_zip(archive, files);
+  shell_quietly(
+      "mkdir -p /tmp/w/B; cd /tmp/w/B; printf same > x; touch -d 2017-01-01 x;"
+      " for n in 1 2 3 4 5 6 7 8 9; do printf same > 日本$n; touch -d 200$n-01-01 日本$n; done");
+  restore("CP936");
+  EXPECT_EQ("2001 2002 2003 2004 2005 2006 2007 2008 2009 2017 ",
+            output_of("cd /tmp/w/B; for f in 日本? 图.txt; do printf '%s ' $(date -r $f +%Y); done"));
+}
+
 TEST_F(Names, ThatFellOnAPlainOneLeaveItItsContent) {
   unpack({{"B/-+.txt", "plain"}, {"B/+-.txt", "third"}, {"B/" + picture + ".txt", "other"}}, "CP936");
   EXPECT_THAT(found(), ElementsAre("B/+-.txt=third", "B/-+.txt=plain", "B/图.txt=other"));
@@ -183,14 +195,17 @@ TEST_F(Names, OfEmptyFoldersAreRestoredAndOtherEmptyFoldersStay) {
 }
 
 TEST_F(Names, OfPlainFilesStayAsUnzipMadeThem) {
-  unpack({{"B/" + text, "1"},
-          {"B/a\x01"
-           "b",
-           ""},
-          {"B/version;1", "3"},
-          {"B/" + picture, ""}},
-         "CP936");
-  EXPECT_THAT(found(), ElementsAre("B/ab=", "B/version=3", "B/图=", "B/文=1"));
+  // All of one content, so that only the names tell whose the files are.
+  std::vector<PackedFile> files = {{"B/" + text, "1"}};
+  std::vector<std::string> expected;
+  for (const char* name : {"a", "b", "c", "d", "e", "f"}) {
+    files.push_back({std::string("B/v") + name + ";1", "1"});
+    files.push_back({std::string("B/\x01w") + name, "1"});
+  }
+  for (const char* name : {"va", "vb", "vc", "vd", "ve", "vf", "wa", "wb", "wc", "wd", "we", "wf", "文"})
+    expected.push_back(std::string("B/") + name + "=1");
+  unpack(files, "CP936");
+  EXPECT_EQ(expected, found());
 }
 
 TEST_F(Names, ThatArePlainCostNothing) {
@@ -288,10 +303,16 @@ TEST_F(Names, OfAnUnreadableListStayAsTheyAre) {
 }
 
 TEST_F(Names, AreLeftWhenTheyAreNoLongerWanted) {
-  write_zip(archive, {{"B/" + picture, "1"}});
-  shell_quietly("mkdir -p /tmp/w");
-  restore_names({.archive = archive, .folder = "/tmp/w", .code_page = "CP936"}, [] { return true; });
-  EXPECT_EQ("", output_of("find /tmp/w -type f"));
+  write_zip(archive, {{"B/" + picture, "1"}, {"B/" + travel, "2"}});
+  for (const int allowed : {0, 1, 2, 3}) {
+    shell_quietly("rm -rf /tmp/w; mkdir /tmp/w");
+    int asked = 0;
+    testing::internal::CaptureStderr();
+    restore_names({.archive = archive, .folder = "/tmp/w", .code_page = "CP936"},
+                  [&] { return ++asked > allowed; });
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    EXPECT_FALSE(exists("/tmp/w/B/旅"));
+  }
 }
 
 // ---- Code pages -----------------------------------------------------------------------------------------

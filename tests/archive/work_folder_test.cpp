@@ -1,6 +1,7 @@
 #include "process/archive/work_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,13 +61,16 @@ TEST_F(WorkFolder, OfAnotherUserOrBehindALinkStays) {
 TEST_F(WorkFolder, IsRemovedHoweverDeepItIs) {
   std::string deep = std::string(folder) + "/Brindle";
   for (int level = 0; level < 1200; ++level) ASSERT_EQ(0, mkdir((deep += "/d").c_str(), 0700));
+  const rlimit usual{1024, 1024};
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
   remove_work_folder();
   EXPECT_FALSE(exists(folder));
 }
 
 TEST_F(WorkFolder, EndsWhatWorksOnItAndNothingElse) {
   // The folder's name is an argument of the first two; the third only has nearly the same.
-  std::thread unzip([] { shell_quietly("tail -f /dev/null /tmp/brindTEST01/Brindle 2>/dev/null"); });
+  std::thread unzip(
+      [] { shell_quietly("tail -f /dev/null /tmp/brindTEST01/Brindle 2>/dev/null; echo $? > /tmp/told"); });
   std::thread pipe([] { shell_quietly("tail -f /dev/null /tmp/brindTEST01 2>/dev/null | cat; true"); });
   std::thread other([] { shell_quietly("timeout 20 tail -f /dev/null /tmp/brindTEST02 2>/dev/null"); });
   while (running("tail -f /dev/null /tmp/brindTEST0.*").empty()) usleep(10000);
@@ -75,6 +79,7 @@ TEST_F(WorkFolder, EndsWhatWorksOnItAndNothingElse) {
   unzip.join();
   pipe.join();
   EXPECT_FALSE(exists(folder));
+  EXPECT_EQ("137\n", read_file("/tmp/told"));  // the shell was let live to tell it
   EXPECT_NE("", running("tail -f /dev/null /tmp/brindTEST02"));
   shell_quietly("kill $(pgrep -xf 'tail -f /dev/null /tmp/brindTEST02')");
   other.join();

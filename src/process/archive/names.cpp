@@ -331,19 +331,20 @@ class Restorer {
   }
 
   void take_all() {
-    for (std::size_t at = 0; at < wanted_.size() && !stop_(); ++at)
+    for (std::size_t at = 0; at < wanted_.size(); ++at)
       if (is_looked_for(wanted_[at]) || (is_missing(wanted_[at]) && !wanted_[at].settled)) take(at);
-    for (const std::size_t at : overwritten_)
-      if (!stop_()) take(at);
+    for (const std::size_t at : overwritten_) take(at);
   }
 
   void take(std::size_t at) {
-    if (const char* reason = write_from_archive(at)) {
-      std::fprintf(stderr, "It %s: %s\n", reason, wanted_[at].path.c_str());
-      tree_.remove_file(staged(at));
-    } else {
+    if (stop_()) return;
+    const char* reason = write_from_archive(at);
+    if (reason == nullptr) {
       put_in_place(at);
+      return;
     }
+    tree_.remove_file(staged(at));
+    if (!stop_()) std::fprintf(stderr, "It %s: %s\n", reason, wanted_[at].path.c_str());
   }
 
   // Null, or why not.
