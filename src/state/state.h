@@ -65,7 +65,7 @@ extern std::atomic<int> isWindowSmbUsernamePasswordOpen;
 extern std::atomic<int> isKilled;
 
 /// The worker's temporary directory; null before it is made or when it could not be made. Written once by
-/// the worker. Read by the worker and by page 3's Cancel, hence atomic.
+/// the worker. Read by the worker, by page 3's Cancel and at the end of the program, hence atomic.
 extern std::atomic<char*> dir_name;
 
 // ---------------------------------------------------------------------------------------------------

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <thread>
 
 #include "archive/windows_zip.h"
 #include "process/archive/encryption.h"
@@ -382,6 +383,24 @@ TEST_F(WindowsArchive, IsNotUnpackedOnceTheWizardIsLeft) {
   EXPECT_THAT(commands_run(), Not(Contains(StartsWith("unzip"))));
   EXPECT_FALSE(exists("/root/Documents"));
   EXPECT_EQ(1, times_posted("done buttons"));
+}
+
+TEST_F(WindowsArchive, HalfUnpackedIsNotMigrated) {
+  write_file(
+      "/usr/local/bin/unzip",
+      "#!/bin/sh\nmkdir -p \"$4/Brindle/My Documents\"\necho half > \"$4/Brindle/My Documents/a.txt\"\n"
+      "exec tail -f /dev/null \"$4\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/unzip");
+  std::thread person([] {
+    while (dir_name.load() == nullptr || !exists(dir() + "/Brindle/My Documents/a.txt")) usleep(1000);
+    stop_unpacking();
+  });
+  migrate("/tmp/windows.zip");
+  person.join();
+  EXPECT_FALSE(exists("/root/Documents"));
+  EXPECT_EQ(-1, marks()["image_1"]);
+  EXPECT_EQ(1, times_posted("done buttons"));
+  EXPECT_FALSE(exists(dir()));
 }
 
 // ---- Skeleton homes -------------------------------------------------------------------------------------

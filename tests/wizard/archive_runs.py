@@ -34,7 +34,7 @@ class Case(unittest.TestCase):
         self.archive = self.folder + "/archive.zip"
 
     def check_no_leftovers(self, run):
-        self.assertEqual([], [path for path in run.changes if path.startswith("/tmp/")])
+        self.assertEqual([], [path for path in run.changes if path.startswith("/tmp/")][:3])
         self.assertEqual([], run.sanitizer_reports())
 
 
@@ -135,7 +135,8 @@ class Leftovers(Case):
         unzips = [status for status, _, text in run.commands if text.startswith("unzip -o ")]
         self.assertEqual(1, len(unzips))
         self.assertIn(unzips[0], ("signal 9", "137"))  # as the shell tells it
-        self.assertFalse([path for path in run.changes if re.match("/root/Documents/.", path)])
+        # Half an archive is not migrated.
+        self.assertEqual([], [path for path in run.changes if re.match("/root/Documents/.", path)][:3])
 
     def test_cancelled(self):
         run = preview_run.run("linspire", self.archive, scenario="cancel-unpacking")

@@ -31,8 +31,8 @@
 
 namespace {
 
-// Where the archive root is said to be when no temporary directory could be made: a place that cannot
-// exist, so nothing is found, written or removed there.
+// Where the archive root is said to be when no temporary directory could be made, or the wizard was left
+// before it was full: a place that cannot exist, so nothing is found, written or removed there.
 constexpr const char* nowhere = "/dev/null";
 
 // ---- Start and unpacking -----------------------------------------------------------------------------
@@ -89,10 +89,11 @@ std::string unpack(const char* archive, std::string password) {
   const std::string place = directory == nullptr ? nowhere : directory;
   std::printf("Dir Name::%s", place.c_str());
   if (Unpacking::is_wanted()) run_unzip(archive, directory, password);
-  if (directory != nullptr) mend(archive, place, password);
+  if (directory != nullptr && Unpacking::is_wanted()) mend(archive, place, password);
   wipe(password);
   forget_password();
-  std::string root = place + "/" + layout::root;
+  // Half an archive is nobody's data.
+  std::string root = (Unpacking::is_wanted() ? place : nowhere) + "/" + layout::root;
   std::printf("Temp Dir Path::%s\n", root.c_str());
   return root;
 }
