@@ -4,6 +4,8 @@
 #include <zip.h>
 
 #include <cstdlib>
+#include <deque>
+#include <string>
 
 #include "process/archive/names.h"
 #include "support/commands.h"
@@ -15,7 +17,9 @@ constexpr const char* archive = "/tmp/a.zip";
 
 void add(zip_t* zip, const std::string& name, const std::string& bytes, zip_uint16_t encryption,
          const std::string& password) {
-  zip_source_t* source = zip_source_buffer(zip, bytes.data(), bytes.size(), 0);
+  static std::deque<std::string> kept;  // they are read when the zip is closed
+  kept.push_back(bytes);
+  zip_source_t* source = zip_source_buffer(zip, kept.back().data(), bytes.size(), 0);
   const zip_int64_t number = zip_file_add(zip, name.c_str(), source, ZIP_FL_ENC_UTF_8);
   ASSERT_LE(0, number);
   const auto index = static_cast<zip_uint64_t>(number);
