@@ -136,12 +136,12 @@ int main(int argc, char** argv) {
   start_reading_fonts();
   gnome_program_init("brindle", "0.1", libgnomeui_module_info_get(), argc, argv, "app-datadir",
                      "/usr/local/share", nullptr);
+  leave_main_loop_on_signals();
+  leave_nothing_behind();
   load_look(isNLD);
   build_pages();
   if (window1 != nullptr) gtk_widget_show(window1);
   build_dialogs();
-  leave_main_loop_on_signals();
-  leave_nothing_behind();
   run_main_loop();
   end_log(fp_log);
   end_by_signal();
