@@ -73,6 +73,10 @@ Verdict verdict_of(const std::vector<PersonAccount>& people) {
   return verdict;
 }
 
+Verdict verdict_of(const Account& account) {
+  return account.fault.empty() ? verdict_of(account.people) : Verdict::cannot_be_told;
+}
+
 Text sentence_of(Verdict verdict) {
   switch (verdict) {
     case Verdict::all_arrived:

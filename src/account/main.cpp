@@ -106,7 +106,16 @@ int run(Options options) {
   const Archive archive(options.archive, dos_charset(language));
   if (options.before) return look_ahead(options, archive, system, texts);
   account.archive = options.archive;
-  account.people = draw_up(archive, options, system);
+  try {
+    const Archive archive(options.archive, dos_charset(language));
+    if (options.before) return look_ahead(options, archive, system, texts);
+    account.people = draw_up(archive, options, system);
+  } catch (const Unreadable& error) {
+    // Said as well where it is looked for: what an earlier run has left there would be taken for this one's.
+    account.fault = error.what();
+    if (!options.before) write_all(options, account, texts, language);
+    throw;
+  }
   const bool written = write_all(options, account, texts, language);
   return static_cast<int>(written ? verdict_of(account.people) : Verdict::cannot_be_told);
 }

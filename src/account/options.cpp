@@ -51,8 +51,9 @@ data, and names everything that has not arrived. Reads only; run it after Brindl
                      (default: .brindle_run in your home)
   --before           looks ahead instead: what the archive holds, and what would go wrong
   --system NAME      gnome, nld, linspire, xandros, redflag or redflag-plus (default: this machine's)
-  --home DIR         home of the person who ran Brindle (default: yours)
-  --home LOGIN=DIR   home of a person in the archive (default: /home/LOGIN)
+  --home DIR         a home; may be given several times. It is that of the person in the archive whose login name
+                     its last part is, any other that of the person who ran Brindle (default: yours)
+  --home LOGIN=DIR   home of a person in the archive (default: /home/LOGIN), whatever its name
   --html FILE        writes the page for people there
   --tsv FILE         writes the table of counts there; with --before, the table of warnings
   --missing FILE     writes the table of what has not arrived there
@@ -61,6 +62,12 @@ data, and names everything that has not arrived. Reads only; run it after Brindl
 Exit status: 0 everything has arrived, 1 something has not, 2 it cannot be told. With --before: 0 nothing to warn of,
 1 warnings, 2 the archive cannot be read.
 )";
+
+bool names_home_of(const Options& options, std::string_view login) {
+  return std::ranges::any_of(options.folders, [login](std::string_view folder) {
+    return folder.substr(folder.rfind('/') + 1) == login;
+  });
+}
 
 Options read_options(int count, const char* const* words) {
   Options options;

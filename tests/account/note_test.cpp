@@ -193,6 +193,28 @@ TEST(Program, cannot_tell_without_note_or_archive) {
 
 TEST(Program, cannot_tell_what_it_cannot_write) {
   run_once();
+// A page of an earlier run must not stay as if it told of this one.
+TEST(Program, says_on_the_page_that_the_archive_cannot_be_read) {
+  run_once();
+  ASSERT_EQ(0, shell_quietly("head -c 300 '/tmp/a b.zip' >/tmp/cut && mv /tmp/cut '/tmp/a b.zip'"));
+  const std::string tables = " --tsv /root/c.tsv --missing /root/m.tsv";
+  for (const char* name : {"/root/page.html", "/root/c.tsv", "/root/m.tsv"})
+    write_file(name, "of an earlier run");
+  const Ended ended = brindle_account("--run --html /root/page.html" + tables);
+  EXPECT_EQ(2, ended.status);
+  const std::string why =
+      "The archive cannot be read: no list of its content at its end: it is cut short or not a zip archive.";
+  EXPECT_THAT(ended.said, HasSubstr("\n" + why + "\n\nThe archive, or a part of it, cannot be read, so "));
+  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<p class=\"warning\">" + why + "</p>"));
+  EXPECT_THAT(read_file("/root/page.html"),
+              HasSubstr("<p class=\"verdict unknown\">The archive, or a part of it, "));
+  EXPECT_EQ("person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n", read_file("/root/c.tsv"));
+  EXPECT_EQ("person\tkind\tname\tcause\n", read_file("/root/m.tsv"));
+  write_file("/root/page.html", "of an earlier run");
+  EXPECT_EQ(2, brindle_account("--before '/tmp/a b.zip' --html /root/page.html").status);
+  EXPECT_EQ("of an earlier run", read_file("/root/page.html"));
+}
+
   symlink("/tmp/none", "/root/page.html");
   Ended ended = brindle_account("--run --html /root/page.html --tsv /root/c.tsv");
   EXPECT_EQ(2, ended.status);
