@@ -16,7 +16,7 @@ void set_system(Options& options, const std::string& value) {
   if (!options.system) throw UsageError("there is no system '" + value + "'");
 }
 
-// DIR, or LOGIN=DIR for a profile of the archive.
+// DIR, or LOGIN=DIR for a profile of the archive. Whose home a DIR is depends on the archive.
 void set_home(Options& options, const std::string& value) {
   const std::size_t equals = value.find('=');
   const std::size_t slash = value.find('/');
@@ -26,7 +26,7 @@ void set_home(Options& options, const std::string& value) {
   if (equals < slash) {
     options.homes[value.substr(0, equals)] = folder;
   } else {
-    options.home = folder;
+    options.folders.push_back(folder);
   }
 }
 

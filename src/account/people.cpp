@@ -67,6 +67,20 @@ Person profile(const std::string& login, const Options& options) {
   return person;
 }
 
+std::string_view last_part(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+// Takes the folders that were given without a login name. One that bears the running person's name is theirs.
+void give_homes(std::vector<Person>& people, const Options& options) {
+  Person& runner = people.front();
+  for (const std::string& folder : options.folders) {
+    const std::string_view name = last_part(folder);
+    const auto owner = std::ranges::find(people.begin() + 1, people.end(), name, &Person::login);
+    const bool is_profiles = name != runner.login && owner != people.end();
+    if (is_profiles && options.homes.contains(owner->login)) continue;
+    (is_profiles ? *owner : runner).home = folder;
+  }
+}
+
 }  // namespace
 
 bool is_for_several(const Archive& archive) {
@@ -96,6 +110,7 @@ std::vector<Person> people_in(const Archive& archive, const Options& options) {
     logins.emplace(name.substr(0, name.find('/')));
   }
   for (const std::string& login : logins) people.push_back(profile(login, options));
+  give_homes(people, options);
   return people;
 }
 
