@@ -24,9 +24,8 @@ std::optional<Reason> reason_for_all(const Case& of) {
   return std::nullopt;
 }
 
-Tally compare(const Row& row, const Case& of, const std::vector<LeftOver>& others) {
-  Tally tally;
-  row.compare(of, tally);
+Tally look_at(const Row& row, const Case& of, const std::vector<LeftOver>& others) {
+  Tally tally = compare(row, of);
   for (const LeftOver& other : others) {
     if (other.kind != row.kind) continue;
     tally.find();
@@ -56,7 +55,7 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
                        .charset = windows_charset(language_code(system)),
                        .place = row.places[static_cast<std::size_t>(system)],
                        .machine = ""};
-      account.lines.push_back({row.kind, compare(row, of, others)});
+      account.lines.push_back({row.kind, look_at(row, of, others)});
     }
   }
   return result;
