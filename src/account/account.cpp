@@ -5,17 +5,13 @@
 #include <string>
 
 #include "account/archive/charset.h"
+#include "account/kinds/left_over.h"
 #include "account/kinds/register.h"
 #include "account/model/texts.h"
 #include "account/people.h"
 
 namespace account {
 namespace {
-
-struct Reason {
-  Cause cause;
-  std::string detail;
-};
 
 // What makes all of a person's things stay behind.
 std::optional<Reason> reason_for_all(const Case& of) {
@@ -28,9 +24,13 @@ std::optional<Reason> reason_for_all(const Case& of) {
   return std::nullopt;
 }
 
-Tally compare(const Row& row, const Case& of) {
-  Tally tally;
-  row.compare(of, tally);
+Tally look_at(const Row& row, const Case& of, const std::vector<LeftOver>& others) {
+  Tally tally = compare(row, of);
+  for (const LeftOver& other : others) {
+    if (other.kind != row.kind) continue;
+    tally.find();
+    tally.miss(std::string(other.name), other.reason.cause, other.reason.detail);
+  }
   if (const auto reason = reason_for_all(of)) tally.explain_all(reason->cause, reason->detail);
   return tally;
 }
@@ -45,6 +45,7 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
   for (const Person& person : people) {
     PersonAccount& account = result.emplace_back();
     account.person = person;
+    const std::vector<LeftOver> others = left_over(archive, person);
     for (const Row& row : rows()) {
       const Case of = {.archive = archive,
                        .person = account.person,
@@ -54,7 +55,7 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
                        .charset = windows_charset(language_of_windows(system)),
                        .place = row.places[static_cast<std::size_t>(system)],
                        .machine = ""};
-      account.lines.push_back({row.kind, compare(row, of)});
+      account.lines.push_back({row.kind, look_at(row, of, others)});
     }
   }
   return result;
@@ -69,6 +70,10 @@ Verdict verdict_of(const std::vector<PersonAccount>& people) {
     }
   }
   return verdict;
+}
+
+Verdict verdict_of(const Account& account) {
+  return account.fault.empty() ? verdict_of(account.people) : Verdict::cannot_be_told;
 }
 
 Text sentence_of(Verdict verdict) {

@@ -27,6 +27,7 @@ struct PersonAccount {
 /// All that is told of one run.
 struct Account {
   std::string archive;  ///< its path
+  std::string fault;    ///< why it cannot be read at all; empty when it can
   Ending ending = Ending::unknown;
   std::time_t begun = 0;  ///< 0 when it cannot be told
   std::vector<PersonAccount> people;
@@ -38,6 +39,9 @@ enum class Verdict { all_arrived = 0, something_missing = 1, cannot_be_told = 2 
 std::vector<PersonAccount> draw_up(const Archive& archive, const Options& options, System system);
 
 Verdict verdict_of(const std::vector<PersonAccount>& people);
+
+/// The same; it cannot be told of an archive that cannot be read.
+Verdict verdict_of(const Account& account);
 
 /// The verdict in a sentence.
 Text sentence_of(Verdict verdict);

@@ -60,9 +60,9 @@ void take_note(Options& options, Account& account) {
   options.archive = note.archive;
   if (!options.system) options.system = note.system;
   options.login = note.people.front().login;
-  if (options.home.empty()) options.home = note.people.front().home;
+  options.home = note.people.front().home;
   for (const RunNote::Somebody& person : std::span(note.people).subspan(1))
-    options.homes.try_emplace(person.login, person.home);
+    if (!names_home_of(options, person.login)) options.homes.try_emplace(person.login, person.home);
 }
 
 bool write_all(const Options& options, const Account& account, const Texts& texts,
@@ -103,10 +103,17 @@ int run(Options options) {
   const System system = options.system.value_or(system_of_machine());
   const std::string language = language_code(system);
   const Texts texts("/usr/local/brindle/" + language);
-  const Archive archive(options.archive, dos_charset(language_of_windows(system)));
-  if (options.before) return look_ahead(options, archive, system, texts);
   account.archive = options.archive;
-  account.people = draw_up(archive, options, system);
+  try {
+    const Archive archive(options.archive, dos_charset(language_of_windows(system)));
+    if (options.before) return look_ahead(options, archive, system, texts);
+    account.people = draw_up(archive, options, system);
+  } catch (const Unreadable& error) {
+    // Said as well where it is looked for: what an earlier run has left there would be taken for this one's.
+    account.fault = error.what();
+    if (!options.before) write_all(options, account, texts, language);
+    throw;
+  }
   const bool written = write_all(options, account, texts, language);
   return static_cast<int>(written ? verdict_of(account.people) : Verdict::cannot_be_told);
 }

@@ -16,7 +16,7 @@ void set_system(Options& options, const std::string& value) {
   if (!options.system) throw UsageError("there is no system '" + value + "'");
 }
 
-// DIR, or LOGIN=DIR for a profile of the archive.
+// DIR, or LOGIN=DIR for a profile of the archive. Whose home a DIR is depends on the archive.
 void set_home(Options& options, const std::string& value) {
   const std::size_t equals = value.find('=');
   const std::size_t slash = value.find('/');
@@ -26,7 +26,7 @@ void set_home(Options& options, const std::string& value) {
   if (equals < slash) {
     options.homes[value.substr(0, equals)] = folder;
   } else {
-    options.home = folder;
+    options.folders.push_back(folder);
   }
 }
 
@@ -51,8 +51,9 @@ data, and names everything that has not arrived. Reads only; run it after Brindl
                      (default: .brindle_run in your home)
   --before           looks ahead instead: what the archive holds, and what would go wrong
   --system NAME      gnome, nld, linspire, xandros, redflag or redflag-plus (default: this machine's)
-  --home DIR         home of the person who ran Brindle (default: yours)
-  --home LOGIN=DIR   home of a person in the archive (default: /home/LOGIN)
+  --home DIR         a home; may be given several times. It is that of the person in the archive whose login name
+                     its last part is, any other that of the person who ran Brindle (default: yours)
+  --home LOGIN=DIR   home of a person in the archive (default: /home/LOGIN), whatever its name
   --html FILE        writes the page for people there
   --tsv FILE         writes the table of counts there; with --before, the table of warnings
   --missing FILE     writes the table of what has not arrived there
@@ -61,6 +62,12 @@ data, and names everything that has not arrived. Reads only; run it after Brindl
 Exit status: 0 everything has arrived, 1 something has not, 2 it cannot be told. With --before: 0 nothing to warn of,
 1 warnings, 2 the archive cannot be read.
 )";
+
+bool names_home_of(const Options& options, std::string_view login) {
+  return std::ranges::any_of(options.folders, [login](std::string_view folder) {
+    return folder.substr(folder.rfind('/') + 1) == login;
+  });
+}
 
 Options read_options(int count, const char* const* words) {
   Options options;

@@ -6,6 +6,8 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "account/model/kinds.h"
 
@@ -18,6 +20,7 @@ struct Options {
   std::optional<System> system;
   std::string login;                         ///< of the person who ran the wizard
   std::string home;                          ///< of the same
+  std::vector<std::string> folders;          ///< homes of whom their last part or nothing names
   std::map<std::string, std::string> homes;  ///< of the archive's profiles, by login name
   std::string html, tsv, missing;            ///< files to write
   bool before = false;                       ///< look ahead, instead of back
@@ -29,6 +32,9 @@ class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// True when one of the folders is called like `login`.
+bool names_home_of(const Options& options, std::string_view login);
 
 /// Throws UsageError.
 Options read_options(int count, const char* const* words);

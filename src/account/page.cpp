@@ -160,7 +160,8 @@ void write_top(std::ostream& out, const Account& account, const Texts& texts) {
   write_paragraph(out, "about", texts(Text::archive_line, account.archive));
   if (account.begun != 0) write_paragraph(out, "about", texts(Text::moved_on, local_time(account.begun)));
   if (const auto warning = warning_of(account.ending)) write_paragraph(out, "warning", texts(*warning));
-  const Verdict verdict = verdict_of(account.people);
+  if (!account.fault.empty()) write_paragraph(out, "warning", texts(Text::archive_fault, account.fault));
+  const Verdict verdict = verdict_of(account);
   write_paragraph(out, class_of(verdict), texts(sentence_of(verdict)));
 }
 

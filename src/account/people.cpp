@@ -8,38 +8,20 @@
 #include <string>
 
 #include "account/archive/charset.h"
+#include "account/archive/settings.h"
 #include "process/archive/layout.h"
 
 namespace account {
 namespace {
 
-constexpr std::size_t largest_control_file = 1 << 20, piece = 127;
+constexpr std::size_t largest_control_file = 1 << 20;
 
 std::string in_root(const char* name) { return std::string(layout::root) + "/" + name; }
 
-// As the wizard does it, with dos2unix and for what that leaves as it is.
-std::string with_unix_line_ends(std::string text) {
-  if (text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff"))
-    text = to_utf8(text, "UTF-16").value_or(text);
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if (!(text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n')) result += text[i];
-  return result;
-}
-
-// The last character of the first line with the key, read in pieces of 127 bytes like all settings; 0 without
-// one.
-char flag_of(const std::string& text, std::string_view key) {
-  for (std::size_t place = 0; place < text.size();) {
-    const std::size_t end = text.find('\n', place);
-    const std::size_t length = std::min(piece, (end == std::string::npos ? text.size() : end + 1) - place);
-    std::string_view line = std::string_view(text).substr(place, length);
-    place += length;
-    if (line.find(key) == std::string_view::npos) continue;
-    if (line.ends_with('\n')) line.remove_suffix(1);
-    return line.empty() ? '\0' : line.back();
-  }
-  return '\0';
+// Text of two bytes a character is converted like its line ends, by dos2unix.
+Settings settings_in(const std::string& text) {
+  const bool is_wide = text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff");
+  return Settings(is_wide ? to_utf8(text, "UTF-16").value_or(text) : text);
 }
 
 std::string own_login() {
@@ -67,6 +49,20 @@ Person profile(const std::string& login, const Options& options) {
   return person;
 }
 
+std::string_view last_part(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+// Takes the folders that were given without a login name. One that bears the running person's name is theirs.
+void give_homes(std::vector<Person>& people, const Options& options) {
+  Person& runner = people.front();
+  for (const std::string& folder : options.folders) {
+    const std::string_view name = last_part(folder);
+    const auto owner = std::ranges::find(people.begin() + 1, people.end(), name, &Person::login);
+    const bool is_profiles = name != runner.login && owner != people.end();
+    if (is_profiles && options.homes.contains(owner->login)) continue;
+    (is_profiles ? *owner : runner).home = folder;
+  }
+}
+
 }  // namespace
 
 bool is_for_several(const Archive& archive) {
@@ -77,8 +73,7 @@ bool is_for_several(const Archive& archive) {
   if (users->is_link_or_device()) return false;  // it is removed again, and says nothing
   // What cannot be read here was read by the wizard, with the password.
   if (users->encrypted()) return archive.has(in_root(layout::profiles));
-  const std::string text = with_unix_line_ends(archive.read(*users, largest_control_file));
-  return flag_of(text, "MultiUser Migration") != '0';
+  return settings_in(archive.read(*users, largest_control_file)).flag("MultiUser Migration") != '0';
 }
 
 bool is_login_name(std::string_view login) {
@@ -96,6 +91,7 @@ std::vector<Person> people_in(const Archive& archive, const Options& options) {
     logins.emplace(name.substr(0, name.find('/')));
   }
   for (const std::string& login : logins) people.push_back(profile(login, options));
+  give_homes(people, options);
   return people;
 }
 

@@ -83,9 +83,10 @@ void write_table_of_missing(std::ostream& out, const std::vector<PersonAccount>&
 }
 
 void write_plain_text(std::ostream& out, const Account& account, const Texts& texts) {
-  const Verdict verdict = verdict_of(account.people);
+  const Verdict verdict = verdict_of(account);
   out << shown(texts(Text::title)) << "\n" << shown(texts(Text::archive_line, account.archive)) << "\n";
   if (const auto warning = warning_of(account.ending)) out << shown(texts(*warning)) << "\n";
+  if (!account.fault.empty()) out << shown(texts(Text::archive_fault, account.fault)) << "\n";
   for (const PersonAccount& person : account.people) write_counts(out, person, texts);
   if (std::ranges::any_of(account.people, misses_something))
     out << "\n" << shown(texts(Text::what_is_missing)) << "\n";

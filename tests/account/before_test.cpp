@@ -88,6 +88,16 @@ TEST(Before, what_lies_beside_the_root_is_noted) {
             ahead.see(foresee_entries));
 }
 
+TEST(Before, what_nobody_looks_for_is_noted) {
+  const Ahead ahead = Ahead().profile("zoe").archive({{"Desktop/a.txt", "one"},
+                                                      {"Cookies2.txt", "x"},
+                                                      {"Music/a.ogg", "x"},
+                                                      {"Profiles/zoe/Fonts/a.ttf", "x"}});
+  const std::string text = ": Nothing is looked for under this name; it is not moved.";
+  EXPECT_EQ((Lines{"Cookies2.txt" + text, "Music/a.ogg" + text, "zoe Fonts/a.ttf" + text}),
+            ahead.see(foresee_left_over));
+}
+
 TEST(Before, an_archive_without_the_root_is_named) {
   const Ahead ahead = Ahead().whole_archive({{"My Documents/a.txt", "one"}});
   EXPECT_EQ("/tmp/before-test.zip: The archive has no folder Brindle; nothing in it will be found.",

@@ -310,6 +310,20 @@ TEST(Contacts, fields_without_a_place_in_mozilla_change_a_contact) {
   }
 }
 
+// A family name of one letter could be two letters of a Western one.
+TEST(Contacts, in_chinese_letters_are_mozillas_whatever_the_language) {
+  const Scene scene(System::linspire,
+                    archive_of(book({{"1", card("1", "\xc0\xee \xc3\xf7", "NICKNAME:\xc0\xee\r\n")}})));
+  const std::string there =
+      "// <!-- <mdb:mork:z v=\"1.4\"/> -->\n< <(a=c)> (80=ns:addrbk:db:row:scope:card:all)(87=DisplayName)"
+      "(88=NickName)>\n<(A1=$E6$9D$8E $E6$98$8E)(A2=$E6$9D$8E)>\n{1:^80 {(k^C0:c)(s=9)}\n"
+      "[1(^87^A1)(^88^A2)]}\n";
+  write_file(mozilla, there);
+  EXPECT_EQ("1 1 0 0 0", numbers(scene.look(Kind::contacts)));
+  write_file(mozilla, without(there, "(A2=$E6$9D$8E)", "(A2=$E6$9D$8F)"));
+  EXPECT_EQ("1 0 0 0 1", numbers(scene.look(Kind::contacts)));
+}
+
 TEST(Contacts, a_book_that_mozilla_cannot_read_is_named) {
   const Scene scene(System::linspire, archive_of(book({all[1]})));
   write_file(mozilla, "imported abook\n<contacts/>\n");

@@ -152,7 +152,9 @@ TEST(Program, lets_the_command_line_go_before_the_note) {
   EXPECT_EQ(1, brindle_account("--run").status);
   EXPECT_EQ(0, brindle_account("--run --home ann=/srv/other").status);
   EXPECT_EQ(1, brindle_account("--run --home ann=/srv/other --home /nowhere").status);
-  EXPECT_EQ(1, brindle_account("--run --home ann=/srv/other --system gnome").status);  // other places
+  ASSERT_EQ(0, shell_quietly("mkdir /mnt/new && mv /srv/other /mnt/new/ann"));
+  EXPECT_EQ(0, brindle_account("--run --home /mnt/new/ann").status);
+  EXPECT_EQ(1, brindle_account("--run --home /mnt/new/ann --system gnome").status);  // other places
 }
 
 TEST(Program, says_first_that_a_run_was_cancelled_or_did_not_end) {
@@ -189,6 +191,28 @@ TEST(Program, cannot_tell_without_note_or_archive) {
   ended = brindle_account("");
   EXPECT_EQ(2, ended.status);
   EXPECT_EQ("brindle-account: no archive is given; brindle-account --help tells more\n", ended.complained);
+}
+
+// A page of an earlier run must not stay as if it told of this one.
+TEST(Program, says_on_the_page_that_the_archive_cannot_be_read) {
+  run_once();
+  ASSERT_EQ(0, shell_quietly("head -c 300 '/tmp/a b.zip' >/tmp/cut && mv /tmp/cut '/tmp/a b.zip'"));
+  const std::string tables = " --tsv /root/c.tsv --missing /root/m.tsv";
+  for (const char* name : {"/root/page.html", "/root/c.tsv", "/root/m.tsv"})
+    write_file(name, "of an earlier run");
+  const Ended ended = brindle_account("--run --html /root/page.html" + tables);
+  EXPECT_EQ(2, ended.status);
+  const std::string why =
+      "The archive cannot be read: no list of its content at its end: it is cut short or not a zip archive.";
+  EXPECT_THAT(ended.said, HasSubstr("\n" + why + "\n\nThe archive, or a part of it, cannot be read, so "));
+  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<p class=\"warning\">" + why + "</p>"));
+  EXPECT_THAT(read_file("/root/page.html"),
+              HasSubstr("<p class=\"verdict unknown\">The archive, or a part of it, "));
+  EXPECT_EQ("person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n", read_file("/root/c.tsv"));
+  EXPECT_EQ("person\tkind\tname\tcause\n", read_file("/root/m.tsv"));
+  write_file("/root/page.html", "of an earlier run");
+  EXPECT_EQ(2, brindle_account("--before '/tmp/a b.zip' --html /root/page.html").status);
+  EXPECT_EQ("of an earlier run", read_file("/root/page.html"));
 }
 
 TEST(Program, cannot_tell_what_it_cannot_write) {

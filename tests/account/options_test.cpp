@@ -38,16 +38,17 @@ TEST(Options, stand_before_and_behind_the_archive) {
 TEST(Options, that_are_not_given_are_empty) {
   const Options read = options({"a.zip"});
   EXPECT_FALSE(read.system);
-  EXPECT_EQ("", read.login + read.home + read.html + read.tsv + read.missing);
-  EXPECT_TRUE(read.homes.empty());
+  EXPECT_EQ("", read.login + read.html + read.tsv + read.missing);
+  EXPECT_TRUE(read.homes.empty() && read.folders.empty());
 }
 
 TEST(Options, take_homes_by_login) {
   const Options read =
       options({"--home", "/srv/a=b/", "--home", "ann=/srv/ann///", "--home", "bob=bob", "a.zip"});
-  EXPECT_EQ("/srv/a=b", read.home);  // the folder's own equals sign
+  EXPECT_EQ((std::vector<std::string>{"/srv/a=b"}), read.folders);  // the folder's own equals sign
   EXPECT_EQ((std::map<std::string, std::string>{{"ann", "/srv/ann"}, {"bob", "bob"}}), read.homes);
-  EXPECT_EQ("/", options({"--home", "/", "a.zip"}).home);
+  EXPECT_EQ((std::vector<std::string>{"/", "/srv/zoe"}),
+            options({"--home", "/", "--home", "/srv/zoe/", "a.zip"}).folders);
 }
 
 TEST(Options, know_every_system) {

@@ -123,7 +123,8 @@ TEST(Page, says_first_how_and_when_a_run_ended) {
 TEST(Page, of_what_cannot_be_told_says_so) {
   Account account = small_account();
   account.people[0].lines[2].tally.give_up();
-  EXPECT_THAT(words_of(page_of(account)), HasSubstr("so nothing certain can be said.\n"));
+  EXPECT_THAT(words_of(page_of(account)),
+              HasSubstr("so it cannot be told whether everything has arrived.\n"));
   EXPECT_THAT(words_of(page_of(account)), HasSubstr("\nFonts - - - - -\n"));
 }
 

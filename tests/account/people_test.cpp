@@ -71,8 +71,10 @@ TEST(Users, may_be_of_two_bytes_a_character) {
                           48)));
 }
 
-TEST(Users, with_control_characters_keep_their_line_ends) {
-  EXPECT_TRUE(several("\1\r\nMultiUser Migration=0\r\n"));
+// dos2unix takes such a text for binary and leaves it as it is; the wizard reads on.
+TEST(Users, with_control_characters_have_any_line_ends_as_well) {
+  EXPECT_FALSE(several("\1\r\nMultiUser Migration=0\r\n"));
+  EXPECT_TRUE(several("\1\r\nMultiUser Migration=1\r\n"));
   EXPECT_FALSE(several("\1\r\nMultiUser Migration=0\n"));
 }
 
@@ -135,6 +137,36 @@ TEST(People, live_where_the_command_line_says) {
   EXPECT_EQ("/srv/ann", people[1].home);
   options.home = "/srv/ada";
   EXPECT_EQ("/srv/ada", people_in(archive, options)[0].home);
+}
+
+// Homes of "root", "ann" and "zoe" in an archive with profiles of the last two, and the folders given.
+std::vector<std::string> homes(const std::vector<std::string>& folders, const std::string& login = "root") {
+  const Archive archive = packed({{"Brindle/users.txt", "MultiUser Migration=1\n"},
+                                  {"Brindle/Profiles/ann/Desktop/a", ""},
+                                  {"Brindle/Profiles/zoe/Desktop/a", ""}});
+  Options options;
+  options.login = login;
+  options.folders = folders;
+  std::vector<std::string> result;
+  for (const Person& person : people_in(archive, options)) result.push_back(person.home);
+  return result;
+}
+
+TEST(People, live_in_the_folder_that_bears_their_name) {
+  EXPECT_THAT(homes({"/srv/zoe", "/srv/ann"}), ElementsAre("/root", "/srv/ann", "/srv/zoe"));
+  EXPECT_THAT(homes({"/srv/zoe", "/mnt/old", "/srv/ann"}), ElementsAre("/mnt/old", "/srv/ann", "/srv/zoe"));
+  EXPECT_THAT(homes({"/srv/zoe.old", "zoe"}), ElementsAre("/srv/zoe.old", "/home/ann", "zoe"));
+  EXPECT_THAT(homes({"/srv/ann"}, "ann"), ElementsAre("/srv/ann", "/home/ann", "/home/zoe"));
+}
+
+TEST(People, live_rather_where_their_login_name_is_given) {
+  const Archive archive = packed({{"Brindle/Profiles/ann/Desktop/a", ""}});
+  Options options;
+  options.homes["ann"] = "/mnt/her";
+  options.folders = {"/srv/ann"};
+  const auto people = people_in(archive, options);
+  EXPECT_EQ("/mnt/her", people[1].home);
+  EXPECT_NE("/srv/ann", people[0].home);
 }
 
 TEST(People, are_left_out_for_a_reason_of_their_own) {

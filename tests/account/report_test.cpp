@@ -171,8 +171,8 @@ TEST(PlainText, of_what_cannot_be_told_says_so_and_shows_the_kind) {
   account.people[1].lines[0].tally.give_up();
   const std::string text = text_of(write_plain_text, account, Texts());
   EXPECT_THAT(text, HasSubstr("  Documents                    0 "));
-  EXPECT_THAT(
-      text, testing::EndsWith("\nThe archive cannot be read to its end, so nothing certain can be said.\n"));
+  EXPECT_THAT(text, testing::EndsWith("\nThe archive, or a part of it, cannot be read, so it cannot be told "
+                                      "whether everything has arrived.\n"));
 }
 
 TEST(PlainText, speaks_another_language_in_straight_columns) {

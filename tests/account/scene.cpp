@@ -51,7 +51,6 @@ Scene::Scene(account::System system, const Entries& entries, const char* passwor
 account::Tally Scene::look(account::Kind kind) const {
   const auto row = std::ranges::find(account::rows(), kind, &account::Row::kind);
   if (row == account::rows().end()) fail("no such kind");
-  account::Tally tally;
   const account::Case of = {.archive = *archive_,
                             .person = person,
                             .system = system_,
@@ -60,8 +59,7 @@ account::Tally Scene::look(account::Kind kind) const {
                             .charset = "CP1252",
                             .place = row->places[static_cast<std::size_t>(system_)],
                             .machine = ""};
-  row->compare(of, tally);
-  return tally;
+  return account::compare(*row, of);
 }
 
 std::string numbers(const account::Tally& tally) {

@@ -123,7 +123,16 @@ TEST(Words, of_advice_belong_to_their_cause) {
   const Texts texts;
   EXPECT_EQ("Start Brindle again as the administrator.", texts.advice(Cause::needs_root));
   EXPECT_EQ("Copy it from the archive.", texts.advice(Cause::preceded));
-  EXPECT_EQ("", texts.advice(Cause::not_a_file));
+  EXPECT_EQ("Choose its driver with this desktop's own tool.", texts.advice(Cause::no_driver));
+}
+
+TEST(Words, advise_on_every_cause) {
+  constexpr Cause causes[] = {
+#define CAUSE(name, key, english) Cause::name,
+#include "account/model/causes.def"
+#undef CAUSE
+  };
+  for (const Cause cause : causes) EXPECT_NE("", Texts().advice(cause)) << Texts()(cause);
 }
 
 }  // namespace

@@ -60,6 +60,38 @@ class Converter {
   iconv_t handle_;
 };
 
+bool is_high(char c) { return static_cast<unsigned char>(c) >= 0x80; }
+
+// No letter of a Western character set.
+bool is_western_sign(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return (byte >= 0xa1 && byte <= 0xbf) || byte == 0xd7 || byte == 0xf7;
+}
+
+// Ideographs, of which the first byte tells them from signs.
+bool are_ideographs(std::string_view bytes) {
+  if (bytes.size() % 2 != 0) return false;
+  for (std::size_t i = 0; i < bytes.size(); i += 2) {
+    const auto lead = static_cast<unsigned char>(bytes[i]), trail = static_cast<unsigned char>(bytes[i + 1]);
+    if (lead < 0xb0 || lead > 0xf7 || trail < 0xa1 || trail > 0xfe) return false;
+  }
+  return true;
+}
+
+// All that is no ASCII are ideographs of GB2312, and somewhere so many in a row, or with such signs, that no
+// Western word is meant.
+bool is_chinese(std::string_view text) {
+  bool is_certain = false;
+  for (auto at = text.begin(); (at = std::find_if(at, text.end(), is_high)) != text.end();) {
+    const auto end = std::find_if_not(at, text.end(), is_high);
+    const std::string_view row(at, end);
+    if (!are_ideographs(row)) return false;
+    is_certain |= row.size() >= 6 || (row.size() >= 4 && std::ranges::any_of(row, is_western_sign));
+    at = end;
+  }
+  return is_certain;
+}
+
 }  // namespace
 
 const char* dos_charset(std::string_view language) { return pages_of(language).dos; }
@@ -79,6 +111,8 @@ std::optional<std::string> to_utf8(std::string_view text, const char* charset) {
 
 std::string readable(std::string_view text, const char* charset) {
   if (is_utf8(text)) return std::string(text);
+  if (std::string_view(charset) == "CP1252" && is_chinese(text))
+    if (const auto converted = to_utf8(text, "GB18030")) return *converted;
   if (const auto converted = to_utf8(text, charset)) return *converted;
   return to_utf8(text, "ISO-8859-1").value_or(std::string(text));
 }

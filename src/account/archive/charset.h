@@ -20,7 +20,9 @@ bool is_utf8(std::string_view text);
 /// `text` in UTF-8; no value when it holds what `charset` does not have.
 std::optional<std::string> to_utf8(std::string_view text, const char* charset);
 
-/// `text` when it is UTF-8 already, else read in `charset`, and where that fails as well in Latin-1.
+/// `text` when it is UTF-8 already, else read in `charset`, and where that fails as well in Latin-1. A text
+/// that is Chinese and in a Western character set a row of signs and letters that no word has is read as
+/// Chinese.
 std::string readable(std::string_view text, const char* charset);
 
 }  // namespace account

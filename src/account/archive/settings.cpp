@@ -20,13 +20,23 @@ Settings::Settings(std::string_view text) {
   }
 }
 
-std::optional<std::string> Settings::value(std::string_view key) const {
+const std::string* Settings::line_with(std::string_view key) const {
   const auto line = std::ranges::find_if(
       lines_, [&](const std::string& one) { return one.find(key) != std::string::npos; });
-  if (line == lines_.end()) return std::nullopt;
+  return line == lines_.end() ? nullptr : &*line;
+}
+
+std::optional<std::string> Settings::value(std::string_view key) const {
+  const std::string* const line = line_with(key);
+  if (line == nullptr) return std::nullopt;
   const std::size_t equals = line->find('=');
   if (equals == std::string::npos) return "";
   return std::string(line->c_str() + equals + 1);  // a NUL ends a value
+}
+
+char Settings::flag(std::string_view key) const {
+  const std::string* const line = line_with(key);
+  return line == nullptr || line->empty() ? '\0' : line->back();
 }
 
 }  // namespace account

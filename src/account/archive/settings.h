@@ -19,10 +19,15 @@ class Settings {
   /// value when no line contains it.
   std::optional<std::string> value(std::string_view key) const;
 
-  /// The same, empty when no line contains the key.
+  /// The last character of that line; 0 for an empty one and without a line.
+  char flag(std::string_view key) const;
+
+  /// The value, empty when no line contains the key.
   std::string text(std::string_view key) const { return value(key).value_or(""); }
 
  private:
+  const std::string* line_with(std::string_view key) const;
+
   std::vector<std::string> lines_;  // without line ends
 };
 

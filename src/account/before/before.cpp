@@ -30,6 +30,7 @@ std::string text_of(const Texts& texts, Foresight what, std::string_view detail)
 std::vector<Warning> foresee(const Outlook& outlook) {
   std::vector<Warning> found;
   foresee_entries(outlook, found);
+  foresee_left_over(outlook, found);
   foresee_settings(outlook, found);
   foresee_accounts(outlook, found);
   foresee_printers(outlook, found);

@@ -47,6 +47,7 @@ struct Outlook {
 /// Each adds what it finds, in the order of the archive. None writes anything outside of /tmp.
 void foresee_entries(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< each entry, checksums included
+void foresee_left_over(const Outlook& outlook, std::vector<Warning>& found);  ///< what no kind looks at
 void foresee_settings(const Outlook& outlook, std::vector<Warning>& found);  ///< lines that are cut or hidden
 void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found);  ///< what Evolution would refuse
 void foresee_printers(const Outlook& outlook, std::vector<Warning>& found);  ///< queues, windows

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "account/archive/charset.h"
+#include "account/kinds/evolution_3.h"
 #include "account/kinds/mail_places.h"
 #include "account/readers/evolution_account.h"
 #include "account/readers/gconf.h"
@@ -43,6 +44,9 @@ MailProgram evolution(const Case& of) {
   MailProgram program = {.format = MailFormat::evolution, .fields = evolution_fields};
   const auto setting = read_gconf(of.person.home, "/apps/evolution/mail/accounts");
   if (!setting) program.unreachable = {Cause::place_missing, of.target()};
+  // It empties the list when it takes over what stands there.
+  if (!setting || (!setting->damaged && setting->list().empty()))
+    if (const auto reason = taken_over(of, Kind::mail_accounts)) program.unreachable = reason;
   if (!setting) return program;
   if (setting->damaged) program.unreachable = {Cause::place_unreadable, of.target()};
   program.is_broken = setting->damaged;

@@ -4,6 +4,7 @@
 #include "account/kinds/calendar.h"
 #include "account/kinds/contacts.h"
 #include "account/kinds/drives.h"
+#include "account/kinds/evolution_3.h"
 #include "account/kinds/files.h"
 #include "account/kinds/groupwise.h"
 #include "account/kinds/mail.h"
@@ -58,6 +59,14 @@ constexpr Row register_rows[] = {
 // clang-format on
 
 }  // namespace
+
+Tally compare(const Row& row, const Case& of) {
+  Tally tally;
+  row.compare(of, tally);
+  if (const auto reason = taken_over(of, row.kind))
+    tally.explain(Cause::place_missing, reason->cause, reason->detail);
+  return tally;
+}
 
 std::span<const Row> rows() { return register_rows; }
 

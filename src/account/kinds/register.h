@@ -22,6 +22,9 @@ struct Row {
   Compare compare;
 };
 
+/// Holds what the archive has of the row's kind against what the person has.
+Tally compare(const Row& row, const Case& of);
+
 /// One row a kind, in the order of the kinds.
 std::span<const Row> rows();
 

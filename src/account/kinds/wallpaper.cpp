@@ -104,7 +104,7 @@ std::optional<Fault> fault_of_file(const Case& of, const Picture& picture) {
   Tally file;
   compare_file(of.archive, *picture.entry, picture.path, picture.name, file);
   if (file.missing().empty()) return std::nullopt;
-  return Fault{file.missing().front().cause, file.missing().front().detail};
+  return Fault{file.missing().front().cause, std::string(file.missing().front().detail)};
 }
 
 std::optional<Fault> fault_of_picture(const Case& of, const Picture& picture, const Shown& shown,

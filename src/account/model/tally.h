@@ -3,7 +3,10 @@
 #define BRINDLE_ACCOUNT_MODEL_TALLY_H
 
 #include <cstddef>
+#include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "account/model/texts.h"
@@ -14,7 +17,7 @@ namespace account {
 struct Missing {
   std::string name;  ///< by which the person knows it: a file's name, a message's subject and folder, ...
   Cause cause;
-  std::string detail;  ///< for the cause's text
+  std::string_view detail;  ///< for the cause's text; lives as long as a tally that has the thing
 };
 
 /// Counts. What is found is counted where the archive is read, what became of it where the target is looked
@@ -27,16 +30,22 @@ class Tally {
     changed_ += count;
   }  ///< with the changes that belong to the move
   void have_no_place(std::size_t count = 1) { elsewhere_ += count; }  ///< this system has none for it
-  void miss(std::string name, Cause cause, std::string detail = {}) {
-    missing_.push_back({std::move(name), cause, std::move(detail)});
+  void miss(std::string name, Cause cause, std::string_view detail = {}) {
+    missing_.push_back({std::move(name), cause, kept(detail)});
   }
 
   /// Gives everything that is missing one cause, which lies deeper than the one that was seen.
-  void explain_all(Cause cause, const std::string& detail = {}) {
+  void explain_all(Cause cause, std::string_view detail = {}) {
     for (Missing& thing : missing_) {
       thing.cause = cause;
-      thing.detail = detail;
+      thing.detail = kept(detail);
     }
+  }
+
+  /// The same for what is missing with the cause `seen`.
+  void explain(Cause seen, Cause cause, std::string_view detail) {
+    for (Missing& thing : missing_)
+      if (thing.cause == seen) thing = {std::move(thing.name), cause, kept(detail)};
   }
 
   /// For a part of the archive that cannot be read, so that it is not known what it holds.
@@ -52,11 +61,15 @@ class Tally {
   bool certain() const { return complete_ && found_ == unchanged_ + changed_ + elsewhere_ + missing_.size(); }
 
  private:
+  // Hundreds of thousands of things may be missing for the same detail, such as the place of their folder.
+  std::string_view kept(std::string_view detail) { return *details_->emplace(detail).first; }
+
   std::size_t found_ = 0;
   std::size_t unchanged_ = 0;
   std::size_t changed_ = 0;
   std::size_t elsewhere_ = 0;
   std::vector<Missing> missing_;
+  std::shared_ptr<std::set<std::string>> details_ = std::make_shared<std::set<std::string>>();
   bool complete_ = true;
 };
 

@@ -1,0 +1,78 @@
+#include "account/kinds/left_over.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+
+#include "process/archive/layout.h"
+
+namespace account {
+namespace {
+
+constexpr const char* folders[] = {layout::documents,     layout::documents_otherwise,
+                                   layout::desktop,       layout::file_extensions,
+                                   layout::mail_accounts, layout::mail_folders,
+                                   layout::notes,         layout::wallpaper,
+                                   layout::mapped_drives, layout::printers,
+                                   layout::groupwise};
+
+constexpr const char* files[] = {layout::bookmarks, layout::cookies};
+
+constexpr const char* files_in_mail[] = {layout::calendar_file, layout::tasks_file, layout::contacts_file};
+
+bool lies_in(std::string_view name, std::string_view folder) {
+  return name.starts_with(folder) && name.size() > folder.size() && name[folder.size()] == '/';
+}
+
+std::string in_mail(const char* name) { return std::string(layout::mail) + "/" + name; }
+
+// `name`: in the person's folder.
+bool is_looked_at(std::string_view name, const Person& person) {
+  if (person.runs && (name == layout::users || lies_in(name, layout::fonts))) return true;
+  return std::ranges::any_of(folders, [name](const char* folder) { return lies_in(name, folder); }) ||
+         std::ranges::find(files, name) != std::end(files) ||
+         std::ranges::any_of(files_in_mail, [name](const char* file) { return name == in_mail(file); });
+}
+
+Kind kind_of(std::string_view name) {
+  if (name == layout::konqueror_bookmarks) return Kind::bookmarks;
+  if (name == layout::konqueror_cookies) return Kind::cookies;
+  if (lies_in(name, layout::fonts)) return Kind::fonts;
+  if (lies_in(name, in_mail(layout::calendar))) return Kind::calendar;
+  if (lies_in(name, in_mail(layout::tasks))) return Kind::tasks;
+  if (lies_in(name, in_mail(layout::contacts))) return Kind::contacts;
+  return Kind::shared_files;
+}
+
+// A profile's things; a file among the profiles is nobody's.
+bool is_of_profile(std::string_view name) {
+  const std::string_view profiles = layout::profiles;
+  return lies_in(name, profiles) && name.find('/', profiles.size() + 1) != std::string_view::npos;
+}
+
+std::optional<LeftOver> judge(const Entry& entry, const Person& person) {
+  const std::optional<Cause> fault = fault_of(entry);
+  if (!lies_in(entry.name, person.folder)) {
+    const bool is_outside = entry.name != person.folder;
+    const Reason reason =
+        is_outside ? Reason{Cause::outside_root, layout::root} : Reason{Cause::unknown_name, {}};
+    return LeftOver{entry.name, Kind::shared_files, fault ? Reason{*fault, {}} : reason};
+  }
+  const std::string_view name = name_within(entry, person.folder);
+  if (is_looked_at(name, person) || (person.runs && is_of_profile(name))) return std::nullopt;
+  return LeftOver{name, kind_of(name), {fault.value_or(Cause::unknown_name), {}}};
+}
+
+}  // namespace
+
+std::vector<LeftOver> left_over(const Archive& archive, const Person& person) {
+  const auto entries = person.runs ? archive.entries() : archive.below(person.folder);
+  std::vector<LeftOver> result;
+  for (const Entry& entry : entries) {
+    if (entry.folder || is_overridden(entry, entries)) continue;
+    if (auto one = judge(entry, person)) result.push_back(std::move(*one));
+  }
+  return result;
+}
+
+}  // namespace account
