@@ -254,12 +254,11 @@ TEST(Before, each_value_that_evolution_refuses_is_named) {
           (has_address ? "SMTP Email Address=ann@a.example\n" : "") + std::string(key) + "=" + value + "\n";
       const Entries entries = {{std::string(accounts) + "1", "Account Name=One\nSMTP Server=a.example\n"},
                                {std::string(accounts) + "2", bad}};
-      EXPECT_EQ(
-          (Lines{
-              std::string(
-                  "Brindle/ImapMail/brindle-email-accounts/2: Evolution will not read any e-mail account: ") +
-              key + " holds & or <."}),
-          Ahead().archive(entries).see(foresee_accounts))
+      EXPECT_EQ((Lines{std::string("Brindle/ImapMail/brindle-email-accounts/2: Evolution will read neither "
+                                   "this e-mail account nor those "
+                                   "behind it: ") +
+                       key + " holds & or <."}),
+                Ahead().archive(entries).see(foresee_accounts))
           << bad;
       EXPECT_EQ(Lines{}, Ahead(System::xandros).archive(entries).see(foresee_accounts));
     }
@@ -279,6 +278,33 @@ TEST(Before, mail_without_the_folder_of_accounts_stays_behind_on_evolution) {
                    "ImapMail/brindle-email-accounts as well."}),
             Ahead().archive(mail).see(foresee_accounts));
   EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(mail).see(foresee_accounts));
+}
+
+// ---- Network drives ------------------------------------------------------------------------------------
+
+TEST(Before, each_drive_that_breaks_the_list_of_drives_is_named) {
+  const std::string text =
+      ": No network drive will be seen in the file manager: its name or address holds & or <, or is not "
+      "UTF-8.";
+  const Entries drives = {{"Mapped_Drives/a.txt", "//srv/public\r\nPublic (P)\r\n"},
+                          {"Mapped_Drives/b.txt", "//srv/r&d\nResearch (Q)\n"},
+                          {"Mapped_Drives/c.txt",
+                           "//srv/b\xc3\xbc"
+                           "cher\nB\xc3\xbc"
+                           "cher (R)\n"},
+                          {"Mapped_Drives/d.txt",
+                           "//srv/books\nB\xfc"
+                           "cher (S)\n"},
+                          {"Mapped_Drives/e.txt", "//srv/e\nR<D (T)\nthird line & more\n"},
+                          {"Mapped_Drives/f.txt", "//srv/f\nF (U)\nthird line & more\n"},
+                          {"Mapped_Drives/folder/a.txt", "//srv/a&b\nA (V)\n"},
+                          {"Profiles/zoe/Mapped_Drives/a.txt", "//srv/a&b\nA (V)\n"}};
+  for (const System system : {System::nld, System::redflag}) {
+    EXPECT_EQ(
+        (Lines{"Brindle/Mapped_Drives/b.txt" + text, "Brindle/Mapped_Drives/d.txt" + text,
+               "Brindle/Mapped_Drives/e.txt" + text, "zoe Brindle/Profiles/zoe/Mapped_Drives/a.txt" + text}),
+        Ahead(system).profile("zoe").archive(drives).see(foresee_drives));
+  }
 }
 
 // ---- Printers ------------------------------------------------------------------------------------------
@@ -498,7 +524,8 @@ TEST(Before, the_table_has_one_line_a_warning) {
   EXPECT_EQ(
       "level\tperson\tkind\tname\ttext\n"
       "warning\t-\t-\ta\\tb\tIt is damaged: its checksum is wrong or its data end early.\n"
-      "warning\tann\tmail-accounts\thome\tEvolution will not read any e-mail account: Email holds & or <.\n"
+      "warning\tann\tmail-accounts\thome\tEvolution will read neither this e-mail account "
+      "nor those behind it: Email holds & or <.\n"
       "note\tann\tprinters\tx\tNo driver is found by itself for HP; a window will ask.\n",
       table_of_warnings(warnings, Texts()));
 }
