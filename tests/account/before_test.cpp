@@ -280,6 +280,55 @@ TEST(Before, mail_without_the_folder_of_accounts_stays_behind_on_evolution) {
   EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(mail).see(foresee_accounts));
 }
 
+// ---- Letters -------------------------------------------------------------------------------------------
+
+// An address book with Ann Lee and a contact of that name.
+std::string book_with(const std::string& name) {
+  write_file("/tmp/name", name);
+  EXPECT_EQ(0, shell_quietly("rm -f /tmp/book.db && perl -MDB_File -e '"
+                             "tie my %book, \"DB_File\", \"/tmp/book.db\", O_RDWR | O_CREAT, 0644, $DB_HASH;"
+                             "open my $in, \"<\", \"/tmp/name\"; my $name = <$in>;"
+                             "$book{\"PAS-DB-VERSION\\0\"} = \"0.2\\0\"; my $end = \"END:VCARD\\0\";"
+                             "$book{\"1\\0\"} = \"BEGIN:VCARD\\r\\nUID:1\\r\\nFN:Ann Lee\\r\\n$end\";"
+                             "$book{\"2\\0\"} = \"BEGIN:VCARD\\r\\nUID:2\\r\\nFN:$name\\r\\n$end\";'"));
+  return read_file("/tmp/book.db");
+}
+
+// Every text that has letters, with `letters` in it.
+Entries written_with(const std::string& letters) {
+  return {{"ImapMail/Calendar/calendar.ics", "BEGIN:VCALENDAR\nX:" + letters + "\nEND:VCALENDAR\n"},
+          {"ImapMail/Contacts/addressbook.db", book_with(letters)},
+          {"ImapMail/Tasks/tasks.ics", "BEGIN:VCALENDAR\nX:" + letters + "\nEND:VCALENDAR\n"},
+          {std::string(accounts) + "1", "Account Name=" + letters + "\n"},
+          {std::string(accounts) + "2", "Account Name=Home\n"},
+          {"Notes/1.txt", "Subject: " + letters + "\n"},
+          {"Notes/2.txt", "Subject: Shopping\n"}};
+}
+
+TEST(Before, letters_that_kmails_systems_would_lose_are_named) {
+  const std::string text =
+      ": Its letters are not in the character set GB2312, which this desktop takes them for; some will be "
+      "lost.";
+  const Lines all = {"Brindle/ImapMail/brindle-email-accounts/1" + text,
+                     "Brindle/ImapMail/Calendar/calendar.ics" + text,
+                     "Brindle/ImapMail/Tasks/tasks.ics" + text,
+                     "Brindle/ImapMail/Contacts/addressbook.db" + text, "Brindle/Notes/1.txt" + text};
+  for (const char* foreign : {"M\xc3\xbcller", "M\xfcller", "\xe7\x8e\x8b"})
+    EXPECT_EQ(all, Ahead(System::xandros).archive(written_with(foreign)).see(foresee_letters)) << foreign;
+  for (const char* fitting : {"Mueller", "\xcd\xf5"})
+    EXPECT_EQ(Lines{}, Ahead(System::redflag).archive(written_with(fitting)).see(foresee_letters)) << fitting;
+}
+
+TEST(Before, accounts_in_another_character_set_are_noted_where_it_is_guessed) {
+  const Lines account = {
+      "Brindle/ImapMail/brindle-email-accounts/1: Its letters are not in UTF-8 and are taken for "
+      "CP1252; letters of another character set become others."};
+  for (const System system : {System::gnome, System::linspire}) {
+    EXPECT_EQ(account, Ahead(system).archive(written_with("M\xfcller")).see(foresee_letters));
+    EXPECT_EQ(Lines{}, Ahead(system).archive(written_with("M\xc3\xbcller")).see(foresee_letters));
+  }
+}
+
 // ---- Network drives ------------------------------------------------------------------------------------
 
 TEST(Before, each_drive_that_breaks_the_list_of_drives_is_named) {

@@ -32,6 +32,7 @@ std::vector<Warning> foresee(const Outlook& outlook) {
   foresee_entries(outlook, found);
   foresee_settings(outlook, found);
   foresee_accounts(outlook, found);
+  foresee_letters(outlook, found);
   foresee_drives(outlook, found);
   foresee_printers(outlook, found);
   foresee_logins(outlook, found);

@@ -49,6 +49,8 @@ void foresee_entries(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< each entry, checksums included
 void foresee_settings(const Outlook& outlook, std::vector<Warning>& found);  ///< lines that are cut or hidden
 void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found);  ///< what Evolution would refuse
+void foresee_letters(const Outlook& outlook,
+                     std::vector<Warning>& found);  ///< texts in another character set
 void foresee_drives(const Outlook& outlook,
                     std::vector<Warning>& found);  ///< what breaks the file manager's list
 void foresee_printers(const Outlook& outlook, std::vector<Warning>& found);  ///< queues, windows
