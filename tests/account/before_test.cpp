@@ -280,6 +280,43 @@ TEST(Before, mail_without_the_folder_of_accounts_stays_behind_on_evolution) {
   EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(mail).see(foresee_accounts));
 }
 
+// ---- Conditions ----------------------------------------------------------------------------------------
+
+TEST(Before, what_waits_for_a_folder_is_named_when_that_is_missing) {
+  const Entries all = {{"ImapMail/Calendar/calendar.ics", "x"},
+                       {"ImapMail/Contacts/", ""},
+                       {"ImapMail/Tasks/tasks.ics", "x"},
+                       {std::string(accounts), ""},
+                       {"Mail/Inbox", "x"},
+                       {"Notes/1.txt", "x"}};
+  const auto without = [&all](const std::string& beginning) {
+    Entries rest;
+    for (const auto& entry : all)
+      if (!entry.first.starts_with(beginning)) rest.push_back(entry);
+    return rest;
+  };
+  const auto named = [&](System system, const std::string& missing) {
+    return Ahead(system).archive(without(missing)).see(foresee_conditions);
+  };
+  const auto waits = [](const std::string& name, const std::string& folder) {
+    return "Brindle/" + name + ": It is only moved when the archive has " + folder + " as well.";
+  };
+  for (int i = 0; i < system_count; ++i)
+    EXPECT_EQ(Lines{}, Ahead(static_cast<System>(i)).archive(all).see(foresee_conditions));
+  EXPECT_EQ((Lines{waits("ImapMail/Calendar/calendar.ics", "ImapMail/Contacts"),
+                   waits("ImapMail/Tasks/tasks.ics", "ImapMail/Contacts")}),
+            named(System::nld, "ImapMail/Contacts"));
+  EXPECT_EQ(Lines{}, named(System::xandros, "ImapMail/Contacts"));
+  EXPECT_EQ(Lines{}, named(System::gnome, "ImapMail/Calendar"));
+  EXPECT_EQ(Lines{waits("ImapMail/Tasks/tasks.ics", "ImapMail/Calendar")},
+            named(System::redflag, "ImapMail/Calendar"));
+  EXPECT_EQ(Lines{}, named(System::linspire, "ImapMail/Calendar"));
+  EXPECT_EQ((Lines{waits("Mail", "ImapMail"), waits("Notes", "ImapMail")}),
+            named(System::xandros, "ImapMail"));
+  EXPECT_EQ(Lines{waits("Mail", "ImapMail")}, named(System::linspire, "ImapMail"));
+  EXPECT_EQ(Lines{}, named(System::gnome, "ImapMail"));  // named with the accounts
+}
+
 // ---- Letters -------------------------------------------------------------------------------------------
 
 // An address book with Ann Lee and a contact of that name.

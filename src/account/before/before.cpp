@@ -31,6 +31,7 @@ std::vector<Warning> foresee(const Outlook& outlook) {
   std::vector<Warning> found;
   foresee_entries(outlook, found);
   foresee_settings(outlook, found);
+  foresee_conditions(outlook, found);
   foresee_accounts(outlook, found);
   foresee_letters(outlook, found);
   foresee_drives(outlook, found);

@@ -48,6 +48,7 @@ struct Outlook {
 void foresee_entries(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< each entry, checksums included
 void foresee_settings(const Outlook& outlook, std::vector<Warning>& found);  ///< lines that are cut or hidden
+void foresee_conditions(const Outlook& outlook, std::vector<Warning>& found);  ///< what waits for a folder
 void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found);  ///< what Evolution would refuse
 void foresee_letters(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< texts in another character set
