@@ -3,6 +3,8 @@ package AddressBook;
 use strict;
 use warnings;
 
+use Encode ();
+use MIME::Base64 ();
 use MIME::QuotedPrint ();
 
 =head1 NAME
@@ -38,18 +40,31 @@ later), with values that lie on pages of their own and with duplicates. Encrypte
 =item vcards($handle)
 
 All vCards of the book in its own order, each from BEGIN:VCARD to END:VCARD as the bytes it holds, without
-the NUL. "The book's own order" is the one in which the database itself lists its records. What cannot be
-read is told on standard error and left out; a text that is not exactly one vCard is never returned.
+the NUL, single control characters, blanks before its lines, and the vCard inside an AGENT. "The book's own
+order" is the one in which the database itself lists its records. What cannot be read is told on standard error
+and left out, each contact by the name that is left of it; a text that is not exactly one vCard is never
+returned.
 
 =item properties($vcard)
 
 The properties of one vCard in their order, unfolded, as hash references:
 
     name    upper case, without a group ("item1.TEL" gives "TEL")
-    params  hash of upper-case parameter names to lists of values; a bare "HOME" is a TYPE
-    value   text, quoted-printable decoded; escapes of the value (\, \; \n) are left as they are
+    params  hash of upper-case parameter names to lists of values; a bare "HOME" is a TYPE; what stands in
+            quotes is one value, TYPE="HOME,FAX" too
+    value   bytes, quoted-printable and base64 decoded; escapes of the value (\, \; \n) are left as they are
+    head    what stands before the colon, as a list of the name and its parameters
 
 BEGIN, END and VERSION are left out.
+
+=item property($line)
+
+The same for one unfolded line; nothing for a line that is no property.
+
+=item text_of($property)
+
+The value of a property as characters: of the character set that its CHARSET names, else, or when the bytes are
+none of it, of UTF-8 or a Chinese encoding. Bytes that are nothing of that become replacement characters.
 
 =item unfolded($vcard)
 
@@ -64,9 +79,14 @@ use constant {
     PAGE_HEADER   => 26,
     CHECKSUM_SIZE => 6,          # behind the header, where pages carry a checksum
     LONGEST_VALUE => 64 << 20,
+
+    # Vertical tabs, form feeds and escapes count as text.
+    CONTROL          => qr/[\x00-\x08\x0e-\x1a\x1c-\x1f]/,
+    TEXT_PER_CONTROL => 100,     # characters of a text for each control character that is let pass
 };
 
 my $complaints = 0;
+my %told;    # agents that have been named
 
 # Page types
 use constant { HASH_UNSORTED => 2, HASH_SORTED => 13, OVERFLOW => 7 };
@@ -80,7 +100,7 @@ use constant { KEYDATA => 1, DUPLICATE => 2, OFFPAGE => 3, OFFDUP => 4 };
 
 sub vcards {
     my ($handle) = @_;
-    $complaints = 0;
+    ($complaints, %told) = (0);
     binmode $handle;
     my $bytes = do { local $/; <$handle> };
     $bytes = '' unless defined $bytes;
@@ -90,21 +110,33 @@ sub vcards {
 
 sub properties {
     my ($card) = @_;
-    my @properties;
-    for my $line (split /\r?\n/, unfolded($card)) {
-        my ($head, $value) = split_at_colon($line);
-        next unless defined $value;
-        my ($name, @words) = split /;/, $head;
-        next unless defined $name && length $name;
-        $name =~ s/^.*\.//;
-        next if $name =~ /^(?:BEGIN|END|VERSION)$/i;
-        my $params = params_of(@words);
-        if (grep { /^QUOTED-PRINTABLE$/i } @{ $params->{ENCODING} || [] }, @{ $params->{TYPE} || [] }) {
-            $value = MIME::QuotedPrint::decode($value);
-        }
-        push @properties, { name => uc $name, params => $params, value => $value };
+    return grep { $_->{name} !~ /^(?:BEGIN|END|VERSION)$/ } map { property($_) } split /\r?\n/, unfolded($card);
+}
+
+sub property {
+    my ($line) = @_;
+    my ($before, $value) = split_at_colon($line);
+    return unless defined $value;
+    my ($name, @words) = my @head = outside_quotes(';', $before);
+    return unless defined $name && length $name;
+    $name =~ s/^.*\.//;
+    my $params = params_of(@words);
+    my @encodings = @{ $params->{ENCODING} || [] };
+    if (grep { /^QUOTED-PRINTABLE$/i } @encodings, @{ $params->{TYPE} || [] }) {
+        $value = MIME::QuotedPrint::decode($value);
+    } elsif (grep { /^(?:B|BASE64)$/i } @encodings, grep { /^BASE64$/i } @{ $params->{TYPE} || [] }) {
+        $value = MIME::Base64::decode($value);
     }
-    return @properties;
+    return { name => uc $name, params => $params, value => $value, head => \@head };
+}
+
+sub text_of {
+    my ($property) = @_;
+    for my $charset (map { s/\s//gr } @{ $property->{params}{CHARSET} || [] }) {
+        my $text = Encode::find_encoding($charset) ? decoded($charset, $property->{value}) : undef;
+        return $text if defined $text;
+    }
+    return in_unicode($property->{value});
 }
 
 # Version 2.1 keeps the blank that a fold begins with, the later ones drop it; in all of them a value in
@@ -123,48 +155,137 @@ sub unfolded {
 
 # ---- vCard lines -----------------------------------------------------------------------------------------
 
-# The colon that ends the name is the first one outside quotes.
+# The colon that ends the name is the first one outside quotes, or the first one where a quote has no pair.
 sub split_at_colon {
     my ($line) = @_;
-    return $line =~ /^((?:[^":]|"[^"]*")*):(.*)$/s ? ($1, $2) : ($line, undef);
+    return $line =~ /^((?:[^":]|"[^"]*")*+):(.*)$/s || $line =~ /^([^:]*):(.*)$/s ? ($1, $2) : ($line, undef);
+}
+
+# The parts of `text` between the characters `between` that stand outside quotes. A quote without its pair counts
+# as any character.
+sub outside_quotes {
+    my ($between, $text) = @_;
+    my @parts = ('');
+    while ($text =~ /\G("[^"]*"|.)/gs) {
+        if ($1 eq $between) { push @parts, '' } else { $parts[-1] .= $1 }
+    }
+    return @parts;
 }
 
 sub params_of {
     my %params;
     for my $word (@_) {
         my ($name, $values) = $word =~ /^([^=]*)=(.*)$/s ? ($1, $2) : ('TYPE', $word);
-        my @values = map { s/^"(.*)"$/$1/r } split /,/, $values;
+        my @values = map { s/^"(.*)"$/$1/r } outside_quotes(',', $values);
         push @{ $params{ uc $name } }, @values;
     }
     return \%params;
+}
+
+# The text that bytes are in an encoding; undef when they are none of it, and for half a character at their end.
+sub decoded {
+    my ($encoding, $bytes) = @_;
+    my $text = eval { Encode::decode($encoding, $bytes, Encode::FB_CROAK) };
+    return length $bytes ? undef : $text;
+}
+
+# "utf8" takes codes that are no characters too; XML leaves them out later. GBK stands for the Chinese encodings: it
+# holds GB2312 and the characters of GB18030 that Windows writes, and perl always has it. It gives stray bytes
+# characters for private use, which no text has.
+sub in_unicode {
+    my ($bytes) = @_;
+    my $text = decoded('utf8', $bytes);
+    return $text if defined $text;
+    $text = decoded('GBK', $bytes);
+    return $text if defined $text && $text !~ /\p{Private_Use}/;
+    return Encode::decode('UTF-8', $bytes);    # with replacement characters for what is neither
+}
+
+# ---- One vCard -------------------------------------------------------------------------------------------
+
+# The vCard that a text is, without what does not belong to one. undef for a text that is not exactly one vCard, or
+# has more control characters than stray ones.
+sub card_of {
+    my ($text) = @_;
+    $text =~ s/\0+\z//;
+    my $controls = $text =~ s/${\CONTROL}//g;
+    return undef if $controls > 1 + length($text) / TEXT_PER_CONTROL;
+    $text = without_agents(unindented($text));
+    return undef unless $text =~ /\ABEGIN:VCARD[ \t]*\r?\n.*^END:VCARD\s*\z/msi;
+    my $begun = () = $text =~ /^BEGIN:VCARD/gmi;
+    return $begun == 1 ? $text =~ s/\s+\z//r : undef;
+}
+
+# A blank before a line would make it part of the one above. So a card that is indented as a whole loses the
+# indentation, and the lines that cannot go on another, the second and the last, lose any.
+sub unindented {
+    my ($text) = @_;
+    $text =~ s/\A(?:[ \t]*\r?\n)+//;
+    if ($text =~ /\A([ \t]+)/) {
+        my $blanks = $1;
+        $text =~ s/\A$blanks//;
+        $text =~ s/\n$blanks/\n/g if $text !~ /\n(?!$blanks|\s*\z)/;
+    }
+    $text =~ s/\A(BEGIN:VCARD[ \t]*\r?\n)[ \t]+/$1/i;
+    $text =~ s/\n[ \t]+(?=END:VCARD\s*\z)/\n/i;
+    return $text;
+}
+
+# An AGENT may hold a whole vCard, even one with an agent. Nobody reads it there, and its end passes for that of
+# the contact around it.
+sub without_agents {
+    my ($text) = @_;
+    my $line = qr/(?![ \t]*(?:BEGIN|END):VCARD)[^\n]*\n/i;
+    my $card = qr/BEGIN:VCARD[ \t]*\r?\n(?:$line)*+[ \t]*END:VCARD[ \t]*(?:\r?\n|\z)/i;
+    my @agents;
+    1 while $text =~ s/^(?:\w+\.)?AGENT(?:;[^:\n]*)?:\s*+($card)/push @agents, $1; ''/gmie;
+    leave_out($_, 'it stands inside another as its agent') for grep { !$told{$_}++ } @agents;
+    return $text;
+}
+
+# By the name that is left in its text, or else by its key.
+sub leave_out {
+    my ($text, $why, $key) = @_;
+    my $name = name_in($text) // $key;
+    complain((defined $name && length $name ? "the contact $name" : 'a contact without a name') . " is left out: $why");
+}
+
+# What a person would call the contact that begins in `text`.
+sub name_in {
+    my ($text) = @_;
+    return undef unless defined $text;
+    my @properties = properties($text);
+    for my $name (qw(FN N NICKNAME ORG EMAIL TEL)) {
+        for my $property (grep { $_->{name} eq $name } @properties) {
+            my $called = text_of($property) =~ s/[;\s[:cntrl:]]+/ /gr =~ s/^ | $//gr;
+            return Encode::encode('UTF-8', $called) if length $called;
+        }
+    }
+    return undef;
 }
 
 # ---- Plain vCards ----------------------------------------------------------------------------------------
 
 sub plain_cards {
     my ($bytes) = @_;
-    my @cards = cards_between_others($bytes);
-    my $begun = () = $bytes =~ /^BEGIN:VCARD/gmi;
-    complain("no address book and no vCard") if !$begun && $bytes =~ /\S/;
-    complain(($begun - @cards) . " contacts could not be read") if $begun > @cards;
-    return @cards;
+    my ($cards, $broken) = cards_between_others($bytes, \&card_of);
+    complain('no address book and no vCard') if !@$cards && !@$broken && $bytes =~ /\S/;
+    leave_out($_, 'it is cut off or damaged') for @$broken;
+    return @$cards;
 }
 
 # The vCards that stand somewhere in `bytes`, each begun at the start of a line or behind something that is no
-# text.
+# text, and what begins as one and is none: as `card_in_text` says, which is given a text from its begin to its end.
 sub cards_between_others {
-    my ($bytes) = @_;
-    my @begun = split /(?:^|(?<=[\x00-\x08]))(?=BEGIN:VCARD\s)/mi, $bytes;
-    return grep { is_card($_) } map { /\A(BEGIN:VCARD\s.*?^END:VCARD)(?=\s|\0|\z)/msi ? $1 : () } @begun;
-}
-
-# Exactly one vCard and nothing that no text has. Vertical tabs, form feeds and escapes count as text.
-sub is_card {
-    my ($text) = @_;
-    return 0 unless $text =~ /\ABEGIN:VCARD[ \t]*\r?\n.*^END:VCARD\s*\z/msi;
-    return 0 if $text =~ /[\x00-\x08\x0e-\x1a\x1c-\x1f]/;
-    my $begun = () = $text =~ /^BEGIN:VCARD/gmi;
-    return $begun == 1;
+    my ($bytes, $card_in_text) = @_;
+    my $begin = qr/BEGIN:VCARD\s|[ \t]+BEGIN:VCARD[ \t]*\r?\n/i;
+    my (@cards, @broken);
+    for my $text (split /(?:^|(?<=[\x00-\x08]))(?=$begin)/mi, without_agents($bytes)) {
+        next unless $text =~ /\A$begin/;
+        my $card = $text =~ /\A(\s*BEGIN:VCARD\s.*?^[ \t]*END:VCARD)(?=\s|\0|\z)/msi ? $card_in_text->($1) : undef;
+        if (defined $card) { push @cards, $card } else { push @broken, $text }
+    }
+    return (\@cards, \@broken);
 }
 
 sub complain {
@@ -175,9 +296,10 @@ sub complain {
 # ---- The file as pages -----------------------------------------------------------------------------------
 
 # What is known of the file: bytes, u16 and u32 (unpack letters of its byte order), page_size, pages, header
-# (bytes before a page's items), order (hash pages in the order of their buckets), keys (how many it should
-# have, 0 if it does not say), read (the pages that need no second look). Nothing for a file that is no such
-# database.
+# (bytes before a page's items), order (hash pages in the order of their buckets), fill (how many contacts a
+# bucket should hold, 0 if it does not say), keys (how many contacts it counts, 0 if it does not say), read (the
+# pages that need no second look), no_hash_page (pages that should be and are none, with their buckets), failed
+# (texts that are no contact, with their pages and, if something led to them, their keys). Nothing for a file that is no such database.
 sub open_book {
     my ($bytes) = @_;
     my $book = known_book($bytes);
@@ -221,6 +343,7 @@ sub known_book {
             header    => PAGE_HEADER,
             order     => [ $version > 5 ? bucket_pages($bytes, $u32) : () ],
             last_page => $version > 5 ? unpack("x32 $u32", $bytes) : 0,
+            fill      => $version > 5 && length $bytes >= 92 ? unpack("x84 $u32", $bytes) : 0,
             keys      => $version > 5 && length $bytes >= 92 ? unpack("x88 $u32", $bytes) : 0,
         };
     }
@@ -311,33 +434,55 @@ sub cards_of_book {
         $keys += int($page->{entries} / 2);
         push @cards, cards_on($book, $page, $number);
     }
-    push @cards, lost_cards($book, @cards);
-    complain(($book->{keys} - $keys) . ' contacts are missing') if $keys < $book->{keys} && !$complaints;
-    return @cards;
+    my @found = lost_cards($book, @cards);
+    leave_out_failed($book, \@cards, \@found);
+    complain("page $_ and its contacts are lost") for lost_pages($book, $keys);
+    return @cards, @found;
 }
 
 # The contacts that the index of a hash page leads to.
 sub cards_on {
     my ($book, $page, $number) = @_;
     my @items = items_on($book, $page);
-    my @found = map { card_in($_) } values_of($book, @items);
-    my @cards = grep { defined } @found;
-    if (is_sound($book, $page, @items)) {
-        complain("a contact on page $number could not be read") for @cards + 1 .. @found;
-        $book->{read}{$number} = 1;
-    } else {
-        complain("page $number is damaged");
+    my @cards;
+    for (values_of($book, @items)) {
+        my ($value, $key) = @$_;
+        my $card = card_in($value);
+        if (defined $card) { push @cards, $card }
+        else { push @{ $book->{failed} }, { text => ref $value ? $$value : $value, key => $key, page => $number } }
     }
+    if (is_sound($book, $page, @items)) { $book->{read}{$number} = 1 } else { complain("page $number is damaged") }
     return @cards;
 }
 
-# The contact that a value is, without the NUL; undef for anything else.
+# Names what the search for lost contacts has not brought after all. What it has met only the beginning of may be an
+# old copy of any contact, or of one that is named already.
+sub leave_out_failed {
+    my ($book, $cards, $found) = @_;
+    my @failed = @{ $book->{failed} || [] } or return;
+    my (%later, %known);
+    $later{$_}++ for grep { defined } map { name_in($_) } @$found;
+    $known{$_} = 1 for grep { defined } map { name_in($_) } @$cards, @$found;
+    for my $failed (@failed) {
+        my $name = name_in($failed->{text});
+        my $is_led_to = exists $failed->{key};
+        next if defined $name && ($is_led_to ? $later{$name} && $later{$name}-- : $known{$name});
+        next if !defined $name && !$is_led_to;
+        $known{$name} = 1 if defined $name;
+        leave_out($failed->{text}, "it is damaged, on page $failed->{page}", $failed->{key});
+    }
+}
+
+# The contact that a value is; undef for any other, and for what could not be read to its end.
 sub card_in {
     my ($value) = @_;
-    return undef unless defined $value;
-    $value =~ s/\0+\z//;
-    return undef unless is_card($value);
-    return $value =~ s/\s+\z//r;
+    return ref $value ? undef : card_of($value);
+}
+
+# A value that could be read only so far.
+sub unread {
+    my ($text) = @_;
+    return \($text // '');
 }
 
 # Whether the index of a hash page leads to all of its items: they lie without gaps from "free" to the end.
@@ -371,18 +516,52 @@ sub unled_cards {
     return $whole if defined $whole;
     # Before the items of a hash page lies what was deleted.
     my $begin = $page->{free} < length $page->{bytes} ? $page->{free} : 0;
-    return cards_between_others(substr $page->{bytes}, $begin);
+    # Where nothing leads to a text, a control character in it may be all that is left of another item.
+    my $pure = sub { my ($text) = @_; return $text =~ CONTROL ? undef : card_of($text) };
+    my ($cards, $broken) = cards_between_others(substr($page->{bytes}, $begin), $pure);
+    push @{ $book->{failed} }, map { { text => $_, page => $number } } @$broken;
+    return @$cards;
+}
+
+# Pages of buckets and the pages that follow them, as far as they are none any more, if fewer contacts are left
+# than the book counts. It counts too many when it was made with a guess of their number.
+sub lost_pages {
+    my ($book, $keys) = @_;
+    return if $keys >= $book->{keys};
+    my $first_buckets = buckets_for($book, $book->{keys} - $keys);
+    return grep { !may_be_unused($book, $_, $first_buckets) } sort { $a <=> $b } keys %{ $book->{no_hash_page} };
+}
+
+# How many buckets a book is made with for a guess of its contacts.
+sub buckets_for {
+    my ($book, $guess) = @_;
+    my $wanted = $book->{fill} ? int(($guess - 1) / $book->{fill}) + 1 : 2;
+    my $buckets = 2;
+    $buckets *= 2 while $buckets < $wanted;
+    return $buckets;
+}
+
+# The buckets that a book is made with have empty pages until the first contact or until they are split in two.
+sub may_be_unused {
+    my ($book, $number, $first_buckets) = @_;
+    my $bucket = $book->{no_hash_page}{$number};
+    return 0 if !defined $bucket || $bucket >= $first_buckets || $bucket + $first_buckets <= $#{ $book->{order} };
+    my $page = page($book, $number);
+    return $page && $page->{bytes} !~ /[^\0]/;
 }
 
 # Every page once: the chains of the buckets first, then whatever no chain has led to.
 sub page_order {
     my ($book) = @_;
     my (@order, %seen);
-    for my $first (@{ $book->{order} }) {
-        my $number = $first;
+    for my $bucket (0 .. $#{ $book->{order} }) {
+        my $first = my $number = $book->{order}[$bucket];
         while (my $page = page($book, $number)) {
             last if $seen{$number}++;
-            last unless is_hash_page($page) && $page->{number} == $number;
+            unless (is_hash_page($page) && $page->{number} == $number) {
+                $book->{no_hash_page}{$number} = $number == $first ? $bucket : undef;
+                last;
+            }
             push @order, $number;
             $number = $page->{next};
         }
@@ -391,15 +570,16 @@ sub page_order {
     return @order, grep { !$ordered{$_} } 1 .. $book->{pages} - 1;
 }
 
-# The values of all contacts among the items of a page; undef for one that cannot be read.
+# The values of all contacts among the items of a page, each with its key, as far as that can be read.
 sub values_of {
     my ($book, @items) = @_;
     my @values;
     for (my $i = 0; $i + 1 < @items; $i += 2) {
         my @key = item_values($book, $items[$i]);
         # The record that tells the version of the book.
-        next if defined $key[0] && $key[0] =~ /\APAS-DB-VERSION\0*\z/;
-        push @values, item_values($book, $items[ $i + 1 ]);
+        my $key = ref $key[0] ? undef : $key[0] =~ s/\0+\z//r;
+        next if defined $key && $key eq 'PAS-DB-VERSION';
+        push @values, map { [ $_, $key ] } item_values($book, $items[ $i + 1 ]);
     }
     return @values;
 }
@@ -421,15 +601,16 @@ sub items_on {
     return @items;
 }
 
+# The values of one item: several for a key with duplicates.
 sub item_values {
     my ($book, $item) = @_;
-    return undef unless defined $item && length $item;
+    return unread() unless defined $item && length $item;
     my $type = ord $item;
     return substr $item, 1 if $type == KEYDATA;
     return duplicates_in($book, substr $item, 1) if $type == DUPLICATE;
     return overflow_value($book, $item) if $type == OFFPAGE;
     return duplicates_on_pages($book, $item) if $type == OFFDUP;
-    return undef;
+    return unread();
 }
 
 # Each duplicate stands between two copies of its length.
@@ -438,7 +619,7 @@ sub duplicates_in {
     my @values;
     while (length $bytes >= 4) {
         my $size = unpack $book->{u16}, $bytes;
-        return @values, undef if $size + 4 > length $bytes;
+        return @values, unread() if $size + 4 > length $bytes;
         push @values, substr $bytes, 2, $size;
         substr $bytes, 0, $size + 4, '';
     }
@@ -447,9 +628,9 @@ sub duplicates_in {
 
 sub overflow_value {
     my ($book, $item) = @_;
-    return undef if length $item < 12;
+    return unread() if length $item < 12;
     my ($number, $size) = unpack "x4 $book->{u32} $book->{u32}", $item;
-    return undef if $size > LONGEST_VALUE;
+    return unread() if $size > LONGEST_VALUE;
     return chain($book, $number, $size);
 }
 
@@ -461,12 +642,12 @@ sub chain {
     my ($value, %seen) = ('');
     while (defined $size ? length $value < $size : $number) {
         my $page = page($book, $number);
-        return undef if !$page || !is_overflow_page($page, $number);
-        return undef if $seen{$number}++ || has_gone_far($book);
+        return unread($value) if !$page || !is_overflow_page($page, $number);
+        return unread($value) if $seen{$number}++ || has_gone_far($book);
         my $left = defined $size ? $size - length $value : $page->{free};
         my $used = $left < $room ? $left : $room;
-        return undef if $used == 0 || $book->{header} + $used > length $page->{bytes};
-        return undef if length($value) + $used > LONGEST_VALUE;
+        return unread($value) if $used == 0 || $book->{header} + $used > length $page->{bytes};
+        return unread($value) if length($value) + $used > LONGEST_VALUE;
         $value .= substr $page->{bytes}, $book->{header}, $used;
         $number = page_after($book, $page, $number);
     }
@@ -506,12 +687,12 @@ sub pages_by_the_one_before {
 # Many duplicates of one key lie in a tree of their own, whose leaves are a chain.
 sub duplicates_on_pages {
     my ($book, $item) = @_;
-    return undef if length $item < 8;
+    return unread() if length $item < 8;
     my $number = unpack "x4 $book->{u32}", $item;
     my (@values, %seen);
     while ($number) {
         my $page = page($book, $number);
-        return @values, undef if !$page || $seen{$number}++ || has_gone_far($book);
+        return @values, unread() if !$page || $seen{$number}++ || has_gone_far($book);
         $book->{read}{$number} = 1;
         if ($is_inner{ $page->{type} }) {
             $number = first_child($book, $page);
@@ -519,7 +700,7 @@ sub duplicates_on_pages {
             push @values, leaf_values($book, $page);
             $number = $page->{next};
         } else {
-            return @values, undef;
+            return @values, unread();
         }
     }
     return @values;
@@ -537,19 +718,19 @@ sub leaf_values {
     my ($book, $page) = @_;
     my $header = $book->{header};
     my $count = $page->{entries};
-    return undef if $header + 2 * $count > length $page->{bytes};
+    return unread() if $header + 2 * $count > length $page->{bytes};
     my @values;
     my $left = length $page->{bytes};
     for my $offset (unpack "x$header $book->{u16}$count", $page->{bytes}) {
         next if $offset + 3 > length $page->{bytes};
         my ($size, $type) = unpack "x$offset $book->{u16} C", $page->{bytes};
         next if $type & 0x80;    # deleted
-        return @values, undef if ($left -= $size) < 0;
+        return @values, unread() if ($left -= $size) < 0;
         if (($type & 0x7f) == OFFPAGE && $offset + 12 <= length $page->{bytes}) {
             push @values, overflow_value($book, substr $page->{bytes}, $offset, 12);
         } else {
             push @values, $offset + 3 + $size <= length $page->{bytes}
-                ? substr($page->{bytes}, $offset + 3, $size) : undef;
+                ? substr($page->{bytes}, $offset + 3, $size) : unread();
         }
     }
     return @values;

@@ -4,7 +4,6 @@
 use strict;
 use warnings;
 
-use Encode ();
 use FindBin;
 use lib $FindBin::Bin;
 use AddressBook;
@@ -30,20 +29,6 @@ my %structured_elements = (
 # Kinds of phones and addresses, the first that fits; "type" tells it.
 my @phone_kinds   = (qw(CELL PAGER CAR ISDN), [ FAX => 'fax' ], qw(HOME WORK));
 my @address_kinds = qw(HOME WORK);
-
-# "utf8" takes codes that are no characters too; they are dropped later. GBK stands for the Chinese encodings: it
-# holds GB2312 and the characters of GB18030 that Windows writes, and perl always has it. It gives stray bytes
-# characters for private use, which no text has.
-sub in_unicode {
-    my ($bytes) = @_;
-    for my $encoding ('utf8', 'GBK') {
-        my $copy = $bytes;
-        my $text = eval { Encode::decode($encoding, $copy, Encode::FB_CROAK) };
-        next if !defined $text || length $copy;    # what is left over is half a character
-        return $text if $encoding eq 'utf8' || $text !~ /\p{Private_Use}/;
-    }
-    return Encode::decode('UTF-8', $bytes);    # with replacement characters for what is neither
-}
 
 # Only what XML 1.0 allows, with its five special characters spelt out.
 sub escaped {
@@ -78,7 +63,7 @@ sub element {
 # The kind of a phone or an address by its types, in lower case; "other" when none of the known fits.
 sub kind {
     my ($property, @kinds) = @_;
-    my %types = map { uc $_ => 1 } @{ $property->{params}{TYPE} || [] };
+    my %types = map { uc $_ => 1 } map { split /,/ } @{ $property->{params}{TYPE} || [] };
     for my $kind (@kinds) {
         return lc $kind if !ref $kind && $types{$kind};
         return ($types{WORK} ? 'work' : $types{HOME} ? 'home' : '') . 'fax' if ref $kind && $types{ $kind->[0] };
@@ -89,7 +74,7 @@ sub kind {
 sub structured_element {
     my ($property) = @_;
     my ($name, @fields) = @{ $structured_elements{ $property->{name} } };
-    my @parts = parts_of(in_unicode($property->{value}));
+    my @parts = parts_of(AddressBook::text_of($property));
     push @fields, ('unit') x (@parts - @fields) if $name eq 'organization';    # departments of departments
     my $inner = join '', map { element($fields[$_], $parts[$_] // '', '      ') } 0 .. $#fields;
     my $type = $name eq 'address' ? ' type="' . kind($property, @address_kinds) . '"' : '';
@@ -100,7 +85,7 @@ sub property_element {
     my ($property) = @_;
     my $name = $property->{name};
     return structured_element($property) if $structured_elements{$name};
-    my $text = unescaped(in_unicode($property->{value}));
+    my $text = unescaped(AddressBook::text_of($property));
     return element($text_elements{$name}, $text, '    ') if $text_elements{$name};
     return element('email', $text, '    ') if $name eq 'EMAIL';
     return '' unless $name eq 'TEL' && length $text;
@@ -116,3 +101,4 @@ binmode STDOUT, ':encoding(UTF-8)';
 print qq(<?xml version="1.0" encoding="UTF-8"?>\n<contacts>\n);
 print contact_element($_) for AddressBook::vcards(\*STDIN);
 print "</contacts>\n";
+close STDOUT or die "address book: the contacts could not be written: $!\n";

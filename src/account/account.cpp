@@ -51,7 +51,7 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
                        .system = system,
                        .several = several,
                        .as_root = as_root,
-                       .charset = windows_charset(language_code(system)),
+                       .charset = windows_charset(language_of_windows(system)),
                        .place = row.places[static_cast<std::size_t>(system)],
                        .machine = ""};
       account.lines.push_back({row.kind, compare(row, of)});

@@ -86,7 +86,7 @@ int look_ahead(const Options& options, const Archive& archive, System system, co
                                  .system = system,
                                  .several = several,
                                  .as_root = getuid() == 0,
-                                 .charset = windows_charset(language_code(system)),
+                                 .charset = windows_charset(language_of_windows(system)),
                                  .machine = ""});
   write_forecast(std::cout, archive.path(), draw_up(archive, options, system), warnings, texts);
   std::cout << std::flush;
@@ -103,7 +103,7 @@ int run(Options options) {
   const System system = options.system.value_or(system_of_machine());
   const std::string language = language_code(system);
   const Texts texts("/usr/local/brindle/" + language);
-  const Archive archive(options.archive, dos_charset(language));
+  const Archive archive(options.archive, dos_charset(language_of_windows(system)));
   if (options.before) return look_ahead(options, archive, system, texts);
   account.archive = options.archive;
   account.people = draw_up(archive, options, system);

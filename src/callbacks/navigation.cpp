@@ -2,6 +2,7 @@
 
 #include "interface/dialogs.h"
 #include "interface/windows.h"
+#include "process/archive/work_folder.h"
 #include "process/run/run_note.h"
 #include "shell/run.h"
 #include "state/posts.h"
@@ -48,6 +49,8 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   decline_open_questions();
   remove_progress_timeout(timer);
   show_over_page(notice);
+  // An unzip that goes on would make the directory anew, for everybody to read.
+  stop_unpacking();
   // Null before the worker has made it, or when it could not: then there is nothing to remove.
   if (const char* temporary = dir_name) shell::run_unlogged(compose("rm -rf %s", temporary));
 }

@@ -3,17 +3,22 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "interface/dialogs.h"
 #include "interface/parts.h"
 #include "interface/windows.h"
 #include "process/archive/checks.h"
+#include "process/archive/code_page.h"
+#include "process/archive/encryption.h"
 #include "process/run/process.h"
 #include "shell/files.h"
 #include "state/posts.h"
 #include "state/state.h"
+#include "system/language.h"
 #include "system/target.h"
 
 enum cd selection = CDROM;
@@ -67,6 +72,31 @@ GThread* start_worker() {
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
   return g_thread_create_full(process, nullptr, 0, FALSE, FALSE, G_THREAD_PRIORITY_NORMAL, nullptr);
   G_GNUC_END_IGNORE_DEPRECATIONS
+}
+
+void start_run(long long bytes) {
+  timer = start_progress(bytes);
+  g_isEncrypted = g_password[0] != '\0' ? 1 : 0;
+  thread_id = start_worker();
+  gtk_widget_hide(window2);
+  if (window3 != nullptr) gtk_widget_show(window3);
+}
+
+// The unpacked size of the archive whose password is asked for.
+long long locked_bytes = 0;
+
+void ask_for_password(long long bytes) {
+  locked_bytes = bytes;
+  show_over_page(create_zipPassword());
+}
+
+// Keeps the password for the worker, if it opens the archive.
+bool keep_password(std::string typed) {
+  std::optional<std::string> password = password_for(g_filename, typed, dos_code_page(persons_locale()));
+  const bool kept = password && assign(g_password, password->c_str());
+  wipe(typed);
+  if (password) wipe(*password);
+  return kept;
 }
 
 }  // namespace
@@ -126,11 +156,11 @@ void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   long long bytes = 0;
   if (const DialogBuilder create_dialog = failed_check(g_filename, target_of("").home, bytes))
     return show_over_page(create_dialog());
-  timer = start_progress(bytes);
-  g_isEncrypted = 0;
-  thread_id = start_worker();
-  gtk_widget_hide(window2);
-  if (window3 != nullptr) gtk_widget_show(window3);
+  explicit_bzero(g_password, sizeof g_password);
+  const Encryption encryption = encryption_of_archive(g_filename);
+  if (encryption == Encryption::other) return show_over_page(create_zipOtherEncryption());
+  if (encryption == Encryption::traditional) return ask_for_password(bytes);
+  start_run(bytes);
 }
 
 void on_closebutton_nofilespecified_clicked(GtkButton* button, gpointer /*user_data*/) {
@@ -161,4 +191,20 @@ void on_cancelbutton_zipPassword_clicked(GtkButton* button, gpointer /*user_data
   destroy_window_of(GTK_WIDGET(button));
 }
 
-void on_okbutton_zipPassword_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {}
+void on_okbutton_zipPassword_clicked(GtkButton* button, gpointer /*user_data*/) {
+  GtkWidget* entry = lookup_widget(GTK_WIDGET(button), "entry_zipPassword");
+  const bool kept = thread_id == nullptr && keep_password(text_of(entry));
+  gtk_entry_set_text(GTK_ENTRY(entry), "");
+  if (!kept) return show_over_page(create_zipWrongPassword());
+  destroy_window_of(GTK_WIDGET(button));
+  prepare_unzip_variable();
+  start_run(locked_bytes);
+}
+
+void on_closebutton_zipWrongPassword_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}
+
+void on_closebutton_zipOtherEncryption_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}

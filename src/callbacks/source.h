@@ -28,10 +28,15 @@ void on_ok_button_fileselection_clicked(GtkButton* button, gpointer user_data);
 void on_cancel_button1_clicked(GtkButton* button, gpointer user_data);
 gboolean on_fileselection_delete_event(GtkWidget* widget, GdkEvent* event, gpointer user_data);
 
-/// Next: checks the archive, shows the first failing check's dialog, or starts the worker and page 3.
+/// Next: checks the archive, shows the first failing check's dialog, asks for the password of an encrypted
+/// archive, or starts the worker and page 3.
 void on_next2_clicked(GtkButton* button, gpointer user_data);
 
-/// The dialogs' buttons: destroy them. The password dialog's OK does nothing.
+/// The password dialog's OK: tries the password and starts the worker with it, or says that it is wrong and
+/// lets the person try again.
+void on_okbutton_zipPassword_clicked(GtkButton* button, gpointer user_data);
+
+/// The dialogs' other buttons: destroy them.
 void on_closebutton_nofilespecified_clicked(GtkButton* button, gpointer user_data);
 void on_closebutton_noFileFound_clicked(GtkButton* button, gpointer user_data);
 void on_closebutton_notZipFile_clicked(GtkButton* button, gpointer user_data);
@@ -39,6 +44,7 @@ void on_closebutton_notEnoughSpace_clicked(GtkButton* button, gpointer user_data
 void on_closebutton1_clicked(GtkButton* button, gpointer user_data);
 void on_closebutton2_clicked(GtkButton* button, gpointer user_data);
 void on_cancelbutton_zipPassword_clicked(GtkButton* button, gpointer user_data);
-void on_okbutton_zipPassword_clicked(GtkButton* button, gpointer user_data);
+void on_closebutton_zipWrongPassword_clicked(GtkButton* button, gpointer user_data);
+void on_closebutton_zipOtherEncryption_clicked(GtkButton* button, gpointer user_data);
 
 #endif

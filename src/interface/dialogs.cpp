@@ -91,6 +91,7 @@ void connect_chooser(GtkWidget* chooser) {
 void add_password_entry(GtkWidget* dialog, const std::string& name) {
   GtkWidget* entry = gtk_entry_new();
   gtk_entry_set_visibility(GTK_ENTRY(entry), FALSE);
+  gtk_entry_set_activates_default(GTK_ENTRY(entry), TRUE);
   set_accessible_label(entry, lookup_widget(dialog, "message"), name);
   GtkWidget* remark = gtk_label_new("");
   for (GtkWidget* child : {entry, remark}) {
@@ -197,7 +198,19 @@ GtkWidget* create_zipPassword() {
   add_button(dialog, "okbutton_zipPassword", "gtk-ok", GTK_RESPONSE_OK,
              G_CALLBACK(on_okbutton_zipPassword_clicked));
   closing_presses(dialog, cancel);
+  gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
   return with_icon(dialog, isNLD);
+}
+
+GtkWidget* create_zipWrongPassword() {
+  return create_notice(isNLD, {"zipwrongpassword", "zipwrongpassword-label21", "closebutton_zipWrongPassword",
+                               "gtk-close", G_CALLBACK(on_closebutton_zipWrongPassword_clicked)});
+}
+
+GtkWidget* create_zipOtherEncryption() {
+  return create_notice(isNLD,
+                       {"zipotherencryption", "zipotherencryption-label22", "closebutton_zipOtherEncryption",
+                        "gtk-close", G_CALLBACK(on_closebutton_zipOtherEncryption_clicked)});
 }
 
 GtkWidget* create_dialog_specify_username_password() {

@@ -26,9 +26,13 @@ GtkWidget* create_notZipFile();
 GtkWidget* create_notEnoughSpace();
 GtkWidget* create_errorMountingCdrom();
 
-/// For a remote source and for encrypted archives, which no page offers.
+/// For a remote source, which no page offers.
 GtkWidget* create_noRemote();
+
+/// For encrypted archives: asks for the password; says that it is wrong; says that no password will help.
 GtkWidget* create_zipPassword();
+GtkWidget* create_zipWrongPassword();
+GtkWidget* create_zipOtherEncryption();
 
 /// User name or password missing in the credentials window.
 GtkWidget* create_dialog_specify_username_password();

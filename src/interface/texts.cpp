@@ -12,6 +12,7 @@
 #include "shell/pieces.h"
 #include "system/capabilities.h"
 #include "system/detection.h"
+#include "system/language.h"
 #include "system/system.h"
 
 namespace {
@@ -50,12 +51,8 @@ char* get_language() {
   const char* lang = std::getenv("LANG");
   std::printf("LC_CTYPE::%s\n", printable(ctype));
   std::printf("LANG::%s\n", printable(lang));
-  const char* locale = lang;
-  if (capabilities(detected_system()).language_from_ctype) {
-    std::printf("Finding language for Gnome OS.");
-    if (ctype != nullptr) locale = ctype;  // even a short one: LANG is no second try
-  }
-  char* language = substring_r(locale, 0, 4);
+  if (capabilities(detected_system()).language_from_ctype) std::printf("Finding language for Gnome OS.");
+  char* language = substring_r(wizard_locale(), 0, 4);
   std::printf("BUFFER::%s", language);
   return language;
 }

@@ -11,6 +11,7 @@
 #include "interface/pages.h"
 #include "interface/texts.h"
 #include "interface/windows.h"
+#include "main/session.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
@@ -123,6 +124,7 @@ void end_log(std::FILE* log) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  leave_terminal();
   const std::string home = current_owner().home;
   if (!prepare_first_run(home)) return -1;
   SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"));
@@ -134,11 +136,14 @@ int main(int argc, char** argv) {
   start_reading_fonts();
   gnome_program_init("brindle", "0.1", libgnomeui_module_info_get(), argc, argv, "app-datadir",
                      "/usr/local/share", nullptr);
+  leave_main_loop_on_signals();
+  leave_nothing_behind();
   load_look(isNLD);
   build_pages();
   if (window1 != nullptr) gtk_widget_show(window1);
   build_dialogs();
   run_main_loop();
   end_log(fp_log);
+  end_by_signal();
   return 0;
 }

@@ -36,10 +36,12 @@ extern std::FILE* fp_log;
 /// Path of the migration archive, less than 256 bytes. Written by page 2's Next. Read by the worker.
 extern char g_filename[256];
 
-/// 1 for an encrypted archive. Set to 0 when the worker starts; no check sets it otherwise.
+/// 1 for an encrypted archive, whose password is known. Written by page 2 right before the worker starts;
+/// nobody reads it.
 extern int g_isEncrypted;
 
-/// Archive password. Reserved: never filled or read.
+/// Password of an encrypted archive, tried; empty for another. Written by page 2. Read, then wiped, by the
+/// worker once the archive is unpacked.
 extern char g_password[256];
 
 /// Source id of the 200 ms progress timeout. Written by page 2's Next before the worker starts. Read by
@@ -63,7 +65,7 @@ extern std::atomic<int> isWindowSmbUsernamePasswordOpen;
 extern std::atomic<int> isKilled;
 
 /// The worker's temporary directory; null before it is made or when it could not be made. Written once by
-/// the worker. Read by the worker and by page 3's Cancel, hence atomic.
+/// the worker. Read by the worker, by page 3's Cancel and at the end of the program, hence atomic.
 extern std::atomic<char*> dir_name;
 
 // ---------------------------------------------------------------------------------------------------

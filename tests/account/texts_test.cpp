@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -105,6 +106,17 @@ TEST(Words, are_found_by_their_whole_key) {
   EXPECT_EQ("Für 100%s", texts(Text::for_person, "100%s"));
   EXPECT_EQ("E-mail messages", texts(Kind::mail));
   EXPECT_EQ("It is not there.", Texts("/tmp/none")(Cause::not_there));
+}
+
+TEST(Words, the_language_of_windows_outlives_a_start_in_english) {
+  setenv("LANG", "en_US.UTF-8", 1);
+  unsetenv("BRINDLE_LOCALE");
+  EXPECT_EQ("en_US", language_of_windows(System::xandros));
+  setenv("BRINDLE_LOCALE", "", 1);
+  EXPECT_EQ("en_US", language_of_windows(System::xandros));
+  setenv("BRINDLE_LOCALE", "ru_RU.UTF-8", 1);
+  EXPECT_EQ("ru_RU", language_of_windows(System::xandros));
+  EXPECT_EQ("en_US", language_code(System::xandros));
 }
 
 TEST(Words, of_advice_belong_to_their_cause) {

@@ -83,6 +83,25 @@ TEST_F(Unpacked, LinksInAFolderThatCannotBeListedAreRemoved) {
   EXPECT_TRUE(left("sub/deep"));
 }
 
+TEST_F(Unpacked, ReadOnlyFilesMayBeWrittenByTheirOwnerAndNothingElseChanges) {
+  shell_quietly(
+      "cd '/tmp/in/Brindle/My Documents'; chmod 444 plain; chmod 000 sub/deep; echo > all; chmod 751 all; "
+      "echo > some;"
+      " chmod 604 some; chmod 711 sub");
+  remove_unsafe_entries("/tmp/in");
+  EXPECT_EQ("644 plain\n711 sub\n600 sub/deep\n751 all\n604 some\n",
+            output_of("cd '/tmp/in/Brindle/My Documents'; stat -c '%a %n' plain sub sub/deep all some"));
+}
+
+TEST_F(Unpacked, ALinksTargetKeepsItsMode) {
+  shell_quietly("chmod 444 /tmp/out/secret");
+  link("/tmp/out/secret", "link");
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("444\n", output_of("stat -c %a /tmp/out/secret"));
+}
+
 TEST(UnpackedNothing, AMissingFolderIsNoTrouble) { remove_unsafe_entries("/tmp/missing"); }
 
 }  // namespace

@@ -3,8 +3,10 @@
 #include <sys/mount.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
+#include <zip.h>
 
 #include <atomic>
+#include <cstdlib>
 
 #include "gui.h"
 #include "interface/dialogs.h"
@@ -421,19 +423,171 @@ TEST_F(SourceTest, TheReservedRemoteDialog) {
   EXPECT_EQ(visible_window(shipped_text("noremote")), nullptr);
 }
 
-TEST_F(SourceTest, TheReservedPasswordDialog) {
+// ---- encrypted archives ------------------------------------------------------------------------------
+
+// The first entry is open, the others are locked.
+void make_locked_zip(const std::string& path, const std::string& password) {
+  shell_quietly("cd /root; rm -f z.zip; echo first > 1; zip -q z.zip 1; echo second > 2; zip -q -P '" +
+                password + "' z.zip 2; echo third > 3; zip -q z.zip 3; mv z.zip '" + path + "'");
+}
+
+void make_aes_zip(const std::string& path) {
+  int error = 0;
+  zip_t* zip = zip_open(path.c_str(), ZIP_CREATE, &error);
+  zip_file_add(zip, "open", zip_source_buffer(zip, "1", 1, 0), 0);
+  const zip_int64_t number = zip_file_add(zip, "locked", zip_source_buffer(zip, "2", 1, 0), 0);
+  zip_file_set_encryption(zip, static_cast<zip_uint64_t>(number), ZIP_EM_AES_256, "sesame");
+  ASSERT_EQ(zip_close(zip), 0);
+}
+
+// Runs the main loop until `over`, at most so long.
+template <typename Over>
+void run_for(int milliseconds, Over over) {
+  for (int passed = 0; passed < milliseconds && !over(); passed += 10) {
+    settle();
+    usleep(10000);
+  }
+}
+
+class LockedTest : public SourceTest {
+ protected:
+  void SetUp() override {
+    SourceTest::SetUp();
+    make_locked_zip("/root/a.zip", "sesame");
+    next_with("/root/a.zip");
+  }
+  static GtkWidget* dialog() { return visible_window(shipped_text("zippassword")); }
+  static GtkWidget* wrong() { return visible_window(shipped_text("zipwrongpassword")); }
+  static void answer(const std::string& password) {
+    type(dialog(), "entry_zipPassword", password);
+    press(dialog(), "okbutton_zipPassword");
+  }
+};
+
+TEST_F(LockedTest, TheDialogAsksForThePassword) {
+  ASSERT_NE(dialog(), nullptr);
+  EXPECT_EQ(label_text(dialog(), "message"), shipped_text("zippassword-label17"));
+  EXPECT_FALSE(gtk_entry_get_visibility(GTK_ENTRY(lookup_widget(dialog(), "entry_zipPassword"))));
+  EXPECT_EQ(label_text(dialog(), "label_zipPassword"), "");
+  EXPECT_EQ(button_caption(dialog(), "cancelbutton_zipPassword"), "gtk-cancel");
+  EXPECT_EQ(button_caption(dialog(), "okbutton_zipPassword"), "gtk-ok");
+  EXPECT_TRUE(gtk_window_get_modal(GTK_WINDOW(dialog())));
+  EXPECT_EQ(thread_id, nullptr);
+  EXPECT_TRUE(gtk_widget_get_visible(window2));
+}
+
+TEST_F(LockedTest, TheRightPasswordStartsTheRun) {
+  answer("sesame");
+  EXPECT_TRUE(run_started());
+  EXPECT_STREQ(g_password, "sesame");
+  EXPECT_EQ(g_isEncrypted, 1);
+  EXPECT_STREQ(g_filename, "/root/a.zip");
+  EXPECT_EQ(dialog(), nullptr);
+  EXPECT_NE(std::getenv("UNZIP"), nullptr);
+  EXPECT_STREQ(std::getenv("UNZIP"), "");  // room, and nothing in it
+}
+
+TEST_F(LockedTest, EnterIsOk) {
+  type(dialog(), "entry_zipPassword", "sesame");
+  gtk_widget_activate(lookup_widget(dialog(), "entry_zipPassword"));
+  run_for(1000, [] { return thread_id != nullptr; });  // the button shows itself pressed for a moment
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(LockedTest, TheProgressIsOnTheSizeOfThisArchive) {
+  shell_quietly("cd /root; head -c 20000000 /dev/zero > 4; zip -q a.zip 4");
+  press(dialog(), "cancelbutton_zipPassword");
+  press(window2, "next2");
+  answer("sesame");
+  ASSERT_TRUE(run_started());
+  GtkWidget* bar = lookup_widget(window3, "progressbar1");
+  run_for(2000, [&] { return gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)) > 0; });
+  EXPECT_NEAR(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)), 0.025, 0.001);
+}
+
+TEST_F(LockedTest, AWrongPasswordIsToldAndMayBeTypedAgain) {
+  for (const char* password : {"Sesame", "", "sesame "}) {
+    answer(password);
+    ASSERT_NE(wrong(), nullptr) << password;
+    EXPECT_EQ(label_text(wrong(), "message"), shipped_text("zipwrongpassword-label21"));
+    EXPECT_EQ(button_caption(wrong(), "closebutton_zipWrongPassword"), "gtk-close");
+    EXPECT_EQ(thread_id, nullptr);
+    EXPECT_STREQ(g_password, "");
+    press(wrong(), "closebutton_zipWrongPassword");
+    EXPECT_EQ(wrong(), nullptr);
+    ASSERT_NE(dialog(), nullptr);
+    EXPECT_EQ(entry_text(dialog(), "entry_zipPassword"), "");
+  }
+  answer("sesame");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(LockedTest, CancelAndClosingLeaveTheSourcePage) {
+  press(dialog(), "cancelbutton_zipPassword");
+  EXPECT_EQ(dialog(), nullptr);
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/root/a.zip");
+  press(window2, "next2");
+  close_window(dialog());
+  EXPECT_EQ(dialog(), nullptr);
+  EXPECT_TRUE(gtk_widget_get_visible(window2));
+  EXPECT_EQ(thread_id, nullptr);
+  EXPECT_STREQ(g_password, "");
+}
+
+TEST_F(LockedTest, AnotherArchiveNeedsNoPasswordOfThisOne) {
+  press(dialog(), "cancelbutton_zipPassword");
+  assign(g_password, "left over");
+  g_isEncrypted = 1;
+  make_zip("/root/b.zip", "10");
+  next_with("/root/b.zip");
+  EXPECT_TRUE(run_started());
+  EXPECT_STREQ(g_password, "");
+  EXPECT_EQ(g_isEncrypted, 0);
+  EXPECT_EQ(std::getenv("UNZIP"), nullptr);
+}
+
+TEST_F(LockedTest, SpaceIsLookedAtFirst) {
+  press(dialog(), "cancelbutton_zipPassword");
+  shell_quietly("cd /root; head -c 1000 /dev/zero > 4; zip -q a.zip 4");
+  tmp_says("1");
+  next_with("/root/a.zip");
+  EXPECT_EQ(dialog(), nullptr);
+  expect_refused("notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace");
+}
+
+TEST_F(SourceTest, AnEncryptionThatUnzipCannotReadIsRefused) {
+  make_aes_zip("/root/aes.zip");
+  next_with("/root/aes.zip");
+  EXPECT_EQ(visible_window(shipped_text("zippassword")), nullptr);
+  expect_refused("zipotherencryption", "zipotherencryption-label22", "closebutton_zipOtherEncryption");
+}
+
+TEST_F(SourceTest, APatternOrADashIsTheNameOfOneArchive) {
+  make_zip("/root/a1.zip", "4000000000");
+  make_zip("/root/x.zip", "10");
+  shell_quietly("cd /root; cp x.zip 'a[1].zip'; cp x.zip ./-a.zip");
+  ASSERT_EQ(chdir("/root"), 0);
+  tmp_says("1000");
+  for (const char* name : {"/root/a[1].zip", "a[1].zip", "-a.zip"}) {
+    thread_id = nullptr;
+    workers = 0;
+    gtk_widget_show(window2);
+    next_with(name);
+    EXPECT_TRUE(run_started()) << name;
+    EXPECT_STREQ(g_filename, name);
+    TearDown();
+    gtk_widget_hide(window3);
+  }
+}
+
+TEST_F(SourceTest, ThePasswordDialogByItself) {
   GtkWidget* dialog = create_zipPassword();
   gtk_widget_show(dialog);
-  EXPECT_EQ(title_of(dialog), shipped_text("zippassword"));
-  EXPECT_EQ(label_text(dialog, "message"), shipped_text("zippassword-label17"));
-  EXPECT_FALSE(gtk_entry_get_visibility(GTK_ENTRY(lookup_widget(dialog, "entry_zipPassword"))));
-  EXPECT_EQ(label_text(dialog, "label_zipPassword"), "");
-  EXPECT_EQ(button_caption(dialog, "cancelbutton_zipPassword"), "gtk-cancel");
-  EXPECT_EQ(button_caption(dialog, "okbutton_zipPassword"), "gtk-ok");
   type(dialog, "entry_zipPassword", "secret");
   press(dialog, "okbutton_zipPassword");
   EXPECT_TRUE(gtk_widget_get_visible(dialog));
   EXPECT_STREQ(g_password, "");
+  EXPECT_EQ(thread_id, nullptr);
   press(dialog, "cancelbutton_zipPassword");
   EXPECT_EQ(visible_window(shipped_text("zippassword")), nullptr);
 }

@@ -53,6 +53,20 @@ class StartupTest : public testing::Test {
     _exit(98);
   }
 
+  // The same on a terminal, the session's leader or a job of its shell.
+  void start_on_terminal(bool as_leader) {
+    start_display();
+    const std::string program = built("src/brindle-wizard");
+    write_file("/root/job", "#!/bin/bash\n" + std::string(as_leader ? "exec " : "set -m\n") + program + "\n");
+    child = fork();
+    if (child != 0) return;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    execlp("script", "script", "-qec", "exec bash /root/job", "/root/stdout", nullptr);
+    _exit(98);
+  }
+
+  static std::string wizard_id() { return output_of("pgrep -x brindle-wizard | tr -d '\\n'"); }
+
   // Waits for the window with this title and returns its X id; empty when it does not come.
   static std::string window_called(const std::string& title) {
     for (int tries = 0; tries < 100; ++tries) {
@@ -467,6 +481,36 @@ TEST_F(AfterARunTest, WithoutTheAccountTheWizardIsEnough) {
   EXPECT_EQ(started.variables, "wizard\n");
   EXPECT_EQ(started.said, "");
   EXPECT_EQ(calls(0), "");
+}
+
+// ---- The terminal and the end -----------------------------------------------------------------------
+
+class TerminalTest : public StartupTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(TerminalTest, IsGivenUpSoThatNoCommandCanWaitThere) {
+  start_on_terminal(GetParam());
+  const std::string window = window_called(shipped_text("window1"));
+  ASSERT_NE(window, "");
+  const std::string wizard = wizard_id();
+  ASSERT_NE(wizard, "");
+  EXPECT_EQ(output_of("ps -o tty= -p " + wizard), "?\n");
+  EXPECT_EQ(output_of("readlink /proc/" + wizard + "/fd/0"), "/dev/null\n");
+  EXPECT_NE(output_of("readlink /proc/" + wizard + "/fd/1").find("/dev/pts/"), std::string::npos);
+  ask_to_close(window);
+  EXPECT_EQ(wait_for_end(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(AsLeader, TerminalTest, testing::Values(true));
+INSTANTIATE_TEST_SUITE_P(AsJob, TerminalTest, testing::Values(false));
+
+TEST_F(StartupTest, ASignalEndsItAsAClosedWindowDoes) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    start();
+    ASSERT_NE(window_called(shipped_text("window1")), "");
+    kill(child, signal);
+    EXPECT_EQ(wait_for_end(), 1000 + signal);
+    EXPECT_EQ(read_file("/root/.brindle_log"), "exit main\n");
+  }
 }
 
 }  // namespace

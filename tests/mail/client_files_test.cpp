@@ -5,6 +5,7 @@
 
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -50,22 +51,33 @@ TEST(RewriteLines, HandsOutLinesAndPiecesOfLongOnes) {
   const std::string full(1023, 'x');
   write_file("/tmp/from", "a\n\n" + full + "yz\n" + std::string("n\0l", 3));
   write_file("/tmp/to", "old");
-  rewrite_lines("/tmp/from", "/tmp/to", in_brackets);
+  EXPECT_TRUE(rewrite_lines("/tmp/from", "/tmp/to", in_brackets));
   EXPECT_EQ("[a\n][\n][" + full + "][yz\n]" + std::string("[n\0l]", 5), read_file("/tmp/to"));
 }
 
 TEST(RewriteLines, OfAMissingFileAreNone) {
   write_file("/tmp/to", "old");
-  rewrite_lines("/tmp/missing", "/tmp/to", in_brackets);
+  EXPECT_TRUE(rewrite_lines("/tmp/missing", "/tmp/to", in_brackets));
   EXPECT_EQ("", read_file("/tmp/to"));
 }
 
 TEST(RewriteLines, AreNotReadForAFileThatCannotBeMade) {
   write_file("/tmp/from", "a\n");
-  rewrite_lines("/tmp/from", "/tmp/missing/to", [](const std::string& line) {
+  EXPECT_FALSE(rewrite_lines("/tmp/from", "/tmp/missing/to", [](const std::string& line) {
     ADD_FAILURE() << line;
     return line;
-  });
+  }));
+}
+
+TEST(RewriteLines, OfNothingIntoNothingAreDone) {
+  EXPECT_TRUE(rewrite_lines("/tmp/missing/from", "/tmp/missing/to", in_brackets));
+}
+
+TEST(RewriteLines, TellOfAFullDisk) {
+  write_file("/tmp/from", std::string(20'000, 'x') + "\n");
+  const SmallDisk disk("/tmp/small");
+  disk.fill_but(2);
+  EXPECT_FALSE(rewrite_lines("/tmp/from", "/tmp/small/to", in_brackets));
 }
 
 TEST(Contacts, AreConvertedByAScriptAndGetLocalLineEnds) {

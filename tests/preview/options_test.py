@@ -20,7 +20,7 @@ class Options(unittest.TestCase):
         self.refused("-x")
 
     def test_missing_value(self):
-        for option in "system user home language printer-driver share-login out timeout".split():
+        for option in "system user home language printer-driver share-login password out timeout".split():
             self.assertIn("--" + option + " needs a value", self.refused("--" + option))
 
     def test_wrong_values(self):
@@ -54,7 +54,7 @@ class Options(unittest.TestCase):
     def test_help(self):
         result = run(PREVIEW, "--help")
         self.assertEqual((0, ""), (result.returncode, result.stderr))
-        for option in "system user home language printer-driver share-login out timeout show".split():
+        for option in "system user home language printer-driver share-login password out timeout show".split():
             self.assertIn("--" + option + " ", result.stdout)
 
 

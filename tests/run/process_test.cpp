@@ -10,7 +10,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <thread>
 
+#include "archive/windows_zip.h"
+#include "process/archive/encryption.h"
+#include "process/archive/work_folder.h"
 #include "run/fakes.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -144,10 +148,12 @@ TEST_F(Run, OnGnomePostsEveryMark) {
 TEST_F(Run, OnAnInvalidSystemNothingHappens) {
   on("INVALID");
   pack("Brindle/My Documents/a.txt", "a");
+  ASSERT_TRUE(assign(g_password, "sesame"));
   migrate();
   EXPECT_THAT(posts(), IsEmpty());
   EXPECT_THAT(commands_run(), IsEmpty());
   EXPECT_EQ("ends\n", log());
+  EXPECT_STREQ("", g_password);
   EXPECT_EQ(nullptr, dir_name.load());
 }
 
@@ -335,6 +341,119 @@ TEST_F(Run, RemovalOfTheArchiveReachesTheSystemLog) {
   answer_command("rm -rf /tmp/brind", 1 << 8);
   migrate();
   EXPECT_THAT(system_log.messages(), ElementsAre(HasSubstr("exit status 1, rm -rf " + dir())));
+}
+
+// ---- The archive's own ways -------------------------------------------------------------------------------
+
+struct WindowsArchive : Run {
+  WindowsArchive() {
+    on("Linspire");
+    shell_quietly("mkdir -p /tmp/in");
+  }
+};
+
+TEST_F(WindowsArchive, NamesGoThroughTheCodePageOfTheLanguage) {
+  setenv("LANG", "zh_CN.UTF-8", 1);
+  write_zip("/tmp/windows.zip", {{"Brindle/My Documents/\xCD\xBC.txt", "picture"},
+                                 {"Brindle/My Documents/\xC2\xC3.txt", "travel"},
+                                 {"Brindle/Desktop/\xCE\xC4/plain.txt", "text"}});
+  migrate("/tmp/windows.zip");
+  EXPECT_EQ("picture", read_file("/root/Documents/图.txt"));
+  EXPECT_EQ("travel", read_file("/root/Documents/旅.txt"));
+  EXPECT_EQ("图.txt\n旅.txt\n", output_of("LC_ALL=C ls /root/Documents"));
+  EXPECT_EQ("text", read_file("/root/Desktop/文/plain.txt"));
+  EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(WindowsArchive, NamesGoThroughThePersonsLanguageWhenTheTextsAreEnglish) {
+  setenv("LANG", "en_US.UTF-8", 1);
+  setenv("BRINDLE_LOCALE", "ru_RU.UTF-8", 1);
+  write_zip("/tmp/windows.zip", {{"Brindle/My Documents/\xE1\xA0\xA4.txt", "garden"}});
+  migrate("/tmp/windows.zip");
+  EXPECT_EQ("garden", read_file("/root/Documents/сад.txt"));
+}
+
+TEST_F(WindowsArchive, ReadOnlyFilesCanBeWritten) {
+  write_zip("/tmp/windows.zip", {{"Brindle/My Documents/a.txt", "a", 0, 0, "", 0x21},
+                                 {"Brindle/My Documents/b.txt", "b", 0, 0, "", 0x20}});
+  migrate("/tmp/windows.zip");
+  EXPECT_EQ("644\n644\n", output_of("stat -c %a /root/Documents/a.txt /root/Documents/b.txt"));
+}
+
+TEST_F(WindowsArchive, NamesDoNotLeadOutOfTheFolder) {
+  write_zip("/tmp/windows.zip", {{"../../tmp/out\x81", "1"}, {"Brindle/My Documents/a.txt", "a"}});
+  migrate("/tmp/windows.zip");
+  EXPECT_EQ("", output_of("ls /tmp | grep out"));
+  EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
+}
+
+TEST_F(WindowsArchive, OfAPatternsNameIsTheOneThatIsUnpacked) {
+  write_zip("/tmp/my1.zip", {{"Brindle/My Documents/wrong.txt", "w"}});
+  write_zip("/tmp/my[1].zip", {{"Brindle/My Documents/right.txt", "r"}});
+  migrate("/tmp/my[1].zip");
+  EXPECT_EQ("right.txt\n", output_of("ls /root/Documents"));
+  EXPECT_THAT(commands_run(), Contains("unzip -o \"/tmp/my[[]1].zip\" -d \"" + dir() + "\""));
+}
+
+TEST_F(WindowsArchive, OfARelativeNameWithADashIsUnpacked) {
+  write_zip("/tmp/-d.zip", {{"Brindle/My Documents/right.txt", "r"}});
+  ASSERT_EQ(0, chdir("/tmp"));
+  migrate("-d.zip");
+  EXPECT_EQ("right.txt\n", output_of("ls /root/Documents"));
+}
+
+struct LockedArchive : WindowsArchive, testing::WithParamInterface<const char*> {};
+
+TEST_P(LockedArchive, IsUnpackedAndItsPasswordForgotten) {
+  pack("Brindle/My Documents/a.txt", "a");
+  shell_quietly("cat > /tmp/pw <<'E'\n" + std::string(GetParam()) + "\nE");
+  shell_quietly(
+      "cd /tmp/in && zip -qr -P \"$(cat /tmp/pw)\" '/tmp/my archive.zip' . && rm -r /tmp/in && mkdir "
+      "/tmp/in");
+  write_file("/tmp/in/Brindle/x", "");
+  SystemLog system_log;
+  ASSERT_TRUE(assign(g_password, GetParam()));
+  prepare_unzip_variable();
+  migrate();
+  EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
+  EXPECT_THAT(commands_run(), Contains("unzip -o \"/tmp/my archive.zip\" -d \"" + dir() + "\""));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("sesame"))));
+  for (const std::string& place : {said, complained, log()}) EXPECT_THAT(place, Not(HasSubstr("sesame")));
+  EXPECT_THAT(system_log.messages(), Not(Contains(HasSubstr("sesame"))));
+  EXPECT_EQ(std::string(sizeof g_password, '\0'), std::string(g_password, sizeof g_password));
+  EXPECT_STREQ("", std::getenv("UNZIP"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Passwords, LockedArchive,
+                         testing::Values("sesame", "open \"sesame\" \\ now", "-sesame"));
+
+TEST_F(WindowsArchive, IsNotUnpackedOnceTheWizardIsLeft) {
+  pack("Brindle/My Documents/a.txt", "a");
+  stop_unpacking();
+  migrate();
+  EXPECT_EQ(nullptr, dir_name.load());
+  EXPECT_EQ("", output_of("ls -d /tmp/brind* 2>/dev/null"));
+  EXPECT_THAT(commands_run(), Not(Contains(StartsWith("unzip"))));
+  EXPECT_FALSE(exists("/root/Documents"));
+  EXPECT_EQ(1, times_posted("done buttons"));
+}
+
+TEST_F(WindowsArchive, HalfUnpackedIsNotMigrated) {
+  write_file(
+      "/usr/local/bin/unzip",
+      "#!/bin/sh\nmkdir -p \"$4/Brindle/My Documents\"\necho half > \"$4/Brindle/My Documents/a.txt\"\n"
+      "exec tail -f /dev/null \"$4\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/unzip");
+  std::thread person([] {
+    while (dir_name.load() == nullptr || !exists(dir() + "/Brindle/My Documents/a.txt")) usleep(1000);
+    stop_unpacking();
+  });
+  migrate("/tmp/windows.zip");
+  person.join();
+  EXPECT_FALSE(exists("/root/Documents"));
+  EXPECT_EQ(-1, marks()["image_1"]);
+  EXPECT_EQ(1, times_posted("done buttons"));
+  EXPECT_FALSE(exists(dir()));
 }
 
 // ---- Skeleton homes -------------------------------------------------------------------------------------

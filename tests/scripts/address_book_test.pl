@@ -31,6 +31,8 @@ sub make_book {
     my $shape = DB_File::HASHINFO->new;
     $shape->{bsize}  = $how{page_size} || 4096;
     $shape->{lorder} = $how{order} if $how{order};
+    $shape->{nelem} = $how{guess} if $how{guess};
+    $shape->{ffactor} = $how{fill} if $how{fill};
     unlink $book;
     tie my %book, 'DB_File', $book, O_CREAT | O_RDWR, 0600, $shape or die "$book: $!";
     $book{"PAS-DB-VERSION\0"} = "0.2\0";
@@ -77,6 +79,24 @@ make_book(contacts => 0);
 ($cards, my $messages) = convert($book);
 is_deeply $cards, [], 'an empty book has no contacts';
 is $messages, '', 'and that is no trouble';
+
+# A guess of the number of contacts makes the book count them from there, and makes pages in advance.
+for my $how ([ 'a guess', guess => 1000 ], [ 'a guess and a fill', guess => 1000, fill => 10 ],
+             [ 'a small guess', guess => 20, fill => 4 ], [ 'a fill', fill => 10 ]) {
+    my ($name, %how) = @$how;
+    make_book(contacts => 60, page_size => 1024, %how, deleted => [ 3, 14 ]);
+    ($cards, $messages) = convert($book);
+    is_deeply [ numbers($cards) ], [ grep { $_ != 3 && $_ != 14 } 1 .. 60 ], "a book made with $name";
+    is $messages, '', 'and nothing to complain about';
+
+    my $bytes = bytes_of($book);
+    my ($page) = grep { ord(substr $bytes, $_ * 1024 + 25, 1) == 13 && substr($bytes, $_ * 1024, 1024) =~ /Person (\d+)/ }
+        reverse 1 .. length($bytes) / 1024 - 1;
+    put_bytes($book, substr($bytes, 0, $page * 1024) . 'x' x 1024 . substr $bytes, ($page + 1) * 1024);
+    ($cards, $messages) = convert($book);
+    cmp_ok scalar @$cards, '<', 58, 'a page that is overwritten loses its contacts';
+    like $messages, qr/^address book: page $page and its contacts are lost$/m, 'and that is said';
+}
 
 # A book of Berkeley DB's own making, with a checksum on every page and with duplicates.
 sub load_book {
@@ -188,7 +208,7 @@ is_deeply \%differing, {}, 'one damaged byte in a header loses no contact and br
 
 my ($found, $said) = numbers_and_messages(substr($damaged, 0, 1024) . "\0" x 1024 . substr $damaged, 2048);
 cmp_ok scalar @$found, '<', @kept, 'a page that is wiped out loses its contacts';
-like $said, qr/^address book: /m, 'and that is said';
+like $said, qr/^address book: page 1 and its contacts are lost$/m, 'and that is said';
 
 # Chains of pages that lead back to themselves; the way back through a chain tells its way on.
 sub looping {
@@ -215,6 +235,101 @@ untie %one;
 ($cards) = convert($book);
 is_deeply [ numbers($cards) ], [1], 'a contact with a vertical tab in its note';
 
+# ---- Contacts that are not quite in order ------------------------------------------------------------------
+
+# A book that holds these texts, in the order of their keys' numbers as the script has them.
+sub convert_texts {
+    my (@texts) = @_;
+    make_book(contacts => 0);
+    tie my %texts, 'DB_File', $book, O_RDWR, 0600 or die;
+    $texts{"pas-id-$_\0"} = $texts[ $_ - 1 ] . "\0" for 1 .. @texts;
+    untie %texts;
+    my ($cards, $messages) = convert($book);
+    return (join('', sort @$cards), $messages);
+}
+
+my $ann = "BEGIN:VCARD\nFN:Ann Lee\nTEL:1\nEND:VCARD\n";
+my $bob = "BEGIN:VCARD\nFN:Bob\nEND:VCARD\n";
+my %not_quite = (
+    'a control character'       => "BEGIN:VCARD\r\nFN:Ann\x01 Lee\r\nTEL:1\r\nEND:VCARD",
+    'a NUL'                     => "BEGIN:VCARD\r\nFN:Ann Lee\0\r\nTEL:1\r\nEND:VCARD",
+    'a leading blank'           => " BEGIN:VCARD\r\nFN:Ann Lee\r\nTEL:1\r\nEND:VCARD",
+    'a leading line'            => "\r\nBEGIN:VCARD\r\nFN:Ann Lee\r\nTEL:1\r\nEND:VCARD",
+    'a blank before each line'  => " BEGIN:VCARD\r\n FN:Ann \r\n  Lee\r\n TEL:1\r\n END:VCARD",
+    'a blank before the second' => "BEGIN:VCARD\r\n FN:Ann Lee\r\nTEL:1\r\nEND:VCARD",
+    'a blank before the last'   => "BEGIN:VCARD\r\nFN:Ann Lee\r\nTEL:1\r\n END:VCARD",
+);
+for my $what (sort keys %not_quite) {
+    my ($text, $said) = convert_texts($not_quite{$what}, $bob);
+    is $text, $ann . $bob, "a contact with $what";
+    is $said, '', 'and nothing to complain about';
+    put_bytes($book, "$bob$not_quite{$what}\r\n$bob");
+    my ($cards) = convert($book);
+    is join('', @$cards), $bob . $ann . $bob, "and in a file of vCards";
+}
+
+for my $agent ("AGENT:\r\nBEGIN:VCARD\r\nFN:Eve\r\nEND:VCARD\r\n", "AGENT:BEGIN:VCARD\r\nFN:Eve\r\nEND:VCARD\r\n",
+               "item1.AGENT;X=y:\r\n\r\nBEGIN:VCARD\r\nFN:Eve\r\nEND:VCARD\r\n") {
+    my $with_agent = "BEGIN:VCARD\r\nFN:Ann Lee\r\n${agent}TEL:1\r\nEND:VCARD";
+    my ($text, $said) = convert_texts($with_agent, $bob);
+    is $text, $ann . $bob, 'a contact with an agent keeps the rest';
+    is $said, "address book: the contact Eve is left out: it stands inside another as its agent\n", 'and the agent is named';
+    put_bytes($book, "$with_agent\r\n$bob");
+    ($cards, $said) = convert($book);
+    is join('', @$cards), $ann . $bob, 'and in a file of vCards';
+    like $said, qr/contact Eve/, 'named there as well';
+}
+
+my $agents_agent = "AGENT:\nBEGIN:VCARD\nFN:Eve\nAGENT:\nBEGIN:VCARD\nFN:Ida\nEND:VCARD\nEND:VCARD\n";
+my ($text, $names) = convert_texts($ann =~ s/(?=TEL)/$agents_agent/r);
+is $text, $ann, "an agent's agent";
+like $names, qr/contact Ida .*contact Eve /s, 'and both are named';
+
+(undef, $names) = convert_texts("BEGIN:VCARD\nFN:Ann\n$agents_agent" . 'NOTE:' . 'x' x 20000 . "\nEND:VCARD");
+is scalar(() = $names =~ /contact/g), 2, 'an agent in a contact on pages of its own is named once';
+
+for my $case (
+    [ "FN:Ann Lee\r\n",                             'the contact Ann Lee' ],
+    [ "TEL:1\r\nN:Lee;Ann;;Dr.;\r\n",              'the contact Lee Ann Dr.' ],
+    [ "N:;;;;\r\nEMAIL:ann\@home.example\r\n",     'the contact ann@home.example' ],
+    [ "FN;CHARSET=ISO-8859-1:M\xFCller\r\n",       "the contact M\xC3\xBCller" ],
+    [ "FN;ENCODING=QUOTED-PRINTABLE:M=C3=BCller\n", "the contact M\xC3\xBCller" ],
+    [ "FN:\x1b[31mAnn\r\n",                        'the contact [31mAnn' ],
+    [ '',                                           'the contact pas-id-1' ],
+) {
+    my ($lines, $who) = @$case;
+    my ($text, $said) = convert_texts("BEGIN:VCARD\r\n${lines}NO END", $bob);
+    is $text, $bob, 'a contact without its end is left out';
+    like $said, qr/\Aaddress book: \Q$who\E is left out: it is damaged, on page \d+\n\z/, 'and named';
+}
+
+($text, $said) = convert_texts("BEGIN:VCARD\nFN:Ann\n" . "\x01\x02a" x 50 . "\nEND:VCARD");
+is $text, '', 'what is mostly no text is no contact';
+like $said, qr/the contact Ann is left out/, 'and is named';
+
+# The contact whose pages are lost is named by what stood on the first of them.
+make_book(contacts => 20, page_size => 1024);
+my $long = bytes_of($book);
+for my $page (reverse 1 .. length($long) / 1024 - 1) {
+    next unless ord(substr $long, $page * 1024 + 25, 1) == 7;
+    substr($long, $page * 1024, 1024) = "\0" x 1024;
+    last;
+}
+put_bytes($book, $long);
+($cards, $messages) = convert($book);
+is scalar @$cards, 19, 'a contact whose last page is lost';
+like $messages, qr/\Aaddress book: the contact Person (?:7|14) is left out: it is damaged, on page \d+\n\z/, 'is named';
+
+# Its first page lost, its key is what is left.
+my ($first) = grep { ord(substr $long, $_ * 1024 + 25, 1) == 7 && substr($long, $_ * 1024, 1024) =~ /FN:Person 7\r/ }
+    1 .. length($long) / 1024 - 1;
+make_book(contacts => 20, page_size => 1024);
+$long = bytes_of($book);
+substr($long, $first * 1024, 1024) = "\0" x 1024;
+put_bytes($book, $long);
+($cards, $messages) = convert($book);
+like $messages, qr/^address book: the contact pas-id-7 is left out: /m, 'a contact whose first page is lost is named by its key';
+
 # ---- Plain vCards, and other things ----------------------------------------------------------------------
 
 put_bytes($book, card(1) . "\r\n\r\n" . card(2) . "\r\n");
@@ -232,12 +347,12 @@ is_deeply [ map { /^(BEGIN|END)/mg } @$cards ], [ 'BEGIN', 'END' ], 'a carriage 
 put_bytes($book, card(1) . "\r\nBEGIN:VCARD\r\nFN:cut off");
 ($cards, $messages) = convert($book);
 is_deeply [ numbers($cards) ], [1], 'a plain file that is cut off';
-like $messages, qr/1 contacts could not be read/, 'and says so';
+is $messages, "address book: the contact cut off is left out: it is cut off or damaged\n", 'and says whom it has lost';
 
 put_bytes($book, "BEGIN:VCARD\r\nFN:cut off\r\n" . card(2) . "\r\n");
 ($cards, $messages) = convert($book);
 is_deeply [ numbers($cards) ], [2], 'the contact behind one that is cut off';
-like $messages, qr/1 contacts could not be read/, 'and says so';
+is $messages, "address book: the contact cut off is left out: it is cut off or damaged\n", 'and says whom it has lost';
 
 put_bytes($book, "\x89PNG no address book at all");
 ($cards, $messages) = convert($book);
@@ -247,6 +362,49 @@ like $messages, qr/no address book and no vCard/, 'and says so';
 put_bytes($book, '');
 ($cards, $messages) = convert($book);
 is_deeply [ $cards, $messages ], [ [], '' ], 'nothing';
+
+# ---- Values that tell their encoding ------------------------------------------------------------------------
+
+# What the script makes of the lines of a contact, converted from GB2312 as the caller does, and what python's
+# vobject reads there.
+sub lines_of {
+    my (@lines) = @_;
+    put_bytes($book, join '', map { "$_\r\n" } 'BEGIN:VCARD', 'VERSION:3.0', 'FN:x', @lines, 'END:VCARD');
+    my ($cards) = convert($book);
+    put_bytes("$folder/contacts.vcf", $cards->[0]);
+    my $converted = `iconv -c -f GB2312 -t utf-8 $folder/contacts.vcf`;
+    put_bytes("$folder/contacts.vcf", $converted);
+    return $converted =~ s/\A(?:.*\n){3}|END:VCARD\n\z//gr;
+}
+
+sub note_read_by_others {
+    my $read = 'vobject.readOne(open(sys.argv[1], encoding="utf-8", newline="")).note.value';
+    return `PYTHONIOENCODING=utf-8 /usr/bin/python3 -c 'import sys, vobject; print(end=$read)' $folder/contacts.vcf 2>&1`;
+}
+
+my $qp = ';CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE';
+for my $case (
+    [ "NOTE;CHARSET=ISO-8859-1:M\xFCller", "NOTE:M\xC3\xBCller", "M\xC3\xBCller" ],
+    [ "NOTE;CHARSET=ISO-8859-1;X=y;ENCODING=QUOTED-PRINTABLE:M=FCller", "NOTE;X=y:M\xC3\xBCller", "M\xC3\xBCller" ],
+    [ "NOTE;CHARSET=UTF-8:M\xC3\xBCller", "NOTE:M\xC3\xBCller", "M\xC3\xBCller" ],
+    [ "NOTE;CHARSET=ISO-8859-1:\xC5se", "NOTE$qp:=C3=85se", "\xC3\x85se" ],
+    [ "NOTE;CHARSET=UTF-8:a\xE3\x83\xBBb", "NOTE$qp:a=E3=83=BBb", "a\xE3\x83\xBBb" ],
+    [ 'NOTE;ENCODING=b:TcO8bGxlcg==', "NOTE:M\xC3\xBCller", "M\xC3\xBCller" ],
+    [ 'NOTE;BASE64:TcO8bGxlcg==', "NOTE:M\xC3\xBCller", "M\xC3\xBCller" ],
+    [ 'NOTE;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:a=0Ab', "NOTE$qp:a=0D=0Ab", "a\r\nb" ],
+    [ "NOTE:\xC5\xF3\xD3\xD1", "NOTE:\xE6\x9C\x8B\xE5\x8F\x8B", "\xE6\x9C\x8B\xE5\x8F\x8B" ],
+) {
+    my ($line, $written, $read) = @$case;
+    is lines_of($line), "$written\n", "$line is written";
+    is note_read_by_others() =~ s/\r?\n/\r\n/gr, $read, 'and read by others';
+}
+for my $line ('PHOTO;ENCODING=b:TcO8bGxlcg==', 'X-ICON;ENCODING=b:AAECAw==', 'NOTE;ENCODING=QUOTED-PRINTABLE:a=3Db') {
+    is lines_of($line), "$line\n", "$line stays";
+}
+is lines_of("item1.TEL;TYPE=\"a;b\";CHARSET=UTF-8:1"), "item1.TEL;TYPE=\"a;b\":1\n", 'group and other parameters stay';
+
+ok system("perl $scripts/vcard2vcf.pl < '$book' > /dev/full 2> $folder/messages") != 0, 'a full disk is a failure';
+like bytes_of("$folder/messages"), qr/^address book: the contacts could not be written: /, 'and is said';
 
 # ---- Properties ------------------------------------------------------------------------------------------
 
@@ -258,6 +416,22 @@ is_deeply $properties[0]{params}, { TYPE => [ 'HOME', 'VOICE' ] }, 'parameters';
 is $properties[0]{value}, '1:2', 'a value may hold a colon';
 is_deeply $properties[1]{params}, { TYPE => ['INTERNET'], X => ['a:b'] }, 'a bare parameter is a type';
 is $properties[2]{value}, 'a=b', 'quoted-printable';
+
+@properties = AddressBook::properties(
+    "BEGIN:VCARD\r\nTEL;TYPE=\"HOME,FAX\";X=\"a;b\",c:1\r\nNOTE;ENCODING=b:YSxi\r\nNOTE;BASE64:YSxi\r\n"
+        . "NOTE;ENCODING=base64:YS\r\n xi\r\nTEL;X=\"a:1\r\nTEL;X=a\";b:1\r\nEND:VCARD\r\n");
+is_deeply $properties[0]{params}, { TYPE => ['HOME,FAX'], X => [ 'a;b', 'c' ] }, 'what stands in quotes is one value';
+is_deeply [ map { $_->{value} } @properties[ 1 .. 3 ] ], [ ('a,b') x 3 ], 'base64';
+is_deeply [ map { $_->{params} } @properties[ 4, 5 ] ], [ { X => ['"a'] }, { X => ['a"'], TYPE => ['b'] } ],
+    'a quote without its pair';
+
+sub text_of { my ($line) = @_; return AddressBook::text_of(AddressBook::property($line)) }
+is text_of("FN;CHARSET=ISO-8859-1:M\xFCller"), "M\x{fc}ller", 'the character set that is told';
+is text_of("FN;charset=windows-1251:\xC0\xED\xED\xE0"), "\x{410}\x{43d}\x{43d}\x{430}", 'and another';
+is text_of("FN;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:M=C3=BCller"), "M\x{fc}ller", 'behind quoted-printable';
+is text_of('FN;CHARSET="ISO-8859-1";ENCODING=B:TfxsbGVy'), "M\x{fc}ller", 'and behind base64';
+is text_of("FN;CHARSET=UTF-8:\xC5\xF3\xD3\xD1"), "\x{670b}\x{53cb}", 'a wrong one';
+is text_of("FN;CHARSET=nonsense:M\xC3\xBCller"), "M\x{fc}ller", 'an unknown one';
 
 sub note_in {
     my ($version, $lines) = @_;

@@ -55,6 +55,9 @@ my %kinds = ('TYPE=HOME' => 'home', 'TYPE=WORK,VOICE' => 'work', 'TYPE=HOME;TYPE
 for my $types (sort keys %kinds) {
     is convert("TEL;$types:1"), contact(qq(    <phone type="$kinds{$types}">1</phone>\n)), "a phone of $types";
 }
+for my $types ('TYPE="HOME,FAX"', 'TYPE="HOME","FAX"', 'X="a;b";TYPE="FAX,HOME,VOICE"') {
+    is convert("TEL;$types:1"), contact(qq(    <phone type="homefax">1</phone>\n)), "a phone of $types";
+}
 is convert('ADR;TYPE=WORK:box;ext;street;city;region;code;land'),
     contact('    <address type="work">' . "\n" . join('', map { "      <$_->[0]>$_->[1]</$_->[0]>\n" } (
         [ postOfficeBox => 'box' ], [ extended => 'ext' ], [ street => 'street' ], [ city => 'city' ],
@@ -68,6 +71,10 @@ is convert("FN:Zo\xEB"), contact("    <displayName>Zo\xEF\xBF\xBD</displayName>\
 is convert("FN:a\xED\xA0\x80\x0B\x1Bb"), contact("    <displayName>ab</displayName>\n"), 'half a pair and control characters';
 is convert("FN:a\xEF\xBF\xBFb\tc"), contact("    <displayName>ab\tc</displayName>\n"), 'a code that is no character';
 is convert('NOTE;ENCODING=QUOTED-PRINTABLE:a=3Db=0Ac'), contact("    <note>a=b\nc</note>\n"), 'quoted-printable';
+is convert("FN;CHARSET=ISO-8859-1:M\xFCller", "N;CHARSET=ISO-8859-1;ENCODING=QUOTED-PRINTABLE:M=FCller;J=F6rg"),
+    contact("    <displayName>M\xC3\xBCller</displayName>\n    <name>\n      <family>M\xC3\xBCller</family>\n"
+        . "      <given>J\xC3\xB6rg</given>\n    </name>\n"), 'a character set that is told';
+is convert('NOTE;ENCODING=b:TGlrZXMgdGVhLg=='), contact("    <note>Likes tea.</note>\n"), 'base64';
 is convert('FN:</contact></contacts><!--'),
     contact("    <displayName>&lt;/contact&gt;&lt;/contacts&gt;&lt;!--</displayName>\n"), 'a hostile name';
 
@@ -77,6 +84,9 @@ $book{"id-$_\0"} = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Person $_\r\nEND:VCARD\0" f
 untie %book;
 my $output = convert_file("$folder/book.db");
 is scalar(() = $output =~ /<contact>/g), 50, 'one element for each contact of a real address book';
+
+ok system("perl $scripts/vcard2xml.pl < '$folder/book.db' > /dev/full 2> $folder/messages") != 0, 'a full disk is a failure';
+like bytes_of("$folder/messages"), qr/^address book: the contacts could not be written: /, 'and is said';
 
 put_bytes("$folder/empty", '');
 is convert_file("$folder/empty"), qq(<?xml version="1.0" encoding="UTF-8"?>\n<contacts>\n</contacts>\n), 'no contacts';

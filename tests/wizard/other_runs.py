@@ -92,6 +92,7 @@ class ClosedWhileRunning(Case):
         self.assertEqual(1, run.status)
         self.assertEqual(0, run.output.count("signal"), run.output)
         self.assertIn("exit main", run.text("log"))
+        self.assertEqual([], [path for path in run.changes if path.startswith("/tmp/brind")])
 
 
 class Options(Case):

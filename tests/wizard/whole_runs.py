@@ -8,6 +8,7 @@ import shutil
 import sys
 import unittest
 
+import expected_accounts
 import preview_run
 
 
@@ -29,7 +30,9 @@ FAMILY = ["meilan", "nora", "oskar"]
 UNSET = {"linspire": {"image_11"}, "redflag": {"image_11"}, "redflag-plus": {"image_11"},
          "xandros": {"image_10", "image_11"}}
 
-COLUMNS = {"marks.tsv": ("mark", "label", "result"), "commands.tsv": ("status", "thread", "command"),
+COLUMNS = {"account.tsv": ("person", "kind", "found", "unchanged", "changed", "elsewhere", "missing"),
+           "missing.tsv": ("person", "kind", "name", "cause"), "before.tsv": ("level", "person", "kind", "name", "text"),
+           "marks.tsv": ("mark", "label", "result"), "commands.tsv": ("status", "thread", "command"),
            "programs.tsv": ("program", "arguments"), "changes.tsv": ("what", "path", "mode", "owner", "size")}
 
 
@@ -98,6 +101,18 @@ class WholeRun(unittest.TestCase):
         found = [path for path in self.run_.changes if path.startswith(HOME + folder)]
         self.assertNotEqual([], found)
         self.assertEqual({OPTIONS.user}, {self.run_.changes[path][2].split(":")[0] for path in found})
+
+    def test_everything_has_arrived_or_is_named(self):
+        sample = OPTIONS.system, OPTIONS.sample, OPTIONS.user
+        self.assertEqual(expected_accounts.account(*sample), self.run_.table("account.tsv"))
+        names = sorted(tuple(row[:3]) for row in self.run_.table("missing.tsv"))
+        self.assertEqual(expected_accounts.missing(*sample), names)
+
+    def test_the_account_follows_the_run(self):
+        self.assertEqual({"created"}, {self.run_.changes[HOME + name][0]
+                                       for name in ("/.brindle_run", "/Brindle account.html")})
+        self.assertIn("E-mail messages", self.run_.text("stdout"))
+        self.assertIn("E-mail messages", self.run_.text("account.html"))
 
     def test_no_sanitizer_spoke(self):
         self.assertEqual([], self.run_.sanitizer_reports())

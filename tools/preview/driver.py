@@ -2,8 +2,8 @@
 """Starts the wizard and uses it as a person would: presses Next, names the archive, answers every dialog that
 comes up, and presses Done. Runs in the view, as the previewed user, in the session that `prepare` started.
 
-  driver.py --work DIR --archive PATH [--driver NAME] [--share USER:PASSWORD] [--timeout S] [--watch]
-            [--scenario NAME] -- PROGRAM [ARGUMENT...]
+  driver.py --work DIR --archive PATH [--driver NAME] [--share USER:PASSWORD] [--password WORD]
+            [--timeout S] [--watch] [--scenario NAME] -- PROGRAM [ARGUMENT...]
 
 Leaves in DIR: stdout and stderr of the program, screens/NN-name.png, and result.json: whether the done dialog
 came (done), how it ended (reason, status), the marks as last seen, and the windows in their order.
@@ -14,8 +14,11 @@ Scenarios are for tests; each departs from the usual run at one place:
   cancel-before   Cancel on page 1 and on page 2, "No" each time, then a usual run
   leave           Cancel on page 2 and "Yes"
   cancel-run      Cancel on the progress page as soon as a mark is set
+  cancel-unpacking    Cancel on the progress page as soon as it is there
   close-1, close-2, close-3   closes that page by the window manager
   empty, missing  types nothing, or the name of a file that is not there
+  type:PATH       types this path instead of the archive's
+  wrong-password  types another password first, then the archive's
   full-tmp        a usual run; the view has next to no room in /tmp
 """
 import argparse
@@ -37,9 +40,10 @@ TITLES = {
     "createdialog1": "quit", "createdialogcancel": "cancelled",
     "nofilespecified": "no-file-given", "nofilefound": "no-file-found", "notzipfile": "no-zip",
     "notenoughspace": "no-space", "dialog_specify_username_password": "credentials-missing",
+    "zippassword": "password", "zipwrongpassword": "wrong-password", "zipotherencryption": "other-encryption",
 }
 
-REFUSALS = ("no-file-given", "no-file-found", "no-zip", "no-space")
+REFUSALS = ("no-file-given", "no-file-found", "no-zip", "no-space", "wrong-password", "other-encryption")
 
 POLL_SECONDS = 0.1
 SECONDS_FOR_DIALOG = 5
@@ -190,14 +194,18 @@ class Driver:
         if local is None or not local.has_state(windows.CHECKED):
             self.press(local)
             return False
-        archive = {"empty": "", "missing": "/media/no such archive.zip"}.get(self.options.scenario,
-                                                                           self.options.archive)
+        scenario = self.options.scenario
+        archive = {"empty": "", "missing": "/media/no such archive.zip"}.get(scenario, self.options.archive)
+        if scenario.startswith("type:"):
+            archive = scenario[len("type:"):]
         entries = window.entries()  # the one for local drives is the lower one
         return windows.type_into(entries[-1], archive) if entries else False
 
     def answer_page_3(self, window):
         if self.options.scenario == "close-3":
             return self.close()
+        if self.options.scenario == "cancel-unpacking":
+            return self.press_named(window, "window3-cancel")
         if self.options.scenario == "cancel-run" and any(what != "empty" for _, what in self.marks.values()):
             return self.press_named(window, "window3-cancel")
         return self.is_told_the_end(window) and self.press_named(window, "window3-done")
@@ -222,7 +230,20 @@ class Driver:
         self.refused = True
         return self.press_only_button(window)
 
-    answer_no_file_given = answer_no_file_found = answer_no_space = answer_no_zip
+    answer_no_file_given = answer_no_file_found = answer_no_space = answer_other_encryption = answer_no_zip
+
+    def answer_password(self, window):
+        """Without a password, or with one that did not open the archive, it is left."""
+        if "wrong-password" in self.open_before:
+            return False
+        told_wrong = any(entry["name"] == "wrong-password" for entry in self.seen)
+        wrong_first = self.options.scenario == "wrong-password"
+        if not self.options.password or (told_wrong and not wrong_first):
+            self.refused = True
+            return self.press(window.button("Cancel"))
+        word = "not the word" if wrong_first and not told_wrong else self.options.password
+        entries = window.entries()
+        return bool(entries) and windows.type_into(entries[0], word) and self.press(window.button("OK"))
 
     def answer_printer_driver(self, window):
         choice = window.radio(self.texts["window_select_driver-" + self.options.driver])
@@ -255,6 +276,7 @@ def read_options():
     parser.add_argument("--archive", required=True)
     parser.add_argument("--driver", default="skip")
     parser.add_argument("--share", default="")
+    parser.add_argument("--password", default="")
     parser.add_argument("--timeout", type=float, default=600)
     parser.add_argument("--watch", action="store_true")
     parser.add_argument("--scenario", default="")

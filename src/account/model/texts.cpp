@@ -45,6 +45,11 @@ std::string language_code(System system) {
   return std::string(whole.size() < 5 ? std::string_view() : whole.substr(0, 5));
 }
 
+std::string language_of_windows(System system) {
+  const char* const locale = std::getenv("BRINDLE_LOCALE");
+  return locale == nullptr || *locale == '\0' ? language_code(system) : std::string(locale).substr(0, 5);
+}
+
 Texts::Texts(const std::string& file) {
   constexpr std::string_view own = "account-";
   std::ifstream in(file);

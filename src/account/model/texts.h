@@ -25,6 +25,10 @@ enum class Cause {
 /// The language code of the wizard, the first five characters of LC_CTYPE or LANG; empty for none.
 std::string language_code(System system);
 
+/// The language that Windows had, as far as it can be told: that of BRINDLE_LOCALE, which the start script sets
+/// when it starts the wizard in another language than the person's, else language_code().
+std::string language_of_windows(System system);
+
 /// Every word by its key. What a language's file does not have is English.
 class Texts {
  public:

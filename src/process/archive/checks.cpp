@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "error/error.h"
+#include "process/archive/spelling.h"
 #include "shell/files.h"
 #include "shell/run.h"
 #include "system/target.h"
@@ -36,7 +37,7 @@ char* copied(const std::string& text) {
 
 int isZipfile(const char* path) {
   std::string line;
-  if (shell::execute_first(compose("file -b \"%s\"", path), target_of("").home, line) != 1) {
+  if (shell::execute_first(compose("file -b \"%s\"", as_file(path)), target_of("").home, line) != 1) {
     log_ret("isZipfile");
     return -1;
   }
@@ -44,7 +45,7 @@ int isZipfile(const char* path) {
 }
 
 long long zip_bytes(const char* path, const std::string& home) {
-  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", path), home);
+  return first_number(compose("unzip -l \"%s\" | awk '{print $1}' | tail -n 1", as_archive(path)), home);
 }
 
 int zipSize(const char* path) { return as_int(zip_bytes(path, target_of("").home)); }
@@ -56,15 +57,16 @@ long long tmp_blocks(const std::string& home) {
 int tmpSize() { return as_int(tmp_blocks(target_of("").home)); }
 
 int tarsize(const char* path) {
-  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", path), target_of("").home));
+  return as_int(first_number(compose("ls -l \"%s\" | awk '{print $5}'", as_file(path)), target_of("").home));
 }
 
 int is_tarfile(const char* /*path*/) { return 1; }
 
 int isEncrypted(const char* path) {
   // Deliberate: part of the output. There are 25 blanks before the second pipe.
-  const shell::Command command = compose(
-      "zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'", path);
+  const shell::Command command =
+      compose("zipinfo -v \"%s\" | grep \"file security status\"                         | awk '{print $4}'",
+              as_archive(path));
   std::string line;
   if (shell::execute_first(command, target_of("").home, line) != 1) return -1;
   if (line == "not\n") return 0;

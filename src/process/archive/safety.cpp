@@ -12,9 +12,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::file_type type_of(const std::string& path) {
+fs::file_status status_of(const std::string& path) {
   std::error_code error;
-  return fs::symlink_status(path, error).type();
+  return fs::symlink_status(path, error);
+}
+
+void let_owner_write(const std::string& file, fs::perms now) {
+  constexpr fs::perms wanted = fs::perms::owner_read | fs::perms::owner_write;
+  if ((now & wanted) == wanted) return;
+  std::error_code error;
+  fs::permissions(file, wanted, fs::perm_options::add, error);
 }
 
 void remove(const std::string& path) {
@@ -40,10 +47,12 @@ void remove_unsafe_entries(const std::string& folder) {
     folders.pop_back();
     for (const std::string& name : entries_of(parent)) {
       std::string path = parent + "/" + name;
-      const fs::file_type type = type_of(path);
-      if (type == fs::file_type::directory) {
+      const fs::file_status status = status_of(path);
+      if (status.type() == fs::file_type::directory) {
         folders.push_back(std::move(path));
-      } else if (type != fs::file_type::regular) {
+      } else if (status.type() == fs::file_type::regular) {
+        let_owner_write(path, status.permissions());
+      } else {
         remove(path);
       }
     }

@@ -37,14 +37,16 @@ bool append_to_client_file(const std::string& path, const std::string& text) {
   return reported(append_to_file(path, text));
 }
 
-void rewrite_lines(const std::string& from, const std::string& to,
+bool rewrite_lines(const std::string& from, const std::string& to,
                    const std::function<std::string(const std::string& line)>& rewrite) {
   const File in = open_file(from, "r");
-  const File out = open_file(to, "w");
-  if (!in || !out) return;
+  File out = open_file(to, "w");
+  if (!in && !out) return true;  // neither the folder nor anything to write
+  if (!in || !out) return out != nullptr;
   PieceReader lines(in.get(), line_limit);
   std::string_view line;
   while (lines.next(line)) write_text(out, rewrite(std::string(line)));
+  return close_file(out);
 }
 
 void convert_contacts(const std::string& mail, const char* script, const std::string& to) {

@@ -22,9 +22,9 @@ std::optional<std::vector<std::string>> account_files(const std::string& root);
 
 /// Replaces the file `to` by what `rewrite` makes of each line of the file `from`. A line comes with its
 /// newline; one of more than 1023 characters comes as several. A missing `from` empties `to`; when `to`
-/// cannot be opened, no line is read.
-void rewrite_lines(const std::string& from, const std::string& to,
-                   const std::function<std::string(const std::string& line)>& rewrite);
+/// cannot be opened, no line is read. False, with errno set, when not all of it could be written.
+[[nodiscard]] bool rewrite_lines(const std::string& from, const std::string& to,
+                                 const std::function<std::string(const std::string& line)>& rewrite);
 
 /// Converts the address book of the archive's mail folder `mail` into the file `to`, which gets LF line ends.
 /// `script` is the path of one of the installed scripts.

@@ -10,8 +10,13 @@
 #include <string>
 
 #include "error/log.h"
+#include "process/archive/code_page.h"
+#include "process/archive/encryption.h"
 #include "process/archive/layout.h"
+#include "process/archive/names.h"
 #include "process/archive/safety.h"
+#include "process/archive/spelling.h"
+#include "process/archive/work_folder.h"
 #include "process/run/accounts.h"
 #include "process/run/applications.h"
 #include "process/run/run_note.h"
@@ -21,12 +26,13 @@
 #include "state/posts.h"
 #include "state/state.h"
 #include "system/detection.h"
+#include "system/language.h"
 #include "system/target.h"
 
 namespace {
 
-// Where the archive root is said to be when no temporary directory could be made: a place that cannot
-// exist, so nothing is found, written or removed there.
+// Where the archive root is said to be when no temporary directory could be made, or the wizard was left
+// before it was full: a place that cannot exist, so nothing is found, written or removed there.
 constexpr const char* nowhere = "/dev/null";
 
 // ---- Start and unpacking -----------------------------------------------------------------------------
@@ -52,14 +58,42 @@ char* make_temporary_directory() {
   return made;
 }
 
-// Returns the archive root.
-std::string unpack(const char* archive, const char* directory) {
+bool no_longer_wanted() { return !Unpacking::is_wanted(); }
+
+void forget_password() { explicit_bzero(g_password, sizeof g_password); }
+
+void run_unzip(const char* archive, const char* directory, const std::string& password) {
+  const PasswordForUnzip in_environment(password);
+  if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
+    std::perror("In process() Unzip: ");
+}
+
+// What unzip has left, made safe and given its names.
+void mend(const char* archive, const std::string& place, const std::string& password) {
+  remove_unsafe_entries(place);
+  const std::string locale = persons_locale();
+  restore_names({.archive = archive,
+                 .folder = place,
+                 .code_page = dos_code_page(locale),
+                 .password = password.c_str(),
+                 .encrypted_are_missing = !unzip_takes(password)},
+                no_longer_wanted);
+}
+
+// Makes the temporary directory and returns the archive root in it.
+std::string unpack(const char* archive, std::string password) {
+  const Unpacking unpacking;
+  // A wizard that has been left before wants nothing to lie about.
+  if (Unpacking::is_wanted()) dir_name = make_temporary_directory();
+  const char* directory = dir_name;
   const std::string place = directory == nullptr ? nowhere : directory;
   std::printf("Dir Name::%s", place.c_str());
-  if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", archive, directory)) < 0)
-    std::perror("In process() Unzip: ");
-  if (directory != nullptr) remove_unsafe_entries(place);
-  std::string root = place + "/" + layout::root;
+  if (Unpacking::is_wanted()) run_unzip(archive, directory, password);
+  if (directory != nullptr && Unpacking::is_wanted()) mend(archive, place, password);
+  wipe(password);
+  forget_password();
+  // Half an archive is nobody's data.
+  std::string root = (Unpacking::is_wanted() ? place : nowhere) + "/" + layout::root;
   std::printf("Temp Dir Path::%s\n", root.c_str());
   return root;
 }
@@ -100,6 +134,7 @@ void* process(void* args) {
   if (getOsVersion(static_cast<char*>(args)) == 1) return nullptr;
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
+    forget_password();
     remove_progress_timeout(timer);
     end_run(client, fp_log);
     return nullptr;
@@ -107,8 +142,7 @@ void* process(void* args) {
   begin_run_note(g_filename);
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
-  dir_name = make_temporary_directory();
-  const std::string root = unpack(g_filename, dir_name);
+  const std::string root = unpack(g_filename, g_password);
   if (CheckMultiUser(root.c_str()) == -1) give_up(dir_name, client, fp_log);
   trace_users(isMultiUser, default_user);
   if (isMultiUser != 0) add_profiles_to_run_note(root.c_str());

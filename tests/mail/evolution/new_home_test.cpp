@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "mail/evolution/homes.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -84,6 +85,24 @@ TEST_P(NewHome, AFileThatCannotBeWrittenIsAFailure) {
   write_file(file("%gconftemp.xml"), "left over");
   std::filesystem::create_directories(file());
   EXPECT_EQ(-1, GetParam().repair());
+}
+
+TEST_P(NewHome, OnAFullDiskTheListStaysAsItWas) {
+  const std::string text = of_root + std::string(60'000, ' ');
+  for (const int left : {0, 5, 14, 15, 20, 28}) {
+    write_file(file(), text);
+    const SmallDisk disk(folder + GetParam().list);
+    disk.fill_but(left);
+    EXPECT_EQ(-1, GetParam().repair()) << left;
+    EXPECT_TRUE(same_bytes(text, read_file(file()))) << left;
+  }
+}
+
+TEST_P(NewHome, TheListKeepsItsMode) {
+  write_file(file(), of_root);
+  shell_quietly("chmod 600 " + file());
+  EXPECT_EQ(0, GetParam().repair());
+  EXPECT_EQ("600\n", output_of("stat -c %a " + file()));
 }
 
 TEST_P(NewHome, TheSkeletonsListsAreRepairedForTheRealSettingsDaemon) {

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "mail/evolution/homes.h"
+#include "process/mail/evolution/accounts.h"
+#include "support/full_disk.h"
 #include "support/session.h"
 #include "support/system_log.h"
 
@@ -94,12 +96,100 @@ TEST_F(EvolutionPersonal, Evolution1GetsCopiesOnly) {
   EXPECT_TRUE(exists("/root/evolution/local/Tasks/tasks.ics"));
 }
 
-TEST_F(EvolutionPersonal, Evolution1sFoldersAreNotMade) {
+TEST_F(EvolutionPersonal, Evolution1sFoldersAreMadeForTheirOwner) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  ASSERT_EQ(0, shell_quietly("mkdir -p /home/ann && chown 1234:2345 /home/ann"));
   make_personal_data();
   SystemLog log;
   EXPECT_EQ(0, migrate());
-  EXPECT_FALSE(exists("/root/evolution"));
-  EXPECT_EQ(3U, log.messages().size());
+  const std::string store = "/home/ann/evolution/local/";
+  EXPECT_TRUE(same_bytes(read_file(imap_mail + "/Calendar/calendar.ics"),
+                         read_file(store + "Calendar/calendar.ics")));
+  EXPECT_TRUE(same_bytes(read_file(imap_mail + "/Tasks/tasks.ics"), read_file(store + "Tasks/tasks.ics")));
+  EXPECT_TRUE(same_bytes(read_file(imap_mail + "/Contacts/addressbook.db"),
+                         read_file(store + "Contacts/addressbook.db")));
+  EXPECT_EQ("1234:2345\n1234:2345\n1234:2345\n",
+            output_of("stat -c %u:%g /home/ann/evolution " + store + " " + store + "Calendar"));
+  EXPECT_TRUE(log.messages().empty());
+}
+
+TEST_F(EvolutionPersonal, Evolution2sNewFoldersBelongToTheOwnerOfTheHome) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  ASSERT_EQ(0, shell_quietly("mkdir -p /home/ann/.evolution && chown -R 1234:2345 /home/ann"));
+  make_personal_data();
+  EXPECT_EQ(0, migrate());
+  const std::string store = "/home/ann/.evolution/";
+  EXPECT_EQ("1234:2345\n1234:2345\n1234:2345\n",
+            output_of("stat -c %u:%g " + store + "calendar/local/system " + store + "addressbook " + store +
+                      "tasks/local"));
+}
+
+TEST_F(EvolutionPersonal, NoFolderIsMadeBehindALinkOutOfTheHome) {
+  ASSERT_EQ(0, shell_quietly("mkdir /srv/others && ln -s /srv/others /root/evolution"));
+  make_personal_data();
+  EXPECT_EQ(-1, migrate());
+  EXPECT_TRUE(std::filesystem::is_empty("/srv/others"));
+}
+
+TEST_F(EvolutionPersonal, OnAFullDiskTheOldFilesStay) {
+  make_evolution_2();
+  std::filesystem::create_directories(imap_mail + "/Tasks");
+  std::filesystem::create_directories(imap_mail + "/Contacts");
+  const std::string store = "/root/.evolution/";
+  const std::string old_calendar(40'000, 'o');
+  const std::string new_calendar(60'000, 'n');
+  write_file(imap_mail + "/Calendar/calendar.ics", new_calendar);
+  int refused = 0;
+  for (const int left : {0, 5, 9, 10, 12, 14, 15, 20, 30}) {
+    write_file(store + "calendar/local/system/calendar.ics", old_calendar);
+    const SmallDisk disk("/root/.evolution");
+    disk.fill_but(left);
+    const int result = migrate();
+    if (result != 0) ++refused;
+    EXPECT_TRUE(same_bytes(result == 0 ? new_calendar : old_calendar,
+                           read_file(store + "calendar/local/system/calendar.ics")))
+        << left;
+    EXPECT_EQ("calendar.ics\n", output_of("ls -A " + store + "calendar/local/system")) << left;
+  }
+  EXPECT_GE(refused, 5);
+  EXPECT_LE(refused, 8);
+}
+
+TEST_F(EvolutionPersonal, AFileThatIsNotCopiedWholeLeavesNothingAndDoesNotStopTheOthers) {
+  make_evolution_2();
+  make_personal_data();
+  write_file(imap_mail + "/Calendar/calendar.ics", std::string(400'000, 'n'));
+  const SmallDisk disk("/root/.evolution");
+  EXPECT_EQ(-1, migrate());
+  EXPECT_FALSE(exists("/root/.evolution/calendar/local/system/calendar.ics"));
+  EXPECT_TRUE(exists("/root/.evolution/addressbook/local/system/addressbook.db"));
+  EXPECT_TRUE(exists("/root/.evolution/tasks/local/system/tasks.ics"));
+}
+
+TEST_F(EvolutionPersonal, AFileThatIsNotCopiedWholeFailsTheItem) {
+  make_profile();
+  make_personal_data();
+  std::filesystem::create_directories(imap_mail + "/brindle-email-accounts");
+  EXPECT_EQ(0, mail_account(archive_root.c_str()));
+  write_file(imap_mail + "/Calendar/calendar.ics", std::string(400'000, 'n'));
+  const SmallDisk disk("/home/ann/.evolution");
+  EXPECT_EQ(-1, mail_account(archive_root.c_str()));
+}
+
+TEST_F(EvolutionPersonal, TheContactsAloneOrTheTasksAloneCanFail) {
+  make_evolution_2();
+  make_personal_data();
+  for (const char* name : {"Contacts/addressbook.db", "Tasks/tasks.ics"}) {
+    const std::string file = imap_mail + "/" + name;
+    const std::string before = read_file(file);
+    write_file(file, std::string(400'000, 'n'));
+    const SmallDisk disk("/root/.evolution");
+    EXPECT_EQ(-1, migrate()) << name;
+    write_file(file, before);
+    EXPECT_EQ(0, migrate()) << name;
+  }
 }
 
 TEST_F(EvolutionPersonal, WhatTheArchiveLacksIsSkipped) {
@@ -261,6 +351,15 @@ TEST(ShownForAProfile, MissingSourcesAreAFailureForTheCalendarOnly) {
   EXPECT_EQ(-1, display_calendar());
   EXPECT_EQ(0, display_tasks());
   EXPECT_TRUE(commands_run().empty());
+}
+
+TEST(ShownForAProfile, TasksNeedNoFolderOfTheCalendars) {
+  make_profile();
+  ASSERT_EQ(0, shell_quietly("rm -r " + gconf + "calendar && chown 1234:2345 /home/ann"));
+  EXPECT_EQ(0, display_tasks());
+  EXPECT_EQ("[1115761140.10532.10@linux]\n",
+            gconf_value_in("/home/ann", "/apps/evolution/calendar/tasks/selected_tasks"));
+  EXPECT_EQ("1234:2345\n", output_of("stat -c %u:%g " + gconf + "calendar"));
 }
 
 TEST(ShownForAProfile, AListThatCannotBeWrittenIsAFailure) {

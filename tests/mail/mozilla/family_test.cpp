@@ -9,6 +9,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -71,6 +72,22 @@ TEST_F(Family, EachGetsItsOwnAndTheAdministratorKeepsHis) {
   EXPECT_EQ("mozilla -syncin " + part_of("ann") + "/ImapMail/Contacts/addressbook.xml\nmozilla -syncin " +
                 part_of("oskar") + "/ImapMail/Contacts/addressbook.xml\n",
             read_file("/tmp/standins.log"));
+}
+
+TEST_F(Family, WhoseContactsOrCalendarAreNotCopiedWholeFails) {
+  write_file(part_of("ann") + "/ImapMail/Calendar/calendar.ics", "BEGIN:VCALENDAR\n");
+  write_file(ann + "/abook.mab", "Ann's own");
+  {
+    const SmallDisk disk(ann);
+    disk.fill_but(8);
+    EXPECT_EQ(0, migrate("ann"));
+    contact_of("ann", std::string(400'000, 'x'));
+    EXPECT_EQ(-1, migrate("ann"));
+  }
+  write_file(part_of("ann") + "/ImapMail/Calendar/calendar.ics", std::string(400'000, 'x'));
+  contact_of("ann", "Ann's friend");
+  const SmallDisk disk(ann);
+  EXPECT_EQ(-1, migrate("ann"));
 }
 
 TEST_F(Family, WithoutMozillaItselfTheAdministratorKeepsHis) {

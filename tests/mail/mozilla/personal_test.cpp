@@ -3,9 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
@@ -86,6 +89,117 @@ TEST_F(Calendar, WindowsLineEndsAreConverted) {
       "PRIORITY\n :5\nX-MOZILLA-RECUR-DEFAULT-UNITS\n :years\nRRULE:FREQ=YEARLY;BYDAY=2MO\nTRIGGER\n "
       ":-PT5M\n",
       read_file(data_file));
+}
+
+TEST_F(Calendar, WindowsLineEndsInWhatPassesForABinaryFileAreConverted) {
+  calendar("RRULE:FREQ=YEARLY;BYDAY=MO;BYSETPOS=2\r\n\x1a");
+  tasks("PRIORITY:4\r\n\x1a");
+  mozillacalendar("/tmp/b", profile);
+  EXPECT_EQ("PRIORITY\n :5\nX-MOZILLA-RECUR-DEFAULT-UNITS\n :years\nRRULE:FREQ=YEARLY;BYDAY=2MO\n",
+            read_file(data_file));
+}
+
+TEST_F(Calendar, WithoutALastLineEndIsNotJoined) {
+  calendar("BEGIN:VCALENDAR\nBEGIN:VEVENT\nSUMMARY:Dentist\nEND:VEVENT\nEND:VCALENDAR");
+  tasks("BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nSUMMARY:Milk\r\nEND:VTODO\r\nEND:VCALENDAR");
+  EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
+  write_file("/tmp/read.py",
+             "import icalendar, sys\n"
+             "found = icalendar.Calendar.from_ical(open(sys.argv[1]).read(), multiple=True)\n"
+             "print(*[part['SUMMARY'] for c in found for part in c.subcomponents])\n");
+  EXPECT_EQ("Milk Dentist\n", output_of("/usr/bin/python3 /tmp/read.py " + std::string(data_file) + " 2>&1"));
+}
+
+TEST_F(Calendar, WithoutALastLineEndKeepsTheRulesOfItsLastLine) {
+  calendar("TRIGGER:-PT2H\nEND:VALARM");
+  mozillacalendar("/tmp/b", profile);
+  EXPECT_EQ(
+      "TRIGGER\n :-PT2H\nEND:VALARM\nX-MOZILLA-ALARM-DEFAULT-UNITS\n :hours\n"
+      "X-MOZILLA-ALARM-DEFAULT-LENGTH\n :2\n",
+      read_file(data_file));
+}
+
+// Blocks of 4096 bytes: the old calendar has 20, the new one 15, the tasks have 10.
+TEST_F(Calendar, OnAFullDiskTheOldOneStays) {
+  const std::string old(80'000, 'o');
+  const std::string events = std::string(60'000, 'e') + "\n";
+  const std::string to_do = std::string(40'000, 't') + "\n";
+  calendar(events);
+  for (const bool with_tasks : {false, true}) {
+    if (with_tasks) tasks(to_do);
+    int refused = 0;
+    for (const int left : {0, 1, 10, 14, 15, 16, 20, 25, 30, 39, 40, 42}) {
+      calendar(events);
+      if (with_tasks) tasks(to_do);
+      write_file(data_file, old);
+      shell_quietly("chown 1234:2345 " + std::string(data_file));
+      const SmallDisk disk(std::string(profile) + "/Calendar");
+      shell_quietly("chown 1234:2345 " + std::string(data_file));
+      disk.fill_but(left);
+      const int result = mozillacalendar("/tmp/b", profile);
+      if (result != 0) ++refused;
+      EXPECT_TRUE(same_bytes(result != 0  ? old
+                             : with_tasks ? to_do + events
+                                          : events,
+                             read_file(data_file)))
+          << left;
+      if (result != 0) {
+        EXPECT_EQ("1234:2345\n", output_of("stat -c %u:%g " + std::string(data_file)));
+      }
+      EXPECT_EQ("CalendarDataFile.ics\nfilling\n", output_of("ls -A " + std::string(profile) + "/Calendar"))
+          << left;
+    }
+    EXPECT_GE(refused, with_tasks ? 8 : 4);
+    EXPECT_LE(refused, with_tasks ? 11 : 6);
+  }
+}
+
+TEST_F(Calendar, TasksAloneOnAFullDiskLeaveTheOldOne) {
+  write_file(data_file, std::string(8'000, 'o'));
+  tasks(std::string(40'000, 't') + "\n");
+  const SmallDisk disk(std::string(profile) + "/Calendar");
+  disk.fill_but(3);
+  EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+  EXPECT_EQ(std::string(8'000, 'o'), read_file(data_file));
+}
+
+TEST_F(Calendar, OnAFullDiskNothingIsLeftWhereNothingWas) {
+  calendar(std::string(40'000, 'e') + "\n");
+  const SmallDisk disk(profile);
+  disk.fill_but(3);
+  EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+  EXPECT_EQ("", output_of("ls -A " + std::string(profile) + "/Calendar"));
+}
+
+TEST_F(Calendar, InAFullWorkFolderTheOldOneStays) {
+  write_file(data_file, "old");
+  for (const int left : {0, 5, 15, 16, 20, 25}) {
+    calendar(std::string(60'000, 'e') + "\n");
+    tasks(std::string(60'000, 't') + "\n");
+    const SmallDisk disk("/tmp/b");
+    disk.fill_but(left);
+    const std::string before = read_file("/tmp/b/ImapMail/Calendar/calendar.ics");
+    const int result = mozillacalendar("/tmp/b", profile);
+    EXPECT_EQ(-1, result) << left;
+    EXPECT_EQ("old", read_file(data_file)) << left;
+    EXPECT_TRUE(same_bytes(before, read_file("/tmp/b/ImapMail/Calendar/calendar.ics"))) << left;
+  }
+}
+
+TEST_F(Calendar, ALinkIsReplacedAsBeforeAndComesBackAsALink) {
+  shell_quietly("mkdir -p " + std::string(profile) + "/Calendar");
+  write_file("/root/mine.ics", "mine");
+  std::filesystem::create_symlink("/root/mine.ics", data_file);
+  calendar(std::string(40'000, 'e') + "\n");
+  {
+    const SmallDisk disk(std::string(profile) + "/Calendar");
+    disk.fill_but(3);
+    EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+    EXPECT_TRUE(std::filesystem::is_symlink(data_file));
+  }
+  EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
+  EXPECT_FALSE(std::filesystem::is_symlink(data_file));
+  EXPECT_EQ("mine", read_file("/root/mine.ics"));
 }
 
 TEST_F(Calendar, WithNeitherNothingIsMade) {
@@ -183,6 +297,132 @@ TEST_F(Contacts, OfAProfileGoThroughTheAdministratorsBooks) {
   std::string all;
   for (const std::string& command : import) all += command;
   EXPECT_EQ(all, said);
+}
+
+TEST_F(Contacts, OfARunThatWasCutShortArePutBackFirst) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string before = books_of(profile);
+  const std::string root = profile;
+  // After the books were set aside.
+  shell_quietly("cd " + root + " && mkdir mabtemp && mv *.mab *.mab.prev mabtemp/");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_EQ(before, books_of(profile));
+  EXPECT_THAT(read_file("/home/ann/p/abook.mab"), HasSubstr("Ann Lee"));
+  EXPECT_THAT(commands_run()[2], "mkdir " + root + "/mabtemp");
+  EXPECT_FALSE(exists(root + "/mabtemp"));
+}
+
+TEST_F(Contacts, OfARunThatWasCutShortAmidTheMoveArePutBackFirst) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string before = books_of(profile);
+  shell_quietly("cd " + std::string(profile) + " && mkdir mabtemp && mv abook.mab mabtemp/");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_EQ(before, books_of(profile));
+  EXPECT_THAT(read_file("/home/ann/p/abook.mab"), HasSubstr("Ann Lee"));
+}
+
+TEST_F(Contacts, OfARunThatWasCutShortInItsImportArePutBackAndTheImportsKept) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string before = books_of(profile);
+  const std::string root = profile;
+  shell_quietly("cd " + root + " && mkdir mabtemp && mv *.mab *.mab.prev mabtemp/");
+  write_file(root + "/abook.mab", "half an import");
+  write_file(root + "/abook.mab.found", "an earlier one");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is now " + root + "/abook.mab.found~\n"));
+  EXPECT_EQ(before, books_of(profile));
+  EXPECT_EQ("an earlier one", read_file(root + "/abook.mab.found"));
+  EXPECT_EQ("half an import", read_file(root + "/abook.mab.found~"));
+  EXPECT_THAT(read_file("/home/ann/p/abook.mab"), HasSubstr("Ann Lee"));
+}
+
+TEST_F(Contacts, OfARunThatWasCutShortArePutBackForTheAdministratorToo) {
+  isDefaultUser = 1;
+  administrators_own();
+  const std::string before = books_of(profile);
+  shell_quietly("cd " + std::string(profile) + " && mkdir mabtemp && mv *.mab *.mab.prev mabtemp/");
+  stand_in("cat " + std::string(profile) + "/abook.mab > /tmp/found");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", profile, ""));
+  EXPECT_EQ("admin's", read_file("/tmp/found"));
+  EXPECT_EQ(before, books_of(profile));
+}
+
+TEST_F(Contacts, AreNotImportedWhileOthersCannotBePutBack) {
+  administrators_own();
+  const std::string before = books_of(profile);
+  for (const int running_user : {0, 1}) {
+    isDefaultUser = running_user;
+    write_file(std::string(profile) + "/mabtemp", "no folder");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, mozillaaddressbook("/tmp/b", running_user == 1 ? profile : "/home/ann/p", profile));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("could not be put back; nothing is imported\n"));
+    EXPECT_EQ(before, books_of(profile));
+  }
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("rm -rf"))));
+}
+
+TEST_F(Contacts, AreImportedBesideHiddenBooks) {
+  isDefaultUser = 0;
+  administrators_own();
+  write_file(std::string(profile) + "/.abook.mab", "hidden");
+  write_file(std::string(profile) + "/.mab", "hidden too");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_THAT(read_file("/home/ann/p/abook.mab"), HasSubstr("Ann Lee"));
+  EXPECT_EQ("hidden", read_file(std::string(profile) + "/.abook.mab"));
+  EXPECT_EQ("hidden too", read_file(std::string(profile) + "/.mab"));
+}
+
+TEST_F(Contacts, BooksThatTheCommandDoesNotBringBackAreBroughtBack) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string before = books_of(profile);
+  write_file("/usr/local/bin/mv",
+             "#!/bin/sh\ncase \"$1\" in *mabtemp*) exit 1 ;; *) exec /bin/mv \"$@\" ;; esac\n");
+  shell_quietly("chmod 755 /usr/local/bin/mv");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_EQ(before, books_of(profile));
+  EXPECT_FALSE(exists(std::string(profile) + "/mabtemp"));
+}
+
+// Another file system in its place: nothing can be renamed out of it.
+TEST_F(Contacts, BooksThatCannotBeBroughtBackAreNotRemoved) {
+  isDefaultUser = 0;
+  administrators_own();
+  const std::string aside = std::string(profile) + "/mabtemp";
+  write_file("/usr/local/bin/mv", "#!/bin/sh\ncase \"$1\" in *mabtemp*) exit 1 ;; esac\nmountpoint -q " +
+                                      aside + " || mount -t tmpfs none " + aside + "\nexec /bin/mv \"$@\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/mv");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("mabtemp/abook.mab: Invalid cross-device link\n"));
+  EXPECT_EQ("admin's", read_file(aside + "/abook.mab"));
+  EXPECT_EQ("admin's too", read_file(aside + "/impab.mab"));
+  EXPECT_EQ("admin's older", read_file(aside + "/abook.mab.prev"));
+}
+
+TEST_F(Contacts, OnAFullDiskTheOldBooksStay) {
+  isDefaultUser = 0;
+  stand_in("head -c 40000 /dev/zero > " + std::string(profile) + "/abook.mab; head -c 30000 /dev/zero > " +
+           profile + "/history.mab");
+  write_file("/home/ann/p/abook.mab", std::string(20'000, 'o'));
+  write_file("/home/ann/p/history.mab", std::string(20'000, 'o'));
+  for (const int left : {0, 4, 5, 8}) {
+    const SmallDisk disk("/home/ann/p");
+    disk.fill_but(left);
+    EXPECT_EQ(-1, mozillaaddressbook("/tmp/b", "/home/ann/p", profile)) << left;
+    EXPECT_EQ(std::string(20'000, 'o'), read_file("/home/ann/p/abook.mab")) << left;
+    if (left < 5) {
+      EXPECT_EQ(std::string(20'000, 'o'), read_file("/home/ann/p/history.mab")) << left;
+    }
+    EXPECT_EQ("abook.mab\nfilling\nhistory.mab\n", output_of("ls -A /home/ann/p")) << left;
+  }
 }
 
 TEST_F(Contacts, AFailedImportLeavesTheAdministratorsBooks) {

@@ -250,12 +250,13 @@ void migrate_folders(const Target& target) {
 }
 
 // Deliberate: part of the output. Calendar and tasks come with the contacts or not at all.
-void migrate_personal_data(const Target& target, std::FILE* log) {
+int migrate_personal_data(const Target& target, std::FILE* log) {
   const std::string folder = target.root + "/" + layout::mail;
-  if (is_folder(folder.c_str(), layout::contacts) == 0) return;
+  if (is_folder(folder.c_str(), layout::contacts) == 0) return 0;
   write_log("before calendar contacts tasks", log);
-  copy_personal_data(target, folder);
+  const int result = copy_personal_data(target, folder);
   write_log("after calendar contacts tasks", log);
+  return result;
 }
 
 }  // namespace
@@ -266,9 +267,9 @@ int mail_account(const char* path) {
   if (!descriptions) return -1;
   if (!store_accounts(target, *descriptions)) return -1;
   migrate_folders(target);
-  migrate_personal_data(target, fp_log);
+  const int result = migrate_personal_data(target, fp_log);
   std::printf("Returning from Mail Account.");
-  return 0;
+  return result;
 }
 
 int extract_from_account_path(const char* account_path, char* data) {

@@ -13,6 +13,7 @@
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 
 namespace {
@@ -51,22 +52,22 @@ std::string line_of(const Group& group, const std::string& home) {
 // its own.
 constexpr std::size_t line_limit = 1023;
 
-void copy_with_group(std::FILE* from, const File& to, const std::string& group) {
+std::string text_with_group(std::FILE* from, const std::string& group) {
   PieceReader reader(from, line_limit);
+  std::string text;
   std::string_view piece;
   while (reader.next(piece)) {
     const std::string line(piece);
     std::printf("Line::%s", line.c_str());
-    write_text(to, contains(line, "file:///root") ? group : line);
+    text += contains(line, "file:///root") ? group : line;
   }
+  return text;
 }
 
 bool rewrite(const std::string& from, const std::string& to, const std::string& group) {
+  if (!same_content(from, to)) return false;  // a copy that is cut off
   const File in = open_file(from, "r");
-  const File out = in ? open_file(to, "w") : nullptr;
-  if (!out) return false;
-  copy_with_group(in.get(), out, group);
-  return true;
+  return in && replace_file(to, text_with_group(in.get(), group));
 }
 
 // ---- First start -------------------------------------------------------------------------------------

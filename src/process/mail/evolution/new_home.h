@@ -9,7 +9,8 @@ enum class SourceList { addressbook, calendar, tasks };
 
 /// A new home is a copy of a skeleton that was the superuser's, so Evolution's lists of sources still name
 /// file:///root. Replaces every line of the list's %gconf.xml that does so by the group "On This Computer" of
-/// `target`. Returns the result of the last command, or -1 when there is no home or a file cannot be opened.
+/// `target`. Returns the result of the last command, or -1 when there is no home or a file cannot be read or
+/// written; the list is then as it was.
 int repair_source_list(const Target& target, SourceList list);
 
 /// repair_source_list for the user being migrated.

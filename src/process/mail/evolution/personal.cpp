@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <span>
@@ -11,13 +12,16 @@
 #include <vector>
 
 #include "gconf/client.h"
+#include "gconf/folders.h"
 #include "gconf/settings.h"
 #include "process/archive/layout.h"
 #include "process/mail/folders/evolution.h"
+#include "process/mail/old_file.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/run.h"
+#include "system/home_folder.h"
 
 namespace {
 
@@ -89,8 +93,16 @@ constexpr const char* selected_file = R"(<?xml version="1.0"?>
 </entry>
 </gconf>)";
 
+// The tasks' setting lies below the calendar's folder, which only has to be there for the calendar.
+void make_parent(const Target& target, const Shown& shown) {
+  // Not looked at, like a setting that cannot be written itself.
+  static_cast<void>(
+      make_settings_folder(target.home, std::filesystem::path(shown.selected_folder).parent_path()));
+}
+
 // Deliberate: part of the output. Sources without a uid show an empty one.
 int store_shown(const Target& target, const Shown& shown, const std::optional<std::string>& source) {
+  if (!target.is_running_user) make_parent(target, shown);
   const std::string uid = source.value_or("");
   const SettingsFile file = {.folder = shown.selected_folder,
                              .new_folders = {shown.selected_folder},
@@ -110,22 +122,10 @@ int show_first_of_client(const Target& target, const Shown& shown) {
   return store_shown(target, shown, plain_uid(static_cast<const char*>(sources->data)));
 }
 
-std::optional<std::string> whole_file(const std::string& path) {
-  const File file = open_file(path, "r");
-  if (!file) return std::nullopt;
-  std::string text;
-  char block[4096];
-  for (std::size_t size = sizeof block; size == sizeof block;) {
-    size = std::fread(block, 1, sizeof block, file.get());
-    text.append(block, size);
-  }
-  return text;
-}
-
 int show_first_of_file(const Target& target, const Shown& shown) {
   std::printf("%s", shown.trace);
   trace_home(target.home);
-  const auto sources = whole_file(target.home + "/.gconf/" + shown.sources_folder + "/%gconf.xml");
+  const auto sources = read_whole(target.home + "/.gconf/" + shown.sources_folder + "/%gconf.xml");
   if (!sources) return shown.without_sources;
   return store_shown(target, shown, escaped_uid(*sources));
 }
@@ -140,7 +140,7 @@ int show_first(const Target& target, const Shown& shown) {
 struct Kind {
   const char* folder;  ///< in the archive: without it there are no such data
   const char* file;
-  const char* evolution_1;                   ///< not made here
+  const char* evolution_1;
   std::span<const char* const> evolution_2;  ///< made one after the other; the last one takes the file
 };
 
@@ -155,43 +155,65 @@ constexpr Kind contacts = {layout::contacts, layout::contacts_file, "evolution/l
                            contacts_folders};
 constexpr Kind tasks = {layout::tasks, layout::tasks_file, "evolution/local/Tasks", tasks_folders};
 
-const char* make_store(const std::string& home, const Kind& kind) {
+const char* make_store(const std::string& home, const Kind& kind, bool evolution_2) {
+  const char* store = evolution_2 ? kind.evolution_2.back() : kind.evolution_1;
+  // Not looked at: behind a link out of the home only the commands make anything.
+  static_cast<void>(make_home_folder(home, store));
+  if (!evolution_2) return store;
   for (const char* folder : kind.evolution_2) shell::run_unlogged(compose("mkdir -p %s/%s", home, folder));
-  return kind.evolution_2.back();
+  return store;
 }
 
-/// Returns whether the archive has such data.
-bool copy_if_there(const Target& target, const std::string& folder, const Kind& kind, bool evolution_2) {
-  if (is_folder(folder.c_str(), kind.folder) == 0) return false;
-  const char* store = evolution_2 ? make_store(target.home, kind) : kind.evolution_1;
+// What is not in the archive leaves the old file alone.
+bool is_copied(const std::string& from, const std::string& to) {
+  return !open_file(from, "r") || same_content(from, to);
+}
+
+/// Returns false when the copy is not whole; the old file is then back.
+bool copy(const Target& target, const std::string& folder, const Kind& kind, const char* store) {
+  const std::string from = folder + "/" + kind.file;
+  const std::string name = std::filesystem::path(kind.file).filename();
+  const std::string to = target.home + "/" + store + "/" + name;
   const shell::Command command = compose("cp -f %s/%s %s/%s", folder, kind.file, target.home, store);
   std::printf("%s", command.c_str());
+  OldFile old = OldFile::copy_of(to);
+  if (!old.is_safe()) return false;
   SYSTEM(command);
-  return true;
+  if (is_copied(from, to)) return true;
+  old.put_back();
+  return false;
+}
+
+enum class Copied { not_there, whole, not_whole };
+
+Copied copy_if_there(const Target& target, const std::string& folder, const Kind& kind, bool evolution_2) {
+  if (is_folder(folder.c_str(), kind.folder) == 0) return Copied::not_there;
+  const char* store = make_store(target.home, kind, evolution_2);
+  return copy(target, folder, kind, store) ? Copied::whole : Copied::not_whole;
 }
 
 }  // namespace
 
-void copy_personal_data(const Target& target, const std::string& folder) {
+int copy_personal_data(const Target& target, const std::string& folder) {
   stop_evolution();  // Deliberate: part of the output.
   trace_home(target.home);
-  if (target.home.empty()) return;
+  if (target.home.empty()) return 0;
   const bool evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;
   std::printf("In Calendar Contacts Tasks::%s", folder.c_str());
-  if (copy_if_there(target, folder, calendar, evolution_2) && evolution_2) {
+  const Copied events = copy_if_there(target, folder, calendar, evolution_2);
+  if (events != Copied::not_there && evolution_2) {
     // Not looked at, here and for the tasks: the data are there, shown or not.
     static_cast<void>(show_first(target, shown_calendars));
     std::printf("Calendar Display Over.");
   }
-  copy_if_there(target, folder, contacts, evolution_2);
-  if (copy_if_there(target, folder, tasks, evolution_2) && evolution_2)
-    static_cast<void>(show_first(target, shown_tasks));
+  const Copied people = copy_if_there(target, folder, contacts, evolution_2);
+  const Copied to_do = copy_if_there(target, folder, tasks, evolution_2);
+  if (to_do != Copied::not_there && evolution_2) static_cast<void>(show_first(target, shown_tasks));
+  const bool whole = events != Copied::not_whole && people != Copied::not_whole && to_do != Copied::not_whole;
+  return whole ? 0 : -1;
 }
 
-int calendar_contacts_tasks(const char* args) {
-  copy_personal_data(target_of(args), args);
-  return 0;
-}
+int calendar_contacts_tasks(const char* args) { return copy_personal_data(target_of(args), args); }
 
 int display_calendar() { return show_first(target_of(""), shown_calendars); }
 

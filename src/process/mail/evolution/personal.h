@@ -8,11 +8,12 @@
 
 /// Copies calendar, address book and tasks from the archive's folder "ImapMail", `folder`, into the stores of
 /// Evolution 2 (the target's home has ".evolution") or Evolution 1, and for Evolution 2 makes the first
-/// calendar and task list the shown ones. What the archive lacks is skipped; a copy that fails is only
-/// logged.
-void copy_personal_data(const Target& target, const std::string& folder);
+/// calendar and task list the shown ones. Folders that are missing are made. What the archive lacks is
+/// skipped. Returns 0, or -1 when a file could not be copied whole: the person's old one is then as it was,
+/// and the others are copied.
+int copy_personal_data(const Target& target, const std::string& folder);
 
-/// copy_personal_data for the user being migrated. Returns 0.
+/// copy_personal_data for the user being migrated.
 int calendar_contacts_tasks(const char* args);
 
 /// Makes the first calendar source of the user being migrated the one that Evolution shows. Returns 0, also

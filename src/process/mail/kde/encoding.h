@@ -6,6 +6,7 @@
 
 /// Takes the text of the file `from` for GB2312 and replaces the file `to` by it in UTF-8. What does not
 /// convert is dropped: the text of an archive in another encoding loses letters, "M\xFCller" becomes "Mller".
-void convert_to_utf8(const std::string& from, const std::string& to);
+/// False when `to` is cut off; a missing `from` leaves it as it was.
+bool convert_to_utf8(const std::string& from, const std::string& to);
 
 #endif

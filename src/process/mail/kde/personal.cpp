@@ -4,45 +4,101 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "process/archive/layout.h"
 #include "process/mail/client_files.h"
 #include "process/mail/kde/calendar_lines.h"
 #include "process/mail/kde/encoding.h"
+#include "process/mail/old_file.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
+#include "system/home_folder.h"
 #include "system/system.h"
 
 namespace {
 
+const std::string apps = ".kde/share/apps";
+
 std::string application_folder(const Target& target, const char* application) {
-  return target.home + "/.kde/share/apps/" + application;
+  return target.home + "/" + apps + "/" + application;
 }
 
 // ---- Contacts ----------------------------------------------------------------------------------------
 
-std::string converted_contacts(const std::string& mail) {
+// What the script has written ends with a card's end, or it is cut off. Of no address book it makes nothing.
+bool are_cards_of(const std::string& book, const std::string& path) {
+  const std::optional<std::string> text = read_whole(path);
+  if (!text) return !open_file(book, "r");
+  return text->empty() || text->ends_with("END:VCARD\n");
+}
+
+// No value when the contacts are cut off: behind half a card the next one could not be read.
+std::optional<std::string> converted_contacts(const std::string& mail) {
   const std::string folder = mail + "/" + layout::contacts;
   const std::string cards = folder + "/addressbook.vcf";
   const std::string converted = folder + "/addressbook2.vcf";
   convert_contacts(mail, "/usr/local/brindle/vcard2vcf.pl", cards);
-  convert_to_utf8(cards, converted);
-  return converted;
+  const bool whole =
+      convert_to_utf8(cards, converted) && are_cards_of(mail + "/" + layout::contacts_file, cards);
+  if (whole) return converted;
+  std::fprintf(stderr, "The contacts could not be converted whole; none are added\n");
+  return std::nullopt;
 }
 
-void append_to_standard_file(const std::string& contacts, const std::string& folder) {
-  SYSTEM(compose("cp %s/std.vcf %s/orig.vcf", folder, folder));
-  SYSTEM(compose("cat %s/orig.vcf %s > %s/std.vcf", folder, contacts, folder));
+/// KAddressBook's file, the copy of it that the contacts are appended to, and the two commands.
+struct Book {
+  std::string file, copy;
+  shell::Command take_copy, append;
+};
+
+Book standard_book(const std::string& folder, const std::string& contacts) {
+  return {.file = folder + "/std.vcf",
+          .copy = folder + "/orig.vcf",
+          .take_copy = compose("cp %s/std.vcf %s/orig.vcf", folder, folder),
+          .append = compose("cat %s/orig.vcf %s > %s/std.vcf", folder, contacts, folder)};
 }
 
 // The same for the file named "friends" in Chinese, in GB2312: the four bytes are no UTF-8. Both names stand
 // in the templates, since as a value the second would come in quotes.
-void append_to_chinese_file(const std::string& contacts, const std::string& folder) {
-  SYSTEM(compose("cp %s/std.vcf_\xC5\xF3\xD3\xD1 %s/orig.vcf", folder, folder));
-  SYSTEM(compose("cat %s/orig.vcf %s > %s/std.vcf_\xC5\xF3\xD3\xD1", folder, contacts, folder));
+Book chinese_book(const std::string& folder, const std::string& contacts) {
+  return {.file = folder + "/std.vcf_\xC5\xF3\xD3\xD1",
+          .copy = folder + "/orig.vcf",
+          .take_copy = compose("cp %s/std.vcf_\xC5\xF3\xD3\xD1 %s/orig.vcf", folder, folder),
+          .append = compose("cat %s/orig.vcf %s > %s/std.vcf_\xC5\xF3\xD3\xD1", folder, contacts, folder)};
+}
+
+bool is_copied(const Book& book) {
+  if (!read_whole(book.file) || same_content(book.file, book.copy)) return end_last_line(book.copy);
+  std::fprintf(stderr, "%s could not be copied; no contacts are added\n", book.file.c_str());
+  return false;
+}
+
+// The person's contacts stay as they were unless the new ones are behind them to the last byte.
+bool append_contacts(const Book& book, const std::string& contacts) {
+  OldFile old = OldFile::copy_of(book.file);
+  SYSTEM(book.take_copy);
+  if (!old.is_safe() || !is_copied(book)) return false;
+  SYSTEM(book.append);
+  if (holds_joined(book.file, {book.copy, contacts})) return true;
+  old.put_back();
+  return false;
+}
+
+bool add_contacts(const Target& target, const std::string& folder) {
+  const auto contacts = converted_contacts(target.root + "/" + layout::mail);
+  if (!contacts) return false;
+  // Deliberate: part of the output. The version alone decides, whatever the system.
+  const bool is_plus = target.system_version == redflag_plus;
+  const Book book = is_plus ? chinese_book(folder, *contacts) : standard_book(folder, *contacts);
+  const SetAside own(book.copy);  // a person's own file may have that name
+  const bool added = append_contacts(book, *contacts);
+  SYSTEM(compose("rm %s/orig.vcf", folder));
+  return added;
 }
 
 // ---- Calendar ----------------------------------------------------------------------------------------
@@ -77,9 +133,9 @@ std::string rewritten_rule(const std::string& line) {
   return contains(line, "UNTIL=") ? with_date_only_until(line) : line;
 }
 
-void rewrite_calendar(const std::string& from, const std::string& to) {
+bool rewrite_calendar(const std::string& from, const std::string& to) {
   bool time_follows = false;
-  rewrite_lines(from, to, [&](const std::string& line) {
+  return rewrite_lines(from, to, [&](const std::string& line) {
     // A time stands on the line after its property, and no rule is tried on it.
     if (std::exchange(time_follows, false)) return marked_as_utc(line);
     std::printf("Line2::%s", line.c_str());
@@ -93,9 +149,9 @@ std::string rewritten_due_date(const std::string& line, DateValues& dates) {
   return due.line + "RECURRENCE-ID:" + due.date + "T000000Z\n";
 }
 
-void rewrite_tasks(const std::string& from, const std::string& to) {
+bool rewrite_tasks(const std::string& from, const std::string& to) {
   DateValues dates;
-  rewrite_lines(from, to, [&](const std::string& line) {
+  return rewrite_lines(from, to, [&](const std::string& line) {
     if (contains(line, "DUE;TZID")) return rewritten_due_date(line, dates);
     if (contains(line, "DTSTART;TZID")) return dates.rewrite(line, "DTSTART;TZID").line;
     if (contains(line, "COMPLETED:")) return marked_as_utc(line);
@@ -105,15 +161,50 @@ void rewrite_tasks(const std::string& from, const std::string& to) {
   });
 }
 
-void join_and_convert(const CalendarPaths& paths) {
+bool rewrite(const CalendarPaths& paths) {
+  return mend_lines(paths.calendar) && mend_lines(paths.tasks) &&
+         rewrite_calendar(paths.calendar, paths.calendar2) && rewrite_tasks(paths.tasks, paths.tasks2);
+}
+
+// The old file stays unless the new one is whole.
+bool replace_converted(const std::string& from, const std::string& to) {
+  OldFile old = OldFile::copy_of(to);
+  if (!old.is_safe()) return false;
+  if (convert_to_utf8(from, to)) return true;
+  old.put_back();
+  return false;
+}
+
+bool join_and_convert(const CalendarPaths& paths) {
   SYSTEM(compose("cat %s %s > %s", paths.calendar2, paths.tasks2, paths.organizer2));
-  convert_to_utf8(paths.organizer2, paths.organizer);
+  const bool joined = holds_joined(paths.organizer2, {paths.calendar2, paths.tasks2});
+  const bool converted = joined && replace_converted(paths.organizer2, paths.organizer);
   run_and_trace(compose("rm %s", paths.organizer2));
+  return converted;
 }
 
 // ---- Notes -------------------------------------------------------------------------------------------
 
 constexpr std::size_t note_line_limit = 255;
+
+// Where a first line that is too long for one piece is cut: before the character that does not fit with a
+// line feed, for a title has no other end. A line is taken for GB2312, whose characters are two bytes.
+std::size_t end_of_first_piece(const std::string& text) {
+  std::size_t end = 0;
+  std::size_t next = 0;
+  while (next < note_line_limit) {
+    end = next;
+    next += static_cast<unsigned char>(text[end]) < 0x80 ? 1 : 2;
+  }
+  return end;
+}
+
+// A title would run into the line behind it.
+bool end_title(const std::string& path) {
+  std::optional<std::string> text = read_whole(path);
+  if (!text || text->find('\n') < note_line_limit || text->size() < note_line_limit) return true;
+  return replace_file(path, text->insert(end_of_first_piece(*text), "\n"));
+}
 
 struct Note {
   std::string title;  // with its line feed
@@ -166,19 +257,27 @@ std::string journal_entry(const Note& note) {
   return fill(journal_text, {{"body", note.body}, {"title", note.title}});
 }
 
-// False when the notes cannot be listed or `to` cannot be made. What lies at `to` then is none of this
-// archive's.
-bool write_notes(const std::string& folder, const std::string& to) {
-  const auto names = list_folder(folder);
-  if (!names) std::perror("In kmailnotes() opendir: ");
-  const File out = names ? open_file(to, "w") : File();
+// No value when the note's own file cannot be mended.
+std::optional<std::string> journal_entry_of(const std::string& path) {
+  convert_line_ends(path);
+  if (!mend_lines(path) || !end_title(path)) return std::nullopt;
+  if (const std::optional<Note> note = read_note(path)) return journal_entry(*note);
+  const bool is_lost = !read_whole(path).value_or("").empty();
+  if (is_lost) std::fprintf(stderr, "The note %s has no title and is left out\n", path.c_str());
+  return "";
+}
+
+// False when not all of `to` could be written.
+bool write_notes(const std::string& folder, const std::vector<std::string>& names, const std::string& to) {
+  File out = open_file(to, "w");
   if (!out) return false;
-  for (const std::string& name : *names) {
-    const std::string path = folder + "/" + name;
-    convert_line_ends(path);
-    if (const std::optional<Note> note = read_note(path)) write_text(out, journal_entry(*note));
+  bool mended = true;
+  for (const std::string& name : names) {
+    const std::optional<std::string> entry = journal_entry_of(folder + "/" + name);
+    mended = mended && entry;
+    write_text(out, entry.value_or(""));
   }
-  return true;
+  return close_file(out) && mended;
 }
 
 }  // namespace
@@ -187,16 +286,9 @@ int kaddressbook(const char* args) { return kaddressbook(target_of(args)); }
 
 int kaddressbook(const Target& target) {
   trace_home(target.home);
-  const std::string folder = application_folder(target, "kabc");
-  const std::string contacts = converted_contacts(target.root + "/" + layout::mail);
-  // Deliberate: part of the output. The version alone decides, whatever the system.
-  if (target.system_version == redflag_plus) {
-    append_to_chinese_file(contacts, folder);
-  } else {
-    append_to_standard_file(contacts, folder);
-  }
-  SYSTEM(compose("rm %s/orig.vcf", folder));
-  return 0;
+  // A home in which KAddressBook has never run.
+  static_cast<void>(make_home_folder(target.home, apps + "/kabc"));
+  return add_contacts(target, application_folder(target, "kabc")) ? 0 : -1;
 }
 
 int kmailcallendar(const char* args) { return kmailcallendar(target_of(args)); }
@@ -209,10 +301,9 @@ int kmailcallendar(const Target& target) {
   print(paths);
   SYSTEM(compose("mkdir -p %s", folder));
   if (is_folder(paths.imap.c_str(), layout::calendar) == 0) return 0;
-  rewrite_calendar(paths.calendar, paths.calendar2);
-  rewrite_tasks(paths.tasks, paths.tasks2);
-  join_and_convert(paths);
-  return 0;
+  if (rewrite(paths)) return join_and_convert(paths) ? 0 : -1;
+  std::perror("The calendar could not be rewritten");
+  return -1;
 }
 
 int kmailnotes(const char* args) { return kmailnotes(target_of(args)); }
@@ -224,8 +315,11 @@ int kmailnotes(const Target& target) {
   std::printf("srcpath::%s", folder.c_str());
   SYSTEM(compose("mkdir -p %s", knotes));
   if (is_folder(target.root.c_str(), layout::notes) == 0) return 0;
-  if (!write_notes(folder, knotes + "/notes2.ics")) return 0;
-  convert_to_utf8(knotes + "/notes2.ics", knotes + "/notes.ics");
+  const auto names = list_folder(folder);
+  if (!names) std::perror("In kmailnotes() opendir: ");
+  if (!names) return 0;
+  const bool replaced = write_notes(folder, *names, knotes + "/notes2.ics") &&
+                        replace_converted(knotes + "/notes2.ics", knotes + "/notes.ics");
   SYSTEM(compose("rm %s", knotes + "/notes2.ics"));
-  return 0;
+  return replaced ? 0 : -1;
 }

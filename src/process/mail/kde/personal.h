@@ -5,10 +5,12 @@
 
 #include "system/target.h"
 
-// Each takes the archive root (or a profile's folder) or, within a migrator, the target made of it, and
-// returns 0. Commands that fail are in the system log.
+// Each takes the archive root (or a profile's folder) or, within a migrator, the target made of it. Returns
+// 0, or -1 when the new file could not be written whole: the person's old one is then as it was. Other
+// commands that fail are in the system log.
 
-/// Appends the contacts of "ImapMail/Contacts/addressbook.db" to KAddressBook's standard file.
+/// Appends the contacts of "ImapMail/Contacts/addressbook.db" to KAddressBook's standard file, whose folder
+/// is made when it is missing.
 int kaddressbook(const char* args);
 int kaddressbook(const Target& target);
 
@@ -18,7 +20,8 @@ int kmailcallendar(const char* args);
 int kmailcallendar(const Target& target);
 
 /// Replaces KNotes' notes by those of the folder "Notes": each file has a first line of label, colon and
-/// title, then the note. A file without that line, and a folder, is passed over.
+/// title, then the note. A file without that line, and a folder, is passed over, the file with a line on
+/// standard error.
 int kmailnotes(const char* args);
 int kmailnotes(const Target& target);
 

@@ -229,12 +229,14 @@ int mozilla(const char* args) {
   // -1, no accounts in the archive, stops nothing: contacts, mail and calendar can be there without them.
   if (mozillaaccountsettings(profile, args) == 1) return 1;
   std::printf("Migrating addressbook");
-  if (mozillaaddressbook(target, profile, profiles->administrators.c_str()) == 1) return 1;
+  const int contacts = mozillaaddressbook(target, profile, profiles->administrators.c_str());
+  if (contacts == 1) return 1;
   std::printf("Migrating Mozilla Emails.");
   // Not looked at: the calendar is migrated without the mail as well.
   static_cast<void>(copymozillafiles((target.root + "/" + layout::mail_folders).c_str(), mail.c_str()));
   std::printf("Migrating Mozilla Calendar.");
-  return mozillacalendar(args, profile);
+  const int calendar = mozillacalendar(args, profile);
+  return calendar == 0 ? contacts : calendar;
 }
 
 int mozillaaccountsettings(const char* mozillapath, const char* args) {

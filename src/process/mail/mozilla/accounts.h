@@ -6,7 +6,8 @@
 /// the target user's Mozilla profile: the first entry of .mozilla/default in the home. Contacts of another
 /// user go through the administrator's profile in /root, found the same way.
 /// Returns -1 before anything is written when a profile is missing, 1 when prefs.js cannot be written,
-/// else the result of mozillacalendar. Without an accounts folder only prefs.js is left as it was.
+/// else -1 when contacts or calendar could not be written whole, or 0. Without an accounts folder only
+/// prefs.js is left as it was.
 int mozilla(const char* args);
 
 /// Replaces prefs.js of the profile folder `mozillapath`, all other preferences included, by the

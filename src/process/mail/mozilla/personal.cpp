@@ -1,5 +1,8 @@
 #include "process/mail/mozilla/personal.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -8,10 +11,15 @@
 #include "process/archive/layout.h"
 #include "process/mail/client_files.h"
 #include "process/mail/mozilla/calendar_lines.h"
+#include "process/mail/old_file.h"
 #include "shell/files.h"
 #include "shell/run.h"
 
 namespace {
+
+bool is_there(const std::string& path) {
+  return std::filesystem::symlink_status(path).type() != std::filesystem::file_type::not_found;
+}
 
 // ---- Calendar ----------------------------------------------------------------------------------------
 
@@ -51,33 +59,56 @@ void prepare_for_tasks_alone(const CalendarPaths& paths) {
   SYSTEM(compose("rm -f %s", paths.data_file));
 }
 
-void take_copy(const std::string& file, const std::string& copy) {
+// Without the file there is nothing to copy.
+bool take_copy(const std::string& file, const std::string& copy) {
   convert_line_ends(file);
+  const bool mended = mend_lines(file);
   SYSTEM(compose("cp %s %s", file, copy));
+  return mended && (!open_file(file, "r") || same_content(file, copy));
 }
 
-void replace_calendar(const CalendarPaths& paths, CalendarLines& lines) {
+bool take_copies(const CalendarPaths& paths) {
+  const bool has_calendar = take_copy(paths.calendar, paths.calendar_copy);
+  return take_copy(paths.tasks, paths.tasks_copy) && has_calendar;
+}
+
+bool replace_calendar(const CalendarPaths& paths, CalendarLines& lines) {
   SYSTEM(compose("mkdir %s", paths.profile_folder));
-  rewrite_lines(paths.calendar_copy, paths.calendar, [&](const std::string& line) {
+  const bool rewritten = rewrite_lines(paths.calendar_copy, paths.calendar, [&](const std::string& line) {
     std::printf("Line::%s", line.c_str());
     return lines.calendar(line);
   });
+  if (!rewritten) return false;
   SYSTEM(compose("rm %s", paths.data_file));
   run_and_trace(compose("cp %s %s", paths.calendar, paths.data_file));
+  return same_content(paths.calendar, paths.data_file);
 }
 
 std::string unused_name_beside(const std::string& file) {
   std::string name = file + ".temp";
-  while (std::filesystem::symlink_status(name).type() != std::filesystem::file_type::not_found) name += "~";
+  while (is_there(name)) name += "~";
   return name;
 }
 
-void put_tasks_in_front(const CalendarPaths& paths, CalendarLines& lines) {
-  rewrite_lines(paths.tasks_copy, paths.tasks, [&](const std::string& line) { return lines.task(line); });
+bool put_tasks_in_front(const CalendarPaths& paths, CalendarLines& lines) {
+  if (!rewrite_lines(paths.tasks_copy, paths.tasks,
+                     [&](const std::string& line) { return lines.task(line); }))
+    return false;
   const std::string calendar = unused_name_beside(paths.data_file);
   SYSTEM(compose("cp %s %s", paths.data_file, calendar));
+  const bool copied = holds_joined(calendar, {paths.data_file});
   SYSTEM(compose("cat %s %s > %s", paths.tasks, calendar, paths.data_file));
+  const bool joined = copied && holds_joined(paths.data_file, {paths.tasks, calendar});
   run_and_trace(compose("rm %s", calendar));
+  return joined;
+}
+
+bool write_calendar(const CalendarPaths& paths, bool has_calendar, bool has_tasks) {
+  if (!has_calendar && has_tasks) prepare_for_tasks_alone(paths);
+  if (!take_copies(paths)) return false;
+  CalendarLines lines;
+  if (has_calendar && !replace_calendar(paths, lines)) return false;
+  return !has_tasks || put_tasks_in_front(paths, lines);
 }
 
 // ---- Contacts ----------------------------------------------------------------------------------------
@@ -87,38 +118,100 @@ void print_and_run(const shell::Command& command) {
   SYSTEM(command);
 }
 
+std::vector<std::string> names_in(const std::string& folder) {
+  return list_folder(folder).value_or(std::vector<std::string>{});
+}
+
+// The commands leave hidden files where they are, and so does Mozilla.
+bool is_address_book(const std::string& name) {
+  return !name.starts_with('.') && (name.ends_with(".mab") || name.ends_with(".mab.prev"));
+}
+
 bool holds_address_books(const std::string& folder) {
-  const auto names = list_folder(folder);
-  for (const std::string& name : names.value_or(std::vector<std::string>{})) {
-    if (name.ends_with(".mab") || name.ends_with(".mab.prev")) return true;
-  }
+  const auto names = names_in(folder);
+  return std::any_of(names.begin(), names.end(), is_address_book);
+}
+
+// What a run that was cut short has left in the place of an address book may be worth something as well.
+bool make_way(const std::string& path) {
+  if (!is_there(path)) return true;
+  std::string name = path + ".found";
+  while (is_there(name)) name += "~";
+  if (std::rename(path.c_str(), name.c_str()) != 0) return false;
+  std::fprintf(stderr, "The address book in the place of the administrator's own is now %s\n", name.c_str());
+  return true;
+}
+
+bool put_back_one(const std::string& from, const std::string& to) {
+  if (make_way(to) && std::rename(from.c_str(), to.c_str()) == 0) return true;
+  std::perror(from.c_str());
+  return false;
+}
+
+std::string aside_folder(const std::string& root) { return root + "/mabtemp"; }
+
+// Puts back what a run that was cut short has set aside. False when something of it stays there.
+bool put_back(const std::string& root) {
+  const std::string aside = aside_folder(root);
+  bool all = true;
+  for (const std::string& name : names_in(aside))
+    all = put_back_one(aside + "/" + name, root + "/" + name) && all;
+  if (all) rmdir(aside.c_str());
+  return !is_there(aside);
+}
+
+// The old book stays unless the new one is whole. An import that failed has none.
+bool copy_book(const std::string& name, const std::string& root, const std::string& profile) {
+  OldFile old = OldFile::copy_of(profile + "/" + name);
+  if (!old.is_safe()) return false;
+  print_and_run(compose("cp -f %s/%s %s/", root, name, profile));
+  if (!is_there(root + "/" + name) || same_content(root + "/" + name, profile + "/" + name)) return true;
+  old.put_back();
   return false;
 }
 
 // Ends with every address book of `root` removed, so there must be none of the administrator's own.
-void import_into_empty_profile(const std::string& xml, const std::string& profile, const std::string& root) {
+bool import_into_empty_profile(const std::string& xml, const std::string& profile, const std::string& root) {
   print_and_run(compose("mozilla -syncin %s", xml));
-  print_and_run(compose("cp -f %s/abook.mab %s/", root, profile));
-  print_and_run(compose("cp -f %s/history.mab %s/", root, profile));
+  const bool has_book = copy_book("abook.mab", root, profile);
+  const bool has_history = copy_book("history.mab", root, profile);
   print_and_run(compose("rm %s/*.mab", root));
   print_and_run(compose("rm %s/*.mab.prev", root));
+  return has_book && has_history;
 }
 
 // The copies to the target come before the import is removed again. A failed import, or an administrator
-// without address books, only makes some of these fail: the last ones always bring back what was there.
-void import_through_administrator(const std::string& xml, const std::string& profile,
+// without address books, only makes some of these fail: the last ones always bring back what was there. False
+// when a copy is cut off.
+bool import_through_administrator(const std::string& xml, const std::string& profile,
                                   const std::string& root) {
   print_and_run(compose("mkdir %s/mabtemp", root));
   print_and_run(compose("mv %s/*.mab %s/mabtemp/", root, root));
   print_and_run(compose("mv %s/*.mab.prev %s/mabtemp/", root, root));
+  bool whole = true;
   if (holds_address_books(root)) {
     std::fprintf(stderr, "The address books in %s could not be set aside; nothing is imported\n",
                  root.c_str());
   } else {
-    import_into_empty_profile(xml, profile, root);
+    whole = import_into_empty_profile(xml, profile, root);
   }
   print_and_run(compose("mv %s/mabtemp/*.* %s/", root, root));
-  print_and_run(compose("rm -rf %s/mabtemp", root));
+  if (names_in(aside_folder(root)).empty() || put_back(root))
+    print_and_run(compose("rm -rf %s/mabtemp", root));
+  return whole;
+}
+
+bool import_contacts(const Target& target, const std::string& xml, const std::string& profile,
+                     const std::string& root) {
+  const std::string& importing = target.is_running_user ? profile : root;
+  if (!put_back(importing)) {
+    std::fprintf(stderr, "The address books in %s could not be put back; nothing is imported\n",
+                 aside_folder(importing).c_str());
+    return true;
+  }
+  if (!target.is_running_user) return import_through_administrator(xml, profile, root);
+  SYSTEM(compose("mozilla -syncin %s", xml));
+  return true;
 }
 
 }  // namespace
@@ -129,13 +222,11 @@ int mozillacalendar(const char* args, const char* path) {
   // Asked before the tasks' copy may need the folder made.
   const bool has_calendar = is_folder(paths.imap.c_str(), layout::calendar) == 1;
   const bool has_tasks = is_folder(paths.imap.c_str(), layout::tasks) == 1;
-  if (!has_calendar && has_tasks) prepare_for_tasks_alone(paths);
-  take_copy(paths.calendar, paths.calendar_copy);
-  take_copy(paths.tasks, paths.tasks_copy);
-  CalendarLines lines;
-  if (has_calendar) replace_calendar(paths, lines);
-  if (has_tasks) put_tasks_in_front(paths, lines);
-  return 0;
+  OldFile old = OldFile::second_name_of(paths.data_file);
+  if (!old.is_safe()) return -1;
+  if (write_calendar(paths, has_calendar, has_tasks)) return 0;
+  old.put_back();
+  return -1;
 }
 
 int mozillaaddressbook(const char* args, const char* path, const char* rootpath) {
@@ -146,10 +237,5 @@ int mozillaaddressbook(const Target& target, const char* path, const char* rootp
   const std::string mail = target.root + "/" + layout::mail;
   const std::string xml = mail + "/" + layout::contacts + "/addressbook.xml";
   convert_contacts(mail, "/usr/local/brindle/vcard2xml.pl", xml);
-  if (target.is_running_user) {
-    SYSTEM(compose("mozilla -syncin %s", xml));
-  } else {
-    import_through_administrator(xml, path, rootpath);
-  }
-  return 0;
+  return import_contacts(target, xml, path, rootpath) ? 0 : -1;
 }

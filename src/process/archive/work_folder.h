@@ -1,0 +1,29 @@
+// The end of the folder that the worker unpacks the archive in: whatever ends the program, the folder is
+// gone.
+//
+// Worker and GUI thread meet here. The worker says while it makes and fills the folder; the GUI thread says
+// that nobody wants it any more, and then waits for a worker that had begun before.
+#ifndef BRINDLE_PROCESS_ARCHIVE_WORK_FOLDER_H
+#define BRINDLE_PROCESS_ARCHIVE_WORK_FOLDER_H
+
+/// Worker: lives while the folder is made and filled.
+class Unpacking {
+ public:
+  Unpacking();
+  ~Unpacking();
+  Unpacking(const Unpacking&) = delete;
+  Unpacking& operator=(const Unpacking&) = delete;
+
+  /// False once stop_unpacking was called: nothing may be made any more.
+  static bool is_wanted();
+};
+
+/// GUI thread: from now on nothing is unpacked. An unzip that runs is ended, and this returns when no thread
+/// fills the folder any more, at the latest after ten seconds.
+void stop_unpacking();
+
+/// For the end of the program: stop_unpacking, then ends what still works on the folder, and removes it. Only
+/// a folder of this process's own user; the worker has usually removed it long before.
+void remove_work_folder();
+
+#endif

@@ -1,0 +1,119 @@
+#include "process/archive/work_folder.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+#include "state/state.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+char folder[] = "/tmp/brindTEST01";
+
+struct WorkFolder : testing::Test {
+  WorkFolder() {
+    shell_quietly("mkdir -m 700 /tmp/brindTEST01; mkdir /tmp/brindTEST01/Brindle");
+    dir_name = folder;
+  }
+  // Processes whose command line has `words`, but for the search itself.
+  static std::string running(const std::string& words) { return output_of("pgrep -xf '" + words + "'"); }
+  static double seconds_of(void (*action)()) {
+    const auto begin = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  }
+};
+
+TEST_F(WorkFolder, IsRemovedWithAllThatLiesInIt) {
+  write_file("/tmp/brindTEST01/Brindle/a/b", "c");
+  write_file("/tmp/brindTEST02/stays", "s");
+  remove_work_folder();
+  EXPECT_FALSE(exists(folder));
+  EXPECT_TRUE(exists("/tmp/brindTEST02/stays"));
+}
+
+TEST_F(WorkFolder, ThatIsGoneOrWasNeverMadeIsNoTrouble) {
+  shell_quietly("rmdir /tmp/brindTEST01/Brindle /tmp/brindTEST01");
+  remove_work_folder();
+  dir_name = nullptr;
+  remove_work_folder();
+}
+
+TEST_F(WorkFolder, OfAnotherUserOrBehindALinkStays) {
+  shell_quietly("chown 2345 /tmp/brindTEST01");
+  remove_work_folder();
+  EXPECT_TRUE(exists("/tmp/brindTEST01/Brindle"));
+  shell_quietly(
+      "chown 0 /tmp/brindTEST01; mv /tmp/brindTEST01 /tmp/elsewhere; ln -s /tmp/elsewhere /tmp/brindTEST01");
+  remove_work_folder();
+  EXPECT_TRUE(exists("/tmp/elsewhere/Brindle"));
+}
+
+TEST_F(WorkFolder, IsRemovedHoweverDeepItIs) {
+  std::string deep = std::string(folder) + "/Brindle";
+  for (int level = 0; level < 1200; ++level) ASSERT_EQ(0, mkdir((deep += "/d").c_str(), 0700));
+  const rlimit usual{1024, 1024};
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
+  remove_work_folder();
+  EXPECT_FALSE(exists(folder));
+}
+
+TEST_F(WorkFolder, EndsWhatWorksOnItAndNothingElse) {
+  // The folder's name is an argument of the first two; the third only has nearly the same.
+  std::thread unzip(
+      [] { shell_quietly("tail -f /dev/null /tmp/brindTEST01/Brindle 2>/dev/null; echo $? > /tmp/told"); });
+  std::thread pipe([] { shell_quietly("tail -f /dev/null /tmp/brindTEST01 2>/dev/null | cat; true"); });
+  std::thread other([] { shell_quietly("timeout 20 tail -f /dev/null /tmp/brindTEST02 2>/dev/null"); });
+  while (running("tail -f /dev/null /tmp/brindTEST0.*").empty()) usleep(10000);
+  usleep(200000);
+  remove_work_folder();
+  unzip.join();
+  pipe.join();
+  EXPECT_FALSE(exists(folder));
+  EXPECT_EQ("137\n", read_file("/tmp/told"));  // the shell was let live to tell it
+  EXPECT_NE("", running("tail -f /dev/null /tmp/brindTEST02"));
+  shell_quietly("kill $(pgrep -xf 'tail -f /dev/null /tmp/brindTEST02')");
+  other.join();
+}
+
+TEST_F(WorkFolder, LeavesOtherPeoplesProgramsAlone) {
+  shell_quietly("setsid -f tail -f /dev/null /tmp/brindTEST01/Brindle >/dev/null 2>&1");
+  usleep(200000);
+  remove_work_folder();
+  EXPECT_NE("", running("tail -f /dev/null /tmp/brindTEST01/Brindle"));
+  shell_quietly("kill $(pgrep -xf 'tail -f /dev/null /tmp/brindTEST01/Brindle')");
+}
+
+TEST_F(WorkFolder, IsFilledByNobodyOnceUnpackingHasStopped) {
+  std::atomic<bool> begun{false};
+  std::atomic<bool> over{false};
+  std::thread worker([&] {
+    const Unpacking unpacking;
+    begun = true;
+    // As unzip does; the shell between is one more process.
+    shell_quietly("exec 2>/dev/null; tail -f /dev/null /tmp/brindTEST01; true");
+    while (Unpacking::is_wanted()) usleep(1000);
+    usleep(100000);
+    over = true;
+  });
+  while (!begun) usleep(1000);
+  EXPECT_TRUE(Unpacking::is_wanted());
+  stop_unpacking();
+  EXPECT_TRUE(over);  // it was waited for
+  EXPECT_FALSE(Unpacking::is_wanted());
+  worker.join();
+  EXPECT_TRUE(exists(folder));
+}
+
+TEST_F(WorkFolder, WaitsForNobodyWhenNothingIsUnpacked) { EXPECT_GT(0.5, seconds_of(stop_unpacking)); }
+
+}  // namespace

@@ -1,0 +1,220 @@
+#include "process/mail/old_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/full_disk.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* path = "/tmp/home/std.vcf";
+
+struct KeptOldFile : testing::Test {
+  KeptOldFile() {
+    write_file(path, "old");
+    shell_quietly("chown 1234:2345 " + std::string(path) + " && chmod 640 " + path);
+  }
+
+  static std::string names() { return output_of("ls -A /tmp/home"); }
+
+  static void put_back(OldFile& old) {
+    testing::internal::CaptureStderr();
+    old.put_back();
+    EXPECT_EQ(std::string(path) + " could not be written whole; the old one is back\n",
+              testing::internal::GetCapturedStderr());
+    EXPECT_EQ("old", read_file(path));
+    EXPECT_EQ("1234:2345 640\n", output_of("stat -c '%u:%g %a' " + std::string(path)));
+  }
+};
+
+TEST_F(KeptOldFile, ComesBackAsACopy) {
+  OldFile old = OldFile::copy_of(path);
+  EXPECT_TRUE(old.is_safe());
+  write_file(path, "ne");
+  put_back(old);
+  EXPECT_EQ("std.vcf\n", names());
+}
+
+TEST_F(KeptOldFile, ComesBackAsACopyWhenItsModeAndOwnerAreGone) {
+  OldFile old = OldFile::copy_of(path);
+  shell_quietly("rm " + std::string(path) + "; echo new > " + path);
+  put_back(old);
+}
+
+TEST_F(KeptOldFile, ComesBackUnderASecondName) {
+  OldFile old = OldFile::second_name_of(path);
+  EXPECT_TRUE(old.is_safe());
+  EXPECT_EQ("2\n", output_of("stat -c %h " + std::string(path)));
+  std::filesystem::remove(path);
+  write_file(path, "ne");
+  put_back(old);
+  EXPECT_EQ("std.vcf\n", names());
+  EXPECT_EQ("1\n", output_of("stat -c %h " + std::string(path)));
+}
+
+TEST_F(KeptOldFile, IsGoneWithTheObject) {
+  {
+    const OldFile copy = OldFile::copy_of(path);
+    const OldFile second_name = OldFile::second_name_of(path);
+    EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator("/tmp/home"), {}) + 1);
+  }
+  EXPECT_EQ("std.vcf\n", names());
+  EXPECT_EQ("old", read_file(path));
+}
+
+TEST_F(KeptOldFile, IsForItsOwnerAloneMeanwhile) {
+  const OldFile old = OldFile::copy_of(path);
+  EXPECT_EQ("600\n", output_of("stat -c %a /tmp/home/.brindle-*"));
+}
+
+TEST_F(KeptOldFile, OfALinkIsTheFileItNames) {
+  std::filesystem::create_directories("/tmp/other");
+  std::filesystem::create_symlink(path, "/tmp/other/link");
+  OldFile old = OldFile::copy_of("/tmp/other/link");
+  write_file("/tmp/other/link", "ne");
+  put_back(old);
+  EXPECT_TRUE(std::filesystem::is_symlink("/tmp/other/link"));
+}
+
+TEST_F(KeptOldFile, UnderASecondNameIsTheLinkItself) {
+  std::filesystem::create_directories("/tmp/other");
+  std::filesystem::create_symlink(path, "/tmp/other/link");
+  OldFile old = OldFile::second_name_of("/tmp/other/link");
+  shell_quietly("rm /tmp/other/link; echo new > /tmp/other/link");
+  testing::internal::CaptureStderr();
+  old.put_back();
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("the old one is back"));
+  EXPECT_EQ(path, std::filesystem::read_symlink("/tmp/other/link"));
+  EXPECT_EQ("1234:2345 640\n", output_of("stat -c '%u:%g %a' " + std::string(path)));
+}
+
+TEST_F(KeptOldFile, OfNothingLeavesNothing) {
+  for (const bool copy : {true, false}) {
+    const std::string none = "/tmp/home/none";
+    OldFile old = copy ? OldFile::copy_of(none) : OldFile::second_name_of(none);
+    EXPECT_TRUE(old.is_safe());
+    write_file(none, "ne");
+    testing::internal::CaptureStderr();
+    old.put_back();
+    EXPECT_EQ(none + " could not be written whole and is gone\n", testing::internal::GetCapturedStderr());
+    EXPECT_EQ("std.vcf\n", names());
+  }
+}
+
+TEST_F(KeptOldFile, OfALinkToNothingLeavesTheLink) {
+  const std::string link = "/tmp/home/link";
+  std::filesystem::create_symlink("/tmp/home/new", link);
+  OldFile old = OldFile::copy_of(link);
+  EXPECT_TRUE(old.is_safe());
+  write_file(link, "ne");
+  testing::internal::CaptureStderr();
+  old.put_back();
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("/tmp/home/"));
+  EXPECT_EQ("link\nstd.vcf\n", names());
+}
+
+TEST_F(KeptOldFile, IsNotSafeOnAFullDisk) {
+  write_file(path, std::string(20'000, 'o'));
+  const SmallDisk disk("/tmp/home");
+  disk.fill_but(3);
+  testing::internal::CaptureStderr();
+  const OldFile old = OldFile::copy_of(path);
+  EXPECT_FALSE(old.is_safe());
+  EXPECT_EQ(std::string(path) + " is not replaced: No space left on device\n",
+            testing::internal::GetCapturedStderr());
+}
+
+TEST_F(KeptOldFile, IsSafeUnderASecondNameOnAFullDisk) {
+  write_file(path, std::string(20'000, 'o'));
+  const SmallDisk disk("/tmp/home");
+  disk.fill_but(0);
+  OldFile old = OldFile::second_name_of(path);
+  EXPECT_TRUE(old.is_safe());
+  std::filesystem::remove(path);
+  old.put_back();
+  EXPECT_EQ(std::string(20'000, 'o'), read_file(path));
+}
+
+TEST_F(KeptOldFile, IsNamedWhenItCannotBePutBack) {
+  OldFile old = OldFile::copy_of(path);
+  shell_quietly("rm " + std::string(path) + " && mkdir " + path);
+  testing::internal::CaptureStderr();
+  old.put_back();
+  const std::string said = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(said,
+              StartsWith(std::string(path) + " could not be written whole; the old one is /tmp/home/.br"));
+  EXPECT_EQ("old", read_file(said.substr(said.find("is /") + 3, said.size() - said.find("is /") - 4)));
+}
+
+// ---- Joined files ---------------------------------------------------------------------------------------
+
+TEST(JoinedFiles, HoldTheirPartsInOrderAndNothingElse) {
+  write_file("/tmp/one", "1\n");
+  write_file("/tmp/two", "2\n");
+  write_file("/tmp/joined", "1\n2\n");
+  EXPECT_TRUE(holds_joined("/tmp/joined", {"/tmp/one", "/tmp/two"}));
+  EXPECT_TRUE(holds_joined("/tmp/joined", {"/tmp/one", "/tmp/none", "/tmp/two"}));
+  EXPECT_TRUE(holds_joined("/tmp/none", {"/tmp/none"}));
+  EXPECT_FALSE(holds_joined("/tmp/joined", {"/tmp/two", "/tmp/one"}));
+  EXPECT_FALSE(holds_joined("/tmp/joined", {"/tmp/one"}));
+  EXPECT_FALSE(holds_joined("/tmp/none", {"/tmp/one"}));
+  EXPECT_FALSE(holds_joined("/tmp/one", {"/tmp/one", "/tmp/two"}));
+}
+
+// ---- Line ends ------------------------------------------------------------------------------------------
+
+std::string last_line_ended(const std::string& text) {
+  write_file("/tmp/text", text);
+  EXPECT_TRUE(end_last_line("/tmp/text"));
+  return read_file("/tmp/text");
+}
+
+std::string mended(const std::string& text) {
+  write_file("/tmp/text", text);
+  EXPECT_TRUE(mend_lines("/tmp/text"));
+  return read_file("/tmp/text");
+}
+
+TEST(LastLine, GetsAnEndIfItHasNone) {
+  EXPECT_EQ("a\nb\n", last_line_ended("a\nb"));
+  EXPECT_EQ("a\r\nb\n", last_line_ended("a\r\nb"));
+  EXPECT_EQ("a\n", last_line_ended("a\n"));
+  EXPECT_EQ("a\r\n", last_line_ended("a\r\n"));
+  EXPECT_EQ("", last_line_ended(""));
+}
+
+TEST(LastLine, OfNoFileIsNone) {
+  EXPECT_TRUE(end_last_line("/tmp/none"));
+  EXPECT_TRUE(mend_lines("/tmp/none"));
+  EXPECT_FALSE(exists("/tmp/none"));
+}
+
+TEST(Lines, GetLocalEnds) {
+  EXPECT_EQ("a\nb\n", mended("a\r\nb\r\n"));
+  EXPECT_EQ("a\nb\n", mended("a\r\nb"));
+  EXPECT_EQ("a\nb\n", mended("a\r\r\nb\r"));
+  EXPECT_EQ("a\rb\n\n", mended("a\rb\n\r\n"));
+  EXPECT_EQ(std::string("a\n\0\n", 4), mended(std::string("a\r\n\0", 4)));
+  EXPECT_EQ("a\x1a\nb\n", mended("\xEF\xBB\xBF"
+                                 "a\x1a\r\nb\r\n\x1a\x1a"));
+  EXPECT_EQ("", mended(""));
+}
+
+TEST(Lines, ThatCannotBeMendedStayAsTheyAre) {
+  write_file("/tmp/small/text", "a\r\nb");
+  const SmallDisk disk("/tmp/small");
+  disk.fill_but(0);
+  EXPECT_FALSE(mend_lines("/tmp/small/text"));
+  EXPECT_FALSE(end_last_line("/tmp/small/text"));
+  EXPECT_EQ("a\r\nb", read_file("/tmp/small/text"));
+}
+
+}  // namespace
