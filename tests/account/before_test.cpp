@@ -264,12 +264,11 @@ TEST(Before, each_value_that_evolution_refuses_is_named) {
           (has_address ? "SMTP Email Address=ann@a.example\n" : "") + std::string(key) + "=" + value + "\n";
       const Entries entries = {{std::string(accounts) + "1", "Account Name=One\nSMTP Server=a.example\n"},
                                {std::string(accounts) + "2", bad}};
-      EXPECT_EQ(
-          (Lines{
-              std::string(
-                  "Brindle/ImapMail/brindle-email-accounts/2: Evolution will not read any e-mail account: ") +
-              key + " holds & or <."}),
-          Ahead().archive(entries).see(foresee_accounts))
+      EXPECT_EQ((Lines{std::string("Brindle/ImapMail/brindle-email-accounts/2: Evolution will read neither "
+                                   "this e-mail account nor those "
+                                   "behind it: ") +
+                       key + " holds & or <."}),
+                Ahead().archive(entries).see(foresee_accounts))
           << bad;
       EXPECT_EQ(Lines{}, Ahead(System::xandros).archive(entries).see(foresee_accounts));
     }
@@ -289,6 +288,119 @@ TEST(Before, mail_without_the_folder_of_accounts_stays_behind_on_evolution) {
                    "ImapMail/brindle-email-accounts as well."}),
             Ahead().archive(mail).see(foresee_accounts));
   EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(mail).see(foresee_accounts));
+}
+
+// ---- Conditions ----------------------------------------------------------------------------------------
+
+TEST(Before, what_waits_for_a_folder_is_named_when_that_is_missing) {
+  const Entries all = {{"ImapMail/Calendar/calendar.ics", "x"},
+                       {"ImapMail/Contacts/", ""},
+                       {"ImapMail/Tasks/tasks.ics", "x"},
+                       {std::string(accounts), ""},
+                       {"Mail/Inbox", "x"},
+                       {"Notes/1.txt", "x"}};
+  const auto without = [&all](const std::string& beginning) {
+    Entries rest;
+    for (const auto& entry : all)
+      if (!entry.first.starts_with(beginning)) rest.push_back(entry);
+    return rest;
+  };
+  const auto named = [&](System system, const std::string& missing) {
+    return Ahead(system).archive(without(missing)).see(foresee_conditions);
+  };
+  const auto waits = [](const std::string& name, const std::string& folder) {
+    return "Brindle/" + name + ": It is only moved when the archive has " + folder + " as well.";
+  };
+  for (int i = 0; i < system_count; ++i)
+    EXPECT_EQ(Lines{}, Ahead(static_cast<System>(i)).archive(all).see(foresee_conditions));
+  EXPECT_EQ((Lines{waits("ImapMail/Calendar/calendar.ics", "ImapMail/Contacts"),
+                   waits("ImapMail/Tasks/tasks.ics", "ImapMail/Contacts")}),
+            named(System::nld, "ImapMail/Contacts"));
+  EXPECT_EQ(Lines{}, named(System::xandros, "ImapMail/Contacts"));
+  EXPECT_EQ(Lines{}, named(System::gnome, "ImapMail/Calendar"));
+  EXPECT_EQ(Lines{waits("ImapMail/Tasks/tasks.ics", "ImapMail/Calendar")},
+            named(System::redflag, "ImapMail/Calendar"));
+  EXPECT_EQ(Lines{}, named(System::linspire, "ImapMail/Calendar"));
+  EXPECT_EQ((Lines{waits("Mail", "ImapMail"), waits("Notes", "ImapMail")}),
+            named(System::xandros, "ImapMail"));
+  EXPECT_EQ(Lines{waits("Mail", "ImapMail")}, named(System::linspire, "ImapMail"));
+  EXPECT_EQ(Lines{}, named(System::gnome, "ImapMail"));  // named with the accounts
+}
+
+// ---- Letters -------------------------------------------------------------------------------------------
+
+// An address book with Ann Lee and a contact of that name.
+std::string book_with(const std::string& name) {
+  write_file("/tmp/name", name);
+  EXPECT_EQ(0, shell_quietly("rm -f /tmp/book.db && perl -MDB_File -e '"
+                             "tie my %book, \"DB_File\", \"/tmp/book.db\", O_RDWR | O_CREAT, 0644, $DB_HASH;"
+                             "open my $in, \"<\", \"/tmp/name\"; my $name = <$in>;"
+                             "$book{\"PAS-DB-VERSION\\0\"} = \"0.2\\0\"; my $end = \"END:VCARD\\0\";"
+                             "$book{\"1\\0\"} = \"BEGIN:VCARD\\r\\nUID:1\\r\\nFN:Ann Lee\\r\\n$end\";"
+                             "$book{\"2\\0\"} = \"BEGIN:VCARD\\r\\nUID:2\\r\\nFN:$name\\r\\n$end\";'"));
+  return read_file("/tmp/book.db");
+}
+
+// Every text that has letters, with `letters` in it.
+Entries written_with(const std::string& letters) {
+  return {{"ImapMail/Calendar/calendar.ics", "BEGIN:VCALENDAR\nX:" + letters + "\nEND:VCALENDAR\n"},
+          {"ImapMail/Contacts/addressbook.db", book_with(letters)},
+          {"ImapMail/Tasks/tasks.ics", "BEGIN:VCALENDAR\nX:" + letters + "\nEND:VCALENDAR\n"},
+          {std::string(accounts) + "1", "Account Name=" + letters + "\n"},
+          {std::string(accounts) + "2", "Account Name=Home\n"},
+          {"Notes/1.txt", "Subject: " + letters + "\n"},
+          {"Notes/2.txt", "Subject: Shopping\n"}};
+}
+
+TEST(Before, letters_that_kmails_systems_would_lose_are_named) {
+  const std::string text =
+      ": Its letters are not in the character set GB2312, which this desktop takes them for; some will be "
+      "lost.";
+  const Lines all = {"Brindle/ImapMail/brindle-email-accounts/1" + text,
+                     "Brindle/ImapMail/Calendar/calendar.ics" + text,
+                     "Brindle/ImapMail/Tasks/tasks.ics" + text,
+                     "Brindle/ImapMail/Contacts/addressbook.db" + text, "Brindle/Notes/1.txt" + text};
+  for (const char* foreign : {"M\xc3\xbcller", "M\xfcller", "\xe7\x8e\x8b"})
+    EXPECT_EQ(all, Ahead(System::xandros).archive(written_with(foreign)).see(foresee_letters)) << foreign;
+  for (const char* fitting : {"Mueller", "\xcd\xf5"})
+    EXPECT_EQ(Lines{}, Ahead(System::redflag).archive(written_with(fitting)).see(foresee_letters)) << fitting;
+}
+
+TEST(Before, accounts_in_another_character_set_are_noted_where_it_is_guessed) {
+  const Lines account = {
+      "Brindle/ImapMail/brindle-email-accounts/1: Its letters are not in UTF-8 and are taken for "
+      "CP1252; letters of another character set become others."};
+  for (const System system : {System::gnome, System::linspire}) {
+    EXPECT_EQ(account, Ahead(system).archive(written_with("M\xfcller")).see(foresee_letters));
+    EXPECT_EQ(Lines{}, Ahead(system).archive(written_with("M\xc3\xbcller")).see(foresee_letters));
+  }
+}
+
+// ---- Network drives ------------------------------------------------------------------------------------
+
+TEST(Before, each_drive_that_breaks_the_list_of_drives_is_named) {
+  const std::string text =
+      ": No network drive will be seen in the file manager: its name or address holds & or <, or is not "
+      "UTF-8.";
+  const Entries drives = {{"Mapped_Drives/a.txt", "//srv/public\r\nPublic (P)\r\n"},
+                          {"Mapped_Drives/b.txt", "//srv/r&d\nResearch (Q)\n"},
+                          {"Mapped_Drives/c.txt",
+                           "//srv/b\xc3\xbc"
+                           "cher\nB\xc3\xbc"
+                           "cher (R)\n"},
+                          {"Mapped_Drives/d.txt",
+                           "//srv/books\nB\xfc"
+                           "cher (S)\n"},
+                          {"Mapped_Drives/e.txt", "//srv/e\nR<D (T)\nthird line & more\n"},
+                          {"Mapped_Drives/f.txt", "//srv/f\nF (U)\nthird line & more\n"},
+                          {"Mapped_Drives/folder/a.txt", "//srv/a&b\nA (V)\n"},
+                          {"Profiles/zoe/Mapped_Drives/a.txt", "//srv/a&b\nA (V)\n"}};
+  for (const System system : {System::nld, System::redflag}) {
+    EXPECT_EQ(
+        (Lines{"Brindle/Mapped_Drives/b.txt" + text, "Brindle/Mapped_Drives/d.txt" + text,
+               "Brindle/Mapped_Drives/e.txt" + text, "zoe Brindle/Profiles/zoe/Mapped_Drives/a.txt" + text}),
+        Ahead(system).profile("zoe").archive(drives).see(foresee_drives));
+  }
 }
 
 // ---- Printers ------------------------------------------------------------------------------------------
@@ -508,7 +620,8 @@ TEST(Before, the_table_has_one_line_a_warning) {
   EXPECT_EQ(
       "level\tperson\tkind\tname\ttext\n"
       "warning\t-\t-\ta\\tb\tIt is damaged: its checksum is wrong or its data end early.\n"
-      "warning\tann\tmail-accounts\thome\tEvolution will not read any e-mail account: Email holds & or <.\n"
+      "warning\tann\tmail-accounts\thome\tEvolution will read neither this e-mail account "
+      "nor those behind it: Email holds & or <.\n"
       "note\tann\tprinters\tx\tNo driver is found by itself for HP; a window will ask.\n",
       table_of_warnings(warnings, Texts()));
 }

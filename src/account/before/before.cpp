@@ -32,7 +32,10 @@ std::vector<Warning> foresee(const Outlook& outlook) {
   foresee_entries(outlook, found);
   foresee_left_over(outlook, found);
   foresee_settings(outlook, found);
+  foresee_conditions(outlook, found);
   foresee_accounts(outlook, found);
+  foresee_letters(outlook, found);
+  foresee_drives(outlook, found);
   foresee_printers(outlook, found);
   foresee_logins(outlook, found);
   foresee_space(outlook, found);

@@ -49,7 +49,12 @@ void foresee_entries(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< each entry, checksums included
 void foresee_left_over(const Outlook& outlook, std::vector<Warning>& found);  ///< what no kind looks at
 void foresee_settings(const Outlook& outlook, std::vector<Warning>& found);  ///< lines that are cut or hidden
+void foresee_conditions(const Outlook& outlook, std::vector<Warning>& found);  ///< what waits for a folder
 void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found);  ///< what Evolution would refuse
+void foresee_letters(const Outlook& outlook,
+                     std::vector<Warning>& found);  ///< texts in another character set
+void foresee_drives(const Outlook& outlook,
+                    std::vector<Warning>& found);  ///< what breaks the file manager's list
 void foresee_printers(const Outlook& outlook, std::vector<Warning>& found);  ///< queues, windows
 void foresee_logins(const Outlook& outlook, std::vector<Warning>& found);    ///< new user accounts
 void foresee_space(const Outlook& outlook, std::vector<Warning>& found);     ///< in /tmp and in the homes

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <optional>
 #include <vector>
 
 #include "account/archive/charset.h"
@@ -15,13 +14,7 @@
 namespace account {
 namespace {
 
-constexpr std::size_t largest_drive = 1 << 20, piece = 1023;
-
-// Both as bytes of the archive, whatever their character set.
-struct Drive {
-  std::string share;
-  std::string name;
-};
+constexpr std::size_t piece = 1023;
 
 struct Fault {
   Cause cause;
@@ -29,22 +22,6 @@ struct Fault {
 };
 
 // ---- The archive ----------------------------------------------------------------------------------------
-
-// The first two lines, read in pieces of 1023 bytes of which each counts as a line; a NUL ends a value.
-std::optional<Drive> drive_of(std::string_view text) {
-  std::vector<std::string> lines;
-  while (!text.empty() && lines.size() < 2) {
-    const std::size_t end = text.find('\n');
-    const std::size_t taken = std::min(piece, end == std::string_view::npos ? text.size() : end + 1);
-    std::string_view line = text.substr(0, taken);
-    text.remove_prefix(taken);
-    if (line.ends_with('\n')) line.remove_suffix(1);
-    if (taken == end + 1 && line.ends_with('\r')) line.remove_suffix(1);
-    lines.emplace_back(std::string(line).c_str());
-  }
-  if (lines.size() < 2) return std::nullopt;
-  return Drive{lines[0], lines[1]};
-}
 
 std::optional<Fault> fault_in_archive(const Entry& entry, const std::string& name) {
   if (entry.folder || name.find('/') != std::string::npos) return Fault{Cause::folder_left_out};
@@ -133,6 +110,21 @@ std::optional<Fault> fault_of_link(const Case& of, const Drive& drive) {
 }
 
 }  // namespace
+
+std::optional<Drive> drive_of(std::string_view text) {
+  std::vector<std::string> lines;
+  while (!text.empty() && lines.size() < 2) {
+    const std::size_t end = text.find('\n');
+    const std::size_t taken = std::min(piece, end == std::string_view::npos ? text.size() : end + 1);
+    std::string_view line = text.substr(0, taken);
+    text.remove_prefix(taken);
+    if (line.ends_with('\n')) line.remove_suffix(1);
+    if (taken == end + 1 && line.ends_with('\r')) line.remove_suffix(1);
+    lines.emplace_back(std::string(line).c_str());
+  }
+  if (lines.size() < 2) return std::nullopt;
+  return Drive{lines[0], lines[1]};
+}
 
 void compare_drives(const Case& of, Tally& tally) {
   const std::vector<Drive> drives = find_drives(of, tally);
