@@ -14,14 +14,17 @@
 /// file.
 class Descriptor {
  public:
-  explicit Descriptor(int number) : number_(number) {}
+  explicit Descriptor(int number = -1) : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
   ~Descriptor() {
     const int error = errno;
     static_cast<void>(close());
     errno = error;
   }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
 
   explicit operator bool() const { return number_ >= 0; }
   int number() const { return number_; }

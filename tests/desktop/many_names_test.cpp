@@ -6,6 +6,7 @@
 
 #include "process/desktop/documents.h"
 #include "process/desktop/fonts.h"
+#include "process/desktop/wallpaper.h"
 #include "shell/files.h"
 #include "shell/run.h"
 #include "state/state.h"
@@ -97,6 +98,22 @@ TEST_F(ManyNames, ThatCannotBeCopiedFailTheItem) {
 }
 
 // ---- The same, when the shell only says that there were too many -------------------------------------
+
+TEST_F(ManyNames, BesideTheWallpaperAreAllCopied) {
+  write_file(fill_folder("Wallpaper", 20) + "/option.txt", "C");
+  answer_command("cp ", too_many_names);
+  EXPECT_EQ(0, wallpaper(archive));
+  expect_copied("cp /tmp/brindAb/Brindle/Wallpaper/* /root", "/root");
+}
+
+TEST_F(ManyNames, BesideTheWallpaperThatCannotBeCopiedFailTheItem) {
+  write_file(fill_folder("Wallpaper", 20) + "/option.txt", "C");
+  write_file("/root/zzz last/in the way", "");
+  answer_command("cp ", too_many_names);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, wallpaper(archive));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("/root/zzz last: Is a directory\n"));
+}
 
 TEST_F(ManyNames, OfDocumentsOnTheDesktopAreAllCopied) {
   assign(OSName, "RedFlag");

@@ -7,10 +7,12 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* settings = "/tmp/b/Groupwise/.gwuser.xml";
@@ -71,6 +73,36 @@ TEST(Groupwise, AMailboxMayBeAFile) {
   write_file("/tmp/b/Groupwise/gwremote", "mail");
   groupwise("/tmp/b");
   EXPECT_EQ("mail", read_file("/root/gwremote"));
+}
+
+TEST(Groupwise, LeavesTheOldSettingsOnAFullDisk) {
+  const std::string new_settings = std::string(20'000, 'n') + "\n";
+  write_file(settings, new_settings);
+  write_file("/home/ann/.gwuser.xml", "old");
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  const SmallDisk disk("/home/ann");
+  disk.fill_but(2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("the old one is back\n"));
+  EXPECT_EQ("old", read_file("/home/ann/.gwuser.xml"));
+  disk.empty();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_EQ(new_settings, read_file("/home/ann/.gwuser.xml"));
+  EXPECT_EQ("", output_of("ls -A /home/ann | grep brindle"));
+}
+
+// The working copy and the settings lie on one disk.
+TEST(Groupwise, RewritesNothingFromACopyThatIsCutOff) {
+  const std::string text = mailbox + std::string(20'000, 'n') + "\n";
+  write_file(settings, text);
+  const SmallDisk disk("/tmp/b/Groupwise");
+  disk.fill_but(2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Could not be pointed to the mailbox"));
+  EXPECT_EQ(text, read_file("/root/.gwuser.xml"));
 }
 
 TEST(Groupwise, OfAHostileFolderNameStaysOneWord) {

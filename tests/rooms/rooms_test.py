@@ -13,6 +13,7 @@ BUILD = Path(os.environ["BRINDLE_BUILD"])
 SRC = SOURCE / "src"
 
 ROW = re.compile(r"\| `src/([^`]+)` \| [^|]+ \| ([^|]*) \| ([^|]*) \|")
+TYPE = re.compile(r"^(?:class|struct|enum class) (\w+)[^;]*?\{", re.MULTILINE)
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
 
 
@@ -130,6 +131,17 @@ class Sources(unittest.TestCase):
         wrong = [f"{path.relative_to(SOURCE)} includes {header}" for folder in ("tests", "tools", "bench")
                  for path in sources(SOURCE / folder) for header in INCLUDE.findall(path.read_text()) if ".." in header]
         self.assertEqual([], wrong)
+
+
+    def test_a_type_is_defined_in_one_header(self):
+        """A program that links two of one name takes the functions of either for both."""
+        account = SRC / "account"
+        headers = [path for path in sources() if path.suffix == ".h"]
+        for program in ([path for path in headers if account not in path.parents],
+                        [path for path in headers if account in path.parents]):
+            found = [name for path in program for name in TYPE.findall(path.read_text())]
+            self.assertNotEqual([], found)
+            self.assertEqual([], sorted({name for name in found if found.count(name) > 1}))
 
 
 FAMILIES = ("evolution", "kde", "mozilla")

@@ -354,14 +354,14 @@ class Restorer {
     bool written = true;
     const Zip::Reading reading =
         zip_.read(wanted_[at].number, unpacked_.password, [&](std::string_view bytes) {
-          written = write(file.get(), bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+          written = write(file.number(), bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
           return written && !stop_();
         });
     if (!written) return "cannot be written";
     if (reading != Zip::Reading::whole) return "cannot be read from the archive";
     const std::time_t time = zip_.entry(wanted_[at].number).time;
     const timespec times[] = {{.tv_sec = time, .tv_nsec = 0}, {.tv_sec = time, .tv_nsec = 0}};
-    futimens(file.get(), times);
+    futimens(file.number(), times);
     return nullptr;
   }
 

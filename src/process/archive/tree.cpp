@@ -35,15 +35,6 @@ bool may_be_entered(const std::string& name) { return !name.empty() && name != "
 
 }  // namespace
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(number_, other.number_);
-  return *this;
-}
-
-Descriptor::~Descriptor() {
-  if (number_ >= 0) close(number_);
-}
-
 Tree::Tree(const std::string& folder) : folder_(folder), root_(open(folder.c_str(), folder_flags)) {}
 
 Tree::Contents Tree::contents() const {
@@ -68,15 +59,15 @@ Tree::Contents Tree::contents() const {
 }
 
 Descriptor Tree::open_folder(const std::string& path, bool make) const {
-  Descriptor folder(openat(root_.get(), ".", folder_flags));
+  Descriptor folder(openat(root_.number(), ".", folder_flags));
   for (std::string rest = path; folder && !rest.empty();) {
     const std::string name = next_name(rest);
     if (!may_be_entered(name)) {
       errno = EINVAL;
       return Descriptor();
     }
-    if (make && mkdirat(folder.get(), name.c_str(), 0777) != 0 && errno != EEXIST) return Descriptor();
-    folder = Descriptor(openat(folder.get(), name.c_str(), folder_flags));
+    if (make && mkdirat(folder.number(), name.c_str(), 0777) != 0 && errno != EEXIST) return Descriptor();
+    folder = Descriptor(openat(folder.number(), name.c_str(), folder_flags));
   }
   return folder;
 }
@@ -89,12 +80,12 @@ Descriptor Tree::open_parent(const std::string& path, bool make) const {
 
 std::optional<std::uint32_t> Tree::checksum(const std::string& path) const {
   const Descriptor folder = open_parent(path, false);
-  const Descriptor file(openat(folder.get(), name_in(path).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  const Descriptor file(openat(folder.number(), name_in(path).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!file) return std::nullopt;
   std::vector<unsigned char> piece(piece_size);
   uLong sum = crc32(0, nullptr, 0);
   ssize_t size = 0;
-  while ((size = read(file.get(), piece.data(), piece.size())) > 0)
+  while ((size = read(file.number(), piece.data(), piece.size())) > 0)
     sum = crc32(sum, piece.data(), static_cast<uInt>(size));
   if (size < 0) return std::nullopt;
   return static_cast<std::uint32_t>(sum);
@@ -106,22 +97,22 @@ bool Tree::move(const std::string& from, const std::string& to) const {
   const Descriptor source = open_parent(from, false);
   const Descriptor target = open_parent(to, true);
   if (!source || !target) return false;
-  return renameat(source.get(), name_in(from).c_str(), target.get(), name_in(to).c_str()) == 0;
+  return renameat(source.number(), name_in(from).c_str(), target.number(), name_in(to).c_str()) == 0;
 }
 
 Descriptor Tree::create(const std::string& path) const {
   const Descriptor folder = open_parent(path, true);
   if (!folder) return Descriptor();
   constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  return Descriptor(openat(folder.get(), name_in(path).c_str(), flags, 0666));
+  return Descriptor(openat(folder.number(), name_in(path).c_str(), flags, 0666));
 }
 
 void Tree::remove_file(const std::string& path) const {
   const Descriptor folder = open_parent(path, false);
-  if (folder) unlinkat(folder.get(), name_in(path).c_str(), 0);
+  if (folder) unlinkat(folder.number(), name_in(path).c_str(), 0);
 }
 
 void Tree::remove_folder(const std::string& path) const {
   const Descriptor folder = open_parent(path, false);
-  if (folder) unlinkat(folder.get(), name_in(path).c_str(), AT_REMOVEDIR);
+  if (folder) unlinkat(folder.number(), name_in(path).c_str(), AT_REMOVEDIR);
 }

@@ -8,19 +8,7 @@
 #include <string>
 #include <vector>
 
-/// A file descriptor that closes itself; -1 for none.
-class Descriptor {
- public:
-  explicit Descriptor(int number = -1) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(other.number_) { other.number_ = -1; }
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  ~Descriptor();
-  int get() const { return number_; }
-  explicit operator bool() const { return number_ >= 0; }
-
- private:
-  int number_;
-};
+#include "shell/beside.h"
 
 class Tree {
  public:

@@ -10,6 +10,7 @@
 #include "process/archive/layout.h"
 #include "process/desktop/first_entry.h"
 #include "process/desktop/migrate_settings.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -63,14 +64,17 @@ int failed_without_style(std::FILE* log) {
 struct Copied {
   std::optional<std::string> picture;
   std::optional<Style> style;
+  bool whole;  // false when the copying was left to us and failed
 };
 
 // The picture and what lies beside it go to the home itself; the style's file is removed there again.
 Copied copy_all(const Target& target) {
   const std::string style = style_file(target.home);
   const SetAside own_file(style);
-  SYSTEM(compose("cp %s/* %s", folder_in(target.root), target.home));
-  Copied copied = {find_picture(target.root), read_style(style)};
+  const std::string folder = folder_in(target.root);
+  const bool whole =
+      copy_entries(compose("cp %s/* %s", folder, target.home), folder, target.home, CopyLike::cp);
+  Copied copied = {find_picture(target.root), read_style(style), whole};
   unlink(style.c_str());
   return copied;
 }
@@ -175,7 +179,9 @@ int wallpaper(const char* args) {
   const Copied copied = copy_all(target);
   if (!copied.picture) return -1;
   if (!copied.style) return failed_without_style(fp_log);
-  return set_gnome_background(target, target.home + "/" + *copied.picture, gnome_option(*copied.style));
+  const int result =
+      set_gnome_background(target, target.home + "/" + *copied.picture, gnome_option(*copied.style));
+  return copied.whole ? result : -1;
 }
 
 int kdewallpaper(const char* args) {

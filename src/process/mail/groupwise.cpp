@@ -1,13 +1,16 @@
 #include "process/mail/groupwise.h"
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "process/archive/layout.h"
+#include "process/mail/old_file.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
 
@@ -31,14 +34,24 @@ std::string pointed_to_home(std::string_view line, const std::string& home) {
   return names_mailbox ? fill(mailbox_in_home, {{"home", home}}) : std::string(line);
 }
 
-// `to` is only opened, and so emptied, once its copy `from` could be.
-void write_settings(const std::string& from, const std::string& to, const std::string& home) {
-  const File in = open_file(from, "r");
-  const File out = in ? open_file(to, "w") : nullptr;
-  if (!out) return;
+// False when `to` stays as it was: its copy `from` is not whole, or there is no room.
+bool rewrite_settings(const std::string& from, const std::string& to, const std::string& home) {
+  const File in = same_content(from, to) ? open_file(from, "r") : nullptr;
+  if (!in) return false;
   PieceReader reader(in.get(), line_limit);
+  std::string text;
   std::string_view line;
-  while (reader.next(line)) write_text(out, pointed_to_home(line, home));
+  while (reader.next(line)) text += pointed_to_home(line, home);
+  return replace_file(to, text);
+}
+
+// The old file stays unless the new one is whole.
+void copy_settings(const std::string& settings, const std::string& home) {
+  const std::string own = home + "/" + layout::groupwise_settings;
+  OldFile old = OldFile::copy_of(own);
+  if (!old.is_safe()) return;
+  SYSTEM(compose("cp -a %s %s/", settings, home));
+  if (!same_content(settings, own)) old.put_back();
 }
 
 }  // namespace
@@ -52,8 +65,9 @@ int groupwise(const char* args) {
   SYSTEM(compose("cp %s %s", settings, copy));
   trace_home(target.home);
   if (target.home.empty()) return 0;
-  write_settings(copy, settings, target.home);
-  SYSTEM(compose("cp -a %s %s/", settings, target.home));
+  if (!rewrite_settings(copy, settings, target.home))
+    std::fprintf(stderr, "Could not be pointed to the mailbox in the home: %s\n", settings.c_str());
+  copy_settings(settings, target.home);
   SYSTEM(compose("cp -a %s/%s %s", folder, layout::groupwise_mailbox, target.home));
   return 0;
 }

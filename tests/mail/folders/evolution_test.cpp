@@ -70,6 +70,32 @@ TEST_F(EvolutionFolders, AHomeWithoutEvolutionGetsTheFoldersOfEvolution1) {
   EXPECT_EQ(counted_mail_tree, counted("evolution", "/root/evolution/local"));
 }
 
+// What system() has of a command with more names than the kernel takes.
+constexpr int too_many_names = 126 << 8;
+
+TEST_F(EvolutionFolders, MoreThanACommandTakesAreAllCopied) {
+  make_mail_tree(mail);
+  answer_command("cp -a", too_many_names);
+  pop();
+  EXPECT_EQ(counted_mail_tree, counted("evolution", "/root/evolution/local"));
+  std::filesystem::create_directory("/root/.evolution");
+  std::filesystem::remove_all(staging);
+  answer_command("cp -a", too_many_names);
+  pop();
+  EXPECT_EQ(counted_mail_tree, counted("archive", "/root/.evolution/mail/local"));
+}
+
+TEST_F(EvolutionFolders, MoreThanACommandTakesThatCannotBeCopiedAreAFailure) {
+  write_file(mail + "/Inbox", "From a\n");
+  for (const char* store : {"/root/evolution/local", "/root/.evolution/mail/local"}) {
+    answer_command("cp -a", too_many_names);
+    write_file(std::string(store) + "/Inbox/mbox/in the way", "");
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(migrate_mail_folders(target_of(""), mail));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(std::string(store) + "/Inbox"));
+  }
+}
+
 TEST_F(EvolutionFolders, AProfilesMissingStoreBelongsToTheOwnerOfTheHome) {
   isDefaultUser = 0;
   ASSERT_TRUE(assign(cur_user, "ann"));

@@ -346,6 +346,32 @@ TEST_F(Mozilla, GoesOnWithoutAccounts) {
   EXPECT_TRUE(exists(std::string(profile) + "/Mail/Local Folders/Inbox"));
 }
 
+// What system() has of a command with more names than the kernel takes.
+constexpr int too_many_names = 126 << 8;
+
+TEST_F(Mozilla, CopiesMoreMailFoldersThanACommandTakes) {
+  write_file("/tmp/b/Mail/Inbox", "From - a\n");
+  write_file("/tmp/b/Mail/Inbox.sbd/Work", "From - b\n");
+  answer_command("cp -rf", too_many_names);
+  EXPECT_EQ(0, mozilla("/tmp/b"));
+  const std::string folders = std::string(profile) + "/Mail/Local Folders";
+  EXPECT_EQ("From - a\n", read_file(folders + "/Inbox"));
+  EXPECT_EQ("From - b\n", read_file(folders + "/Inbox.sbd/Work"));
+  write_file("/tmp/x/Drafts", "c");
+  shell_quietly("mkdir /tmp/y");
+  EXPECT_EQ(0, copymozillafiles("/tmp/x", "/tmp/y"));
+  EXPECT_EQ("c", read_file("/tmp/y/Drafts"));
+}
+
+TEST_F(Mozilla, FailsWhenSoManyMailFoldersCannotBeCopied) {
+  write_file("/tmp/b/Mail/Inbox", "From - a\n");
+  write_file(std::string(profile) + "/Mail/Local Folders/Inbox/in the way", "");
+  answer_command("cp -rf", too_many_names);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Local Folders/Inbox: Is a directory\n"));
+}
+
 TEST_F(Mozilla, CopiesMailWithAHostileFolderName) {
   write_file("/tmp/x;touch ran;$(touch ran)/Inbox", "m");
   shell_quietly("mkdir '/tmp/a b'");

@@ -242,11 +242,11 @@ bool store_accounts(const Target& target, const Descriptions& descriptions) {
 
 // ---- Folders, calendar, contacts, tasks --------------------------------------------------------------
 
-void migrate_folders(const Target& target) {
-  if (is_folder(target.root.c_str(), layout::mail_folders) == 0) return;
+bool migrate_folders(const Target& target) {
+  if (is_folder(target.root.c_str(), layout::mail_folders) == 0) return true;
   const std::string folder = target.root + "/" + layout::mail_folders;
   std::printf("Popping Mail::%s\n", folder.c_str());
-  migrate_mail_folders(target, folder);
+  return migrate_mail_folders(target, folder);
 }
 
 // Deliberate: part of the output. Calendar and tasks come with the contacts or not at all.
@@ -266,10 +266,10 @@ int mail_account(const char* path) {
   const std::optional<Descriptions> descriptions = describe_all(target);
   if (!descriptions) return -1;
   if (!store_accounts(target, *descriptions)) return -1;
-  migrate_folders(target);
+  const bool copied = migrate_folders(target);
   const int result = migrate_personal_data(target, fp_log);
   std::printf("Returning from Mail Account.");
-  return result;
+  return copied ? result : -1;
 }
 
 int extract_from_account_path(const char* account_path, char* data) {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "process/archive/layout.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -101,9 +102,11 @@ void build_tree(const Target& target, const std::string& mail_dir, const std::st
 
 // ---- Into the store ----------------------------------------------------------------------------------
 
-void run_and_trace(const shell::Command& copy) {
-  SYSTEM(copy);
+// False when the copying was left to us and failed.
+bool copy_and_trace(const shell::Command& copy, const std::string& from, const std::string& to) {
+  const bool copied = copy_entries(copy, from, to, CopyLike::cp_a);
   std::printf("Command Executed::%s\n", copy.c_str());
+  return copied;
 }
 
 // One that cannot be made is the command's to complain of.
@@ -111,37 +114,38 @@ void make_store(const Target& target, const char* folder) {
   static_cast<void>(make_home_folder(target.home, folder));
 }
 
-void migrate_to_evolution_2(const Target& target, const std::string& mail_dir) {
+bool migrate_to_evolution_2(const Target& target, const std::string& mail_dir) {
   make_store(target, ".evolution/mail/local");
-  run_and_trace(compose("cp -a %s/* %s/.evolution/mail/local/", mail_dir, target.home));
+  return copy_and_trace(compose("cp -a %s/* %s/.evolution/mail/local/", mail_dir, target.home), mail_dir,
+                        target.home + "/.evolution/mail/local");
 }
 
-void migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
+bool migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
   const std::string staging = mail_dir + std::string(staging_area);
   build_tree(target, mail_dir, staging);
   make_store(target, "evolution/local");
-  run_and_trace(compose("cp -a %s* %s/evolution/local/", staging, target.home));
+  return copy_and_trace(compose("cp -a %s* %s/evolution/local/", staging, target.home), staging,
+                        target.home + "/evolution/local");
 }
 
 }  // namespace
 
 void stop_evolution() { shell::run_unlogged(compose("evolution --force-shutdown")); }
 
-void migrate_mail_folders(const Target& target, const std::string& mail_dir) {
+bool migrate_mail_folders(const Target& target, const std::string& mail_dir) {
   stop_evolution();  // Deliberate: part of the output.
   trace_home(target.home);
-  if (target.home.empty()) return;
+  if (target.home.empty()) return true;
   std::printf("Checking for evolution version.");
-  if (is_folder(target.home.c_str(), ".evolution") != 0) {
-    migrate_to_evolution_2(target, mail_dir);
-  } else {
-    migrate_to_evolution_1(target, mail_dir);
-  }
+  const bool is_evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;
+  const bool copied =
+      is_evolution_2 ? migrate_to_evolution_2(target, mail_dir) : migrate_to_evolution_1(target, mail_dir);
   std::printf("Returning");
+  return copied;
 }
 
 void* mails_pop(const char* mail_dir) {
-  migrate_mail_folders(target_of(""), mail_dir);  // the folder is named whole
+  static_cast<void>(migrate_mail_folders(target_of(""), mail_dir));  // the folder is named whole
   return nullptr;
 }
 

@@ -12,8 +12,9 @@ void stop_evolution();
 
 /// Stops Evolution and puts the mail folders of `mail_dir` into the store of `target`: unchanged into
 /// .evolution/mail/local when the home has ".evolution", else as Evolution 1's tree into evolution/local.
-/// The store is made where it is missing; a copy that fails is only logged.
-void migrate_mail_folders(const Target& target, const std::string& mail_dir);
+/// The store is made where it is missing; a command that fails is only logged. False when there were too many
+/// names for the command and they could not all be copied here.
+[[nodiscard]] bool migrate_mail_folders(const Target& target, const std::string& mail_dir);
 
 /// migrate_mail_folders for the user being migrated. Returns a null pointer.
 void* mails_pop(const char* mail_dir);

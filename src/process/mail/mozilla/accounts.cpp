@@ -10,6 +10,7 @@
 #include "process/mail/account.h"
 #include "process/mail/client_files.h"
 #include "process/mail/mozilla/personal.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -86,6 +87,13 @@ shell::Command copy_command(std::string_view source, std::string_view destinatio
   if (!destination.ends_with(local_folders)) return compose("cp -rf %s/* %s", source, destination);
   destination.remove_suffix(local_folders.size());
   return compose("cp -rf %s/* %s/Local\\ Folders", source, destination);
+}
+
+// The folder that the shell takes `destination` for.
+std::string folder_named(std::string_view destination) {
+  if (!destination.ends_with(local_folders)) return std::string(destination);
+  destination.remove_suffix(local_folders.size());
+  return std::string(destination) + "/Local Folders";
 }
 
 // ---- Preferences -------------------------------------------------------------------------------------
@@ -232,11 +240,11 @@ int mozilla(const char* args) {
   const int contacts = mozillaaddressbook(target, profile, profiles->administrators.c_str());
   if (contacts == 1) return 1;
   std::printf("Migrating Mozilla Emails.");
-  // Not looked at: the calendar is migrated without the mail as well.
-  static_cast<void>(copymozillafiles((target.root + "/" + layout::mail_folders).c_str(), mail.c_str()));
+  const int copied = copymozillafiles((target.root + "/" + layout::mail_folders).c_str(), mail.c_str());
   std::printf("Migrating Mozilla Calendar.");
   const int calendar = mozillacalendar(args, profile);
-  return calendar == 0 ? contacts : calendar;
+  if (calendar != 0) return calendar;
+  return contacts != 0 ? contacts : copied;
 }
 
 int mozillaaccountsettings(const char* mozillapath, const char* args) {
@@ -259,5 +267,6 @@ int mozilla_extract_from_account_path(const char* account_path, const char* args
 int copymozillafiles(const char* sourcedir, const char* destdir) {
   const shell::Command command = copy_command(sourcedir, destdir);
   std::printf("CMD::%s\n", command.c_str());
-  return SYSTEM(command);
+  const bool copied = copy_entries(command, sourcedir, folder_named(destdir), CopyLike::cp_rf);
+  return copied && !command.refused() ? 0 : -1;
 }
