@@ -99,6 +99,18 @@ TEST(LeftOver, outside_of_the_root_belongs_to_who_runs_the_wizard) {
   EXPECT_THAT(left(entries, ann), IsEmpty());
 }
 
+// libzip refuses to write a name twice.
+TEST(LeftOver, of_one_name_is_one_thing) {
+  ASSERT_EQ(0, shell_quietly("cd /tmp && rm -f left-over.zip && python3 -W ignore -c \"import zipfile\n"
+                             "z = zipfile.ZipFile('left-over.zip', 'w')\n"
+                             "for name in ('a', 'b', 'a', 'c'): z.writestr('Brindle/' + name, 'x')\n"
+                             "z.close()\""));
+  std::vector<std::string_view> names;
+  const Archive archive(path, "CP437");
+  for (const LeftOver& one : left_over(archive, runner)) names.push_back(one.name);
+  EXPECT_THAT(names, ElementsAre("a", "b", "c"));
+}
+
 TEST(LeftOver, counts_as_found_and_not_arrived) {
   shell_quietly("mkdir -p /root/Desktop && printf x >/root/Desktop/a");
   write_zip(path, {{"Brindle/Desktop/a", "x"}, {"Brindle/zzz", "x"}, {"Brindle/bookmarks.xml", "x"}});

@@ -162,7 +162,8 @@ TEST(EvolutionAccounts, each_bare_character_is_named) {
     write_gconf({replaced(work_account, bare.from, bare.to)});
     const Tally tally = scene.look(Kind::mail_accounts);
     ASSERT_EQ("1 0 0 0 1", numbers(tally));
-    EXPECT_EQ(bare.what, tally.missing().front().detail);
+    EXPECT_EQ(std::string("Evolution cannot read the account: bare ") + bare.what + ".",
+              Texts()(tally.missing().front().cause, tally.missing().front().detail));
     EXPECT_EQ(Cause::evolution_refuses, tally.missing().front().cause);
   }
 }
@@ -211,7 +212,9 @@ TEST(EvolutionAccounts, logins_that_evolution_reads_otherwise_are_named) {
                           "smtp://ann;auth=PLAIN@", std::string("smtp://") + login + "@")});
     const Tally tally = scene.look(Kind::mail_accounts);
     ASSERT_EQ("1 0 0 0 1", numbers(tally)) << login;
-    EXPECT_EQ("its outgoing authentication", tally.missing().front().detail) << login;
+    EXPECT_EQ("The mail program has something else for its outgoing authentication.",
+              Texts()(tally.missing().front().cause, tally.missing().front().detail))
+        << login;
   }
 }
 

@@ -394,6 +394,29 @@ TEST(Mail, names_are_read_like_a_mail_program_does) {
             missing_names(scene.look(Kind::mail)));
 }
 
+TEST(Mail, names_come_from_the_first_field_of_each_name) {
+  const std::string mailbox =
+      "From a\nX-Subject: no\nsubject: one\n two\n\tthree\nSubject: again\nDate: Mon, 3 May\n 2004 23:30:00 "
+      "-0500\n\n"
+      "1\n"
+      "From a\nSubjects: no\nSubject:\nFrom: Ann\n <ann@home.example>\n\nSubject: of the text\n"
+      "From a\nSubject\nX: no";
+  const Scene scene = scene_of(System::linspire, {{"Mail/Inbox", mailbox}});
+  write_file(mozilla + "Inbox", "");
+  EXPECT_EQ((Names{"Ann <ann@home.example> (Inbox)" + not_in_folder, "Subject (Inbox)" + not_in_folder,
+                   "one two three (Inbox, 2004-05-03 23:30)" + not_in_folder}),
+            missing_names(scene.look(Kind::mail)));
+}
+
+// On a PC set to English; neither encoded nor UTF-8.
+TEST(Mail, a_chinese_subject_is_read_as_chinese) {
+  const Scene scene = scene_of(System::linspire,
+                               {{"Mail/Inbox", "From a\nSubject: \xd0\xc2\xc4\xea\xbf\xec\xc0\xd6\n\n1\n"}});
+  write_file(mozilla + "Inbox", "");
+  EXPECT_EQ((Names{"\u65b0\u5e74\u5feb\u4e50 (Inbox)" + not_in_folder}),
+            missing_names(scene.look(Kind::mail)));
+}
+
 TEST(Mail, a_long_subject_is_cut_at_a_character) {
   std::string subject = "a";
   for (int i = 0; i < 150; ++i) subject += "\xc3\xbc";

@@ -119,6 +119,30 @@ TEST(Words, the_language_of_windows_outlives_a_start_in_english) {
   EXPECT_EQ("en_US", language_code(System::xandros));
 }
 
+TEST(Words, in_a_detail_are_of_the_language_as_well) {
+  write_file("/tmp/texts",
+             "account-field-host=sein Server\naccount-in=bei\naccount-cause-valuediffers=Anders: %s.\n");
+  const Texts texts("/tmp/texts");
+  EXPECT_EQ("Anders: sein Server.", texts(Cause::value_differs, mark_of(Text::field_host)));
+  EXPECT_EQ(
+      "Anders: `&` bei sein Server!.",
+      texts(Cause::value_differs, "`&` " + mark_of(Text::word_in) + " " + mark_of(Text::field_host) + "!"));
+  EXPECT_EQ("The mail program has something else for its login.",
+            Texts()(Cause::value_differs, mark_of(Text::field_user)));
+  // A person's own values.
+  for (const char* own : {"\x1f",
+                          "a\x1f"
+                          "b\x1f",
+                          "\x1f"
+                          "account-none\x1f",
+                          "account-in"})
+    EXPECT_EQ(std::string("Anders: ") + own + ".", texts(Cause::value_differs, own));
+  EXPECT_EQ(
+      "Anders: a\x1f"
+      "bei.",
+      texts(Cause::value_differs, "a\x1f" + mark_of(Text::word_in)));
+}
+
 TEST(Words, of_advice_belong_to_their_cause) {
   const Texts texts;
   EXPECT_EQ("Start Brindle again as the administrator.", texts.advice(Cause::needs_root));

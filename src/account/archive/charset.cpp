@@ -109,11 +109,14 @@ std::optional<std::string> to_utf8(std::string_view text, const char* charset) {
   return converter.convert(text);
 }
 
+const char* likely_charset(std::string_view text, const char* charset) {
+  return std::string_view(charset) == "CP1252" && is_chinese(text) ? "GB18030" : charset;
+}
+
 std::string readable(std::string_view text, const char* charset) {
   if (is_utf8(text)) return std::string(text);
-  if (std::string_view(charset) == "CP1252" && is_chinese(text))
-    if (const auto converted = to_utf8(text, "GB18030")) return *converted;
-  if (const auto converted = to_utf8(text, charset)) return *converted;
+  for (const char* const one : {likely_charset(text, charset), charset})
+    if (const auto converted = to_utf8(text, one)) return *converted;
   return to_utf8(text, "ISO-8859-1").value_or(std::string(text));
 }
 

@@ -20,9 +20,11 @@ bool is_utf8(std::string_view text);
 /// `text` in UTF-8; no value when it holds what `charset` does not have.
 std::optional<std::string> to_utf8(std::string_view text, const char* charset);
 
-/// `text` when it is UTF-8 already, else read in `charset`, and where that fails as well in Latin-1. A text
-/// that is Chinese and in a Western character set a row of signs and letters that no word has is read as
-/// Chinese.
+/// `charset`; but iconv's name of the Chinese one for a text in which, were it in a Western character set,
+/// signs and letters would stand in a row as in no word.
+const char* likely_charset(std::string_view text, const char* charset);
+
+/// `text` when it is UTF-8 already, else read in its likely character set, and where that fails in Latin-1.
 std::string readable(std::string_view text, const char* charset);
 
 }  // namespace account

@@ -156,7 +156,7 @@ std::optional<Reason> refusal(const Case& of, const MailProgram& program, const 
   const std::string name = readable(value(wanted, Field::name), of.charset.c_str());
   const bool is_refused = std::ranges::find(program.refused, name) != program.refused.end();
   if (!is_refused && (!program.is_broken || bare.empty())) return std::nullopt;
-  return Reason{Cause::evolution_refuses, bare.empty() ? "characters" : bare};
+  return Reason{Cause::evolution_refuses, bare.empty() ? mark_of(Text::characters) : bare};
 }
 
 Reason reason_of(const Case& of, MailProgram& program, const Archived& archived) {

@@ -6,6 +6,7 @@
 #include "account/archive/charset.h"
 #include "account/kinds/evolution_3.h"
 #include "account/kinds/mail_places.h"
+#include "account/model/texts.h"
 #include "account/readers/evolution_account.h"
 #include "account/readers/gconf.h"
 #include "account/readers/kmailrc.h"
@@ -124,11 +125,23 @@ MailProgram mail_program(const Case& of) {
   return has_kmail(of.system) ? kmail(of) : mozilla(of);
 }
 
+std::string words(Field field) {
+  switch (field) {
+#define FIELD(name) \
+  case Field::name: \
+    return mark_of(Text::field_##name);
+#include "account/readers/mail_account.def"
+#undef FIELD
+  }
+  return "";
+}
+
 std::string bare_character(const MailProgram& program, const MailAccount& account) {
   for (const Field field : program.fields) {
     const std::string& text = value(account, field);
     const std::size_t place = fault_in(program.format, field, text);
-    if (place != std::string::npos) return std::string("`") + text[place] + "` in " + words(field);
+    if (place != std::string::npos)
+      return std::string("`") + text[place] + "` " + mark_of(Text::word_in) + " " + words(field);
   }
   return {};
 }

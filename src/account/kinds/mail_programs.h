@@ -29,6 +29,9 @@ struct MailProgram {
 /// The mail program of the person on the case's system.
 MailProgram mail_program(const Case& of);
 
+/// What a person calls the value, as part of the detail of a cause: "its login".
+std::string words(Field field);
+
 /// The first value of `account` with a character that makes the account unreadable where the program keeps
 /// it, since values are written as they are: "`&` in its organisation". Empty when there is none.
 std::string bare_character(const MailProgram& program, const MailAccount& account);

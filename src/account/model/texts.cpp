@@ -36,7 +36,13 @@ constexpr Advice advices[] = {
 #undef ADVICE
 };
 
+constexpr char mark = '\x1f';
+
 }  // namespace
+
+std::string mark_of(Text text) {
+  return mark + std::string(words[static_cast<std::size_t>(text)].key) + mark;
+}
 
 std::string language_code(System system) {
   const char* locale = has_evolution(system) ? std::getenv("LC_CTYPE") : nullptr;
@@ -67,7 +73,22 @@ std::string Texts::operator()(Text text, std::string_view detail) const {
 
 std::string Texts::operator()(Cause cause, std::string_view detail) const {
   const Line& line = causes[static_cast<std::size_t>(cause)];
-  return (*this)(line.key, line.english, detail);
+  return (*this)(line.key, line.english, without_marks(detail));
+}
+
+// A detail may hold a person's own values: what is between two such characters and no key stays.
+std::string Texts::without_marks(std::string_view detail) const {
+  std::string result;
+  for (;;) {
+    const std::size_t begin = detail.find(mark), end = detail.find(mark, begin + 1);
+    if (begin == std::string_view::npos || end == std::string_view::npos) return result.append(detail);
+    const std::string_view key = detail.substr(begin + 1, end - begin - 1);
+    const Line* const line = std::ranges::find(words, key, &Line::key);
+    const bool is_key = line != std::end(words);
+    result += detail.substr(0, is_key ? begin : end);
+    if (is_key) result += (*this)(line->key, line->english, {});
+    detail.remove_prefix(is_key ? end + 1 : end);
+  }
 }
 
 std::string Texts::operator()(Kind kind) const {

@@ -29,6 +29,9 @@ std::string language_code(System system);
 /// when it starts the wizard in another language than the person's, else language_code().
 std::string language_of_windows(System system);
 
+/// A mark that stands for `text` in the detail of a cause, and is filled with it when the cause is told.
+std::string mark_of(Text text);
+
 /// Every word by its key. What a language's file does not have is English.
 class Texts {
  public:
@@ -40,6 +43,7 @@ class Texts {
 
   /// `%s` in the text is replaced by `detail`, byte for byte.
   std::string operator()(Text text, std::string_view detail = {}) const;
+  /// The same; marks in `detail` are filled.
   std::string operator()(Cause cause, std::string_view detail = {}) const;
   std::string operator()(Kind kind) const;
   std::string operator()(const char* key, const char* english, std::string_view detail) const;
@@ -48,6 +52,8 @@ class Texts {
   std::string advice(Cause cause) const;
 
  private:
+  std::string without_marks(std::string_view detail) const;
+
   std::map<std::string, std::string, std::less<>> lines_;
 };
 

@@ -8,13 +8,10 @@
 namespace account {
 
 enum class Field {
-#define FIELD(name, words) name,
+#define FIELD(name) name,
 #include "account/readers/mail_account.def"
 #undef FIELD
 };
-
-/// What a person calls the value, as part of a sentence about the account: "its login".
-const char* words(Field field);
 
 /// The values that a program's format has a place for.
 using MailAccount = std::map<Field, std::string>;

@@ -2,7 +2,9 @@
 
 #include <gmime/gmime.h>
 
+#include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "account/archive/charset.h"
 
@@ -28,27 +30,58 @@ void start_gmime() {
   static_cast<void>(started);
 }
 
-Owned<GMimeMessage> parse(std::string_view head, const char* charset) {
-  start_gmime();
-  const std::string whole = std::string(head) + "\n";
-  const Owned<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(whole.data(), whole.size()));
-  const Owned<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
-  const Owned<GMimeParserOptions> options(g_mime_parser_options_new());
+// With the character set of what is in no encoding, as one of them has it that is no UTF-8.
+Owned<GMimeParserOptions> options_for(const char* charset) {
+  Owned<GMimeParserOptions> options(g_mime_parser_options_new());
   const char* charsets[] = {"utf-8", charset, nullptr};
   g_mime_parser_options_set_fallback_charsets(options.get(), charsets);
-  return Owned<GMimeMessage>(g_mime_parser_construct_message(parser.get(), options.get()));
+  return options;
 }
 
-std::string sender_of(GMimeMessage* message) {
-  InternetAddressList* const senders = g_mime_message_get_from(message);
-  const Owned<char> text(senders == nullptr ? nullptr
-                                            : internet_address_list_to_string(senders, nullptr, FALSE));
+bool is_field(std::string_view line, std::string_view name) {
+  return line.size() > name.size() && line[name.size()] == ':' &&
+         g_ascii_strncasecmp(line.data(), name.data(), name.size()) == 0;
+}
+
+// The value of the first field of that name, with the lines that it is folded into; no value without one. Not
+// by GMime's parser, which makes a whole message each time, and takes far longer than unpacking does.
+std::optional<std::string> field_of(std::string_view head, std::string_view name) {
+  std::optional<std::string> value;
+  while (!head.empty()) {
+    const std::size_t end = std::min(head.find('\n'), head.size() - 1) + 1;
+    const std::string_view line = head.substr(0, end);
+    head.remove_prefix(end);
+    const bool goes_on = line.starts_with(' ') || line.starts_with('\t');
+    if (value && !goes_on) break;
+    if (value) {
+      *value += line;
+    } else if (is_field(line, name)) {
+      value = line.substr(name.size() + 1);
+    }
+  }
+  return value;
+}
+
+std::string text_of(const std::optional<std::string>& value, GMimeParserOptions* options) {
+  if (!value) return "";
+  const Owned<char> line(g_mime_utils_header_unfold(value->c_str()));
+  const Owned<char> text(g_mime_utils_header_decode_text(options, line.get()));
   return text == nullptr ? "" : text.get();
 }
 
-std::string date_of(GMimeMessage* message) {
-  GDateTime* const date = g_mime_message_get_date(message);
-  const Owned<char> text(date == nullptr ? nullptr : g_date_time_format(date, "%Y-%m-%d %H:%M"));
+std::string senders_of(const std::optional<std::string>& value, GMimeParserOptions* options) {
+  if (!value) return "";
+  const Owned<InternetAddressList> senders(internet_address_list_parse(options, value->c_str()));
+  if (senders == nullptr) return "";
+  const Owned<char> text(internet_address_list_to_string(senders.get(), nullptr, FALSE));
+  return text == nullptr ? "" : text.get();
+}
+
+std::string date_in(const std::optional<std::string>& value) {
+  if (!value) return "";
+  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> date(
+      g_mime_utils_header_decode_date(value->c_str()), g_date_time_unref);
+  const Owned<char> text(date == nullptr ? nullptr : g_date_time_format(date.get(), "%Y-%m-%d %H:%M"));
   return text == nullptr ? "" : text.get();
 }
 
@@ -70,15 +103,11 @@ std::string as_title(const std::string& text, const char* charset) {
 }  // namespace
 
 std::string message_name(std::string_view head, std::string_view folder, const char* charset) {
-  const Owned<GMimeMessage> message = parse(head, charset);
-  std::string subject, sender, date;
-  if (message != nullptr) {
-    const char* const text = g_mime_message_get_subject(message.get());
-    subject = as_title(text == nullptr ? "" : text, charset);
-    sender = as_title(sender_of(message.get()), charset);
-    date = date_of(message.get());
-  }
-  std::string name = subject.empty() ? sender : subject;
+  start_gmime();
+  const Owned<GMimeParserOptions> options = options_for(likely_charset(head, charset));
+  const std::string date = date_in(field_of(head, "Date"));
+  std::string name = as_title(text_of(field_of(head, "Subject"), options.get()), charset);
+  if (name.empty()) name = as_title(senders_of(field_of(head, "From"), options.get()), charset);
   if (name.empty()) name = as_title(std::string(head.substr(0, head.find('\n'))), charset);
   return name + (name.empty() ? "(" : " (") + std::string(folder) + (date.empty() ? "" : ", " + date) + ")";
 }
