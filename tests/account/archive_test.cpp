@@ -109,15 +109,6 @@ TEST(Names, without_empty_parts_as_unpacking_makes_of_them) {
   EXPECT_TRUE(raw.archive->find("Brindle/c")->folder);
 }
 
-TEST(Names, have_neither_control_characters_nor_version_as_unzip_writes_them) {
-  EXPECT_THAT(Raw(raw_zip({{"B/\x1ftab\tl\x7f.txt", "", 3}})).names(), ElementsAre("B/tabl.txt"));
-  EXPECT_THAT(Raw(raw_zip({{"B/SETUP.EXE;1", ""}, {"B/a;", ""}, {"B/b;1;23", ""}})).names(),
-              ElementsAre("B/SETUP.EXE", "B/a", "B/b;1"));
-  // No version: more than digits, a folder's name, and what is put right after unzip.
-  EXPECT_THAT(Raw(raw_zip({{"B/a;1.txt", ""}, {"B/b;1/", ""}, {"B/c;1/d", ""}, {"B/ü;1", "", 3}})).names(),
-              ElementsAre("B/a;1.txt", "B/b;1", "B/c;1/d", "B/ü;1"));
-}
-
 TEST(Names, that_lead_out_are_unsafe) {
   using std::string_literals::operator""s;
   for (const std::string& name :

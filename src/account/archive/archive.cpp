@@ -41,24 +41,12 @@ std::string without_empty_parts(std::string_view name) {
   return result;
 }
 
-bool is_control(char c) { return ('\0' < c && c < ' ') || c == '\x7f'; }
-
-// unzip takes a number behind the last semicolon for the version of a VMS file and writes the name without
-// it; names with other letters than ASCII are put right afterwards and keep it.
-void drop_version(std::string& name) {
-  const std::size_t semicolon = name.rfind(';');
-  if (semicolon == std::string::npos || std::ranges::any_of(name, [](char c) { return (c & 0x80) != 0; }))
-    return;
-  if (name.find_first_not_of("0123456789", semicolon + 1) == std::string::npos) name.resize(semicolon);
-}
-
 // Windows showed the name of the Unicode field, and of the flag, which is valid UTF-8; an unmarked name is
-// read as its DOS did. unzip writes no control characters.
+// read as its DOS did.
 std::string name_shown(const DirectoryRecord& record, const char* dos_charset) {
   std::string name =
       record.unicode_name.empty() ? readable(record.name, dos_charset) : std::string(record.unicode_name);
   if (record.made_on != made_on_unix) std::ranges::replace(name, '\\', '/');
-  std::erase_if(name, is_control);
   return name;
 }
 
@@ -232,9 +220,8 @@ Archive::Archive(const std::string& path, const char* dos_charset)
   try {
     read_directory(file_, [&](const DirectoryRecord& record) {
       const std::string shown = name_shown(record, dos_charset);
+      const std::string name = without_empty_parts(shown);
       const bool folder = shown.ends_with('/');
-      std::string name = without_empty_parts(shown);
-      if (!folder) drop_version(name);
       const bool unix_mode = record.made_on == made_on_unix;
       places.push_back({names_.size(), name.size()});
       names_ += name;
