@@ -20,6 +20,9 @@ bool is_utf8(std::string_view text);
 /// `text` in UTF-8; no value when it holds what `charset` does not have.
 std::optional<std::string> to_utf8(std::string_view text, const char* charset);
 
+/// True when `text`, which is UTF-8, can be written in `charset`.
+bool is_in_charset(std::string_view text, const char* charset);
+
 /// `text` when it is UTF-8 already, else read in `charset`, and where that fails as well in Latin-1.
 std::string readable(std::string_view text, const char* charset);
 
