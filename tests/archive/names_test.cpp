@@ -75,6 +75,11 @@ TEST_F(Names, FromNtfsGoThroughTheCodePageToo) {
   EXPECT_THAT(found(), ElementsAre("B/Grüße.txt=1"));
 }
 
+TEST_F(Names, FromNtfsThatHappenToBeUtf8AreReadInTheLanguageToo) {
+  unpack({{"B/\xE1\xA0\xA4.txt", "1", 11}, {"B\\\xAF.txt", "2", 11}}, "CP866");
+  EXPECT_THAT(found(), ElementsAre("B/п.txt=2", "B/сад.txt=1"));
+}
+
 TEST_F(Names, OfTheUnicodeFieldGoFirst) {
   unpack({{"B/Gr\x81n ??.txt", "1", 0, 0, "B/Grün 日本.txt"},
           {"B/ascii ??.txt", "2", 0, 0, "B/ascii 日本.txt"}});
