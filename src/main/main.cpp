@@ -12,6 +12,7 @@
 #include "interface/texts.h"
 #include "interface/windows.h"
 #include "main/session.h"
+#include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
@@ -22,6 +23,8 @@
 
 namespace {
 
+constexpr const char* look = "/usr/local/brindle/.gtkrc-2.0";
+
 // Deliberate: the look goes only into homes that can NOT be opened. Nobody whose home opens gets it.
 bool copy_look_into_homes() {
   const auto entries = list_folder("/home");
@@ -30,7 +33,7 @@ bool copy_look_into_homes() {
     if (is_folder("/home", entry.c_str()) == 1) continue;
     const std::string path = "/home/" + entry + "/";
     std::printf("Path::%s\n", path.c_str());
-    SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 %s", path));
+    copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 %s", path), look, path + ".gtkrc-2.0");
   }
   return true;
 }
@@ -127,7 +130,7 @@ int main(int argc, char** argv) {
   leave_terminal();
   const std::string home = current_owner().home;
   if (!prepare_first_run(home)) return -1;
-  SYSTEM(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"));
+  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, "/etc/skel/.gtkrc-2.0");
   getOsVersion("");
   isNLD = is_novell_layout(detected_system());
   std::printf("ISNLD:%d\n", isNLD);

@@ -18,3 +18,9 @@ std::string persons_locale() {
   const char* locale = kept != nullptr && *kept != '\0' ? kept : wizard_locale();
   return locale != nullptr ? locale : "";
 }
+
+bool is_in_language(std::string_view locale, std::string_view language) {
+  if (!locale.starts_with(language)) return false;
+  const std::string_view rest = locale.substr(language.size());
+  return rest.empty() || rest[0] == '_' || rest[0] == '.' || rest[0] == '@';
+}

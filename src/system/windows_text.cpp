@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <memory>
 
+#include "system/language.h"
+
 namespace {
 
 // ---- Code pages --------------------------------------------------------------------------------------
@@ -37,18 +39,7 @@ constexpr std::array code_pages = {
     CodePage{"zh", "CP936"},
 };
 
-// In a locale's name its country, its character set or its variant follows.
-bool serves(const CodePage& row, std::string_view locale) {
-  if (!locale.starts_with(row.language)) return false;
-  const std::string_view rest = locale.substr(row.language.size());
-  return rest.empty() || rest[0] == '_' || rest[0] == '.' || rest[0] == '@';
-}
-
 // ---- Conversion --------------------------------------------------------------------------------------
-
-bool is_utf8(std::string_view bytes) {
-  return g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr) != FALSE;
-}
 
 constexpr const char* replacement = "\xef\xbf\xbd";
 
@@ -112,9 +103,13 @@ std::string converted(std::string_view bytes, const char* code_page) {
 }  // namespace
 
 const char* windows_code_page(std::string_view locale) {
-  const auto row =
-      std::ranges::find_if(code_pages, [&](const CodePage& each) { return serves(each, locale); });
+  const auto row = std::ranges::find_if(
+      code_pages, [&](const CodePage& each) { return is_in_language(locale, each.language); });
   return row == code_pages.end() ? western : row->name;
+}
+
+bool is_utf8(std::string_view bytes) {
+  return g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr) != FALSE;
 }
 
 std::string as_utf8(std::string_view bytes, std::string_view locale) {

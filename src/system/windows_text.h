@@ -11,6 +11,9 @@
 ///   "de_DE.UTF-8"   "CP1252"      "ru"      "CP1251"      "zh_CN"   "CP936"      "zh_TW"   "CP950"
 const char* windows_code_page(std::string_view locale);
 
+/// True when `bytes` are UTF-8 throughout; ASCII is.
+bool is_utf8(std::string_view bytes);
+
 /// `bytes` in UTF-8: as they are when they are UTF-8, else read in the code page of `locale`. A byte that the
 /// code page does not have becomes U+FFFD; half a character at the end is left out.
 std::string as_utf8(std::string_view bytes, std::string_view locale);

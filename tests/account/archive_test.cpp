@@ -83,8 +83,31 @@ TEST(Names, are_read_in_the_code_page_of_dos) {
   EXPECT_THAT(Raw(raw_zip({{"M\x81nchen", ""}})).names(), ElementsAre("München"));
   EXPECT_THAT(Raw(raw_zip({{"\xd6\xd0\xb9\xfa", ""}}), "CP936").names(), ElementsAre("中国"));
   EXPECT_THAT(Raw(raw_zip({{"\xab\xe1\xee", ""}}), "CP866").names(), ElementsAre("лсю"));
-  // The same bytes in Latin-1 where the page has no such character.
-  EXPECT_THAT(Raw(raw_zip({{"x\xff", ""}}), "CP932").names(), ElementsAre("xÿ"));
+  // As on the first PCs where the page has no such character.
+  EXPECT_THAT(Raw(raw_zip({{"x\xff", ""}}), "CP932").names(), ElementsAre("x\u00a0"));
+}
+
+TEST(Names, that_are_utf8_by_chance_are_read_in_the_code_page) {
+  EXPECT_THAT(Raw(raw_zip({{"\xE1\xA0\xA4", ""}}), "CP866").names(), ElementsAre("сад"));
+  EXPECT_THAT(Raw(raw_zip({{"\xCD\xBC", ""}}), "CP936").names(), ElementsAre("图"));
+  EXPECT_THAT(Raw(raw_zip({{"\xE1\xA0\xA4", "", 0, 0x800}}), "CP866").names(), ElementsAre("\xE1\xA0\xA4"));
+  EXPECT_THAT(Raw(raw_zip({{"\xE1\xA0\xA4", "", 3}}), "CP866").names(), ElementsAre("\xE1\xA0\xA4"));
+  for (const char* name : {"Ж", "я", "日本", "сад", "Straße"})
+    EXPECT_THAT(Raw(raw_zip({{name, ""}}), "CP850").names(), ElementsAre(name));
+}
+
+TEST(Names, of_more_than_255_bytes_are_cut_as_the_files_are) {
+  const auto times = [](int count, const std::string& one) {
+    std::string all;
+    for (int number = 0; number < count; ++number) all += one;
+    return all;
+  };
+  EXPECT_THAT(Raw(raw_zip({{"B/" + times(100, "图") + ".jpeg", "", 0, 0x800}})).names(),
+              ElementsAre("B/" + times(83, "图") + ".jpeg"));
+  EXPECT_THAT(Raw(raw_zip({{times(300, "a") + "/" + times(255, "b"), ""}})).names(),
+              ElementsAre(times(255, "a") + "/" + times(255, "b")));
+  EXPECT_THAT(Raw(raw_zip({{times(200, "a") + "." + times(100, "b"), ""}})).names(),
+              ElementsAre(times(200, "a") + "." + times(54, "b")));
 }
 
 TEST(Names, that_are_utf8_stay_with_the_flag_and_without) {

@@ -75,6 +75,11 @@ TEST_F(Names, FromNtfsGoThroughTheCodePageToo) {
   EXPECT_THAT(found(), ElementsAre("B/Grüße.txt=1"));
 }
 
+TEST_F(Names, FromNtfsThatHappenToBeUtf8AreReadInTheLanguageToo) {
+  unpack({{"B/\xE1\xA0\xA4.txt", "1", 11}, {"B\\\xAF.txt", "2", 11}}, "CP866");
+  EXPECT_THAT(found(), ElementsAre("B/п.txt=2", "B/сад.txt=1"));
+}
+
 TEST_F(Names, OfTheUnicodeFieldGoFirst) {
   unpack({{"B/Gr\x81n ??.txt", "1", 0, 0, "B/Grün 日本.txt"},
           {"B/ascii ??.txt", "2", 0, 0, "B/ascii 日本.txt"}});
@@ -96,6 +101,12 @@ TEST_F(Names, ThatHappenToBeUtf8AreReadInTheLanguageOfTheirLetters) {
          "CP866");
   EXPECT_THAT(found(),
               ElementsAre("B/flag \xE1\xA0\xA4.txt=4", "B/сад.txt=1", "B/сад~2.txt=2", "B/日本.txt=3"));
+}
+
+// In CP850 the bytes are the letters of no word: ðû and ÐÅ.
+TEST_F(Names, ThatAreUtf8StayWhereTheCodePageIsOfLatinLetters) {
+  unpack({{"B/Ж.txt", "1"}, {"B/я.txt", "2"}});
+  EXPECT_THAT(found(), ElementsAre("B/Ж.txt=1", "B/я.txt=2"));
 }
 
 TEST_F(Names, ThatTheCodePageDoesNotKnowAreStillNames) {
@@ -322,9 +333,10 @@ TEST(CodePage, IsThatOfTheLanguage) {
       {"de_DE.UTF-8", "CP850"}, {"fr_FR", "CP850"},     {"es_ES", "CP850"},      {"it_IT", "CP850"},
       {"pt_BR", "CP850"},       {"nl_NL", "CP850"},     {"sv_SE", "CP850"},      {"en_GB.UTF-8", "CP850"},
       {"pl_PL", "CP852"},       {"cs_CZ", "CP852"},     {"hu_HU", "CP852"},      {"ru_RU.UTF-8", "CP866"},
-      {"uk_UA", "CP1125"},      {"el_GR", "CP737"},     {"tr_TR", "CP857"},      {"ja_JP.eucJP", "CP932"},
+      {"uk_UA", "CP866"},       {"el_GR", "CP737"},     {"tr_TR", "CP857"},      {"ja_JP.eucJP", "CP932"},
       {"ko_KR", "CP949"},       {"zh_CN.GBK", "CP936"}, {"zh_TW.Big5", "CP950"}, {"en_US.UTF-8", "CP437"},
-      {"de", "CP850"},          {"C.UTF-8", "CP437"},   {"", "CP437"},           {"eng", "CP437"}};
+      {"de", "CP850"},          {"C.UTF-8", "CP437"},   {"", "CP437"},           {"eng", "CP437"},
+      {"sr_RS", "CP855"},       {"mk_MK", "CP866"},     {"az_AZ", "CP857"},      {"bs_BA", "CP852"}};
   for (const auto& [locale, page] : expected) {
     EXPECT_STREQ(page, dos_code_page(locale)) << locale;
     EXPECT_TRUE(converted("a", page, "UTF-8")) << page;

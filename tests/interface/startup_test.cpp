@@ -13,6 +13,7 @@
 #include "gui.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 // Last: X names a macro None.
@@ -133,6 +134,15 @@ TEST_F(StartupTest, LeavesTheMarkerTheLogAndTheLook) {
   EXPECT_EQ(read_file("/root/.brindle_first_run"), "Installed");
   EXPECT_EQ(read_file("/root/.brindle_log"), "exit main\n");
   EXPECT_TRUE(same_bytes(read_file(test_data("../data/gtkrc/gtkrc")), read_file("/etc/skel/.gtkrc-2.0")));
+}
+
+TEST_F(StartupTest, OnAFullDiskTheOldLookStays) {
+  write_file("/etc/skel/.gtkrc-2.0", "old");
+  const SmallDisk disk("/etc/skel");
+  disk.fill_but(0);
+  EXPECT_EQ(live_once(), 0);
+  EXPECT_EQ(read_file("/etc/skel/.gtkrc-2.0"), "old");
+  EXPECT_EQ("", output_of("ls -A /etc/skel | grep brindle"));
 }
 
 TEST_F(StartupTest, ASecondStartOnlyCopiesTheLookAndEmptiesTheLog) {

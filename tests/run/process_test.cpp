@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <thread>
 
 #include "archive/windows_zip.h"
 #include "process/archive/encryption.h"
@@ -426,6 +425,26 @@ TEST_P(LockedArchive, IsUnpackedAndItsPasswordForgotten) {
 
 INSTANTIATE_TEST_SUITE_P(Passwords, LockedArchive,
                          testing::Values("sesame", "open \"sesame\" \\ now", "-sesame"));
+
+// A browser that Help opens, for instance.
+TEST_F(WindowsArchive, ItsPasswordIsNotGivenToWhatIsStartedMeanwhile) {
+  write_file("/usr/local/bin/unzip",
+             "#!/bin/sh\nprintf %s \"$UNZIP\" > /tmp/given; mv /tmp/given /tmp/got\nsleep 1\n");
+  shell_quietly("chmod +x /usr/local/bin/unzip");
+  pack("Brindle/My Documents/a.txt", "a");
+  ASSERT_TRUE(assign(g_password, "sesame"));
+  prepare_unzip_variable();
+  std::string seen = "nothing";
+  std::thread other([&] {
+    while (!exists("/tmp/got")) usleep(10'000);
+    usleep(300'000);
+    seen = output_of("printenv UNZIP");
+  });
+  migrate();
+  other.join();
+  EXPECT_EQ("-Psesame", read_file("/tmp/got"));
+  EXPECT_EQ("\n", seen);
+}
 
 TEST_F(WindowsArchive, IsNotUnpackedOnceTheWizardIsLeft) {
   pack("Brindle/My Documents/a.txt", "a");

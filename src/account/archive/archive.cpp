@@ -9,13 +9,14 @@
 #include <cerrno>
 #include <cstring>
 
-#include "account/archive/charset.h"
 #include "account/archive/directory.h"
+#include "account/archive/shown_name.h"
 
 namespace account {
 namespace {
 
 constexpr std::uint8_t made_on_unix = 3;
+constexpr std::uint16_t flag_of_utf8 = 0x800;
 
 bool leads_out(std::string_view name) {
   if (name.empty() || name.front() == '/' || name.find('\0') != std::string_view::npos) return true;
@@ -44,10 +45,11 @@ std::string without_empty_parts(std::string_view name) {
 // Windows showed the name of the Unicode field, and of the flag, which is valid UTF-8; an unmarked name is
 // read as its DOS did.
 std::string name_shown(const DirectoryRecord& record, const char* dos_charset) {
-  std::string name =
-      record.unicode_name.empty() ? readable(record.name, dos_charset) : std::string(record.unicode_name);
+  const bool is_marked = (record.flags & flag_of_utf8) != 0 || record.made_on == made_on_unix;
+  std::string name = record.unicode_name.empty() ? shown_name(record.name, dos_charset, is_marked)
+                                                 : std::string(record.unicode_name);
   if (record.made_on != made_on_unix) std::ranges::replace(name, '\\', '/');
-  return name;
+  return fitting_path(name);
 }
 
 struct Named {

@@ -19,7 +19,7 @@ struct Pages {
 constexpr Pages pages[] = {
     {"en_US", "CP437", "CP1252"}, {"zh_TW", "CP950", "CP950"}, {"zh_HK", "CP950", "CP950"},
     {"zh", "CP936", "CP936"},     {"ja", "CP932", "CP932"},    {"ko", "CP949", "CP949"},
-    {"ru", "CP866", "CP1251"},    {"uk", "CP1125", "CP1251"},  {"be", "CP866", "CP1251"},
+    {"ru", "CP866", "CP1251"},    {"uk", "CP866", "CP1251"},   {"be", "CP866", "CP1251"},
     {"bg", "CP866", "CP1251"},    {"pl", "CP852", "CP1250"},   {"cs", "CP852", "CP1250"},
     {"sk", "CP852", "CP1250"},    {"hu", "CP852", "CP1250"},   {"ro", "CP852", "CP1250"},
     {"hr", "CP852", "CP1250"},    {"sl", "CP852", "CP1250"},   {"el", "CP737", "CP1253"},
@@ -35,7 +35,7 @@ const Pages& pages_of(std::string_view language) {
 
 class Converter {
  public:
-  explicit Converter(const char* charset) : handle_(iconv_open("UTF-8", charset)) {}
+  Converter(const char* from, const char* to) : handle_(iconv_open(to, from)) {}
   ~Converter() {
     if (works()) iconv_close(handle_);
   }
@@ -104,13 +104,18 @@ bool is_utf8(std::string_view text) {
 }
 
 std::optional<std::string> to_utf8(std::string_view text, const char* charset) {
-  const Converter converter(charset);
+  const Converter converter(charset, "UTF-8");
   if (!converter.works()) return std::nullopt;
   return converter.convert(text);
 }
 
 const char* likely_charset(std::string_view text, const char* charset) {
   return std::string_view(charset) == "CP1252" && is_chinese(text) ? "GB18030" : charset;
+}
+
+bool is_in_charset(std::string_view text, const char* charset) {
+  const Converter converter("UTF-8", charset);
+  return converter.works() && converter.convert(text);
 }
 
 std::string readable(std::string_view text, const char* charset) {

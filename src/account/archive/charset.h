@@ -20,6 +20,9 @@ bool is_utf8(std::string_view text);
 /// `text` in UTF-8; no value when it holds what `charset` does not have.
 std::optional<std::string> to_utf8(std::string_view text, const char* charset);
 
+/// True when `text`, which is UTF-8, can be written in `charset`.
+bool is_in_charset(std::string_view text, const char* charset);
+
 /// `charset`; but iconv's name of the Chinese one for a text in which, were it in a Western character set,
 /// signs and letters would stand in a row as in no word.
 const char* likely_charset(std::string_view text, const char* charset);

@@ -6,10 +6,12 @@
 #include <array>
 #include <string_view>
 
+#include "system/language.h"
+
 namespace {
 
 struct Row {
-  std::string_view locale;  ///< how its name begins
+  std::string_view language;  ///< and country
   const char* page;
 };
 
@@ -19,7 +21,7 @@ constexpr const char* united_states = "CP437";
 constexpr std::array rows = {
     Row{"en_US", united_states}, Row{"en", "CP850"}, Row{"zh_TW", "CP950"}, Row{"zh_HK", "CP950"},
     Row{"zh", "CP936"},          Row{"ja", "CP932"}, Row{"ko", "CP949"},    Row{"ru", "CP866"},
-    Row{"be", "CP866"},          Row{"bg", "CP866"}, Row{"uk", "CP1125"},   Row{"pl", "CP852"},
+    Row{"be", "CP866"},          Row{"bg", "CP866"}, Row{"uk", "CP866"},    Row{"pl", "CP852"},
     Row{"cs", "CP852"},          Row{"sk", "CP852"}, Row{"hu", "CP852"},    Row{"ro", "CP852"},
     Row{"sl", "CP852"},          Row{"hr", "CP852"}, Row{"sq", "CP852"},    Row{"el", "CP737"},
     Row{"tr", "CP857"},          Row{"he", "CP862"}, Row{"th", "CP874"},    Row{"lt", "CP775"},
@@ -27,35 +29,31 @@ constexpr std::array rows = {
     Row{"fr", "CP850"},          Row{"es", "CP850"}, Row{"it", "CP850"},    Row{"pt", "CP850"},
     Row{"nl", "CP850"},          Row{"sv", "CP850"}, Row{"da", "CP850"},    Row{"nb", "CP850"},
     Row{"nn", "CP850"},          Row{"no", "CP850"}, Row{"fi", "CP850"},    Row{"is", "CP850"},
-    Row{"ca", "CP850"},          Row{"gl", "CP850"}, Row{"eu", "CP850"},
+    Row{"ca", "CP850"},          Row{"gl", "CP850"}, Row{"eu", "CP850"},    Row{"af", "CP850"},
+    Row{"cy", "CP850"},          Row{"fo", "CP850"}, Row{"ga", "CP850"},    Row{"id", "CP850"},
+    Row{"ms", "CP850"},          Row{"bs", "CP852"}, Row{"sr", "CP855"},    Row{"mk", "CP866"},
+    Row{"kk", "CP866"},          Row{"ky", "CP866"}, Row{"mn", "CP866"},    Row{"tt", "CP866"},
+    Row{"az", "CP857"},          Row{"uz", "CP857"},
 };
 
-// A name ends where its country, its character set or its variant begins.
-bool fits(const std::string& locale, std::string_view beginning) {
-  if (!locale.starts_with(beginning)) return false;
-  return locale.size() == beginning.size() ||
-         std::string_view("_.@").find(locale[beginning.size()]) != std::string::npos;
-}
-
-bool is_letter(gunichar c) {
-  return g_unichar_isalpha(c) && g_unichar_get_script(c) != G_UNICODE_SCRIPT_COMMON;
+bool is_letter_beside_latin(gunichar c) {
+  const GUnicodeScript script = g_unichar_get_script(c);
+  return g_unichar_isalpha(c) && script != G_UNICODE_SCRIPT_COMMON && script != G_UNICODE_SCRIPT_LATIN;
 }
 
 }  // namespace
 
 const char* dos_code_page(const std::string& locale) {
   for (const Row& row : rows)
-    if (fits(locale, row.locale)) return row.page;
+    if (is_in_language(locale, row.language)) return row.page;
   return united_states;
 }
-
-bool is_utf8(const std::string& text) { return converted(text, "UTF-8", "UTF-8").has_value(); }
 
 bool looks_like_words(const std::string& text) {
   bool behind_small_letter = false;
   for (const char* at = text.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
     const gunichar letter = g_utf8_get_char(at);
-    if (letter >= 0x80 && !is_letter(letter)) return false;
+    if (letter >= 0x80 && !is_letter_beside_latin(letter)) return false;
     if (letter >= 0x80 && behind_small_letter && g_unichar_isupper(letter)) return false;
     behind_small_letter = g_unichar_islower(letter);
   }

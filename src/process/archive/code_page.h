@@ -9,11 +9,8 @@
 /// iconv. Windows packs with it whatever else it uses. That of the United States for an unknown language.
 const char* dos_code_page(const std::string& locale);
 
-/// True when `text` is UTF-8 throughout; ASCII is.
-bool is_utf8(const std::string& text);
-
-/// True when `text`, which is UTF-8, looks like words beside its ASCII: letters only, no box, mark or
-/// currency, and no capital right behind a small one.
+/// True when `text`, which is UTF-8, looks like words of another script than the Latin one beside its ASCII:
+/// letters only, no box, mark or currency, and no capital right behind a small one.
 bool looks_like_words(const std::string& text);
 
 /// `text` converted between two character sets of iconv; no value when a character of it does not convert or

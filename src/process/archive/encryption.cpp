@@ -97,7 +97,9 @@ PasswordForUnzip::PasswordForUnzip(const std::string& password) {
   wipe(option);
 }
 
-PasswordForUnzip::~PasswordForUnzip() {
+PasswordForUnzip::~PasswordForUnzip() { take_back(); }
+
+void PasswordForUnzip::take_back() {
   if (!variable.empty()) explicit_bzero(variable.data() + own_options, variable.size() - own_options);
 }
 

@@ -23,10 +23,10 @@ bool unzip_takes(const std::string& password);
 
 /// Makes room for a password in the environment variable UNZIP, which holds options for unzip; what the
 /// person has there stays in front. Once, before the worker starts: while it runs, nobody may change the
-/// environment's list. Programs that are started meanwhile see no password.
+/// environment's list.
 void prepare_unzip_variable();
 
-/// Puts `password` into the variable while it lives, and wipes it there afterwards. Does nothing for an empty
+/// Puts `password` into the variable, and wipes it there at the end of its life. Does nothing for an empty
 /// password, or one that unzip does not take, or without room.
 class PasswordForUnzip {
  public:
@@ -34,6 +34,10 @@ class PasswordForUnzip {
   ~PasswordForUnzip();
   PasswordForUnzip(const PasswordForUnzip&) = delete;
   PasswordForUnzip& operator=(const PasswordForUnzip&) = delete;
+
+  /// Wipes it once unzip has been started, which has its own copy then: what is started afterwards, such as a
+  /// browser, does not get it.
+  static void take_back();
 };
 
 /// Overwrites a text to its last byte and empties it.

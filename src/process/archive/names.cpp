@@ -18,6 +18,7 @@
 #include "process/archive/code_page.h"
 #include "process/archive/tree.h"
 #include "process/archive/zip.h"
+#include "system/windows_text.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cctype>
 #include <csignal>
@@ -106,6 +107,13 @@ Unpacking::Unpacking() { ++filling; }
 Unpacking::~Unpacking() { --filling; }
 
 bool Unpacking::is_wanted() { return !unwanted; }
+
+bool is_worked_on(const std::string& folder) {
+  const std::map<pid_t, Process> processes = all_processes();
+  return std::any_of(processes.begin(), processes.end(), [&](const auto& each) {
+    return each.second.words.find(folder) != std::string::npos && comes_from(processes, each.first, getpid());
+  });
+}
 
 void stop_unpacking() {
   unwanted = true;

@@ -6,6 +6,8 @@
 #ifndef BRINDLE_PROCESS_ARCHIVE_WORK_FOLDER_H
 #define BRINDLE_PROCESS_ARCHIVE_WORK_FOLDER_H
 
+#include <string>
+
 /// Worker: lives while the folder is made and filled.
 class Unpacking {
  public:
@@ -17,6 +19,9 @@ class Unpacking {
   /// False once stop_unpacking was called: nothing may be made any more.
   static bool is_wanted();
 };
+
+/// True when a command that this process has started names `folder` and so has its environment by now.
+bool is_worked_on(const std::string& folder);
 
 /// GUI thread: from now on nothing is unpacked. An unzip that runs is ended, and this returns when no thread
 /// fills the folder any more, at the latest after ten seconds.

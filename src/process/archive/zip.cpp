@@ -54,7 +54,9 @@ bool Zip::made_on_windows(std::uint64_t number) const {
   zip_uint8_t made_by = ZIP_OPSYS_UNIX;
   zip_uint32_t attributes = 0;
   zip_file_get_external_attributes(zip_.get(), number, ZIP_FL_UNCHANGED, &made_by, &attributes);
-  return made_by == ZIP_OPSYS_DOS || made_by == ZIP_OPSYS_WINDOWS_NTFS || made_by == ZIP_OPSYS_VFAT;
+  constexpr zip_uint8_t ntfs_of_unzip = 11;  // what zip and unzip call NTFS, another one for libzip
+  return made_by == ZIP_OPSYS_DOS || made_by == ZIP_OPSYS_WINDOWS_NTFS || made_by == ntfs_of_unzip ||
+         made_by == ZIP_OPSYS_VFAT;
 }
 
 bool Zip::may_be_file(std::uint64_t number) const {

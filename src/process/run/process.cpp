@@ -3,11 +3,14 @@
 #include <gconf/gconf-client.h>
 #include <glib.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <stop_token>
 #include <string>
+#include <thread>
 
 #include "error/log.h"
 #include "process/archive/code_page.h"
@@ -62,8 +65,17 @@ bool no_longer_wanted() { return !Unpacking::is_wanted(); }
 
 void forget_password() { explicit_bzero(g_password, sizeof g_password); }
 
+// system() returns when unzip has ended, which may take minutes.
+void take_back_password(const std::stop_token& unzip_has_ended, const char* directory) {
+  constexpr useconds_t pause_microseconds = 2000;
+  while (!unzip_has_ended.stop_requested() && !is_worked_on(directory)) usleep(pause_microseconds);
+  PasswordForUnzip::take_back();
+}
+
 void run_unzip(const char* archive, const char* directory, const std::string& password) {
   const PasswordForUnzip in_environment(password);
+  std::jthread watcher;
+  if (!password.empty()) watcher = std::jthread(take_back_password, directory);
   if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
     std::perror("In process() Unzip: ");
 }

@@ -231,6 +231,16 @@ TEST_F(EvolutionAccounts, WithoutASettingsClientTheRestIsStillMigrated) {
   EXPECT_TRUE(exists("/root/evolution/local/Inbox/mbox"));
 }
 
+TEST_F(EvolutionAccounts, FailInTheEndWhenMailFoldersCouldNotBeCopied) {
+  has("1", work);
+  write_file("/root/evolution/local/Inbox/mbox/in the way", "");
+  write_file(archive_root + "/Mail/Inbox", "From a\n");
+  answer_command("cp -a " + archive_root + "/Mail/brindlemail", 126 << 8);  // too many names
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, migrate());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("/root/evolution/local/Inbox/mbox: "));
+}
+
 // --- A profile
 
 TEST_F(EvolutionAccounts, AProfilesFileForEvolution2) {

@@ -284,6 +284,20 @@ TEST_F(KMail, WithoutAFileThatCanBeReadTheOldOneIsKept) {
   EXPECT_THAT(read_file(kmailrc), StartsWith("[Old]\nkept=yes\n\n\n[General]\naccounts=0\n"));
 }
 
+TEST_F(KMail, AFileWhoseConvertedTextIsCutOffIsPassedOver) {
+  account("a", "Account Name=A\nPOP3 Server=p\n" + std::string(20'000, '\n') + "SMTP Server=s\n");
+  const SmallDisk disk(accounts);
+  disk.fill_but(2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("/a could not be converted whole and is left out\n"));
+  EXPECT_THAT(read_file(kmailrc), HasSubstr("\naccounts=0\n"));
+  disk.empty();
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_THAT(read_file(kmailrc), HasSubstr("\nhost=s\n"));
+}
+
 // ---- Files whose names meet -----------------------------------------------------------------------------
 
 // The text of each is converted into the file that the next one is: all are there, in whatever order.

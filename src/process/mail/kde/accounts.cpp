@@ -170,8 +170,10 @@ Outcome convert_and_write_account(const Target& target, const std::string& file,
   const std::string converted = file + "temp";
   const SetAside namesake(converted);  // an account file may have that name
   dos_to_unix(file.c_str());
-  convert_to_utf8(file, converted);
-  const Outcome outcome = write_account(target, converted, number, before);
+  const bool whole = convert_to_utf8(file, converted);
+  if (!whole)
+    std::fprintf(stderr, "The account %s could not be converted whole and is left out\n", file.c_str());
+  const Outcome outcome = whole ? write_account(target, converted, number, before) : Outcome::passed_over;
   SYSTEM(compose("rm %s", converted));
   return outcome;
 }
