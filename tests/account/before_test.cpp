@@ -117,7 +117,7 @@ TEST(Before, unsafe_names_are_named_wherever_they_lead) {
 TEST(Before, names_too_long_for_a_file_system_are_named) {
   const std::string longest(255, 'n'), longer(256, 'n');
   const Ahead ahead = Ahead().archive({{"Desktop/" + longest, "x"}, {"Desktop/" + longer + "/a.txt", "x"}});
-  EXPECT_EQ((Lines{"Brindle/Desktop/" + longer +
+  EXPECT_EQ((Lines{"Brindle/Desktop/" + longest +
                    "/a.txt: A part of its name is longer than 255 bytes and will be cut."}),
             ahead.see(foresee_entries));
 }

@@ -49,7 +49,7 @@ std::string name_shown(const DirectoryRecord& record, const char* dos_charset) {
   std::string name = record.unicode_name.empty() ? shown_name(record.name, dos_charset, is_marked)
                                                  : std::string(record.unicode_name);
   if (record.made_on != made_on_unix) std::ranges::replace(name, '\\', '/');
-  return fitting_path(name);
+  return name;
 }
 
 struct Named {
@@ -221,7 +221,8 @@ Archive::Archive(const std::string& path, const char* dos_charset)
   std::vector<Named> places;
   try {
     read_directory(file_, [&](const DirectoryRecord& record) {
-      const std::string shown = name_shown(record, dos_charset);
+      const std::string whole = name_shown(record, dos_charset);
+      const std::string shown = fitting_path(whole);
       const std::string name = without_empty_parts(shown);
       const bool folder = shown.ends_with('/');
       const bool unix_mode = record.made_on == made_on_unix;
@@ -239,7 +240,8 @@ Archive::Archive(const std::string& path, const char* dos_charset)
                           .method = record.method,
                           .folder = folder,
                           .read_only = !unix_mode && !folder && (record.external & 1U) != 0,
-                          .unsafe = leads_out(shown)});
+                          .unsafe = leads_out(shown),
+                          .shortened = shown != whole});
     });
   } catch (...) {
     close(file_);

@@ -33,6 +33,7 @@ struct Entry {
   bool folder;
   bool read_only;  ///< a Windows file that its owner must not write
   bool unsafe;     ///< the name leads out of the archive, is absolute, or holds a NUL
+  bool shortened;  ///< a part of the name was longer than a file system takes
 
   bool encrypted() const { return (flags & 1U) != 0; }
   bool is_link_or_device() const;

@@ -11,16 +11,6 @@ namespace {
 constexpr std::uint16_t stored = 0, deflated = 8, encryption_of_its_own = 99;
 // Of Debian's unzip: stored, shrunk, reduced, imploded, deflated, deflated in 64 KiB, and bzip2.
 constexpr std::array<std::uint16_t, 10> unzip_methods = {stored, 1, 2, 3, 4, 5, 6, deflated, 9, 12};
-constexpr std::size_t longest_name = 255;
-
-bool has_long_part(std::string_view name) {
-  while (!name.empty()) {
-    const std::size_t slash = name.find('/');
-    if (name.substr(0, slash).size() > longest_name) return true;
-    name.remove_prefix(slash == std::string_view::npos ? name.size() : slash + 1);
-  }
-  return false;
-}
 
 bool is_below(std::string_view name, std::string_view folder) {
   return name == folder || (name.starts_with(folder) && name[folder.size()] == '/');
@@ -63,7 +53,7 @@ void foresee_entries(const Outlook& outlook, std::vector<Warning>& found) {
       continue;
     }
     if (entry.is_link_or_device()) say(Foresight::not_a_file);
-    if (has_long_part(entry.name)) say(Foresight::long_name);
+    if (entry.shortened) say(Foresight::long_name);
     if (next < end && next->name == entry.name && !entry.folder) say(Foresight::same_name);
     if (const auto trouble = trouble_of(archive, entry)) say(*trouble);
   }
