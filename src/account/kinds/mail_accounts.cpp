@@ -88,7 +88,9 @@ bool agree(const Case& of, Field field, const std::string& wanted, const std::st
   // Deliberate: part of the format. Without a port every account has that of POP3.
   if (field == Field::port && wanted.empty()) return there == "110";
   if (has_kmail(of.system) && trimmed(wanted) == there) return true;
-  return readable(wanted, of.charset.c_str()) == there;
+  // The wizard reads such a value in the character set of its language, whatever letters a person would see
+  // in it.
+  return readable(wanted, of.charset.c_str()) == there || to_utf8(wanted, of.charset.c_str()) == there;
 }
 
 // The first value that differs.

@@ -25,8 +25,8 @@ enum class Cause {
 /// The language code of the wizard, the first five characters of LC_CTYPE or LANG; empty for none.
 std::string language_code(System system);
 
-/// The language that Windows had, as far as it can be told: that of BRINDLE_LOCALE, which the start script sets
-/// when it starts the wizard in another language than the person's, else language_code().
+/// The language that Windows had, as far as it can be told: that of BRINDLE_LOCALE, which the start script
+/// sets when it starts the wizard in another language than the person's, else language_code().
 std::string language_of_windows(System system);
 
 /// A mark that stands for `text` in the detail of a cause, and is filled with it when the cause is told.
