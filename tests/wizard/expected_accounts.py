@@ -56,11 +56,11 @@ groupwise      1 1 0 0    0 0 2 0    0 0 2 0
 documents      3 0 0 0    3 0 0 0    3 0 0 0
 desktop        1 0 0 0    1 0 0 0    1 0 0 0
 shared-files   1 0 0 0    1 0 0 0    1 0 0 0
-mail-accounts  0 2 0 0    0 2 0 0    0 2 0 0
+mail-accounts  2 0 0 0    0 2 0 0    0 2 0 0
 mail           5 0 0 0    5 0 0 0    5 0 0 0
 calendar       3 0 0 0    0 3 0 0    1 2 0 0
 tasks          3 0 0 0    2 1 0 0    0 3 0 0
-contacts       3 0 0 0    1 2 0 0    3 0 0 0
+contacts       3 0 0 0    2 1 0 0    3 0 0 0
 notes          0 0 2 0    0 0 2 0    2 0 0 0
 wallpaper      1 0 0 0    0 1 0 0    0 1 0 0
 bookmarks      2 0 0 0    2 0 0 0    2 0 0 0
