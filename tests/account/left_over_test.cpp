@@ -123,4 +123,35 @@ TEST(LeftOver, counts_as_found_and_not_arrived) {
   EXPECT_EQ(Verdict::something_missing, verdict_of(people));
 }
 
+// libzip refuses to write a name twice, python's zipfile does not.
+std::vector<std::string> left_of_doubled(const std::string& entries, const Person& person) {
+  shell_quietly(
+      "rm -f " + std::string(path) + "; python3 -W ignore -c \"import zipfile\nz = zipfile.ZipFile('" + path +
+      "', 'w')\nfor name, text in (" + entries + "): z.writestr('Brindle/' + name, text)\nz.close()\"");
+  const Archive archive(path, "CP437");
+  std::vector<std::string> result;
+  for (const LeftOver& one : left_over(archive, person))
+    result.push_back(std::string(name_of(one.kind).table) + ", " + std::string(one.name) + ": " +
+                     Texts()(one.reason.cause));
+  return result;
+}
+
+const std::string doubled =
+    ": The archive has another file of this name behind it, and only the last one is moved.";
+
+TEST(LeftOver, are_the_earlier_ones_of_a_name_unless_they_are_the_same) {
+  EXPECT_THAT(left_of_doubled(
+                  "('Desktop/a', 'one'), ('Desktop/b', 'x'), ('Desktop/a', 'two'), ('Desktop/a', 'three'), "
+                  "('Desktop/b', 'x'), ('Cookies.txt', 'c'), ('Cookies.txt', 'd')",
+                  runner),
+              ElementsAre("cookies, Cookies.txt" + doubled, "desktop, Desktop/a" + doubled,
+                          "desktop, Desktop/a" + doubled));
+}
+
+TEST(LeftOver, of_a_profile_are_that_persons) {
+  const std::string entries = "('Profiles/ann/Notes/a', 'one'), ('Profiles/ann/Notes/a', 'two')";
+  EXPECT_THAT(left_of_doubled(entries, ann), ElementsAre("notes, Notes/a" + doubled));
+  EXPECT_THAT(left_of_doubled(entries, runner), IsEmpty());
+}
+
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "process/archive/layout.h"
@@ -9,14 +10,24 @@
 namespace account {
 namespace {
 
-constexpr const char* folders[] = {layout::documents,     layout::documents_otherwise,
-                                   layout::desktop,       layout::file_extensions,
-                                   layout::mail_accounts, layout::mail_folders,
-                                   layout::notes,         layout::wallpaper,
-                                   layout::mapped_drives, layout::printers,
-                                   layout::groupwise};
+struct Known {
+  const char* name;  // in the person's folder
+  Kind kind;
+};
 
-constexpr const char* files[] = {layout::bookmarks, layout::cookies};
+constexpr Known folders[] = {{layout::documents, Kind::documents},
+                             {layout::documents_otherwise, Kind::documents},
+                             {layout::desktop, Kind::desktop},
+                             {layout::file_extensions, Kind::shared_files},
+                             {layout::mail_accounts, Kind::mail_accounts},
+                             {layout::mail_folders, Kind::mail},
+                             {layout::notes, Kind::notes},
+                             {layout::wallpaper, Kind::wallpaper},
+                             {layout::mapped_drives, Kind::drives},
+                             {layout::printers, Kind::printers},
+                             {layout::groupwise, Kind::groupwise}};
+
+constexpr Known files[] = {{layout::bookmarks, Kind::bookmarks}, {layout::cookies, Kind::cookies}};
 
 constexpr const char* files_in_mail[] = {layout::calendar_file, layout::tasks_file, layout::contacts_file};
 
@@ -29,12 +40,16 @@ std::string in_mail(const char* name) { return std::string(layout::mail) + "/" +
 // `name`: in the person's folder.
 bool is_looked_at(std::string_view name, const Person& person) {
   if (person.runs && (name == layout::users || lies_in(name, layout::fonts))) return true;
-  return std::ranges::any_of(folders, [name](const char* folder) { return lies_in(name, folder); }) ||
-         std::ranges::find(files, name) != std::end(files) ||
+  return std::ranges::any_of(folders, [name](const Known& folder) { return lies_in(name, folder.name); }) ||
+         std::ranges::find(files, name, &Known::name) != std::end(files) ||
          std::ranges::any_of(files_in_mail, [name](const char* file) { return name == in_mail(file); });
 }
 
 Kind kind_of(std::string_view name) {
+  for (const Known& folder : folders)
+    if (lies_in(name, folder.name)) return folder.kind;
+  for (const Known& file : files)
+    if (name == file.name) return file.kind;
   if (name == layout::konqueror_bookmarks) return Kind::bookmarks;
   if (name == layout::konqueror_cookies) return Kind::cookies;
   if (lies_in(name, layout::fonts)) return Kind::fonts;
@@ -63,14 +78,31 @@ std::optional<LeftOver> judge(const Entry& entry, const Person& person) {
   return LeftOver{name, kind_of(name), {fault.value_or(Cause::unknown_name), {}}};
 }
 
+// An earlier entry of a name that comes again, with another content: only the last one is unpacked.
+std::optional<LeftOver> judge_overridden(const Entry& entry, const Entry& kept, const Person& person) {
+  if (entry.size == kept.size && entry.crc == kept.crc) return std::nullopt;
+  if (!lies_in(entry.name, person.folder)) return judge(entry, person);
+  const std::string_view name = name_within(entry, person.folder);
+  if (person.runs && is_of_profile(name)) return std::nullopt;
+  return LeftOver{name, kind_of(name), {Cause::overridden, {}}};
+}
+
+const Entry& last_of_name(const Entry& entry, std::span<const Entry> among) {
+  const Entry* last = &entry;
+  while (is_overridden(*last, among)) ++last;
+  return *last;
+}
+
 }  // namespace
 
 std::vector<LeftOver> left_over(const Archive& archive, const Person& person) {
   const auto entries = person.runs ? archive.entries() : archive.below(person.folder);
   std::vector<LeftOver> result;
   for (const Entry& entry : entries) {
-    if (entry.folder || is_overridden(entry, entries)) continue;
-    if (auto one = judge(entry, person)) result.push_back(std::move(*one));
+    if (entry.folder) continue;
+    const Entry& kept = last_of_name(entry, entries);
+    if (auto one = &kept == &entry ? judge(entry, person) : judge_overridden(entry, kept, person))
+      result.push_back(std::move(*one));
   }
   return result;
 }

@@ -1,4 +1,4 @@
-// What an archive holds and no kind of data is looked for in.
+// What an archive holds that no kind of data is looked for in, or that another entry takes the place of.
 #ifndef BRINDLE_ACCOUNT_KINDS_LEFT_OVER_H
 #define BRINDLE_ACCOUNT_KINDS_LEFT_OVER_H
 
@@ -10,7 +10,7 @@
 
 namespace account {
 
-/// A file that is never moved, because nothing is looked for where it lies.
+/// A file that is never moved, because nothing is looked for where it lies or a later one has its name.
 struct LeftOver {
   std::string_view name;  ///< in the person's folder; outside of the archive root the whole name
   Kind kind;              ///< that the person would look for it under
