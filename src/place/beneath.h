@@ -1,0 +1,42 @@
+// Files below one folder, whatever its owner does meanwhile: no link is followed on the way, and no path
+// leads out.
+#ifndef BRINDLE_PLACE_BENEATH_H
+#define BRINDLE_PLACE_BENEATH_H
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "place/descriptor.h"
+
+namespace place {
+
+/// Opens `folder` itself, over links: the top of what follows. False, with errno set, when it is no folder.
+Descriptor open_top(const std::string& folder);
+
+/// openat of `path`, relative to the open folder `top`, with O_CLOEXEC. Fails with ELOOP when any part of it,
+/// the last too, is a link, and with EXDEV when it leads out of the folder or is absolute. "" and "." are the
+/// top.
+Descriptor open_beneath(int top, const std::string& path, int flags, mode_t mode = 0);
+
+/// The open folder in which something lies, or could, and its name there.
+struct Spot {
+  Descriptor folder;
+  std::string name;
+
+  /// False when the folder is missing or may not be opened, with errno set by spot_beneath.
+  explicit operator bool() const { return static_cast<bool>(folder); }
+};
+
+/// Where `path` lies below `top`. Only its folders are looked at, as by open_beneath; "" has no spot
+/// (EINVAL).
+Spot spot_beneath(int top, const std::string& path);
+
+/// Makes the folder `path` below `top` with all that are missing above it, each with `mode` and, where it may
+/// be given away, the owner `uid` and `gid`. True when it is there afterwards; false, with errno set, as by
+/// open_beneath.
+[[nodiscard]] bool make_folder_beneath(int top, const std::string& path, mode_t mode, uid_t uid, gid_t gid);
+
+}  // namespace place
+
+#endif
