@@ -162,6 +162,7 @@ class Keeping {
   void settle_one(const Pending& one);
   void settle_tree(const Where& where, const std::string& before);
   void settle_names(const Where& where, const Paths& there);
+  void drop_if_same(const Where& where, const std::string& before, const Entry& now);
   void write_later(const Where& where, Row row);
   void write_settled();
   bool refused(const std::string& path, const char* why = nullptr) const;
@@ -596,9 +597,20 @@ void Keeping::settle_tree(const Where& where, const std::string& before) {
   const std::optional<Entry> entry = where.look(Content::read);
   if (!entry) return std::perror(where.path.c_str());
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
+  drop_if_same(where, before, *entry);
   if (before != nothing || entry->type != Type::folder) return;
   for (const std::string& name : where.names().value_or(std::vector<std::string>()))
     settle_tree(where.in(name), nothing);
+}
+
+// A copy of what is still there as it was is of no use; a later step may need one.
+void Keeping::drop_if_same(const Where& where, const std::string& before, const Entry& now) {
+  if (now.type != Type::file || not_copied_.has(where.path)) return;
+  const std::optional<Entry> was = place::entry_from(before);
+  Store* const store = was && place::is_same_thing(*was, now) ? store_of(where) : nullptr;
+  if (store == nullptr) return;
+  store->drop(where.path);
+  not_copied_.add(where.path);
 }
 
 void Keeping::settle_one(const Pending& one) {

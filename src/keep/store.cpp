@@ -228,6 +228,16 @@ bool Store::take(const place::Spot& from, const std::string& path) {
          place::remove_entry(from);
 }
 
+void Store::drop(const std::string& path) {
+  int flags = 0;
+  for (std::string place = folder_of_files + path; !place.empty(); place.erase(place.find_last_of("/"))) {
+    const place::Spot spot = place::spot_beneath(folder_.number(), place);
+    if (!spot || unlinkat(spot.folder.number(), spot.name.c_str(), flags) != 0) return;
+    if (place.find('/') == std::string::npos) return;
+    flags = AT_REMOVEDIR;
+  }
+}
+
 void Store::complete() {
   unlinkat(folder_.number(), folder_of_begun, AT_REMOVEDIR);  // there only if something was copied
   if (list_) join_rows(folder_.number(), list_name, list_.number());

@@ -47,6 +47,9 @@ class Store {
   [[nodiscard]] bool keep(const place::Spot& from, const std::string& path);
   [[nodiscard]] bool take(const place::Spot& from, const std::string& path);
 
+  /// Removes the copy of `path` again, with the folders that this leaves empty.
+  void drop(const std::string& path);
+
   /// One row a name from now on. The lists stay as they are when that cannot be done.
   void complete();
 

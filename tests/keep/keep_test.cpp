@@ -153,6 +153,30 @@ TEST_F(Keep, keeps_the_first_state_of_a_path_alone) {
   EXPECT_THAT(read_file("/root/.brindle_before/" + noons() + "/list.tsv"), HasSubstr(":5\n"));  // "three"
 }
 
+TEST_F(Keep, keeps_no_copy_of_what_was_not_changed_in_the_end) {
+  write_file("/root/d/a", "one");
+  write_file("/root/d/b", "one");
+  ASSERT_TRUE(keep::before_change("/root/d/a"));
+  ASSERT_TRUE(keep::before_change("/root/d/b"));
+  shell_quietly("rm /root/d/a; echo -n one > /root/d/a; echo -n two > /root/d/b; chmod 600 /root/d/a");
+  keep::settle();
+  EXPECT_FALSE(exists(kept("/root/d/a")));
+  EXPECT_EQ("one", read_file(kept("/root/d/b")));
+  ASSERT_TRUE(keep::before_change("/root/d/a"));
+  write_file("/root/d/a", "two");
+  keep::end_run();
+  EXPECT_EQ("one", read_file(kept("/root/d/a")));
+  EXPECT_THAT(state_of("/root/d/a"), StartsWith("file 0644 "));
+}
+
+TEST_F(Keep, leaves_no_empty_folders_of_copies_that_were_not_needed) {
+  write_file("/root/d/sub/a", "one");
+  ASSERT_TRUE(keep::before_change("/root/d/sub/a"));
+  keep::end_run();
+  EXPECT_FALSE(exists("/root/.brindle_before/" + noons() + "/files"));
+  EXPECT_TRUE(exists("/root/.brindle_before/" + noons() + "/list.tsv"));
+}
+
 TEST_F(Keep, tells_a_removed_file) {
   write_file("/root/a", "one");
   ASSERT_TRUE(keep::before_change("/root/a"));
@@ -418,13 +442,13 @@ TEST_F(Keep, keeps_all_that_a_program_may_change) {
   write_file("/root/.kde/config/large", std::string((1 << 20) + 1, 'x'));
   write_file("/root/.kde/config/as-large-as-may-be", std::string(1 << 20, 'x'));
   ASSERT_TRUE(keep::before_program("/root/.kde"));
+  EXPECT_TRUE(exists(kept("/root/.kde/config/as-large-as-may-be")));
+  EXPECT_FALSE(exists(kept("/root/.kde/config/large")));
   write_file("/root/.kde/config/rc", "theirs");
   write_file("/root/.kde/config/new", "theirs");
   fs::remove("/root/.kde/config/gone");
   keep::end_run();
   EXPECT_EQ("mine", read_file(kept("/root/.kde/config/rc")));
-  EXPECT_TRUE(exists(kept("/root/.kde/config/as-large-as-may-be")));
-  EXPECT_FALSE(exists(kept("/root/.kde/config/large")));
   EXPECT_THAT(told(),
               UnorderedElementsAre("/root/.kde folder folder", "/root/.kde/config folder folder",
                                    "/root/.kde/config/rc file file", "/root/.kde/config/gone file nothing",
@@ -504,6 +528,7 @@ TEST_F(Keep, keeps_with_each_home_what_is_its_own) {
   shell_quietly("chown ann /home/ann/a");
   ASSERT_TRUE(keep::before_change("/home/ann/a"));
   ASSERT_TRUE(keep::before_change("/home/ann/new"));
+  write_file("/home/ann/a", "ours");
   keep::end_run();
   EXPECT_EQ("hers", read_file(kept("/home/ann/a", "/home/ann")));
   for (const std::string& each :
