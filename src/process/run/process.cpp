@@ -156,7 +156,8 @@ void* process(void* args) {
     return nullptr;
   }
   begin_run_note(g_filename);
-  keep::begin_run(target_of("").home, std::time(nullptr));
+  // Start-up has begun it when it changed something.
+  if (keep::folder_of_run().empty()) keep::begin_run(target_of("").home, std::time(nullptr));
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
   const std::string root = unpack(g_filename, g_password);
