@@ -134,6 +134,7 @@ class Keeping {
   }
 
   std::optional<Where> find(const std::string& path);
+  bool is_somebodys(const std::string& home) const;
   Home* home_of(const std::string& folder, const std::string& top, const std::string& login);
   Home* own_home() { return home_of(home_, home_, ""); }
   Store* store_of(const Where& where) { return open_store(*where.home); }
@@ -196,6 +197,12 @@ std::string others_home(const std::string& path) {
                                                                : "";
 }
 
+// A home that the run itself makes, since no account could be, is listed with the things of nobody.
+bool Keeping::is_somebodys(const std::string& home) const {
+  std::error_code error;
+  return !home.empty() && fs::is_directory(home, error) && !is_in_made(home);
+}
+
 // Of whoever runs the program, of somebody else, or of nobody. In another's home a link that leads out of it
 // is a trap: what that other could not write would be written, and given back, by us.
 std::optional<Where> Keeping::find(const std::string& path) {
@@ -204,14 +211,14 @@ std::optional<Where> Keeping::find(const std::string& path) {
   const std::string folder = real(parent_of(named));
   const std::string whole = (folder == "/" ? "" : folder) + "/" + fs::path(named).filename().string();
   const std::string others = is_within(named, home_) ? "" : others_home(named);
-  if (!others.empty() && named != others) {
+  if (named != others && is_somebodys(others)) {
     const std::string top = real(others);
     if (!is_within(whole, top)) return errno = EXDEV, std::nullopt;
     if (top != home_) return Where{whole, home_of(top, top, fs::path(others).filename())};
   }
   if (is_within(whole, home_)) return Where{whole, own_home()};
   const std::string home = others_home(whole);
-  if (!home.empty() && (whole != home || fs::is_directory(home)))
+  if (is_somebodys(home))
     return Where{whole, home_of(home, home, fs::path(home).filename())};
   return Where{whole, home_of(home_, "/", "")};
 }
