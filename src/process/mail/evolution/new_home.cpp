@@ -89,7 +89,8 @@ constexpr const char* stores[] = {"evolution", ".evolution", ".local/share/evolu
 
 bool keep_for_evolution(const std::string& home) {
   const auto path = [&](const char* folder) { return home + "/" + folder; };
-  return std::ranges::all_of(settings_folders, [&](const char* each) { return keep::before_program(path(each)); }) &&
+  return std::ranges::all_of(settings_folders,
+                             [&](const char* each) { return keep::before_program(path(each)); }) &&
          std::ranges::all_of(stores, [&](const char* each) { return keep::before_adding(path(each)); });
 }
 

@@ -2,6 +2,7 @@
 
 #include <linux/limits.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -12,6 +13,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"

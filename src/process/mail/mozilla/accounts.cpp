@@ -16,6 +16,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
