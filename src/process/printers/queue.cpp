@@ -27,27 +27,35 @@ void make_queue(const QueueTools& tools, const std::string& queue, const Model& 
   if (tools.traces_more) std::printf("Options::%s", command.c_str());
 }
 
-void migrate(const Target& target, const QueueTools& tools, const PrinterDescription& printer) {
+// False when something that was there could not be kept.
+bool migrate(const Target& target, const QueueTools& tools, const PrinterDescription& printer) {
   const std::optional<Device> device = device_of_port(printer.port);
-  if (!device) return;
+  if (!device) return true;
+  if (!tools.keep_search(target.home)) return false;
   const std::optional<Model> model = find_model(tools, target.home, printer.driver_name);
-  if (!model) return;
+  if (!model) return true;
+  if (!tools.keep_for_queue(printer.queue)) return false;
   std::optional<std::string> uri = uri_of(*device, printer.queue);
-  if (!uri) return;
+  if (!uri) return true;
   shell::Command last = tools.queue_command(printer.queue, *uri, *model);
   make_queue(tools, printer.queue, *model, last);
   forget_credentials(*uri);
   if (printer.is_default) {
+    if (!tools.keep_for_default(printer.queue)) return false;
     last = tools.default_command(printer.queue);
     SYSTEM(last);
   }
   std::printf("Properties Read.");
-  set_options(printer, tools.family, target.system, last);
+  return set_options(printer, tools.family, target.system, last);
 }
 
 }  // namespace
 
-void migrate_printers(const Target& target, const QueueTools& tools) {
-  for_each_description(target.root,
-                       [&](const PrinterDescription& printer) { migrate(target, tools, printer); });
+bool migrate_printers(const Target& target, const QueueTools& tools) {
+  bool kept = true;
+  for_each_description(target.root, [&](const PrinterDescription& printer) {
+    kept = migrate(target, tools, printer);
+    return kept;
+  });
+  return kept;
 }
