@@ -59,7 +59,6 @@ TEST_F(KeptKeys, HaveTheValuesBeforeAndAfter) {
                                           {"/apps/x/flag", true},
                                           {"/apps/x/list", std::vector<std::string>{"a", "b\nc"}},
                                           {"/apps/x/text", std::string("two")}}));
-  keep::end_run();
   EXPECT_THAT(keys(),
               ElementsAre("/apps/x/text: string old -> string two", "/apps/x/flag: int 5 -> bool true",
                           "/apps/x/list: nothing -> list string\na\nb\\nc"));
@@ -83,7 +82,7 @@ TEST_F(KeptKeys, HaveTheirFilesKept) {
   Session session;
   ASSERT_EQ(0, set_gconf_string("/apps/x/text", "new"));
   ASSERT_EQ(0, set_gconf_bool("/apps/x/y/flag", TRUE));
-  shell_quietly("gconftool-2 --shutdown");
+  finish_keys(client);
   ASSERT_THAT(read_file("/root/.gconf/apps/x/%gconf.xml"), HasSubstr("new"));
   const auto kept = paths();
   for (const char* there : {"/root/.gconf/apps/%gconf.xml", "/root/.gconf/apps/x/%gconf.xml",
@@ -95,9 +94,37 @@ TEST_F(KeptKeys, HaveTheirFilesKept) {
 }
 
 TEST_F(KeptKeys, MakeTheSettingsOfAFreshHomeTheRuns) {
+  ASSERT_TRUE(keep_settings_folder());
   Session session;
   ASSERT_EQ(0, set_gconf_bool("/apps/x/flag", TRUE));
   EXPECT_THAT(paths(), Contains(Pair("/root/.gconf", false)));
+}
+
+TEST_F(KeptKeys, AreFinishedWithTheirFilesAsTheyBecame) {
+  Session session;
+  set("string", "/apps/x/text", "old");
+  shell_quietly("gconftool-2 --shutdown; while gconftool-2 --ping; do sleep 0.05; done");
+  keep::settle();
+  for (const char* text : {"one", "two"}) {
+    ASSERT_EQ(0, set_gconf_string("/apps/x/text", text));
+    finish_keys(client);
+    keep::settle();
+    const auto all = rows();
+    const auto row = std::ranges::find(all, "/root/.gconf/apps/x/%gconf.xml", &keep::Row::name);
+    ASSERT_NE(all.end(), row);
+    const std::string digest =
+        output_of("xxh128sum </root/.gconf/apps/x/%gconf.xml | cut -d' ' -f1 | tr -d '\n'");
+    EXPECT_THAT(row->became, HasSubstr(" " + digest + ":")) << text;
+    EXPECT_THAT(read_file("/root/.gconf/apps/x/%gconf.xml"), HasSubstr(text));
+  }
+}
+
+TEST_F(KeptKeys, AreFinishedWithoutAWordWhereNoneWasSet) {
+  testing::internal::CaptureStderr();
+  finish_keys(nullptr);
+  setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
+  finish_keys(gconf_client_get_default());
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
 TEST_F(KeptKeys, AreNotSetWhenTheyCannotBeKept) {
