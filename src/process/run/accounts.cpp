@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "keep/keep.h"
@@ -25,6 +26,7 @@
 #include "state/question.h"
 #include "state/state.h"
 #include "system/target.h"
+#include "things/account.h"
 
 namespace {
 
@@ -35,6 +37,7 @@ void put(char (&buffer)[Size], const std::string& text) {
   static_cast<void>(assign(buffer, text.c_str()));
 }
 
+constexpr const char* user_group = "users";
 constexpr const char* login_name_alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 bool is_login_name(const std::string& name) {
@@ -46,6 +49,36 @@ bool is_login_name(const std::string& name) {
 void refuse_user(Question& notice) {
   std::printf("Invalid User.");
   notice.ask();
+}
+
+bool told(const std::string& what, const std::string& error) {
+  std::fprintf(stderr, "%s could not be kept as it is, so it stays and is not changed: %s\n", what.c_str(),
+               error.c_str());
+  return false;
+}
+
+using State = std::optional<std::string> (*)(const std::string& name, std::string& error);
+
+// False when it cannot be told or written down: then it must not be changed.
+bool keep_state(State state_of, const std::string& name, const std::string& row) {
+  std::string error;
+  const std::optional<std::string> state = state_of(name, error);
+  return state ? keep::before_change_of(keep::Kind::account, row, *state) : told("account " + row, error);
+}
+
+void note_state(State state_of, const std::string& name, const std::string& row) {
+  std::string error;
+  if (const auto state = state_of(name, error)) keep::now_is(keep::Kind::account, row, *state);
+}
+
+bool keep_account(const std::string& login) {
+  return keep_state(things::group_state, user_group, things::row_of_group(user_group)) &&
+         keep_state(things::account_state, login, login);
+}
+
+void note_account(const std::string& login) {
+  note_state(things::group_state, user_group, things::row_of_group(user_group));
+  note_state(things::account_state, login, login);
 }
 
 // From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
@@ -111,8 +144,11 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   std::printf("Migrating Data for User::%s\n", login.c_str());
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
+  if (!keep_account(login)) return -1;
   create_account(target, skeleton);
-  if (!set_password(login, target.home)) return -1;
+  const bool is_noted = set_password(login, target.home);
+  note_account(login);
+  if (!is_noted) return -1;
   keep::settle();
   std::printf("STEP 1: User and Home Directory Created.");
   std::printf("STEP 3: Migrating..........");  // Deliberate: part of the output. There is no step 2.

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "error/log.h"
+#include "gconf/kept_key.h"
 #include "keep/keep.h"
 #include "process/archive/code_page.h"
 #include "process/archive/encryption.h"
@@ -48,6 +49,7 @@ void trace_system(const char* name, const char* version) {
 }
 
 GConfClient* start_gconf() {
+  if (!keep_settings_folder()) return nullptr;
   SYSTEM(compose("gconftool-2 --spawn"));
   GConfClient* started = gconf_client_get_default();
   if (started == nullptr) std::printf("gconf_client_get_default NULL\n");
