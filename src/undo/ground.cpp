@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 place::Spot below(const std::string& top, const std::string& path) {
   const Descriptor opened = place::open_top(top);
-  return opened ? place::spot_beneath(opened.number(), path) : place::Spot{};
+  return opened ? place::spot_beneath(opened.number(), path) : place::Spot{Descriptor(), ""};
 }
 
 std::string relative(const std::string& path, const std::string& top) {
@@ -28,7 +28,7 @@ std::string relative(const std::string& path, const std::string& top) {
 place::Spot spot_of(const Ground& ground, const std::string& path) {
   const bool in_others = ground.is_others() && path != ground.home;
   const std::string top = in_others ? ground.home : "/";
-  if (in_others && !is_within(path, top)) return errno = EXDEV, place::Spot{};
+  if (in_others && !is_within(path, top)) return errno = EXDEV, place::Spot{Descriptor(), ""};
   return below(top, relative(path, top));
 }
 
