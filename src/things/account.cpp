@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "things/lines.h"
 #include "things/nothing.h"
 #include "things/program.h"
 
@@ -24,16 +25,6 @@ namespace things {
 namespace {
 
 using Lines = std::vector<std::string>;
-
-Lines parts_of(const std::string& text, char border) {
-  Lines parts;
-  for (std::size_t begin = 0; begin <= text.size();) {
-    const std::size_t end = std::min(text.find(border, begin), text.size());
-    parts.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return parts;
-}
 
 std::string joined(const Lines& parts, const char* between) {
   std::string text;
@@ -59,8 +50,8 @@ std::optional<Lines> lines_in(const std::string& path, bool is_needed, std::stri
 }
 
 /// The lines of `path` whose first field is `name`.
-std::optional<Lines> lines_of(const std::string& name, const std::string& path, bool is_needed,
-                              std::string& error) {
+std::optional<Lines> lines_named(const std::string& name, const std::string& path, bool is_needed,
+                                 std::string& error) {
   std::optional<Lines> lines = lines_in(path, is_needed, error);
   if (lines) std::erase_if(*lines, [&](const std::string& line) { return !line.starts_with(name + ":"); });
   return lines;
@@ -90,7 +81,7 @@ std::optional<Account> read_account(const std::string& login, std::string& error
   Account account;
   for (const std::string file : line_files) {
     const bool is_needed = file == "passwd" || file == "shadow";
-    std::optional<Lines> lines = lines_of(login, "/etc/" + file, is_needed, error);
+    std::optional<Lines> lines = lines_named(login, "/etc/" + file, is_needed, error);
     if (!lines) return std::nullopt;
     account[file] = std::move(*lines);
   }
@@ -117,12 +108,11 @@ std::string text_of(const Account& account) {
 std::optional<Account> account_from(const std::string& login, const std::string& state) {
   Account account;
   for (const char* word : words) account[word] = {};
-  for (const std::string& line : parts_of(state, '\n')) {
-    const std::size_t blank = std::min(line.find(' '), line.size());
-    const std::string word = line.substr(0, blank);
-    const std::string rest = line.substr(std::min(blank + 1, line.size()));
+  for (const std::string& line : lines_of(state)) {
+    std::string_view rest = line;
+    const std::string word = take_word(rest);
     if (!account.contains(word)) return std::nullopt;
-    if (word != "groups") account[word].push_back(rest);
+    if (word != "groups") account[word].emplace_back(rest);
     if (word == "groups" && !rest.empty()) account[word] = parts_of(rest, ' ');
     if (word != "groups" && !rest.starts_with(login + ":")) return std::nullopt;
   }
@@ -317,7 +307,7 @@ bool give_account(const std::string& login, const std::string& state, std::strin
 }
 
 std::optional<std::string> group_state(const std::string& name, std::string& error) {
-  const std::optional<Lines> lines = lines_of(name, "/etc/group", true, error);
+  const std::optional<Lines> lines = lines_named(name, "/etc/group", true, error);
   if (!lines) return std::nullopt;
   return lines->empty() ? nothing : "group " + lines->front();
 }

@@ -17,6 +17,7 @@
 #include <string_view>
 
 #include "place/beneath.h"
+#include "things/lines.h"
 #include "things/nothing.h"
 
 namespace things {
@@ -140,29 +141,6 @@ struct State {
 constexpr std::array keys = {"device-uri", "info",         "location",  "printing", "accepting",
                              "shared",     "error-policy", "op-policy", "ppd"};
 
-std::string escaped(const std::string& value) {
-  std::string text;
-  for (const char c : value) {
-    if (c == '\\')
-      text += "\\\\";
-    else if (c == '\n')
-      text += "\\n";
-    else
-      text += c;
-  }
-  return text;
-}
-
-std::string unescaped(std::string_view value) {
-  std::string text;
-  for (std::size_t at = 0; at < value.size(); ++at) {
-    const bool is_escape = value[at] == '\\' && at + 1 < value.size();
-    if (is_escape) ++at;
-    text += is_escape && value[at] == 'n' ? '\n' : value[at];
-  }
-  return text;
-}
-
 std::string text_of(const State& state) {
   std::string text;
   for (const char* key : keys) text += std::string(key) + " " + escaped(state.values.at(key)) + "\n";
@@ -172,20 +150,10 @@ std::string text_of(const State& state) {
   return text;
 }
 
-/// Takes the word in front of the first blank off.
-std::string take_word(std::string_view& line) {
-  const std::size_t end = std::min(line.find(' '), line.size());
-  const std::string word(line.substr(0, end));
-  line.remove_prefix(std::min(end + 1, line.size()));
-  return word;
-}
-
 std::optional<State> state_from(std::string_view text) {
   State state;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
+  for (const std::string& whole : lines_of(text)) {
+    std::string_view line = whole;
     std::string key = take_word(line);
     auto& place = key == "default" ? state.defaults : state.values;
     if (key == "default") key = take_word(line);
@@ -449,16 +417,12 @@ bool give_lines(http_t* server, const std::string& name, const State& state, con
   return now && give_defaults(server, name, state, *now, error) && give_readiness(server, name, state, error);
 }
 
-/// The first line of `wanted_text` that `now` does not have.
-std::string missing_line(std::string_view wanted_text, std::string_view now) {
-  const std::string all = "\n" + std::string(now) + "\n";
-  while (!wanted_text.empty()) {
-    const std::size_t end = std::min(wanted_text.find('\n'), wanted_text.size());
-    const std::string line(wanted_text.substr(0, end));
-    if (all.find("\n" + line + "\n") == all.npos) return line;
-    wanted_text.remove_prefix(std::min(end + 1, wanted_text.size()));
-  }
-  return "less";
+/// The first line of `state` that is none of `now`.
+std::string missing_line(std::string_view state, std::string_view now) {
+  const std::vector<std::string> lines = lines_of(now);
+  for (const std::string& line : lines_of(state))
+    if (std::ranges::find(lines, line) == lines.end()) return line;
+  return "no more than that";
 }
 
 bool is_in_state(http_t* server, const std::string& name, const std::string& state, std::string& error) {

@@ -1,12 +1,16 @@
 // A GConf key: its state as a text, and given back.
 //
 //   nothing              the key is not set; its schema's default shows
-//   string /tmp/a.png    the type, and the value as gconf_value_encode writes it: a text as it stands
-//   bool t
+//   string /tmp/a.png    the type and the value; a text as it stands
+//   bool true
 //   int 5
 //   float 0.5
-//   list ssone,stwo      the type of its elements in front
-//   pair i5,stwo
+//   list string          the type of its elements, then each of them on a line of its own, in which a
+//   one                  backslash and a line feed are written \\ and \n
+//   two
+//   pair                 its two values, each on a line like those of a list, with its type
+//   int 5
+//   string two
 //
 // A state is told of what the person has set or an administrator prescribes, never of a schema's default.
 #ifndef BRINDLE_THINGS_SETTING_H

@@ -48,9 +48,11 @@ std::string files() {
 
 struct Accounts : testing::Test {
   Accounts() {
-    prepare("groupadd -f audio; groupadd -f cdrom; groupadd -f users; touch /etc/subuid /etc/subgid");
+    prepare(
+        "groupadd -f audio; groupadd -f cdrom; groupadd -f users; groupadd -f games; touch /etc/subuid "
+        "/etc/subgid");
     prepare("useradd -m -g users -G cdrom,audio -s /bin/bash -c 'Ann <ann@home>, 12' ann");
-    prepare("useradd -m -g users annabel; useradd -m -g users -G audio jo");
+    prepare("useradd -m -g users annabel; useradd -m -g users -G games jo");
     prepare("usermod -p '$6$salt$of-today' ann; chage -d 2020-02-03 -W 5 -E 2031-01-01 ann");
   }
 };

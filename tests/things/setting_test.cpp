@@ -44,8 +44,10 @@ TEST_F(Settings, AreToldAndGivenBackWithTheirTypes) {
                {"string", "nothing", "string nothing"},
                {"int", "-5", "int -5"},
                {"float", "0.1", "float 0.10000000000000001"},
-               {"bool", "true", "bool t"},
-               {"bool", "false", "bool f"}};
+               {"float", "0.30000000000000004", "float 0.30000000000000004"},
+               {"float", "-1.7976931348623157e+308", "float -1.7976931348623157e+308"},
+               {"bool", "true", "bool true"},
+               {"bool", "false", "bool false"}};
   for (const auto& one : cases) {
     set(one.type, "/apps/x/key", one.value);
     EXPECT_EQ(one.state, state("/apps/x/key"));
@@ -120,7 +122,7 @@ TEST_F(Settings, ThatAreNotSetShowTheirDefaultAgain) {
   EXPECT_EQ("nothing", state("/apps/x/key"));
   set("string", "/apps/x/key", "of the schema");
   EXPECT_EQ("string of the schema", state("/apps/x/key"));
-  EXPECT_THAT(state("/schemas/apps/x/key"), HasSubstr("unknown type"));
+  EXPECT_THAT(state("/schemas/apps/x/key"), HasSubstr("holds a schema"));
 }
 
 TEST_F(Settings, UnsetWhatIsNotSetIsNoError) {
@@ -142,7 +144,9 @@ TEST_F(Settings, AreInTheFileWhenTheDaemonWasMadeToWrite) {
 TEST_F(Settings, RefuseWhatIsNoStateAndNoKey) {
   Session session;
   set("int", "/apps/x/key", "77");
-  for (const char* text : {"", "string", "colour red", "unknown", "int many", "schema x", "nothing "}) {
+  for (const char* text : {"", "string", "bool t", "list", "list ", "list list", "list int\nmany",
+                           "list schema", "pair", "pair\nint 5", "pair\nint 5\nint", "pair\nint 5\npair ",
+                           "list string\n\\x", "colour red", "unknown", "int many", "schema x", "nothing "}) {
     std::string error;
     EXPECT_FALSE(give_setting(client, "/apps/x/key", text, error)) << text;
     EXPECT_NE("", error);
