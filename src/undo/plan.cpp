@@ -174,7 +174,7 @@ void Plan::add_below(std::size_t index) {
   const Item folder = items_[index];
   const bool is_made = folder.deed == Deed::take_away && !folder.became && folder.start.type == Type::folder;
   const bool is_gone =
-      folder.before.type == Type::folder && folder.became && folder.became->type == Type::nothing;
+      folder.before.type == Type::folder && folder.became && folder.became->type != Type::folder;
   if (is_made) {
     for (const std::string& name : names_in(spot_of(*folder.ground, folder.path))) {
       Item item;

@@ -29,8 +29,8 @@ Ended ended(const std::string& command) {
 Ended undo(const std::string& words) { return ended(BRINDLE_UNDO " " + words + " < /dev/null"); }
 
 Ended undo_as(const std::string& login, const std::string& words) {
-  return ended("cp " BRINDLE_UNDO " /tmp/brindle-undo; chmod 755 /tmp/brindle-undo; cd /; setpriv --reuid " + login +
-               " --regid " + login + " --clear-groups /tmp/brindle-undo " + words + " < /dev/null");
+  return ended("cp " BRINDLE_UNDO " /tmp/brindle-undo; chmod 755 /tmp/brindle-undo; cd /; setpriv --reuid " +
+               login + " --regid " + login + " --clear-groups /tmp/brindle-undo " + words + " < /dev/null");
 }
 
 Ended undo_on_terminal(const std::string& words, const std::string& typed) {
@@ -82,7 +82,8 @@ void fill_home() {
   shell_quietly(
       "cd /root; rm empty-one/nothing; chmod 600 .kde/share/config/kmailrc; chmod 4755 program;"
       "ln -s Documents/letter.txt shortcut; ln -s /nowhere dangling; mkfifo pipe; chown 12:34 Mail/sent;"
-      "chmod 2750 Mail/inbox; setfacl -m u:games:r Documents/other.txt; setfacl -m u:games:rx Mail/inbox/cur;"
+      "chmod 2750 Mail/inbox; setfacl -m u:games:r Documents/letter.txt; setfacl -m u:games:r "
+      "Documents/other.txt;"
       "ln Documents/other.txt twin; chmod 500 Documents/deep;"
       "find . -name .brindle_before -prune -o -print0 | xargs -0 touch -h -d '2001-02-03 04:05:06.789'");
 }
