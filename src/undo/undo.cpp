@@ -118,7 +118,8 @@ class Record {
 
   std::size_t replaced() const {
     return count([](const Row& row) {
-      return row.before != keep::nothing && row.before != row.became && !row.before.starts_with("folder ");
+      const bool stays_a_folder = row.before.starts_with("folder ") && row.became.starts_with("folder ");
+      return row.before != keep::nothing && row.before != row.became && !stays_a_folder;
     });
   }
   std::size_t made() const {
