@@ -39,7 +39,10 @@ Ended undo_on_terminal(const std::string& words, const std::string& typed) {
 
 std::string tree(const std::string& folder) {
   const std::string most = "find " + folder + " -name .brindle_before -prune -o ";
-  return output_of(most + "-printf '%p %y %m %U %G %T@ %n %l\\n' | sort") +
+  // How many links a folder has is the file system's affair.
+  return output_of(
+             most +
+             "-type d -printf '%p %y %m %U %G %T@\\n' -o -printf '%p %y %m %U %G %T@ %n %l\\n' | sort") +
          output_of(most + "-type f -print0 | sort -z | xargs -0r sha1sum") +
          output_of(most + "-not -type l -print0 | sort -z | xargs -0r getfacl -pcs 2>/dev/null");
 }
