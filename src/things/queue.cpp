@@ -201,10 +201,12 @@ std::string whole_value(ipp_attribute_t* attribute) {
   return text;
 }
 
+// What was set for the queue stands in front of what the server and the PPD file say of the same option.
 std::map<std::string, std::string> defaults_in(ipp_t* reply) {
   std::map<std::string, std::string> defaults;
   for (ipp_attribute_t* at = ippFirstAttribute(reply); at != nullptr; at = ippNextAttribute(reply))
-    if (const std::string option = option_of(at); !option.empty()) defaults[option] = whole_value(at);
+    if (const std::string option = option_of(at); !option.empty())
+      defaults.try_emplace(option, whole_value(at));
   return defaults;
 }
 
@@ -328,10 +330,6 @@ bool remove_queue(http_t* server, const std::string& name, std::string& error) {
   return false;
 }
 
-void add_text(ipp_t* request, ipp_tag_t tag, const char* name, const std::string& value) {
-  ippAddString(request, IPP_TAG_PRINTER, tag, name, nullptr, value.c_str());
-}
-
 std::string address_to_give(const State& state, const std::string& name, const std::string& folder) {
   const std::string& told = state.values.at("device-uri");
   const std::string kept = kept_file(folder, name + ".uri").value_or("");
@@ -352,23 +350,39 @@ bool choose_ppd(const State& state, const State& now, const std::string& name, c
   return true;
 }
 
-bool give_description(http_t* server, const std::string& name, const State& state, const std::string& folder,
-                      const Ppd& ppd, std::string& error) {
+struct Text {
+  const char* key;
+  const char* attribute;
+  ipp_tag_t tag;
+};
+constexpr std::array texts = {Text{"info", "printer-info", IPP_TAG_TEXT},
+                              Text{"location", "printer-location", IPP_TAG_TEXT},
+                              Text{"error-policy", "printer-error-policy", IPP_TAG_NAME},
+                              Text{"op-policy", "printer-op-policy", IPP_TAG_NAME}};
+
+/// What differs, and the address, whose password the state does not tell.
+Message description(const std::string& name, State& state, State& now, const std::string& address) {
   Message request = request_for(name, IPP_OP_CUPS_ADD_MODIFY_PRINTER);
-  add_text(request.get(), IPP_TAG_URI, "device-uri", address_to_give(state, name, folder));
-  add_text(request.get(), IPP_TAG_TEXT, "printer-info", state.values.at("info"));
-  add_text(request.get(), IPP_TAG_TEXT, "printer-location", state.values.at("location"));
-  add_text(request.get(), IPP_TAG_NAME, "printer-error-policy", state.values.at("error-policy"));
-  add_text(request.get(), IPP_TAG_NAME, "printer-op-policy", state.values.at("op-policy"));
-  ippAddBoolean(request.get(), IPP_TAG_PRINTER, "printer-is-shared",
-                state.values.at("shared") == "yes" ? 1 : 0);
-  if (state.values.at("ppd") == "none") {
+  if (state.values["ppd"] == "none" && now.values["ppd"] != "none")
     ippAddString(request.get(), IPP_TAG_OPERATION, IPP_TAG_NAME, "ppd-name", nullptr, "raw");
-  }
+  ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr, address.c_str());
+  for (const auto& [key, attribute, tag] : texts)
+    if (state.values[key] != now.values[key])
+      ippAddString(request.get(), IPP_TAG_PRINTER, tag, attribute, nullptr, state.values[key].c_str());
+  if (state.values["shared"] != now.values["shared"])
+    ippAddBoolean(request.get(), IPP_TAG_PRINTER, "printer-is-shared",
+                  state.values["shared"] == "yes" ? 1 : 0);
+  return request;
+}
+
+bool send(http_t* server, Message request, const Ppd& ppd, std::string& error) {
   if (!ppd.is_there) return order(server, std::move(request), error);
   const Descriptor file(memfd_create("ppd", 0));
-  if (!file || !write_whole(file.number(), ppd.bytes)) return error = system_error("PPD file"), false;
-  return order(server, std::move(request), error, ("/proc/self/fd/" + std::to_string(file.number())).c_str());
+  if (file && write_whole(file.number(), ppd.bytes))
+    return order(server, std::move(request), error,
+                 ("/proc/self/fd/" + std::to_string(file.number())).c_str());
+  error = system_error("its PPD file");
+  return false;
 }
 
 bool give_defaults(http_t* server, const std::string& name, const State& state, const State& now,
@@ -390,11 +404,13 @@ bool give_defaults(http_t* server, const std::string& name, const State& state, 
   return order(server, std::move(request), error);
 }
 
-bool give_readiness(http_t* server, const std::string& name, const State& state, std::string& error) {
-  const bool accepts = state.values.at("accepting") == "yes";
-  const bool prints = state.values.at("printing") == "yes";
-  return order(server, name, accepts ? IPP_OP_CUPS_ACCEPT_JOBS : IPP_OP_CUPS_REJECT_JOBS, error) &&
-         order(server, name, prints ? IPP_OP_RESUME_PRINTER : IPP_OP_PAUSE_PRINTER, error);
+bool give_readiness(http_t* server, const std::string& name, State& state, State& now, std::string& error) {
+  const bool accepts = state.values["accepting"] == "yes";
+  const bool prints = state.values["printing"] == "yes";
+  return (state.values["accepting"] == now.values["accepting"] ||
+          order(server, name, accepts ? IPP_OP_CUPS_ACCEPT_JOBS : IPP_OP_CUPS_REJECT_JOBS, error)) &&
+         (state.values["printing"] == now.values["printing"] ||
+          order(server, name, prints ? IPP_OP_RESUME_PRINTER : IPP_OP_PAUSE_PRINTER, error));
 }
 
 /// The queue's lines now; empty ones for a queue that is not there.
@@ -406,15 +422,17 @@ std::optional<State> lines_now(http_t* server, const std::string& name, std::str
   return *text == nothing ? none : state_from(*text);
 }
 
-bool give_lines(http_t* server, const std::string& name, const State& state, const std::string& folder,
+bool give_lines(http_t* server, const std::string& name, State& state, const std::string& folder,
                 std::string& error) {
   std::optional<State> now = lines_now(server, name, error);
   Ppd ppd;
-  if (!now || !choose_ppd(state, *now, name, folder, ppd, error) ||
-      !give_description(server, name, state, folder, ppd, error))
+  if (!now || !choose_ppd(state, *now, name, folder, ppd, error)) return false;
+  if (!send(server, description(name, state, *now, address_to_give(state, name, folder)), ppd, error))
     return false;
-  now = lines_now(server, name, error);
-  return now && give_defaults(server, name, state, *now, error) && give_readiness(server, name, state, error);
+  now = lines_now(server, name, error);  // some are the server's own for a new queue
+  return now &&
+         send(server, description(name, state, *now, address_to_give(state, name, folder)), {}, error) &&
+         give_defaults(server, name, state, *now, error) && give_readiness(server, name, state, *now, error);
 }
 
 /// The first line of `state` that is none of `now`.
@@ -457,7 +475,7 @@ bool give_no_default(http_t* server, std::string& error) {
   for (; state && *state != nothing; state = read_state(server, passing, error)) passing += "-";
   if (!state) return false;
   Message request = request_for(passing, IPP_OP_CUPS_ADD_MODIFY_PRINTER);
-  add_text(request.get(), IPP_TAG_URI, "device-uri", "file:///dev/null");
+  ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr, "file:///dev/null");
   if (!order(server, std::move(request), error)) return false;
   const bool is_default = set_default(server, passing, error);
   return order(server, passing, IPP_OP_CUPS_DELETE_PRINTER, error) && is_default;
@@ -505,7 +523,7 @@ bool give_queue(const std::string& name, const std::string& state, const std::st
     const std::optional<std::string> now = read_state(server.get(), name, error);
     return now && (*now == nothing || remove_queue(server.get(), name, error));
   }
-  const std::optional<State> lines = state_from(state);
+  std::optional<State> lines = state_from(state);
   if (!lines || !can_be_queue(name)) return error = "it is no state of a queue", false;
   return give_lines(server.get(), name, *lines, folder, error) &&
          is_in_state(server.get(), name, state, error);

@@ -8,11 +8,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <stop_token>
 #include <string>
 #include <thread>
 
 #include "error/log.h"
+#include "keep/keep.h"
 #include "process/archive/code_page.h"
 #include "process/archive/encryption.h"
 #include "process/archive/layout.h"
@@ -134,6 +136,7 @@ void end_run(GConfClient*& settings, std::FILE* log) {
 
 [[noreturn]] void give_up(const char* directory, GConfClient*& settings, std::FILE* log) {
   remove_unpacked(directory);
+  keep::end_run();
   end_run(settings, log);
   std::exit(0);
 }
@@ -147,11 +150,13 @@ void* process(void* args) {
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
     forget_password();
+    keep::end_run();
     remove_progress_timeout(timer);
     end_run(client, fp_log);
     return nullptr;
   }
   begin_run_note(g_filename);
+  keep::begin_run(target_of("").home, std::time(nullptr));
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
   const std::string root = unpack(g_filename, g_password);
@@ -167,6 +172,7 @@ void* process(void* args) {
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);
   write_log("delete Brindle folder", fp_log);
+  keep::end_run();
   end_run_note(refused ? RunEnd::refused : RunEnd::ended);
   remove_progress_timeout(timer);
   post_to_gui(done_button_bar, nullptr);
