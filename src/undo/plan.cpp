@@ -173,8 +173,8 @@ void Plan::add_new_names(const Ground& ground, const keep::Row& row) {
 void Plan::add_below(std::size_t index) {
   const Item folder = items_[index];
   const bool is_made = folder.deed == Deed::take_away && !folder.became && folder.start.type == Type::folder;
-  const bool is_gone =
-      folder.before.type == Type::folder && folder.became && folder.became->type != Type::folder;
+  const Entry& now = folder.became ? *folder.became : folder.start;
+  const bool is_gone = folder.before.type == Type::folder && now.type != Type::folder;
   if (is_made) {
     for (const std::string& name : names_in(spot_of(*folder.ground, folder.path))) {
       Item item;
@@ -224,7 +224,7 @@ void Plan::decide(Item& item) {
   item.start = *now;
   const Entry* const begun = begun_with(item.path);
   if (begun != nullptr) item.start.modified = begun->modified;
-  item.is_made_again = begun != nullptr && begun->type == Type::nothing;
+  item.is_made_again = begun != nullptr && begun->type != now->type;
   const auto leave = [&item](const char* why) {
     item.deed = Deed::leave;
     item.why = why;
