@@ -126,6 +126,21 @@ void join_rows(int folder, const std::string& name, int list) {
     unlinkat(spot.folder.number(), spot.name.c_str(), 0);
 }
 
+// True when all that lies at `from` lies at `to` as well.
+bool is_whole_copy(const place::Spot& from, const place::Spot& to) {
+  const std::optional<place::Entry> entry = place::look_at(from, place::Content::read);
+  const std::optional<place::Entry> copy = place::look_at(to, place::Content::read);
+  if (!entry || !copy || !place::is_same_thing(*entry, *copy)) return false;
+  if (entry->type != place::Type::folder) return true;
+  const auto names = place::names_beneath(from.folder.number(), from.name);
+  const auto below = [](const place::Spot& spot, const std::string& name) {
+    return place::spot_beneath(spot.folder.number(), spot.name + "/" + name);
+  };
+  return names && std::ranges::all_of(*names, [&](const std::string& name) {
+           return is_whole_copy(below(from, name), below(to, name));
+         });
+}
+
 }  // namespace
 
 std::string name_of_run(std::time_t time) {
@@ -217,15 +232,12 @@ bool Store::keep(const place::Spot& from, const std::string& path) {
 bool Store::take(const place::Spot& from, const std::string& path) {
   const std::optional<place::Spot> to = place_for(path);
   if (!to) return false;
-  struct stat here {
-  }, there{};
-  const bool is_one_disk =
-      fstatat(from.folder.number(), from.name.c_str(), &here, AT_SYMLINK_NOFOLLOW) == 0 &&
-      fstat(folder_.number(), &there) == 0 && here.st_dev == there.st_dev;
-  if (is_one_disk) return place::move_entry(from, *to);
-  const std::optional<place::Spot> begun = begun_copy();
-  return begun && place::copy_entry(from, *begun) && place::move_entry(*begun, *to) &&
-         place::remove_entry(from);
+  if (place::move_entry(from, *to)) return true;
+  if (errno != EEXIST) return false;
+  // A move to another disk that was interrupted: what is copied already goes.
+  if (is_whole_copy(from, *to)) return place::remove_entry(from);
+  errno = EEXIST;
+  return false;
 }
 
 void Store::drop(const std::string& path) {
