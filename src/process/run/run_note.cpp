@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -28,6 +29,7 @@ struct Note {
   const char* system = "";
   std::vector<Owner> people;
   std::time_t begun = 0;
+  std::string kept;  // empty without one
   std::time_t over = 0;
   const char* ending = "begun";
   bool cancelled = false;
@@ -69,6 +71,7 @@ std::string text_of(const Note& written) {
   std::string text = line("archive", written.archive) + line("system", written.system);
   for (const Owner& person : written.people) text += line("person", person.login) + line("home", person.home);
   text += line("begun", std::to_string(written.begun));
+  if (!written.kept.empty()) text += line("kept", written.kept);
   if (written.over != 0) text += line("over", std::to_string(written.over));
   return text + line("ending", written.ending);
 }
@@ -132,6 +135,7 @@ void add_profiles_to_run_note(const char* root) {
 void end_run_note(RunEnd how) {
   const std::lock_guard lock(mutex);
   if (!is_going_on()) return;
+  note.kept = keep::folder_of_run();
   note.over = std::time(nullptr);
   if (!note.cancelled) note.ending = how == RunEnd::refused ? "refused" : "ended";
   write_note();

@@ -6,6 +6,8 @@
 //   person=root                        the running user first, then each profile of the archive
 //   home=/root                         of the person above
 //   begun=1132610735                   seconds since 1970
+//   kept=/root/.brindle_before/2005-11-21-225215   what was there before; missing when there is none, and
+//                                      while the run goes on
 //   over=1132611022                    missing while the run goes on
 //   ending=ended                       or begun, cancelled, refused
 //
