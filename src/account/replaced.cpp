@@ -14,6 +14,9 @@ namespace {
 
 using State = KeptList::State;
 
+// What stands before the name of a group among the accounts.
+constexpr std::string_view group = "group ";
+
 std::string folder_name(std::time_t time) {
   std::tm parts = {};
   std::array<char, 32> text;
@@ -33,14 +36,20 @@ std::string run_in(const std::string& home, const RunNote& note) {
 
 Replaced of_runner(const RunNote& note) {
   const auto& [login, home] = note.people.front();
-  Replaced replaced = {login, home, run_in(home, note), "", {}};
+  Replaced replaced;
+  replaced.login = login;
+  replaced.home = home;
+  replaced.run = run_in(home, note);
   replaced.path = kept_path(home, replaced.run, "list.tsv");
   if (!replaced.run.empty()) replaced.list = read_kept_list(home, replaced.run, "list.tsv");
   return replaced;
 }
 
 Replaced of_other(const RunNote::Somebody& person, const Replaced& runner, const RunNote& note) {
-  Replaced replaced = {person.login, person.home, runner.run, "", {}};
+  Replaced replaced;
+  replaced.login = person.login;
+  replaced.home = person.home;
+  replaced.run = runner.run;
   const std::string copy = "homes/" + person.login + ".tsv";
   replaced.path = kept_path(runner.home, runner.run, copy);
   if (!runner.run.empty()) replaced.list = read_kept_list(runner.home, runner.run, copy);
@@ -49,6 +58,18 @@ Replaced of_other(const RunNote::Somebody& person, const Replaced& runner, const
   replaced.path = kept_path(person.home, replaced.run, "list.tsv");
   if (!replaced.run.empty()) replaced.list = read_kept_list(person.home, replaced.run, "list.tsv");
   return replaced;
+}
+
+// An undo is a run as well, and may be undone.
+bool is_undone(const Replaced& runner) {
+  constexpr int most_undos = 100;  // a list could name itself
+  bool result = false;
+  std::string undo = runner.list.undone;
+  for (int i = 0; i < most_undos && is_kept_run(undo); ++i) {
+    result = !result;
+    undo = read_kept_list(runner.home, undo, "list.tsv").undone;
+  }
+  return result;
 }
 
 bool is_path(const KeptThing& thing) { return thing.kind == "path"; }
@@ -95,7 +116,15 @@ std::vector<Replaced> replaced_in(const RunNote& note) {
   std::vector<Replaced> all = {of_runner(note)};
   for (const RunNote::Somebody& person : std::span(note.people).subspan(1))
     all.push_back(of_other(person, all.front(), note));
-  for (Replaced& replaced : all) look_for_old_ones(replaced.list, replaced.home, replaced.run);
+  const bool undone = is_undone(all.front());
+  for (Replaced& replaced : all) {
+    replaced.is_undone = undone;
+    if (undone) {
+      replaced.list = KeptList();
+      replaced.list.state = State::whole;
+    }
+    look_for_old_ones(replaced.list, replaced.home, replaced.run);
+  }
   std::erase_if(all, [](const Replaced& replaced) { return replaced.list.state == State::none; });
   return all;
 }
@@ -104,6 +133,8 @@ std::string name_of(const KeptThing& thing, const Texts& texts) {
   if (thing.kind == "gconf") return texts(Text::a_setting, thing.name);
   if (thing.kind == "queue") return texts(Text::a_queue, thing.name);
   if (thing.kind == "default_queue") return texts(Text::the_default_queue);
+  if (thing.kind == "account" && thing.name.starts_with(group))
+    return texts(Text::a_group, std::string_view(thing.name).substr(group.size()));
   if (thing.kind == "account") return texts(Text::an_account, thing.name);
   return thing.name;
 }
@@ -121,6 +152,7 @@ bool has_names(const std::vector<Replaced>& replaced) {
 }
 
 std::vector<std::string> way_back(const std::vector<Replaced>& replaced, bool several, const Texts& texts) {
+  if (std::ranges::any_of(replaced, &Replaced::is_undone)) return {texts(Text::was_undone)};
   if (std::ranges::none_of(replaced, can_be_undone)) return {};
   return {texts(several ? Text::go_back_as_root : Text::go_back), texts(Text::changed_stays)};
 }

@@ -16,8 +16,9 @@ namespace account {
 struct Replaced {
   std::string login;
   std::string home;
-  std::string run;   ///< the name of its folder in ~/.brindle_before
-  std::string path;  ///< of the list
+  std::string run;         ///< the name of its folder in ~/.brindle_before
+  std::string path;        ///< of the list
+  bool is_undone = false;  ///< it was taken back, and `list` is empty
   KeptList list;
 };
 
@@ -35,7 +36,8 @@ std::string told(const Replaced& replaced, const KeptThing& thing, const Texts& 
 /// True when there is something to be named.
 bool has_names(const std::vector<Replaced>& replaced);
 
-/// How to go back, a paragraph each; empty when there is no reason to. `several`: the run was for a family.
+/// How to go back, or that somebody did, a paragraph each; empty when there is no reason to. `several`: the
+/// run was for a family.
 std::vector<std::string> way_back(const std::vector<Replaced>& replaced, bool several, const Texts& texts);
 
 /// "person kind name change old", one line a thing that was replaced; tab-separated, with that head. `change`

@@ -30,8 +30,8 @@ using State = KeptList::State;
 constexpr const char* run = "2026-11-22-014530";
 const std::string root_folder = "/root/.brindle_before/2026-11-22-014530";
 const std::string head = "kind\tname\tbefore\tbecame\n";
-const std::string begins = "run\tmigration\t2026-11-22-014530\tunknown\n";
-const std::string ends = "run\tmigration\t2026-11-22-014530\tover\n";
+const std::string begins = "run\tmigration\t-\tunknown\n";
+const std::string ends = "run\tmigration\t-\tover\n";
 
 // What lies at a path: the digests of two files, each with its size.
 const std::string one = "file 0644 0 0 1132610735.000000000 0 1111aaaa1111aaaa1111aaaa1111aaaa:3";
@@ -225,6 +225,19 @@ TEST(KeptFiles, lie_in_the_folder_and_nowhere_else) {
   EXPECT_THAT(kept, ElementsAre("path /root/a", "path /root/link"));
 }
 
+TEST(KeptList, tells_of_its_run) {
+  KeptList list = list_of(ends + "run\thome\t/srv/ann\t-\n" + "run\tundone\t2026-11-22-093000\tover\n");
+  EXPECT_EQ("migration", list.run);
+  EXPECT_EQ("2026-11-22-093000", list.undone);
+  EXPECT_EQ(State::whole, list.state);
+  list = list_of("run\tundo\t2026-11-22-014530\tunknown\nnames\t/root\ta/b\ttold\nnew_home\t/home/a\t-\t" +
+                 one + "\n");
+  EXPECT_EQ("undo", list.run);
+  EXPECT_EQ("", list.undone);
+  EXPECT_EQ(State::unfinished, list.state);
+  EXPECT_EQ(0U, list.made + list.things.size());
+}
+
 // ---- Whose, and of which run ----------------------------------------------------------------------------
 
 struct ReplacedTest : testing::Test {
@@ -360,7 +373,8 @@ const std::string back_as_root =
 std::vector<Replaced> of_two() {
   write_list(ends + rows("path", "/root/a b", one, two) + rows("path", "/etc/c", one, "nothing") +
              rows("gconf", "/apps/x", "1", "2") + rows("queue", "office", "ipp", "nothing") +
-             rows("default_queue", "-", "a", "b") + rows("account", "eve", "eve:x", "eve:y"));
+             rows("default_queue", "-", "a", "b") + rows("account", "eve", "eve:x", "eve:y") +
+             rows("account", "group users", "users:x", "users:y"));
   write_file(root_folder + "/files/root/a b", "old");
   write_list(begins + row("path", "/srv/ann/n", one, "unknown"),
              "/srv/ann/.brindle_before/2026-11-22-014530");
@@ -371,22 +385,22 @@ std::vector<Replaced> of_two() {
 TEST_F(ReplacedTest, TheTextNamesWhatWhereAndTheWayBack) {
   const std::string folder = "/.brindle_before/2026-11-22-014530";
   const std::string list = "The old value stands in this list: /root" + folder + "/list.tsv\n";
-  EXPECT_TRUE(
-      same_bytes("\nWhat was replaced\n\nFor root\n"
-                 "  /root/a b: It was replaced. The old one lies here: /root" +
-                     folder +
-                     "/files/root/a b\n"
-                     "  /etc/c: It was removed. The old one was not kept, or lies no longer here: /root" +
-                     folder +
-                     "/files/etc/c\n"
-                     "  the setting /apps/x: It was replaced. " +
-                     list + "  the print queue office: It was removed. " + list +
-                     "  the default printer: It was replaced. " + list +
-                     "  the user account eve: It was replaced. " + list +
-                     "\nFor ann\n  The run ended before it could write down everything that it had done.\n"
-                     "  /srv/ann/n: It may have been replaced. The old one lies here: /srv/ann" +
-                     folder + "/files/srv/ann/n\n" + all_arrived + back_as_root,
-                 text_of(of_two(), true)));
+  EXPECT_TRUE(same_bytes(
+      "\nWhat was replaced\n\nFor root\n"
+      "  /root/a b: It was replaced. The old one lies here: /root" +
+          folder +
+          "/files/root/a b\n"
+          "  /etc/c: It was removed. The old one was not kept, or lies no longer here: /root" +
+          folder +
+          "/files/etc/c\n"
+          "  the setting /apps/x: It was replaced. " +
+          list + "  the print queue office: It was removed. " + list +
+          "  the default printer: It was replaced. " + list + "  the user account eve: It was replaced. " +
+          list + "  the group users: It was replaced. " + list +
+          "\nFor ann\n  The run ended before it could write down everything that it had done.\n"
+          "  /srv/ann/n: It may have been replaced. The old one lies here: /srv/ann" +
+          folder + "/files/srv/ann/n\n" + all_arrived + back_as_root,
+      text_of(of_two(), true)));
 }
 
 TEST_F(ReplacedTest, ThePageNamesTheSame) {
@@ -420,8 +434,8 @@ TEST_F(ReplacedTest, TheTableNamesThemForPrograms) {
                      "root\tpath\t/etc/c\tremoved\t-\n"
                      "root\tgconf\t/apps/x\treplaced" +
                      list + "root\tqueue\toffice\tremoved" + list + "root\tdefault_queue\t-\treplaced" +
-                     list + "root\taccount\teve\treplaced" + list +
-                     "ann\tpath\t/srv/ann/n\tunknown\t/srv/ann" + folder + "/files/srv/ann/n\n",
+                     list + "root\taccount\teve\treplaced" + list + "root\taccount\tgroup users\treplaced" +
+                     list + "ann\tpath\t/srv/ann/n\tunknown\t/srv/ann" + folder + "/files/srv/ann/n\n",
                  table_of(of_two())));
 }
 
@@ -441,6 +455,30 @@ TEST_F(ReplacedTest, ARunThatChangedNothingHasNoWayBack) {
   write_list(ends + rows("path", "/root/same", one, one));
   EXPECT_EQ(all_arrived, text_of(replaced_in(family())));
   EXPECT_THAT(page_of(replaced_in(family())), Not(HasSubstr("Going back")));
+}
+
+TEST_F(ReplacedTest, ARunThatWasTakenBackSaysSo) {
+  const std::string undone =
+      "\nEverything in the archive that this desktop has a place for has arrived.\n"
+      "Since then this run was taken back with brindle-undo.\n";
+  write_list(ends + rows("path", "/root/a", one, two) + "run\tundone\t2026-11-22-093000\tover\n");
+  write_for("/srv/ann", run, "/srv/ann/a");
+  EXPECT_EQ(undone, text_of(replaced_in(family()), true));
+  EXPECT_THAT(page_of(replaced_in(family())),
+              HasSubstr("<h2>Going back</h2>\n<p>Since then this run was taken "));
+  EXPECT_EQ("person\tkind\tname\tchange\told\n", table_of(replaced_in(family())));
+  // The undo was undone, and that again.
+  const auto write_undo = [](const std::string& name, const std::string& by) {
+    write_list("run\tundo\t2026-11-22-014530\tover\nrun\tundone\t" + by + "\tover\n",
+               "/root/.brindle_before/" + name);
+  };
+  write_undo("2026-11-22-093000", "2026-11-22-094500");
+  EXPECT_THAT(text_of(replaced_in(family())), EndsWith(back));
+  EXPECT_EQ((std::vector<std::string>{"root: /root/a", "ann: /srv/ann/a"}), firsts(family()));
+  write_undo("2026-11-22-094500", "2026-11-22-100000");
+  EXPECT_EQ(undone, text_of(replaced_in(family())));
+  write_undo("2026-11-22-100000", "2026-11-22-093000");  // in a circle, as nobody writes it
+  replaced_in(family());
 }
 
 TEST_F(ReplacedTest, AListThatCannotBeReadIsNamed) {

@@ -145,6 +145,7 @@ class Reading {
   KeptList result() {
     KeptList list;
     list.run = run_;
+    list.undone = undone_;
     bool left = false;
     for (const auto& [digest, seen] : seen_) {
       if (seen.thing == none && seen.is_there) ++list.made;
@@ -181,6 +182,8 @@ class Reading {
   }
 
   bool take_run(const Cells& cells) {
+    if (cells[1] == "undone") undone_ = plain(cells[2]);
+    if (cells[1] != "migration" && cells[1] != "undo") return true;
     run_ = cells[1];
     is_over_ = cells[3] == "over";
     return true;
@@ -208,7 +211,7 @@ class Reading {
 
   std::unordered_map<Digest, Seen, HashOfDigest> seen_;
   std::vector<Thing> things_;
-  std::string run_;
+  std::string run_, undone_;
   bool is_over_ = false;
 };
 

@@ -1,7 +1,8 @@
 // What a run has written down of what it found: the lists in ~/.brindle_before/DATE-TIME.
 //
 // A list has a row a thing and change: kind, name, what was there before and what became of it, with a tab
-// between each. The first row of a name has what was there, the last one what became of it.
+// between each. The first row of a name has what was there, the last one what became of it. Rows of the kind
+// run tell of the run itself.
 #ifndef BRINDLE_ACCOUNT_READERS_KEPT_H
 #define BRINDLE_ACCOUNT_READERS_KEPT_H
 
@@ -27,6 +28,7 @@ struct KeptList {
 
   State state = State::none;
   std::string run;        ///< "migration" or "undo"; empty when the list does not tell
+  std::string undone;     ///< the name of the undo that took it back; empty without one
   std::size_t made = 0;   ///< things that were not there before
   bool adjusted = false;  ///< something has only another mode, owner or time now
   std::vector<KeptThing>

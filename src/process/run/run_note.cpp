@@ -118,6 +118,7 @@ void begin_run_note(const char* archive) {
   note.archive = std::filesystem::absolute(archive, error);
   note.system = name_of(detected_system());
   note.people = {owner};
+  note.kept = keep::folder_of_run();  // start-up may have changed something
   note.begun = std::time(nullptr);
   note.cancelled = isKilled != 0;
   if (note.cancelled) note.ending = "cancelled";
@@ -132,10 +133,17 @@ void add_profiles_to_run_note(const char* root) {
   write_note();
 }
 
+void add_kept_folder_to_run_note() {
+  const std::string folder = keep::folder_of_run();
+  const std::lock_guard lock(mutex);
+  if (!is_going_on() || folder == note.kept) return;
+  note.kept = folder;
+  write_note();
+}
+
 void end_run_note(RunEnd how) {
   const std::lock_guard lock(mutex);
   if (!is_going_on()) return;
-  note.kept = keep::folder_of_run();
   note.over = std::time(nullptr);
   if (!note.cancelled) note.ending = how == RunEnd::refused ? "refused" : "ended";
   write_note();
