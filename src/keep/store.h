@@ -71,9 +71,10 @@ class Store {
 struct Run {
   std::string date_time;
   bool is_undo = false;
-  std::string of;      ///< an undo: the run that it takes back
-  bool over = false;   ///< it came to its end
-  std::string undone;  ///< DATE-TIME of the undo that took it back wholly; else empty
+  std::string of;            ///< an undo: the run that it takes back
+  bool over = false;         ///< it came to its end
+  bool is_going_on = false;  ///< by a program that runs now
+  std::string undone;        ///< DATE-TIME of the undo that took it back wholly; else empty
 };
 
 /// The runs kept in `home`, the oldest first.

@@ -175,6 +175,7 @@ std::optional<Entry> look_at(const Spot& spot, Content content) {
 }
 
 std::optional<Entry> look_beneath(int top, const std::string& path, Content content) {
+  if (path.empty()) return look_at({open_beneath(top, path, O_RDONLY | O_DIRECTORY), "."}, content);
   return look_at(spot_beneath(top, path), content);
 }
 
