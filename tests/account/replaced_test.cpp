@@ -367,7 +367,9 @@ const std::string back =
 const std::string back_as_root =
     "To have everything as it was before, for everybody, type brindle-undo in a terminal as root. It shows "
     "what it "
-    "will do and asks; then it puts back what was replaced and removes what the run has made.\n"
+    "will do and asks; then it puts back what was replaced and removes what the run has made. New user "
+    "accounts only "
+    "go with brindle-undo --accounts.\n"
     "What was changed after the run stays as it is, and is named.\n";
 
 std::vector<Replaced> of_two() {
