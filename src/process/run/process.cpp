@@ -169,8 +169,10 @@ void* process(void* args) {
 
   const Target target = target_of(root.c_str());
   prepare_applications(target);
+  add_kept_folder_to_run_note();
   const bool refused = target.one_of_several && target.home != "/root";
   if (!refused) walk_steps(target, root);
+  add_kept_folder_to_run_note();
 
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);
