@@ -3,13 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 #include "run/fakes.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
@@ -296,6 +301,159 @@ TEST_F(Family, ARootInTheArchiveCannotSetTheSuperusersPassword) {
   migrate();
   EXPECT_EQ(before, read_file("/etc/shadow"));
   EXPECT_TRUE(ran("chpasswd < /home/root/pass"));
+}
+
+// ---- Accounts that were there before --------------------------------------------------------------------
+
+struct Passwords : Family {
+  static void migrate_noting_errors() {
+    testing::internal::CaptureStderr();
+    migrate();
+    complained = testing::internal::GetCapturedStderr();
+  }
+  static void use_program(const std::string& name, const std::string& script) {
+    write_file("/usr/local/bin/" + name, "#!/bin/sh\n" + script);
+    shell_quietly("chmod 755 /usr/local/bin/" + name);
+  }
+  static std::string password_of(const std::string& login) {
+    return output_of("getent shadow " + login + " | cut -d: -f2");
+  }
+  static bool has_its_name_as_password(const std::string& login) {
+    return shell_quietly("perl -e 'my @e = getpwnam(\"" + login + "\"); exit(crypt(\"" + login +
+                         "\", $e[1]) ne $e[1])'") == 0;
+  }
+  static std::string complained;
+};
+std::string Passwords::complained;
+
+// The pictures' folder goes into the home as it is, and the run before has made that home.
+TEST_F(Passwords, AFileThatTheRunBeforeHasBroughtIsNeverRead) {
+  const std::string before = read_file("/etc/shadow");
+  profile("root");
+  write_file(in_archive("Profiles/root/Wallpaper/pass"), "root:owned\n");
+  write_file(in_archive("Profiles/root/Wallpaper/option.txt"), "");
+  migrate();
+  ASSERT_EQ("root:owned\n", read_file("/home/root/pass"));
+  forget_commands();
+  migrate_noting_errors();
+  EXPECT_EQ(before, read_file("/etc/shadow"));
+  EXPECT_EQ("root:owned\n", read_file("/home/root/pass"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("chpasswd"))));
+  EXPECT_THAT(commands_run(), Not(Contains(StartsWith("rm /home/root/pass"))));
+  EXPECT_THAT(complained,
+              HasSubstr("/home/root/pass is already there and stays; the password of root is not set\n"));
+}
+
+TEST_F(Passwords, KeepTheirPasswords) {
+  shell_quietly("useradd -m ann; echo ann:secret | chpasswd; mkdir -p /usr/games");
+  const std::string of_ann = password_of("ann");
+  const std::string of_games = password_of("games");
+  for (const char* name : {"ann", "ben", "games"}) profile(name);
+  SystemLog log;
+  migrate_noting_errors();
+  EXPECT_EQ(of_ann, password_of("ann"));
+  EXPECT_EQ(of_games, password_of("games"));
+  EXPECT_TRUE(has_its_name_as_password("ben"));
+  for (const std::string name : {"ann", "games"}) {
+    EXPECT_TRUE(ran("chpasswd < /home/" + name + "/pass"));
+    EXPECT_TRUE(ran("rm /home/" + name + "/pass"));
+  }
+  EXPECT_THAT(log.messages(), Contains(HasSubstr(", chpasswd < /home/ann/pass")));
+  EXPECT_THAT(said, HasSubstr("resetpassword::chpasswd < /home/ann/pass\n"));
+}
+
+// A shell that gives the owner of the home time before it opens the file.
+TEST_F(Passwords, TheirOwnerCannotSlipAFileIn) {
+  shell_quietly("useradd -m ann");
+  profile("ann");
+  const std::string before = password_of("root");
+  shell_quietly("rm /bin/sh");
+  write_file("/bin/sh",
+             "#!/bin/dash\n"
+             "case \"$*\" in *'chpasswd < '*)\n"
+             "  : > /tmp/now; until [ -e /tmp/there ]; do sleep 0.01; done;;\n"
+             "esac\n"
+             "exec /bin/dash \"$@\"\n");
+  chmod("/bin/sh", 0755);
+  std::thread owner([] {
+    while (!exists("/tmp/now")) usleep(1000);
+    write_file("/home/ann/pass", "root:owned\n");
+    write_file("/tmp/there", "");
+  });
+  migrate_noting_errors();
+  owner.join();
+  EXPECT_EQ(before, password_of("root"));
+  EXPECT_EQ("root:owned\n", read_file("/home/ann/pass"));
+}
+
+TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
+  shell_quietly("useradd -m ann && echo hers > /home/ann/letter");
+  profile("ann");
+  use_program("rm", "ls -A /home/ann > /tmp/seen; /bin/rm \"$@\"\n");
+  migrate_noting_errors();
+  EXPECT_EQ("", read_file("/tmp/seen"));
+  EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
+  EXPECT_EQ("ann\n", read_file("/home/ann/Documents/of ann.txt") + "\n");
+  EXPECT_EQ("", output_of("grep ' /home/ann ' /proc/self/mounts"));
+}
+
+// ---- The password file ----------------------------------------------------------------------------------
+
+TEST_F(Passwords, ACopyOfAFileInRootsHomeDoesNotLockNewAccountsOut) {
+  on("Xandros");
+  write_file("/root/pass", "root's recipes");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_TRUE(has_its_name_as_password("ann"));
+  EXPECT_EQ("root's recipes", read_file("/home/ann/pass"));
+  EXPECT_EQ("ann\n", output_of("stat -c %U /home/ann/pass"));
+  EXPECT_EQ("root's recipes", read_file("/root/pass"));
+}
+
+TEST_F(Passwords, ALinkOfThatNameIsNotFollowed) {
+  shell_quietly("mkdir -p /home/ann && echo kept > /etc/victim && ln -s /etc/victim /home/ann/pass");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_EQ("kept\n", read_file("/etc/victim"));
+  EXPECT_EQ("/etc/victim\n", output_of("readlink /home/ann/pass"));
+  EXPECT_TRUE(has_its_name_as_password("ann"));
+}
+
+TEST_F(Passwords, ANewAccountWithoutAHomeGetsNoPassword) {
+  profile("ann");
+  use_program("useradd", "/usr/sbin/useradd -M ann\n");
+  migrate_noting_errors();
+  EXPECT_EQ("!\n", password_of("ann"));
+  EXPECT_TRUE(ran("chpasswd < /home/ann/pass"));
+  EXPECT_THAT(
+      complained,
+      HasSubstr(
+          "/home/ann/pass cannot be written (No such file or directory); the password of ann is not set\n"));
+}
+
+TEST_F(Passwords, AFileThatIsCutShortIsNotReadAndDoesNotStay) {
+  shell_quietly("mkdir -p /home");
+  const SmallDisk disk("/home");
+  profile("ann");
+  use_program("useradd", "/usr/sbin/useradd \"$@\"; cat /dev/zero > /home/filling 2> /dev/null; true\n");
+  use_program("chpasswd", "cat > /tmp/read\n");
+  migrate_noting_errors();
+  EXPECT_FALSE(exists("/home/ann/pass"));
+  EXPECT_FALSE(exists("/tmp/read"));
+  EXPECT_EQ("!\n", password_of("ann"));
+  EXPECT_TRUE(ran("chpasswd < /home/ann/pass"));
+  EXPECT_THAT(
+      complained,
+      HasSubstr(
+          "/home/ann/pass cannot be written (No space left on device); the password of ann is not set\n"));
+}
+
+TEST_F(Passwords, AnAccountThatWouldBeTheSuperusersGetsNoPassword) {
+  profile("toor");
+  use_program("useradd", "/usr/sbin/useradd -o -u 0 \"$@\"\n");
+  migrate_noting_errors();
+  EXPECT_EQ("!\n", password_of("toor"));
+  EXPECT_THAT(complained, HasSubstr("/home/toor/pass may not name this account; the password of toor"));
 }
 
 // ---- Failures -------------------------------------------------------------------------------------------

@@ -1,8 +1,7 @@
 #include "process/run/accounts.h"
 
-#include <fcntl.h>
 #include <pwd.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -15,9 +14,11 @@
 #include "process/mail/evolution/new_home.h"
 #include "process/run/applications.h"
 #include "process/run/items.h"
+#include "process/run/password_file.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "state/question.h"
 #include "state/state.h"
@@ -45,49 +46,77 @@ void refuse_user(Question& notice) {
   notice.ask();
 }
 
+// What came of the account of a profile.
+enum class Account { made, not_made, was_there };
+
+// One that cannot be looked up counts: somebody's password is at stake.
+bool has_account(const std::string& login) {
+  errno = 0;
+  return getpwnam(login.c_str()) != nullptr || errno == EIO || errno == ENOMEM || errno == EMFILE ||
+         errno == ENFILE;
+}
+
 // From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
-void create_account(const Target& target, const std::string& skeleton) {
+Account create_account(const Target& target, const std::string& skeleton) {
+  const bool was_there = has_account(target.login);
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
-  if (!target.has().repairs_source_lists) return;
-  // A home without such lists has none to repair.
-  for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
-    static_cast<void>(repair_source_list(target, list));
-}
-
-// chpasswd reads lines of NAME:PASSWORD, so a name with a colon or a line end could set another account's
-// password. A profile that bears the superuser's name must not make that password known to everybody.
-bool may_get_password(const std::string& login) {
-  const passwd* account = getpwnam(login.c_str());
-  const bool is_superuser = account != nullptr && account->pw_uid == 0;
-  return !is_superuser && login.find_first_of(":\n\r") == std::string::npos;
-}
-
-enum class PasswordFile { written, absent, somebody_elses };
-
-PasswordFile write_password_file(const std::string& path, const std::string& login) {
-  if (!may_get_password(login)) return PasswordFile::absent;
-  // Readable by root alone from its first moment, and never through a link or over somebody's own file.
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (file < 0) return errno == EEXIST ? PasswordFile::somebody_elses : PasswordFile::absent;
-  const std::string line = login + ":" + login + "\n";
-  const bool whole = write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-  close(file);
-  return whole ? PasswordFile::written : PasswordFile::absent;
-}
-
-// The first password is the login name.
-void set_password(const std::string& login, const std::string& home) {
-  const std::string path = home + "/pass";
-  if (write_password_file(path, login) == PasswordFile::somebody_elses) {
-    std::fprintf(stderr, "%s is already there and stays; the password of %s is not set\n", path.c_str(),
-                 login.c_str());
-    return;
+  if (target.has().repairs_source_lists) {
+    // A home without such lists has none to repair.
+    for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
+      static_cast<void>(repair_source_list(target, list));
   }
+  if (was_there) return Account::was_there;
+  return has_account(target.login) ? Account::made : Account::not_made;
+}
+
+bool lies_at(const std::string& path) {
+  struct stat there {};
+  return lstat(path.c_str(), &there) == 0;
+}
+
+std::string cannot_be_written() { return std::string("cannot be written (") + std::strerror(errno) + ")"; }
+
+void say_no_password(const std::string& login, const std::string& path, const std::string& why) {
+  std::fprintf(stderr, "%s %s; the password of %s is not set\n", path.c_str(), why.c_str(), login.c_str());
+}
+
+void run_chpasswd(const std::string& path) {
   const shell::Command chpasswd = compose("chpasswd < %s", path);
   std::printf("resetpassword::%s\n", chpasswd.c_str());
   SYSTEM(chpasswd);
   SYSTEM(compose("rm %s", path));
+}
+
+// The commands are part of what people see of a run, also where there is no file of ours for them: then they
+// fail, whatever the owner of the home does meanwhile.
+void run_chpasswd_without_file(const std::string& login, const std::string& home, const std::string& path) {
+  if (lies_at(path)) return say_no_password(login, path, "is already there and stays");
+  if (!lies_at(home)) return run_chpasswd(path);
+  if (!run_with_empty_home(home, [&] { run_chpasswd(path); }))
+    say_no_password(login, path, cannot_be_written());
+}
+
+// True when the password was set, by a file that was there for that moment alone. A file of the same name,
+// which a copy of root's home may have brought, is put aside meanwhile.
+bool set_new_password(const std::string& login, const std::string& path) {
+  const SetAside somebodys(path);
+  const PasswordFile file = write_password_file(path, login);
+  if (file == PasswordFile::written) {
+    run_chpasswd(path);
+  } else if (file == PasswordFile::not_allowed) {
+    say_no_password(login, path, "may not name this account");
+  } else if (file != PasswordFile::in_the_way) {
+    say_no_password(login, path, cannot_be_written());
+  }
+  return file == PasswordFile::written;
+}
+
+// The first password is the login name. An account that was there before keeps its own.
+void set_password(const std::string& login, const std::string& home, Account account) {
+  const std::string path = home + "/pass";
+  if (account == Account::made && set_new_password(login, path)) return;
+  run_chpasswd_without_file(login, home, path);
 }
 
 // The items of `target`, a profile, whose fonts lie in `archive_root`.
@@ -102,8 +131,8 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   std::printf("Migrating Data for User::%s\n", login.c_str());
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
-  create_account(target, skeleton);
-  set_password(login, target.home);
+  const Account account = create_account(target, skeleton);
+  set_password(login, target.home, account);
   std::printf("STEP 1: User and Home Directory Created.");
   std::printf("STEP 3: Migrating..........");  // Deliberate: part of the output. There is no step 2.
   keep(new_dir_path, profiles_folder);
