@@ -357,7 +357,9 @@ TEST_F(Passwords, KeepTheirPasswords) {
   for (const std::string name : {"ann", "games"}) {
     EXPECT_TRUE(ran("chpasswd < /home/" + name + "/pass"));
     EXPECT_TRUE(ran("rm /home/" + name + "/pass"));
+    EXPECT_THAT(complained, HasSubstr(name + ": The account was there before; its password is unchanged.\n"));
   }
+  EXPECT_THAT(complained, Not(HasSubstr("ben:")));
   EXPECT_THAT(log.messages(), Contains(HasSubstr(", chpasswd < /home/ann/pass")));
   EXPECT_THAT(said, HasSubstr("resetpassword::chpasswd < /home/ann/pass\n"));
 }

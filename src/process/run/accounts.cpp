@@ -15,6 +15,7 @@
 #include "process/run/applications.h"
 #include "process/run/items.h"
 #include "process/run/password_file.h"
+#include "process/run/run_note.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -119,6 +120,11 @@ void set_password(const std::string& login, const std::string& home, Account acc
   run_chpasswd_without_file(login, home, path);
 }
 
+void tell_about_account(const std::string& login) {
+  std::fprintf(stderr, "%s: The account was there before; its password is unchanged.\n", login.c_str());
+  note_account_was_there(login);
+}
+
 // The items of `target`, a profile, whose fonts lie in `archive_root`.
 void migrate_profile(const Target& target, const std::string& archive_root) {
   keep(new_dir_path, target.root);
@@ -132,6 +138,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   const Account account = create_account(target, skeleton);
+  if (account == Account::was_there) tell_about_account(login);
   set_password(login, target.home, account);
   std::printf("STEP 1: User and Home Directory Created.");
   std::printf("STEP 3: Migrating..........");  // Deliberate: part of the output. There is no step 2.
