@@ -458,6 +458,123 @@ TEST_F(Passwords, AnAccountThatWouldBeTheSuperusersGetsNoPassword) {
   EXPECT_THAT(complained, HasSubstr("/home/toor/pass may not name this account; the password of toor"));
 }
 
+// ---- Privacy --------------------------------------------------------------------------------------------
+
+struct Privacy : Passwords {
+  static std::string mode_of(const std::string& path) { return output_of("stat -c '%a %U' '" + path + "'"); }
+  // Of everything but links.
+  static std::string open_to_others(const std::string& home) {
+    return output_of("find " + home + " ! -type l -perm /7077");
+  }
+  static std::string documents_of(const std::string& name) {
+    return in_archive("Profiles/" + name + "/My Documents/");
+  }
+};
+
+TEST_F(Privacy, OfEveryNewHome) {
+  for (const std::string name : {"ann", "ben"}) {
+    profile(name);
+    write_file(documents_of(name) + "letters/mail", "private");
+    shell_quietly(
+        "umask 0; cd '" + documents_of(name) +
+        "' && echo > run && echo > seen && mkdir -p shared/deep && chmod 4755 run && chmod 6444 seen && "
+        "chmod 2775 shared && chmod 1777 shared/deep && chmod 644 letters/mail");
+  }
+  migrate_noting_errors();
+  for (const std::string home : {"/home/ann", "/home/ben"}) {
+    const std::string name = home.substr(6);
+    EXPECT_EQ("", open_to_others(home));
+    EXPECT_EQ("700 " + name + "\n", mode_of(home));
+    EXPECT_EQ("600 " + name + "\n", mode_of(home + "/Documents/letters/mail"));
+    EXPECT_EQ("700 " + name + "\n", mode_of(home + "/Documents/run"));
+    EXPECT_EQ("400 " + name + "\n", mode_of(home + "/Documents/seen"));
+    EXPECT_EQ("700 " + name + "\n", mode_of(home + "/Documents/shared/deep"));
+    EXPECT_EQ("600 " + name + "\n", mode_of(home + "/.mozilla/skeleton"));
+  }
+  EXPECT_NE(0, shell_quietly("su ben -s /bin/sh -c 'cat /home/ann/Documents/letters/mail'"));
+  EXPECT_EQ(0, shell_quietly("su ann -s /bin/sh -c 'cat /home/ann/Documents/letters/mail'"));
+  EXPECT_THAT(complained, Not(HasSubstr("private")));
+}
+
+TEST_F(Privacy, BeginsBeforeAnythingIsPutIn) {
+  shell_quietly(
+      "useradd -u 2345 ben; mkdir -m 777 /home/ann; chown ben /home/ann; mkdir /home/eve; useradd -m eve");
+  profile("ann");
+  use_program("chpasswd", "stat -c '%a %U' /home/ann > /tmp/seen\n");
+  migrate_noting_errors();
+  EXPECT_EQ("700 ann\n", read_file("/tmp/seen"));
+}
+
+TEST_F(Privacy, ChangesNothingForThoseWhoHadAnAccount) {
+  shell_quietly(
+      "umask 022; useradd -m ann && chmod 755 /home/ann && echo > /home/ann/letter && chmod 4755 "
+      "/home/ann/letter");
+  profile("ann");
+  shell_quietly("chmod 644 '" + documents_of("ann") + "of ann.txt'");
+  migrate_noting_errors();
+  EXPECT_EQ("755 ann\n", mode_of("/home/ann"));
+  EXPECT_EQ("644 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, FollowsNoLink) {
+  profile("ann");
+  shell_quietly("mkdir -p /srv/open && echo > /srv/open/file && echo > /srv/file && chmod -R 777 /srv");
+  shell_quietly("ln -s /srv/file /srv/open '" + documents_of("ann") + "'");
+  migrate_noting_errors();
+  EXPECT_EQ("/srv/open\n", output_of("readlink /home/ann/Documents/open"));
+  for (const char* path : {"/srv/file", "/srv/open", "/srv/open/file"})
+    EXPECT_EQ("777 root\n", mode_of(path));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, LeavesAHomeThatIsALink) {
+  shell_quietly(
+      "mkdir -m 755 /srv/ann && echo > /srv/ann/file && chmod 644 /srv/ann/file && ln -s /srv/ann /home");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_EQ("755 root\n", mode_of("/srv/ann"));
+  EXPECT_EQ("644 root\n", mode_of("/srv/ann/file"));
+  EXPECT_THAT(complained, HasSubstr("/home/ann cannot be made private: "));
+}
+
+TEST_F(Privacy, LeavesAFileThatHasANameElsewhere) {
+  shell_quietly(
+      "umask 022; mkdir /home/ann && cd /home/ann && echo > inside && ln inside again && echo > "
+      "/home/outside && "
+      "ln /home/outside outside");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_EQ("644 ann\n", mode_of("/home/outside"));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/inside"));
+  EXPECT_EQ("700 ann\n", mode_of("/home/ann"));
+}
+
+TEST_F(Privacy, StopsAtAnotherFileSystem) {
+  shell_quietly("mkdir -p /home/ann/disk");
+  profile("ann");
+  const SmallDisk disk("/home/ann/disk");
+  shell_quietly("echo > /home/ann/disk/file && chmod 666 /home/ann/disk/file");
+  migrate_noting_errors();
+  EXPECT_EQ("666 ann\n", mode_of("/home/ann/disk/file"));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, DoesNotWaitForAPipe) {
+  profile("ann");
+  mkfifo((documents_of("ann") + "pipe").c_str(), 0644);
+  migrate_noting_errors();
+  EXPECT_EQ("700 ann\n", mode_of("/home/ann"));
+}
+
+TEST_F(Privacy, LeavesTheSharedFolderOpen) {
+  profile("ann");
+  write_file(in_archive("Profiles/ann/File Extensions/song.mp3"), "la");
+  migrate_noting_errors();
+  EXPECT_EQ("777 root\n", mode_of("/Share"));
+  EXPECT_EQ("777 root\n", mode_of("/Share/song.mp3"));
+  EXPECT_EQ("", open_to_others("/home/ann"));
+}
+
 // ---- Failures -------------------------------------------------------------------------------------------
 
 TEST_F(Family, WithoutProfilesTheMarkIsACrossFirst) {

@@ -15,6 +15,7 @@
 #include "process/run/applications.h"
 #include "process/run/items.h"
 #include "process/run/password_file.h"
+#include "process/run/private_home.h"
 #include "process/run/run_note.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
@@ -139,6 +140,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   const Account account = create_account(target, skeleton);
   if (account == Account::was_there) tell_about_account(login);
+  if (account == Account::made) close_home(target.home, login);
   set_password(login, target.home, account);
   std::printf("STEP 1: User and Home Directory Created.");
   std::printf("STEP 3: Migrating..........");  // Deliberate: part of the output. There is no step 2.
@@ -146,6 +148,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   const std::string image = image_name(Mark::several_users);
   const int result = itemprofiles2(nullptr, image.c_str(), login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
+  if (account == Account::made) make_content_private(target.home);
   SYSTEM(compose("chown -R %s %s", login, target.home));
   std::printf("STEP 4: Chown Completed.");
   return result;
