@@ -143,6 +143,23 @@ TEST_F(Look, ReadsAFileThatWasCutMeanwhile) {
   EXPECT_EQ(content, sum_of("big"));
 }
 
+TEST_F(Look, ReadsAFileAgainThatWasEmptyAtFirst) {
+  prepare("touch a");
+  int calls = 0;
+  answer_calls("read", [&] {
+    if (++calls == 1) std::ofstream("/tmp/top/a") << std::string(300000, 'x');
+    return calls == 2 ? truncate("/tmp/top/a", 5) : 0;
+  });
+  const std::string content = look("a").content;
+  EXPECT_EQ(content, sum_of("a"));
+}
+
+TEST_F(Look, ReadsNoEndlessFile) {
+  const Descriptor processes = place::open_top("/proc/self");
+  EXPECT_FALSE(place::look_beneath(processes.number(), "pagemap", Content::read));
+  EXPECT_EQ(errno, EFBIG);
+}
+
 TEST_F(Look, IsNotDisturbedBySignals) {
   prepare("printf x > a; head -c 600000 /dev/zero > b");
   for (const char* name : {"a", "b"}) {
@@ -168,13 +185,16 @@ TEST_F(Look, ReadsWhatHasNoSize) {
   EXPECT_THAT(entry->content, testing::EndsWith(":" + std::to_string(read_file("/proc/self/comm").size())));
 }
 
-// In processor time, since other tests run at the same time. One reading a file is enough.
+// In processor time, since other tests run at the same time. One reading of a file is enough.
 TEST_F(Look, IsQuick) {
   prepare("mkdir many; cd many; seq 20000 | split -l 1 -a 5");
   int reads = 0;
+  int looks = 0;
   answer_calls("read", [&] { return ++reads, 0; });
+  answer_calls("fstat", [&] { return ++looks, 0; });
   const std::vector<std::string> names = place::names_beneath(top.number(), "many").value();
   place::Spot one = spot("many/x");
+  looks = 0;
   const std::clock_t start = std::clock();
   for (const std::string& name : names) {
     one.name = name;
@@ -183,6 +203,7 @@ TEST_F(Look, IsQuick) {
   EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
   EXPECT_EQ(names.size(), 20000U);
   EXPECT_EQ(reads, 20000);
+  EXPECT_EQ(looks, 20000);
 }
 
 // ---- Text ----
