@@ -72,6 +72,7 @@ TEST_F(Look, TellsFoldersLinksAndOthersApart) {
   for (const char* name : {"zero", "disk", "socket", "fifo"})
     EXPECT_NE(look(name).content, look("null").content) << name;
   EXPECT_NE(look("fifo").content, look("socket").content);
+  EXPECT_NE(look("zero").content, look("disk").content);
 }
 
 TEST_F(Look, FindsNothing) {
@@ -111,6 +112,23 @@ TEST_F(Look, SaysWhenItMayNotRead) {
 TEST_F(Look, ReadsFilesOfOthers) {
   prepare("chmod 755 .; printf x > a; chmod 644 a");
   EXPECT_TRUE(as_person([&] { return look("a").content.ends_with(":1"); }));
+}
+
+TEST_F(Look, FindsNothingWhereAFileHasJustGone) {
+  prepare("printf x > a");
+  answer_calls("openat", [] { return static_cast<void>(unlink("/tmp/top/a")), 0; });
+  EXPECT_EQ(look("a").type, Type::nothing);
+}
+
+TEST_F(Look, OpensNothingThatTookTheFilesPlace) {
+  for (const char* other : {"ln -s secret file", "mkfifo file", "mknod file c 1 5", "mkdir file"}) {
+    prepare("rm -rf file; printf x > file; printf secret > secret");
+    answer_calls("openat", [&] {
+      forget_answers();
+      return shell_quietly(std::string("cd /tmp/top; rm file; ") + other);
+    });
+    EXPECT_FALSE(place::look_beneath(top.number(), "file", Content::read)) << other;
+  }
 }
 
 TEST_F(Look, LeavesTheTimeOfAccess) {
