@@ -166,6 +166,10 @@ TEST_P(Beneath, AFolderThatSomebodyElseHasJustMadeWillDo) {
   answer_calls("mkdirat", [] { return symlink("new", "/tmp/top/link"); });
   EXPECT_FALSE(make("link", 0755));
   EXPECT_EQ(errno, ELOOP);
+  prepare("mkdir -m 750 target");
+  answer_calls("mkdirat", [] { return symlink("target", "/tmp/top/led") == 0 ? done : EIO; });
+  EXPECT_FALSE(make("led", 0755));
+  EXPECT_EQ(text_of(look("target")).substr(0, 15), "folder 0750 0 0");
 }
 
 }  // namespace

@@ -244,6 +244,12 @@ TEST_F(Copying, GivesWhatAPersonMayGive) {
   EXPECT_EQ(listed(), "copy\ntree\n");
 }
 
+TEST_F(Copying, GivesAttributesToAFileThatItsOwnerMayNotWrite) {
+  prepare("printf x > a; setfattr -n user.note -v text a; chmod 444 a; chown 1234:1234 a .");
+  ASSERT_TRUE(as_person([&] { return copy("a", "copy"); }));
+  EXPECT_THAT(output_of("getfattr -d --absolute-names /tmp/top/copy"), HasSubstr("user.note"));
+}
+
 TEST_F(Copying, FailsForWhatMayNotBeRead) {
   prepare(
       "mkdir tree; printf x > tree/a; printf x > tree/b; printf x > "
