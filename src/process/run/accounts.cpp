@@ -81,14 +81,23 @@ void note_account(const std::string& login) {
   note_state(things::account_state, login, login);
 }
 
+bool is_there(const std::string& path) {
+  struct stat found {};
+  return lstat(path.c_str(), &found) == 0;
+}
+
 // From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
-void create_account(const Target& target, const std::string& skeleton) {
+// False when the new home cannot be written down.
+bool create_account(const Target& target, const std::string& skeleton) {
+  const bool had_home = is_there(target.home);
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
-  if (!target.has().repairs_source_lists) return;
+  if (!had_home && is_there(target.home) && !keep::after_new_home(target.home)) return false;
+  if (!target.has().repairs_source_lists) return true;
   // A home without such lists has none to repair.
   for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
     static_cast<void>(repair_source_list(target, list));
+  return true;
 }
 
 // chpasswd reads lines of NAME:PASSWORD, so a name with a colon or a line end could set another account's
@@ -103,8 +112,7 @@ enum class PasswordFile { written, absent, somebody_elses, not_noted };
 
 PasswordFile write_password_file(const std::string& path, const std::string& login) {
   if (!may_get_password(login)) return PasswordFile::absent;
-  struct stat there {};
-  if (lstat(path.c_str(), &there) == 0) return PasswordFile::somebody_elses;
+  if (is_there(path)) return PasswordFile::somebody_elses;
   if (!kept_before_change(path)) return PasswordFile::not_noted;
   // Readable by root alone from its first moment, and never through a link or over somebody's own file.
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
@@ -145,8 +153,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   if (!keep_account(login)) return -1;
-  create_account(target, skeleton);
-  const bool is_noted = set_password(login, target.home);
+  const bool is_noted = create_account(target, skeleton) && set_password(login, target.home);
   note_account(login);
   if (!is_noted) return -1;
   keep::settle();
