@@ -1,5 +1,6 @@
 #include "support/kept.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -79,6 +80,7 @@ KeptRun::States KeptRun::look() const {
   for (const std::string& folder : folders_) {
     if (!exists(folder)) continue;
     states[folder] = state_of(folder);
+    if (!fs::is_directory(folder)) continue;
     for (auto each = fs::recursive_directory_iterator(folder); each != fs::end(each); ++each) {
       if (each->path().filename() == ".brindle_before" && each->is_directory()) {
         each.disable_recursion_pending();
@@ -88,6 +90,11 @@ KeptRun::States KeptRun::look() const {
     }
   }
   return states;
+}
+
+bool KeptRun::is_looked_at(const std::string& path) const {
+  return std::ranges::any_of(
+      folders_, [&](const std::string& folder) { return path == folder || path.starts_with(folder + "/"); });
 }
 
 std::vector<std::string> KeptRun::told() {
@@ -109,8 +116,10 @@ testing::AssertionResult KeptRun::is_whole() {
   std::set<std::string> paths;
   for (const auto& [path, state] : before_) paths.insert(path);
   for (const auto& [path, state] : after) paths.insert(path);
-  for (const auto& [path, row] : rows) paths.insert(path);
-  for (const auto& [path, state] : copies) paths.insert(path);
+  for (const auto& [path, row] : rows)
+    if (is_looked_at(path)) paths.insert(path);
+  for (const auto& [path, state] : copies)
+    if (is_looked_at(path)) paths.insert(path);
   testing::AssertionResult result = testing::AssertionSuccess();
   const auto fail = [&](const std::string& path, const std::string& what) {
     if (result) result = testing::AssertionFailure();
