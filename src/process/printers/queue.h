@@ -25,8 +25,8 @@ struct QueueTools {
 /// Makes a queue of every printer in the folder "Printers" of the target's archive root, with the options it
 /// had on Windows; the one of "Default.txt" becomes the default. A printer with an unknown port or without a
 /// model gets none, nor does one whose share credentials are declined. Waits for the person where a model or
-/// credentials are missing. What the commands did is only in the system log. False when a file that a command
-/// changes could not be kept: neither that command nor any after it is then run.
+/// credentials are missing. What the commands did is only in the system log. False when a file or a queue
+/// that a command changes could not be kept: neither that command nor any after it is then run.
 [[nodiscard]] bool migrate_printers(const Target& target, const QueueTools& tools);
 
 #endif
