@@ -105,8 +105,8 @@ TEST_F(KeptDocuments, OfTheSameNameAreKept) {
   EXPECT_EQ(0, mydocs(folder.c_str()));
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_THAT(run.listed(),
-              ElementsAre("replaced /root/Desktop/My Documents", "replaced /root/Documents/a.txt",
-                          "replaced /root/Documents/sub/b.txt"));
+              ElementsAre("attributes /root/Documents/c.txt", "replaced /root/Desktop/My Documents",
+                          "replaced /root/Documents/a.txt", "replaced /root/Documents/sub/b.txt"));
   EXPECT_EQ("old b", read_file(KeptRun::kept("/root/Documents/sub/b.txt")));
   EXPECT_FALSE(exists(KeptRun::kept("/root/Documents/c.txt")));
 }
@@ -694,7 +694,8 @@ TEST_F(KeptLauncher, ThatCannotBeKeptIsLeft) {
   const KeptRun run;
   EXPECT_THAT(complaint_of(set_to_firefox), HasSubstr("could not be kept"));
   EXPECT_THAT(commands_run(), IsEmpty());
-  EXPECT_TRUE(run.has_changed_nothing());
+  EXPECT_EQ("old", read_file(std::string(launchers) + "/firefox.desktop"));
+  EXPECT_EQ("old", read_file(settings));
 }
 
 TEST_F(KeptLauncher, WithoutItsFolderLeavesNoTrace) {

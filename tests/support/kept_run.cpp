@@ -82,6 +82,11 @@ KeptRun::Entries KeptRun::look() const {
   return found;
 }
 
+bool KeptRun::is_below_tops(const std::string& path) const {
+  return std::ranges::any_of(
+      tops_, [&](const std::string& top) { return path == top || path.starts_with(top + "/"); });
+}
+
 std::map<std::string, keep::Row> KeptRun::rows() const {
   std::map<std::string, keep::Row> found;
   for (const std::string& home : homes())
@@ -132,7 +137,8 @@ testing::AssertionResult KeptRun::has_kept_all() {
   std::set<std::string> paths;
   for (const auto& each : before_) paths.insert(each.first);
   for (const auto& each : now) paths.insert(each.first);
-  for (const auto& each : listed) paths.insert(each.first);
+  for (const auto& each : listed)
+    if (is_below_tops(each.first)) paths.insert(each.first);
   testing::AssertionResult result = testing::AssertionSuccess();
   for (const std::string& path : paths) {
     const std::string fault = fault_of(path, now, listed);

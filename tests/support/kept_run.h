@@ -42,6 +42,7 @@ class KeptRun {
   using Entries = std::map<std::string, place::Entry>;
 
   Entries look() const;
+  bool is_below_tops(const std::string& path) const;
   std::map<std::string, keep::Row> rows() const;
   std::string fault_of(const std::string& path, const Entries& now,
                        const std::map<std::string, keep::Row>& rows) const;
