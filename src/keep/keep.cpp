@@ -102,6 +102,8 @@ class Keeping {
     may_go_on_ = may_go_on;
   }
 
+  void go_on(const std::vector<Row>& rows);
+
   bool is_nobodys(const std::string& path) const {
     return !path.starts_with('/') || (is_within(path, "/tmp") && !is_within(home_, "/tmp"));
   }
@@ -163,6 +165,7 @@ class Keeping {
   void settle_one(const Pending& one);
   void settle_tree(const Where& where, const std::string& before);
   void settle_names(const Where& where, const Paths& there);
+  void drop_if_same(const Where& where, const std::string& before, const Entry& now);
   void write_later(const Where& where, Row row);
   void write_settled();
   bool refused(const std::string& path, const char* why = nullptr) const;
@@ -288,6 +291,21 @@ bool Keeping::write(const Where& where, const Row& row) {
 
 void Keeping::pend(const Where& where, std::string before) {
   pending_.try_emplace(where.path, Pending{where, std::move(before)});
+}
+
+// What an unfinished run has written down counts as if this one had; what became of it is told at the end.
+void Keeping::go_on(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    if (row.kind != Kind::path) {
+      known_.add(std::string(word_of(row.kind)) + "\t" + row.name);
+      continue;
+    }
+    const std::optional<Where> where = find(row.name);
+    if (!where) continue;
+    known_.add(where->path);
+    if (row.before == nothing) made_.add(where->path);
+    pend(*where, row.before);
+  }
 }
 
 bool Keeping::change(const std::string& path, int links_left) {
@@ -574,9 +592,10 @@ bool Keeping::take(const std::string& path) {
   Store* const store = change_folder_of(*where) ? store_of(*where) : nullptr;
   // The row first: what was moved without one would not come back.
   const bool is_taken = store != nullptr &&
-                        store->add({{Kind::path, where->path, place::text_of(*entry), nothing}}) &&
+                        store->add({{Kind::path, where->path, place::text_of(*entry), unknown}}) &&
                         store->take(where->spot(), where->path);
   known_.add(where->path);
+  pend(*where, "");
   return is_taken || refused(path);
 }
 
@@ -603,9 +622,20 @@ void Keeping::settle_tree(const Where& where, const std::string& before) {
   const std::optional<Entry> entry = where.look(Content::read);
   if (!entry) return std::perror(where.path.c_str());
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
+  drop_if_same(where, before, *entry);
   if (before != nothing || entry->type != Type::folder) return;
   for (const std::string& name : where.names().value_or(std::vector<std::string>()))
     settle_tree(where.in(name), nothing);
+}
+
+// A copy of what is still there as it was is of no use; a later step may need one.
+void Keeping::drop_if_same(const Where& where, const std::string& before, const Entry& now) {
+  if (now.type != Type::file || not_copied_.has(where.path)) return;
+  const std::optional<Entry> was = place::entry_from(before);
+  Store* const store = was && place::is_same_thing(*was, now) ? store_of(where) : nullptr;
+  if (store == nullptr) return;
+  store->drop(where.path);
+  not_copied_.add(where.path);
 }
 
 void Keeping::settle_one(const Pending& one) {
@@ -671,6 +701,9 @@ void begin_undo(const std::string& home, std::time_t now, const std::string& of)
   const std::lock_guard lock(mutex);
   keeping = std::make_unique<Keeping>(home, name);
   keeping->is({Kind::run, "undo", of, unknown}, goes_on);
+  if (!goes_on) return;
+  keeping->go_on(rows_of(home, name));
+  for (const OtherHome& other : other_homes(home, name)) keeping->go_on(other.rows);
 }
 
 bool before_change(const std::string& path) {

@@ -1,6 +1,7 @@
 #include "keep/store.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -125,6 +126,21 @@ void join_rows(int folder, const std::string& name, int list) {
     unlinkat(spot.folder.number(), spot.name.c_str(), 0);
 }
 
+// True when all that lies at `from` lies at `to` as well.
+bool is_whole_copy(const place::Spot& from, const place::Spot& to) {
+  const std::optional<place::Entry> entry = place::look_at(from, place::Content::read);
+  const std::optional<place::Entry> copy = place::look_at(to, place::Content::read);
+  if (!entry || !copy || !place::is_same_thing(*entry, *copy)) return false;
+  if (entry->type != place::Type::folder) return true;
+  const auto names = place::names_beneath(from.folder.number(), from.name);
+  const auto below = [](const place::Spot& spot, const std::string& name) {
+    return place::spot_beneath(spot.folder.number(), spot.name + "/" + name);
+  };
+  return names && std::ranges::all_of(*names, [&](const std::string& name) {
+           return is_whole_copy(below(from, name), below(to, name));
+         });
+}
+
 }  // namespace
 
 std::string name_of_run(std::time_t time) {
@@ -167,6 +183,8 @@ bool Store::open(bool may_go_on, Descriptor copy_of_list) {
   const bool is_there = fstatat(folder_.number(), list_name, &list, AT_SYMLINK_NOFOLLOW) == 0;
   if (is_there && !may_go_on) return errno = EEXIST, false;
   list_ = open_list(folder_.number(), list_name, uid_, gid_);
+  // Until this process ends, however it does.
+  if (list_ && flock(list_.number(), LOCK_EX | LOCK_NB) != 0) list_ = Descriptor();
   copy_ = std::move(copy_of_list);
   return is_open();
 }
@@ -214,15 +232,22 @@ bool Store::keep(const place::Spot& from, const std::string& path) {
 bool Store::take(const place::Spot& from, const std::string& path) {
   const std::optional<place::Spot> to = place_for(path);
   if (!to) return false;
-  struct stat here {
-  }, there{};
-  const bool is_one_disk =
-      fstatat(from.folder.number(), from.name.c_str(), &here, AT_SYMLINK_NOFOLLOW) == 0 &&
-      fstat(folder_.number(), &there) == 0 && here.st_dev == there.st_dev;
-  if (is_one_disk) return place::move_entry(from, *to);
-  const std::optional<place::Spot> begun = begun_copy();
-  return begun && place::copy_entry(from, *begun) && place::move_entry(*begun, *to) &&
-         place::remove_entry(from);
+  if (place::move_entry(from, *to)) return true;
+  if (errno != EEXIST) return false;
+  // A move to another disk that was interrupted: what is copied already goes.
+  if (is_whole_copy(from, *to)) return place::remove_entry(from);
+  errno = EEXIST;
+  return false;
+}
+
+void Store::drop(const std::string& path) {
+  int flags = 0;
+  for (std::string place = folder_of_files + path; !place.empty(); place.erase(place.find_last_of("/"))) {
+    const place::Spot spot = place::spot_beneath(folder_.number(), place);
+    if (!spot || unlinkat(spot.folder.number(), spot.name.c_str(), flags) != 0) return;
+    if (place.find('/') == std::string::npos) return;
+    flags = AT_REMOVEDIR;
+  }
 }
 
 void Store::complete() {
@@ -254,6 +279,7 @@ std::optional<Run> run_in(const std::string& home, const std::string& date_time)
   if (!list) return std::nullopt;
   Run run;
   run.date_time = date_time;
+  run.is_going_on = flock(list.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
   read_rows(list.number(), [&](const Row& row) {
     if (row.kind != Kind::run) return;
     if (row.name == "migration" || row.name == "undo") {

@@ -71,12 +71,15 @@ bool copy_all_but_holes(int from, int to, off_t size) {
   while (end < size) {
     const off_t start = lseek(from, end, SEEK_DATA);
     if (start < 0 && errno == ENXIO) break;  // only a hole is left
-    if (start < 0) return copy_part({from, to, end, no_end});
+    if (start < 0) return copy_part({from, to, end, size});
     end = lseek(from, start, SEEK_HOLE);
     if (end < 0 || !copy_part({from, to, start, end})) return false;
   }
   return ftruncate(to, size) == 0;
 }
+
+// A file is as long as it was said to be; what is made up when it is read says that it has no size.
+off_t end_of(const struct stat& what) { return what.st_size == 0 ? no_end : what.st_size; }
 
 bool has_holes(const struct stat& what) { return what.st_blocks < what.st_size / 512; }
 
@@ -89,7 +92,8 @@ std::vector<char>& reading_memory() {
 
 bool copy_bytes(int from, int to, const struct stat& what) {
   if (ioctl(to, FICLONE, from) == 0) return true;
-  return has_holes(what) ? copy_all_but_holes(from, to, what.st_size) : copy_part({from, to, 0, no_end});
+  return has_holes(what) ? copy_all_but_holes(from, to, what.st_size)
+                         : copy_part({from, to, 0, end_of(what)});
 }
 
 }  // namespace place

@@ -9,8 +9,8 @@
 namespace place {
 
 /// Copies all of the file `from`, of which fstat said `what`, to the empty file `to`: shared blocks where
-/// both lie on a file system that can, else in the kernel, else through our memory. Holes stay holes. False,
-/// with errno set.
+/// both lie on a file system that can, else in the kernel, else through our memory. Holes stay holes, and
+/// what the file grows by meanwhile is left. False, with errno set.
 bool copy_bytes(int from, int to, const struct stat& what);
 
 /// The memory that files are read through, one a thread.

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -43,7 +44,7 @@ std::string text_of(const Read& read) {
 }
 
 // As many bytes as there are, up to `size`; fewer at the end only. No value, with errno set.
-std::optional<std::size_t> read_some(int file, char* memory, std::size_t size, std::size_t expected) {
+std::optional<std::size_t> read_some(int file, char* memory, std::size_t size) {
   std::size_t have = 0;
   while (have < size) {
     const ssize_t more = read(file, memory + have, size - have);
@@ -51,41 +52,56 @@ std::optional<std::size_t> read_some(int file, char* memory, std::size_t size, s
     if (more < 0) return std::nullopt;
     if (more == 0) break;
     have += static_cast<std::size_t>(more);
-    if (have == expected) break;  // a short reading that ends where the file does needs no second one
   }
   return have;
 }
 
-std::optional<Read> read_long(int file, std::vector<char>& memory, std::size_t have) {
+// What the kernel makes up when it is read says that it has no size.
+std::uint64_t most_of(const struct stat& what) {
+  return what.st_size == 0 ? std::numeric_limits<std::uint64_t>::max()
+                           : static_cast<std::uint64_t>(what.st_size);
+}
+
+std::optional<Read> read_long(int file, std::uint64_t most) {
+  std::vector<char>& memory = reading_memory();
   const std::unique_ptr<XXH3_state_t, FreeState> state(XXH3_createState());
   if (!state) throw std::bad_alloc();
   XXH3_128bits_reset(state.get());
   std::uint64_t size = 0;
-  while (have > 0) {
-    XXH3_128bits_update(state.get(), memory.data(), have);
-    size += have;
-    const std::optional<std::size_t> more = read_some(file, memory.data(), memory.size(), memory.size());
-    if (!more) return std::nullopt;
-    have = *more;
+  while (size < most) {
+    const std::size_t wanted = std::min<std::uint64_t>(memory.size(), most - size);
+    const std::optional<std::size_t> have = read_some(file, memory.data(), wanted);
+    if (!have) return std::nullopt;
+    XXH3_128bits_update(state.get(), memory.data(), *have);
+    size += *have;
+    if (*have < wanted) break;
   }
   return Read{XXH3_128bits_digest(state.get()), size};
 }
 
-std::optional<Read> read_all(int file, const struct stat& what) {
+std::optional<Read> read_short(int file, std::size_t size) {
   std::vector<char>& memory = reading_memory();
-  const auto expected = static_cast<std::size_t>(what.st_size);
-  const std::optional<std::size_t> have = read_some(file, memory.data(), memory.size(), expected);
+  const std::optional<std::size_t> have = read_some(file, memory.data(), size);
   if (!have) return std::nullopt;
-  if (*have == memory.size()) return read_long(file, memory, *have);
   return Read{XXH3_128bits(memory.data(), *have), *have};
 }
+
+std::optional<Read> read_all(int file, const struct stat& what) {
+  const std::uint64_t most = most_of(what);
+  return most <= reading_memory().size() ? read_short(file, most) : read_long(file, most);
+}
+
+// The kernel reads so few bytes at once that nobody writes in between.
+bool is_read_at_once(const struct stat& what) { return what.st_size > 0 && what.st_size <= 4096; }
 
 // `what` becomes what the file is when it has been read.
 std::optional<std::string> read_unchanged(int file, struct stat& what) {
   for (int reading = 1; reading <= most_readings; ++reading) {
     const std::optional<Read> read = read_all(file, what);
+    if (!read) return std::nullopt;
+    if (is_read_at_once(what)) return text_of(*read);
     struct stat after {};
-    if (!read || fstat(file, &after) != 0) return std::nullopt;
+    if (fstat(file, &after) != 0) return std::nullopt;
     if (is_unchanged(what, after)) return text_of(*read);
     what = after;
     if (lseek(file, 0, SEEK_SET) != 0) return std::nullopt;

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <fstream>
 #include <thread>
 
 #include "support/full_disk.h"
@@ -29,7 +30,9 @@ constexpr const char* full_tree =
     "touch -h -d 2003-02-03 dangling; touch -d 2004-02-03 folder/deep; touch -d 2005-02-03 folder; "
     "chmod 0 closed; touch -d 2006-02-03 closed; touch -d '2007-02-03 00:00:00.5' .";
 
-struct Copying : Below {};
+struct Copying : Below {
+  static void append(const std::string& name) { std::ofstream("/tmp/top/" + name, std::ios::app) << "x"; }
+};
 
 TEST_F(Copying, TakesEverythingAlong) {
   prepare(full_tree);
@@ -201,16 +204,64 @@ TEST_F(Copying, FailsForWhatMayNotBeRead) {
 }
 
 TEST_F(Copying, NeverTakesAFileThatIsWrittenMeanwhile) {
-  prepare("head -c 8000000 /dev/zero > big");
-  Writer writer("/tmp/top/big");
-  const bool copied = copy("big", "copy");
-  const int error = errno;
-  writer.stop();
-  EXPECT_FALSE(copied);
-  EXPECT_EQ(error, EBUSY);
-  EXPECT_EQ(listed(), "big\n");
+  prepare("mkdir tree; printf a > tree/a; head -c 600000 /dev/zero > tree/big");
+  answer_calls("copy_file_range", [] { return append("tree/big"), 0; });
+  EXPECT_FALSE(copy("tree", "copy"));
+  EXPECT_EQ(errno, EBUSY);
+  EXPECT_EQ(listed(), "tree\n");
+}
+
+TEST_F(Copying, StartsAgainWithAFileThatWasWrittenMeanwhile) {
+  prepare("head -c 600000 /dev/urandom > big; printf short > other");
+  int calls = 0;
+  answer_calls("copy_file_range", [&] {
+    return ++calls == 1 ? shell_quietly("cd /tmp/top; cat other > big; touch -d 2001-02-03 big") : 0;
+  });
   ASSERT_TRUE(copy("big", "copy"));
-  EXPECT_EQ(look("big").content, look("copy").content);
+  EXPECT_EQ(read_file("/tmp/top/copy"), "short");
+  EXPECT_TRUE(place::has_same_attributes(look("big"), look("copy")));
+}
+
+TEST_F(Copying, WorksWithoutTheKernelsHelp) {
+  prepare(full_tree);
+  const std::string before = seen("/tmp/top/tree");
+  for (const int error : {EXDEV, ENOSYS, EINVAL, EOPNOTSUPP}) {
+    answer_calls("ioctl", [&] { return error; });
+    answer_calls("copy_file_range", [&] { return error; });
+    ASSERT_TRUE(copy("tree", "copy"));
+    EXPECT_TRUE(same_bytes(before, seen("/tmp/top/copy")));
+    ASSERT_TRUE(place::remove_entry(spot("copy")));
+  }
+}
+
+TEST_F(Copying, GoesOnThroughMemoryWhereTheKernelStops) {
+  prepare("head -c 900000 /dev/urandom > big; truncate -s 20M holes; head -c 5000 big >> holes");
+  for (const char* name : {"big", "holes"}) {
+    int calls = 0;
+    answer_calls("copy_file_range", [&] { return ++calls > 1 ? EIO : 0; });
+    ASSERT_TRUE(copy(name, "copy"));
+    EXPECT_EQ(look(name).content, look("copy").content);
+    ASSERT_TRUE(place::remove_entry(spot("copy")));
+  }
+}
+
+TEST_F(Copying, CopiesWhatHasNoSize) {
+  const Descriptor processes = place::open_top("/proc/self");
+  ASSERT_TRUE(place::copy_entry(place::spot_beneath(processes.number(), "comm"), spot("copy")));
+  EXPECT_EQ(read_file("/tmp/top/copy"), read_file("/proc/self/comm"));
+}
+
+TEST_F(Copying, SaysWhenSomethingCannotBeMade) {
+  prepare(full_tree);
+  for (const char* call : {"mkdirat", "mknodat", "linkat", "fchownat"})
+    for (const int nth : {1, 2, 3}) {
+      int calls = 0;
+      answer_calls(call, [&] { return ++calls == nth ? EIO : 0; });
+      EXPECT_FALSE(copy("tree", "copy")) << call << nth;
+      EXPECT_EQ(errno, EIO) << call << nth;
+      forget_answers();
+      EXPECT_EQ(listed(), "tree\n");
+    }
 }
 
 // ---- What a killed run left, and what somebody put in the way ----
@@ -317,6 +368,45 @@ TEST_F(Moving, TakesAFolderIntoWhichItsOwnerMayNotWrite) {
   prepare("chown 0 target; chmod 755 target");
   EXPECT_TRUE(as_person([&] { return !move("target/closed", "closed") && errno == EACCES; }));
   EXPECT_EQ(look("target/closed").mode, 0555U);
+}
+
+TEST_F(Moving, NeedsNoKernelThatRefusesTakenNames) {
+  prepare(
+      "printf new > file; mkdir folder; printf in > folder/in; ln -s nowhere link; mkdir taken; "
+      "printf old > taken/file; mkdir taken/folder; ln -s nowhere taken/link");
+  const std::string taken = seen("/tmp/top/taken");
+  for (const int error : {EINVAL, ENOSYS}) {
+    answer_calls("renameat2", [&] { return error; });
+    for (const char* from : {"file", "folder", "link"}) {
+      for (const char* name : {"taken/file", "taken/folder", "taken/link"}) {
+        EXPECT_FALSE(move(from, name));
+        EXPECT_EQ(errno, EEXIST) << from << name;
+      }
+      const place::Entry before = look(from);
+      EXPECT_TRUE(move(from, "moved") && move("moved", from)) << from;
+      EXPECT_EQ(text_of(look(from)), text_of(before));
+    }
+  }
+  EXPECT_TRUE(same_bytes(taken, seen("/tmp/top/taken")));
+  EXPECT_EQ(read_file("/tmp/top/folder/in"), "in");
+  EXPECT_EQ(listed(), "file\nfolder\nlink\ntaken\n");
+}
+
+TEST_F(Moving, NeedsNoSecondNames) {
+  prepare("printf new > file; printf old > taken; ln -s nowhere link");
+  answer_calls("renameat2", [] { return EINVAL; });
+  for (const int error : {EPERM, EOPNOTSUPP}) {
+    answer_calls("linkat", [&] { return error; });
+    EXPECT_TRUE(move("file", "moved") && move("moved", "file"));
+    for (const char* name : {"taken", "link"}) {
+      EXPECT_FALSE(move("file", name));
+      EXPECT_EQ(errno, EEXIST);
+    }
+  }
+  answer_calls("linkat", [] { return EIO; });
+  EXPECT_FALSE(move("file", "moved"));
+  EXPECT_EQ(read_file("/tmp/top/taken"), "old");
+  EXPECT_EQ(listed(), "file\nlink\ntaken\n");
 }
 
 // ---- Removing ----

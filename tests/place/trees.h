@@ -2,17 +2,15 @@
 #ifndef BRINDLE_TESTS_PLACE_TREES_H
 #define BRINDLE_TESTS_PLACE_TREES_H
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 
+#include "calls.h"
 #include "place/entry.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -23,7 +21,7 @@ inline std::string seen(const std::string& path) {
   return output_of("cd " + path + " && find . \\( -type d -printf '%P %y %m %U %G %T@\\n' -o -printf " +
                    "'%P %y %m %U %G %T@ %n %s %l\\n' \\) | LC_ALL=C sort; find . \\( -type b -o -type c \\)" +
                    sorted + "stat -c '%n %t %T'; find . -type f" + sorted + "md5sum; find ." + sorted +
-                   "getfattr -hd -m - 2>/dev/null");
+                   "getfattr --absolute-names -hd -m - 2>/dev/null");
 }
 
 /// Whether `work` is true for the person with the number 1234, who is in no further group.
@@ -38,37 +36,9 @@ inline bool as_person(const std::function<bool()>& work) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// Writes to the end of a file until it is told to stop.
-class Writer {
- public:
-  explicit Writer(const std::string& path) : thread_([this, path] { work(path); }) {
-    while (!has_begun_) std::this_thread::yield();
-  }
-  ~Writer() { stop(); }
-  Writer(const Writer&) = delete;
-  Writer& operator=(const Writer&) = delete;
-
-  void stop() {
-    goes_on_ = false;
-    if (thread_.joinable()) thread_.join();
-  }
-
- private:
-  void work(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
-    while (goes_on_) {
-      EXPECT_EQ(write(file.number(), "x", 1), 1);
-      has_begun_ = true;
-    }
-  }
-
-  std::atomic<bool> goes_on_ = true;
-  std::atomic<bool> has_begun_ = false;
-  std::thread thread_;  // last: it uses the others
-};
-
+/// A test with an empty folder /tmp/top.
 struct Below : testing::Test {
-  Below() : top((shell_quietly("mkdir -p /tmp/top"), place::open_top("/tmp/top"))) {}
+  Below() : top((shell_quietly("rm -rf /tmp/top; mkdir /tmp/top"), place::open_top("/tmp/top"))) {}
 
   place::Spot spot(const std::string& path) const { return place::spot_beneath(top.number(), path); }
   bool copy(const std::string& from, const std::string& to) const {
@@ -85,6 +55,8 @@ struct Below : testing::Test {
   static std::string listed(const std::string& folder = ".") {
     return output_of("cd /tmp/top/" + folder + " && ls -A");
   }
+
+  ~Below() override { forget_answers(); }
 
   Descriptor top;
 };
