@@ -6,7 +6,7 @@
 
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ TEST_F(SettingsFolder, IsNotMadeWhereAFileIs) {
 
 TEST_F(SettingsFolder, IsListedAsMade) {
   shell_quietly("mkdir -p /home/ann/.gconf/apps/evolution; touch /home/ann/.gconf/apps/evolution/%gconf.xml");
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(make_settings_folder("/home/ann", "apps/evolution/mail"));
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_EQ((std::vector<std::string>{"made /home/ann/.gconf/apps/%gconf.xml",
@@ -58,8 +58,8 @@ TEST_F(SettingsFolder, IsListedAsMade) {
 
 TEST_F(SettingsFolder, WhoseFileCannotBeListedIsNotFilled) {
   shell_quietly("mkdir -p /home/ann/.gconf/apps");
-  KeptRun::prevent("/home/ann");
-  const KeptRun run;
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   EXPECT_FALSE(make_settings_folder("/home/ann", "apps"));
   EXPECT_FALSE(exists("/home/ann/.gconf/apps/%gconf.xml"));
 }

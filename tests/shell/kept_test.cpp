@@ -11,7 +11,7 @@
 #include "shell/replace.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -30,8 +30,8 @@ struct KeptFirst : testing::Test {
   // What `change` says and leaves in errno where nothing can be kept.
   template <class Change>
   static void expect_refusal(Change change) {
-    KeptRun::prevent();
-    const KeptRun run;
+    KeepingRun::prevent();
+    const KeepingRun run;
     testing::internal::CaptureStderr();
     errno = 0;
     EXPECT_FALSE(change());
@@ -45,11 +45,11 @@ struct KeptFirst : testing::Test {
 // ---- A text into a file ---------------------------------------------------------------------------------
 
 TEST_F(KeptFirst, IsWhatAFileHeld) {
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(replace_file(path, "new"));
   EXPECT_TRUE(append_to_file("/root/d/b", "new"));
   EXPECT_TRUE(run.has_kept_all());
-  EXPECT_EQ("old", read_file(KeptRun::kept(path)));
+  EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
   EXPECT_THAT(run.listed(), ElementsAre("made /root/d/b", "replaced /root/d/a"));
 }
 
@@ -61,13 +61,13 @@ TEST_F(KeptFirst, OrTheFileIsLeft) {
 
 TEST_F(KeptFirst, IsNothingWhereNothingChanges) {
   shell_quietly("mkdir /root/d/folder");
-  const KeptRun run;
+  const KeepingRun run;
   EXPECT_TRUE(replace_file(path, "old"));
   EXPECT_TRUE(append_to_file(path, ""));
   EXPECT_FALSE(replace_file("/root/missing/a", "new"));
   EXPECT_FALSE(replace_file("/root/d/folder", "new"));
   EXPECT_FALSE(replace_file("/root/d/..", "new"));
-  EXPECT_FALSE(exists(KeptRun::folder()));
+  EXPECT_FALSE(exists(KeepingRun::folder()));
 }
 
 TEST_F(KeptFirst, DoesNotWaitForWhoeverWritesToAPipe) {
@@ -80,10 +80,10 @@ TEST_F(KeptFirst, DoesNotWaitForWhoeverWritesToAPipe) {
 // ---- Copies ---------------------------------------------------------------------------------------------
 
 TEST_F(KeptFirst, IsTheFileThatACopyReplaces) {
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(copy_over(compose("cp /tmp/new %s", path), "/tmp/new", path));
   EXPECT_TRUE(run.has_kept_all());
-  EXPECT_EQ("old", read_file(KeptRun::kept(path)));
+  EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
 }
 
 TEST_F(KeptFirst, OrTheCopyIsNotMade) {
@@ -93,22 +93,22 @@ TEST_F(KeptFirst, OrTheCopyIsNotMade) {
 }
 
 TEST_F(KeptFirst, IsNothingWhereNothingIsCopied) {
-  const KeptRun run;
+  const KeepingRun run;
   EXPECT_FALSE(copy_over(compose("cp /tmp/missing %s", path), "/tmp/missing", path));
   EXPECT_FALSE(copy_over(compose("cp /tmp/new /root/missing/a"), "/tmp/new", "/root/missing/a"));
-  EXPECT_FALSE(exists(KeptRun::folder()));
+  EXPECT_FALSE(exists(KeepingRun::folder()));
 }
 
 TEST_F(KeptFirst, IsWhatTheEntriesReplace) {
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(copy_entries(compose("cp /tmp/f/* /root/d"), "/tmp/f", "/root/d", CopyLike::cp));
   EXPECT_TRUE(run.has_kept_all());
-  EXPECT_EQ("old", read_file(KeptRun::kept(path)));
+  EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
 }
 
 // cp makes a file of a single entry where there is no folder to copy it into.
 TEST_F(KeptFirst, IsTheFileWhosePlaceASingleEntryTakes) {
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(copy_entries(compose("cp /tmp/f/* %s", path), "/tmp/f", path, CopyLike::cp));
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_THAT(run.listed(), ElementsAre("replaced /root/d/a"));
@@ -120,7 +120,7 @@ TEST_F(KeptFirst, IsTheOwner) {
   shell_quietly("useradd -u 1234 ann");
   write_file("/root/d/hers", "");
   shell_quietly("chown 1234 /root/d/hers");
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(kept_before_chown("ann", "/root/d"));
   shell_quietly("chown -R ann /root/d");
   EXPECT_TRUE(run.has_kept_all());
@@ -128,7 +128,7 @@ TEST_F(KeptFirst, IsTheOwner) {
 }
 
 TEST_F(KeptFirst, IsEveryOwnerWhereTheUserIsNoName) {
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(kept_before_chown("1234:2345", "/root/d"));
   shell_quietly("chown -R 1234:2345 /root/d");
   EXPECT_TRUE(run.has_changed_nothing() == false);

@@ -9,7 +9,7 @@
 #include "shell/kept.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -89,7 +89,7 @@ TEST_F(HomeFolder, IsNotMadeWithoutTheHome) {
 
 TEST_F(HomeFolder, IsListedAsMade) {
   shell_quietly("mkdir /home/ann/a");
-  KeptRun run;
+  KeepingRun run;
   EXPECT_TRUE(make_home_folder("/home/ann", "a/b/c"));
   EXPECT_TRUE(make_home_folder("/home/ann", "a"));
   EXPECT_TRUE(run.has_kept_all());
@@ -98,14 +98,14 @@ TEST_F(HomeFolder, IsListedAsMade) {
 
 TEST_F(HomeFolder, ThatIsThereIsNotListed) {
   shell_quietly("mkdir -p /home/ann/a/b");
-  const KeptRun run;
+  const KeepingRun run;
   EXPECT_TRUE(make_home_folder("/home/ann", "a/b"));
-  EXPECT_FALSE(exists(KeptRun::folder("/home/ann")));
+  EXPECT_FALSE(exists(KeepingRun::folder("/home/ann")));
 }
 
 TEST_F(HomeFolder, ThatCannotBeListedIsNotMade) {
-  KeptRun::prevent("/home/ann");
-  const KeptRun run;
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   errno = 0;
   EXPECT_FALSE(make_home_folder("/home/ann", "a/b"));
   EXPECT_EQ(not_kept, errno);
