@@ -262,7 +262,7 @@ void Plan::keep_folder_of_others(std::size_t index) {
   for (const std::string& name : names_in(spot_of(*folder.ground, folder.path))) {
     const std::string path = folder.path + "/" + name;
     const Item* const known = find(path);
-    if (known != nullptr && goes(*known)) continue;
+    if ((known != nullptr && goes(*known)) || is_left_over(name)) continue;
     stays = true;
     if (known != nullptr || is_own_file(path)) continue;
     Item item;

@@ -50,10 +50,11 @@ bool is_undone(const std::vector<Run>& runs, const Run& run) {
   return true;
 }
 
-const Run* newest_migration(const std::vector<Run>& runs) {
+// A run that was killed before it had written a line is none.
+const Run* newest_migration(const std::string& home, const std::vector<Run>& runs) {
   const Run* newest = nullptr;
   for (const Run& run : runs)
-    if (!run.is_undo && !is_undone(runs, run)) newest = &run;
+    if (!run.is_undo && !is_undone(runs, run) && !keep::rows_of(home, run.date_time).empty()) newest = &run;
   return newest;
 }
 
@@ -289,6 +290,7 @@ class Undo {
 
   void carry_out() {
     keep::begin_undo(home_, std::time(nullptr), run_.date_time);
+    clear_left_overs();
     matters_.give_back_before_files(failures_);
     if (only_restores_settings(plan_)) end_settings_daemon();
     Giver giver(plan_);
@@ -323,6 +325,11 @@ class Undo {
   }
 
  private:
+  void clear_left_overs() const {
+    if (!run_.is_undo || run_.over) return;
+    for (const Item& item : plan_.items()) clear_beside(spot_of(*item.ground, item.path));
+  }
+
   // One that could not do all is tried again the next time.
   void finish() {
     if (!only_.empty() || !failures_.empty() || name_.empty()) return;
@@ -355,6 +362,7 @@ Outcome list_runs(const std::string& home, const std::vector<Run>& runs) {
   if (runs.empty()) std::cout << "No run of Brindle has kept anything in " << shown(home) << ".\n";
   for (const Run& run : runs) {
     const Record record(home, run.date_time);
+    if (record.is_empty()) continue;
     write_run(std::cout, run, is_undone(runs, run), record.replaced(), record.made());
   }
   return Outcome::as_it_was;
@@ -402,7 +410,7 @@ Outcome run(const Options& options) {
   const std::vector<Run> runs = keep::runs_in(home);
   if (options.list && options.date_time.empty() && options.only.empty()) return list_runs(home, runs);
   const Run* const chosen =
-      options.date_time.empty() ? newest_migration(runs) : find_run(runs, options.date_time);
+      options.date_time.empty() ? newest_migration(home, runs) : find_run(runs, options.date_time);
   if (chosen == nullptr && !options.date_time.empty())
     return refuse("there is no run of " + options.date_time);
   if (chosen == nullptr) {
