@@ -108,12 +108,13 @@ class Record {
     return nullptr;
   }
 
-  std::unordered_map<std::string, place::Entry> states_before() const {
+  /// Of every path: as it was before the run, or after it.
+  std::unordered_map<std::string, place::Entry> states(std::string Row::*when) const {
     std::unordered_map<std::string, place::Entry> states;
     for (const auto& rows : rows_)
       for (const Row& row : rows)
-        if (const auto before = place::entry_from(row.before); before && row.kind == Kind::path)
-          states.emplace(row.name, *before);
+        if (const auto state = place::entry_from(row.*when); state && row.kind == Kind::path)
+          states.emplace(row.name, *state);
     return states;
   }
 
@@ -152,6 +153,18 @@ class Record {
   std::deque<std::vector<Row>> rows_;
   std::vector<Lists> lists_;
 };
+
+Earlier earlier_undos(const std::string& home, const std::vector<Run>& runs, const std::string& date_time) {
+  Earlier earlier;
+  if (const Run* const unfinished = unfinished_undo_of(runs, date_time); unfinished != nullptr)
+    earlier.begun = Record(home, unfinished->date_time).states(&Row::before);
+  for (const Run& run : runs) {
+    if (!run.is_undo || run.of != date_time || !run.over) continue;
+    for (auto& [path, state] : Record(home, run.date_time).states(&Row::became))
+      earlier.ended.insert_or_assign(path, state);
+  }
+  return earlier;
+}
 
 // ---- What is asked for -----------------------------------------------------------------------------------
 
@@ -199,10 +212,10 @@ std::vector<std::string> homes_of_accounts(const Record& record, const Matters& 
 
 // The first thing in the home that is not as the run left it; empty when there is none.
 std::string stranger_in(const Record& record, const std::string& home) {
-  const std::unordered_map<std::string, place::Entry> begun;
+  const Earlier earlier;
   const std::vector<std::string> only = {home};
   const std::vector<std::string> apart;
-  const Plan plan(record.lists(), begun, only, apart);
+  const Plan plan(record.lists(), earlier, only, apart);
   for (const Item& item : plan.items())
     if (item.deed == Deed::leave && !item.why.empty()) return item.path + ": " + item.why;
   return "";
@@ -268,12 +281,11 @@ class Undo {
         record_(home, run.date_time),
         only_(listed_names(options.only, record_)),
         unfinished_(unfinished_undo_of(runs, run.date_time)),
-        begun_(unfinished_ == nullptr ? std::unordered_map<std::string, place::Entry>()
-                                      : Record(home, unfinished_->date_time).states_before()),
+        earlier_(earlier_undos(home, runs, run.date_time)),
         matters_(only_.empty() ? record_.own_rows() : std::vector<Row>(), record_.own_ground().store,
                  options.accounts, time_of(run.date_time)),
         apart_(homes_of_accounts(record_, matters_)),
-        plan_(record_.lists(), begun_, only_, only_.empty() ? apart_ : no_paths_) {
+        plan_(record_.lists(), earlier_, only_, only_.empty() ? apart_ : no_paths_) {
     keep_used_accounts(record_, matters_);
   }
 
@@ -343,7 +355,7 @@ class Undo {
   Record record_;
   std::vector<std::string> only_;
   const Run* unfinished_;
-  std::unordered_map<std::string, place::Entry> begun_;
+  Earlier earlier_;
   Matters matters_;
   std::vector<std::string> apart_;
   Plan plan_;
