@@ -136,6 +136,7 @@ class Keeping {
   }
 
   std::optional<Where> find(const std::string& path);
+  bool is_somebodys(const std::string& home) const;
   Home* home_of(const std::string& folder, const std::string& top, const std::string& login);
   Home* own_home() { return home_of(home_, home_, ""); }
   Store* store_of(const Where& where) { return open_store(*where.home); }
@@ -164,6 +165,7 @@ class Keeping {
   void settle_one(const Pending& one);
   void settle_tree(const Where& where, const std::string& before);
   void settle_names(const Where& where, const Paths& there);
+  void drop_if_same(const Where& where, const std::string& before, const Entry& now);
   void write_later(const Where& where, Row row);
   void write_settled();
   bool refused(const std::string& path, const char* why = nullptr) const;
@@ -197,6 +199,12 @@ std::string others_home(const std::string& path) {
                                                                : "";
 }
 
+// A home that the run itself makes, since no account could be, is listed with the things of nobody.
+bool Keeping::is_somebodys(const std::string& home) const {
+  std::error_code error;
+  return !home.empty() && fs::is_directory(home, error) && !is_in_made(home);
+}
+
 // Of whoever runs the program, of somebody else, or of nobody. In another's home a link that leads out of it
 // is a trap: what that other could not write would be written, and given back, by us.
 std::optional<Where> Keeping::find(const std::string& path) {
@@ -205,14 +213,14 @@ std::optional<Where> Keeping::find(const std::string& path) {
   const std::string folder = real(parent_of(named));
   const std::string whole = (folder == "/" ? "" : folder) + "/" + fs::path(named).filename().string();
   const std::string others = is_within(named, home_) ? "" : others_home(named);
-  if (!others.empty() && named != others) {
+  if (named != others && is_somebodys(others)) {
     const std::string top = real(others);
     if (!is_within(whole, top)) return errno = EXDEV, std::nullopt;
     if (top != home_) return Where{whole, home_of(top, top, fs::path(others).filename())};
   }
   if (is_within(whole, home_)) return Where{whole, own_home()};
   const std::string home = others_home(whole);
-  if (!home.empty() && (whole != home || fs::is_directory(home)))
+  if (is_somebodys(home))
     return Where{whole, home_of(home, home, fs::path(home).filename())};
   return Where{whole, home_of(home_, "/", "")};
 }
@@ -614,9 +622,20 @@ void Keeping::settle_tree(const Where& where, const std::string& before) {
   const std::optional<Entry> entry = where.look(Content::read);
   if (!entry) return std::perror(where.path.c_str());
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
+  drop_if_same(where, before, *entry);
   if (before != nothing || entry->type != Type::folder) return;
   for (const std::string& name : where.names().value_or(std::vector<std::string>()))
     settle_tree(where.in(name), nothing);
+}
+
+// A copy of what is still there as it was is of no use; a later step may need one.
+void Keeping::drop_if_same(const Where& where, const std::string& before, const Entry& now) {
+  if (now.type != Type::file || not_copied_.has(where.path)) return;
+  const std::optional<Entry> was = place::entry_from(before);
+  Store* const store = was && place::is_same_thing(*was, now) ? store_of(where) : nullptr;
+  if (store == nullptr) return;
+  store->drop(where.path);
+  not_copied_.add(where.path);
 }
 
 void Keeping::settle_one(const Pending& one) {

@@ -1,6 +1,7 @@
 #include "keep/store.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -182,6 +183,8 @@ bool Store::open(bool may_go_on, Descriptor copy_of_list) {
   const bool is_there = fstatat(folder_.number(), list_name, &list, AT_SYMLINK_NOFOLLOW) == 0;
   if (is_there && !may_go_on) return errno = EEXIST, false;
   list_ = open_list(folder_.number(), list_name, uid_, gid_);
+  // Until this process ends, however it does.
+  if (list_ && flock(list_.number(), LOCK_EX | LOCK_NB) != 0) list_ = Descriptor();
   copy_ = std::move(copy_of_list);
   return is_open();
 }
@@ -237,6 +240,16 @@ bool Store::take(const place::Spot& from, const std::string& path) {
   return false;
 }
 
+void Store::drop(const std::string& path) {
+  int flags = 0;
+  for (std::string place = folder_of_files + path; !place.empty(); place.erase(place.find_last_of("/"))) {
+    const place::Spot spot = place::spot_beneath(folder_.number(), place);
+    if (!spot || unlinkat(spot.folder.number(), spot.name.c_str(), flags) != 0) return;
+    if (place.find('/') == std::string::npos) return;
+    flags = AT_REMOVEDIR;
+  }
+}
+
 void Store::complete() {
   unlinkat(folder_.number(), folder_of_begun, AT_REMOVEDIR);  // there only if something was copied
   if (list_) join_rows(folder_.number(), list_name, list_.number());
@@ -266,6 +279,7 @@ std::optional<Run> run_in(const std::string& home, const std::string& date_time)
   if (!list) return std::nullopt;
   Run run;
   run.date_time = date_time;
+  run.is_going_on = flock(list.number(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
   read_rows(list.number(), [&](const Row& row) {
     if (row.kind != Kind::run) return;
     if (row.name == "migration" || row.name == "undo") {

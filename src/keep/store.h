@@ -47,6 +47,9 @@ class Store {
   [[nodiscard]] bool keep(const place::Spot& from, const std::string& path);
   [[nodiscard]] bool take(const place::Spot& from, const std::string& path);
 
+  /// Removes the copy of `path` again, with the folders that this leaves empty.
+  void drop(const std::string& path);
+
   /// One row a name from now on. The lists stay as they are when that cannot be done.
   void complete();
 
@@ -71,9 +74,10 @@ class Store {
 struct Run {
   std::string date_time;
   bool is_undo = false;
-  std::string of;      ///< an undo: the run that it takes back
-  bool over = false;   ///< it came to its end
-  std::string undone;  ///< DATE-TIME of the undo that took it back wholly; else empty
+  std::string of;            ///< an undo: the run that it takes back
+  bool over = false;         ///< it came to its end
+  bool is_going_on = false;  ///< by a program that runs now
+  std::string undone;        ///< DATE-TIME of the undo that took it back wholly; else empty
 };
 
 /// The runs kept in `home`, the oldest first.

@@ -40,6 +40,17 @@ bool copy_look_into_homes() {
   return true;
 }
 
+std::string marker_in(const std::string& home) { return home + "/.brindle_first_run"; }
+
+constexpr const char* look_for_new_homes = "/etc/skel/.gtkrc-2.0";
+
+// The run of the worker, which goes on with it. A wizard that is left at once leaves nothing of it when there
+// was nothing to change.
+void begin_run_for_changes(const std::string& home) {
+  if (!open_file(marker_in(home), "r") || !same_content(look, look_for_new_homes))
+    keep::begin_run(home, std::time(nullptr));
+}
+
 void leave_marker(const std::string& marker) {
   if (!keep::before_change(marker)) return;
   const File file = open_file(marker, "w");
@@ -50,7 +61,7 @@ void leave_marker(const std::string& marker) {
 // False when the homes cannot be listed.
 bool prepare_first_run(const std::string& home) {
   trace_home(home);
-  const std::string marker = home + "/.brindle_first_run";
+  const std::string marker = marker_in(home);
   if (open_file(marker, "r")) return true;
   if (!copy_look_into_homes()) return false;
   leave_marker(marker);
@@ -137,9 +148,9 @@ void end_log(std::FILE* log) {
 int main(int argc, char** argv) {
   leave_terminal();
   const std::string home = current_owner().home;
-  keep::begin_run(home, std::time(nullptr));  // the run of the worker, which goes on with it
+  begin_run_for_changes(home);
   if (!prepare_first_run(home)) return -1;
-  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, "/etc/skel/.gtkrc-2.0");
+  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, look_for_new_homes);
   keep::settle();
   getOsVersion("");
   isNLD = is_novell_layout(detected_system());

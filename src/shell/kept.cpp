@@ -49,7 +49,8 @@ bool kept_before_writing(const std::string& path, std::string_view text) {
 }
 
 bool kept_before_copying(const std::string& from, const std::string& to) {
-  return !can_be_written(to) || told(keep::before_copy_as(from, to));
+  const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(to);
+  return !can_be_copied || told(keep::before_copy_as(from, to));
 }
 
 bool kept_before_copying_entries(const std::string& from, const std::string& to) {

@@ -3,11 +3,11 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -151,6 +151,30 @@ TEST_F(Keep, keeps_the_first_state_of_a_path_alone) {
   ASSERT_THAT(told(), ElementsAre("/root/a file file"));
   EXPECT_THAT(keep::rows_of("/root", noons()).back().kind, Kind::path);
   EXPECT_THAT(read_file("/root/.brindle_before/" + noons() + "/list.tsv"), HasSubstr(":5\n"));  // "three"
+}
+
+TEST_F(Keep, keeps_no_copy_of_what_was_not_changed_in_the_end) {
+  write_file("/root/d/a", "one");
+  write_file("/root/d/b", "one");
+  ASSERT_TRUE(keep::before_change("/root/d/a"));
+  ASSERT_TRUE(keep::before_change("/root/d/b"));
+  shell_quietly("rm /root/d/a; echo -n one > /root/d/a; echo -n two > /root/d/b; chmod 600 /root/d/a");
+  keep::settle();
+  EXPECT_FALSE(exists(kept("/root/d/a")));
+  EXPECT_EQ("one", read_file(kept("/root/d/b")));
+  ASSERT_TRUE(keep::before_change("/root/d/a"));
+  write_file("/root/d/a", "two");
+  keep::end_run();
+  EXPECT_EQ("one", read_file(kept("/root/d/a")));
+  EXPECT_THAT(state_of("/root/d/a"), StartsWith("file 0644 "));
+}
+
+TEST_F(Keep, leaves_no_empty_folders_of_copies_that_were_not_needed) {
+  write_file("/root/d/sub/a", "one");
+  ASSERT_TRUE(keep::before_change("/root/d/sub/a"));
+  keep::end_run();
+  EXPECT_FALSE(exists("/root/.brindle_before/" + noons() + "/files"));
+  EXPECT_TRUE(exists("/root/.brindle_before/" + noons() + "/list.tsv"));
 }
 
 TEST_F(Keep, tells_a_removed_file) {
@@ -367,16 +391,24 @@ TEST_F(Keep, keeps_what_one_folder_copied_under_a_name_replaces) {
               IsSupersetOf({"/root/File Extensions/new nothing unknown", "/root/Other nothing unknown"}));
 }
 
-TEST_F(Keep, looks_at_20_000_documents_for_an_empty_folder_in_a_tenth_of_a_second) {
+double seconds_of_work() {
+  timespec time{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+// 0.07 s as people build it; this leaves room for a build with the checkers.
+TEST_F(Keep, looks_at_20_000_documents_for_an_empty_folder_at_once) {
   fs::create_directories("/root/Documents");
   fs::create_directories("/tmp/from");
-  shell_quietly("cd /tmp/from && seq -f 'document number %g' 20000 | xargs -d '\\n' touch");
-  const auto begin = std::chrono::steady_clock::now();
+  ASSERT_EQ(0, mount("tmpfs", "/tmp/from", "tmpfs", 0, nullptr));
+  for (int number = 0; number < 20'000; ++number)
+    write_file("/tmp/from/document " + std::to_string(number), "");
+  const double begin = seconds_of_work();
   ASSERT_TRUE(keep::before_copy("/tmp/from", "/root/Documents"));
-  const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
-  EXPECT_LT(time.count(), 0.1 * 10);  // on a machine that does much else, with the checkers
-  RecordProperty("milliseconds", static_cast<int>(time.count() * 1000));
+  EXPECT_LT(seconds_of_work() - begin, 1.0);
   EXPECT_EQ(20'001U, told().size());
+  umount("/tmp/from");
 }
 
 // ---- Programs, names, attributes
@@ -410,13 +442,13 @@ TEST_F(Keep, keeps_all_that_a_program_may_change) {
   write_file("/root/.kde/config/large", std::string((1 << 20) + 1, 'x'));
   write_file("/root/.kde/config/as-large-as-may-be", std::string(1 << 20, 'x'));
   ASSERT_TRUE(keep::before_program("/root/.kde"));
+  EXPECT_TRUE(exists(kept("/root/.kde/config/as-large-as-may-be")));
+  EXPECT_FALSE(exists(kept("/root/.kde/config/large")));
   write_file("/root/.kde/config/rc", "theirs");
   write_file("/root/.kde/config/new", "theirs");
   fs::remove("/root/.kde/config/gone");
   keep::end_run();
   EXPECT_EQ("mine", read_file(kept("/root/.kde/config/rc")));
-  EXPECT_TRUE(exists(kept("/root/.kde/config/as-large-as-may-be")));
-  EXPECT_FALSE(exists(kept("/root/.kde/config/large")));
   EXPECT_THAT(told(),
               UnorderedElementsAre("/root/.kde folder folder", "/root/.kde/config folder folder",
                                    "/root/.kde/config/rc file file", "/root/.kde/config/gone file nothing",
@@ -496,6 +528,7 @@ TEST_F(Keep, keeps_with_each_home_what_is_its_own) {
   shell_quietly("chown ann /home/ann/a");
   ASSERT_TRUE(keep::before_change("/home/ann/a"));
   ASSERT_TRUE(keep::before_change("/home/ann/new"));
+  write_file("/home/ann/a", "ours");
   keep::end_run();
   EXPECT_EQ("hers", read_file(kept("/home/ann/a", "/home/ann")));
   for (const std::string& each :
@@ -679,6 +712,27 @@ TEST_F(Keep, goes_on_with_an_unfinished_undo_alone) {
   keep::begin_undo("/root", noon + 120, "2020-01-01-000000");
   ASSERT_TRUE(keep::before_change("/root/c"));
   EXPECT_NE("/root/.brindle_before/" + noons(), keep::folder_of_run());
+}
+
+TEST_F(Keep, tells_a_run_that_goes_on_from_one_that_was_left) {
+  ASSERT_TRUE(keep::before_change("/root/a"));
+  EXPECT_TRUE(keep::runs_in("/root").at(0).is_going_on);
+  keep::begin_undo("/root", noon + 60, noons());
+  EXPECT_FALSE(keep::runs_in("/root").at(0).is_going_on);
+  EXPECT_FALSE(keep::runs_in("/root").at(0).over);
+}
+
+TEST_F(Keep, does_not_go_on_with_an_undo_that_another_program_does) {
+  keep::begin_undo("/root", noon, "2020-01-01-000000");
+  ASSERT_TRUE(keep::before_change("/root/a"));
+  const pid_t other = fork();
+  if (other == 0) {
+    keep::begin_undo("/root", noon + 60, "2020-01-01-000000");
+    _exit(keep::before_change("/root/b") ? 1 : 0);
+  }
+  int status = -1;
+  waitpid(other, &status, 0);
+  EXPECT_EQ(0, status);
 }
 
 TEST_F(Keep, has_one_row_a_name_when_it_is_over) {

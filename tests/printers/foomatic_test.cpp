@@ -96,6 +96,17 @@ TEST_F(Printer, AsksForTheCredentialsOfAShareAndForgetsThem) {
   EXPECT_THAT(Password, Each('\0'));
 }
 
+TEST_F(Printer, OfACancelledRunIsSkippedWithoutAQuestion) {
+  isKilled = 1;
+  add_printer("a.txt", {{"Driver Name", "Unknown"}});
+  add_printer("b.txt", {{"Port Name", "//server/hp"}});
+  add_printer("c.txt", {{"Driver Name Wo Spaces", "Good"}});
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr(" -n 'Good' ")));
+  EXPECT_THAT(Windows::shown(), IsEmpty());
+  EXPECT_EQ(0u, Windows::seconds_slept());
+}
+
 TEST_F(Printer, PassesOverAnUnknownPortAndGoesOn) {
   add_printer("a.txt", {{"Port Name", "LPT3"}});
   add_printer("b.txt", {{"Port Name", "FILE:"}});

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "keep/keep.h"
 #include "process/run/process.h"
 #include "run/fakes.h"
 #include "state/state.h"
@@ -50,6 +51,28 @@ TEST_F(RunNoteTest, TellsArchiveSystemPeopleAndTimes) {
       "lee\nhome=/home/ann "
       "lee\nbegun=N\nover=N\nending=ended\n",
       note());
+}
+
+TEST_F(RunNoteTest, TellsWhoseAccountWasThereBefore) {
+  shell_quietly("mkdir -p /tmp/x/Brindle/Profiles/ann");
+  note_account_was_there("ann");  // without a run nothing is noted
+  EXPECT_FALSE(exists(path));
+  begin_run_note("/a.zip");
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  note_account_was_there("ann");
+  EXPECT_THAT(note(), HasSubstr("person=ann\nhome=/home/ann\naccount=before\nbegun=N\n"));
+  begin_run_note("/b.zip");
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  EXPECT_THAT(note(), Not(HasSubstr("account=")));
+}
+
+TEST_F(RunNoteTest, DoesNotTakeTheRunningUserForAProfileOfThatName) {
+  shell_quietly("mkdir -p /tmp/x/Brindle/Profiles/root");
+  begin_run_note("/a.zip");
+  note_account_was_there("root");
+  EXPECT_THAT(note(), Not(HasSubstr("account=")));
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  EXPECT_THAT(note(), HasSubstr("person=root\nhome=/root\nperson=root\nhome=/home/root\naccount=before\n"));
 }
 
 TEST_F(RunNoteTest, KnowsEverySystem) {
@@ -129,6 +152,28 @@ TEST_F(RunNoteTest, OfAnEarlierRunIsReplaced) {
   end_run_note(RunEnd::ended);
   begin_run_note("/b.zip");
   EXPECT_EQ("archive=/b.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\nending=begun\n", note());
+}
+
+// What was kept at start-up, or is kept later.
+TEST_F(RunNoteTest, NamesTheFolderOfWhatWasThereBefore) {
+  setenv("TZ", "UTC", 1);
+  const std::string start = "archive=/a.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\n";
+  const std::string kept = "kept=/root/.brindle_before/2005-11-21-225215\n";
+  keep::begin_run("/root", 1132613535);
+  begin_run_note("/a.zip");
+  add_kept_folder_to_run_note();
+  EXPECT_EQ(start + "ending=begun\n", note());
+  ASSERT_TRUE(keep::before_change("/root/new"));
+  write_file("/root/new", "new");
+  add_kept_folder_to_run_note();
+  EXPECT_EQ(start + kept + "ending=begun\n", note());
+  begin_run_note("/a.zip");
+  EXPECT_EQ(start + kept + "ending=begun\n", note());
+  keep::end_run();
+  end_run_note(RunEnd::ended);
+  EXPECT_EQ(start + kept + "over=N\nending=ended\n", note());
+  begin_run_note("/b.zip");
+  EXPECT_THAT(note(), Not(HasSubstr("kept=")));
 }
 
 // ---- Of the worker --------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <initializer_list>
 
+#include "gconf/kept_key.h"
 #include "gconf/settings.h"
 #include "keep/keep.h"
 #include "process/mail/evolution/new_home.h"
@@ -107,6 +108,7 @@ void prepare_applications(const Target& target) {
     case FirstStart::none:
       break;
   }
+  finish_keys(client);
   keep::settle();
   std::printf("Applications Initialization.......DONE");
 }

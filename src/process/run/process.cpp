@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "error/log.h"
+#include "gconf/kept_key.h"
 #include "keep/keep.h"
 #include "process/archive/code_page.h"
 #include "process/archive/encryption.h"
@@ -48,6 +49,7 @@ void trace_system(const char* name, const char* version) {
 }
 
 GConfClient* start_gconf() {
+  if (!keep_settings_folder()) return nullptr;
   SYSTEM(compose("gconftool-2 --spawn"));
   GConfClient* started = gconf_client_get_default();
   if (started == nullptr) std::printf("gconf_client_get_default NULL\n");
@@ -156,7 +158,8 @@ void* process(void* args) {
     return nullptr;
   }
   begin_run_note(g_filename);
-  keep::begin_run(target_of("").home, std::time(nullptr));
+  // Start-up has begun it when it changed something.
+  if (keep::folder_of_run().empty()) keep::begin_run(target_of("").home, std::time(nullptr));
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
   const std::string root = unpack(g_filename, g_password);
@@ -166,8 +169,10 @@ void* process(void* args) {
 
   const Target target = target_of(root.c_str());
   prepare_applications(target);
+  add_kept_folder_to_run_note();
   const bool refused = target.one_of_several && target.home != "/root";
   if (!refused) walk_steps(target, root);
+  add_kept_folder_to_run_note();
 
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);

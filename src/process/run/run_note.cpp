@@ -9,10 +9,12 @@
 #include <ctime>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -27,7 +29,9 @@ struct Note {
   std::string archive;
   const char* system = "";
   std::vector<Owner> people;
+  std::set<std::string> had_accounts;  // logins of profiles
   std::time_t begun = 0;
+  std::string kept;  // empty without one
   std::time_t over = 0;
   const char* ending = "begun";
   bool cancelled = false;
@@ -67,8 +71,13 @@ std::string line(std::string_view key, std::string_view value) {
 
 std::string text_of(const Note& written) {
   std::string text = line("archive", written.archive) + line("system", written.system);
-  for (const Owner& person : written.people) text += line("person", person.login) + line("home", person.home);
+  for (const Owner& person : written.people) {
+    text += line("person", person.login) + line("home", person.home);
+    const bool is_profile = &person != &written.people.front();
+    if (is_profile && written.had_accounts.contains(person.login)) text += line("account", "before");
+  }
   text += line("begun", std::to_string(written.begun));
+  if (!written.kept.empty()) text += line("kept", written.kept);
   if (written.over != 0) text += line("over", std::to_string(written.over));
   return text + line("ending", written.ending);
 }
@@ -115,6 +124,7 @@ void begin_run_note(const char* archive) {
   note.archive = std::filesystem::absolute(archive, error);
   note.system = name_of(detected_system());
   note.people = {owner};
+  note.kept = keep::folder_of_run();  // start-up may have changed something
   note.begun = std::time(nullptr);
   note.cancelled = isKilled != 0;
   if (note.cancelled) note.ending = "cancelled";
@@ -126,6 +136,21 @@ void add_profiles_to_run_note(const char* root) {
   const std::lock_guard lock(mutex);
   if (!names || !is_going_on()) return;
   for (const std::string& name : *names) note.people.push_back({name, "/home/" + name});
+  write_note();
+}
+
+void add_kept_folder_to_run_note() {
+  const std::string folder = keep::folder_of_run();
+  const std::lock_guard lock(mutex);
+  if (!is_going_on() || folder == note.kept) return;
+  note.kept = folder;
+  write_note();
+}
+
+void note_account_was_there(const std::string& login) {
+  const std::lock_guard lock(mutex);
+  if (!is_going_on()) return;
+  note.had_accounts.insert(login);
   write_note();
 }
 

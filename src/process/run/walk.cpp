@@ -2,11 +2,13 @@
 
 #include <cstdio>
 
+#include "gconf/kept_key.h"
 #include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/run/sequence.h"
 #include "shell/files.h"
 #include "state/question.h"
+#include "state/state.h"
 
 namespace {
 
@@ -87,6 +89,7 @@ void walk_steps(const Target& target, const std::string& archive_root) {
   for (const Step& step : sequence()) {
     if (!is_for(target, step) || !exists_on(step, target.system)) continue;
     run_step(step, walk);
+    finish_keys(client);
     keep::settle();
   }
 }
