@@ -208,8 +208,9 @@ std::string stranger_below(const Ground& ground, const std::string& path, const 
   if (!now) return shown(path) + " cannot be read";
   const auto listed = new_home.find(path);
   const bool is_new = listed != new_home.end() && place::is_same_thing(*now, listed->second);
-  if (now->type != place::Type::nothing && !is_new && plan.find(path) == nullptr)
-    return shown(path) + " was added or changed";
+  const Item* const item = plan.find(path);
+  const bool is_runs = item != nullptr && !item->rights_only;
+  if (now->type != place::Type::nothing && !is_new && !is_runs) return shown(path) + " was added or changed";
   if (now->type != place::Type::folder) return "";
   for (const std::string& name : names_in(spot))
     if (const std::string found = stranger_below(ground, path + "/" + name, plan, new_home); !found.empty())
