@@ -19,12 +19,13 @@ std::optional<Model> find_model(const QueueTools& tools, const std::string& home
   return model;
 }
 
+// `shown` is `command` without the password of a share.
 void make_queue(const QueueTools& tools, const std::string& queue, const Model& model,
-                const shell::Command& command) {
+                const shell::Command& command, const shell::Command& shown) {
   if (tools.traces_more) std::printf("Driver::%s", model.driver.c_str());
   std::printf("Printer Name::%s", queue.c_str());
-  SYSTEM(command);
-  if (tools.traces_more) std::printf("Options::%s", command.c_str());
+  shell::run_shown_as(command, shown);
+  if (tools.traces_more) std::printf("Options::%s", shown.c_str());
 }
 
 void migrate(const Target& target, const QueueTools& tools, const PrinterDescription& printer) {
@@ -34,8 +35,8 @@ void migrate(const Target& target, const QueueTools& tools, const PrinterDescrip
   if (!model) return;
   std::optional<std::string> uri = uri_of(*device, printer.queue);
   if (!uri) return;
-  shell::Command last = tools.queue_command(printer.queue, *uri, *model);
-  make_queue(tools, printer.queue, *model, last);
+  shell::Command last = tools.queue_command(printer.queue, shown_uri(*device), *model);
+  make_queue(tools, printer.queue, *model, tools.queue_command(printer.queue, *uri, *model), last);
   forget_credentials(*uri);
   if (printer.is_default) {
     last = tools.default_command(printer.queue);
