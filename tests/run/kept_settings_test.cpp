@@ -26,6 +26,7 @@ struct KeptSettings : testing::Test {
     setenv("HOME", "/root", 1);
     const std::string answer = output_of("dbus-daemon --session --fork --print-address=1");
     setenv("DBUS_SESSION_BUS_ADDRESS", answer.substr(0, answer.find('\n')).c_str(), 1);
+    write_file("/tmp/in/Brindle/Mapped_Drives/d.txt", "x");
     write_file("/tmp/in/Brindle/Wallpaper/a.bmp", "BM");
     write_file("/tmp/in/Brindle/Wallpaper/option.txt", "C");
   }
