@@ -1,5 +1,6 @@
 // What a whole run on a GNOME system writes down of the settings that it makes through a real daemon.
 #include <fcntl.h>
+#include <gconf/gconf-client.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include "keep/keep.h"
 #include "place/beneath.h"
 #include "place/entry.h"
+#include "process/run/applications.h"
 #include "process/run/process.h"
 #include "run/fakes.h"
 #include "state/state.h"
@@ -84,6 +86,17 @@ TEST_F(KeptSettings, HaveFilesThatTheDaemonDoesNotChangeAfterTheRun) {
   EXPECT_LT(4u, files);
   const std::string kept = list_file().substr(0, list_file().rfind('/')) + "/files" + file;
   EXPECT_EQ(old, read_file(kept));
+}
+
+TEST_F(KeptSettings, OfThePreparationAreWrittenWithIt) {
+  assign(OSName, "GNome");
+  client = gconf_client_get_default();
+  testing::internal::CaptureStdout();
+  run_as_worker([] { prepare_applications(target_of("/tmp/in/Brindle")); });
+  testing::internal::GetCapturedStdout();
+  EXPECT_THAT(read_file("/root/.gconf/apps/nautilus/preferences/%gconf.xml"),
+              HasSubstr("always_use_browser"));
+  g_clear_object(&client);
 }
 
 }  // namespace
