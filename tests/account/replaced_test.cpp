@@ -418,9 +418,9 @@ TEST_F(ReplacedTest, ThePageNamesTheSame) {
                         "everything that it had done.</p>\n<ul>\n<li>/srv/ann/n <span"));
   EXPECT_THAT(
       page, HasSubstr("</ul>\n<h2>Going back</h2>\n<p>To have everything as it was before, for everybody, "));
-  EXPECT_THAT(page,
-              HasSubstr("has made.</p>\n<p>What was changed after the run stays as it is, and is named.</p>\n"
-                        "</body>"));
+  EXPECT_THAT(
+      page, HasSubstr("--accounts.</p>\n<p>What was changed after the run stays as it is, and is named.</p>\n"
+                      "</body>"));
   EXPECT_THAT(page_of(of_two()),
               HasSubstr("<p>To have everything as it was before, type brindle-undo in a "));
 }
