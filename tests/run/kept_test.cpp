@@ -151,8 +151,8 @@ TEST_F(KeptApplications, AreSettled) {
 
 // ---- Accounts -------------------------------------------------------------------------------------------
 
-struct KeptAccounts : testing::Test {
-  KeptAccounts() {
+struct KeptHomes : testing::Test {
+  KeptHomes() {
     isMultiUser = 1;
     assign(OSName, "Xandros");
     write_file(in_archive("Profiles/ann/My Documents/a.txt"), "new");
@@ -166,9 +166,9 @@ struct KeptAccounts : testing::Test {
   }
   static int result;
 };
-int KeptAccounts::result = 7;
+int KeptHomes::result = 7;
 
-TEST_F(KeptAccounts, FilesAndOwnersOfAHomeThatIsThereAreKept) {
+TEST_F(KeptHomes, FilesAndOwnersOfAHomeThatIsThereAreKept) {
   KeepingRun run;
   migrate();
   EXPECT_TRUE(run.has_kept_all());
@@ -178,7 +178,7 @@ TEST_F(KeptAccounts, FilesAndOwnersOfAHomeThatIsThereAreKept) {
 }
 
 // Where the run is killed before the file with the password is gone.
-TEST_F(KeptAccounts, TheFileWithThePasswordIsListedBeforeItIsMade) {
+TEST_F(KeptHomes, TheFileWithThePasswordIsListedBeforeItIsMade) {
   shell_quietly("userdel -r ann 2>/dev/null");
   stand_in("chpasswd", "cp /home/ann/.brindle_before/*/list.tsv /tmp/at-chpasswd");
   const KeepingRun run;
@@ -186,14 +186,14 @@ TEST_F(KeptAccounts, TheFileWithThePasswordIsListedBeforeItIsMade) {
   EXPECT_THAT(read_file("/tmp/at-chpasswd"), HasSubstr("path\t/home/ann/pass\tnothing\tunknown\n"));
 }
 
-TEST_F(KeptAccounts, AFileOfTheirOwnOfThatNameIsNotKept) {
+TEST_F(KeptHomes, AFileOfTheirOwnOfThatNameIsNotKept) {
   write_file("/home/ann/pass", "hers");
   const KeepingRun run;
   migrate();
   EXPECT_FALSE(exists(KeepingRun::kept("/home/ann/pass", "/home/ann")));
 }
 
-TEST_F(KeptAccounts, WhereNothingCanBeKeptNothingIsMigrated) {
+TEST_F(KeptHomes, WhereNothingCanBeKeptNothingIsMigrated) {
   KeepingRun::prevent("/home/ann");
   const KeepingRun run;
   EXPECT_THAT(migrate(), HasSubstr("/home/ann/roots could not be kept"));
@@ -204,7 +204,7 @@ TEST_F(KeptAccounts, WhereNothingCanBeKeptNothingIsMigrated) {
 }
 
 // Where there is no skeleton home, a new home is a copy of root's.
-TEST_F(KeptAccounts, DoNotGetWhatRootsRunsHaveKept) {
+TEST_F(KeptHomes, DoNotGetWhatRootsRunsHaveKept) {
   shell_quietly("userdel -r ann 2>/dev/null");
   write_file("/root/.brindle_before/2001-02-03-040506/files/root/secret", "root's");
   write_file("/root/mine", "copied");
@@ -218,14 +218,14 @@ TEST_F(KeptAccounts, DoNotGetWhatRootsRunsHaveKept) {
 }
 
 // One that is there keeps its own.
-TEST_F(KeptAccounts, ThatAreThereKeepWhatEarlierRunsHaveKept) {
+TEST_F(KeptHomes, ThatAreThereKeepWhatEarlierRunsHaveKept) {
   write_file("/home/ann/.brindle_before/2001-02-03-040506/files/home/ann/a", "hers");
   const KeepingRun run;
   migrate();
   EXPECT_TRUE(exists("/home/ann/.brindle_before/2001-02-03-040506/files/home/ann/a"));
 }
 
-TEST_F(KeptAccounts, AreSettledBeforeTheirItems) {
+TEST_F(KeptHomes, AreSettledBeforeTheirItems) {
   shell_quietly("userdel -r ann 2>/dev/null");
   stand_in("cp", "cat /home/ann/.brindle_before/*/list.tsv > /tmp/at-cp; exec /bin/cp \"$@\"");
   const KeepingRun run;
