@@ -182,6 +182,7 @@ TEST_F(KeptDocuments, StopAtOneThatCannotBeKept) {
   shell_quietly("mkdir /home/ann/Documents; ln -s /srv/x /home/ann/Documents/a.txt");
   expect_stop([&] { return mydocs(folder.c_str()); }, "/home/ann/Documents/a.txt",
               {"mkdir -p /home/ann/Documents"});
+  EXPECT_FALSE(exists("/home/ann/Desktop/My Documents"));
 }
 
 TEST_F(KeptDocuments, WithoutAListOfRunnersDesktopStop) {
@@ -530,6 +531,8 @@ TEST_F(KeptWallpaper, OfGnomeStopsWhereOneCannotBeKept) {
   shell_quietly("ln -s /srv/x /home/ann/bliss.bmp; mkdir -p /home/ann/.gconf/desktop/gnome");
   expect_stop([] { return wallpaper(archive); }, "/home/ann/bliss.bmp", {});
   EXPECT_EQ("old", read_file("/home/ann/option.txt"));
+  std::fflush(fp_log);
+  EXPECT_EQ("", read_file("/tmp/log"));
   shell_quietly("rm /home/ann/bliss.bmp");
   link_out_of("/home/ann", ".gconf/desktop/gnome");
   expect_stop([] { return wallpaper(archive); }, "/home/ann/.gconf/desktop/gnome/background",
@@ -661,6 +664,15 @@ TEST_F(KeptDrives, OfKdeThatCannotBeKeptAreLeft) {
   EXPECT_THAT(complaint_of([] { EXPECT_EQ(-1, mappeddrives(archive)); }), HasSubstr("could not be kept"));
   EXPECT_THAT(commands_run(), ElementsAre(HasSubstr("dos2unix")));
   EXPECT_TRUE(run.has_changed_nothing());
+}
+
+TEST_F(KeptDrives, OfKdeStopWhereTheBookmarksCannotBeKept) {
+  for_ann();
+  write_file("/home/ann/.kde/share/apps/konqueror/bookmarks.xml", "<xbel/>\n");
+  shell_quietly("ln -s /srv/x /home/ann/.kde/share/apps/konqueror/bookmarkstemp.xml");
+  const KeepingRun run;
+  EXPECT_THAT(complaint_of([] { EXPECT_EQ(-1, mappeddrives(archive)); }), HasSubstr("could not be kept"));
+  EXPECT_EQ("", output_of("ls /home/ann/Desktop"));
 }
 
 // ---- The launcher ---------------------------------------------------------------------------------------

@@ -156,6 +156,36 @@ TEST_F(StartupTest, ASecondStartOnlyCopiesTheLookAndEmptiesTheLog) {
   EXPECT_TRUE(exists("/etc/skel/.gtkrc-2.0"));
 }
 
+// What was there before a start can be had back, too.
+std::string kept_runs() { return output_of("ls /root/.brindle_before 2>/dev/null"); }
+
+TEST_F(StartupTest, WhatTheFirstStartMakesAndReplacesIsKept) {
+  write_file("/etc/skel/.gtkrc-2.0", "old");
+  EXPECT_EQ(live_once(), 0);
+  const std::string run = "/root/.brindle_before/" + kept_runs().substr(0, 17);
+  EXPECT_EQ("old", read_file(run + "/files/etc/skel/.gtkrc-2.0"));
+  const std::string list = read_file(run + "/list.tsv");
+  EXPECT_NE(list.find("path\t/root/.brindle_first_run\tnothing\tfile "), std::string::npos) << list;
+  EXPECT_NE(list.find("run\tmigration\t-\tover\n"), std::string::npos) << list;
+}
+
+TEST_F(StartupTest, AStartThatChangesNothingKeepsNothing) {
+  EXPECT_EQ(live_once(), 0);
+  const std::string before = kept_runs();
+  sleep(1);  // another run would have another name
+  EXPECT_EQ(live_once(), 0);
+  EXPECT_EQ(before, kept_runs());
+}
+
+TEST_F(StartupTest, WhereNothingCanBeKeptTheLookStays) {
+  write_file("/root/.brindle_before", "");
+  write_file("/etc/skel/.gtkrc-2.0", "old");
+  EXPECT_EQ(live_once(), 0);
+  EXPECT_EQ("old", read_file("/etc/skel/.gtkrc-2.0"));
+  EXPECT_FALSE(exists("/root/.brindle_first_run"));
+  EXPECT_NE(read_file("/root/stderr").find("could not be kept"), std::string::npos);
+}
+
 TEST_F(StartupTest, TheFirstStartCopiesOnlyIntoWhatCannotBeOpened) {
   write_file("/home/anna/file", "");
   symlink("/nowhere", "/home/ghost");

@@ -93,10 +93,11 @@ TEST_F(KeptApplications, WhatEvolutionMakesAndChangesIsKept) {
            "mkdir -p /root/.evolution/mail /root/.config/evolution; echo new > /root/.gnome2/accels; "
            "echo cert > /root/.camel_certs; echo new > /root/.gnome2_private/a; "
            "mkdir -p /root/.local/share/evolution; echo new > /root/.local/share/evolution/a");
-  shell_quietly("mkdir -p /root/.mozilla /root/.gconf");
+  shell_quietly("mkdir -p /root/.mozilla");
   for (const char* name : {".gnome2/accels", ".gnome2_private/a", ".local/share/evolution/a"})
     write_file(std::string("/root/") + name, "old");
   KeepingRun run;
+  ASSERT_TRUE(keep::before_change("/root/.gconf"));  // said where the client begins
   prepare("GNome");
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_THAT(run.listed(),
@@ -150,8 +151,8 @@ TEST_F(KeptApplications, AreSettled) {
 
 // ---- Accounts -------------------------------------------------------------------------------------------
 
-struct KeptAccounts : testing::Test {
-  KeptAccounts() {
+struct KeptHomes : testing::Test {
+  KeptHomes() {
     isMultiUser = 1;
     assign(OSName, "Xandros");
     write_file(in_archive("Profiles/ann/My Documents/a.txt"), "new");
@@ -165,9 +166,9 @@ struct KeptAccounts : testing::Test {
   }
   static int result;
 };
-int KeptAccounts::result = 7;
+int KeptHomes::result = 7;
 
-TEST_F(KeptAccounts, FilesAndOwnersOfAHomeThatIsThereAreKept) {
+TEST_F(KeptHomes, FilesAndOwnersOfAHomeThatIsThereAreKept) {
   KeepingRun run;
   migrate();
   EXPECT_TRUE(run.has_kept_all());
@@ -177,7 +178,7 @@ TEST_F(KeptAccounts, FilesAndOwnersOfAHomeThatIsThereAreKept) {
 }
 
 // Where the run is killed before the file with the password is gone.
-TEST_F(KeptAccounts, TheFileWithThePasswordIsListedBeforeItIsMade) {
+TEST_F(KeptHomes, TheFileWithThePasswordIsListedBeforeItIsMade) {
   shell_quietly("userdel -r ann 2>/dev/null");
   stand_in("chpasswd", "cp /home/ann/.brindle_before/*/list.tsv /tmp/at-chpasswd");
   const KeepingRun run;
@@ -185,28 +186,50 @@ TEST_F(KeptAccounts, TheFileWithThePasswordIsListedBeforeItIsMade) {
   EXPECT_THAT(read_file("/tmp/at-chpasswd"), HasSubstr("path\t/home/ann/pass\tnothing\tunknown\n"));
 }
 
-TEST_F(KeptAccounts, AFileOfTheirOwnOfThatNameIsNotKept) {
+TEST_F(KeptHomes, AFileOfTheirOwnOfThatNameIsNotKept) {
   write_file("/home/ann/pass", "hers");
   const KeepingRun run;
   migrate();
   EXPECT_FALSE(exists(KeepingRun::kept("/home/ann/pass", "/home/ann")));
 }
 
-TEST_F(KeptAccounts, WhereNothingCanBeKeptNothingIsMigrated) {
+TEST_F(KeptHomes, WhereNothingCanBeKeptNothingIsMigrated) {
   KeepingRun::prevent("/home/ann");
   const KeepingRun run;
-  EXPECT_THAT(migrate(), HasSubstr("/home/ann could not be kept"));
+  EXPECT_THAT(migrate(), HasSubstr("/home/ann/roots could not be kept"));
   EXPECT_EQ(-1, result);
   EXPECT_EQ("old", read_file("/home/ann/Documents/a.txt"));
   EXPECT_EQ("root\n", output_of("stat -c %U /home/ann/roots"));
   EXPECT_THAT(commands_run(), Not(Contains("chown -R ann /home/ann")));
 }
 
-TEST_F(KeptAccounts, AreSettledBeforeTheirItems) {
+// Where there is no skeleton home, a new home is a copy of root's.
+TEST_F(KeptHomes, DoNotGetWhatRootsRunsHaveKept) {
+  shell_quietly("userdel -r ann 2>/dev/null");
+  write_file("/root/.brindle_before/2001-02-03-040506/files/root/secret", "root's");
+  write_file("/root/mine", "copied");
+  KeepingRun run;
+  migrate();
+  EXPECT_EQ("copied", read_file("/home/ann/mine"));
+  EXPECT_FALSE(exists("/home/ann/.brindle_before/2001-02-03-040506"));
+  EXPECT_TRUE(exists("/root/.brindle_before/2001-02-03-040506/files/root/secret"));
+  EXPECT_EQ("new", read_file("/home/ann/Documents/a.txt"));
+  EXPECT_THAT(run.listed(), Contains("made /home/ann/Documents/a.txt"));
+}
+
+// One that is there keeps its own.
+TEST_F(KeptHomes, ThatAreThereKeepWhatEarlierRunsHaveKept) {
+  write_file("/home/ann/.brindle_before/2001-02-03-040506/files/home/ann/a", "hers");
+  const KeepingRun run;
+  migrate();
+  EXPECT_TRUE(exists("/home/ann/.brindle_before/2001-02-03-040506/files/home/ann/a"));
+}
+
+TEST_F(KeptHomes, AreSettledBeforeTheirItems) {
   shell_quietly("userdel -r ann 2>/dev/null");
   stand_in("cp", "cat /home/ann/.brindle_before/*/list.tsv > /tmp/at-cp; exec /bin/cp \"$@\"");
   const KeepingRun run;
-  migrate();
+  EXPECT_THAT(migrate(), Not(HasSubstr("could not be kept")));
   EXPECT_THAT(read_file("/tmp/at-cp"), HasSubstr("path\t/home/ann/pass\tnothing\tnothing\n"));
 }
 

@@ -11,6 +11,8 @@
 #include <string>
 
 #include "keep/keep.h"
+#include "keep/store.h"
+#include "place/entry.h"
 #include "process/archive/layout.h"
 #include "process/archive/settings.h"
 #include "process/mail/evolution/new_home.h"
@@ -98,6 +100,15 @@ bool lies_at(const std::string& path) {
   return lstat(path.c_str(), &there) == 0;
 }
 
+// A new home that is a copy of root's has a copy of what root's runs have kept. It is none of that person's,
+// and lies where this run is to keep what is.
+void remove_copy_of_kept_runs(const std::string& home) {
+  const Descriptor top = place::open_top(home);
+  if (!top) return;
+  const place::Spot kept = place::spot_beneath(top.number(), keep::folder_of_all);
+  if (!place::remove_entry(kept)) std::perror((home + "/" + keep::folder_of_all).c_str());
+}
+
 // From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root". No
 // value when the new home cannot be written down.
 std::optional<Account> create_account(const Target& target, const std::string& skeleton) {
@@ -105,6 +116,7 @@ std::optional<Account> create_account(const Target& target, const std::string& s
   const bool had_home = lies_at(target.home);
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
+  if (!had_home) remove_copy_of_kept_runs(target.home);
   if (!had_home && lies_at(target.home) && !keep::after_new_home(target.home)) return std::nullopt;
   if (target.has().repairs_source_lists) {
     // A home without such lists has none to repair.
