@@ -142,6 +142,16 @@ TEST_F(MozillaKept, PreferencesAlone) {
   EXPECT_TRUE(run.is_whole());
 }
 
+// What a run that is cut short leaves is known as its own.
+TEST_F(MozillaKept, TheCopyOfTheCalendarThatIsLeft) {
+  const std::string copy = administrator + "/Calendar/CalendarDataFile.ics.temp";
+  answer_command("rm " + copy, 0);
+  WatchedRun run;
+  EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
+  EXPECT_THAT(run.told(), Contains("made " + copy));
+  EXPECT_TRUE(run.is_whole());
+}
+
 struct CalendarCase {
   const char* name;
   std::vector<const char*> without;  // of the archive
