@@ -199,9 +199,8 @@ TEST_F(RunNoteTest, OfAWholeRunSaysThatItEnded) {
 
 TEST_F(RunNoteTest, OfSeveralPeopleNamesThem) {
   migrate("MultiUser Migration=1\n");
-  EXPECT_THAT(
-      note(),
-      HasSubstr("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\nover=N\nending=ended\n"));
+  EXPECT_THAT(note(), testing::ContainsRegex("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\n"
+                                             "kept=/root/.brindle_before/[-0-9]*\nover=N\nending=ended\n"));
 }
 
 TEST_F(RunNoteTest, OfARefusedRunSaysSo) {

@@ -98,14 +98,14 @@ bool lies_at(const std::string& path) {
   return lstat(path.c_str(), &there) == 0;
 }
 
-// From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
-Account create_account(const Target& target, const std::string& skeleton) {
+// From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root". No
+// value when the new home cannot be written down.
+std::optional<Account> create_account(const Target& target, const std::string& skeleton) {
   const bool was_there = has_account(target.login);
   const bool had_home = lies_at(target.home);
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
-  // Without it brindle-undo leaves the account, as one whose home somebody has used.
-  if (!was_there && !had_home) static_cast<void>(keep::after_new_home(target.home));
+  if (!had_home && lies_at(target.home) && !keep::after_new_home(target.home)) return std::nullopt;
   if (target.has().repairs_source_lists) {
     // A home without such lists has none to repair.
     for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
@@ -180,10 +180,10 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   if (!keep_account(login)) return -1;
-  const Account account = create_account(target, skeleton);
+  const std::optional<Account> account = create_account(target, skeleton);
   if (account == Account::was_there) tell_about_account(login);
   if (account == Account::made) close_home(target.home, login);
-  const bool is_noted = set_password(login, target.home, account);
+  const bool is_noted = account && set_password(login, target.home, *account);
   note_account(login);
   if (!is_noted) return -1;
   keep::settle();
