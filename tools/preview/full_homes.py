@@ -343,9 +343,9 @@ def fill_shared(archive, system):
     os.chmod(share.path("Everybody's"), 0o750)
     share.settle()
     if system.startswith("redflag"):
-        fonts = Place("/usr/share/fonts/zh_CN/TrueType", 0, 0)
+        fonts = Place("/usr/share/fonts", 0, 0)
         for name in ("Own.ttf", *archive.names("", "Fonts")[:1]):
-            fonts.write(name, "No font.\n")
+            fonts.write("zh_CN/TrueType/" + name, "No font.\n")
     Place("/etc/skel", 0, 0).write(".gtkrc-2.0", "# The administrator's own.\n")
 
 

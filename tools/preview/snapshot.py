@@ -47,7 +47,7 @@ class Entry:
 @dataclasses.dataclass(frozen=True)
 class Difference:
     """`what` holds words: new, missing, type, content, rewritten (other bytes that mean the same) and PARTS. A
-    path that is new or missing has no other word but "empty", for a folder and a GConf file without settings."""
+    path that is new or missing has that word alone; "new and empty" is a folder or a GConf file without settings."""
     path: str
     what: frozenset
     before: str
@@ -136,7 +136,7 @@ def differences(before, after):
 def what_differs(old, new):
     if old is None or new is None:
         there = new if old is None else old
-        return {"missing" if new is None else "new"} | ({"empty"} if says_nothing(there) else set())
+        return {("missing" if new is None else "new") + (" and empty" if says_nothing(there) else "")}
     if isinstance(old, str):
         return {"content"} if old != new else set()
     if old.type != new.type:

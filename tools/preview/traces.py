@@ -15,7 +15,7 @@ IN_A_HOME = (
     (r"\.brindle_(log|run|first_run)", ANYTHING, "the wizard's own log, notes and mark of its first run"),
     (r"Brindle account\.html", ANYTHING, "the wizard's own page"),
     (r"\.gconfd(/.*)?", ANYTHING, "the state of the settings' server"),
-    (r"\.gconf(/.*)?", {"new", "empty"}, "the settings' server makes folders that hold no settings"),
+    (r"\.gconf(/.*)?", {"new and empty"}, "the settings' server makes folders that hold no settings"),
     (r"\.gconf(/.*)?", {"time"}, "the settings' server writes its files anew"),
     (r"\.gconf/(.*/)?%gconf\.xml", REWRITTEN, "the settings' server has written the same settings anew"),
     (r"\.(cache/)?fontconfig(/.*)?", ANYTHING, "the list of fonts that fc-cache keeps"),
