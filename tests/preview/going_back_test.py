@@ -134,8 +134,9 @@ class Steps(Case):
         self.assertEqual([("only:" + path, "old", "content")], self.run_steps("only:" + path))
 
     def test_listing_changes_nothing(self):
+        self.patch("newest_run", lambda home: "2026-11-22-014530")
         self.assertEqual([], self.run_steps("list"))
-        self.assertEqual("--list", self.calls[-1][-1])
+        self.assertEqual(("--list", "2026-11-22-014530"), self.calls[-1][1:])
         self.undo = self.give_back
         self.assertEqual(2, len(self.run_steps("list")))
 

@@ -8,7 +8,7 @@ The steps are words, of which a preview takes "back" alone; the others are for t
   killed:N        "back", ended by signal 9 at its Nth change; not compared
   change:PATH     a person writes another line behind the file; not compared
   only:PATH       this path back; compared with the machine before the wizard, in this path alone
-  list            only tells; compared with the machine before this step
+  list            only tells what "back" would do; compared with the machine before this step
 
 What differs is written as a table: step, path, what differs, what was there, what is there, the reason where it is a
 log or a cache.
@@ -65,7 +65,7 @@ class GoingBack:
 
     def step_list(self, step, _):
         now = self.look()
-        self.undo("--list")
+        self.undo("--list", newest_run(self.home))
         self.compare(step, now)
 
     def step_forth(self, step, _):
