@@ -11,6 +11,7 @@
 #include "account/kinds/case.h"
 #include "account/note.h"
 #include "account/options.h"
+#include "account/replaced.h"
 
 namespace account {
 
@@ -31,6 +32,8 @@ struct Account {
   Ending ending = Ending::unknown;
   std::time_t begun = 0;  ///< 0 when it cannot be told
   std::vector<PersonAccount> people;
+  std::vector<Replaced> replaced;
+  bool of_family = false;  ///< the run was for several people
 };
 
 enum class Verdict { all_arrived = 0, something_missing = 1, cannot_be_told = 2 };

@@ -18,6 +18,7 @@
 #include "account/options.h"
 #include "account/page.h"
 #include "account/people.h"
+#include "account/replaced.h"
 #include "account/report.h"
 
 namespace {
@@ -63,6 +64,8 @@ void take_note(Options& options, Account& account) {
   options.home = note.people.front().home;
   for (const RunNote::Somebody& person : std::span(note.people).subspan(1))
     if (!names_home_of(options, person.login)) options.homes.try_emplace(person.login, person.home);
+  account.of_family = note.people.size() > 1;
+  account.replaced = replaced_in(note);
 }
 
 bool write_all(const Options& options, const Account& account, const Texts& texts,
@@ -73,6 +76,8 @@ bool write_all(const Options& options, const Account& account, const Texts& text
   written &= write_table(options.tsv, [&](std::ostream& out) { write_table_of_counts(out, account.people); });
   written &= write_table(options.missing,
                          [&](std::ostream& out) { write_table_of_missing(out, account.people, texts); });
+  written &= write_table(options.replaced,
+                         [&](std::ostream& out) { write_table_of_replaced(out, account.replaced); });
   written &= write_page_to(options.html, account, texts, language);
   return written;
 }

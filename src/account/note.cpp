@@ -9,6 +9,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "account/readers/kept.h"
+
 namespace account {
 namespace {
 
@@ -47,6 +49,12 @@ std::time_t time_in(const std::string& text) {
   return time;
 }
 
+// Homes of several people have a folder of that name.
+std::string folder_named(const std::string& path) {
+  const std::string name = path.substr(path.rfind('/') + 1);
+  return is_kept_run(name) ? name : "";
+}
+
 Ending ending_called(const std::string& text) {
   if (text == "ended") return Ending::ended;
   if (text == "cancelled") return Ending::cancelled;
@@ -69,6 +77,7 @@ void take(Reading& reading, std::string_view key, const std::string& value) {
   if (key == "person") note.people.push_back({value, ""});
   if (key == "home" && !note.people.empty()) note.people.back().home = value;
   if (key == "begun") note.begun = time_in(value);
+  if (key == "kept") note.kept = folder_named(value);
   if (key == "over") note.over = time_in(value);
   if (key == "ending") note.ending = ending_called(value);
 }

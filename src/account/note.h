@@ -24,6 +24,7 @@ struct RunNote {
   std::vector<Somebody> people;  ///< never empty; the one who ran the wizard comes first
   std::time_t begun = 0;         ///< 0 when it cannot be told, like `over`
   std::time_t over = 0;
+  std::string kept;  ///< the name of its folder in ~/.brindle_before; empty when it does not say
   Ending ending = Ending::begun;
 };
 

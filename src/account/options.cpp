@@ -36,6 +36,7 @@ constexpr Option options_with_value[] = {
     {"--html", [](Options& options, const std::string& value) { options.html = value; }},
     {"--tsv", [](Options& options, const std::string& value) { options.tsv = value; }},
     {"--missing", [](Options& options, const std::string& value) { options.missing = value; }},
+    {"--replaced", [](Options& options, const std::string& value) { options.replaced = value; }},
 };
 
 }  // namespace
@@ -57,6 +58,7 @@ data, and names everything that has not arrived. Reads only; run it after Brindl
   --html FILE        writes the page for people there
   --tsv FILE         writes the table of counts there; with --before, the table of warnings
   --missing FILE     writes the table of what has not arrived there
+  --replaced FILE    with --run, writes the table of what the run replaced there, and where the old things lie
   --help             this text
 
 Exit status: 0 everything has arrived, 1 something has not, 2 it cannot be told. With --before: 0 nothing to warn of,
@@ -92,6 +94,7 @@ Options read_options(int count, const char* const* words) {
     }
   }
   if (options.before && options.of_note) throw UsageError("--before and --run exclude each other");
+  if (!options.replaced.empty() && !options.of_note) throw UsageError("--replaced needs --run");
   if (options.archive.empty() && !options.help && !options.of_note) throw UsageError("no archive is given");
   return options;
 }

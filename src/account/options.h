@@ -22,7 +22,7 @@ struct Options {
   std::string home;                          ///< of the same
   std::vector<std::string> folders;          ///< homes of whom their last part or nothing names
   std::map<std::string, std::string> homes;  ///< of the archive's profiles, by login name
-  std::string html, tsv, missing;            ///< files to write
+  std::string html, tsv, missing, replaced;  ///< files to write
   bool before = false;                       ///< look ahead, instead of back
   bool help = false;
 };

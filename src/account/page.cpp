@@ -128,6 +128,30 @@ void write_all_missing(std::ostream& out, const Account& account, const Texts& t
   }
 }
 
+// ---- What was replaced ----------------------------------------------------------------------------------
+
+void write_replaced(std::ostream& out, const Replaced& replaced, const Texts& texts) {
+  const KeptList& list = replaced.list;
+  const bool unreadable = list.state == KeptList::State::unreadable;
+  if (!unreadable && list.things.empty()) return;
+  out << "<h3>" << escaped(texts(Text::for_person, replaced.login)) << "</h3>\n";
+  if (unreadable) return write_paragraph(out, "note", texts(Text::list_unreadable, replaced.path));
+  if (list.state == KeptList::State::unfinished) write_paragraph(out, "note", texts(Text::list_unfinished));
+  out << "<ul>\n";
+  for (const KeptThing& thing : list.things)
+    out << "<li>" << escaped(name_of(thing, texts)) << " <span class=\"advice\">"
+        << escaped(told(replaced, thing, texts)) << "</span></li>\n";
+  out << "</ul>\n";
+}
+
+void write_all_replaced(std::ostream& out, const Account& account, const Texts& texts) {
+  if (has_names(account.replaced)) out << "<h2>" << escaped(texts(Text::what_was_replaced)) << "</h2>\n";
+  for (const Replaced& replaced : account.replaced) write_replaced(out, replaced, texts);
+  const std::vector<std::string> lines = way_back(account.replaced, account.of_family, texts);
+  if (!lines.empty()) out << "<h2>" << escaped(texts(Text::going_back)) << "</h2>\n";
+  for (const std::string& line : lines) out << "<p>" << escaped(line) << "</p>\n";
+}
+
 bool misses_something(const Account& account) {
   return std::ranges::any_of(account.people, [](const PersonAccount& person) {
     return any_line(person, [](const Tally& tally) { return tally.missing().size(); });
@@ -185,6 +209,7 @@ void write_page(std::ostream& out, const Account& account, const Texts& texts, s
   write_top(out, account, texts);
   for (const PersonAccount& person : account.people) write_counts(out, person, texts);
   if (misses_something(account)) write_all_missing(out, account, texts);
+  write_all_replaced(out, account, texts);
   out << "</body>\n</html>\n";
 }
 

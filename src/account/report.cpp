@@ -45,6 +45,10 @@ void write_counts(std::ostream& out, const PersonAccount& person, const Texts& t
   write_columns(out, rows);
 }
 
+void write_more(std::ostream& out, const char* margin, std::size_t count, const Texts& texts) {
+  if (count > 0) out << margin << shown(texts(Text::and_more, std::to_string(count))) << "\n";
+}
+
 void write_names(std::ostream& out, const Line& line, const Texts& texts) {
   const std::vector<Missing>& missing = line.tally.missing();
   if (missing.empty()) return;
@@ -52,12 +56,24 @@ void write_names(std::ostream& out, const Line& line, const Texts& texts) {
   const std::size_t count = std::min(missing.size(), most_names);
   for (const Missing& thing : std::span(missing).first(count))
     out << "    " << shown(thing.name) << ": " << shown(texts(thing.cause, thing.detail)) << "\n";
-  const std::size_t more = missing.size() - count;
-  if (more > 0) out << "    " << shown(texts(Text::and_more, std::to_string(more))) << "\n";
+  write_more(out, "    ", missing.size() - count, texts);
 }
 
 bool misses_something(const PersonAccount& person) {
   return std::ranges::any_of(person.lines, [](const Line& line) { return !line.tally.missing().empty(); });
+}
+
+void write_replaced(std::ostream& out, const Replaced& replaced, const Texts& texts) {
+  const KeptList& list = replaced.list;
+  const bool unreadable = list.state == KeptList::State::unreadable;
+  if (!unreadable && list.things.empty()) return;
+  out << "\n" << shown(texts(Text::for_person, replaced.login)) << "\n";
+  if (unreadable) out << "  " << shown(texts(Text::list_unreadable, replaced.path)) << "\n";
+  if (list.state == KeptList::State::unfinished) out << "  " << shown(texts(Text::list_unfinished)) << "\n";
+  const std::size_t count = std::min(list.things.size(), most_names);
+  for (const KeptThing& thing : std::span(list.things).first(count))
+    out << "  " << shown(name_of(thing, texts)) << ": " << shown(told(replaced, thing, texts)) << "\n";
+  write_more(out, "  ", list.things.size() - count, texts);
 }
 
 }  // namespace
@@ -95,7 +111,11 @@ void write_plain_text(std::ostream& out, const Account& account, const Texts& te
     write_heading(out, person, texts);
     for (const Line& line : person.lines) write_names(out, line, texts);
   }
+  if (has_names(account.replaced)) out << "\n" << shown(texts(Text::what_was_replaced)) << "\n";
+  for (const Replaced& replaced : account.replaced) write_replaced(out, replaced, texts);
   out << "\n" << shown(texts(sentence_of(verdict))) << "\n";
+  for (const std::string& line : way_back(account.replaced, account.of_family, texts))
+    out << shown(line) << "\n";
 }
 
 }  // namespace account

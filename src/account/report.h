@@ -22,7 +22,7 @@ void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& 
 void write_table_of_missing(std::ostream& out, const std::vector<PersonAccount>& people, const Texts& texts);
 
 /// For the terminal: for each person a line a kind that the archive has, then what has not arrived, at most
-/// 15 names a kind, then the verdict.
+/// 15 names a kind, what was replaced, at most 15 names a person, the verdict, and how to go back.
 void write_plain_text(std::ostream& out, const Account& account, const Texts& texts);
 
 }  // namespace account

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "error/log.h"
+#include "gconf/kept_key.h"
 #include "shell/run.h"
 #include "state/state.h"
 
@@ -48,8 +49,10 @@ std::optional<GSList*> read_list(GConfClient* from, const char* key) {
 int set_gconf_string(const char* key, const char* val) {
   spawn_daemon_twice();
   write_log("before set string", fp_log);
-  if (client == nullptr || gconf_client_set_string(client, key, val, nullptr) == FALSE)
+  if (client == nullptr || !keep_key(client, key) ||
+      gconf_client_set_string(client, key, val, nullptr) == FALSE)
     return failed("gconf_client_set_string : set");
+  note_key(client, key);
   write_log("after set string", fp_log);
   return 0;
 }
@@ -57,8 +60,10 @@ int set_gconf_string(const char* key, const char* val) {
 int set_gconf_bool(const char* key, gboolean val) {
   spawn_daemon_twice();
   write_log("before set bool", fp_log);
-  if (client == nullptr || gconf_client_set_bool(client, key, val, nullptr) == FALSE)
+  if (client == nullptr || !keep_key(client, key) ||
+      gconf_client_set_bool(client, key, val, nullptr) == FALSE)
     return failed("gconf_client_set_bool : set");
+  note_key(client, key);
   write_log("after set bool", fp_log);
   return 0;
 }
@@ -67,8 +72,10 @@ int set_gconf_list(const char* key, GSList* list) {
   std::printf("spawning the gconf tool.");
   spawn_daemon();
   std::printf("before gconf list");
-  if (client == nullptr || gconf_client_set_list(client, key, GCONF_VALUE_STRING, list, nullptr) == FALSE)
+  if (client == nullptr || !keep_key(client, key) ||
+      gconf_client_set_list(client, key, GCONF_VALUE_STRING, list, nullptr) == FALSE)
     return failed("in set_gconf_list ");
+  note_key(client, key);
   std::printf("after gconf list");
   return 0;
 }

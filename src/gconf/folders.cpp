@@ -7,11 +7,15 @@
 #include <filesystem>
 
 #include "shell/files.h"
+#include "shell/kept.h"
 #include "system/home_folder.h"
 
 namespace {
 
 bool make_empty_file(const std::string& path, const struct stat& home) {
+  struct stat there {};
+  if (lstat(path.c_str(), &there) == 0) return true;
+  if (!kept_before_change(path)) return false;
   if (!open_file(path, "wx")) return errno == EEXIST;
   static_cast<void>(lchown(path.c_str(), home.st_uid, home.st_gid));  // as make_home_folder does
   return true;

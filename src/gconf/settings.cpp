@@ -4,6 +4,7 @@
 
 #include "gconf/client.h"
 #include "shell/files.h"
+#include "shell/kept.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 
@@ -23,16 +24,19 @@ int set(const char* key, std::vector<std::string> values) {
   return result;
 }
 
-void make_folders(const Target& target, const SettingsFile& file) {
+// False when something could not be kept.
+bool make_folders(const Target& target, const SettingsFile& file) {
   for (const char* folder : file.new_folders) {
+    if (!kept_before_change(target.home + "/.gconf/" + folder)) return false;
     const shell::Command command = compose("mkdir %s/.gconf/%s", target.home, folder);
     SYSTEM(command);
     if (file.announced) std::printf("Command::%s\n", command.c_str());
   }
+  return true;
 }
 
 Stored write_file(const Target& target, const SettingsFile& file) {
-  make_folders(target, file);
+  if (!make_folders(target, file)) return Stored::not_in_file;
   const std::string path = path_of(file, target);
   if (file.announced) std::printf("GConfPath::%s\n", path.c_str());
   return replace_file(path, file.text) ? Stored::all : Stored::not_in_file;

@@ -23,8 +23,8 @@ struct SettingsFile {
 };
 
 /// What became of them. A client that fails has said so on standard error; a file that cannot be written
-/// leaves errno, and the old one as it was. Whoever lets a failure pass says so with a cast to void and the
-/// reason.
+/// leaves errno, not_kept (shell/kept.h) among others, and the old one as it was. Whoever lets a failure pass
+/// says so with a cast to void and the reason.
 enum class Stored { all, not_all_in_client, not_in_file };
 
 /// Stores settings for `target`: for the running user each of `settings` through the GConf client, in order,

@@ -12,8 +12,8 @@ namespace keep {
 
 namespace {
 
-constexpr std::array<const char*, 7> words = {"path",          "attributes", "gconf", "queue",
-                                              "default_queue", "account",    "run"};
+constexpr std::array<const char*, 9> words = {"path",    "attributes", "gconf",    "queue", "default_queue",
+                                              "account", "names",      "new_home", "run"};
 
 std::string escaped(std::string_view cell) {
   std::string text;
@@ -48,6 +48,17 @@ std::string unescaped(std::string_view cell) {
   return text;
 }
 
+}  // namespace
+
+const char* word_of(Kind kind) { return words[static_cast<std::size_t>(kind)]; }
+
+std::string line_of(const Row& row) {
+  return std::string(word_of(row.kind)) + "\t" + escaped(row.name) + "\t" + escaped(row.before) + "\t" +
+         escaped(row.became) + "\n";
+}
+
+std::string head_line() { return "kind\tname\tbefore\tbecame\n"; }
+
 std::optional<Row> row_from(std::string_view line) {
   std::array<std::string_view, 4> cells;
   for (std::size_t at = 0; at < cells.size(); ++at) {
@@ -62,32 +73,24 @@ std::optional<Row> row_from(std::string_view line) {
              unescaped(cells[3])};
 }
 
-}  // namespace
-
-const char* word_of(Kind kind) { return words[static_cast<std::size_t>(kind)]; }
-
-std::string line_of(const Row& row) {
-  return std::string(word_of(row.kind)) + "\t" + escaped(row.name) + "\t" + escaped(row.before) + "\t" +
-         escaped(row.became) + "\n";
-}
-
-std::string head_line() { return "kind\tname\tbefore\tbecame\n"; }
-
-bool read_rows(int file, const std::function<void(Row row)>& take) {
+bool read_lines(int file, const std::function<void(std::string_view line)>& take) {
   std::string held;
   std::array<char, 1 << 16> block;
   ssize_t size = 0;
-  off_t at = 0;
-  while ((size = pread(file, block.data(), block.size(), at)) > 0) {
-    at += size;
+  for (off_t at = 0; (size = pread(file, block.data(), block.size(), at)) > 0; at += size) {
     held.append(block.data(), static_cast<std::size_t>(size));
     std::size_t begin = 0;
     for (std::size_t end = 0; (end = held.find('\n', begin)) != held.npos; begin = end + 1)
-      if (std::optional<Row> row = row_from(std::string_view(held).substr(begin, end - begin)))
-        take(std::move(*row));
+      take(std::string_view(held).substr(begin, end - begin));
     held.erase(0, begin);
   }
   return size == 0;
+}
+
+bool read_rows(int file, const std::function<void(Row row)>& take) {
+  return read_lines(file, [&](std::string_view line) {
+    if (std::optional<Row> row = row_from(line)) take(std::move(*row));
+  });
 }
 
 std::vector<Row> joined_rows(int file) {

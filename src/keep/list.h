@@ -8,7 +8,16 @@
 //   queue       office              queue, or nothing                  queue, or nothing
 //   default_queue  -                name of the default queue          name
 //   account     ann                 nothing, or its lines              its lines, or nothing
-//   run         migration           2026-11-22-014530                  over
+//   names       /home/ann/Mail/cur  the names there, / between them    told
+//   new_home    /home/ann/.profile  -                                  file 0644 1001 100 ...
+//   run         migration           -                                  over
+//   run         undo                2026-11-22-014530                  over
+//   run         undone              2026-11-22-093000                  over
+//   run         home                /home/ann                          -
+//
+// The names of a folder to which things are added count only while they are not told: then all others there
+// are new, later each has a row. A run row tells what this run is, that an undo of that time took it back,
+// and, in the copy of the list of another home, whose list it is.
 //
 // Rows are only ever added, so that a run that is killed leaves a list. The first row of a name tells what
 // was there before the run, the last one what it became: a row is written before the change with "unknown" as
@@ -19,13 +28,24 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace keep {
 
-enum class Kind : std::uint8_t { path, attributes, gconf, queue, default_queue, account, run };
+enum class Kind : std::uint8_t {
+  path,
+  attributes,
+  gconf,
+  queue,
+  default_queue,
+  account,
+  names,
+  new_home,
+  run
+};
 
 inline constexpr const char* nothing = "nothing";  ///< in `before` and `became`
 inline constexpr const char* unknown = "unknown";  ///< in `became`: the run was left before it could be told
@@ -45,6 +65,12 @@ std::string line_of(const Row& row);
 
 /// The names of the columns as the first line, with the line feed.
 std::string head_line();
+
+/// The row of a line without its line feed. No value for one that is none.
+std::optional<Row> row_from(std::string_view line);
+
+/// Hands over each whole line of the file that is open for reading, from its start, without its line feed.
+bool read_lines(int file, const std::function<void(std::string_view line)>& take);
 
 /// Hands over each row of the list that is open for reading at `file`, from its start, as it stands; a last
 /// line without a line feed, cut by a crash, and lines that are no rows are left out. False, with errno set,

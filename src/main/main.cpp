@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "error/log.h"
 #include "interface/dialogs.h"
 #include "interface/pages.h"
 #include "interface/texts.h"
 #include "interface/windows.h"
+#include "keep/keep.h"
 #include "main/session.h"
 #include "shell/copy.h"
 #include "shell/files.h"
@@ -38,7 +40,19 @@ bool copy_look_into_homes() {
   return true;
 }
 
+std::string marker_in(const std::string& home) { return home + "/.brindle_first_run"; }
+
+constexpr const char* look_for_new_homes = "/etc/skel/.gtkrc-2.0";
+
+// The run of the worker, which goes on with it. A wizard that is left at once leaves nothing of it when there
+// was nothing to change.
+void begin_run_for_changes(const std::string& home) {
+  if (!open_file(marker_in(home), "r") || !same_content(look, look_for_new_homes))
+    keep::begin_run(home, std::time(nullptr));
+}
+
 void leave_marker(const std::string& marker) {
+  if (!keep::before_change(marker)) return;
   const File file = open_file(marker, "w");
   if (!file) std::exit(1);
   std::fputs("Installed", file.get());
@@ -47,7 +61,7 @@ void leave_marker(const std::string& marker) {
 // False when the homes cannot be listed.
 bool prepare_first_run(const std::string& home) {
   trace_home(home);
-  const std::string marker = home + "/.brindle_first_run";
+  const std::string marker = marker_in(home);
   if (open_file(marker, "r")) return true;
   if (!copy_look_into_homes()) return false;
   leave_marker(marker);
@@ -119,6 +133,11 @@ void run_main_loop() {
   gdk_threads_leave();
 }
 
+// A worker ends its run itself. When the program is left before that, it is like a run that was killed.
+void end_run_without_worker() {
+  if (timer == 0) keep::end_run();
+}
+
 void end_log(std::FILE* log) {
   write_log("exit main", log);
   close_log(log);
@@ -129,8 +148,10 @@ void end_log(std::FILE* log) {
 int main(int argc, char** argv) {
   leave_terminal();
   const std::string home = current_owner().home;
+  begin_run_for_changes(home);
   if (!prepare_first_run(home)) return -1;
-  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, "/etc/skel/.gtkrc-2.0");
+  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, look_for_new_homes);
+  keep::settle();
   getOsVersion("");
   isNLD = is_novell_layout(detected_system());
   std::printf("ISNLD:%d\n", isNLD);
@@ -146,6 +167,7 @@ int main(int argc, char** argv) {
   if (window1 != nullptr) gtk_widget_show(window1);
   build_dialogs();
   run_main_loop();
+  end_run_without_worker();
   end_log(fp_log);
   end_by_signal();
   return 0;

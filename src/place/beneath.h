@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <cerrno>
 #include <string>
 
 #include "place/descriptor.h"
@@ -15,26 +16,31 @@ namespace place {
 Descriptor open_top(const std::string& folder);
 
 /// openat of `path`, relative to the open folder `top`, with O_CLOEXEC. Fails with ELOOP when any part of it,
-/// the last too, is a link, and with EXDEV when it leads out of the folder or is absolute. "" and "." are the
-/// top.
+/// the last too, is a link, and with EXDEV when it leads out of the folder or is absolute; with EINVAL for a
+/// path with a zero byte. "" and "." are the top. A path may be of any length.
 Descriptor open_beneath(int top, const std::string& path, int flags, mode_t mode = 0);
 
-/// The open folder in which something lies, or could, and its name there.
+/// The open folder (O_PATH: for calls that take a folder and a name) in which something lies, or could, and
+/// its name there.
 struct Spot {
   Descriptor folder;
   std::string name;
+  int error = EBADF;  ///< why there is no folder
 
-  /// False when the folder is missing or may not be opened, with errno set by spot_beneath.
+  /// False when the folder is missing or may not be opened.
   explicit operator bool() const { return static_cast<bool>(folder); }
 };
 
-/// Where `path` lies below `top`. Only its folders are looked at, as by open_beneath; "" has no spot
-/// (EINVAL).
+/// True when the spot has a folder; else false with its error in errno.
+bool is_open(const Spot& spot);
+
+/// Where `path` lies below `top`. Only its folders are looked at, as by open_beneath; "" and what ends in a
+/// slash, "." or ".." have no spot (EINVAL). errno is set as well when there is none.
 Spot spot_beneath(int top, const std::string& path);
 
-/// Makes the folder `path` below `top` with all that are missing above it, each with `mode` and, where it may
-/// be given away, the owner `uid` and `gid`. True when it is there afterwards; false, with errno set, as by
-/// open_beneath.
+/// Makes the folder `path` below `top` with all that are missing above it, each with `mode`, whatever the
+/// umask, and, where it may be given away, the owner `uid` and `gid`. True when it is there afterwards;
+/// false, with errno set, as by open_beneath.
 [[nodiscard]] bool make_folder_beneath(int top, const std::string& path, mode_t mode, uid_t uid, gid_t gid);
 
 }  // namespace place

@@ -26,6 +26,9 @@ class Descriptor {
   explicit operator bool() const { return number_ >= 0; }
   int number() const { return number_; }
 
+  /// Whoever asks owns the number from now on.
+  int release() { return std::exchange(number_, -1); }
+
   /// False, with errno set, when something written before was lost.
   bool close() { return number_ < 0 || ::close(std::exchange(number_, -1)) == 0; }
 

@@ -16,6 +16,7 @@
 
 #include "shell/beside.h"
 #include "shell/files.h"
+#include "shell/kept.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 
@@ -198,10 +199,12 @@ bool copy_through_link(const shell::Command& command, const std::string& from, c
 
 bool copy_entries(const shell::Command& command, const std::string& from, const std::string& to,
                   CopyLike like) {
+  if (!kept_before_copying_entries(from, to)) return false;
   return shell::run_for_status(command) != cannot_be_started || copy_all(from, to, like);
 }
 
 bool copy_over(const shell::Command& command, const std::string& from, const std::string& to) {
+  if (!kept_before_copying(from, to)) return false;
   const std::optional<struct stat> there = look_at(to, false);
   if (there && S_ISLNK(there->st_mode)) return copy_through_link(command, from, to);
   if (!there || S_ISREG(there->st_mode)) return copy_to_free_place(command, from, to);

@@ -17,14 +17,17 @@ enum class CopyLike {
 /// exit status 126, because the names of the entries are more than the kernel takes
 /// (shell::allow_long_commands), copies the same entries here, with the same result: hidden ones are left
 /// out, what is below them is not. False, after a line on standard error each, when some of them could not be
-/// copied here; the others are. How the command ended is in the system log alone.
+/// copied here; the others are. How the command ended is in the system log alone. What would be replaced is
+/// kept first (keep/keep.h); when that cannot be done the command is not run: false with errno not_kept.
 ///
 ///   copy_entries(compose("cp -a \"%s\"/* %s ", folder, to), folder, to, CopyLike::cp_a)
 [[nodiscard]] bool copy_entries(const shell::Command& command, const std::string& from, const std::string& to,
                                 CopyLike like);
 
 /// Runs `command`, the cp of the file `from` over the file `to`, through SYSTEM. When `to` is not a whole
-/// copy afterwards, on a full disk for instance, it becomes again what it was. True when it is one.
+/// copy afterwards, on a full disk for instance, it becomes again what it was. True when it is one. What
+/// would be replaced is kept first; when that cannot be done the command is not run: false with errno
+/// not_kept.
 bool copy_over(const shell::Command& command, const std::string& from, const std::string& to);
 
 #endif

@@ -15,6 +15,7 @@
 
 /// Replaces the file at `path`, or makes it, with `text` as its content. False, with errno set, when the file
 /// or its folder cannot be written or has no room: what was there is then unchanged, and nothing new is left.
+/// It is kept first (keep/keep.h); when that cannot be done, errno is not_kept (kept.h).
 ///
 /// The text is written to a hidden file in the same folder, forced to the disk, and renamed over the old one.
 ///

@@ -8,6 +8,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "keep/keep.h"
+#include "shell/kept.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -31,6 +34,10 @@ bool make_home_folder(const std::string& home, const std::string& folder) {
   const fs::path top = fs::canonical(home, error);
   struct stat owner {};
   if (error || stat(top.c_str(), &owner) != 0) return false;
+  if (!fs::is_directory(fs::path(home) / folder, error) && !keep::before_change(home + "/" + folder)) {
+    errno = not_kept;
+    return false;
+  }
   fs::path place = top;
   for (const fs::path& name : fs::path(folder)) {
     if (!make_folder(place / name, owner)) return false;

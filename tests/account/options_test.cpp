@@ -62,6 +62,8 @@ TEST(Options, of_a_note_need_no_archive) {
   EXPECT_EQ("/tmp/note", options({"--run", "/tmp/note"}).archive);
   EXPECT_FALSE(options({"a.zip"}).of_note);
   EXPECT_EQ("--before and --run exclude each other", complaint({"--run", "--before"}));
+  EXPECT_EQ("r.tsv", options({"--run", "--replaced", "r.tsv"}).replaced);
+  EXPECT_EQ("--replaced needs --run", complaint({"--replaced", "r.tsv", "a.zip"}));
 }
 
 TEST(Options, that_cannot_be_understood_are_named) {

@@ -25,7 +25,10 @@ PrinterDescription read(const std::string& text) {
 
 std::vector<std::string> queues_of(const char* args) {
   std::vector<std::string> queues;
-  for_each_description(args, [&](const PrinterDescription& one) { queues.push_back(one.queue); });
+  for_each_description(args, [&](const PrinterDescription& one) {
+    queues.push_back(one.queue);
+    return true;
+  });
   return queues;
 }
 
@@ -83,6 +86,7 @@ TEST(PrinterFolder, ConvertsLineEndsAndTellsTheDefault) {
   for_each_description(archive, [&](const PrinterDescription& one) {
     EXPECT_EQ("First", one.queue);
     defaults.push_back(one.is_default);
+    return true;
   });
   EXPECT_THAT(defaults, ElementsAre(true));
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix /tmp/archive/Printers/Default.txt"));
@@ -94,7 +98,10 @@ class NotTheDefault : public testing::TestWithParam<const char*> {};
 TEST_P(NotTheDefault, IsAnyOtherName) {
   add_printer(GetParam());
   std::vector<bool> defaults;
-  for_each_description(archive, [&](const PrinterDescription& one) { defaults.push_back(one.is_default); });
+  for_each_description(archive, [&](const PrinterDescription& one) {
+    defaults.push_back(one.is_default);
+    return true;
+  });
   EXPECT_THAT(defaults, ElementsAre(false));
 }
 

@@ -25,7 +25,7 @@ class Options : public testing::Test {
   }
 
   void set(PrinterTools tools, System system) {
-    set_options(printer, tools, system, compose("the command before"));
+    EXPECT_TRUE(set_options(printer, tools, system, compose("the command before")));
   }
 
   Printer printer;

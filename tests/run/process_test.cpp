@@ -677,7 +677,7 @@ TEST_F(Run, AFamilyIsMigratedBeforeTheRunningUser) {
   pack("Brindle/My Documents/mine.txt", "root's");
   pack("Brindle/Profiles/ann/My Documents/hers.txt", "ann's");
   migrate();
-  EXPECT_EQ("hers.txt\n", output_of("ls /home/ann/Documents"));
+  EXPECT_EQ("hers.txt\n", output_of("ls /home/ann/Documents")) << complained;
   EXPECT_EQ("mine.txt\n", output_of("ls /root/Documents"));
   ASSERT_LE(3u, posts().size());
   EXPECT_THAT(Posts(posts().begin(), posts().begin() + 3),

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "keep/keep.h"
 #include "process/run/process.h"
 #include "run/fakes.h"
 #include "state/state.h"
@@ -129,6 +130,28 @@ TEST_F(RunNoteTest, OfAnEarlierRunIsReplaced) {
   end_run_note(RunEnd::ended);
   begin_run_note("/b.zip");
   EXPECT_EQ("archive=/b.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\nending=begun\n", note());
+}
+
+// What was kept at start-up, or is kept later.
+TEST_F(RunNoteTest, NamesTheFolderOfWhatWasThereBefore) {
+  setenv("TZ", "UTC", 1);
+  const std::string start = "archive=/a.zip\nsystem=linspire\nperson=root\nhome=/root\nbegun=N\n";
+  const std::string kept = "kept=/root/.brindle_before/2005-11-21-225215\n";
+  keep::begin_run("/root", 1132613535);
+  begin_run_note("/a.zip");
+  add_kept_folder_to_run_note();
+  EXPECT_EQ(start + "ending=begun\n", note());
+  ASSERT_TRUE(keep::before_change("/root/new"));
+  write_file("/root/new", "new");
+  add_kept_folder_to_run_note();
+  EXPECT_EQ(start + kept + "ending=begun\n", note());
+  begin_run_note("/a.zip");
+  EXPECT_EQ(start + kept + "ending=begun\n", note());
+  keep::end_run();
+  end_run_note(RunEnd::ended);
+  EXPECT_EQ(start + kept + "over=N\nending=ended\n", note());
+  begin_run_note("/b.zip");
+  EXPECT_THAT(note(), Not(HasSubstr("kept=")));
 }
 
 // ---- Of the worker --------------------------------------------------------------------------------------

@@ -1,5 +1,6 @@
 #include "process/desktop/browser.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"
@@ -66,6 +68,7 @@ int copy_for_konqueror(const Target& target, const char* name, const char* file)
   trace_home(target.home);
   if (target.home.empty()) return -1;
   const std::string path = target.home + "/.kde/share/apps/" + file;
+  if (!kept_before_change(path)) return -1;
   SYSTEM(compose("rm %s", path));
   return SYSTEM(compose("cp %s %s", target.root + "/" + name, path));
 }
@@ -79,8 +82,8 @@ int favourites(const char* args) {
   const std::string source = target.root + "/" + layout::bookmarks;
   const shell::Command copy = compose("cp %s %s/%s/bookmarks.html", source, profile->folder, profile->name);
   std::printf("%s", copy.c_str());
-  copy_over(copy, source, profile->folder + "/" + profile->name + "/bookmarks.html");
-  return 0;
+  const bool copied = copy_over(copy, source, profile->folder + "/" + profile->name + "/bookmarks.html");
+  return copied || errno != not_kept ? 0 : -1;
 }
 
 int cookies(const char* args) {

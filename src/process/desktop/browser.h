@@ -7,7 +7,7 @@
 
 /// Makes ARGS/Bookmark.htm the profile's bookmarks.html. Returns 0, also when the copy fails (the system
 /// log has it, and the old bookmarks.html stays), or -1: without a home, or after a line on standard error
-/// when there is no browser folder or no profile.
+/// when there is no browser folder or no profile, or the old bookmarks.html could not be kept.
 int favourites(const char* args);
 
 /// Makes ARGS/Cookies.txt the profile's cookies.txt, each cookie widened from its host to the host's

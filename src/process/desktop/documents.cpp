@@ -1,15 +1,19 @@
 #include "process/desktop/documents.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/desktop/konqueror.h"
 #include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 #include "state/state.h"
@@ -32,15 +36,33 @@ constexpr const char* documents_link =
     "URL=@home@/Documents\n"
     "@icon@";
 
-// Copies the content of the archive's `folder` into `destination`, a folder of the home. False when that was
-// left to us and failed.
-bool copy_documents(const std::string& folder, const std::string& destination) {
+enum class Copied { all, not_all, not_begun };
+
+// What came of copy_entries, right after it.
+Copied outcome(bool copied) {
+  if (copied) return Copied::all;
+  return errno == not_kept ? Copied::not_begun : Copied::not_all;
+}
+
+// Copies the content of the archive's `folder` into `destination`, a folder of the home. Not all when that
+// was left to us and failed.
+Copied copy_documents(const std::string& folder, const std::string& destination) {
+  if (!keep::before_change(destination)) return Copied::not_begun;
   SYSTEM(compose("mkdir -p %s", destination));
   // Deliberate: part of the output, the blank at the end.
   const shell::Command copy = compose("cp -a \"%s\"/* %s ", folder, destination);
-  const bool copied = copy_entries(copy, folder, destination, CopyLike::cp_a);
-  std::printf("In Documents::%s\n", copy.c_str());
+  const Copied copied = outcome(copy_entries(copy, folder, destination, CopyLike::cp_a));
+  if (copied != Copied::not_begun) std::printf("In Documents::%s\n", copy.c_str());
   return copied;
+}
+
+// Deliberate: part of the output. The tilde is the home of whoever runs the program, also while a profile is
+// migrated.
+bool link_running_users_desktop() {
+  const char* home = std::getenv("HOME");
+  if (home != nullptr && !kept_before_linking(".gnome-desktop", std::string(home) + "/Desktop")) return false;
+  SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
+  return true;
 }
 
 int write_documents_link(const Target& target) {
@@ -74,6 +96,8 @@ constexpr const char* windows_files_link =
 int copy_files_for_one_user(const Target& target) {
   trace_home(target.home);
   if (target.home.empty()) return -1;
+  const std::string folder = std::string("/") + layout::file_extensions;
+  if (!keep::before_copy_as(target.root + folder, target.home + folder)) return -1;
   SYSTEM(compose("cp -a %s/File\\ Extensions %s", target.root, target.home));
   if (!replace_file(target.home + "/Desktop/Windows Files",
                     fill(windows_files_link, {{"home", target.home},
@@ -99,15 +123,21 @@ constexpr const char* share_link =
 constexpr const char* share_bookmark =
     R"(<bookmark icon="folder" href="file:/Share"><title>Share</title></bookmark>)";
 
-void give_konqueror_folder(const std::string& home, const std::string& user, const char* skeleton) {
+// False when what is there could not be kept.
+bool give_konqueror_folder(const std::string& home, const std::string& user, const char* skeleton) {
   std::printf("need to copy konqueror folder");
+  const std::string folder = "/.kde/share/apps";
+  if (!keep::before_copy_as(skeleton + ("/root" + folder + "/konqueror"), home + folder + "/konqueror"))
+    return false;
   const shell::Command copy =
       compose("cp -a %s/root/.kde/share/apps/konqueror %s/.kde/share/apps", skeleton, home);
   SYSTEM(copy);
   std::printf("Executed cmd::%s\n", copy.c_str());
+  if (!kept_before_chown(user, home + folder)) return false;
   const shell::Command chown = compose("chown -R %s %s/.kde/share/apps", user, home);
   SYSTEM(chown);
   std::printf("Executed cmd::%s\n", chown.c_str());
+  return true;
 }
 
 // `skeleton` is the folder of the unpacked skeleton home. False when something was not written although the
@@ -120,17 +150,22 @@ bool add_shortcut(const std::string& home, const std::string& user, const Capabi
   }
   if (!has.share_in_konqueror) return true;
   const std::string applications = home + "/.kde/share/apps";
-  if (is_folder(applications.c_str(), "konqueror") == 0) give_konqueror_folder(home, user, skeleton);
+  if (is_folder(applications.c_str(), "konqueror") == 0 && !give_konqueror_folder(home, user, skeleton))
+    return false;
   return add_konqueror_bookmark(home, share_bookmark);
 }
 
 // Deliberate: part of the output. Every folder below /home gets a link, also one whose account was not
 // migrated.
 int share_files_with_everybody(const Target& target, const char* skeleton) {
+  if (!keep::before_change("/Share")) return -1;
   SYSTEM(compose("mkdir /Share"));
-  const bool copied = copy_entries(compose("cp -a %s/File\\ Extensions/* /Share/", target.root),
-                                   target.root + "/" + layout::file_extensions, "/Share", CopyLike::cp_a);
+  const Copied copied =
+      outcome(copy_entries(compose("cp -a %s/File\\ Extensions/* /Share/", target.root),
+                           target.root + "/" + layout::file_extensions, "/Share", CopyLike::cp_a));
+  if (copied == Copied::not_begun) return -1;
   bool written = add_shortcut("/root", "root", target.has(), skeleton);
+  if (!keep::before_mode("/Share", 0777)) return -1;
   SYSTEM(compose("chmod -R 777 /Share"));  // everybody may read and write it
   const auto users = list_folder("/home");
   if (!users) {
@@ -139,7 +174,7 @@ int share_files_with_everybody(const Target& target, const char* skeleton) {
   }
   for (const std::string& user : *users)
     written = add_shortcut("/home/" + user, user, target.has(), skeleton) && written;
-  return copied && written ? 0 : -1;
+  return copied == Copied::all && written ? 0 : -1;
 }
 
 }  // namespace
@@ -149,25 +184,26 @@ int mydocs(const char* args) {
   trace_home(target.home);
   if (target.home.empty()) return -1;
   if (target.has().documents_on_desktop)
-    return copy_documents(target.root, target.home + "/Desktop/mydocument") ? 0 : -1;
-  const bool copied = copy_documents(target.root, target.home + "/Documents");
-  // Deliberate: part of the output. The tilde is the home of whoever runs the program, also while a profile
-  // is migrated.
-  if (is_folder(target.home.c_str(), "Desktop") == 0) SYSTEM(compose("ln -s ~/.gnome-desktop/ ~/Desktop"));
-  return write_documents_link(target) == 0 && copied ? 0 : -1;
+    return copy_documents(target.root, target.home + "/Desktop/mydocument") == Copied::all ? 0 : -1;
+  const Copied copied = copy_documents(target.root, target.home + "/Documents");
+  if (copied == Copied::not_begun) return -1;
+  if (is_folder(target.home.c_str(), "Desktop") == 0 && !link_running_users_desktop()) return -1;
+  return write_documents_link(target) == 0 && copied == Copied::all ? 0 : -1;
 }
 
 int desktop(const char* args) {
   const Target target = target_of(args);
   trace_home(target.home);
   if (target.home.empty()) return -1;
-  if (is_folder(target.home.c_str(), "Desktop") == 0)
+  if (is_folder(target.home.c_str(), "Desktop") == 0) {
+    if (!kept_before_linking(".gnome-desktop", target.home + "/Desktop")) return -1;
     SYSTEM(compose("ln -s %s/.gnome-desktop/ %s/Desktop", target.home, target.home));
+  }
   const std::string folder = target.root + "/" + layout::desktop;
   const shell::Command copy = compose("cp -a %s/* %s/Desktop", folder, target.home);
-  const bool copied = copy_entries(copy, folder, target.home + "/Desktop", CopyLike::cp_a);
-  std::printf("In Desktop::%s\n", copy.c_str());
-  return copied ? 0 : -1;
+  const Copied copied = outcome(copy_entries(copy, folder, target.home + "/Desktop", CopyLike::cp_a));
+  if (copied != Copied::not_begun) std::printf("In Desktop::%s\n", copy.c_str());
+  return copied == Copied::all ? 0 : -1;
 }
 
 int file_extensions(const char* args) {

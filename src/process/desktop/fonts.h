@@ -7,7 +7,7 @@
 /// being migrated. Where the system brings_terminal_settings, the running user also gets the skeleton home's.
 /// Where the office suite is installed it gets the home's fonts as well. Always
 /// returns 0; what failed is in the system log or, when there were too many fonts for a command, on standard
-/// error.
+/// error. But -1 when what would be replaced could not be kept.
 int fonts(const char* args);
 
 #endif

@@ -3,6 +3,7 @@
 #include "gconf/settings.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/run.h"
 #include "system/target.h"
 
@@ -16,6 +17,8 @@ constexpr const char* launcher_settings =
 <entry name="launcher_location" mtime="1114508070" schema="/schemas/apps/panel/objects/launcher_location" type="string">
 <stringvalue>firefox.desktop</stringvalue>
 </entry></gconf>)";
+
+constexpr const char* launcher = "/usr/local/brindle/firefox.desktop";
 
 void set_web_browser_launcher(const Target& target) {
   // Nobody is told of the result: there is no mark for it. The folder is not made, so that a profile without
@@ -34,8 +37,9 @@ void set_to_firefox() {
   const Target target = target_of("");  // needs nothing of the archive
   trace_home(target.home);
   if (target.home.empty()) return;
-  SYSTEM(
-      compose("cp /usr/local/brindle/firefox.desktop %s/.gnome2/panel2.d/default/launchers/", target.home));
+  const std::string launchers = target.home + "/.gnome2/panel2.d/default/launchers";
+  if (!kept_before_copying(launcher, launchers + "/firefox.desktop")) return;
+  SYSTEM(compose("cp %s %s/", launcher, launchers));
   if (is_folder("/opt/gnome/share/applications", "epiphany.desktop") == 1) set_web_browser_launcher(target);
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "shell/files.h"
+#include "shell/kept.h"
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"
@@ -53,12 +54,15 @@ bool add_konqueror_bookmark(const std::string& home, const std::string& bookmark
   const std::string folder = home + "/.kde/share/apps/konqueror";
   const std::string bookmarks = folder + "/bookmarks.xml";
   const std::string copy = folder + "/bookmarkstemp.xml";
+  if (!kept_before_change(copy)) return false;
   SYSTEM(compose("rm -f %s", copy));
   SYSTEM(compose("cp %s %s", bookmarks, copy));
   if (is_folder(folder.c_str(), "bookmarks.xml") == 0) return true;
   const std::optional<std::string> text =
       is_whole(copy, bookmarks) ? read_rewritten(copy, bookmark_xml) : std::nullopt;
   if (text && replace_file(bookmarks, *text)) return true;
+  const int error = errno;
   std::perror(bookmarks.c_str());
+  errno = error;
   return false;
 }

@@ -9,12 +9,14 @@
 #include <system_error>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/desktop/konqueror.h"
 #include "process/desktop/migrate_settings.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"
@@ -97,7 +99,9 @@ bool write_link(const std::string& home, const std::string& name, const std::str
 int make_link(const std::string& home, const Drive& drive, const char* icon) {
   const std::string text = fill(link_text, {{"name", drive.name}, {"share", drive.share}, {"icon", icon}});
   if (write_link(home, drive.name, text)) return 0;
+  const int error = errno;
   std::perror("Network Drives ");
+  errno = error;
   return -1;
 }
 
@@ -121,10 +125,11 @@ bool take_drives(const std::string& home, const std::vector<std::string>& files,
 
 enum class Made { all, links_only, not_all_links };
 
-// The old bookmarks, once removed, come back when the new ones cannot be written. The links are made all the
-// same.
+// The old bookmarks, once removed, come back when the new ones cannot be written, or when something could not
+// be kept. The links are made all the same.
 Made write_nautilus_bookmarks(const std::string& home, const std::vector<std::string>& files) {
   const std::string path = home + "/.nautilus/bookmarks.xml";
+  if (!keep::before_change(path)) return Made::not_all_links;
   const KeptFile before(path);
   SYSTEM(compose("rm %s", path));
   // The home may lack the folder. When it cannot be made, writing the file says why.
@@ -132,6 +137,7 @@ Made write_nautilus_bookmarks(const std::string& home, const std::vector<std::st
   std::filesystem::create_directory(home + "/.nautilus", ignored);
   std::string bookmarks = "<?xml version=\"1.0\"?>\n<bookmarks>\n";
   const bool linked = take_drives(home, files, bookmarks);
+  if (!linked && errno == not_kept) return Made::not_all_links;
   const bool written = replace_file(path, bookmarks);
   if (!written) std::perror(path.c_str());
   if (!linked) return Made::not_all_links;
@@ -189,7 +195,10 @@ int mappeddrives(const char* args) {
     const std::optional<Drive> drive = read_drive(file);
     if (!drive) continue;
     const std::string bookmark = fill(konqueror_bookmark, {{"share", drive->share}, {"name", drive->name}});
-    if (!add_konqueror_bookmark(target.home, bookmark)) result = -1;
+    if (!add_konqueror_bookmark(target.home, bookmark)) {
+      if (errno == not_kept) return -1;
+      result = -1;
+    }
     if (make_link(target.home, *drive, "network_local") != 0) return -1;
   }
   return result;

@@ -2,11 +2,13 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <optional>
 #include <string>
 
 #include "error/log.h"
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/desktop/first_entry.h"
 #include "process/desktop/migrate_settings.h"
@@ -14,6 +16,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 #include "state/state.h"
@@ -67,13 +70,16 @@ struct Copied {
   bool whole;  // false when the copying was left to us and failed
 };
 
-// The picture and what lies beside it go to the home itself; the style's file is removed there again.
-Copied copy_all(const Target& target) {
+// The picture and what lies beside it go to the home itself; the style's file is removed there again. No
+// value when what is there could not be kept.
+std::optional<Copied> copy_all(const Target& target) {
   const std::string style = style_file(target.home);
+  if (!keep::before_change(style)) return std::nullopt;
   const SetAside own_file(style);
   const std::string folder = folder_in(target.root);
   const bool whole =
       copy_entries(compose("cp %s/* %s", folder, target.home), folder, target.home, CopyLike::cp);
+  if (!whole && errno == not_kept) return std::nullopt;
   Copied copied = {find_picture(target.root), read_style(style), whole};
   unlink(style.c_str());
   return copied;
@@ -118,6 +124,10 @@ std::string extension(const std::string& name) {
   return dot == std::string::npos ? "" : line.substr(dot);
 }
 
+bool kept_before_copying_picture(const Target& target, const std::string& from, const std::string& to) {
+  return keep::before_change(style_file(target.home)) && kept_before_copying(from, to);
+}
+
 // Copies the style's file, which stays unless the home had one, and the picture called `name` as `picture`.
 std::optional<Style> copy_picture(const Target& target, const std::string& name, const std::string& picture) {
   const std::string folder = folder_in(target.root);
@@ -148,7 +158,11 @@ KdeMode kde_mode(Style style, int tiled) {
   return {6, ""};
 }
 
-int set_kde_background(const std::string& picture, int mode) {
+std::string desktop_settings_in(const std::string& home) { return home + "/.kde/share/config/kdesktoprc"; }
+
+// The desktop that is told writes it into its settings.
+int set_kde_background(const std::string& home, const std::string& picture, int mode) {
+  if (!keep::before_change(desktop_settings_in(home))) return -1;
   const shell::Command call = compose("dcop kdesktop KBackgroundIface setWallpaper \"%s\" %d", picture, mode);
   std::printf("%s", call.c_str());
   SYSTEM(call);
@@ -163,7 +177,7 @@ KDEVersionRelease=2
 )";
 
 int write_kde_background(const std::string& home, const std::string& picture, const char* mode_line) {
-  const std::string path = home + "/.kde/share/config/kdesktoprc";
+  const std::string path = desktop_settings_in(home);
   if (replace_file(path, fill(desktop_settings, {{"picture", picture}, {"mode", mode_line}}))) return 0;
   std::perror(path.c_str());
   return -1;
@@ -176,12 +190,12 @@ int wallpaper(const char* args) {
   trace_home(target.home);
   if (target.home.empty()) return -1;
   std::printf("Wallpaper Login Name::%s\n", target.home.c_str());
-  const Copied copied = copy_all(target);
-  if (!copied.picture) return -1;
-  if (!copied.style) return failed_without_style(fp_log);
+  const std::optional<Copied> copied = copy_all(target);
+  if (!copied || !copied->picture) return -1;
+  if (!copied->style) return failed_without_style(fp_log);
   const int result =
-      set_gnome_background(target, target.home + "/" + *copied.picture, gnome_option(*copied.style));
-  return copied.whole ? result : -1;
+      set_gnome_background(target, target.home + "/" + *copied->picture, gnome_option(*copied->style));
+  return copied->whole ? result : -1;
 }
 
 int kdewallpaper(const char* args) {
@@ -194,9 +208,10 @@ int kdewallpaper(const char* args) {
   std::printf("Wallpaper::%s\n", name->c_str());
   std::printf("P::%s\n", extension(*name).c_str());
   const std::string picture = target.home + "/Wallpaper1" + extension(*name);
+  if (!kept_before_copying_picture(target, folder_in(target.root) + "/" + *name, picture)) return -1;
   const std::optional<Style> style = copy_picture(target, *name, picture);
   if (!style) return failed_without_style(fp_log);
   const KdeMode mode = kde_mode(*style, target.has().kde_tiled);
-  return target.is_running_user ? set_kde_background(picture, mode.number)
+  return target.is_running_user ? set_kde_background(target.home, picture, mode.number)
                                 : write_kde_background(target.home, picture, mode.line);
 }

@@ -9,7 +9,7 @@
 /// Copies the picture into the home being migrated and makes it GNOME's background: through GConf for the
 /// running user, as %gconf.xml for a profile.
 /// Returns 0, also when GConf fails, or -1 when the folder cannot be opened or has no picture, "option.txt"
-/// cannot be read or the %gconf.xml cannot be created.
+/// cannot be read, the %gconf.xml cannot be created or what is there cannot be kept.
 int wallpaper(const char* args);
 
 /// Copies the picture into the home being migrated as "Wallpaper1" with its extension and makes it KDE's

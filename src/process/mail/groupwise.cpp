@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/old_file.h"
 #include "shell/files.h"
@@ -67,6 +68,9 @@ int groupwise(const char* args) {
   if (target.home.empty()) return 0;
   if (!rewrite_settings(copy, settings, target.home))
     std::fprintf(stderr, "Could not be pointed to the mailbox in the home: %s\n", settings.c_str());
+  if (!keep::before_change(target.home + "/" + layout::groupwise_settings)) return 0;
+  const std::string mailbox = std::string("/") + layout::groupwise_mailbox;
+  if (!keep::before_copy_as(folder + mailbox, target.home + mailbox)) return 0;
   copy_settings(settings, target.home);
   SYSTEM(compose("cp -a %s/%s %s", folder, layout::groupwise_mailbox, target.home));
   return 0;

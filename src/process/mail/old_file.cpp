@@ -22,6 +22,15 @@ int make_private_file(const char* name) {
   return file < 0 ? file : close(file);
 }
 
+// Into a file of our own: nothing of it is to be kept.
+bool fill_file(const std::string& path, const std::string& text) {
+  File file = open_file(path, "w");
+  if (!file) return false;
+  write_text(file, text);
+  const bool reached_disk = std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0;
+  return close_file(file) && reached_disk;
+}
+
 // The file at the end of all links, which need not exist. Links without an end stay.
 std::string place_of(const std::string& path) {
   const std::string place = end_of_links(path);
@@ -70,7 +79,7 @@ bool OldFile::keep_copy() {
   const std::optional<std::string> text = read_whole(path_);
   if (!text) return false;
   kept_ = make_beside(path_, make_private_file);
-  return !kept_.empty() && replace_file(kept_, *text);
+  return !kept_.empty() && fill_file(kept_, *text);
 }
 
 // A file system without further names leaves none.

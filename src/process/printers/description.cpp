@@ -50,14 +50,14 @@ std::optional<PrinterDescription> read_description(const std::string& path) {
 }
 
 void for_each_description(const std::string& root,
-                          const std::function<void(const PrinterDescription&)>& migrate) {
+                          const std::function<bool(const PrinterDescription&)>& migrate) {
   for (const std::string& path : description_files(root)) {
     std::printf("Printer File::%s", path.c_str());
     convert_line_ends(path);
     const std::optional<PrinterDescription> printer = read_description(path);
     if (!printer) continue;
     trace(*printer);
-    migrate(*printer);
+    if (!migrate(*printer)) return;
   }
 }
 

@@ -30,9 +30,9 @@ std::optional<PrinterDescription> read_description(const std::string& path);
 
 /// Hands every printer of the folder "Printers" under `root`, in directory order, to `migrate`, after its
 /// file's line ends were converted. Prints the trace lines of each. A file that cannot be opened is passed
-/// over; a folder that cannot be opened is reported on standard error.
+/// over; a folder that cannot be opened is reported on standard error. Ends when `migrate` returns false.
 void for_each_description(const std::string& root,
-                          const std::function<void(const PrinterDescription&)>& migrate);
+                          const std::function<bool(const PrinterDescription&)>& migrate);
 
 /// Paths of the entries of the folder "Printers" under `root`, in directory order. None, after "Printer:: "
 /// and the system error on standard error, when the folder cannot be opened.

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "keep/keep.h"
 #include "shell/compose.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -177,6 +178,12 @@ Model chosen_model(const std::string& ppd) {
 
 }  // namespace
 
+bool keep_foomatic_search(const std::string& home) { return keep::before_change(home + "/ppd.txt"); }
+
+bool keep_cups_search(const std::string& home) {
+  return keep::before_change(home + "/ppd.txt") && keep::before_change(home + "/ppdlist.txt");
+}
+
 Model find_foomatic_model(const std::string& home, const std::string& driver_name) {
   const Words words = prepare_search(home, driver_name);
   if (const auto line = search_shorter_and_shorter(words, home, search_foomatic)) {
@@ -201,11 +208,13 @@ Model find_cups_model(const std::string& home, const std::string& driver_name) {
 }
 
 char* finddriver(const char* drivername) {
-  find_foomatic_model(target_of("").home, drivername);
+  const std::string home = target_of("").home;
+  if (keep_foomatic_search(home)) find_foomatic_model(home, drivername);
   return nothing;
 }
 
 char* nldfinddriver(const char* drivername) {
-  find_cups_model(target_of("").home, drivername);
+  const std::string home = target_of("").home;
+  if (keep_cups_search(home)) find_cups_model(home, drivername);
   return nothing;
 }

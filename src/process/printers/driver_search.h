@@ -16,6 +16,11 @@ struct Model {
   std::string driver;  ///< foomatic's driver in its single quotes, or the name of a PPD; empty: none
 };
 
+// Each keeps what the search of that name replaces in the folder `home`. False when that fails: then there
+// must be no search.
+[[nodiscard]] bool keep_foomatic_search(const std::string& home);
+[[nodiscard]] bool keep_cups_search(const std::string& home);
+
 /// Searches the foomatic database. Either text of the model is empty when the line found, or the person's
 /// answer, does not have it or it is longer than 255 bytes. Leaves both in `Id2` and `Driver2` as well.
 Model find_foomatic_model(const std::string& home, const std::string& driver_name);
@@ -25,7 +30,7 @@ Model find_foomatic_model(const std::string& home, const std::string& driver_nam
 Model find_cups_model(const std::string& home, const std::string& driver_name);
 
 /// The two searches in the home of the user being migrated, whose answers are in the globals. Both return an
-/// empty text.
+/// empty text. Where their files cannot be kept nothing is searched.
 char* finddriver(const char* drivername);
 char* nldfinddriver(const char* drivername);
 

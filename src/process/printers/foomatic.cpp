@@ -1,6 +1,7 @@
 #include "process/printers/foomatic.h"
 
 #include "process/printers/queue.h"
+#include "process/printers/tools_files.h"
 #include "shell/compose.h"
 #include "state/state.h"
 #include "system/target.h"
@@ -17,10 +18,16 @@ shell::Command default_command(const std::string& queue) {
   return compose("foomatic-configure -s cups -D -n '%s'", queue);
 }
 
+// It tells lpoptions as well.
+bool keep_for_default(const std::string& /*queue*/) { return keep_own_options(); }
+
 constexpr QueueTools foomatic_tools = {.family = PrinterTools::foomatic,
+                                       .keep_search = keep_foomatic_search,
                                        .find_model = find_foomatic_model,
                                        .needs_id = true,
+                                       .keep_for_queue = keep_foomatic_files,
                                        .queue_command = queue_command,
+                                       .keep_for_default = keep_for_default,
                                        .default_command = default_command,
                                        .traces_more = false};
 
@@ -32,6 +39,5 @@ int printer(const char* args) {
   id[0] = driver[0] = '\0';
   Id = id;
   Driver = driver;
-  migrate_printers(target_of(args), foomatic_tools);
-  return 0;
+  return migrate_printers(target_of(args), foomatic_tools) ? 0 : -1;
 }

@@ -4,7 +4,8 @@
 
 /// Makes CUPS queues of the printers in the archive root `args` with drivers of the foomatic database; see
 /// migrate_printers. Gives `Id` and `Driver` fresh empty buffers; `Id2` and `Driver2` keep the last answer.
-/// Returns 0, whatever the commands did.
+/// Returns 0, whatever the commands did, or -1 when it ended because a file that one of them changes could
+/// not be kept.
 int printer(const char* args);
 
 #endif

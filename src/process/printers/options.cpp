@@ -5,6 +5,7 @@
 #include <iterator>
 #include <optional>
 
+#include "process/printers/tools_files.h"
 #include "shell/files.h"
 #include "shell/run.h"
 #include "system/capabilities.h"
@@ -108,16 +109,21 @@ shell::Command command_of(const Row& row, const Printer& printer, PrinterTools o
   return plain(printer, tools, differs ? capabilities(system).*row.option_of_system : row.option);
 }
 
+bool keep_files(const Row& row, const Printer& printer, PrinterTools of_system) {
+  return row.always.value_or(of_system) == cups ? keep_own_options() : keep_foomatic_files(printer.queue);
+}
+
 bool fits(const Row& row, const Printer& printer) { return contains(printer.*row.value, row.contained); }
 
 }  // namespace
 
-void set_options(const PrinterDescription& printer, PrinterTools tools, System system, shell::Command last) {
+bool set_options(const PrinterDescription& printer, PrinterTools tools, System system, shell::Command last) {
   for (const Row* group = std::begin(rows); group != std::end(rows);) {
     const Row* end =
         std::find_if(group, std::end(rows), [&](const Row& row) { return row.value != group->value; });
     const Row* row = std::find_if(group, end, [&](const Row& one) { return fits(one, printer); });
     if (row != end) {
+      if (!keep_files(*row, printer, tools)) return false;
       std::printf("%s", row->trace);
       last = command_of(*row, printer, tools, system);
       SYSTEM(last);
@@ -125,4 +131,5 @@ void set_options(const PrinterDescription& printer, PrinterTools tools, System s
     std::printf("Options::%s", last.text().c_str());
     group = end;
   }
+  return true;
 }

@@ -5,6 +5,7 @@
 
 #include "process/printers/description.h"
 #include "process/printers/device_uri.h"
+#include "process/printers/kept_queue.h"
 #include "process/printers/options.h"
 #include "shell/run.h"
 
@@ -27,27 +28,44 @@ void make_queue(const QueueTools& tools, const std::string& queue, const Model& 
   if (tools.traces_more) std::printf("Options::%s", command.c_str());
 }
 
-void migrate(const Target& target, const QueueTools& tools, const PrinterDescription& printer) {
+bool make_default(const QueueTools& tools, const std::string& queue, shell::Command& last) {
+  if (!tools.keep_for_default(queue)) return false;
+  const QueueChange change = QueueChange::of_default();
+  if (!change.is_allowed()) return false;
+  last = tools.default_command(queue);
+  SYSTEM(last);
+  change.over();
+  return true;
+}
+
+// False when something that was there could not be kept.
+bool migrate(const Target& target, const QueueTools& tools, const PrinterDescription& printer) {
   const std::optional<Device> device = device_of_port(printer.port);
-  if (!device) return;
+  if (!device) return true;
+  if (!tools.keep_search(target.home)) return false;
   const std::optional<Model> model = find_model(tools, target.home, printer.driver_name);
-  if (!model) return;
+  if (!model) return true;
+  if (!tools.keep_for_queue(printer.queue)) return false;
   std::optional<std::string> uri = uri_of(*device, printer.queue);
-  if (!uri) return;
+  if (!uri) return true;
   shell::Command last = tools.queue_command(printer.queue, *uri, *model);
-  make_queue(tools, printer.queue, *model, last);
+  const QueueChange change = QueueChange::of(printer.queue);
+  if (change.is_allowed()) make_queue(tools, printer.queue, *model, last);
   forget_credentials(*uri);
-  if (printer.is_default) {
-    last = tools.default_command(printer.queue);
-    SYSTEM(last);
-  }
+  if (!change.is_allowed() || (printer.is_default && !make_default(tools, printer.queue, last))) return false;
   std::printf("Properties Read.");
-  set_options(printer, tools.family, target.system, last);
+  const bool all_set = set_options(printer, tools.family, target.system, last);
+  change.over();
+  return all_set;
 }
 
 }  // namespace
 
-void migrate_printers(const Target& target, const QueueTools& tools) {
-  for_each_description(target.root,
-                       [&](const PrinterDescription& printer) { migrate(target, tools, printer); });
+bool migrate_printers(const Target& target, const QueueTools& tools) {
+  bool kept = true;
+  for_each_description(target.root, [&](const PrinterDescription& printer) {
+    kept = migrate(target, tools, printer);
+    return kept;
+  });
+  return kept;
 }

@@ -2,9 +2,13 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <initializer_list>
 
+#include "gconf/kept_key.h"
 #include "gconf/settings.h"
+#include "keep/keep.h"
 #include "process/mail/evolution/new_home.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -13,8 +17,12 @@
 
 namespace {
 
+// What is there and cannot be kept stays, and the home goes without a new profile.
 void copy_browser_profile(const Skeleton& skeleton, const std::string& home) {
+  const std::string profile = home + "/.mozilla";
+  if (!keep::before_copy_as(std::string(skeleton.folder) + "/root/.mozilla", profile)) return;
   SYSTEM(compose("cp -a %s/root/.mozilla %s", skeleton.folder, home));
+  if (!keep::before_change(profile + "/appreg")) return;
   SYSTEM(compose("rm %s/.mozilla/appreg", home));
 }
 
@@ -26,6 +34,25 @@ void prepare_from_skeleton(const std::string& home, const Skeleton& skeleton) {
   unpack_skeleton(skeleton);
   copy_browser_profile(skeleton, home);
   remove_skeleton(skeleton);
+}
+
+bool kept_before_starting(const std::string& home, std::initializer_list<const char*> folders) {
+  return std::all_of(folders.begin(), folders.end(),
+                     [&](const char* folder) { return keep::before_program(home + "/" + folder); });
+}
+
+// Where an Evolution of its time and one of today keep what they make when they are started: there is no mail
+// yet.
+bool kept_before_evolution(const std::string& home) {
+  return kept_before_starting(home, {".evolution", ".camel_certs", ".gnome2", ".gnome2_private",
+                                     ".config/evolution", ".local/share/evolution"});
+}
+
+// KMail adds folders to somebody's mail and does not change the letters.
+bool kept_before_kde_programs(const std::string& home) {
+  return kept_before_starting(home, {".kde/share/config", ".kde/share/apps/kmail", ".kde/share/apps/kabc",
+                                     ".kde/share/apps/kaddressbook"}) &&
+         keep::before_adding(home + "/Mail");
 }
 
 void set_up_file_manager() {
@@ -48,12 +75,13 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   std::printf("untarring");
   unpack_skeleton(skeleton);
   if (!has_mozilla) copy_browser_profile(skeleton, home);
-  if (!has_evolution) start_evolution_once(target);
+  if (!has_evolution && kept_before_evolution(home)) start_evolution_once(target);
   remove_skeleton(skeleton);
 }
 
 // Each command is waited for: a program that stays in the foreground holds the run up until it is closed.
-void prepare_by_starting() {
+void prepare_by_starting(const std::string& home) {
+  if (!kept_before_kde_programs(home)) return;
   SYSTEM(compose("kmail"));
   sleep(5);
   SYSTEM(compose("killall kmail"));
@@ -75,11 +103,13 @@ void prepare_applications(const Target& target) {
       prepare_from_skeleton(target.home, *target.has().skeleton);
       break;
     case FirstStart::of_programs:
-      prepare_by_starting();
+      prepare_by_starting(target.home);
       break;
     case FirstStart::none:
       break;
   }
+  finish_keys(client);
+  keep::settle();
   std::printf("Applications Initialization.......DONE");
 }
 

@@ -6,7 +6,8 @@
 
 /// Makes the applications of the system create or find their configuration in the home of `target`, the
 /// running user, before the migrators write into it: a browser profile (and Evolution's folders) from the
-/// skeleton home, or a short start of the programs themselves.
+/// skeleton home, or a short start of the programs themselves. Leaves out what would change something that
+/// could not be kept.
 void prepare_applications(const Target& target);
 
 /// Unpacks a skeleton home afresh into its folder. Sets homedirpath and tarfilepath. What fails is in the

@@ -8,11 +8,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <stop_token>
 #include <string>
 #include <thread>
 
 #include "error/log.h"
+#include "gconf/kept_key.h"
+#include "keep/keep.h"
 #include "process/archive/code_page.h"
 #include "process/archive/encryption.h"
 #include "process/archive/layout.h"
@@ -46,6 +49,7 @@ void trace_system(const char* name, const char* version) {
 }
 
 GConfClient* start_gconf() {
+  if (!keep_settings_folder()) return nullptr;
   SYSTEM(compose("gconftool-2 --spawn"));
   GConfClient* started = gconf_client_get_default();
   if (started == nullptr) std::printf("gconf_client_get_default NULL\n");
@@ -134,6 +138,7 @@ void end_run(GConfClient*& settings, std::FILE* log) {
 
 [[noreturn]] void give_up(const char* directory, GConfClient*& settings, std::FILE* log) {
   remove_unpacked(directory);
+  keep::end_run();
   end_run(settings, log);
   std::exit(0);
 }
@@ -147,11 +152,14 @@ void* process(void* args) {
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
     forget_password();
+    keep::end_run();
     remove_progress_timeout(timer);
     end_run(client, fp_log);
     return nullptr;
   }
   begin_run_note(g_filename);
+  // Start-up has begun it when it changed something.
+  if (keep::folder_of_run().empty()) keep::begin_run(target_of("").home, std::time(nullptr));
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
   const std::string root = unpack(g_filename, g_password);
@@ -161,12 +169,15 @@ void* process(void* args) {
 
   const Target target = target_of(root.c_str());
   prepare_applications(target);
+  add_kept_folder_to_run_note();
   const bool refused = target.one_of_several && target.home != "/root";
   if (!refused) walk_steps(target, root);
+  add_kept_folder_to_run_note();
 
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);
   write_log("delete Brindle folder", fp_log);
+  keep::end_run();
   end_run_note(refused ? RunEnd::refused : RunEnd::ended);
   remove_progress_timeout(timer);
   post_to_gui(done_button_bar, nullptr);

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -28,6 +29,7 @@ struct Note {
   const char* system = "";
   std::vector<Owner> people;
   std::time_t begun = 0;
+  std::string kept;  // empty without one
   std::time_t over = 0;
   const char* ending = "begun";
   bool cancelled = false;
@@ -69,6 +71,7 @@ std::string text_of(const Note& written) {
   std::string text = line("archive", written.archive) + line("system", written.system);
   for (const Owner& person : written.people) text += line("person", person.login) + line("home", person.home);
   text += line("begun", std::to_string(written.begun));
+  if (!written.kept.empty()) text += line("kept", written.kept);
   if (written.over != 0) text += line("over", std::to_string(written.over));
   return text + line("ending", written.ending);
 }
@@ -115,6 +118,7 @@ void begin_run_note(const char* archive) {
   note.archive = std::filesystem::absolute(archive, error);
   note.system = name_of(detected_system());
   note.people = {owner};
+  note.kept = keep::folder_of_run();  // start-up may have changed something
   note.begun = std::time(nullptr);
   note.cancelled = isKilled != 0;
   if (note.cancelled) note.ending = "cancelled";
@@ -126,6 +130,14 @@ void add_profiles_to_run_note(const char* root) {
   const std::lock_guard lock(mutex);
   if (!names || !is_going_on()) return;
   for (const std::string& name : *names) note.people.push_back({name, "/home/" + name});
+  write_note();
+}
+
+void add_kept_folder_to_run_note() {
+  const std::string folder = keep::folder_of_run();
+  const std::lock_guard lock(mutex);
+  if (!is_going_on() || folder == note.kept) return;
+  note.kept = folder;
   write_note();
 }
 

@@ -6,6 +6,7 @@
 //   person=root                        the running user first, then each profile of the archive
 //   home=/root                         of the person above
 //   begun=1132610735                   seconds since 1970
+//   kept=/root/.brindle_before/2005-11-21-225215   what was there before; missing while there is none
 //   over=1132611022                    missing while the run goes on
 //   ending=ended                       or begun, cancelled, refused
 //
@@ -21,6 +22,10 @@ void begin_run_note(const char* archive);
 void add_profiles_to_run_note(const char* root);
 
 enum class RunEnd { ended, refused };
+
+/// Adds the folder in which the run keeps what was there before, once there is one. Worker, while keep's run
+/// goes on.
+void add_kept_folder_to_run_note();
 
 /// The run is over. One that was cancelled meanwhile stays cancelled. Worker; before anybody can leave the
 /// wizard, since the note is read then.

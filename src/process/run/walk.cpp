@@ -2,10 +2,13 @@
 
 #include <cstdio>
 
+#include "gconf/kept_key.h"
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/run/sequence.h"
 #include "shell/files.h"
 #include "state/question.h"
+#include "state/state.h"
 
 namespace {
 
@@ -84,6 +87,9 @@ void run_step(const Step& step, Walk& walk) {
 void walk_steps(const Target& target, const std::string& archive_root) {
   Walk walk{target, archive_root, printer_notice};
   for (const Step& step : sequence()) {
-    if (is_for(target, step) && exists_on(step, target.system)) run_step(step, walk);
+    if (!is_for(target, step) || !exists_on(step, target.system)) continue;
+    run_step(step, walk);
+    finish_keys(client);
+    keep::settle();
   }
 }

@@ -242,8 +242,8 @@ bool store_accounts(const Target& target, const Descriptions& descriptions) {
 
 // ---- Folders, calendar, contacts, tasks --------------------------------------------------------------
 
-bool migrate_folders(const Target& target) {
-  if (is_folder(target.root.c_str(), layout::mail_folders) == 0) return true;
+Folders migrate_folders(const Target& target) {
+  if (is_folder(target.root.c_str(), layout::mail_folders) == 0) return Folders::copied;
   const std::string folder = target.root + "/" + layout::mail_folders;
   std::printf("Popping Mail::%s\n", folder.c_str());
   return migrate_mail_folders(target, folder);
@@ -266,10 +266,11 @@ int mail_account(const char* path) {
   const std::optional<Descriptions> descriptions = describe_all(target);
   if (!descriptions) return -1;
   if (!store_accounts(target, *descriptions)) return -1;
-  const bool copied = migrate_folders(target);
+  const Folders folders = migrate_folders(target);
+  if (folders == Folders::not_kept) return -1;
   const int result = migrate_personal_data(target, fp_log);
   std::printf("Returning from Mail Account.");
-  return copied ? result : -1;
+  return folders == Folders::copied ? result : -1;
 }
 
 int extract_from_account_path(const char* account_path, char* data) {

@@ -3,10 +3,12 @@
 #include <glib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <string_view>
 
+#include "keep/keep.h"
 #include "process/mail/folders/background.h"
 #include "process/mail/folders/evolution.h"
 #include "shell/files.h"
@@ -78,6 +80,20 @@ bool has_evolution(const std::string& home) {
   return is_folder(home.c_str(), "evolution") != 0 || is_folder(home.c_str(), ".evolution") != 0;
 }
 
+// Where Evolutions of its time and of today keep their settings, below the home.
+constexpr const char* settings_folders[] = {".gconf/apps/evolution", ".gnome2", ".gnome2_private",
+                                            ".camel_certs", ".config/evolution"};
+
+// Its stores are new or, today's, somebody's mail, to which folders are added.
+constexpr const char* stores[] = {"evolution", ".evolution", ".local/share/evolution"};
+
+bool keep_for_evolution(const std::string& home) {
+  const auto path = [&](const char* folder) { return home + "/" + folder; };
+  return std::ranges::all_of(settings_folders,
+                             [&](const char* each) { return keep::before_program(path(each)); }) &&
+         std::ranges::all_of(stores, [&](const char* each) { return keep::before_adding(path(each)); });
+}
+
 void start_evolution() {
   static shell::Command command = compose("evolution");  // outlives the thread
   GThread* thread = g_thread_try_new("evolution", func, &command, nullptr);
@@ -99,6 +115,7 @@ int repair_source_list(const Target& target, SourceList list) {
   const std::string folder = target.home + "/.gconf/apps/evolution/" + group.folder;
   const std::string path = folder + "/%gconf.xml";
   const std::string aside = folder + "/%gconftemp.xml";
+  if (!keep::before_change(path) || !keep::before_change(aside)) return -1;
   SYSTEM(compose("cp %s %s", path, aside));
   if (!rewrite(aside, path, line_of(group, target.home))) return -1;
   return SYSTEM(compose("rm %s", aside));
@@ -106,7 +123,7 @@ int repair_source_list(const Target& target, SourceList list) {
 
 void start_evolution_once(const Target& target) {
   trace_home(target.home);
-  if (has_evolution(target.home)) return;
+  if (has_evolution(target.home) || !keep_for_evolution(target.home)) return;
   std::printf("Launching Evolution.");
   start_evolution();
   sleep(seconds_for_evolution);

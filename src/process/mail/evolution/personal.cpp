@@ -14,6 +14,7 @@
 #include "gconf/client.h"
 #include "gconf/folders.h"
 #include "gconf/settings.h"
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/folders/evolution.h"
 #include "process/mail/old_file.h"
@@ -155,8 +156,10 @@ constexpr Kind contacts = {layout::contacts, layout::contacts_file, "evolution/l
                            contacts_folders};
 constexpr Kind tasks = {layout::tasks, layout::tasks_file, "evolution/local/Tasks", tasks_folders};
 
+// Null when it may not be made.
 const char* make_store(const std::string& home, const Kind& kind, bool evolution_2) {
   const char* store = evolution_2 ? kind.evolution_2.back() : kind.evolution_1;
+  if (!keep::before_change(home + "/" + store)) return nullptr;
   // Not looked at: behind a link out of the home only the commands make anything.
   static_cast<void>(make_home_folder(home, store));
   if (!evolution_2) return store;
@@ -169,27 +172,28 @@ bool is_copied(const std::string& from, const std::string& to) {
   return !open_file(from, "r") || same_content(from, to);
 }
 
-/// Returns false when the copy is not whole; the old file is then back.
-bool copy(const Target& target, const std::string& folder, const Kind& kind, const char* store) {
+enum class Copied { not_there, whole, not_whole, not_kept };
+
+/// A copy that is not whole leaves the old file.
+Copied copy(const Target& target, const std::string& folder, const Kind& kind, const char* store) {
   const std::string from = folder + "/" + kind.file;
   const std::string name = std::filesystem::path(kind.file).filename();
   const std::string to = target.home + "/" + store + "/" + name;
   const shell::Command command = compose("cp -f %s/%s %s/%s", folder, kind.file, target.home, store);
   std::printf("%s", command.c_str());
+  if (!keep::before_change(to)) return Copied::not_kept;
   OldFile old = OldFile::copy_of(to);
-  if (!old.is_safe()) return false;
+  if (!old.is_safe()) return Copied::not_whole;
   SYSTEM(command);
-  if (is_copied(from, to)) return true;
+  if (is_copied(from, to)) return Copied::whole;
   old.put_back();
-  return false;
+  return Copied::not_whole;
 }
-
-enum class Copied { not_there, whole, not_whole };
 
 Copied copy_if_there(const Target& target, const std::string& folder, const Kind& kind, bool evolution_2) {
   if (is_folder(folder.c_str(), kind.folder) == 0) return Copied::not_there;
   const char* store = make_store(target.home, kind, evolution_2);
-  return copy(target, folder, kind, store) ? Copied::whole : Copied::not_whole;
+  return store == nullptr ? Copied::not_kept : copy(target, folder, kind, store);
 }
 
 }  // namespace
@@ -201,13 +205,16 @@ int copy_personal_data(const Target& target, const std::string& folder) {
   const bool evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;
   std::printf("In Calendar Contacts Tasks::%s", folder.c_str());
   const Copied events = copy_if_there(target, folder, calendar, evolution_2);
+  if (events == Copied::not_kept) return -1;
   if (events != Copied::not_there && evolution_2) {
     // Not looked at, here and for the tasks: the data are there, shown or not.
     static_cast<void>(show_first(target, shown_calendars));
     std::printf("Calendar Display Over.");
   }
   const Copied people = copy_if_there(target, folder, contacts, evolution_2);
+  if (people == Copied::not_kept) return -1;
   const Copied to_do = copy_if_there(target, folder, tasks, evolution_2);
+  if (to_do == Copied::not_kept) return -1;
   if (to_do != Copied::not_there && evolution_2) static_cast<void>(show_first(target, shown_tasks));
   const bool whole = events != Copied::not_whole && people != Copied::not_whole && to_do != Copied::not_whole;
   return whole ? 0 : -1;

@@ -10,7 +10,8 @@
 /// Evolution 2 (the target's home has ".evolution") or Evolution 1, and for Evolution 2 makes the first
 /// calendar and task list the shown ones. Folders that are missing are made. What the archive lacks is
 /// skipped. Returns 0, or -1 when a file could not be copied whole: the person's old one is then as it was,
-/// and the others are copied.
+/// and the others are copied. -1 as well when an old one could not be kept: it is as it was, and nothing more
+/// is copied.
 int copy_personal_data(const Target& target, const std::string& folder);
 
 /// copy_personal_data for the user being migrated.

@@ -2,15 +2,18 @@
 
 #include <linux/limits.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"
@@ -89,41 +92,46 @@ bool convert_listed(std::FILE* list, const std::string& mail_dir, const std::str
   return true;
 }
 
-void build_tree(const Target& target, const std::string& mail_dir, const std::string& dest) {
+// False when the list would take the place of a file that could not be kept.
+bool build_tree(const Target& target, const std::string& mail_dir, const std::string& dest) {
   trace_home(target.home);
-  if (target.home.empty()) return;
+  if (target.home.empty()) return true;
   const std::string list_path = target.home + "/email_sbd_sbd";
+  if (!keep::before_change(list_path)) return false;
   shell::run_unlogged(compose("find \"%s\" -name \"*%s\" > %s", mail_dir, layout::subfolders, list_path));
   const File list = open_file(list_path, "r");
-  if (!list) return;
-  if (!convert_folder(mail_dir, dest) || !convert_listed(list.get(), mail_dir, dest)) return;
+  if (!list) return true;
+  if (!convert_folder(mail_dir, dest) || !convert_listed(list.get(), mail_dir, dest)) return true;
   std::remove(list_path.c_str());
+  return true;
 }
 
 // ---- Into the store ----------------------------------------------------------------------------------
 
-// False when the copying was left to us and failed.
-bool copy_and_trace(const shell::Command& copy, const std::string& from, const std::string& to) {
+Folders copy_and_trace(const shell::Command& copy, const std::string& from, const std::string& to) {
   const bool copied = copy_entries(copy, from, to, CopyLike::cp_a);
+  if (!copied && errno == not_kept) return Folders::not_kept;
   std::printf("Command Executed::%s\n", copy.c_str());
-  return copied;
+  return copied ? Folders::copied : Folders::not_all;
 }
 
-// One that cannot be made is the command's to complain of.
-void make_store(const Target& target, const char* folder) {
+// A store that cannot be made is the command's to complain of; false is for one that may not be.
+bool make_store(const Target& target, const std::string& folder) {
+  if (!keep::before_change(target.home + "/" + folder)) return false;
   static_cast<void>(make_home_folder(target.home, folder));
+  return true;
 }
 
-bool migrate_to_evolution_2(const Target& target, const std::string& mail_dir) {
-  make_store(target, ".evolution/mail/local");
+Folders migrate_to_evolution_2(const Target& target, const std::string& mail_dir) {
+  if (!make_store(target, ".evolution/mail/local")) return Folders::not_kept;
   return copy_and_trace(compose("cp -a %s/* %s/.evolution/mail/local/", mail_dir, target.home), mail_dir,
                         target.home + "/.evolution/mail/local");
 }
 
-bool migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
+Folders migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
   const std::string staging = mail_dir + std::string(staging_area);
-  build_tree(target, mail_dir, staging);
-  make_store(target, "evolution/local");
+  if (!build_tree(target, mail_dir, staging) || !make_store(target, "evolution/local"))
+    return Folders::not_kept;
   return copy_and_trace(compose("cp -a %s* %s/evolution/local/", staging, target.home), staging,
                         target.home + "/evolution/local");
 }
@@ -132,16 +140,16 @@ bool migrate_to_evolution_1(const Target& target, const std::string& mail_dir) {
 
 void stop_evolution() { shell::run_unlogged(compose("evolution --force-shutdown")); }
 
-bool migrate_mail_folders(const Target& target, const std::string& mail_dir) {
+Folders migrate_mail_folders(const Target& target, const std::string& mail_dir) {
   stop_evolution();  // Deliberate: part of the output.
   trace_home(target.home);
-  if (target.home.empty()) return true;
+  if (target.home.empty()) return Folders::copied;
   std::printf("Checking for evolution version.");
   const bool is_evolution_2 = is_folder(target.home.c_str(), ".evolution") != 0;
-  const bool copied =
+  const Folders folders =
       is_evolution_2 ? migrate_to_evolution_2(target, mail_dir) : migrate_to_evolution_1(target, mail_dir);
-  std::printf("Returning");
-  return copied;
+  if (folders != Folders::not_kept) std::printf("Returning");
+  return folders;
 }
 
 void* mails_pop(const char* mail_dir) {
@@ -150,7 +158,7 @@ void* mails_pop(const char* mail_dir) {
 }
 
 void evolution_old(const char* mail_dir, const char* dest) {
-  build_tree(target_of(""), mail_dir, dest);  // the folder is named whole
+  static_cast<void>(build_tree(target_of(""), mail_dir, dest));  // the folder is named whole
 }
 
 void file_to_folder(const char* path, const char* name, const char* dest) {

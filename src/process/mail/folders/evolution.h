@@ -7,20 +7,27 @@
 
 #include "system/target.h"
 
+/// What became of the mail folders.
+enum class Folders {
+  copied,
+  not_all,  ///< there were too many names for the command, and they could not all be copied here
+  not_kept  ///< something that was there could not be kept: it was left, and all else with it
+};
+
 /// Stops a running Evolution by command.
 void stop_evolution();
 
 /// Stops Evolution and puts the mail folders of `mail_dir` into the store of `target`: unchanged into
 /// .evolution/mail/local when the home has ".evolution", else as Evolution 1's tree into evolution/local.
-/// The store is made where it is missing; a command that fails is only logged. False when there were too many
-/// names for the command and they could not all be copied here.
-[[nodiscard]] bool migrate_mail_folders(const Target& target, const std::string& mail_dir);
+/// The store is made where it is missing; a command that fails is only logged.
+[[nodiscard]] Folders migrate_mail_folders(const Target& target, const std::string& mail_dir);
 
 /// migrate_mail_folders for the user being migrated. Returns a null pointer.
 void* mails_pop(const char* mail_dir);
 
 /// Builds Evolution 1's tree of the folders in `mail_dir` under `dest`, which ends in "/". A folder that
-/// cannot be listed ends the walk, and the list of folders, email_sbd_sbd, then stays in the home.
+/// cannot be listed ends the walk, and the list of folders, email_sbd_sbd, then stays in the home. A file of
+/// that name that cannot be kept stays, and nothing is built.
 void evolution_old(const char* mail_dir, const char* dest);
 
 /// Makes one folder of Evolution 1 out of the mbox file `name` in `path`: a directory with "mbox" and

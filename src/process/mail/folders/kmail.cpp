@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/folders/mbox.h"
 #include "shell/files.h"
@@ -34,6 +35,15 @@ std::string folder_name(const std::string& name, bool first_level) {
 
 std::string subfolders_of(const std::string& folder) { return "." + folder + ".directory"; }
 
+bool keep_maildir(const std::string& destdir, const std::string& folder) {
+  const std::string maildir = destdir + "/" + folder;
+  return keep::before_removal(destdir + "/." + folder + ".index") &&
+         keep::before_removal(destdir + "/." + folder + ".index.ids") &&
+         keep::before_change(destdir + "/" + subfolders_of(folder)) &&
+         keep::before_adding(maildir + "/cur") && keep::before_change(maildir + "/new") &&
+         keep::before_change(maildir + "/tmp");
+}
+
 void make_maildir(const std::string& destdir, const std::string& folder) {
   const std::string directory = subfolders_of(folder);
   std::printf("Foldername2::%s\n", directory.c_str());
@@ -52,17 +62,18 @@ void make_maildir(const std::string& destdir, const std::string& folder) {
 /// The conversion of all folders into one place.
 class Conversion {
  public:
-  /// False when a message was lost; the others are there.
-  bool run(const std::string& sourcedir, const std::string& destdir, bool first_level) {
-    convert_folders(sourcedir, destdir, first_level);
-    return complete_;
+  /// The result of setupemails.
+  int run(const std::string& sourcedir, const std::string& destdir, bool first_level) {
+    if (!convert_folders(sourcedir, destdir, first_level)) return 1;
+    return complete_ ? 0 : -1;
   }
 
  private:
-  void convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level);
-  void convert_subfolders(const std::string& source, const std::string& name, const std::string& destdir,
+  // False when something that was there could not be kept, which ends the conversion.
+  bool convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level);
+  bool convert_subfolders(const std::string& source, const std::string& name, const std::string& destdir,
                           bool first_level);
-  void convert_file(const std::string& source, const std::string& name, const std::string& destdir,
+  bool convert_file(const std::string& source, const std::string& name, const std::string& destdir,
                     bool first_level);
 
   /// By prefix. Two folders that become one share it: what the first one wrote is none of the second one's.
@@ -70,54 +81,55 @@ class Conversion {
   bool complete_ = true;
 };
 
-void Conversion::convert_file(const std::string& source, const std::string& name, const std::string& destdir,
+bool Conversion::convert_file(const std::string& source, const std::string& name, const std::string& destdir,
                               bool first_level) {
   const std::string folder = folder_name(name, first_level);
+  if (!keep_maildir(destdir, folder)) return false;
   make_maildir(destdir, folder);
   std::printf("\nProcessing File :: %s\n", name.c_str());
   // Deliberate: part of the output. The messages are named after the archive's folder, not KMail's.
   const std::string prefix = destdir + "/" + folder + "/cur/" + name;
   EarlierMessages& earlier = earlier_.try_emplace(prefix, prefix).first->second;
   if (!split_mbox(source, prefix, earlier)) complete_ = false;
+  return true;
 }
 
-void Conversion::convert_subfolders(const std::string& source, const std::string& name,
+bool Conversion::convert_subfolders(const std::string& source, const std::string& name,
                                     const std::string& destdir, bool first_level) {
   std::printf("\nProcessing Folder :: ");  // Deliberate: part of the output. Without the name.
   const std::string folder = folder_name(name.substr(0, name.find(layout::subfolders)), first_level);
   const std::string directory = subfolders_of(folder);
+  if (!keep::before_change(destdir + "/" + directory)) return false;
   SYSTEM(compose("mkdir -p %s/%s", destdir, directory));
-  convert_folders(source, destdir + "/" + directory, false);
+  return convert_folders(source, destdir + "/" + directory, false);
 }
 
-void Conversion::convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level) {
+bool Conversion::convert_folders(const std::string& sourcedir, const std::string& destdir, bool first_level) {
   const auto names = list_folder(sourcedir);
   if (!names) {
     std::perror("In setupemails() opendir: ");
-    return;
+    return true;
   }
   for (const std::string& name : *names) {
     const std::string source = sourcedir + "/" + name;
-    if (contains(name, layout::subfolders)) {
-      convert_subfolders(source, name, destdir, first_level);
-    } else {
-      convert_file(source, name, destdir, first_level);
-    }
+    const bool goes_on = contains(name, layout::subfolders)
+                             ? convert_subfolders(source, name, destdir, first_level)
+                             : convert_file(source, name, destdir, first_level);
+    if (!goes_on) return false;
   }
+  return true;
 }
-
-int result_of(bool complete) { return complete ? 0 : -1; }
 
 }  // namespace
 
 int migrate_kmail_folders(const Target& target) {
   trace_home(target.home);
   if (target.home.empty()) return 0;
-  return result_of(Conversion().run(target.root + "/" + layout::mail_folders, target.home + "/Mail", true));
+  return Conversion().run(target.root + "/" + layout::mail_folders, target.home + "/Mail", true);
 }
 
 int kmailemails(const char* args) { return migrate_kmail_folders(target_of(args)); }
 
 int setupemails(const char* sourcedir, const char* destdir, int isfirstlevel) {
-  return result_of(Conversion().run(sourcedir, destdir, isfirstlevel == 1));
+  return Conversion().run(sourcedir, destdir, isfirstlevel == 1);
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/mail/account.h"
 #include "process/mail/client_files.h"
 #include "process/mail/folders/kmail.h"
@@ -133,13 +134,16 @@ bool append_account(const std::string& kmailrc, const MailAccount& account, int 
   return true;
 }
 
-bool make_folder_file(const Target& target, const MailAccount& account) {
+enum class Outcome { whole, without_folder_file, not_in_kmailrc, passed_over, not_kept };
+
+Outcome make_folder_file(const Target& target, const MailAccount& account) {
   // Deliberate: part of the output. The name says port 110 whatever the account's own is.
   const std::string name = account.user + ":@" + account.host + ":110";
   // A name is one entry of the folder: an archive may not choose another place for it.
-  if (name.find('/') != std::string::npos) return false;
+  if (name.find('/') != std::string::npos) return Outcome::without_folder_file;
   const std::string folder = target.home + "/.kde/share/apps/kmail/" + (account.imap ? "imap/" : "");
-  return open_file(folder + name, "w") != nullptr;
+  if (!keep::before_change(folder + name)) return Outcome::not_kept;
+  return open_file(folder + name, "w") ? Outcome::whole : Outcome::without_folder_file;
 }
 
 // Deliberate: part of the output. What else was set in KMail goes with the old accounts.
@@ -147,8 +151,6 @@ void remove_old(const Target& target, std::optional<KeptFile>& before) {
   before.emplace(kmailrc_of(target));
   SYSTEM(compose("rm %s/.kde/share/config/kmailrc", target.home));
 }
-
-enum class Outcome { whole, without_folder_file, not_in_kmailrc, passed_over };
 
 // `before` keeps the old kmailrc, once that is removed, until a whole new one is there.
 Outcome write_account(const Target& target, const std::string& file, int number,
@@ -160,7 +162,7 @@ Outcome write_account(const Target& target, const std::string& file, int number,
   trace_home(target.home);
   if (number == 1) remove_old(target, before);
   if (!append_account(kmailrc_of(target), *account, number)) return Outcome::not_in_kmailrc;
-  return make_folder_file(target, *account) ? Outcome::whole : Outcome::without_folder_file;
+  return make_folder_file(target, *account);
 }
 
 // ---- All accounts ------------------------------------------------------------------------------------
@@ -195,13 +197,15 @@ bool append_counts(const Target& target, int count) {
   return append_to_client_file(kmailrc_of(target), fill(counts_text, {{"count", std::to_string(count)}}));
 }
 
-// One that fails does not keep the others from being tried.
+// One that fails does not keep the others from being tried, but one for which a file of the person could not
+// be kept.
 bool append_all(const Target& target, const std::vector<std::string>& files,
                 std::optional<KeptFile>& before) {
   bool written = true;
   int count = 0;
   for (const std::string& file : files) {
     const Outcome outcome = convert_and_write_account(target, file, count + 1, before);
+    if (outcome == Outcome::not_kept) return false;
     if (outcome != Outcome::passed_over) ++count;
     if (outcome == Outcome::not_in_kmailrc) written = false;
   }
@@ -211,6 +215,7 @@ bool append_all(const Target& target, const std::vector<std::string>& files,
 int write_accounts(const Target& target) {
   const auto files = account_files(target.root);
   if (!files) return -1;
+  if (!keep::before_change(kmailrc_of(target))) return 1;
   std::optional<KeptFile> before;
   if (append_all(target, *files, before)) return 0;
   // The new file is not whole: the old one comes back in its place.
@@ -250,6 +255,7 @@ int kmailaccountsettings(const char* args) { return write_accounts(target_of(arg
 
 int kde_extract_from_account_path(const char* account_path, const char* /*path*/, int seqno) {
   const Target target = target_of("");  // the file is named whole
+  if (!keep::before_change(kmailrc_of(target))) return 1;
   std::optional<KeptFile> before;
   return write_account(target, account_path, seqno, before) == Outcome::whole ? 0 : 1;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/client_files.h"
 #include "process/mail/kde/calendar_lines.h"
@@ -89,12 +90,18 @@ bool append_contacts(const Book& book, const std::string& contacts) {
   return false;
 }
 
+Book book_of(const Target& target, const std::string& folder, const std::string& contacts) {
+  // Deliberate: part of the output. The version alone decides, whatever the system.
+  const bool is_plus = target.system_version == redflag_plus;
+  return is_plus ? chinese_book(folder, contacts) : standard_book(folder, contacts);
+}
+
+bool keep_book(const Book& book) { return keep::before_change(book.file) && keep::before_change(book.copy); }
+
 bool add_contacts(const Target& target, const std::string& folder) {
   const auto contacts = converted_contacts(target.root + "/" + layout::mail);
   if (!contacts) return false;
-  // Deliberate: part of the output. The version alone decides, whatever the system.
-  const bool is_plus = target.system_version == redflag_plus;
-  const Book book = is_plus ? chinese_book(folder, *contacts) : standard_book(folder, *contacts);
+  const Book book = book_of(target, folder, *contacts);
   const SetAside own(book.copy);  // a person's own file may have that name
   const bool added = append_contacts(book, *contacts);
   SYSTEM(compose("rm %s/orig.vcf", folder));
@@ -286,9 +293,11 @@ int kaddressbook(const char* args) { return kaddressbook(target_of(args)); }
 
 int kaddressbook(const Target& target) {
   trace_home(target.home);
+  const std::string folder = application_folder(target, "kabc");
+  if (!keep_book(book_of(target, folder, ""))) return 1;
   // A home in which KAddressBook has never run.
   static_cast<void>(make_home_folder(target.home, apps + "/kabc"));
-  return add_contacts(target, application_folder(target, "kabc")) ? 0 : -1;
+  return add_contacts(target, folder) ? 0 : -1;
 }
 
 int kmailcallendar(const char* args) { return kmailcallendar(target_of(args)); }
@@ -299,8 +308,10 @@ int kmailcallendar(const Target& target) {
   const std::string folder = application_folder(target, "korganizer");
   const CalendarPaths paths = calendar_paths(target.root, folder);
   print(paths);
+  if (!keep::before_change(folder)) return 1;
   SYSTEM(compose("mkdir -p %s", folder));
   if (is_folder(paths.imap.c_str(), layout::calendar) == 0) return 0;
+  if (!keep::before_change(paths.organizer) || !keep::before_change(paths.organizer2)) return 1;
   if (rewrite(paths)) return join_and_convert(paths) ? 0 : -1;
   std::perror("The calendar could not be rewritten");
   return -1;
@@ -313,13 +324,16 @@ int kmailnotes(const Target& target) {
   trace_home(target.home);
   const std::string knotes = application_folder(target, "knotes");
   std::printf("srcpath::%s", folder.c_str());
+  if (!keep::before_change(knotes)) return 1;
   SYSTEM(compose("mkdir -p %s", knotes));
   if (is_folder(target.root.c_str(), layout::notes) == 0) return 0;
   const auto names = list_folder(folder);
   if (!names) std::perror("In kmailnotes() opendir: ");
   if (!names) return 0;
-  const bool replaced = write_notes(folder, *names, knotes + "/notes2.ics") &&
-                        replace_converted(knotes + "/notes2.ics", knotes + "/notes.ics");
-  SYSTEM(compose("rm %s", knotes + "/notes2.ics"));
+  const std::string notes = knotes + "/notes.ics";
+  const std::string notes2 = knotes + "/notes2.ics";
+  if (!keep::before_change(notes) || !keep::before_change(notes2)) return 1;
+  const bool replaced = write_notes(folder, *names, notes2) && replace_converted(notes2, notes);
+  SYSTEM(compose("rm %s", notes2));
   return replaced ? 0 : -1;
 }

@@ -6,8 +6,8 @@
 #include "system/target.h"
 
 // Each takes the archive root (or a profile's folder) or, within a migrator, the target made of it. Returns
-// 0, or -1 when the new file could not be written whole: the person's old one is then as it was. Other
-// commands that fail are in the system log.
+// 0, -1 when the new file could not be written whole: the person's old one is then as it was, or 1 when that
+// could not be kept, and nothing was done. Other commands that fail are in the system log.
 
 /// Appends the contacts of "ImapMail/Contacts/addressbook.db" to KAddressBook's standard file, whose folder
 /// is made when it is missing.

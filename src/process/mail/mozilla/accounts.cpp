@@ -1,11 +1,13 @@
 #include "process/mail/mozilla/accounts.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/account.h"
 #include "process/mail/client_files.h"
@@ -14,6 +16,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 #include "system/target.h"
@@ -60,9 +63,12 @@ std::optional<Profiles> find_profiles(const Target& target) {
   return Profiles{*own, *administrators};
 }
 
-// Deliberate: part of the output. For a profile only.
-void remove_register_of_profiles(const Target& target) {
-  if (!target.is_running_user) SYSTEM(compose("rm %s/.mozilla/appreg", target.home));
+// Deliberate: part of the output. For a profile only. False when it could not be kept.
+bool remove_register_of_profiles(const Target& target) {
+  if (target.is_running_user) return true;
+  if (!keep::before_removal(target.home + "/.mozilla/appreg")) return false;
+  SYSTEM(compose("rm %s/.mozilla/appreg", target.home));
+  return true;
 }
 
 void print(const Profiles& profiles) {
@@ -230,8 +236,9 @@ int mozilla(const char* args) {
   trace_home(target.home);
   const auto profiles = find_profiles(target);
   if (!profiles) return -1;
-  remove_register_of_profiles(target);
+  if (!remove_register_of_profiles(target)) return -1;
   print(*profiles);
+  if (!keep::before_change(profiles->own + "/Mail/Local Folders")) return -1;
   const char* profile = profiles->own.c_str();
   const std::string mail = make_mail_folders(profiles->own);
   // -1, no accounts in the archive, stops nothing: contacts, mail and calendar can be there without them.
@@ -241,6 +248,7 @@ int mozilla(const char* args) {
   if (contacts == 1) return 1;
   std::printf("Migrating Mozilla Emails.");
   const int copied = copymozillafiles((target.root + "/" + layout::mail_folders).c_str(), mail.c_str());
+  if (copied == 1) return 1;
   std::printf("Migrating Mozilla Calendar.");
   const int calendar = mozillacalendar(args, profile);
   if (calendar != 0) return calendar;
@@ -252,6 +260,7 @@ int mozillaaccountsettings(const char* mozillapath, const char* args) {
   const auto files = account_files(target.root);
   if (!files) return -1;
   const std::string prefs = prefs_of(mozillapath);
+  if (!keep::before_change(prefs)) return 1;
   const KeptFile before(prefs);
   if (!create_prefs(mozillapath)) return 1;
   if (append_all(target, *files, mozillapath)) return 0;
@@ -268,5 +277,6 @@ int copymozillafiles(const char* sourcedir, const char* destdir) {
   const shell::Command command = copy_command(sourcedir, destdir);
   std::printf("CMD::%s\n", command.c_str());
   const bool copied = copy_entries(command, sourcedir, folder_named(destdir), CopyLike::cp_rf);
+  if (!copied && errno == not_kept) return 1;
   return copied && !command.refused() ? 0 : -1;
 }

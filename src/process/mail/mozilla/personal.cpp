@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/client_files.h"
 #include "process/mail/mozilla/calendar_lines.h"
@@ -101,6 +102,11 @@ bool put_tasks_in_front(const CalendarPaths& paths, CalendarLines& lines) {
   const bool joined = copied && holds_joined(paths.data_file, {paths.tasks, calendar});
   run_and_trace(compose("rm %s", calendar));
   return joined;
+}
+
+bool keep_calendar(const CalendarPaths& paths, bool has_tasks) {
+  return keep::before_change(paths.data_file) &&
+         (!has_tasks || keep::before_change(unused_name_beside(paths.data_file)));
 }
 
 bool write_calendar(const CalendarPaths& paths, bool has_calendar, bool has_tasks) {
@@ -201,6 +207,27 @@ bool import_through_administrator(const std::string& xml, const std::string& pro
   return whole;
 }
 
+bool keep_files_in(const std::string& folder) {
+  for (const std::string& name : names_in(folder)) {
+    const std::string path = folder + "/" + name;
+    if (!std::filesystem::is_directory(path) && !keep::before_change(path)) return false;
+  }
+  return keep::before_adding(folder);
+}
+
+// Mozilla, and the commands around it, work on what lies in the profile folder itself: books, settings, what
+// an earlier run has left aside; and on the register of profiles. The mail stays as it is.
+bool keep_profile(const std::string& home, const std::string& profile) {
+  return keep_files_in(home + "/.mozilla") && keep_files_in(profile) &&
+         keep::before_removal(aside_folder(profile));
+}
+
+bool keep_contacts(const Target& target, const std::string& profile, const std::string& root) {
+  if (target.is_running_user) return keep_profile(target.home, profile);
+  return keep_profile("/root", root) && keep::before_change(profile + "/abook.mab") &&
+         keep::before_change(profile + "/history.mab");
+}
+
 bool import_contacts(const Target& target, const std::string& xml, const std::string& profile,
                      const std::string& root) {
   const std::string& importing = target.is_running_user ? profile : root;
@@ -222,6 +249,7 @@ int mozillacalendar(const char* args, const char* path) {
   // Asked before the tasks' copy may need the folder made.
   const bool has_calendar = is_folder(paths.imap.c_str(), layout::calendar) == 1;
   const bool has_tasks = is_folder(paths.imap.c_str(), layout::tasks) == 1;
+  if ((has_calendar || has_tasks) && !keep_calendar(paths, has_tasks)) return -1;
   OldFile old = OldFile::second_name_of(paths.data_file);
   if (!old.is_safe()) return -1;
   if (write_calendar(paths, has_calendar, has_tasks)) return 0;
@@ -236,6 +264,7 @@ int mozillaaddressbook(const char* args, const char* path, const char* rootpath)
 int mozillaaddressbook(const Target& target, const char* path, const char* rootpath) {
   const std::string mail = target.root + "/" + layout::mail;
   const std::string xml = mail + "/" + layout::contacts + "/addressbook.xml";
+  if (!keep_contacts(target, path, rootpath)) return 1;
   convert_contacts(mail, "/usr/local/brindle/vcard2xml.pl", xml);
   return import_contacts(target, xml, path, rootpath) ? 0 : -1;
 }

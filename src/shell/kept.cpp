@@ -1,0 +1,69 @@
+#include "shell/kept.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+#include "keep/keep.h"
+#include "shell/beside.h"
+#include "shell/files.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool told(bool kept) {
+  if (!kept) errno = not_kept;
+  return kept;
+}
+
+bool is_directory(const std::string& path) {
+  std::error_code unknown;
+  return fs::is_directory(path, unknown);
+}
+
+// Only a plain file is read: a pipe would wait for its writer.
+bool holds(const std::string& path, std::string_view text) {
+  std::error_code unknown;
+  return fs::is_regular_file(path, unknown) && fs::file_size(path, unknown) == text.size() &&
+         read_whole(path) == text;
+}
+
+}  // namespace
+
+bool can_be_written(const std::string& path) {
+  const fs::path place = end_of_links(path);
+  const fs::path folder = place.has_parent_path() ? place.parent_path() : ".";
+  return access(folder.c_str(), W_OK) == 0 || access(place.c_str(), W_OK) == 0;
+}
+
+bool kept_before_change(const std::string& path) {
+  return !can_be_written(path) || told(keep::before_change(path));
+}
+
+bool kept_before_writing(const std::string& path, std::string_view text) {
+  return is_directory(path) || holds(path, text) || kept_before_change(path);
+}
+
+bool kept_before_copying(const std::string& from, const std::string& to) {
+  const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(to);
+  return !can_be_copied || told(keep::before_copy_as(from, to));
+}
+
+bool kept_before_copying_entries(const std::string& from, const std::string& to) {
+  return told(is_directory(to) ? keep::before_copy(from, to) : keep::before_change(to));
+}
+
+bool kept_before_chown(const std::string& user, const std::string& path) {
+  const passwd* account = getpwnam(user.c_str());
+  // What chown makes of another word, a number or a group behind a colon, is left to it: then all is noted.
+  constexpr auto nobodys = static_cast<uid_t>(-1);
+  return told(keep::before_owner(path, account == nullptr ? nobodys : account->pw_uid));
+}
+
+bool kept_before_linking(const std::string& name, const std::string& place) {
+  return told(keep::before_change(is_directory(place) ? place + "/" + name : place));
+}

@@ -1,0 +1,57 @@
+// Print queues of the CUPS server that this machine uses: states as texts, and given back.
+//
+// A queue's state, one "key value" a line; a backslash and a line feed in a value are written \\ and \n:
+//
+//   device-uri parallel:/dev/lp0        without user and password, which the server does not tell
+//   info Office
+//   location Hall
+//   printing yes                        no: it is stopped
+//   accepting yes
+//   shared no
+//   error-policy retry-job
+//   op-policy default
+//   ppd 8d...f1:20481                   digest and size; "none" for a raw queue
+//   default sides two-sided-long-edge   an option that jobs get, one line each, sorted
+//
+// What such a text cannot hold, the PPD file and the whole address, is kept in a folder of the caller's:
+// NAME.ppd and, of a queue whose address holds a password, NAME.uri.
+//
+// "No queue" is a state, "nothing"; what cannot be told is no value, with the reason in `error`. Classes
+// cannot be told.
+#ifndef BRINDLE_THINGS_QUEUE_H
+#define BRINDLE_THINGS_QUEUE_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace things {
+
+/// Whether a server can be reached at all. Without one no queue can be told or changed.
+bool print_server_answers();
+
+std::optional<std::string> queue_state(const std::string& name, std::string& error);
+
+/// All queues and classes, sorted.
+std::optional<std::vector<std::string>> queue_names(std::string& error);
+
+/// Copies what the state of the queue cannot hold into `folder`, which is made, with mode 0700, when it is
+/// missing; the files get mode 0600. Files that are there are left: they are of an earlier state, which
+/// counts. True when there is nothing to copy, as for a missing queue.
+[[nodiscard]] bool keep_queue(const std::string& name, const std::string& folder, std::string& error);
+
+/// Makes, changes or deletes the queue so that queue_state gives `state`, with what keep_queue has copied
+/// into `folder`. A queue that has jobs left is not deleted. False, with the reason in `error`, when it is
+/// not in that state afterwards; a kept PPD file that is not the one of `state` changes nothing.
+[[nodiscard]] bool give_queue(const std::string& name, const std::string& state, const std::string& folder,
+                              std::string& error);
+
+/// The server's default queue, or "nothing". A person's own, in ~/.cups/lpoptions, is a file.
+std::optional<std::string> default_queue_state(std::string& error);
+
+/// Makes the queue `state` the default, or for "nothing" none.
+[[nodiscard]] bool give_default_queue(const std::string& state, std::string& error);
+
+}  // namespace things
+
+#endif

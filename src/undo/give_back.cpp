@@ -1,0 +1,244 @@
+#include "undo/give_back.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <ranges>
+
+#include "keep/keep.h"
+
+namespace undo {
+
+namespace {
+
+using place::Content;
+using place::Entry;
+using place::Spot;
+using place::Type;
+
+// Another's files are made with our power, so they get no set-id bits from us.
+bool is_of_another(const Item& item) {
+  return item.ground->is_others() ||
+         (is_within(item.path, "/home") && !is_within(item.path, item.ground->home));
+}
+
+std::optional<struct stat> status_of(const Spot& spot) {
+  struct stat found {};
+  if (!spot || fstatat(spot.folder.number(), spot.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0)
+    return std::nullopt;
+  return found;
+}
+
+// One of several names of a file: the others are to have the old content as well.
+bool is_still_itself(const Item& item, const Spot& spot) {
+  const std::optional<struct stat> there = status_of(spot);
+  return item.before.type == Type::file && item.before.inode != 0 && there && S_ISREG(there->st_mode) &&
+         there->st_ino == item.before.inode;
+}
+
+bool rename_to(const Spot& from, const Spot& to) {
+  return renameat(from.folder.number(), from.name.c_str(), to.folder.number(), to.name.c_str()) == 0;
+}
+
+// Access lists and other attributes that no list tells.
+void copy_further_attributes(const Spot& from, const Spot& to) {
+  if (!from || !to) return;
+  const Descriptor source =
+      place::open_beneath(from.folder.number(), from.name, O_RDONLY | O_DIRECTORY | O_NOCTTY);
+  const Descriptor target =
+      place::open_beneath(to.folder.number(), to.name, O_RDONLY | O_DIRECTORY | O_NOCTTY);
+  if (!source || !target) return;
+  std::vector<char> names(1 << 16);
+  const ssize_t size = flistxattr(source.number(), names.data(), names.size());
+  if (size <= 0) return;
+  for (const char* name = names.data(); name < names.data() + size; name += std::strlen(name) + 1) {
+    std::vector<char> value(1 << 16);
+    const ssize_t length = fgetxattr(source.number(), name, value.data(), value.size());
+    // As far as the file system takes them.
+    if (length >= 0)
+      static_cast<void>(fsetxattr(target.number(), name, value.data(), static_cast<std::size_t>(length), 0));
+  }
+}
+
+bool copy_bytes(int from, int to) {
+  std::vector<char> block(1 << 18);
+  off_t at = 0;
+  for (ssize_t size = 0; (size = pread(from, block.data(), block.size(), at)) != 0;) {
+    if (size < 0) return false;
+    for (ssize_t done = 0; done < size;) {
+      const ssize_t count = pwrite(to, block.data() + done, static_cast<std::size_t>(size - done), at + done);
+      if (count < 0) return false;
+      done += count;
+    }
+    at += size;
+  }
+  return ftruncate(to, at) == 0;
+}
+
+}  // namespace
+
+bool Giver::failed(const Item& item, const std::string& why) {
+  const auto is_named = [&item](const Failure& one) { return one.name == item.path; };
+  if (std::ranges::none_of(failures_, is_named)) failures_.push_back({item.path, why});
+  return false;
+}
+
+void Giver::carry_out() {
+  for (const std::size_t at : plan_.downwards()) {
+    const Item& item = plan_.items()[at];
+    if (goes(item) && !plan_.is_covered(item)) take_away(item);
+  }
+  for (const std::size_t at : plan_.downwards())
+    if (plan_.items()[at].deed == Deed::give_back) give_back(plan_.items()[at]);
+  for (const std::size_t at : plan_.downwards() | std::views::reverse) give_rights(plan_.items()[at]);
+}
+
+// Somebody may have worked on it since the plan was made.
+bool Giver::is_as_planned(const Item& item) {
+  const std::optional<Entry> now = look(spot_of(*item.ground, item.path), Content::read);
+  if (!now) return failed(item, std::strerror(errno));
+  if (now->type == Type::nothing || !item.became || place::is_same_thing(*now, *item.became)) return true;
+  return place::is_same_thing(*now, item.start) || failed(item, "it has changed since");
+}
+
+void Giver::take_away(const Item& item) {
+  if (!is_as_planned(item)) return;
+  errno = 0;
+  if (!keep::take(item.path)) {
+    failed(item, errno == 0 || errno == ECANCELED ? "it could not be kept" : std::strerror(errno));
+  } else if (item.deed == Deed::take_away) {
+    ++taken_away_;
+  }
+}
+
+void Giver::give_back(const Item& item) {
+  const Spot spot = spot_of(*item.ground, item.path);
+  if (!spot) {
+    failed(item, errno == ENOENT ? "its folder is missing" : std::strerror(errno));
+    return;
+  }
+  const std::optional<Entry> now = look(spot, Content::read);
+  if (now && place::is_same_thing(*now, item.before)) return;  // with the tree that it is in
+  if (!make_way(item, spot) || !make_again(item, spot)) return;
+  ++given_back_;
+}
+
+// The place is free afterwards, or holds a file or link that a rename replaces.
+bool Giver::make_way(const Item& item, const Spot& spot) {
+  if (!is_as_planned(item)) return false;
+  const std::optional<Entry> now = look(spot, Content::not_read);
+  if (!now) return failed(item, std::strerror(errno));
+  if (now->type == Type::folder) return failed(item, "a folder is in its place");
+  const bool has_to_go = item.before.type == Type::folder && now->type != Type::nothing;
+  const bool kept = has_to_go ? keep::take(item.path) : keep::before_change(item.path);
+  return kept || failed(item, "what is in its place could not be kept");
+}
+
+bool Giver::make_again(const Item& item, const Spot& spot) {
+  if (is_under_way(item, spot) && is_still_itself(item, spot)) return write_in_place(item, spot);
+  if (!place::remove_entry(beside(spot))) return failed(item, std::strerror(errno));
+  if (item.before.type == Type::folder && !item.whole_tree) return make_folder(item, spot);
+  if (item.before.type == Type::link) return make_link(item, spot);
+  if (item.before.inode != 0 && item.before.type == Type::file && link_to_twin(item, spot)) return true;
+  return copy_kept(item, spot);
+}
+
+bool Giver::make_folder(const Item& item, const Spot& spot) {
+  const Spot copy = beside(spot);
+  Entry like = item.before;
+  like.mode |= 0700;  // until all is in it
+  if (mkdirat(copy.folder.number(), copy.name.c_str(), 0700) != 0) return failed(item, std::strerror(errno));
+  copy_further_attributes(kept_spot_of(*item.ground, item.path), copy);
+  if (place::give_attributes(copy, like, is_of_another(item)) && rename_to(copy, spot)) return true;
+  const int error = errno;
+  static_cast<void>(place::remove_entry(copy));
+  return failed(item, std::strerror(error));
+}
+
+bool Giver::make_link(const Item& item, const Spot& spot) {
+  const Spot copy = beside(spot);
+  if (symlinkat(item.before.content.c_str(), copy.folder.number(), copy.name.c_str()) == 0 &&
+      place::give_attributes(copy, item.before) && rename_to(copy, spot))
+    return true;
+  const int error = errno;
+  static_cast<void>(place::remove_entry(copy));
+  return failed(item, std::strerror(error));
+}
+
+bool Giver::copy_kept(const Item& item, const Spot& spot) {
+  const Spot kept = kept_spot_of(*item.ground, item.path);
+  const Spot copy = beside(spot);
+  const std::optional<Entry> found = look(kept, Content::read);
+  if (!found || found->type == Type::nothing) return failed(item, "its kept copy is missing");
+  if (!place::is_same_thing(*found, item.before)) return failed(item, "its kept copy has been changed");
+  const auto give_up = [&](const char* why) {
+    static_cast<void>(place::remove_entry(copy));
+    return failed(item, why);
+  };
+  if (!place::copy_entry(kept, copy)) return give_up(std::strerror(errno));
+  // The kept copy is its owner's, who may have changed it meanwhile.
+  const std::optional<Entry> copied = look(copy, Content::read);
+  if (!copied || !place::is_same_thing(*copied, item.before))
+    return give_up("its kept copy has been changed");
+  if (!item.whole_tree && !place::give_attributes(copy, item.before, is_of_another(item)))
+    return give_up(std::strerror(errno));
+  if (is_still_itself(item, spot)) return write_in_place(item, spot);
+  return rename_to(copy, spot) || give_up(std::strerror(errno));
+}
+
+// The whole copy lies beside it until that is done.
+bool Giver::write_in_place(const Item& item, const Spot& spot) {
+  const Spot copy = beside(spot);
+  const Descriptor from = place::open_beneath(copy.folder.number(), copy.name, O_RDONLY | O_NOCTTY);
+  const Descriptor to =
+      place::open_beneath(spot.folder.number(), spot.name, O_WRONLY | O_NOCTTY | O_NONBLOCK);
+  if (!from || !to || !copy_bytes(from.number(), to.number()) || fsync(to.number()) != 0)
+    return failed(item, std::strerror(errno));
+  const bool given = place::give_attributes(spot, item.before, is_of_another(item));
+  const int error = given ? 0 : errno;
+  return (place::remove_entry(copy) && given) || failed(item, std::strerror(given ? errno : error));
+}
+
+// Another of its names that is the old file, or has been made again already. Nothing is said of a failure.
+bool Giver::link_to_twin(const Item& item, const Spot& spot) {
+  const Spot copy = beside(spot);
+  for (const Item& twin : plan_.items()) {
+    if (&twin == &item || twin.before.inode != item.before.inode || twin.before.type != Type::file ||
+        twin.ground != item.ground || twin.by_copy != item.by_copy)
+      continue;
+    const Spot other = spot_of(*twin.ground, twin.path);
+    const std::optional<struct stat> there = status_of(other);
+    const std::optional<Entry> now = look(other, Content::read);
+    if (!there || !now || !place::is_same_thing(*now, item.before)) continue;
+    if (there->st_ino != item.before.inode && twin.deed != Deed::give_back) continue;
+    if (linkat(other.folder.number(), other.name.c_str(), copy.folder.number(), copy.name.c_str(), 0) == 0 &&
+        rename_to(copy, spot)) {
+      static_cast<void>(place::remove_entry(copy));  // a rename to itself leaves both names
+      return true;
+    }
+    static_cast<void>(place::remove_entry(copy));
+  }
+  return false;
+}
+
+void Giver::give_rights(const Item& item) {
+  const bool is_folder = item.before.type == Type::folder && item.deed != Deed::leave &&
+                         (!item.by_copy || item.deed == Deed::give_back);
+  if (item.deed != Deed::give_rights && !is_folder) return;
+  const Spot spot = spot_of(*item.ground, item.path);
+  const std::optional<Entry> now = look(spot, Content::not_read);
+  if (!now || now->type != item.before.type) return;
+  const Entry wanted = rights_of(item, *now).wanted;
+  if (place::has_same_attributes(*now, wanted)) return;
+  const bool kept = keep::before_change(item.path);
+  if (!kept || !place::give_attributes(spot, wanted, is_of_another(item)))
+    failed(item, kept ? std::strerror(errno) : "it could not be kept");
+}
+
+}  // namespace undo

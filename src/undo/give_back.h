@@ -1,0 +1,50 @@
+// Carries out a plan for files and folders.
+//
+// Everything goes through keep first, as a run of its own. A file is copied beside its place and renamed into
+// it, and what is taken away is moved, so that whenever this is interrupted each thing is in its old or its
+// new state, and the next time goes on.
+#ifndef BRINDLE_UNDO_GIVE_BACK_H
+#define BRINDLE_UNDO_GIVE_BACK_H
+
+#include <string>
+#include <vector>
+
+#include "undo/plan.h"
+
+namespace undo {
+
+class Giver {
+ public:
+  explicit Giver(const Plan& plan) : plan_(plan) {}
+
+  /// What the run made goes, then what was there comes back, and at last folders get their rights and times.
+  void carry_out();
+
+  /// What could not be done.
+  const std::vector<Failure>& failures() const { return failures_; }
+  std::size_t given_back() const { return given_back_; }
+  std::size_t taken_away() const { return taken_away_; }
+
+ private:
+  void take_away(const Item& item);
+  void give_back(const Item& item);
+  void give_rights(const Item& item);
+  bool is_as_planned(const Item& item);
+  bool make_way(const Item& item, const place::Spot& spot);
+  bool make_again(const Item& item, const place::Spot& spot);
+  bool make_folder(const Item& item, const place::Spot& spot);
+  bool make_link(const Item& item, const place::Spot& spot);
+  bool copy_kept(const Item& item, const place::Spot& spot);
+  bool write_in_place(const Item& item, const place::Spot& spot);
+  bool link_to_twin(const Item& item, const place::Spot& spot);
+  bool failed(const Item& item, const std::string& why);
+
+  const Plan& plan_;
+  std::vector<Failure> failures_;
+  std::size_t given_back_ = 0;
+  std::size_t taken_away_ = 0;
+};
+
+}  // namespace undo
+
+#endif

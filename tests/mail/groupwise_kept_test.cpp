@@ -1,0 +1,51 @@
+// What GroupWise's migrator keeps of a home before it replaces it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "mail/mail_files.h"
+#include "process/mail/groupwise.h"
+#include "support/commands.h"
+#include "support/files.h"
+#include "support/kept.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+struct GroupwiseKept : testing::Test {
+  GroupwiseKept() {
+    write_file("/tmp/b/Groupwise/.gwuser.xml", "<_default reg='sz'>gwremote</_default>\n");
+    write_file("/tmp/b/Groupwise/gwremote/user.db", "mail");
+    write_file("/tmp/b/Groupwise/gwremote/same.db", "same");
+    write_file("/tmp/b/Groupwise/gwremote/new.db", "new");
+    write_file("/tmp/b/Groupwise/other", "other");
+    write_file("/root/.gwuser.xml", "own");
+    write_file("/root/gwremote/user.db", "own mail");
+    write_file("/root/gwremote/same.db", "same");
+    write_file("/root/gwremote/own.db", "own");
+    write_file("/root/other", "own");
+    shell_quietly("chmod 640 /root/gwremote/user.db; chown 1234:1234 /root/.gwuser.xml");
+  }
+};
+
+TEST_F(GroupwiseKept, TheSettingsAndTheMailbox) {
+  KeptRun run;
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(run.told(), ElementsAre("replaced /root/.gwuser.xml", "made /root/gwremote/new.db",
+                                      "replaced /root/gwremote/user.db"));
+  EXPECT_TRUE(run.is_whole());
+}
+
+TEST_F(GroupwiseKept, OrNothingIsCopied) {
+  block_keeping();
+  KeptRun run;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/.gwuser.xml")));
+  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(commands_run(),
+              ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml"));
+}
+
+}  // namespace

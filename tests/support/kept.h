@@ -1,0 +1,45 @@
+// What a run did to some folders by a test's own eye, held against what `keep` wrote down of it.
+#ifndef BRINDLE_TESTS_SUPPORT_KEPT_H
+#define BRINDLE_TESTS_SUPPORT_KEPT_H
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// From its making on a run of root's is kept; it looks at all that lies in `folders` before and after.
+class KeptRun {
+ public:
+  explicit KeptRun(std::vector<std::string> folders = {"/root"});
+  ~KeptRun();
+  KeptRun(const KeptRun&) = delete;
+  KeptRun& operator=(const KeptRun&) = delete;
+
+  /// Ends the run and tells what it did to files and links, and what folders it made or removed, by the
+  /// lists: "made PATH", "replaced PATH" or "removed PATH" in the order of the paths.
+  std::vector<std::string> told();
+
+  /// Ends the run. True when the lists tell every change in the folders, owners, modes and times too, and no
+  /// other; and the kept folders hold what was replaced or removed, and nothing else, as it was.
+  testing::AssertionResult is_whole();
+
+  /// True when everything is as it was, to the times.
+  testing::AssertionResult changed_nothing() const;
+
+ private:
+  using States = std::map<std::string, std::string>;  // by path; what `keep` writes of a state
+
+  States look() const;
+
+  std::vector<std::string> folders_;
+  States before_;
+};
+
+/// Puts a file of the person's in the place of the folder in which a run in `home` would keep things.
+void block_keeping(const std::string& home = "/root");
+
+/// What standard error says of a path that is left because it could not be kept.
+std::string left(const std::string& path);
+
+#endif
