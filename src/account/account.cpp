@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <ranges>
 #include <string>
 
 #include "account/archive/charset.h"
@@ -59,6 +60,15 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
     }
   }
   return result;
+}
+
+void take_accounts_before(std::vector<PersonAccount>& people, const std::vector<RunNote::Somebody>& noted) {
+  // The first in the note is no profile, though one may have the same name.
+  const auto profiles = noted | std::views::drop(1);
+  for (PersonAccount& account : people) {
+    const auto found = std::ranges::find(profiles, account.person.login, &RunNote::Somebody::login);
+    if (!account.person.runs && found != profiles.end()) account.had_account = found->had_account;
+  }
 }
 
 Verdict verdict_of(const std::vector<PersonAccount>& people) {

@@ -22,7 +22,8 @@ struct Line {
 
 struct PersonAccount {
   Person person;
-  std::vector<Line> lines;  ///< one a kind, in order
+  std::vector<Line> lines;   ///< one a kind, in order
+  bool had_account = false;  ///< before the run, which then left its password alone
 };
 
 /// All that is told of one run.
@@ -40,6 +41,9 @@ enum class Verdict { all_arrived = 0, something_missing = 1, cannot_be_told = 2 
 
 /// Looks at everything. `system`: of the run.
 std::vector<PersonAccount> draw_up(const Archive& archive, const Options& options, System system);
+
+/// Takes over which of the profiles had an account before the run.
+void take_accounts_before(std::vector<PersonAccount>& people, const std::vector<RunNote::Somebody>& noted);
 
 Verdict verdict_of(const std::vector<PersonAccount>& people);
 

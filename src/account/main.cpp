@@ -54,8 +54,8 @@ bool write_page_to(const std::string& path, const Account& account, const Texts&
   return file.commit() || complain_of(path);
 }
 
-void take_note(Options& options, Account& account) {
-  const RunNote note = read_note(options.archive.empty() ? usual_note() : options.archive);
+RunNote take_note(Options& options, Account& account) {
+  RunNote note = read_note(options.archive.empty() ? usual_note() : options.archive);
   account.ending = note.ending;
   account.begun = note.begun;
   options.archive = note.archive;
@@ -66,6 +66,7 @@ void take_note(Options& options, Account& account) {
     if (!names_home_of(options, person.login)) options.homes.try_emplace(person.login, person.home);
   account.of_family = note.people.size() > 1;
   account.replaced = replaced_in(note);
+  return note;
 }
 
 bool write_all(const Options& options, const Account& account, const Texts& texts,
@@ -104,7 +105,8 @@ int look_ahead(const Options& options, const Archive& archive, System system, co
 
 int run(Options options) {
   Account account;
-  if (options.of_note) take_note(options, account);
+  RunNote note;
+  if (options.of_note) note = take_note(options, account);
   const System system = options.system.value_or(system_of_machine());
   const std::string language = language_code(system);
   const Texts texts("/usr/local/brindle/" + language);
@@ -113,6 +115,7 @@ int run(Options options) {
     const Archive archive(options.archive, dos_charset(language_of_windows(system)));
     if (options.before) return look_ahead(options, archive, system, texts);
     account.people = draw_up(archive, options, system);
+    take_accounts_before(account.people, note.people);
   } catch (const Unreadable& error) {
     // Said as well where it is looked for: what an earlier run has left there would be taken for this one's.
     account.fault = error.what();

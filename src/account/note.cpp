@@ -74,8 +74,9 @@ void take(Reading& reading, std::string_view key, const std::string& value) {
     reading.knows_system = system.has_value();
     note.system = system.value_or(System::gnome);
   }
-  if (key == "person") note.people.push_back({value, ""});
+  if (key == "person") note.people.push_back({.login = value, .home = ""});
   if (key == "home" && !note.people.empty()) note.people.back().home = value;
+  if (key == "account" && !note.people.empty()) note.people.back().had_account = value == "before";
   if (key == "begun") note.begun = time_in(value);
   if (key == "kept") note.kept = folder_named(value);
   if (key == "over") note.over = time_in(value);

@@ -18,6 +18,7 @@ struct RunNote {
   struct Somebody {
     std::string login;
     std::string home;
+    bool had_account = false;  ///< a profile whose account was there before the run
   };
   std::string archive;
   System system = System::gnome;

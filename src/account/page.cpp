@@ -73,6 +73,7 @@ bool any_line(const PersonAccount& person, Count count) {
 
 void write_counts(std::ostream& out, const PersonAccount& person, const Texts& texts) {
   out << "<h2>" << escaped(texts(Text::for_person, person.person.login)) << "</h2>\n";
+  if (person.had_account) write_paragraph(out, "note", texts(Text::account_was_there));
   if (has_nothing(person)) return write_paragraph(out, "note", texts(Text::nothing));
   out << "<table>\n<thead><tr>";
   for (const Text head :

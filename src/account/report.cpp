@@ -28,6 +28,7 @@ void write_heading(std::ostream& out, const PersonAccount& person, const Texts& 
 
 void write_counts(std::ostream& out, const PersonAccount& person, const Texts& texts) {
   write_heading(out, person, texts);
+  if (person.had_account) out << "  " << shown(texts(Text::account_was_there)) << "\n";
   if (has_nothing(person)) {
     out << "  " << shown(texts(Text::nothing)) << "\n";
     return;

@@ -220,8 +220,7 @@ std::optional<Where> Keeping::find(const std::string& path) {
   }
   if (is_within(whole, home_)) return Where{whole, own_home()};
   const std::string home = others_home(whole);
-  if (is_somebodys(home))
-    return Where{whole, home_of(home, home, fs::path(home).filename())};
+  if (is_somebodys(home)) return Where{whole, home_of(home, home, fs::path(home).filename())};
   return Where{whole, home_of(home_, "/", "")};
 }
 
@@ -584,7 +583,9 @@ void Keeping::thing_is(Kind kind, const std::string& name, const std::string& be
 }
 
 bool Keeping::take(const std::string& path) {
-  const std::optional<Where> where = find(path);
+  // A whole home cannot be kept in itself.
+  const bool is_home = !path.empty() && others_home(path) == path && path != home_;
+  const std::optional<Where> where = is_home ? Where{path, home_of(home_, "/", "")} : find(path);
   if (!where) return refused(path);
   const std::optional<Entry> entry = where->look(Content::read);
   if (!entry) return refused(path);

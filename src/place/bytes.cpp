@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 
 namespace place {
 
@@ -14,7 +13,6 @@ namespace {
 
 constexpr std::size_t memory_size = 256 * 1024;
 constexpr std::size_t most_at_once = std::size_t{1} << 30;
-constexpr off_t no_end = std::numeric_limits<off_t>::max();
 
 bool write_all(int to, const char* bytes, std::size_t size, off_t place) {
   while (size > 0) {
@@ -66,6 +64,13 @@ bool copy_part(Part part) {
   return copy_through_memory(part);
 }
 
+bool copy_without_size(Part part) {
+  if (!copy_through_memory(part)) return false;
+  if (part.place < part.end) return true;
+  errno = EFBIG;
+  return false;
+}
+
 bool copy_all_but_holes(int from, int to, off_t size) {
   off_t end = 0;
   while (end < size) {
@@ -78,9 +83,6 @@ bool copy_all_but_holes(int from, int to, off_t size) {
   return ftruncate(to, size) == 0;
 }
 
-// A file is as long as it was said to be; what is made up when it is read says that it has no size.
-off_t end_of(const struct stat& what) { return what.st_size == 0 ? no_end : what.st_size; }
-
 bool has_holes(const struct stat& what) { return what.st_blocks < what.st_size / 512; }
 
 }  // namespace
@@ -91,9 +93,10 @@ std::vector<char>& reading_memory() {
 }
 
 bool copy_bytes(int from, int to, const struct stat& what) {
+  if (what.st_size == 0) return copy_without_size({from, to, 0, most_without_size});
   if (ioctl(to, FICLONE, from) == 0) return true;
   return has_holes(what) ? copy_all_but_holes(from, to, what.st_size)
-                         : copy_part({from, to, 0, end_of(what)});
+                         : copy_part({from, to, 0, what.st_size});
 }
 
 }  // namespace place

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <limits>
 #include <memory>
 #include <new>
 
@@ -56,12 +55,6 @@ std::optional<std::size_t> read_some(int file, char* memory, std::size_t size) {
   return have;
 }
 
-// What the kernel makes up when it is read says that it has no size.
-std::uint64_t most_of(const struct stat& what) {
-  return what.st_size == 0 ? std::numeric_limits<std::uint64_t>::max()
-                           : static_cast<std::uint64_t>(what.st_size);
-}
-
 std::optional<Read> read_long(int file, std::uint64_t most) {
   std::vector<char>& memory = reading_memory();
   const std::unique_ptr<XXH3_state_t, FreeState> state(XXH3_createState());
@@ -86,9 +79,17 @@ std::optional<Read> read_short(int file, std::size_t size) {
   return Read{XXH3_128bits(memory.data(), *have), *have};
 }
 
+std::optional<Read> read_without_size(int file) {
+  const std::optional<Read> read = read_long(file, most_without_size);
+  if (!read || read->size < most_without_size) return read;
+  errno = EFBIG;
+  return std::nullopt;
+}
+
 std::optional<Read> read_all(int file, const struct stat& what) {
-  const std::uint64_t most = most_of(what);
-  return most <= reading_memory().size() ? read_short(file, most) : read_long(file, most);
+  if (what.st_size == 0) return read_without_size(file);
+  const auto size = static_cast<std::uint64_t>(what.st_size);
+  return size <= reading_memory().size() ? read_short(file, size) : read_long(file, size);
 }
 
 // The kernel reads so few bytes at once that nobody writes in between.

@@ -32,7 +32,8 @@ struct Entry {
 enum class Content : std::uint8_t { read, not_read };
 
 /// No value, with errno set, when what is there cannot be looked at or read to its end; EBUSY for a file that
-/// somebody keeps writing meanwhile. A missing folder on the way counts as nothing.
+/// somebody keeps writing meanwhile, EFBIG for one without a size (/proc) that holds more than 1 MiB. A
+/// missing folder on the way counts as nothing.
 std::optional<Entry> look_at(const Spot& spot, Content content);
 std::optional<Entry> look_beneath(int top, const std::string& path, Content content);
 

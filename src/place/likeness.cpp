@@ -94,7 +94,7 @@ bool give_everything_to(int folder, const char* name, const struct stat& like, b
   if (!owned && !is_beyond_us(errno)) return false;
   const mode_t mode = mode_for(like.st_mode, without_set_id || !owned);
   const timespec times[] = {like.st_atim, like.st_mtim};
-  return (S_ISLNK(like.st_mode) || given(fchmodat(folder, name, mode, 0))) &&
+  return (S_ISLNK(like.st_mode) || given(fchmodat(folder, name, mode, AT_SYMLINK_NOFOLLOW))) &&
          given(utimensat(folder, name, times, AT_SYMLINK_NOFOLLOW));
 }
 

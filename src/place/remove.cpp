@@ -21,9 +21,6 @@ class Removal {
  public:
   /// False, with errno set, when something is left.
   bool make(const Spot& spot) {
-    struct stat above {};
-    if (fstat(spot.folder.number(), &above) != 0) return false;
-    device_ = above.st_dev;
     if (!remove_or_enter(spot.folder.number(), spot.name)) return false;
     while (!levels_.empty())
       if (!(levels_.back().names.empty() ? leave_folder(spot) : remove_next())) return false;
@@ -53,10 +50,6 @@ class Removal {
   bool enter_folder(int folder, const std::string& name) {
     make_writable(folder, name.c_str());
     if (!trail_.down(folder, name.c_str())) return false;
-    if (trail_.device() != device_) {  // somebody's disk is mounted there
-      errno = EBUSY;
-      return false;
-    }
     std::optional<std::vector<std::string>> names = names_in(trail_.here());
     if (!names) return false;
     levels_.push_back({name, std::move(*names)});
@@ -80,7 +73,6 @@ class Removal {
     return unlinkat(above, name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT;
   }
 
-  dev_t device_ = 0;
   Trail trail_;
   std::vector<Level> levels_;
 };

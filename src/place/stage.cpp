@@ -49,6 +49,12 @@ int rename_as_it_is(int from_folder, const char* from, int to_folder, const char
   return rename_by_steps(from_folder, from, to_folder, to);
 }
 
+// Another run may have used and removed it before we had the lock.
+bool is_there(int folder) {
+  struct stat what {};
+  return fstat(folder, &what) == 0 && what.st_nlink > 0;
+}
+
 }  // namespace
 
 // The name ".." of a folder changes with its place, so its owner needs the right to write into it.
@@ -78,19 +84,16 @@ Stage::Stage(const Spot& spot) : spot_(spot) {
   if (errno == EEXIST) errno = EBUSY;
 }
 
-// A folder that is there already is taken when a killed run has left it; EEXIST when it is somebody's.
+// EEXIST when the name is somebody's.
 bool Stage::take(const std::string& name) {
   const int above = spot_.folder.number();
-  if (mkdirat(above, name.c_str(), 0700) != 0 && errno != EEXIST) return false;
-  Descriptor folder = open_folder_in(above, name.c_str());
-  struct stat found {};
-  const bool is_ours = folder && flock(folder.number(), LOCK_EX | LOCK_NB) == 0 &&
-                       fstat(folder.number(), &found) == 0 && found.st_uid == geteuid() &&
-                       (found.st_mode & 0077) == 0 && found.st_nlink > 0;
-  if (is_ours) std::swap(folder_, folder);
-  if (is_ours && clear()) {
+  const bool is_new = mkdirat(above, name.c_str(), 0700) == 0;
+  if (!is_new && errno != EEXIST) return false;
+  folder_ = open_folder_in(above, name.c_str());
+  const bool is_locked = folder_ && flock(folder(), LOCK_EX | LOCK_NB) == 0 && is_there(folder());
+  if (is_locked && (is_new ? become_owner() : is_left_of_ours()) && clear()) {
     // Nothing that is made here gets the rights that the folder above gives to all that is new in it.
-    static_cast<void>(fremovexattr(folder_.number(), "system.posix_acl_default"));
+    static_cast<void>(fremovexattr(folder(), "system.posix_acl_default"));
     name_ = name;
     return true;
   }
@@ -99,9 +102,24 @@ bool Stage::take(const std::string& name) {
   return false;
 }
 
+// Who owns the folder above can put another one in the place of ours; an empty one does as well once it is
+// ours. On disks that know no owners (EPERM) nothing is anybody's.
+bool Stage::become_owner() const {
+  const std::optional<std::vector<std::string>> names = names_in(folder());
+  if (!names || !names->empty()) return false;
+  if (fchown(folder(), geteuid(), static_cast<gid_t>(-1)) != 0) return errno == EPERM;
+  return fchmod(folder(), 0700) == 0;
+}
+
+// A killed run has left it.
+bool Stage::is_left_of_ours() const {
+  struct stat found {};
+  return fstat(folder(), &found) == 0 && found.st_uid == geteuid() && (found.st_mode & 0077) == 0;
+}
+
 // Who finds a way to give us another folder of ours under that name must not empty it.
 bool Stage::clear() const {
-  const std::optional<std::vector<std::string>> names = names_in(folder_.number());
+  const std::optional<std::vector<std::string>> names = names_in(folder());
   const auto is_known = [](const std::string& name) { return name == made || name.starts_with("name-"); };
   if (!names || !std::ranges::all_of(*names, is_known)) return false;
   return std::ranges::all_of(*names, [&](const std::string& name) {

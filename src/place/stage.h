@@ -37,6 +37,8 @@ class Stage {
 
  private:
   bool take(const std::string& name);
+  bool become_owner() const;
+  bool is_left_of_ours() const;
   bool clear() const;
 
   const Spot& spot_;

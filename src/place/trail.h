@@ -25,9 +25,6 @@ class Trail {
   /// The folder where the walk stands, open for reading.
   int here() const { return steps_.back().folder.number(); }
 
-  /// The file system it lies on.
-  dev_t device() const { return steps_.back().device; }
-
  private:
   struct Step {
     Descriptor folder;

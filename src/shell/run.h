@@ -23,6 +23,10 @@ namespace shell {
 /// SYSTEM for a caller that has to know how the command ended: its exit status, or -1 as above.
 int run_for_status(const Command& cmd);
 
+/// SYSTEM for a command that holds a password: the system log gets `shown` in its place, the same command
+/// without it.
+int run_shown_as(const Command& cmd, const Command& shown);
+
 /// Lets the commands from now on have as many words as the kernel ever takes, 6 MB of them: it takes a
 /// quarter of the limit on the stack, which is raised as far as that needs and this process may.
 void allow_long_commands();

@@ -36,7 +36,8 @@ int draw_posted_mark(void* data);
 int progress_timeout(void* data);
 
 /// Ends the progress timeout with the source id `id`, if it still runs: it may have ended itself, and both
-/// Cancel and the worker end it. 0: none has begun.
+/// Cancel and the worker end it. 0: none has begun. From another thread than the main loop's it is ended by
+/// the loop, before anything that is posted afterwards runs.
 void remove_progress_timeout(int id);
 
 #endif

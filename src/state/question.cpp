@@ -25,11 +25,19 @@ void Question::set_text(const std::string& text) {
 }
 
 bool Question::ask() {
+  if (isKilled == 1 && wants_answers()) return skip();
   declined_ = 0;
   storage_.open = 1;
   post_to_gui(show_, nullptr);
   while (storage_.open == 1) sleep(1);
   return declined_ == 0;
+}
+
+// No window of a cancelled run writes an answer any more, and none is there for this question.
+bool Question::skip() {
+  forget_answers();
+  storage_.open = 0;
+  return false;
 }
 
 void Question::forget_answers() {

@@ -43,7 +43,8 @@ class Question {
   void set_text(const std::string& text);
 
   /// Asks, and sleeps one second at a time until the question is closed. Returns whether it was answered:
-  /// false when it was declined.
+  /// false when it was declined. One that wants answers is declined at once, without a post, in a
+  /// cancelled run.
   bool ask();
 
   /// Overwrites the answers to their last byte.
@@ -77,6 +78,9 @@ class Question {
   void decline();
 
  private:
+  bool wants_answers() const { return !storage_.answers.empty(); }
+  bool skip();
+
   Storage storage_;
   int (*show_)(void*);
   std::string title_;
@@ -99,7 +103,7 @@ extern Question share_question;
 enum ShareAnswer : std::size_t { share_user, share_password };
 
 /// Declines every question whose window is there. For a cancelled run, after isKilled is set: the callbacks
-/// of questions that are on their way or come later decline them themselves.
+/// of questions that are on their way, and of notices that come later, decline them themselves.
 void decline_open_questions();
 
 #endif

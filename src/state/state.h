@@ -61,7 +61,8 @@ extern std::atomic<int> isWindowSelectDriverOpen;
 extern std::atomic<int> isWindowSmbUsernamePasswordOpen;
 
 /// 1 once the user has cancelled a running migration. Set by page 3's Cancel. Read by the worker, which then
-/// keeps its final pop-ups to itself, and by the callbacks of questions, which then show no window.
+/// keeps its final pop-ups to itself and asks for no answers, and by the callbacks of questions, which then
+/// show no window.
 extern std::atomic<int> isKilled;
 
 /// The worker's temporary directory; null before it is made or when it could not be made. Written once by

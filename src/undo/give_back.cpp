@@ -181,7 +181,7 @@ bool Giver::copy_kept(const Item& item, const Spot& spot) {
     static_cast<void>(place::remove_entry(copy));
     return failed(item, why);
   };
-  if (!place::copy_entry(kept, copy)) return give_up(std::strerror(errno));
+  if (!place::copy_entry(kept, copy, is_of_another(item))) return give_up(std::strerror(errno));
   // The kept copy is its owner's, who may have changed it meanwhile.
   const std::optional<Entry> copied = look(copy, Content::read);
   if (!copied || !place::is_same_thing(*copied, item.before))

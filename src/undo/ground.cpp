@@ -7,12 +7,17 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
+
+#include "place/stage.h"
 
 namespace undo {
 
 namespace {
 
 namespace fs = std::filesystem;
+
+const std::string under_way = ".brindle-undo-";
 
 place::Spot below(const std::string& top, const std::string& path) {
   const Descriptor opened = place::open_top(top);
@@ -53,8 +58,20 @@ std::vector<std::string> names_in(const place::Spot& spot) {
 
 place::Spot beside(const place::Spot& spot) {
   // Another folder's file of that name would not be another name: the hash keeps it short.
-  const std::string name = ".brindle-undo-" + std::to_string(std::hash<std::string>()(spot.name));
+  const std::string name = under_way + std::to_string(std::hash<std::string>()(spot.name));
   return {Descriptor(fcntl(spot.folder.number(), F_DUPFD_CLOEXEC, 0)), name};
+}
+
+bool is_left_over(const std::string& name) {
+  return name.starts_with(under_way) || name.starts_with(".brindle_copy");
+}
+
+void clear_beside(const place::Spot& spot) {
+  if (!spot) return;
+  const auto names = place::names_beneath(spot.folder.number(), "");
+  if (!names || std::ranges::none_of(*names, is_left_over)) return;
+  static_cast<void>(place::remove_entry(beside(spot)));
+  const place::Stage clears_what_is_left(spot);
 }
 
 bool is_within(std::string_view path, std::string_view folder) {

@@ -43,6 +43,12 @@ std::vector<std::string> names_in(const place::Spot& spot);
 /// A hidden name beside `spot`, the same every time: what is under way lies there.
 place::Spot beside(const place::Spot& spot);
 
+/// True for such a name, and for that of the folder in which a copy is made.
+bool is_left_over(const std::string& name);
+
+/// Removes what an undo that was killed has left beside `spot`.
+void clear_beside(const place::Spot& spot);
+
 bool is_within(std::string_view path, std::string_view folder);
 std::string folder_of(const std::string& path);
 

@@ -111,6 +111,7 @@ std::string Matters::state_of(const Matter& matter, bool& is_told, std::string& 
 
 void Matters::decide(Matter& matter) {
   if (matter.before == matter.became || matter.before.empty()) return;
+  if (is_group(matter) && !matter.is_made()) return;  // its members come and go with their accounts
   std::string error;
   bool is_told = false;
   const std::string now = state_of(matter, is_told, error);
@@ -130,7 +131,7 @@ void Matters::decide(Matter& matter) {
 
 void Matters::decide_account(Matter& matter) {
   if (!with_accounts_) {
-    matter.why = "it stays, with its home, without --accounts";
+    matter.why = "it goes only with --accounts";
   } else if (!is_group(matter)) {
     matter.why = things::use_of_account(matter.name, since_);
   }
@@ -163,6 +164,7 @@ bool Matters::give(const Matter& matter, std::string& error) {
   bool is_told = false;
   const std::string now = state_of(matter, is_told, error);
   if (!is_told) return false;
+  if (now == matter.before) return true;
   error = "its present state could not be kept";
   if (!keep::before_change_of(matter.kind, matter.name, now)) return false;
   if (matter.kind == Kind::queue && !things::keep_queue(matter.name, queues_in(keep::folder_of_run()), error))

@@ -15,7 +15,7 @@ well: an undo is a run of its own, and its DATE-TIME brings back the state befor
   --list           shows the runs; with DATE-TIME, everything that undoing that run would do
   --only PATH ...  only those files and folders, and what is in them
   --accounts       removes the accounts that the run has made, with their homes, if nobody has used them. Without it
-                   they stay, and their homes with them
+                   they stay, without what was migrated into their homes
   --yes            does not ask
   --help           this text
 

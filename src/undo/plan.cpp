@@ -56,16 +56,16 @@ Rights rights_of(const Item& item, const Entry& now) {
   choose(&Entry::uid, false);
   choose(&Entry::gid, false);
   const timespec& start = item.start.modified;
-  const bool is_time_ours = item.is_made_again || item.start.type != now.type || may_be_ours ||
+  const bool is_time_ours = item.is_time_ours || item.start.type != now.type || may_be_ours ||
                             is_time(start, before.modified) ||
                             (knows && is_time(start, item.became->modified));
   if (!item.rights_only && is_time_ours) rights.wanted.modified = before.modified;
   return rights;
 }
 
-Plan::Plan(const std::vector<Lists>& lists, const std::unordered_map<std::string, Entry>& begun,
-           const std::vector<std::string>& only, const std::vector<std::string>& apart)
-    : begun_(begun), only_(only), apart_(apart) {
+Plan::Plan(const std::vector<Lists>& lists, const Earlier& earlier, const std::vector<std::string>& only,
+           const std::vector<std::string>& apart)
+    : earlier_(earlier), only_(only), apart_(apart) {
   for (const Lists& one : lists) collect(one);
   for (std::size_t at = 0; at < items_.size(); ++at) {
     decide(items_[at]);
@@ -204,11 +204,12 @@ void Plan::add_below(std::size_t index) {
 
 // How an unfinished undo has found it; of what is in a folder that it made, only the folder is told.
 const Entry* Plan::begun_with(const std::string& path) const {
-  const auto found = begun_.find(path);
-  if (found != begun_.end()) return &found->second;
+  const auto found = earlier_.begun.find(path);
+  if (found != earlier_.begun.end()) return &found->second;
   for (std::string above = folder_of(path); above.size() > 1; above = folder_of(above)) {
-    const auto folder = begun_.find(above);
-    if (folder != begun_.end()) return folder->second.type == Type::nothing ? &folder->second : nullptr;
+    const auto folder = earlier_.begun.find(above);
+    if (folder != earlier_.begun.end())
+      return folder->second.type == Type::nothing ? &folder->second : nullptr;
   }
   return nullptr;
 }
@@ -224,7 +225,9 @@ void Plan::decide(Item& item) {
   item.start = *now;
   const Entry* const begun = begun_with(item.path);
   if (begun != nullptr) item.start.modified = begun->modified;
-  item.is_made_again = begun != nullptr && begun->type != now->type;
+  const auto ended = earlier_.ended.find(item.path);
+  item.is_time_ours = (begun != nullptr && begun->type != now->type) ||
+                      (ended != earlier_.ended.end() && is_time(ended->second.modified, now->modified));
   const auto leave = [&item](const char* why) {
     item.deed = Deed::leave;
     item.why = why;
@@ -262,7 +265,7 @@ void Plan::keep_folder_of_others(std::size_t index) {
   for (const std::string& name : names_in(spot_of(*folder.ground, folder.path))) {
     const std::string path = folder.path + "/" + name;
     const Item* const known = find(path);
-    if (known != nullptr && goes(*known)) continue;
+    if ((known != nullptr && goes(*known)) || is_left_over(name)) continue;
     stays = true;
     if (known != nullptr || is_own_file(path)) continue;
     Item item;

@@ -40,10 +40,10 @@ struct Item {
   place::Entry start;                  ///< now; its time when an unfinished undo that goes on had begun
   Deed deed = Deed::none;
   std::string why;
-  bool rights_only = false;    ///< only mode and owner were changed
-  bool by_copy = false;        ///< the list does not name it: `before` is what the kept copy is
-  bool is_made_again = false;  ///< by an unfinished undo that goes on
-  bool whole_tree = false;     ///< the kept copy is a folder with all in it
+  bool rights_only = false;   ///< only mode and owner were changed
+  bool by_copy = false;       ///< the list does not name it: `before` is what the kept copy is
+  bool is_time_ours = false;  ///< an earlier undo gave it its present time
+  bool whole_tree = false;    ///< the kept copy is a folder with all in it
 };
 
 /// What could not be done.
@@ -58,13 +58,19 @@ struct Lists {
   const std::vector<keep::Row>* rows = nullptr;
 };
 
+/// States by path, from the lists of earlier undos of the same run.
+struct Earlier {
+  std::unordered_map<std::string, place::Entry> begun;  ///< before an unfinished one, which goes on
+  std::unordered_map<std::string, place::Entry> ended;  ///< after those of some paths
+};
+
 class Plan {
  public:
-  /// Looks at what the lists name. `begun`: the states before an unfinished undo of the same run, by path.
+  /// Looks at what the lists name.
   /// Only what lies at or below a path of `only` counts, if that holds any; nothing at or below one of
   /// `apart`.
-  Plan(const std::vector<Lists>& lists, const std::unordered_map<std::string, place::Entry>& begun,
-       const std::vector<std::string>& only, const std::vector<std::string>& apart);
+  Plan(const std::vector<Lists>& lists, const Earlier& earlier, const std::vector<std::string>& only,
+       const std::vector<std::string>& apart);
 
   const std::vector<Item>& items() const { return items_; }
 
@@ -93,7 +99,7 @@ class Plan {
   void keep_folders_of_others();
   void keep_folder_of_others(std::size_t index);
 
-  const std::unordered_map<std::string, place::Entry>& begun_;
+  const Earlier& earlier_;
   const std::vector<std::string>& only_;
   const std::vector<std::string>& apart_;
   std::vector<Item> items_;

@@ -50,10 +50,11 @@ bool is_undone(const std::vector<Run>& runs, const Run& run) {
   return true;
 }
 
-const Run* newest_migration(const std::vector<Run>& runs) {
+// A run that was killed before it had written a line is none.
+const Run* newest_migration(const std::string& home, const std::vector<Run>& runs) {
   const Run* newest = nullptr;
   for (const Run& run : runs)
-    if (!run.is_undo && !is_undone(runs, run)) newest = &run;
+    if (!run.is_undo && !is_undone(runs, run) && !keep::rows_of(home, run.date_time).empty()) newest = &run;
   return newest;
 }
 
@@ -99,20 +100,13 @@ class Record {
     return std::ranges::any_of(rows_, [&](const auto& rows) { return std::ranges::any_of(rows, is_in_it); });
   }
 
-  /// The row of a path, or null.
-  const Row* row_of(const std::string& path) const {
-    for (const auto& rows : rows_)
-      for (const Row& row : rows)
-        if (row.kind == Kind::path && row.name == path) return &row;
-    return nullptr;
-  }
-
-  std::unordered_map<std::string, place::Entry> states_before() const {
+  /// Of every path: as it was before the run, or after it.
+  std::unordered_map<std::string, place::Entry> states(std::string Row::*when) const {
     std::unordered_map<std::string, place::Entry> states;
     for (const auto& rows : rows_)
       for (const Row& row : rows)
-        if (const auto before = place::entry_from(row.before); before && row.kind == Kind::path)
-          states.emplace(row.name, *before);
+        if (const auto state = place::entry_from(row.*when); state && row.kind == Kind::path)
+          states.emplace(row.name, *state);
     return states;
   }
 
@@ -142,7 +136,7 @@ class Record {
     std::size_t sum = 0;
     for (const auto& rows : rows_)
       sum += static_cast<std::size_t>(std::ranges::count_if(rows, [&test](const Row& row) {
-        return row.kind != Kind::run && row.kind != Kind::names && test(row);
+        return row.kind != Kind::run && row.kind != Kind::names && row.kind != Kind::new_home && test(row);
       }));
     return sum;
   }
@@ -151,6 +145,18 @@ class Record {
   std::deque<std::vector<Row>> rows_;
   std::vector<Lists> lists_;
 };
+
+Earlier earlier_undos(const std::string& home, const std::vector<Run>& runs, const std::string& date_time) {
+  Earlier earlier;
+  if (const Run* const unfinished = unfinished_undo_of(runs, date_time); unfinished != nullptr)
+    earlier.begun = Record(home, unfinished->date_time).states(&Row::before);
+  for (const Run& run : runs) {
+    if (!run.is_undo || run.of != date_time || !run.over) continue;
+    for (auto& [path, state] : Record(home, run.date_time).states(&Row::became))
+      earlier.ended.insert_or_assign(path, state);
+  }
+  return earlier;
+}
 
 // ---- What is asked for -----------------------------------------------------------------------------------
 
@@ -182,46 +188,72 @@ bool agrees() {
 
 // ---- Accounts --------------------------------------------------------------------------------------------
 
-bool made_home(const Record& record, const Matter& matter) {
-  const std::string home = home_of(matter);
-  const Row* const row = home.empty() ? nullptr : record.row_of(home);
-  return row != nullptr && row->before == keep::nothing;
+using States = std::unordered_map<std::string, place::Entry>;
+
+// What the homes of new accounts held before anything was migrated into them.
+States new_homes(const Record& record) {
+  States states;
+  for (const Row& row : record.own_rows())
+    if (const auto state = place::entry_from(row.became); state && row.kind == Kind::new_home)
+      states.emplace(row.name, *state);
+  return states;
 }
 
-// Homes that the run has made, with accounts it has made: they go, or stay, as a whole.
-std::vector<std::string> homes_of_accounts(const Record& record, const Matters& matters) {
-  std::vector<std::string> homes;
-  for (const Matter& matter : matters.all())
-    if (matter.is_made() && made_home(record, matter)) homes.push_back(home_of(matter));
-  return homes;
-}
-
-// The first thing in the home that is not as the run left it; empty when there is none.
-std::string stranger_in(const Record& record, const std::string& home) {
-  const std::unordered_map<std::string, place::Entry> begun;
-  const std::vector<std::string> only = {home};
-  const std::vector<std::string> apart;
-  const Plan plan(record.lists(), begun, only, apart);
-  for (const Item& item : plan.items())
-    if (item.deed == Deed::leave && !item.why.empty()) return item.path + ": " + item.why;
+// The first thing at or below `path` that neither the run nor the making of the account has left as it is.
+std::string stranger_below(const Ground& ground, const std::string& path, const Plan& plan,
+                           const States& new_home) {
+  const place::Spot spot = spot_of(ground, path);
+  const std::optional<place::Entry> now = look(spot, place::Content::read);
+  if (is_own_file(path)) return "";
+  if (!now) return shown(path) + " cannot be read";
+  const auto listed = new_home.find(path);
+  const bool is_new = listed != new_home.end() && place::is_same_thing(*now, listed->second);
+  const Item* const item = plan.find(path);
+  const bool is_runs = item != nullptr && !item->rights_only;
+  if (now->type != place::Type::nothing && !is_new && !is_runs) return shown(path) + " was added or changed";
+  if (now->type != place::Type::folder) return "";
+  for (const std::string& name : names_in(spot))
+    if (const std::string found = stranger_below(ground, path + "/" + name, plan, new_home); !found.empty())
+      return found;
   return "";
 }
 
-void keep_used_accounts(const Record& record, Matters& matters) {
-  const std::vector<Matter> all_of_them = matters.all();
-  for (const Matter& matter : all_of_them) {
-    if (matter.deed != Deed::take_away || !made_home(record, matter)) continue;
-    const std::string stranger = stranger_in(record, home_of(matter));
-    if (!stranger.empty()) matters.leave(matter.name, stranger);
-  }
+// Why the account's home may not go; empty when it may, or is gone.
+std::string use_of_home(const Record& record, const std::string& login, const std::string& home) {
+  const States new_home = new_homes(record);
+  const Ground ground = {login, home, ""};
+  const auto now = look(spot_of(ground, home), place::Content::not_read);
+  if (now && now->type == place::Type::nothing) return "";
+  if (!new_home.contains(home)) return "the run has not made " + shown(home);
+  const Earlier earlier;
+  const std::vector<std::string> only = {home};
+  const std::vector<std::string> apart;
+  const Plan plan(record.lists(), earlier, only, apart);
+  for (const Item& item : plan.items())
+    if (item.deed == Deed::leave && !item.why.empty()) return shown(item.path) + " was added or changed";
+  return stranger_below(ground, home, plan, new_home);
 }
 
-void take_homes(const Record& record, Matters& matters, std::vector<Failure>& failures) {
+// The homes of the accounts that go: with all that was migrated into them.
+std::vector<std::string> homes_that_go(const Record& record, Matters& matters) {
+  std::vector<std::string> homes;
   const std::vector<Matter> all_of_them = matters.all();
   for (const Matter& matter : all_of_them) {
-    if (matter.deed != Deed::take_away || !made_home(record, matter)) continue;
-    if (keep::take(home_of(matter))) continue;
-    failures.push_back({home_of(matter), "it could not be kept"});
+    const std::string home = home_of(matter);
+    if (matter.deed != Deed::take_away || home.empty()) continue;
+    const std::string use = use_of_home(record, matter.name, home);
+    if (use.empty()) homes.push_back(home);
+    if (!use.empty()) matters.leave(matter.name, use);
+  }
+  return homes;
+}
+
+void take_homes(Matters& matters, std::vector<Failure>& failures) {
+  const std::vector<Matter> all_of_them = matters.all();
+  for (const Matter& matter : all_of_them) {
+    const std::string home = home_of(matter);
+    if (matter.deed != Deed::take_away || home.empty() || keep::take(home)) continue;
+    failures.push_back({home, "it could not be kept"});
     matters.leave(matter.name, "its home could not be kept");
   }
 }
@@ -245,7 +277,7 @@ void write_where_it_lies(const std::string& home, const std::string& date_time, 
   std::cout << what << " lies in " << shown(folder) << " (" << size_in_words(size_of(folder)) << ").";
 }
 
-bool only_restores_settings(const Plan& plan) {
+bool restores_settings(const Plan& plan) {
   return std::ranges::any_of(plan.items(), [](const Item& item) {
     return item.deed != Deed::none && item.deed != Deed::leave &&
            item.path.find("/.gconf/") != std::string::npos && !item.ground->is_others();
@@ -267,14 +299,11 @@ class Undo {
         record_(home, run.date_time),
         only_(listed_names(options.only, record_)),
         unfinished_(unfinished_undo_of(runs, run.date_time)),
-        begun_(unfinished_ == nullptr ? std::unordered_map<std::string, place::Entry>()
-                                      : Record(home, unfinished_->date_time).states_before()),
+        earlier_(earlier_undos(home, runs, run.date_time)),
         matters_(only_.empty() ? record_.own_rows() : std::vector<Row>(), record_.own_ground().store,
                  options.accounts, time_of(run.date_time)),
-        apart_(homes_of_accounts(record_, matters_)),
-        plan_(record_.lists(), begun_, only_, only_.empty() ? apart_ : no_paths_) {
-    keep_used_accounts(record_, matters_);
-  }
+        apart_(homes_that_go(record_, matters_)),
+        plan_(record_.lists(), earlier_, only_, apart_) {}
 
   bool is_unreadable() const { return record_.is_empty(); }
   bool has_work() const { return plan_.does_anything() || does_anything(matters_); }
@@ -289,12 +318,13 @@ class Undo {
 
   void carry_out() {
     keep::begin_undo(home_, std::time(nullptr), run_.date_time);
+    clear_left_overs();
     matters_.give_back_before_files(failures_);
-    if (only_restores_settings(plan_)) end_settings_daemon();
+    if (restores_settings(plan_)) end_settings_daemon();
     Giver giver(plan_);
     giver.carry_out();
     failures_.insert(failures_.end(), giver.failures().begin(), giver.failures().end());
-    take_homes(record_, matters_, failures_);
+    take_homes(matters_, failures_);
     matters_.give_back_accounts(failures_);
     const std::string folder = keep::folder_of_run();
     keep::end_run();
@@ -323,6 +353,11 @@ class Undo {
   }
 
  private:
+  void clear_left_overs() const {
+    if (!run_.is_undo || run_.over) return;
+    for (const Item& item : plan_.items()) clear_beside(spot_of(*item.ground, item.path));
+  }
+
   // One that could not do all is tried again the next time.
   void finish() {
     if (!only_.empty() || !failures_.empty() || name_.empty()) return;
@@ -332,11 +367,10 @@ class Undo {
   const std::string& home_;
   const Run& run_;
   const Options& options_;
-  const std::vector<std::string> no_paths_;
   Record record_;
   std::vector<std::string> only_;
   const Run* unfinished_;
-  std::unordered_map<std::string, place::Entry> begun_;
+  Earlier earlier_;
   Matters matters_;
   std::vector<std::string> apart_;
   Plan plan_;
@@ -355,6 +389,7 @@ Outcome list_runs(const std::string& home, const std::vector<Run>& runs) {
   if (runs.empty()) std::cout << "No run of Brindle has kept anything in " << shown(home) << ".\n";
   for (const Run& run : runs) {
     const Record record(home, run.date_time);
+    if (record.is_empty()) continue;
     write_run(std::cout, run, is_undone(runs, run), record.replaced(), record.made());
   }
   return Outcome::as_it_was;
@@ -402,7 +437,7 @@ Outcome run(const Options& options) {
   const std::vector<Run> runs = keep::runs_in(home);
   if (options.list && options.date_time.empty() && options.only.empty()) return list_runs(home, runs);
   const Run* const chosen =
-      options.date_time.empty() ? newest_migration(runs) : find_run(runs, options.date_time);
+      options.date_time.empty() ? newest_migration(home, runs) : find_run(runs, options.date_time);
   if (chosen == nullptr && !options.date_time.empty())
     return refuse("there is no run of " + options.date_time);
   if (chosen == nullptr) {

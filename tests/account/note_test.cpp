@@ -15,6 +15,7 @@ namespace {
 using namespace account;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 constexpr const char* path = "/root/.brindle_run";
@@ -70,6 +71,15 @@ TEST(Note, has_values_of_any_kind) {
   EXPECT_EQ(0, note.begun);
 }
 
+TEST(Note, names_the_accounts_that_were_there_before) {
+  const std::string start = "archive=/a\nsystem=nld\nperson=root\nhome=/root\n";
+  const RunNote note = note_of(start +
+                               "person=ann\nhome=/home/ann\naccount=before\nperson=ben\nhome=/home/ben\n"
+                               "person=eve\nhome=/home/eve\naccount=other\n");
+  ASSERT_EQ(4U, note.people.size());
+  for (const auto& somebody : note.people) EXPECT_EQ(somebody.login == "ann", somebody.had_account);
+}
+
 TEST(Note, that_is_none_is_refused_in_a_sentence) {
   EXPECT_EQ("there is no note of a run at /root/.brindle_run (No such file or directory)", refusal(path));
   const std::string no_note = "/root/.brindle_run is not the note of a run";
@@ -123,6 +133,32 @@ TEST(Program, takes_everything_from_the_note) {
   EXPECT_THAT(read_file("/root/c.tsv"), HasSubstr("\nroot\tdocuments\t1\t1\t0\t0\t0\n"));
   EXPECT_THAT(read_file("/root/c.tsv"), HasSubstr("\nann\tdesktop\t1\t1\t0\t0\t0\n"));
   EXPECT_EQ("person\tkind\tname\tcause\n", read_file("/root/m.tsv"));
+}
+
+// Of two people called root the one who ran the wizard is no profile.
+TEST(Program, tells_whose_account_was_there_before) {
+  const std::string line = "The account was there before; its password is unchanged.";
+  shell_quietly("useradd -m ann; useradd -m ben");
+  write_zip("/tmp/a b.zip", {{"Brindle/users.txt", "MultiUser Migration=1\n"},
+                             {"Brindle/Profiles/ann/Cookies.txt", ""},
+                             {"Brindle/Profiles/ben/Cookies.txt", ""},
+                             {"Brindle/Profiles/root/Cookies.txt", ""}});
+  write_file(path,
+             "archive=/tmp/a b.zip\nsystem=gnome\nperson=root\nhome=/root\n"
+             "person=ann\nhome=/home/ann\nperson=ben\nhome=/home/ben\naccount=before\n"
+             "person=root\nhome=/home/root\naccount=before\nbegun=1\nover=2\nending=ended\n");
+  const Ended ended = brindle_account("--run --html /root/page.html");
+  EXPECT_EQ(2, [&] {
+    int lines = 0;
+    for (std::size_t at = 0; (at = ended.said.find(line, at)) != std::string::npos; ++at) ++lines;
+    return lines;
+  }()) << ended.said;
+  EXPECT_THAT(ended.said, HasSubstr("For ben\n  " + line + "\n"));
+  EXPECT_THAT(ended.said, Not(HasSubstr("For ann\n  " + line)));
+  EXPECT_THAT(ended.said, Not(StartsWith("What arrived\nArchive: /tmp/a b.zip\n\nFor root\n  " + line)));
+  EXPECT_THAT(read_file("/root/page.html"),
+              HasSubstr("<h2>For ben</h2>\n<p class=\"note\">" + line + "</p>\n"));
+  EXPECT_THAT(brindle_account("'/tmp/a b.zip'").said, Not(HasSubstr(line)));
 }
 
 // Root may look at somebody else's run. It is that person's all the same, who could not move several people.

@@ -173,7 +173,7 @@ TEST(KeptList, that_is_no_file_in_its_place_is_unreadable) {
   write_file("/root/else/2026-11-22-014530/list.tsv", rows("path", "/root/a", one, two));
   symlink("/root/else", "/root/.brindle_before");
   EXPECT_EQ(State::unreadable, state());
-  EXPECT_THAT(kept_runs("/root"), IsEmpty());
+  EXPECT_THAT(keeping_runs("/root"), IsEmpty());
   unlink("/root/.brindle_before");
   shell_quietly("mkdir /root/.brindle_before");
   symlink("/root/else/2026-11-22-014530", root_folder.c_str());
@@ -204,7 +204,7 @@ TEST(KeptRuns, are_the_folders_that_are_called_like_a_time) {
                            "2026-11-22-01453", "2026-11-22-014530-", "2026-11-22-0145300",
                            "2026-11-22-014530-x", "2026_11-22-014530", "undone", "2026-11-22-01453x"})
     shell_quietly(std::string("mkdir -p /root/.brindle_before/") + name);
-  EXPECT_THAT(kept_runs("/root"),
+  EXPECT_THAT(keeping_runs("/root"),
               ElementsAre("2027-01-01-000000", "2026-11-22-014530-2", "2026-11-22-014530"));
 }
 
@@ -418,9 +418,9 @@ TEST_F(ReplacedTest, ThePageNamesTheSame) {
                         "everything that it had done.</p>\n<ul>\n<li>/srv/ann/n <span"));
   EXPECT_THAT(
       page, HasSubstr("</ul>\n<h2>Going back</h2>\n<p>To have everything as it was before, for everybody, "));
-  EXPECT_THAT(page,
-              HasSubstr("has made.</p>\n<p>What was changed after the run stays as it is, and is named.</p>\n"
-                        "</body>"));
+  EXPECT_THAT(
+      page, HasSubstr("--accounts.</p>\n<p>What was changed after the run stays as it is, and is named.</p>\n"
+                      "</body>"));
   EXPECT_THAT(page_of(of_two()),
               HasSubstr("<p>To have everything as it was before, type brindle-undo in a "));
 }

@@ -6,6 +6,7 @@
 
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -42,6 +43,25 @@ TEST_F(SettingsFolder, IsNotMadeWhereAFileIs) {
   write_file("/home/ann/.gconf", "mine");
   EXPECT_FALSE(make_settings_folder("/home/ann", "apps"));
   EXPECT_EQ("mine", read_file("/home/ann/.gconf"));
+}
+
+TEST_F(SettingsFolder, IsListedAsMade) {
+  shell_quietly("mkdir -p /home/ann/.gconf/apps/evolution; touch /home/ann/.gconf/apps/evolution/%gconf.xml");
+  KeepingRun run;
+  EXPECT_TRUE(make_settings_folder("/home/ann", "apps/evolution/mail"));
+  EXPECT_TRUE(run.has_kept_all());
+  EXPECT_EQ((std::vector<std::string>{"made /home/ann/.gconf/apps/%gconf.xml",
+                                      "made /home/ann/.gconf/apps/evolution/mail",
+                                      "made /home/ann/.gconf/apps/evolution/mail/%gconf.xml"}),
+            run.listed());
+}
+
+TEST_F(SettingsFolder, WhoseFileCannotBeListedIsNotFilled) {
+  shell_quietly("mkdir -p /home/ann/.gconf/apps");
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
+  EXPECT_FALSE(make_settings_folder("/home/ann", "apps"));
+  EXPECT_FALSE(exists("/home/ann/.gconf/apps/%gconf.xml"));
 }
 
 }  // namespace

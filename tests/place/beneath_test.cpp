@@ -153,6 +153,23 @@ TEST_P(Beneath, AFolderThatWasPutInTheWayIsGivenToNobody) {
   answer_calls("mkdirat", [] { return rename("/tmp/top/secret", "/tmp/top/new") == 0 ? done : EIO; });
   EXPECT_TRUE(make("new", 0755));
   EXPECT_EQ(text_of(look("new")).substr(0, 15), "folder 0700 0 0");
+  prepare("mkdir -m 750 theirs; chown 77:88 theirs");
+  answer_calls("mkdirat", [] { return rename("/tmp/top/theirs", "/tmp/top/other") == 0 ? done : EIO; });
+  EXPECT_TRUE(make("other", 0755));
+  EXPECT_EQ(text_of(look("other")).substr(0, 17), "folder 0750 77 88");
+}
+
+TEST_P(Beneath, AFolderThatSomebodyElseHasJustMadeWillDo) {
+  answer_calls("mkdirat", [] { return mkdir("/tmp/top/new", 0711); });
+  EXPECT_TRUE(make("new", 0755));
+  EXPECT_EQ(look("new").mode, 0711U);
+  answer_calls("mkdirat", [] { return symlink("new", "/tmp/top/link"); });
+  EXPECT_FALSE(make("link", 0755));
+  EXPECT_EQ(errno, ELOOP);
+  prepare("mkdir -m 750 target");
+  answer_calls("mkdirat", [] { return symlink("target", "/tmp/top/led") == 0 ? done : EIO; });
+  EXPECT_FALSE(make("led", 0755));
+  EXPECT_EQ(text_of(look("target")).substr(0, 15), "folder 0750 0 0");
 }
 
 }  // namespace

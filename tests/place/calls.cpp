@@ -57,6 +57,40 @@ ssize_t copy_file_range(int from, off64_t* start, int to, off64_t* target, size_
   return answer ? *answer : real(from, start, to, target, size, flags);
 }
 
+ssize_t pread64(int file, void* memory, size_t size, off64_t place) {
+  static const auto real = next<ssize_t(int, void*, size_t, off64_t)>("pread64");
+  const std::optional<int> answer = answer_to("pread");
+  return answer ? *answer : real(file, memory, size, place);
+}
+
+ssize_t pwrite64(int file, const void* memory, size_t size, off64_t place) {
+  static const auto real = next<ssize_t(int, const void*, size_t, off64_t)>("pwrite64");
+  const std::optional<int> answer = answer_to("pwrite");
+  return answer ? *answer : real(file, memory, size, place);
+}
+
+off64_t lseek64(int file, off64_t place, int whence) noexcept {
+  static const auto real = next<off64_t(int, off64_t, int)>("lseek64");
+  const std::optional<int> answer = answer_to("lseek");
+  return answer ? *answer : real(file, place, whence);
+}
+
+int openat64(int folder, const char* name, int flags, ...) {
+  static const auto real = next<int(int, const char*, int, ...)>("openat64");
+  va_list more;
+  va_start(more, flags);
+  const auto mode = va_arg(more, mode_t);
+  va_end(more);
+  const std::optional<int> answer = answer_to("openat");
+  return answer ? *answer : real(folder, name, flags, mode);
+}
+
+int fchown(int file, uid_t uid, gid_t gid) noexcept {
+  static const auto real = next<int(int, uid_t, gid_t)>("fchown");
+  const std::optional<int> answer = answer_to("fchown");
+  return answer ? *answer : real(file, uid, gid);
+}
+
 int ioctl(int file, unsigned long request, ...) noexcept {
   static const auto real = next<int(int, unsigned long, ...)>("ioctl");
   va_list more;
@@ -65,6 +99,30 @@ int ioctl(int file, unsigned long request, ...) noexcept {
   va_end(more);
   const std::optional<int> answer = answer_to("ioctl");
   return answer ? *answer : real(file, request, argument);
+}
+
+int fstat64(int file, struct stat64* found) noexcept {
+  static const auto real = next<int(int, struct stat64*)>("fstat64");
+  const std::optional<int> answer = answer_to("fstat");
+  return answer ? *answer : real(file, found);
+}
+
+int unlinkat(int folder, const char* name, int flags) noexcept {
+  static const auto real = next<int(int, const char*, int)>("unlinkat");
+  const std::optional<int> answer = answer_to("unlinkat");
+  return answer ? *answer : real(folder, name, flags);
+}
+
+int flock(int file, int operation) noexcept {
+  static const auto real = next<int(int, int)>("flock");
+  const std::optional<int> answer = answer_to("flock");
+  return answer ? *answer : real(file, operation);
+}
+
+int renameat(int from, const char* old, int to, const char* name) noexcept {
+  static const auto real = next<int(int, const char*, int, const char*)>("renameat");
+  const std::optional<int> answer = answer_to("renameat");
+  return answer ? *answer : real(from, old, to, name);
 }
 
 int renameat2(int from, const char* old, int to, const char* name, unsigned int flags) noexcept {

@@ -6,9 +6,9 @@
 #include <functional>
 #include <string>
 
-/// Before each call of `name` (read, copy_file_range, ioctl, renameat2, linkat, mkdirat, fchownat, mknodat or
-/// openat2) `answer` is asked: 0 for the real call, the error it fails with, or `done` when it gives 0
-/// without being made.
+/// Before each call of `name` `answer` is asked: 0 for the real call, the error it fails with, or `done` when
+/// it gives 0 without being made. The names are read, pread, pwrite, lseek, flock, fstat, copy_file_range,
+/// ioctl, openat, openat2, unlinkat, renameat, renameat2, linkat, mkdirat, mknodat, fchown and fchownat.
 void answer_calls(const std::string& name, std::function<int()> answer);
 
 inline constexpr int done = -1;

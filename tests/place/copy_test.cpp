@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <thread>
 
@@ -16,22 +18,36 @@ using testing::HasSubstr;
 
 // A tree with everything that there can be.
 constexpr const char* full_tree =
-    "mkdir -p tree/folder/deep tree/empty tree/closed; cd tree; printf one > one; printf two > folder/two; "
-    "printf deep > folder/deep/file; : > nothing; head -c 700000 /dev/urandom > folder/big; "
-    "ln one folder/twin; ln one folder/deep/third; printf own > own; ln own own2; "
-    "ln -s ../one folder/link; ln -s missing dangling; ln dangling folder/same; "
-    "mkfifo -m 640 fifo; mknod -m 604 null c 1 3; mknod disk b 7 9; printf x > \"$(printf 'n\\n \\377')\"; "
-    "python3 -c 'import socket; socket.socket(socket.AF_UNIX).bind(\"socket\")'; "
-    "setfattr -n user.note -v text one; setfattr -n user.empty one; setfattr -n user.folder -v f folder; "
+    "mkdir -p tree/folder/deep tree/empty tree/closed; cd tree; printf one > "
+    "one; printf two > folder/two; "
+    "printf deep > folder/deep/file; : > nothing; head -c 700000 /dev/urandom "
+    "> folder/big; "
+    "ln one folder/twin; ln one folder/deep/third; printf own > own; ln own "
+    "own2; "
+    "ln -s ../one folder/link; ln -s missing dangling; ln dangling "
+    "folder/same; "
+    "mkfifo -m 640 fifo; mknod -m 604 null c 1 3; mknod disk b 7 9; printf x > "
+    "\"$(printf 'n\\n \\377')\"; "
+    "python3 -c 'import socket; "
+    "socket.socket(socket.AF_UNIX).bind(\"socket\")'; "
+    "setfattr -n user.note -v text one; setfattr -n user.empty one; setfattr "
+    "-n user.folder -v f folder; "
     "setfattr -n trusted.deep -v t folder/deep/file; "
-    "chown 1234:4321 one folder; chown -h 77:88 dangling; chown 5:6 fifo null; chown 9:0 own; "
-    "chmod 4711 one; chmod 2750 folder; chmod 1777 folder/deep; chmod 640 own; chmod 0 folder/two; "
-    "printf in > closed/in; touch -d '2001-02-03 04:05:06.123456789' one; touch -d 2002-02-03 null fifo; "
-    "touch -h -d 2003-02-03 dangling; touch -d 2004-02-03 folder/deep; touch -d 2005-02-03 folder; "
-    "chmod 0 closed; touch -d 2006-02-03 closed; touch -d '2007-02-03 00:00:00.5' .";
+    "chown 1234:4321 one folder; chown -h 77:88 dangling; chown 5:6 fifo null; "
+    "chown 9:0 own; "
+    "chmod 4711 one; chmod 2750 folder; chmod 1777 folder/deep; chmod 640 own; "
+    "chmod 0 folder/two; "
+    "printf in > closed/in; touch -d '2001-02-03 04:05:06.123456789' one; "
+    "touch -d 2002-02-03 null fifo; "
+    "touch -h -d 2003-02-03 dangling; touch -d 2004-02-03 folder/deep; touch "
+    "-d 2005-02-03 folder; "
+    "chmod 0 closed; touch -d 2006-02-03 closed; touch -d '2007-02-03 "
+    "00:00:00.5' .";
 
 struct Copying : Below {
   static void append(const std::string& name) { std::ofstream("/tmp/top/" + name, std::ios::app) << "x"; }
+
+  int opened_ = 0;
 };
 
 TEST_F(Copying, TakesEverythingAlong) {
@@ -68,7 +84,8 @@ TEST_F(Copying, OfEachKindAloneWorks) {
 TEST_F(Copying, NeverTakesATakenSpot) {
   prepare(
       "printf new > file; mkdir folder; printf x > folder/in; "
-      "mkdir taken; printf old > taken/file; mkdir taken/folder; ln -s nowhere taken/link; mkfifo "
+      "mkdir taken; printf old > taken/file; mkdir taken/folder; ln -s "
+      "nowhere taken/link; mkfifo "
       "taken/fifo");
   const std::string before = seen("/tmp/top/taken");
   for (const char* from : {"file", "folder"})
@@ -92,8 +109,10 @@ TEST_F(Copying, OfNothingFails) {
 
 TEST_F(Copying, KeepsHoles) {
   prepare(
-      "truncate -s 50M sparse; printf middle | dd of=sparse bs=1 seek=20000000 conv=notrunc status=none; "
-      "truncate -s 9M empty; truncate -s 5M ends; printf end >> ends; printf start > starts; truncate -s 5M "
+      "truncate -s 50M sparse; printf middle | dd of=sparse bs=1 "
+      "seek=20000000 conv=notrunc status=none; "
+      "truncate -s 9M empty; truncate -s 5M ends; printf end >> ends; "
+      "printf start > starts; truncate -s 5M "
       "starts");
   for (const char* name : {"sparse", "empty", "ends", "starts"}) {
     ASSERT_TRUE(copy(name, "copy"));
@@ -101,6 +120,13 @@ TEST_F(Copying, KeepsHoles) {
     EXPECT_LT(std::stol(output_of("stat -c %b /tmp/top/copy")), 1000) << name;
     ASSERT_TRUE(place::remove_entry(spot("copy")));
   }
+}
+
+TEST_F(Copying, NeedsNoDiskThatTellsHoles) {
+  prepare("truncate -s 1M holes; head -c 5000 /dev/urandom >> holes");
+  answer_calls("lseek", [] { return EINVAL; });
+  ASSERT_TRUE(copy("holes", "copy"));
+  EXPECT_EQ(look("holes").content, look("copy").content);
 }
 
 TEST_F(Copying, GoesToAnotherDisk) {
@@ -116,7 +142,9 @@ TEST_F(Copying, GoesToAnotherDisk) {
 }
 
 TEST_F(Copying, LeavesNothingOnAFullDisk) {
-  prepare("mkdir tree; printf small > tree/a; head -c 100000 /dev/urandom > tree/big; printf z > tree/z");
+  prepare(
+      "mkdir tree; printf small > tree/a; head -c 100000 /dev/urandom > "
+      "tree/big; printf z > tree/z");
   const SmallDisk disk("/tmp/top/disk");
   disk.fill_but(10);
   for (const char* from : {"tree", "tree/big"}) {
@@ -128,8 +156,10 @@ TEST_F(Copying, LeavesNothingOnAFullDisk) {
 
 TEST_F(Copying, GoesAThousandFoldersDeep) {
   prepare(
-      "python3 -c '\nimport os\nos.mkdir(\"deep\"); os.chdir(\"deep\")\nfor i in range(1500):\n"
-      " open(\"f%d\" % i, \"w\").write(str(i)); os.mkdir(\"a folder here\"); os.chdir(\"a folder here\")'");
+      "python3 -c '\nimport os\nos.mkdir(\"deep\"); "
+      "os.chdir(\"deep\")\nfor i in range(1500):\n"
+      " open(\"f%d\" % i, \"w\").write(str(i)); os.mkdir(\"a folder "
+      "here\"); os.chdir(\"a folder here\")'");
   rlimit files{};
   getrlimit(RLIMIT_NOFILE, &files);
   files.rlim_cur = 100;
@@ -142,9 +172,20 @@ TEST_F(Copying, GoesAThousandFoldersDeep) {
   EXPECT_EQ(listed(), "deep\n");
 }
 
+TEST_F(Copying, IsNotLedAwayByAFolderThatMoves) {
+  prepare(
+      "mkdir -p other/x; cd other; d=tree; for i in $(seq 40); do d=$d/$i; done; mkdir -p $d; "
+      "printf x > $d/file; printf y > tree/1/y; mv tree ..");
+  answer_calls("copy_file_range", [] { return shell_quietly("cd /tmp/top; mv tree/1/2 other/x"); });
+  EXPECT_FALSE(copy("tree", "copy"));
+  EXPECT_EQ(errno, ESTALE);
+  EXPECT_EQ(listed(), "other\ntree\n");
+}
+
 TEST_F(Copying, GivesNoRightsOfTheFolderAbove) {
   prepare(
-      "mkdir tree; printf x > tree/a; printf x > alone; mkdir shared; setfacl -d -m u:7:rwx,g::rwx shared; "
+      "mkdir tree; printf x > tree/a; printf x > alone; mkdir shared; "
+      "setfacl -d -m u:7:rwx,g::rwx shared; "
       "chmod g+s shared; chgrp 55 shared");
   ASSERT_TRUE(copy("tree", "shared/tree") && copy("alone", "shared/alone"));
   EXPECT_TRUE(same_bytes(seen("/tmp/top/tree"), seen("/tmp/top/shared/tree")));
@@ -154,8 +195,10 @@ TEST_F(Copying, GivesNoRightsOfTheFolderAbove) {
 
 TEST_F(Copying, TakesAccessListsAlong) {
   prepare(
-      "mkdir -p tree/in; printf x > tree/a; setfacl -m u:7:rw,g:8:r,m::r tree/a; "
-      "setfacl -d -m u:9:rwx tree; setfacl -m u:10:x tree/in; printf x > tree/in/b");
+      "mkdir -p tree/in; printf x > tree/a; setfacl -m u:7:rw,g:8:r,m::r "
+      "tree/a; "
+      "setfacl -d -m u:9:rwx tree; setfacl -m u:10:x tree/in; printf x > "
+      "tree/in/b");
   const std::string list = "find . -print0 | LC_ALL=C sort -z | xargs -0 getfacl -n";
   const std::string before = output_of("cd /tmp/top/tree; " + list);
   EXPECT_THAT(before, HasSubstr("default:user:9:rwx"));
@@ -165,8 +208,10 @@ TEST_F(Copying, TakesAccessListsAlong) {
 
 TEST_F(Copying, TakesCapabilitiesAndSetIdBitsOnlyWhenToldTo) {
   prepare(
-      "mkdir tree; for name in tree/a b; do printf x > $name; chmod 6755 $name; "
-      "setcap cap_net_raw+ep $name; done; chmod 3777 tree; setfattr -n user.note -v x b");
+      "mkdir tree; for name in tree/a b; do printf x > $name; chmod 6755 "
+      "$name; "
+      "setcap cap_net_raw+ep $name; done; chmod 3777 tree; setfattr -n "
+      "user.note -v x b");
   ASSERT_TRUE(copy("b", "full"));
   EXPECT_EQ(look("full").mode, 06755U);
   EXPECT_THAT(output_of("getcap /tmp/top/full"), HasSubstr("cap_net_raw"));
@@ -181,9 +226,12 @@ TEST_F(Copying, TakesCapabilitiesAndSetIdBitsOnlyWhenToldTo) {
 
 TEST_F(Copying, GivesWhatAPersonMayGive) {
   prepare(
-      "mkdir tree; printf x > tree/a; chmod 6755 tree/a; chown 5:6 tree/a; chown 1234:1234 tree .; "
-      "ln -s a tree/link; chown -h 5:6 tree/link; printf own > tree/own; chmod 4700 tree/own; "
-      "chown 1234:1234 tree/own; chmod 4700 tree/own; touch -d 2001-02-03 tree/a tree; chmod 555 tree");
+      "mkdir tree; printf x > tree/a; chmod 6755 tree/a; chown 5:6 tree/a; "
+      "chown 1234:1234 tree .; "
+      "ln -s a tree/link; chown -h 5:6 tree/link; printf own > tree/own; "
+      "chmod 4700 tree/own; "
+      "chown 1234:1234 tree/own; chmod 4700 tree/own; touch -d 2001-02-03 "
+      "tree/a tree; chmod 555 tree");
   ASSERT_TRUE(as_person([&] { return copy("tree", "copy"); }));
   EXPECT_EQ(look("copy/a").mode, 0755U);
   EXPECT_EQ(look("copy/a").uid, 1234U);
@@ -196,9 +244,16 @@ TEST_F(Copying, GivesWhatAPersonMayGive) {
   EXPECT_EQ(listed(), "copy\ntree\n");
 }
 
+TEST_F(Copying, GivesAttributesToAFileThatItsOwnerMayNotWrite) {
+  prepare("printf x > a; setfattr -n user.note -v text a; chmod 444 a; chown 1234:1234 a .");
+  ASSERT_TRUE(as_person([&] { return copy("a", "copy"); }));
+  EXPECT_THAT(output_of("getfattr -d --absolute-names /tmp/top/copy"), HasSubstr("user.note"));
+}
+
 TEST_F(Copying, FailsForWhatMayNotBeRead) {
   prepare(
-      "mkdir tree; printf x > tree/a; printf x > tree/b; printf x > tree/c; chmod 600 tree/b; chown 1234 .");
+      "mkdir tree; printf x > tree/a; printf x > tree/b; printf x > "
+      "tree/c; chmod 600 tree/b; chown 1234 .");
   EXPECT_TRUE(as_person([&] { return !copy("tree", "copy") && errno == EACCES; }));
   EXPECT_EQ(listed(), "tree\n");
 }
@@ -214,8 +269,9 @@ TEST_F(Copying, NeverTakesAFileThatIsWrittenMeanwhile) {
 TEST_F(Copying, StartsAgainWithAFileThatWasWrittenMeanwhile) {
   prepare("head -c 600000 /dev/urandom > big; printf short > other");
   int calls = 0;
-  answer_calls("copy_file_range", [&] {
-    return ++calls == 1 ? shell_quietly("cd /tmp/top; cat other > big; touch -d 2001-02-03 big") : 0;
+  answer_calls("copy_file_range", [] { return EXDEV; });
+  answer_calls("pread", [&] {  // two thirds of it are copied by then
+    return ++calls == 3 ? shell_quietly("cd /tmp/top; cat other > big; touch -d 2001-02-03 big") : 0;
   });
   ASSERT_TRUE(copy("big", "copy"));
   EXPECT_EQ(read_file("/tmp/top/copy"), "short");
@@ -234,8 +290,46 @@ TEST_F(Copying, WorksWithoutTheKernelsHelp) {
   }
 }
 
+TEST_F(Copying, SharesBlocksWhereTheDiskCan) {
+  prepare("head -c 9000 /dev/urandom > big");
+  int calls = 0;
+  answer_calls("ioctl", [] { return done; });
+  answer_calls("copy_file_range", [&] { return ++calls, 0; });
+  ASSERT_TRUE(copy("big", "copy"));
+  EXPECT_EQ(calls, 0);
+}
+
+TEST_F(Copying, IsNotDisturbedBySignals) {
+  prepare("head -c 600000 /dev/urandom > big");
+  answer_calls("copy_file_range", [] { return EXDEV; });
+  for (const char* call : {"pread", "pwrite"}) {
+    int calls = 0;
+    answer_calls(call, [&] { return ++calls == 2 ? EINTR : 0; });
+    ASSERT_TRUE(copy("big", "copy"));
+    EXPECT_EQ(look("big").content, look("copy").content);
+    ASSERT_TRUE(place::remove_entry(spot("copy")));
+  }
+}
+
+TEST_F(Copying, SaysWhenTheDiskFails) {
+  prepare(
+      "head -c 600000 /dev/urandom > big; truncate -s 20M holes; head -c "
+      "5000 big >> holes");
+  answer_calls("copy_file_range", [] { return EXDEV; });
+  for (const char* call : {"pread", "pwrite"})
+    for (const char* name : {"big", "holes"}) {
+      answer_calls(call, [] { return EIO; });
+      EXPECT_FALSE(copy(name, "copy"));
+      EXPECT_EQ(errno, EIO);
+      answer_calls(call, [] { return 0; });
+      EXPECT_EQ(listed(), "big\nholes\n");
+    }
+}
+
 TEST_F(Copying, GoesOnThroughMemoryWhereTheKernelStops) {
-  prepare("head -c 900000 /dev/urandom > big; truncate -s 20M holes; head -c 5000 big >> holes");
+  prepare(
+      "head -c 900000 /dev/urandom > big; truncate -s 20M holes; head -c "
+      "5000 big >> holes");
   for (const char* name : {"big", "holes"}) {
     int calls = 0;
     answer_calls("copy_file_range", [&] { return ++calls > 1 ? EIO : 0; });
@@ -249,6 +343,8 @@ TEST_F(Copying, CopiesWhatHasNoSize) {
   const Descriptor processes = place::open_top("/proc/self");
   ASSERT_TRUE(place::copy_entry(place::spot_beneath(processes.number(), "comm"), spot("copy")));
   EXPECT_EQ(read_file("/tmp/top/copy"), read_file("/proc/self/comm"));
+  EXPECT_FALSE(place::copy_entry(place::spot_beneath(processes.number(), "pagemap"), spot("endless")));
+  EXPECT_EQ(errno, EFBIG);
 }
 
 TEST_F(Copying, SaysWhenSomethingCannotBeMade) {
@@ -268,7 +364,8 @@ TEST_F(Copying, SaysWhenSomethingCannotBeMade) {
 
 TEST_F(Copying, ClearsWhatAKilledOneLeft) {
   prepare(
-      "printf x > file; mkdir -m 700 .brindle_copy; mkdir -p .brindle_copy/made/deep; printf half > "
+      "printf x > file; mkdir -m 700 .brindle_copy; mkdir -p "
+      ".brindle_copy/made/deep; printf half > "
       ".brindle_copy/made/deep/f; "
       "printf y > .brindle_copy/name-0");
   ASSERT_TRUE(copy("file", "copy"));
@@ -277,9 +374,12 @@ TEST_F(Copying, ClearsWhatAKilledOneLeft) {
 
 TEST_F(Copying, TouchesNoFolderOfThatNameThatIsSomebodys) {
   prepare(
-      "printf x > file; mkdir -m 700 .brindle_copy .brindle_copy-2; printf mine > .brindle_copy/letters; "
-      "printf mine > .brindle_copy-2/made; chown 1234 .brindle_copy-2; mkdir -m 755 .brindle_copy-3; "
-      "printf mine > .brindle_copy-3/made; ln -s /tmp/top/file .brindle_copy-4; printf mine > "
+      "printf x > file; mkdir -m 700 .brindle_copy .brindle_copy-2; printf "
+      "mine > .brindle_copy/letters; "
+      "printf mine > .brindle_copy-2/made; chown 1234 .brindle_copy-2; "
+      "mkdir -m 755 .brindle_copy-3; "
+      "printf mine > .brindle_copy-3/made; ln -s /tmp/top/file "
+      ".brindle_copy-4; printf mine > "
       ".brindle_copy-5");
   const std::string before = seen("/tmp/top/.brindle_copy") + seen("/tmp/top/.brindle_copy-2") +
                              seen("/tmp/top/.brindle_copy-3") + listed();
@@ -287,6 +387,117 @@ TEST_F(Copying, TouchesNoFolderOfThatNameThatIsSomebodys) {
   ASSERT_TRUE(place::remove_entry(spot("copy")));
   EXPECT_TRUE(same_bytes(before, seen("/tmp/top/.brindle_copy") + seen("/tmp/top/.brindle_copy-2") +
                                      seen("/tmp/top/.brindle_copy-3") + listed()));
+}
+
+TEST_F(Copying, ThatIsKilledLeavesNoHalf) {
+  prepare(
+      "mkdir tree; for i in 1 2 3 4 5; do printf $i > tree/$i; ln tree/$i "
+      "tree/s$i; done");
+  const std::string before = seen("/tmp/top/tree");
+  for (int last = 1; last <= 6; ++last) {
+    EXPECT_FALSE(as_person_of(0, [&] {
+      int calls = 0;
+      answer_calls(last < 6 ? "copy_file_range" : "renameat2",
+                   [&] { return last == 6 || ++calls == last ? raise(SIGKILL) : 0; });
+      return copy("tree", "copy");
+    }));
+    EXPECT_EQ(look("copy").type, place::Type::nothing);
+    EXPECT_TRUE(exists("/tmp/top/.brindle_copy/made/1"));
+  }
+  ASSERT_TRUE(copy("tree", "copy"));
+  EXPECT_TRUE(same_bytes(before, seen("/tmp/top/copy")));
+  EXPECT_EQ(listed(), "copy\ntree\n");
+}
+
+TEST_F(Copying, IsNotLedAwayByALinkInThePlaceOfItsFolder) {
+  prepare(
+      "mkdir tree outside; printf a > tree/a; printf b > tree/b; printf "
+      "mine > outside/made");
+  int calls = 0;
+  answer_calls("copy_file_range", [&] {
+    return ++calls == 1 ? shell_quietly(
+                              "cd /tmp/top; mv .brindle_copy away; "
+                              "ln -s outside .brindle_copy")
+                        : 0;
+  });
+  static_cast<void>(copy("tree", "copy"));
+  EXPECT_EQ(listed("outside"), "made\n");
+  EXPECT_EQ(read_file("/tmp/top/outside/made"), "mine");
+  forget_answers();
+  prepare("rm -rf copy away .brindle_copy");
+  answer_calls("mkdirat",
+               [&] { return shell_quietly("cd /tmp/top; ln -sT outside .brindle_copy") == 0 ? done : 0; });
+  static_cast<void>(copy("tree/a", "copy"));
+  EXPECT_EQ(listed("outside"), "made\n");
+}
+
+TEST_F(Copying, TakesAnEmptyFolderInThePlaceOfItsOwnOver) {
+  prepare("printf a > a; mkdir theirs; chown 1234 theirs; chmod 777 theirs");
+  answer_calls("mkdirat", [] { return rename("/tmp/top/theirs", "/tmp/top/.brindle_copy") == 0 ? done : 0; });
+  std::string seen_meanwhile;
+  answer_calls("copy_file_range", [&] {
+    seen_meanwhile = output_of("stat -c '%a %u' /tmp/top/.brindle_copy");
+    return 0;
+  });
+  ASSERT_TRUE(copy("a", "copy"));
+  EXPECT_EQ(seen_meanwhile, "700 0\n");
+  EXPECT_EQ(listed(), "a\ncopy\n");
+}
+
+TEST_F(Copying, LeavesAFullFolderInThePlaceOfItsOwn) {
+  prepare("printf a > a; mkdir secret; printf x > secret/made; chmod 750 secret");
+  answer_calls("mkdirat", [] { return rename("/tmp/top/secret", "/tmp/top/.brindle_copy") == 0 ? done : 0; });
+  ASSERT_TRUE(copy("a", "copy"));
+  EXPECT_EQ(text_of(look(".brindle_copy")).substr(0, 15), "folder 0750 0 0");
+  EXPECT_EQ(listed(".brindle_copy"), "made\n");
+}
+
+TEST_F(Copying, WorksOnADiskWithoutOwners) {
+  prepare("mkdir tree; printf a > tree/a; mkfifo tree/fifo; ln -s a tree/link");
+  answer_calls("mkdirat", [&] {
+    answer_calls("mkdirat", [] { return 0; });
+    return shell_quietly("cd /tmp/top; mkdir .brindle_copy; chown 1234 .brindle_copy") == 0 ? done : 0;
+  });
+  answer_calls("fchown", [] { return EPERM; });
+  answer_calls("fchownat", [] { return EPERM; });
+  ASSERT_TRUE(copy("tree", "copy"));
+  EXPECT_EQ(listed("copy"), "a\nfifo\nlink\n");
+  EXPECT_EQ(listed(), "copy\ntree\n");
+}
+
+TEST_F(Copying, OpensNothingThatTookTheFilesPlace) {
+  prepare("printf secret > secret; mkfifo fifo");
+  for (const char* other : {"ln -s secret file", "mkfifo file", "mknod file c 1 5", "mkdir file"}) {
+    prepare("rm -rf file; printf x > file");
+    bool is_swapped = false;
+    answer_calls("openat", [&] {
+      struct stat stage {};
+      if (is_swapped || stat("/tmp/top/.brindle_copy", &stage) != 0 || ++opened_ < 2) return 0;
+      is_swapped = true;
+      return shell_quietly(std::string("cd /tmp/top; rm file; ") + other);
+    });
+    opened_ = 0;
+    EXPECT_FALSE(copy("file", "copy")) << other;
+    EXPECT_TRUE(is_swapped);
+    EXPECT_EQ(look("copy").type, place::Type::nothing) << other;
+  }
+}
+
+TEST_F(Copying, SaysWhenEveryNameBesideIsTaken) {
+  prepare(
+      "printf a > a; mkdir -m 700 .brindle_copy; touch .brindle_copy/mine; "
+      "for i in $(seq 2 64); do cp -a .brindle_copy .brindle_copy-$i; done");
+  const std::string before = seen("/tmp/top");
+  EXPECT_FALSE(copy("a", "copy"));
+  EXPECT_EQ(errno, EBUSY);
+  EXPECT_TRUE(same_bytes(before, seen("/tmp/top")));
+}
+
+TEST_F(Copying, TakesNoFolderThatAnotherOneHasJustRemoved) {
+  prepare("printf a > a; mkdir -m 700 .brindle_copy");
+  answer_calls("flock", [] { return static_cast<void>(rmdir("/tmp/top/.brindle_copy")), 0; });
+  ASSERT_TRUE(copy("a", "copy"));
+  EXPECT_EQ(listed(), "a\ncopy\n");
 }
 
 TEST_F(Copying, OfSeveralAtATimeWorks) {
@@ -331,7 +542,9 @@ TEST_F(Moving, GoesToAnotherDisk) {
 }
 
 TEST_F(Moving, KeepsTheOldOneWhenTheOtherDiskIsFull) {
-  prepare("mkdir tree; printf small > tree/a; head -c 100000 /dev/urandom > tree/big");
+  prepare(
+      "mkdir tree; printf small > tree/a; head -c 100000 /dev/urandom > "
+      "tree/big");
   const std::string before = seen("/tmp/top/tree");
   const SmallDisk disk("/tmp/top/disk");
   disk.fill_but(10);
@@ -343,7 +556,8 @@ TEST_F(Moving, KeepsTheOldOneWhenTheOtherDiskIsFull) {
 
 TEST_F(Moving, NeverTakesATakenSpot) {
   prepare(
-      "printf new > file; mkdir folder; mkdir taken; printf old > taken/file; mkdir taken/folder; "
+      "printf new > file; mkdir folder; mkdir taken; printf old > "
+      "taken/file; mkdir taken/folder; "
       "ln -s nowhere taken/link");
   const std::string before = seen("/tmp/top/taken");
   for (const char* from : {"file", "folder"})
@@ -361,7 +575,9 @@ TEST_F(Moving, OfNothingFails) {
 }
 
 TEST_F(Moving, TakesAFolderIntoWhichItsOwnerMayNotWrite) {
-  prepare("mkdir -p closed/in target; chmod 555 closed; touch -d 2001-02-03 closed; chown -R 1234 .");
+  prepare(
+      "mkdir -p closed/in target; chmod 555 closed; touch -d 2001-02-03 "
+      "closed; chown -R 1234 .");
   EXPECT_TRUE(as_person([&] { return move("closed", "target/closed"); }));
   EXPECT_EQ(look("target/closed").mode, 0555U);
   EXPECT_EQ(output_of("stat -c %y /tmp/top/target/closed | cut -c-10"), "2001-02-03\n");
@@ -372,7 +588,8 @@ TEST_F(Moving, TakesAFolderIntoWhichItsOwnerMayNotWrite) {
 
 TEST_F(Moving, NeedsNoKernelThatRefusesTakenNames) {
   prepare(
-      "printf new > file; mkdir folder; printf in > folder/in; ln -s nowhere link; mkdir taken; "
+      "printf new > file; mkdir folder; printf in > folder/in; ln -s nowhere "
+      "link; mkdir taken; "
       "printf old > taken/file; mkdir taken/folder; ln -s nowhere taken/link");
   const std::string taken = seen("/tmp/top/taken");
   for (const int error : {EINVAL, ENOSYS}) {
@@ -390,6 +607,24 @@ TEST_F(Moving, NeedsNoKernelThatRefusesTakenNames) {
   EXPECT_TRUE(same_bytes(taken, seen("/tmp/top/taken")));
   EXPECT_EQ(read_file("/tmp/top/folder/in"), "in");
   EXPECT_EQ(listed(), "file\nfolder\nlink\ntaken\n");
+}
+
+TEST_F(Moving, SaysWhenItMayNot) {
+  prepare(
+      "mkdir theirs folder; mkdir theirs/folder; chown 1234 . "
+      "theirs/folder; chmod 755 theirs theirs/folder");
+  EXPECT_TRUE(as_person([&] { return !move("theirs/folder", "moved") && errno == EACCES; }));
+  EXPECT_TRUE(as_person([&] { return !move("folder", "theirs/moved") && errno == EACCES; }));
+  EXPECT_EQ(listed(), "folder\ntheirs\n");
+}
+
+TEST_F(Moving, ThatFailsHalfwayLeavesNothing) {
+  prepare("mkdir folder; printf in > folder/in");
+  answer_calls("renameat2", [] { return EINVAL; });
+  answer_calls("renameat", [] { return EIO; });
+  EXPECT_FALSE(move("folder", "moved"));
+  EXPECT_EQ(errno, EIO);
+  EXPECT_EQ(listed(), "folder\n");
 }
 
 TEST_F(Moving, NeedsNoSecondNames) {
@@ -416,7 +651,8 @@ struct Removing : Below {};
 TEST_F(Removing, LeavesNothing) {
   prepare(full_tree);
   prepare(
-      "printf stays > other; ln -s /tmp/top/other tree/away; mkdir outside; printf x > outside/in; "
+      "printf stays > other; ln -s /tmp/top/other tree/away; mkdir "
+      "outside; printf x > outside/in; "
       "ln -s /tmp/top/outside tree/folder/out");
   EXPECT_TRUE(place::remove_entry(spot("tree")));
   EXPECT_EQ(listed(), "other\noutside\n");
@@ -424,7 +660,9 @@ TEST_F(Removing, LeavesNothing) {
 }
 
 TEST_F(Removing, OfLinksLeavesWhatTheyName) {
-  prepare("mkdir folder; printf x > folder/in; ln -s folder link; printf x > file; ln -s file second");
+  prepare(
+      "mkdir folder; printf x > folder/in; ln -s folder link; printf x > "
+      "file; ln -s file second");
   EXPECT_TRUE(place::remove_entry(spot("link")) && place::remove_entry(spot("second")));
   EXPECT_EQ(listed(), "file\nfolder\n");
   EXPECT_EQ(listed("folder"), "in\n");
@@ -441,7 +679,8 @@ TEST_F(Removing, OfNothingIsDone) {
 
 TEST_F(Removing, TakesFoldersThatTheirOwnerClosed) {
   prepare(
-      "mkdir -p tree/a/b tree/c; touch tree/a/b/f tree/c/f; chmod 0 tree/a/b; chmod 500 tree/c; chmod 100 "
+      "mkdir -p tree/a/b tree/c; touch tree/a/b/f tree/c/f; chmod 0 "
+      "tree/a/b; chmod 500 tree/c; chmod 100 "
       "tree/a; "
       "chown -R 1234 .; chmod 0 tree");
   EXPECT_TRUE(as_person([&] { return place::remove_entry(spot("tree")); }));
@@ -458,10 +697,26 @@ TEST_F(Removing, LeavesWhatIsMounted) {
   prepare("mkdir -p tree/disk");
   ASSERT_EQ(mount("tmpfs", "/tmp/top/tree/disk", "tmpfs", 0, "size=1m"), 0);
   prepare("printf x > tree/disk/theirs");
+  prepare("chown 1234 tree; chmod 500 tree");
   EXPECT_FALSE(place::remove_entry(spot("tree")));
   EXPECT_EQ(errno, EBUSY);
+  EXPECT_EQ(look("tree").mode, 0500U);
   EXPECT_EQ(listed("tree/disk"), "theirs\n");
   umount("/tmp/top/tree/disk");
+}
+
+TEST_F(Removing, IsNotLedAwayByAFolderThatMoves) {
+  prepare(
+      "mkdir other; cd other; d=tree; for i in $(seq 40); do d=$d/$i; done; mkdir -p $d; touch tree/1/a; "
+      "touch $d/file; mkdir x x/2; mv tree ..; find .. -name file > ../../deepest");
+  const std::string deepest = "/tmp/top/other/" + output_of("tr -d '\\n' < /tmp/deepest");
+  ASSERT_TRUE(exists(deepest));
+  answer_calls("unlinkat", [&] {
+    return exists(deepest) ? 0 : shell_quietly("cd /tmp/top; mv -T tree/1/2 other/x/2 2>/dev/null") * 0;
+  });
+  EXPECT_FALSE(place::remove_entry(spot("tree")));
+  EXPECT_EQ(errno, ESTALE);
+  EXPECT_EQ(listed("other/x"), "2\n");
 }
 
 // ---- Attributes ----
@@ -474,9 +729,12 @@ struct Attributes : Below {
 
 TEST_F(Attributes, AreGivenToEverything) {
   prepare(
-      "printf x > file; mkdir folder; mkfifo fifo; mkdir like; printf y > like/file; mkdir like/folder; "
-      "mkfifo like/fifo; ln -s a link; ln -s b like/link; chown -h 5:6 like/*; chmod 4751 like/file; "
-      "chmod 2700 like/folder; chmod 600 like/fifo; touch -h -d '2001-02-03 04:05:06.5' like/*");
+      "printf x > file; mkdir folder; mkfifo fifo; mkdir like; printf y > "
+      "like/file; mkdir like/folder; "
+      "mkfifo like/fifo; ln -s a link; ln -s b like/link; chown -h 5:6 "
+      "like/*; chmod 4751 like/file; "
+      "chmod 2700 like/folder; chmod 600 like/fifo; touch -h -d "
+      "'2001-02-03 04:05:06.5' like/*");
   for (const char* name : {"file", "folder", "fifo", "link"}) {
     const place::Entry like = look(std::string("like/") + name);
     EXPECT_TRUE(give(name, like)) << name;
@@ -494,7 +752,8 @@ TEST_F(Attributes, AreGivenWithoutSetIdBits) {
 
 TEST_F(Attributes, OfALinkStayOffWhatItNames) {
   prepare(
-      "printf x > file; chmod 640 file; ln -s file link; printf y > like; chmod 4777 like; chown 5:6 like; "
+      "printf x > file; chmod 640 file; ln -s file link; printf y > like; "
+      "chmod 4777 like; chown 5:6 like; "
       "ln -s x other; chown -h 7:8 other");
   const std::string before = text_of(look("file"));
   EXPECT_FALSE(give("link", look("like")));
@@ -517,7 +776,8 @@ TEST_F(Attributes, OfAnotherTypeAreRefused) {
 
 TEST_F(Attributes, ThatMayNotBeGivenAreSaid) {
   prepare(
-      "printf x > file; chown 1234:1234 file .; printf y > like; chmod 4751 like; touch -d 2001-02-03 like");
+      "printf x > file; chown 1234:1234 file .; printf y > like; chmod "
+      "4751 like; touch -d 2001-02-03 like");
   const place::Entry like = look("like");
   EXPECT_TRUE(as_person([&] { return !give("file", like) && errno == EPERM; }));
   EXPECT_EQ(look("file").uid, 1234U);

@@ -72,6 +72,7 @@ TEST_F(Look, TellsFoldersLinksAndOthersApart) {
   for (const char* name : {"zero", "disk", "socket", "fifo"})
     EXPECT_NE(look(name).content, look("null").content) << name;
   EXPECT_NE(look("fifo").content, look("socket").content);
+  EXPECT_NE(look("zero").content, look("disk").content);
 }
 
 TEST_F(Look, FindsNothing) {
@@ -113,6 +114,23 @@ TEST_F(Look, ReadsFilesOfOthers) {
   EXPECT_TRUE(as_person([&] { return look("a").content.ends_with(":1"); }));
 }
 
+TEST_F(Look, FindsNothingWhereAFileHasJustGone) {
+  prepare("printf x > a");
+  answer_calls("openat", [] { return static_cast<void>(unlink("/tmp/top/a")), 0; });
+  EXPECT_EQ(look("a").type, Type::nothing);
+}
+
+TEST_F(Look, OpensNothingThatTookTheFilesPlace) {
+  for (const char* other : {"ln -s secret file", "mkfifo file", "mknod file c 1 5", "mkdir file"}) {
+    prepare("rm -rf file; printf x > file; printf secret > secret");
+    answer_calls("openat", [&] {
+      forget_answers();
+      return shell_quietly(std::string("cd /tmp/top; rm file; ") + other);
+    });
+    EXPECT_FALSE(place::look_beneath(top.number(), "file", Content::read)) << other;
+  }
+}
+
 TEST_F(Look, LeavesTheTimeOfAccess) {
   prepare("printf x > a; touch -a -d 2001-02-03 a");
   static_cast<void>(look("a"));
@@ -143,6 +161,23 @@ TEST_F(Look, ReadsAFileThatWasCutMeanwhile) {
   EXPECT_EQ(content, sum_of("big"));
 }
 
+TEST_F(Look, ReadsAFileAgainThatWasEmptyAtFirst) {
+  prepare("touch a");
+  int calls = 0;
+  answer_calls("read", [&] {
+    if (++calls == 1) std::ofstream("/tmp/top/a") << std::string(300000, 'x');
+    return calls == 2 ? truncate("/tmp/top/a", 5) : 0;
+  });
+  const std::string content = look("a").content;
+  EXPECT_EQ(content, sum_of("a"));
+}
+
+TEST_F(Look, ReadsNoEndlessFile) {
+  const Descriptor processes = place::open_top("/proc/self");
+  EXPECT_FALSE(place::look_beneath(processes.number(), "pagemap", Content::read));
+  EXPECT_EQ(errno, EFBIG);
+}
+
 TEST_F(Look, IsNotDisturbedBySignals) {
   prepare("printf x > a; head -c 600000 /dev/zero > b");
   for (const char* name : {"a", "b"}) {
@@ -168,13 +203,16 @@ TEST_F(Look, ReadsWhatHasNoSize) {
   EXPECT_THAT(entry->content, testing::EndsWith(":" + std::to_string(read_file("/proc/self/comm").size())));
 }
 
-// In processor time, since other tests run at the same time. One reading a file is enough.
+// In processor time, since other tests run at the same time. One reading of a file is enough.
 TEST_F(Look, IsQuick) {
   prepare("mkdir many; cd many; seq 20000 | split -l 1 -a 5");
   int reads = 0;
+  int looks = 0;
   answer_calls("read", [&] { return ++reads, 0; });
+  answer_calls("fstat", [&] { return ++looks, 0; });
   const std::vector<std::string> names = place::names_beneath(top.number(), "many").value();
   place::Spot one = spot("many/x");
+  looks = 0;
   const std::clock_t start = std::clock();
   for (const std::string& name : names) {
     one.name = name;
@@ -183,6 +221,7 @@ TEST_F(Look, IsQuick) {
   EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
   EXPECT_EQ(names.size(), 20000U);
   EXPECT_EQ(reads, 20000);
+  EXPECT_EQ(looks, 20000);
 }
 
 // ---- Text ----

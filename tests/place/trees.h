@@ -2,6 +2,7 @@
 #ifndef BRINDLE_TESTS_PLACE_TREES_H
 #define BRINDLE_TESTS_PLACE_TREES_H
 
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -19,22 +20,26 @@
 inline std::string seen(const std::string& path) {
   const std::string sorted = " -print0 | LC_ALL=C sort -z | xargs -0r ";
   return output_of("cd " + path + " && find . \\( -type d -printf '%P %y %m %U %G %T@\\n' -o -printf " +
-                   "'%P %y %m %U %G %T@ %n %s %l\\n' \\) | LC_ALL=C sort; find . \\( -type b -o -type c \\)" +
+                   "'%P %y %m %U %G %T@ %n %s %l\\n' \\) | LC_ALL=C sort; find . \\( -type "
+                   "b -o -type c \\)" +
                    sorted + "stat -c '%n %t %T'; find . -type f" + sorted + "md5sum; find ." + sorted +
                    "getfattr --absolute-names -hd -m - 2>/dev/null");
 }
 
-/// Whether `work` is true for the person with the number 1234, who is in no further group.
-inline bool as_person(const std::function<bool()>& work) {
+/// Whether `work` is true in a process of the person with the number `uid`, who is in no further group.
+inline bool as_person_of(uid_t uid, const std::function<bool()>& work) {
   const pid_t child = fork();
   if (child == 0) {
-    const bool is_done = setresgid(1234, 1234, 1234) == 0 && setresuid(1234, 1234, 1234) == 0 && work();
+    const bool is_done = setgroups(0, nullptr) == 0 && setresgid(uid, uid, uid) == 0 &&
+                         setresuid(uid, uid, uid) == 0 && work();
     _exit(is_done ? 0 : 1);
   }
   int status = 0;
   waitpid(child, &status, 0);
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
+
+inline bool as_person(const std::function<bool()>& work) { return as_person_of(1234, work); }
 
 /// A test with an empty folder /tmp/top.
 struct Below : testing::Test {

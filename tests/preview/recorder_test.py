@@ -57,6 +57,15 @@ class Recorder(unittest.TestCase):
     def rows(self, name):
         return tables.read_record(self.folder + "/" + name)
 
+    def test_passwords_of_shares_are_not_noted(self):
+        self.start(("worker", "echo ' smb://u:p@s/hp' > /dev/null"), ("worker", "true 'smb://u:a@b:c@s/hp' -n x"),
+                   ("worker", "true smb://s/hp ann@home.example"))
+        self.assertEqual([row[2] for row in self.rows("started")],
+                         ["echo ' smb://u:********@s/hp' > /dev/null", "true 'smb://u:********@s/hp' -n x",
+                          "true smb://s/hp ann@home.example"])
+        subprocess.run([RECORDER, "--note-call", "lpadmin", "-v", "smb://u:p@s/hp", "-m", "x@y"], check=True)
+        self.assertEqual(self.rows("programs"), [["lpadmin", "-v", "smb://u:********@s/hp", "-m", "x@y"]])
+
     def test_exit_statuses_pass_and_are_noted(self):
         statuses, _ = self.start(("main", "true"), ("main", "exit 3"), ("main", "no-such-program 2>/dev/null"))
         self.assertEqual([0, 3 << 8, 127 << 8], statuses)

@@ -17,6 +17,17 @@ showpage
 %%EOF
 )";
 
+constexpr const char* broken_server = R"(import socket
+server = socket.socket(socket.AF_UNIX)
+server.bind("/run/cups/cups.sock")
+server.listen(9)
+while True:
+    asker = server.accept()[0]
+    asker.recv(9999)
+    asker.sendall(b"HTTP/1.1 500 Broken\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")
+    asker.close()
+)";
+
 void prepare(const std::string& command) { ASSERT_EQ(0, shell_quietly(command)) << command; }
 
 std::string without_newline(std::string text) {
@@ -33,6 +44,16 @@ PrintServer::PrintServer() {
 }
 
 void PrintServer::patch_foomatic() { prepare(test_data("../tools/patch-foomatic")); }
+
+void PrintServer::stop() {
+  prepare("kill $(pidof cupsd); while pidof cupsd; do sleep 0.05; done; rm -f /run/cups/cups.sock");
+}
+
+std::string PrintServer::breaking_down() {
+  write_file("/tmp/broken.py", broken_server);
+  return "kill $(pidof cupsd); while pidof cupsd; do sleep 0.05; done; rm -f /run/cups/cups.sock; "
+         "python3 /tmp/broken.py >/dev/null 2>&1 & while ! [ -S /run/cups/cups.sock ]; do sleep 0.05; done";
+}
 
 std::string PrintServer::uri_of(const std::string& queue) {
   return without_newline(

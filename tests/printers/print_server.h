@@ -11,6 +11,11 @@ class PrintServer {
   /// foomatic-configure as Debian has it makes no second queue; see tools/patch-foomatic.
   static void patch_foomatic();
 
+  /// Ends cupsd.
+  static void stop();
+  /// A shell command that puts a server in cupsd's place which answers every question with an error.
+  static std::string breaking_down();
+
   /// DeviceURI of a queue as cupsd has stored it, password included; lpstat leaves that out.
   static std::string uri_of(const std::string& queue);
   /// "NAME" of the default queue; empty without one.

@@ -3,13 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 #include "run/fakes.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/full_disk.h"
 #include "support/system_log.h"
 
 namespace {
@@ -296,6 +301,278 @@ TEST_F(Family, ARootInTheArchiveCannotSetTheSuperusersPassword) {
   migrate();
   EXPECT_EQ(before, read_file("/etc/shadow"));
   EXPECT_TRUE(ran("chpasswd < /home/root/pass"));
+}
+
+// ---- Accounts that were there before --------------------------------------------------------------------
+
+struct Passwords : Family {
+  static void migrate_noting_errors() {
+    testing::internal::CaptureStderr();
+    migrate();
+    complained = testing::internal::GetCapturedStderr();
+  }
+  static void use_program(const std::string& name, const std::string& script) {
+    write_file("/usr/local/bin/" + name, "#!/bin/sh\n" + script);
+    shell_quietly("chmod 755 /usr/local/bin/" + name);
+  }
+  static std::string password_of(const std::string& login) {
+    return output_of("getent shadow " + login + " | cut -d: -f2");
+  }
+  static bool has_its_name_as_password(const std::string& login) {
+    return shell_quietly("perl -e 'my @e = getpwnam(\"" + login + "\"); exit(crypt(\"" + login +
+                         "\", $e[1]) ne $e[1])'") == 0;
+  }
+  static std::string complained;
+};
+std::string Passwords::complained;
+
+// The pictures' folder goes into the home as it is, and the run before has made that home.
+TEST_F(Passwords, AFileThatTheRunBeforeHasBroughtIsNeverRead) {
+  const std::string before = read_file("/etc/shadow");
+  profile("root");
+  write_file(in_archive("Profiles/root/Wallpaper/pass"), "root:owned\n");
+  write_file(in_archive("Profiles/root/Wallpaper/option.txt"), "");
+  migrate();
+  ASSERT_EQ("root:owned\n", read_file("/home/root/pass"));
+  forget_commands();
+  migrate_noting_errors();
+  EXPECT_EQ(before, read_file("/etc/shadow"));
+  EXPECT_EQ("root:owned\n", read_file("/home/root/pass"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("chpasswd"))));
+  EXPECT_THAT(commands_run(), Not(Contains(StartsWith("rm /home/root/pass"))));
+  EXPECT_THAT(complained,
+              HasSubstr("/home/root/pass is already there and stays; the password of root is not set\n"));
+}
+
+TEST_F(Passwords, KeepTheirPasswords) {
+  shell_quietly("useradd -m ann; echo ann:secret | chpasswd; mkdir -p /usr/games");
+  const std::string of_ann = password_of("ann");
+  const std::string of_games = password_of("games");
+  for (const char* name : {"ann", "ben", "games"}) profile(name);
+  SystemLog log;
+  migrate_noting_errors();
+  EXPECT_EQ(of_ann, password_of("ann"));
+  EXPECT_EQ(of_games, password_of("games"));
+  EXPECT_TRUE(has_its_name_as_password("ben"));
+  for (const std::string name : {"ann", "games"}) {
+    EXPECT_TRUE(ran("chpasswd < /home/" + name + "/pass"));
+    EXPECT_TRUE(ran("rm /home/" + name + "/pass"));
+    EXPECT_THAT(complained, HasSubstr(name + ": The account was there before; its password is unchanged.\n"));
+  }
+  EXPECT_THAT(complained, Not(HasSubstr("ben:")));
+  EXPECT_THAT(log.messages(), Contains(HasSubstr(", chpasswd < /home/ann/pass")));
+  EXPECT_THAT(said, HasSubstr("resetpassword::chpasswd < /home/ann/pass\n"));
+}
+
+// A shell that gives the owner of the home time before it opens the file.
+TEST_F(Passwords, TheirOwnerCannotSlipAFileIn) {
+  shell_quietly("useradd -m ann");
+  profile("ann");
+  const std::string before = password_of("root");
+  shell_quietly("rm /bin/sh");
+  write_file("/bin/sh",
+             "#!/bin/dash\n"
+             "case \"$*\" in *'chpasswd < '*)\n"
+             "  : > /tmp/now; until [ -e /tmp/there ]; do sleep 0.01; done;;\n"
+             "esac\n"
+             "exec /bin/dash \"$@\"\n");
+  chmod("/bin/sh", 0755);
+  std::thread owner([] {
+    while (!exists("/tmp/now")) usleep(1000);
+    write_file("/home/ann/pass", "root:owned\n");
+    write_file("/tmp/there", "");
+  });
+  migrate_noting_errors();
+  owner.join();
+  EXPECT_EQ(before, password_of("root"));
+  EXPECT_EQ("root:owned\n", read_file("/home/ann/pass"));
+}
+
+TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
+  shell_quietly("useradd -m ann && echo hers > /home/ann/letter");
+  profile("ann");
+  use_program("rm", "ls -A /home/ann > /tmp/seen; /bin/rm \"$@\"\n");
+  migrate_noting_errors();
+  EXPECT_EQ("", read_file("/tmp/seen"));
+  EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
+  EXPECT_EQ("ann\n", read_file("/home/ann/Documents/of ann.txt") + "\n");
+  EXPECT_EQ("", output_of("grep ' /home/ann ' /proc/self/mounts"));
+}
+
+// ---- The password file ----------------------------------------------------------------------------------
+
+TEST_F(Passwords, ACopyOfAFileInRootsHomeDoesNotLockNewAccountsOut) {
+  on("Xandros");
+  write_file("/root/pass", "root's recipes");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_TRUE(has_its_name_as_password("ann"));
+  EXPECT_EQ("root's recipes", read_file("/home/ann/pass"));
+  EXPECT_EQ("ann\n", output_of("stat -c %U /home/ann/pass"));
+  EXPECT_EQ("root's recipes", read_file("/root/pass"));
+}
+
+TEST_F(Passwords, ALinkOfThatNameIsNotFollowed) {
+  shell_quietly("mkdir -p /home/ann && echo kept > /etc/victim && ln -s /etc/victim /home/ann/pass");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_EQ("kept\n", read_file("/etc/victim"));
+  EXPECT_EQ("/etc/victim\n", output_of("readlink /home/ann/pass"));
+  EXPECT_TRUE(has_its_name_as_password("ann"));
+}
+
+TEST_F(Passwords, ANewAccountWithoutAHomeGetsNoPassword) {
+  profile("ann");
+  use_program("useradd", "/usr/sbin/useradd -M ann\n");
+  migrate_noting_errors();
+  EXPECT_EQ("!\n", password_of("ann"));
+  EXPECT_TRUE(ran("chpasswd < /home/ann/pass"));
+  EXPECT_THAT(
+      complained,
+      HasSubstr(
+          "/home/ann/pass cannot be written (No such file or directory); the password of ann is not set\n"));
+}
+
+TEST_F(Passwords, AFileThatIsCutShortIsNotReadAndDoesNotStay) {
+  shell_quietly("mkdir -p /home");
+  const SmallDisk disk("/home");
+  profile("ann");
+  use_program("useradd", "/usr/sbin/useradd \"$@\"; cat /dev/zero > /home/filling 2> /dev/null; true\n");
+  use_program("chpasswd", "cat > /tmp/read\n");
+  migrate_noting_errors();
+  EXPECT_FALSE(exists("/home/ann/pass"));
+  EXPECT_FALSE(exists("/tmp/read"));
+  EXPECT_EQ("!\n", password_of("ann"));
+  EXPECT_TRUE(ran("chpasswd < /home/ann/pass"));
+  EXPECT_THAT(
+      complained,
+      HasSubstr(
+          "/home/ann/pass cannot be written (No space left on device); the password of ann is not set\n"));
+}
+
+TEST_F(Passwords, AnAccountThatWouldBeTheSuperusersGetsNoPassword) {
+  profile("toor");
+  use_program("useradd", "/usr/sbin/useradd -o -u 0 \"$@\"\n");
+  migrate_noting_errors();
+  EXPECT_EQ("!\n", password_of("toor"));
+  EXPECT_THAT(complained, HasSubstr("/home/toor/pass may not name this account; the password of toor"));
+}
+
+// ---- Privacy --------------------------------------------------------------------------------------------
+
+struct Privacy : Passwords {
+  static std::string mode_of(const std::string& path) { return output_of("stat -c '%a %U' '" + path + "'"); }
+  // Of everything but links.
+  static std::string open_to_others(const std::string& home) {
+    return output_of("find " + home + " ! -type l -perm /7077");
+  }
+  static std::string documents_of(const std::string& name) {
+    return in_archive("Profiles/" + name + "/My Documents/");
+  }
+};
+
+TEST_F(Privacy, OfEveryNewHome) {
+  for (const std::string name : {"ann", "ben"}) {
+    profile(name);
+    write_file(documents_of(name) + "letters/mail", "private");
+    shell_quietly(
+        "umask 0; cd '" + documents_of(name) +
+        "' && echo > run && echo > seen && mkdir -p shared/deep && chmod 4755 run && chmod 6444 seen && "
+        "chmod 2775 shared && chmod 1777 shared/deep && chmod 644 letters/mail");
+  }
+  migrate_noting_errors();
+  for (const std::string home : {"/home/ann", "/home/ben"}) {
+    const std::string name = home.substr(6);
+    EXPECT_EQ("", open_to_others(home));
+    EXPECT_EQ("700 " + name + "\n", mode_of(home));
+    EXPECT_EQ("600 " + name + "\n", mode_of(home + "/Documents/letters/mail"));
+    EXPECT_EQ("700 " + name + "\n", mode_of(home + "/Documents/run"));
+    EXPECT_EQ("400 " + name + "\n", mode_of(home + "/Documents/seen"));
+    EXPECT_EQ("700 " + name + "\n", mode_of(home + "/Documents/shared/deep"));
+    EXPECT_EQ("600 " + name + "\n", mode_of(home + "/.mozilla/skeleton"));
+  }
+  EXPECT_NE(0, shell_quietly("su ben -s /bin/sh -c 'cat /home/ann/Documents/letters/mail'"));
+  EXPECT_EQ(0, shell_quietly("su ann -s /bin/sh -c 'cat /home/ann/Documents/letters/mail'"));
+  EXPECT_THAT(complained, Not(HasSubstr("private")));
+}
+
+TEST_F(Privacy, BeginsBeforeAnythingIsPutIn) {
+  shell_quietly(
+      "useradd -u 2345 ben; mkdir -m 777 /home/ann; chown ben /home/ann; mkdir /home/eve; useradd -m eve");
+  profile("ann");
+  use_program("chpasswd", "stat -c '%a %U' /home/ann > /tmp/seen\n");
+  migrate_noting_errors();
+  EXPECT_EQ("700 ann\n", read_file("/tmp/seen"));
+}
+
+TEST_F(Privacy, ChangesNothingForThoseWhoHadAnAccount) {
+  shell_quietly(
+      "umask 022; useradd -m ann && chmod 755 /home/ann && echo > /home/ann/letter && chmod 4755 "
+      "/home/ann/letter");
+  profile("ann");
+  shell_quietly("chmod 644 '" + documents_of("ann") + "of ann.txt'");
+  migrate_noting_errors();
+  EXPECT_EQ("755 ann\n", mode_of("/home/ann"));
+  EXPECT_EQ("644 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, FollowsNoLink) {
+  profile("ann");
+  shell_quietly("mkdir -p /srv/open && echo > /srv/open/file && echo > /srv/file && chmod -R 777 /srv");
+  shell_quietly("ln -s /srv/file /srv/open '" + documents_of("ann") + "'");
+  migrate_noting_errors();
+  EXPECT_EQ("/srv/open\n", output_of("readlink /home/ann/Documents/open"));
+  for (const char* path : {"/srv/file", "/srv/open", "/srv/open/file"})
+    EXPECT_EQ("777 root\n", mode_of(path));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, LeavesAHomeThatIsALink) {
+  shell_quietly(
+      "mkdir -m 755 /srv/ann && echo > /srv/ann/file && chmod 644 /srv/ann/file && ln -s /srv/ann /home");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_EQ("755 root\n", mode_of("/srv/ann"));
+  EXPECT_EQ("644 root\n", mode_of("/srv/ann/file"));
+  EXPECT_THAT(complained, HasSubstr("/home/ann cannot be made private: "));
+}
+
+TEST_F(Privacy, LeavesAFileThatHasANameElsewhere) {
+  shell_quietly(
+      "umask 022; mkdir /home/ann && cd /home/ann && echo > inside && ln inside again && echo > "
+      "/home/outside && "
+      "ln /home/outside outside");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_EQ("644 ann\n", mode_of("/home/outside"));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/inside"));
+  EXPECT_EQ("700 ann\n", mode_of("/home/ann"));
+}
+
+TEST_F(Privacy, StopsAtAnotherFileSystem) {
+  shell_quietly("mkdir -p /home/ann/disk");
+  profile("ann");
+  const SmallDisk disk("/home/ann/disk");
+  shell_quietly("echo > /home/ann/disk/file && chmod 666 /home/ann/disk/file");
+  migrate_noting_errors();
+  EXPECT_EQ("666 ann\n", mode_of("/home/ann/disk/file"));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, DoesNotWaitForAPipe) {
+  profile("ann");
+  mkfifo((documents_of("ann") + "pipe").c_str(), 0644);
+  migrate_noting_errors();
+  EXPECT_EQ("700 ann\n", mode_of("/home/ann"));
+}
+
+TEST_F(Privacy, LeavesTheSharedFolderOpen) {
+  profile("ann");
+  write_file(in_archive("Profiles/ann/File Extensions/song.mp3"), "la");
+  migrate_noting_errors();
+  EXPECT_EQ("777 root\n", mode_of("/Share"));
+  EXPECT_EQ("777 root\n", mode_of("/Share/song.mp3"));
+  EXPECT_EQ("", open_to_others("/home/ann"));
 }
 
 // ---- Failures -------------------------------------------------------------------------------------------

@@ -53,6 +53,28 @@ TEST_F(RunNoteTest, TellsArchiveSystemPeopleAndTimes) {
       note());
 }
 
+TEST_F(RunNoteTest, TellsWhoseAccountWasThereBefore) {
+  shell_quietly("mkdir -p /tmp/x/Brindle/Profiles/ann");
+  note_account_was_there("ann");  // without a run nothing is noted
+  EXPECT_FALSE(exists(path));
+  begin_run_note("/a.zip");
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  note_account_was_there("ann");
+  EXPECT_THAT(note(), HasSubstr("person=ann\nhome=/home/ann\naccount=before\nbegun=N\n"));
+  begin_run_note("/b.zip");
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  EXPECT_THAT(note(), Not(HasSubstr("account=")));
+}
+
+TEST_F(RunNoteTest, DoesNotTakeTheRunningUserForAProfileOfThatName) {
+  shell_quietly("mkdir -p /tmp/x/Brindle/Profiles/root");
+  begin_run_note("/a.zip");
+  note_account_was_there("root");
+  EXPECT_THAT(note(), Not(HasSubstr("account=")));
+  add_profiles_to_run_note("/tmp/x/Brindle");
+  EXPECT_THAT(note(), HasSubstr("person=root\nhome=/root\nperson=root\nhome=/home/root\naccount=before\n"));
+}
+
 TEST_F(RunNoteTest, KnowsEverySystem) {
   const auto system = [](const std::string& file, const std::string& bytes, int nld) {
     shell_quietly("rm -f /etc/*-version /etc/redflag-release");
@@ -177,9 +199,8 @@ TEST_F(RunNoteTest, OfAWholeRunSaysThatItEnded) {
 
 TEST_F(RunNoteTest, OfSeveralPeopleNamesThem) {
   migrate("MultiUser Migration=1\n");
-  EXPECT_THAT(
-      note(),
-      HasSubstr("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\nover=N\nending=ended\n"));
+  EXPECT_THAT(note(), testing::ContainsRegex("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\n"
+                                             "kept=/root/.brindle_before/[-0-9]*\nover=N\nending=ended\n"));
 }
 
 TEST_F(RunNoteTest, OfARefusedRunSaysSo) {

@@ -117,6 +117,33 @@ rlimit stack_limit() {
   return limit;
 }
 
+// A copy from `from`, which is not there.
+shell::Command copy_from(const std::string& from) { return compose("cp %s /tmp/copy 2>/dev/null", from); }
+
+TEST(RunShownAs, LogsOnlyWhatIsShown) {
+  const shell::Command shown = copy_from("/tmp/shown");
+  SystemLog log;
+  EXPECT_EQ(0, shell::run_shown_as(copy_from("/tmp/hidden"), shown));
+  EXPECT_EQ(-1, shell::run_shown_as(copy_from("-hidden"), shown));
+  answer_command("cp", 9);
+  EXPECT_EQ(-1, shell::run_shown_as(copy_from("/tmp/hidden"), shown));
+  answer_command("cp", -1, ENOMEM);
+  EXPECT_EQ(-1, shell::run_shown_as(copy_from("/tmp/hidden"), shown));
+  const std::string text = "cp /tmp/shown /tmp/copy 2>/dev/null";
+  EXPECT_THAT(
+      log.messages(),
+      ElementsAre(HasSubstr("normal termination, exit status 1, " + text), HasSubstr("refused, " + text),
+                  HasSubstr("abnormal termination " + text), HasSubstr("fork failed, " + text)));
+}
+
+TEST(RunShownAs, RunsTheCommandItself) {
+  write_file("/tmp/hidden", "h");
+  SystemLog log;
+  EXPECT_EQ(0, shell::run_shown_as(copy_from("/tmp/hidden"), copy_from("/tmp/shown")));
+  EXPECT_EQ("h", read_file("/tmp/copy"));
+  EXPECT_THAT(log.messages(), IsEmpty());
+}
+
 TEST(LongCommands, GetSixMegabytesOfWords) {
   rlimit limit = stack_limit();
   limit.rlim_cur = 1024 * 1024;

@@ -29,7 +29,8 @@ READ_BY_THE_WIZARD = [
     *(f"brindle/{language}" for language in LANGUAGES),
     *(f"brindle/.gtkrc-{language}" for language in LANGUAGES if language != "en_US"),
     "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "brindle/vcard2xml.pl", "brindle/AddressBook.pm",
-    "bin/foomatic-ppdfile-bd", "bin/brindle", "bin/brindle-account",
+    "bin/foomatic-ppdfile-bd", "bin/brindle", "bin/brindle-account", "bin/brindle-undo",
+    "share/man/man1/brindle-undo.1",
     "libexec/brindle/brindle-wizard",
 ]
 READ_BY_OTHERS = [

@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "state/gui_thread.h"
@@ -67,7 +68,35 @@ TEST(ProgressTimeout, MayBeEndedFromTheWorker) {
   const GuiThread gui;
   const int id = static_cast<int>(g_timeout_add(1, never, nullptr));
   remove_progress_timeout(id);
-  EXPECT_FALSE(runs(id));
+  GuiThread::run([&] { EXPECT_FALSE(runs(id)); });
+}
+
+// It may end itself at any moment, and is freed then.
+TEST(ProgressTimeout, IsEndedByTheThreadThatRunsIt) {
+  std::atomic<std::thread::id> ended_by{};
+  const GuiThread gui;
+  std::thread::id loop;
+  GuiThread::run([&] { loop = std::this_thread::get_id(); });
+  const guint id = g_timeout_add_full(G_PRIORITY_DEFAULT, 1, never, &ended_by, [](gpointer by) {
+    *static_cast<std::atomic<std::thread::id>*>(by) = std::this_thread::get_id();
+  });
+  remove_progress_timeout(static_cast<int>(id));
+  GuiThread::run([] {});
+  EXPECT_EQ(ended_by.load(), loop);
+}
+
+int at_once(void*) { return 0; }
+
+TEST(ProgressTimeout, MayEndItselfWhileTwoThreadsEndIt) {
+  g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
+  const GuiThread gui;
+  for (int round = 0; round < 300; ++round) {
+    const int id = static_cast<int>(g_timeout_add(0, at_once, nullptr));
+    std::thread other([=] { remove_progress_timeout(id); });
+    remove_progress_timeout(id);
+    other.join();
+    GuiThread::run([&] { EXPECT_FALSE(runs(id)); });
+  }
 }
 
 }  // namespace

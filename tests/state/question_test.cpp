@@ -127,6 +127,43 @@ TEST_P(EachQuestion, KeepsAnAnswerThatCameBeforeTheCancel) {
   EXPECT_TRUE(question.ask());
 }
 
+class QuestionWithAnswers : public EachQuestion {};
+
+INSTANTIATE_TEST_SUITE_P(Two, QuestionWithAnswers,
+                         testing::Values(Asked{"driver", driver_question, isWindowSelectDriverOpen},
+                                         Asked{"share", share_question, isWindowSmbUsernamePasswordOpen}));
+
+TEST_P(QuestionWithAnswers, IsSkippedAtOnceInACancelledRun) {
+  assign(selecteddriver, "before");
+  assign(Username, "before");
+  assign(Password, "before");
+  isKilled = 1;
+  GuiThread::when_asked([&] {
+    ADD_FAILURE() << "nobody is there to answer";
+    question.decline();
+  });
+  EXPECT_FALSE(question.ask());
+  EXPECT_EQ(flag, 0);
+  EXPECT_EQ(GuiThread::seconds_slept(), 0);
+  const bool of_driver = &question == &driver_question;
+  EXPECT_STREQ(selecteddriver, of_driver ? "" : "before");
+  EXPECT_STREQ(Username, of_driver ? "before" : "");
+  EXPECT_STREQ(Password, of_driver ? "before" : "");
+}
+
+TEST_P(QuestionWithAnswers, IsSkippedForEveryPrinterBehindTheOneThatWasCancelled) {
+  GuiThread::when_asked([&] { question.window_shown(); });
+  GuiThread::before_sleep([] {
+    if (GuiThread::seconds_slept() != 1) return;
+    GuiThread::run([] {
+      isKilled = 1;
+      decline_open_questions();
+    });
+  });
+  for (int printer = 0; printer < 3; ++printer) EXPECT_FALSE(question.ask());
+  EXPECT_EQ(GuiThread::seconds_slept(), 2);
+}
+
 // ---- answers --------------------------------------------------------------------------------------
 
 class Answers : public testing::Test {

@@ -1,5 +1,6 @@
 #include "support/kept.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
@@ -79,6 +80,7 @@ KeptRun::States KeptRun::look() const {
   for (const std::string& folder : folders_) {
     if (!exists(folder)) continue;
     states[folder] = state_of(folder);
+    if (!fs::is_directory(folder)) continue;
     for (auto each = fs::recursive_directory_iterator(folder); each != fs::end(each); ++each) {
       if (each->path().filename() == ".brindle_before" && each->is_directory()) {
         each.disable_recursion_pending();
@@ -88,6 +90,11 @@ KeptRun::States KeptRun::look() const {
     }
   }
   return states;
+}
+
+bool KeptRun::is_looked_at(const std::string& path) const {
+  return std::ranges::any_of(
+      folders_, [&](const std::string& folder) { return path == folder || path.starts_with(folder + "/"); });
 }
 
 std::vector<std::string> KeptRun::told() {
@@ -101,7 +108,7 @@ std::vector<std::string> KeptRun::told() {
   return changes;
 }
 
-testing::AssertionResult KeptRun::is_whole() {
+testing::AssertionResult KeptRun::is_whole(const std::string& more_kept) {
   keep::end_run();
   const States after = look();
   const std::map<std::string, keep::Row> rows = all_rows();
@@ -109,8 +116,10 @@ testing::AssertionResult KeptRun::is_whole() {
   std::set<std::string> paths;
   for (const auto& [path, state] : before_) paths.insert(path);
   for (const auto& [path, state] : after) paths.insert(path);
-  for (const auto& [path, row] : rows) paths.insert(path);
-  for (const auto& [path, state] : copies) paths.insert(path);
+  for (const auto& [path, row] : rows)
+    if (is_looked_at(path)) paths.insert(path);
+  for (const auto& [path, state] : copies)
+    if (is_looked_at(path)) paths.insert(path);
   testing::AssertionResult result = testing::AssertionSuccess();
   const auto fail = [&](const std::string& path, const std::string& what) {
     if (result) result = testing::AssertionFailure();
@@ -127,7 +136,8 @@ testing::AssertionResult KeptRun::is_whole() {
     const bool is_replaced = is_another_thing(was, is) && was != no_entry && word_of(was) != "folder";
     const std::string copy = of(copies, path);
     if (is_replaced && copy != was) fail(path, "was " + was + ", kept is " + copy);
-    if (!is_replaced && copy != no_entry && was == is) fail(path, "kept, and has not changed");
+    if (!is_replaced && copy != no_entry && !path.starts_with(more_kept))
+      fail(path, "kept, and has not changed");
   }
   return result;
 }
@@ -142,6 +152,10 @@ testing::AssertionResult KeptRun::changed_nothing() const {
   for (const auto& [path, state] : before_)
     if (!after.contains(path)) result << path << " is gone\n";
   return result;
+}
+
+std::string kept_file(const std::string& path) {
+  return keep::kept_path("/root", keep::name_of_run(noon), path);
 }
 
 void block_keeping(const std::string& home) {

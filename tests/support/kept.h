@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-/// From its making on a run of root's is kept; it looks at all that lies in `folders` before and after.
+/// From its making on a run of root's is kept; it looks at all that lies in `folders`, which may be files,
+/// before and after.
 class KeptRun {
  public:
   explicit KeptRun(std::vector<std::string> folders = {"/root"});
@@ -20,9 +21,10 @@ class KeptRun {
   /// lists: "made PATH", "replaced PATH" or "removed PATH" in the order of the paths.
   std::vector<std::string> told();
 
-  /// Ends the run. True when the lists tell every change in the folders, owners, modes and times too, and no
-  /// other; and the kept folders hold what was replaced or removed, and nothing else, as it was.
-  testing::AssertionResult is_whole();
+  /// Ends the run. True when the lists tell every change in the folders, owners, modes and times too, and of
+  /// them no other; and the kept folders hold what was replaced or removed, and nothing else, as it was.
+  /// Below `more_kept` more may be kept.
+  testing::AssertionResult is_whole(const std::string& more_kept = "none");
 
   /// True when everything is as it was, to the times.
   testing::AssertionResult changed_nothing() const;
@@ -31,10 +33,14 @@ class KeptRun {
   using States = std::map<std::string, std::string>;  // by path; what `keep` writes of a state
 
   States look() const;
+  bool is_looked_at(const std::string& path) const;
 
   std::vector<std::string> folders_;
   States before_;
 };
+
+/// Where a file of root's home is kept.
+std::string kept_file(const std::string& path);
 
 /// Puts a file of the person's in the place of the folder in which a run in `home` would keep things.
 void block_keeping(const std::string& home = "/root");

@@ -6,8 +6,10 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "shell/kept.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -83,6 +85,31 @@ TEST_F(HomeFolder, IsNotMadeWithoutTheHome) {
   EXPECT_FALSE(make_home_folder("/home/nobody", "a"));
   EXPECT_FALSE(make_home_folder("", "a"));
   EXPECT_FALSE(exists("/home/nobody"));
+}
+
+TEST_F(HomeFolder, IsListedAsMade) {
+  shell_quietly("mkdir /home/ann/a");
+  KeepingRun run;
+  EXPECT_TRUE(make_home_folder("/home/ann", "a/b/c"));
+  EXPECT_TRUE(make_home_folder("/home/ann", "a"));
+  EXPECT_TRUE(run.has_kept_all());
+  EXPECT_EQ((std::vector<std::string>{"made /home/ann/a/b", "made /home/ann/a/b/c"}), run.listed());
+}
+
+TEST_F(HomeFolder, ThatIsThereIsNotListed) {
+  shell_quietly("mkdir -p /home/ann/a/b");
+  const KeepingRun run;
+  EXPECT_TRUE(make_home_folder("/home/ann", "a/b"));
+  EXPECT_FALSE(exists(KeepingRun::folder("/home/ann")));
+}
+
+TEST_F(HomeFolder, ThatCannotBeListedIsNotMade) {
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
+  errno = 0;
+  EXPECT_FALSE(make_home_folder("/home/ann", "a/b"));
+  EXPECT_EQ(not_kept, errno);
+  EXPECT_FALSE(exists("/home/ann/a"));
 }
 
 }  // namespace

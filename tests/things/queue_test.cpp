@@ -84,7 +84,8 @@ TEST_F(Queues, AreNothingOrTheirLines) {
                                           "shared no\n"
                                           "error-policy abort-job\n"
                                           "op-policy default\n"
-                                          "ppd "));
+                                          "ppd " +
+                                          digest + ":"));
   EXPECT_THAT(state("Office"), AllOf(HasSubstr("\ndefault sides two-sided-long-edge"),
                                      HasSubstr("\ndefault job-sheets standard,none")));
   EXPECT_THAT(state("Attic"), AllOf(HasSubstr("socket://10.0.0.7:9100\n"),
@@ -265,8 +266,7 @@ TEST_F(Queues, HaveADefaultThatComesAndGoes) {
 TEST_F(Queues, CannotBeToldWithoutAServer) {
   const std::string was = state("Attic");
   EXPECT_TRUE(things::print_server_answers());
-  prepare(
-      "kill $(pidof cupsd); while pidof cupsd >/dev/null; do sleep 0.05; done; rm -f /run/cups/cups.sock");
+  PrintServer::stop();
   EXPECT_FALSE(things::print_server_answers());
   EXPECT_EQ("error: no print server answers", state("Attic"));
   EXPECT_EQ("error: no print server answers", default_state());
@@ -276,6 +276,23 @@ TEST_F(Queues, CannotBeToldWithoutAServer) {
   std::string error;
   EXPECT_FALSE(queue_names(error));
   EXPECT_FALSE(keep_queue("Attic", kept, error));
+}
+
+TEST_F(Queues, CannotBeToldOfAServerThatIsBroken) {
+  const std::string was = state("Attic");
+  prepare(PrintServer::breaking_down());
+  EXPECT_TRUE(things::print_server_answers());
+  EXPECT_THAT(state("Attic"), StartsWith("error: "));
+  EXPECT_THAT(state("missing"), StartsWith("error: "));
+  EXPECT_THAT(default_state(), StartsWith("error: "));
+  EXPECT_THAT(refusal("Attic", was), StartsWith("refused: "));
+  EXPECT_THAT(refusal("missing", "nothing"), StartsWith("refused: "));
+  EXPECT_THAT(default_refusal("nothing"), StartsWith("refused: "));
+  EXPECT_THAT(default_refusal("Attic"), StartsWith("refused: "));
+  std::string error;
+  EXPECT_FALSE(queue_names(error));
+  EXPECT_FALSE(keep_queue("Attic", kept, error));
+  EXPECT_NE("", error);
 }
 
 }  // namespace

@@ -27,8 +27,8 @@ bool fill_file(const std::string& path, const std::string& text) {
   File file = open_file(path, "w");
   if (!file) return false;
   write_text(file, text);
-  const bool reached_disk = std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0;
-  return close_file(file) && reached_disk;
+  return std::ferror(file.get()) == 0 && std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0 &&
+         close_file(file);
 }
 
 // The file at the end of all links, which need not exist. Links without an end stay.

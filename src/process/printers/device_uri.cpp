@@ -75,14 +75,13 @@ bool ask_for_credentials(const std::string& title) {
   share_question.set_title(title);
   if (!share_question.ask()) return false;
   std::printf("Username::%s", share_question.answer(share_user));
-  // Deliberate: part of the output. Whoever reads it sees the password.
+  // Deliberate: part of the output. Whoever reads it sees the password, here and nowhere else.
   std::printf("Password::%s", share_question.answer(share_password));
   return true;
 }
 
-std::string with_credentials(const std::string& share) {
-  return std::string("smb://") + share_question.answer(share_user) + ":" +
-         share_question.answer(share_password) + "@" + share;
+std::string with_credentials(const std::string& share, const char* password) {
+  return std::string("smb://") + share_question.answer(share_user) + ":" + password + "@" + share;
 }
 
 }  // namespace
@@ -101,9 +100,12 @@ std::optional<std::string> uri_of(const Device& device, const std::string& label
   share_question.set_text(device.share_port);
   std::printf("Migrating SMB Printer");
   if (!ask_for_credentials(label)) return std::nullopt;
-  std::string uri = with_credentials(*device.share);
-  std::printf("URI::%s", uri.c_str());
-  return uri;
+  std::printf("URI::%s", shown_uri(device).c_str());
+  return with_credentials(*device.share, share_question.answer(share_password));
+}
+
+std::string shown_uri(const Device& device) {
+  return device.share ? with_credentials(*device.share, "********") : device.uri;
 }
 
 void getUsernamePassword(const char* drivername) { ask_for_credentials(drivername); }

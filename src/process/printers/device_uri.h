@@ -30,9 +30,13 @@ std::optional<Device> device_of_port(const std::string& port);
 /// the person declines: the printer is skipped.
 std::optional<std::string> uri_of(const Device& device, const std::string& label);
 
+/// The device's URI as people may see it: of a share with asterisks for the password, however long that is.
+/// After uri_of, and before forget_credentials.
+std::string shown_uri(const Device& device);
+
 /// Asks the person for the credentials of the share in `smburl`, under the title `drivername`, and waits for
 /// the answer. It is left in `Username` and `Password`, which are empty when the person declines, and traced
-/// in clear.
+/// in clear. Nothing else shows the password.
 void getUsernamePassword(const char* drivername);
 
 /// Overwrites `Username`, `Password` and `uri`, which holds them too.

@@ -20,12 +20,13 @@ std::optional<Model> find_model(const QueueTools& tools, const std::string& home
   return model;
 }
 
+// `shown` is `command` without the password of a share.
 void make_queue(const QueueTools& tools, const std::string& queue, const Model& model,
-                const shell::Command& command) {
+                const shell::Command& command, const shell::Command& shown) {
   if (tools.traces_more) std::printf("Driver::%s", model.driver.c_str());
   std::printf("Printer Name::%s", queue.c_str());
-  SYSTEM(command);
-  if (tools.traces_more) std::printf("Options::%s", command.c_str());
+  shell::run_shown_as(command, shown);
+  if (tools.traces_more) std::printf("Options::%s", shown.c_str());
 }
 
 bool make_default(const QueueTools& tools, const std::string& queue, shell::Command& last) {
@@ -48,9 +49,10 @@ bool migrate(const Target& target, const QueueTools& tools, const PrinterDescrip
   if (!tools.keep_for_queue(printer.queue)) return false;
   std::optional<std::string> uri = uri_of(*device, printer.queue);
   if (!uri) return true;
-  shell::Command last = tools.queue_command(printer.queue, *uri, *model);
+  shell::Command last = tools.queue_command(printer.queue, shown_uri(*device), *model);
   const QueueChange change = QueueChange::of(printer.queue);
-  if (change.is_allowed()) make_queue(tools, printer.queue, *model, last);
+  if (change.is_allowed())
+    make_queue(tools, printer.queue, *model, tools.queue_command(printer.queue, *uri, *model), last);
   forget_credentials(*uri);
   if (!change.is_allowed() || (printer.is_default && !make_default(tools, printer.queue, last))) return false;
   std::printf("Properties Read.");

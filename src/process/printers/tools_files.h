@@ -6,7 +6,7 @@
 
 // Each keeps the files before the command runs. False when that fails: then it must not run.
 
-/// Before lpoptions by whoever runs the program: the administrator's options are everybody's, in /etc.
+/// Before lpoptions by whoever runs the program.
 [[nodiscard]] bool keep_own_options();
 
 /// Before lpoptions as the user `login`. Without such an account there is nothing to keep.

@@ -1,9 +1,7 @@
 #include "process/run/accounts.h"
 
-#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -18,10 +16,14 @@
 #include "process/mail/evolution/new_home.h"
 #include "process/run/applications.h"
 #include "process/run/items.h"
+#include "process/run/password_file.h"
+#include "process/run/private_home.h"
+#include "process/run/run_note.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/kept.h"
+#include "shell/replace.h"
 #include "shell/run.h"
 #include "state/question.h"
 #include "state/state.h"
@@ -81,55 +83,88 @@ void note_account(const std::string& login) {
   note_state(things::account_state, login, login);
 }
 
-// From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root".
-void create_account(const Target& target, const std::string& skeleton) {
+// What came of the account of a profile.
+enum class Account { made, not_made, was_there };
+
+// One that cannot be looked up counts: somebody's password is at stake.
+bool has_account(const std::string& login) {
+  errno = 0;
+  return getpwnam(login.c_str()) != nullptr || errno == EIO || errno == ENOMEM || errno == EMFILE ||
+         errno == ENFILE;
+}
+
+bool lies_at(const std::string& path) {
+  struct stat there {};
+  return lstat(path.c_str(), &there) == 0;
+}
+
+// From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root". No
+// value when the new home cannot be written down.
+std::optional<Account> create_account(const Target& target, const std::string& skeleton) {
+  const bool was_there = has_account(target.login);
+  const bool had_home = lies_at(target.home);
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
-  if (!target.has().repairs_source_lists) return;
-  // A home without such lists has none to repair.
-  for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
-    static_cast<void>(repair_source_list(target, list));
-}
-
-// chpasswd reads lines of NAME:PASSWORD, so a name with a colon or a line end could set another account's
-// password. A profile that bears the superuser's name must not make that password known to everybody.
-bool may_get_password(const std::string& login) {
-  const passwd* account = getpwnam(login.c_str());
-  const bool is_superuser = account != nullptr && account->pw_uid == 0;
-  return !is_superuser && login.find_first_of(":\n\r") == std::string::npos;
-}
-
-enum class PasswordFile { written, absent, somebody_elses, not_noted };
-
-PasswordFile write_password_file(const std::string& path, const std::string& login) {
-  if (!may_get_password(login)) return PasswordFile::absent;
-  struct stat there {};
-  if (lstat(path.c_str(), &there) == 0) return PasswordFile::somebody_elses;
-  if (!kept_before_change(path)) return PasswordFile::not_noted;
-  // Readable by root alone from its first moment, and never through a link or over somebody's own file.
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (file < 0) return errno == EEXIST ? PasswordFile::somebody_elses : PasswordFile::absent;
-  const std::string line = login + ":" + login + "\n";
-  const bool whole = write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-  close(file);
-  return whole ? PasswordFile::written : PasswordFile::absent;
-}
-
-// The first password is the login name. False when what is done in the home cannot be written down.
-bool set_password(const std::string& login, const std::string& home) {
-  const std::string path = home + "/pass";
-  const PasswordFile file = write_password_file(path, login);
-  if (file == PasswordFile::not_noted) return false;
-  if (file == PasswordFile::somebody_elses) {
-    std::fprintf(stderr, "%s is already there and stays; the password of %s is not set\n", path.c_str(),
-                 login.c_str());
-    return true;
+  if (!had_home && lies_at(target.home) && !keep::after_new_home(target.home)) return std::nullopt;
+  if (target.has().repairs_source_lists) {
+    // A home without such lists has none to repair.
+    for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
+      static_cast<void>(repair_source_list(target, list));
   }
+  if (was_there) return Account::was_there;
+  return has_account(target.login) ? Account::made : Account::not_made;
+}
+
+std::string cannot_be_written() { return std::string("cannot be written (") + std::strerror(errno) + ")"; }
+
+void say_no_password(const std::string& login, const std::string& path, const std::string& why) {
+  std::fprintf(stderr, "%s %s; the password of %s is not set\n", path.c_str(), why.c_str(), login.c_str());
+}
+
+void run_chpasswd(const std::string& path) {
   const shell::Command chpasswd = compose("chpasswd < %s", path);
   std::printf("resetpassword::%s\n", chpasswd.c_str());
   SYSTEM(chpasswd);
   SYSTEM(compose("rm %s", path));
+}
+
+// The commands are part of what people see of a run, also where there is no file of ours for them: then they
+// fail, whatever the owner of the home does meanwhile.
+void run_chpasswd_without_file(const std::string& login, const std::string& home, const std::string& path) {
+  if (lies_at(path)) return say_no_password(login, path, "is already there and stays");
+  if (!lies_at(home)) return run_chpasswd(path);
+  if (!run_with_empty_home(home, [&] { run_chpasswd(path); }))
+    say_no_password(login, path, cannot_be_written());
+}
+
+// True when the password was set, by a file that was there for that moment alone. A file of the same name,
+// which a copy of root's home may have brought, is put aside meanwhile.
+bool set_new_password(const std::string& login, const std::string& path) {
+  const SetAside somebodys(path);
+  const PasswordFile file = write_password_file(path, login);
+  if (file == PasswordFile::written) {
+    run_chpasswd(path);
+  } else if (file == PasswordFile::not_allowed) {
+    say_no_password(login, path, "may not name this account");
+  } else if (file != PasswordFile::in_the_way) {
+    say_no_password(login, path, cannot_be_written());
+  }
+  return file == PasswordFile::written;
+}
+
+// The first password is the login name. An account that was there before keeps its own. False when what is
+// done in the home cannot be written down.
+bool set_password(const std::string& login, const std::string& home, Account account) {
+  const std::string path = home + "/pass";
+  if (account == Account::made && !lies_at(path) && lies_at(home) && !kept_before_change(path)) return false;
+  if (account != Account::made || !set_new_password(login, path))
+    run_chpasswd_without_file(login, home, path);
   return true;
+}
+
+void tell_about_account(const std::string& login) {
+  std::fprintf(stderr, "%s: The account was there before; its password is unchanged.\n", login.c_str());
+  note_account_was_there(login);
 }
 
 // The items of `target`, a profile, whose fonts lie in `archive_root`.
@@ -145,8 +180,10 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   if (!keep_account(login)) return -1;
-  create_account(target, skeleton);
-  const bool is_noted = set_password(login, target.home);
+  const std::optional<Account> account = create_account(target, skeleton);
+  if (account == Account::was_there) tell_about_account(login);
+  if (account == Account::made) close_home(target.home, login);
+  const bool is_noted = account && set_password(login, target.home, *account);
   note_account(login);
   if (!is_noted) return -1;
   keep::settle();
@@ -156,6 +193,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   const std::string image = image_name(Mark::several_users);
   const int result = itemprofiles2(nullptr, image.c_str(), login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
+  if (account == Account::made) make_content_private(target.home);
   if (!kept_before_chown(login, target.home)) return -1;
   SYSTEM(compose("chown -R %s %s", login, target.home));
   std::printf("STEP 4: Chown Completed.");

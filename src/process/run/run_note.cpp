@@ -9,6 +9,7 @@
 #include <ctime>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,7 @@ struct Note {
   std::string archive;
   const char* system = "";
   std::vector<Owner> people;
+  std::set<std::string> had_accounts;  // logins of profiles
   std::time_t begun = 0;
   std::string kept;  // empty without one
   std::time_t over = 0;
@@ -69,7 +71,11 @@ std::string line(std::string_view key, std::string_view value) {
 
 std::string text_of(const Note& written) {
   std::string text = line("archive", written.archive) + line("system", written.system);
-  for (const Owner& person : written.people) text += line("person", person.login) + line("home", person.home);
+  for (const Owner& person : written.people) {
+    text += line("person", person.login) + line("home", person.home);
+    const bool is_profile = &person != &written.people.front();
+    if (is_profile && written.had_accounts.contains(person.login)) text += line("account", "before");
+  }
   text += line("begun", std::to_string(written.begun));
   if (!written.kept.empty()) text += line("kept", written.kept);
   if (written.over != 0) text += line("over", std::to_string(written.over));
@@ -138,6 +144,13 @@ void add_kept_folder_to_run_note() {
   const std::lock_guard lock(mutex);
   if (!is_going_on() || folder == note.kept) return;
   note.kept = folder;
+  write_note();
+}
+
+void note_account_was_there(const std::string& login) {
+  const std::lock_guard lock(mutex);
+  if (!is_going_on()) return;
+  note.had_accounts.insert(login);
   write_note();
 }
 

@@ -5,6 +5,7 @@
 //   system=gnome                       or nld, linspire, xandros, redflag, redflag-plus
 //   person=root                        the running user first, then each profile of the archive
 //   home=/root                         of the person above
+//   account=before                     of a profile whose account was there before the run
 //   begun=1132610735                   seconds since 1970
 //   kept=/root/.brindle_before/2005-11-21-225215   what was there before; missing while there is none
 //   over=1132611022                    missing while the run goes on
@@ -14,12 +15,17 @@
 #ifndef BRINDLE_PROCESS_RUN_RUN_NOTE_H
 #define BRINDLE_PROCESS_RUN_RUN_NOTE_H
 
+#include <string>
+
 /// A run of `archive` begins, for the running user on the detected system. Replaces the note of an earlier
 /// run. Worker, with isDefaultUser still 1.
 void begin_run_note(const char* archive);
 
 /// Adds the profiles that lie in the archive root `root`. Worker.
 void add_profiles_to_run_note(const char* root);
+
+/// The profile `login` had an account before the run, whose password stays. Worker.
+void note_account_was_there(const std::string& login);
 
 enum class RunEnd { ended, refused };
 

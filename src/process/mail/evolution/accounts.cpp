@@ -10,6 +10,7 @@
 #include "error/log.h"
 #include "gconf/folders.h"
 #include "gconf/settings.h"
+#include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/mail/account.h"
 #include "process/mail/client_files.h"
@@ -145,7 +146,8 @@ using Descriptions = std::vector<std::string>;
 
 std::optional<Descriptions> describe_all(const Target& target) {
   const auto files = account_files(target.root);
-  if (!files) return std::nullopt;
+  // The commands that are asked for a name and a time leave a file in the home for a moment.
+  if (!files || !keep::before_change(target.home)) return std::nullopt;
   Descriptions descriptions;
   for (const std::string& account_path : *files) {
     dos_to_unix(account_path.c_str());

@@ -249,7 +249,8 @@ int mozillacalendar(const char* args, const char* path) {
   // Asked before the tasks' copy may need the folder made.
   const bool has_calendar = is_folder(paths.imap.c_str(), layout::calendar) == 1;
   const bool has_tasks = is_folder(paths.imap.c_str(), layout::tasks) == 1;
-  if ((has_calendar || has_tasks) && !keep_calendar(paths, has_tasks)) return -1;
+  if (!has_calendar && !has_tasks) return take_copies(paths) ? 0 : -1;
+  if (!keep_calendar(paths, has_tasks)) return -1;
   OldFile old = OldFile::second_name_of(paths.data_file);
   if (!old.is_safe()) return -1;
   if (write_calendar(paths, has_calendar, has_tasks)) return 0;

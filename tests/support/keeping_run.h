@@ -1,6 +1,6 @@
 // A run that keeps what it replaces, held against what it changed.
-#ifndef BRINDLE_TESTS_SUPPORT_KEPT_RUN_H
-#define BRINDLE_TESTS_SUPPORT_KEPT_RUN_H
+#ifndef BRINDLE_TESTS_SUPPORT_KEEPING_RUN_H
+#define BRINDLE_TESTS_SUPPORT_KEEPING_RUN_H
 
 #include <gtest/gtest.h>
 
@@ -12,12 +12,12 @@
 #include "place/entry.h"
 
 /// A run of root's that begins now, with a look at all in the homes, in /Share and in `others`.
-class KeptRun {
+class KeepingRun {
  public:
-  explicit KeptRun(std::vector<std::string> others = {});
-  ~KeptRun();
-  KeptRun(const KeptRun&) = delete;
-  KeptRun& operator=(const KeptRun&) = delete;
+  explicit KeepingRun(std::vector<std::string> others = {});
+  ~KeepingRun();
+  KeepingRun(const KeepingRun&) = delete;
+  KeepingRun& operator=(const KeepingRun&) = delete;
 
   /// Ends the run. What it lists as changed, sorted: "made PATH", "replaced PATH", "removed PATH", and
   /// "attributes PATH" for what got another owner or mode alone.
@@ -42,6 +42,7 @@ class KeptRun {
   using Entries = std::map<std::string, place::Entry>;
 
   Entries look() const;
+  bool is_below_tops(const std::string& path) const;
   std::map<std::string, keep::Row> rows() const;
   std::string fault_of(const std::string& path, const Entries& now,
                        const std::map<std::string, keep::Row>& rows) const;
