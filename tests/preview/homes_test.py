@@ -95,6 +95,9 @@ class Filling(Case):
                      "/root/Desktop/Books (K)", "/home/oskar/evolution/local/Inbox/mbox", "/Share/all.txt"):
             self.assertEqual("f", found[path][0], path)
         self.assertNotIn("/root/.kde", found)
+        modes = {path.rpartition("/")[2]: found[path][1] for path in found if path.startswith("/root/Documents/")}
+        self.assertEqual(("2750", "2775", "4755"), tuple(modes[name] for name in ("In a folder", "Together", "run me")))
+        self.assertEqual("755", found["/home/nora/Documents/Together/run me"][1])
         self.assertNotIn("/root/Documents/z is not there", found)
         self.assertNotIn("/home/oskar/.evolution", found)
         self.assertEqual("1700", found["/home/nora/Documents/n"][2])

@@ -146,6 +146,14 @@ class Rewritten(Tree):
         self.assertEqual({"%gconf.xml": {"content"}},
                          self.differences_after(lambda: self.write("%gconf.xml", GCONF.format(222, "y"))))
 
+    def test_the_settings_that_differ_are_told(self):
+        self.write("%gconf.xml", GCONF.format(1, "x"))
+        before = snapshot.look([self.top])
+        self.write("%gconf.xml", GCONF.format(1, "y"))
+        difference, = snapshot.differences(before, snapshot.look([self.top]))
+        self.assertRegex(difference.before, "\nentry .* \\[stringvalue \\[\\] x \\[\\]\\]$")
+        self.assertRegex(difference.after, "\nentry .* y ")
+
     def test_a_list_in_another_order_does_not(self):
         text = '<gconf><entry name="a" type="list" ltype="string">{}</entry></gconf>'
         items = "<li><stringvalue>x</stringvalue></li>", "<li><stringvalue>y</stringvalue></li>"
@@ -184,7 +192,8 @@ class Traces(unittest.TestCase):
                             ("/root/.gconfd/saved_state", "missing"), ("/root/.gconf/apps/x", "new and empty"),
                             ("/root/.gconf/%gconf.xml", "rewritten", "time"), ("/root/.gconf/apps", "time"),
                             ("/etc/passwd-", "content"), ("/etc/group", "time"), ("/etc", "time"),
-                            ("/etc/cups/printers.conf", "rewritten"), ("/etc/cups/printers.conf.O", "new"),
+                            ("/etc/cups/printers.conf", "rewritten"), ("/etc/cups/classes.conf", "time"),
+                            ("/etc/cups/printers.conf.O", "new"),
                             ("/root/.cache/fontconfig/a-le64.cache-7", "new")):
             with self.subTest(path):
                 self.assertNotEqual("", self.reason(path, *what))
@@ -196,7 +205,8 @@ class Traces(unittest.TestCase):
                             ("/root/.gconf/apps/%gconf.xml", "rewritten", "owner"), ("/root/.gconf/apps/%gconf.xml", "missing"),
                             ("/root/.gconf/apps", "missing and empty"), ("/root/Documents", "new and empty"),
                             ("/etc/passwd", "content"), ("/etc/passwd", "time", "mode"), ("/etc", "mode"),
-                            ("/etc/cups/printers.conf", "content"), ("/etc/cups/ppd/a.ppd", "content"),
+                            ("/etc/cups/printers.conf", "content"), ("/etc/cups/classes.conf", "content", "time"),
+                            ("/etc/cups/ppd/a.ppd", "content"),
                             ("/etc/cups/lpoptions", "new"), ("queue a", "missing"), ("GConf /apps/x", "content")):
             with self.subTest(path):
                 self.assertEqual("", self.reason(path, *what))

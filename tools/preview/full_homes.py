@@ -34,10 +34,11 @@ def access_list():
 
 
 class Place:
-    """A folder that is filled by one owner. Its paths are relative, and folders are made as they are needed."""
+    """A folder that is filled by one owner. Its paths are relative, and folders are made as they are needed. Set-id
+    bits, `set_id` or 0, are in the runner's own home alone: root gives them back nowhere else."""
 
-    def __init__(self, top, uid, gid):
-        self.top, self.uid, self.gid = top, uid, gid
+    def __init__(self, top, uid, gid, set_id=0):
+        self.top, self.uid, self.gid, self.set_id = top, uid, gid, set_id
         self.age = 0
         self.folder("")
 
@@ -90,7 +91,7 @@ def write_like(place, folder, names, read):
             pass  # a name that an earlier one has taken
     folders = sorted({name.partition("/")[0] for name in names if "/" in name and os.path.isdir(place.path(folder))})
     for name in folders[:1]:
-        os.chmod(place.folder(os.path.join(folder, name)), 0o2750)
+        os.chmod(place.folder(os.path.join(folder, name)), 0o750 | place.set_id & 0o2000)
 
 
 def other_content(place, path, _):
@@ -132,8 +133,8 @@ def write_others(place, folder):
     for name in ("Taxes 1999.txt", ".hidden", "-rf", "two\nlines", "tab\there", "*?[a].txt", "d\udce9j\udce0 vu.txt"):
         place.write(f"{folder}/{name}", f"This is {ascii(name)}.\n")
     place.write(f"{folder}/Together/minutes.txt", "We met.\n", 0o664)
-    os.chmod(place.path(f"{folder}/Together"), 0o2775)
-    os.chmod(place.write(f"{folder}/Together/run me", "#!/bin/sh\n"), 0o4755)
+    os.chmod(place.path(f"{folder}/Together"), 0o775 | place.set_id & 0o2000)
+    os.chmod(place.write(f"{folder}/Together/run me", "#!/bin/sh\n"), 0o755 | place.set_id & 0o4000)
     place.link(f"{folder}/leads nowhere", "no such file")
     place.link(f"{folder}/leads out", "/etc/hostname")
     os.mkfifo(place.path(f"{folder}/pipe"))
@@ -375,7 +376,7 @@ def main():
     options = parser.parse_args()
     archive = Archive(options.archive)
     runner = pwd.getpwnam(options.user)
-    fill_home(Place(runner.pw_dir, runner.pw_uid, runner.pw_gid), archive, "", options.system, False)
+    fill_home(Place(runner.pw_dir, runner.pw_uid, runner.pw_gid, 0o6000), archive, "", options.system, False)
     for number, login in enumerate(archive.logins() if options.user == "root" else []):
         uid = FORMER + number
         if options.kind == "known":

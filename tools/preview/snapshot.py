@@ -130,7 +130,7 @@ def differences(before, after):
         old, new = before.get(path), after.get(path)
         what = what_differs(old, new)
         if what:
-            yield Difference(path, frozenset(what), text_of(old), text_of(new))
+            yield Difference(path, frozenset(what), text_of(old, new), text_of(new, old))
 
 
 def what_differs(old, new):
@@ -151,5 +151,9 @@ def says_nothing(there):
     return isinstance(there, Entry) and (there.type == "folder" or there.meaning == NO_SETTINGS)
 
 
-def text_of(there):
-    return "nothing" if there is None else there if isinstance(there, str) else there.text()
+def text_of(there, other):
+    """With the lines of its meaning that the other one has not."""
+    if not isinstance(there, Entry):
+        return "nothing" if there is None else there
+    known = other.meaning.splitlines() if isinstance(other, Entry) else []
+    return "\n".join([there.text(), *(line for line in there.meaning.splitlines() if line not in known)])

@@ -27,7 +27,7 @@ ON_THE_MACHINE = (
     (r"/etc/(passwd|shadow|group|gshadow|subuid|subgid)", {"time"}, "the list of accounts is written anew"),
     (r"/etc/\.pwd\.lock", ANYTHING, "the lock of the lists of accounts"),
     (r"/etc/cups(/ppd)?", {"time"}, "cupsd exchanges its files in it"),
-    (r"/etc/cups/printers\.conf", REWRITTEN, "cupsd writes its queues anew"),
+    (r"/etc/cups/(printers|classes)\.conf", REWRITTEN, "cupsd writes its queues anew"),
     (r"/etc/cups/ppd/.*\.ppd", {"time"}, "cupsd writes its descriptions anew"),
     (r"/etc/cups/(printers|subscriptions|classes)\.conf\.O|/etc/cups/subscriptions\.conf|/etc/cups/ppd/.*\.ppd\.O",
      ANYTHING, "cupsd's own state"),
