@@ -35,13 +35,13 @@ std::string run_in(const std::string& home, const RunNote& note) {
 }
 
 Replaced of_runner(const RunNote& note) {
-  const auto& [login, home] = note.people.front();
+  const RunNote::Somebody& runner = note.people.front();
   Replaced replaced;
-  replaced.login = login;
-  replaced.home = home;
-  replaced.run = run_in(home, note);
-  replaced.path = kept_path(home, replaced.run, "list.tsv");
-  if (!replaced.run.empty()) replaced.list = read_kept_list(home, replaced.run, "list.tsv");
+  replaced.login = runner.login;
+  replaced.home = runner.home;
+  replaced.run = run_in(runner.home, note);
+  replaced.path = kept_path(runner.home, replaced.run, "list.tsv");
+  if (!replaced.run.empty()) replaced.list = read_kept_list(runner.home, replaced.run, "list.tsv");
   return replaced;
 }
 

@@ -6,8 +6,8 @@
 
 // Each call makes sure first that the daemon runs. All need `client`; without one they fail like any other
 // failing call: their text with the system error on standard error. A key that cannot be kept for an undo
-// (kept_key.h) is not set, which is such a failure. What is the same for a profile, as a
-// file, goes through settings.h.
+// (kept_key.h) is not set, which is such a failure. What is the same for a profile, as a file, goes through
+// settings.h.
 
 /// Sets a string key. Returns 0, or -1 after "gconf_client_set_string : set".
 int set_gconf_string(const char* key, const char* val);

@@ -11,13 +11,13 @@ constexpr int label_width = 300;
 
 std::string label_name(Mark mark) { return "label_" + std::to_string(static_cast<int>(mark)); }
 
-void put_row(Page& page, Mark mark, const std::string& text, Spot spot) {
+void put_row(Page& page, Mark mark, const std::string& text, Position position) {
   GtkWidget* image = gtk_image_new();
   GtkWidget* label = gtk_label_new(text.c_str());
   gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
   gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-  page.put(image_name(mark).c_str(), image, spot, mark_size, mark_size);
-  page.put(label_name(mark).c_str(), label, {spot.x + label_left, spot.y}, label_width, mark_size);
+  page.put(image_name(mark).c_str(), image, position, mark_size, mark_size);
+  page.put(label_name(mark).c_str(), label, {position.x + label_left, position.y}, label_width, mark_size);
   set_accessible_label(image, label, text);
   g_object_set_data(G_OBJECT(image), "label", label);
 }
@@ -34,11 +34,11 @@ void describe(GtkWidget* image, bool done) {
 }  // namespace
 
 void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system) {
-  Spot spot = {mark_left, system.first_row};
+  Position position = {mark_left, system.first_row};
   for (const MarkRow& row : mark_rows()) {
     if (system.hidden_rows.contains(row.mark)) continue;
-    put_row(page, row.mark, texts[row.text_key], spot);
-    spot.y += system.row_pitch;
+    put_row(page, row.mark, texts[row.text_key], position);
+    position.y += system.row_pitch;
   }
 }
 

@@ -35,16 +35,17 @@ Page::Page(const std::string& title, GCallback on_delete)
   gtk_widget_show(fixed_);
 }
 
-GtkWidget* Page::put(const char* name, GtkWidget* widget, Spot spot, int width, int height) {
+GtkWidget* Page::put(const char* name, GtkWidget* widget, Position position, int width, int height) {
   gtk_widget_set_size_request(widget, width, height);
-  gtk_fixed_put(GTK_FIXED(fixed_), widget, spot.x, spot.y);
+  gtk_fixed_put(GTK_FIXED(fixed_), widget, position.x, position.y);
   gtk_widget_show(widget);
   name_widget(window_, widget, name);
   return widget;
 }
 
-GtkWidget* Page::put_button(const char* name, const std::string& mnemonic, Spot spot, GCallback on_clicked) {
-  return put(name, new_button(mnemonic, on_clicked), spot, 60, 25);
+GtkWidget* Page::put_button(const char* name, const std::string& mnemonic, Position position,
+                            GCallback on_clicked) {
+  return put(name, new_button(mnemonic, on_clicked), position, 60, 25);
 }
 
 void Page::appear_before_content() {

@@ -7,7 +7,7 @@
 #include <string>
 
 /// The upper left corner of a widget on a page.
-struct Spot {
+struct Position {
   int x = 0;
   int y = 0;
 };
@@ -18,11 +18,12 @@ class Page {
 
   GtkWidget* window() const { return window_; }
 
-  /// Puts `widget` at `spot` and registers it as `name`. A width or height of -1 is the widget's own.
-  GtkWidget* put(const char* name, GtkWidget* widget, Spot spot, int width, int height);
+  /// Puts `widget` at `position` and registers it as `name`. A width or height of -1 is the widget's own.
+  GtkWidget* put(const char* name, GtkWidget* widget, Position position, int width, int height);
 
   /// A button of the pages' size, 60 x 25.
-  GtkWidget* put_button(const char* name, const std::string& mnemonic, Spot spot, GCallback on_clicked);
+  GtkWidget* put_button(const char* name, const std::string& mnemonic, Position position,
+                        GCallback on_clicked);
 
   /// Puts the window on the screen first and its content right after: the first page need not wait for its
   /// fonts to be found.

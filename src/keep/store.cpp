@@ -21,7 +21,6 @@ namespace {
 
 constexpr mode_t for_owner_alone = 0700;
 constexpr std::string_view tsv = ".tsv";
-constexpr const char* folder_of_begun = "begun";
 
 std::string file_of_home(const std::string& login) {
   return std::string(folder_of_homes) + "/" + login + std::string(tsv);
@@ -211,22 +210,10 @@ std::optional<place::Spot> Store::place_for(const std::string& path) {
   return spot;
 }
 
-// A copy gets its place when it is whole: what a killed run has begun is never taken for one.
-std::optional<place::Spot> Store::begun_copy() {
-  const std::string name = std::string(folder_of_begun) + "/" + std::to_string(getpid());
-  if (!place::make_folder_beneath(folder_.number(), folder_of_begun, for_owner_alone, uid_, gid_))
-    return std::nullopt;
-  place::Spot spot = place::spot_beneath(folder_.number(), name);
-  if (!spot || !place::remove_entry(spot)) return std::nullopt;
-  return spot;
-}
-
+// What a killed run has begun to copy is never taken for a copy: it has no name there yet.
 bool Store::keep(const place::Spot& from, const std::string& path) {
   const std::optional<place::Spot> to = place_for(path);
-  struct stat found {};
-  if (to && fstatat(to->folder.number(), to->name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0) return true;
-  const std::optional<place::Spot> begun = to ? begun_copy() : std::nullopt;
-  return begun && place::copy_entry(from, *begun) && place::move_entry(*begun, *to);
+  return to && (place::copy_entry(from, *to) || errno == EEXIST);
 }
 
 bool Store::take(const place::Spot& from, const std::string& path) {
@@ -251,7 +238,6 @@ void Store::drop(const std::string& path) {
 }
 
 void Store::complete() {
-  unlinkat(folder_.number(), folder_of_begun, AT_REMOVEDIR);  // there only if something was copied
   if (list_) join_rows(folder_.number(), list_name, list_.number());
 }
 

@@ -56,7 +56,6 @@ class Store {
  private:
   bool has_own_folder();
   std::optional<place::Spot> place_for(const std::string& path);
-  std::optional<place::Spot> begun_copy();
 
   std::string home_;
   std::string date_time_;

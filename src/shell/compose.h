@@ -100,11 +100,11 @@ concept Number = std::integral<Value> && !std::same_as<Value, bool> && !std::sam
                  !std::same_as<Value, char16_t> && !std::same_as<Value, char32_t>;
 
 template <typename Value>
-constexpr Kind kind_of() {
-  if constexpr (std::is_same_v<Value, Command>) return Kind::command;
-  if constexpr (std::is_same_v<Value, QuotedWord>) return Kind::quoted_word;
-  if constexpr (Number<Value>) return Kind::number;
-  return Kind::text;
+constexpr ValueKind kind_of() {
+  if constexpr (std::is_same_v<Value, Command>) return ValueKind::command;
+  if constexpr (std::is_same_v<Value, QuotedWord>) return ValueKind::quoted_word;
+  if constexpr (Number<Value>) return ValueKind::number;
+  return ValueKind::text;
 }
 
 /// A template with its blanks, read at compile time for values of these types.

@@ -39,7 +39,7 @@ struct Slot {
 };
 
 /// What a value can be to the composer.
-enum class Kind { text, number, quoted_word, command };
+enum class ValueKind { text, number, quoted_word, command };
 
 /// Reads one template. A `throw` here is a compile error that shows its text.
 class TemplateReader {
@@ -326,23 +326,23 @@ class TemplateReader {
 };
 
 /// Throws when a value of this kind may not stand in `slot`.
-constexpr void check_kind(const Slot& slot, Kind kind) {
-  if ((slot.kind == 'd') != (kind == Kind::number)) throw "%d takes an integer, %s a text";
-  if (slot.role == Role::file_name && kind != Kind::text) throw "a file name is a text";
-  if (slot.role == Role::command && kind != Kind::command)
+constexpr void check_kind(const Slot& slot, ValueKind kind) {
+  if ((slot.kind == 'd') != (kind == ValueKind::number)) throw "%d takes an integer, %s a text";
+  if (slot.role == Role::file_name && kind != ValueKind::text) throw "a file name is a text";
+  if (slot.role == Role::command && kind != ValueKind::command)
     throw "only a whole command may be given to a shell";
-  if (slot.role != Role::command && kind == Kind::command) throw "a command where no shell reads it";
-  if (kind == Kind::quoted_word && !(slot.alone && slot.place == Place::bare))
+  if (slot.role != Role::command && kind == ValueKind::command) throw "a command where no shell reads it";
+  if (kind == ValueKind::quoted_word && !(slot.alone && slot.place == Place::bare))
     throw "a word with its own quotes stands bare and alone";
 }
 
 /// The slots of `text` for values of these kinds. Throws a text that says what is wrong.
-constexpr std::vector<Slot> slots_for(std::string_view text, std::initializer_list<Kind> kinds) {
+constexpr std::vector<Slot> slots_for(std::string_view text, std::initializer_list<ValueKind> kinds) {
   std::vector<Slot> slots = TemplateReader(text).read();
   if (slots.size() > kinds.size()) throw "more blanks in the template than values";
   if (slots.size() < kinds.size()) throw "more values than blanks in the template";
   auto slot = slots.begin();
-  for (const Kind kind : kinds) check_kind(*slot++, kind);
+  for (const ValueKind kind : kinds) check_kind(*slot++, kind);
   return slots;
 }
 

@@ -13,8 +13,10 @@
 //   ppd 8d...f1:20481                   digest and size; "none" for a raw queue
 //   default sides two-sided-long-edge   an option that jobs get, one line each, sorted
 //
-// What such a text cannot hold, the PPD file and the whole address, is kept in a folder of the caller's:
-// NAME.ppd and, of a queue whose address holds a password, NAME.uri.
+// What such a text cannot hold, the PPD file and the whole address, is kept in a folder of the caller's,
+// which for a run is "queues" in its kept folder: NAME.ppd and, of a queue whose address holds a password,
+// NAME.uri. The password is known half a minute after the queue was made, when the server has stored it. As
+// it is in no state, two that are the same text may differ in it: give_queue gives it in any case.
 //
 // "No queue" is a state, "nothing"; what cannot be told is no value, with the reason in `error`. Classes
 // cannot be told.

@@ -89,20 +89,37 @@ bool Giver::failed(const Item& item, const std::string& why) {
   return false;
 }
 
+bool Giver::keep_first() {
+  for (const std::size_t at : plan_.downwards()) {
+    const Item& item = plan_.items()[at];
+    const bool is_touched = goes(item) || is_written_since(item);
+    if (written_since_.empty() || !is_within(item.path, written_since_) || !is_touched) continue;
+    if (!keep::before_change(item.path)) return failed(item, "it could not be kept");
+  }
+  return true;
+}
+
 void Giver::carry_out() {
   for (const std::size_t at : plan_.downwards()) {
     const Item& item = plan_.items()[at];
     if (goes(item) && !plan_.is_covered(item)) take_away(item);
   }
   for (const std::size_t at : plan_.downwards())
-    if (plan_.items()[at].deed == Deed::give_back) give_back(plan_.items()[at]);
+    if (plan_.items()[at].deed == Deed::give_back || is_written_since(plan_.items()[at]))
+      give_back(plan_.items()[at]);
   for (const std::size_t at : plan_.downwards() | std::views::reverse) give_rights(plan_.items()[at]);
+}
+
+bool Giver::is_written_since(const Item& item) const {
+  return !written_since_.empty() && is_within(item.path, written_since_) && item.before.type == Type::file &&
+         item.deed != Deed::leave && !item.rights_only;
 }
 
 // Somebody may have worked on it since the plan was made.
 bool Giver::is_as_planned(const Item& item) {
   const std::optional<Entry> now = look(spot_of(*item.ground, item.path), Content::read);
   if (!now) return failed(item, std::strerror(errno));
+  if (!written_since_.empty() && is_within(item.path, written_since_)) return true;
   if (now->type == Type::nothing || !item.became || place::is_same_thing(*now, *item.became)) return true;
   return place::is_same_thing(*now, item.start) || failed(item, "it has changed since");
 }
@@ -110,7 +127,9 @@ bool Giver::is_as_planned(const Item& item) {
 void Giver::take_away(const Item& item) {
   if (!is_as_planned(item)) return;
   errno = 0;
-  if (!keep::take(item.path)) {
+  // What the daemon writes was kept before it wrote.
+  const bool is_kept = !written_since_.empty() && is_within(item.path, written_since_);
+  if (is_kept ? !place::remove_entry(spot_of(*item.ground, item.path)) : !keep::take(item.path)) {
     failed(item, errno == 0 || errno == ECANCELED ? "it could not be kept" : std::strerror(errno));
   } else if (item.deed == Deed::take_away) {
     ++taken_away_;

@@ -7,6 +7,7 @@
 #define BRINDLE_UNDO_GIVE_BACK_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "undo/plan.h"
@@ -15,7 +16,13 @@ namespace undo {
 
 class Giver {
  public:
-  explicit Giver(const Plan& plan) : plan_(plan) {}
+  /// `written_since`: a folder whose files a daemon may have written again since the plan was made; empty for
+  /// none. They get their bytes back all the same.
+  Giver(const Plan& plan, std::string written_since)
+      : plan_(plan), written_since_(std::move(written_since)) {}
+
+  /// Before the daemon writes there: keeps what the plan touches. False when something could not be kept.
+  [[nodiscard]] bool keep_first();
 
   /// What the run made goes, then what was there comes back, and at last folders get their rights and times.
   void carry_out();
@@ -39,7 +46,10 @@ class Giver {
   bool link_to_twin(const Item& item, const place::Spot& spot);
   bool failed(const Item& item, const std::string& why);
 
+  bool is_written_since(const Item& item) const;
+
   const Plan& plan_;
+  std::string written_since_;
   std::vector<Failure> failures_;
   std::size_t given_back_ = 0;
   std::size_t taken_away_ = 0;

@@ -77,7 +77,7 @@ std::string home_of(const Matter& matter) {
 Matters::Matters(const std::vector<keep::Row>& rows, std::string store, bool with_accounts, std::time_t since)
     : store_(std::move(store)), with_accounts_(with_accounts), since_(since) {
   for (const keep::Row& row : rows)
-    if (is_thing(row.kind)) all_.push_back({row.kind, row.name, row.before, row.became, Deed::none, ""});
+    if (is_thing(row.kind)) all_.push_back({row.kind, row.name, row.before, row.became, "", Deed::none, ""});
   std::ranges::reverse(all_);
   std::ranges::stable_sort(all_, {}, order_of);
   const auto is_setting = [](const Matter& matter) { return matter.kind == Kind::gconf; };
@@ -115,6 +115,7 @@ void Matters::decide(Matter& matter) {
   std::string error;
   bool is_told = false;
   const std::string now = state_of(matter, is_told, error);
+  matter.start = now;
   if (!is_told) {
     matter.deed = Deed::leave;
     matter.why = error;
@@ -164,9 +165,9 @@ bool Matters::give(const Matter& matter, std::string& error) {
   bool is_told = false;
   const std::string now = state_of(matter, is_told, error);
   if (!is_told) return false;
-  if (now == matter.before) return true;
+  if (now == matter.before && matter.start == matter.before) return true;
   error = "its present state could not be kept";
-  if (!keep::before_change_of(matter.kind, matter.name, now)) return false;
+  if (!keep::before_change_of(matter.kind, matter.name, matter.start)) return false;
   if (matter.kind == Kind::queue && !things::keep_queue(matter.name, queues_in(keep::folder_of_run()), error))
     return false;
   const bool changed = change(matter, error);
@@ -195,14 +196,16 @@ void Matters::give_back_before_files(std::vector<Failure>& failures) {
   write_settings(failures);
 }
 
+bool Matters::has_settings() const {
+  return std::ranges::any_of(all_, [](const Matter& matter) {
+    return matter.kind == Kind::gconf && (matter.deed == Deed::give_back || matter.deed == Deed::take_away);
+  });
+}
+
 void Matters::write_settings(std::vector<Failure>& failures) {
   if (client_ == nullptr) return;
-  const auto is_changed = [](const Matter& matter) {
-    return matter.kind == Kind::gconf && (matter.deed == Deed::give_back || matter.deed == Deed::take_away);
-  };
   std::string error;
-  if (std::ranges::any_of(all_, is_changed) && !things::write_settings(client_, error))
-    failures.push_back({"the settings", error});
+  if (has_settings() && !things::write_settings(client_, error)) failures.push_back({"the settings", error});
 }
 
 void Matters::give_back_accounts(std::vector<Failure>& failures) { give_back(Kind::account, failures); }

@@ -19,6 +19,7 @@ struct Matter {
   std::string name;
   std::string before;
   std::string became;
+  std::string start;  ///< when it was looked at first: giving back another thing may change it
   Deed deed = Deed::none;
   std::string why;
 
@@ -54,6 +55,9 @@ class Matters {
   void give_back_accounts(std::vector<Failure>& failures);
 
   std::size_t done() const { return done_; }
+
+  /// True when give_back_before_files changes GConf keys.
+  bool has_settings() const;
 
  private:
   std::string state_of(const Matter& matter, bool& is_told, std::string& error);

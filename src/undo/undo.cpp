@@ -319,10 +319,12 @@ class Undo {
   void carry_out() {
     keep::begin_undo(home_, std::time(nullptr), run_.date_time);
     clear_left_overs();
-    matters_.give_back_before_files(failures_);
-    if (restores_settings(plan_)) end_settings_daemon();
-    Giver giver(plan_);
-    giver.carry_out();
+    Giver giver(plan_, matters_.has_settings() ? home_ + "/.gconf" : "");
+    if (giver.keep_first()) {
+      matters_.give_back_before_files(failures_);
+      if (matters_.has_settings() || restores_settings(plan_)) end_settings_daemon();
+      giver.carry_out();
+    }
     failures_.insert(failures_.end(), giver.failures().begin(), giver.failures().end());
     take_homes(matters_, failures_);
     matters_.give_back_accounts(failures_);

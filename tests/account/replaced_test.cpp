@@ -137,7 +137,7 @@ TEST(KeptList, of_a_run_that_was_killed_says_what_may_be_replaced) {
   const KeptList list =
       list_of(head + begins + row("path", "/root/there", folder, "unknown") +
               row("path", "/root/gone", folder, "unknown") + row("path", "/root/a", one, "unknown") +
-              row("path", "/root/n", "nothing", "unknown") + "path\t/root/cut\t" + one);
+              row("path", "/root/n", "nothing", "unknown") + "path\t/root/cut\t" + one + "\tnoth");
   EXPECT_THAT(things_in(list), ElementsAre("/root/gone: unknown", "/root/a: unknown"));
   EXPECT_EQ(1U, list.made);
   EXPECT_EQ(State::unfinished, list.state);
@@ -171,9 +171,9 @@ TEST(KeptList, that_is_no_file_in_its_place_is_unreadable) {
   const auto state = [] { return read_kept_list("/root", run, "list.tsv").state; };
   EXPECT_EQ(State::none, state());
   write_file("/root/else/2026-11-22-014530/list.tsv", rows("path", "/root/a", one, two));
-  symlink("/root/else", "/root/.brindle_before");
+  symlink("else", "/root/.brindle_before");  // within the home
   EXPECT_EQ(State::unreadable, state());
-  EXPECT_THAT(keeping_runs("/root"), IsEmpty());
+  EXPECT_THAT(kept_runs("/root"), IsEmpty());
   unlink("/root/.brindle_before");
   shell_quietly("mkdir /root/.brindle_before");
   symlink("/root/else/2026-11-22-014530", root_folder.c_str());
@@ -204,7 +204,7 @@ TEST(KeptRuns, are_the_folders_that_are_called_like_a_time) {
                            "2026-11-22-01453", "2026-11-22-014530-", "2026-11-22-0145300",
                            "2026-11-22-014530-x", "2026_11-22-014530", "undone", "2026-11-22-01453x"})
     shell_quietly(std::string("mkdir -p /root/.brindle_before/") + name);
-  EXPECT_THAT(keeping_runs("/root"),
+  EXPECT_THAT(kept_runs("/root"),
               ElementsAre("2027-01-01-000000", "2026-11-22-014530-2", "2026-11-22-014530"));
 }
 

@@ -6,7 +6,7 @@
 #include "process/mail/groupwise.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ struct GroupwiseKept : testing::Test {
 };
 
 TEST_F(GroupwiseKept, TheSettingsAndTheMailbox) {
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, groupwise("/tmp/b"));
   EXPECT_THAT(run.told(), ElementsAre("replaced /root/.gwuser.xml", "made /root/gwremote/new.db",
                                       "replaced /root/gwremote/user.db"));
@@ -39,7 +39,7 @@ TEST_F(GroupwiseKept, TheSettingsAndTheMailbox) {
 
 TEST_F(GroupwiseKept, OrNothingIsCopied) {
   block_keeping();
-  KeptRun run;
+  WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, groupwise("/tmp/b"));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/.gwuser.xml")));

@@ -20,15 +20,18 @@ class Options(unittest.TestCase):
         self.refused("-x")
 
     def test_missing_value(self):
-        for option in "system user home language printer-driver share-login password out timeout".split():
+        for option in "system user home homes language printer-driver share-login password out timeout".split():
             self.assertIn("--" + option + " needs a value", self.refused("--" + option))
 
     def test_wrong_values(self):
         for words in (["--system", "windows"], ["--system", "gnome nld"], ["--printer-driver", "x"], ["--user", "a b"],
-                      ["--user", "-r"], ["--home", "/no such"], ["--language", "../x"], ["--share-login", "nobody"],
+                      ["--user", "-r"], ["--home", "/no such"], ["--homes", "none"], ["--language", "../x"], ["--share-login", "nobody"],
                       ["--share-login", ":"], ["--timeout", "0"], ["--timeout", "soon"]):
             with self.subTest(words):
                 self.refused(*words)
+
+    def test_homes_are_laid_over_or_filled(self):
+        self.assertIn("either --home or --homes", self.refused("--home", "/etc", "--homes", "full"))
 
     def test_archives(self):
         self.assertIn("/no such.zip", self.refused("/no such.zip"))
@@ -54,7 +57,7 @@ class Options(unittest.TestCase):
     def test_help(self):
         result = run(PREVIEW, "--help")
         self.assertEqual((0, ""), (result.returncode, result.stderr))
-        for option in "system user home language printer-driver share-login password out timeout show".split():
+        for option in "system user home homes undo language printer-driver share-login password out timeout show".split():
             self.assertIn("--" + option + " ", result.stdout)
 
 

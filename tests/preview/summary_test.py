@@ -40,6 +40,20 @@ Where to look: account.html, account.tsv, missing.tsv and before.tsv; marks.tsv,
 changes.tsv, files/, screens/, log, syslog, stdout and stderr; all in the folder named in the last line.
 """
 
+UNDONE = """Marked with a cross in the wizard: Documents
+
+After the undo these are not as they were:
+  /home/nora/a\\tb: content, time
+But for logs and caches:
+      1 cupsd's own state
+      2 the wizard's own page
+Commands: 3 run, 2 of them failed
+"""
+
+ALL_UNDONE = """
+After the undo everything is as it was.
+Commands:"""
+
 NOBODY_LOOKED = """What has arrived cannot be told:
   brindle-account: the archive cannot be read: cut short
 """
@@ -89,6 +103,21 @@ class Summary(unittest.TestCase):
             file.write("brindle-account: the archive cannot be read: cut short\n")
         result = run("python3", "-B", SOURCE + "/tools/preview/summary.py", "--out", self.folder, "--user", "ada")
         self.assertIn(NOBODY_LOOKED, result.stdout)
+
+    def summary(self):
+        return run("python3", "-B", SOURCE + "/tools/preview/summary.py", "--out", self.folder, "--user", "ada").stdout
+
+    def test_it_tells_what_an_undo_has_left(self):
+        columns = ("step", "path", "what", "before", "after", "reason")
+        page = "back", "/root/Brindle account.html", "new", "nothing", "file", "the wizard's own page"
+        self.write("undo", columns, ("back", "/home/nora/a\tb", "content, time", "file", "file", ""), page,
+                   ("back", "/etc/cups/x.O", "new", "nothing", "file", "cupsd's own state"), page)
+        told = self.summary()
+        self.assertIn(UNDONE, told)
+        self.assertIn("changes.tsv and files/ are from after the undo", told)
+        self.assertNotIn("overwritten", told)
+        self.write("undo", columns)
+        self.assertIn(ALL_UNDONE, self.summary())
 
     def test_long_lists_end_with_where_the_others_are(self):
         self.write("missing", ("person", "kind", "name", "cause"),

@@ -14,7 +14,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 namespace {
 
@@ -62,7 +62,7 @@ struct PrintersKept : testing::Test {
 
 TEST_F(PrintersKept, TheFilesOfACupsSearch) {
   add_printer("hp.txt");
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   EXPECT_EQ(0, nldprinter(archive));
   EXPECT_THAT(run.told(), ElementsAre("removed /root/ppd.txt", "replaced /root/ppdlist.txt"));
   EXPECT_TRUE(run.is_whole());
@@ -72,14 +72,14 @@ TEST_F(PrintersKept, TheListThatACupsSearchLeaves) {
   std::filesystem::remove("/root/ppdlist.txt");
   nldfinddriver("HP LaserJet 4050");
   std::filesystem::remove("/root/ppdlist.txt");
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   nldfinddriver("HP LaserJet 4050");
   EXPECT_THAT(run.told(), ElementsAre("made /root/ppdlist.txt"));
   EXPECT_TRUE(run.is_whole());
 }
 
 TEST_F(PrintersKept, TheFileOfAFoomaticSearch) {
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   finddriver("HP LaserJet 4050");
   EXPECT_THAT(run.told(), ElementsAre("removed /root/ppd.txt"));
   EXPECT_TRUE(run.is_whole());
@@ -87,7 +87,7 @@ TEST_F(PrintersKept, TheFileOfAFoomaticSearch) {
 
 TEST_F(PrintersKept, OrNothingIsSearched) {
   block_keeping();
-  const KeptRun run(looked_at());
+  const WatchedRun run(looked_at());
   testing::internal::CaptureStderr();
   finddriver("HP LaserJet 4050");
   nldfinddriver("HP LaserJet 4050");
@@ -112,7 +112,7 @@ TEST_P(PrinterToolsKept, OrNoQueueIsMade) {
   add_printer("a.txt");
   add_printer("b.txt");
   block_keeping();
-  const KeptRun run(looked_at());
+  const WatchedRun run(looked_at());
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, GetParam().migrate(archive));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/ppd.txt")));
@@ -123,7 +123,7 @@ TEST_P(PrinterToolsKept, OrNoQueueIsMade) {
 TEST_P(PrinterToolsKept, NothingOfAPrinterWithoutAPort) {
   add_printer("a.txt", {{"Port Name", "LPT3"}});
   block_keeping();
-  const KeptRun run(looked_at());
+  const WatchedRun run(looked_at());
   EXPECT_EQ(0, GetParam().migrate(archive));
   EXPECT_TRUE(run.changed_nothing());
 }
@@ -138,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(Families, PrinterToolsKept,
 TEST_F(PrintersKept, TheOptionsThatLpoptionsSets) {
   use("GNome");
   add_printer("Default.txt", {{"Paper Size", "DMPAPER_A4"}, {"Color", "DMCOLOR_COLOR"}});
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   EXPECT_EQ(0, nldprinter(archive));
   EXPECT_THAT(run.told(), Contains(std::string("replaced ") + options));
   EXPECT_TRUE(run.is_whole());
@@ -152,7 +152,7 @@ TEST_F(PrintersKept, TheOptionsOfOlderOnes) {
     shell_quietly("rm -rf /root/.brindle_before");
     for (const char* each : {"/etc/cups/lpoptions", "/root/.lpoptions"}) write_file(each, "own\n");
     stand_in("lpoptions", std::string("echo \"$*\" >> ") + file);
-    KeptRun run({file});
+    WatchedRun run({file});
     EXPECT_EQ(0, nldprinter(archive));
     EXPECT_THAT(run.told(), Contains(std::string("replaced ") + file));
     EXPECT_TRUE(run.is_whole());
@@ -164,7 +164,7 @@ TEST_F(PrintersKept, TheDescriptionThatACupsSystemsOneFoomaticCommandPutsAside) 
   use("GNome");
   add_description();
   add_printer("hp.txt", {{"Paper Size", "DMPAPER_ENV_C5"}});
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   EXPECT_EQ(0, nldprinter(archive));
   EXPECT_THAT(run.told(), testing::IsSupersetOf(
                               {"made /etc/foomatic/cups", "replaced /etc/cups/ppd/HPLaserJet4050.ppd.old"}));
@@ -175,7 +175,7 @@ TEST_F(PrintersKept, WhatFoomaticMakesAndPutsAside) {
   use("Linspire");
   add_description();
   add_printer("hp.txt");
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   EXPECT_EQ(0, printer(archive));
   EXPECT_THAT(run.told(), ElementsAre("replaced /etc/cups/ppd/HPLaserJet4050.ppd.old",
                                       "made /etc/foomatic/cups", "removed /root/ppd.txt"));
@@ -185,7 +185,7 @@ TEST_F(PrintersKept, WhatFoomaticMakesAndPutsAside) {
 TEST_F(PrintersKept, TheOptionsThatFoomaticsDefaultSets) {
   use("Linspire");
   add_printer("Default.txt");
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   EXPECT_EQ(0, printer(archive));
   EXPECT_THAT(run.told(), Contains(std::string("replaced ") + options));
   EXPECT_TRUE(run.is_whole());
@@ -194,7 +194,7 @@ TEST_F(PrintersKept, TheOptionsThatFoomaticsDefaultSets) {
 TEST_F(PrintersKept, TheOneOptionOfLpoptionsOnAKdeSystem) {
   use("Linspire");
   add_printer("hp.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}});
-  KeptRun run(looked_at());
+  WatchedRun run(looked_at());
   EXPECT_EQ(0, printer(archive));
   EXPECT_THAT(run.told(), Contains(std::string("replaced ") + options));
   EXPECT_TRUE(run.is_whole());
@@ -204,7 +204,7 @@ TEST_F(PrintersKept, TheOneOptionOfLpoptionsOnAKdeSystem) {
 TEST_F(PrintersKept, NoOptionBehindOneThatCannotBeKept) {
   use("GNome");
   add_printer("hp.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}, {"Paper Size", "DMPAPER_A4"}});
-  const KeptRun run({options});
+  const WatchedRun run({options});
   stand_in("lpadmin", "mkdir -p " + kept_file("/root") + " && touch " + kept_file("/root/.cups"));
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, nldprinter(archive));
@@ -217,7 +217,7 @@ TEST_F(PrintersKept, NoOptionBehindOneThatCannotBeKept) {
 TEST_F(PrintersKept, NoDefaultOfFoomaticThatCannotBeKept) {
   use("Linspire");
   add_printer("Default.txt", {{"Paper Size", "DMPAPER_A4"}});
-  const KeptRun run({options});
+  const WatchedRun run({options});
   stand_in("foomatic-configure", "mkdir -p " + kept_file("/root") + " && touch " + kept_file("/root/.cups"));
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, printer(archive));
@@ -230,7 +230,7 @@ TEST_F(PrintersKept, NoQueueOfFoomaticBesideADescriptionThatCannotBeKept) {
   use("Linspire");
   add_description();
   add_printer("hp.txt");
-  const KeptRun run({"/etc/cups/ppd", "/etc/foomatic"});
+  const WatchedRun run({"/etc/cups/ppd", "/etc/foomatic"});
   stand_in("foomatic-ppdfile-bd",
            "mkdir -p " + kept_file("/etc") + " && touch " + kept_file("/etc/cups") +
                "; echo \"Any Id='Any-Printer' Driver='ljet4' CompatibleDrivers='ljet4 '\"");
@@ -261,14 +261,14 @@ struct DefaultPrinterKept : testing::Test {
 TEST_F(DefaultPrinterKept, WhenItReplacesAnother) {
   write_file("/home/ann/.cups/lpoptions", "Default Home\n");
   shell_quietly("chown -R ann /home/ann/.cups; chmod 600 /home/ann/.cups/lpoptions");
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, normalprinter(archive));
   EXPECT_THAT(run.told(), ElementsAre("replaced /home/ann/.cups/lpoptions"));
   EXPECT_TRUE(run.is_whole());
 }
 
 TEST_F(DefaultPrinterKept, WhenItIsTheFirst) {
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, normalprinter(archive));
   EXPECT_THAT(run.told(), ElementsAre("made /home/ann/.cups", "made /home/ann/.cups/lpoptions"));
   EXPECT_TRUE(run.is_whole());
@@ -278,7 +278,7 @@ TEST_F(DefaultPrinterKept, OrItStays) {
   add_printer("b.txt");
   write_file("/home/ann/.cups/lpoptions", "Default Home\n");
   block_keeping("/home/ann");
-  const KeptRun run({"/home/ann"});
+  const WatchedRun run({"/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, normalprinter(archive));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/home/ann/.cups/lpoptions")));
@@ -290,7 +290,7 @@ TEST_F(DefaultPrinterKept, OrItStays) {
 TEST_F(DefaultPrinterKept, OfAProfileCalledRoot) {
   assign(cur_user, "root");
   write_file(options, "Default Home\n");
-  KeptRun run({"/root"});
+  WatchedRun run({"/root"});
   EXPECT_EQ(0, normalprinter(archive));
   EXPECT_THAT(run.told(), ElementsAre(std::string("replaced ") + options));
   EXPECT_TRUE(run.is_whole());
@@ -308,7 +308,7 @@ TEST(RealToolsKept, FoomaticsFiles) {
               {{"Driver Name", "Any"}, {"Driver Name Wo Spaces", "Q"}, {"Paper Size", "DMPAPER_A4"}});
   write_file(options, "Default Home\n");
   write_file("/root/ppd.txt", "own");
-  KeptRun run({"/root", options, "/etc/foomatic", "/etc/cups/ppd/Q.ppd.old"});
+  WatchedRun run({"/root", options, "/etc/foomatic", "/etc/cups/ppd/Q.ppd.old"});
   EXPECT_EQ(0, printer(archive));
   EXPECT_THAT(run.told(), testing::IsSupersetOf({"replaced /root/.cups/lpoptions", "made /etc/foomatic/cups",
                                                  "made /etc/cups/ppd/Q.ppd.old", "removed /root/ppd.txt"}));
@@ -324,7 +324,7 @@ TEST(RealToolsKept, TheOptionsOfLpoptions) {
   add_printer("Default.txt",
               {{"Driver Name", "Any"}, {"Driver Name Wo Spaces", "Q"}, {"Paper Size", "DMPAPER_A4"}});
   write_file(options, "Default Home\n");
-  KeptRun run({"/root", options, "/etc/foomatic"});
+  WatchedRun run({"/root", options, "/etc/foomatic"});
   EXPECT_EQ(0, nldprinter(archive));
   EXPECT_THAT(run.told(), Contains("replaced /root/.cups/lpoptions"));
   EXPECT_TRUE(run.is_whole());

@@ -10,10 +10,10 @@
 
 namespace {
 
-using shell::Kind;
 using shell::Place;
 using shell::Role;
 using shell::Slot;
+using shell::ValueKind;
 
 std::string refusal(const std::string& text) {
   try {
@@ -24,7 +24,7 @@ std::string refusal(const std::string& text) {
   return "";
 }
 
-std::string refusal(const std::string& text, std::initializer_list<Kind> kinds) {
+std::string refusal(const std::string& text, std::initializer_list<ValueKind> kinds) {
   try {
     shell::slots_for(text, kinds);
   } catch (const char* reason) {
@@ -128,48 +128,48 @@ TEST(TemplateReader, RefusesAValueThatAProgramMightRun) {
 
 TEST(TemplateKinds, AreThoseThatTheirPlacesTake) {
   const char* const number = "%d takes an integer, %s a text";
-  EXPECT_EQ(number, refusal("rm %d", {Kind::text}));
-  EXPECT_EQ(number, refusal("rm %d", {Kind::quoted_word}));
-  EXPECT_EQ(number, refusal("rm %s", {Kind::number}));
-  EXPECT_EQ(number, refusal("su - a -c\"%d\"", {Kind::command}));
+  EXPECT_EQ(number, refusal("rm %d", {ValueKind::text}));
+  EXPECT_EQ(number, refusal("rm %d", {ValueKind::quoted_word}));
+  EXPECT_EQ(number, refusal("rm %s", {ValueKind::number}));
+  EXPECT_EQ(number, refusal("su - a -c\"%d\"", {ValueKind::command}));
   const char* const file = "a file name is a text";
-  EXPECT_EQ(file, refusal("cat > %s", {Kind::quoted_word}));
-  EXPECT_EQ(file, refusal("cat > %s", {Kind::command}));
-  EXPECT_EQ(file, refusal("cat > %d", {Kind::number}));
+  EXPECT_EQ(file, refusal("cat > %s", {ValueKind::quoted_word}));
+  EXPECT_EQ(file, refusal("cat > %s", {ValueKind::command}));
+  EXPECT_EQ(file, refusal("cat > %d", {ValueKind::number}));
 }
 
 TEST(TemplateKinds, OfAWordWithItsOwnQuotesIsBareAndAlone) {
   const char* const reason = "a word with its own quotes stands bare and alone";
   for (const char* text : {"rm \"%s\"", "rm '%s'", "rm x%s", "rm %sx", "rm \"x\"%s", "rm %s/x", "rm %s''x"})
-    EXPECT_EQ(reason, refusal(text, {Kind::quoted_word})) << text;
-  EXPECT_EQ(reason, refusal("mkdir %s%s", {Kind::quoted_word, Kind::text}));
-  EXPECT_EQ("", refusal("rm %s", {Kind::quoted_word}));
+    EXPECT_EQ(reason, refusal(text, {ValueKind::quoted_word})) << text;
+  EXPECT_EQ(reason, refusal("mkdir %s%s", {ValueKind::quoted_word, ValueKind::text}));
+  EXPECT_EQ("", refusal("rm %s", {ValueKind::quoted_word}));
 }
 
 TEST(TemplateKinds, OfACommandIsWhereAShellReadsOne) {
   const char* const no_shell = "a command where no shell reads it";
   for (const char* text : {"rm %s", "rm \"%s\"", "lpadmin -p '%s'", "rm -f\"%s\"", "su \"%s\""})
-    EXPECT_NE("", refusal(text, {Kind::command})) << text;
-  EXPECT_EQ(no_shell, refusal("rm \"%s\"", {Kind::command}));
-  EXPECT_EQ(no_shell, refusal("su - \"%s\"", {Kind::command}));
-  EXPECT_EQ("", refusal("su - ann -c\"%s\"", {Kind::command}));
+    EXPECT_NE("", refusal(text, {ValueKind::command})) << text;
+  EXPECT_EQ(no_shell, refusal("rm \"%s\"", {ValueKind::command}));
+  EXPECT_EQ(no_shell, refusal("su - \"%s\"", {ValueKind::command}));
+  EXPECT_EQ("", refusal("su - ann -c\"%s\"", {ValueKind::command}));
 }
 
 TEST(TemplateKinds, OfWhatAShellReadsIsACommand) {
   const char* const reason = "only a whole command may be given to a shell";
-  EXPECT_EQ(reason, refusal("su - ann -c\"%s\"", {Kind::text}));
-  EXPECT_EQ(reason, refusal("su - ann -c\"%s\"", {Kind::quoted_word}));
+  EXPECT_EQ(reason, refusal("su - ann -c\"%s\"", {ValueKind::text}));
+  EXPECT_EQ(reason, refusal("su - ann -c\"%s\"", {ValueKind::quoted_word}));
   // A part of one is none.
   EXPECT_EQ("a value beside an option that its program's row does not have",
-            refusal("su - ann -c\"rm %s\"", {Kind::command}));
+            refusal("su - ann -c\"rm %s\"", {ValueKind::command}));
   EXPECT_EQ("a value beside an option that its program's row does not have",
-            refusal("su - ann -c\"%s > f\"", {Kind::command}));
+            refusal("su - ann -c\"%s > f\"", {ValueKind::command}));
 }
 
 TEST(TemplateKinds, AreAsManyAsThereAreBlanks) {
   EXPECT_EQ("more blanks in the template than values", refusal("rm %s", {}));
-  EXPECT_EQ("more values than blanks in the template", refusal("rm %s", {Kind::text, Kind::text}));
-  EXPECT_EQ("more values than blanks in the template", refusal("rm %%s", {Kind::text}));
+  EXPECT_EQ("more values than blanks in the template", refusal("rm %s", {ValueKind::text, ValueKind::text}));
+  EXPECT_EQ("more values than blanks in the template", refusal("rm %%s", {ValueKind::text}));
 }
 
 // ---- What is accepted -------------------------------------------------------------------------------

@@ -72,6 +72,29 @@ TEST_F(Homes, lists_of_others_are_not_believed) {
   EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
 }
 
+TEST_F(Homes, path_outside_of_the_home_in_its_list_is_left) {
+  write_file("/etc/precious", "p\n");
+  shell_quietly(
+      "cd /root/.brindle_before/*/homes; printf 'path\\t/etc/precious\\tnothing\\tunknown\\n' >> ann.tsv");
+  EXPECT_EQ(1, scene::undo("--yes").status);
+  EXPECT_EQ("p\n", read_file("/etc/precious"));
+  EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
+}
+
+TEST(OrdinaryUser, gets_a_folder_back_that_takes_no_new_files) {
+  shell_quietly("useradd -m ann");
+  write_file("/home/ann/closed/in/letter", "hers\n");
+  shell_quietly("chown -R ann: /home/ann; chmod 500 /home/ann/closed /home/ann/closed/in");
+  const std::string before = scene::tree("/home/ann");
+  {
+    const scene::Migration run;
+    scene::remove("/home/ann/closed");
+  }
+  const Ended ended = scene::undo_as("ann", "--yes");
+  EXPECT_EQ(0, ended.status) << ended.said;
+  EXPECT_TRUE(same_bytes(before, scene::tree("/home/ann"))) << ended.said;
+}
+
 TEST_F(Homes, kept_copies_of_others_must_be_what_they_were) {
   shell_quietly("echo evil >> " + kept("/home/ann/letter"));
   shell_quietly("ln -sf /etc/shadow " + kept("/home/ann/program"));

@@ -37,10 +37,11 @@ class Settings : public testing::Test {
   Settings() {
     shell_quietly(std::string("gconftool-2 -s -t string ") + key +
                   " old.png; gconftool-2 --shutdown; sleep 0.2");
-    before_ = scene::tree("/root/.gconf");
+    before_ = scene::tree("/root/.gconf/apps");
     const scene::Migration run;
     set_in_run(key, "new.png");
     set_in_run(new_key, "made");
+    shell_quietly("sleep 1.1");  // the file tells when a key was set
   }
   Session session_;
   std::string before_;
@@ -50,11 +51,11 @@ TEST_F(Settings, are_what_they_were_in_the_daemon_and_in_its_file) {
   const Ended ended = scene::undo("--yes");
   EXPECT_EQ(0, ended.status) << ended.said;
   EXPECT_THAT(ended.said, HasSubstr("  the setting /apps/brindle/picture\n"));
-  EXPECT_TRUE(same_bytes(before_, scene::tree("/root/.gconf"))) << ended.said;
+  EXPECT_TRUE(same_bytes(before_, scene::tree("/root/.gconf/apps"))) << ended.said;
   EXPECT_EQ("old.png\n", Session::get(key));
   EXPECT_THAT(Session::get(new_key), HasSubstr("No value set"));
   shell_quietly("gconftool-2 --shutdown; sleep 0.2");
-  EXPECT_TRUE(same_bytes(before_, scene::tree("/root/.gconf")));
+  EXPECT_TRUE(same_bytes(before_, scene::tree("/root/.gconf/apps")));
 }
 
 TEST_F(Settings, come_back_with_the_undo_of_the_undo) {

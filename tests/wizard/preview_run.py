@@ -1,7 +1,8 @@
 """A whole run of the wizard through ./preview with what the build has installed, and its tables.
 
-    run = preview_run.run("gnome", "family", user="ada", scenario="cancel-run")
+    run = preview_run.run("gnome", "family", user="ada", scenario="cancel-run", undo="back again")
     run.marks["image_1"] == "apply"
+    run.faults("back") == []
 """
 import atexit
 import os
@@ -57,6 +58,10 @@ class Run:
         names = [line.split(":")[0] for line in self.changed_file("/etc/passwd").splitlines()]
         return [name for name in names if name not in known]
 
+    def faults(self, step):
+        """(path, what differs) after this step of the undo, without logs and caches."""
+        return [(path, what) for name, path, what, *_, reason in self.table("undo.tsv") if name == step and not reason]
+
     def sanitizer_reports(self):
         return [self.text(name) for name in os.listdir(self.folder) if name.startswith("sanitizer")]
 
@@ -73,17 +78,18 @@ def sanitizer_options():
     return {}
 
 
-def run(system, archive, *options, user="root", scenario=""):
-    """Previews `archive`, a path or the name of a sample. Ends the test as skipped where no view is to be had."""
+def run(system, archive, *options, user="root", scenario="", undo=""):
+    """Previews `archive`, a path or the name of a sample, and takes it back by the steps of `undo`. Ends the test as
+    skipped where no view is to be had."""
     folder = tempfile.mkdtemp(prefix="brindle-run-")
     atexit.register(shutil.rmtree, folder, ignore_errors=True)
     if "/" not in archive:
         archive = f"{BUILD}/samples/{archive}.zip"
     environment = dict(os.environ, **sanitizer_options(), BRINDLE_PREVIEW_STAGE=BUILD + "/stage",
                        BRINDLE_PREVIEW_RECORDER=BUILD + "/tools/brindle-shell-recorder",
-                       BRINDLE_PREVIEW_SCENARIO=scenario)
+                       BRINDLE_PREVIEW_SCENARIO=scenario, BRINDLE_PREVIEW_UNDO=undo)
     words = [SOURCE + "/preview", *(["--system", system] if system else []), "--user", user, "--out", folder,
-             "--timeout", str(SECONDS), *options, archive]
+             "--timeout", str(SECONDS), *(["--undo"] if undo else []), *options, archive]
     process = subprocess.run(words, capture_output=True, text=True, errors="replace", env=environment, check=False,
                              stdin=subprocess.DEVNULL)
     if process.returncode == 2 and "neither an overlay nor a chroot" in process.stderr:

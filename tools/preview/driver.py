@@ -20,12 +20,14 @@ Scenarios are for tests; each departs from the usual run at one place:
   type:PATH       types this path instead of the archive's
   wrong-password  types another password first, then the archive's
   full-tmp        a usual run; the view has next to no room in /tmp
+  kill-at:TEXT    ends the wizard by signal 9 as soon as it starts a command that has TEXT in it
 """
 import argparse
 import json
 import os
 import subprocess
 import sys
+import threading
 import time
 
 import marks
@@ -43,11 +45,14 @@ TITLES = {
     "zippassword": "password", "zipwrongpassword": "wrong-password", "zipotherencryption": "other-encryption",
 }
 
+RECORD = "/run/brindle/record/started"  # the commands that were started
+
 REFUSALS = ("no-file-given", "no-file-found", "no-zip", "no-space", "wrong-password", "other-encryption")
 
 POLL_SECONDS = 0.1
 SECONDS_FOR_DIALOG = 5
 SECONDS_FOR_PRESS = 2
+KILL_SECONDS = 0.005
 SETTLE_SECONDS = 0.25  # until a window that has just come up is drawn
 
 
@@ -72,6 +77,8 @@ class Driver:
 
     def run(self):
         self.start()
+        if self.options.scenario.startswith("kill-at:"):
+            threading.Thread(target=self.kill_at, args=(self.options.scenario[len("kill-at:"):],), daemon=True).start()
         while self.program.poll() is None and time.monotonic() < self.deadline:
             self.look()
             time.sleep(POLL_SECONDS)
@@ -84,6 +91,14 @@ class Driver:
             environment = dict(os.environ, GTK_MODULES="gail:atk-bridge")
             self.program = subprocess.Popen(self.options.command, stdin=subprocess.DEVNULL, stdout=output,
                                             stderr=errors, env=environment)
+
+    def kill_at(self, text):
+        """Looked at often, so that the command has hardly begun."""
+        while self.program.poll() is None:
+            with open(RECORD, encoding="utf-8", errors="replace") as commands:
+                if text in commands.read():
+                    self.program.kill()
+            time.sleep(KILL_SECONDS)
 
     def look(self):
         opened = [(self.name_of(window), window) for window in self.application.windows()]

@@ -1,14 +1,19 @@
 #!/usr/bin/python3
 """A preview's run inside the view: the wizard under the driver, then the tables.
 
-  main.py --out DIR --user NAME --archive PATH [--system NAME] [options of driver.py]
+  main.py --out DIR --user NAME --archive PATH [--system NAME] [--undo STEPS] [options of driver.py]
 
-Before the wizard runs, brindle-account looks ahead; afterwards it says what has arrived.
+Before the wizard runs, brindle-account looks ahead; afterwards it says what has arrived. With --undo,
+brindle-undo then takes it all back (going_back.py has the steps, words as in a shell).
+
+Exit status: 0; 1 when the run did not reach its end; 3 when something is left that the undo should have given back.
 """
 import argparse
+import functools
 import json
 import os
 import pwd
+import shlex
 import shutil
 import subprocess
 import sys
@@ -18,6 +23,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.append(os.path.dirname(HERE))
 
 import tables
+from going_back import GoingBack
 from system_log import SystemLog
 
 WORK = "/run/brindle/work"
@@ -27,6 +33,7 @@ ACCOUNT = "/usr/local/bin/brindle-account"
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
 SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS")
 SECONDS_FOR_THE_END = 15
+DIFFERENCES_LEFT = 3
 
 
 def session_environment():
@@ -109,6 +116,8 @@ def collect(options, log):
         shutil.copyfile(WORK + "/" + name, options.out + "/" + name)
     for name in ("before.tsv", "before.txt", "account.tsv", "account.txt", "account.html", "missing.tsv"):
         copy_if_there(WORK + "/" + name, options.out + "/" + name)
+    for name in ("undo.tsv", "undo.txt") if options.undo else ():
+        copy_if_there(WORK + "/" + name, options.out + "/" + name)
     shutil.copytree(WORK + "/screens", options.out + "/screens", dirs_exist_ok=True)
     copy_if_there(home + "/.brindle_log", options.out + "/log")
     copy_sanitizer_reports(options.out)
@@ -135,9 +144,11 @@ def main():
     parser.add_argument("--user", default="root")
     parser.add_argument("--archive", required=True)
     parser.add_argument("--system", default="")
+    parser.add_argument("--undo", default="")
     options, rest = parser.parse_known_args()
     log = SystemLog(options.out + "/syslog")
     log.start()
+    undo = GoingBack(options.user, options.archive, WORK, functools.partial(as_user, options)) if options.undo else None
     look_ahead(options)
     status = drive(options, rest)
     if status != 0:
@@ -145,7 +156,9 @@ def main():
         return 1
     wait_for_commands()
     look_back(options)
-    return 0 if collect(options, log)["complete"] else 1
+    given_back = undo is None or undo.run(shlex.split(options.undo))
+    complete = collect(options, log)["complete"]
+    return DIFFERENCES_LEFT if not given_back else 0 if complete else 1
 
 
 if __name__ == "__main__":

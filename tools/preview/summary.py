@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Writes and prints the summary of a preview from its tables: summary.py --out DIR --user NAME"""
 import argparse
+import collections
 import json
 import os
 import sys
@@ -142,7 +143,23 @@ def ending(folder):
     return "The run reached its end." if result["complete"] else "The run did not reach its end: " + result["reason"] + "."
 
 
-def where_to_look(folder):
+# ---- After an undo ---------------------------------------------------------------------------------------
+
+def undone(folder):
+    """What is not as it was, and what of that is a log or a cache."""
+    rows = tables.read(folder + "/undo.tsv")
+    faults = [row for row in rows if not row[-1]]
+    yield "After the undo " + ("these are not as they were:" if faults else "everything is as it was.")
+    yield from first_of((f"  {tables.escape(path)}: {what}" for _, path, what, *_ in faults), "undo.tsv")
+    traces = collections.Counter(row[-1] for row in rows if row[-1])
+    if traces:
+        yield "But for logs and caches:"
+        yield from (shorten(f"  {count:5} {reason}") for reason, count in sorted(traces.items()))
+
+
+def where_to_look(folder, with_undo):
+    if with_undo:
+        yield "changes.tsv and files/ are from after the undo, undo.txt is what it said, undo.tsv what it left."
     yield "Where to look: account.html, account.tsv, missing.tsv and before.tsv; marks.tsv, commands.tsv, programs.tsv,"
     yield "changes.tsv, files/, screens/, log, syslog, stdout and stderr; all in the folder named in the last line."
 
@@ -154,11 +171,12 @@ def summary(folder, user):
     for part in (account(folder), missing(folder), crosses(folder)):
         yield from part
     yield ""
-    for part in (account_lines(folder, user), file_counts(folder), lost_files(folder), command_lines(folder),
-                 program_lines(folder)):
+    with_undo = os.path.exists(folder + "/undo.tsv")
+    changes = (undone(folder),) if with_undo else (account_lines(folder, user), file_counts(folder), lost_files(folder))
+    for part in (*changes, command_lines(folder), program_lines(folder)):
         yield from part
     yield ""
-    yield from where_to_look(folder)
+    yield from where_to_look(folder, with_undo)
 
 
 def main():

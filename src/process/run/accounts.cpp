@@ -205,8 +205,8 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   const std::string image = image_name(Mark::several_users);
   const int result = itemprofiles2(nullptr, image.c_str(), login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
-  if (account == Account::made) make_content_private(target.home);
   if (!kept_before_chown(login, target.home)) return -1;
+  if (account == Account::made) make_content_private(target.home);
   SYSTEM(compose("chown -R %s %s", login, target.home));
   std::printf("STEP 4: Chown Completed.");
   return result;

@@ -8,7 +8,7 @@
 #include "process/mail/evolution/accounts.h"
 #include "process/mail/evolution/new_home.h"
 #include "process/mail/evolution/personal.h"
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 namespace {
 
@@ -52,7 +52,7 @@ TEST_F(EvolutionKept, TheStoresOfAFullHome) {
   fill("/home/ann/.evolution");
   write_file(gconf + "calendar/%gconf.xml", "source uid=&quot;1&quot;");
   write_file(gconf + "calendar/display/%gconf.xml", "own");
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, calendar_contacts_tasks(imap_mail.c_str()));
   EXPECT_THAT(run.told(),
               AllOf(Contains("replaced /home/ann/.evolution/addressbook/local/system/addressbook.db"),
@@ -64,7 +64,7 @@ TEST_F(EvolutionKept, TheStoresOfAFullHome) {
 
 TEST_F(EvolutionKept, TheStoresThatAreMade) {
   std::filesystem::create_directories("/root/evolution");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, calendar_contacts_tasks(imap_mail.c_str()));
   EXPECT_THAT(
       run.told(),
@@ -82,7 +82,7 @@ TEST_F(EvolutionKept, OneStoreThatIsMade) {
     shell_quietly("rm -rf /home/ann/.evolution /home/ann/.brindle_before /root/.brindle_before");
     fill("/home/ann/.evolution");
     std::filesystem::remove_all(std::string("/home/ann/.evolution/") + store + "/local");
-    KeptRun run({"/root", "/home/ann"});
+    WatchedRun run({"/root", "/home/ann"});
     EXPECT_EQ(0, calendar_contacts_tasks(imap_mail.c_str()));
     EXPECT_THAT(run.told(), Contains(std::string("made /home/ann/.evolution/") + store + "/local"));
     EXPECT_TRUE(run.is_whole()) << store;
@@ -96,7 +96,7 @@ TEST_F(EvolutionKept, OrNothingIsCopied) {
     if (is_full) fill("/home/ann/.evolution");
     if (!is_full) shell_quietly("rm -r /home/ann/.evolution");
     forget_commands();
-    const KeptRun run({"/home/ann"});
+    const WatchedRun run({"/home/ann"});
     testing::internal::CaptureStderr();
     EXPECT_EQ(-1, calendar_contacts_tasks(imap_mail.c_str()));
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
@@ -117,7 +117,7 @@ TEST_F(EvolutionKept, NothingBehindAStoreThatCannotBeKept) {
     fill("/home/ann/.evolution");
     shell_quietly("mv " + store + name + "/local /root/out; ln -s /root/out " + store + name + "/local");
     forget_commands();
-    const KeptRun run({"/root/out"});
+    const WatchedRun run({"/root/out"});
     EXPECT_EQ(-1, calendar_contacts_tasks(imap_mail.c_str()));
     EXPECT_TRUE(run.changed_nothing()) << name;
     std::vector<std::string> commands;
@@ -143,7 +143,7 @@ struct EvolutionMailKept : EvolutionKept {
 };
 
 TEST_F(EvolutionMailKept, AProfilesWholeMail) {
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, mail_account(archive_root.c_str()));
   EXPECT_THAT(run.told(),
               AllOf(Contains("replaced /home/ann/.evolution/mail/local/Inbox"),
@@ -154,7 +154,7 @@ TEST_F(EvolutionMailKept, AProfilesWholeMail) {
 
 TEST_F(EvolutionMailKept, OrNothingOfIt) {
   block_keeping("/home/ann");
-  const KeptRun run({"/home/ann"});
+  const WatchedRun run({"/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mail_account(archive_root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/home/ann")));
@@ -166,7 +166,7 @@ TEST_F(EvolutionMailKept, OrNothingOfIt) {
 TEST_F(EvolutionMailKept, NothingBehindFoldersThatCannotBeKept) {
   std::filesystem::rename("/home/ann/.evolution/mail/local", "/root/out");
   std::filesystem::create_directory_symlink("/root/out", "/home/ann/.evolution/mail/local");
-  const KeptRun run({"/root/out", "/home/ann/.evolution"});
+  const WatchedRun run({"/root/out", "/home/ann/.evolution"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mail_account(archive_root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
@@ -177,7 +177,7 @@ TEST_F(EvolutionMailKept, TheHomesTimeWhenNothingElseChanges) {
   std::filesystem::remove(imap_mail + "/brindle-email-accounts/work");
   std::filesystem::remove_all(archive_root + "/Mail");
   std::filesystem::remove_all(imap_mail + "/Contacts");
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, mail_account(archive_root.c_str()));
   EXPECT_TRUE(run.is_whole());
 }
@@ -203,7 +203,7 @@ class EvolutionListsKept : public testing::TestWithParam<Repair> {
 };
 
 TEST_P(EvolutionListsKept, WithAFileNamedLikeTheCopy) {
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, GetParam().repair());
   EXPECT_THAT(run.told(), ElementsAre("replaced " + list, "removed " + aside));
   EXPECT_TRUE(run.is_whole());
@@ -211,7 +211,7 @@ TEST_P(EvolutionListsKept, WithAFileNamedLikeTheCopy) {
 
 TEST_P(EvolutionListsKept, OrNotRepaired) {
   block_keeping("/home/ann");
-  const KeptRun run({"/home/ann"});
+  const WatchedRun run({"/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, GetParam().repair());
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(list)));
@@ -242,7 +242,7 @@ TEST_F(EvolutionKept, WhatItsFirstStartChanges) {
   for (const char* folder : {".gconf/apps/evolution", ".gnome2", ".config/evolution"})
     write_file(std::string("/root/") + folder + "/there", "before");
   write_file("/root/.local/share/evolution/mail/local/cur/1", "letter");
-  KeptRun run;
+  WatchedRun run;
   launch_evolution();
   EXPECT_THAT(run.told(),
               AllOf(Contains("replaced /root/.gnome2/there"), Contains("made /root/.camel_certs"),
@@ -252,7 +252,7 @@ TEST_F(EvolutionKept, WhatItsFirstStartChanges) {
 
 TEST_F(EvolutionKept, OrItIsNotStarted) {
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   launch_evolution();
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));

@@ -10,7 +10,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ struct KmailKept : testing::Test {
 };
 
 TEST_F(KmailKept, IntoAnEmptyHomeAllIsMade) {
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
   EXPECT_THAT(
       run.told(),
@@ -53,7 +53,7 @@ TEST_F(KmailKept, OfAFullHomeTheIndexesAndNoLetter) {
   std::filesystem::create_directories("/root/Mail/inbox/tmp");
   write_file("/root/Mail/.inbox.directory/own/cur/1", "own");
   shell_quietly("chmod 700 /root/Mail/inbox; touch -d 2001-01-01 /root/Mail/inbox/cur");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
   EXPECT_THAT(
       run.told(),
@@ -74,7 +74,7 @@ TEST_P(KmailHalfAFolder, IsMadeWhole) {
     if (folder != std::string(GetParam()))
       std::filesystem::create_directories(std::string("/root/Mail/") + folder);
   std::filesystem::create_directories("/root/Mail/inbox");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
   EXPECT_THAT(run.told(), testing::Contains(std::string("made /root/Mail/") + GetParam()));
   EXPECT_TRUE(run.is_whole());
@@ -89,7 +89,7 @@ TEST_F(KmailKept, SubfoldersAlone) {
   std::filesystem::remove(mail + "/Inbox.sbd/Sub");
   std::filesystem::create_directories("/root/elsewhere");
   std::filesystem::create_symlink("/root/elsewhere", "/root/Mail");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("made /root/elsewhere/.inbox.directory"));
   EXPECT_TRUE(run.is_whole());
@@ -99,7 +99,7 @@ TEST_F(KmailKept, OrNothingIsConverted) {
   write_file("/root/Mail/.inbox.index", "own");
   write_file("/root/Mail/inbox/cur/own", "own");
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailemails(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
@@ -114,7 +114,7 @@ TEST_F(KmailKept, NotBehindALinkOutOfAProfilesHome) {
   std::filesystem::create_directories("/home/ann");
   std::filesystem::create_directories("/root/own");
   std::filesystem::create_symlink("/root/own", "/home/ann/Mail");
-  const KeptRun run({"/root", "/home/ann"});
+  const WatchedRun run({"/root", "/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailemails(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
@@ -139,7 +139,7 @@ TEST_F(EvolutionKept, Mailboxes) {
   write_file(store + "/Inbox.ev-summary", "own");
   write_file(store + "/Sent", "From b\n");
   shell_quietly("chmod 600 " + store + "/Inbox; touch -d 2001-01-01 " + store + "/Inbox");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(Folders::copied, migrate());
   EXPECT_THAT(run.told(), ElementsAre("replaced " + store + "/Inbox", "made " + store + "/Inbox.sbd",
                                       "made " + store + "/Inbox.sbd/Work"));
@@ -148,7 +148,7 @@ TEST_F(EvolutionKept, Mailboxes) {
 
 TEST_F(EvolutionKept, TheStoreThatIsMade) {
   std::filesystem::create_directories("/root/.evolution");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(Folders::copied, migrate());
   EXPECT_THAT(run.told(), testing::Contains("made /root/.evolution/mail"));
   EXPECT_TRUE(run.is_whole());
@@ -159,7 +159,7 @@ TEST_F(EvolutionKept, TheTreeOfEvolution1AndAFileNamedLikeTheList) {
   write_file("/root/evolution/local/Inbox/mbox", "own");
   write_file("/root/evolution/local/Inbox/folder-metadata.xml", "own");
   write_file("/root/evolution/local/Sent/own", "own");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(Folders::copied, migrate());
   EXPECT_THAT(
       run.told(),
@@ -174,7 +174,7 @@ TEST_F(EvolutionKept, TheTreeOfEvolution1AndAFileNamedLikeTheList) {
 }
 
 TEST_F(EvolutionKept, TheStoreOfEvolution1) {
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(Folders::copied, migrate());
   EXPECT_THAT(run.told(), testing::Contains("made /root/evolution"));
   EXPECT_TRUE(run.is_whole());
@@ -188,7 +188,7 @@ TEST_F(EvolutionKept, OrNothingIsCopied) {
     write_file(std::string(store) + "/Inbox", "own");
     block_keeping();
     forget_commands();
-    const KeptRun run;
+    const WatchedRun run;
     testing::internal::CaptureStderr();
     EXPECT_EQ(Folders::not_kept, migrate()) << store;
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
@@ -200,7 +200,7 @@ TEST_F(EvolutionKept, OrNothingIsCopied) {
 TEST_F(EvolutionKept, AnEvolution1TreeIsNotBuiltOverAListThatIsNotKept) {
   write_file("/root/email_sbd_sbd", "own");
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   evolution_old(mail.c_str(), (mail + "/brindlemail/").c_str());
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/email_sbd_sbd")));

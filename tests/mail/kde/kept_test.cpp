@@ -9,7 +9,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ struct KdeKept : testing::Test {
 
 TEST_F(KdeKept, Accounts) {
   fill();
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailaccountsettings(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kmail/ann:@pop.example:110",
                                       "replaced " + kde + "apps/kmail/imap/ann:@imap.example:110",
@@ -82,7 +82,7 @@ TEST_F(KdeKept, NewFolderFiles) {
   fill();
   std::filesystem::remove(kde + "apps/kmail/ann:@pop.example:110");
   std::filesystem::remove(kde + "apps/kmail/imap/ann:@imap.example:110");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailaccountsettings(root.c_str()));
   EXPECT_THAT(run.told(),
               ElementsAre("made " + kde + "apps/kmail/ann:@pop.example:110",
@@ -94,7 +94,7 @@ TEST_F(KdeKept, NumbersThatAreAppended) {
   fill();
   std::filesystem::remove_all(root + "/ImapMail/brindle-email-accounts");
   std::filesystem::create_directories(root + "/ImapMail/brindle-email-accounts");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailaccountsettings(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kmailrc));
   EXPECT_TRUE(run.is_whole());
@@ -102,7 +102,7 @@ TEST_F(KdeKept, NumbersThatAreAppended) {
 
 TEST_F(KdeKept, OneAccount) {
   fill();
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0,
             kde_extract_from_account_path((root + "/ImapMail/brindle-email-accounts/work").c_str(), "", 1));
   EXPECT_THAT(run.told(),
@@ -114,7 +114,7 @@ TEST_F(KdeKept, OneAccount) {
 TEST_F(KdeKept, Contacts) {
   fill();
   std::filesystem::remove(kde + "apps/kabc/orig.vcf");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kaddressbook(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf"));
   EXPECT_TRUE(run.is_whole());
@@ -122,7 +122,7 @@ TEST_F(KdeKept, Contacts) {
 
 TEST_F(KdeKept, ContactsBesideAnOwnFileNamedLikeTheCopy) {
   fill();
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kaddressbook(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf"));
   EXPECT_EQ("own apps/kabc/orig.vcf", read_file(kde + "apps/kabc/orig.vcf"));
@@ -132,7 +132,7 @@ TEST_F(KdeKept, ContactsOfRedFlagPlus) {
   fill();
   std::filesystem::remove(kde + "apps/kabc/orig.vcf");
   assign(OSVersion, "4.1 Plus");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kaddressbook(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf_\xC5\xF3\xD3\xD1"));
   EXPECT_TRUE(run.is_whole());
@@ -140,7 +140,7 @@ TEST_F(KdeKept, ContactsOfRedFlagPlus) {
 
 TEST_F(KdeKept, Calendar) {
   fill();
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailcallendar(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/korganizer/std.ics",
                                       "removed " + kde + "apps/korganizer/std2.ics"));
@@ -149,7 +149,7 @@ TEST_F(KdeKept, Calendar) {
 
 TEST_F(KdeKept, Notes) {
   fill();
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, kmailnotes(root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/knotes/notes.ics",
                                       "removed " + kde + "apps/knotes/notes2.ics"));
@@ -160,7 +160,7 @@ TEST_F(KdeKept, AllOfIt) {
   fill();
   write_file("/root/Mail/.inbox.index", "own");
   write_file("/root/Mail/inbox/cur/own", "own");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, migrate());
   EXPECT_THAT(run.told(), testing::IsSupersetOf(std::vector<std::string>{
                               "replaced " + kmailrc, "removed /root/Mail/.inbox.index",
@@ -181,7 +181,7 @@ class KdeFolderKept : public KdeKept, public testing::WithParamInterface<Step> {
 TEST_P(KdeFolderKept, WhenItIsMade) {
   fill();
   std::filesystem::remove_all(kde + "apps/" + GetParam().folder);
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, GetParam().migrate(root.c_str()));
   EXPECT_THAT(run.told(), Contains("made " + kde + "apps/" + GetParam().folder));
   EXPECT_TRUE(run.is_whole());
@@ -193,7 +193,7 @@ TEST_P(KdeFolderKept, WhenNothingElseIsMade) {
   std::filesystem::remove_all(kde + "apps/" + GetParam().folder);
   std::filesystem::remove_all(root + "/ImapMail/Calendar");
   std::filesystem::remove_all(root + "/Notes");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, GetParam().migrate(root.c_str()));
   EXPECT_THAT(run.told(), Contains("made " + kde + "apps/" + GetParam().folder));
   EXPECT_TRUE(run.is_whole());
@@ -203,7 +203,7 @@ TEST_P(KdeFolderKept, OrItIsNotMade) {
   fill();
   std::filesystem::remove_all(kde + "apps/" + GetParam().folder);
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, GetParam().migrate(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
@@ -221,7 +221,7 @@ INSTANTIATE_TEST_SUITE_P(Steps, KdeFolderKept,
 TEST_F(KdeKept, OrNoAccountIsWritten) {
   fill();
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailaccountsettings(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(kmailrc)));
@@ -232,7 +232,7 @@ TEST_F(KdeKept, OrNoAccountIsWritten) {
 TEST_F(KdeKept, OrNotTheOneAccount) {
   fill();
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1,
             kde_extract_from_account_path((root + "/ImapMail/brindle-email-accounts/work").c_str(), "", 1));
@@ -244,7 +244,7 @@ TEST_F(KdeKept, OrNotTheOneAccount) {
 TEST_F(KdeKept, OrNoCalendarIsReplaced) {
   fill();
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailcallendar(root.c_str()));
   testing::internal::GetCapturedStderr();
@@ -255,7 +255,7 @@ TEST_F(KdeKept, OrNoCalendarIsReplaced) {
 TEST_F(KdeKept, OrNoNoteIsReplaced) {
   fill();
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailnotes(root.c_str()));
   testing::internal::GetCapturedStderr();
@@ -268,7 +268,7 @@ TEST_F(KdeKept, OrNothingAtAllIsMigrated) {
   fill();
   write_file("/root/Mail/.inbox.index", "own");
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, migrate());
@@ -288,7 +288,7 @@ TEST_F(KdeKept, KmailrcComesBackWhenAFolderFileCannotBeKept) {
       "cp -a /root/.kde /home/ann; mkdir /root/out; cd /home/ann/.kde/share/apps; mv kmail/imap /root/out; "
       "ln -s /root/out/imap kmail/imap");
   std::filesystem::remove(root + "/ImapMail/brindle-email-accounts/work");
-  const KeptRun run({"/root/out", "/home/ann/.kde/share/apps"});
+  const WatchedRun run({"/root/out", "/home/ann/.kde/share/apps"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, migrate());
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));

@@ -9,7 +9,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ struct MozillaKept : testing::Test {
 // ---- Full profiles ----------------------------------------------------------------------------------------
 
 TEST_F(MozillaKept, AllOfTheRunningUser) {
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, mozilla(root.c_str()));
   EXPECT_THAT(
       run.told(),
@@ -92,7 +92,7 @@ TEST_F(MozillaKept, AllOfTheRunningUser) {
 
 TEST_F(MozillaKept, AllOfAProfileAndOfTheAdministratorWhoImports) {
   make_profile();
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, mozilla(root.c_str()));
   EXPECT_THAT(
       run.told(),
@@ -107,7 +107,7 @@ TEST_F(MozillaKept, AllOfAProfileAndOfTheAdministratorWhoImports) {
 TEST_F(MozillaKept, FoldersThatAreMade) {
   make_profile();
   shell_quietly("rm -r " + ann + "/Mail " + ann + "/Calendar " + ann + "/*.mab");
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   EXPECT_EQ(0, mozilla(root.c_str()));
   EXPECT_THAT(run.told(), IsSupersetOf(std::vector<std::string>{
                               "made " + ann + "/Mail", "made " + ann + "/Mail/Local Folders/Inbox",
@@ -122,7 +122,7 @@ TEST_F(MozillaKept, BooksThatWereSetAside) {
   for (const char* book : {"abook.mab", "old.mab"})
     write_file(administrator + "/mabtemp/" + book, "set aside");
   write_file(administrator + "/mabtemp/folder/book", "set aside");
-  KeptRun run({"/root", "/home/ann"});
+  WatchedRun run({"/root", "/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, mozillaaddressbook(root.c_str(), ann.c_str(), administrator.c_str()));
   testing::internal::GetCapturedStderr();
@@ -136,9 +136,19 @@ TEST_F(MozillaKept, BooksThatWereSetAside) {
 }
 
 TEST_F(MozillaKept, PreferencesAlone) {
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, mozillaaccountsettings(administrator.c_str(), root.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + administrator + "/prefs.js"));
+  EXPECT_TRUE(run.is_whole());
+}
+
+// What a run that is cut short leaves is known as its own.
+TEST_F(MozillaKept, TheCopyOfTheCalendarThatIsLeft) {
+  const std::string copy = administrator + "/Calendar/CalendarDataFile.ics.temp";
+  answer_command("rm " + copy, 0);
+  WatchedRun run;
+  EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
+  EXPECT_THAT(run.told(), Contains("made " + copy));
   EXPECT_TRUE(run.is_whole());
 }
 
@@ -156,7 +166,7 @@ class MozillaCalendarKept : public MozillaKept, public testing::WithParamInterfa
 
 TEST_P(MozillaCalendarKept, BesideAFileNamedLikeTheCopy) {
   write_file(administrator + "/Calendar/CalendarDataFile.ics.temp", "own");
-  KeptRun run;
+  WatchedRun run;
   EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
   EXPECT_THAT(run.told(), ElementsAre("replaced " + administrator + "/Calendar/CalendarDataFile.ics"));
   EXPECT_TRUE(run.is_whole());
@@ -164,7 +174,7 @@ TEST_P(MozillaCalendarKept, BesideAFileNamedLikeTheCopy) {
 
 TEST_P(MozillaCalendarKept, OrNotReplaced) {
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozillacalendar(root.c_str(), administrator.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
@@ -182,7 +192,7 @@ TEST_F(MozillaKept, NothingOfACalendarThatIsNotThere) {
   std::filesystem::remove_all(root + "/ImapMail/Calendar");
   std::filesystem::remove_all(root + "/ImapMail/Tasks");
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
   EXPECT_TRUE(run.changed_nothing());
 }
@@ -192,7 +202,7 @@ TEST_F(MozillaKept, NothingOfACalendarThatIsNotThere) {
 TEST_F(MozillaKept, OrNothingIsMigrated) {
   block_keeping();
   shell_quietly("rm -r " + administrator + "/Mail");
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozilla(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(administrator + "/Mail/Local Folders")));
@@ -203,7 +213,7 @@ TEST_F(MozillaKept, OrNothingIsMigrated) {
 TEST_F(MozillaKept, OrNothingOfAProfile) {
   make_profile();
   block_keeping("/home/ann");
-  const KeptRun run({"/home/ann"});
+  const WatchedRun run({"/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozilla(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/home/ann/.mozilla/appreg")));
@@ -213,7 +223,7 @@ TEST_F(MozillaKept, OrNothingOfAProfile) {
 
 TEST_F(MozillaKept, OrNoPreferenceIsWritten) {
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, mozillaaccountsettings(administrator.c_str(), root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(administrator + "/prefs.js")));
@@ -223,7 +233,7 @@ TEST_F(MozillaKept, OrNoPreferenceIsWritten) {
 
 TEST_F(MozillaKept, OrNothingIsImported) {
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, mozillaaddressbook(root.c_str(), administrator.c_str(), ""));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
@@ -235,7 +245,7 @@ TEST_F(MozillaKept, OrNothingIsImported) {
 TEST_F(MozillaKept, OrNothingIsImportedForAProfile) {
   make_profile();
   block_keeping("/home/ann");
-  const KeptRun run({"/root/.mozilla", "/home/ann"});
+  const WatchedRun run({"/root/.mozilla", "/home/ann"});
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, mozillaaddressbook(root.c_str(), ann.c_str(), administrator.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(ann + "/abook.mab")));
@@ -245,7 +255,7 @@ TEST_F(MozillaKept, OrNothingIsImportedForAProfile) {
 
 TEST_F(MozillaKept, OrNoMailIsCopied) {
   block_keeping();
-  const KeptRun run;
+  const WatchedRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, copymozillafiles((root + "/Mail").c_str(), (administrator + "/Mail/Local\\ Folders").c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
@@ -259,7 +269,7 @@ TEST_F(MozillaKept, NoCalendarBehindMailThatCannotBeKept) {
   shell_quietly("mkdir /root/out; cd " + ann +
                 "/Mail; mv Local\\ Folders /root/out; "
                 "ln -s /root/out/Local\\ Folders Local\\ Folders");
-  const KeptRun run({"/root/out", ann + "/Calendar"});
+  const WatchedRun run({"/root/out", ann + "/Calendar"});
   testing::internal::CaptureStderr();
   EXPECT_NE(0, mozilla(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));

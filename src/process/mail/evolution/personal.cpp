@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -21,6 +22,7 @@
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
+#include "shell/kept.h"
 #include "shell/run.h"
 #include "system/home_folder.h"
 
@@ -159,9 +161,8 @@ constexpr Kind tasks = {layout::tasks, layout::tasks_file, "evolution/local/Task
 // Null when it may not be made.
 const char* make_store(const std::string& home, const Kind& kind, bool evolution_2) {
   const char* store = evolution_2 ? kind.evolution_2.back() : kind.evolution_1;
-  if (!keep::before_change(home + "/" + store)) return nullptr;
-  // Not looked at: behind a link out of the home only the commands make anything.
-  static_cast<void>(make_home_folder(home, store));
+  // Another failure is not looked at: behind a link out of the home only the commands make anything.
+  if (!make_home_folder(home, store) && errno == not_kept) return nullptr;
   if (!evolution_2) return store;
   for (const char* folder : kind.evolution_2) shell::run_unlogged(compose("mkdir -p %s/%s", home, folder));
   return store;

@@ -117,9 +117,7 @@ Folders copy_and_trace(const shell::Command& copy, const std::string& from, cons
 
 // A store that cannot be made is the command's to complain of; false is for one that may not be.
 bool make_store(const Target& target, const std::string& folder) {
-  if (!keep::before_change(target.home + "/" + folder)) return false;
-  static_cast<void>(make_home_folder(target.home, folder));
-  return true;
+  return make_home_folder(target.home, folder) || errno != not_kept;
 }
 
 Folders migrate_to_evolution_2(const Target& target, const std::string& mail_dir) {

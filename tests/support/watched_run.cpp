@@ -1,4 +1,4 @@
-#include "support/kept.h"
+#include "support/watched_run.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -69,13 +69,13 @@ std::string of(const std::map<std::string, std::string>& states, const std::stri
 
 }  // namespace
 
-KeptRun::KeptRun(std::vector<std::string> folders) : folders_(std::move(folders)), before_(look()) {
+WatchedRun::WatchedRun(std::vector<std::string> folders) : folders_(std::move(folders)), before_(look()) {
   keep::begin_run("/root", noon);
 }
 
-KeptRun::~KeptRun() { keep::end_run(); }
+WatchedRun::~WatchedRun() { keep::end_run(); }
 
-KeptRun::States KeptRun::look() const {
+WatchedRun::States WatchedRun::look() const {
   States states;
   for (const std::string& folder : folders_) {
     if (!exists(folder)) continue;
@@ -92,12 +92,12 @@ KeptRun::States KeptRun::look() const {
   return states;
 }
 
-bool KeptRun::is_looked_at(const std::string& path) const {
+bool WatchedRun::is_looked_at(const std::string& path) const {
   return std::ranges::any_of(
       folders_, [&](const std::string& folder) { return path == folder || path.starts_with(folder + "/"); });
 }
 
-std::vector<std::string> KeptRun::told() {
+std::vector<std::string> WatchedRun::told() {
   keep::end_run();
   std::vector<std::string> changes;
   for (const auto& [path, row] : all_rows()) {
@@ -108,7 +108,7 @@ std::vector<std::string> KeptRun::told() {
   return changes;
 }
 
-testing::AssertionResult KeptRun::is_whole(const std::string& more_kept) {
+testing::AssertionResult WatchedRun::is_whole(const std::string& more_kept) {
   keep::end_run();
   const States after = look();
   const std::map<std::string, keep::Row> rows = all_rows();
@@ -142,7 +142,7 @@ testing::AssertionResult KeptRun::is_whole(const std::string& more_kept) {
   return result;
 }
 
-testing::AssertionResult KeptRun::changed_nothing() const {
+testing::AssertionResult WatchedRun::changed_nothing() const {
   const States after = look();
   if (after == before_) return testing::AssertionSuccess();
   testing::AssertionResult result = testing::AssertionFailure();

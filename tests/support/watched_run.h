@@ -1,6 +1,6 @@
 // What a run did to some folders by a test's own eye, held against what `keep` wrote down of it.
-#ifndef BRINDLE_TESTS_SUPPORT_KEPT_H
-#define BRINDLE_TESTS_SUPPORT_KEPT_H
+#ifndef BRINDLE_TESTS_SUPPORT_WATCHED_RUN_H
+#define BRINDLE_TESTS_SUPPORT_WATCHED_RUN_H
 
 #include <gtest/gtest.h>
 
@@ -10,12 +10,12 @@
 
 /// From its making on a run of root's is kept; it looks at all that lies in `folders`, which may be files,
 /// before and after.
-class KeptRun {
+class WatchedRun {
  public:
-  explicit KeptRun(std::vector<std::string> folders = {"/root"});
-  ~KeptRun();
-  KeptRun(const KeptRun&) = delete;
-  KeptRun& operator=(const KeptRun&) = delete;
+  explicit WatchedRun(std::vector<std::string> folders = {"/root"});
+  ~WatchedRun();
+  WatchedRun(const WatchedRun&) = delete;
+  WatchedRun& operator=(const WatchedRun&) = delete;
 
   /// Ends the run and tells what it did to files and links, and what folders it made or removed, by the
   /// lists: "made PATH", "replaced PATH" or "removed PATH" in the order of the paths.
