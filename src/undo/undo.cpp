@@ -443,6 +443,8 @@ Outcome run(const Options& options) {
   if (!lock && errno == EWOULDBLOCK) return refuse("another brindle-undo is at work");
   const std::vector<Run> runs = keep::runs_in(home);
   if (options.list && options.date_time.empty() && options.only.empty()) return list_runs(home, runs);
+  if (!options.list && std::ranges::any_of(runs, &Run::is_going_on))
+    return refuse("a migration is at work; try again when it has ended");
   const Run* const chosen =
       options.date_time.empty() ? newest_migration(home, runs) : find_run(runs, options.date_time);
   if (chosen == nullptr && !options.date_time.empty())

@@ -68,16 +68,6 @@ TEST_F(KeptApplications, ABrowserProfileIsListedAsMade) {
   EXPECT_THAT(run.listed(), ElementsAre("made /root/.mozilla", "made /root/.mozilla/default"));
 }
 
-// A link that leads nowhere is no profile, and no folder takes its place.
-TEST_F(KeptApplications, WhatStandsInPlaceOfAProfileIsKept) {
-  write_file("/root/.mozilla/appreg", "old");
-  shell_quietly("mv /root/.mozilla /root/.real; ln -s .real /root/.mozilla; chmod 0 /root/.real");
-  answer_command("nothing", 0);
-  KeepingRun run;
-  prepare("Linspire");
-  EXPECT_TRUE(run.has_kept_all());
-}
-
 TEST_F(KeptApplications, WithoutAPlaceToKeepThemGetNoProfile) {
   KeepingRun::prevent();
   const KeepingRun run;

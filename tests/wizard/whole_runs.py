@@ -64,7 +64,9 @@ class WholeRun(unittest.TestCase):
         made = self.run_.accounts() if IS_ROOT else []
         self.assertEqual(FAMILY if OPTIONS.sample == "family" else [], sorted(made))
         for name in made:
-            self.assertIn(name, self.run_.changes["/home/" + name][2])
+            _, mode, owner, _ = self.run_.changes["/home/" + name]
+            self.assertEqual("0700", mode, name)
+            self.assertIn(name, owner)
 
     def test_commands_frame_the_run(self):
         texts = self.run_.texts

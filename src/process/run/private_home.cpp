@@ -59,9 +59,13 @@ class Walk {
       if (there.st_dev != file_system_) return;
       const Descriptor inner = open_folder(folder.number(), name);
       if (make_private(inner, path)) through(inner, path);
-    } else if (S_ISREG(there.st_mode) && ++names_[{there.st_dev, there.st_ino}] == there.st_nlink) {
+    } else if (S_ISREG(there.st_mode) && is_last_name_of(there)) {
       make_private(open_plain_file(folder.number(), name), path);
     }
+  }
+
+  bool is_last_name_of(const struct stat& file) {
+    return file.st_nlink == 1 || ++names_[{file.st_dev, file.st_ino}] == file.st_nlink;
   }
 
   static bool make_private(const Descriptor& opened, const std::string& path) {
@@ -73,7 +77,7 @@ class Walk {
   }
 
   dev_t file_system_;
-  std::map<std::pair<dev_t, ino_t>, nlink_t> names_;  // of each file, how many were met
+  std::map<std::pair<dev_t, ino_t>, nlink_t> names_;  // of each file with several, how many were met
 };
 
 }  // namespace

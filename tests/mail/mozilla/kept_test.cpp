@@ -263,12 +263,11 @@ TEST_F(MozillaKept, OrNoMailIsCopied) {
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
-// The mail folder is a link out of the home, all else could be kept: what comes after it stays out.
+// A mailbox is a link out of the home, all else could be kept: what comes after the mail stays out.
 TEST_F(MozillaKept, NoCalendarBehindMailThatCannotBeKept) {
   make_profile();
   shell_quietly("mkdir /root/out; cd " + ann +
-                "/Mail; mv Local\\ Folders /root/out; "
-                "ln -s /root/out/Local\\ Folders Local\\ Folders");
+                "/Mail/Local\\ Folders; mv Inbox /root/out; ln -s /root/out/Inbox Inbox");
   const WatchedRun run({"/root/out", ann + "/Calendar"});
   testing::internal::CaptureStderr();
   EXPECT_NE(0, mozilla(root.c_str()));

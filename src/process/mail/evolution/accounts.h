@@ -7,8 +7,8 @@
 /// mail folders, calendar, contacts and tasks.
 /// Returns 0, or -1 when the accounts folder cannot be opened ("In mail_account() opendir: " with the
 /// system error) or the %gconf.xml cannot be made; nothing else is then migrated. -1 as well when calendar,
-/// contacts or tasks could not be copied whole, and when something that was there could not be kept: that ends
-/// it.
+/// contacts or tasks could not be copied whole, and when something that was there could not be kept: that
+/// ends it.
 int mail_account(const char* path);
 
 /// Size of the text that extract_from_account_path writes, its NUL included.

@@ -25,8 +25,8 @@ int mozilla_extract_from_account_path(const char* account_path, const char* args
 /// Copies all that lies in `sourcedir` into `destdir`; the mail folders are Mozilla's own kind already.
 /// The blank of a `destdir` that ends in "Local Folders" comes with a backslash before it, as the shell
 /// reads it; nothing else of either path is escaped. Returns 0, also when the command fails, or -1 when it
-/// was refused or, for too many names, the copying was left to us and failed, or 1 when what would be replaced could
-/// not be kept.
+/// was refused or, for too many names, the copying was left to us and failed, or 1 when what would be
+/// replaced could not be kept.
 int copymozillafiles(const char* sourcedir, const char* destdir);
 
 #endif
