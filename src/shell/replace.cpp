@@ -90,7 +90,7 @@ int move_to_new_name(const char* from, const char* to) {
 
 bool replace_file(const std::string& path, const std::string& text) {
   const std::string place = end_of_links(path);
-  if (place.empty() || !kept_before_writing(path, text)) return false;
+  if (place.empty() || !kept_before_writing(path)) return false;
   Descriptor file(open(place.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
   if (!file) return errno == ENOENT && make_file(place, text);
   struct stat old {};
