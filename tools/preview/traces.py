@@ -28,6 +28,8 @@ ON_THE_MACHINE = (
     (r"/etc/\.pwd\.lock", ANYTHING, "the lock of the lists of accounts"),
     (r"/etc/cups(/ppd)?", {"time"}, "cupsd exchanges its files in it"),
     (r"/etc/cups/(printers|classes)\.conf", REWRITTEN, "cupsd writes its queues anew"),
+    (r"/etc/cups/(printers|classes)\.conf", {"new and empty"}, "cupsd writes a file without queues"),
+    (r"/home", {"time"}, "homes come and go in it"),
     (r"/etc/cups/ppd/.*\.ppd", {"time"}, "cupsd writes its descriptions anew"),
     (r"/etc/cups/(printers|subscriptions|classes)\.conf\.O|/etc/cups/subscriptions\.conf|/etc/cups/ppd/.*\.ppd\.O",
      ANYTHING, "cupsd's own state"),
