@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <optional>
 #include <ranges>
+#include <set>
 #include <system_error>
 
 #include "keep/keep.h"
@@ -260,13 +261,15 @@ std::vector<std::string> Giver::unlisted_names_of(const Item& item) {
   const std::string& home = item.ground->home;
   const std::string top = is_within(item.path, home) ? home : folder_of(item.path);
   const auto [names, is_first] = linked_names_.try_emplace(top);
+  std::set<ino_t> missed;
+  for (const Item& one : plan_.items()) missed.insert(one.before.inode);
   std::error_code error;
   constexpr auto hidden = std::filesystem::directory_options::skip_permission_denied;
   for (std::filesystem::recursive_directory_iterator at(top, hidden, error), end;
        is_first && !error && at != end; at.increment(error)) {
     struct stat found {};
     if (at->path().filename() == keep::folder_of_all) at.disable_recursion_pending();
-    if (lstat(at->path().c_str(), &found) == 0 && S_ISREG(found.st_mode) && found.st_nlink > 1)
+    if (lstat(at->path().c_str(), &found) == 0 && S_ISREG(found.st_mode) && missed.contains(found.st_ino))
       names->second.emplace(found.st_ino, at->path().string());
   }
   std::vector<std::string> paths;
