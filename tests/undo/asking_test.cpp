@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "keep/keep.h"
 #include "support/commands.h"
 #include "support/files.h"
 #include "undo/scene.h"
@@ -159,6 +160,17 @@ TEST_F(Asking, an_older_run_leaves_what_a_later_one_has_changed) {
   EXPECT_EQ(1, ended.status);
   EXPECT_EQ("third letter\n", read_file("/root/Documents/letter.txt"));
   EXPECT_EQ("[General]\nFirst=old\n", read_file("/root/.kde/share/config/kmailrc"));
+}
+
+TEST_F(Asking, nothing_is_undone_while_a_migration_is_at_work) {
+  keep::begin_run("/root", 1'795'000'000);
+  ASSERT_TRUE(keep::before_change("/root/later"));
+  const Ended ended = scene::undo("--yes " + std::string(scene::first));
+  EXPECT_EQ(2, ended.status);
+  EXPECT_EQ("brindle-undo: a migration is at work; try again when it has ended\n", ended.said);
+  EXPECT_EQ(0, scene::undo("--list").status);
+  keep::end_run();
+  EXPECT_NE(2, scene::undo("--yes " + std::string(scene::first)).status);
 }
 
 TEST_F(Asking, two_at_once_are_refused) {
