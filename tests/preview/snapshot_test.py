@@ -197,7 +197,7 @@ class Traces(unittest.TestCase):
                             ("/etc/cups/printers.conf", "rewritten"), ("/etc/cups/classes.conf", "time"),
                             ("/etc/cups/printers.conf", "new and empty"), ("/home", "time"),
                             ("/etc/cups/printers.conf.O", "new"),
-                            ("/root/.cache/fontconfig/a-le64.cache-7", "new")):
+                            ("/root/.cache/fontconfig/a-le64.cache-7", "new"), ("/home/ann/.cache", "new and empty")):
             with self.subTest(path):
                 self.assertNotEqual("", self.reason(path, *what))
 
@@ -210,7 +210,8 @@ class Traces(unittest.TestCase):
                             ("/etc/passwd", "content"), ("/etc/passwd", "time", "mode"), ("/etc", "mode"),
                             ("/etc/cups/printers.conf", "content"), ("/etc/cups/classes.conf", "content", "time"),
                             ("/etc/cups/ppd/a.ppd", "content"),
-                            ("/etc/cups/lpoptions", "new"), ("/etc/cups/printers.conf", "new"), ("/home", "mode"), ("/home/ann", "time"),
+                            ("/etc/cups/lpoptions", "new"), ("/etc/cups/printers.conf", "new"), ("/home", "mode"), ("/root/.cache/x", "new"),
+                            ("/home/ann", "time"),
                              ("queue a", "missing"), ("GConf /apps/x", "content")):
             with self.subTest(path):
                 self.assertEqual("", self.reason(path, *what))

@@ -19,6 +19,8 @@ IN_A_HOME = (
     (r"\.gconf(/.*)?", {"time"}, "the settings' server writes its files anew"),
     (r"\.gconf/(.*/)?%gconf\.xml", REWRITTEN, "the settings' server has written the same settings anew"),
     (r"\.(cache/)?fontconfig(/.*)?", ANYTHING, "the list of fonts that fc-cache keeps"),
+    (r"\.cache", {"new and empty"}, "the folder of fc-cache's list"),
+    (r"\.cache", {"time"}, "the folder of fc-cache's list"),
 )
 
 ON_THE_MACHINE = (
