@@ -106,8 +106,10 @@ bool append_to_file(const std::string& path, const std::string& text) {
 }
 
 KeptFile::KeptFile(std::string path)
-    : path_(std::move(path)),
-      second_name_(make_beside(path_, [&](const char* name) { return link(path_.c_str(), name); })) {}
+    : path_(std::move(path)), second_name_(make_beside(path_, [&](const char* name) {
+        // Listed, so that one which a killed run has left goes with the rest.
+        return kept_before_change(name) ? link(path_.c_str(), name) : -1;
+      })) {}
 
 KeptFile::~KeptFile() {
   if (second_name_.empty()) return;

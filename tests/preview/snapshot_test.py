@@ -210,9 +210,9 @@ class Traces(unittest.TestCase):
                             ("/etc/passwd", "content"), ("/etc/passwd", "time", "mode"), ("/etc", "mode"),
                             ("/etc/cups/printers.conf", "content"), ("/etc/cups/classes.conf", "content", "time"),
                             ("/etc/cups/ppd/a.ppd", "content"),
-                            ("/etc/cups/lpoptions", "new"), ("/etc/cups/printers.conf", "new"), ("/home", "mode"), ("/root/.cache/x", "new"),
-                            ("/home/ann", "time"),
-                             ("queue a", "missing"), ("GConf /apps/x", "content")):
+                            ("/etc/cups/lpoptions", "new"), ("/etc/cups/printers.conf", "new"), ("/home", "mode"),
+                            ("/root/.cache/x", "new"), ("/home/ann", "time"), ("queue a", "missing"),
+                            ("GConf /apps/x", "content")):
             with self.subTest(path):
                 self.assertEqual("", self.reason(path, *what))
 
