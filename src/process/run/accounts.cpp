@@ -171,7 +171,7 @@ bool set_new_password(const std::string& login, const std::string& path) {
 // done in the home cannot be written down.
 bool set_password(const std::string& login, const std::string& home, Account account) {
   const std::string path = home + "/pass";
-  if (is_new(account) && !lies_at(path) && lies_at(home) && !kept_before_change(path)) return false;
+  if (is_new(account) && lies_at(home) && !kept_before_change(path)) return false;
   if (!is_new(account) || !set_new_password(login, path)) run_chpasswd_without_file(login, home, path);
   return true;
 }
