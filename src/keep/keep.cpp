@@ -781,6 +781,18 @@ bool before_mode(const std::string& path, mode_t mode) {
   return asked(path, [&] { return keeping->attributes(path, change); });
 }
 
+bool before_closing(const std::string& path, uid_t uid) {
+  const auto change = [uid](Entry& entry) {
+    const bool is_closed = entry.type == Type::file || entry.type == Type::folder;
+    const mode_t mode = is_closed ? entry.mode & 0700 : entry.mode;
+    if (entry.uid == uid && entry.mode == mode) return false;
+    entry.uid = uid;
+    entry.mode = mode;
+    return true;
+  };
+  return asked(path, [&] { return keeping->attributes(path, change); });
+}
+
 bool after_new_home(const std::string& path) {
   return asked(path, [&] { return keeping->new_home(path); });
 }

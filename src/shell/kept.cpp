@@ -32,6 +32,13 @@ bool holds(const std::string& path, std::string_view text) {
          read_whole(path) == text;
 }
 
+uid_t uid_of(const std::string& user) {
+  const passwd* account = getpwnam(user.c_str());
+  // What chown makes of another word, a number or a group behind a colon, is left to it: then all is noted.
+  constexpr auto nobodys = static_cast<uid_t>(-1);
+  return account == nullptr ? nobodys : account->pw_uid;
+}
+
 }  // namespace
 
 bool can_be_written(const std::string& path) {
@@ -58,10 +65,11 @@ bool kept_before_copying_entries(const std::string& from, const std::string& to)
 }
 
 bool kept_before_chown(const std::string& user, const std::string& path) {
-  const passwd* account = getpwnam(user.c_str());
-  // What chown makes of another word, a number or a group behind a colon, is left to it: then all is noted.
-  constexpr auto nobodys = static_cast<uid_t>(-1);
-  return told(keep::before_owner(path, account == nullptr ? nobodys : account->pw_uid));
+  return told(keep::before_owner(path, uid_of(user)));
+}
+
+bool kept_before_closing(const std::string& user, const std::string& path) {
+  return told(keep::before_closing(path, uid_of(user)));
 }
 
 bool kept_before_linking(const std::string& name, const std::string& place) {

@@ -35,4 +35,7 @@ bool can_be_written(const std::string& path);
 /// Before `chown -R USER PATH`. False, with errno not_kept, when it must not.
 [[nodiscard]] bool kept_before_chown(const std::string& user, const std::string& path);
 
+/// The same, when all but the owner lose their rights to what is in it as well.
+[[nodiscard]] bool kept_before_closing(const std::string& user, const std::string& path);
+
 #endif
