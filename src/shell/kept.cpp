@@ -56,8 +56,10 @@ bool kept_before_writing(const std::string& path, std::string_view text) {
 }
 
 bool kept_before_copying(const std::string& from, const std::string& to) {
-  const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(to);
-  return !can_be_copied || told(keep::before_copy_as(from, to));
+  // In a folder of that name the file gets its own.
+  const std::string place = is_directory(to) ? to + "/" + fs::path(from).filename().string() : to;
+  const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(place);
+  return !can_be_copied || told(keep::before_copy_as(from, place));
 }
 
 bool kept_before_copying_entries(const std::string& from, const std::string& to) {

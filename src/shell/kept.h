@@ -21,7 +21,8 @@ bool can_be_written(const std::string& path);
 /// Before the file at `path` gets `text` as its content. False, with errno not_kept, when it must not.
 [[nodiscard]] bool kept_before_writing(const std::string& path, std::string_view text);
 
-/// Before the file `from` is copied over the file `to`. False, with errno not_kept, when it must not.
+/// Before the file `from` is copied over the file `to`, or into it if it is a folder. False, with errno
+/// not_kept, when it must not.
 [[nodiscard]] bool kept_before_copying(const std::string& from, const std::string& to);
 
 /// Before the entries of the folder `from` are copied into `to`: where that is no folder, a single entry
