@@ -65,6 +65,9 @@ void begin_undo(const std::string& home, std::time_t now, const std::string& of)
 [[nodiscard]] bool before_owner(const std::string& path, uid_t uid);
 [[nodiscard]] bool before_mode(const std::string& path, mode_t mode);
 
+/// Before both at once: all gets the owner `uid`, and nobody else has any right to a file or folder.
+[[nodiscard]] bool before_closing(const std::string& path, uid_t uid);
+
 /// After an account was made with the home `path`: writes down what it holds, so that the account can go
 /// again when nothing was added. What is changed there later counts as in any home.
 [[nodiscard]] bool after_new_home(const std::string& path);
