@@ -163,6 +163,7 @@ class Keeping {
   void pend(const Where& where, std::string before);
 
   void settle_one(const Pending& one);
+  void settle_folders_above(Where where);
   void settle_tree(const Where& where, const std::string& before);
   void settle_names(const Where& where, const Paths& there);
   void drop_if_same(const Where& where, const std::string& before, const Entry& now);
@@ -178,6 +179,7 @@ class Keeping {
   std::map<std::string, Store> stores_;                        // by home
   Paths known_;                                                // have a row
   Paths made_;                                                 // made by the run, with all in them
+  Paths told_;                                                 // folders in made ones that have a row
   Paths not_copied_;  // have a row and no copy, since their content was to stay
   std::map<std::string, Pending> pending_;
   std::map<std::string, std::pair<Where, Paths>> names_;  // folders to which things are added
@@ -625,6 +627,7 @@ void Keeping::settle_tree(const Where& where, const std::string& before) {
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
   drop_if_same(where, before, *entry);
   if (before != nothing || entry->type != Type::folder) return;
+  told_.add(where.path);
   for (const std::string& name : where.names().value_or(std::vector<std::string>()))
     settle_tree(where.in(name), nothing);
 }
@@ -642,6 +645,19 @@ void Keeping::drop_if_same(const Where& where, const std::string& before, const 
 void Keeping::settle_one(const Pending& one) {
   const bool is_made = one.before.empty() && is_in_made(one.where.path);
   settle_tree(one.where, is_made ? nothing : one.before);
+  if (is_in_made(one.where.path)) settle_folders_above(one.where);
+}
+
+// A program that we have started may have made them after the folder that they lie in was told.
+void Keeping::settle_folders_above(Where where) {
+  for (;;) {
+    where.path = parent_of(where.path);
+    if (!is_in_made(where.path) || made_.has(where.path) || told_.has(where.path)) return;
+    const std::optional<Entry> entry = where.look(Content::not_read);
+    if (!entry || entry->type != Type::folder) return;
+    write_later(where, {Kind::path, where.path, nothing, place::text_of(*entry)});
+    told_.add(where.path);
+  }
 }
 
 void Keeping::settle_names(const Where& where, const Paths& there) {
