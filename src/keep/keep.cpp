@@ -313,7 +313,10 @@ bool Keeping::change(const std::string& path, int links_left) {
   const std::optional<Where> where = find(path);
   if (!where) return refused(path);
   if (is_in_made(where->path)) return pend(*where, nothing), true;
-  if (known_.has(where->path) && !not_copied_.has(where->path)) return pend(*where, ""), true;
+  if (known_.has(where->path) && !not_copied_.has(where->path)) {
+    pend(*where, "");
+    return change_folder_of(*where) || refused(path);  // a file that is replaced once more changes its time
+  }
   const std::optional<Entry> entry = where->look(Content::read);
   if (!entry) return refused(path);
   switch (entry->type) {

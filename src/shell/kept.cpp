@@ -4,12 +4,10 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <optional>
 #include <system_error>
 
 #include "keep/keep.h"
 #include "shell/beside.h"
-#include "shell/files.h"
 
 namespace {
 
@@ -25,13 +23,6 @@ bool is_directory(const std::string& path) {
   return fs::is_directory(path, unknown);
 }
 
-// Only a plain file is read: a pipe would wait for its writer.
-bool holds(const std::string& path, std::string_view text) {
-  std::error_code unknown;
-  return fs::is_regular_file(path, unknown) && fs::file_size(path, unknown) == text.size() &&
-         read_whole(path) == text;
-}
-
 }  // namespace
 
 bool can_be_written(const std::string& path) {
@@ -44,9 +35,7 @@ bool kept_before_change(const std::string& path) {
   return !can_be_written(path) || told(keep::before_change(path));
 }
 
-bool kept_before_writing(const std::string& path, std::string_view text) {
-  return is_directory(path) || holds(path, text) || kept_before_change(path);
-}
+bool kept_before_writing(const std::string& path) { return is_directory(path) || kept_before_change(path); }
 
 bool kept_before_copying(const std::string& from, const std::string& to) {
   const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(to);

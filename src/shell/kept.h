@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <string>
-#include <string_view>
 
 /// In errno: what was there could not be kept, so nothing was changed. Standard error has the reason.
 inline constexpr int not_kept = ECANCELED;
@@ -18,8 +17,9 @@ bool can_be_written(const std::string& path);
 /// errno not_kept, when it must not.
 [[nodiscard]] bool kept_before_change(const std::string& path);
 
-/// Before the file at `path` gets `text` as its content. False, with errno not_kept, when it must not.
-[[nodiscard]] bool kept_before_writing(const std::string& path, std::string_view text);
+/// Before the file at `path` is written anew, which changes its time and its folder's even if its content
+/// stays. False, with errno not_kept, when it must not.
+[[nodiscard]] bool kept_before_writing(const std::string& path);
 
 /// Before the file `from` is copied over the file `to`. False, with errno not_kept, when it must not.
 [[nodiscard]] bool kept_before_copying(const std::string& from, const std::string& to);

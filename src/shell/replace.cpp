@@ -90,7 +90,7 @@ int move_to_new_name(const char* from, const char* to) {
 
 bool replace_file(const std::string& path, const std::string& text) {
   const std::string place = end_of_links(path);
-  if (place.empty() || !kept_before_writing(path, text)) return false;
+  if (place.empty() || !kept_before_writing(path)) return false;
   Descriptor file(open(place.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
   if (!file) return errno == ENOENT && make_file(place, text);
   struct stat old {};
@@ -106,8 +106,10 @@ bool append_to_file(const std::string& path, const std::string& text) {
 }
 
 KeptFile::KeptFile(std::string path)
-    : path_(std::move(path)),
-      second_name_(make_beside(path_, [&](const char* name) { return link(path_.c_str(), name); })) {}
+    : path_(std::move(path)), second_name_(make_beside(path_, [&](const char* name) {
+        // Listed, so that one which a killed run has left goes with the rest.
+        return kept_before_change(name) ? link(path_.c_str(), name) : -1;
+      })) {}
 
 KeptFile::~KeptFile() {
   if (second_name_.empty()) return;

@@ -8,10 +8,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <ranges>
+#include <set>
+#include <system_error>
 
 #include "keep/keep.h"
+#include "keep/store.h"
 
 namespace undo {
 
@@ -245,24 +249,52 @@ bool Giver::write_in_place(const Item& item, const Spot& spot) {
 
 // Another of its names that is the old file, or has been made again already. Nothing is said of a failure.
 bool Giver::link_to_twin(const Item& item, const Spot& spot) {
-  const Spot copy = beside(spot);
   for (const Item& twin : plan_.items()) {
     if (&twin == &item || twin.before.inode != item.before.inode || twin.before.type != Type::file ||
         twin.ground != item.ground || twin.by_copy != item.by_copy)
       continue;
-    const Spot other = spot_of(*twin.ground, twin.path);
-    const std::optional<struct stat> there = status_of(other);
-    const std::optional<Entry> now = look(other, Content::read);
-    if (!there || !now || !place::is_same_thing(*now, item.before)) continue;
-    if (there->st_ino != item.before.inode && twin.deed != Deed::give_back) continue;
-    if (linkat(other.folder.number(), other.name.c_str(), copy.folder.number(), copy.name.c_str(), 0) == 0 &&
-        rename_to(copy, spot)) {
-      static_cast<void>(place::remove_entry(copy));  // a rename to itself leaves both names
-      return true;
-    }
-    static_cast<void>(place::remove_entry(copy));
+    if (link_to(twin.path, item, spot, twin.deed == Deed::give_back)) return true;
   }
+  for (const std::string& path : unlisted_names_of(item))
+    if (link_to(path, item, spot, false)) return true;
   return false;
+}
+
+// `is_new`: the file there has been made again, so that it has another number.
+bool Giver::link_to(const std::string& path, const Item& item, const Spot& spot, bool is_new) {
+  const Spot other = spot_of(*item.ground, path);
+  const Spot copy = beside(spot);
+  const std::optional<struct stat> there = status_of(other);
+  const std::optional<Entry> now = look(other, Content::read);
+  if (!there || !now || !place::is_same_thing(*now, item.before)) return false;
+  if (there->st_ino != item.before.inode && !is_new) return false;
+  const bool linked =
+      linkat(other.folder.number(), other.name.c_str(), copy.folder.number(), copy.name.c_str(), 0) == 0 &&
+      rename_to(copy, spot);
+  static_cast<void>(place::remove_entry(copy));  // a rename to itself leaves both names
+  return linked;
+}
+
+// A name that the run has not touched is in no list. All are looked up once, where a second name is missed.
+std::vector<std::string> Giver::unlisted_names_of(const Item& item) {
+  const std::string& home = item.ground->home;
+  const std::string top = is_within(item.path, home) ? home : folder_of(item.path);
+  const auto [names, is_first] = linked_names_.try_emplace(top);
+  std::set<ino_t> missed;
+  for (const Item& one : plan_.items()) missed.insert(one.before.inode);
+  std::error_code error;
+  constexpr auto hidden = std::filesystem::directory_options::skip_permission_denied;
+  for (std::filesystem::recursive_directory_iterator at(top, hidden, error), end;
+       is_first && !error && at != end; at.increment(error)) {
+    struct stat found {};
+    if (at->path().filename() == keep::folder_of_all) at.disable_recursion_pending();
+    if (lstat(at->path().c_str(), &found) == 0 && S_ISREG(found.st_mode) && missed.contains(found.st_ino))
+      names->second.emplace(found.st_ino, at->path().string());
+  }
+  std::vector<std::string> paths;
+  const auto [first, last] = names->second.equal_range(item.before.inode);
+  for (auto name = first; name != last; ++name) paths.push_back(name->second);
+  return paths;
 }
 
 void Giver::give_rights(const Item& item) {

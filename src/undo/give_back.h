@@ -6,6 +6,9 @@
 #ifndef BRINDLE_UNDO_GIVE_BACK_H
 #define BRINDLE_UNDO_GIVE_BACK_H
 
+#include <sys/types.h>
+
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,6 +47,8 @@ class Giver {
   bool copy_kept(const Item& item, const place::Spot& spot);
   bool write_in_place(const Item& item, const place::Spot& spot);
   bool link_to_twin(const Item& item, const place::Spot& spot);
+  bool link_to(const std::string& path, const Item& item, const place::Spot& spot, bool is_new);
+  std::vector<std::string> unlisted_names_of(const Item& item);
   bool failed(const Item& item, const std::string& why);
 
   bool is_written_since(const Item& item) const;
@@ -52,6 +57,7 @@ class Giver {
 
   const Plan& plan_;
   std::string written_since_;
+  std::map<std::string, std::multimap<ino_t, std::string>> linked_names_;  ///< below a folder, by number
   std::vector<Failure> failures_;
   std::size_t given_back_ = 0;
   std::size_t taken_away_ = 0;

@@ -226,7 +226,8 @@ void Plan::decide(Item& item) {
   const Entry* const begun = begun_with(item.path);
   if (begun != nullptr) item.start.modified = begun->modified;
   const auto ended = earlier_.ended.find(item.path);
-  item.is_time_ours = (begun != nullptr && begun->type != now->type) ||
+  // The wizard's own files come and go in a home after its list is closed.
+  item.is_time_ours = item.path == item.ground->home || (begun != nullptr && begun->type != now->type) ||
                       (ended != earlier_.ended.end() && is_time(ended->second.modified, now->modified));
   const auto leave = [&item](const char* why) {
     item.deed = Deed::leave;

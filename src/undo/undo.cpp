@@ -229,8 +229,13 @@ std::string use_of_home(const Record& record, const std::string& login, const st
   const std::vector<std::string> only = {home};
   const std::vector<std::string> apart;
   const Plan plan(record.lists(), earlier, only, apart);
+  // Rights of a folder are no sign of use: the run closes the home to others at its end.
+  const auto is_folder_still = [](const Item& item) {
+    return item.before.type == place::Type::folder && item.start.type == place::Type::folder;
+  };
   for (const Item& item : plan.items())
-    if (item.deed == Deed::leave && !item.why.empty()) return shown(item.path) + " was added or changed";
+    if (item.deed == Deed::leave && !item.why.empty() && !is_folder_still(item))
+      return shown(item.path) + " was added or changed";
   return stranger_below(ground, home, plan, new_home);
 }
 

@@ -177,6 +177,8 @@ class Rewritten(Tree):
         text = "# Written by cupsd on {}\nNextPrinterId {}\n<Printer a>\nPrinterId 1\nUUID urn:{}\nInfo {}\nStateTime {}\n"
         meaning = lambda *values: snapshot.meaning_of("/etc/cups/printers.conf", text.format(*values).encode())
         self.assertEqual(meaning("Monday", 1, "u", "Attic", 5), meaning("Friday", 7, "v", "Attic", 6))
+        self.assertEqual("nothing in it", snapshot.meaning_of("/etc/cups/classes.conf", b"# Written by cupsd\n"))
+        self.assertEqual("", snapshot.meaning_of("/etc/cups/cupsd.conf", b"# Written by cupsd\n"))
         self.assertNotEqual(meaning("Monday", 1, "u", "Attic", 5), meaning("Monday", 1, "u", "Cellar", 5))
 
 
@@ -193,8 +195,9 @@ class Traces(unittest.TestCase):
                             ("/root/.gconf/%gconf.xml", "rewritten", "time"), ("/root/.gconf/apps", "time"),
                             ("/etc/passwd-", "content"), ("/etc/group", "time"), ("/etc", "time"),
                             ("/etc/cups/printers.conf", "rewritten"), ("/etc/cups/classes.conf", "time"),
+                            ("/etc/cups/printers.conf", "new and empty"), ("/home", "time"),
                             ("/etc/cups/printers.conf.O", "new"),
-                            ("/root/.cache/fontconfig/a-le64.cache-7", "new")):
+                            ("/root/.cache/fontconfig/a-le64.cache-7", "new"), ("/home/ann/.cache", "new and empty")):
             with self.subTest(path):
                 self.assertNotEqual("", self.reason(path, *what))
 
@@ -207,7 +210,9 @@ class Traces(unittest.TestCase):
                             ("/etc/passwd", "content"), ("/etc/passwd", "time", "mode"), ("/etc", "mode"),
                             ("/etc/cups/printers.conf", "content"), ("/etc/cups/classes.conf", "content", "time"),
                             ("/etc/cups/ppd/a.ppd", "content"),
-                            ("/etc/cups/lpoptions", "new"), ("queue a", "missing"), ("GConf /apps/x", "content")):
+                            ("/etc/cups/lpoptions", "new"), ("/etc/cups/printers.conf", "new"), ("/home", "mode"),
+                            ("/root/.cache/x", "new"), ("/home/ann", "time"), ("queue a", "missing"),
+                            ("GConf /apps/x", "content")):
             with self.subTest(path):
                 self.assertEqual("", self.reason(path, *what))
 

@@ -25,6 +25,7 @@ Scenarios are for tests; each departs from the usual run at one place:
 import argparse
 import json
 import os
+import signal
 import subprocess
 import sys
 import threading
@@ -97,8 +98,15 @@ class Driver:
         while self.program.poll() is None:
             with open(RECORD, encoding="utf-8", errors="replace") as commands:
                 if text in commands.read():
-                    self.program.kill()
+                    self.kill_wizard()
             time.sleep(KILL_SECONDS)
+
+    def kill_wizard(self):
+        """Itself, not the script that has started it and ends as it has ended."""
+        with open(f"/proc/{self.program.pid}/task/{self.program.pid}/children", encoding="ascii") as children:
+            for child in children.read().split():
+                if os.path.basename(os.readlink(f"/proc/{child}/exe")) == "brindle-wizard":
+                    os.kill(int(child), signal.SIGKILL)
 
     def look(self):
         opened = [(self.name_of(window), window) for window in self.application.windows()]

@@ -16,7 +16,8 @@ import re
 import stat
 import xml.etree.ElementTree
 
-NO_SETTINGS = "no settings"
+NOTHING_IN_IT = "nothing in it"
+QUEUES = ("/etc/cups/printers.conf", "/etc/cups/classes.conf")
 TYPES = {stat.S_IFREG: "file", stat.S_IFDIR: "folder", stat.S_IFLNK: "link", stat.S_IFIFO: "pipe",
          stat.S_IFSOCK: "socket", stat.S_IFCHR: "device", stat.S_IFBLK: "device"}
 PARTS = ("mode", "owner", "group", "time", "attributes", "links")
@@ -47,7 +48,7 @@ class Entry:
 @dataclasses.dataclass(frozen=True)
 class Difference:
     """`what` holds words: new, missing, type, content, rewritten (other bytes that mean the same) and PARTS. A
-    path that is new or missing has that word alone; "new and empty" is a folder or a GConf file without settings."""
+    path that is new or missing has that word alone; "new and empty" is a folder, or a server's file that says nothing."""
     path: str
     what: frozenset
     before: str
@@ -98,8 +99,9 @@ def meaning_of(path, data):
     """Empty for all but those files."""
     if os.path.basename(path) == "%gconf.xml":
         return settings_in(data)
-    if path == "/etc/cups/printers.conf":
-        return "\n".join(line for line in data.decode(errors="replace").splitlines() if not PASSING.match(line))
+    if path in QUEUES:
+        lines = (line for line in data.decode(errors="replace").splitlines() if not PASSING.match(line))
+        return "\n".join(lines) or NOTHING_IN_IT
     return ""
 
 
@@ -113,7 +115,7 @@ def settings_in(data):
         root = xml.etree.ElementTree.fromstring(data or b"<gconf/>")
     except xml.etree.ElementTree.ParseError:
         return "damaged: " + hashlib.sha256(data).hexdigest()
-    return "\n".join(sorted(setting(part) for part in root)) or NO_SETTINGS
+    return "\n".join(sorted(setting(part) for part in root)) or NOTHING_IN_IT
 
 
 def setting(part):
@@ -148,7 +150,7 @@ def what_differs(old, new):
 
 
 def says_nothing(there):
-    return isinstance(there, Entry) and (there.type == "folder" or there.meaning == NO_SETTINGS)
+    return isinstance(there, Entry) and (there.type == "folder" or there.meaning == NOTHING_IN_IT)
 
 
 def text_of(there, other):

@@ -19,6 +19,8 @@ IN_A_HOME = (
     (r"\.gconf(/.*)?", {"time"}, "the settings' server writes its files anew"),
     (r"\.gconf/(.*/)?%gconf\.xml", REWRITTEN, "the settings' server has written the same settings anew"),
     (r"\.(cache/)?fontconfig(/.*)?", ANYTHING, "the list of fonts that fc-cache keeps"),
+    (r"\.cache", {"new and empty"}, "the folder of fc-cache's list"),
+    (r"\.cache", {"time"}, "the folder of fc-cache's list"),
 )
 
 ON_THE_MACHINE = (
@@ -28,6 +30,8 @@ ON_THE_MACHINE = (
     (r"/etc/\.pwd\.lock", ANYTHING, "the lock of the lists of accounts"),
     (r"/etc/cups(/ppd)?", {"time"}, "cupsd exchanges its files in it"),
     (r"/etc/cups/(printers|classes)\.conf", REWRITTEN, "cupsd writes its queues anew"),
+    (r"/etc/cups/(printers|classes)\.conf", {"new and empty"}, "cupsd writes a file without queues"),
+    (r"/home", {"time"}, "homes come and go in it"),
     (r"/etc/cups/ppd/.*\.ppd", {"time"}, "cupsd writes its descriptions anew"),
     (r"/etc/cups/(printers|subscriptions|classes)\.conf\.O|/etc/cups/subscriptions\.conf|/etc/cups/ppd/.*\.ppd\.O",
      ANYTHING, "cupsd's own state"),
