@@ -651,11 +651,11 @@ void Keeping::settle_one(const Pending& one) {
   if (is_in_made(one.where.path)) settle_folders_above(one.where);
 }
 
-// A program that we have started may have made them after the folder that they lie in was told.
+// They may have been made after the folder that they lie in was told, or after they were told to be nothing.
 void Keeping::settle_folders_above(Where where) {
   for (;;) {
     where.path = parent_of(where.path);
-    if (!is_in_made(where.path) || made_.has(where.path) || told_.has(where.path)) return;
+    if (!is_in_made(where.path) || told_.has(where.path)) return;
     const std::optional<Entry> entry = where.look(Content::not_read);
     if (!entry || entry->type != Type::folder) return;
     write_later(where, {Kind::path, where.path, nothing, place::text_of(*entry)});
