@@ -108,6 +108,7 @@ class Keeping {
     return !path.starts_with('/') || (is_within(path, "/tmp") && !is_within(home_, "/tmp"));
   }
 
+  std::optional<Where> find(const std::string& path);
   bool change(const std::string& path) { return change(path, most_links); }
   bool removal(const std::string& path);
   bool copy(const std::string& from, const std::string& to);
@@ -115,6 +116,7 @@ class Keeping {
   bool adding(const std::string& path);
   bool program(const std::string& path);
   bool attributes(const std::string& path, const std::function<bool(Entry& entry)>& change);
+  void rights_are_new(const Where& where);
   bool new_home(const std::string& path);
   bool thing(Kind kind, const std::string& name, const std::string& before);
   void thing_is(Kind kind, const std::string& name, const std::string& became);
@@ -135,7 +137,6 @@ class Keeping {
     return error ? path : found.string();
   }
 
-  std::optional<Where> find(const std::string& path);
   bool is_somebodys(const std::string& home) const;
   Home* home_of(const std::string& folder, const std::string& top, const std::string& login);
   Home* own_home() { return home_of(home_, home_, ""); }
@@ -556,6 +557,15 @@ bool Keeping::attributes(const Where& where, const std::function<bool(Entry& ent
                              [&](const std::string& name) { return attributes(where.in(name), change_of); });
 }
 
+void Keeping::rights_are_new(const Where& where) {
+  const std::optional<Entry> entry = where.look(Content::not_read);
+  if (!entry || where.is_kept_folder() || is_in_made(where.path)) return;
+  if (known_.has(where.path)) pend(where, "");
+  if (entry->type != Type::folder) return;
+  for (const std::string& name : where.names().value_or(std::vector<std::string>()))
+    rights_are_new(where.in(name));
+}
+
 // In the list of whoever runs the program: the account that is removed takes its own along.
 bool Keeping::new_home(const std::string& path) {
   const Descriptor top = place::open_top(path);
@@ -769,6 +779,12 @@ bool before_mode(const std::string& path, mode_t mode) {
     return true;
   };
   return asked(path, [&] { return keeping->attributes(path, change); });
+}
+
+void rights_are_new(const std::string& path) {
+  const std::lock_guard lock(mutex);
+  const auto where = keeping ? keeping->find(path) : std::nullopt;
+  if (where) keeping->rights_are_new(*where);
 }
 
 bool after_new_home(const std::string& path) {

@@ -208,6 +208,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   if (!kept_before_chown(login, target.home)) return -1;
   if (account == Account::made) make_content_private(target.home);
   SYSTEM(compose("chown -R %s %s", login, target.home));
+  if (account == Account::made) keep::rights_are_new(target.home);
   std::printf("STEP 4: Chown Completed.");
   return result;
 }
