@@ -546,8 +546,9 @@ bool Keeping::attributes(const Where& where, const std::function<bool(Entry& ent
   const std::optional<Entry> entry = where.look(Content::not_read);
   if (!entry) return refused(where.path);
   Entry changed = *entry;
-  const bool is_to_tell = entry->type != Type::nothing && !known_.has(where.path) && change_of(changed);
-  if (is_to_tell &&
+  const bool is_to_change = entry->type != Type::nothing && change_of(changed);
+  if (is_to_change && known_.has(where.path)) pend(where, "");
+  if (is_to_change && !known_.has(where.path) &&
       !write(where, {Kind::attributes, where.path, place::text_of(*entry), place::text_of(changed)}))
     return refused(where.path);
   if (entry->type != Type::folder) return true;

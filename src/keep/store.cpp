@@ -163,7 +163,9 @@ bool Store::has_own_folder() {
     const Descriptor folder = place::open_beneath(top_.number(), each, O_RDONLY | O_DIRECTORY);
     struct stat found {};
     if (!folder || fstat(folder.number(), &found) != 0) return false;
-    if (found.st_uid != uid_ && found.st_uid != geteuid()) return errno = EPERM, false;
+    // The home may have another owner since an earlier run, who made it an account's.
+    const bool is_ours = found.st_uid == uid_ || found.st_uid == geteuid();
+    if (!is_ours && (geteuid() != 0 || fchown(folder.number(), uid_, gid_) != 0)) return errno = EPERM, false;
     if ((found.st_mode & 07777) != for_owner_alone && fchmod(folder.number(), for_owner_alone) != 0)
       return false;
   }

@@ -207,7 +207,8 @@ bool copy_over(const shell::Command& command, const std::string& from, const std
   if (!kept_before_copying(from, to)) return false;
   const std::optional<struct stat> there = look_at(to, false);
   if (there && S_ISLNK(there->st_mode)) return copy_through_link(command, from, to);
-  if (!there || S_ISREG(there->st_mode)) return copy_to_free_place(command, from, to);
+  const bool has_source = look_at(from, true).has_value();
+  if (has_source && (!there || S_ISREG(there->st_mode))) return copy_to_free_place(command, from, to);
   SYSTEM(command);
   return same_content(from, to);
 }

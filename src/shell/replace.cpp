@@ -121,7 +121,10 @@ KeptFile::~KeptFile() {
 SetAside::SetAside(std::string path) : path_(std::move(path)) {
   struct stat there {};
   if (lstat(path_.c_str(), &there) != 0) return;
-  second_name_ = make_beside(path_, [&](const char* name) { return move_to_new_name(path_.c_str(), name); });
+  // Listed, as above.
+  second_name_ = make_beside(path_, [&](const char* name) {
+    return kept_before_change(name) ? move_to_new_name(path_.c_str(), name) : -1;
+  });
 }
 
 SetAside::~SetAside() {

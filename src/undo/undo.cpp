@@ -219,12 +219,11 @@ std::string stranger_below(const Ground& ground, const std::string& path, const 
 }
 
 // Why the account's home may not go; empty when it may, or is gone.
-std::string use_of_home(const Record& record, const std::string& login, const std::string& home) {
-  const States new_home = new_homes(record);
+std::string use_of_home(const Record& record, const States& new_home, const std::string& login,
+                        const std::string& home) {
   const Ground ground = {login, home, ""};
   const auto now = look(spot_of(ground, home), place::Content::not_read);
   if (now && now->type == place::Type::nothing) return "";
-  if (!new_home.contains(home)) return "the run has not made " + shown(home);
   const Earlier earlier;
   const std::vector<std::string> only = {home};
   const std::vector<std::string> apart;
@@ -239,25 +238,28 @@ std::string use_of_home(const Record& record, const std::string& login, const st
   return stranger_below(ground, home, plan, new_home);
 }
 
-// The homes of the accounts that go: with all that was migrated into them.
+// The homes of the accounts that go: with all that was migrated into them. One that was there before the
+// account stays without it.
 std::vector<std::string> homes_that_go(const Record& record, Matters& matters) {
+  const States new_home = new_homes(record);
   std::vector<std::string> homes;
   const std::vector<Matter> all_of_them = matters.all();
   for (const Matter& matter : all_of_them) {
     const std::string home = home_of(matter);
-    if (matter.deed != Deed::take_away || home.empty()) continue;
-    const std::string use = use_of_home(record, matter.name, home);
+    if (matter.deed != Deed::take_away || !new_home.contains(home)) continue;
+    const std::string use = use_of_home(record, new_home, matter.name, home);
     if (use.empty()) homes.push_back(home);
     if (!use.empty()) matters.leave(matter.name, use);
   }
   return homes;
 }
 
-void take_homes(Matters& matters, std::vector<Failure>& failures) {
+void take_homes(Matters& matters, const std::vector<std::string>& homes, std::vector<Failure>& failures) {
   const std::vector<Matter> all_of_them = matters.all();
   for (const Matter& matter : all_of_them) {
     const std::string home = home_of(matter);
-    if (matter.deed != Deed::take_away || home.empty() || keep::take(home)) continue;
+    if (matter.deed != Deed::take_away || std::ranges::find(homes, home) == homes.end() || keep::take(home))
+      continue;
     failures.push_back({home, "it could not be kept"});
     matters.leave(matter.name, "its home could not be kept");
   }
@@ -331,7 +333,7 @@ class Undo {
       giver.carry_out();
     }
     failures_.insert(failures_.end(), giver.failures().begin(), giver.failures().end());
-    take_homes(matters_, failures_);
+    take_homes(matters_, apart_, failures_);
     matters_.give_back_accounts(failures_);
     const std::string folder = keep::folder_of_run();
     keep::end_run();

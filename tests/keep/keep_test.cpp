@@ -506,6 +506,34 @@ TEST_F(Keep, tells_other_owners_and_set_id_bits) {
                                           "/home/ann/d/link link 0777 link 0777 12"));
 }
 
+TEST_F(Keep, tells_the_owner_that_a_folder_has_in_the_end) {
+  make_ann();
+  shell_quietly("mkdir /home/ann/d; chown 7 /home/ann/d");
+  ASSERT_TRUE(keep::before_change("/home/ann/d/new"));
+  write_file("/home/ann/d/new", "ours");
+  keep::settle();
+  ASSERT_TRUE(keep::before_owner("/home/ann", 1234));
+  shell_quietly("chown -R ann /home/ann");
+  keep::end_run();
+  for (const keep::Row& row : keep::rows_of("/home/ann", noons())) {
+    if (row.name != "/home/ann/d") continue;
+    EXPECT_THAT(row.before, StartsWith("folder 0755 7 "));
+    EXPECT_THAT(row.became, StartsWith("folder 0755 1234 "));
+    EXPECT_EQ(Kind::path, row.kind);
+  }
+}
+
+TEST_F(Keep, goes_on_in_a_home_that_has_got_another_owner) {
+  make_ann();
+  write_file("/home/ann/a", "hers");
+  ASSERT_TRUE(keep::before_change("/home/ann/a"));
+  keep::end_run();
+  shell_quietly("chown 77 /home/ann");
+  keep::begin_run("/root", noon + 60);
+  EXPECT_TRUE(keep::before_change("/home/ann/a"));
+  EXPECT_EQ(uid_t{77}, owner_of("/home/ann/.brindle_before"));
+}
+
 TEST_F(Keep, tells_other_modes_of_what_was_there) {
   write_file("/Share/a", "mine");
   fs::create_directory("/Share/d");

@@ -62,12 +62,19 @@ TEST_F(KeptFirst, OrTheFileIsLeft) {
 TEST_F(KeptFirst, IsNothingWhereNothingChanges) {
   shell_quietly("mkdir /root/d/folder");
   const KeepingRun run;
-  EXPECT_TRUE(replace_file(path, "old"));
-  EXPECT_TRUE(append_to_file(path, ""));
   EXPECT_FALSE(replace_file("/root/missing/a", "new"));
   EXPECT_FALSE(replace_file("/root/d/folder", "new"));
   EXPECT_FALSE(replace_file("/root/d/..", "new"));
   EXPECT_FALSE(exists(KeepingRun::folder()));
+}
+
+TEST_F(KeptFirst, IsTheTimeOfAFileThatGetsTheContentItHas) {
+  KeepingRun run;
+  EXPECT_TRUE(replace_file(path, "old"));
+  EXPECT_TRUE(append_to_file(path, ""));
+  EXPECT_TRUE(run.has_kept_all());
+  EXPECT_FALSE(exists(KeepingRun::kept(path)));
+  EXPECT_THAT(read_file(KeepingRun::folder() + "/list.tsv"), HasSubstr("path\t/root/d/a\tfile "));
 }
 
 TEST_F(KeptFirst, DoesNotWaitForWhoeverWritesToAPipe) {
