@@ -110,6 +110,7 @@ class Keeping {
     return is_within(fs::path(path).lexically_normal().native(), "/tmp") && !is_within(home_, "/tmp");
   }
 
+  std::optional<Where> find(const std::string& path);
   bool change(const std::string& path) { return change(path, most_links); }
   bool removal(const std::string& path);
   bool copy(const std::string& from, const std::string& to);
@@ -150,8 +151,6 @@ class Keeping {
     const std::string folder = real(parent_of(plain));
     return (folder == "/" ? "" : folder) + "/" + name;
   }
-
-  std::optional<Where> find(const std::string& path);
   bool is_somebodys(const std::string& home) const;
   Home* home_of(const std::string& folder, const std::string& top, const std::string& login);
   Home* own_home() { return home_of(home_, home_, ""); }
@@ -179,6 +178,7 @@ class Keeping {
   void pend(const Where& where, std::string before);
 
   void settle_one(const Where& where, const std::string& before);
+  void settle_folders_above(Where where);
   void settle_tree(const Where& where, const std::string& before);
   void settle_copied(const Where& folder, std::string_view names);
   void settle_names(const Where& where, const Paths& there);
@@ -195,6 +195,7 @@ class Keeping {
   std::map<std::string, Store> stores_;                        // by home
   Paths known_;                                                // have a row
   Paths made_;                                                 // made by the run, with all in them
+  Paths told_;                                                 // folders in made ones that have a row
   Paths not_copied_;                        // have a row and no copy, since their content was to stay
   std::map<std::string, Pending> pending_;  // by path
   std::map<std::string, Names> copied_;     // new names, by the folder that they are copied into
@@ -650,6 +651,7 @@ void Keeping::settle_tree(const Where& where, const std::string& before) {
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
   drop_if_same(where, before, *entry);
   if (before != nothing || entry->type != Type::folder) return;
+  told_.add(where.path);
   for (const std::string& name : where.names().value_or(std::vector<std::string>()))
     settle_tree(where.in(name), nothing);
 }
@@ -667,6 +669,7 @@ void Keeping::drop_if_same(const Where& where, const std::string& before, const 
 void Keeping::settle_one(const Where& where, const std::string& before) {
   const bool is_made = before.empty() && is_in_made(where.path);
   settle_tree(where, is_made ? nothing : before);
+  if (is_in_made(where.path)) settle_folders_above(where);
 }
 
 void Keeping::settle_copied(const Where& folder, std::string_view names) {
@@ -674,46 +677,57 @@ void Keeping::settle_copied(const Where& folder, std::string_view names) {
     settle_tree(folder.in(std::string(names.substr(0, end))), nothing);
 }
 
-void Keeping::settle_names(const Where& where, const Paths& there) {
-  for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
-    const Where each = where.in(name);
-    if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
-    made_.add(each.path);
-    settle_tree(each, nothing);
+// They may have been made after the folder that they lie in was told, or after they were told to be nothing.
+void Keeping::settle_folders_above(Where where) {
+  for (;;) {
+    where.path = parent_of(where.path);
+    if (!is_in_made(where.path) || told_.has(where.path)) return;
+    const std::optional<Entry> entry = where.look(Content::not_read);
+    if (!entry || entry->type != Type::folder) return;
+    write_later(where, {Kind::path, where.path, nothing, place::text_of(*entry)});
+    told_.add(where.path);
   }
-  write_later(where, {Kind::names, where.path, nothing, "told"});
-}
 
-void Keeping::settle() {
-  for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
-  for (const auto& [path, names] : std::exchange(copied_, {}))
-    settle_copied({path, names.home}, names.joined);
-  for (const auto& [path, one] : std::exchange(pending_, {})) settle_one({path, one.home}, one.before);
-  write_settled();
-}
-
-void Keeping::end() {
-  settle();
-  head_.became = "over";
-  for (auto& [home, store] : stores_) {
-    if (!store.add({head_})) std::perror(store.folder().c_str());
-    store.complete();
+  void Keeping::settle_names(const Where& where, const Paths& there) {
+    for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
+      const Where each = where.in(name);
+      if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
+      made_.add(each.path);
+      settle_tree(each, nothing);
+    }
+    write_later(where, {Kind::names, where.path, nothing, "told"});
   }
-}
 
-std::string Keeping::folder() const {
-  const auto own = stores_.find(home_);
-  return own == stores_.end() ? "" : own->second.folder();
-}
+  void Keeping::settle() {
+    for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
+    for (const auto& [path, names] : std::exchange(copied_, {}))
+      settle_copied({path, names.home}, names.joined);
+    for (const auto& [path, one] : std::exchange(pending_, {})) settle_one({path, one.home}, one.before);
+    write_settled();
+  }
 
-// The windows' thread begins what the worker goes on with.
-std::mutex mutex;
-std::unique_ptr<Keeping> keeping;
+  void Keeping::end() {
+    settle();
+    head_.became = "over";
+    for (auto& [home, store] : stores_) {
+      if (!store.add({head_})) std::perror(store.folder().c_str());
+      store.complete();
+    }
+  }
 
-bool asked(const std::string& path, const std::function<bool()>& question) {
-  const std::lock_guard lock(mutex);
-  return !keeping || keeping->is_nobodys(path) || question();
-}
+  std::string Keeping::folder() const {
+    const auto own = stores_.find(home_);
+    return own == stores_.end() ? "" : own->second.folder();
+  }
+
+  // The windows' thread begins what the worker goes on with.
+  std::mutex mutex;
+  std::unique_ptr<Keeping> keeping;
+
+  bool asked(const std::string& path, const std::function<bool()>& question) {
+    const std::lock_guard lock(mutex);
+    return !keeping || keeping->is_nobodys(path) || question();
+  }
 
 }  // namespace
 

@@ -108,15 +108,27 @@ void Giver::carry_out() {
     const Item& item = plan_.items()[at];
     if (goes(item) && !plan_.is_covered(item)) take_away(item);
   }
-  for (const std::size_t at : plan_.downwards())
-    if (plan_.items()[at].deed == Deed::give_back || is_written_since(plan_.items()[at]))
-      give_back(plan_.items()[at]);
+  for (const std::size_t at : plan_.downwards()) {
+    const Item& item = plan_.items()[at];
+    if (item.deed == Deed::give_back || is_written_since(item) ||
+        is_removed_since(item, spot_of(*item.ground, item.path)))
+      give_back(item);
+  }
   for (const std::size_t at : plan_.downwards() | std::views::reverse) give_rights(plan_.items()[at]);
 }
 
 bool Giver::is_written_since(const Item& item) const {
   return !written_since_.empty() && is_within(item.path, written_since_) && item.before.type == Type::file &&
          item.deed != Deed::leave && !item.rights_only;
+}
+
+// The daemon removes the folders that no setting is left in.
+bool Giver::is_removed_since(const Item& item, const Spot& spot) const {
+  if (written_since_.empty() || !is_within(item.path, written_since_) || item.rights_only) return false;
+  if (item.before.type != Type::folder || item.start.type != Type::folder || item.deed == Deed::leave)
+    return false;
+  const std::optional<Entry> now = look(spot, Content::not_read);
+  return now && now->type == Type::nothing;
 }
 
 // Somebody may have worked on it since the plan was made.
@@ -194,8 +206,15 @@ bool Giver::make_link(const Item& item, const Spot& spot) {
   return failed(item, std::strerror(error));
 }
 
+// Of what the run has left as it was there is no copy of the run's, but one that keep_first has made.
+Spot Giver::kept_spot(const Item& item) const {
+  const bool is_kept_first = is_written_since(item) && place::is_same_thing(item.start, item.before);
+  if (!is_kept_first) return kept_spot_of(*item.ground, item.path);
+  return kept_spot_of({item.ground->login, item.ground->home, keep::folder_of_run()}, item.path);
+}
+
 bool Giver::copy_kept(const Item& item, const Spot& spot) {
-  const Spot kept = kept_spot_of(*item.ground, item.path);
+  const Spot kept = kept_spot(item);
   const Spot copy = beside(spot);
   const std::optional<Entry> found = look(kept, Content::read);
   if (!found || found->type == Type::nothing) return failed(item, "its kept copy is missing");

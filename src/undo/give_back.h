@@ -52,6 +52,8 @@ class Giver {
   bool failed(const Item& item, const std::string& why);
 
   bool is_written_since(const Item& item) const;
+  bool is_removed_since(const Item& item, const place::Spot& spot) const;
+  place::Spot kept_spot(const Item& item) const;
 
   const Plan& plan_;
   std::string written_since_;

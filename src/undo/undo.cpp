@@ -320,7 +320,7 @@ class Undo {
                                                                  : Outcome::something_left;
   }
 
-  void show(std::size_t most) const { write_plan(std::cout, plan_, matters_, most); }
+  void show(std::size_t most) const { write_plan(std::cout, plan_, matters_, run_.date_time, most); }
   void show_left() const { write_left(std::cout, plan_, matters_); }
 
   void carry_out() {
@@ -353,9 +353,13 @@ class Undo {
                 << " given back or removed.\n";
     for (const Failure& failure : failures_)
       std::cout << "not given back: " << shown(failure.name) << ": " << shown(failure.why) << "\n";
+    if (!failures_.empty())
+      std::cout << "When the cause is gone, such as a full disk, start brindle-undo again: it goes on.\n";
     show_left();
     write_where_it_lies(home_, run_.date_time, "What the run had kept still");
-    std::cout << " You may delete it.\n";
+    // The only old state of what was left, and all that is needed to give back the rest.
+    const bool is_of_use = !only_.empty() || outcome() != Outcome::as_it_was;
+    std::cout << (is_of_use ? " Keep it for what was not given back.\n" : " You may delete it.\n");
     if (name_.empty()) return;
     write_where_it_lies(home_, name_, "What this undo has replaced or removed");
     std::cout << "\nbrindle-undo " << name_ << " brings that state back.\n";
@@ -420,7 +424,8 @@ Outcome undo_run(const std::string& home, const std::vector<Run>& runs, const Ru
     std::cout << "There is nothing left to undo of " << run.date_time << ".\n";
     return undo.show_left(), undo.outcome();
   }
-  std::cout << (run.is_undo ? "The undo of " : "The run of ") << run.date_time << " is undone:\n\n";
+  std::cout << "Undoing the " << (run.is_undo ? "undo" : "run") << " of " << run.date_time
+            << " does this:\n\n";
   undo.show(some);
   if (!options.yes && isatty(STDIN_FILENO) == 0)
     return refuse("nothing was done, since there is no terminal to ask on; --yes does not ask");

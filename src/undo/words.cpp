@@ -11,12 +11,19 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-void write_names(std::ostream& out, const char* title, const Names& names, std::size_t most) {
+/// How many names a person is shown, and of which run the others can be asked for.
+struct Extent {
+  std::string run;
+  std::size_t most = all;
+};
+
+void write_names(std::ostream& out, const char* title, const Names& names, const Extent& extent) {
+  const std::size_t most = extent.most;
   if (names.empty()) return;
   out << title << " (" << names.size() << "):\n";
   for (std::size_t at = 0; at < std::min(most, names.size()); ++at) out << "  " << names[at] << "\n";
   if (names.size() > most)
-    out << "  and " << names.size() - most << " more, which --list with its time shows\n";
+    out << "  and " << names.size() - most << " more, which brindle-undo --list " << extent.run << " shows\n";
 }
 
 // What lies in a folder that goes is counted there.
@@ -78,6 +85,11 @@ Names names_left(const Plan& plan, const Matters& matters) {
   return names;
 }
 
+void write_left(std::ostream& out, const Plan& plan, const Matters& matters, const Extent& extent) {
+  write_names(out, "Left as it is", names_left(plan, matters), extent);
+  write_names(out, "Accounts that stay", names_that_stay(matters), extent);
+}
+
 }  // namespace
 
 std::string shown(std::string_view name) {
@@ -121,19 +133,21 @@ void write_run(std::ostream& out, const keep::Run& run, bool is_undone, std::siz
   out << "\n";
 }
 
-void write_plan(std::ostream& out, const Plan& plan, const Matters& matters, std::size_t most) {
-  write_names(out, "Given back as it was", names_with(plan, matters, Deed::give_back), most);
+void write_plan(std::ostream& out, const Plan& plan, const Matters& matters, const std::string& run,
+                std::size_t most) {
+  const Extent extent = {run, most};
+  write_names(out, "Given back as it was", names_with(plan, matters, Deed::give_back), extent);
   Names removed = names_that_go(plan, most);
   for (const Matter& matter : matters.all())
     if (matter.deed == Deed::take_away) removed.push_back(shown(name_of(matter)));
-  write_names(out, "Removed, since the run made it and nobody has changed it", removed, most);
-  write_names(out, "Only rights or time are given back", names_with(plan, matters, Deed::give_rights), most);
-  write_left(out, plan, matters);
+  write_names(out, "Removed, since the run made it and nobody has changed it", removed, extent);
+  write_names(out, "Only rights or time are given back", names_with(plan, matters, Deed::give_rights),
+              extent);
+  write_left(out, plan, matters, extent);
 }
 
 void write_left(std::ostream& out, const Plan& plan, const Matters& matters) {
-  write_names(out, "Left as it is", names_left(plan, matters), all);
-  write_names(out, "Accounts that stay", names_that_stay(matters), all);
+  write_left(out, plan, matters, Extent());
 }
 
 std::size_t count_left(const Plan& plan, const Matters& matters) {

@@ -26,8 +26,10 @@ void write_run(std::ostream& out, const keep::Run& run, bool is_undone, std::siz
 inline constexpr std::size_t some = 20;
 inline constexpr std::size_t all = SIZE_MAX;
 
-/// What is going to be done, in groups; at most `most` names of each that is not left.
-void write_plan(std::ostream& out, const Plan& plan, const Matters& matters, std::size_t most);
+/// What is going to be done, in groups; at most `most` names of each. `run` is the DATE-TIME of what is
+/// undone.
+void write_plan(std::ostream& out, const Plan& plan, const Matters& matters, const std::string& run,
+                std::size_t most);
 
 /// One line for each thing that is left.
 void write_left(std::ostream& out, const Plan& plan, const Matters& matters);

@@ -216,6 +216,30 @@ TEST_F(Keep, tells_what_later_steps_make_of_what_the_run_has_made) {
               AllOf(HasSubstr(":6\n"), Not(HasSubstr("unknown"))));
 }
 
+TEST_F(Keep, tells_the_folders_that_came_later_into_what_the_run_has_made) {
+  ASSERT_TRUE(keep::before_change("/root/new/a"));
+  write_file("/root/new/a", "a");
+  keep::settle();
+  ASSERT_TRUE(keep::before_change("/root/new/deep/er/b"));
+  ASSERT_TRUE(keep::before_change("/root/new/deep/c"));
+  write_file("/root/new/deep/er/b", "b");
+  keep::end_run();
+  EXPECT_THAT(told(),
+              UnorderedElementsAre("/root/new nothing folder", "/root/new/a nothing file",
+                                   "/root/new/deep nothing folder", "/root/new/deep/c nothing nothing",
+                                   "/root/new/deep/er nothing folder", "/root/new/deep/er/b nothing file"));
+}
+
+TEST_F(Keep, tells_a_folder_that_was_to_be_made_and_came_later) {
+  ASSERT_TRUE(keep::before_adding("/root/Mail"));
+  keep::settle();
+  ASSERT_TRUE(keep::before_change("/root/Mail/inbox/cur"));
+  fs::create_directories("/root/Mail/inbox/cur");
+  keep::end_run();
+  EXPECT_THAT(told(), UnorderedElementsAre("/root/Mail nothing folder", "/root/Mail/inbox nothing folder",
+                                           "/root/Mail/inbox/cur nothing folder"));
+}
+
 TEST_F(Keep, tells_what_was_to_be_made_and_was_not) {
   ASSERT_TRUE(keep::before_change("/root/new/a"));
   keep::end_run();

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "keep/keep.h"
+#include "keep/store.h"
 #include "place/descriptor.h"
 #include "process/run/accounts.h"
 #include "run/fakes.h"
@@ -69,6 +70,24 @@ TEST_F(KeptAccounts, ThatAreMadeWereNothing) {
     EXPECT_THAT(kept.at(name).became, StartsWith("passwd " + name + ":x:"));
     EXPECT_EQ(state(name), kept.at(name).became);  // with its password
     EXPECT_EQ("", things::use_of_account(name, 0));
+  }
+}
+
+TEST_F(KeptAccounts, ThatAreMadeHaveRightsThatAreTheRuns) {
+  shell_quietly(
+      "mkdir -m 755 /tmp/s/root/Desktop && "
+      "tar -cjf /usr/local/brindle/nldroot.tar.bz2 -C /tmp/s/root .mozilla Desktop");
+  for (const std::string name : {"ann", "ben"})
+    write_file(std::string(root) + "/Profiles/" + name + "/Desktop/a.txt", name);
+  ASSERT_EQ(0, migrate());
+  const std::string run = keep::folder_of_run().substr(sizeof "/root/.brindle_before");
+  keep::end_run();
+  for (const std::string home : {"/home/ann", "/home/ben"}) {
+    std::map<std::string, keep::Row> kept;
+    for (const keep::Row& row : keep::rows_of(home, run)) kept[row.name] = row;
+    ASSERT_TRUE(kept.contains(home + "/Desktop"));
+    EXPECT_THAT(kept[home + "/Desktop"].before, StartsWith("folder 0755 "));
+    EXPECT_THAT(kept[home + "/Desktop"].became, StartsWith("folder 0700 "));
   }
 }
 

@@ -53,7 +53,7 @@ TEST_F(Asking, shows_what_it_will_do_and_refuses_without_a_terminal) {
   const Ended ended = scene::undo("");
   EXPECT_EQ(2, ended.status);
   EXPECT_THAT(ended.said,
-              HasSubstr("The run of 2026-11-22-014530 is undone:\n\n" + std::string(plan_of_all)));
+              HasSubstr("Undoing the run of 2026-11-22-014530 does this:\n\n" + std::string(plan_of_all)));
   EXPECT_THAT(ended.said, HasSubstr("Removed, since the run made it and nobody has changed it (2):\n"
                                     "  /root/Documents/New, with 4 things in it\n"
                                     "  /root/Documents/new.txt\n"));
@@ -132,9 +132,27 @@ TEST_F(Asking, names_only_some_of_many) {
       scene::write("/root/many" + std::to_string(100 + number), "m");
   }
   const Ended ended = scene::undo("");
-  EXPECT_THAT(ended.said, HasSubstr("  /root/many119\n  and 5 more, which --list with its time shows\n"));
+  EXPECT_THAT(
+      ended.said,
+      HasSubstr("  /root/many119\n  and 5 more, which brindle-undo --list 2026-11-22-014630 shows\n"));
   EXPECT_THAT(ended.said, Not(HasSubstr("many120")));
   EXPECT_THAT(scene::undo("--list 2026-11-22-014630").said, HasSubstr("/root/many124\n"));
+}
+
+// Before the question; afterwards each of them is named.
+TEST_F(Asking, names_only_some_of_many_that_are_left) {
+  {
+    const scene::Migration run(60);
+    for (int number = 0; number < 25; ++number)
+      scene::write("/root/many" + std::to_string(100 + number), "m");
+  }
+  shell_quietly("for one in /root/many*; do echo mine >> $one; done");
+  scene::write("/root/many100", "m");
+  const Ended ended = scene::undo("");
+  EXPECT_THAT(ended.said, HasSubstr("Left as it is (24):\n"));
+  EXPECT_THAT(ended.said, Not(HasSubstr("many121")));
+  EXPECT_THAT(ended.said, HasSubstr("  and 4 more, which brindle-undo --list 2026-11-22-014630 shows\n"));
+  EXPECT_THAT(scene::undo("--yes").said, HasSubstr("/root/many124: it has changed since\n"));
 }
 
 TEST_F(Asking, takes_the_newest_run_first_and_then_the_one_before) {

@@ -27,6 +27,7 @@ TEST_F(Changed, file_that_replaced_an_old_one_stays) {
   EXPECT_EQ(1, ended.status);
   EXPECT_THAT(ended.said,
               HasSubstr("Left as it is (1):\n  /root/Documents/letter.txt: it has changed since\n"));
+  EXPECT_THAT(ended.said, HasSubstr("). Keep it for what was not given back.\n"));
   EXPECT_EQ("mine now\n", read_file("/root/Documents/letter.txt"));
   EXPECT_EQ("[General]\nFirst=old\n", read_file("/root/.kde/share/config/kmailrc"));
 }

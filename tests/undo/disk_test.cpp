@@ -30,6 +30,8 @@ TEST(Disk, that_is_full_costs_nothing_and_the_next_undo_completes) {
   const Ended ended = scene::undo("--yes");
   EXPECT_EQ(1, ended.status) << ended.said;
   EXPECT_THAT(ended.said, HasSubstr("not given back: /root/a: "));
+  EXPECT_THAT(ended.said, HasSubstr("start brindle-undo again: it goes on.\n"));
+  EXPECT_THAT(ended.said, HasSubstr("). Keep it for what was not given back.\n"));
   EXPECT_EQ(std::string(30'000, 'n'), read_file("/root/a"));
   disk.empty();
   const Ended again = scene::undo("--yes");

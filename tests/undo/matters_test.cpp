@@ -66,6 +66,33 @@ TEST_F(Settings, come_back_with_the_undo_of_the_undo) {
   EXPECT_EQ("made\n", Session::get(new_key));
 }
 
+// The daemon removes a folder with its empty file when the last setting below it goes.
+TEST(Settings_of_a_new_desktop, leave_the_empty_files_that_it_had) {
+  const Session session;
+  constexpr const char* empty = "<?xml version=\"1.0\"?>\n<gconf>\n</gconf>\n";
+  for (const char* folder : {"desktop", "desktop/gnome", "apps"})
+    write_file("/root/.gconf/" + std::string(folder) + "/%gconf.xml", empty);
+  shell_quietly("gconftool-2 --shutdown; find /root/.gconf -exec touch -d '2005-05-10 21:39:00' {} +");
+  const std::string before = scene::tree("/root/.gconf/desktop");
+  {
+    const scene::Migration run;
+    std::string error;
+    constexpr const char* picture = "/desktop/gnome/background/picture";
+    for (const char* folder : {"desktop", "desktop/gnome", "desktop/gnome/background"})
+      ASSERT_TRUE(keep::before_change("/root/.gconf/" + std::string(folder) + "/%gconf.xml"));
+    ASSERT_TRUE(keep::before_change_of(Kind::gconf, picture, keep::nothing));
+    ASSERT_TRUE(things::give_setting(client, picture, "string new.png", error)) << error;
+    ASSERT_TRUE(things::write_settings(client, error)) << error;
+    keep::now_is(Kind::gconf, picture, "string new.png");
+  }
+  shell_quietly("sleep 1.1");
+  const Ended ended = scene::undo("--yes");
+  EXPECT_EQ(0, ended.status) << ended.said;
+  EXPECT_THAT(ended.said, testing::Not(HasSubstr("not given back")));
+  EXPECT_EQ(empty, read_file("/root/.gconf/desktop/gnome/%gconf.xml"));
+  EXPECT_TRUE(same_bytes(before, scene::tree("/root/.gconf/desktop"))) << ended.said;
+}
+
 TEST_F(Settings, that_somebody_has_changed_since_stay) {
   shell_quietly(std::string("gconftool-2 -s -t string ") + key + " mine.png");
   const Ended ended = scene::undo("--yes");

@@ -33,6 +33,8 @@ TEST_F(Only, one_file_is_given_back) {
   EXPECT_EQ("new\n", read_file("/root/Documents/new.txt"));
   EXPECT_EQ("[General]\nFirst=new\n", read_file("/root/.kde/share/config/kmailrc"));
   EXPECT_FALSE(exists("/root/dangling"));
+  EXPECT_THAT(ended.said, HasSubstr("). Keep it for what was not given back.\n"));
+  EXPECT_THAT(ended.said, Not(HasSubstr("delete")));
 }
 
 TEST_F(Only, folders_count_with_all_in_them) {
