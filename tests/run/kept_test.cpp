@@ -284,8 +284,7 @@ TEST_F(KeptWhole, AreOverBeforeThePersonCanLeave) {
   // The note is read once the wizard is left.
   migrate();
   EXPECT_THAT(read_file("/root/.brindle_run"), HasSubstr("ending=ended"));
-  EXPECT_EQ("1\n",
-            output_of("[ /root/.brindle_run -nt /root/.brindle_before/*/list.tsv ]; echo $((1 - $?))"));
+  EXPECT_EQ("1\n", output_of("[ /root/.brindle_before/*/list.tsv -nt /root/.brindle_run ]; echo $?"));
 }
 
 TEST_F(KeptWhole, OfAnInvalidSystemEndAsWell) {
