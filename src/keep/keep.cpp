@@ -707,6 +707,12 @@ std::string Keeping::folder() const {
 std::mutex mutex;
 std::unique_ptr<Keeping> keeping;
 
+std::string end_of(const std::string& path) {
+  std::error_code error;
+  const fs::path end = fs::canonical(path, error);
+  return error ? path : end.string();
+}
+
 bool asked(const std::string& path, const std::function<bool()>& question) {
   const std::lock_guard lock(mutex);
   return !keeping || keeping->is_nobodys(path) || question();
@@ -772,13 +778,15 @@ bool before_owner(const std::string& path, uid_t uid) {
   return asked(path, [&] { return keeping->attributes(path, change); });
 }
 
+// chmod -R follows the link that it is told, and none below.
 bool before_mode(const std::string& path, mode_t mode) {
   const auto change = [mode](Entry& entry) {
     if (entry.type == Type::link || (entry.mode & 0777) == mode) return false;
     entry.mode = (entry.mode & (entry.type == Type::folder ? 06000 : 0)) | mode;
     return true;
   };
-  return asked(path, [&] { return keeping->attributes(path, change); });
+  const std::string tree = end_of(path);
+  return asked(tree, [&] { return keeping->attributes(tree, change); });
 }
 
 bool before_closing(const std::string& path, uid_t uid) {

@@ -553,6 +553,21 @@ TEST_F(Keep, tells_other_modes_of_what_was_there) {
   }
 }
 
+TEST_F(Keep, tells_other_modes_behind_the_link_that_chmod_is_told) {
+  write_file("/disk/a", "mine");
+  write_file("/elsewhere/b", "mine");
+  symlink("/disk", "/Share");
+  symlink("/elsewhere", "/disk/link");
+  ASSERT_TRUE(keep::before_mode("/Share", 0777));
+  shell_quietly("chmod -R 777 /Share");
+  EXPECT_EQ(mode_t{0777}, mode_of("/disk/a"));
+  EXPECT_EQ(mode_t{0644}, mode_of("/elsewhere/b"));
+  EXPECT_THAT(state_of("/disk", Kind::attributes), StartsWith("folder 0755"));
+  EXPECT_THAT(state_of("/disk/a", Kind::attributes), StartsWith("file 0644"));
+  EXPECT_EQ("no row", state_of("/disk/link", Kind::attributes));
+  EXPECT_EQ("no row", state_of("/elsewhere/b", Kind::attributes));
+}
+
 TEST_F(Keep, writes_down_other_things) {
   ASSERT_TRUE(keep::before_change_of(Kind::gconf, "/apps/x", "bool true"));
   ASSERT_TRUE(keep::before_change_of(Kind::gconf, "/apps/x", "bool false"));
