@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "keep/name_hash.h"
 #include "keep/store.h"
 #include "place/entry.h"
 
@@ -38,9 +39,9 @@ constexpr int most_links = 40;           // as many as the kernel follows
 // Many paths, of which is only asked whether they are among them.
 class Paths {
  public:
-  void add(const std::string& path) { hashes_.insert(std::hash<std::string>()(path)); }
-  void remove(const std::string& path) { hashes_.erase(std::hash<std::string>()(path)); }
-  bool has(const std::string& path) const { return hashes_.contains(std::hash<std::string>()(path)); }
+  void add(const std::string& path) { hashes_.insert(hash_of_name(path)); }
+  void remove(const std::string& path) { hashes_.erase(hash_of_name(path)); }
+  bool has(const std::string& path) const { return hashes_.contains(hash_of_name(path)); }
 
  private:
   std::unordered_set<std::size_t> hashes_;

@@ -581,6 +581,26 @@ TEST_F(Keep, writes_down_other_things) {
               ElementsAre("gconf\t/apps/x\tbool true\tbool false\n", "queue\t/apps/x\tnothing\tunknown\n"));
 }
 
+// Both pairs are one to std::hash, for all names and for their rows.
+TEST_F(Keep, tells_names_apart_that_a_stranger_has_chosen) {
+  const std::string folder = "/root/Documents/";
+  for (const char* mine : {"thesisofann.text", "xxxthesisofann.text"}) write_file(folder + mine, "mine");
+  for (const char* theirs : {"XXHWaeg7RUWhbkCp", "xxx7HGdj5E93NkyST50"})
+    write_file(std::string("/tmp/from/") + theirs, "");
+  ASSERT_TRUE(keep::before_copy("/tmp/from", "/root/Documents"));
+  for (const char* mine : {"thesisofann.text", "xxxthesisofann.text"}) {
+    ASSERT_TRUE(keep::before_change(folder + mine));
+    EXPECT_EQ("mine", read_file(kept(folder + mine)));
+  }
+  shell_quietly("cp /tmp/from/* /root/Documents; echo theirs | tee /root/Documents/*.text");
+  keep::end_run();
+  EXPECT_THAT(told(), UnorderedElementsAre("/root/Documents folder folder",
+                                           "/root/Documents/XXHWaeg7RUWhbkCp nothing file",
+                                           "/root/Documents/xxx7HGdj5E93NkyST50 nothing file",
+                                           "/root/Documents/thesisofann.text file file",
+                                           "/root/Documents/xxxthesisofann.text file file"));
+}
+
 // ---- Homes of others
 // -----------------------------------------------------------------------------------------
 
