@@ -511,16 +511,17 @@ bool Keeping::adding(const std::string& path) {
   const Where folder = {parent_of(inside->path), inside->home};
   if (is_in_made(folder.path)) return pend(folder, nothing), true;
   if (names_.contains(folder.path)) return true;
-  const auto names = folder.names();
+  auto names = folder.names();
   if (!names) return errno == ENOENT || errno == ENOTDIR || refused(path);
-  std::string joined;
+  Row row = {Kind::names, folder.path, "", unknown};
   Paths there;
-  for (const std::string& name : *names) {
-    joined += (joined.empty() ? "" : "/") + name;
+  for (std::string& each : *names) {
+    const std::string name = std::move(each);  // there may be a hundred thousand
+    row.before += (row.before.empty() ? "" : "/") + name;
     there.add(name);
   }
-  if (!change_folder_of(*inside) || !write(folder, {Kind::names, folder.path, joined, unknown}))
-    return refused(path);
+  names.reset();
+  if (!change_folder_of(*inside) || !write(folder, row)) return refused(path);
   names_.emplace(folder.path, std::pair(folder, std::move(there)));
   return true;
 }
