@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "keep/name_hash.h"
 #include "keep/store.h"
 #include "place/entry.h"
 
@@ -38,9 +39,9 @@ constexpr int most_links = 40;           // as many as the kernel follows
 // Many paths, of which is only asked whether they are among them.
 class Paths {
  public:
-  void add(const std::string& path) { hashes_.insert(std::hash<std::string>()(path)); }
-  void remove(const std::string& path) { hashes_.erase(std::hash<std::string>()(path)); }
-  bool has(const std::string& path) const { return hashes_.contains(std::hash<std::string>()(path)); }
+  void add(const std::string& path) { hashes_.insert(hash_of_name(path)); }
+  void remove(const std::string& path) { hashes_.erase(hash_of_name(path)); }
+  bool has(const std::string& path) const { return hashes_.contains(hash_of_name(path)); }
 
  private:
   std::unordered_set<std::size_t> hashes_;
@@ -514,16 +515,17 @@ bool Keeping::adding(const std::string& path) {
   const Where folder = {parent_of(inside->path), inside->home};
   if (is_in_made(folder.path)) return pend(folder, nothing), true;
   if (names_.contains(folder.path)) return true;
-  const auto names = folder.names();
+  auto names = folder.names();
   if (!names) return errno == ENOENT || errno == ENOTDIR || refused(path);
-  std::string joined;
+  Row row = {Kind::names, folder.path, "", unknown};
   Paths there;
-  for (const std::string& name : *names) {
-    joined += (joined.empty() ? "" : "/") + name;
+  for (std::string& each : *names) {
+    const std::string name = std::move(each);  // there may be a hundred thousand
+    row.before += (row.before.empty() ? "" : "/") + name;
     there.add(name);
   }
-  if (!change_folder_of(*inside) || !write(folder, {Kind::names, folder.path, joined, unknown}))
-    return refused(path);
+  names.reset();
+  if (!change_folder_of(*inside) || !write(folder, row)) return refused(path);
   names_.emplace(folder.path, std::pair(folder, std::move(there)));
   return true;
 }
@@ -725,6 +727,12 @@ std::string Keeping::folder() const {
 std::mutex mutex;
 std::unique_ptr<Keeping> keeping;
 
+std::string end_of(const std::string& path) {
+  std::error_code error;
+  const fs::path end = fs::canonical(path, error);
+  return error ? path : end.string();
+}
+
 bool asked(const std::string& path, const std::function<bool()>& question) {
   const std::lock_guard lock(mutex);
   return !keeping || keeping->is_nobodys(path) || question();
@@ -790,13 +798,15 @@ bool before_owner(const std::string& path, uid_t uid) {
   return asked(path, [&] { return keeping->attributes(path, change); });
 }
 
+// chmod -R follows the link that it is told, and none below.
 bool before_mode(const std::string& path, mode_t mode) {
   const auto change = [mode](Entry& entry) {
     if (entry.type == Type::link || (entry.mode & 0777) == mode) return false;
     entry.mode = (entry.mode & (entry.type == Type::folder ? 06000 : 0)) | mode;
     return true;
   };
-  return asked(path, [&] { return keeping->attributes(path, change); });
+  const std::string tree = end_of(path);
+  return asked(tree, [&] { return keeping->attributes(tree, change); });
 }
 
 bool before_closing(const std::string& path, uid_t uid) {

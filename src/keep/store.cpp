@@ -15,6 +15,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "keep/name_hash.h"
+
 namespace keep {
 
 namespace {
@@ -69,9 +71,7 @@ struct Lines {
   off_t last;
 };
 
-std::size_t key_of(const Row& row) {
-  return std::hash<std::string>()(std::string(word_of(row.kind)) + "\t" + row.name);
-}
+std::size_t key_of(const Row& row) { return hash_of_name(std::string(word_of(row.kind)) + "\t" + row.name); }
 
 // Calls `take` for every line of the list behind the head, with the offset at which it starts.
 bool each_line(int file, const std::function<void(off_t at, const Row& row)>& take) {

@@ -588,6 +588,21 @@ TEST_F(Keep, tells_other_modes_of_what_was_there) {
   }
 }
 
+TEST_F(Keep, tells_other_modes_behind_the_link_that_chmod_is_told) {
+  write_file("/disk/a", "mine");
+  write_file("/elsewhere/b", "mine");
+  symlink("/disk", "/Share");
+  symlink("/elsewhere", "/disk/link");
+  ASSERT_TRUE(keep::before_mode("/Share", 0777));
+  shell_quietly("chmod -R 777 /Share");
+  EXPECT_EQ(mode_t{0777}, mode_of("/disk/a"));
+  EXPECT_EQ(mode_t{0644}, mode_of("/elsewhere/b"));
+  EXPECT_THAT(state_of("/disk", Kind::attributes), StartsWith("folder 0755"));
+  EXPECT_THAT(state_of("/disk/a", Kind::attributes), StartsWith("file 0644"));
+  EXPECT_EQ("no row", state_of("/disk/link", Kind::attributes));
+  EXPECT_EQ("no row", state_of("/elsewhere/b", Kind::attributes));
+}
+
 TEST_F(Keep, writes_down_other_things) {
   ASSERT_TRUE(keep::before_change_of(Kind::gconf, "/apps/x", "bool true"));
   ASSERT_TRUE(keep::before_change_of(Kind::gconf, "/apps/x", "bool false"));
@@ -599,6 +614,26 @@ TEST_F(Keep, writes_down_other_things) {
     if (row.kind != Kind::path && row.kind != Kind::run) lines.push_back(keep::line_of(row));
   EXPECT_THAT(lines,
               ElementsAre("gconf\t/apps/x\tbool true\tbool false\n", "queue\t/apps/x\tnothing\tunknown\n"));
+}
+
+// Both pairs are one to std::hash, for all names and for their rows.
+TEST_F(Keep, tells_names_apart_that_a_stranger_has_chosen) {
+  const std::string folder = "/root/Documents/";
+  for (const char* mine : {"thesisofann.text", "xxxthesisofann.text"}) write_file(folder + mine, "mine");
+  for (const char* theirs : {"XXHWaeg7RUWhbkCp", "xxx7HGdj5E93NkyST50"})
+    write_file(std::string("/tmp/from/") + theirs, "");
+  ASSERT_TRUE(keep::before_copy("/tmp/from", "/root/Documents"));
+  for (const char* mine : {"thesisofann.text", "xxxthesisofann.text"}) {
+    ASSERT_TRUE(keep::before_change(folder + mine));
+    EXPECT_EQ("mine", read_file(kept(folder + mine)));
+  }
+  shell_quietly("cp /tmp/from/* /root/Documents; echo theirs | tee /root/Documents/*.text");
+  keep::end_run();
+  EXPECT_THAT(told(), UnorderedElementsAre("/root/Documents folder folder",
+                                           "/root/Documents/XXHWaeg7RUWhbkCp nothing file",
+                                           "/root/Documents/xxx7HGdj5E93NkyST50 nothing file",
+                                           "/root/Documents/thesisofann.text file file",
+                                           "/root/Documents/xxxthesisofann.text file file"));
 }
 
 // ---- Homes of others
