@@ -32,7 +32,8 @@ using place::Spot;
 using place::Type;
 
 constexpr off_t largest_of_a_program = off_t{1} << 20;
-constexpr int most_links = 40;  // as many as the kernel follows
+constexpr std::size_t most_rows = 1000;  // in memory, of thousands
+constexpr int most_links = 40;           // as many as the kernel follows
 
 // Many paths, of which is only asked whether they are among them.
 class Paths {
@@ -105,7 +106,8 @@ class Keeping {
   void go_on(const std::vector<Row>& rows);
 
   bool is_nobodys(const std::string& path) const {
-    return !path.starts_with('/') || (is_within(path, "/tmp") && !is_within(home_, "/tmp"));
+    if (!path.starts_with('/')) return true;
+    return is_within(fs::path(path).lexically_normal().native(), "/tmp") && !is_within(home_, "/tmp");
   }
 
   std::optional<Where> find(const std::string& path);
@@ -116,7 +118,6 @@ class Keeping {
   bool adding(const std::string& path);
   bool program(const std::string& path);
   bool attributes(const std::string& path, const std::function<bool(Entry& entry)>& change);
-  void rights_are_new(const Where& where);
   bool new_home(const std::string& path);
   bool thing(Kind kind, const std::string& name, const std::string& before);
   void thing_is(Kind kind, const std::string& name, const std::string& became);
@@ -126,8 +127,13 @@ class Keeping {
   std::string folder() const;
 
  private:
+  // Thousands may be copied into one folder.
+  struct Names {
+    Home* home;
+    std::string joined;  // each with a / behind it
+  };
   struct Pending {
-    Where where;
+    Home* home;
     std::string before;
   };
 
@@ -137,6 +143,14 @@ class Keeping {
     return error ? path : found.string();
   }
 
+  // Without links in its folders. What ".." leads to is known only behind those.
+  static std::string whole_path(const std::string& path) {
+    const std::string plain = path.substr(0, path.find_last_not_of('/') + 1);
+    const std::string name = fs::path(plain).filename();
+    if (plain.empty() || name == "." || name == "..") return real(plain.empty() ? "/" : plain);
+    const std::string folder = real(parent_of(plain));
+    return (folder == "/" ? "" : folder) + "/" + name;
+  }
   bool is_somebodys(const std::string& home) const;
   Home* home_of(const std::string& folder, const std::string& top, const std::string& login);
   Home* own_home() { return home_of(home_, home_, ""); }
@@ -163,9 +177,10 @@ class Keeping {
   bool write(const Where& where, const Row& row);
   void pend(const Where& where, std::string before);
 
-  void settle_one(const Pending& one);
+  void settle_one(const Where& where, const std::string& before);
   void settle_folders_above(Where where);
   void settle_tree(const Where& where, const std::string& before);
+  void settle_copied(const Where& folder, std::string_view names);
   void settle_names(const Where& where, const Paths& there);
   void drop_if_same(const Where& where, const std::string& before, const Entry& now);
   void write_later(const Where& where, Row row);
@@ -181,8 +196,9 @@ class Keeping {
   Paths known_;                                                // have a row
   Paths made_;                                                 // made by the run, with all in them
   Paths told_;                                                 // folders in made ones that have a row
-  Paths not_copied_;  // have a row and no copy, since their content was to stay
-  std::map<std::string, Pending> pending_;
+  Paths not_copied_;                        // have a row and no copy, since their content was to stay
+  std::map<std::string, Pending> pending_;  // by path
+  std::map<std::string, Names> copied_;     // new names, by the folder that they are copied into
   std::map<std::string, std::pair<Where, Paths>> names_;  // folders to which things are added
   std::map<Store*, std::vector<Row>> settled_;            // not yet written
 };
@@ -213,8 +229,7 @@ bool Keeping::is_somebodys(const std::string& home) const {
 std::optional<Where> Keeping::find(const std::string& path) {
   std::string named = fs::path(path).lexically_normal();
   while (named.size() > 1 && named.ends_with('/')) named.pop_back();
-  const std::string folder = real(parent_of(named));
-  const std::string whole = (folder == "/" ? "" : folder) + "/" + fs::path(named).filename().string();
+  const std::string whole = whole_path(path);
   const std::string others = is_within(named, home_) ? "" : others_home(named);
   if (named != others && is_somebodys(others)) {
     const std::string top = real(others);
@@ -292,7 +307,7 @@ bool Keeping::write(const Where& where, const Row& row) {
 }
 
 void Keeping::pend(const Where& where, std::string before) {
-  pending_.try_emplace(where.path, Pending{where, std::move(before)});
+  pending_.try_emplace(where.path, Pending{where.home, std::move(before)});
 }
 
 // What an unfinished run has written down counts as if this one had; what became of it is told at the end.
@@ -454,7 +469,15 @@ bool Keeping::merge_entries(const std::string& from, const std::string& to, bool
   if (!names) return errno == ENOENT || errno == ENOTDIR || refused(to);
   Paths there;
   for (const std::string& name : *names) there.add(name);
+  std::string& copied = copied_.try_emplace(folder.path, Names{folder.home, ""}).first->second.joined;
   std::vector<Row> rows;
+  const auto write_rows = [&] {
+    Store* const store = store_of(folder);
+    const bool written =
+        store != nullptr && change_folder_of({rows.front().name, folder.home}) && store->add(rows);
+    rows.clear();
+    return written || refused(to);
+  };
   std::error_code error;
   for (const fs::directory_entry& each : fs::directory_iterator(from, error)) {
     const std::string name = each.path().filename();
@@ -464,16 +487,13 @@ bool Keeping::merge_entries(const std::string& from, const std::string& to, bool
       if (!merge(from + "/" + name, entry)) return false;
       continue;
     }
-    pend(entry, nothing);
+    copied += name + "/";
     if (is_known(entry)) continue;
     rows.push_back({Kind::path, entry.path, nothing, unknown});
-    known_.add(entry.path);
     made_.add(entry.path);
+    if (rows.size() == most_rows && !write_rows()) return false;
   }
-  if (rows.empty()) return true;
-  Store* const store = store_of(folder);
-  return (store != nullptr && change_folder_of({rows.front().name, folder.home}) && store->add(rows)) ||
-         refused(to);
+  return rows.empty() || write_rows();
 }
 
 bool Keeping::copy(const std::string& from, const std::string& to) {
@@ -558,15 +578,6 @@ bool Keeping::attributes(const Where& where, const std::function<bool(Entry& ent
                              [&](const std::string& name) { return attributes(where.in(name), change_of); });
 }
 
-void Keeping::rights_are_new(const Where& where) {
-  const std::optional<Entry> entry = where.look(Content::not_read);
-  if (!entry || where.is_kept_folder() || is_in_made(where.path)) return;
-  if (known_.has(where.path)) pend(where, "");
-  if (entry->type != Type::folder) return;
-  for (const std::string& name : where.names().value_or(std::vector<std::string>()))
-    rights_are_new(where.in(name));
-}
-
 // In the list of whoever runs the program: the account that is removed takes its own along.
 bool Keeping::new_home(const std::string& path) {
   const Descriptor top = place::open_top(path);
@@ -620,12 +631,11 @@ bool Keeping::take(const std::string& path) {
 // -----------------------------------------------------------------------------------------------------
 
 void Keeping::write_later(const Where& where, Row row) {
-  constexpr std::size_t most_rows = 1000;
   Store* const store = store_of(where);
   if (store == nullptr) return std::perror(where.path.c_str());
   std::vector<Row>& rows = settled_[store];
   rows.push_back(std::move(row));
-  if (rows.size() > most_rows) write_settled();
+  if (rows.size() >= most_rows) write_settled();
 }
 
 void Keeping::write_settled() {
@@ -656,10 +666,15 @@ void Keeping::drop_if_same(const Where& where, const std::string& before, const 
   not_copied_.add(where.path);
 }
 
-void Keeping::settle_one(const Pending& one) {
-  const bool is_made = one.before.empty() && is_in_made(one.where.path);
-  settle_tree(one.where, is_made ? nothing : one.before);
-  if (is_in_made(one.where.path)) settle_folders_above(one.where);
+void Keeping::settle_one(const Where& where, const std::string& before) {
+  const bool is_made = before.empty() && is_in_made(where.path);
+  settle_tree(where, is_made ? nothing : before);
+  if (is_in_made(where.path)) settle_folders_above(where);
+}
+
+void Keeping::settle_copied(const Where& folder, std::string_view names) {
+  for (std::size_t end = 0; (end = names.find('/')) != names.npos; names.remove_prefix(end + 1))
+    settle_tree(folder.in(std::string(names.substr(0, end))), nothing);
 }
 
 // They may have been made after the folder that they lie in was told, or after they were told to be nothing.
@@ -672,46 +687,47 @@ void Keeping::settle_folders_above(Where where) {
     write_later(where, {Kind::path, where.path, nothing, place::text_of(*entry)});
     told_.add(where.path);
   }
-}
 
-void Keeping::settle_names(const Where& where, const Paths& there) {
-  for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
-    const Where each = where.in(name);
-    if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
-    made_.add(each.path);
-    settle_tree(each, nothing);
+  void Keeping::settle_names(const Where& where, const Paths& there) {
+    for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
+      const Where each = where.in(name);
+      if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
+      made_.add(each.path);
+      settle_tree(each, nothing);
+    }
+    write_later(where, {Kind::names, where.path, nothing, "told"});
   }
-  write_later(where, {Kind::names, where.path, nothing, "told"});
-}
 
-void Keeping::settle() {
-  for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
-  for (const auto& [path, one] : std::exchange(pending_, {})) settle_one(one);
-  write_settled();
-}
-
-void Keeping::end() {
-  settle();
-  head_.became = "over";
-  for (auto& [home, store] : stores_) {
-    if (!store.add({head_})) std::perror(store.folder().c_str());
-    store.complete();
+  void Keeping::settle() {
+    for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
+    for (const auto& [path, names] : std::exchange(copied_, {}))
+      settle_copied({path, names.home}, names.joined);
+    for (const auto& [path, one] : std::exchange(pending_, {})) settle_one({path, one.home}, one.before);
+    write_settled();
   }
-}
 
-std::string Keeping::folder() const {
-  const auto own = stores_.find(home_);
-  return own == stores_.end() ? "" : own->second.folder();
-}
+  void Keeping::end() {
+    settle();
+    head_.became = "over";
+    for (auto& [home, store] : stores_) {
+      if (!store.add({head_})) std::perror(store.folder().c_str());
+      store.complete();
+    }
+  }
 
-// The windows' thread begins what the worker goes on with.
-std::mutex mutex;
-std::unique_ptr<Keeping> keeping;
+  std::string Keeping::folder() const {
+    const auto own = stores_.find(home_);
+    return own == stores_.end() ? "" : own->second.folder();
+  }
 
-bool asked(const std::string& path, const std::function<bool()>& question) {
-  const std::lock_guard lock(mutex);
-  return !keeping || keeping->is_nobodys(path) || question();
-}
+  // The windows' thread begins what the worker goes on with.
+  std::mutex mutex;
+  std::unique_ptr<Keeping> keeping;
+
+  bool asked(const std::string& path, const std::function<bool()>& question) {
+    const std::lock_guard lock(mutex);
+    return !keeping || keeping->is_nobodys(path) || question();
+  }
 
 }  // namespace
 
@@ -782,10 +798,16 @@ bool before_mode(const std::string& path, mode_t mode) {
   return asked(path, [&] { return keeping->attributes(path, change); });
 }
 
-void rights_are_new(const std::string& path) {
-  const std::lock_guard lock(mutex);
-  const auto where = keeping ? keeping->find(path) : std::nullopt;
-  if (where) keeping->rights_are_new(*where);
+bool before_closing(const std::string& path, uid_t uid) {
+  const auto change = [uid](Entry& entry) {
+    const bool is_closed = entry.type == Type::file || entry.type == Type::folder;
+    const mode_t mode = is_closed ? entry.mode & 0700 : entry.mode;
+    if (entry.uid == uid && entry.mode == mode) return false;
+    entry.uid = uid;
+    entry.mode = mode;
+    return true;
+  };
+  return asked(path, [&] { return keeping->attributes(path, change); });
 }
 
 bool after_new_home(const std::string& path) {

@@ -65,9 +65,8 @@ void begin_undo(const std::string& home, std::time_t now, const std::string& of)
 [[nodiscard]] bool before_owner(const std::string& path, uid_t uid);
 [[nodiscard]] bool before_mode(const std::string& path, mode_t mode);
 
-/// After all of the tree at `path` got other rights: what is written down of it counts as the run's with
-/// them.
-void rights_are_new(const std::string& path);
+/// Before both at once: all gets the owner `uid`, and nobody else has any right to a file or folder.
+[[nodiscard]] bool before_closing(const std::string& path, uid_t uid);
 
 /// After an account was made with the home `path`: writes down what it holds, so that the account can go
 /// again when nothing was added. What is changed there later counts as in any home.

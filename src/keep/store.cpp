@@ -44,13 +44,19 @@ bool is_own_list(int file, uid_t owner) {
   return S_ISREG(found.st_mode) && found.st_nlink == 1 && found.st_uid == owner;
 }
 
+// Only a list that is new is given away: one that lies there may be a second name of any file.
 Descriptor open_list(int folder, const std::string& name, uid_t uid, gid_t gid) {
-  Descriptor list =
-      place::open_beneath(folder, name, O_RDWR | O_APPEND | O_CREAT | O_NOCTTY | O_NONBLOCK, 0600);
-  if (!list) return list;
-  static_cast<void>(fchown(list.number(), uid, gid));  // stays ours where we may not give it away
+  constexpr int flags = O_RDWR | O_APPEND | O_NOCTTY | O_NONBLOCK;
+  Descriptor list = place::open_beneath(folder, name, flags | O_CREAT | O_EXCL, 0600);
+  if (list) {
+    static_cast<void>(fchown(list.number(), uid, gid));  // stays ours where we may not give it away
+  } else if (errno == EEXIST) {
+    list = place::open_beneath(folder, name, flags);
+  }
   struct stat found {};
-  if (fstat(list.number(), &found) != 0 || !is_own_list(list.number(), found.st_uid)) return Descriptor();
+  if (!list || fstat(list.number(), &found) != 0) return Descriptor();
+  const bool may_own = found.st_uid == uid || found.st_uid == geteuid();
+  if (!may_own || !is_own_list(list.number(), found.st_uid)) return errno = EPERM, Descriptor();
   const bool begins = found.st_size == 0;
   if (begins && !write_all(list.number(), head_line())) return Descriptor();
   return list;

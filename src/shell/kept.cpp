@@ -23,6 +23,13 @@ bool is_directory(const std::string& path) {
   return fs::is_directory(path, unknown);
 }
 
+uid_t uid_of(const std::string& user) {
+  const passwd* account = getpwnam(user.c_str());
+  // What chown makes of another word, a number or a group behind a colon, is left to it: then all is noted.
+  constexpr auto nobodys = static_cast<uid_t>(-1);
+  return account == nullptr ? nobodys : account->pw_uid;
+}
+
 }  // namespace
 
 bool can_be_written(const std::string& path) {
@@ -38,8 +45,10 @@ bool kept_before_change(const std::string& path) {
 bool kept_before_writing(const std::string& path) { return is_directory(path) || kept_before_change(path); }
 
 bool kept_before_copying(const std::string& from, const std::string& to) {
-  const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(to);
-  return !can_be_copied || told(keep::before_copy_as(from, to));
+  // In a folder of that name the file gets its own.
+  const std::string place = is_directory(to) ? to + "/" + fs::path(from).filename().string() : to;
+  const bool can_be_copied = access(from.c_str(), R_OK) == 0 && can_be_written(place);
+  return !can_be_copied || told(keep::before_copy_as(from, place));
 }
 
 bool kept_before_copying_entries(const std::string& from, const std::string& to) {
@@ -47,10 +56,11 @@ bool kept_before_copying_entries(const std::string& from, const std::string& to)
 }
 
 bool kept_before_chown(const std::string& user, const std::string& path) {
-  const passwd* account = getpwnam(user.c_str());
-  // What chown makes of another word, a number or a group behind a colon, is left to it: then all is noted.
-  constexpr auto nobodys = static_cast<uid_t>(-1);
-  return told(keep::before_owner(path, account == nullptr ? nobodys : account->pw_uid));
+  return told(keep::before_owner(path, uid_of(user)));
+}
+
+bool kept_before_closing(const std::string& user, const std::string& path) {
+  return told(keep::before_closing(path, uid_of(user)));
 }
 
 bool kept_before_linking(const std::string& name, const std::string& place) {

@@ -21,7 +21,8 @@ bool can_be_written(const std::string& path);
 /// stays. False, with errno not_kept, when it must not.
 [[nodiscard]] bool kept_before_writing(const std::string& path);
 
-/// Before the file `from` is copied over the file `to`. False, with errno not_kept, when it must not.
+/// Before the file `from` is copied over the file `to`, or into it if it is a folder. False, with errno
+/// not_kept, when it must not.
 [[nodiscard]] bool kept_before_copying(const std::string& from, const std::string& to);
 
 /// Before the entries of the folder `from` are copied into `to`: where that is no folder, a single entry
@@ -34,5 +35,8 @@ bool can_be_written(const std::string& path);
 
 /// Before `chown -R USER PATH`. False, with errno not_kept, when it must not.
 [[nodiscard]] bool kept_before_chown(const std::string& user, const std::string& path);
+
+/// The same, when all but the owner lose their rights to what is in it as well.
+[[nodiscard]] bool kept_before_closing(const std::string& user, const std::string& path);
 
 #endif

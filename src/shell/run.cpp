@@ -1,7 +1,9 @@
 #include "shell/run.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -47,6 +49,19 @@ int refuse(const char* cmd) {
 }
 
 int run_logged(const char* cmd) { return report(std::system(cmd), cmd); }
+
+// Makes the file for a command's output. A name that is taken gets a number behind it: what lies there is
+// somebody's, and a link there may lead anywhere. A home that takes no file is left for the command to tell.
+std::string make_output_file(const std::string& home) {
+  const std::string name = shell::tmp_file_name(home);
+  std::string file = name;
+  for (int number = 2;; ++number) {
+    const int made = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (made >= 0) close(made);
+    if (made >= 0 || errno != EEXIST) return file;
+    file = name + "-" + std::to_string(number);
+  }
+}
 
 int read_first_line(const std::string& command, const std::string& file, std::string& line) {
   File output = open_file(file, "r");
@@ -100,10 +115,12 @@ int run_unlogged(const Command& cmd) {
 }
 
 int execute_first(const Command& cmd, const std::string& home, std::string& line) {
-  const std::string file = tmp_file_name(home);
+  const std::string file = make_output_file(home);
   const Command command = redirected(cmd, file);
   line.clear();
-  return SYSTEM(command) == 0 ? read_first_line(command.text(), file, line) : -1;
+  if (SYSTEM(command) == 0) return read_first_line(command.text(), file, line);
+  unlink(file.c_str());
+  return -1;
 }
 
 std::string tmp_file_name(const std::string& home) {
@@ -119,11 +136,14 @@ std::string tmp_file_name(const std::string& home) {
 int SYSTEM(const char* cmd) { return run_logged(cmd); }
 
 int execute_first(const char* cmd, char* result) {
-  const std::string file = shell::tmp_file_name(current_owner().home);
+  const std::string file = make_output_file(current_owner().home);
   const shell::Command output = shell::compose(" > %s", file);
   const std::string command = cmd + output.text();
   result[0] = '\0';
-  if ((output.refused() ? refuse(command.c_str()) : run_logged(command.c_str())) != 0) return -1;
+  if ((output.refused() ? refuse(command.c_str()) : run_logged(command.c_str())) != 0) {
+    unlink(file.c_str());
+    return -1;
+  }
   std::string line;
   const int found = read_first_line(command, file, line);
   std::strcpy(result, line.c_str());  // at most 255 characters

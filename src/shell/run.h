@@ -35,7 +35,8 @@ void allow_long_commands();
 /// EINVAL for a refused command.
 int run_unlogged(const Command& cmd);
 
-/// Runs `cmd` with its output sent to a temporary file in the folder `home`. `line` receives the first line,
+/// Runs `cmd` with its output sent to a temporary file in the folder `home`: tmp_file_name, with a number
+/// behind it when something lies there. `line` receives the first line,
 /// at most 255 characters and with its newline. Returns 1, or 0 with an empty line when there was no output,
 /// or -1 on failure. A command that fails without output gives 0. Leaves the trace of asking for a home.
 int execute_first(const Command& cmd, const std::string& home, std::string& line);

@@ -66,6 +66,15 @@ bool is_left_over(const std::string& name) {
   return name.starts_with(under_way) || name.starts_with(".brindle_copy");
 }
 
+bool is_set_aside(const std::string& name) {
+  constexpr std::string_view start = ".brindle-";
+  if (!name.starts_with(start)) return false;
+  const std::string numbers = name.substr(start.size());
+  const std::size_t dash = numbers.find('-');
+  return dash != 0 && dash < numbers.size() - 1 && numbers.find_first_not_of("0123456789") == dash &&
+         numbers.find_first_not_of("0123456789", dash + 1) == numbers.npos;
+}
+
 void clear_beside(const place::Spot& spot) {
   if (!spot) return;
   const auto names = place::names_beneath(spot.folder.number(), "");

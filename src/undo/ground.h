@@ -46,6 +46,9 @@ place::Spot beside(const place::Spot& spot);
 /// True for such a name, and for that of the folder in which a copy is made.
 bool is_left_over(const std::string& name);
 
+/// Whether a migration gives such a name to a file that it holds beside the one that it replaces.
+bool is_set_aside(const std::string& name);
+
 /// Removes what an undo that was killed has left beside `spot`.
 void clear_beside(const place::Spot& spot);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+#include <set>
 #include <utility>
 
 namespace undo {
@@ -120,6 +121,10 @@ void Plan::collect(const Lists& lists) {
   }
   for (const keep::Row& row : *lists.rows)
     if (row.kind == keep::Kind::names) add_new_names(*lists.ground, row);
+  std::set<std::string> folders;
+  for (const keep::Row& row : *lists.rows)
+    if (row.kind == keep::Kind::path && row.became == keep::unknown) folders.insert(folder_of(row.name));
+  for (const std::string& folder : folders) add_set_aside(*lists.ground, folder);
 }
 
 void Plan::add_path(const Ground& ground, const keep::Row& row) {
@@ -165,6 +170,17 @@ void Plan::add_new_names(const Ground& ground, const keep::Row& row) {
     Item item;
     item.ground = &ground;
     item.path = row.name + "/" + name;
+    add(std::move(item));
+  }
+}
+
+// The run was killed while it replaced something there.
+void Plan::add_set_aside(const Ground& ground, const std::string& folder) {
+  for (const std::string& name : names_in(spot_of(ground, folder))) {
+    if (!is_set_aside(name)) continue;
+    Item item;
+    item.ground = &ground;
+    item.path = folder + "/" + name;
     add(std::move(item));
   }
 }

@@ -90,6 +90,7 @@ class Plan {
   void add_path(const Ground& ground, const keep::Row& row);
   void add_rights(const Ground& ground, const keep::Row& row);
   void add_new_names(const Ground& ground, const keep::Row& row);
+  void add_set_aside(const Ground& ground, const std::string& folder);
   void add_below(std::size_t index);
   void add(Item item);
   bool is_wanted(const std::string& path) const;

@@ -127,6 +127,33 @@ TEST_F(KeptAccounts, HaveTheirNewHomesWrittenDown) {
                            Not(Contains(StartsWith("/home/ben")))));
 }
 
+TEST_F(KeptAccounts, HaveWrittenDownWhoseAHomeWasThatTheyAreGiven) {
+  shell_quietly(
+      "mkdir -p /home/ben/d; echo mine >/home/ben/d/mine; echo x >/home/ben/closed; ln -s d /home/ben/link;"
+      "chmod 2755 /home/ben/d; chmod 600 /home/ben/closed; chmod 751 /home/ben; chown -hR 4321:4321 "
+      "/home/ben");
+  const auto states = [] {
+    return output_of("cd /home/ben; find . ./d ./d/mine ./closed ./link -prune -printf '%p %m %U %G\n'");
+  };
+  const std::string before = states();
+  ASSERT_EQ(0, migrate());
+  ASSERT_NE(before, states());
+  std::map<std::string, keep::Row> listed;
+  const Descriptor list(open((keep::folder_of_run() + "/homes/ben.tsv").c_str(), O_RDONLY));
+  for (const keep::Row& row : keep::joined_rows(list.number()))
+    if (row.kind == keep::Kind::path || row.kind == keep::Kind::attributes) listed[row.name] = row;
+  const std::string uid = output_of("id -u ben | tr -d '\n'");
+  const auto expect = [&](const std::string& path, const std::string& was, const std::string& is) {
+    EXPECT_THAT(listed[path].before, StartsWith(was + " 4321 4321 ")) << path;
+    EXPECT_THAT(listed[path].became, StartsWith(is + " " + uid + " 4321 ")) << path;
+  };
+  expect("/home/ben", "folder 0751", "folder 0700");
+  expect("/home/ben/d", "folder 2755", "folder 0700");
+  expect("/home/ben/d/mine", "file 0644", "file 0600");
+  expect("/home/ben/closed", "file 0600", "file 0600");
+  expect("/home/ben/link", "link 0777", "link 0777");
+}
+
 TEST_F(KeptAccounts, AreNotTouchedWhenNothingCanBeKept) {
   const std::string before = output_of("cat /etc/passwd /etc/shadow /etc/group");
   const SmallDisk disk("/root");

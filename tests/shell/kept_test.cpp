@@ -93,6 +93,22 @@ TEST_F(KeptFirst, IsTheFileThatACopyReplaces) {
   EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
 }
 
+TEST_F(KeptFirst, IsTheFileInTheFolderThatHasTheNameOfACopy) {
+  write_file("/root/d/folder/new", "old");
+  write_file("/root/d/folder/other", "old");
+  shell_quietly("ln -s folder /root/d/link");
+  for (const std::string to : {"/root/d/folder", "/root/d/link"}) {
+    KeepingRun run;
+    EXPECT_FALSE(copy_over(compose("cp /tmp/new %s", to), "/tmp/new", to));
+    EXPECT_EQ("new", read_file("/root/d/folder/new"));
+    EXPECT_TRUE(run.has_kept_all());
+    EXPECT_EQ("old", read_file(KeepingRun::kept("/root/d/folder/new")));
+    EXPECT_FALSE(exists(KeepingRun::kept("/root/d/folder/other")));
+    write_file("/root/d/folder/new", "old");
+    shell_quietly("rm -rf /root/.brindle_before");
+  }
+}
+
 TEST_F(KeptFirst, OrTheCopyIsNotMade) {
   expect_refusal([] { return copy_over(compose("cp /tmp/new %s", path), "/tmp/new", path); });
   expect_refusal(

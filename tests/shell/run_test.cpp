@@ -214,6 +214,30 @@ TEST(ExecuteFirst, FailsWhenTheCommandIsKilled) {
   char result[256] = "old";
   EXPECT_EQ(-1, execute_first("kill -KILL $$", result));
   EXPECT_STREQ("", result);
+  EXPECT_EQ("", output_of("ls -A /root"));
+}
+
+TEST(ExecuteFirst, LeavesWhatHasTheNameOfItsFile) {
+  const std::string first = temporary_file(0);
+  const std::string second = temporary_file(2);  // 0 and 1 are the same to the generator
+  write_file(first, "a year of work");
+  write_file(first + "-2", "another year");
+  shell_quietly("ln -s /etc/hostname " + second);
+  const std::string hostname = read_file("/etc/hostname");
+  char result[256];
+  EXPECT_EQ(1, execute_first("echo 5", result));
+  EXPECT_STREQ("5\n", result);
+  EXPECT_EQ(0, execute_first("true", result));
+  std::string line;
+  EXPECT_EQ(1, shell::execute_first(compose("printf 6"), "/root", line));
+  EXPECT_EQ("6", line);
+  EXPECT_THAT(commands_run(), ElementsAre("echo 5 > " + first + "-3", "true > " + first + "-3",
+                                          "printf 6 > " + second + "-2"));
+  EXPECT_EQ("a year of work", read_file(first));
+  EXPECT_EQ("another year", read_file(first + "-2"));
+  EXPECT_EQ(hostname, read_file("/etc/hostname"));
+  EXPECT_EQ("/etc/hostname\n", output_of("readlink " + second));
+  EXPECT_FALSE(exists(first + "-3"));
 }
 
 TEST(ExecuteFirst, FailsWhenTheFileCannotBeOpened) {
@@ -231,10 +255,11 @@ TEST(ExecuteFirst, FailsWhenTheFileCannotBeOpened) {
 TEST(ExecuteFirst, FailsWhenTheFileCannotBeRemoved) {
   SystemLog log;
   const std::string file = temporary_file(0);
-  shell_quietly("mkdir -p " + file + "/full");
+  const std::string command = "rm " + file + "; mkdir -p " + file + "/full; true";
   char result[256];
-  EXPECT_EQ(-1, execute_first("echo 5", result));
-  EXPECT_THAT(log.messages().back(), HasSubstr("remove error, echo 5 > " + file + ": Directory not empty"));
+  EXPECT_EQ(-1, execute_first(command.c_str(), result));
+  EXPECT_THAT(log.messages().back(),
+              HasSubstr("remove error, " + command + " > " + file + ": Directory not empty"));
 }
 
 TEST(ExecuteFirst, TakesAComposedCommandOfAnyLength) {

@@ -158,6 +158,29 @@ TEST(KilledRun, is_undone_wherever_it_was_killed) {
   }
 }
 
+// Between the moment in which the old file is put aside and the one in which the new one is whole.
+TEST(KilledRun, leaves_nothing_that_it_had_put_aside) {
+  scene::fill_home();
+  const std::string config = "/root/.kde/share/config/";
+  for (const char* name : {".brindle-mine", ".brindle-1-", ".brindle--1", ".brindle-1-2x"})
+    write_file(config + name, "mine");
+  write_file("/root/.brindle-12-3", "mine");
+  const std::string before = scene::tree("/root");
+  const pid_t child = fork();
+  if (child == 0) {
+    keep::begin_run("/root", 1795311930);
+    static_cast<void>(keep::before_change(config + "kmailrc"));
+    std::filesystem::rename(config + "kmailrc", config + ".brindle-4711-0");
+    write_file(config + ".brindle-4711-12", "half of");
+    kill(getpid(), SIGKILL);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  const Ended ended = scene::undo("--yes");
+  EXPECT_EQ(0, ended.status) << ended.said;
+  EXPECT_TRUE(same_bytes(before, scene::tree("/root"))) << ended.said;
+}
+
 TEST(KilledRun, leaves_things_that_were_there_and_that_nobody_listed) {
   scene::fill_home();
   migration_killed_after(8);

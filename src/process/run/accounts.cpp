@@ -86,9 +86,7 @@ void note_account(const std::string& login) {
 }
 
 // What came of the account of a profile.
-enum class Account { made, made_for_old_home, not_made, was_there };
-
-bool is_new(Account account) { return account == Account::made || account == Account::made_for_old_home; }
+enum class Account { made, not_made, was_there };
 
 // One that cannot be looked up counts: somebody's password is at stake.
 bool has_account(const std::string& login) {
@@ -126,8 +124,7 @@ std::optional<Account> create_account(const Target& target, const std::string& s
       static_cast<void>(repair_source_list(target, list));
   }
   if (was_there) return Account::was_there;
-  if (!has_account(target.login)) return Account::not_made;
-  return had_home ? Account::made_for_old_home : Account::made;
+  return has_account(target.login) ? Account::made : Account::not_made;
 }
 
 std::string cannot_be_written() { return std::string("cannot be written (") + std::strerror(errno) + ")"; }
@@ -171,8 +168,9 @@ bool set_new_password(const std::string& login, const std::string& path) {
 // done in the home cannot be written down.
 bool set_password(const std::string& login, const std::string& home, Account account) {
   const std::string path = home + "/pass";
-  if (is_new(account) && lies_at(home) && !kept_before_change(path)) return false;
-  if (!is_new(account) || !set_new_password(login, path)) run_chpasswd_without_file(login, home, path);
+  if (account == Account::made && lies_at(home) && !kept_before_change(path)) return false;
+  if (account != Account::made || !set_new_password(login, path))
+    run_chpasswd_without_file(login, home, path);
   return true;
 }
 
@@ -188,23 +186,19 @@ void migrate_profile(const Target& target, const std::string& archive_root) {
   walk_steps(target, archive_root);
 }
 
-// Its owner and mode are written down first: the home may have been there. False when they cannot be.
-bool close_new_home(const Target& target) {
-  if (lies_at(target.home) && !kept_before_change(target.home)) return false;
-  close_home(target.home, target.login);
-  return true;
-}
-
 int migrate_account(const Target& target, const std::string& profiles_folder, const std::string& skeleton) {
   const std::string& login = target.login;
   std::printf("Migrating Data for User::%s\n", login.c_str());
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   if (!keep_account(login)) return -1;
+  const bool had_home = lies_at(target.home);
   const std::optional<Account> account = create_account(target, skeleton);
   if (account == Account::was_there) tell_about_account(login);
-  const bool is_noted =
-      account && (!is_new(*account) || close_new_home(target)) && set_password(login, target.home, *account);
+  // A new account may be given a home that was somebody's.
+  if (account == Account::made && had_home && !kept_before_change(target.home)) return -1;
+  if (account == Account::made) close_home(target.home, login);
+  const bool is_noted = account && set_password(login, target.home, *account);
   note_account(login);
   if (!is_noted) return -1;
   keep::settle();
@@ -214,11 +208,9 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   const std::string image = image_name(Mark::several_users);
   const int result = itemprofiles2(nullptr, image.c_str(), login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
-  if (!kept_before_chown(login, target.home)) return -1;
-  // What was in an old home keeps its rights: nobody gets past the closed home to it.
+  if (!(account == Account::made ? kept_before_closing : kept_before_chown)(login, target.home)) return -1;
   if (account == Account::made) make_content_private(target.home);
   SYSTEM(compose("chown -R %s %s", login, target.home));
-  if (account == Account::made) keep::rights_are_new(target.home);
   std::printf("STEP 4: Chown Completed.");
   return result;
 }
