@@ -687,47 +687,48 @@ void Keeping::settle_folders_above(Where where) {
     write_later(where, {Kind::path, where.path, nothing, place::text_of(*entry)});
     told_.add(where.path);
   }
+}
 
-  void Keeping::settle_names(const Where& where, const Paths& there) {
-    for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
-      const Where each = where.in(name);
-      if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
-      made_.add(each.path);
-      settle_tree(each, nothing);
-    }
-    write_later(where, {Kind::names, where.path, nothing, "told"});
+void Keeping::settle_names(const Where& where, const Paths& there) {
+  for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
+    const Where each = where.in(name);
+    if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
+    made_.add(each.path);
+    settle_tree(each, nothing);
   }
+  write_later(where, {Kind::names, where.path, nothing, "told"});
+}
 
-  void Keeping::settle() {
-    for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
-    for (const auto& [path, names] : std::exchange(copied_, {}))
-      settle_copied({path, names.home}, names.joined);
-    for (const auto& [path, one] : std::exchange(pending_, {})) settle_one({path, one.home}, one.before);
-    write_settled();
+void Keeping::settle() {
+  for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
+  for (const auto& [path, names] : std::exchange(copied_, {}))
+    settle_copied({path, names.home}, names.joined);
+  for (const auto& [path, one] : std::exchange(pending_, {})) settle_one({path, one.home}, one.before);
+  write_settled();
+}
+
+void Keeping::end() {
+  settle();
+  head_.became = "over";
+  for (auto& [home, store] : stores_) {
+    if (!store.add({head_})) std::perror(store.folder().c_str());
+    store.complete();
   }
+}
 
-  void Keeping::end() {
-    settle();
-    head_.became = "over";
-    for (auto& [home, store] : stores_) {
-      if (!store.add({head_})) std::perror(store.folder().c_str());
-      store.complete();
-    }
-  }
+std::string Keeping::folder() const {
+  const auto own = stores_.find(home_);
+  return own == stores_.end() ? "" : own->second.folder();
+}
 
-  std::string Keeping::folder() const {
-    const auto own = stores_.find(home_);
-    return own == stores_.end() ? "" : own->second.folder();
-  }
+// The windows' thread begins what the worker goes on with.
+std::mutex mutex;
+std::unique_ptr<Keeping> keeping;
 
-  // The windows' thread begins what the worker goes on with.
-  std::mutex mutex;
-  std::unique_ptr<Keeping> keeping;
-
-  bool asked(const std::string& path, const std::function<bool()>& question) {
-    const std::lock_guard lock(mutex);
-    return !keeping || keeping->is_nobodys(path) || question();
-  }
+bool asked(const std::string& path, const std::function<bool()>& question) {
+  const std::lock_guard lock(mutex);
+  return !keeping || keeping->is_nobodys(path) || question();
+}
 
 }  // namespace
 
