@@ -58,6 +58,20 @@ const Run* newest_migration(const std::string& home, const std::vector<Run>& run
   return newest;
 }
 
+bool has_an_account_of(const std::string& home, const Run& run) {
+  return std::ranges::any_of(keep::rows_of(home, run.date_time), [](const Row& row) {
+    return row.kind == Kind::account && row.before == keep::nothing && getpwnam(row.name.c_str()) != nullptr;
+  });
+}
+
+// The words at the end of an undo without the accounts send people here.
+const Run* newest_with_accounts(const std::string& home, const std::vector<Run>& runs) {
+  const Run* newest = nullptr;
+  for (const Run& run : runs)
+    if (!run.is_undo && is_undone(runs, run) && has_an_account_of(home, run)) newest = &run;
+  return newest;
+}
+
 const Run* unfinished_undo_of(const std::vector<Run>& runs, const std::string& date_time) {
   const Run* found = nullptr;
   for (const Run& run : runs)
@@ -452,8 +466,10 @@ Outcome run(const Options& options) {
   if (options.list && options.date_time.empty() && options.only.empty()) return list_runs(home, runs);
   if (!options.list && std::ranges::any_of(runs, &Run::is_going_on))
     return refuse("a migration is at work; try again when it has ended");
-  const Run* const chosen =
+  const Run* chosen =
       options.date_time.empty() ? newest_migration(home, runs) : find_run(runs, options.date_time);
+  if (chosen == nullptr && options.date_time.empty() && options.accounts)
+    chosen = newest_with_accounts(home, runs);
   if (chosen == nullptr && !options.date_time.empty())
     return refuse("there is no run of " + options.date_time);
   if (chosen == nullptr) {

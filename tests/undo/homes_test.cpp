@@ -204,6 +204,17 @@ TEST_F(Account, goes_after_its_things_went_before) {
   EXPECT_EQ(before_, state());
 }
 
+TEST_F(Account, goes_by_the_words_that_named_it) {
+  scene::undo("--yes");
+  EXPECT_EQ("There is nothing to undo.\n", scene::undo("--yes").said);
+  Ended ended = scene::undo("--yes --accounts");
+  EXPECT_EQ(0, ended.status) << ended.said;
+  EXPECT_EQ(before_, state());
+  ended = scene::undo("--yes --accounts");
+  EXPECT_EQ(0, ended.status);
+  EXPECT_EQ("There is nothing to undo.\n", ended.said);
+}
+
 TEST_F(Account, comes_back_with_its_home) {
   const std::string after = state();
   const std::string home = scene::tree("/home/zoe");
