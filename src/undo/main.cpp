@@ -6,7 +6,8 @@
 #include "undo/undo.h"
 
 int main(int count, char** words) {
-  std::setvbuf(stdout, nullptr, _IOLBF, 0);  // in one file with standard error the lines stay whole and in order
+  std::setvbuf(stdout, nullptr, _IOLBF,
+               0);                // in one file with standard error the lines stay whole and in order
   std::signal(SIGPIPE, SIG_IGN);  // whoever reads the output may go: the work is done to its end
   try {
     const undo::Options options = undo::read_options(count, words);
