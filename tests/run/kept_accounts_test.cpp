@@ -88,6 +88,7 @@ TEST_F(KeptAccounts, ThatAreMadeHaveRightsThatAreTheRuns) {
     ASSERT_TRUE(kept.contains(home + "/Desktop"));
     EXPECT_THAT(kept[home + "/Desktop"].before, StartsWith("folder 0755 "));
     EXPECT_THAT(kept[home + "/Desktop"].became, StartsWith("folder 0700 "));
+    EXPECT_THAT(kept[home].before, StartsWith("folder 0700 "));
   }
 }
 

@@ -1,5 +1,6 @@
 #!/usr/bin/python3
 """Runs that end otherwise than by the done dialog, or on the way to it: other_runs.py CLASS"""
+import re
 import tarfile
 import tempfile
 import unittest
@@ -8,6 +9,8 @@ import preview_run
 
 # What every start leaves, whatever comes then.
 TRACES = {"/etc/skel/.gtkrc-2.0", "/root/.brindle_first_run", "/root/.brindle_log"}
+# A first start lists what it has made.
+LIST = re.compile(r"/root/\.brindle_before(?:/[-0-9]+(?:/list\.tsv)?)?")
 PROBE = ("file -b ", "unzip -l ", "df /tmp ", "cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/")
 
 
@@ -18,7 +21,15 @@ class Case(unittest.TestCase):
         self.assertEqual({"empty"}, set(run.marks.values()))
         self.assertEqual([], [text for text in run.texts if not text.startswith(PROBE)])
         servers = ("/var/log/cups", "/var/cache/cups", "/var/spool/cups", "/etc/cups")
-        self.assertEqual([], [path for path in run.changes if path not in TRACES and not path.startswith(servers)])
+        others = [path for path in run.changes if path not in TRACES and not path.startswith(servers)]
+        self.assertEqual([], [path for path in others if not LIST.fullmatch(path)])
+        for path in others:
+            if path.endswith("/list.tsv"):
+                rows = [line.split("\t") for line in run.changed_file(path).splitlines()]
+                made = {name for kind, name, before, _ in rows if kind == "path" and before == "nothing"}
+                self.assertLessEqual(made, TRACES)
+                self.assertLessEqual({name for kind, name, _, _ in rows if kind == "path"},
+                                     TRACES | {"/root", "/etc/skel"})
         self.assertEqual([], run.sanitizer_reports())
 
 

@@ -109,6 +109,20 @@ void remove_copy_of_kept_runs(const std::string& home) {
   if (!place::remove_entry(kept)) std::perror((home + "/" + keep::folder_of_all).c_str());
 }
 
+Account account_after(const std::string& login, bool was_there) {
+  if (was_there) return Account::was_there;
+  return has_account(login) ? Account::made : Account::not_made;
+}
+
+// Writes down what the home of an account that may just have been made is like. False when that cannot be
+// done.
+bool note_home(const std::string& home, bool had_home, Account account) {
+  if (!lies_at(home)) return true;
+  if (!had_home) return keep::after_new_home(home);
+  // A new account may be given a home that was somebody's.
+  return account != Account::made || kept_before_change(home);
+}
+
 // From the folder `skeleton` of the unpacked skeleton home; an empty one makes the account from "/root". No
 // value when the new home cannot be written down.
 std::optional<Account> create_account(const Target& target, const std::string& skeleton) {
@@ -117,14 +131,16 @@ std::optional<Account> create_account(const Target& target, const std::string& s
   SYSTEM(compose("groupadd users"));
   SYSTEM(target.has().make_account(target.login, target.home, skeleton));
   if (!had_home) remove_copy_of_kept_runs(target.home);
-  if (!had_home && lies_at(target.home) && !keep::after_new_home(target.home)) return std::nullopt;
+  const Account account = account_after(target.login, was_there);
+  if (!note_home(target.home, had_home, account)) return std::nullopt;
+  // Before anything is changed in it, so that an undo that leaves the account leaves its home closed.
+  if (account == Account::made) close_home(target.home, target.login);
   if (target.has().repairs_source_lists) {
     // A home without such lists has none to repair.
     for (const SourceList list : {SourceList::addressbook, SourceList::calendar, SourceList::tasks})
       static_cast<void>(repair_source_list(target, list));
   }
-  if (was_there) return Account::was_there;
-  return has_account(target.login) ? Account::made : Account::not_made;
+  return account;
 }
 
 std::string cannot_be_written() { return std::string("cannot be written (") + std::strerror(errno) + ")"; }
@@ -192,12 +208,8 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   if (!keep_account(login)) return -1;
-  const bool had_home = lies_at(target.home);
   const std::optional<Account> account = create_account(target, skeleton);
   if (account == Account::was_there) tell_about_account(login);
-  // A new account may be given a home that was somebody's.
-  if (account == Account::made && had_home && !kept_before_change(target.home)) return -1;
-  if (account == Account::made) close_home(target.home, login);
   const bool is_noted = account && set_password(login, target.home, *account);
   note_account(login);
   if (!is_noted) return -1;
