@@ -725,7 +725,8 @@ std::string Keeping::folder() const {
 
 // The windows' thread begins what the worker goes on with.
 std::mutex mutex;
-std::unique_ptr<Keeping> keeping;
+// Never destroyed: the worker may be at work until the process is gone.
+std::unique_ptr<Keeping>& keeping = *new std::unique_ptr<Keeping>;
 
 std::string end_of(const std::string& path) {
   std::error_code error;
