@@ -306,7 +306,9 @@ void Giver::give_rights(const Item& item) {
   if (!now || now->type != item.before.type) return;
   const Entry wanted = rights_of(item, *now).wanted;
   if (place::has_same_attributes(*now, wanted)) return;
-  const bool kept = keep::before_change(item.path);
+  // A link alone gets them, not what it names, which may lie outside of its home.
+  const bool is_link = item.start.type == Type::link;
+  const bool kept = is_link ? keep::before_removal(item.path) : keep::before_change(item.path);
   if (!kept || !place::give_attributes(spot, wanted, is_of_another(item)))
     failed(item, kept ? std::strerror(errno) : "it could not be kept");
 }
