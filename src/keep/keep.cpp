@@ -160,6 +160,8 @@ class Keeping {
   bool begin_list(Store& list, const Home& home, const std::string& before);
 
   bool is_known(const Where& where) const { return known_.has(where.path) || is_in_made(where.path); }
+  // Its first state is kept: nothing that is there later may take its place, nor be held against it.
+  bool is_copied(const Where& where) const { return known_.has(where.path) && !not_copied_.has(where.path); }
   bool is_in_made(const std::string& path) const;
 
   bool change(const std::string& path, int links_left);
@@ -330,7 +332,7 @@ bool Keeping::change(const std::string& path, int links_left) {
   const std::optional<Where> where = find(path);
   if (!where) return refused(path);
   if (is_in_made(where->path)) return pend(*where, nothing), true;
-  if (known_.has(where->path) && !not_copied_.has(where->path)) {
+  if (is_copied(*where)) {
     pend(*where, "");
     return change_folder_of(*where) || refused(path);  // a file that is replaced once more changes its time
   }
@@ -422,8 +424,8 @@ bool Keeping::removal(const Where& where) {
   const std::optional<Entry> entry = where.look(Content::not_read);
   if (!entry) return refused(where.path);
   if (entry->type != Type::folder) {
+    if (is_copied(where) || entry->type == Type::nothing) return change(where.path);
     const std::optional<Entry> whole = where.look(Content::read);
-    if (entry->type == Type::nothing) return change(where.path);
     return (whole && file_there(where, *whole, true)) || refused(where.path);
   }
   const auto names = where.names();

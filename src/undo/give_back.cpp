@@ -85,6 +85,12 @@ bool copy_bytes(int from, int to) {
   return ftruncate(to, at) == 0;
 }
 
+// Before it is replaced or gets other rights. Nothing here goes through a link, so what one names, outside of
+// its home perhaps, is nothing of ours. Of a folder what is in it stays.
+bool is_kept_itself(const Item& item, Type now) {
+  return now == Type::folder ? keep::before_change(item.path) : keep::before_removal(item.path);
+}
+
 }  // namespace
 
 bool Giver::failed(const Item& item, const std::string& why) {
@@ -98,7 +104,7 @@ bool Giver::keep_first() {
     const Item& item = plan_.items()[at];
     const bool is_touched = goes(item) || is_written_since(item);
     if (written_since_.empty() || !is_within(item.path, written_since_) || !is_touched) continue;
-    if (!keep::before_change(item.path)) return failed(item, "it could not be kept");
+    if (!is_kept_itself(item, item.start.type)) return failed(item, "it could not be kept");
   }
   return true;
 }
@@ -171,7 +177,7 @@ bool Giver::make_way(const Item& item, const Spot& spot) {
   if (!now) return failed(item, std::strerror(errno));
   if (now->type == Type::folder) return failed(item, "a folder is in its place");
   const bool has_to_go = item.before.type == Type::folder && now->type != Type::nothing;
-  const bool kept = has_to_go ? keep::take(item.path) : keep::before_change(item.path);
+  const bool kept = has_to_go ? keep::take(item.path) : is_kept_itself(item, now->type);
   return kept || failed(item, "what is in its place could not be kept");
 }
 
@@ -306,9 +312,7 @@ void Giver::give_rights(const Item& item) {
   if (!now || now->type != item.before.type) return;
   const Entry wanted = rights_of(item, *now).wanted;
   if (place::has_same_attributes(*now, wanted)) return;
-  // A link alone gets them, not what it names, which may lie outside of its home.
-  const bool is_link = item.start.type == Type::link;
-  const bool kept = is_link ? keep::before_removal(item.path) : keep::before_change(item.path);
+  const bool kept = is_kept_itself(item, now->type);
   if (!kept || !place::give_attributes(spot, wanted, is_of_another(item)))
     failed(item, kept ? std::strerror(errno) : "it could not be kept");
 }

@@ -322,6 +322,17 @@ TEST_F(Keep, removes_with_all_that_is_in_it) {
                                            "/root/d/sub/a file nothing", "/root/d/.b file nothing"));
 }
 
+TEST_F(Keep, has_the_first_state_of_what_was_to_be_removed_later_and_was_not) {
+  write_file("/root/d/a", "one");
+  ASSERT_TRUE(keep::before_change("/root/d/a"));
+  write_file("/root/d/a", "two");
+  keep::settle();
+  ASSERT_TRUE(keep::before_removal("/root/d"));
+  keep::end_run();
+  EXPECT_EQ("one", read_file(kept("/root/d/a")));
+  EXPECT_THAT(told(), UnorderedElementsAre("/root/d folder folder", "/root/d/a file file"));
+}
+
 TEST_F(Keep, takes_things_away) {
   write_file("/root/d/sub/a", "one");
   ASSERT_TRUE(keep::take("/root/d/sub"));

@@ -142,6 +142,17 @@ TEST_F(FurtherNames, that_all_went_are_linked_among_themselves) {
   EXPECT_NE(inode_of("/root/a"), inode_of("/root/alone"));
 }
 
+TEST_F(FurtherNames, that_the_run_has_not_touched_are_found) {
+  {
+    const scene::Migration run;
+    ASSERT_TRUE(keep::before_change("/root/a"));
+    shell_quietly("cd /root; rm a; echo new > a");
+  }
+  ASSERT_NE(inode_, inode_of("/root/a"));
+  expect_as_before();
+  EXPECT_EQ(inode_, inode_of("/root/a"));
+}
+
 TEST_F(FurtherNames, do_not_lead_to_a_file_that_is_another_now) {
   {
     const scene::Migration run;

@@ -136,6 +136,41 @@ TEST_F(Homes, kept_folder_that_is_a_link_is_not_followed) {
   EXPECT_EQ("his\n", read_file("/home/ben/letter"));
 }
 
+class LinkOut : public testing::Test {
+ protected:
+  LinkOut() {
+    shell_quietly("useradd -m ann; cd /home/ann; ln -s /etc/precious link; chown -h 77:77 link");
+    write_file("/etc/precious", "p\n");
+    before_ = scene::tree("/home/ann") + scene::tree("/etc/precious");
+  }
+  void expect_as_before() const {
+    const Ended ended = scene::undo("--yes");
+    EXPECT_EQ(0, ended.status) << ended.said;
+    EXPECT_TRUE(same_bytes(before_, scene::tree("/home/ann") + scene::tree("/etc/precious"))) << ended.said;
+  }
+  std::string before_;
+};
+
+TEST_F(LinkOut, of_a_home_gets_its_owner_back_and_is_not_followed) {
+  {
+    const scene::Migration run;
+    ASSERT_TRUE(keep::before_owner("/home/ann", 1000));
+    shell_quietly("chown -h 1000 /home/ann/link");
+  }
+  ASSERT_EQ("1000\n", output_of("stat -c %u /home/ann/link"));
+  expect_as_before();
+  EXPECT_EQ("0\n", output_of("stat -c %u /etc/precious"));
+}
+
+TEST_F(LinkOut, of_a_home_comes_back_where_a_migration_led_it_elsewhere) {
+  {
+    const scene::Migration run;
+    ASSERT_TRUE(keep::before_removal("/home/ann/link"));
+    shell_quietly("ln -sf /etc/passwd /home/ann/link");
+  }
+  expect_as_before();
+}
+
 TEST_F(Homes, undo_of_the_undo_works_there_too) {
   shell_quietly("chmod 755 /home/ann/program 2>/dev/null");
   const std::string after = trees();
