@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 constexpr int patience_ms = 20000;
 
 // Built beside every program that uses it.
-fs::path stand_in() { return fs::read_symlink("/proc/self/exe").parent_path() / "dump-words"; }
+fs::path stand_in() { return fs::absolute(program_invocation_name).parent_path() / "dump-words"; }
 
 void make_programs(const fs::path& folder) {
   fs::create_directory(folder);

@@ -49,7 +49,7 @@ std::string plain(std::string caption) {
 }
 
 std::string built(const std::string& name) {
-  const auto program = std::filesystem::read_symlink("/proc/self/exe");
+  const auto program = std::filesystem::absolute(program_invocation_name);
   return (program.parent_path().parent_path() / name).string();
 }
 

@@ -1,29 +1,98 @@
 // Runs the tests inside a private view of the machine: the program starts itself again there, so that
-// /root, /home, /etc and /usr can be written and nothing outside changes.
+// /root, /home, /etc and /usr can be written and nothing outside changes. Each test finds a fresh machine: a
+// layer of its own over the view, or, where the kernel allows no layer over a layer, a view of its own.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 #include <vector>
+
+#include "support/each_test.h"
+#include "support/layer.h"
 
 namespace {
 
-[[noreturn]] void start_again_in_view(const std::vector<char*>& own_words) {
-  const char* tool = BRINDLE_SOURCE_DIR "/tools/view";
-  std::vector<char*> words{const_cast<char*>(tool), const_cast<char*>("--")};
+using Words = std::vector<std::string>;
+
+constexpr const char* this_test_alone = "--this-test-alone";
+constexpr int no_view = 77;  // no test either: counted as skipped, never as passed
+constexpr int no_layers = 75;
+
+[[noreturn]] void become(const Words& words) {
+  std::vector<char*> list;
+  for (const std::string& word : words) list.push_back(const_cast<char*>(word.c_str()));
+  list.push_back(nullptr);
+  execv(list[0], list.data());
+  std::perror(list[0]);
+  _exit(no_view);
+}
+
+Words in_view(const Words& own_words) {
+  Words words{BRINDLE_SOURCE_DIR "/tools/view", "--"};
   words.insert(words.end(), own_words.begin(), own_words.end());
-  execv(tool, words.data());
-  std::perror(tool);
-  std::exit(77);  // no view, no test: counted as skipped, never as passed
+  return words;
+}
+
+// The exit status; what it says goes to the file `output`, if there is one.
+int run(const Words& words, std::optional<int> output = std::nullopt) {
+  std::fflush(nullptr);
+  const pid_t process = fork();
+  if (process == 0) {
+    if (output) dup2(*output, STDOUT_FILENO);
+    if (output) dup2(*output, STDERR_FILENO);
+    become(words);
+  }
+  int status = 0;
+  waitpid(process, &status, 0);
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int run_here(const std::string& name) {
+  GTEST_FLAG_SET(filter, name);
+  return RUN_ALL_TESTS();
+}
+
+int run_each_in_layer(const each_test::Wish& wish) {
+  return each_test::run(each_test::names(wish),
+                        [&](const std::string& name, int output) {
+                          return layer::run([&] { return run_here(name); }, output, wish.limit);
+                        })
+      .value_or(no_layers);
+}
+
+int run_each_in_view(const Words& words, const each_test::Wish& wish) {
+  return each_test::run(
+             each_test::names(wish),
+             [&](const std::string& name, int output) {
+               Words alone = {"/usr/bin/timeout", "-k", "5", std::to_string(wish.limit.count())};
+               for (const std::string& word : in_view({words[0], this_test_alone, "--gtest_filter=" + name}))
+                 alone.push_back(word);
+               const int status = run(alone, output);
+               return layer::Ended{status, status != 124};
+             })
+      .value_or(1);
+}
+
+int run_outside(const Words& words, const each_test::Wish& wish) {
+  const int status = run(in_view(words));
+  return status == no_layers ? run_each_in_view(words, wish) : status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<char*> words(argv, argv + argc + 1);  // before GoogleTest takes its own out
+  Words words(argv, argv + argc);  // before GoogleTest takes its own out
+  words[0] = std::filesystem::read_symlink("/proc/self/exe");
   testing::InitGoogleMock(&argc, argv);
-  if (!GTEST_FLAG_GET(list_tests) && std::getenv("BRINDLE_VIEW") == nullptr) start_again_in_view(words);
-  return RUN_ALL_TESTS();
+  const each_test::Wish wish = each_test::wish_of(words);
+  if (GTEST_FLAG_GET(list_tests)) return RUN_ALL_TESTS();
+  if (std::getenv("BRINDLE_VIEW") == nullptr) return run_outside(words, wish);
+  if (std::ranges::count(words, this_test_alone) != 0) return RUN_ALL_TESTS();
+  return run_each_in_layer(wish);
 }
