@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 
@@ -15,6 +16,19 @@ namespace fs = std::filesystem;
 using place::Content;
 using place::Entry;
 using place::Type;
+
+bool may_be_read_by_all(const std::string& path) {
+  std::error_code error;
+  fs::path place = fs::canonical(path, error);
+  struct stat what {};
+  if (error || stat(place.c_str(), &what) != 0 || !S_ISREG(what.st_mode) || (what.st_mode & S_IROTH) == 0)
+    return false;
+  while (place.has_relative_path()) {
+    place = place.parent_path();
+    if (stat(place.c_str(), &what) != 0 || (what.st_mode & S_IXOTH) == 0) return false;
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -39,6 +53,7 @@ bool Keeping::merge(const std::string& from, const Where& to) {
     return change(to.path) && merge_entries(from, to.path, true);
   }
   if (S_ISDIR(there.st_mode)) return true;  // nor a file a folder's
+  if (const char* const trap = trap_at(homes_, to)) return refused(to.path, trap);
   const bool may_be_same =
       S_ISREG(source.st_mode) && S_ISREG(there.st_mode) && source.st_size == there.st_size && !is_known(to);
   if (!may_be_same || !has_same_content(from, to)) return change(to.path);
@@ -51,7 +66,9 @@ bool Keeping::merge_entries(const std::string& from, const std::string& to, bool
   const std::optional<Where> inside = find(to + "/x");
   if (!inside) return refused(to);
   const Where folder = {parent_of(inside->path), inside->home};
-  if (is_in_made(folder.path)) return pend(folder, nothing), true;
+  const bool is_new = is_in_made(folder.path);
+  if (is_new) pend(folder, nothing);
+  if (is_new && folder.home == homes_.own()) return true;
   const auto names = folder.names();
   if (!names) return errno == ENOENT || errno == ENOTDIR || refused(to);
   Paths there;
@@ -74,6 +91,7 @@ bool Keeping::merge_entries(const std::string& from, const std::string& to, bool
       if (!merge(from + "/" + name, entry)) return false;
       continue;
     }
+    if (is_new) continue;
     copied += name + "/";
     if (is_known(entry)) continue;
     rows.push_back({Kind::path, entry.path, nothing, unknown});
@@ -87,6 +105,15 @@ bool Keeping::copy(const std::string& from, const std::string& to) {
   struct stat there {};
   if (!change(to)) return false;
   return lstat(to.c_str(), &there) != 0 || merge_entries(from, to, false);
+}
+
+bool Keeping::reading(const std::string& path) {
+  const std::optional<Where> where = find(path);
+  const char* const trap = where ? trap_at(homes_, *where) : trap_on_way(path);
+  if (trap == nullptr || may_be_read_by_all(path)) return true;
+  std::fprintf(stderr, "%s is not read for its owner: %s\n", path.c_str(), trap);
+  errno = ECANCELED;
+  return false;
 }
 
 bool Keeping::copy_as(const std::string& from, const std::string& to) {

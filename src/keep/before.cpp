@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <functional>
 
+#include "place/outside.h"
+
 namespace keep {
 
 namespace {
@@ -19,7 +21,6 @@ using place::Spot;
 using place::Type;
 
 constexpr off_t largest_of_a_program = off_t{1} << 20;
-constexpr int most_links = 40;  // as many as the kernel follows
 
 }  // namespace
 
@@ -28,6 +29,8 @@ bool Keeping::change(const std::string& path) { return change(path, most_links);
 bool Keeping::change(const std::string& path, int links_left) {
   const std::optional<Where> where = find(path);
   if (!where) return refused(path);
+  // Each time: its owner may have put another thing there since the first.
+  if (const char* const trap = trap_at(homes_, *where)) return refused(path, trap);
   if (is_in_made(where->path)) return pend(*where, nothing), true;
   if (is_copied(*where)) {
     pend(*where, "");
@@ -41,22 +44,16 @@ bool Keeping::change(const std::string& path, int links_left) {
     case Type::folder:
       return folder_there(*where, *entry) || refused(path);
     case Type::link:
-      return (file_there(*where, *entry, true) || refused(path)) &&
-             behind_link(*where, path, *entry, links_left);
+      return (file_there(*where, *entry, true) || refused(path)) && behind_link(*where, *entry, links_left);
     default:
       return file_there(*where, *entry, true) || refused(path);
   }
 }
 
-// Whoever put a link into another's home may have meant us harm.
-bool Keeping::behind_link(const Where& where, const std::string& path, const Entry& entry, int links_left) {
+bool Keeping::behind_link(const Where& where, const Entry& entry, int links_left) {
   if (links_left == 0) return true;  // leads nowhere
   const fs::path named = entry.content;
   const fs::path target = named.is_absolute() ? named : fs::path(parent_of(where.path)) / named;
-  if (where.home->folder != homes_.own_folder() && !is_within(without_links(target), where.home->folder)) {
-    errno = EXDEV;
-    return refused(path);
-  }
   std::error_code error;
   return fs::is_directory(target, error) || change(target, links_left - 1);
 }
@@ -161,7 +158,26 @@ bool Keeping::program_file(const Where& where) {
 
 bool Keeping::attributes(const std::string& path, const std::function<bool(Entry& entry)>& change_of) {
   const std::optional<Where> where = find(path);
-  return where ? attributes(*where, change_of) : refused(path);
+  return where ? changes_only_below(*where, change_of) && attributes(*where, change_of) : refused(path);
+}
+
+// Who may write there may have given another's file a second name, whose owner and mode would be changed,
+// too.
+bool Keeping::changes_only_below(const Where& where, const std::function<bool(Entry& entry)>& change_of) {
+  if (where.home == homes_.own()) return true;
+  const auto is_to_change = [&](const struct stat& what) {
+    Entry entry;
+    entry.type = S_ISREG(what.st_mode) ? Type::file : Type::other;
+    entry.mode = what.st_mode & 07777;
+    entry.uid = what.st_uid;
+    return change_of(entry);
+  };
+  const std::optional<std::string> file =
+      place::file_with_name_outside(where.home->number(), where.below(), is_to_change);
+  if (!file) return errno == ELOOP || refused(where.path);  // of a link only its own owner is changed
+  if (file->empty()) return true;
+  const std::string outside = "a name of it lies outside of " + where.path;
+  return refused((where.home->top == "/" ? "" : where.home->top) + "/" + *file, outside.c_str());
 }
 
 bool Keeping::attributes(const Where& where, const std::function<bool(Entry& entry)>& change_of) {

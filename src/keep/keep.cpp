@@ -27,9 +27,22 @@ std::string end_of(const std::string& path) {
   return error ? path : end.string();
 }
 
+bool is_kept(const std::string& path) { return keeping && !keeping->is_nobodys(path); }
+
 bool asked(const std::string& path, const std::function<bool()>& question) {
   const std::lock_guard lock(mutex);
-  return !keeping || keeping->is_nobodys(path) || question();
+  return !is_kept(path) || question();
+}
+
+place::Spot spot(const std::optional<Where>& where) {
+  return where ? where->spot() : place::Spot{Descriptor(), "", errno};
+}
+
+place::Spot spot_over_links(const fs::path& path) {
+  if (path.empty()) return {Descriptor(), "", ELOOP};
+  Descriptor folder = place::open_top(path.has_parent_path() ? path.parent_path() : ".");
+  const int error = folder ? 0 : errno;
+  return {std::move(folder), path.filename(), error};
 }
 
 }  // namespace
@@ -113,6 +126,20 @@ bool before_closing(const std::string& path, uid_t uid) {
     return true;
   };
   return asked(path, [&] { return keeping->attributes(path, change); });
+}
+
+bool before_reading(const std::string& path) {
+  return asked(path, [&] { return keeping->reading(path); });
+}
+
+place::Spot spot_of(const std::string& path) {
+  const std::lock_guard lock(mutex);
+  return is_kept(path) ? spot(keeping->find(path)) : spot_over_links(path);
+}
+
+place::Spot spot_at_end(const std::string& path) {
+  const std::lock_guard lock(mutex);
+  return is_kept(path) ? spot(keeping->find_end(path)) : spot_over_links(place::end_of_links(path));
 }
 
 bool after_new_home(const std::string& path) {

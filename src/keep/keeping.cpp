@@ -62,9 +62,7 @@ bool Keeping::begin_list(Store& list, const Home& home, const std::string& befor
 
 bool Keeping::refused(const std::string& path, const char* why) const {
   const int error = errno;
-  const char* const reason = why != nullptr   ? why
-                             : error == EXDEV ? "a link leads out of its home"
-                                              : std::strerror(error);
+  const char* const reason = why != nullptr ? why : error == EXDEV ? trap_on_way(path) : std::strerror(error);
   std::fprintf(stderr, "%s could not be kept as it is, so it stays and is not changed: %s\n", path.c_str(),
                reason);
   errno = ECANCELED;

@@ -23,7 +23,8 @@ inline constexpr std::size_t most_rows = 1000;  ///< in memory, of thousands
 /// All that is kept and made between begin_run and end_run.
 class Keeping {
  public:
-  Keeping(const std::string& home, std::string date_time) : homes_(home), date_time_(std::move(date_time)) {}
+  Keeping(const std::string& home, std::string date_time)
+      : homes_(home, made_), date_time_(std::move(date_time)) {}
 
   // The row that says what this run is.
   void is(const Row& row, bool may_go_on) {
@@ -35,7 +36,8 @@ class Keeping {
 
   bool is_nobodys(const std::string& path) const;
 
-  std::optional<Where> find(const std::string& path) { return homes_.find(path, made_); }
+  std::optional<Where> find(const std::string& path) { return homes_.find(path); }
+  std::optional<Where> find_end(const std::string& path) { return homes_.find_end(path); }
   bool change(const std::string& path);
   bool removal(const std::string& path);
   bool copy(const std::string& from, const std::string& to);
@@ -43,6 +45,7 @@ class Keeping {
   bool adding(const std::string& path);
   bool program(const std::string& path);
   bool attributes(const std::string& path, const std::function<bool(place::Entry& entry)>& change);
+  bool reading(const std::string& path);
   bool new_home(const std::string& path);
   bool thing(Kind kind, const std::string& name, const std::string& before);
   void thing_is(Kind kind, const std::string& name, const std::string& became);
@@ -76,13 +79,14 @@ class Keeping {
   bool made(Where where);
   bool folder_there(const Where& where, const place::Entry& entry);
   bool file_there(const Where& where, const place::Entry& entry, bool with_copy);
-  bool behind_link(const Where& where, const std::string& path, const place::Entry& entry, int links_left);
+  bool behind_link(const Where& where, const place::Entry& entry, int links_left);
   bool merge(const std::string& from, const Where& to);
   bool merge_entries(const std::string& from, const std::string& to, bool with_hidden);
   bool has_same_content(const std::string& from, const Where& to) const;
   bool removal(const Where& where);
   bool program(const Where& where);
   bool program_file(const Where& where);
+  bool changes_only_below(const Where& where, const std::function<bool(place::Entry& entry)>& change_of);
   bool attributes(const Where& where, const std::function<bool(place::Entry& entry)>& change);
   bool write(const Where& where, const Row& row);
   void pend(const Where& where, std::string before);
@@ -97,13 +101,13 @@ class Keeping {
   void write_settled();
   bool refused(const std::string& path, const char* why = nullptr) const;
 
+  Paths made_;  // by the run, with all in them
   Homes homes_;
   std::string date_time_;
   Row head_;
   bool may_go_on_ = false;
   std::map<std::string, Store> stores_;     // by home
   Paths known_;                             // have a row
-  Paths made_;                              // made by the run, with all in them
   Paths told_;                              // folders in made ones that have a row
   Paths not_copied_;                        // have a row and no copy, since their content was to stay
   std::map<std::string, Pending> pending_;  // by path

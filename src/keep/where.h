@@ -15,6 +15,8 @@
 
 namespace keep {
 
+inline constexpr int most_links = 40;  ///< as many as the kernel follows
+
 bool is_within(std::string_view path, std::string_view folder);
 
 std::string parent_of(const std::string& path);
@@ -63,7 +65,8 @@ struct Where {
 /// All homes that something was looked for in. Whoever runs the program has one of them.
 class Homes {
  public:
-  explicit Homes(const std::string& own) : own_(without_links(own)) {}
+  /// `made` are the paths that the run has made; it outlives this.
+  Homes(const std::string& own, const Paths& made) : own_(without_links(own)), made_(made) {}
 
   /// The folder of whoever runs the program.
   const std::string& own_folder() const { return own_; }
@@ -74,18 +77,36 @@ class Homes {
   /// For what lies in no home.
   Home* nobodys() { return of(own_, "/", ""); }
 
-  /// In the home of whoever runs the program, of somebody else, or of nobody; `made` are the paths that the
-  /// run has made. No value, with errno EXDEV, for a path in another's home whose folder leads out of it over
-  /// a link.
-  std::optional<Where> find(const std::string& path, const Paths& made);
+  bool is_anothers(const Home& home) const { return home.top == home.folder && home.folder != own_; }
+  static bool is_nobodys(const Home& home) { return home.top == "/"; }
+
+  /// In the home of whoever runs the program, of somebody else, or of nobody. No value, with errno EXDEV,
+  /// where a link on the way may be a trap: in another's home one that leads out of it, in nobody's one that
+  /// belongs neither to the superuser nor to us. The last name is not looked at.
+  std::optional<Where> find(const std::string& path);
+
+  /// The same for what `path` names in the end, when its last name is a link, too. ELOOP for links without an
+  /// end.
+  std::optional<Where> find_end(const std::string& path);
 
  private:
+  bool is_somebodys(const std::string& home) const;
+
   std::string own_;
+  const Paths& made_;
   std::map<std::pair<std::string, std::string>, Home> homes_;  // by folder and top
 };
 
 /// Whether `path` or a folder above it is among `paths`.
 bool is_in(const Paths& paths, const std::string& path);
+
+/// Why a path for which Homes finds nothing, with errno EXDEV, may be a trap.
+const char* trap_on_way(const std::string& path);
+
+/// Why whoever writes at `where` as the superuser might write elsewhere, or wait for ever; null when there is
+/// no reason. Only what its owner, or somebody where all may write, can have put there counts: a link as
+/// Homes has it, a further name of a file that belongs to somebody else, and what is neither file nor folder.
+const char* trap_at(Homes& homes, const Where& where);
 
 }  // namespace keep
 
