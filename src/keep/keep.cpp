@@ -42,7 +42,7 @@ place::Spot spot_over_links(const fs::path& path) {
   if (path.empty()) return {Descriptor(), "", ELOOP};
   Descriptor folder = place::open_top(path.has_parent_path() ? path.parent_path() : ".");
   const int error = folder ? 0 : errno;
-  return {std::move(folder), path.filename(), error};
+  return {std::move(folder), path.has_filename() ? path.filename() : ".", error};
 }
 
 }  // namespace
