@@ -99,7 +99,9 @@ std::string migrate(const std::string& system) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   keep::begin_run("/root", begun);
+  alarm(300);  // a pipe that is waited for
   run_as_worker([] { migrate_profiles(root); });
+  alarm(0);
   keep::end_run();
   testing::internal::GetCapturedStdout();
   return testing::internal::GetCapturedStderr();
@@ -188,7 +190,6 @@ struct Traps : testing::Test {
         "mkdir -p /usr/bin; touch /usr/bin/staroffice; mkdir -p /srv");
     setenv("HOME", "/root", 1);
     write_archive();
-    alarm(600);
   }
   // As many at a time as there are `rounds` less of them: one that stops a migrator hides those behind it.
   static void try_all(Trap trap, std::size_t rounds) {
