@@ -113,7 +113,7 @@ bool OldFile::move_back() const {
 
 void OldFile::put_back() {
   if (kept_.empty()) {
-    unlinkat(spot_.folder.number(), spot_.name.c_str(), 0);
+    static_cast<void>(remove_file(path_));  // the commands may have made its folder
     std::fprintf(stderr, "%s could not be written whole and is gone\n", path_.c_str());
     return;
   }
