@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 
 #include "shell/files.h"
@@ -16,8 +17,9 @@ bool make_empty_file(const std::string& path, const struct stat& home) {
   struct stat there {};
   if (lstat(path.c_str(), &there) == 0) return true;
   if (!kept_before_change(path)) return false;
-  if (!open_file(path, "wx")) return errno == EEXIST;
-  static_cast<void>(lchown(path.c_str(), home.st_uid, home.st_gid));  // as make_home_folder does
+  const File file = open_file(path, "wx");
+  if (!file) return errno == EEXIST;
+  static_cast<void>(fchown(fileno(file.get()), home.st_uid, home.st_gid));  // as make_home_folder does
   return true;
 }
 

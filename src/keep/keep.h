@@ -11,7 +11,10 @@
 // then the change must not be made. Without a run, and for paths in /tmp, everything is true and nothing is
 // kept.
 //
-// In another's home a path whose folder leads out of that home over a link cannot be kept: false.
+// In another's home nothing is changed where its owner may have set a trap for the superuser: where a link,
+// in the folders or as the last name, leads out of that home, where the file is a further name of somebody
+// else's, and where a pipe or device lies. The same in no home, as in /Share, where the link or the name may
+// be somebody else's. It is false, with the path and the reason on standard error.
 //
 // replace_file, append_to_file, copy_entries and copy_over (src/shell) call this themselves.
 #ifndef BRINDLE_KEEP_KEEP_H
@@ -24,6 +27,7 @@
 #include <string>
 
 #include "keep/list.h"
+#include "place/beneath.h"
 
 namespace keep {
 
@@ -67,6 +71,17 @@ void begin_undo(const std::string& home, std::time_t now, const std::string& of)
 
 /// Before both at once: all gets the owner `uid`, and nobody else has any right to a file or folder.
 [[nodiscard]] bool before_closing(const std::string& path, uid_t uid);
+
+/// Before the file `path` is read by us, for the owner of the home that it lies in. False where a link leads
+/// to what that owner could not read.
+[[nodiscard]] bool before_reading(const std::string& path);
+
+/// Where `path` itself lies, for whoever makes, moves or removes it: a folder that is open, over no link that
+/// might be a trap, and a name in it. What becomes of the folders above meanwhile makes no difference.
+place::Spot spot_of(const std::string& path);
+
+/// The same for the file that `path` names in the end, when its last name is a link, too.
+place::Spot spot_at_end(const std::string& path);
 
 /// After an account was made with the home `path`: writes down what it holds, so that the account can go
 /// again when nothing was added. What is changed there later counts as in any home.

@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -103,6 +105,19 @@ bool make_one(int top, const std::string& path, mode_t mode, uid_t uid, gid_t gi
 
 Descriptor open_top(const std::string& folder) {
   return Descriptor(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+std::string end_of_links(const std::string& path) {
+  constexpr int most_links = 40;  // as many as the kernel follows
+  std::filesystem::path end = path;
+  for (int count = 0; count < most_links; ++count) {
+    std::error_code no_link;
+    const std::filesystem::path next = std::filesystem::read_symlink(end, no_link);
+    if (no_link) return end;
+    end = end.parent_path() / next;  // an absolute one stands alone
+  }
+  errno = ELOOP;
+  return {};
 }
 
 Descriptor open_beneath(int top, const std::string& path, int flags, mode_t mode) {

@@ -15,6 +15,10 @@ namespace place {
 /// Opens `folder` itself, over links: the top of what follows. False, with errno set, when it is no folder.
 Descriptor open_top(const std::string& folder);
 
+/// The file that `path` names in the end, over all links; it need not exist. Empty, with errno set, for links
+/// without an end.
+std::string end_of_links(const std::string& path);
+
 /// openat of `path`, relative to the open folder `top`, with O_CLOEXEC. Fails with ELOOP when any part of it,
 /// the last too, is a link, and with EXDEV when it leads out of the folder or is absolute; with EINVAL for a
 /// path with a zero byte. "" and "." are the top. A path may be of any length.

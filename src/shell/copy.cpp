@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "keep/keep.h"
 #include "shell/beside.h"
 #include "shell/files.h"
 #include "shell/kept.h"
@@ -97,17 +98,23 @@ class Copier {
 
   // Whether the folder was not there. No value, with errno set, when it is not there now.
   static std::optional<bool> make_folder(const std::string& path, const struct stat& like) {
-    if (mkdir(path.c_str(), (like.st_mode & 0777) | S_IRWXU) == 0) return true;
+    const place::Spot spot = keep::spot_of(path);
+    if (!is_open(spot)) return std::nullopt;
+    const int folder = spot.folder.number();
+    if (mkdirat(folder, spot.name.c_str(), (like.st_mode & 0777) | S_IRWXU) == 0) return true;
     if (errno != EEXIST) return std::nullopt;
-    const std::optional<struct stat> there = look_at(path, false);
-    if (there && S_ISDIR(there->st_mode)) return false;
+    struct stat there {};
+    if (fstatat(folder, spot.name.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(there.st_mode))
+      return false;
     errno = EEXIST;
     return std::nullopt;
   }
 
   // Last: what is copied into a folder changes its time, and its mode may forbid that.
   void finish_folder(const std::string& path, const struct stat& like, bool is_new) const {
-    const Descriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const place::Spot spot = keep::spot_of(path);
+    const Descriptor folder(
+        openat(spot.folder.number(), spot.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat made {};
     if (!folder || fstat(folder.number(), &made) != 0) return;
     if (like_ == CopyLike::cp_a) return give_everything(folder.number(), like);
@@ -118,40 +125,49 @@ class Copier {
   bool copy_link(const std::string& from, const std::string& to, const struct stat& what) {
     std::error_code error;
     const std::filesystem::path named = std::filesystem::read_symlink(from, error);
-    if (error || !make_room(to) || symlink(named.c_str(), to.c_str()) != 0) return false;
+    const place::Spot spot = keep::spot_of(to);
+    const int folder = spot.folder.number();
+    if (error || !make_room(spot) || symlinkat(named.c_str(), folder, spot.name.c_str()) != 0) return false;
     if (like_ != CopyLike::cp_a) return true;
-    static_cast<void>(lchown(to.c_str(), what.st_uid, what.st_gid));
-    give_times(AT_FDCWD, to.c_str(), AT_SYMLINK_NOFOLLOW, what);
+    static_cast<void>(fchownat(folder, spot.name.c_str(), what.st_uid, what.st_gid, AT_SYMLINK_NOFOLLOW));
+    give_times(folder, spot.name.c_str(), AT_SYMLINK_NOFOLLOW, what);
     return true;
   }
 
-  static bool make_room(const std::string& path) { return unlink(path.c_str()) == 0 || errno == ENOENT; }
+  static bool make_room(const place::Spot& spot) {
+    return is_open(spot) && (unlinkat(spot.folder.number(), spot.name.c_str(), 0) == 0 || errno == ENOENT);
+  }
 
   // A second name of a file that was copied before becomes a second name of the copy.
   bool link_to_twin(const std::string& to, const struct stat& what) {
     if (like_ != CopyLike::cp_a || what.st_nlink == 1) return false;
     const auto [twin, is_first] = twins_.try_emplace({what.st_dev, what.st_ino}, to);
-    return !is_first && make_room(to) && link(twin->second.c_str(), to.c_str()) == 0;
+    if (is_first) return false;
+    const place::Spot first = keep::spot_of(twin->second);
+    const place::Spot spot = keep::spot_of(to);
+    return make_room(spot) &&
+           linkat(first.folder.number(), first.name.c_str(), spot.folder.number(), spot.name.c_str(), 0) == 0;
   }
 
   bool copy_file(const std::string& from, const std::string& to, const struct stat& what) {
     const Descriptor source(open(from.c_str(), O_RDONLY | O_CLOEXEC));
-    const std::string place = source ? end_of_links(to) : "";
-    if (place.empty()) return false;
-    const Descriptor there(open(place.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-    if (!there && errno == ENOENT) return make_copy(source, place, what, nullptr);
+    const place::Spot spot = source ? keep::spot_at_end(to) : place::Spot{Descriptor(), "", errno};
+    if (!is_open(spot)) return false;
+    const Descriptor there(
+        openat(spot.folder.number(), spot.name.c_str(), O_WRONLY | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+    if (!there && errno == ENOENT) return make_copy(source, spot, what, nullptr);
     struct stat old {};
     if (!there || fstat(there.number(), &old) != 0) return false;
-    if (S_ISREG(old.st_mode)) return make_copy(source, place, what, &old);
+    if (S_ISREG(old.st_mode)) return make_copy(source, spot, what, &old);
     errno = EEXIST;
     return false;
   }
 
-  // `old` is the file that lies at `place`, null without one. Its owner and mode stay unless ours go along.
+  // `old` is the file that lies at `spot`, null without one. Its owner and mode stay unless ours go along.
   // Its further names keep the old content: writing in place would lose it on a full disk.
-  bool make_copy(const Descriptor& source, const std::string& place, const struct stat& what,
+  bool make_copy(const Descriptor& source, const place::Spot& spot, const struct stat& what,
                  const struct stat* old) const {
-    NewFile made(place, what.st_mode & 0777);
+    NewFile made(spot, what.st_mode & 0777);
     if (!made || !copy_bytes(source.number(), made.number())) return false;
     if (old != nullptr) give_owner_and_mode(made.number(), *old);
     if (like_ == CopyLike::cp_a) give_everything(made.number(), what);
@@ -190,7 +206,7 @@ bool copy_through_link(const shell::Command& command, const std::string& from, c
   SYSTEM(command);
   if (same_content(from, to)) return true;
   if (!before) return false;
-  static_cast<void>(truncate(to.c_str(), 0));  // makes the room that the old content had
+  static_cast<void>(open_file(to, "w"));  // cut off, it makes the room that the old content had
   if (!replace_file(to, *before)) std::perror(to.c_str());
   return false;
 }

@@ -1,6 +1,9 @@
 #include "shell/files.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -9,6 +12,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "keep/keep.h"
+#include "place/beneath.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 
@@ -39,9 +44,37 @@ void finish_line_ends(const std::string& path) {
   if (text && plain != *text && !replace_file(path, plain)) std::perror(path.c_str());
 }
 
+// Somebody may have put a pipe there to keep us waiting.
+Descriptor open_to_read(const std::string& path) {
+  return Descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+}
+
+Descriptor open_to_write(const std::string& path, bool is_new) {
+  const place::Spot spot = is_new ? keep::spot_of(path) : keep::spot_at_end(path);
+  if (!is_open(spot)) return Descriptor();
+  const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC | (is_new ? O_EXCL : O_TRUNC);
+  return Descriptor(openat(spot.folder.number(), spot.name.c_str(), flags, 0666));
+}
+
 }  // namespace
 
-File open_file(const std::string& path, const char* mode) { return File(std::fopen(path.c_str(), mode)); }
+File open_file(const std::string& path, const char* mode) {
+  const bool is_read = mode[0] == 'r';
+  Descriptor file = is_read ? open_to_read(path) : open_to_write(path, mode[1] == 'x');
+  File opened(file ? fdopen(file.number(), is_read ? "r" : "w") : nullptr);
+  if (opened) static_cast<void>(file.release());
+  return opened;
+}
+
+bool remove_file(const std::string& path) {
+  const place::Spot spot = keep::spot_of(path);
+  return is_open(spot) && unlinkat(spot.folder.number(), spot.name.c_str(), 0) == 0;
+}
+
+bool make_folder(const std::string& path) {
+  const place::Spot spot = keep::spot_of(path);
+  return is_open(spot) && mkdirat(spot.folder.number(), spot.name.c_str(), 0777) == 0;
+}
 
 void write_text(const File& file, const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), file.get());

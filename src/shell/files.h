@@ -17,8 +17,16 @@ struct FileCloser {
 /// whether everything was written.
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// fopen with an owner. Empty, with errno set, when the file cannot be opened.
+/// fopen with an owner, for the modes "r", "w" and "wx". Empty, with errno set, when the file cannot be
+/// opened. A pipe without a writer is an empty file. What is to be written is opened where keep::spot_at_end
+/// finds it, and "wx" makes it where keep::spot_of does.
 File open_file(const std::string& path, const char* mode);
+
+/// Removes the file or link at `path`, which lies where keep::spot_of finds it. False, with errno set.
+bool remove_file(const std::string& path);
+
+/// Makes the folder `path`, which lies where keep::spot_of finds it. False, with errno set.
+bool make_folder(const std::string& path);
 
 /// Appends `text`, which may hold anything, to an open stream. A failing disk is told by close_file.
 void write_text(const File& file, const std::string& text);

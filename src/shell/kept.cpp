@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "keep/keep.h"
-#include "shell/beside.h"
+#include "place/beneath.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ uid_t uid_of(const std::string& user) {
 }  // namespace
 
 bool can_be_written(const std::string& path) {
-  const fs::path place = end_of_links(path);
+  const fs::path place = place::end_of_links(path);
   const fs::path folder = place.has_parent_path() ? place.parent_path() : ".";
   return access(folder.c_str(), W_OK) == 0 || access(place.c_str(), W_OK) == 0;
 }

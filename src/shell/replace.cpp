@@ -9,11 +9,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <string_view>
-#include <utility>
 
+#include "keep/keep.h"
+#include "place/stage.h"
 #include "shell/beside.h"
 #include "shell/files.h"
 #include "shell/kept.h"
@@ -58,45 +59,42 @@ bool take_place_with(NewFile& made, std::string_view text) {
   return write_at_end(made.number(), text) && reaches_disk(made.number()) && made.take_place();
 }
 
-bool make_file(const std::string& place, std::string_view text) {
-  NewFile made(place, 0666);
+bool make_file(const place::Spot& spot, std::string_view text) {
+  NewFile made(spot, 0666);
   return made && take_place_with(made, text);
 }
 
 // No value when a new file cannot take the old one's place as it should.
-std::optional<bool> exchange(const std::string& place, const struct stat& old, std::string_view text) {
-  NewFile made(place, 0600);
+std::optional<bool> exchange(const place::Spot& spot, const struct stat& old, std::string_view text) {
+  NewFile made(spot, 0600);
   if (!made || !give_likeness(made.number(), old)) return std::nullopt;
   return take_place_with(made, text);
 }
 
-bool replace_regular(const std::string& place, const Descriptor& file, const struct stat& old,
+bool replace_regular(const place::Spot& spot, const Descriptor& file, const struct stat& old,
                      std::string_view text) {
   if (old.st_nlink == 1 && !has_attributes(file.number()))
-    if (const std::optional<bool> exchanged = exchange(place, old, text)) return *exchanged;
+    if (const std::optional<bool> exchanged = exchange(spot, old, text)) return *exchanged;
   return overwrite(file.number(), old.st_size, text);
 }
 
-// Not every file system can refuse a name that is taken by itself.
-int move_to_new_name(const char* from, const char* to) {
-  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL) return -1;
-  if (access(to, F_OK) != 0) return std::rename(from, to);
-  errno = EEXIST;
-  return -1;
+std::string beside(const std::string& path, const char* name) {
+  return std::filesystem::path(path).parent_path() / name;
 }
 
 }  // namespace
 
 bool replace_file(const std::string& path, const std::string& text) {
-  const std::string place = end_of_links(path);
-  if (place.empty() || !kept_before_writing(path)) return false;
-  Descriptor file(open(place.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
-  if (!file) return errno == ENOENT && make_file(place, text);
+  if (place::end_of_links(path).empty() || !kept_before_writing(path)) return false;
+  const place::Spot spot = keep::spot_at_end(path);
+  if (!is_open(spot)) return false;
+  Descriptor file(
+      openat(spot.folder.number(), spot.name.c_str(), O_WRONLY | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
+  if (!file) return errno == ENOENT && make_file(spot, text);
   struct stat old {};
   if (fstat(file.number(), &old) != 0) return false;
   if (!S_ISREG(old.st_mode)) return write_at_end(file.number(), text) && file.close();
-  return replace_regular(place, file, old, text);
+  return replace_regular(spot, file, old, text);
 }
 
 bool append_to_file(const std::string& path, const std::string& text) {
@@ -105,40 +103,52 @@ bool append_to_file(const std::string& path, const std::string& text) {
   return replace_file(path, before.value_or("") + text);
 }
 
-KeptFile::KeptFile(std::string path)
-    : path_(std::move(path)), second_name_(make_beside(path_, [&](const char* name) {
+KeptFile::KeptFile(const std::string& path)
+    : spot_(keep::spot_of(path)), second_name_(make_beside(spot_, [&](const char* name) {
         // Listed, so that one which a killed run has left goes with the rest.
-        return kept_before_change(name) ? link(path_.c_str(), name) : -1;
+        const int folder = spot_.folder.number();
+        return kept_before_change(beside(path, name)) ? linkat(folder, spot_.name.c_str(), folder, name, 0)
+                                                      : -1;
       })) {}
 
 KeptFile::~KeptFile() {
   if (second_name_.empty()) return;
-  // link, not rename, which would take the place of a new file.
-  static_cast<void>(link(second_name_.c_str(), path_.c_str()));
-  unlink(second_name_.c_str());
+  const int folder = spot_.folder.number();
+  // A link, not a rename, which would take the place of a new file.
+  static_cast<void>(linkat(folder, second_name_.c_str(), folder, spot_.name.c_str(), 0));
+  unlinkat(folder, second_name_.c_str(), 0);
 }
 
-SetAside::SetAside(std::string path) : path_(std::move(path)) {
+SetAside::SetAside(const std::string& path) : spot_(keep::spot_of(path)) {
   struct stat there {};
-  if (lstat(path_.c_str(), &there) != 0) return;
+  const int folder = spot_.folder.number();
+  if (fstatat(folder, spot_.name.c_str(), &there, AT_SYMLINK_NOFOLLOW) != 0) return;
   // Listed, as above.
-  second_name_ = make_beside(path_, [&](const char* name) {
-    return kept_before_change(name) ? move_to_new_name(path_.c_str(), name) : -1;
+  second_name_ = make_beside(spot_, [&](const char* name) {
+    return kept_before_change(beside(path, name))
+               ? place::rename_to_free(folder, spot_.name.c_str(), folder, name)
+               : -1;
   });
 }
 
+bool SetAside::put_back() const {
+  const int folder = spot_.folder.number();
+  return renameat(folder, second_name_.c_str(), folder, spot_.name.c_str()) == 0;
+}
+
 SetAside::~SetAside() {
-  if (second_name_.empty()) return;
-  if (std::rename(second_name_.c_str(), path_.c_str()) == 0) return;
-  unlink(path_.c_str());  // a folder does not come back over a file
-  static_cast<void>(std::rename(second_name_.c_str(), path_.c_str()));
+  if (second_name_.empty() || put_back()) return;
+  unlinkat(spot_.folder.number(), spot_.name.c_str(), 0);  // a folder does not come back over a file
+  static_cast<void>(put_back());
 }
 
 void SetAside::give_up() {
   if (second_name_.empty()) return;
+  const int folder = spot_.folder.number();
   struct stat old {};
-  const Descriptor file(open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-  if (file && stat(second_name_.c_str(), &old) == 0) static_cast<void>(give_likeness(file.number(), old));
-  unlink(second_name_.c_str());
+  const Descriptor file(openat(folder, spot_.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (file && fstatat(folder, second_name_.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode))
+    static_cast<void>(give_likeness(file.number(), old));
+  unlinkat(folder, second_name_.c_str(), 0);
   second_name_.clear();
 }

@@ -13,6 +13,8 @@
 
 #include <string>
 
+#include "place/beneath.h"
+
 /// Replaces the file at `path`, or makes it, with `text` as its content. False, with errno set, when the file
 /// or its folder cannot be written or has no room: what was there is then unchanged, and nothing new is left.
 /// It is kept first (keep/keep.h); when that cannot be done, errno is not_kept (kept.h).
@@ -48,13 +50,13 @@
 /// file, nothing is kept and nothing put back.
 class KeptFile {
  public:
-  explicit KeptFile(std::string path);
+  explicit KeptFile(const std::string& path);
   ~KeptFile();
   KeptFile(const KeptFile&) = delete;
   KeptFile& operator=(const KeptFile&) = delete;
 
  private:
-  std::string path_;
+  place::Spot spot_;
   std::string second_name_;  // empty when nothing is kept
 };
 
@@ -65,7 +67,7 @@ class KeptFile {
 ///   SYSTEM(compose("cp %s %s", from, path));
 class SetAside {
  public:
-  explicit SetAside(std::string path);
+  explicit SetAside(const std::string& path);
   ~SetAside();
   SetAside(const SetAside&) = delete;
   SetAside& operator=(const SetAside&) = delete;
@@ -74,7 +76,9 @@ class SetAside {
   void give_up();
 
  private:
-  std::string path_;
+  bool put_back() const;
+
+  place::Spot spot_;
   std::string second_name_;  // empty when nothing is set aside
 };
 

@@ -1,5 +1,6 @@
 #include "system/home_folder.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <system_error>
 
 #include "keep/keep.h"
+#include "place/beneath.h"
 #include "shell/kept.h"
 
 namespace {
@@ -20,10 +22,12 @@ bool is_within(const fs::path& place, const fs::path& home) {
 }
 
 // A link in place of the folder is not followed.
-bool make_folder(const fs::path& folder, const struct stat& home) {
-  if (mkdir(folder.c_str(), 0777) != 0) return errno == EEXIST;
+bool make_folder(const place::Spot& spot, const struct stat& home) {
+  if (!is_open(spot)) return false;
+  if (mkdirat(spot.folder.number(), spot.name.c_str(), 0777) != 0) return errno == EEXIST;
   // An ordinary user's home may have a group that is not the user's own: the folder is there all the same.
-  static_cast<void>(lchown(folder.c_str(), home.st_uid, home.st_gid));
+  static_cast<void>(
+      fchownat(spot.folder.number(), spot.name.c_str(), home.st_uid, home.st_gid, AT_SYMLINK_NOFOLLOW));
   return true;
 }
 
@@ -38,9 +42,11 @@ bool make_home_folder(const std::string& home, const std::string& folder) {
     errno = not_kept;
     return false;
   }
+  const Descriptor open_top = place::open_top(top);
   fs::path place = top;
   for (const fs::path& name : fs::path(folder)) {
-    if (!make_folder(place / name, owner)) return false;
+    const fs::path below = (place / name).lexically_relative(top);
+    if (!make_folder(place::spot_beneath(open_top.number(), below), owner)) return false;
     place = fs::canonical(place / name, error);
     errno = error ? error.value() : EXDEV;
     if (error || !is_within(place, top)) return false;

@@ -49,6 +49,23 @@ TEST_F(KeptOldFile, ComesBackAsACopyWhenItsModeAndOwnerAreGone) {
   put_back(old);
 }
 
+// The owner of a home can move its folders while we write there.
+TEST_F(KeptOldFile, StaysInItsFolderWhereverThatGoes) {
+  for (const bool is_copy : {true, false}) {
+    OldFile old = is_copy ? OldFile::copy_of(path) : OldFile::second_name_of(path);
+    shell_quietly(
+        "rm -rf /tmp/other /tmp/outside; mv /tmp/home /tmp/other; mkdir /tmp/outside; echo theirs > "
+        "/tmp/outside/std.vcf; ln -s /tmp/outside /tmp/home; rm /tmp/other/std.vcf");
+    testing::internal::CaptureStderr();
+    old.put_back();
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ("old", read_file("/tmp/other/std.vcf"));
+    EXPECT_EQ("1234:2345 640\n", output_of("stat -c '%u:%g %a' /tmp/other/std.vcf"));
+    EXPECT_EQ("theirs\n", read_file("/tmp/outside/std.vcf"));
+    shell_quietly("rm /tmp/home; mv /tmp/other /tmp/home");
+  }
+}
+
 TEST_F(KeptOldFile, ComesBackUnderASecondName) {
   OldFile old = OldFile::second_name_of(path);
   EXPECT_TRUE(old.is_safe());

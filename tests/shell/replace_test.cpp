@@ -17,6 +17,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 struct stat information(const std::string& path) {
@@ -303,6 +304,35 @@ TEST(KeptFile, KeepsNothingWhereNothingIs) {
 }
 
 // ---- Setting a file aside ----------------------------------------------------------------------------
+
+// The owner of a home can move its folders while we write there.
+void put_a_link_in_place_of_the_folder() {
+  shell_quietly(
+      "mv /tmp/d /tmp/e; mkdir -p /tmp/outside; echo theirs > /tmp/outside/f; ln -s /tmp/outside /tmp/d");
+}
+
+TEST(KeptFile, StaysInItsFolderWhereverThatGoes) {
+  write_file("/tmp/d/f", "old");
+  {
+    const KeptFile before("/tmp/d/f");
+    put_a_link_in_place_of_the_folder();
+    shell_quietly("rm /tmp/e/f /tmp/outside/f");
+  }
+  EXPECT_EQ("old", read_file("/tmp/e/f"));
+  EXPECT_THAT(names_in("/tmp/e"), ElementsAre("f"));
+  EXPECT_THAT(names_in("/tmp/outside"), IsEmpty());
+}
+
+TEST(SetAside, StaysInItsFolderWhereverThatGoes) {
+  write_file("/tmp/d/f", "old");
+  {
+    const SetAside own("/tmp/d/f");
+    put_a_link_in_place_of_the_folder();
+  }
+  EXPECT_EQ("old", read_file("/tmp/e/f"));
+  EXPECT_THAT(names_in("/tmp/e"), ElementsAre("f"));
+  EXPECT_EQ("theirs\n", read_file("/tmp/outside/f"));
+}
 
 TEST(SetAside, BringsTheOldOneBackOverTheNewOne) {
   write_file("/tmp/d/f", "old");

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "keep/keep.h"
 #include "process/archive/layout.h"
@@ -83,6 +84,8 @@ bool install_for_user(const std::string& folder, const std::string& home) {
 // Deliberate: part of the output. From the home's fonts, not from the archive's. The suite also gets those
 // the user had before, and none of the migrated ones where they are everybody's.
 bool give_to_office_suite(const std::string& home) {
+  for (const std::string& name : list_folder(home + "/.fonts").value_or(std::vector<std::string>()))
+    if (!keep::before_reading(home + "/.fonts/" + name)) return false;
   if (!keep::before_change(home + "/.staroffice7/user/fonts")) return false;
   SYSTEM(compose("mkdir -p %s/.staroffice7/user/fonts", home));
   return copy_fonts(compose("cp %s/.fonts/* %s/.staroffice7/user/fonts", home, home), home + "/.fonts",

@@ -54,7 +54,8 @@ bool add_konqueror_bookmark(const std::string& home, const std::string& bookmark
   const std::string folder = home + "/.kde/share/apps/konqueror";
   const std::string bookmarks = folder + "/bookmarks.xml";
   const std::string copy = folder + "/bookmarkstemp.xml";
-  if (!kept_before_change(copy)) return false;
+  const bool is_there = is_folder(folder.c_str(), "bookmarks.xml") == 1;
+  if ((is_there && !kept_before_change(bookmarks)) || !kept_before_change(copy)) return false;
   SYSTEM(compose("rm -f %s", copy));
   SYSTEM(compose("cp %s %s", bookmarks, copy));
   if (is_folder(folder.c_str(), "bookmarks.xml") == 0) return true;

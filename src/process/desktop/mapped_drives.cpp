@@ -2,11 +2,9 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include "keep/keep.h"
@@ -133,8 +131,7 @@ Made write_nautilus_bookmarks(const std::string& home, const std::vector<std::st
   const KeptFile before(path);
   SYSTEM(compose("rm %s", path));
   // The home may lack the folder. When it cannot be made, writing the file says why.
-  std::error_code ignored;
-  std::filesystem::create_directory(home + "/.nautilus", ignored);
+  static_cast<void>(make_folder(home + "/.nautilus"));
   std::string bookmarks = "<?xml version=\"1.0\"?>\n<bookmarks>\n";
   const bool linked = take_drives(home, files, bookmarks);
   if (!linked && errno == not_kept) return Made::not_all_links;

@@ -1,7 +1,5 @@
 #include "process/desktop/wallpaper.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <optional>
@@ -81,7 +79,7 @@ std::optional<Copied> copy_all(const Target& target) {
       copy_entries(compose("cp %s/* %s", folder, target.home), folder, target.home, CopyLike::cp);
   if (!whole && errno == not_kept) return std::nullopt;
   Copied copied = {find_picture(target.root), read_style(style), whole};
-  unlink(style.c_str());
+  static_cast<void>(remove_file(style));
   return copied;
 }
 

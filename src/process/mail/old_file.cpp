@@ -6,35 +6,33 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <utility>
 
+#include "keep/keep.h"
+#include "place/opened.h"
 #include "shell/beside.h"
 #include "shell/files.h"
 #include "shell/replace.h"
 
 namespace {
 
-// For the owner alone, since the old file may be.
-int make_private_file(const char* name) {
-  const int file = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  return file < 0 ? file : close(file);
-}
-
 // Into a file of our own: nothing of it is to be kept.
-bool fill_file(const std::string& path, const std::string& text) {
-  File file = open_file(path, "w");
-  if (!file) return false;
-  write_text(file, text);
-  return std::ferror(file.get()) == 0 && std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0 &&
-         close_file(file);
+bool fill_file(Descriptor& file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(file.number(), text.data(), text.size());
+    if (written < 0 && errno != EINTR) return false;
+    if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return fsync(file.number()) == 0 && file.close();
 }
 
-// The file at the end of all links, which need not exist. Links without an end stay.
-std::string place_of(const std::string& path) {
-  const std::string place = end_of_links(path);
-  return place.empty() ? path : place;
+std::optional<std::string> read_file_at(const place::Spot& spot) {
+  const Descriptor file(
+      openat(spot.folder.number(), spot.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return file ? read_whole(place::path_of_open(file.number())) : std::nullopt;
 }
 
 // What programs of Windows put in front of a text and, long ago, behind it.
@@ -60,47 +58,71 @@ std::string with_last_line_ended(std::string text) {
 
 }  // namespace
 
-OldFile::OldFile(std::string path, bool is_copy) : path_(std::move(path)) {
-  if (lstat(path_.c_str(), &old_) != 0) return;
+OldFile::OldFile(std::string path, place::Spot spot, bool is_copy)
+    : path_(std::move(path)), spot_(std::move(spot)) {
+  if (fstatat(spot_.folder.number(), spot_.name.c_str(), &old_, AT_SYMLINK_NOFOLLOW) != 0) return;
   if (!is_copy) keep_second_name();
   if (kept_.empty()) safe_ = keep_copy();
   if (!safe_) std::fprintf(stderr, "%s is not replaced: %s\n", path_.c_str(), std::strerror(errno));
 }
 
-OldFile OldFile::copy_of(const std::string& path) { return {place_of(path), true}; }
-
-OldFile OldFile::second_name_of(const std::string& path) { return {path, false}; }
-
-OldFile::~OldFile() {
-  if (!kept_.empty()) unlink(kept_.c_str());
+// Links without an end stay.
+OldFile OldFile::copy_of(const std::string& path) {
+  const std::string end = place::end_of_links(path);
+  return {end.empty() ? path : end, end.empty() ? keep::spot_of(path) : keep::spot_at_end(path), true};
 }
 
+OldFile OldFile::second_name_of(const std::string& path) { return {path, keep::spot_of(path), false}; }
+
+OldFile::~OldFile() {
+  if (!kept_.empty()) unlinkat(spot_.folder.number(), kept_.c_str(), 0);
+}
+
+// For the owner alone, since the old file may be.
 bool OldFile::keep_copy() {
-  const std::optional<std::string> text = read_whole(path_);
+  const std::optional<std::string> text = read_file_at(spot_);
   if (!text) return false;
-  kept_ = make_beside(path_, make_private_file);
-  return !kept_.empty() && fill_file(kept_, *text);
+  Descriptor copy;
+  kept_ = make_beside(spot_, [&](const char* name) {
+    copy = Descriptor(
+        openat(spot_.folder.number(), name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    return copy.number();
+  });
+  return !kept_.empty() && fill_file(copy, *text);
 }
 
 // A file system without further names leaves none.
 void OldFile::keep_second_name() {
-  kept_ = make_beside(path_, [&](const char* name) { return link(path_.c_str(), name); });
+  const int folder = spot_.folder.number();
+  kept_ = make_beside(spot_,
+                      [&](const char* name) { return linkat(folder, spot_.name.c_str(), folder, name, 0); });
+}
+
+bool OldFile::move_back() const {
+  const int folder = spot_.folder.number();
+  const Descriptor kept(openat(folder, kept_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  // In this order: a change of owner takes mode bits away. Of a link only the owner counts.
+  if (kept) {
+    static_cast<void>(fchown(kept.number(), old_.st_uid, old_.st_gid));
+    static_cast<void>(fchmod(kept.number(), old_.st_mode & 07777));
+  } else if (S_ISLNK(old_.st_mode)) {
+    static_cast<void>(fchownat(folder, kept_.c_str(), old_.st_uid, old_.st_gid, AT_SYMLINK_NOFOLLOW));
+  }
+  return renameat(folder, kept_.c_str(), folder, spot_.name.c_str()) == 0;
 }
 
 void OldFile::put_back() {
   if (kept_.empty()) {
-    unlink(path_.c_str());
+    static_cast<void>(remove_file(path_));  // the commands may have made its folder
     std::fprintf(stderr, "%s could not be written whole and is gone\n", path_.c_str());
     return;
   }
-  // In this order: a change of owner takes mode bits away. Of a link only the owner counts.
-  static_cast<void>(lchown(kept_.c_str(), old_.st_uid, old_.st_gid));
-  if (!S_ISLNK(old_.st_mode)) static_cast<void>(chmod(kept_.c_str(), old_.st_mode & 07777));
-  if (std::rename(kept_.c_str(), path_.c_str()) == 0) {
+  if (move_back()) {
     std::fprintf(stderr, "%s could not be written whole; the old one is back\n", path_.c_str());
     return;
   }
-  std::fprintf(stderr, "%s could not be written whole; the old one is %s\n", path_.c_str(), kept_.c_str());
+  const std::string kept = std::filesystem::path(path_).parent_path() / kept_;
+  std::fprintf(stderr, "%s could not be written whole; the old one is %s\n", path_.c_str(), kept.c_str());
   kept_.clear();
 }
 

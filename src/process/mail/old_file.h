@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "place/beneath.h"
+
 /// Keeps a file that commands are about to replace until the new one has been looked at:
 ///
 ///   OldFile old = OldFile::copy_of(calendar);
@@ -40,12 +42,14 @@ class OldFile {
   void put_back();
 
  private:
-  OldFile(std::string path, bool is_copy);
+  OldFile(std::string path, place::Spot spot, bool is_copy);
 
   bool keep_copy();
   void keep_second_name();
+  bool move_back() const;
 
-  std::string path_;
+  std::string path_;  // for the words
+  place::Spot spot_;
   std::string kept_;  // empty when nothing is kept
   struct stat old_ {};
   bool safe_ = true;

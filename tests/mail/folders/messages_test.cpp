@@ -56,6 +56,21 @@ class MessageFolder : public testing::Test {
   }
 };
 
+// The owner of a home can move its folders while we write there.
+TEST_F(MessageFolder, MessagesStayInItWhereverItGoes) {
+  EarlierMessages earlier(prefix);
+  MessageFiles files(prefix, earlier);
+  std::filesystem::rename("/tmp/cur", "/tmp/moved");
+  std::filesystem::create_directories("/tmp/outside");
+  std::filesystem::create_directory_symlink("/tmp/outside", "/tmp/cur");
+  files.begin(1);
+  files.write("a");
+  files.end();
+  EXPECT_EQ(0, files.lost());
+  EXPECT_EQ("a", read_file("/tmp/moved/M1"));
+  EXPECT_TRUE(std::filesystem::is_empty("/tmp/outside"));
+}
+
 // ---- Running again ---------------------------------------------------------------------------------------
 
 TEST_F(MessageFolder, RunningAgainChangesNothing) {

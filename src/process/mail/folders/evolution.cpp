@@ -102,7 +102,7 @@ bool build_tree(const Target& target, const std::string& mail_dir, const std::st
   const File list = open_file(list_path, "r");
   if (!list) return true;
   if (!convert_folder(mail_dir, dest) || !convert_listed(list.get(), mail_dir, dest)) return true;
-  std::remove(list_path.c_str());
+  static_cast<void>(remove_file(list_path));
   return true;
 }
 

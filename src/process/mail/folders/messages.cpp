@@ -1,6 +1,8 @@
 #include "process/mail/folders/messages.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +12,8 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+
+#include "keep/keep.h"
 
 namespace {
 
@@ -110,15 +114,15 @@ bool EarlierMessages::take_copy_of(const std::string& path, std::string_view hea
               [&](const std::string& earlier) { return hold_the_same(earlier, path); });
 }
 
-MessageFiles::MessageFiles(std::string prefix, EarlierMessages& earlier)
-    : prefix_(std::move(prefix)), earlier_(earlier) {
+MessageFiles::MessageFiles(const std::string& prefix, EarlierMessages& earlier)
+    : folder_(std::filesystem::path(prefix).parent_path()), spot_(keep::spot_of(prefix)), earlier_(earlier) {
   buffer_.reserve(buffer_size);
 }
 
 void MessageFiles::begin(int number) {
   free_ = std::max(free_, number);
   buffer_.clear();
-  path_.clear();
+  name_.clear();
   spilled_ = 0;
   begun_ = true;
   failed_ = false;
@@ -151,11 +155,19 @@ bool MessageFiles::spill() {
 
 // Opened so that no file that is there is written to.
 bool MessageFiles::create() {
-  std::string path = prefix_ + std::to_string(free_);
-  while (!(file_ = open_file(path, "wx")) && errno == EEXIST) path = prefix_ + std::to_string(++free_);
+  if (!is_open(spot_)) return false;
+  constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  Descriptor made;
+  std::string name;
+  do {
+    name = spot_.name + std::to_string(free_);
+    made = Descriptor(openat(spot_.folder.number(), name.c_str(), flags, 0666));
+  } while (!made && errno == EEXIST && ++free_ > 0);
+  file_.reset(made ? fdopen(made.number(), "w") : nullptr);
   if (!file_) return false;
+  static_cast<void>(made.release());
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // what comes is a block already
-  path_ = path;
+  name_ = name;
   return true;
 }
 
@@ -163,14 +175,18 @@ bool MessageFiles::store() {
   const bool is_in_file = file_ != nullptr;
   if (!is_in_file && earlier_.take(buffer_)) return true;
   if (!spill() || !close_file(file_)) return false;
-  if (is_in_file && earlier_.take_copy_of(path_, head_, spilled_)) std::remove(path_.c_str());
+  if (is_in_file && earlier_.take_copy_of(folder_ + "/" + name_, head_, spilled_)) remove();
   return true;
+}
+
+void MessageFiles::remove() {
+  if (!name_.empty()) unlinkat(spot_.folder.number(), name_.c_str(), 0);
 }
 
 void MessageFiles::fail() {
   error_ = errno;
   file_.reset();
-  if (!path_.empty()) std::remove(path_.c_str());
+  remove();
   failed_ = true;
   ++lost_;
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "place/beneath.h"
 #include "shell/files.h"
 
 /// The files that lie at PREFIX and a number, with or without KMail's flags behind it ("Inbox2:2,S"), when
@@ -41,7 +42,7 @@ class EarlierMessages {
 class MessageFiles {
  public:
   /// `earlier` was made for the same prefix, and outlives this.
-  MessageFiles(std::string prefix, EarlierMessages& earlier);
+  MessageFiles(const std::string& prefix, EarlierMessages& earlier);
 
   /// Begins the message that is to be PREFIX`number`; numbers grow from call to call.
   void begin(int number);
@@ -59,11 +60,14 @@ class MessageFiles {
   bool store();
   void fail();
 
-  std::string prefix_;
+  void remove();
+
+  std::string folder_;  // of the files
+  place::Spot spot_;    // there, with the start of their names
   EarlierMessages& earlier_;
   std::string buffer_;  // what is not in the file yet
   std::string head_;    // of a message that is in a file
-  std::string path_;    // of that file
+  std::string name_;    // of that file
   File file_;
   std::uintmax_t spilled_ = 0;
   int free_ = 0;  // none from the message's own number up to this one, without it, is free

@@ -219,7 +219,7 @@ int write_accounts(const Target& target) {
   std::optional<KeptFile> before;
   if (append_all(target, *files, before)) return 0;
   // The new file is not whole: the old one comes back in its place.
-  if (before) std::remove(kmailrc_of(target).c_str());
+  if (before) static_cast<void>(remove_file(kmailrc_of(target)));
   return 1;
 }
 

@@ -264,7 +264,7 @@ int mozillaaccountsettings(const char* mozillapath, const char* args) {
   const KeptFile before(prefs);
   if (!create_prefs(mozillapath)) return 1;
   if (append_all(target, *files, mozillapath)) return 0;
-  std::remove(prefs.c_str());  // not whole: the old file comes back
+  static_cast<void>(remove_file(prefs));  // not whole: the old file comes back
   return 1;
 }
 
