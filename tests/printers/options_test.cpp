@@ -25,7 +25,8 @@ class Options : public testing::Test {
   }
 
   void set(PrinterTools tools, System system) {
-    EXPECT_TRUE(set_options(printer, tools, system, compose("the command before")));
+    UsableQueue queue(printer.queue);
+    EXPECT_TRUE(set_options(printer, tools, system, queue, compose("the command before")));
   }
 
   Printer printer;

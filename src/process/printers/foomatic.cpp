@@ -18,6 +18,22 @@ shell::Command default_command(const std::string& queue) {
   return compose("foomatic-configure -s cups -D -n '%s'", queue);
 }
 
+constexpr const char* of_names = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_+.-";
+
+// Empty for what is no name in the database.
+std::string without_quotes(const std::string& quoted) {
+  if (quoted.size() < 3 || quoted.front() != '\'' || quoted.back() != '\'') return "";
+  std::string name = quoted.substr(1, quoted.size() - 2);
+  return name.find_first_not_of(of_names) == name.npos ? name : "";
+}
+
+// The database has a part in the server's list, whose models are made from it as they are asked for.
+std::string listed_as(const Model& model) {
+  const std::string id = without_quotes(model.id);
+  const std::string driver = without_quotes(model.driver);
+  return id.empty() || driver.empty() ? "" : "foomatic:" + id + "-" + driver + ".ppd";
+}
+
 // It tells lpoptions as well.
 bool keep_for_default(const std::string& /*queue*/) { return keep_own_options(); }
 
@@ -27,6 +43,7 @@ constexpr QueueTools foomatic_tools = {.family = PrinterTools::foomatic,
                                        .needs_id = true,
                                        .keep_for_queue = keep_foomatic_files,
                                        .queue_command = queue_command,
+                                       .listed_as = listed_as,
                                        .keep_for_default = keep_for_default,
                                        .default_command = default_command,
                                        .traces_more = false};
