@@ -543,17 +543,18 @@ std::optional<std::string> queue_ppd(const std::string& name, std::string& error
   return std::move(ppd->bytes);
 }
 
-bool make_queue(const std::string& name, const std::string& address, const std::string& model,
+bool make_queue(const std::string& name, const std::string& address, const Driver& driver,
                 std::string& error) {
   if (!can_be_queue(name) || name.find_first_of("\"'\\?$`") != name.npos)
     return error = "a queue cannot have that name", false;
   const Server server = connect(error);
   if (server == nullptr) return false;
   Message request = request_for(name, IPP_OP_CUPS_ADD_MODIFY_PRINTER);
-  if (!model.empty())
-    ippAddString(request.get(), IPP_TAG_OPERATION, IPP_TAG_NAME, "ppd-name", nullptr, model.c_str());
+  if (!driver.listed_as.empty())
+    ippAddString(request.get(), IPP_TAG_OPERATION, IPP_TAG_NAME, "ppd-name", nullptr,
+                 driver.listed_as.c_str());
   ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr, address.c_str());
-  return order(server.get(), std::move(request), error) &&
+  return send(server.get(), std::move(request), {!driver.ppd.empty(), driver.ppd}, error) &&
          order(server.get(), name, IPP_OP_CUPS_ACCEPT_JOBS, error) &&
          order(server.get(), name, IPP_OP_RESUME_PRINTER, error);
 }

@@ -60,11 +60,16 @@ std::string state_value(const std::string& state, const std::string& key);
 /// The queue's PPD file; empty for a raw or missing queue, and for one that has lost it.
 std::optional<std::string> queue_ppd(const std::string& name, std::string& error);
 
-/// Makes the queue, or changes it: jobs go to `address` through the model `model` of the server's list
-/// (lpinfo -m), or the one it has for an empty `model`, and it takes and prints them. False, with the reason
+/// What turns the jobs of a queue into its printer's language.
+struct Driver {
+  std::string listed_as;  ///< a model of the server's list (lpinfo -m)
+  std::string ppd;        ///< or the text of a PPD file; where both are empty a queue keeps what it has
+};
+
+/// Makes the queue, or changes it: jobs go to `address`, and it takes and prints them. False, with the reason
 /// in `error`, when the server refuses, and for names with a character that shells and file names have a
 /// meaning for.
-[[nodiscard]] bool make_queue(const std::string& name, const std::string& address, const std::string& model,
+[[nodiscard]] bool make_queue(const std::string& name, const std::string& address, const Driver& driver,
                               std::string& error);
 
 /// Gives the queue this PPD file, and what it is called for people.

@@ -55,7 +55,7 @@ bool migrate(const Target& target, const QueueTools& tools, const PrinterDescrip
   UsableQueue queue(printer.queue);
   if (change.is_allowed()) {
     make_queue(tools, printer.queue, *model, tools.queue_command(printer.queue, *uri, *model), last);
-    queue.after_making(*uri, tools.listed_as(*model));
+    queue.after_making(*uri, [&] { return tools.find_driver(*model); });
   }
   forget_credentials(*uri);
   if (!change.is_allowed() || (printer.is_default && !make_default(tools, printer.queue, last))) return false;

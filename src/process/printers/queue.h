@@ -8,6 +8,7 @@
 #include "process/printers/options.h"
 #include "shell/compose.h"
 #include "system/target.h"
+#include "things/queue.h"
 
 /// What differs from one family of tools to the other.
 struct QueueTools {
@@ -17,7 +18,8 @@ struct QueueTools {
   bool needs_id;  ///< a model without an id is none, as one without a driver
   bool (*keep_for_queue)(const std::string& queue);  ///< files beside it
   shell::Command (*queue_command)(const std::string& queue, const std::string& uri, const Model& model);
-  std::string (*listed_as)(const Model& model);  ///< in the print server's list; empty: not at all
+  things::Driver (*find_driver)(
+      const Model& model);  ///< for the print server; both texts empty: there is none
   bool (*keep_for_default)(const std::string& queue);
   shell::Command (*default_command)(const std::string& queue);
   bool traces_more;  ///< the model before a queue is made and the command after it

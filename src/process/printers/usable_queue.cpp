@@ -6,7 +6,6 @@
 
 #include "process/printers/ppd_defaults.h"
 #include "things/nothing.h"
-#include "things/queue.h"
 
 namespace {
 
@@ -63,16 +62,17 @@ void UsableQueue::remember(const std::string& state) {
   info_ = things::state_value(state, "info");
 }
 
-void UsableQueue::after_making(const std::string& address, const std::string& model) {
+void UsableQueue::after_making(const std::string& address,
+                               const std::function<things::Driver()>& find_driver) {
   if (!is_looked_at_) return;
   const std::optional<std::string> state = state_of(name_);
   if (!state) return;
   if (has_driver(*state) && leads_to(*state, address)) return remember(*state);
   const bool keeps_driver = has_driver(*state) && is_turned_into_usb(*state, address);
-  if (!keeps_driver && model.empty())
-    return say(name_, "was not made by its command, and has no known driver");
-  std::string error;
-  if (!things::make_queue(name_, address, keeps_driver ? "" : model, error))
+  const things::Driver driver = keeps_driver ? things::Driver() : find_driver();
+  std::string error = "its driver is not there";
+  if ((!keeps_driver && driver.listed_as.empty() && driver.ppd.empty()) ||
+      !things::make_queue(name_, address, driver, error))
     return say(name_, "was not made by its command, and the print server does not make it, either: " +
                           reason(error, address));
   say(name_, keeps_driver ? "was sent to a device that nothing comes out of, and now leads to " + address
@@ -104,7 +104,7 @@ void UsableQueue::after_all() const {
   if (!state || device_of(*state) != things::no_device) return;
   std::string error;
   if (things::give_queue(name_, things::nothing, "", error)) {
-    say(name_, "led nowhere, so it was removed: its printer has none");
+    say(name_, "led nowhere, so it was removed: nothing prints for its printer");
   } else {
     say(name_, "leads nowhere and could not be removed: " + error);
   }

@@ -7,7 +7,10 @@
 #ifndef BRINDLE_PROCESS_PRINTERS_USABLE_QUEUE_H
 #define BRINDLE_PROCESS_PRINTERS_USABLE_QUEUE_H
 
+#include <functional>
 #include <string>
+
+#include "things/queue.h"
 
 /// Looks at one queue behind each command that works on it. Whatever it does, and whatever it cannot do, is
 /// said on standard error. Without a print server it does nothing.
@@ -17,8 +20,8 @@ class UsableQueue {
   explicit UsableQueue(std::string name);
 
   /// After the command that makes it: when it does not lead to `address` or has no driver, it is made there
-  /// with the model `model` of the server's list. Without a model it is not.
-  void after_making(const std::string& address, const std::string& model);
+  /// with the one that `find_driver` gives. Without one it is not.
+  void after_making(const std::string& address, const std::function<things::Driver()>& find_driver);
 
   /// After a command of foomatic's that sets `option`, as "PageSize=A4", or nothing: gives the driver back
   /// that the command has taken away, and makes the choice the default where the driver offers it.
