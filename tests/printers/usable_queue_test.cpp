@@ -14,6 +14,7 @@
 #include "process/printers/cups.h"
 #include "process/printers/foomatic.h"
 #include "process/printers/ppd_defaults.h"
+#include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -211,6 +212,17 @@ TEST_F(UsableQueues, LeaveThoseThatWereThere) {
   EXPECT_EQ("device for Mine: ///dev/null\n", queues());
 }
 
+// Somebody has been quicker: what was sent there may be printed after a change of the address.
+TEST_F(UsableQueues, ThatHaveJobsAreNotRemoved) {
+  stand_in("foomatic-configure",
+           "case \"$*\" in *PageSize*) lpadmin -p Bad -v file:///dev/null; cupsaccept Bad; "
+           "lp -s -d Bad /etc/hostname;; esac");
+  add("a.txt", "Bad", {{"Port Name", refused}, {"Paper Size", "DMPAPER_A4"}});
+  EXPECT_THAT(migrate("Linspire"),
+              HasSubstr("print queue Bad leads nowhere and could not be removed: it has jobs left\n"));
+  EXPECT_EQ("device for Bad: ///dev/null\n", queues());
+}
+
 // What was somebody's own driver comes back, too.
 TEST_F(UsableQueues, KeepTheDriverOfThoseThatWereThere) {
   prepare("lpadmin -p Mine -E -v parallel:/dev/lp1 -m deskjet.ppd.gz -D 'My own' 2>/dev/null");
@@ -230,6 +242,30 @@ TEST_F(UsableQueues, WithoutAServerAreNotLookedFor) {
   add("a.txt", "Q", {{"Paper Size", "DMPAPER_A4"}});
   EXPECT_THAT(migrate("Linspire"), Not(HasSubstr("print queue")));
   EXPECT_EQ(2u, commands_of({"foomatic-configure"}).size());
+}
+
+// Two printers of one queue: the first one prints, and the second one's address is refused.
+TEST_F(UsableQueues, StayWithTheFirstOfTwoPrinters) {
+  for (const char* name : {"a.txt", "b.txt"}) add(name, "Q");
+  add(list_folder(std::string(archive) + "/Printers")->back(), "Q",
+      {{"Port Name", refused}, {"Paper Size", "DMPAPER_ENV_C5"}});
+  for (const char* system : {"GNome", "Linspire"}) {
+    migrate(system);
+    EXPECT_EQ("device for Q: parallel:/dev/lp0\n", queues()) << system;
+    EXPECT_NE("", PrintServer::ppd("Q", "NickName")) << system;
+    prepare("lpadmin -x Q");
+  }
+}
+
+TEST_F(UsableQueues, AskNobodyButTheDatabaseForTheirDriver) {
+  stand_in("foomatic-ppdfile-bd", "echo \"None Id='No-Such_Printer' Driver='none' Com\"");
+  add("a.txt", "Q", {{"Paper Size", "DMPAPER_A4"}});
+  EXPECT_THAT(
+      migrate("Linspire"),
+      AllOf(HasSubstr("print queue Q was not made by its command, and the print server does not make it, "
+                      "either: its driver is not there\n"),
+            HasSubstr("print queue Q led nowhere, so it was removed")));
+  EXPECT_EQ("", queues());
 }
 
 TEST_F(UsableQueues, ThatCannotBeLookedAtAnyMoreAreNamed) {
