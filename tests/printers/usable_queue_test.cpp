@@ -105,14 +105,17 @@ TEST_F(UsableQueues, AreLostByFoomaticAlone) {
 
 // ---- Pages ------------------------------------------------------------------------------------------------
 
-TEST_F(UsableQueues, OfFoomaticPrintOnANewMachine) {
+class FoomaticSystem : public UsableQueues, public testing::WithParamInterface<const char*> {};
+
+TEST_P(FoomaticSystem, PrintsOnANewMachine) {
   add("a first.txt", "First",
       {{"Paper Size", "DMPAPER_ENV_C5"}, {"Orientation", "DMORIENT_LANDSCAPE"}, {"Color", "DMCOLOR_COLOR"}});
   add("Default.txt", "Middle",
       {{"Port Name", "10.0.0.5:lp"}, {"Duplex", "DMDUP_HORIZONTAL"}, {"Paper Size", "DMPAPER_A5"}});
   add_unknown("unknown.txt");
+  add("two words.txt", "two words", {{"Paper Size", "DMPAPER_A4"}});
   add("z last.txt", "Last", {{"Port Name", "USB001"}, {"Y-Resolution", "600"}});
-  const std::string said = migrate("Xandros");
+  const std::string said = migrate(GetParam());
 
   EXPECT_EQ(
       "device for First: parallel:/dev/lp0\ndevice for Last: parallel:/dev/usb/lp0\n"
@@ -131,6 +134,8 @@ TEST_F(UsableQueues, OfFoomaticPrintOnANewMachine) {
   EXPECT_THAT(output_of("lpstat -l -p First"), HasSubstr("Description: HP LaserJet 4050\n"));
   expect_pages({"First", "Middle", "Last"});
 }
+
+INSTANTIATE_TEST_SUITE_P(Names, FoomaticSystem, testing::Values("Linspire", "Xandros", "RedFlag"));
 
 TEST_F(UsableQueues, OfFoomaticPrintBesideOlderOnes) {
   have_old_queues();
