@@ -161,6 +161,16 @@ TEST_F(UsableQueues, OfFoomaticPrintBesideOlderOnes) {
   EXPECT_EQ("smb://ann:se$cret@pc/hp", PrintServer::uri_of("First"));
 }
 
+// At the right address, and of no use.
+TEST_F(UsableQueues, OfFoomaticGetTheDriverThatTheyNeverHad) {
+  prepare("lpadmin -p Q -E -v parallel:/dev/lp0 2>/dev/null");
+  have_old_queues();
+  add("a.txt", "Q");
+  EXPECT_THAT(migrate("Xandros"),
+              HasSubstr("print queue Q was not made by its command: the print server has "));
+  EXPECT_THAT(PrintServer::ppd("Q", "NickName"), StartsWith("HP LaserJet 4050 Foomatic/ljet4"));
+}
+
 TEST_F(UsableQueues, OfFoomaticPrintWhenTheQueuesAreWrittenInBetween) {
   assign(OSName, "RedFlag");
   add("a.txt", "Q", {{"Orientation", "DMORIENT_LANDSCAPE"}, {"Paper Size", "DMPAPER_A5"}});
@@ -296,7 +306,7 @@ TEST_F(UsableQueues, AreNoCommands) {
 // ---- Undo -------------------------------------------------------------------------------------------------
 
 TEST_F(UsableQueues, AreWrittenDownAsTheyAreAtTheEnd) {
-  have_old_queues();
+  prepare("lpadmin -p Old -E -v parallel:/dev/lp1 -m deskjet.ppd.gz 2>/dev/null");
   keep::begin_run("/root", 1'800'000'000);
   add("a.txt", "Bad", {{"Port Name", refused}, {"Paper Size", "DMPAPER_A4"}});
   add("b.txt", "Made", {{"Paper Size", "DMPAPER_A5"}});
@@ -313,6 +323,25 @@ TEST_F(UsableQueues, AreWrittenDownAsTheyAreAtTheEnd) {
   EXPECT_EQ(2, found);
   EXPECT_TRUE(things::give_queue("Made", "nothing", "", error)) << error;
   EXPECT_EQ("device for Old: parallel:/dev/lp1\n", queues());
+}
+
+// ---- Where the commands work ------------------------------------------------------------------------------
+
+TEST(UsableQueue, IsLeftAloneWhereFoomaticWorks) {
+  const PrintServer server;
+  PrintServer::patch_foomatic();
+  Windows windows;
+  stand_in("foomatic-ppdfile-bd", std::string("echo \"") + laserjet + "\"");
+  assign(OSName, "Xandros");
+  add_printer("Default.txt", {{"Driver Name Wo Spaces", "Q"},
+                              {"Paper Size", "DMPAPER_A5"},
+                              {"Duplex", "DMDUP_HORIZONTAL"},
+                              {"Color", "DMCOLOR_COLOR"}});
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), Not(HasSubstr("print queue")));
+  EXPECT_EQ("A5", PrintServer::choice("Q", "PageSize"));
+  EXPECT_EQ("DuplexTumble", PrintServer::choice("Q", "Duplex"));
 }
 
 // ---- PPD files --------------------------------------------------------------------------------------------
