@@ -283,6 +283,35 @@ TEST_F(UsableQueues, AskNobodyButTheDatabaseForTheirDriver) {
   EXPECT_EQ("", queues());
 }
 
+// It recommends one that it does not describe.
+TEST_F(UsableQueues, GetNoDriverThatTheDatabaseDoesNotDescribe) {
+  stand_in("foomatic-ppdfile-bd", "echo \"HP LaserJet 4050 Id='HP-LaserJet_4050' Driver='hplip' Com\"");
+  add("a.txt", "Q");
+  EXPECT_THAT(migrate("Linspire"), HasSubstr("does not make it, either: its driver is not there\n"));
+  EXPECT_EQ("", queues());
+}
+
+// The database hands both to a shell of its own.
+TEST_F(UsableQueues, GetNoDriverWithANameThatEndsQuotes) {
+  for (const char* names : {"Id='a'$(touch${IFS}/tmp/owned)'b' Driver='ljet4' ",
+                            "Id='HP-LaserJet_4050' Driver='a'$(touch${IFS}/tmp/owned)'b' "}) {
+    stand_in("foomatic-ppdfile-bd", std::string("cat <<'END'\nAny ") + names + "\nEND");
+    add("a.txt", "Q");
+    EXPECT_THAT(migrate("Linspire"), HasSubstr("does not make it, either: its driver is not there\n"));
+    EXPECT_FALSE(exists("/tmp/owned")) << names;
+  }
+}
+
+// CUPS repeats an address that it refuses.
+TEST_F(UsableQueues, OfARefusedShareDoNotTellItsPassword) {
+  have_old_queues();
+  windows.sign_in("ann", "se cret");
+  add("a.txt", "Q", {{"Port Name", "//pc/hp"}});
+  EXPECT_THAT(
+      migrate("Linspire"),
+      AllOf(HasSubstr("does not make it, either: it does not take the address\n"), Not(HasSubstr("cret"))));
+}
+
 TEST_F(UsableQueues, ThatCannotBeLookedAtAnyMoreAreNamed) {
   stand_in("foomatic-configure", PrintServer::breaking_down());
   add("a.txt", "Q", {{"Paper Size", "DMPAPER_A4"}});
