@@ -152,9 +152,7 @@ TEST_F(UsableQueues, OfFoomaticPrintBesideOlderOnes) {
   EXPECT_EQ("A4", PrintServer::choice("First", "PageSize"));
   EXPECT_THAT(said,
               HasSubstr("print queue Second was not made by its command: the print server has made it\n"));
-  EXPECT_THAT(said,
-              HasSubstr("print queue First did not get PageSize=A4: the print server has given it, with "
-                        "PageSize=A4\n"));
+  EXPECT_THAT(said, HasSubstr("print queue First did not get PageSize=A4: the print server has given it\n"));
   EXPECT_THAT(said, Not(HasSubstr("cret")));
   expect_pages({"First", "Second"});
   PrintServer::write_queues();

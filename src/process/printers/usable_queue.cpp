@@ -94,7 +94,8 @@ void UsableQueue::after_option(const std::string& option) {
   std::string error;
   if (!things::give_ppd(name_, wanted, info_, error))
     return say(name_, what + ", and the print server does not give it, either: " + error);
-  say(name_, what + ": the print server has given it" + (wanted == ppd_ ? "" : ", with " + option));
+  const bool has_more = is_lost && wanted != ppd_;
+  say(name_, what + ": the print server has given it" + (has_more ? ", with " + option : ""));
   ppd_ = wanted;
 }
 
