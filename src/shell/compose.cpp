@@ -94,6 +94,8 @@ void Composition::begin(const Slot& slot) {
 
 bool Composition::may_stand(const Slot& slot, std::string_view value) const {
   if (value.find('\0') != std::string_view::npos) return false;
+  if (slot.requoted && value.find_first_of("\"'\\$`") != std::string_view::npos) return false;
+  if (slot.names_file && value.find('/') != std::string_view::npos) return false;
   if (slot.role == Role::file_name) return !(slot.alone && value.empty()) && !is_device(value);
   return !(slot.at_start && !word_has_value_ && value.starts_with('-'));
 }

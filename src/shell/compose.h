@@ -26,6 +26,8 @@
 // - An integer for %d becomes its digits. A negative one may begin a word: the program itself made it.
 // - A QuotedWord is put in as it is.
 // - A Command stands in su's -c"%s", where nothing else may. It is escaped once more, for the shell of su.
+// - What a program puts between quotes for another shell (programs.h) is refused with a quote, $, ` or \ in
+//   it, and with a / where it becomes a part of a file's name.
 //
 // A refused command is never run; SYSTEM logs it.
 //

@@ -3,8 +3,9 @@
 // An interpreter has no row: a value in its program, `awk '%s'` or `sh -c "%s"`, would be run. Neither has
 // what runs its own words, such as xargs, env or sudo. Before a program or an option gets one, read in its
 // manual that it neither runs nor evaluates what follows. `find -exec` and `tar -I` do, for instance, and are
-// left out. What a program makes of a word that reaches it whole is its caller's affair: grep reads a regular
-// expression, dcop a name, perl the script that is named first.
+// left out. foomatic-configure puts two of its words between quotes into command lines of its own: a value
+// that would not stay one word there is refused. What a program makes of a word that reaches it whole is its
+// caller's affair: grep reads a regular expression, dcop a name, perl the script that is named first.
 #ifndef BRINDLE_SHELL_PROGRAMS_H
 #define BRINDLE_SHELL_PROGRAMS_H
 
@@ -24,9 +25,13 @@ struct Program {
   std::string_view options{};        ///< the words beginning with "-" that it may have, a blank between them
   std::size_t words = any;           ///< how many other words it may have
   std::string_view reads_command{};  ///< the word that it gives to a shell, for a whole Command only
+  std::string_view quotes{};         ///< the options whose words it puts between quotes for a shell
+  std::string_view names_file{};     ///< those whose words become a part of a file's name
 
-  constexpr bool has_option(std::string_view word) const {
-    for (std::string_view rest = options; !rest.empty();) {
+  constexpr bool has_option(std::string_view word) const { return has(options, word); }
+
+  static constexpr bool has(std::string_view words, std::string_view word) {
+    for (std::string_view rest = words; !rest.empty();) {
       const std::size_t end = std::min(rest.find(' '), rest.size());
       if (rest.substr(0, end) == word) return true;
       rest.remove_prefix(std::min(end + 1, rest.size()));
@@ -45,7 +50,7 @@ inline constexpr std::array programs = {
     Program{"file", "-b"},
     Program{"find", "-name"},
     Program{"firefox"},
-    Program{"foomatic-configure", "-s -p -c -n -d -o -D"},
+    Program{"foomatic-configure", "-s -p -c -n -d -o -D", Program::any, {}, "-c -n", "-n"},
     Program{"foomatic-ppdfile-bd", "-P%s"},
     Program{"grep", "-i"},
     Program{"iconv", "-c -f -t -o"},

@@ -36,6 +36,8 @@ struct Slot {
   bool first_value = false;  ///< no other value stands before it in its word
   bool at_start = false;     ///< nothing of the template stands before it in its word
   bool alone = false;        ///< nothing else at all stands in its word
+  bool requoted = false;     ///< the program puts it between quotes for a shell
+  bool names_file = false;   ///< it becomes a part of a file's name
 };
 
 /// What a value can be to the composer.
@@ -71,6 +73,7 @@ class TemplateReader {
     bool named = false;
     std::optional<Program> program{};
     std::size_t words = 0;
+    std::string word_before{};
     bool has_value = false;
     bool unknown_option = false;
   };
@@ -246,10 +249,19 @@ class TemplateReader {
     command_.has_value |= has_value();
     if (is_given_to_a_shell()) return end_inner_command();
     if (has_value()) slots_.back().alone = word_.shape == "%s";
+    if (command_.program) mark_slots(*command_.program);
+    command_.word_before = word_.shape;
     if (!begins_as_option()) {
       ++command_.words;
     } else if (command_.program && !command_.program->has_option(word_.shape)) {
       command_.unknown_option = true;
+    }
+  }
+
+  constexpr void mark_slots(const Program& program) {
+    for (std::size_t at = word_.first_slot; at < slots_.size(); ++at) {
+      slots_[at].requoted = Program::has(program.quotes, command_.word_before);
+      slots_[at].names_file = Program::has(program.names_file, command_.word_before);
     }
   }
 

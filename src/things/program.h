@@ -12,6 +12,10 @@ namespace things {
 [[nodiscard]] bool run_program(const std::vector<std::string>& words, const std::string& input,
                                std::string& error);
 
+/// The same, and `output` is what it wrote on its standard output.
+[[nodiscard]] bool run_program_for(std::string& output, const std::vector<std::string>& words,
+                                   std::string& error);
+
 }  // namespace things
 
 #endif

@@ -256,15 +256,6 @@ std::optional<std::string> read_state(http_t* server, const std::string& name, s
 
 // ---- The address with its password ----------------------------------------------------------------------
 
-std::string without_password(std::string uri) {
-  const std::size_t scheme = uri.find("://");
-  if (scheme == uri.npos) return uri;
-  const std::size_t begin = scheme + 3;
-  const std::size_t at = uri.rfind('@', uri.find('/', begin));
-  if (at != uri.npos && at >= begin) uri.erase(begin, at + 1 - begin);
-  return uri;
-}
-
 /// The queue's address as cupsd has stored it, which is half a minute after a change; empty when it has not.
 std::string stored_address(const std::string& name) {
   const std::unique_ptr<cups_file_t, decltype(&cupsFileClose)> file(cupsFileOpen(server_queues, "r"),
@@ -475,13 +466,22 @@ bool give_no_default(http_t* server, std::string& error) {
   for (; state && *state != nothing; state = read_state(server, passing, error)) passing += "-";
   if (!state) return false;
   Message request = request_for(passing, IPP_OP_CUPS_ADD_MODIFY_PRINTER);
-  ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr, "file:///dev/null");
+  ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr, no_device);
   if (!order(server, std::move(request), error)) return false;
   const bool is_default = set_default(server, passing, error);
   return order(server, passing, IPP_OP_CUPS_DELETE_PRINTER, error) && is_default;
 }
 
 }  // namespace
+
+std::string without_password(std::string address) {
+  const std::size_t scheme = address.find("://");
+  if (scheme == address.npos) return address;
+  const std::size_t begin = scheme + 3;
+  const std::size_t at = address.rfind('@', address.find('/', begin));
+  if (at != address.npos && at >= begin) address.erase(begin, at + 1 - begin);
+  return address;
+}
 
 bool print_server_answers() { return connect() != nullptr; }
 
@@ -527,6 +527,44 @@ bool give_queue(const std::string& name, const std::string& state, const std::st
   if (!lines || !can_be_queue(name)) return error = "it is no state of a queue", false;
   return give_lines(server.get(), name, *lines, folder, error) &&
          is_in_state(server.get(), name, state, error);
+}
+
+std::string state_value(const std::string& state, const std::string& key) {
+  std::optional<State> lines = state_from(state);
+  return lines ? lines->values[key] : "";
+}
+
+std::optional<std::string> queue_ppd(const std::string& name, std::string& error) {
+  if (!can_be_queue(name)) return "";
+  const Server server = connect(error);
+  if (server == nullptr) return std::nullopt;
+  std::optional<Ppd> ppd = fetch_ppd(server.get(), name, error);
+  if (!ppd) return std::nullopt;
+  return std::move(ppd->bytes);
+}
+
+bool make_queue(const std::string& name, const std::string& address, const Driver& driver,
+                std::string& error) {
+  if (!can_be_queue(name) || name.find_first_of("\"'\\?$`") != name.npos)
+    return error = "a queue cannot have that name", false;
+  const Server server = connect(error);
+  if (server == nullptr) return false;
+  Message request = request_for(name, IPP_OP_CUPS_ADD_MODIFY_PRINTER);
+  if (!driver.listed_as.empty())
+    ippAddString(request.get(), IPP_TAG_OPERATION, IPP_TAG_NAME, "ppd-name", nullptr,
+                 driver.listed_as.c_str());
+  ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_URI, "device-uri", nullptr, address.c_str());
+  return send(server.get(), std::move(request), {!driver.ppd.empty(), driver.ppd}, error) &&
+         order(server.get(), name, IPP_OP_CUPS_ACCEPT_JOBS, error) &&
+         order(server.get(), name, IPP_OP_RESUME_PRINTER, error);
+}
+
+bool give_ppd(const std::string& name, const std::string& ppd, const std::string& info, std::string& error) {
+  const Server server = connect(error);
+  if (server == nullptr) return false;
+  Message request = request_for(name, IPP_OP_CUPS_ADD_MODIFY_PRINTER);
+  ippAddString(request.get(), IPP_TAG_PRINTER, IPP_TAG_TEXT, "printer-info", nullptr, info.c_str());
+  return send(server.get(), std::move(request), {true, ppd}, error);
 }
 
 std::optional<std::string> default_queue_state(std::string& error) {

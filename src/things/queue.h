@@ -29,6 +29,12 @@
 
 namespace things {
 
+/// Where the jobs of a queue go that was made without an address.
+inline constexpr const char* no_device = "file:///dev/null";
+
+/// An address as states have it.
+std::string without_password(std::string address);
+
 /// Whether a server can be reached at all. Without one no queue can be told or changed.
 bool print_server_answers();
 
@@ -47,6 +53,28 @@ std::optional<std::vector<std::string>> queue_names(std::string& error);
 /// not in that state afterwards; a kept PPD file that is not the one of `state` changes nothing.
 [[nodiscard]] bool give_queue(const std::string& name, const std::string& state, const std::string& folder,
                               std::string& error);
+
+/// The value behind `key` in a queue's state; empty for "nothing".
+std::string state_value(const std::string& state, const std::string& key);
+
+/// The queue's PPD file; empty for a raw or missing queue, and for one that has lost it.
+std::optional<std::string> queue_ppd(const std::string& name, std::string& error);
+
+/// What turns the jobs of a queue into its printer's language.
+struct Driver {
+  std::string listed_as;  ///< a model of the server's list (lpinfo -m)
+  std::string ppd;        ///< or the text of a PPD file; where both are empty a queue keeps what it has
+};
+
+/// Makes the queue, or changes it: jobs go to `address`, and it takes and prints them. False, with the reason
+/// in `error`, when the server refuses, and for names with a character that shells and file names have a
+/// meaning for.
+[[nodiscard]] bool make_queue(const std::string& name, const std::string& address, const Driver& driver,
+                              std::string& error);
+
+/// Gives the queue this PPD file, and what it is called for people.
+[[nodiscard]] bool give_ppd(const std::string& name, const std::string& ppd, const std::string& info,
+                            std::string& error);
 
 /// The server's default queue, or "nothing". A person's own, in ~/.cups/lpoptions, is a file.
 std::optional<std::string> default_queue_state(std::string& error);

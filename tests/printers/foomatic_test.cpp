@@ -216,16 +216,26 @@ TEST_F(Printer, RefusesAnIdOrDriverThatIsNotOneQuotedWord) {
 }
 
 TEST_F(Printer, NeverLetsAValueOutOfItsWord) {
-  const std::string evil = "x';touch /tmp/owned;'$(touch /tmp/owned)`touch /tmp/owned`\"";
+  const std::string evil = "x;touch /tmp/owned|touch /tmp/owned&(touch /tmp/owned) <*?~#! y";
   stand_in("foomatic-configure", "printf '%s\\n' \"$@\" >>/tmp/arguments");
-  add_printer("Default.txt", {{"Port Name", "host:" + evil}, {"Driver Name Wo Spaces", evil}});
+  add_printer("Default.txt", {{"Port Name", "host:" + evil}, {"Driver Name Wo Spaces", "Q"}});
   printer(archive);
   EXPECT_FALSE(exists("/tmp/owned"));
-  EXPECT_TRUE(
-      same_bytes("-s\ncups\n-p\nAny-Printer\n-c\nlpd://host/x';touch /tmp/owned;'$(touch "
-                 "/tmp/owned)`touch /tmp/owned`\"\n-n\n" +
-                     evil + "\n-d\nljet4\n-s\ncups\n-D\n-n\n" + evil + "\n",
-                 read_file("/tmp/arguments")));
+  EXPECT_TRUE(same_bytes(
+      "-s\ncups\n-p\nAny-Printer\n-c\nlpd://host/" + evil + "\n-n\nQ\n-d\nljet4\n-s\ncups\n-D\n-n\nQ\n",
+      read_file("/tmp/arguments")));
+}
+
+// foomatic-configure gives both to a shell of its own, between double quotes.
+TEST_F(Printer, RefusesNamesAndAddressesThatEndQuotes) {
+  for (const char* evil : {"x$(touch /tmp/owned)", "x`touch /tmp/owned`", "x\"", "x'", "x\\"}) {
+    SystemLog log;
+    add_printer("a.txt", {{"Port Name", std::string("host:") + evil}, {"Driver Name Wo Spaces", "Q"}});
+    add_printer("Default.txt", {{"Driver Name Wo Spaces", evil}, {"Paper Size", "DMPAPER_A4"}});
+    EXPECT_EQ(0, printer(archive));
+    EXPECT_THAT(queue_commands(), IsEmpty()) << evil;
+    EXPECT_EQ(4u, log.messages().size()) << evil;
+  }
 }
 
 TEST_F(Printer, RefusesAQueueNameThatLooksLikeAnOption) {

@@ -25,7 +25,8 @@ class Options : public testing::Test {
   }
 
   void set(PrinterTools tools, System system) {
-    EXPECT_TRUE(set_options(printer, tools, system, compose("the command before")));
+    UsableQueue queue(printer.queue);
+    EXPECT_TRUE(set_options(printer, tools, system, queue, compose("the command before")));
   }
 
   Printer printer;
@@ -209,10 +210,26 @@ TEST_F(Options, NeverLetAValueOutOfItsWord) {
   printer.paper_length = "`touch /tmp/owned`";
   printer.y_resolution = "300;touch /tmp/owned";
   printer.duplex = "DMDUP_VERTICAL";
-  set(PrinterTools::foomatic, System::linspire);
+  set(PrinterTools::cups, System::gnome);
+  printer.queue = "q;touch /tmp/owned|touch /tmp/owned&";
   set(PrinterTools::cups, System::gnome);
   EXPECT_EQ(6u, commands_run().size());
   EXPECT_FALSE(exists("/tmp/owned"));
+}
+
+// foomatic-configure gives the queue's name to a shell of its own, between double quotes.
+TEST_F(Options, OfANameThatEndsQuotesAreNotSetByFoomatic) {
+  printer.duplex = "DMDUP_VERTICAL";
+  printer.y_resolution = "300";
+  printer.paper_size = "DMPAPER_USER";
+  for (const char* name : {"a'b", "a\"b", "a`b", "a$b", "a\\b", "a/b", "-b"}) {
+    printer.queue = name;
+    set(PrinterTools::foomatic, System::linspire);
+  }
+  EXPECT_THAT(commands_run(), IsEmpty());
+  printer.queue = "a;b|c&d (e) <f> #~*?!";
+  set(PrinterTools::foomatic, System::linspire);
+  EXPECT_EQ(3u, commands_run().size());
 }
 
 }  // namespace

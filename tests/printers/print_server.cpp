@@ -17,6 +17,12 @@ showpage
 %%EOF
 )";
 
+// Runs as root, which a backend does that nobody else may.
+constexpr const char* keeping_backend = R"(#!/bin/sh
+[ $# -gt 0 ] || exit 0
+cat ${6:+"$6"} >"/tmp/pages/$PRINTER"
+)";
+
 constexpr const char* broken_server = R"(import socket
 server = socket.socket(socket.AF_UNIX)
 server.bind("/run/cups/cups.sock")
@@ -28,6 +34,9 @@ while True:
     asker.close()
 )";
 
+constexpr const char* until_all_is_printed =
+    "for i in $(seq 300); do [ -z \"$(lpstat -o)\" ] && exit 0; sleep 0.1; done; exit 1";
+
 void prepare(const std::string& command) { ASSERT_EQ(0, shell_quietly(command)) << command; }
 
 std::string without_newline(std::string text) {
@@ -37,10 +46,10 @@ std::string without_newline(std::string text) {
 
 }  // namespace
 
-PrintServer::PrintServer() {
+PrintServer::PrintServer(Settings settings) {
   prepare("install " + test_data("../data/foomatic/foomatic-ppdfile-bd") + " /usr/local/bin");
   prepare("ppdc -z -d /usr/share/cups/model " + test_data("../data/ppd/brindle.drv"));
-  prepare(test_data("../tools/print-server"));
+  prepare(test_data("../tools/print-server") + (settings == Settings::as_installed ? " --as-installed" : ""));
 }
 
 void PrintServer::patch_foomatic() { prepare(test_data("../tools/patch-foomatic")); }
@@ -54,6 +63,8 @@ std::string PrintServer::breaking_down() {
   return "kill $(pidof cupsd); while pidof cupsd; do sleep 0.05; done; rm -f /run/cups/cups.sock; "
          "python3 /tmp/broken.py >/dev/null 2>&1 & while ! [ -S /run/cups/cups.sock ]; do sleep 0.05; done";
 }
+
+void PrintServer::write_queues() { prepare(test_data("../tools/print-server") + " --written"); }
 
 std::string PrintServer::uri_of(const std::string& queue) {
   return without_newline(
@@ -87,6 +98,23 @@ std::string PrintServer::print_page(const std::string& queue) {
   write_file("/tmp/printed", "");
   prepare("chmod 666 /tmp/printed; lpadmin -p " + queue + " -v file:/tmp/printed 2>/dev/null");
   prepare("lp -s -d " + queue + " /tmp/page.ps");
-  prepare("for i in $(seq 300); do [ -z \"$(lpstat -o)\" ] && exit 0; sleep 0.1; done; exit 1");
+  prepare(until_all_is_printed);
   return read_file("/tmp/printed");
+}
+
+void PrintServer::keep_pages() {
+  write_file("/tmp/backend", keeping_backend);
+  prepare(
+      "mkdir -p /tmp/pages; cd /usr/lib/cups/backend; for kind in parallel usb lpd socket ipp smb; do "
+      "rm -f $kind; install -m 700 /tmp/backend $kind; done");
+}
+
+std::vector<std::string> PrintServer::print_pages(const std::vector<std::string>& queues) {
+  write_file("/tmp/page.ps", page);
+  for (const std::string& queue : queues) prepare("lp -s -d '" + queue + "' /tmp/page.ps");
+  prepare(until_all_is_printed);
+  std::vector<std::string> pages;
+  for (const std::string& queue : queues)
+    pages.push_back(exists("/tmp/pages/" + queue) ? read_file("/tmp/pages/" + queue) : "");
+  return pages;
 }

@@ -3,16 +3,23 @@
 #define BRINDLE_TESTS_PRINTERS_PRINT_SERVER_H
 
 #include <string>
+#include <vector>
 
 class PrintServer {
  public:
-  PrintServer();
+  /// eager: it writes printers.conf at once, everybody may change its queues, and pages may go into files.
+  /// as_installed: cupsd.conf is the package's own.
+  enum class Settings { eager, as_installed };
+
+  explicit PrintServer(Settings settings = Settings::eager);
 
   /// foomatic-configure as Debian has it makes no second queue; see tools/patch-foomatic.
   static void patch_foomatic();
 
   /// Ends cupsd.
   static void stop();
+  /// Makes it write its printers.conf, which it otherwise does half a minute after a change.
+  static void write_queues();
   /// A shell command that puts a server in cupsd's place which answers every question with an error.
   static std::string breaking_down();
 
@@ -28,6 +35,11 @@ class PrintServer {
   static std::string ppd(const std::string& queue, const std::string& keyword);
   /// Points the queue at a file, prints one page of PostScript and returns what came out.
   static std::string print_page(const std::string& queue);
+
+  /// From now on every kind of device takes pages and keeps them.
+  static void keep_pages();
+  /// Prints one page to each of the queues as they are, and returns what came out of each, in their order.
+  static std::vector<std::string> print_pages(const std::vector<std::string>& queues);
 };
 
 #endif

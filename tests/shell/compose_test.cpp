@@ -109,6 +109,20 @@ INSTANTIATE_TEST_SUITE_P(Values, HostileValue,
 
 // ---- What cannot be put in safely is refused ------------------------------------------------------------
 
+// One program puts two of its words between quotes for a shell, and one of the two into the name of a file.
+TEST(Refusal, MeetsAValueThatAProgramQuotesOnceMore) {
+  for (const char* value : {"a'b", "a\"b", "a$b", "a`b", "a\\b"}) {
+    EXPECT_TRUE(compose("foomatic-configure -s cups -n '%s' -o PageSize=A4", value).refused()) << value;
+    EXPECT_TRUE(compose("foomatic-configure -c '%s'", value).refused()) << value;
+    EXPECT_TRUE(compose("foomatic-configure -c x%s", value).refused()) << value;
+    EXPECT_TRUE(compose("foomatic-configure -c a%s%s", value, "b").refused()) << value;
+    EXPECT_FALSE(compose("foomatic-configure -n a -o Quality=%s %s", value, value).refused()) << value;
+    EXPECT_FALSE(compose("lpadmin -p '%s'", value).refused()) << value;
+  }
+  EXPECT_TRUE(compose("foomatic-configure -D -n '%s'", "../a").refused());
+  EXPECT_FALSE(compose("foomatic-configure -c '%s' -n '%s'", "lpd://a/b", "a;b|c&d <e> (f)*?~#!").refused());
+}
+
 TEST(Compose, RefusesAValueThatWouldBeAnOption) {
   EXPECT_TRUE(compose("chown -R %s /home", "-rf").refused());
   EXPECT_TRUE(compose("file -b \"%s\"", "--help").refused());

@@ -18,10 +18,14 @@ using testing::Not;
 using testing::StartsWith;
 using things::default_queue_state;
 using things::give_default_queue;
+using things::give_ppd;
 using things::give_queue;
 using things::keep_queue;
+using things::make_queue;
 using things::queue_names;
+using things::queue_ppd;
 using things::queue_state;
+using things::state_value;
 
 constexpr const char* kept = "/tmp/kept/queues";
 
@@ -263,6 +267,76 @@ TEST_F(Queues, HaveADefaultThatComesAndGoes) {
   EXPECT_TRUE(same_bytes(before, stored()));
 }
 
+// ---- Made and mended --------------------------------------------------------------------------------------
+
+TEST_F(Queues, AreMadeToTakeAndPrintJobs) {
+  std::string error;
+  EXPECT_TRUE(make_queue("New", "smb://ann:secret@pc/hp", {.listed_as = "laserjet.ppd.gz", .ppd = {}}, error))
+      << error;
+  EXPECT_THAT(state("New"),
+              AllOf(StartsWith("device-uri smb://pc/hp\n"), HasSubstr("\nprinting yes\naccepting yes\n")));
+  EXPECT_EQ("smb://ann:secret@pc/hp", PrintServer::uri_of("New"));
+  EXPECT_EQ("HP LaserJet Series PCL 4/5", PrintServer::ppd("New", "NickName"));
+  const std::string ppd = queue_ppd("New", error).value();
+  EXPECT_EQ(read_file("/etc/cups/ppd/New.ppd"), ppd);
+  EXPECT_TRUE(make_queue("Newer", "lpd://a/b", {.listed_as = {}, .ppd = ppd}, error)) << error;
+  EXPECT_EQ(ppd, read_file("/etc/cups/ppd/Newer.ppd"));
+}
+
+TEST_F(Queues, ThatAreMadeAgainLeadElsewhere) {
+  const std::string ppd = read_file("/etc/cups/ppd/Office.ppd");
+  std::string error;
+  EXPECT_TRUE(make_queue("Office", "lpd://a/b", {}, error)) << error;  // it was stopped, too
+  EXPECT_THAT(state("Office"), AllOf(StartsWith("device-uri lpd://a/b\n"),
+                                     HasSubstr("\nprinting yes\naccepting yes\n"), HasSubstr("\nppd ")));
+  EXPECT_EQ(ppd, read_file("/etc/cups/ppd/Office.ppd"));
+}
+
+TEST_F(Queues, AreNotMadeOfWhatTheServerRefuses) {
+  const std::string before = stored();
+  std::string error;
+  EXPECT_FALSE(make_queue("New", "lpd://a b", {.listed_as = "laserjet.ppd.gz", .ppd = {}}, error));
+  EXPECT_THAT(error, HasSubstr("Bad device-uri"));
+  EXPECT_FALSE(make_queue("New", "lpd://a/b", {.listed_as = "none.ppd", .ppd = {}}, error));
+  for (const char* name : {"", "a b", "a/b", "a#b", "a'b", "a\"b", "a\\b", "a?b", "a$b", "a`b"}) {
+    error.clear();
+    EXPECT_FALSE(make_queue(name, "lpd://a/b", {.listed_as = "laserjet.ppd.gz", .ppd = {}}, error)) << name;
+    EXPECT_EQ("a queue cannot have that name", error);
+  }
+  EXPECT_TRUE(same_bytes(before, stored()));
+}
+
+TEST_F(Queues, GetTheirPpdFilesBack) {
+  std::string error;
+  const std::string ppd = queue_ppd("Office", error).value();
+  const std::string was = state("Office");
+  prepare("rm /etc/cups/ppd/Office.ppd; lpadmin -p Office -D 'Raw queue' 2>/dev/null");
+  EXPECT_EQ("", queue_ppd("Office", error).value());
+  EXPECT_THAT(state("Office"), HasSubstr("\nppd none"));
+  EXPECT_TRUE(give_ppd("Office", ppd, "Ann's \\ \"printer\"", error)) << error;
+  EXPECT_EQ(was, state("Office"));
+  EXPECT_FALSE(give_ppd("Attic", "no PPD file", "Attic", error));
+}
+
+TEST_F(Queues, HaveValuesInTheirStates) {
+  const std::string office = state("Office");
+  EXPECT_EQ("parallel:/dev/lp0", state_value(office, "device-uri"));
+  EXPECT_EQ("Ann's \\ \"printer\"", state_value(office, "info"));
+  EXPECT_EQ("none", state_value(state("Attic"), "ppd"));
+  EXPECT_EQ("", state_value(office, "nonsense"));
+  EXPECT_EQ("", state_value("nothing", "ppd"));
+  std::string error;
+  EXPECT_EQ("", queue_ppd("Attic", error));
+  EXPECT_EQ("", queue_ppd("missing", error));
+  EXPECT_EQ("", queue_ppd("a b", error));
+}
+
+TEST(Addresses, WithoutTheirPasswords) {
+  EXPECT_EQ("smb://pc/hp", things::without_password("smb://u:p@pc/hp"));
+  EXPECT_EQ("smb://pc/hp@x", things::without_password("smb://pc/hp@x"));
+  EXPECT_EQ("parallel:/dev/lp0", things::without_password("parallel:/dev/lp0"));
+}
+
 TEST_F(Queues, CannotBeToldWithoutAServer) {
   const std::string was = state("Attic");
   EXPECT_TRUE(things::print_server_answers());
@@ -276,6 +350,9 @@ TEST_F(Queues, CannotBeToldWithoutAServer) {
   std::string error;
   EXPECT_FALSE(queue_names(error));
   EXPECT_FALSE(keep_queue("Attic", kept, error));
+  EXPECT_FALSE(queue_ppd("Attic", error));
+  EXPECT_FALSE(make_queue("Attic", "lpd://a/b", {}, error));
+  EXPECT_FALSE(give_ppd("Attic", "", "", error));
 }
 
 TEST_F(Queues, CannotBeToldOfAServerThatIsBroken) {

@@ -116,6 +116,12 @@ class WholeRun(unittest.TestCase):
         self.assertIn("E-mail messages", self.run_.text("stdout"))
         self.assertIn("E-mail messages", self.run_.text("account.html"))
 
+    def test_printing_is_as_on_this_machine(self):
+        """Neither cupsd's settings nor foomatic-configure are mended for the view."""
+        if IS_ROOT and OPTIONS.system not in ("gnome", "nld"):
+            self.assertRegex(self.run_.text("stderr"),
+                             "(?m)^print queue .* (lost its driver by foomatic-configure|did not get )")
+
     def test_no_sanitizer_spoke(self):
         self.assertEqual([], self.run_.sanitizer_reports())
         self.assertNotIn("runtime error", self.run_.text("stderr"))

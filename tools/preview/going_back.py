@@ -25,6 +25,7 @@ import tables
 import traces
 
 UNDO = "/usr/local/bin/brindle-undo"
+PRINT_SERVER = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "print-server")
 FOLDERS = ("/root", "/home", "/Share", "/etc", "/usr/share/fonts", "/opt/gnome", "/var/mail")
 CHANGES = "renameat2,renameat,rename,unlinkat,unlink,mkdirat,mkdir,fchmod,fchown"
 
@@ -100,6 +101,8 @@ class GoingBack:
 
     def look(self):
         """The servers first, so that what they have not written yet is there to be looked at."""
+        subprocess.run([PRINT_SERVER, "--written"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, check=False)
         return {**self.settings(), **queues(), **snapshot.look(FOLDERS)}
 
     def settings(self):

@@ -21,6 +21,8 @@ shell::Command queue_command(const std::string& queue, const std::string& uri, c
 
 shell::Command default_command(const std::string& queue) { return compose("lpadmin -d '%s'", queue); }
 
+things::Driver find_driver(const Model& model) { return {.listed_as = model.driver, .ppd = {}}; }
+
 // lpadmin leaves all its work to the server.
 bool keep_nothing(const std::string& /*queue*/) { return true; }
 
@@ -30,6 +32,7 @@ constexpr QueueTools cups_tools = {.family = PrinterTools::cups,
                                    .needs_id = false,
                                    .keep_for_queue = keep_nothing,
                                    .queue_command = queue_command,
+                                   .find_driver = find_driver,
                                    .keep_for_default = keep_nothing,
                                    .default_command = default_command,
                                    .traces_more = true};

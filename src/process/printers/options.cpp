@@ -39,6 +39,10 @@ shell::Command dots(const Printer& printer, PrinterTools tools) {
              : compose("lpoptions -p '%s' -o Quality=%sx%ssw", printer.queue, resolution, resolution);
 }
 
+std::string dots_option(const Printer& printer) {
+  return "Quality=" + printer.y_resolution + "x" + printer.y_resolution + "sw";
+}
+
 shell::Command plain(const Printer& printer, PrinterTools tools, const char* option) {
   return tools == foomatic ? compose("foomatic-configure -s cups -n '%s' -o %s", printer.queue, option)
                            : compose("lpoptions -p '%s' -o %s", printer.queue, option);
@@ -113,11 +117,18 @@ bool keep_files(const Row& row, const Printer& printer, PrinterTools of_system) 
   return row.always.value_or(of_system) == cups ? keep_own_options() : keep_foomatic_files(printer.queue);
 }
 
+// What the row's command sets; empty for the size of a person's own, which no tool takes.
+std::string option_of(const Row& row, const Printer& printer) {
+  if (row.option != nullptr) return row.option;
+  return row.composer == dots ? dots_option(printer) : "";
+}
+
 bool fits(const Row& row, const Printer& printer) { return contains(printer.*row.value, row.contained); }
 
 }  // namespace
 
-bool set_options(const PrinterDescription& printer, PrinterTools tools, System system, shell::Command last) {
+bool set_options(const PrinterDescription& printer, PrinterTools tools, System system, UsableQueue& queue,
+                 shell::Command last) {
   for (const Row* group = std::begin(rows); group != std::end(rows);) {
     const Row* end =
         std::find_if(group, std::end(rows), [&](const Row& row) { return row.value != group->value; });
@@ -127,6 +138,7 @@ bool set_options(const PrinterDescription& printer, PrinterTools tools, System s
       std::printf("%s", row->trace);
       last = command_of(*row, printer, tools, system);
       SYSTEM(last);
+      if (row->always.value_or(tools) == foomatic) queue.after_option(option_of(*row, printer));
     }
     std::printf("Options::%s", last.text().c_str());
     group = end;

@@ -7,6 +7,7 @@
 #include "process/printers/device_uri.h"
 #include "process/printers/kept_queue.h"
 #include "process/printers/options.h"
+#include "process/printers/usable_queue.h"
 #include "shell/run.h"
 
 namespace {
@@ -51,12 +52,18 @@ bool migrate(const Target& target, const QueueTools& tools, const PrinterDescrip
   if (!uri) return true;
   shell::Command last = tools.queue_command(printer.queue, shown_uri(*device), *model);
   const QueueChange change = QueueChange::of(printer.queue);
-  if (change.is_allowed())
-    make_queue(tools, printer.queue, *model, tools.queue_command(printer.queue, *uri, *model), last);
+  if (!change.is_allowed()) {
+    forget_credentials(*uri);
+    return false;
+  }
+  UsableQueue queue(printer.queue);
+  make_queue(tools, printer.queue, *model, tools.queue_command(printer.queue, *uri, *model), last);
+  queue.after_making(*uri, [&] { return tools.find_driver(*model); });
   forget_credentials(*uri);
-  if (!change.is_allowed() || (printer.is_default && !make_default(tools, printer.queue, last))) return false;
+  if (printer.is_default && !make_default(tools, printer.queue, last)) return false;
   std::printf("Properties Read.");
-  const bool all_set = set_options(printer, tools.family, target.system, last);
+  const bool all_set = set_options(printer, tools.family, target.system, queue, last);
+  queue.after_all();
   change.over();
   return all_set;
 }
