@@ -19,7 +19,8 @@ void check_name(const account::Entry& entry) {
   fuzz::require(!name.starts_with('/') && !name.ends_with('/'), "a name has no slash at its ends");
   fuzz::require(!fuzz::contains(name, "//") && !has_part(name, "."), "a name has no empty part");
   if (!entry.unsafe)
-    fuzz::require(!has_part(name, "..") && !fuzz::contains(name, std::string(1, '\0')), "a name stays in the archive");
+    fuzz::require(!has_part(name, "..") && !fuzz::contains(name, std::string(1, '\0')),
+                  "a name stays in the archive");
   for (std::size_t begin = 0; begin < name.size();) {
     const std::size_t end = std::min(name.find('/', begin), name.size());
     fuzz::require(end - begin <= 255, "a name fits into a file system");
@@ -34,7 +35,8 @@ void check_found(const account::Archive& archive, const account::Entry& entry) {
   const std::size_t slash = entry.name.rfind('/');
   if (slash == std::string_view::npos) return;
   const auto below = archive.below(entry.name.substr(0, slash));
-  fuzz::require(&entry >= below.data() && &entry < below.data() + below.size(), "an entry lies in its folder");
+  fuzz::require(&entry >= below.data() && &entry < below.data() + below.size(),
+                "an entry lies in its folder");
 }
 
 }  // namespace

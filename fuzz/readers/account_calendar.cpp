@@ -10,7 +10,8 @@ std::string as_it_is(std::string_view line) { return std::string(line); }
 void check_content(const account::CalendarItem& item) {
   const auto content = account::content_of(item.text, as_it_is);
   if (!content) return;
-  fuzz::require(content->front() == item.kind, "what an item says begins with its kind");
+  // A folded first line is longer.
+  fuzz::require(content->front().starts_with(item.kind), "what an item says begins with its kind");
   fuzz::require(account::hash_of(*content) == account::hash_of(*account::content_of(item.text, as_it_is)),
                 "an item always says the same");
   for (const std::string& property : *content) {

@@ -19,10 +19,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   account::read_mbox(account::text_source(mailbox), [&](const account::MboxMessage& message) {
     ++messages;
     pool.add(message.digest);
-    fuzz::require(message.begins_with_from || messages == 1, "only the first one may begin without a line for it");
+    fuzz::require(message.begins_with_from || messages == 1,
+                  "only the first one may begin without a line for it");
     fuzz::require(fuzz::contains(mailbox, message.head), "a head stands in the mailbox");
-    const std::string name = account::message_name(message.head, "Inbox", charsets[input.choice(std::size(charsets))]);
-    fuzz::require(fuzz::contains(name, "(Inbox") && !fuzz::contains(name, "\n"), "a message has a name of one line");
+    const std::string name =
+        account::message_name(message.head, "Inbox", charsets[input.choice(std::size(charsets))]);
+    fuzz::require(fuzz::contains(name, "(Inbox") && !fuzz::contains(name, "\n"),
+                  "a message has a name of one line");
     fuzz::require(name.size() <= longest_name, "a name is no longer than a person reads");
   });
   fuzz::require(messages <= fuzz::count_of("\n" + mailbox, "\nFrom ") + 1, "a message begins with its line");

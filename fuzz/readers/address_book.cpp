@@ -1,5 +1,5 @@
-// Evolution's address book, which the database library reads in a process of its own: that one may die of it, this
-// one not.
+// Evolution's address book, which the database library reads in a process of its own: that one may die of it,
+// this one not.
 #include "account/readers/address_book.h"
 
 #include <pthread.h>
@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view text = fuzz::Input(data, size).text();
   const account::AddressBook book(account::text_source(text));
   std::size_t bytes = 0;
-  static_cast<void>(book.each([&](std::string_view uid, const std::string& card) { bytes += uid.size() + card.size(); }));
+  static_cast<void>(
+      book.each([&](std::string_view uid, const std::string& card) { bytes += uid.size() + card.size(); }));
   fuzz::require(bytes <= 8 * size + (std::size_t{1} << 20), "a book does not hold more than it can");
   return 0;
 }

@@ -17,7 +17,8 @@ void check(const std::string& text) {
   fuzz::require(account::difference_of_cards(content, content).empty(), "a card does not differ from itself");
   static_cast<void>(card.title());
   for (const account::CardField& field : card.fields()) {
-    fuzz::require(field.name != "BEGIN" && field.name != "END" && field.name != "VERSION", "marks are no fields");
+    fuzz::require(field.name != "BEGIN" && field.name != "END" && field.name != "VERSION",
+                  "marks are no fields");
     fuzz::require(std::ranges::is_sorted(field.types), "types are sorted");
     fuzz::require(field.value().size() <= field.raw.size(), "a value is no longer than it was written");
     fuzz::require(account::parts_of(field.raw).size() == 1 || fuzz::contains(field.raw, ";"),

@@ -37,8 +37,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (text != "mine") found = text;
   }
   const std::string plain = fuzz::with_plain_line_ends(input.text());
-  fuzz::require(found == widened(plain) || plain == "mine", "each cookie gets one dot, and all else is as it was");
-  fuzz::require(account::read_cookies(found).size() <= account::read_cookies(plain).size() + fuzz::count_of(plain, "\n") + 1,
+  fuzz::require(found == widened(plain) || plain == "mine",
+                "each cookie gets one dot, and all else is as it was");
+  fuzz::require(account::read_cookies(found).size() <=
+                    account::read_cookies(plain).size() + fuzz::count_of(plain, "\n") + 1,
                 "no cookie is added");
   return 0;
 }

@@ -38,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   static_cast<void>(mappeddrives(root.c_str()));
   check_links(home + "/Desktop");
-  const std::string bookmarks = fuzz::read_file(home + "/.kde/share/apps/konqueror/bookmarks.xml").value_or("");
+  const std::string bookmarks =
+      fuzz::read_file(home + "/.kde/share/apps/konqueror/bookmarks.xml").value_or("");
   fuzz::require(bookmarks.starts_with("<!DOCTYPE xbel>\n<xbel>\n") && bookmarks.ends_with("</xbel>\n"),
                 "the old bookmarks stand around the new ones");
 

@@ -12,7 +12,8 @@ constexpr std::size_t piece_limit = 1023;
 std::string expected(std::string_view text, const std::string& home) {
   std::string result;
   for (const std::string& piece : fuzz::pieces_of(text, piece_limit))
-    result += fuzz::contains(piece, mailbox) ? "<_default reg=\"sz\">" + home + "/gwremote</_default>\n" : piece;
+    result +=
+        fuzz::contains(piece, mailbox) ? "<_default reg=\"sz\">" + home + "/gwremote</_default>\n" : piece;
   return result;
 }
 
@@ -25,6 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::write_file(root + "/Groupwise/.gwuser.xml", input.text());
   fuzz::require(groupwise(root.c_str()) == 0, "settings are taken over");
   fuzz::commands_run();
-  fuzz::require(fuzz::read_file(home + "/.gwuser.xml") == expected(input.text(), home), "all other lines stay");
+  fuzz::require(fuzz::read_file(home + "/.gwuser.xml") == expected(input.text(), home),
+                "all other lines stay");
   return 0;
 }

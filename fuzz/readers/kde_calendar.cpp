@@ -37,7 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string root = home + "/archive";
   fuzz::write_file(root + "/ImapMail/Calendar/calendar.ics", parts[0]);
   fuzz::write_file(root + "/ImapMail/Tasks/tasks.ics", parts[1]);
-  fuzz::require(kmailcallendar(fuzz::target_in(home, root, System::redflag)) == 0, "a calendar is taken over");
+  fuzz::require(kmailcallendar(fuzz::target_in(home, root, System::redflag)) == 0,
+                "a calendar is taken over");
   fuzz::commands_run();
 
   const auto found = fuzz::read_file(home + "/.kde/share/apps/korganizer/std.ics");

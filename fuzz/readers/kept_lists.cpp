@@ -14,13 +14,15 @@ constexpr const char* run = "2026-11-22-014530";
 
 void check_row(const keep::Row& row) {
   const std::string line = keep::line_of(row);
-  fuzz::require(fuzz::count_of(line, "\n") == 1 && fuzz::count_of(line, "\t") == 3, "a row is one line of four cells");
+  fuzz::require(fuzz::count_of(line, "\n") == 1 && fuzz::count_of(line, "\t") == 3,
+                "a row is one line of four cells");
   const auto again = keep::row_from(std::string_view(line).substr(0, line.size() - 1));
   fuzz::require(again && again->kind == row.kind && again->name == row.name && again->before == row.before &&
                     again->became == row.became,
                 "a row is read as it was written");
   for (const std::string* cell : {&row.before, &row.became}) {
-    if (const auto entry = place::entry_from(*cell)) fuzz::require(place::text_of(*entry) == *cell, "a state has one text");
+    if (const auto entry = place::entry_from(*cell))
+      fuzz::require(place::text_of(*entry) == *cell, "a state has one text");
     fuzz::require(things::unescaped(things::escaped(*cell)) == *cell, "a value is read as it was written");
     fuzz::require(!fuzz::contains(things::escaped(*cell), "\n"), "a value is written on one line");
   }
@@ -29,10 +31,11 @@ void check_row(const keep::Row& row) {
 std::vector<keep::Row> rows_in(const std::string& path) {
   const int file = open(path.c_str(), O_RDONLY);
   std::size_t count = 0;
-  fuzz::require(keep::read_rows(file, [&](const keep::Row& row) {
-                  check_row(row);
-                  ++count;
-                }),
+  fuzz::require(keep::read_rows(file,
+                                [&](const keep::Row& row) {
+                                  check_row(row);
+                                  ++count;
+                                }),
                 "a list can be read");
   const std::vector<keep::Row> joined = keep::joined_rows(file);
   close(file);
@@ -43,12 +46,16 @@ std::vector<keep::Row> rows_in(const std::string& path) {
 // The account does not know of new homes and names.
 void compare(const std::vector<keep::Row>& rows, const account::KeptList& list) {
   using State = account::KeptList::State;
-  fuzz::require(list.state == State::whole || list.state == State::unfinished, "the account reads the same list");
+  fuzz::require(list.state == State::whole || list.state == State::unfinished,
+                "the account reads the same list");
   std::size_t others = 0, at = 0;
   for (const keep::Row& row : rows) {
-    const bool is_counted = row.kind != keep::Kind::run && row.kind != keep::Kind::names && row.kind != keep::Kind::new_home;
+    const bool is_counted =
+        row.kind != keep::Kind::run && row.kind != keep::Kind::names && row.kind != keep::Kind::new_home;
     if (is_counted) ++others;
-    if (at < list.things.size() && list.things[at].name == row.name && list.things[at].kind == keep::word_of(row.kind)) ++at;
+    if (at < list.things.size() && list.things[at].name == row.name &&
+        list.things[at].kind == keep::word_of(row.kind))
+      ++at;
   }
   fuzz::require(list.made + list.things.size() <= others, "the account knows no more things than the undo");
   fuzz::require(at == list.things.size(), "its things stand in the list's order");
@@ -64,6 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   account::KeptList list = account::read_kept_list(home, run, "list.tsv");
   compare(rows, list);
   account::look_for_old_ones(list, home, run);
-  for (const account::KeptThing& thing : list.things) fuzz::require(!thing.is_kept, "what is not there is not kept");
+  for (const account::KeptThing& thing : list.things)
+    fuzz::require(!thing.is_kept, "what is not there is not kept");
   return 0;
 }

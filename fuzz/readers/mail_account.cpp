@@ -19,7 +19,8 @@ void check(const MailAccount& account) {
     fuzz::require(is_utf8(*text), "a text of an account is UTF-8");
     fuzz::require(text->find_first_of(std::string("\n\0", 2)) == std::string::npos,
                   "a text of an account holds neither a line end nor a NUL");
-    fuzz::require(text->size() <= most_bytes_for_one * line_limit, "a text does not grow when it is converted");
+    fuzz::require(text->size() <= most_bytes_for_one * line_limit,
+                  "a text does not grow when it is converted");
   }
   fuzz::require(!account.port.empty(), "an account has a port");
 }

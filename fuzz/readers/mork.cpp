@@ -10,6 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::require(rows.size() <= fuzz::count_of(text, "["), "a row begins with its bracket");
   for (const account::MorkRow& row : rows)
     for (const auto& [column, value] : row)
-      fuzz::require(!value.empty() && value.size() <= size && column.size() <= size, "a value stands in the text");
+      fuzz::require(!value.empty() && value.size() <= size && column.size() <= size,
+                    "a value stands in the text");
   return 0;
 }

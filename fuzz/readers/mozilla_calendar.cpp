@@ -1,5 +1,5 @@
-// Calendar and tasks on their way to the Mozilla calendar. But for the folding, the account's own rules must come to
-// the same.
+// Calendar and tasks on their way to the Mozilla calendar. But for the folding, the account's own rules must
+// come to the same.
 #include "account/kinds/calendar_changes.h"
 #include "process/mail/mozilla/personal.h"
 #include "support/commands.h"
@@ -45,7 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   account::MozillaAlarm alarm;
   const std::string calendar = rewritten(fuzz::mended(parts[0]), account::mozilla_calendar(alarm));
   const std::string tasks = rewritten(fuzz::mended(parts[1]), account::mozilla_tasks(alarm));
-  fuzz::require(found && unfolded(*found) == unfolded(tasks + calendar), "both programs make the same calendar");
+  fuzz::require(found && unfolded(*found) == unfolded(tasks + calendar),
+                "both programs make the same calendar");
   fuzz::require(found->size() <= most_growth * (size + 64), "a calendar does not grow without end");
   return 0;
 }

@@ -26,13 +26,15 @@ void check_texts(const std::string& text, const char* locale) {
 
 void check_names(const std::string& text, const char* locale) {
   const char* const page = dos_code_page(locale);
-  if (const auto name = converted(text, page, "UTF-8")) fuzz::require(is_utf8(*name), "a converted name is UTF-8");
+  if (const auto name = converted(text, page, "UTF-8"))
+    fuzz::require(is_utf8(*name), "a converted name is UTF-8");
   for (const bool is_marked : {false, true}) {
     const std::string shown = account::shown_name(text, account::dos_charset(locale), is_marked);
     fuzz::require(is_utf8(shown), "a shown name is UTF-8");
     const std::string fitting = account::fitting_path(shown);
     fuzz::require(is_utf8(fitting) && fitting.size() <= shown.size(), "a name is cut between two characters");
-    fuzz::require(fuzz::count_of(fitting, "/") == fuzz::count_of(shown, "/"), "a cut name stays in its folder");
+    fuzz::require(fuzz::count_of(fitting, "/") == fuzz::count_of(shown, "/"),
+                  "a cut name stays in its folder");
   }
 }
 
@@ -45,10 +47,10 @@ void check_spelling(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fuzz::Input input(data, size);
-  const std::string text(input.text());
+  const std::string text(std::string(input.text()).c_str());  // a NUL ends every name and value
   const char* const locale = locales[input.choice(std::size(locales))];
   check_texts(text, locale);
-  check_names(std::string(text.c_str()), locale);
+  check_names(text, locale);
   check_spelling(text);
   return 0;
 }

@@ -34,6 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::require(begun == count_of_lines(*notes, "BEGIN:VCALENDAR"), "each entry has its calendar");
   fuzz::require(begun == count_of_lines(*notes, "END:VCALENDAR"), "each calendar has its end");
   fuzz::require(fuzz::count_of(*notes, "\n") == 8 * begun, "an entry has eight lines");
-  fuzz::require(notes->size() <= most_growth * size + note_count * size_of_entry, "notes do not grow without end");
+  fuzz::require(notes->size() <= most_growth * size + note_count * size_of_entry,
+                "notes do not grow without end");
   return 0;
 }

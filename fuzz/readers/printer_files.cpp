@@ -1,5 +1,5 @@
-// Printer descriptions on their way to print queues, by either family of tools: every command is read as a shell
-// reads it, and every value is one word of it.
+// Printer descriptions on their way to print queues, by either family of tools: every command is read as a
+// shell reads it, and every value is one word of it.
 #include <algorithm>
 #include <array>
 
@@ -12,8 +12,9 @@
 
 namespace {
 
-constexpr std::array programs = {"dos2unix", "foomatic-configure", "foomatic-ppdfile-bd", "lpadmin", "lpoptions",
-                                 "lpinfo",   "grep",               "rm",                  "su"};
+constexpr std::array programs = {
+    "dos2unix", "foomatic-configure", "foomatic-ppdfile-bd", "lpadmin", "lpoptions", "lpinfo", "grep", "rm",
+    "su"};
 
 bool is_tool(const fuzz::Words& words) { return words[0] == "foomatic-configure" || words[0] == "lpadmin"; }
 
@@ -35,9 +36,11 @@ void check_commands() {
     fuzz::require(std::ranges::find(programs, words[0]) != programs.end(), "only the known programs are run");
     if (is_tool(words)) check_queue_command(words);
     if (words[0] == "su") {
-      fuzz::require(words.size() == 4 && words[1] == "-" && words[3].starts_with("-c"), "su runs one command");
+      fuzz::require(words.size() == 4 && words[1] == "-" && words[3].starts_with("-c"),
+                    "su runs one command");
       const fuzz::Words inner = fuzz::words_of(words[3].substr(2));
-      fuzz::require(inner.size() == 3 && inner[0] == "lpoptions" && inner[1] == "-d", "the command names a printer");
+      fuzz::require(inner.size() == 3 && inner[0] == "lpoptions" && inner[1] == "-d",
+                    "the command names a printer");
     }
   }
 }

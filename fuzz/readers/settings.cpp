@@ -29,8 +29,10 @@ void check_value(std::FILE* file, const char* key, bool is_there) {
     fuzz::require(*value == given, "the given function gives the same value");
   }
   std::free(given);
-  fuzz::require(flag_setting(file, key).has_value() == is_there, "a flag is found where a line holds the key");
-  fuzz::require(get_char(file, key) == flag_setting(file, key).value_or('\0'), "the given function gives the same flag");
+  fuzz::require(flag_setting(file, key).has_value() == is_there,
+                "a flag is found where a line holds the key");
+  fuzz::require(get_char(file, key) == flag_setting(file, key).value_or('\0'),
+                "the given function gives the same flag");
 }
 
 // The account's own reader takes carriage returns off, and does not look where a character is cut.

@@ -28,7 +28,8 @@ void check_uid(int (*get)(const char*, char*), const std::string& text, const ch
 void check_repair(const std::string& home, const std::string& text) {
   const std::string file = home + "/.gconf/apps/evolution/calendar/%gconf.xml";
   fuzz::write_file(file, text);
-  fuzz::require(repair_source_list(fuzz::target_in(home, home), SourceList::calendar) == 0, "a list is repaired");
+  fuzz::require(repair_source_list(fuzz::target_in(home, home), SourceList::calendar) == 0,
+                "a list is repaired");
   const std::string after = fuzz::read_file(file).value_or("");
   std::size_t kept = 0;
   std::string replaced;

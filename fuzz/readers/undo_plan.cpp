@@ -21,7 +21,8 @@ void check(const undo::Item& item, const undo::Ground& ground) {
   fuzz::require(undo::is_plain(item.path), "a path has no dots and no doubled slashes");
   fuzz::require(!undo::is_own_file(item.path), "no list names the program's own files");
   const bool acts = item.deed != undo::Deed::none && item.deed != undo::Deed::leave;
-  fuzz::require(!acts || undo::is_within(item.path, ground.home), "nothing is done outside of a home of somebody else");
+  fuzz::require(!acts || undo::is_within(item.path, ground.home),
+                "nothing is done outside of a home of somebody else");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The wizard's own look into a zip: its list, its entries, the names that it gives back to what unzip has made.
+// The wizard's own look into a zip: its list, its entries, the names that it gives back to what unzip has
+// made.
 #include "process/archive/zip.h"
 
 #include <algorithm>
@@ -27,7 +28,8 @@ bool check_list(const Zip& zip) {
       return have <= left;
     });
     if (reading == Zip::Reading::stopped) return false;
-    fuzz::require(reading != Zip::Reading::whole || have == entry.size, "an entry that is whole has its size");
+    fuzz::require(reading != Zip::Reading::whole || have == entry.size,
+                  "an entry that is whole has its size");
     left -= have;
     static_cast<void>(zip.says_utf8(number) || zip.made_on_windows(number) || zip.may_be_file(number));
   }
@@ -53,7 +55,8 @@ void check_tree(const std::string& folder) {
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
     fuzz::require(entry.is_regular_file() || entry.is_directory(), "there are only files and folders");
     const std::string name = entry.path().filename();
-    fuzz::require(name.size() <= 255 && !name.starts_with("names") , "no name is too long, no working folder stays");
+    fuzz::require(name.size() <= 255 && !name.starts_with("names"),
+                  "no name is too long, no working folder stays");
   }
 }
 
@@ -78,6 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   restore_names({.archive = archive, .folder = folder, .code_page = code_page, .password = "secret"},
                 [] { return false; });
   check_tree(folder);
-  fuzz::require(fuzz::names_in(home) == std::vector<std::string>{"a.zip", "unpacked"}, "nothing is made outside");
+  fuzz::require(fuzz::names_in(home) == std::vector<std::string>{"a.zip", "unpacked"},
+                "nothing is made outside");
   return 0;
 }

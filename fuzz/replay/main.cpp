@@ -1,11 +1,11 @@
-// Every reader's harness without libFuzzer: the inputs that were found and the seeds, changes of the seeds, and each
-// seed as a long file.
+// Every reader's harness without libFuzzer: the inputs that were found and the seeds, changes of the seeds,
+// and each seed as a long file.
 //
 //   replay-readers [--count N] [--long BYTES] [--made FOLDER] [NAME...]
 //
-// N: changes of each seed, 40 unless said. BYTES: how long the long files are, 64 KiB unless said; 0 for none.
-// FOLDER: seeds that make-seeds has made. Runs itself in a private view of the machine. Ends at the first input that
-// is a find, and names it.
+// N: changes of each seed, 40 unless said. BYTES: how long the long files are, 64 KiB unless said; 0 for
+// none. FOLDER: seeds that make-seeds has made. Runs itself in a private view of the machine. Ends at the
+// first input that is a find, and names it.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -102,7 +102,8 @@ std::size_t try_seed(const Reader& reader, const fs::path& file, const Options& 
   for (std::uint64_t number = 1; number <= options.count; ++number)
     try_input(reader, mutated(seed, number), name + " with change " + std::to_string(number));
   if (options.longest > 0)
-    try_input(reader, stretched(seed, options.longest), name + " stretched to " + std::to_string(options.longest));
+    try_input(reader, stretched(seed, options.longest),
+              name + " stretched to " + std::to_string(options.longest));
   return options.count + 2;
 }
 
@@ -115,7 +116,8 @@ std::size_t try_reader(const Reader& reader, const Options& options) {
     ++tried;
   }
   for (const std::string& folder : {fuzz + "seeds", options.made})
-    for (const fs::path& file : files_in(folder + "/" + reader.name)) tried += try_seed(reader, file, options);
+    for (const fs::path& file : files_in(folder + "/" + reader.name))
+      tried += try_seed(reader, file, options);
   return tried;
 }
 

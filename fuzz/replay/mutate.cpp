@@ -8,11 +8,20 @@ namespace {
 
 using Random = std::mt19937_64;
 
-constexpr std::array<std::string_view, 28> words = {
-    "\n",          "\r\n",        "\n\n",       std::string_view("\0", 1), "=",          ":",         ";",
-    "'",           "\"",          "\\",         "$(id)",                   "../",        "/",         "\t",
-    "\xff",        "\xEF\xBB\xBF", "\x1a",       "\x1e",                    "\xd6\xd0",   "\xe4\xb8",  "From ",
-    "BEGIN:VEVENT\n", "END:VCARD\n", "--",         "boundary=\"",             "UNTIL=",     ";TZID=",    "PK\x01\x02"};
+constexpr std::array<std::string_view, 28> words = {"\n",          "\r\n",
+                                                    "\n\n",        std::string_view("\0", 1),
+                                                    "=",           ":",
+                                                    ";",           "'",
+                                                    "\"",          "\\",
+                                                    "$(id)",       "../",
+                                                    "/",           "\t",
+                                                    "\xff",        "\xEF\xBB\xBF",
+                                                    "\x1a",        "\x1e",
+                                                    "\xd6\xd0",    "\xe4\xb8",
+                                                    "From ",       "BEGIN:VEVENT\n",
+                                                    "END:VCARD\n", "--",
+                                                    "boundary=\"", "UNTIL=",
+                                                    ";TZID=",      "PK\x01\x02"};
 
 std::size_t below(Random& random, std::size_t limit) { return limit == 0 ? 0 : random() % limit; }
 

@@ -21,7 +21,8 @@ namespace {
 std::vector<Words> ran;
 std::map<std::string, std::string> answers;
 
-// ---- Reading a line as the shell does ----------------------------------------------------------------------
+// ---- Reading a line as the shell does
+// ----------------------------------------------------------------------
 
 struct Line {
   Words words;                        // of the first program
@@ -101,7 +102,8 @@ class Lexer {
   bool begun_ = false, takes_output_ = false, in_later_program_ = false;
 };
 
-// ---- The programs --------------------------------------------------------------------------------------------
+// ---- The programs
+// --------------------------------------------------------------------------------------------
 
 using Program = int (*)(const Words& arguments, std::string& output);
 
@@ -168,8 +170,9 @@ int convert(const Words& names, std::string&) {
 int nothing(const Words&, std::string&) { return 0; }
 
 // dos2unix passes over what it takes for binary; then the caller does its work, and that is to be tried.
-const std::map<std::string, Program> programs = {{"cp", copy},          {"cat", print},   {"rm", remove},
-                                                 {"mkdir", make_folders}, {"iconv", convert}, {"dos2unix", nothing}};
+const std::map<std::string, Program> programs = {{"cp", copy},       {"cat", print},
+                                                 {"rm", remove},     {"mkdir", make_folders},
+                                                 {"iconv", convert}, {"dos2unix", nothing}};
 
 bool is_option(const std::string& word) { return word.starts_with('-'); }
 
@@ -177,8 +180,10 @@ Words arguments_of(const Words& words) {
   Words arguments;
   for (std::size_t at = 1; at < words.size(); ++at) {
     const bool takes_value = words[0] == "iconv" && (words[at] == "-f" || words[at] == "-t");
-    if (takes_value) ++at;
-    else if (!is_option(words[at])) arguments.push_back(words[at]);
+    if (takes_value)
+      ++at;
+    else if (!is_option(words[at]))
+      arguments.push_back(words[at]);
   }
   return arguments;
 }

@@ -65,7 +65,8 @@ const std::string& empty_home() {
 void write_file(const std::string& path, std::string_view bytes) {
   fs::create_directories(fs::path(path).parent_path());
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"), std::fclose);
-  require(file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size(), "a file can be written");
+  require(file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size(),
+          "a file can be written");
 }
 
 std::optional<std::string> read_file(const std::string& path) {
@@ -135,7 +136,9 @@ std::string without_carriage_returns(std::string_view text) {
 
 }  // namespace
 
-std::string with_plain_line_ends(std::string_view text) { return without_carriage_returns(without_marks(text)); }
+std::string with_plain_line_ends(std::string_view text) {
+  return without_carriage_returns(without_marks(text));
+}
 
 std::string mended(std::string_view text) {
   std::string lines(without_marks(text));

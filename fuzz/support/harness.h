@@ -1,8 +1,9 @@
 // What the harnesses of the readers share: the input, what must hold, a home to work in.
 //
-// A harness is one file of fuzz/readers with the function that libFuzzer calls. It hands the input to a reader as
-// an archive or somebody else's home would, and requires of the result what must hold for any input. A crash, a
-// report of a sanitizer and a requirement that does not hold are the same to whoever runs it: a find.
+// A harness is one file of fuzz/readers with the function that libFuzzer calls. It hands the input to a
+// reader as an archive or somebody else's home would, and requires of the result what must hold for any
+// input. A crash, a report of a sanitizer and a requirement that does not hold are the same to whoever runs
+// it: a find.
 #ifndef BRINDLE_FUZZ_SUPPORT_HARNESS_H
 #define BRINDLE_FUZZ_SUPPORT_HARNESS_H
 
@@ -19,8 +20,8 @@
 
 namespace fuzz {
 
-/// Ends the program, after `what` and the place on the standard error that it was started with, when `holds` is
-/// false. `what` says what must be so.
+/// Ends the program, after `what` and the place on the standard error that it was started with, when `holds`
+/// is false. `what` says what must be so.
 void require(bool holds, const char* what, const char* file = __builtin_FILE(), int line = __builtin_LINE());
 
 /// One input. An honest file is one as it stands.
@@ -34,18 +35,19 @@ class Input {
   /// A number below `count` that depends on the input: the last byte's.
   std::size_t choice(std::size_t count) const;
 
-  /// The `count` files that it stands for: the byte 0x1E is between them. Missing ones are empty, the last one has
-  /// all that is left.
+  /// The `count` files that it stands for: the byte 0x1E is between them. Missing ones are empty, the last
+  /// one has all that is left.
   std::vector<std::string> parts(std::size_t count) const;
 
  private:
   std::string_view text_;
 };
 
-// ---- A home of this process alone, empty for each input ----------------------------------------------------
+// ---- A home of this process alone, empty for each input
+// ----------------------------------------------------
 
-/// Removes what an earlier input has left there and returns its path, below /home. Whoever asks for the user being
-/// migrated is told that it is the owner, a profile of an archive.
+/// Removes what an earlier input has left there and returns its path, below /home. Whoever asks for the user
+/// being migrated is told that it is the owner, a profile of an archive.
 const std::string& empty_home();
 
 /// Writes a file with the folders it lies in.
@@ -60,7 +62,8 @@ std::vector<std::string> names_in(const std::string& path);
 /// For the profile whose home that is, with the archive root (or profile's folder) `root`.
 Target target_in(const std::string& home, const std::string& root, System system = System::other);
 
-// ---- Texts ---------------------------------------------------------------------------------------------------
+// ---- Texts
+// ---------------------------------------------------------------------------------------------------
 
 /// `text` open for reading.
 std::unique_ptr<std::FILE, int (*)(std::FILE*)> opened(std::string_view text);

@@ -1,5 +1,5 @@
-// The windows that the worker asks for. Nobody opens one here: questions are declined before that, and a reader that
-// posts a notice would wait for ever, which counts as a find.
+// The windows that the worker asks for. Nobody opens one here: questions are declined before that, and a
+// reader that posts a notice would wait for ever, which counts as a find.
 #include "state/posts.h"
 
 int show_popup_window(void*) { return 0; }
