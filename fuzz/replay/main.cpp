@@ -1,11 +1,10 @@
 // Every reader's harness without libFuzzer: the inputs that were found and the seeds, changes of the seeds,
 // and each seed as a long file.
 //
-//   replay-readers [--count N] [--long BYTES] [--made FOLDER] [NAME...]
+//   replay-readers [--count N] [--long BYTES] [NAME...]
 //
 // N: changes of each seed, 40 unless said. BYTES: how long the long files are, 64 KiB unless said; 0 for
-// none. FOLDER: seeds that make-seeds has made. Runs itself in a private view of the machine. Ends at the
-// first input that is a find, and names it.
+// none. Runs itself in a private view of the machine. Ends at the first input that is a find, and names it.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -48,7 +47,6 @@ constexpr unsigned most_seconds = 20;  // for one input, under the address check
 struct Options {
   std::uint64_t count = 40;
   std::size_t longest = std::size_t{1} << 16;
-  std::string made;
   std::vector<std::string> names;
 };
 
@@ -107,6 +105,9 @@ std::size_t try_seed(const Reader& reader, const fs::path& file, const Options& 
   return options.count + 2;
 }
 
+// Of those that make-seeds has made while this was built.
+fs::path made_seeds() { return fs::read_symlink("/proc/self/exe").parent_path() / "../fuzz/made"; }
+
 std::size_t try_reader(const Reader& reader, const Options& options) {
   const std::string fuzz = std::string(std::getenv("BRINDLE_VIEW_SOURCE")) + "/fuzz/";
   std::size_t tried = 1;
@@ -115,9 +116,8 @@ std::size_t try_reader(const Reader& reader, const Options& options) {
     try_input(reader, content_of(file), "found/" + file.filename().string());
     ++tried;
   }
-  for (const std::string& folder : {fuzz + "seeds", options.made})
-    for (const fs::path& file : files_in(folder + "/" + reader.name))
-      tried += try_seed(reader, file, options);
+  for (const fs::path& folder : {fs::path(fuzz + "seeds"), made_seeds()})
+    for (const fs::path& file : files_in(folder / reader.name)) tried += try_seed(reader, file, options);
   return tried;
 }
 
@@ -130,8 +130,6 @@ Options options_of(int argc, char** argv) {
       options.count = std::strtoull(argv[++at], nullptr, 10);
     } else if (word == "--long" && has_value) {
       options.longest = std::strtoull(argv[++at], nullptr, 10);
-    } else if (word == "--made" && has_value) {
-      options.made = argv[++at];
     } else {
       options.names.push_back(word);
     }
