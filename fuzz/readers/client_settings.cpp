@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t most_growth = 2;  // "\u" and four digits are three bytes
 
 void check(const std::vector<account::MailAccount>& accounts, std::size_t size) {
+  fuzz::require(accounts.size() <= size, "an account is named in the text");
   for (const account::MailAccount& account : accounts)
     for (const auto& [field, value] : account)
       fuzz::require(value.size() <= most_growth * size + 16, "a value stands in the text");

@@ -3,7 +3,7 @@
 //
 //   replay-readers [--count N] [--long BYTES] [NAME...]
 //
-// N: changes of each seed, 40 unless said. BYTES: how long the long files are, 64 KiB unless said; 0 for
+// N: changes of each seed, 60 unless said. BYTES: how long the long files are, 64 KiB unless said; 0 for
 // none. Runs itself in a private view of the machine. Ends at the first input that is a find, and names it.
 #include <fcntl.h>
 #include <unistd.h>
@@ -45,7 +45,7 @@ constexpr Reader readers[] = {
 constexpr unsigned most_seconds = 20;  // for one input, under the address checker and beside other tests
 
 struct Options {
-  std::uint64_t count = 40;
+  std::uint64_t count = 60;
   std::size_t longest = std::size_t{1} << 16;
   std::vector<std::string> names;
 };
