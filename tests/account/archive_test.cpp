@@ -195,6 +195,18 @@ TEST(Entries, whose_data_are_damaged_fail_at_their_end) {
   EXPECT_TRUE(whole);
 }
 
+// A checksum of nothing fits any number of bytes that are not there.
+TEST(Entries, that_are_shorter_than_their_list_says_are_not_whole) {
+  std::string bytes = raw_zip({{"a", ""}, {"b", ""}});
+  bytes[bytes.find("PK\1\2") + 24] = 50;
+  const Raw raw(bytes);
+  bool whole = true;
+  EXPECT_EQ("", raw.archive->read(*raw.archive->find("a"), 100, &whole));
+  EXPECT_FALSE(whole);
+  EXPECT_EQ("", raw.archive->read(*raw.archive->find("b"), 100, &whole));
+  EXPECT_TRUE(whole);
+}
+
 TEST(Frames, with_something_before_and_a_comment) {
   for (const bool large : {false, true}) {
     RawFrame frame;

@@ -170,6 +170,15 @@ TEST(Bookmarks, are_known_by_their_folders) {
       found, ElementsAre("News/News/C http://c.example/", "News/C http://c.example/", "C http://c.example/"));
 }
 
+TEST(Bookmarks, keep_no_path_that_fills_the_memory) {
+  std::string many;
+  for (int i = 0; i < 20000; ++i) many += "<H3>News</H3><DL><A HREF=\"http://a\">A</A>";
+  const std::vector<Bookmark> found = read_bookmarks(many);
+  ASSERT_EQ(20000u, found.size());
+  EXPECT_EQ("News/", found.front().folder);
+  EXPECT_EQ(512u, found.back().folder.size());
+}
+
 TEST(Bookmarks, hostile_text_ends_the_list) {
   EXPECT_EQ(0u, read_bookmarks("").size());
   EXPECT_EQ(0u, read_bookmarks("<").size());

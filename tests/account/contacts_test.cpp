@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <map>
 
+#include "account/readers/mork.h"
+#include "account/readers/vcard.h"
 #include "account/scene.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -332,6 +335,26 @@ TEST(Contacts, a_book_that_mozilla_cannot_read_is_named) {
   unlink(mozilla.c_str());
   EXPECT_EQ((Names{"Bob: Its place " + mozilla + " is not there."}),
             missing_names(scene.look(Kind::contacts)));
+}
+
+TEST(Contacts, mork_that_names_one_long_text_often_is_read_as_far_as_it_has_room) {
+  std::string text = "<<(a=c)>(80=X)> <(81=" + std::string(1 << 18, 'x') + ")>";
+  for (int row = 1; row <= 10000; ++row) text += "[" + std::to_string(row) + ":1(^80^81)]";
+  std::size_t bytes = 0;
+  for (const MorkRow& row : mork_rows(text)) bytes += row.at("X").size();
+  EXPECT_GE(bytes, std::size_t{1} << 20);
+  EXPECT_LE(bytes, 16 * text.size() + (1 << 20));
+}
+
+// Each "=" at a line's end asks again whether the line is quoted-printable.
+TEST(Contacts, a_card_of_endless_folds_is_read_in_time) {
+  std::string text = "BEGIN:VCARD\nNOTE";
+  for (int line = 0; line < 200000; ++line) text += "\n =";
+  const std::clock_t begun = std::clock();
+  EXPECT_TRUE(Card(text + "\nEND:VCARD\n", [](std::string_view bytes) { return std::string(bytes); })
+                  .fields()
+                  .empty());
+  EXPECT_LT(std::clock() - begun, 10 * CLOCKS_PER_SEC);
 }
 
 TEST(Contacts, mork_that_ends_anywhere_is_read) {

@@ -326,6 +326,21 @@ TEST_F(Names, AreLeftWhenTheyAreNoLongerWanted) {
   }
 }
 
+// What has no place is not left behind under a name of ours.
+TEST_F(Names, ThatLeadThroughAFileLeaveNothingBehind) {
+  unpack({{"a", "file"}, {"a/M\x81ller", "below"}});
+  EXPECT_THAT(found(), ElementsAre("a=file"));
+  EXPECT_THAT(said, HasSubstr("cannot be put in its place: a/Müller"));
+}
+
+TEST_F(Names, OfManyFilesWithOneContentAreFoundInTime) {
+  std::vector<PackedFile> files;
+  for (int number = 0; number < 3000; ++number) files.push_back({"\x81" + std::to_string(number), ""});
+  unpack(files);
+  EXPECT_EQ(files.size(), found().size());
+  EXPECT_TRUE(exists("/tmp/w/ü2999"));
+}
+
 // ---- Code pages -----------------------------------------------------------------------------------------
 
 TEST(CodePage, IsThatOfTheLanguage) {

@@ -180,6 +180,16 @@ TEST_F(FoomaticSearch, RefusesAnIdThatDoesNotFit) {
   EXPECT_STREQ("", Id2);
 }
 
+// A command with it would be refused, and the options be set of a queue that is not there.
+TEST_F(FoomaticSearch, RefusesADriverWithANulInIt) {
+  using namespace std::string_literals;
+  database_knows("D E F", "Id='A-B' Driver='o\0ne'"s);
+  const Model model = find_foomatic_model("/root", "D E F");
+  EXPECT_EQ("'A-B'", model.id);
+  EXPECT_EQ("", model.driver);
+  EXPECT_STREQ("", Driver2);
+}
+
 TEST_F(FoomaticSearch, LogsTheRemovalOfAMissingFile) {
   SystemLog log;
   finddriver("A");

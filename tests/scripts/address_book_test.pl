@@ -403,6 +403,10 @@ for my $line ('PHOTO;ENCODING=b:TcO8bGxlcg==', 'X-ICON;ENCODING=b:AAECAw==', 'NO
 }
 is lines_of("item1.TEL;TYPE=\"a;b\";CHARSET=UTF-8:1"), "item1.TEL;TYPE=\"a;b\":1\n", 'group and other parameters stay';
 
+put_bytes("$folder/nested", "BEGIN:VCARD\nFN:A\nAGENT:\n" x 12000 . "END:VCARD\n" x 12000 . $bob);
+is `ulimit -t 5; perl $scripts/vcard2vcf.pl < '$folder/nested' 2> $folder/messages`, "BEGIN:VCARD\nFN:A\nEND:VCARD\n$bob",
+    'contacts in each other, thousands deep, are given up in time';
+
 ok system("perl $scripts/vcard2vcf.pl < '$book' > /dev/full 2> $folder/messages") != 0, 'a full disk is a failure';
 like bytes_of("$folder/messages"), qr/^address book: the contacts could not be written: /, 'and is said';
 

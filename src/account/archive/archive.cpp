@@ -189,6 +189,7 @@ struct EntryStream::Parts {
   OneEntry shown;
   zip_t* zip = nullptr;
   zip_file_t* file = nullptr;
+  std::uint64_t left = 0;  // of the length that the list tells, which the library does not look at
   bool failed = false;
 
   Parts() { zip_error_init(&shown.error); }
@@ -209,8 +210,11 @@ EntryStream::~EntryStream() = default;
 std::size_t EntryStream::read(std::span<char> buffer) {
   if (parts_->failed || parts_->file == nullptr) return 0;
   const zip_int64_t got = zip_fread(parts_->file, buffer.data(), buffer.size());
-  if (got < 0) parts_->failed = true;
-  return got > 0 ? static_cast<std::size_t>(got) : 0;
+  const std::uint64_t size = got > 0 ? static_cast<std::uint64_t>(got) : 0;
+  if (got < 0 || size > parts_->left || (got == 0 && !buffer.empty() && parts_->left > 0))
+    parts_->failed = true;
+  parts_->left -= std::min(size, parts_->left);
+  return size;
 }
 
 bool EntryStream::failed() const { return parts_->failed; }
@@ -273,6 +277,7 @@ bool Archive::has(std::string_view name) const { return find(name) != nullptr ||
 EntryStream Archive::open(const Entry& entry) const {
   auto parts = std::make_unique<EntryStream::Parts>();
   parts->failed = true;
+  parts->left = entry.size;
   OneEntry& shown = parts->shown;
   shown.file = file_;
   shown.begin = entry.header;

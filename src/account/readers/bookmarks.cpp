@@ -12,6 +12,8 @@
 namespace account {
 namespace {
 
+constexpr std::size_t longest_path = 512;
+
 struct Entity {
   std::string_view written;
   char meant;
@@ -102,11 +104,14 @@ class Reader {
     }
   }
 
-  // The list of the whole file has no heading.
+  // The list of the whole file has no heading. A path that nobody reads would be kept again with each
+  // bookmark.
   std::string folder() const {
     std::string path;
-    for (const std::string& name : folders_)
+    for (const std::string& name : folders_) {
       if (!name.empty()) path += name + "/";
+      if (path.size() > longest_path) return path.substr(0, longest_path);
+    }
     return path;
   }
 

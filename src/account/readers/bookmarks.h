@@ -10,7 +10,7 @@
 namespace account {
 
 struct Bookmark {
-  std::string folder;  ///< "A/B/" for one in B in A; empty at the top
+  std::string folder;  ///< "A/B/" for one in B in A, at most 512 bytes; empty at the top
   std::string title;
   std::string url;
 

@@ -7,11 +7,12 @@
 namespace account {
 namespace {
 
+constexpr std::size_t most_growth = 16;
 constexpr std::string_view blanks = " \t\r\n\f";
 
 class Reader {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  explicit Reader(std::string_view text) : text_(text), room_(most_growth * text.size() + (1 << 20)) {}
 
   std::vector<MorkRow> rows() {
     while (skip_to_something()) read_one();
@@ -97,6 +98,9 @@ class Reader {
         continue;
       }
       const auto [column, value] = read_cell();
+      const std::size_t size = column.size() + value.size();
+      if (size > room_) continue;
+      room_ -= size;
       if (value.empty()) {
         row.erase(column);
       } else {
@@ -176,6 +180,7 @@ class Reader {
 
   std::string_view text_;
   std::size_t place_ = 0;
+  std::size_t room_;  // for values: a file made to fill the memory names a long one again and again
   std::string scope_;
   Dictionary columns_, atoms_;
   std::map<std::string, MorkRow> rows_;

@@ -12,6 +12,7 @@ namespace account {
 namespace {
 
 constexpr std::size_t longest_line = 1 << 16;
+constexpr std::size_t most_accounts = 500;  // each may have all of its values from the same few lines
 
 using Prefs = std::map<std::string, std::string>;
 
@@ -146,7 +147,7 @@ std::vector<MailAccount> read_mozilla_accounts(const std::string& path) {
   const Prefs prefs = read_mozilla_prefs(path);
   const std::string names = value_of(prefs, "mail.accountmanager.accounts");
   std::vector<MailAccount> accounts;
-  for (std::string_view list = names; !list.empty();) {
+  for (std::string_view list = names; !list.empty() && accounts.size() < most_accounts;) {
     const std::string name = next_name(list);
     if (prefs.contains("mail.account." + name + ".server")) accounts.push_back(account_of(prefs, name));
   }

@@ -14,7 +14,7 @@ namespace account {
 namespace {
 
 constexpr std::size_t longest_line = std::size_t{16} << 20, longest_card = std::size_t{32} << 20,
-                      longest_in_full = 512;
+                      longest_in_full = 512, longest_name = 1024;
 
 std::string capitals(std::string_view text) {
   std::string result(text);
@@ -36,7 +36,9 @@ std::size_t colon_of(std::string_view line) {
   return std::string_view::npos;
 }
 
+// Looked for in front alone: a line that goes on and on is asked again each time.
 bool is_quoted_printable(std::string_view line) {
+  line = line.substr(0, longest_name);
   const std::size_t colon = colon_of(line);
   return colon != std::string_view::npos &&
          capitals(line.substr(0, colon)).find("QUOTED-PRINTABLE") != std::string::npos;

@@ -248,15 +248,16 @@ class Restorer {
   }
 
   void compare(const std::vector<std::string>& files, const std::vector<std::size_t>& candidates) {
-    std::unordered_map<std::uint32_t, std::vector<std::string>> by_content;
+    // Sets: of empty files an archive may have a hundred thousand.
+    std::unordered_map<std::uint32_t, std::set<std::string>> by_content;
     for (const std::string& file : files)
-      if (const auto sum = tree_.checksum(file)) by_content[*sum].push_back(file);
+      if (const auto sum = tree_.checksum(file)) by_content[*sum].insert(file);
     // What lies where it belongs stays there, the rest takes any place of its content.
     for (const bool in_place : {true, false}) {
       for (const std::size_t at : candidates) {
         if (wanted_[at].settled) continue;
-        std::vector<std::string>& same = by_content[wanted_[at].crc];
-        const auto file = in_place ? std::find(same.begin(), same.end(), wanted_[at].path) : same.begin();
+        std::set<std::string>& same = by_content[wanted_[at].crc];
+        const auto file = in_place ? same.find(wanted_[at].path) : same.begin();
         if (file == same.end()) continue;
         settle(at, *file);
         same.erase(file);
@@ -328,6 +329,7 @@ class Restorer {
     if (tree_.move(staged(at), path)) return true;
     std::fprintf(stderr, "Left out of the migration, it cannot be put in its place: %s: %s\n", path.c_str(),
                  std::strerror(errno));
+    tree_.remove_file(staged(at));
     return false;
   }
 

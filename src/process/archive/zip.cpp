@@ -86,10 +86,13 @@ Zip::Reading Zip::read(std::uint64_t number, const char* password,
     return code == ZIP_ER_COMPNOTSUPP ? Reading::unknown_compression : Reading::wrong;
   }
   std::vector<char> piece(piece_size);
+  std::uint64_t have = 0;
   for (;;) {
     const zip_int64_t size = zip_fread(file.get(), piece.data(), piece.size());
     if (size < 0) return Reading::wrong;
-    if (size == 0) return Reading::whole;
+    // The library does not look at the length that the list tells.
+    if (size == 0) return have == entry(number).size ? Reading::whole : Reading::wrong;
+    have += static_cast<std::uint64_t>(size);
     if (!take({piece.data(), static_cast<std::size_t>(size)})) return Reading::stopped;
   }
 }

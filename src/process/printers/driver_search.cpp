@@ -82,12 +82,18 @@ std::string field(std::string_view line, std::string_view label) {
   return found == std::string_view::npos ? "" : up_to_blank(line.substr(found + label.size()));
 }
 
-// The model that a line of the listing names. A text that does not fit into its global is none: cut, it would
-// be another one.
+// Keeps `text` in its global. One that does not fit or holds a NUL is none: cut, it would be another one.
+template <std::size_t Size>
+void keep_whole(char (&global)[Size], std::string& text) {
+  const bool is_cut = text.find('\0') != std::string::npos;
+  if (!assign(global, is_cut ? "" : text.c_str()) || is_cut) text.clear();
+}
+
+// The model that a line of the listing names.
 Model listed_model(const std::string& line) {
   Model model = {field(line, "Id="), field(line, "Driver=")};
-  if (!assign(Id2, model.id.c_str())) model.id.clear();
-  if (!assign(Driver2, model.driver.c_str())) model.driver.clear();
+  keep_whole(Id2, model.id);
+  keep_whole(Driver2, model.driver);
   std::printf("Id=%s\tDriver=%s", model.id.c_str(), model.driver.c_str());
   return model;
 }

@@ -22,7 +22,8 @@ struct Model {
 [[nodiscard]] bool keep_cups_search(const std::string& home);
 
 /// Searches the foomatic database. Either text of the model is empty when the line found, or the person's
-/// answer, does not have it or it is longer than 255 bytes. Leaves both in `Id2` and `Driver2` as well.
+/// answer, does not have it, or it is longer than 255 bytes or holds a NUL. Leaves both in `Id2` and
+/// `Driver2` as well.
 Model find_foomatic_model(const std::string& home, const std::string& driver_name);
 
 /// Searches the model list of CUPS for a model marked "recommended". Leaves the PPD's name in `Driver` as
