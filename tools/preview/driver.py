@@ -44,6 +44,7 @@ TITLES = {
     "nofilespecified": "no-file-given", "nofilefound": "no-file-found", "notzipfile": "no-zip",
     "notenoughspace": "no-space", "dialog_specify_username_password": "credentials-missing",
     "zippassword": "password", "zipwrongpassword": "wrong-password", "zipotherencryption": "other-encryption",
+    "unpackingstopped": "unpacking-stopped",
 }
 
 RECORD = "/run/brindle/record/started"  # the commands that were started

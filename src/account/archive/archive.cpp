@@ -189,6 +189,7 @@ struct EntryStream::Parts {
   OneEntry shown;
   zip_t* zip = nullptr;
   zip_file_t* file = nullptr;
+  std::uint64_t left = 0;  // of the bytes that the list says there are
   bool failed = false;
 
   Parts() { zip_error_init(&shown.error); }
@@ -209,8 +210,12 @@ EntryStream::~EntryStream() = default;
 std::size_t EntryStream::read(std::span<char> buffer) {
   if (parts_->failed || parts_->file == nullptr) return 0;
   const zip_int64_t got = zip_fread(parts_->file, buffer.data(), buffer.size());
-  if (got < 0) parts_->failed = true;
-  return got > 0 ? static_cast<std::size_t>(got) : 0;
+  if (got < 0 || static_cast<std::uint64_t>(got) > parts_->left) {
+    parts_->failed = true;  // damaged; or more than the list says, which may go on for days
+    return 0;
+  }
+  parts_->left -= static_cast<std::uint64_t>(got);
+  return static_cast<std::size_t>(got);
 }
 
 bool EntryStream::failed() const { return parts_->failed; }
@@ -273,6 +278,7 @@ bool Archive::has(std::string_view name) const { return find(name) != nullptr ||
 EntryStream Archive::open(const Entry& entry) const {
   auto parts = std::make_unique<EntryStream::Parts>();
   parts->failed = true;
+  parts->left = entry.size;
   OneEntry& shown = parts->shown;
   shown.file = file_;
   shown.begin = entry.header;

@@ -86,10 +86,13 @@ Zip::Reading Zip::read(std::uint64_t number, const char* password,
     return code == ZIP_ER_COMPNOTSUPP ? Reading::unknown_compression : Reading::wrong;
   }
   std::vector<char> piece(piece_size);
+  std::uint64_t left = entry(number).size;
   for (;;) {
     const zip_int64_t size = zip_fread(file.get(), piece.data(), piece.size());
-    if (size < 0) return Reading::wrong;
+    // The library looks at the length at the end, and there may be no end.
+    if (size < 0 || static_cast<std::uint64_t>(size) > left) return Reading::wrong;
     if (size == 0) return Reading::whole;
+    left -= static_cast<std::uint64_t>(size);
     if (!take({piece.data(), static_cast<std::size_t>(size)})) return Reading::stopped;
   }
 }
