@@ -10,6 +10,7 @@
 #include <limits>
 #include <optional>
 #include <stop_token>
+#include <system_error>
 
 #include "process/archive/work_folder.h"
 #include "process/archive/zip.h"
