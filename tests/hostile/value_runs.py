@@ -1,0 +1,93 @@
+#!/usr/bin/python3
+"""Whole runs with hostile values in every place of an archive.
+
+  value_runs.py --system NAME --sample NAME [options of unittest]
+"""
+import argparse
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path[:0] = [HERE, os.path.join(HERE, "..", "wizard")]
+
+import judge
+import preview_run
+import values
+
+
+def read_options():
+    parser = argparse.ArgumentParser(allow_abbrev=False)
+    parser.add_argument("--system", required=True)
+    parser.add_argument("--sample", required=True)
+    parser.add_argument("--keep", default="", help="folder for the archive and what the run left")
+    options, rest = parser.parse_known_args()
+    return options, sys.argv[:1] + rest
+
+
+OPTIONS, UNITTEST_ARGUMENTS = read_options()
+DOCUMENTS = "/Desktop/mydocument" if OPTIONS.system.startswith("redflag") else "/Documents"
+
+
+def stage_with_recorder(place):
+    """What the build has installed, and a library in every process that writes down what is started."""
+    shutil.copytree(preview_run.BUILD + "/stage", place, symlinks=True, copy_function=os.link)
+    library = "/usr/local/lib/brindle-process-recorder.so"
+    os.makedirs(os.path.dirname(place + library), exist_ok=True)
+    os.makedirs(place + "/etc", exist_ok=True)
+    subprocess.run(["cc", "-O1", "-shared", "-fPIC", "-o", place + library, HERE + "/process_recorder.c"], check=True)
+    with open(place + "/etc/ld.so.preload", "w", encoding="ascii") as file:
+        file.write(library + "\n")
+
+
+class HostileValues(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        place = tempfile.TemporaryDirectory(dir=preview_run.BUILD)
+        cls.addClassCleanup(place.cleanup)
+        stage_with_recorder(place.name + "/stage")
+        make = values.one_person if OPTIONS.sample == "one-person" else values.family
+        archive = place.name + "/hostile.zip"
+        cls.plan = make(f"{preview_run.BUILD}/samples/{OPTIONS.sample}.zip", archive)
+        # The folder of the result is what the recorder writes into.
+        cls.run_ = preview_run.run(OPTIONS.system, archive, "--share-login", "u';>/canary-0;':p`>/canary-0`$(>/canary-0)@\"",
+                                   stage=place.name + "/stage", files=("processes",))
+        cls.started = judge.processes(cls.run_.folder + "/processes")
+        if OPTIONS.keep:
+            shutil.copytree(cls.run_.folder, OPTIONS.keep, dirs_exist_ok=True, symlinks=True)
+            shutil.copyfile(archive, OPTIONS.keep + "/hostile.zip")
+
+    def none_of(self, faults):
+        self.assertEqual([], faults[:20], f"{len(faults)} in all")
+
+    def test_it_reaches_its_end(self):
+        self.assertEqual(0, self.run_.status, self.run_.output[-2000:])
+        self.assertEqual([], [row for row in self.run_.commands if not row[0].isdigit()])
+
+    def test_many_programs_were_seen(self):
+        """Or the judgements below say nothing."""
+        self.assertLess(100, len(self.started))
+        self.assertLess(500, len(self.plan.planted))
+
+    def test_no_value_was_run(self):
+        self.none_of(judge.canaries(self.run_))
+
+    def test_no_foreign_program_was_started(self):
+        self.none_of(judge.foreign_programs(self.started))
+
+    def test_each_value_is_one_word(self):
+        self.none_of(judge.torn_values(self.started, self.plan))
+
+    def test_nothing_changed_elsewhere(self):
+        self.none_of(judge.changed_elsewhere(self.run_))
+        self.none_of(judge.work_left(self.run_))
+
+    def test_no_sanitizer_spoke(self):
+        self.assertEqual([], self.run_.sanitizer_reports())
+
+
+if __name__ == "__main__":
+    unittest.main(argv=UNITTEST_ARGUMENTS, verbosity=2)
