@@ -18,7 +18,7 @@ foomatic-compiledb foomatic-printjob foomatic-perl-data
 cupsd cups-deviced cups-driverd cups-exec backend usb parallel serial socket lpd ipp http https smb snmp dnssd driverless
 brindle brindle-wizard brindle-account brindle-undo brindle-suite-import standin setarch locale openbox import
 import-im6.q16 dbus-daemon at-spi2-registryd at-spi-bus-launcher Xvfb gvfsd dconf-service xdotool logger localedef
-mail-session ldconfig db5.3_dump dpkg hostname id gzip gs basename dirname cut
+mail-session ldconfig db5.3_dump dpkg hostname id gzip gs basename dirname cut cksum date
 """.splitlines():
     PROGRAMS.update(line.split())
 
@@ -106,17 +106,46 @@ def bytes_of(run, path):
         return b""
 
 
-def evolution_accounts(run, home):
-    """Each account's text as the settings' file has it, as XML where it is such."""
-    text = bytes_of(run, home + "/.gconf/apps/evolution/mail/%gconf.xml")
+def as_unpacked(name):
+    """A file's name as it is after unzip: what is no UTF-8 has been read in the code page of the language, American."""
     try:
-        root = xml.etree.ElementTree.fromstring(text)
-    except xml.etree.ElementTree.ParseError as error:
-        return [f"the settings cannot be read: {error}"]
-    found = []
-    for value in root.findall("./entry[@name='accounts']//stringvalue"):
-        try:
-            found.append(xml.etree.ElementTree.fromstring((value.text or "").encode()))
-        except xml.etree.ElementTree.ParseError:
-            found.append(value.text or "")
-    return found
+        name.decode()
+        return name
+    except UnicodeDecodeError:
+        return name.decode("cp437").encode()
+
+
+def missing_names(run, plan, place, folder):
+    """Planted names of `place` that do not lie in `folder`."""
+    there = names_in(run, folder)
+    planted = [each for each in plan.planted.values() if each.place == place]
+    return [f"{each.kind}: {each.value!r}" for each in planted if as_unpacked(each.value) not in there] if planted else [
+        "nothing was planted"]
+
+
+def missing_drives(run, plan, place, desktop):
+    """Drives without their link, or whose link names another share."""
+    faults = []
+    for each in plan.planted.values():
+        if each.place == place:
+            share = each.beside.split(b"\0")[0]
+            text = bytes_of(run, os.fsencode(desktop) + b"/" + each.value)
+            # What a NUL ends has lost its line end as well: such a drive has no second line.
+            if b"\nURL=smb://server/" + share + b"\n" not in text and b"\0" not in each.beside:
+                faults.append(f"{each.kind}: {each.value!r}: {text[-200:]!r}")
+    return faults
+
+
+def missing_settings(text, plan, keys, readable, kinds=None):
+    """Values of these keys of mail accounts that `text` has not; `readable` is what becomes of a value."""
+    faults = []
+    for each in plan.planted.values():
+        if each.place.rpartition("- ")[2] in keys and "mail-accounts" in each.place and (not kinds or each.kind in kinds):
+            if readable(each.value.split(b"\0")[0]) not in text:
+                faults.append(f"{each.kind} of {each.place}: {each.value!r}")
+    return faults
+
+
+def strings_of_settings(data):
+    """All texts of a file of GConf settings, as an XML reader finds them."""
+    return "\n".join(part.text or "" for part in xml.etree.ElementTree.fromstring(data).iter("stringvalue")).encode()

@@ -23,13 +23,18 @@ def read_options():
     parser = argparse.ArgumentParser(allow_abbrev=False)
     parser.add_argument("--system", required=True)
     parser.add_argument("--sample", required=True)
+    parser.add_argument("--few", action="store_true", help="only some kinds of values")
     parser.add_argument("--keep", default="", help="folder for the archive and what the run left")
     options, rest = parser.parse_known_args()
     return options, sys.argv[:1] + rest
 
 
 OPTIONS, UNITTEST_ARGUMENTS = read_options()
+SEVERAL = OPTIONS.sample == "family"
+HOME, TOP = ("/home/nora", values.ROOT + "Profiles/nora/") if SEVERAL else ("/root", values.ROOT)
 DOCUMENTS = "/Desktop/mydocument" if OPTIONS.system.startswith("redflag") else "/Documents"
+GNOME = OPTIONS.system in ("gnome", "nld")
+SHARE = "u';>/canary-0;':p`>/canary-0`$(>/canary-0)@\""
 
 
 def stage_with_recorder(place):
@@ -49,11 +54,13 @@ class HostileValues(unittest.TestCase):
         place = tempfile.TemporaryDirectory(dir=preview_run.BUILD)
         cls.addClassCleanup(place.cleanup)
         stage_with_recorder(place.name + "/stage")
+        if OPTIONS.few:
+            values.take_few()
         make = values.one_person if OPTIONS.sample == "one-person" else values.family
         archive = place.name + "/hostile.zip"
         cls.plan = make(f"{preview_run.BUILD}/samples/{OPTIONS.sample}.zip", archive)
         # The folder of the result is what the recorder writes into.
-        cls.run_ = preview_run.run(OPTIONS.system, archive, "--share-login", "u';>/canary-0;':p`>/canary-0`$(>/canary-0)@\"",
+        cls.run_ = preview_run.run(OPTIONS.system, archive, "--share-login", SHARE, "--printer-driver", "laserjet",
                                    stage=place.name + "/stage", files=("processes",))
         cls.started = judge.processes(cls.run_.folder + "/processes")
         if OPTIONS.keep:
@@ -84,6 +91,44 @@ class HostileValues(unittest.TestCase):
     def test_nothing_changed_elsewhere(self):
         self.none_of(judge.changed_elsewhere(self.run_))
         self.none_of(judge.work_left(self.run_))
+
+    # ---- What has arrived
+
+    def test_names_of_files(self):
+        folders = {"My Documents": HOME + DOCUMENTS, "Desktop": HOME + "/Desktop",
+                   "File Extensions": "/Share" if SEVERAL else HOME + "/File Extensions"}
+        for folder, place in folders.items():
+            for what in ("file", "folder"):
+                self.none_of(judge.missing_names(self.run_, self.plan, f"{TOP}{folder} {what}", place))
+
+    def test_contents_of_files(self):
+        kept = {judge.bytes_of(self.run_, os.fsencode(HOME + DOCUMENTS + "/") + judge.as_unpacked(each.value)): each.kind
+                for each in self.plan.planted.values() if each.place == TOP + "My Documents file"}
+        self.assertEqual({b"file " + kind.encode() + b"\n": kind for kind in values.kinds()}, kept)
+
+    def test_drives(self):
+        self.none_of(judge.missing_drives(self.run_, self.plan, TOP + "Mapped_Drives name", HOME + "/Desktop"))
+
+    def test_bookmarks(self):
+        places = [path for path in self.run_.changes if path.startswith(HOME) and path.endswith("/bookmarks.html")]
+        self.assertTrue(places)
+        content = self.plan.files[(TOP + "Bookmark.htm").encode()]
+        self.assertIn(content, [judge.bytes_of(self.run_, path) for path in places])
+
+    def test_mail_accounts(self):
+        keys = ("Account Name", "SMTP Email Address", "SMTP Server", "POP3 Server", "IMAP Server", "POP3 User Name")
+        if GNOME:
+            data = judge.bytes_of(self.run_, HOME + "/.gconf/apps/evolution/mail/%gconf.xml")
+            text, keys = judge.strings_of_settings(data), ("Account Name", "SMTP Email Address")
+        elif OPTIONS.system == "linspire":
+            text = b"".join(judge.bytes_of(self.run_, path) for path in self.run_.changes
+                            if path.startswith(HOME) and path.endswith("/prefs.js"))
+        else:  # an address has no place there
+            keys = tuple(key for key in keys if key != "SMTP Email Address")
+            text = judge.bytes_of(self.run_, HOME + "/.kde/share/config/kmailrc")
+        self.assertTrue(text)
+        ascii_kinds = [kind for kind in values.kinds() if values.LINES.get(kind, b"").isascii()]
+        self.none_of(judge.missing_settings(text, self.plan, keys, bytes, ascii_kinds))
 
     def test_no_sanitizer_spoke(self):
         self.assertEqual([], self.run_.sanitizer_reports())

@@ -41,6 +41,7 @@ class Planted:
     kind: str
     place: str    # the file of the archive, and the key in it
     value: bytes  # with its marks
+    beside: bytes = b""  # of a drive: its share
 
     def begin(self):
         return b"q%db" % self.number
@@ -91,8 +92,19 @@ class Plan:
             file.write(made.whole())
 
 
+# Enough to find a place where a value is not taken as one word.
+FEW = ("command", "backquotes", "semicolon", "single-quote", "double-quote", "backslash", "glob", "percent", "blanks",
+       "invalid", "dash", "tilde")
+
+chosen = [*LINES, *BEGINNINGS]
+
+
 def kinds():
-    return [*LINES, *BEGINNINGS]
+    return chosen
+
+
+def take_few():
+    chosen[:] = FEW
 
 
 # ---- Places ----------------------------------------------------------------------------------------------
@@ -138,17 +150,20 @@ def plant_drives(plan, top):
     for number, kind in enumerate(kinds()):
         name = f"{top}Mapped_Drives/".encode() + b"%02d" % number + plan.name(kind, f"{top}Mapped_Drives file")
         share = plan.value(kind, f"{top}Mapped_Drives share")
-        plan.put(name, b"//server/" + share + b"\r\n" + plan.name(kind, f"{top}Mapped_Drives name") + b"\r\n")
+        drive = plan.name(kind, f"{top}Mapped_Drives name")
+        number = len(plan.planted)
+        plan.planted[number] = dataclasses.replace(plan.planted[number], beside=share)
+        plan.put(name, b"//server/" + share + b"\r\n" + drive + b"\r\n")
+
+
+def plant_bad_drives(plan, top):
+    """A name that leads out of the desktop, and one that is too long; the first of them ends the item."""
+    plan.put(f"{top}Mapped_Drives/climb", b"//server/share\r\n../../../../canary-0\r\n")
     plan.put(f"{top}Mapped_Drives/long", b"//s/" + b"x" * 65536 + b"\n" + b"n" * 200 + b"\n")
 
 
-def plant_climbing_drive(plan, top):
-    """Its name leads out of the desktop; it ends the item."""
-    plan.put(f"{top}Mapped_Drives/climb", b"//server/share\r\n../../../../canary-0\r\n")
-
-
-def plant_printers(plan, top, chosen):
-    for kind in chosen:
+def plant_printers(plan, top, some):
+    for kind in some:
         for port in (b"http://h/%s", b"%s:queue", b"//%s/p", b"LPT1%s"):
             place = f"{top}Printers {kind}"
             name = f"{top}Printers/".encode() + plan.name(kind, place + " file")
@@ -243,7 +258,7 @@ def family(sample, path):
         del plan.files[name]
     plant_all(plan, ROOT + "Profiles/nora/", (), "single-quote")
     plant_wallpaper(plan, ROOT + "Profiles/oskar/", "double-quote")
-    plant_climbing_drive(plan, ROOT + "Profiles/oskar/")
+    plant_bad_drives(plan, ROOT + "Profiles/oskar/")
     for kind in kinds():
         plan.put(f"{ROOT}Profiles/nora/Printers/".encode() + plan.name(kind, "Profiles printer"),
                  b"Printer Name=" + plan.value(kind, "Profiles printer") + b"\r\n")
