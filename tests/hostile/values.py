@@ -7,7 +7,6 @@ Each value stands between two marks with its number, so that one that was torn a
 `canary-NUMBER` if a shell read it.
 """
 import dataclasses
-import os
 import zipfile
 
 import zips
