@@ -2,6 +2,7 @@
 """Zips that no honest packer writes, byte by byte.
 
   zips.py DIR [NAME...]       writes DIR/NAME.zip for each, or for all but those of SLOW
+  zips.py --names             prints them
   zips.py --flips N DIR       writes N copies of an ordinary one with bits turned over, 0000.zip and on
 
 Every one holds the document `plain.txt` with the text "plain". What would have to lie outside the folder that it is
@@ -496,6 +497,9 @@ def write(folder, name, content):
 
 
 def main(words):
+    if words == ["--names"]:
+        print(*KINDS)
+        return
     if words[0] == "--flips":
         for name, content in (*flipped(int(words[1])), *truncated().items()):
             write(words[2], name, content)
