@@ -18,7 +18,7 @@ foomatic-compiledb foomatic-printjob foomatic-perl-data
 cupsd cups-deviced cups-driverd cups-exec backend usb parallel serial socket lpd ipp http https smb snmp dnssd driverless
 brindle brindle-wizard brindle-account brindle-undo brindle-suite-import standin setarch locale openbox import
 import-im6.q16 dbus-daemon at-spi2-registryd at-spi-bus-launcher Xvfb gvfsd dconf-service xdotool logger localedef
-mail-session ldconfig db5.3_dump dpkg hostname id gzip gs basename dirname cut cksum date whoami
+mail-session ldconfig db5.3_dump dpkg hostname id gzip gs basename dirname cut cksum date whoami setsid
 """.splitlines():
     PROGRAMS.update(line.split())
 
@@ -149,3 +149,8 @@ def missing_settings(text, plan, keys, readable, kinds=None):
 def strings_of_settings(data):
     """All texts of a file of GConf settings, as an XML reader finds them."""
     return "\n".join(part.text or "" for part in xml.etree.ElementTree.fromstring(data).iter("stringvalue")).encode()
+
+
+def without_controls(value):
+    """As a text that XML can hold."""
+    return bytes(byte for byte in value if byte >= ord(" ") or byte in b"\t\n\r")
