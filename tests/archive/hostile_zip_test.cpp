@@ -200,6 +200,21 @@ TEST(Bombs, HandOutNoMoreThanTheirListSays) {
   EXPECT_GE(10U, taken);
 }
 
+TEST(HostileZips, HoldWholeEntriesOnlyOfTheLengthThatTheirListSays) {
+  make("/tmp/z lying-sizes");
+  const Zip zip("/tmp/z/lying-sizes.zip");
+  ASSERT_TRUE(zip);
+  for (std::uint64_t number = 0; number < zip.count(); ++number) {
+    std::uint64_t taken = 0;
+    const auto take = [&taken](std::string_view bytes) {
+      taken += bytes.size();
+      return true;
+    };
+    const bool whole = zip.read(number, nullptr, take) == Zip::Reading::whole;
+    EXPECT_TRUE(!whole || taken == zip.entry(number).size) << zip.name(number);
+  }
+}
+
 TEST(Bombs, OfManyFilesWithOneContentGetTheirNamesInTime) {
   ASSERT_EQ(0, shell_quietly(
                    "cd '" + test_data("hostile") +

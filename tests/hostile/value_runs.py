@@ -121,7 +121,7 @@ class HostileValues(unittest.TestCase):
         keys = ("Account Name", "SMTP Email Address", "SMTP Server", "POP3 Server", "IMAP Server", "POP3 User Name")
         if GNOME:
             data = judge.bytes_of(self.run_, HOME + "/.gconf/apps/evolution/mail/%gconf.xml")
-            text, keys = judge.strings_of_settings(data), ("Account Name", "SMTP Email Address")
+            text, keys = judge.strings_of_settings(data, not SEVERAL), ("Account Name", "SMTP Email Address")
         elif OPTIONS.system == "linspire":
             text = b"".join(judge.bytes_of(self.run_, path) for path in self.run_.changes
                             if path.startswith(HOME) and path.endswith("/prefs.js"))

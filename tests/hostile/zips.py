@@ -306,18 +306,22 @@ def numbered(number=60_000):
 
 # ---- Lies in numbers -------------------------------------------------------------------------------------
 
-def lying_sizes():
+def lying_sizes(lies=({"size": 1}, {"size": 0}, {"size": 0xfffffffe}, {"packed_size": 0}, {"packed_size": 0xfffffffe},
+                      {"crc": 1})):
     made = Zip()
     packed = zlib.compress(b"text " * 1000)[2:-4]
     text = "text " * 1000
-    for number, said in enumerate(({"size": 1}, {"size": 0}, {"size": 0xfffffffe}, {"packed_size": 0},
-                                   {"packed_size": 0xfffffffe}, {"crc": 1}, {"size": 0xffffffff},
-                                   {"packed_size": 0xffffffff, "size": 0xffffffff})):
+    for number, said in enumerate(lies):
         made.add(DOCUMENTS + f"deflated{number}", text, packed=packed, method=8, **said)
         made.add(DOCUMENTS + f"stored{number}", text, **said)
         made.add(DOCUMENTS + f"störed{number}", text, **said)
         made.add(DOCUMENTS + f"own{number}", text, local=said)
     return made.whole()
+
+
+def lying_large():
+    """Numbers that stand for others in a field that is not there."""
+    return lying_sizes(({"size": 0xffffffff}, {"packed_size": 0xffffffff, "size": 0xffffffff}))
 
 
 def mismatch():
@@ -441,7 +445,7 @@ KINDS = {
     "duplicates": duplicates, "long-names": long_names, "deep": deep, "ratio": ratio, "lying-ratio": lying_ratio,
     "lying-ratio-other-letters": lying_ratio_other_letters, "many-lies": many_lies, "overlapping": overlapping,
     "overlapping-lies": overlapping_lies, "count": count, "count-other-letters": count_other_letters,
-    "numbered": numbered, "lying-sizes": lying_sizes, "mismatch": mismatch, "places": places, "counts": counts,
+    "numbered": numbered, "lying-sizes": lying_sizes, "lying-large": lying_large, "mismatch": mismatch, "places": places, "counts": counts,
     "methods": methods, "descriptors": descriptors, "large-numbers": large_numbers,
     "large-count": lambda: large_numbers(count=1 << 60), "large-size": lambda: large_numbers(size=1 << 60),
     "large-place": lambda: large_numbers(place=1 << 62), "large-end": lambda: large_numbers(end=1 << 62),

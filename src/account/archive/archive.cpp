@@ -210,8 +210,9 @@ EntryStream::~EntryStream() = default;
 std::size_t EntryStream::read(std::span<char> buffer) {
   if (parts_->failed || parts_->file == nullptr) return 0;
   const zip_int64_t got = zip_fread(parts_->file, buffer.data(), buffer.size());
-  if (got < 0 || static_cast<std::uint64_t>(got) > parts_->left) {
-    parts_->failed = true;  // damaged; or more than the list says, which may go on for days
+  // Damaged; more than the list says, which may go on for days; or less.
+  if (got < 0 || static_cast<std::uint64_t>(got) > parts_->left || (got == 0 && parts_->left > 0)) {
+    parts_->failed = true;
     return 0;
   }
   parts_->left -= static_cast<std::uint64_t>(got);

@@ -89,9 +89,9 @@ Zip::Reading Zip::read(std::uint64_t number, const char* password,
   std::uint64_t left = entry(number).size;
   for (;;) {
     const zip_int64_t size = zip_fread(file.get(), piece.data(), piece.size());
-    // The library looks at the length at the end, and there may be no end.
+    // The library looks at the length at the end, and not always; and there may be no end.
     if (size < 0 || static_cast<std::uint64_t>(size) > left) return Reading::wrong;
-    if (size == 0) return Reading::whole;
+    if (size == 0) return left == 0 ? Reading::whole : Reading::wrong;
     left -= static_cast<std::uint64_t>(size);
     if (!take({piece.data(), static_cast<std::size_t>(size)})) return Reading::stopped;
   }
