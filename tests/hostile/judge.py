@@ -89,6 +89,23 @@ def changed_elsewhere(run):
     return [path for path in run.changes if not any(place.fullmatch(path) for place in PLACES)]
 
 
+def damaged_accounts(run):
+    """Lines of the machine's account files that are no more as they were; a group may have more members."""
+    faults = []
+    for file in ("passwd", "group"):
+        if "/etc/" + file not in run.changes:
+            continue
+        after = bytes_of(run, "/etc/" + file).splitlines()
+        with open("/etc/" + file, "rb") as machine:
+            before = machine.read().splitlines()
+        faults += [f"{file}: {line!r}" for line in after if line.endswith(b"\\")]
+        for line in before:
+            same = [other for other in after if other.startswith(line)] if file == "group" else [line] * (line in after)
+            if not same:
+                faults.append(f"{file}: {line!r} is gone")
+    return faults
+
+
 def work_left(run):
     return [path for path in run.changes if path.startswith("/tmp/brind")]
 

@@ -94,6 +94,9 @@ class HostileValues(unittest.TestCase):
         self.none_of(judge.changed_elsewhere(self.run_))
         self.none_of(judge.work_left(self.run_))
 
+    def test_accounts_of_others_are_whole(self):
+        self.none_of(judge.damaged_accounts(self.run_))
+
     # ---- What has arrived
 
     def test_names_of_files(self):
