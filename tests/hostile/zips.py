@@ -294,13 +294,14 @@ def count_other_letters():
     return made.whole()
 
 
-def numbered(number=60_000):
+def numbered(letters="abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"):
     """Names that become one when they are cut for a number, each given twice."""
     made = Zip()
-    for at in range(number):
-        begin = f"{DOCUMENTS}{'é' * 120}{at:08}"
-        made.add(begin + "xxxxxxx.txt")
-        made.add(begin.encode() + b"\x01xxxxxxx.txt")
+    for one in letters:
+        for other in letters:
+            begin = (DOCUMENTS + "é" * 124 + "n" + one + other).encode()
+            made.add(begin + b".txt")
+            made.add(begin + b"\x01.txt")
     return made.whole()
 
 

@@ -496,6 +496,12 @@ TEST_F(BombArchive, IsStoppedToldAndNotMigrated) {
   EXPECT_FALSE(exists(dir()));
 }
 
+TEST_F(BombArchive, IsRemovedAtOnce) {
+  answer_command("rm -rf /tmp/brind", 0);
+  migrate_bomb();
+  EXPECT_FALSE(exists(dir()));
+}
+
 TEST_F(BombArchive, InACancelledRunIsNotTold) {
   isKilled = 1;
   migrate_bomb();
