@@ -96,6 +96,7 @@ FEW = ("command", "backquotes", "semicolon", "single-quote", "double-quote", "ba
        "invalid", "dash", "tilde")
 
 chosen = [*LINES, *BEGINNINGS]
+ports = [b"http://h/%s", b"%s:queue", b"LPT1%s", b"//%s/p"]
 
 
 def kinds():
@@ -103,7 +104,9 @@ def kinds():
 
 
 def take_few():
+    """Printers cost seconds each."""
     chosen[:] = FEW
+    ports[:] = ports[-1:]
 
 
 # ---- Places ----------------------------------------------------------------------------------------------
@@ -163,7 +166,7 @@ def plant_bad_drives(plan, top):
 
 def plant_printers(plan, top, some):
     for kind in some:
-        for port in (b"http://h/%s", b"%s:queue", b"//%s/p", b"LPT1%s"):
+        for port in ports:
             place = f"{top}Printers {kind}"
             name = f"{top}Printers/".encode() + plan.name(kind, place + " file")
             lines = [b"Port Name=" + port % plan.value(kind, place + " port"),
@@ -233,8 +236,9 @@ def plant_all(plan, top, printers, wallpaper):
 
 # ---- Archives --------------------------------------------------------------------------------------------
 
-def one_person(sample, path, printers=("command", "single-quote")):
+def one_person(sample, path):
     plan = Plan(sample)
+    printers = ("single-quote", "command")[:1 if chosen == list(FEW) else 2]
     for name in [name for name in plan.files if name.startswith(b"Brindle/Printers/")]:
         del plan.files[name]
     plant_all(plan, ROOT, printers, "command")
