@@ -170,7 +170,7 @@ def plant_printers(plan, top, some):
             place = f"{top}Printers {kind}"
             name = f"{top}Printers/".encode() + plan.name(kind, place + " file")
             lines = [b"Port Name=" + port % plan.value(kind, place + " port"),
-                     b"Driver Name=HP " + plan.value(kind, place + " driver") + b" LaserJet 4050",
+                     b"Driver Name=HP LaserJet 4050 " + plan.value(kind, place + " driver"),  # a driver that is found
                      b"Driver Name Wo Spaces=" + plan.value(kind, place + " queue"),
                      b"Printer Name=" + plan.value(kind, place + " name")]
             lines += [key.encode() + b"=" + plan.value(kind, f"{place} {key}") for key in PRINTER_KEYS]
@@ -238,7 +238,7 @@ def plant_all(plan, top, printers, wallpaper):
 
 def one_person(sample, path):
     plan = Plan(sample)
-    printers = ("single-quote", "command")[:1 if chosen == list(FEW) else 2]
+    printers = ("command", "double-quote")[:1 if chosen == list(FEW) else 2]
     for name in [name for name in plan.files if name.startswith(b"Brindle/Printers/")]:
         del plan.files[name]
     plant_all(plan, ROOT, printers, "command")

@@ -18,17 +18,17 @@ import zips
 
 # These do not reach the run: the window that comes instead.
 REFUSED = {"encrypted": "password", "encrypted-otherwise": "other-encryption", "no-list": "no-zip", "ratio": "no-space",
-           "overlapping": "no-space"}
+           "overlapping": "no-space", "lying-sizes": "no-space", "lying-large": "no-space"}
 # These are run with 300 MB and places for 20000 files in /tmp.
 SMALL = ("ratio", "lying-ratio", "lying-ratio-other-letters", "many-lies", "overlapping", "overlapping-lies", "count",
-         "encrypted")
+         "encrypted", "lying-sizes", "lying-large")
 STOPPED = ("lying-ratio", "lying-ratio-other-letters", "many-lies", "overlapping-lies", "count")
 # Where a file of the archive's own may lie, whatever its name.
 HOMES = ("/root/Documents", "/root/Desktop", "/root/.brindle_before")
 # What unzip takes plain.txt out of.
 WHOLE = ("climbing", "backslashes", "other-letters", "control-marks", "links", "devices", "set-id-bits", "twins",
          "long-names", "mismatch", "methods", "descriptors", "large-numbers", "long-comment", "broken-fields",
-         "lying-sizes", "count-other-letters", "numbered")
+         "count-other-letters", "numbered")
 
 
 def read_options():
