@@ -169,9 +169,10 @@ def plant_printers(plan, top, some):
         for port in ports:
             place = f"{top}Printers {kind}"
             name = f"{top}Printers/".encode() + plan.name(kind, place + " file")
-            lines = [b"Port Name=" + port % plan.value(kind, place + " port"),
+            # Without a slash: the tools look at these names before they give them to a shell of their own.
+            lines = [b"Port Name=" + port % plan.name(kind, place + " port"),
                      b"Driver Name=HP LaserJet 4050 " + plan.value(kind, place + " driver"),  # a driver that is found
-                     b"Driver Name Wo Spaces=" + plan.value(kind, place + " queue"),
+                     b"Driver Name Wo Spaces=" + plan.name(kind, place + " queue"),
                      b"Printer Name=" + plan.value(kind, place + " name")]
             lines += [key.encode() + b"=" + plan.value(kind, f"{place} {key}") for key in PRINTER_KEYS]
             plan.put(name, b"\r\n".join(lines) + b"\r\n")
