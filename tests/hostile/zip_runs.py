@@ -17,7 +17,7 @@ import preview_run
 import zips
 
 # These do not reach the run: the window that comes instead.
-REFUSED = {"encrypted": "password", "no-list": "no-zip", "ratio": "no-space",
+REFUSED = {"encrypted": "password", "frames": "no-zip", "no-list": "no-zip", "ratio": "no-space",
            "overlapping": "no-space", "lying-sizes": "no-space", "lying-large": "no-space"}
 # These are run with 300 MB and places for 20000 files in /tmp.
 SMALL = ("ratio", "lying-ratio", "lying-ratio-other-letters", "many-lies", "overlapping", "overlapping-lies", "count",
