@@ -208,3 +208,7 @@ void on_closebutton_zipWrongPassword_clicked(GtkButton* button, gpointer /*user_
 void on_closebutton_zipOtherEncryption_clicked(GtkButton* button, gpointer /*user_data*/) {
   destroy_window_of(GTK_WIDGET(button));
 }
+
+void on_closebutton_unpackingStopped_clicked(GtkButton* button, gpointer /*user_data*/) {
+  destroy_window_of(GTK_WIDGET(button));
+}

@@ -46,5 +46,6 @@ void on_closebutton2_clicked(GtkButton* button, gpointer user_data);
 void on_cancelbutton_zipPassword_clicked(GtkButton* button, gpointer user_data);
 void on_closebutton_zipWrongPassword_clicked(GtkButton* button, gpointer user_data);
 void on_closebutton_zipOtherEncryption_clicked(GtkButton* button, gpointer user_data);
+void on_closebutton_unpackingStopped_clicked(GtkButton* button, gpointer user_data);
 
 #endif

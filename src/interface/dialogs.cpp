@@ -153,6 +153,11 @@ GtkWidget* create_dialogcancel() {
                                "gtk-quit", G_CALLBACK(on_closebutton_quit_clicked)});
 }
 
+GtkWidget* create_unpackingStopped() {
+  return create_notice(isNLD, {"unpackingstopped", "unpackingstopped-label23", "closebutton_unpackingStopped",
+                               "gtk-close", G_CALLBACK(on_closebutton_unpackingStopped_clicked)});
+}
+
 GtkWidget* create_noFileSpecified() {
   return create_notice(isNLD, {"nofilespecified", "nofilespecified-label13", "closebutton_nofilespecified",
                                "gtk-close", G_CALLBACK(on_closebutton_nofilespecified_clicked)});

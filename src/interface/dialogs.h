@@ -18,6 +18,7 @@ GtkWidget* create_dialog_multi_user_error();
 GtkWidget* create_dialog_printer_error();
 GtkWidget* create_dialog_user_error();
 GtkWidget* create_dialogcancel();
+GtkWidget* create_unpackingStopped();
 
 /// Notices of the archive source page.
 GtkWidget* create_noFileSpecified();

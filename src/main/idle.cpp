@@ -135,6 +135,13 @@ int show_popup_multi_user_error_window(void* /*data*/) {
   return 0;
 }
 
+int show_popup_unpacking_stopped(void* /*data*/) {
+  take_hand_over();
+  const GdkLock lock;
+  if (isKilled == 0) show_over_page(create_unpackingStopped());
+  return 0;
+}
+
 int show_popup_printer_error_window(void* /*data*/) {
   take_hand_over();
   std::printf("in main::");

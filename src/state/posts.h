@@ -15,6 +15,7 @@ void take_hand_over();
 int show_popup_window(void* data);
 int show_popup_multi_user_error_window(void* data);
 int show_popup_printer_error_window(void* data);
+int show_popup_unpacking_stopped(void* data);
 int show_popup_user_error_window(void* data);
 int show_popup_window_select_driver(void* data);
 int show_smb_username_password_window(void* data);

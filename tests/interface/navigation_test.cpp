@@ -197,6 +197,21 @@ TEST_F(NavigationTest, MultiUserErrorDialog) {
   EXPECT_EQ(dialog_multi_user_error, nullptr);
 }
 
+TEST_F(NavigationTest, StoppedUnpackingIsTold) {
+  captured(show_popup_unpacking_stopped);
+  GtkWidget* dialog = visible_window(shipped_text("unpackingstopped"));
+  ASSERT_NE(dialog, nullptr);
+  EXPECT_EQ(label_text(dialog, "message"), shipped_text("unpackingstopped-label23"));
+  press(dialog, "closebutton_unpackingStopped");
+  EXPECT_EQ(visible_window(shipped_text("unpackingstopped")), nullptr);
+}
+
+TEST_F(NavigationTest, StoppedUnpackingIsNotToldInACancelledRun) {
+  isKilled = 1;
+  EXPECT_EQ(captured(show_popup_unpacking_stopped), "");
+  EXPECT_EQ(visible_window(shipped_text("unpackingstopped")), nullptr);
+}
+
 TEST_F(NavigationTest, PrinterErrorDialogWakesTheWorker) {
   isPrinterPopupOpen = 1;
   EXPECT_EQ(captured(show_popup_printer_error_window), "in main::");

@@ -309,8 +309,9 @@ TEST(ShippedTexts, EachOfThe77KeysIsFoundByItsOwnLine) {
 }
 
 // Behind those that every language has.
-const char* const later_keys[] = {"zipwrongpassword", "zipwrongpassword-label21", "zipotherencryption",
-                                  "zipotherencryption-label22"};
+const char* const later_keys[] = {"zipwrongpassword",   "zipwrongpassword-label21",
+                                  "zipotherencryption", "zipotherencryption-label22",
+                                  "unpackingstopped",   "unpackingstopped-label23"};
 
 TEST(EnglishTexts, TheLaterKeysHideNoneAndAreFound) {
   const std::string all = read_file(test_data("../data/texts/en_US"));

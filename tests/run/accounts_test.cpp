@@ -256,6 +256,20 @@ TEST_F(Family, ANameMustBeginWithALetterOrDigit) {
   EXPECT_THAT(said, HasSubstr("Invalid User."));
 }
 
+// One that ends a line of /etc/group takes the next group with it.
+TEST_F(Family, ANameMustHoldNoBackslash) {
+  profile("ann\\");
+  profile("b\\en");
+  profile("cy");
+  when_asked(user_notice, [] { user_notice.close(); });
+  const std::string groups = output_of("getent group | wc -l");
+  migrate();
+  EXPECT_EQ(2, times_posted("user error"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("\\"))));
+  EXPECT_TRUE(exists("/home/cy"));
+  EXPECT_EQ(groups, output_of("getent group | wc -l"));
+}
+
 TEST_F(Family, EachRefusedNameIsWaitedFor) {
   profile("_ann");
   profile("-ben");

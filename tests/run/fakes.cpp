@@ -57,6 +57,7 @@ int draw_posted_mark(void* data) {
 
 int show_popup_window(void*) { return note("done"); }
 int show_popup_multi_user_error_window(void*) { return note("multi user error"); }
+int show_popup_unpacking_stopped(void*) { return note("unpacking stopped"); }
 int show_popup_printer_error_window(void*) { return note("printer error", printer_notice); }
 int show_popup_user_error_window(void*) { return note("user error", user_notice); }
 int show_popup_window_select_driver(void*) { return note("driver window", driver_question); }

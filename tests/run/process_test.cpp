@@ -475,6 +475,40 @@ TEST_F(WindowsArchive, HalfUnpackedIsNotMigrated) {
   EXPECT_FALSE(exists(dir()));
 }
 
+struct BombArchive : Run {
+  static void migrate_bomb() {
+    on("Linspire");
+    ASSERT_EQ(0, shell_quietly("python3 -B '" + test_data("hostile/zips.py") + "' /tmp/z lying-ratio"));
+    migrate("/tmp/z/lying-ratio.zip");
+  }
+};
+
+TEST_F(BombArchive, IsStoppedToldAndNotMigrated) {
+  migrate_bomb();
+  EXPECT_FALSE(exists("/root/Documents"));
+  EXPECT_EQ(-1, marks()["image_1"]);
+  EXPECT_THAT(complained,
+              HasSubstr("Unpacking has been stopped, and nothing is migrated: the archive holds more "
+                        "than its list says.\n"));
+  EXPECT_THAT(said, HasSubstr("Temp Dir Path::/dev/null/Brindle\n"));
+  EXPECT_EQ(1, times_posted("unpacking stopped"));
+  EXPECT_EQ(1, times_posted("done"));
+  EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(BombArchive, IsRemovedAtOnce) {
+  answer_command("rm -rf /tmp/brind", 0);
+  migrate_bomb();
+  EXPECT_FALSE(exists(dir()));
+}
+
+TEST_F(BombArchive, InACancelledRunIsNotTold) {
+  isKilled = 1;
+  migrate_bomb();
+  EXPECT_EQ(0, times_posted("unpacking stopped"));
+  EXPECT_EQ(1, times_posted("done buttons"));
+}
+
 // ---- Skeleton homes -------------------------------------------------------------------------------------
 
 TEST_F(Run, AHomeWithoutABrowserProfileGetsOne) {

@@ -78,14 +78,17 @@ def sanitizer_options():
     return {}
 
 
-def run(system, archive, *options, user="root", scenario="", undo=""):
+def run(system, archive, *options, user="root", scenario="", undo="", stage=BUILD + "/stage", files=()):
     """Previews `archive`, a path or the name of a sample, and takes it back by the steps of `undo`. Ends the test as
-    skipped where no view is to be had."""
+    skipped where no view is to be had. `stage` is what the view installs; programs of it may write into `files`,
+    which lie in /run/brindle/out there and in the run's folder here."""
     folder = tempfile.mkdtemp(prefix="brindle-run-")
     atexit.register(shutil.rmtree, folder, ignore_errors=True)
+    for name in files:
+        open(os.path.join(folder, name), "wb").close()
     if "/" not in archive:
         archive = f"{BUILD}/samples/{archive}.zip"
-    environment = dict(os.environ, **sanitizer_options(), BRINDLE_PREVIEW_STAGE=BUILD + "/stage",
+    environment = dict(os.environ, **sanitizer_options(), BRINDLE_PREVIEW_STAGE=stage,
                        BRINDLE_PREVIEW_RECORDER=BUILD + "/tools/brindle-shell-recorder",
                        BRINDLE_PREVIEW_SCENARIO=scenario, BRINDLE_PREVIEW_UNDO=undo)
     words = [SOURCE + "/preview", *(["--system", system] if system else []), "--user", user, "--out", folder,

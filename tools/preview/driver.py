@@ -20,6 +20,7 @@ Scenarios are for tests; each departs from the usual run at one place:
   type:PATH       types this path instead of the archive's
   wrong-password  types another password first, then the archive's
   full-tmp        a usual run; the view has next to no room in /tmp
+  small-tmp       a usual run; the view has 300 MB and places for 20000 files in /tmp
   kill-at:TEXT    ends the wizard by signal 9 as soon as it starts a command that has TEXT in it
 """
 import argparse
@@ -44,6 +45,7 @@ TITLES = {
     "nofilespecified": "no-file-given", "nofilefound": "no-file-found", "notzipfile": "no-zip",
     "notenoughspace": "no-space", "dialog_specify_username_password": "credentials-missing",
     "zippassword": "password", "zipwrongpassword": "wrong-password", "zipotherencryption": "other-encryption",
+    "unpackingstopped": "unpacking-stopped",
 }
 
 RECORD = "/run/brindle/record/started"  # the commands that were started

@@ -28,6 +28,7 @@ import tables
 
 HIDDEN = ("/root", "/home", "/tmp")
 NEVER_LISTED = ("/proc", "/dev", "/run", "/sys")
+LONGEST_PATH = 4095  # in bytes; the kernel takes no longer one, so what lies deeper is left out
 
 
 class State:
@@ -66,7 +67,13 @@ def walk(folder, left_out=()):
         folders[:] = [name for name in folders if not name.startswith("brindle-view-")
                       and os.path.join(here, name)[len(folder):] not in left_out]
         for name in folders + files:
-            yield os.path.join(here, name)[len(folder):]
+            place = os.path.join(here, name)
+            if can_be_named(place):
+                yield place[len(folder):]
+
+
+def can_be_named(path):
+    return len(os.fsencode(path)) <= LONGEST_PATH
 
 
 # ---- Layers: path -> State, or None for what lies on the machine and is gone in the view ------------------
@@ -239,6 +246,8 @@ def copy_files(rows, folder):
         if state is None:
             continue
         target = folder + path
+        if not can_be_named(target):
+            continue
         os.makedirs(os.path.dirname(target), exist_ok=True)
         if state.kind == stat.S_IFDIR:
             os.makedirs(target, exist_ok=True)

@@ -189,7 +189,7 @@ struct EntryStream::Parts {
   OneEntry shown;
   zip_t* zip = nullptr;
   zip_file_t* file = nullptr;
-  std::uint64_t left = 0;  // of the length that the list tells, which the library does not look at
+  std::uint64_t left = 0;  // of the bytes that the list says there are
   bool failed = false;
 
   Parts() { zip_error_init(&shown.error); }
@@ -210,11 +210,13 @@ EntryStream::~EntryStream() = default;
 std::size_t EntryStream::read(std::span<char> buffer) {
   if (parts_->failed || parts_->file == nullptr) return 0;
   const zip_int64_t got = zip_fread(parts_->file, buffer.data(), buffer.size());
-  const std::uint64_t size = got > 0 ? static_cast<std::uint64_t>(got) : 0;
-  if (got < 0 || size > parts_->left || (got == 0 && !buffer.empty() && parts_->left > 0))
+  // Damaged; more than the list says, which may go on for days; or less.
+  if (got < 0 || static_cast<std::uint64_t>(got) > parts_->left || (got == 0 && !buffer.empty() && parts_->left > 0)) {
     parts_->failed = true;
-  parts_->left -= std::min(size, parts_->left);
-  return size;
+    return 0;
+  }
+  parts_->left -= static_cast<std::uint64_t>(got);
+  return static_cast<std::size_t>(got);
 }
 
 bool EntryStream::failed() const { return parts_->failed; }

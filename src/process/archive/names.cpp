@@ -8,11 +8,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "process/archive/code_page.h"
@@ -24,6 +26,8 @@ namespace {
 
 constexpr std::size_t longest_name = 255;   // in bytes, on every file system of Linux
 constexpr std::size_t longest_ending = 64;  // what is longer is no file type
+constexpr std::size_t longest_path =
+    4000;  // in bytes; no command takes more than 4096 with what is before it
 
 bool is_control(char c) { return (static_cast<unsigned char>(c) < ' ') || c == '\x7f'; }
 
@@ -138,7 +142,7 @@ class Restorer {
   void add_wanted(std::uint64_t number, bool plain) {
     const std::string name = separated(number);
     std::string path = path_of(name, plain);
-    if (path.empty()) return;
+    if (path.empty() || is_too_long(path)) return;
     if (name.ends_with('/')) {
       want_folders_of(path + "/");
       if (!plain) made_folders_.push_back(path);
@@ -183,6 +187,16 @@ class Restorer {
     return path;
   }
 
+  // Each of its folders would be looked up by its whole path.
+  bool is_too_long(const std::string& path) {
+    if (path.size() <= longest_path) return false;
+    const std::string begin = path.substr(0, longest_name) + "...";
+    if (told_.insert(begin).second)
+      std::fprintf(stderr, "Left out of the migration, its path has more than %zu bytes: %s\n", longest_path,
+                   begin.c_str());
+    return true;
+  }
+
   std::string cut(const std::string& part) {
     std::string shorter = fitted(part, "");
     if (told_.insert(part).second)
@@ -194,9 +208,11 @@ class Restorer {
   // A path that no entry has yet.
   std::string with_number(const std::string& path) {
     const std::size_t begin = path.rfind('/') + 1;
+    // Those that are the same when they are cut for a number count together.
+    int& given = numbers_[path.substr(0, begin) + fitted(path.substr(begin), "~0000000")];
     std::string numbered;
     do {
-      const int number = ++numbers_[path] + 1;
+      const int number = ++given + 1;
       numbered = path.substr(0, begin) + fitted(path.substr(begin), "~" + std::to_string(number));
     } while (owners_.contains(numbered));
     return numbered;
@@ -272,10 +288,9 @@ class Restorer {
 
   // An entry whose file is nowhere may have been written over one with a plain name.
   void find_overwritten() {
-    std::unordered_multimap<std::uint64_t, std::size_t> homeless;
+    ByContent homeless;
     for (std::size_t at = 0; at < wanted_.size(); ++at)
-      if (is_looked_for(wanted_[at])) homeless.emplace(wanted_[at].size, at);
-    if (homeless.empty()) return;
+      if (is_looked_for(wanted_[at])) homeless.emplace(Content{wanted_[at].size, wanted_[at].crc}, at);
     for (std::size_t at = 0; at < wanted_.size() && !homeless.empty(); ++at) {
       const Wanted& plain = wanted_[at];
       if (!plain.plain || plain.settled || is_missing(plain)) continue;
@@ -287,21 +302,20 @@ class Restorer {
     }
   }
 
-  using BySize = std::unordered_multimap<std::uint64_t, std::size_t>;
+  using Content = std::pair<std::uint64_t, std::uint32_t>;  // size and checksum
+  using ByContent = std::multimap<Content, std::size_t>;
 
   // The homeless entry whose bytes lie in the file of `plain`.
-  BySize::iterator guest_in(const Wanted& plain, BySize& homeless) const {
+  ByContent::iterator guest_in(const Wanted& plain, ByContent& homeless) const {
     struct stat status {};
     const std::string path = unpacked_.folder + "/" + plain.path;
     if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return homeless.end();
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    const auto [begin, end] = homeless.equal_range(size);
-    if (begin == end) return homeless.end();
+    const auto of_size = homeless.lower_bound({size, 0});
+    if (of_size == homeless.end() || of_size->first.first != size) return homeless.end();
     const auto sum = tree_.checksum(plain.path);
     if (!sum || (size == plain.size && *sum == plain.crc)) return homeless.end();
-    const auto guest =
-        std::find_if(begin, end, [&](const auto& pair) { return wanted_[pair.second].crc == *sum; });
-    return guest == end ? homeless.end() : guest;
+    return homeless.find({size, *sum});
   }
 
   // ---- Moving and taking

@@ -7,13 +7,15 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
+#include "place/beneath.h"
 #include "shell/files.h"
 
 namespace {
 
-constexpr int folder_flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int folder_flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr std::size_t piece_size = 64 * 1024;
 
 std::string name_in(const std::string& path) { return path.substr(path.rfind('/') + 1); }
@@ -24,14 +26,20 @@ std::string folder_of(const std::string& path) {
 }
 
 // Splits the first name off `rest`.
-std::string next_name(std::string& rest) {
+std::string_view next_name(std::string_view& rest) {
   const std::size_t slash = rest.find('/');
-  std::string name = rest.substr(0, slash);
-  rest = slash == std::string::npos ? "" : rest.substr(slash + 1);
+  const std::string_view name = rest.substr(0, slash);
+  rest.remove_prefix(slash == std::string_view::npos ? rest.size() : slash + 1);
   return name;
 }
 
-bool may_be_entered(const std::string& name) { return !name.empty() && name != "." && name != ".."; }
+bool may_be_entered(std::string_view name) { return !name.empty() && name != "." && name != ".."; }
+
+bool leads_down(std::string_view path) {
+  while (!path.empty())
+    if (!may_be_entered(next_name(path))) return false;
+  return true;
+}
 
 }  // namespace
 
@@ -59,14 +67,16 @@ Tree::Contents Tree::contents() const {
 }
 
 Descriptor Tree::open_folder(const std::string& path, bool make) const {
-  Descriptor folder(openat(root_.number(), ".", folder_flags));
-  for (std::string rest = path; folder && !rest.empty();) {
-    const std::string name = next_name(rest);
-    if (!may_be_entered(name)) {
-      errno = EINVAL;
-      return Descriptor();
-    }
-    if (make && mkdirat(folder.number(), name.c_str(), 0777) != 0 && errno != EEXIST) return Descriptor();
+  if (!leads_down(path)) {
+    errno = EINVAL;
+    return Descriptor();
+  }
+  Descriptor there = place::open_beneath(root_.number(), path, folder_flags);
+  if (there || !make) return there;
+  Descriptor folder = place::open_beneath(root_.number(), "", folder_flags);
+  for (std::string_view rest = path; folder && !rest.empty();) {
+    const std::string name(next_name(rest));
+    if (mkdirat(folder.number(), name.c_str(), 0777) != 0 && errno != EEXIST) return Descriptor();
     folder = Descriptor(openat(folder.number(), name.c_str(), folder_flags));
   }
   return folder;

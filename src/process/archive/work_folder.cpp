@@ -34,6 +34,7 @@ constexpr useconds_t pause_microseconds = 20'000;
 
 struct Process {
   pid_t parent = 0;
+  std::string name;   // of its program, cut to 15 bytes
   std::string words;  // its command line
 };
 
@@ -55,13 +56,19 @@ pid_t parent_in(const std::string& status) {
   return static_cast<pid_t>(std::strtol(status.c_str() + end_of_name + 4, nullptr, 10));
 }
 
+std::string name_in(const std::string& status) {
+  const std::size_t begin = status.find('('), end = status.rfind(')');
+  return begin < end && end != std::string::npos ? status.substr(begin + 1, end - begin - 1) : "";
+}
+
 std::map<pid_t, Process> all_processes() {
   std::map<pid_t, Process> found;
   for (const std::string& name : list_folder("/proc").value_or(std::vector<std::string>())) {
     if (!std::isdigit(static_cast<unsigned char>(name[0]))) continue;
     const std::string folder = "/proc/" + name;
-    found[static_cast<pid_t>(std::atol(name.c_str()))] = {.parent = parent_in(text_of(folder + "/stat")),
-                                                          .words = text_of(folder + "/cmdline")};
+    const std::string status = text_of(folder + "/stat");
+    found[static_cast<pid_t>(std::atol(name.c_str()))] = {
+        .parent = parent_in(status), .name = name_in(status), .words = text_of(folder + "/cmdline")};
   }
   return found;
 }
@@ -74,18 +81,6 @@ bool comes_from(const std::map<pid_t, Process>& processes, pid_t child, pid_t an
     child = process->second.parent;
   }
   return false;
-}
-
-// Ends what this process has started and names `folder`; of a shell and its command only the command, so that
-// the shell can tell how it ended.
-void end_commands_on(const std::string& folder) {
-  const std::map<pid_t, Process> processes = all_processes();
-  std::set<pid_t> parents;
-  for (const auto& [id, process] : processes) parents.insert(process.parent);
-  for (const auto& [id, process] : processes) {
-    const bool names_it = process.words.find(folder) != std::string::npos;
-    if (names_it && !parents.contains(id) && comes_from(processes, id, getpid())) kill(id, SIGKILL);
-  }
 }
 
 std::string work_folder() {
@@ -115,6 +110,25 @@ bool is_worked_on(const std::string& folder) {
   });
 }
 
+std::optional<pid_t> command_on(const std::string& folder, const std::string& name) {
+  const std::map<pid_t, Process> processes = all_processes();
+  for (const auto& [id, process] : processes)
+    if (process.name == name && process.words.find(folder) != std::string::npos &&
+        comes_from(processes, id, getpid()))
+      return id;
+  return std::nullopt;
+}
+
+void end_commands_on(const std::string& folder) {
+  const std::map<pid_t, Process> processes = all_processes();
+  std::set<pid_t> parents;
+  for (const auto& [id, process] : processes) parents.insert(process.parent);
+  for (const auto& [id, process] : processes) {
+    const bool names_it = process.words.find(folder) != std::string::npos;
+    if (names_it && !parents.contains(id) && comes_from(processes, id, getpid())) kill(id, SIGKILL);
+  }
+}
+
 void stop_unpacking() {
   unwanted = true;
   for (int round = 0; filling > 0 && round < tries; ++round) {
@@ -122,6 +136,14 @@ void stop_unpacking() {
     if (!folder.empty()) end_commands_on(folder);
     usleep(pause_microseconds);
   }
+}
+
+void remove_unpacked_part(const std::string& folder) {
+  if (!is_own_folder(folder)) return;
+  std::error_code error;
+  std::filesystem::remove_all(folder, error);
+  // The library gives up in a tree of a thousand levels, rm does not.
+  if (error) shell::run_unlogged(compose("rm -rf %s", folder));
 }
 
 void remove_work_folder() {

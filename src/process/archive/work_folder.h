@@ -6,6 +6,9 @@
 #ifndef BRINDLE_PROCESS_ARCHIVE_WORK_FOLDER_H
 #define BRINDLE_PROCESS_ARCHIVE_WORK_FOLDER_H
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
 
 /// Worker: lives while the folder is made and filled.
@@ -22,6 +25,16 @@ class Unpacking {
 
 /// True when a command that this process has started names `folder` and so has its environment by now.
 bool is_worked_on(const std::string& folder);
+
+/// The process of the program `name`, started by this process, that names `folder`; no value without one.
+std::optional<pid_t> command_on(const std::string& folder, const std::string& name);
+
+/// Ends what this process has started and names `folder`; of a shell and its command only the command, so
+/// that the shell can tell how it ended.
+void end_commands_on(const std::string& folder);
+
+/// Removes the folder at once, however deep it is. Only one of this process's own user.
+void remove_unpacked_part(const std::string& folder);
 
 /// GUI thread: from now on nothing is unpacked. An unzip that runs is ended, and this returns when no thread
 /// fills the folder any more, at the latest after ten seconds.

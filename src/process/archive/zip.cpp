@@ -86,13 +86,13 @@ Zip::Reading Zip::read(std::uint64_t number, const char* password,
     return code == ZIP_ER_COMPNOTSUPP ? Reading::unknown_compression : Reading::wrong;
   }
   std::vector<char> piece(piece_size);
-  std::uint64_t have = 0;
+  std::uint64_t left = entry(number).size;
   for (;;) {
     const zip_int64_t size = zip_fread(file.get(), piece.data(), piece.size());
-    if (size < 0) return Reading::wrong;
-    // The library does not look at the length that the list tells.
-    if (size == 0) return have == entry(number).size ? Reading::whole : Reading::wrong;
-    have += static_cast<std::uint64_t>(size);
+    // The library looks at the length at the end, and not always; and there may be no end.
+    if (size < 0 || static_cast<std::uint64_t>(size) > left) return Reading::wrong;
+    if (size == 0) return left == 0 ? Reading::whole : Reading::wrong;
+    left -= static_cast<std::uint64_t>(size);
     if (!take({piece.data(), static_cast<std::size_t>(size)})) return Reading::stopped;
   }
 }

@@ -50,7 +50,7 @@ class Zip {
 
   /// Hands the unpacked bytes of an entry to `take`, piece by piece, until it returns false. `wrong`:
   /// damaged, or the password is not this entry's. Only after `whole` have length and checksum been found
-  /// right.
+  /// right; `take` never gets more than the length.
   Reading read(std::uint64_t number, const char* password,
                const std::function<bool(std::string_view)>& take) const;
 

@@ -44,10 +44,12 @@ void put(char (&buffer)[Size], const std::string& text) {
 constexpr const char* user_group = "users";
 constexpr const char* login_name_alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
+// useradd judges all but the first character. Debian's takes a backslash, and where it ends a line of
+// /etc/group, the group in the next line is lost.
 bool is_login_name(const std::string& name) {
   std::printf("P2::%s\n", login_name_alphabet);
   std::printf("P1::%c\n", name[0]);
-  return std::strchr(login_name_alphabet, name[0]) != nullptr;
+  return std::strchr(login_name_alphabet, name[0]) != nullptr && !contains(name, "\\");
 }
 
 void refuse_user(Question& notice) {

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -22,6 +23,7 @@
 #include "process/archive/names.h"
 #include "process/archive/safety.h"
 #include "process/archive/spelling.h"
+#include "process/archive/unzip_watch.h"
 #include "process/archive/work_folder.h"
 #include "process/run/accounts.h"
 #include "process/run/applications.h"
@@ -76,12 +78,23 @@ void take_back_password(const std::stop_token& unzip_has_ended, const char* dire
   PasswordForUnzip::take_back();
 }
 
-void run_unzip(const char* archive, const char* directory, const std::string& password) {
+// Says how far unzip went too far. A null directory is refused by the composer.
+Overrun run_unzip(const char* archive, const char* directory, const std::string& password) {
   const PasswordForUnzip in_environment(password);
   std::jthread watcher;
   if (!password.empty()) watcher = std::jthread(take_back_password, directory);
+  std::optional<UnzipWatch> watch;
+  if (directory != nullptr) watch.emplace(archive, directory);
   if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
     std::perror("In process() Unzip: ");
+  return watch ? watch->end() : Overrun::none;
+}
+
+void tell_about(Overrun overrun) {
+  std::fprintf(stderr, "Unpacking has been stopped, and nothing is migrated: %s.\n",
+               overrun == Overrun::room ? "there is not enough room left in /tmp"
+                                        : "the archive holds more than its list says");
+  if (isKilled == 0) post_to_gui(show_popup_unpacking_stopped, nullptr);
 }
 
 // What unzip has left, made safe and given its names.
@@ -104,12 +117,17 @@ std::string unpack(const char* archive, std::string password) {
   const char* directory = dir_name;
   const std::string place = directory == nullptr ? nowhere : directory;
   std::printf("Dir Name::%s", place.c_str());
-  if (Unpacking::is_wanted()) run_unzip(archive, directory, password);
-  if (directory != nullptr && Unpacking::is_wanted()) mend(archive, place, password);
+  const Overrun overrun = Unpacking::is_wanted() ? run_unzip(archive, directory, password) : Overrun::none;
+  if (overrun != Overrun::none) {
+    remove_unpacked_part(place);
+    tell_about(overrun);
+  }
+  const bool is_whole = overrun == Overrun::none && Unpacking::is_wanted();
+  if (directory != nullptr && is_whole) mend(archive, place, password);
   wipe(password);
   forget_password();
   // Half an archive is nobody's data.
-  std::string root = (Unpacking::is_wanted() ? place : nowhere) + "/" + layout::root;
+  std::string root = (is_whole && Unpacking::is_wanted() ? place : nowhere) + "/" + layout::root;
   std::printf("Temp Dir Path::%s\n", root.c_str());
   return root;
 }

@@ -170,6 +170,25 @@ TEST_F(EvolutionAccountsInGconf, AnAccountThatIsNotUtf8DoesNotLoseTheOthers) {
     EXPECT_THAT(list, HasSubstr(std::string("<account name=\"") + name + "\" uid="));
 }
 
+// The daemon writes them, and cannot read the file again.
+TEST_F(EvolutionAccountsInGconf, CharactersThatNoFileHoldsAreLeftOut) {
+  has("1",
+      "Account Name=Wo\x1b[2J\x07rk\x01\nSMTP Display Name=A\xEF\xBF\xBF\xEF\xBF\xBEnn\tB\nIMAP Server=h\n");
+  has("2", "Account Name=Club\nIMAP Server=h\n");
+  EXPECT_EQ(0, migrate());
+  shell_quietly("gconftool-2 --shutdown");
+  const std::string list = stored();
+  for (const char* text : {"<account name=\"Wo[2Jrk\"", "<name>Ann\tB</name>", "<account name=\"Club\""})
+    EXPECT_THAT(list, HasSubstr(text));
+}
+
+TEST_F(EvolutionAccounts, CharactersThatNoFileHoldsAreLeftOutForAProfileToo) {
+  make_profile();
+  has("1", "Account Name=Wo\x1brk\nIMAP Server=h\n");
+  EXPECT_EQ(0, migrate());
+  EXPECT_THAT(read_file(profile_file), HasSubstr("&lt;account name=&quot;Work&quot;"));
+}
+
 TEST_F(EvolutionAccountsInGconf, AStoringThatFailsIsReportedAndTheRestMigrated) {
   has("1", "Account Name=A\n");
   g_clear_object(&client);

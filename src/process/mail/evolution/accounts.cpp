@@ -5,6 +5,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "error/log.h"
@@ -128,6 +129,18 @@ std::string ending(const Target& target) {
   return is_evolution_2 != 0 ? ending_2 : fill(ending_1, {{"home", target.home}});
 }
 
+// GConf would write such a character into its file as it writes every other, and could not read the file any
+// more: neither the accounts in it nor what else the person has set there.
+std::string without_what_no_file_holds(std::string description) {
+  std::erase_if(description, [](char c) {
+    return static_cast<unsigned char>(c) < ' ' && c != '\t' && c != '\n' && c != '\r';
+  });
+  for (const char* no_character : {"\xEF\xBF\xBE", "\xEF\xBF\xBF"})
+    for (std::size_t at = 0; (at = description.find(no_character, at)) != std::string::npos;)
+      description.erase(at, std::strlen(no_character));
+  return description;
+}
+
 std::optional<std::string> describe(const Target& target, const std::string& account_path) {
   const std::optional<MailAccount> account = read_account(account_path, Fallbacks::none, target.locale);
   if (!account) return std::nullopt;
@@ -137,7 +150,7 @@ std::optional<std::string> describe(const Target& target, const std::string& acc
   description += source(*account, flags);
   description += transport(*account, flags);
   description += ending(target);
-  return description;
+  return without_what_no_file_holds(std::move(description));
 }
 
 // ---- All accounts, stored where their user's Evolution looks for them --------------------------------
