@@ -3,17 +3,28 @@
 #include <fcntl.h>
 #include <glib-unix.h>
 #include <gtk/gtk.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
+#include "place/descriptor.h"
 #include "process/archive/work_folder.h"
+#include "process/run/run_note.h"
+#include "shell/ending.h"
+#include "shell/processes.h"
+#include "state/question.h"
+#include "state/state.h"
 
 namespace {
 
 int ending_signal = 0;
+
+constexpr int ending_signals[] = {SIGHUP, SIGINT, SIGTERM};
 
 template <int Signal>
 gboolean leave_main_loop(gpointer /*user_data*/) {
@@ -21,6 +32,50 @@ gboolean leave_main_loop(gpointer /*user_data*/) {
   gtk_main_quit();
   return TRUE;
 }
+
+// ---- Before the main loop --------------------------------------------------------------------------------
+
+volatile std::sig_atomic_t signal_at_start = 0;
+
+void note_signal(int signal) { signal_at_start = signal; }
+
+bool no_signal_yet() { return signal_at_start == 0; }
+
+// ---- In the main loop ------------------------------------------------------------------------------------
+
+// False once the main loop was left.
+bool serve_windows() {
+  do {
+    if (gtk_main_iteration_do(FALSE) != FALSE) return false;
+  } while (gtk_events_pending() != FALSE);
+  return true;
+}
+
+// ---- After it --------------------------------------------------------------------------------------------
+
+void hide_windows() {
+  GList* windows = gtk_window_list_toplevels();
+  for (const GList* window = windows; window != nullptr; window = window->next)
+    gtk_widget_hide(GTK_WIDGET(window->data));
+  g_list_free(windows);
+  gdk_flush();
+}
+
+constexpr int rounds_a_second = 50;
+constexpr int seconds_to_end_by_itself = 3;
+constexpr int seconds_to_end_kindly = 1;
+constexpr int seconds_to_end_at_all = 3;
+
+// What a second of patience is left for: most commands end by themselves, and whole.
+void end_what_runs(int round) {
+  const int kindly = seconds_to_end_by_itself * rounds_a_second;
+  if (round == kindly) shell::end_commands(shell::Asked::kindly);
+  if (round >= kindly + seconds_to_end_kindly * rounds_a_second) shell::end_commands(shell::Asked::to_death);
+}
+
+bool something_runs() { return worker_runs || !shell::Processes().own().empty(); }
+
+// ---- The terminal ----------------------------------------------------------------------------------------
 
 void read_nothing() {
   const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -40,6 +95,45 @@ void leave_terminal() {
   ioctl(terminal, TIOCNOTTY);
   std::signal(SIGHUP, before);
   close(terminal);
+}
+
+bool be_the_only_one(const std::string& home) {
+  static Descriptor folder;
+  folder = Descriptor(open(home.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder || flock(folder.number(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return true;
+  std::fprintf(stderr, "brindle: it is running already for %s; two at once would be in each other's way.\n",
+               home.c_str());
+  return false;
+}
+
+SignalsAtStart::SignalsAtStart() {
+  for (const int signal : ending_signals) std::signal(signal, note_signal);
+  shell::while_waiting(no_signal_yet);
+}
+
+SignalsAtStart::~SignalsAtStart() {
+  shell::while_waiting(nullptr);
+  for (const int signal : ending_signals) std::signal(signal, SIG_DFL);
+  if (signal_at_start != 0) std::raise(signal_at_start);
+}
+
+void serve_windows_meanwhile() { shell::while_waiting(serve_windows); }
+
+void end_worker() {
+  shell::while_waiting(nullptr);
+  hide_windows();
+  if (worker_runs) {
+    isKilled = 1;
+    cancel_run_note();
+    stop_unpacking();
+  }
+  shell::start_no_more_commands();
+  constexpr int seconds = seconds_to_end_by_itself + seconds_to_end_kindly + seconds_to_end_at_all;
+  for (int round = 0; round < seconds * rounds_a_second && something_runs(); ++round) {
+    decline_all_questions();
+    end_what_runs(round);
+    usleep(1'000'000 / rounds_a_second);
+  }
 }
 
 void leave_nothing_behind() { std::atexit(remove_work_folder); }

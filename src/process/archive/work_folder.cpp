@@ -1,23 +1,17 @@
 #include "process/archive/work_folder.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cctype>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <set>
 #include <string>
 #include <system_error>
-#include <vector>
 
-#include "shell/files.h"
+#include "shell/processes.h"
 #include "shell/run.h"
 #include "state/state.h"
 
@@ -32,59 +26,13 @@ constexpr useconds_t pause_microseconds = 20'000;
 
 // ---- Commands that work on the folder --------------------------------------------------------------------
 
-struct Process {
-  pid_t parent = 0;
-  std::string words;  // its command line
-};
-
-std::string text_of(const std::string& path) {
-  std::string text;
-  const File file = open_file(path, "r");
-  char piece[4096];
-  for (std::size_t size = 1; file && size > 0;) {
-    size = std::fread(piece, 1, sizeof piece, file.get());
-    text.append(piece, size);
-  }
-  return text;
-}
-
-// The parent stands behind the name in parentheses, which may hold anything, and the state.
-pid_t parent_in(const std::string& status) {
-  const std::size_t end_of_name = status.rfind(')');
-  if (end_of_name == std::string::npos || end_of_name + 4 >= status.size()) return 0;
-  return static_cast<pid_t>(std::strtol(status.c_str() + end_of_name + 4, nullptr, 10));
-}
-
-std::map<pid_t, Process> all_processes() {
-  std::map<pid_t, Process> found;
-  for (const std::string& name : list_folder("/proc").value_or(std::vector<std::string>())) {
-    if (!std::isdigit(static_cast<unsigned char>(name[0]))) continue;
-    const std::string folder = "/proc/" + name;
-    found[static_cast<pid_t>(std::atol(name.c_str()))] = {.parent = parent_in(text_of(folder + "/stat")),
-                                                          .words = text_of(folder + "/cmdline")};
-  }
-  return found;
-}
-
-bool comes_from(const std::map<pid_t, Process>& processes, pid_t child, pid_t ancestor) {
-  for (int steps = 0; steps < 100; ++steps) {
-    const auto process = processes.find(child);
-    if (process == processes.end()) return false;
-    if (process->second.parent == ancestor) return true;
-    child = process->second.parent;
-  }
-  return false;
-}
-
-// Ends what this process has started and names `folder`; of a shell and its command only the command, so that
-// the shell can tell how it ended.
+// Ends what this process has started and names `folder`, and what that has started; of a shell and its
+// command only the command, so that the shell can tell how it ended.
 void end_commands_on(const std::string& folder) {
-  const std::map<pid_t, Process> processes = all_processes();
-  std::set<pid_t> parents;
-  for (const auto& [id, process] : processes) parents.insert(process.parent);
-  for (const auto& [id, process] : processes) {
-    const bool names_it = process.words.find(folder) != std::string::npos;
-    if (names_it && !parents.contains(id) && comes_from(processes, id, getpid())) kill(id, SIGKILL);
+  const shell::Processes processes;
+  for (const pid_t id : processes.own()) {
+    if (!processes.mentions(id, folder) || processes.child_mentions(id, folder)) continue;
+    for (const pid_t each : processes.tree_of(id)) kill(each, SIGKILL);
   }
 }
 
@@ -109,10 +57,9 @@ Unpacking::~Unpacking() { --filling; }
 bool Unpacking::is_wanted() { return !unwanted; }
 
 bool is_worked_on(const std::string& folder) {
-  const std::map<pid_t, Process> processes = all_processes();
-  return std::any_of(processes.begin(), processes.end(), [&](const auto& each) {
-    return each.second.words.find(folder) != std::string::npos && comes_from(processes, each.first, getpid());
-  });
+  const shell::Processes processes;
+  const std::set<pid_t> own = processes.own();
+  return std::any_of(own.begin(), own.end(), [&](pid_t id) { return processes.mentions(id, folder); });
 }
 
 void stop_unpacking() {

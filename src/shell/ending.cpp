@@ -1,0 +1,94 @@
+#include "shell/ending.h"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <set>
+#include <thread>
+
+#include "shell/processes.h"
+
+namespace {
+
+thread_local bool (*meanwhile)() = nullptr;
+std::atomic<bool> told_to_end{false};
+
+std::atomic<bool> ends{false};
+std::atomic<std::thread::id> ending_thread{};
+
+bool may_start() { return !ends || ending_thread.load() == std::this_thread::get_id(); }
+
+void signal_all(const std::set<pid_t>& processes, int signal) {
+  for (const pid_t id : processes) kill(id, signal);
+}
+
+// The same words as system() has.
+pid_t start(const char* cmd) {
+  char name[] = "sh";
+  char option[] = "-c";
+  char* words[] = {name, option, const_cast<char*>(cmd), nullptr};
+  pid_t child = -1;
+  const int error = posix_spawn(&child, "/bin/sh", nullptr, nullptr, words, environ);
+  if (error == 0) return child;
+  errno = error;
+  return -1;
+}
+
+// A command is asked to end at once and is given a moment for it.
+void end_tree(pid_t child, int rounds) {
+  constexpr int rounds_to_end = 25;
+  signal_all(shell::Processes().tree_of(child), rounds < rounds_to_end ? SIGTERM : SIGKILL);
+}
+
+int wait_for(pid_t child) {
+  constexpr useconds_t longest_microseconds = 20'000;
+  int status = 0;
+  int rounds_to_end = 0;
+  for (useconds_t pause = 500;; pause = std::min(2 * pause, longest_microseconds)) {
+    const pid_t ended = waitpid(child, &status, WNOHANG);
+    if (ended == child) return status;
+    if (ended < 0 && errno != EINTR) return -1;
+    if (!meanwhile()) told_to_end = true;
+    if (told_to_end) end_tree(child, rounds_to_end++);
+    usleep(pause);
+  }
+}
+
+}  // namespace
+
+namespace shell {
+
+void while_waiting(bool (*now)()) { meanwhile = now; }
+
+bool is_told_to_end() { return told_to_end; }
+
+void start_no_more_commands() {
+  ending_thread = std::this_thread::get_id();
+  ends = true;
+}
+
+bool starts_no_more_commands() { return ends; }
+
+bool end_commands(Asked how) {
+  const std::set<pid_t> commands = Processes().own();
+  signal_all(commands, how == Asked::kindly ? SIGTERM : SIGKILL);
+  return !commands.empty();
+}
+
+int run_or_end(const char* cmd) {
+  if (!may_start() || (meanwhile != nullptr && told_to_end)) {
+    errno = ECANCELED;
+    return -1;
+  }
+  if (meanwhile == nullptr) return std::system(cmd);
+  const pid_t child = start(cmd);
+  return child < 0 ? -1 : wait_for(child);
+}
+
+}  // namespace shell
