@@ -134,6 +134,7 @@ void end_worker() {
     end_what_runs(round);
     usleep(1'000'000 / rounds_a_second);
   }
+  if (!worker_runs) remove_own_folder(homedirpath);
 }
 
 void leave_nothing_behind() { std::atexit(remove_work_folder); }

@@ -24,8 +24,27 @@ std::atomic<std::thread::id> ending_thread{};
 
 bool may_start() { return !ends || ending_thread.load() == std::this_thread::get_id(); }
 
-void signal_all(const std::set<pid_t>& processes, int signal) {
-  for (const pid_t id : processes) kill(id, signal);
+using shell::Asked;
+
+// Kindly only those that have started nothing: a shell that went before its command would leave it to nobody,
+// and ends with it anyway.
+void ask(const shell::Processes& processes, const std::set<pid_t>& which, Asked how) {
+  for (const pid_t id : which) {
+    if (how == Asked::to_death) kill(id, SIGKILL);
+    if (how == Asked::kindly && processes.tree_of(id).size() == 1) kill(id, SIGTERM);
+  }
+}
+
+// Since 2.29 the GNU C library answers for a shell that it could not start as one that ended with 127 would,
+// and leaves the reason in errno: these are the statuses that stand for the two reasons.
+int run_by_system(const char* cmd) {
+  constexpr int not_found = 127;
+  constexpr int exec_failed = 127;
+  errno = 0;
+  const int status = std::system(cmd);
+  if (status == -1 || !WIFEXITED(status) || WEXITSTATUS(status) != not_found || errno == 0) return status;
+  const bool no_process = errno == EAGAIN || errno == ENOMEM;
+  return no_process ? -1 : exec_failed;
 }
 
 // The same words as system() has.
@@ -43,7 +62,8 @@ pid_t start(const char* cmd) {
 // A command is asked to end at once and is given a moment for it.
 void end_tree(pid_t child, int rounds) {
   constexpr int rounds_to_end = 25;
-  signal_all(shell::Processes().tree_of(child), rounds < rounds_to_end ? SIGTERM : SIGKILL);
+  const shell::Processes processes;
+  ask(processes, processes.tree_of(child), rounds < rounds_to_end ? Asked::kindly : Asked::to_death);
 }
 
 int wait_for(pid_t child) {
@@ -76,8 +96,9 @@ void start_no_more_commands() {
 bool starts_no_more_commands() { return ends; }
 
 bool end_commands(Asked how) {
-  const std::set<pid_t> commands = Processes().own();
-  signal_all(commands, how == Asked::kindly ? SIGTERM : SIGKILL);
+  const Processes processes;
+  const std::set<pid_t> commands = processes.own();
+  ask(processes, commands, how);
   return !commands.empty();
 }
 
@@ -86,7 +107,7 @@ int run_or_end(const char* cmd) {
     errno = ECANCELED;
     return -1;
   }
-  if (meanwhile == nullptr) return std::system(cmd);
+  if (meanwhile == nullptr) return run_by_system(cmd);
   const pid_t child = start(cmd);
   return child < 0 ? -1 : wait_for(child);
 }

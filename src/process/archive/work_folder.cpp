@@ -73,7 +73,10 @@ void stop_unpacking() {
 
 void remove_work_folder() {
   stop_unpacking();
-  const std::string folder = work_folder();
+  remove_own_folder(work_folder());
+}
+
+void remove_own_folder(const std::string& folder) {
   // The worker may go on until the process is gone, and start another command.
   for (int round = 0; round < tries && is_own_folder(folder); ++round) {
     end_commands_on(folder);

@@ -31,4 +31,9 @@ void stop_unpacking();
 /// a folder of this process's own user; the worker has usually removed it long before.
 void remove_work_folder();
 
+/// For the end of the program: ends what still works on `folder`, a folder that the run has made in /tmp, and
+/// removes it, without a command. Nothing for an empty path, and nothing but a folder of this process's own
+/// user.
+void remove_own_folder(const std::string& folder);
+
 #endif

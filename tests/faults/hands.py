@@ -1,0 +1,108 @@
+#!/usr/bin/python3
+"""Uses the wizard as the preview's driver does, tells others how far it is, and lets them order an end.
+
+  hands.py [options of tools/preview/driver.py] -- PROGRAM [ARGUMENT...]
+
+Adds a line to WORK/moments for each window that comes up ("window:NAME") and each mark that is set
+("mark:image_N"). Does what the file WORK/order says as soon as it is there:
+
+  cancel   presses Cancel of the page that is shown, and what comes after it, and answers nothing else
+  close    asks the page to close, as window managers do
+  wait     answers nothing any more
+"""
+import ctypes
+import os
+import sys
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.append(os.path.join(HERE, "..", "..", "tools", "preview"))
+sys.path.append(os.path.join(HERE, "..", "..", "tools"))
+
+import driver
+import windows
+
+CLIENT_MESSAGE = 33
+
+
+class Display:
+    """Just enough of Xlib to send a window what a window manager's close button sends."""
+
+    def __init__(self):
+        self.library = ctypes.CDLL("libX11.so.6")
+        self.library.XOpenDisplay.restype = ctypes.c_void_p
+        self.library.XInternAtom.restype = ctypes.c_ulong
+        self.place = ctypes.c_void_p(self.library.XOpenDisplay(None))
+
+    def atom(self, name):
+        return self.library.XInternAtom(self.place, name, 0)
+
+    def ask_to_close(self, title):
+        number = windows.find_window(title)
+        if number is None:
+            return
+        number = int(number, 16)
+        event = (ctypes.c_long * 24)()
+        event[0], event[4], event[6] = CLIENT_MESSAGE, number, 32
+        event[5], event[7] = self.atom(b"WM_PROTOCOLS"), self.atom(b"WM_DELETE_WINDOW")
+        self.library.XSendEvent(self.place, ctypes.c_ulong(number), 0, ctypes.c_long(0), event)
+        self.library.XFlush(self.place)
+
+
+class Hands(driver.Driver):
+    def __init__(self, options):
+        super().__init__(options)
+        self.display = Display()
+        self.told = set()
+
+    def tell(self, moment):
+        if moment not in self.told:
+            self.told.add(moment)
+            with open(self.options.work + "/moments", "a", encoding="utf-8") as moments:
+                moments.write(moment + "\n")
+
+    def notice(self, name, window):
+        super().notice(name, window)
+        self.tell("window:" + name)
+
+    def read_marks(self, window):
+        super().read_marks(window)
+        for number, (_, what) in self.marks.items():
+            if what != "empty":
+                self.tell(f"mark:image_{number}")
+
+    def order(self):
+        try:
+            with open(self.options.work + "/order", encoding="utf-8") as order:
+                return order.read()
+        except FileNotFoundError:
+            return ""
+
+    def answer_topmost(self, opened):
+        order = self.order()
+        if order == "cancel":
+            self.cancel(dict(opened))
+        elif order == "close":
+            self.close_page(dict(opened))
+        elif order != "wait":
+            super().answer_topmost(opened)
+
+    def cancel(self, opened):
+        for name in ("cancelled", "quit"):
+            if name in opened:
+                return getattr(self, "answer_" + name, self.press_only_button)(opened[name])
+        if "password" in opened:
+            return self.press(opened["password"].button("Cancel"))
+        for page in ("1", "2", "3"):
+            if "page-" + page in opened:
+                return self.press_named(opened["page-" + page], f"window{page}-cancel")
+        return False
+
+    def close_page(self, opened):
+        for name, window in opened.items():
+            if name.startswith("page-"):
+                self.display.ask_to_close(window.title)
+
+
+if __name__ == "__main__":
+    Hands(driver.read_options()).run()
+    sys.exit(0)
