@@ -30,12 +30,12 @@ class Case:
     crosses: frozenset = frozenset()
     says: str = ""
     within: float = 15
-    seconds: float = 100
+    seconds: float = 240
     again: bool = False
     bare: bool = False
     killed: bool = False  # by signal 9: its work folder stays
     scenario: str = ""
-    homes: str = "full"
+    homes: str = "fresh"
     short: bool = False  # among the default tests
 
 
@@ -43,6 +43,7 @@ CASES = []
 
 
 def case(name, **row):
+    row.setdefault("homes", "full" if name.startswith(("full.", "read-only.", "second.", "power.mark")) else "fresh")
     if row.get("crosses") is not None:
         row["crosses"] = frozenset(f"image_{number}" for number in row.get("crosses", ()))
     CASES.append(Case(name, **row))
@@ -63,14 +64,15 @@ for system in ("gnome", "linspire", "redflag", "xandros"):
 # ---- Full and read-only disks ----------------------------------------------------------------------------
 
 for folder, word in (("/tmp", "tmp"), ("/root", "home")):
-    for moment in ("unzip -o", "Documents", "Printers", "kmailrc"):
-        case(f"full.{word}.{moment.split()[0]}", faults=(f"disk:{folder}:65536",), then=((moment, f"fill:{folder}"),),
+    for moment, at in (("unzip", "filled-by:unzip:-o"), ("documents", "filled-by:mkdir:Documents"),
+                       ("printers", "filled-by:dos2unix:Printers"), ("mail", "filled-by:iconv:email-accounts")):
+        case(f"full.{word}.{moment}", faults=(f"disk:{folder}:65536", f"{at}:{folder}"),
              says="No space left|not enough room|disk full")
-    case(f"full.{word}.gnome", system="gnome", faults=(f"disk:{folder}:65536",),
-         then=(("unzip -o", f"fill:{folder}"),), says="No space left|disk full")
-case("full.both", faults=("disk:/tmp:65536", "disk:/root:65536"),
-     then=(("unzip -o", "fill:/tmp"), ("+0", "fill:/root")), says="No space left|disk full")
-case("full.home.profiles", archive="two", faults=("disk:/home:65536",), then=(("useradd", "fill:/home"),),
+    case(f"full.{word}.gnome", system="gnome", faults=(f"disk:{folder}:65536", f"filled-by:unzip:-o:{folder}"),
+         says="No space left|disk full")
+case("full.both", faults=("disk:/tmp:65536", "disk:/root:65536", "filled-by:unzip:-o:/tmp", "filled-by:dos2unix::/root"),
+     says="No space left|disk full")
+case("full.home.profiles", archive="two", faults=("disk:/home:65536", "filled-by:useradd::/home"),
      says="No space left")
 case("full.tmp.start", faults=("disk:/tmp:64",), ends=LEFT, crosses=None)
 case("full.home.start", faults=("disk:/root:0", "fill:/root"), ends=DONE, crosses=None)

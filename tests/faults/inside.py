@@ -165,6 +165,16 @@ def lost(before, after):
         yield f"{difference.path}: {' '.join(sorted(difference.what))}"
 
 
+def look():
+    """Once more when a server has exchanged a file meanwhile."""
+    for _ in range(10):
+        try:
+            return snapshot.look(PLACES)
+        except FileNotFoundError:
+            time.sleep(0.5)
+    return snapshot.look(PLACES)
+
+
 def work_folders():
     return sorted(glob.glob("/tmp/brind??????") + glob.glob("/tmp/*root*"))
 
@@ -180,7 +190,7 @@ def main():
     log.start()
     for fault in case.faults:
         putting.put(fault)
-    before, running = snapshot.look(PLACES), processes()
+    before, running = look(), processes()
     watcher = Watcher(case, given.out)
     watcher.start()
     began = time.monotonic()
@@ -195,7 +205,7 @@ def main():
     result["folders"] = work_folders()
     for _, fault in (*case.then, *((None, fault) for fault in case.faults)):
         putting.take_out(fault)
-    result["lost"] = list(lost(before, snapshot.look(PLACES)))
+    result["lost"] = list(lost(before, look()))
     for name in ("stdout", "stderr"):
         shutil.copyfile(f"{WORK}/{name}", f"{given.out}/{name}")
     if case.again:
@@ -205,7 +215,6 @@ def main():
         shutil.copyfile(WORK + "/stderr", given.out + "/stderr-again")
     preview.copy_sanitizer_reports(given.out)
     tables.write(given.out + "/commands.tsv", ("number", "thread", "command"), tables.read_record(STARTED))
-    shutil.copytree(WORK + "/screens", given.out + "/screens", dirs_exist_ok=True)
     with open(given.out + "/result.json", "w", encoding="utf-8") as file:
         json.dump(result, file, indent=1)
     log.stop()

@@ -9,7 +9,8 @@ A fault is a word with its parts behind colons:
   fill:FOLDER           no room is left on that disk
   read-only:FOLDER      nothing can be written there any more
   no-fork               the wizard can start nothing any more
-  full-tmp, ...         see FAULTS
+  filled-by:NAME:TEXT:FOLDER   no room is left on that disk from the moment that the program is called so
+  term, kill            the wizard gets that signal
 """
 import os
 import shutil
@@ -66,6 +67,11 @@ def put_killed(name, text=""):
     put_stand_in(name, text, ENDS_ITSELF)
 
 
+def put_filled_by(name, text, folder):
+    """The disk is full from the moment that it is called."""
+    put_stand_in(name, text, f"head -c 1G /dev/zero 2>/dev/null >{folder}/{FILLER}")
+
+
 def put_hanging(name, text=""):
     with open(HUNG, "a", encoding="utf-8"):
         os.chmod(HUNG, 0o666)
@@ -112,8 +118,9 @@ def put_read_only(folder):
 def take_out(fault):
     """Only of those that a next start may not meet."""
     name, _, rest = fault.partition(":")
-    if name == "fill" and os.path.exists(os.path.join(rest, FILLER)):
-        os.unlink(os.path.join(rest, FILLER))
+    filler = os.path.join(rest.split(":")[-1], FILLER)
+    if name in ("fill", "filled-by") and os.path.exists(filler):
+        os.unlink(filler)
     elif name == "read-only":
         run("umount", rest)
 
@@ -147,11 +154,12 @@ def send(number):
         os.kill(wizard, number)
 
 
-FAULTS = {"missing": put_missing, "killed": put_killed, "hanging": put_hanging, "disk": put_disk, "fill": put_fill,
+FAULTS = {"missing": put_missing, "filled-by": put_filled_by, "killed": put_killed, "hanging": put_hanging, "disk": put_disk, "fill": put_fill,
           "read-only": put_read_only, "no-fork": put_no_fork, "term": lambda: send(signal.SIGTERM),
           "kill": lambda: send(signal.SIGKILL)}
 
 
 def put(fault):
-    name, *parts = fault.split(":", 2 if fault.startswith(("killed", "hanging", "disk")) else 1)
+    limits = {"killed": 2, "hanging": 2, "disk": 2, "filled-by": 3}
+    name, *parts = fault.split(":", limits.get(fault.partition(":")[0], 1))
     FAULTS[name](*parts)
