@@ -163,6 +163,22 @@ for stage, system, archive, moment in STAGES:
         left(f"left.{stage}.{order}", order, moment, again=order == "term", **row)
     case(f"power.{stage}", then=((moment, "kill"),), ends="signal 9", crosses=None, killed=True, again=True, **row)
 
+# ---- Both threads at every dialog ------------------------------------------------------------------------
+
+DIALOGS = (  # the archives and people that see them
+    ("gnome", "locked", "root", ("password", "printer-driver", "credentials", "credentials-confirmation", "done")),
+    ("redflag", "two", "root", ("user-error",)),
+    ("redflag", "one", "ada", ("printer-error",)),
+)
+for system, archive, user, dialogs in DIALOGS:
+    for manner in ("early", "late", "twice"):
+        case(f"threads.{manner}.{dialogs[0]}", system=system, archive=archive, user=user, scenario="manner:" + manner)
+    for dialog in dialogs:
+        if dialog == "done":
+            continue
+        left(f"threads.both.{dialog}", "both", "window:" + dialog, system=system, archive=archive, user=user,
+             again=False)
+
 SHORT = {"full.home.unzip", "no-fork.Documents", "hanging.file.redflag.cancel", "second.unzip",
          "hanging.foomatic-configure.redflag.term", "power.mark-3"}
 CASES = [dataclasses.replace(each, short=each.name in SHORT) for each in CASES]

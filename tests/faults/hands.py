@@ -8,11 +8,15 @@ Adds a line to WORK/moments for each window that comes up ("window:NAME") and ea
 
   cancel   presses Cancel of the page that is shown, and what comes after it, and answers nothing else
   close    asks the page to close, as window managers do
-  wait     answers nothing any more
+  both     answers the dialog that is open, and presses Cancel of the page in the same moment
+
+and answers in the manner of --scenario manner:NAME: "early" before a window is fully there, "late" after some seconds,
+"twice" by pressing everything once more at once.
 """
 import ctypes
 import os
 import sys
+import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.append(os.path.join(HERE, "..", "..", "tools", "preview"))
@@ -22,6 +26,7 @@ import driver
 import windows
 
 CLIENT_MESSAGE = 33
+SECONDS_LATE = 3
 
 
 class Display:
@@ -54,6 +59,11 @@ class Hands(driver.Driver):
         windows.take_picture = lambda *_: None  # nobody looks at them, and each takes its half second
         self.display = Display()
         self.told = set()
+        self.manner = options.scenario.partition("manner:")[2]
+        self.seen_at = {}
+        if self.manner == "early":
+            driver.SETTLE_SECONDS = 0
+            driver.POLL_SECONDS = 0.01
 
     def tell(self, moment):
         if moment not in self.told:
@@ -62,8 +72,20 @@ class Hands(driver.Driver):
                 moments.write(moment + "\n")
 
     def notice(self, name, window):
+        self.seen_at[name] = time.monotonic()
         super().notice(name, window)
         self.tell("window:" + name)
+
+    def press(self, part):
+        pressed = super().press(part)
+        if pressed and self.manner == "twice":
+            windows.press(part)
+        return pressed
+
+    def is_too_early(self, opened):
+        """Whoever is late lets each window stand for a while."""
+        latest = max((self.seen_at.get(name, 0) for name, _ in opened), default=0)
+        return self.manner == "late" and time.monotonic() - latest < SECONDS_LATE
 
     def read_marks(self, window):
         super().read_marks(window)
@@ -84,7 +106,10 @@ class Hands(driver.Driver):
             self.cancel(dict(opened))
         elif order == "close":
             self.close_page(dict(opened))
-        elif order != "wait":
+        elif order == "both":
+            super().answer_topmost(opened)
+            self.cancel(dict(opened))
+        elif not self.is_too_early(opened):
             super().answer_topmost(opened)
 
     def cancel(self, opened):

@@ -88,7 +88,7 @@ class Watcher(threading.Thread):
 
     def act(self, what):
         self.times[what] = time.monotonic()
-        if what in ("cancel", "close", "wait"):
+        if what in ("cancel", "close", "both"):
             with open(WORK + "/order.new", "w", encoding="utf-8") as order:
                 order.write(what)
             os.rename(WORK + "/order.new", WORK + "/order")

@@ -12,7 +12,13 @@ namespace {
 
 [[noreturn]] void start_again_in_view(const std::vector<char*>& own_words) {
   const char* tool = BRINDLE_SOURCE_DIR "/tools/view";
-  std::vector<char*> words{const_cast<char*>(tool), const_cast<char*>("--")};
+  std::vector<char*> words{const_cast<char*>(tool)};
+#ifdef __SANITIZE_THREAD__
+  // GLib's own allocator hands memory from thread to thread under locks that the checker does not see.
+  words.push_back(const_cast<char*>("--env"));
+  words.push_back(const_cast<char*>("G_SLICE=always-malloc"));
+#endif
+  words.push_back(const_cast<char*>("--"));
   words.insert(words.end(), own_words.begin(), own_words.end());
   execv(tool, words.data());
   std::perror(tool);
