@@ -8,9 +8,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "place/descriptor.h"
 #include "process/archive/work_folder.h"
@@ -61,17 +63,28 @@ void hide_windows() {
   gdk_flush();
 }
 
-constexpr int rounds_a_second = 50;
-constexpr int seconds_to_end_by_itself = 3;
-constexpr int seconds_to_end_kindly = 1;
-constexpr int seconds_to_end_at_all = 3;
+constexpr auto time_to_end_by_itself = std::chrono::seconds(3);
+constexpr auto time_to_end_kindly = std::chrono::seconds(1);
+constexpr auto time_to_end_at_all = std::chrono::seconds(3);
 
-// What a second of patience is left for: most commands end by themselves, and whole.
-void end_what_runs(int round) {
-  const int kindly = seconds_to_end_by_itself * rounds_a_second;
-  if (round == kindly) shell::end_commands(shell::Asked::kindly);
-  if (round >= kindly + seconds_to_end_kindly * rounds_a_second) shell::end_commands(shell::Asked::to_death);
-}
+// Most commands end by themselves within a moment, and whole.
+class Patience {
+ public:
+  bool is_over() const { return passed() > time_to_end_by_itself + time_to_end_kindly + time_to_end_at_all; }
+
+  void end_what_runs() {
+    if (passed() < time_to_end_by_itself) return;
+    const bool is_over = passed() > time_to_end_by_itself + time_to_end_kindly;
+    if (is_over) shell::end_commands(shell::Asked::to_death);
+    if (!is_over && !std::exchange(asked_, true)) shell::end_commands(shell::Asked::kindly);
+  }
+
+ private:
+  std::chrono::steady_clock::duration passed() const { return std::chrono::steady_clock::now() - began_; }
+
+  const std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+  bool asked_ = false;
+};
 
 bool something_runs() { return worker_runs || !shell::Processes().own().empty(); }
 
@@ -128,11 +141,11 @@ void end_worker() {
     stop_unpacking();
   }
   shell::start_no_more_commands();
-  constexpr int seconds = seconds_to_end_by_itself + seconds_to_end_kindly + seconds_to_end_at_all;
-  for (int round = 0; round < seconds * rounds_a_second && something_runs(); ++round) {
+  constexpr useconds_t look_microseconds = 20'000;
+  for (Patience patience; !patience.is_over() && something_runs();) {
     decline_all_questions();
-    end_what_runs(round);
-    usleep(1'000'000 / rounds_a_second);
+    patience.end_what_runs();
+    usleep(look_microseconds);
   }
   if (!worker_runs) remove_own_folder(homedirpath);
 }

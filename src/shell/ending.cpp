@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <set>
@@ -22,7 +23,9 @@ std::atomic<bool> told_to_end{false};
 std::atomic<bool> ends{false};
 std::atomic<std::thread::id> ending_thread{};
 
-bool may_start() { return !ends || ending_thread.load() == std::this_thread::get_id(); }
+thread_local bool even_at_the_end = false;
+
+bool may_start() { return !ends || even_at_the_end || ending_thread.load() == std::this_thread::get_id(); }
 
 using shell::Asked;
 
@@ -94,6 +97,16 @@ void start_no_more_commands() {
 }
 
 bool starts_no_more_commands() { return ends; }
+
+EvenAtTheEnd::EvenAtTheEnd() { even_at_the_end = true; }
+
+EvenAtTheEnd::~EvenAtTheEnd() { even_at_the_end = false; }
+
+void pause_for(unsigned int seconds) {
+  constexpr useconds_t look_microseconds = 50'000;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+  while (!ends && std::chrono::steady_clock::now() < end) usleep(look_microseconds);
+}
 
 bool end_commands(Asked how) {
   const Processes processes;

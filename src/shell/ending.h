@@ -20,6 +20,19 @@ void start_no_more_commands();
 /// True after start_no_more_commands: nothing new is begun any more.
 bool starts_no_more_commands();
 
+/// While it lives, the thread's commands are run although the end has begun: those that end what an earlier
+/// one has started.
+class EvenAtTheEnd {
+ public:
+  EvenAtTheEnd();
+  ~EvenAtTheEnd();
+  EvenAtTheEnd(const EvenAtTheEnd&) = delete;
+  EvenAtTheEnd& operator=(const EvenAtTheEnd&) = delete;
+};
+
+/// Sleeps for so many seconds, or until the end begins.
+void pause_for(unsigned int seconds);
+
 /// How hard the commands that run are asked to end.
 enum class Asked { kindly, to_death };
 

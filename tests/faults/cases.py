@@ -29,7 +29,7 @@ class Case:
     ends: str = DONE
     crosses: frozenset = frozenset()
     says: str = ""
-    within: float = 15
+    within: float = 20
     seconds: float = 240
     again: bool = False
     bare: bool = False
@@ -41,11 +41,34 @@ class Case:
 
 CASES = []
 
+# What shows a cross, by the beginning of the case's name; the longest one counts. Where a command fails or cannot be
+# started, the mark is a tick as a rule: only what the wizard has to write itself, or could not keep first, is crossed.
+NOTHING_UNPACKED = set(range(1, 13)) - {11}
+CROSSED = {
+    # Half an archive: what had not been unpacked is missing. In a full home nothing can be kept, so nothing is changed.
+    "full.tmp.unzip": NOTHING_UNPACKED - {5}, "full.tmp.gnome": set(range(1, 13)) - {5}, "full.both": NOTHING_UNPACKED,
+    "full.tmp.mail": {3}, "full.tmp.printers": {3},
+    "full.home.unzip": NOTHING_UNPACKED, "full.home.gnome": NOTHING_UNPACKED, "full.home.printers": NOTHING_UNPACKED,
+    "full.home.mail": {3, 4, 5, 6, 7, 8, 9}, "full.home.profiles": {0, 8},
+    "read-only.home.unzip": {3, 6, 8, 9, 10, 12}, "read-only.home.": {3, 6, 8, 9}, "read-only.home.profiles": {0, 8},
+    "no-fork.": {3, 4, 9}, "no-fork.unzip": {3, 4, 5, 6, 9}, "no-fork.useradd": {3, 4, 8, 9},
+    "missing.unzip": NOTHING_UNPACKED, "killed.unzip": NOTHING_UNPACKED, "missing.sh": NOTHING_UNPACKED,
+    "missing.iconv": {3}, "killed.iconv": {3}, "missing.cat": {3}, "killed.cat": {3},
+    "missing.cp": {3, 4, 5, 6, 9}, "missing.mkdir": {3, 5, 6}, "killed.mkdir": {3, 5, 6},
+    "missing.tar": {5, 6}, "killed.tar": {5, 6},  # no browser profile
+}
+
+
+def crosses_of(name):
+    fitting = [start for start in CROSSED if name.startswith(start)]
+    return CROSSED[max(fitting, key=len)] if fitting else ()
+
+
 
 def case(name, **row):
     row.setdefault("homes", "full" if name.startswith(("full.", "read-only.", "second.", "power.mark")) else "fresh")
-    if row.get("crosses") is not None:
-        row["crosses"] = frozenset(f"image_{number}" for number in row.get("crosses", ()))
+    if row.setdefault("crosses", crosses_of(name)) is not None:
+        row["crosses"] = frozenset(f"image_{number}" for number in row["crosses"])
     CASES.append(Case(name, **row))
 
 
@@ -80,7 +103,7 @@ case("full.home.start", faults=("disk:/root:0", "fill:/root"), ends=DONE, crosse
 case("read-only.home.start", faults=("read-only:/root",), ends="exit 1", crosses=None)
 for moment in ("window:page-2", "unzip -o", "Documents", "kmailrc"):
     case("read-only.home." + moment.split(":")[-1].split()[0], then=((moment, "read-only:/root"),),
-         says="Read-only file system", crosses=None if moment == "window:page-2" else ())
+         says="Read-only file system", crosses=None if moment == "window:page-2" else crosses_of("read-only.home." + moment))
 case("read-only.home.profiles", archive="two", then=(("useradd", "read-only:/home"),), says="Read-only file system")
 
 # ---- No new process --------------------------------------------------------------------------------------
@@ -95,25 +118,27 @@ case("no-fork.page-1", then=(("window:page-1", "no-fork"), ("+8", "cancel")), en
 # ---- Each program: not there, ended by a signal, hanging -------------------------------------------------
 
 PROGRAMS = (
-    ("redflag", "one", "unzip dos2unix iconv perl cp mkdir rm cat mv hostname chmod fc-cache tar foomatic-configure "
-                       "foomatic-ppdfile-bd dcop lpoptions file df awk tail find ln sh"),
+    ("redflag", "one", "unzip dos2unix iconv perl cp mkdir rm cat hostname fc-cache tar foomatic-configure "
+                       "foomatic-ppdfile-bd dcop lpoptions file df awk tail sh"),
     ("gnome", "one", "gconftool-2 evolution lpinfo lpadmin lpoptions grep date"),
-    ("redflag", "two", "useradd groupadd chpasswd chown su"),
+    ("redflag", "two", "useradd groupadd chpasswd chown su chmod"),
     ("xandros", "one", "kmail kaddressbook killall"),
-    ("linspire", "one", "mozilla"),
+    ("linspire", "one", "mozilla mv"),
 )
 BY_THE_WINDOWS = {"file", "df", "awk", "tail"}  # run while page 2 waits
-AT_START = {"cp": "Documents", "sh": "never", "unzip": "-o", "rm": "-rf /tmp/brind", "tail": "-n 1"}
+AT_START = {"cp": "Documents", "gconftool-2": "--spawn", "grep": "-i", "unzip": "-o", "rm": "-rf /tmp/brind", "tail": "-n 1"}
 
 for system, archive, names in PROGRAMS:
     for name in names.split():
         text = ":" + AT_START[name] if name in AT_START else ""
-        case(f"missing.{name}.{system}", system=system, archive=archive, faults=(f"missing:{name}",),
-             says=r"not found|No such file", bare=name == "sh",
-             crosses=range(1, 13) if name == "sh" else ())
+        # Without its room in /tmp an archive is refused.
+        ends = LEFT if name == "df" else DONE
+        more = {"crosses": None} if name == "df" else {}
+        case(f"missing.{name}.{system}", ends=ends, **more, system=system, archive=archive, faults=(f"missing:{name}",),
+             says=r"not found|No such file", bare=name == "sh")
         if name == "sh":
             continue
-        case(f"killed.{name}.{system}", system=system, archive=archive, faults=(f"killed:{name}{text}",),
+        case(f"killed.{name}.{system}", ends=ends, **more, system=system, archive=archive, faults=(f"killed:{name}{text}",),
              says="Segmentation fault")
         for order in ("cancel",) if name not in ("cp", "unzip", "foomatic-configure", "file") else (
                 "cancel", "close", "term"):
@@ -124,7 +149,6 @@ for system, archive, names in PROGRAMS:
 left("hanging.cp.start.term", "term", "hung", faults=("hanging:cp:/etc/skel",), again=False)
 for name in ("brindle-account", "gconftool-2", "grep", "cksum", "sed", "id"):
     case(f"missing.{name}.script", system="gnome", faults=(f"missing:{name}",), crosses=None)
-left("hanging.brindle-account.script.term", "term", "hung", faults=("hanging:brindle-account",), again=False, ends=DONE)
 
 # ---- Two wizards -----------------------------------------------------------------------------------------
 
