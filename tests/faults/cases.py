@@ -87,7 +87,7 @@ for system in ("gnome", "linspire", "redflag", "xandros"):
 # ---- Full and read-only disks ----------------------------------------------------------------------------
 
 for folder, word in (("/tmp", "tmp"), ("/root", "home")):
-    for moment, at in (("unzip", "filled-by:unzip:-o"), ("documents", "filled-by:mkdir:Documents"),
+    for moment, at in (("unzip", "filled-by:unzip:-o"), ("documents", "filled-by:mkdir:mydocument"),
                        ("printers", "filled-by:dos2unix:Printers"), ("mail", "filled-by:iconv:email-accounts")):
         case(f"full.{word}.{moment}", faults=(f"disk:{folder}:65536", f"{at}:{folder}"),
              says="No space left|not enough room|disk full")
@@ -203,8 +203,8 @@ for system, archive, user, dialogs in DIALOGS:
         left(f"threads.both.{dialog}", "both", "window:" + dialog, system=system, archive=archive, user=user,
              again=False)
 
-SHORT = {"full.home.unzip", "no-fork.Documents", "hanging.file.redflag.cancel", "second.unzip",
-         "hanging.foomatic-configure.redflag.term", "power.mark-3"}
+SHORT = {"full.home.unzip", "no-fork.Documents", "hanging.file.redflag.cancel",
+         "hanging.foomatic-configure.redflag.term"}
 CASES = [dataclasses.replace(each, short=each.name in SHORT) for each in CASES]
 BY_NAME = {each.name: each for each in CASES}
 assert len(BY_NAME) == len(CASES)

@@ -82,8 +82,7 @@ TEST_F(Ending, ACommandThatMindsNothingIsEndedWithAllItHasStarted) {
   calls_until_end = 20;
   shell::while_waiting(count_calls);
   EXPECT_FALSE(shell::is_told_to_end());
-  const double seconds =
-      seconds_of([] { EXPECT_EQ(-1, SYSTEM(compose("/root/stubborn | cat; true"))); });
+  const double seconds = seconds_of([] { EXPECT_EQ(-1, SYSTEM(compose("/root/stubborn | cat; true"))); });
   EXPECT_GT(5.0, seconds);
   EXPECT_EQ("", running("sleep 4321"));
   EXPECT_EQ("", running("/bin/bash /root/stubborn"));
@@ -107,6 +106,30 @@ TEST_F(Ending, OnlyTheEndingThreadStartsCommandsAndNobodyIsToldOfTheOthers) {
   EXPECT_FALSE(exists("/root/worker"));
   EXPECT_TRUE(exists("/root/end"));
   EXPECT_TRUE(log.messages().empty());
+}
+
+TEST_F(Ending, WhatEndsAnEarlierCommandIsStillRun) {
+  shell::start_no_more_commands();
+  std::thread([] {
+    const shell::EvenAtTheEnd even_at_the_end;
+    EXPECT_EQ(0, SYSTEM(compose("touch /root/ended")));
+  }).join();
+  EXPECT_TRUE(exists("/root/ended"));
+  std::thread([] {
+    { const shell::EvenAtTheEnd even_at_the_end; }
+    EXPECT_EQ(-1, SYSTEM(compose("touch /root/later")));
+  }).join();
+  EXPECT_FALSE(exists("/root/later"));
+}
+
+TEST_F(Ending, APauseEndsWhenTheEndBegins) {
+  EXPECT_LE(1.0, seconds_of([] { shell::pause_for(1); }));
+  EXPECT_GT(5.0, seconds_of([] {
+              std::thread worker([] { shell::pause_for(60); });
+              usleep(100000);
+              shell::start_no_more_commands();
+              worker.join();
+            }));
 }
 
 TEST_F(Ending, WhatRunsIsAskedKindlyAndThenEnded) {
