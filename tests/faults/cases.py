@@ -123,7 +123,8 @@ PROGRAMS = (
     ("gnome", "one", "gconftool-2 evolution lpinfo lpadmin lpoptions grep date"),
     ("redflag", "two", "useradd groupadd chpasswd chown su chmod"),
     ("xandros", "one", "kmail kaddressbook killall"),
-    ("linspire", "one", "mozilla mv"),
+    ("linspire", "one", "mozilla"),
+    ("linspire", "two", "mv"),
 )
 BY_THE_WINDOWS = {"file", "df", "awk", "tail"}  # run while page 2 waits
 AT_START = {"cp": "Documents", "gconftool-2": "--spawn", "grep": "-i", "unzip": "-o", "rm": "-rf /tmp/brind", "tail": "-n 1"}

@@ -132,6 +132,9 @@ class Hands(driver.Driver):
         return False
 
     def close_page(self, opened):
+        """GTK lets no page be closed under a window that asks something: that one is answered first."""
+        if any(not name.startswith("page-") for name in opened):
+            super().answer_topmost(list(opened.items()))
         for name, window in opened.items():
             if name.startswith("page-"):
                 self.display.ask_to_close(window.title)

@@ -216,7 +216,7 @@ def main():
     for name in ("stdout", "stderr"):
         shutil.copyfile(f"{WORK}/{name}", f"{given.out}/{name}")
     if case.again:
-        again = drive(Options(case, given.archive, 120), [preview.WIZARD])
+        again = drive(Options(case, given.archive, 300), [preview.WIZARD])
         result["again"] = {"done": again["done"], "status": again["status"], "marks": again["marks"],
                            "folders": work_folders()}
         shutil.copyfile(WORK + "/stderr", given.out + "/stderr-again")
