@@ -47,7 +47,7 @@ NOTHING_UNPACKED = set(range(1, 13)) - {11}
 CROSSED = {
     # Half an archive: what had not been unpacked is missing. In a full home nothing can be kept, so nothing is changed.
     "full.tmp.unzip": NOTHING_UNPACKED - {5}, "full.tmp.gnome": set(range(1, 13)) - {5}, "full.both": NOTHING_UNPACKED,
-    "full.tmp.mail": {3}, "full.tmp.printers": {3},
+    "full.tmp.documents": {3}, "full.home.documents": NOTHING_UNPACKED - {10, 12}, "full.tmp.mail": {3}, "full.tmp.printers": {3},
     "full.home.unzip": NOTHING_UNPACKED, "full.home.gnome": NOTHING_UNPACKED, "full.home.printers": NOTHING_UNPACKED,
     "full.home.mail": {3, 4, 5, 6, 7, 8, 9}, "full.home.profiles": {0, 8},
     "read-only.home.unzip": {3, 6, 8, 9, 10, 12}, "read-only.home.": {3, 6, 8, 9}, "read-only.home.profiles": {0, 8},
@@ -175,7 +175,6 @@ STAGES = (
     ("password-file", "redflag", "two", "chpasswd"),
     ("owner", "redflag", "two", "chown -R"),
     ("printers-without-root", "redflag", "one", "window:printer-error"),
-    ("gconf", "gnome", "one", ".gconf"),
     ("removal", "redflag", "one", "rm -rf /tmp/brind"),
     ("done", "redflag", "one", "window:done"),
 ) + tuple((f"mark-{number}", "redflag", "one", f"mark:image_{number}") for number in (12, 1, 3, 5, 9))
@@ -183,9 +182,10 @@ STAGES = (
 for stage, system, archive, moment in STAGES:
     row = {"system": system, "archive": archive, "user": "ada" if stage == "printers-without-root" else "root"}
     for order in ("cancel", "close", "term"):
-        if stage == "done" and order == "cancel":
-            continue  # the button cannot be pressed any more
-        left(f"left.{stage}.{order}", order, moment, again=order == "term", **row)
+        if (stage, order) in (("done", "cancel"), ("removal", "close")):
+            continue  # the button cannot be pressed any more; the end comes first
+        left(f"left.{stage}.{order}", order, moment, again=order == "term", **row,
+             **({"ends": DONE} if (stage, order) == ("done", "close") else {}))
     case(f"power.{stage}", then=((moment, "kill"),), ends="signal 9", crosses=None, killed=True, again=True, **row)
 
 # ---- Both threads at every dialog ------------------------------------------------------------------------
