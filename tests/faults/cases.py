@@ -182,7 +182,7 @@ STAGES = (
 for stage, system, archive, moment in STAGES:
     row = {"system": system, "archive": archive, "user": "ada" if stage == "printers-without-root" else "root"}
     for order in ("cancel", "close", "term"):
-        if (stage, order) in (("done", "cancel"), ("removal", "close")):
+        if (stage, order) in (("done", "cancel"), ("removal", "cancel"), ("removal", "close")):
             continue  # the button cannot be pressed any more; the end comes first
         left(f"left.{stage}.{order}", order, moment, again=order == "term", **row,
              **({"ends": DONE} if (stage, order) == ("done", "close") else {}))
