@@ -43,6 +43,7 @@ void on_cancel_step1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { sh
 void on_bCancelStep2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { show_over_page(quit_dialog); }
 
 void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  if (isKilled == 1) return;  // pressed again while the folder is being removed
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
   cancel_run_note();

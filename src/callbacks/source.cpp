@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -15,6 +16,7 @@
 #include "process/archive/code_page.h"
 #include "process/archive/encryption.h"
 #include "process/run/process.h"
+#include "shell/ending.h"
 #include "shell/files.h"
 #include "state/posts.h"
 #include "state/state.h"
@@ -68,16 +70,26 @@ int start_progress(long long bytes) {
 }
 
 GThread* start_worker() {
+  worker_runs = true;
   // Deprecated since GLib 2.32; an older one has no other call.
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
   return g_thread_create_full(process, nullptr, 0, FALSE, FALSE, G_THREAD_PRIORITY_NORMAL, nullptr);
   G_GNUC_END_IGNORE_DEPRECATIONS
 }
 
+// The page of the archive stays, for another try: the machine may have room for a thread later.
+void give_up_run() {
+  std::fputs("brindle: the migration could not be started: no room for another thread\n", stderr);
+  worker_runs = false;
+  remove_progress_timeout(timer);
+  timer = 0;
+}
+
 void start_run(long long bytes) {
   timer = start_progress(bytes);
   g_isEncrypted = g_password[0] != '\0' ? 1 : 0;
   thread_id = start_worker();
+  if (thread_id == nullptr) return give_up_run();
   gtk_widget_hide(window2);
   if (window3 != nullptr) gtk_widget_show(window3);
 }
@@ -98,6 +110,25 @@ bool keep_password(std::string typed) {
   if (password) wipe(*password);
   return kept;
 }
+
+// The windows live on while the commands of the checks run. False when the person has gone elsewhere
+// meanwhile.
+class Checking {
+ public:
+  Checking() : was_shown_(is_shown()) { goes_on = true; }
+  ~Checking() { goes_on = false; }
+  Checking(const Checking&) = delete;
+  Checking& operator=(const Checking&) = delete;
+
+  static bool is_going_on() { return goes_on; }
+  bool is_still_wanted() const { return !shell::is_told_to_end() && is_shown() == was_shown_; }
+
+ private:
+  static bool is_shown() { return window2 != nullptr && gtk_widget_get_visible(window2); }
+  static inline bool goes_on = false;
+
+  bool was_shown_;
+};
 
 }  // namespace
 
@@ -125,6 +156,7 @@ void on_bLocal_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_cho
 
 void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   const OwnedText mount_point(mount_cdrom_remote("iso9660"), std::free);
+  if (shell::is_told_to_end()) return;
   if (mount_point == nullptr) return show_over_page(create_errorMountingCdrom());
   open_chooser_at(fileselection, (std::string(mount_point.get()) + "/").c_str());
 }
@@ -146,16 +178,18 @@ gboolean on_fileselection_delete_event(GtkWidget* widget, GdkEvent* /*event*/, g
 }
 
 void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
-  // A second click that was queued while the checks ran: one worker is enough, and g_filename is its.
-  if (thread_id != nullptr) return;
+  // A second click while the checks run: one worker is enough, and g_filename is its.
+  if (thread_id != nullptr || Checking::is_going_on()) return;
   const std::string typed = text_of(entry_of(selection, window2));
   // A path too long for the worker is refused whole: cut, it would name another file.
   const bool fits = assign(g_filename, typed.c_str());
   if (typed.empty()) return show_over_page(create_noFileSpecified());
   if (!fits) return show_over_page(create_noFileFound());
   long long bytes = 0;
-  if (const DialogBuilder create_dialog = failed_check(g_filename, target_of("").home, bytes))
-    return show_over_page(create_dialog());
+  const Checking checking;
+  const DialogBuilder create_dialog = failed_check(g_filename, target_of("").home, bytes);
+  if (!checking.is_still_wanted()) return;
+  if (create_dialog != nullptr) return show_over_page(create_dialog());
   explicit_bzero(g_password, sizeof g_password);
   const Encryption encryption = encryption_of_archive(g_filename);
   if (encryption == Encryption::other) return show_over_page(create_zipOtherEncryption());

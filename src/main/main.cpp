@@ -68,6 +68,16 @@ bool prepare_first_run(const std::string& home) {
   return true;
 }
 
+// False when the homes cannot be listed.
+bool prepare_homes(const std::string& home) {
+  const SignalsAtStart signals;
+  begin_run_for_changes(home);
+  if (!prepare_first_run(home)) return false;
+  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, look_for_new_homes);
+  keep::settle();
+  return true;
+}
+
 int is_novell_layout(System system) {
   return system == System::gnome ? is_folder("/opt/gnome/share", "pixmaps") : 0;
 }
@@ -129,7 +139,9 @@ void build_dialogs() {
 
 void run_main_loop() {
   gdk_threads_enter();
+  serve_windows_meanwhile();
   gtk_main();
+  end_worker();
   gdk_threads_leave();
 }
 
@@ -148,10 +160,8 @@ void end_log(std::FILE* log) {
 int main(int argc, char** argv) {
   leave_terminal();
   const std::string home = current_owner().home;
-  begin_run_for_changes(home);
-  if (!prepare_first_run(home)) return -1;
-  copy_over(compose("cp -f /usr/local/brindle/.gtkrc-2.0 /etc/skel/"), look, look_for_new_homes);
-  keep::settle();
+  if (!be_the_only_one(home)) return 1;
+  if (!prepare_homes(home)) return -1;
   getOsVersion("");
   isNLD = is_novell_layout(detected_system());
   std::printf("ISNLD:%d\n", isNLD);

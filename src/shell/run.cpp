@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "error/error.h"
+#include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/pieces.h"
@@ -22,9 +23,18 @@ unsigned int seed = 0;
 
 constexpr std::size_t first_line_limit = 255;
 
+// For whoever started the program on a terminal; the log is for the administrator.
+void tell(const char* cmd, const char* what, const char* why) {
+  const int error = errno;  // the log's line ends with it
+  std::fprintf(stderr, "brindle: %s %s: %s\n", cmd, what, why);
+  errno = error;
+}
+
 // Not run here: turns a raw status of system() into the log line and the caller's result.
 int report(int status, const char* cmd) {
+  if (status == -1 && errno == ECANCELED) return -1;  // the program ends
   if (status == -1) {
+    tell(cmd, "could not be started", std::strerror(errno));
     log_ret("fork failed, %s", cmd);
     return -1;
   }
@@ -35,6 +45,7 @@ int report(int status, const char* cmd) {
     return -1;
   }
   if ((status & 0x7f) != 0) {
+    tell(cmd, "was ended by a signal", strsignal(WTERMSIG(status)));
     log_ret("abnormal termination %s", cmd);
     return -1;
   }
@@ -48,7 +59,7 @@ int refuse(const char* cmd) {
   return -1;
 }
 
-int run_logged(const char* cmd) { return report(std::system(cmd), cmd); }
+int run_logged(const char* cmd) { return report(shell::run_or_end(cmd), cmd); }
 
 // Makes the file for a command's output. A name that is taken gets a number behind it: what lies there is
 // somebody's, and a link there may lead anywhere. A home that takes no file is left for the command to tell.
@@ -91,12 +102,12 @@ namespace shell {
 
 int run_for_status(const Command& cmd) {
   if (cmd.refused()) return refuse(cmd.c_str());
-  const int status = std::system(cmd.c_str());
+  const int status = run_or_end(cmd.c_str());
   return report(status, cmd.c_str()) == 0 ? WEXITSTATUS(status) : -1;
 }
 
 int run_shown_as(const Command& cmd, const Command& shown) {
-  return cmd.refused() ? refuse(shown.c_str()) : report(std::system(cmd.c_str()), shown.c_str());
+  return cmd.refused() ? refuse(shown.c_str()) : report(run_or_end(cmd.c_str()), shown.c_str());
 }
 
 void allow_long_commands() {
@@ -109,7 +120,7 @@ void allow_long_commands() {
 }
 
 int run_unlogged(const Command& cmd) {
-  if (!cmd.refused()) return std::system(cmd.c_str());
+  if (!cmd.refused()) return run_or_end(cmd.c_str());
   errno = EINVAL;
   return -1;
 }

@@ -14,7 +14,9 @@
 ///   killed by a signal       "abnormal termination CMD"                        -1
 ///   shell not started        "fork failed, CMD" or "exec failed, CMD"          -1
 ///   refused by the composer  "refused, CMD"; not run                           -1
+///   the program ends         -; not run                                        -1
 ///
+/// Of one that a signal has ended, and of one that could not be started, standard error tells as well.
 /// A command that ran and failed counts as success: only the log shows it, the migration goes on.
 int SYSTEM(const shell::Command& cmd);
 

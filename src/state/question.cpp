@@ -80,8 +80,20 @@ Question share_question({.open = isWindowSmbUsernamePasswordOpen,
                          .answers = {Username, Password}},
                         show_smb_username_password_window);
 
+namespace {
+
+constexpr Question* all_questions[] = {&printer_notice, &user_notice, &driver_question, &share_question};
+
+}  // namespace
+
 void decline_open_questions() {
-  for (Question* question : {&printer_notice, &user_notice, &driver_question, &share_question}) {
+  for (Question* question : all_questions) {
     if (question->has_window()) question->decline();
+  }
+}
+
+void decline_all_questions() {
+  for (Question* question : all_questions) {
+    if (question->is_open()) question->decline();
   }
 }

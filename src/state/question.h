@@ -77,6 +77,9 @@ class Question {
   /// Empties the answers and closes the question.
   void decline();
 
+  /// True while the worker waits for it, and before it has asked for the first time.
+  bool is_open() const { return storage_.open == 1; }
+
  private:
   bool wants_answers() const { return !storage_.answers.empty(); }
   bool skip();
@@ -105,5 +108,9 @@ enum ShareAnswer : std::size_t { share_user, share_password };
 /// Declines every question whose window is there. For a cancelled run, after isKilled is set: the callbacks
 /// of questions that are on their way, and of notices that come later, decline them themselves.
 void decline_open_questions();
+
+/// Declines every question that is open, for the time after the main loop: what the worker posts is shown no
+/// more.
+void decline_all_questions();
 
 #endif

@@ -14,6 +14,7 @@ std::atomic<int> isUserPopupOpen{1};
 std::atomic<int> isWindowSelectDriverOpen{1};
 std::atomic<int> isWindowSmbUsernamePasswordOpen{1};
 std::atomic<int> isKilled{0};
+std::atomic<bool> worker_runs{false};
 std::atomic<char*> dir_name{nullptr};
 
 char Username[256] = "";

@@ -65,6 +65,10 @@ extern std::atomic<int> isWindowSmbUsernamePasswordOpen;
 /// show no window.
 extern std::atomic<int> isKilled;
 
+/// True while there is a worker. Set by page 2's Next before it is started, cleared by the worker as the last
+/// thing it does. Read at the end of the program, which waits for it.
+extern std::atomic<bool> worker_runs;
+
 /// The worker's temporary directory; null before it is made or when it could not be made. Written once by
 /// the worker. Read by the worker, by page 3's Cancel and at the end of the program, hence atomic.
 extern std::atomic<char*> dir_name;

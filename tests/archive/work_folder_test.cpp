@@ -85,6 +85,26 @@ TEST_F(WorkFolder, EndsWhatWorksOnItAndNothingElse) {
   other.join();
 }
 
+TEST_F(WorkFolder, EndsWhatTheCommandOnItHasStarted) {
+  write_file("/root/unzip", "#!/bin/bash\n(exec sleep 4326)\nexit 1\n");
+  std::thread unzip(
+      [] { shell_quietly("chmod +x /root/unzip; /root/unzip /tmp/brindTEST01 2>/dev/null; true"); });
+  while (running("sleep 4326").empty()) usleep(10000);
+  remove_work_folder();
+  unzip.join();
+  EXPECT_EQ("", running("sleep 4326"));
+}
+
+TEST_F(WorkFolder, AnotherOwnFolderGoesInTheSameWay) {
+  shell_quietly("mkdir -p /tmp/brindTEST03/root /tmp/brindTEST04; chown 2345 /tmp/brindTEST04");
+  remove_own_folder("/tmp/brindTEST03");
+  remove_own_folder("/tmp/brindTEST04");
+  remove_own_folder("");
+  EXPECT_FALSE(exists("/tmp/brindTEST03"));
+  EXPECT_TRUE(exists("/tmp/brindTEST04"));
+  EXPECT_TRUE(exists(folder));
+}
+
 TEST_F(WorkFolder, LeavesOtherPeoplesProgramsAlone) {
   shell_quietly("setsid -f tail -f /dev/null /tmp/brindTEST01/Brindle >/dev/null 2>&1");
   usleep(200000);

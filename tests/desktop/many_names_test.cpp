@@ -30,13 +30,13 @@ struct ManyNames : testing::Test {
     answer_command("fc-cache", 0);  // what it makes of so many fonts is not looked at
   }
   // Fills a folder of the archive and returns its path.
-  std::string fill_folder(const std::string& name, int count = 60'000) {
+  std::string fill_folder(const std::string& name, int count = 30'000) {
     count_ = static_cast<std::size_t>(count);
     const std::string folder = std::string(archive) + "/" + name;
     write_file(folder + "/000 first", "first");
     write_file(folder + "/.hidden", "hidden");
     for (int number = 0; number < count; ++number)
-      std::ofstream(folder + "/" + std::string(200, 'n') + std::to_string(number));
+      std::ofstream(folder + "/" + std::string(240, 'n') + std::to_string(number));
     write_file(folder + "/zzz last", "last");
     shell_quietly("touch -d 2001-02-03 '" + folder + "/zzz last'");
     return folder;
@@ -47,7 +47,7 @@ struct ManyNames : testing::Test {
     EXPECT_THAT(commands_run(), Contains(command));
     std::size_t long_names = 0;
     const std::vector<std::string> names = list_folder(to).value();
-    for (const std::string& name : names) long_names += name.size() > 200 ? 1 : 0;
+    for (const std::string& name : names) long_names += name.size() > 240 ? 1 : 0;
     EXPECT_EQ(count_, long_names);
     EXPECT_EQ("first", read_file(to + "/000 first"));
     EXPECT_EQ("last", read_file(to + "/zzz last"));

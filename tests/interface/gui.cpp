@@ -17,11 +17,8 @@
 #include "support/files.h"
 #include "system/detection.h"
 
-// Caches that the toolkit's libraries keep until the end of the program.
-const char* const toolkit_leaks =
-    "leak:libfontconfig\nleak:libpango\nleak:libgdk\nleak:libX11\nleak:g_type_\nleak:libgio\n"
-    "leak:gtk_init\nleak:gtk_rc_\nleak:gtk_style_\nleak:gtk_widget_ensure_style\nleak:gtk_icon_\n"
-    "leak:librsvg\nleak:libgobject\nleak:libgtk\n";
+// What the leak checker may pass over in libraries that are not ours: the list of the whole runs.
+const char* const toolkit_leaks = BRINDLE_LEAKS_OF_OTHERS;
 
 // Pango reads the fonts on a thread of its own; the sanitizer cannot see how these libraries order that.
 const char* const toolkit_races =

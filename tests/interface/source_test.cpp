@@ -1,5 +1,6 @@
 #include "callbacks/source.h"
 
+#include <dlfcn.h>
 #include <sys/mount.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -7,11 +8,13 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <utility>
 
 #include "gui.h"
 #include "interface/dialogs.h"
 #include "interface/windows.h"
 #include "process/run/process.h"
+#include "shell/ending.h"
 #include "state/posts.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -30,6 +33,23 @@ void* process(void* args) {
   ++workers;
   return nullptr;
 }
+
+namespace {
+
+int threads_left = -1;  // for so many there is room; -1: for all
+
+}  // namespace
+
+// In place of GLib's, which comes next.
+G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+extern "C" GThread* g_thread_create_full(GThreadFunc function, gpointer data, gulong stack, gboolean joinable,
+                                         gboolean bound, GThreadPriority priority, GError** error) {
+  using Create = decltype(&g_thread_create_full);
+  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "g_thread_create_full"));
+  if (threads_left == 0) return nullptr;
+  return next(function, data, stack, joinable, bound, priority, error);
+}
+G_GNUC_END_IGNORE_DEPRECATIONS
 
 namespace {
 
@@ -308,6 +328,65 @@ TEST_F(SourceTest, ASecondNextDoesNotStartASecondWorker) {
   usleep(100000);
   EXPECT_EQ(workers, 1);
   EXPECT_STREQ(g_filename, "/root/a.zip");
+}
+
+bool leave_page_meanwhile() {
+  static bool pressed = false;
+  if (!std::exchange(pressed, true)) press(window2, "back2");
+  return true;
+}
+
+TEST_F(SourceTest, WhoGoesBackWhileTheChecksRunStartsNothing) {
+  make_zip("/root/a.zip", "10");
+  shell::while_waiting(leave_page_meanwhile);
+  next_with("/root/a.zip");
+  shell::while_waiting(nullptr);
+  usleep(100000);
+  EXPECT_EQ(workers, 0);
+  EXPECT_TRUE(gtk_widget_get_visible(window1));
+  EXPECT_FALSE(gtk_widget_get_visible(window3));
+}
+
+bool press_again_meanwhile() {
+  press(window2, "next2");
+  return true;
+}
+
+TEST_F(SourceTest, NextPressedAgainWhileTheChecksRunChecksOnce) {
+  make_zip("/root/a.zip", "10");
+  shell::while_waiting(press_again_meanwhile);
+  next_with("/root/a.zip");
+  shell::while_waiting(nullptr);
+  EXPECT_TRUE(run_started());
+  EXPECT_EQ(workers, 1);
+}
+
+bool end_meanwhile() { return false; }
+
+TEST_F(SourceTest, AWizardThatIsLeftWhileTheChecksRunStartsNothing) {
+  make_zip("/root/a.zip", "10");
+  shell::while_waiting(end_meanwhile);
+  next_with("/root/a.zip");
+  shell::while_waiting(nullptr);
+  usleep(100000);
+  EXPECT_EQ(workers, 0);
+  EXPECT_TRUE(gtk_widget_get_visible(window2));
+}
+
+TEST_F(SourceTest, WithoutRoomForAThreadThePageStays) {
+  make_zip("/root/a.zip", "10");
+  threads_left = 0;
+  testing::internal::CaptureStderr();
+  next_with("/root/a.zip");
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("could not be started"), std::string::npos);
+  threads_left = -1;
+  EXPECT_EQ(thread_id, nullptr);
+  EXPECT_FALSE(worker_runs);
+  EXPECT_EQ(timer, 0);
+  EXPECT_TRUE(gtk_widget_get_visible(window2));
+  EXPECT_FALSE(gtk_widget_get_visible(window3));
+  press(window2, "next2");  // another try
+  EXPECT_TRUE(run_started());
 }
 
 TEST_F(SourceTest, TheCdromEntryServesTheCdrom) {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "gui.h"
 #include "support/commands.h"
@@ -551,6 +552,41 @@ TEST_F(StartupTest, ASignalEndsItAsAClosedWindowDoes) {
     EXPECT_EQ(wait_for_end(), 1000 + signal);
     EXPECT_EQ(read_file("/root/.brindle_log"), "exit main\n");
   }
+}
+
+// A program of that name, found first, which tells that it runs and never ends.
+void install_hanging(const std::string& name) {
+  install_script("/usr/local/bin/" + name, "trap '' TERM\ntouch /root/hangs\n(exec sleep 4325)\nexit 1\n");
+}
+
+void wait_until_it_hangs() {
+  for (int tries = 0; tries < 200 && !exists("/root/hangs"); ++tries) usleep(50000);
+  ASSERT_TRUE(exists("/root/hangs"));
+}
+
+TEST_F(StartupTest, ASignalEndsItWithACommandThatHangsAtTheStart) {
+  install_hanging("cp");
+  start();
+  wait_until_it_hangs();
+  kill(child, SIGTERM);
+  EXPECT_EQ(wait_for_end(), 1000 + SIGTERM);
+  EXPECT_EQ("", output_of("pgrep -xf 'sleep 4325'"));
+}
+
+TEST_F(StartupTest, ASecondOneInTheSameHomeSaysSoAndGoes) {
+  start();
+  const std::string id = window_called(shipped_text("window1"));
+  ASSERT_NE(id, "");
+  write_file("/root/.brindle_log", "of the first one\n");
+  const pid_t first = std::exchange(child, 0);
+  start();
+  EXPECT_EQ(wait_for_end(), 1);
+  EXPECT_EQ(read_file("/root/stderr"),
+            "brindle: it is running already for /root; two at once would be in each other's way.\n");
+  EXPECT_EQ(read_file("/root/.brindle_log"), "of the first one\n");
+  child = first;
+  ask_to_close(id);
+  EXPECT_EQ(wait_for_end(), 0);
 }
 
 }  // namespace

@@ -180,14 +180,14 @@ TEST_F(Run, TheFirstCommandMayHaveSixMegabytesOfWords) {
   EXPECT_EQ("24576\n", read_file("/tmp/limit"));
 }
 
-TEST_F(Run, SixtyThousandDocumentsArrive) {
+TEST_F(Run, MoreDocumentsThanACommandTakesArrive) {
   on("Linspire");
   shell_quietly(
       "mkdir -p '/tmp/in/Brindle/My Documents' && cd '/tmp/in/Brindle/My Documents' && "
       "seq -f \"" +
-      std::string(200, 'n') + "%05.0f\" 60000 | xargs touch");
+      std::string(240, 'n') + "%05.0f\" 30000 | xargs touch");
   migrate();
-  EXPECT_EQ("60000\n", output_of("ls /root/Documents | wc -l"));
+  EXPECT_EQ("30000\n", output_of("ls /root/Documents | wc -l"));
   EXPECT_EQ(1, times_posted("image_1"));
   EXPECT_THAT(posts(), Contains(Pair("image_1", 0)));
 }

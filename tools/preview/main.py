@@ -31,7 +31,7 @@ RECORD = "/run/brindle/record"
 WIZARD = "/usr/local/bin/brindle"  # which starts it in a language that is installed
 ACCOUNT = "/usr/local/bin/brindle-account"
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
-SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS")
+SANITIZERS = ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "LSAN_OPTIONS", "G_SLICE")
 SECONDS_FOR_THE_END = 15
 DIFFERENCES_LEFT = 3
 

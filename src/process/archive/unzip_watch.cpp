@@ -117,8 +117,12 @@ void watch(const std::stop_token& is_over, const Watched& watched, std::atomic<O
 
 UnzipWatch::UnzipWatch(const std::string& archive, const std::string& folder) {
   const Watched watched = {folder, reserve_of(room_in(folder)), most_written(archive)};
-  watcher_ =
-      std::jthread([this, watched](const std::stop_token& is_over) { watch(is_over, watched, found_); });
+  try {
+    watcher_ =
+        std::jthread([this, watched](const std::stop_token& is_over) { watch(is_over, watched, found_); });
+  } catch (const std::system_error& error) {  // where nothing more can be started, unzip cannot either
+    std::fprintf(stderr, "In process() Unzip: %s\n", error.what());
+  }
 }
 
 Overrun UnzipWatch::end() {

@@ -29,8 +29,8 @@ bool is_worked_on(const std::string& folder);
 /// The process of the program `name`, started by this process, that names `folder`; no value without one.
 std::optional<pid_t> command_on(const std::string& folder, const std::string& name);
 
-/// Ends what this process has started and names `folder`; of a shell and its command only the command, so
-/// that the shell can tell how it ended.
+/// Ends what this process has started and names `folder`, and what that has started; of a shell and its
+/// command only the command, so that the shell can tell how it ended.
 void end_commands_on(const std::string& folder);
 
 /// Removes the folder at once, however deep it is. Only one of this process's own user.
@@ -43,5 +43,10 @@ void stop_unpacking();
 /// For the end of the program: stop_unpacking, then ends what still works on the folder, and removes it. Only
 /// a folder of this process's own user; the worker has usually removed it long before.
 void remove_work_folder();
+
+/// For the end of the program: ends what still works on `folder`, a folder that the run has made in /tmp, and
+/// removes it, without a command. Nothing for an empty path, and nothing but a folder of this process's own
+/// user.
+void remove_own_folder(const std::string& folder);
 
 #endif

@@ -7,6 +7,7 @@
 
 #include "keep/keep.h"
 #include "process/archive/layout.h"
+#include "process/archive/work_folder.h"
 #include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -41,6 +42,7 @@ bool replace_terminal_settings(const std::string& home, const char* tarball) {
                     errno != not_kept;
   if (kept) std::printf("CMD Executed::%s\n", copy.c_str());
   SYSTEM(compose("rm -rf %s", working_directory));
+  remove_own_folder(working_directory);  // when there is no rm, or no command any more
   return kept;
 }
 

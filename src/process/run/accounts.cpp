@@ -22,6 +22,7 @@
 #include "process/run/private_home.h"
 #include "process/run/run_note.h"
 #include "process/run/walk.h"
+#include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/kept.h"
@@ -262,6 +263,7 @@ int migrate_profiles(const char* root) {
   // same.
   int result = 0;
   for (const std::string& name : *names) {
+    if (shell::starts_no_more_commands()) break;
     put(cur_user, name);
     if (!is_login_name(name)) {
       refuse_user(user_notice);

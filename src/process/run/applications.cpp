@@ -1,7 +1,5 @@
 #include "process/run/applications.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <initializer_list>
@@ -10,6 +8,7 @@
 #include "gconf/settings.h"
 #include "keep/keep.h"
 #include "process/mail/evolution/new_home.h"
+#include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/home.h"
 #include "shell/run.h"
@@ -79,15 +78,22 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   remove_skeleton(skeleton);
 }
 
+// What was started for a moment does not stay when the wizard is left in that moment.
+void end_program(const shell::Command& command) {
+  const shell::EvenAtTheEnd even_at_the_end;
+  SYSTEM(command);
+}
+
 // Each command is waited for: a program that stays in the foreground holds the run up until it is closed.
 void prepare_by_starting(const std::string& home) {
   if (!kept_before_kde_programs(home)) return;
   SYSTEM(compose("kmail"));
-  sleep(5);
-  SYSTEM(compose("killall kmail"));
+  shell::pause_for(5);
+  end_program(compose("killall kmail"));
+  if (shell::starts_no_more_commands()) return;
   SYSTEM(compose("kaddressbook"));
-  sleep(2);
-  SYSTEM(compose("killall kaddressbook"));
+  shell::pause_for(2);
+  end_program(compose("killall kaddressbook"));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gconf/gconf-client.h>
 #include <glib.h>
 #include <pthread.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +13,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "error/log.h"
@@ -78,16 +80,30 @@ void take_back_password(const std::stop_token& unzip_has_ended, const char* dire
   PasswordForUnzip::take_back();
 }
 
+// Without a thread the password is taken back when unzip has ended.
+std::jthread watch_unzip(const char* directory, const std::string& password) {
+  if (password.empty()) return {};
+  try {
+    return std::jthread(take_back_password, directory);
+  } catch (const std::system_error& error) {
+    std::fprintf(stderr, "In process() Unzip: %s\n", error.what());
+    return {};
+  }
+}
+
 // Says how far unzip went too far. A null directory is refused by the composer.
 Overrun run_unzip(const char* archive, const char* directory, const std::string& password) {
   const PasswordForUnzip in_environment(password);
-  std::jthread watcher;
-  if (!password.empty()) watcher = std::jthread(take_back_password, directory);
+  const std::jthread watcher = watch_unzip(directory, password);
   std::optional<UnzipWatch> watch;
   if (directory != nullptr) watch.emplace(archive, directory);
-  if (shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory)) < 0)
-    std::perror("In process() Unzip: ");
-  return watch ? watch->end() : Overrun::none;
+  const int status =
+      shell::run_unlogged(compose("unzip -o \"%s\" -d \"%s\"", as_archive(archive), directory));
+  if (status < 0) std::perror("In process() Unzip: ");
+  const Overrun overrun = watch ? watch->end() : Overrun::none;
+  if (overrun == Overrun::none && status > 0 && WIFSIGNALED(status))
+    std::fprintf(stderr, "In process() Unzip: %s\n", strsignal(WTERMSIG(status)));
+  return overrun;
 }
 
 void tell_about(Overrun overrun) {
@@ -161,19 +177,14 @@ void end_run(GConfClient*& settings, std::FILE* log) {
   std::exit(0);
 }
 
-}  // namespace
-
-void* process(void* args) {
-  pthread_setname_np(pthread_self(), "worker");
-  shell::allow_long_commands();  // before the first command
-  if (getOsVersion(static_cast<char*>(args)) == 1) return nullptr;
+void run_to_the_end(char* args) {
+  if (getOsVersion(args) == 1) return;
   trace_system(OSName, OSVersion);
   if (detected_unserved_release()) {
     forget_password();
     keep::end_run();
     remove_progress_timeout(timer);
-    end_run(client, fp_log);
-    return nullptr;
+    return end_run(client, fp_log);
   }
   begin_run_note(g_filename);
   // Start-up has begun it when it changed something.
@@ -201,5 +212,14 @@ void* process(void* args) {
   post_to_gui(done_button_bar, nullptr);
   if (isKilled == 0) show_dialog(refused ? show_popup_multi_user_error_window : show_popup_window, fp_log);
   end_run(client, fp_log);
+}
+
+}  // namespace
+
+void* process(void* args) {
+  pthread_setname_np(pthread_self(), "worker");
+  shell::allow_long_commands();  // before the first command
+  run_to_the_end(static_cast<char*>(args));
+  worker_runs = false;
   return nullptr;
 }

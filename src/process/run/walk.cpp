@@ -6,6 +6,7 @@
 #include "keep/keep.h"
 #include "process/archive/layout.h"
 #include "process/run/sequence.h"
+#include "shell/ending.h"
 #include "shell/files.h"
 #include "state/question.h"
 #include "state/state.h"
@@ -88,6 +89,7 @@ void walk_steps(const Target& target, const std::string& archive_root) {
   Walk walk{target, archive_root, printer_notice};
   for (const Step& step : sequence()) {
     if (!is_for(target, step) || !exists_on(step, target.system)) continue;
+    if (shell::starts_no_more_commands()) return;
     run_step(step, walk);
     finish_keys(client);
     keep::settle();

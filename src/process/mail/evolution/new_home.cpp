@@ -1,7 +1,6 @@
 #include "process/mail/evolution/new_home.h"
 
 #include <glib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -11,6 +10,7 @@
 #include "keep/keep.h"
 #include "process/mail/folders/background.h"
 #include "process/mail/folders/evolution.h"
+#include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -126,7 +126,8 @@ void start_evolution_once(const Target& target) {
   if (has_evolution(target.home) || !keep_for_evolution(target.home)) return;
   std::printf("Launching Evolution.");
   start_evolution();
-  sleep(seconds_for_evolution);
+  shell::pause_for(seconds_for_evolution);
+  const shell::EvenAtTheEnd even_at_the_end;
   stop_evolution();
 }
 

@@ -1,0 +1,165 @@
+"""The faults that can be put into a view, and taken out of it. All as root, in the view.
+
+A fault is a word with its parts behind colons:
+
+  missing:NAME          the program is not there
+  killed:NAME[:TEXT]    it ends itself by SIGSEGV at once, when TEXT is among its arguments
+  hanging:NAME[:TEXT]   it never ends, minds no SIGTERM and has a child that does not either
+  disk:FOLDER:KIB       FOLDER is a disk of its own, with KIB KiB of room beside what it has
+  fill:FOLDER           no room is left on that disk
+  read-only:FOLDER      nothing can be written there any more
+  no-fork               the wizard can start nothing any more
+  filled-by:NAME:TEXT:FOLDER   no room is left on that disk from the moment that the program is called so
+  term, kill            the wizard gets that signal
+"""
+import os
+import shutil
+import signal
+import subprocess
+
+PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin"
+REAL = "/run/brindle/real"
+HUNG = "/run/brindle/record/hung"  # a line when a program begins to hang
+FILLER = ".filler"
+
+STAND_IN = """#!/bin/bash
+case "$*" in
+  *'{text}'*) {what} ;;
+esac
+exec {real} "$@"
+"""
+HANGS = f"trap '' TERM HUP; echo {{name}} >>{HUNG}; (trap '' TERM; exec sleep 3000); exit 1"
+ENDS_ITSELF = "kill -SEGV $$"
+
+
+def run(*words):
+    subprocess.run(words, check=True, stdin=subprocess.DEVNULL)
+
+
+# ---- Programs --------------------------------------------------------------------------------------------
+
+def places_of(name):
+    if name == "sh":  # a recorder stands there
+        return ["/usr/bin/sh"]
+    found = [os.path.join(folder, name) for folder in PATH.split(":")]
+    return [path for path in found if os.path.lexists(path)]
+
+
+def put_missing(name):
+    for path in places_of(name):
+        os.unlink(path)
+
+
+def put_stand_in(name, text, what):
+    """In the place of every program of that name; the real one is kept for other arguments."""
+    os.makedirs(REAL, exist_ok=True)
+    for number, path in enumerate(places_of(name)):
+        real = f"{REAL}/{number}/{name}"
+        os.makedirs(os.path.dirname(real), exist_ok=True)
+        shutil.copy2(path, real)
+        os.unlink(path)
+        with open(path, "w", encoding="utf-8") as script:
+            script.write(STAND_IN.format(text=text, what=what.format(name=name), real=real))
+        os.chmod(path, 0o755)
+
+
+def put_killed(name, text=""):
+    put_stand_in(name, text, ENDS_ITSELF)
+
+
+def put_filled_by(name, text, folder):
+    """The disk is full from the moment that it is called."""
+    put_stand_in(name, text, f"head -c 1G /dev/zero 2>/dev/null >{folder}/{FILLER}")
+
+
+def put_hanging(name, text=""):
+    with open(HUNG, "a", encoding="utf-8"):
+        os.chmod(HUNG, 0o666)
+    put_stand_in(name, text, HANGS)
+
+
+# ---- Disks -----------------------------------------------------------------------------------------------
+
+def used_kib(folder):
+    return int(subprocess.run(["du", "-sk", "--apparent-size", folder], capture_output=True, text=True,
+                              check=True).stdout.split()[0])
+
+
+def put_disk(folder, kib):
+    """tmpfs counts whole pages: a file of one byte takes 4 KiB."""
+    count = sum(len(files) + len(folders) for _, folders, files in os.walk(folder))
+    size = used_kib(folder) + 4 * count + int(kib)
+    mode = oct(os.stat(folder).st_mode & 0o7777)[2:]
+    owner = os.stat(folder)
+    place = "/run/brindle/new-disk"
+    os.makedirs(place, exist_ok=True)
+    run("mount", "-t", "tmpfs", "-o", f"size={size}k,mode={mode}", "small", place)
+    run("cp", "-a", folder + "/.", place)
+    os.chown(place, owner.st_uid, owner.st_gid)
+    run("mount", "--move", place, folder)
+
+
+def put_fill(folder):
+    with open(os.path.join(folder, FILLER), "ab", buffering=0) as filler:
+        for size in (1 << 20, 4096, 1):
+            try:
+                while filler.write(b"\0" * size):
+                    pass
+            except OSError:
+                pass
+
+
+def put_read_only(folder):
+    """What is open there stays so; whoever opens something anew meets the other mount."""
+    run("mount", "--bind", folder, folder)
+    run("mount", "-o", "remount,ro,bind", folder)
+
+
+def take_out(fault):
+    """Only of those that a next start may not meet."""
+    name, _, rest = fault.partition(":")
+    filler = os.path.join(rest.split(":")[-1], FILLER)
+    if name in ("fill", "filled-by") and os.path.exists(filler):
+        os.unlink(filler)
+    elif name == "read-only":
+        run("umount", rest)
+
+
+# ---- Processes -------------------------------------------------------------------------------------------
+
+def wizard_ids():
+    found = []
+    for name in os.listdir("/proc"):
+        try:
+            if name.isdigit() and os.path.basename(os.readlink(f"/proc/{name}/exe")) == "brindle-wizard":
+                found.append(int(name))
+        except OSError:
+            pass
+    return found
+
+
+CALLS = "clone,clone3,fork,vfork"
+
+
+def put_no_fork():
+    """The kernel refuses each of the wizard's calls for a new process or thread."""
+    for wizard in wizard_ids():
+        subprocess.Popen(["strace", "-f", "-qq", "-o", "/dev/null", "-e", "trace=" + CALLS, "-e",
+                          f"inject={CALLS}:error=EAGAIN", "-p", str(wizard)],
+                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def send(number):
+    for wizard in wizard_ids():
+        os.kill(wizard, number)
+
+
+FAULTS = {"missing": put_missing, "filled-by": put_filled_by, "killed": put_killed, "hanging": put_hanging, "disk": put_disk, "fill": put_fill,
+          "read-only": put_read_only, "no-fork": put_no_fork, "term": lambda: send(signal.SIGTERM),
+          "kill": lambda: send(signal.SIGKILL)}
+
+
+def put(fault):
+    limits = {"killed": 2, "hanging": 2, "disk": 2, "filled-by": 3}
+    name, *parts = fault.split(":", limits.get(fault.partition(":")[0], 1))
+    FAULTS[name](*parts)
