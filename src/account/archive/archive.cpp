@@ -211,7 +211,8 @@ std::size_t EntryStream::read(std::span<char> buffer) {
   if (parts_->failed || parts_->file == nullptr) return 0;
   const zip_int64_t got = zip_fread(parts_->file, buffer.data(), buffer.size());
   // Damaged; more than the list says, which may go on for days; or less.
-  if (got < 0 || static_cast<std::uint64_t>(got) > parts_->left || (got == 0 && !buffer.empty() && parts_->left > 0)) {
+  if (got < 0 || static_cast<std::uint64_t>(got) > parts_->left ||
+      (got == 0 && !buffer.empty() && parts_->left > 0)) {
     parts_->failed = true;
     return 0;
   }
