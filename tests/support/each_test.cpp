@@ -93,8 +93,10 @@ Wish wish_of(const std::vector<std::string>& words) {
 std::vector<std::string> names(const Wish& wish) {
   std::vector<std::string> left;
   int number = 0;
-  for (const std::string& name : names_in(list_of_tests()))
-    if (number++ % wish.parts == wish.part - 1) left.push_back(name);
+  for (const std::string& name : names_in(list_of_tests())) {
+    const bool is_off = name.find("DISABLED_") != name.npos && !GTEST_FLAG_GET(also_run_disabled_tests);
+    if (!is_off && number++ % wish.parts == wish.part - 1) left.push_back(name);
+  }
   return left;
 }
 
