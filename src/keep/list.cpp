@@ -8,32 +8,14 @@
 #include <optional>
 #include <utility>
 
+#include "keep/cell.h"
+
 namespace keep {
 
 namespace {
 
 constexpr std::array<const char*, 9> words = {"path",    "attributes", "gconf",    "queue", "default_queue",
                                               "account", "names",      "new_home", "run"};
-
-std::string escaped(std::string_view cell) {
-  std::string text;
-  for (const char c : cell) {
-    switch (c) {
-      case '\\':
-        text += "\\\\";
-        break;
-      case '\t':
-        text += "\\t";
-        break;
-      case '\n':
-        text += "\\n";
-        break;
-      default:
-        text += c;
-    }
-  }
-  return text;
-}
 
 std::string unescaped(std::string_view cell) {
   std::string text;
