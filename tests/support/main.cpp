@@ -93,7 +93,7 @@ int run_outside(const Words& words, const each_test::Wish& wish) {
 
 int main(int argc, char** argv) {
   Words words(argv, argv + argc);  // before GoogleTest takes its own out
-  words[0] = std::filesystem::read_symlink("/proc/self/exe");
+  words[0] = std::filesystem::absolute(words[0]);
   testing::InitGoogleMock(&argc, argv);
   const each_test::Wish wish = each_test::wish_of(words);
   if (GTEST_FLAG_GET(list_tests)) return RUN_ALL_TESTS();
