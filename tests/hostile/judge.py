@@ -18,7 +18,7 @@ foomatic-compiledb foomatic-printjob foomatic-perl-data
 cupsd cups-deviced cups-driverd cups-exec backend usb parallel serial socket lpd ipp http https smb snmp dnssd driverless
 brindle brindle-wizard brindle-account brindle-undo brindle-suite-import standin setarch locale openbox import
 import-im6.q16 dbus-daemon at-spi2-registryd at-spi-bus-launcher Xvfb gvfsd dconf-service xdotool logger localedef
-mail-session ldconfig db5.3_dump dpkg hostname id gzip gs basename dirname cut cksum date whoami setsid
+mail-session ldconfig timeout db5.3_dump dpkg hostname id gzip gs basename dirname cut cksum date whoami setsid
 """.splitlines():
     PROGRAMS.update(line.split())
 
