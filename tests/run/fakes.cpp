@@ -10,13 +10,6 @@
 #include "state/posts.h"
 #include "state/state.h"
 
-// The main loop serves the connection to the settings daemon that the worker has opened. GLib hands it over
-// under a lock that the checker does not see.
-extern "C" const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions() {
-  return "race:^dbus_connection_get_dispatch_status$\n";
-}
-
 namespace {
 
 Posts posted;
@@ -53,7 +46,10 @@ int note(const std::string& name, Question& question) {
 // GLib is not built for the thread checker: what it calls itself (memcpy, write) is ordered by locks that the
 // checker cannot see. Our own accesses are still checked.
 extern "C" const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions() { return "called_from_lib:libglib-2.0.so\n"; }
+extern "C" const char* __tsan_default_suppressions() {
+  // The second is the main loop's look at the connection to the settings daemon that the worker has opened.
+  return "called_from_lib:libglib-2.0.so\nrace:^dbus_connection_get_dispatch_status$\n";
+}
 
 int draw_posted_mark(void* data) {
   take_hand_over();
