@@ -69,7 +69,10 @@ def put_killed(name, text=""):
 
 def put_filled_by(name, text, folder):
     """The disk is full from the moment that it is called."""
-    put_stand_in(name, text, f"head -c 1G /dev/zero 2>/dev/null >{folder}/{FILLER}")
+    # By a process that is nobody's child: what a program's children write counts as written by itself.
+    fill = f"head -c 1G /dev/zero 2>/dev/null >{folder}/{FILLER}"
+    put_stand_in(name, text, f"rm -f /run/filled; ( ({fill}; echo >/run/filled) & ); "
+                             "until [ -e /run/filled ]; do sleep 0.05; done")
 
 
 def put_hanging(name, text=""):
