@@ -43,7 +43,7 @@ TEST(GnomeWallpaper, has_arrived_when_the_desktop_shows_it) {
     EXPECT_EQ("1 1 0 0 0", numbers(scene.look(Kind::wallpaper))) << letter;
     show_in_gnome("/home/ann/my.photo.jpg", "zoom");
     EXPECT_THAT(missing(scene),
-                ElementsAre("my.photo.jpg: It is centred, stretched or tiled in another way."))
+                ElementsAre("my.photo.jpg: It is centered, stretched or tiled in another way."))
         << letter;
   }
 }
@@ -119,7 +119,7 @@ TEST(KdeWallpaper, has_arrived_under_its_new_name) {
     EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::wallpaper))) << letter;
     show_in_kde("/home/ann/Wallpaper1.photo.jpg", "WallpaperMode=CenterTiled");
     EXPECT_THAT(missing(scene),
-                ElementsAre("my.photo.jpg: It is centred, stretched or tiled in another way."));
+                ElementsAre("my.photo.jpg: It is centered, stretched or tiled in another way."));
   }
 }
 

@@ -309,9 +309,32 @@ TEST(ShippedTexts, EachOfThe77KeysIsFoundByItsOwnLine) {
 }
 
 // Behind those that every language has.
-const char* const later_keys[] = {"zipwrongpassword",   "zipwrongpassword-label21",
-                                  "zipotherencryption", "zipotherencryption-label22",
-                                  "unpackingstopped",   "unpackingstopped-label23"};
+const char* const later_keys[] = {
+    "zipwrongpassword",
+    "zipwrongpassword-label21",
+    "zipotherencryption",
+    "zipotherencryption-label22",
+    "unpackingstopped",
+    "unpackingstopped-label23",
+    "window1-text",
+    "window2-text",
+    "window3-now",
+    "window3-unpacking",
+    "window3-gettingready",
+    "window3-forperson",
+    "window3-cleaningup",
+    "window3-atend",
+    "window3-progress",
+    "window3-moved",
+    "window3-notmoved",
+    "window_select_driver-printer",
+    "window_select_driver-windowsdriver",
+    "window_select_driver-uses",
+    "window_select_driver-skips",
+    "smb_username_password_window-closing",
+    "menu-generic",
+    "menu-comment",
+};
 
 TEST(EnglishTexts, TheLaterKeysHideNoneAndAreFound) {
   const std::string all = read_file(test_data("../data/texts/en_US"));
