@@ -42,11 +42,42 @@ void lock_entry(GtkWidget* entry) {
   gtk_entry_set_text(GTK_ENTRY(entry), "");
 }
 
-void open_chooser_at(GtkWidget* chooser, const char* folder) {
+// ---- The chooser -----------------------------------------------------------------------------------------
+
+// It gives names in the machine's encoding of file names; entries hold UTF-8.
+
+std::string owned(char* text) { return text == nullptr ? "" : OwnedText(text, g_free).get(); }
+
+std::string shown_name(const char* file_name) { return owned(g_filename_display_name(file_name)); }
+
+// What the encoding cannot say is left as it is: no file is called so.
+std::string file_name(const std::string& shown) {
+  const std::string name = owned(g_filename_from_utf8(shown.c_str(), -1, nullptr, nullptr, nullptr));
+  return name.empty() ? shown : name;
+}
+
+// The folder that the chooser showed when it was closed last, with a slash at its end.
+std::string last_folder;
+
+void close_chooser() {
+  if (fileselection == nullptr) return;
+  const std::string name = gtk_file_selection_get_filename(GTK_FILE_SELECTION(fileselection));
+  const bool is_the_folder = g_file_test(name.c_str(), G_FILE_TEST_IS_DIR) != FALSE;
+  last_folder = is_the_folder && !name.ends_with('/') ? name + "/" : name.substr(0, name.rfind('/') + 1);
+  gtk_widget_hide(fileselection);
+}
+
+// Opens it at `folder`, which ends with a slash, and goes on to where the person was before, when that is in
+// there.
+void open_chooser_at(GtkWidget* chooser, const std::string& folder) {
   if (chooser == nullptr) return;
-  gtk_file_selection_set_filename(GTK_FILE_SELECTION(chooser), folder);
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(chooser), folder.c_str());
+  if (last_folder.starts_with(folder) && g_file_test(last_folder.c_str(), G_FILE_TEST_IS_DIR) != FALSE)
+    gtk_file_selection_set_filename(GTK_FILE_SELECTION(chooser), last_folder.c_str());
   show_over_page(chooser);
 }
+
+// ----------------------------------------------------------------------------------------------------------
 
 // Deliberate: bytes over 500 against blocks of 1024 bytes, so a person needs about twice the size of the
 // unpacked archive. In 64 bits, so that a huge listing does not pass by overflow.
@@ -158,29 +189,27 @@ void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   const OwnedText mount_point(mount_cdrom_remote("iso9660"), std::free);
   if (shell::is_told_to_end()) return;
   if (mount_point == nullptr) return show_over_page(create_errorMountingCdrom());
-  open_chooser_at(fileselection, (std::string(mount_point.get()) + "/").c_str());
+  open_chooser_at(fileselection, whole_mount_point(mount_point.get(), "iso9660") + "/");
 }
 
 void on_ok_button_fileselection_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   const char* name = gtk_file_selection_get_filename(GTK_FILE_SELECTION(fileselection));
   GtkWidget* entry = entry_of(selection, window2);
-  if (entry != nullptr) gtk_entry_set_text(GTK_ENTRY(entry), shown_text(name).c_str());
-  gtk_widget_hide(fileselection);
+  if (entry != nullptr) gtk_entry_set_text(GTK_ENTRY(entry), shown_name(name).c_str());
+  close_chooser();
 }
 
-void on_cancel_button1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
-  gtk_widget_hide(fileselection);
-}
+void on_cancel_button1_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { close_chooser(); }
 
-gboolean on_fileselection_delete_event(GtkWidget* widget, GdkEvent* /*event*/, gpointer /*user_data*/) {
-  gtk_widget_hide(widget);
+gboolean on_fileselection_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/, gpointer /*user_data*/) {
+  close_chooser();
   return TRUE;
 }
 
 void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   // A second click while the checks run: one worker is enough, and g_filename is its.
   if (thread_id != nullptr || Checking::is_going_on()) return;
-  const std::string typed = text_of(entry_of(selection, window2));
+  const std::string typed = file_name(text_of(entry_of(selection, window2)));
   // A path too long for the worker is refused whole: cut, it would name another file.
   const bool fits = assign(g_filename, typed.c_str());
   if (typed.empty()) return show_over_page(create_noFileSpecified());

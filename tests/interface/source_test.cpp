@@ -242,6 +242,104 @@ TEST_F(SourceTest, BrowseCdromOpensTheChooserAtTheFirstDisc) {
   EXPECT_EQ(open_folder(), "/media/first");
 }
 
+// Chooses a name in the open chooser, given in the machine's encoding of file names.
+void choose_file(const std::string& name) {
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), name.c_str());
+  press(fileselection, "ok_button_fileselection");
+}
+
+TEST_F(SourceTest, BrowseGoesOnWhereOneWasAndStartsAtTheRoot) {
+  shell_quietly("mkdir -p /home/ann/zips /media/disc /media/discs");
+  write_file("/home/ann/zips/a.zip", "x");
+  press(window2, "local");
+  press(window2, "bLocal");
+  choose_file("/home/ann/zips/a.zip");
+  press(window2, "bLocal");
+  EXPECT_EQ(open_folder(), "/home/ann/zips");
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), "/home/");
+  press(fileselection, "cancel_button1");
+  press(window2, "bLocal");
+  EXPECT_EQ(open_folder(), "/home");
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), "/home/ann/zips/");
+  close_window(fileselection);
+  press(window2, "bLocal");
+  EXPECT_EQ(open_folder(), "/home/ann/zips");
+  press(fileselection, "cancel_button1");
+  shell_quietly("rm -r /home/ann/zips");
+  press(window2, "bLocal");
+  EXPECT_EQ(open_folder(), "/");
+}
+
+TEST_F(SourceTest, BrowseCdromStaysOnTheDisc) {
+  shell_quietly("mkdir -p /media/disc/below /media/discs");
+  stand_in_for_mount("/dev/sr0 on /media/disc type iso9660 (ro)\\n");
+  press(window2, "bCdrom");
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), "/media/discs/");
+  press(fileselection, "cancel_button1");
+  press(window2, "bCdrom");
+  EXPECT_EQ(open_folder(), "/media/disc");
+  gtk_file_selection_set_filename(GTK_FILE_SELECTION(fileselection), "/media/disc/below/");
+  press(fileselection, "cancel_button1");
+  press(window2, "bCdrom");
+  EXPECT_EQ(open_folder(), "/media/disc/below");
+}
+
+// The kernel's table of what is mounted, as this process sees it.
+void mount_table_holds(const std::string& lines) {
+  write_file("/tmp/table", lines);
+  ASSERT_EQ(mount("/tmp/table", "/proc/self/mounts", nullptr, MS_BIND, nullptr), 0);
+}
+
+TEST_F(SourceTest, ADiscWithBlanksInItsLabelOpensItsFolder) {
+  shell_quietly("mkdir -p /media/My '/media/My Old Disc' '/media/My Other'");
+  stand_in_for_mount("/dev/sr0 on /media/My Old Disc type iso9660 (ro) [My Old Disc]\\n");
+  mount_table_holds(
+      "/dev/sdb1 /media/My\\040USB vfat rw 0 0\n/dev/sr0 /media/My\\040Old\\040Disc iso9660 ro 0 0\n"
+      "/dev/sr1 /media/My\\040Other iso9660 ro 0 0\n");
+  press(window2, "bCdrom");
+  EXPECT_EQ(open_folder(), "/media/My Old Disc");
+}
+
+TEST_F(SourceTest, ADiscWithoutBlanksIsNotTakenForAnother) {
+  shell_quietly("mkdir -p /media/My '/media/My Disc'");
+  stand_in_for_mount("/dev/sr0 on /media/My type iso9660 (ro)\\n");
+  mount_table_holds("/dev/sr1 /media/My\\040Disc iso9660 ro 0 0\n/dev/sr0 /media/My iso9660 ro 0 0\n");
+  press(window2, "bCdrom");
+  EXPECT_EQ(open_folder(), "/media/My");
+}
+
+// On a machine whose file names are in Latin 1.
+class Latin1Test : public SourceTest {
+ protected:
+  static void SetUpTestSuite() {
+    setenv("G_FILENAME_ENCODING", "ISO-8859-1", 1);
+    GuiTest::SetUpTestSuite();
+  }
+};
+
+TEST_F(Latin1Test, AChosenNameIsShownReadableAndFound) {
+  make_zip("/root/M\xfcller.zip", "10");
+  press(window2, "local");
+  press(window2, "bLocal");
+  choose_file("/root/M\xfcller.zip");
+  EXPECT_EQ(entry_text(window2, "entry_local"), "/root/Müller.zip");
+  press(window2, "next2");
+  EXPECT_STREQ(g_filename, "/root/M\xfcller.zip");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(Latin1Test, ATypedNameIsFound) {
+  make_zip("/root/M\xfcller.zip", "10");
+  next_with("/root/Müller.zip");
+  EXPECT_STREQ(g_filename, "/root/M\xfcller.zip");
+  EXPECT_TRUE(run_started());
+}
+
+TEST_F(Latin1Test, ANameThatTheEncodingCannotSayIsNoFile) {
+  next_with("/root/€.zip");
+  expect_refused("nofilefound", "nofilefound-label14", "closebutton_noFileFound");
+}
+
 // ---- Next -----------------------------------------------------------------------------------------
 
 TEST_F(SourceTest, EmptyPath) {

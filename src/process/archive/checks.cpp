@@ -1,9 +1,12 @@
 #include "process/archive/checks.h"
 
+#include <mntent.h>
+
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "error/error.h"
 #include "process/archive/spelling.h"
@@ -83,4 +86,16 @@ char* mount_cdrom_remote(const char* fstype) {
   const std::size_t start = on + std::strlen("on ");
   const std::size_t end = line.find_first_of(" \n", start);
   return copied(line.substr(start, end == std::string::npos ? end : end - start));
+}
+
+std::string whole_mount_point(const std::string& named, const char* fstype) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> table(setmntent("/proc/self/mounts", "r"), endmntent);
+  if (!table) return named;
+  std::string whole;
+  while (const mntent* mounted = getmntent(table.get())) {
+    if (std::strcmp(mounted->mnt_type, fstype) != 0) continue;
+    if (mounted->mnt_dir == named) return named;
+    if (whole.empty() && std::string(mounted->mnt_dir).starts_with(named + " ")) whole = mounted->mnt_dir;
+  }
+  return whole.empty() ? named : whole;
 }

@@ -33,4 +33,9 @@ long long tmp_blocks(const std::string& home);
 /// nothing of that type is mounted.
 char* mount_cdrom_remote(const char* fstype);
 
+/// The whole mount point of the disc that mount_cdrom_remote has called `named`, which ends at the first
+/// blank: folders are named by the discs' labels, and those may have some. `named` itself when it is whole,
+/// or no such disc is mounted.
+std::string whole_mount_point(const std::string& named, const char* fstype);
+
 #endif
