@@ -20,7 +20,7 @@ void show(GtkWidget* window) {
 }
 
 void open_support_page(int nld) {
-  const char* page = "http://support.brindle.example/brindle/support.jsp?version=3.0.0";
+  const char* page = "http://" BRINDLE_SUPPORT_HOST "/brindle/support.jsp?version=3.0.0";
   shell::run_unlogged(nld == 1 ? compose("firefox %s &", page) : compose("mozilla %s &", page));
 }
 

@@ -13,6 +13,7 @@
 #include "interface/texts.h"
 #include "interface/windows.h"
 #include "keep/keep.h"
+#include "main/options.h"
 #include "main/session.h"
 #include "shell/copy.h"
 #include "shell/files.h"
@@ -158,6 +159,7 @@ void end_log(std::FILE* log) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (const auto status = answer_options(argc, argv)) return *status;
   leave_terminal();
   const std::string home = current_owner().home;
   if (!be_the_only_one(home)) return 1;

@@ -1,4 +1,5 @@
 // The real program, from its start to its end.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
+#include <vector>
 
 #include "gui.h"
 #include "support/commands.h"
@@ -51,7 +53,10 @@ class StartupTest : public testing::Test {
     if (freopen("/root/stdout", "w", stdout) == nullptr) _exit(99);
     if (freopen("/root/stderr", "w", stderr) == nullptr) _exit(99);
     const std::string program = built("src/brindle-wizard");
-    execl(program.c_str(), "brindle-wizard", nullptr);
+    std::vector<char*> words = {const_cast<char*>("brindle-wizard")};
+    for (std::string& word : arguments) words.push_back(word.data());
+    words.push_back(nullptr);
+    execv(program.c_str(), words.data());
     _exit(98);
   }
 
@@ -117,6 +122,7 @@ class StartupTest : public testing::Test {
   }
 
   pid_t child = 0;
+  std::vector<std::string> arguments;
 };
 
 TEST_F(StartupTest, PrintsItsMilestonesInOrder) {
@@ -288,6 +294,80 @@ TEST_F(StartupTest, NothingIsComplainedAbout) {
   EXPECT_EQ(complaints, "");
 }
 
+// ---- Options --------------------------------------------------------------------------------------
+
+class OptionsTest : public StartupTest {
+ protected:
+  // Whether a start with these words, without a display, ends with `status` and leaves nothing behind.
+  bool only_answers(std::vector<std::string> words, int status) {
+    arguments = std::move(words);
+    unsetenv("DISPLAY");
+    const std::string before = everything();
+    start(false);
+    const int ended = wait_for_end();
+    EXPECT_EQ(status, ended) << read_file("/root/stderr");
+    EXPECT_EQ(before, everything());
+    return status == ended;
+  }
+
+ private:
+  // The files that a start writes, with their times.
+  static std::string everything() {
+    return output_of(
+        "find /root /etc/skel /home ! -name stdout ! -name stderr -newermt @0 -printf '%p %T@\\n' | sort");
+  }
+};
+
+TEST_F(OptionsTest, HelpAndVersionAreAnswered) {
+  write_file("/root/stdout", "");
+  write_file("/root/stderr", "");
+  for (const char* help : {"--help", "-h"}) {
+    ASSERT_TRUE(only_answers({help}, 0));
+    EXPECT_TRUE(read_file("/root/stdout").starts_with("usage: brindle [options]\n"));
+    EXPECT_NE(read_file("/root/stdout").find("--version"), std::string::npos);
+    EXPECT_EQ("", read_file("/root/stderr"));
+  }
+  for (const char* version : {"--version", "-V"}) {
+    ASSERT_TRUE(only_answers({version}, 0));
+    EXPECT_THAT(read_file("/root/stdout"), testing::MatchesRegex("brindle [0-9.]+\n"));
+    EXPECT_EQ("", read_file("/root/stderr"));
+  }
+}
+
+TEST_F(OptionsTest, WhatIsNotKnownIsNamedBeforeAnythingIsWritten) {
+  write_file("/root/stdout", "");
+  write_file("/root/stderr", "");
+  const std::pair<std::vector<std::string>, std::string> refused[] = {
+      {{"--nonsense"}, "the option --nonsense is not known, or not given like this"},
+      {{"--sync", "--nonsense=3"}, "the option --nonsense=3 is not known, or not given like this"},
+      {{"-hx"}, ""},
+      {{"-xh"}, "the option -x is not known, or not given like this"},
+      {{"--display"}, "the option --display is not known, or not given like this"},
+      {{"--help=yes"}, "the option --help=yes is not known, or not given like this"},
+      {{"my archive.zip"}, "\"my archive.zip\" is no option"},
+      {{"--sync", "", "--help"}, "\"\" is no option"},
+  };
+  for (const auto& [words, said] : refused) {
+    ASSERT_TRUE(only_answers(words, said.empty() ? 0 : 2)) << words.back();
+    if (!said.empty()) {
+      EXPECT_EQ("brindle: " + said + "; brindle --help tells more\n", read_file("/root/stderr"));
+    }
+    EXPECT_EQ(said.empty(), !read_file("/root/stdout").empty());
+  }
+}
+
+TEST_F(OptionsTest, TheToolkitsAreItsOwn) {
+  start_display();
+  arguments = {"--display=" + std::string(getenv("DISPLAY")), "--name", "mover", "--sync"};
+  unsetenv("DISPLAY");
+  start(false);
+  setenv("DISPLAY", arguments[0].substr(arguments[0].find(':')).c_str(), 1);
+  const std::string id = window_called(shipped_text("window1"));
+  ASSERT_NE("", id) << read_file("/root/stderr");
+  ask_to_close(id);
+  EXPECT_EQ(0, wait_for_end());
+}
+
 // ---- the start script -----------------------------------------------------------------------------
 
 struct Started {
@@ -329,8 +409,8 @@ Started start_script(const std::string& environment) {
 class StartScriptTest : public testing::Test {
  protected:
   void SetUp() override {
-    write_file("/usr/local/brindle/en_US", "");
-    write_file("/usr/local/brindle/de_DE", "");
+    for (const char* code : {"en_US", "C.UTF", "de_DE"})
+      write_file(std::string("/usr/local/brindle/") + code, "");
   }
 };
 
@@ -342,26 +422,52 @@ TEST_F(StartScriptTest, AnInstalledLanguageIsKept) {
 
 TEST_F(StartScriptTest, AMissingLanguageBecomesEnglish) {
   const Started started = start_script("LANG=fr_FR.UTF-8");
-  EXPECT_EQ(started.variables, "unset en_US.UTF-8 --sync a b\n");
+  EXPECT_EQ(started.variables, "unset C.UTF-8 --sync a b\n");
   EXPECT_EQ(started.said,
             "brindle: no texts are installed for the language of LANG=\"fr_FR.UTF-8\"; using English.\n");
+}
+
+TEST_F(StartScriptTest, EnglishIsThatOfALocaleThatEveryMachineHas) {
+  EXPECT_EQ(output_of("LC_ALL=C.UTF-8 locale charmap 2>&1"), "UTF-8\n");
+  shell_quietly("rm /usr/local/brindle/C.UTF");
+  EXPECT_EQ(start_script("LANG=fr_FR.UTF-8").variables, "unset en_US.UTF-8 --sync a b\n");
+}
+
+TEST_F(StartScriptTest, WithoutAnyTextsNothingIsStarted) {
+  shell_quietly("rm /usr/local/brindle/C.UTF /usr/local/brindle/en_US");
+  const Started started = start_script("LANG=fr_FR.UTF-8");
+  EXPECT_EQ(started.status, 1);
+  EXPECT_EQ(started.variables, "");
+  EXPECT_EQ(started.said,
+            "brindle: the texts of the wizard's windows are missing: neither /usr/local/brindle/C.UTF nor "
+            "/usr/local/brindle/en_US can be read. Please install Brindle again.\n");
+  EXPECT_EQ(start_installed("LANG=de_DE.UTF-8").variables, "unset de_DE.UTF-8 --sync a b\n");
+}
+
+TEST_F(StartScriptTest, HelpAndVersionNeedNoTexts) {
+  shell_quietly("rm /usr/local/brindle/C.UTF /usr/local/brindle/en_US");
+  install_start_script();
+  for (const char* word : {"--help", "-h", "--version", "-V"}) {
+    EXPECT_EQ(output_of(std::string("env -u LC_CTYPE LANG=fr_FR brindle --sync ") + word + " 2>&1"),
+              std::string("unset fr_FR ") + word + "\n");
+  }
 }
 
 TEST_F(StartScriptTest, AnEmptyCodeBecomesEnglish) {
   for (const char* locale : {"LANG=C", "LANG=", "LANG=../..", "LANG=.////"}) {
     const Started started = start_script(locale);
-    EXPECT_EQ(started.variables, "unset en_US.UTF-8 --sync a b\n") << locale;
+    EXPECT_EQ(started.variables, "unset C.UTF-8 --sync a b\n") << locale;
     EXPECT_NE(started.said, "");
   }
 }
 
 TEST_F(StartScriptTest, NoLocaleBecomesEnglish) {
-  EXPECT_EQ(start_script("A=1").variables, "unset en_US.UTF-8 --sync a b\n");
+  EXPECT_EQ(start_script("A=1").variables, "unset C.UTF-8 --sync a b\n");
 }
 
 TEST_F(StartScriptTest, LcCtypeCountsFirstOnGnome) {
   EXPECT_EQ(start_script("LANG=fr_FR LC_CTYPE=de_DE").variables, "de_DE fr_FR --sync a b\n");
-  EXPECT_EQ(start_script("LANG=de_DE LC_CTYPE=C").variables, "en_US.UTF-8 de_DE --sync a b\n");
+  EXPECT_EQ(start_script("LANG=de_DE LC_CTYPE=C").variables, "C.UTF-8 de_DE --sync a b\n");
 }
 
 TEST_F(StartScriptTest, LcCtypeDoesNotCountOnKde) {
