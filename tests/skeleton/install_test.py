@@ -4,11 +4,13 @@
 """
 import argparse
 import os
+import struct
 import subprocess
 import sys
 import tempfile
 import unittest
 from pathlib import Path
+from xml.etree import ElementTree
 
 parser = argparse.ArgumentParser(allow_abbrev=False)
 parser.add_argument("--cmake", required=True)
@@ -24,10 +26,12 @@ SAME_AS = {
     "brindle/firefox.desktop": SOURCE / "data/firefox.desktop",
 }
 
-LANGUAGES = ["en_US", "en_GB", "en_CA", "en_AU", "C.UTF", "POSIX"]
+LANGUAGES = {line.split()[0]: line.split() for line in (SOURCE / "data/languages.txt").read_text().splitlines()
+             if line and not line.startswith("#")}
+LOCALES = [locale for served in LANGUAGES.values() for locale in served]
 READ_BY_THE_WIZARD = [
-    *(f"brindle/{language}" for language in LANGUAGES),
-    *(f"brindle/.gtkrc-{language}" for language in LANGUAGES if language != "en_US"),
+    *(f"brindle/{locale}" for locale in LOCALES),
+    *(f"brindle/.gtkrc-{locale}" for locale in LOCALES if locale != "en_US"),
     "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "brindle/vcard2xml.pl", "brindle/AddressBook.pm",
     "bin/foomatic-ppdfile-bd", "bin/brindle", "bin/brindle-account", "bin/brindle-undo",
     "share/man/man1/brindle-undo.1",
@@ -38,6 +42,17 @@ READ_BY_OTHERS = [
     *(f"usr/share/cups/model/{model}.ppd.gz"
       for model in ("stphoto", "stcolor", "epson24", "epson9", "deskjet", "laserjet")),
 ]
+ICON_SIZES = (16, 22, 24, 32, 48, 64, 128, 256)
+
+
+def texts(code):
+    lines = (SOURCE / "data/texts" / code).read_text(encoding="utf-8").splitlines()
+    return dict(line.split("=", 1) for line in lines)
+
+
+def name_on_desktops(code):
+    """Without the country, where one file serves all of a language."""
+    return code if sum(other[:2] == code[:2] for other in LANGUAGES) > 1 else code[:2]
 
 
 class Install(unittest.TestCase):
@@ -70,6 +85,51 @@ class Install(unittest.TestCase):
 
     def test_the_launcher_is_a_valid_one(self):
         subprocess.run(["desktop-file-validate", self.local / "brindle/firefox.desktop"], check=True)
+
+    def test_each_language_is_there_for_all_its_locales(self):
+        self.assertEqual(len(LOCALES), len(set(LOCALES)))
+        for code, served in LANGUAGES.items():
+            for locale in served:
+                self.assertEqual(len(locale), 5)
+                self.assertEqual((self.local / "brindle" / locale).read_bytes(),
+                                 (SOURCE / "data/texts" / code).read_bytes(), locale)
+
+    def test_the_list_of_languages_names_every_text_file(self):
+        files = {path.name for path in (SOURCE / "data/texts").iterdir() if path.name != "CMakeLists.txt"}
+        self.assertEqual(set(LANGUAGES), files)
+        for code in ("C.UTF", "POSIX", "en_US"):  # of machines on which nobody has chosen a language
+            self.assertIn(code, LANGUAGES["en_US"])
+
+    def test_the_menu_entry_is_valid_and_in_every_language(self):
+        entry = self.local / "share/applications/brindle.desktop"
+        said = subprocess.run(["desktop-file-validate", entry], check=True, capture_output=True, text=True)
+        self.assertEqual(said.stdout + said.stderr, "")
+        lines = entry.read_text(encoding="utf-8").splitlines()
+        self.assertIn("Exec=brindle", lines)
+        for code in LANGUAGES:
+            name = "" if code == "en_US" else f"[{name_on_desktops(code)}]"
+            self.assertIn(f"GenericName{name}=" + texts(code)["menu-generic"], lines)
+            self.assertIn(f"Comment{name}=" + texts(code)["menu-comment"], lines)
+        self.assertEqual(sum("Comment" in line for line in lines), len(LANGUAGES))
+
+    def test_software_centres_are_told_in_every_language(self):
+        told = self.local / "share/metainfo/brindle.metainfo.xml"
+        subprocess.run(["appstreamcli", "validate", "--no-net", told], check=True, stdout=subprocess.DEVNULL)
+        root = ElementTree.parse(told).getroot()
+        language = "{http://www.w3.org/XML/1998/namespace}lang"
+        summaries = {each.get(language, ""): each.text for each in root.findall("summary")}
+        paragraphs = {each.get(language, ""): each.text for each in root.find("description")}
+        names = {code: "" if code == "en_US" else name_on_desktops(code) for code in LANGUAGES}
+        self.assertEqual(summaries, {names[code]: texts(code)["menu-comment"] for code in LANGUAGES})
+        self.assertEqual(paragraphs, {names[code]: texts(code)["window1-text"] for code in LANGUAGES})
+        self.assertEqual(root.find("launchable").text, "brindle.desktop")
+
+    def test_the_icon_is_there_in_every_size(self):
+        themes = self.local / "share/icons/hicolor"
+        for size in ICON_SIZES:
+            head = (themes / f"{size}x{size}/apps/brindle.png").read_bytes()[:24]
+            self.assertEqual(struct.unpack(">8x4x4sII", head), (b"IHDR", size, size))
+        self.assertTrue((themes / "scalable/apps/brindle.svg").exists())
 
 
 class OtherPlaces(unittest.TestCase):

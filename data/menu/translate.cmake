@@ -1,0 +1,62 @@
+# Makes a file of the desktop's from its template, with the words of the text files:
+#
+#   cmake -D TEMPLATE=file -D OUT=file [-D NAME=value...] -P translate.cmake
+#
+# A line with @key@ is there once in English and once in each other language; @something language something@ before it
+# says where that line names its language, and is empty in English. Other @NAME@ stand for the values given.
+cmake_minimum_required(VERSION 3.25)
+set(data ${CMAKE_CURRENT_LIST_DIR}/..)
+include(${data}/languages.cmake)
+
+# The text of `key` in `language`. Not by lists: texts may hold their separators.
+function(find_text out language key)
+  file(READ ${data}/texts/${language} all)
+  if(NOT "\n${all}" MATCHES "\n${key}=([^\n]*)")
+    message(FATAL_ERROR "data/texts/${language} has no ${key}")
+  endif()
+  set(text "${CMAKE_MATCH_1}")
+  if(TEMPLATE MATCHES "xml")
+    string(REPLACE "&" "&amp;" text "${text}")
+    string(REPLACE "<" "&lt;" text "${text}")
+  endif()
+  set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+# What the desktop calls a language: without a country where all of them are served by one file.
+function(find_name out language)
+  string(SUBSTRING ${language} 0 2 short)
+  set(same ${BRINDLE_LANGUAGES})
+  list(FILTER same INCLUDE REGEX "^${short}_")
+  list(LENGTH same files)
+  if(files EQUAL 1)
+    set(${out} ${short} PARENT_SCOPE)
+  else()
+    set(${out} ${language} PARENT_SCOPE)
+  endif()
+endfunction()
+
+file(READ ${TEMPLATE} rest)
+set(made "")
+while(rest MATCHES "^([^\n]*\n)")
+  set(line "${CMAKE_MATCH_1}")
+  string(LENGTH "${line}" length)
+  string(SUBSTRING "${rest}" ${length} -1 rest)
+  if(NOT line MATCHES "@([a-z0-9]+-[a-z]+)@")
+    string(CONFIGURE "${line}" line @ONLY)
+    string(APPEND made "${line}")
+    continue()
+  endif()
+  set(key ${CMAKE_MATCH_1})
+  foreach(language IN LISTS BRINDLE_LANGUAGES)
+    find_text(text ${language} ${key})
+    find_name(name ${language})
+    if(language STREQUAL en_US)
+      string(REGEX REPLACE "@[^@]*language[^@]*@" "" translated "${line}")
+    else()
+      string(REGEX REPLACE "@([^@]*)language([^@]*)@" "\\1${name}\\2" translated "${line}")
+    endif()
+    string(REPLACE "@${key}@" "${text}" translated "${translated}")
+    string(APPEND made "${translated}")
+  endforeach()
+endwhile()
+file(WRITE ${OUT} "${made}")
