@@ -491,7 +491,7 @@ TEST(Before, login_names_are_judged_as_useradd_does) {
   EXPECT_EQ(
       (Lines{"there there: There is a user account of this name already.",
              "games games: This name belongs to the system.",
-             "_x _x: The name does not begin with a letter or digit; this person is left out.",
+             "_x _x: The name does not begin with a Latin letter or a digit; this person is left out.",
              "a b a b: No user account can have this name.", "a:b a:b: No user account can have this name.",
              longer + " " + longer + ": No user account can have this name."}),
       ahead.see(foresee_logins));

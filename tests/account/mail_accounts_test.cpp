@@ -93,7 +93,7 @@ TEST(EvolutionAccounts, each_value_counts) {
       {"Ann Lee", "Ann", "the sender's name"},
       {">ann@work", ">an@work", "its address"},
       {"office@", "", "its reply address"},
-      {"Lee and Co", "Lee", "its organisation"},
+      {"Lee and Co", "Lee", "its organization"},
       {"pop://", "imap://", "its kind"},
       {"@pop.", "@mail.", "its incoming server"},
       {"pop://ann@", "pop://anne@", "its login"},
@@ -144,7 +144,7 @@ TEST(EvolutionAccounts, one_bare_character_stops_the_list_behind_it) {
   EXPECT_EQ(
       (Names{
           "Home (ann@home.example): Evolution reads its accounts only up to one that it cannot read, Work.",
-          "Work (ann@work.example): Evolution cannot read the account: bare `&` in its organisation."}),
+          "Work (ann@work.example): Evolution cannot read the account: bare `&` in its organization."}),
       missing_names(scene.look(Kind::mail_accounts)));
   EXPECT_EQ("3 1 0 0 2", numbers(scene.look(Kind::mail_accounts)));
 }
@@ -156,7 +156,7 @@ TEST(EvolutionAccounts, each_bare_character_is_named) {
                 {"Ann Lee", "<b>Ann</b>", "`<` in the sender's name"},
                 {"Work", "the \"Work\"", "`\"` in its name"},
                 {"smtp.work", "smtp&work", "`&` in its outgoing server"},
-                {"Lee and Co", "&lee; & Co", "`&` in its organisation"}};
+                {"Lee and Co", "&lee; & Co", "`&` in its organization"}};
   for (const auto& bare : values) {
     const Scene scene(System::gnome, {{folder + "1", replaced(plain_work_file, bare.from, bare.to)}});
     write_gconf({replaced(work_account, bare.from, bare.to)});
@@ -181,7 +181,7 @@ TEST(EvolutionAccounts, an_ampersand_breaks_the_file_of_a_profile) {
   EXPECT_EQ(
       (Names{"Home (ann@home.example): Evolution reads its accounts only up to one that it cannot read, Work "
              "(ann@work.example).",
-             "Work (ann@work.example): Evolution cannot read the account: bare `&` in its organisation."}),
+             "Work (ann@work.example): Evolution cannot read the account: bare `&` in its organization."}),
       missing_names(scene.look(Kind::mail_accounts)));
 }
 
@@ -450,7 +450,7 @@ TEST(MozillaAccounts, each_value_counts) {
                  {"server2.name\", \"Work", "server2.name\", \"Werk", "its name"},
                  {"ann@work", "an@work", "its address"},
                  {"office@", "", "its reply address"},
-                 {"Lee and Co", "Lee", "its organisation"},
+                 {"Lee and Co", "Lee", "its organization"},
                  {"\"pop3\"", "\"imap\"", "its kind"},
                  {"\"pop.", "\"mail.", "its incoming server"},
                  {"userName\", \"ann\"", "userName\", \"anne\"", "its login"},
@@ -493,7 +493,7 @@ TEST(MozillaAccounts, bare_quotes_are_named) {
                                        {folder + "2", home_file}});
   write_prefs(prefs_begin + replaced(work_prefs, "Lee and Co", "the \"Lee\"") + home_prefs + prefs_end);
   EXPECT_EQ(
-      (Names{"Work (ann@work.example): Mozilla cannot read the account: bare `\"` in its organisation."}),
+      (Names{"Work (ann@work.example): Mozilla cannot read the account: bare `\"` in its organization."}),
       missing_names(scene.look(Kind::mail_accounts)));
 }
 

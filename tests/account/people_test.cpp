@@ -180,11 +180,12 @@ TEST(People, are_left_out_for_a_reason_of_their_own) {
   for_several.emplace_back("Brindle/users.txt", "MultiUser Migration=1\n");
   EXPECT_THAT(
       causes(packed(for_several)),
-      ElementsAre("root: own: It is not there.", "7up: a: The user account 7up was not made.",
-                  "Zoe: a: The user account Zoe was not made.",
-                  "_x: a: The login name _x does not begin with a letter or digit, so no user account was "
-                  "made.",
-                  "bob: a: It is not there."));
+      ElementsAre(
+          "root: own: It is not there.", "7up: a: The user account 7up was not made.",
+          "Zoe: a: The user account Zoe was not made.",
+          "_x: a: The login name _x does not begin with a Latin letter or a digit, so no user account was "
+          "made.",
+          "bob: a: It is not there."));
   const std::string alone = "The archive says that it is for one person; others in it are left out.";
   EXPECT_THAT(causes(packed(entries)),
               ElementsAre("root: own: It is not there.", "7up: a: " + alone, "Zoe: a: " + alone,

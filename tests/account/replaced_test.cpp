@@ -392,7 +392,7 @@ TEST_F(ReplacedTest, TheTextNamesWhatWhereAndTheWayBack) {
       "  /root/a b: It was replaced. The old one lies here: /root" +
           folder +
           "/files/root/a b\n"
-          "  /etc/c: It was removed. The old one was not kept, or lies no longer here: /root" +
+          "  /etc/c: It was removed. The old one was not kept, or is no longer here: /root" +
           folder +
           "/files/etc/c\n"
           "  the setting /apps/x: It was replaced. " +

@@ -33,7 +33,7 @@ MailProgram mail_program(const Case& of);
 std::string words(Field field);
 
 /// The first value of `account` with a character that makes the account unreadable where the program keeps
-/// it, since values are written as they are: "`&` in its organisation". Empty when there is none.
+/// it, since values are written as they are: "`&` in its organization". Empty when there is none.
 std::string bare_character(const MailProgram& program, const MailAccount& account);
 
 }  // namespace account
