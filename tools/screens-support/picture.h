@@ -1,0 +1,25 @@
+// Looks at a window as it is on the screen. GUI thread only.
+#ifndef BRINDLE_SCREENS_SUPPORT_PICTURE_H
+#define BRINDLE_SCREENS_SUPPORT_PICTURE_H
+
+#include <gdk-pixbuf/gdk-pixbuf.h>
+
+#include <memory>
+
+#include "screens-support/inspection.h"
+
+struct UnrefPicture {
+  void operator()(GdkPixbuf* picture) const { g_object_unref(picture); }
+};
+using Picture = std::unique_ptr<GdkPixbuf, UnrefPicture>;
+
+/// What the screen shows of `window`, without its frame. Null when the window is not on the screen.
+Picture picture_of(GtkWidget* window);
+
+/// `picture` of `window` below a bar with the window's title.
+Picture with_title_bar(GtkWidget* window, const Picture& picture);
+
+/// Texts of which a part is not to be seen: it is taken for seen what changes when the text goes away.
+std::vector<Fault> faults_in_picture(GtkWidget* window);
+
+#endif
