@@ -36,10 +36,11 @@ class TextFile:
     def fault(self, line, what):
         return Fault(self.path, line.number, line.key, what)
 
-    def line_of(self, shown, prefix):
-        """The line whose text is `shown` in a window with keys of this prefix, or None."""
-        found = [line for line in self.lines if pattern_of(line.text).fullmatch(shown)]
-        return min(found, key=lambda line: (line.key.partition("-")[0] != prefix, "%s" in line.text), default=None)
+    def line_of(self, shown, beginning):
+        """The line whose text is `shown` in a window whose keys begin so; None for the toolkit's own words."""
+        found = [line for line in self.lines
+                 if line.key.partition("-")[0] == beginning and pattern_of(line.text).fullmatch(shown)]
+        return min(found, key=lambda line: "%s" in line.text, default=None)
 
 
 def pattern_of(text):

@@ -141,6 +141,7 @@ void look_for_overlaps(GtkWidget* window, const std::vector<GtkWidget*>& parts, 
 
 void look_for_access_letters(GtkWidget* window, const std::vector<GtkWidget*>& parts,
                              std::vector<Fault>& faults) {
+  if (GTK_IS_FILE_SELECTION(window)) return;  // all its words and letters are the toolkit's
   std::map<guint, GtkWidget*> letters;
   for (GtkWidget* part : parts) {
     if (!GTK_IS_LABEL(part)) continue;

@@ -1,11 +1,11 @@
 // brindle-screens: shows every window of the wizard in the language of the environment, and tells what is
 // wrong with it or keeps a picture of it.
 //
-//   brindle-screens [--dpi N]... [--pictures DIR] [--faults] [NAME...]
+//   brindle-screens [--dpi N]... [--pictures] [--faults] [NAME...]
 //
 // NAMEs are of single windows. Runs in a private view in which the program's files are installed: it changes
 // by which system it is on. Prints a table (tools/tables.py) with a row "screen" for each window and a row
-// "fault" for each fault of it; DIR gets DPI-NAME.png.
+// "fault" for each fault of it; with --pictures DPI-NAME.png is left in the current folder.
 //
 // Exit status: 0, with and without faults; 2 when a window could not be shown.
 #include <gtk/gtk.h>
@@ -27,7 +27,7 @@ namespace {
 
 struct Wish {
   std::vector<int> resolutions;
-  std::string pictures;  ///< empty: none
+  bool pictures = false;
   bool faults = false;
   std::vector<std::string> names;  ///< none: all
 };
@@ -40,8 +40,8 @@ Wish wish_of(int argc, char** argv) {
       wish.faults = true;
     } else if (word == "--dpi" && at + 1 < argc) {
       wish.resolutions.push_back(std::atoi(argv[++at]));
-    } else if (word == "--pictures" && at + 1 < argc) {
-      wish.pictures = argv[++at];
+    } else if (word == "--pictures") {
+      wish.pictures = true;
     } else {
       wish.names.push_back(word);
     }
@@ -111,9 +111,9 @@ bool look_at(const Screen& screen, int dpi, const Wish& wish, std::FILE* table) 
     write_faults(table, place, faults_in(window));
     write_faults(table, place, faults_in_picture(window));
   }
-  if (wish.pictures.empty()) return true;
-  const std::string path = wish.pictures + "/" + place[0] + "-" + screen.name + ".png";
-  return gdk_pixbuf_save(with_title_bar(window, picture).get(), path.c_str(), "png", nullptr, nullptr) !=
+  if (!wish.pictures) return true;
+  const std::string path = place[0] + "-" + screen.name + ".png";
+  return gdk_pixbuf_save(framed(window, picture, screen.name).get(), path.c_str(), "png", nullptr, nullptr) !=
          FALSE;
 }
 

@@ -10,9 +10,27 @@ namespace {
 // The outermost pixels of a letter can be as pale as what is behind it.
 constexpr int pale_pixels = 2;
 
-// Of the title bar that stands in for a window manager's.
-constexpr int title_height = 24;
-constexpr int title_margin = 8;
+constexpr int bar_height = 24;
+constexpr int bar_margin = 8;
+
+template <typename Object>
+using Owned = std::unique_ptr<Object, void (*)(gpointer)>;
+
+// White on `ground`.
+Picture bar(GtkWidget* window, int width, const char* text, GdkGC* ground) {
+  const Owned<PangoLayout> layout(gtk_widget_create_pango_layout(window, text), g_object_unref);
+  pango_layout_set_width(layout.get(), (width - 2 * bar_margin) * PANGO_SCALE);
+  pango_layout_set_ellipsize(layout.get(), PANGO_ELLIPSIZE_END);
+  int height = 0;
+  pango_layout_get_pixel_size(layout.get(), nullptr, &height);
+  GdkWindow* shown = gtk_widget_get_window(window);
+  const Owned<GdkPixmap> drawn(gdk_pixmap_new(shown, width, bar_height, -1), g_object_unref);
+  gdk_draw_rectangle(drawn.get(), ground, TRUE, 0, 0, width, bar_height);
+  gdk_draw_layout(drawn.get(), gtk_widget_get_style(window)->white_gc, bar_margin, (bar_height - height) / 2,
+                  layout.get());
+  return Picture(gdk_pixbuf_get_from_drawable(nullptr, drawn.get(), gdk_drawable_get_colormap(shown), 0, 0, 0,
+                                              0, width, bar_height));
+}
 
 bool differ(const Picture& one, const Picture& other, int x, int y) {
   const auto pixel = [x, y](const Picture& picture) {
@@ -64,23 +82,17 @@ Picture picture_of(GtkWidget* window) {
                                               gdk_window_get_width(shown), gdk_window_get_height(shown)));
 }
 
-Picture with_title_bar(GtkWidget* window, const Picture& picture) {
+Picture framed(GtkWidget* window, const Picture& picture, const std::string& name) {
   const int width = gdk_pixbuf_get_width(picture.get());
   const int height = gdk_pixbuf_get_height(picture.get());
-  const std::unique_ptr<PangoLayout, void (*)(gpointer)> title(
-      gtk_widget_create_pango_layout(window, gtk_window_get_title(GTK_WINDOW(window))), g_object_unref);
-  pango_layout_set_width(title.get(), (width - 2 * title_margin) * PANGO_SCALE);
-  pango_layout_set_ellipsize(title.get(), PANGO_ELLIPSIZE_END);
-  const std::unique_ptr<GdkPixmap, void (*)(gpointer)> bar(
-      gdk_pixmap_new(gtk_widget_get_window(window), width, title_height, -1), g_object_unref);
   const GtkStyle* style = gtk_widget_get_style(window);
-  gdk_draw_rectangle(bar.get(), style->dark_gc[GTK_STATE_NORMAL], TRUE, 0, 0, width, title_height);
-  gdk_draw_layout(bar.get(), style->white_gc, title_margin, 3, title.get());
-  Picture whole(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, width, title_height + height));
-  gdk_pixbuf_get_from_drawable(whole.get(), bar.get(),
-                               gdk_drawable_get_colormap(gtk_widget_get_window(window)), 0, 0, 0, 0, width,
-                               title_height);
-  gdk_pixbuf_copy_area(picture.get(), 0, 0, width, height, whole.get(), 0, title_height);
+  const Picture title =
+      bar(window, width, gtk_window_get_title(GTK_WINDOW(window)), style->dark_gc[GTK_STATE_NORMAL]);
+  const Picture foot = bar(window, width, name.c_str(), style->black_gc);
+  Picture whole(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, width, height + 2 * bar_height));
+  gdk_pixbuf_copy_area(title.get(), 0, 0, width, bar_height, whole.get(), 0, 0);
+  gdk_pixbuf_copy_area(picture.get(), 0, 0, width, height, whole.get(), 0, bar_height);
+  gdk_pixbuf_copy_area(foot.get(), 0, 0, width, bar_height, whole.get(), 0, bar_height + height);
   return whole;
 }
 

@@ -16,8 +16,8 @@ using Picture = std::unique_ptr<GdkPixbuf, UnrefPicture>;
 /// What the screen shows of `window`, without its frame. Null when the window is not on the screen.
 Picture picture_of(GtkWidget* window);
 
-/// `picture` of `window` below a bar with the window's title.
-Picture with_title_bar(GtkWidget* window, const Picture& picture);
+/// `picture` of `window` with two bars: its title above, as a window manager would have it, and `name` below.
+Picture framed(GtkWidget* window, const Picture& picture, const std::string& name);
 
 /// Texts of which a part is not to be seen: it is taken for seen what changes when the text goes away.
 std::vector<Fault> faults_in_picture(GtkWidget* window);
