@@ -158,6 +158,39 @@ TEST_F(InspectionTest, ATextInTheColourOfItsGround) {
   EXPECT_THAT(faults_seen(), Contains("caption: is not to be seen"));
 }
 
+TEST_F(InspectionTest, ATextThatIsAsPaleAsItsGround) {
+  GdkColor colour;
+  gdk_color_parse("#ffffff", &colour);
+  gtk_widget_modify_bg(window, GTK_STATE_NORMAL, &colour);
+  gdk_color_parse("#767676", &colour);  // 4.54 to white
+  gtk_widget_modify_fg(part("caption"), GTK_STATE_NORMAL, &colour);
+  EXPECT_THAT(faults_seen(), IsEmpty());
+  gdk_color_parse("#787878", &colour);  // 4.42
+  gtk_widget_modify_fg(part("caption"), GTK_STATE_NORMAL, &colour);
+  EXPECT_THAT(faults_seen(), Contains("caption: has a contrast of 4.4 to its ground"));
+}
+
+gboolean draw_dark_bar(GtkWidget* drawn, GdkEvent* /*event*/, gpointer width) {
+  gdk_draw_rectangle(gtk_widget_get_window(drawn), gtk_widget_get_style(drawn)->black_gc, TRUE, 30, 0,
+                     GPOINTER_TO_INT(width), 100);
+  return FALSE;
+}
+
+TEST_F(InspectionTest, ATextOnAPicture) {
+  g_signal_connect(fixed, "expose-event", G_CALLBACK(draw_dark_bar), GINT_TO_POINTER(10));
+  EXPECT_THAT(faults_seen(), Contains(StartsWith("caption: has a contrast of 1.")));
+}
+
+TEST_F(InspectionTest, ATextMayTouchALine) {
+  g_signal_connect(fixed, "expose-event", G_CALLBACK(draw_dark_bar), GINT_TO_POINTER(1));
+  EXPECT_THAT(faults_seen(), IsEmpty());
+}
+
+TEST_F(InspectionTest, WhatCannotBeUsedMayBePale) {
+  gtk_widget_set_sensitive(part("button"), FALSE);
+  EXPECT_THAT(faults_seen(), IsEmpty());
+}
+
 TEST_F(InspectionTest, LookingLeavesTheWindowAsItWas) {
   static_cast<void>(faults_seen());
   EXPECT_NE(gtk_widget_get_mapped(part("caption")), FALSE);

@@ -17,6 +17,9 @@ constexpr double smallest_letters = 9.3;
 // Back and Next of page 2 stand so close that their frames share a column.
 constexpr int given_overlap = 1;
 
+// A line that is stretched to both margins gets whole pixels, and may come out longer than they are apart.
+constexpr int justified_excess = 1;
+
 bool is_text(GtkWidget* widget) {
   return GTK_IS_LABEL(widget) && *gtk_label_get_text(GTK_LABEL(widget)) != '\0';
 }
@@ -80,7 +83,8 @@ void look_at_text(GtkWidget* window, GtkWidget* label, std::vector<Fault>& fault
   if (pango_layout_is_ellipsized(layout) != FALSE)
     faults.push_back(fault_of(window, label, "is shortened with an ellipsis"));
   const GdkRectangle text = place_of_text(window, label);
-  const GdkRectangle room = place_of(window, label);
+  GdkRectangle room = place_of(window, label);
+  if (gtk_label_get_justify(GTK_LABEL(label)) == GTK_JUSTIFY_FILL) room.width += justified_excess;
   if (!is_inside(text, room))
     faults.push_back(
         fault_of(window, label, "is cut: it takes " + told(text) + " pixels, and has " + told(room)));
@@ -164,9 +168,12 @@ std::vector<GtkWidget*> visible_parts(GtkWidget* window) {
 }
 
 GdkRectangle place_of_text(GtkWidget* window, GtkWidget* label) {
+  // Rounded as the toolkit does when it asks for room: the blank around the letters takes the rest.
   PangoRectangle logical;
-  pango_layout_get_pixel_extents(gtk_label_get_layout(GTK_LABEL(label)), nullptr, &logical);
-  return in_window(window, label, logical);
+  pango_layout_get_extents(gtk_label_get_layout(GTK_LABEL(label)), nullptr, &logical);
+  return in_window(window, label,
+                   {PANGO_PIXELS(logical.x), PANGO_PIXELS(logical.y), PANGO_PIXELS(logical.width),
+                    PANGO_PIXELS(logical.height)});
 }
 
 GdkRectangle place_of_ink(GtkWidget* window, GtkWidget* label) {

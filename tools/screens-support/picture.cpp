@@ -1,6 +1,8 @@
 #include "screens-support/picture.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstring>
 
 #include "screens-support/windows.h"
@@ -32,12 +34,13 @@ Picture bar(GtkWidget* window, int width, const char* text, GdkGC* ground) {
                                               0, width, bar_height));
 }
 
+const guchar* pixel_of(const Picture& picture, int x, int y) {
+  return gdk_pixbuf_read_pixels(picture.get()) + y * gdk_pixbuf_get_rowstride(picture.get()) +
+         x * gdk_pixbuf_get_n_channels(picture.get());
+}
+
 bool differ(const Picture& one, const Picture& other, int x, int y) {
-  const auto pixel = [x, y](const Picture& picture) {
-    return gdk_pixbuf_read_pixels(picture.get()) + y * gdk_pixbuf_get_rowstride(picture.get()) +
-           x * gdk_pixbuf_get_n_channels(picture.get());
-  };
-  return std::memcmp(pixel(one), pixel(other), 3) != 0;
+  return std::memcmp(pixel_of(one, x, y), pixel_of(other, x, y), 3) != 0;
 }
 
 // The smallest rectangle in `place` that holds all in which the two pictures differ.
@@ -68,6 +71,61 @@ std::string missing_side(const GdkRectangle& ink, const GdkRectangle& seen) {
   if (seen.y + seen.height < ink.y + ink.height - pale_pixels) return "has its lower side hidden";
   return "";
 }
+
+// ---- Contrast --------------------------------------------------------------------------------------------
+
+// What people of weak sight need (WCAG 2, level AA).
+constexpr double least_contrast = 4.5;
+
+// So much of the ground may be of another colour: the end of a line or a focus frame.
+constexpr double other_ground = 0.02;
+
+constexpr int most = 255;  // of a channel
+
+// By the value of a channel.
+std::array<double, most + 1> make_lights() {
+  std::array<double, most + 1> lights{};
+  for (int value = 0; value <= most; ++value) {
+    const double part = value / static_cast<double>(most);
+    lights[value] = part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+  }
+  return lights;
+}
+
+double light(int red, int green, int blue) {
+  static const std::array<double, most + 1> lights = make_lights();
+  return 0.2126 * lights[red] + 0.7152 * lights[green] + 0.0722 * lights[blue];
+}
+
+double contrast(double one, double other) {
+  return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
+}
+
+double light_of_letters(GtkWidget* label) {
+  const GdkColor colour = gtk_widget_get_style(label)->fg[gtk_widget_get_state(label)];
+  return light(colour.red >> 8, colour.green >> 8, colour.blue >> 8);
+}
+
+// The contrast of `letters` with the ground in `place`, but for its palest parts, with other_ground of them
+// left out.
+double contrast_with_ground(double letters, const GdkRectangle& place, const Picture& ground) {
+  std::vector<double> contrasts;
+  const int right = std::min(place.x + place.width, gdk_pixbuf_get_width(ground.get()));
+  const int bottom = std::min(place.y + place.height, gdk_pixbuf_get_height(ground.get()));
+  for (int y = std::max(place.y, 0); y < bottom; ++y) {
+    for (int x = std::max(place.x, 0); x < right; ++x) {
+      const guchar* seen = pixel_of(ground, x, y);
+      contrasts.push_back(contrast(letters, light(seen[0], seen[1], seen[2])));
+    }
+  }
+  if (contrasts.empty()) return 0;
+  const auto counted =
+      contrasts.begin() + static_cast<std::ptrdiff_t>(other_ground * static_cast<double>(contrasts.size()));
+  std::ranges::nth_element(contrasts, counted);
+  return *counted;
+}
+
+// ----------------------------------------------------------------------------------------------------------
 
 bool has_ink(GtkWidget* window, GtkWidget* widget) {
   return GTK_IS_LABEL(widget) && place_of_ink(window, widget).width > 0;
@@ -111,6 +169,11 @@ std::vector<Fault> faults_in_picture(GtkWidget* window) {
     const GdkRectangle ink = place_of_ink(window, text);
     const std::string side = missing_side(ink, difference_in(ink, with_texts, without_texts));
     if (!side.empty()) faults.push_back(fault_of(window, text, side));
+    if (gtk_widget_get_state(text) == GTK_STATE_INSENSITIVE) continue;  // nothing that can be used
+    const double seen = contrast_with_ground(light_of_letters(text), ink, without_texts);
+    if (seen < least_contrast)
+      faults.push_back(fault_of(window, text,
+                                "has a contrast of " + std::to_string(seen).substr(0, 3) + " to its ground"));
   }
   return faults;
 }

@@ -19,7 +19,8 @@ Picture picture_of(GtkWidget* window);
 /// `picture` of `window` with two bars: its title above, as a window manager would have it, and `name` below.
 Picture framed(GtkWidget* window, const Picture& picture, const std::string& name);
 
-/// Texts of which a part is not to be seen: it is taken for seen what changes when the text goes away.
+/// Texts of which a part is not to be seen, which is what does not change when the text goes away; and texts
+/// that do not stand out from their ground.
 std::vector<Fault> faults_in_picture(GtkWidget* window);
 
 #endif
