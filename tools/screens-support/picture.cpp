@@ -77,8 +77,8 @@ std::string missing_side(const GdkRectangle& ink, const GdkRectangle& seen) {
 // What people of weak sight need (WCAG 2, level AA).
 constexpr double least_contrast = 4.5;
 
-// So much of the ground may be of another colour: the end of a line or a focus frame.
-constexpr double other_ground = 0.02;
+// So much of the ground may be of another colour: a focus frame takes one row of a line of letters.
+constexpr double other_ground = 0.08;
 
 constexpr int most = 255;  // of a channel
 
@@ -145,7 +145,7 @@ Picture framed(GtkWidget* window, const Picture& picture, const std::string& nam
   const int height = gdk_pixbuf_get_height(picture.get());
   const GtkStyle* style = gtk_widget_get_style(window);
   const Picture title =
-      bar(window, width, gtk_window_get_title(GTK_WINDOW(window)), style->dark_gc[GTK_STATE_NORMAL]);
+      bar(window, width, gtk_window_get_title(GTK_WINDOW(window)), style->fg_gc[GTK_STATE_NORMAL]);
   const Picture foot = bar(window, width, name.c_str(), style->black_gc);
   Picture whole(gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, width, height + 2 * bar_height));
   gdk_pixbuf_copy_area(title.get(), 0, 0, width, bar_height, whole.get(), 0, 0);
