@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -528,6 +529,22 @@ TEST_F(Privacy, ChangesNothingForThoseWhoHadAnAccount) {
   migrate_noting_errors();
   EXPECT_EQ("755 ann\n", mode_of("/home/ann"));
   EXPECT_EQ("644 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+// More levels than a program may have files open.
+TEST_F(Privacy, ReachesTheDeepestFolder) {
+  profile("ann");
+  shell_quietly("cd '" + documents_of("ann") +
+                "' && for level in $(seq 1100); do mkdir d; cd -P d; done; echo > deep; chmod 644 deep");
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &files));
+  migrate_noting_errors();
+  EXPECT_EQ("1\n", output_of("find /home/ann -name deep | wc -l"));
+  EXPECT_EQ("0\n", output_of("find /home/ann ! -user ann | wc -l"));
+  EXPECT_TRUE(open_to_others("/home/ann").empty());
+  EXPECT_FALSE(complained.find("Too many open files") != std::string::npos);
 }
 
 TEST_F(Privacy, FollowsNoLink) {
