@@ -1,12 +1,14 @@
 #include "process/run/accounts.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -30,6 +32,23 @@ using testing::Pair;
 using testing::StartsWith;
 
 constexpr const char* root = "/tmp/brindAb/Brindle";
+
+const char* no_more_threads_after = nullptr;  // a command that begins so
+
+}  // namespace
+
+// Takes the C library's place for the one test in which no thread can be made.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*start)(void*),
+                              void* argument) {
+  using Create = decltype(&pthread_create);
+  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  if (no_more_threads_after != nullptr)
+    for (const std::string& command : commands_run())
+      if (command.starts_with(no_more_threads_after)) return EAGAIN;
+  return next(thread, how, start, argument);
+}
+
+namespace {
 
 std::string in_archive(const std::string& name) { return std::string(root) + "/" + name; }
 
@@ -401,6 +420,19 @@ TEST_F(Passwords, TheirOwnerCannotSlipAFileIn) {
   owner.join();
   EXPECT_EQ(before, password_of("root"));
   EXPECT_EQ("root:owned\n", read_file("/home/ann/pass"));
+}
+
+TEST_F(Passwords, StayWhereNoThreadCanBeMade) {
+  shell_quietly("useradd -m ann");
+  profile("ann");
+  const std::string before = password_of("ann");
+  no_more_threads_after = "useradd ";
+  migrate_noting_errors();
+  EXPECT_EQ(before, password_of("ann"));
+  EXPECT_THAT(complained,
+              HasSubstr("/home/ann/pass cannot be written (Resource temporarily unavailable); the "
+                        "password of ann is not set\n"));
+  EXPECT_EQ("ann\n", read_file("/home/ann/Documents/of ann.txt") + "\n");
 }
 
 TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
