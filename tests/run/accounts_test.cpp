@@ -446,6 +446,20 @@ TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
   EXPECT_EQ("", output_of("grep ' /home/ann ' /proc/self/mounts"));
 }
 
+// ---- The skeleton home ----------------------------------------------------------------------------------
+
+// Somebody was quicker than mkdir.
+TEST_F(Passwords, NobodyElseFurnishesNewHomes) {
+  profile("ann");
+  use_program("mkdir",
+              "[ \"$*\" != /tmp/nldroot ] || { /bin/mkdir -p /tmp/nldroot/root; echo evil > "
+              "/tmp/nldroot/root/.profile; chmod -R 777 /tmp/nldroot; chown -R games /tmp/nldroot; }\n"
+              "exec /bin/mkdir \"$@\"\n");
+  migrate();
+  EXPECT_FALSE(exists("/home/ann/.profile"));
+  EXPECT_EQ("s\n", read_file("/home/ann/.mozilla/skeleton"));
+}
+
 // ---- The password file ----------------------------------------------------------------------------------
 
 TEST_F(Passwords, ACopyOfAFileInRootsHomeDoesNotLockNewAccountsOut) {
