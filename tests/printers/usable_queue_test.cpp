@@ -159,6 +159,23 @@ TEST_F(UsableQueues, OfFoomaticPrintBesideOlderOnes) {
   EXPECT_EQ("smb://ann:se$cret@pc/hp", PrintServer::uri_of("First"));
 }
 
+// The server tells no password, so the address looks right.
+TEST_F(UsableQueues, OfAShareGetThePasswordThatWasTypedLast) {
+  add("a.txt", "Q", {{"Port Name", "//pc/hp"}});
+  windows.sign_in("ann", "wrong");
+  EXPECT_THAT(migrate("Linspire"), Not(HasSubstr("the password")));
+  PrintServer::write_queues();
+  windows.sign_in("ann", "right");
+  const std::string said = migrate("Linspire");
+  PrintServer::write_queues();
+  EXPECT_EQ("smb://ann:right@pc/hp", PrintServer::uri_of("Q"));
+  EXPECT_THAT(said,
+              AllOf(HasSubstr("print queue Q was there before: the print server has been given the user "
+                              "and the password of its share\n"),
+                    Not(HasSubstr("right"))));
+  EXPECT_THAT(PrintServer::ppd("Q", "NickName"), StartsWith("HP LaserJet 4050 Foomatic/ljet4"));
+}
+
 // At the right address, and of no use.
 TEST_F(UsableQueues, OfFoomaticGetTheDriverThatTheyNeverHad) {
   prepare("lpadmin -p Q -E -v parallel:/dev/lp0 2>/dev/null");

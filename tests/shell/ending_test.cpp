@@ -133,11 +133,14 @@ TEST_F(Ending, APauseEndsWhenTheEndBegins) {
 }
 
 TEST_F(Ending, WhatRunsIsAskedKindlyAndThenEnded) {
-  std::thread worker(
-      [] { shell_quietly("bash -c 'trap \"\" TERM; (exec sleep 4322)'; sleep 4323 | cat; true"); });
+  std::thread worker([] {
+    shell_quietly("sleep 4325 & bash -c 'trap \"\" TERM; (exec sleep 4322)'; sleep 4323 | cat; true");
+  });
   wait_for("sleep 4322");
+  wait_for("sleep 4325");
   EXPECT_TRUE(shell::end_commands(shell::Asked::kindly));
   usleep(300000);
+  EXPECT_EQ("", running("sleep 4325"));
   EXPECT_NE("", running("sleep 4322"));  // minds no SIGTERM, and is nobody's yet
   EXPECT_FALSE(shell::Processes().own().empty());
   for (int tries = 0; tries < 100 && shell::end_commands(shell::Asked::to_death); ++tries) usleep(20000);

@@ -249,7 +249,7 @@ int CheckMultiUser(const char* args) {
 
 int migrate_profiles(const char* root) {
   const Skeleton* skeleton = capabilities(detected_system()).skeleton;
-  if (skeleton != nullptr) unpack_skeleton(*skeleton);
+  if (skeleton != nullptr) static_cast<void>(unpack_skeleton(*skeleton));
   put(font_dir_path, root);
   const std::string folder = std::string(root) + "/" + layout::profiles;
   const auto names = list_folder(folder);

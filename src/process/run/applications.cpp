@@ -7,6 +7,7 @@
 #include "gconf/kept_key.h"
 #include "gconf/settings.h"
 #include "keep/keep.h"
+#include "process/archive/work_folder.h"
 #include "process/mail/evolution/new_home.h"
 #include "shell/ending.h"
 #include "shell/files.h"
@@ -15,6 +16,9 @@
 #include "state/state.h"
 
 namespace {
+
+// Where no skeleton home can be: accounts made from it have an empty home, and nothing is removed there.
+constexpr const char* nowhere = "/dev/null/skeleton";
 
 // What is there and cannot be kept stays, and the home goes without a new profile.
 void copy_browser_profile(const Skeleton& skeleton, const std::string& home) {
@@ -30,7 +34,7 @@ void remove_skeleton(const Skeleton& skeleton) { SYSTEM(compose("rm -rf %s", ske
 void prepare_from_skeleton(const std::string& home, const Skeleton& skeleton) {
   if (is_folder(home.c_str(), ".mozilla") == 1) return;
   std::printf("untarring");
-  unpack_skeleton(skeleton);
+  if (!unpack_skeleton(skeleton)) return;
   copy_browser_profile(skeleton, home);
   remove_skeleton(skeleton);
 }
@@ -72,10 +76,10 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   const bool has_evolution = is_folder(home.c_str(), ".evolution") == 1;
   if (has_mozilla && has_evolution) return;
   std::printf("untarring");
-  unpack_skeleton(skeleton);
-  if (!has_mozilla) copy_browser_profile(skeleton, home);
+  const bool is_ours = unpack_skeleton(skeleton);
+  if (is_ours && !has_mozilla) copy_browser_profile(skeleton, home);
   if (!has_evolution && kept_before_evolution(home)) start_evolution_once(target);
-  remove_skeleton(skeleton);
+  if (is_ours) remove_skeleton(skeleton);
 }
 
 // What was started for a moment does not stay when the wizard is left in that moment.
@@ -119,12 +123,16 @@ void prepare_applications(const Target& target) {
   std::printf("Applications Initialization.......DONE");
 }
 
-void unpack_skeleton(const Skeleton& skeleton) {
-  // Both are short constants and fit.
+bool unpack_skeleton(const Skeleton& skeleton) {
+  // All are short constants and fit.
   static_cast<void>(assign(homedirpath, skeleton.folder));
   static_cast<void>(assign(tarfilepath, skeleton.tarball));
   shell::run_unlogged(compose("rm -rf %s", skeleton.folder));
   shell::run_unlogged(compose("mkdir %s", skeleton.folder));
+  if (!claim_own_folder(skeleton.folder)) {
+    static_cast<void>(assign(homedirpath, nowhere));
+    return false;
+  }
   if (skeleton.bzip2) shell::run_unlogged(compose("mkdir %s/root", skeleton.folder));
   const shell::Command tar = skeleton.bzip2
                                  ? compose("tar -jxf \"%s\" -C %s/root", skeleton.tarball, skeleton.folder)
@@ -132,4 +140,5 @@ void unpack_skeleton(const Skeleton& skeleton) {
   SYSTEM(tar);
   std::printf("Tar Command::%s\n", tar.c_str());
   std::printf("Home Directory Path::%s\n", skeleton.folder);
+  return true;
 }
