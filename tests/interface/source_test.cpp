@@ -284,6 +284,45 @@ TEST_F(SourceTest, BrowseCdromStaysOnTheDisc) {
   EXPECT_EQ(open_folder(), "/media/disc/below");
 }
 
+bool press_next_and_browse_meanwhile() {
+  press(window2, "next2");
+  press(window2, "bCdrom");
+  return true;
+}
+
+TEST_F(SourceTest, WhileADiscIsMountedNothingElseBegins) {
+  make_zip("/root/a.zip", "10");
+  shell_quietly("mkdir -p /media/disc");
+  stand_in_for_mount("/dev/sr0 on /media/disc type iso9660 (ro)\\n");
+  type(window2, "entry_cdrom", "/root/a.zip");
+  shell_quietly("sed -i '2i echo \"$*\" >>/root/mounts' /usr/local/bin/mount");
+  shell::while_waiting(press_next_and_browse_meanwhile);
+  press(window2, "bCdrom");
+  shell::while_waiting(nullptr);
+  EXPECT_EQ(read_file("/root/mounts"), "/dev/cdrom\n-l -t iso9660\n");
+  EXPECT_EQ(workers, 0);
+  EXPECT_TRUE(gtk_widget_get_visible(fileselection));
+  press(fileselection, "cancel_button1");
+  press(window2, "next2");
+  EXPECT_TRUE(run_started());
+}
+
+bool go_back_meanwhile() {
+  static bool pressed = false;
+  if (!std::exchange(pressed, true)) press(window2, "back2");
+  return true;
+}
+
+TEST_F(SourceTest, WhoGoesBackWhileADiscIsMountedSeesNoChooser) {
+  shell_quietly("mkdir -p /media/disc");
+  stand_in_for_mount("/dev/sr0 on /media/disc type iso9660 (ro)\\n");
+  shell::while_waiting(go_back_meanwhile);
+  press(window2, "bCdrom");
+  shell::while_waiting(nullptr);
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+  EXPECT_TRUE(gtk_widget_get_visible(window1));
+}
+
 // The kernel's table of what is mounted, as this process sees it.
 void mount_table_holds(const std::string& lines) {
   write_file("/tmp/table", lines);
