@@ -33,10 +33,8 @@ void check_balance(const std::string& before, const std::string& after) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::string> parts = fuzz::Input(data, size).parts(2);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive";
-  fuzz::write_file(root + "/ImapMail/Calendar/calendar.ics", parts[0]);
-  fuzz::write_file(root + "/ImapMail/Tasks/tasks.ics", parts[1]);
+  const auto& [home, root] = fuzz::scene_with(
+      {{"ImapMail/Calendar/calendar.ics", parts[0]}, {"ImapMail/Tasks/tasks.ics", parts[1]}});
   fuzz::require(kmailcallendar(fuzz::target_in(home, root, System::redflag)) == 0,
                 "a calendar is taken over");
   fuzz::commands_run();

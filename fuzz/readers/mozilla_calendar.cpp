@@ -33,10 +33,9 @@ std::string unfolded(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::string> parts = fuzz::Input(data, size).parts(2);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive", profile = home + "/profile";
-  fuzz::write_file(root + "/ImapMail/Calendar/calendar.ics", parts[0]);
-  fuzz::write_file(root + "/ImapMail/Tasks/tasks.ics", parts[1]);
+  const auto& [home, root] = fuzz::scene_with(
+      {{"ImapMail/Calendar/calendar.ics", parts[0]}, {"ImapMail/Tasks/tasks.ics", parts[1]}});
+  const std::string profile = home + "/profile";
   fuzz::write_file(profile + "/prefs.js", "");
   fuzz::require(mozillacalendar(root.c_str(), profile.c_str()) == 0, "a calendar is taken over");
   fuzz::commands_run();

@@ -62,6 +62,13 @@ const std::string& empty_home() {
   return home;
 }
 
+Scene scene_with(const std::vector<std::pair<std::string, std::string_view>>& files) {
+  const std::string& home = empty_home();
+  const Scene scene{home, home + "/archive"};
+  for (const auto& [name, bytes] : files) write_file(scene.archive + "/" + name, bytes);
+  return scene;
+}
+
 void write_file(const std::string& path, std::string_view bytes) {
   fs::create_directories(fs::path(path).parent_path());
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"), std::fclose);

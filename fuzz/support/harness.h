@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "system/target.h"
@@ -49,6 +50,14 @@ class Input {
 /// Removes what an earlier input has left there and returns its path, below /home. Whoever asks for the user
 /// being migrated is told that it is the owner, a profile of an archive.
 const std::string& empty_home();
+
+struct Scene {
+  std::string home;
+  std::string archive;  ///< the archive root
+};
+
+/// The empty home, and in it an archive of these files: the name below the root and the bytes of each.
+Scene scene_with(const std::vector<std::pair<std::string, std::string_view>>& files);
 
 /// Writes a file with the folders it lies in.
 void write_file(const std::string& path, std::string_view bytes);
