@@ -10,12 +10,6 @@ namespace {
 // An alarm's length of a whole piece, again behind each "END:VALARM".
 constexpr std::size_t most_growth = 128;
 
-std::string rewritten(const std::string& text, account::CalendarReader::Rewrite rewrite) {
-  std::string result;
-  for (const std::string& line : fuzz::pieces_of(text, text.size() + 1)) result += rewrite(line);
-  return result;
-}
-
 // A line feed and a blank say nothing.
 std::string unfolded(const std::string& text) {
   std::string result;
@@ -42,8 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto found = fuzz::read_file(profile + "/Calendar/CalendarDataFile.ics");
   account::MozillaAlarm alarm;
-  const std::string calendar = rewritten(fuzz::mended(parts[0]), account::mozilla_calendar(alarm));
-  const std::string tasks = rewritten(fuzz::mended(parts[1]), account::mozilla_tasks(alarm));
+  const std::string calendar = fuzz::rewritten(fuzz::mended(parts[0]), account::mozilla_calendar(alarm));
+  const std::string tasks = fuzz::rewritten(fuzz::mended(parts[1]), account::mozilla_tasks(alarm));
   fuzz::require(found && unfolded(*found) == unfolded(tasks + calendar),
                 "both programs make the same calendar");
   fuzz::require(found->size() <= most_growth * (size + 64), "a calendar does not grow without end");

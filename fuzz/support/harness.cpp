@@ -153,6 +153,12 @@ std::string mended(std::string_view text) {
   return without_carriage_returns(lines);
 }
 
+std::string rewritten(std::string_view text, const std::function<std::string(const std::string&)>& rewrite) {
+  std::string result;
+  for (const std::string& line : pieces_of(text, text.size() + 1)) result += rewrite(line);
+  return result;
+}
+
 bool contains(std::string_view text, std::string_view part) { return text.find(part) != text.npos; }
 
 std::size_t count_of(std::string_view text, std::string_view part) {

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -85,6 +86,9 @@ std::string with_plain_line_ends(std::string_view text);
 
 /// `text` as it is where the last line is given its end as well.
 std::string mended(std::string_view text);
+
+/// The lines of `text`, each as `rewrite` makes it.
+std::string rewritten(std::string_view text, const std::function<std::string(const std::string&)>& rewrite);
 
 bool contains(std::string_view text, std::string_view part);
 std::size_t count_of(std::string_view text, std::string_view part);
