@@ -94,6 +94,17 @@ class SourceTest : public GuiTest {
     type(window2, "entry_local", path);
     press(window2, "next2");
   }
+  // The same, and something happens while the checks of a whole archive run.
+  static void next_and_meanwhile(bool (*happens)()) {
+    make_zip("/root/a.zip", "10");
+    shell::while_waiting(happens);
+    next_with("/root/a.zip");
+    shell::while_waiting(nullptr);
+  }
+  static void expect_no_worker() {
+    usleep(100000);
+    EXPECT_EQ(workers, 0);
+  }
   static bool run_started() {
     for (int tries = 0; tries < 50 && workers == 0; ++tries) usleep(10000);
     return workers == 1 && gtk_widget_get_visible(window3) && !gtk_widget_get_visible(window2);
@@ -474,12 +485,8 @@ bool leave_page_meanwhile() {
 }
 
 TEST_F(SourceTest, WhoGoesBackWhileTheChecksRunStartsNothing) {
-  make_zip("/root/a.zip", "10");
-  shell::while_waiting(leave_page_meanwhile);
-  next_with("/root/a.zip");
-  shell::while_waiting(nullptr);
-  usleep(100000);
-  EXPECT_EQ(workers, 0);
+  next_and_meanwhile(leave_page_meanwhile);
+  expect_no_worker();
   EXPECT_TRUE(gtk_widget_get_visible(window1));
   EXPECT_FALSE(gtk_widget_get_visible(window3));
 }
@@ -490,10 +497,7 @@ bool press_again_meanwhile() {
 }
 
 TEST_F(SourceTest, NextPressedAgainWhileTheChecksRunChecksOnce) {
-  make_zip("/root/a.zip", "10");
-  shell::while_waiting(press_again_meanwhile);
-  next_with("/root/a.zip");
-  shell::while_waiting(nullptr);
+  next_and_meanwhile(press_again_meanwhile);
   EXPECT_TRUE(run_started());
   EXPECT_EQ(workers, 1);
 }
@@ -501,12 +505,8 @@ TEST_F(SourceTest, NextPressedAgainWhileTheChecksRunChecksOnce) {
 bool end_meanwhile() { return false; }
 
 TEST_F(SourceTest, AWizardThatIsLeftWhileTheChecksRunStartsNothing) {
-  make_zip("/root/a.zip", "10");
-  shell::while_waiting(end_meanwhile);
-  next_with("/root/a.zip");
-  shell::while_waiting(nullptr);
-  usleep(100000);
-  EXPECT_EQ(workers, 0);
+  next_and_meanwhile(end_meanwhile);
+  expect_no_worker();
   EXPECT_TRUE(gtk_widget_get_visible(window2));
 }
 

@@ -50,7 +50,7 @@ TEST_F(KeptFirst, IsWhatAFileHeld) {
   EXPECT_TRUE(append_to_file("/root/d/b", "new"));
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
-  EXPECT_THAT(run.listed(), ElementsAre("made /root/d/b", "replaced /root/d/a"));
+  EXPECT_THAT(run.listed(), ElementsAre("replaced /root/d/a", "made /root/d/b"));
 }
 
 TEST_F(KeptFirst, OrTheFileIsLeft) {

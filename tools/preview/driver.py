@@ -50,9 +50,13 @@ TITLES = {
 
 RECORD = "/run/brindle/record/started"  # the commands that were started
 
+# Scenarios that press something at a certain moment of the run.
+PROMPT = ("cancel-run", "cancel-unpacking", "close-3")
+
 REFUSALS = ("no-file-given", "no-file-found", "no-zip", "no-space", "wrong-password", "other-encryption")
 
 POLL_SECONDS = 0.1
+PROGRESS_POLL_SECONDS = 0.5  # each look asks for all that page 3 shows
 SECONDS_FOR_DIALOG = 5
 SECONDS_FOR_PRESS = 2
 KILL_SECONDS = 0.005
@@ -84,8 +88,13 @@ class Driver:
             threading.Thread(target=self.kill_at, args=(self.options.scenario[len("kill-at:"):],), daemon=True).start()
         while self.program.poll() is None and time.monotonic() < self.deadline:
             self.look()
-            time.sleep(POLL_SECONDS)
+            time.sleep(self.pause())
         self.end()
+
+    def pause(self):
+        """Until the next look. Nothing but marks changes while the progress page is alone."""
+        is_under_way = self.open_before == {"page-3"} and self.options.scenario not in PROMPT
+        return PROGRESS_POLL_SECONDS if is_under_way and not self.options.watch else POLL_SECONDS
 
     def start(self):
         work = self.options.work
