@@ -45,6 +45,8 @@ def faults(case, result, stderr):
         yield f"the moment {result['not_come']} did not come"
     if how_it_ended(result) != case.ends:
         yield f"it ended by {how_it_ended(result)} and not by {case.ends}"
+        if result["times"] and how_it_ended(result) == cases.DONE:
+            yield f"the order came too late, the run was over: {', '.join(result['times'])}"
     if case.crosses is not None:
         yield from wrong_marks(case, marks_of(result))
     if result["times"] and case.ends != cases.DONE and min(result["times"].values()) > case.within:

@@ -5,6 +5,7 @@ A fault is a word with its parts behind colons:
   missing:NAME          the program is not there
   killed:NAME[:TEXT]    it ends itself by SIGSEGV at once, when TEXT is among its arguments
   hanging:NAME[:TEXT]   it never ends, minds no SIGTERM and has a child that does not either
+  held:NAME:TEXT        it waits until the wizard was told to end (give, hands.py), and does its work after that
   disk:FOLDER:KIB       FOLDER is a disk of its own, with KIB KiB of room beside what it has
   fill:FOLDER           no room is left on that disk
   read-only:FOLDER      nothing can be written there any more
@@ -20,6 +21,7 @@ import subprocess
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin"
 REAL = "/run/brindle/real"
 HUNG = "/run/brindle/record/hung"  # a line when a program begins to hang
+GIVEN = "/run/brindle/work/given"  # there once the wizard was told to end
 FILLER = ".filler"
 
 STAND_IN = """#!/bin/bash
@@ -30,6 +32,8 @@ exec {real} "$@"
 """
 HANGS = f"trap '' TERM HUP; echo {{name}} >>{HUNG}; (trap '' TERM; exec sleep 3000); exit 1"
 ENDS_ITSELF = "kill -SEGV $$"
+# The second is for the wizard to take the order in: it has a click or a signal then, and nothing done with it yet.
+IS_HELD = f"if [ ! -e {GIVEN} ]; then for _ in {{{{1..1200}}}}; do [ -e {GIVEN} ] && break; sleep 0.05; done; sleep 1; fi"
 
 
 def run(*words):
@@ -73,6 +77,10 @@ def put_filled_by(name, text, folder):
     fill = f"head -c 1G /dev/zero 2>/dev/null >{folder}/{FILLER}"
     put_stand_in(name, text, f"rm -f /run/filled; ( ({fill}; echo >/run/filled) & ); "
                              "until [ -e /run/filled ]; do sleep 0.05; done")
+
+
+def put_held(name, text):
+    put_stand_in(name, text, IS_HELD)
 
 
 def put_hanging(name, text=""):
@@ -155,14 +163,16 @@ def put_no_fork():
 def send(number):
     for wizard in wizard_ids():
         os.kill(wizard, number)
+    with open(GIVEN, "w", encoding="utf-8"):
+        pass
 
 
-FAULTS = {"missing": put_missing, "filled-by": put_filled_by, "killed": put_killed, "hanging": put_hanging, "disk": put_disk, "fill": put_fill,
-          "read-only": put_read_only, "no-fork": put_no_fork, "term": lambda: send(signal.SIGTERM),
-          "kill": lambda: send(signal.SIGKILL)}
+FAULTS = {"missing": put_missing, "filled-by": put_filled_by, "killed": put_killed, "hanging": put_hanging,
+          "held": put_held, "disk": put_disk, "fill": put_fill, "read-only": put_read_only, "no-fork": put_no_fork,
+          "term": lambda: send(signal.SIGTERM), "kill": lambda: send(signal.SIGKILL)}
 
 
 def put(fault):
-    limits = {"killed": 2, "hanging": 2, "disk": 2, "filled-by": 3}
+    limits = {"killed": 2, "hanging": 2, "held": 2, "disk": 2, "filled-by": 3}
     name, *parts = fault.split(":", limits.get(fault.partition(":")[0], 1))
     FAULTS[name](*parts)
