@@ -125,6 +125,25 @@ TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
               ElementsAre("kmail", "killall kmail", "kaddressbook", "killall kaddressbook"));
 }
 
+// KMail goes into the background, and killall is not there, or has been ended itself.
+TEST_F(Run, OnXandrosNoProgramStaysWhereKillallFails) {
+  on("Xandros");
+  shell_quietly("rm /usr/local/bin/sleep");
+  for (const char* program : {"kmail", "kaddressbook"}) {
+    write_file(std::string("/srv/") + program, "#!/bin/bash\nsleep 100\n");
+    write_file(std::string("/usr/local/bin/") + program,
+               std::string("#!/bin/sh\nsetsid /srv/") + program + " >/dev/null 2>&1 &\nsleep 0.2\n");
+    shell_quietly(std::string("chmod 755 /srv/") + program);
+  }
+  shell_quietly("setsid /srv/kmail >/dev/null 2>&1 & until pgrep -x kmail >/srv/hers; do sleep 0.1; done");
+  write_file("/usr/local/bin/killall", "#!/bin/bash\nkill -SEGV $$\n");
+  pack("Brindle/x", "");
+  migrate();
+  EXPECT_EQ(read_file("/srv/hers"), output_of("pgrep -x kmail"));
+  EXPECT_EQ("", output_of("pgrep -x kaddressbook"));
+  shell_quietly("kill $(cat /srv/hers); pkill -x sleep");
+}
+
 TEST_F(Run, OnRedFlagGroupwiseStaysEmpty) {
   on("RedFlag");
   pack("Brindle/My Documents/a.txt", "a");

@@ -1,8 +1,12 @@
 #include "process/run/applications.h"
 
+#include <sys/types.h>
+
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <initializer_list>
+#include <set>
 
 #include "gconf/kept_key.h"
 #include "gconf/settings.h"
@@ -11,6 +15,7 @@
 #include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/processes.h"
 #include "shell/run.h"
 #include "state/state.h"
 
@@ -78,22 +83,26 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   remove_skeleton(skeleton);
 }
 
-// What was started for a moment does not stay when the wizard is left in that moment.
-void end_program(const shell::Command& command) {
+// The command is waited for: a program that stays in the foreground holds the run up until it is closed. What
+// it leaves behind does not stay, neither when the wizard is left in that moment nor when killall is missing
+// or fails. One that somebody had open before is killall's alone.
+void start_for_a_moment(const shell::Command& program, unsigned int seconds, const shell::Command& killall) {
+  const std::string name = program.c_str();
+  const std::set<pid_t> before = shell::Processes().called(name);
+  SYSTEM(program);
+  shell::pause_for(seconds);
   const shell::EvenAtTheEnd even_at_the_end;
-  SYSTEM(command);
+  if (shell::run_for_status(killall) == 0) return;
+  for (const pid_t id : shell::Processes().called(name)) {
+    if (!before.contains(id)) kill(id, SIGTERM);
+  }
 }
 
-// Each command is waited for: a program that stays in the foreground holds the run up until it is closed.
 void prepare_by_starting(const std::string& home) {
   if (!kept_before_kde_programs(home)) return;
-  SYSTEM(compose("kmail"));
-  shell::pause_for(5);
-  end_program(compose("killall kmail"));
+  start_for_a_moment(compose("kmail"), 5, compose("killall kmail"));
   if (shell::starts_no_more_commands()) return;
-  SYSTEM(compose("kaddressbook"));
-  shell::pause_for(2);
-  end_program(compose("killall kaddressbook"));
+  start_for_a_moment(compose("kaddressbook"), 2, compose("killall kaddressbook"));
 }
 
 }  // namespace
