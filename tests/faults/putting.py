@@ -8,7 +8,8 @@ A fault is a word with its parts behind colons:
   held:NAME:TEXT        it waits until the wizard was told to end (give, hands.py), and does its work after that
   disk:FOLDER:KIB       FOLDER is a disk of its own, with KIB KiB of room beside what it has
   fill:FOLDER           no room is left on that disk
-  read-only:FOLDER      nothing can be written there any more
+  ext4:FOLDER           FOLDER is a disk of its own that the kernel makes read-only when it finds a fault on it
+  read-only:FOLDER      nothing can be written there any more: such a disk has a fault, or another one is mounted
   no-fork               the wizard can start nothing any more
   filled-by:NAME:TEXT:FOLDER   no room is left on that disk from the moment that the program is called so
   term, kill            the wizard gets that signal
@@ -16,6 +17,7 @@ A fault is a word with its parts behind colons:
 import os
 import shutil
 import signal
+import stat
 import subprocess
 
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin"
@@ -96,18 +98,41 @@ def used_kib(folder):
                               check=True).stdout.split()[0])
 
 
+def move_to_disk(folder, *words):
+    """`words` are mount's, for a new and empty disk. What is in `folder` comes along."""
+    place = "/run/brindle/new-disk"
+    os.makedirs(place, exist_ok=True)
+    run("mount", *words, place)
+    run("cp", "-a", folder + "/.", place)
+    run("mount", "--move", place, folder)
+
+
 def put_disk(folder, kib):
     """tmpfs counts whole pages: a file of one byte takes 4 KiB."""
     count = sum(len(files) + len(folders) for _, folders, files in os.walk(folder))
     size = used_kib(folder) + 4 * count + int(kib)
-    mode = oct(os.stat(folder).st_mode & 0o7777)[2:]
-    owner = os.stat(folder)
-    place = "/run/brindle/new-disk"
-    os.makedirs(place, exist_ok=True)
-    run("mount", "-t", "tmpfs", "-o", f"size={size}k,mode={mode}", "small", place)
-    run("cp", "-a", folder + "/.", place)
-    os.chown(place, owner.st_uid, owner.st_gid)
-    run("mount", "--move", place, folder)
+    move_to_disk(folder, "-t", "tmpfs", "-o", f"size={size}k", "small")
+
+
+def put_ext4(folder):
+    """On a loop device, which goes with the view."""
+    for number, path in ((os.makedev(10, 237), "/dev/loop-control"),
+                         *((os.makedev(7, each), f"/dev/loop{each}") for each in range(16))):
+        if not os.path.exists(path):
+            os.mknod(path, 0o600 | (stat.S_IFBLK if path[-1].isdigit() else stat.S_IFCHR), number)
+    image = "/run/brindle/disk.image"
+    run("truncate", "-s", "64M", image)
+    run("mkfs.ext4", "-q", "-O", "^has_journal", "-e", "remount-ro", image)
+    move_to_disk(folder, "-o", "loop", image)
+    os.rmdir(folder + "/lost+found")
+
+
+def ext4_device(folder):
+    with open("/proc/mounts", encoding="utf-8") as mounts:
+        for device, place, kind, *_ in map(str.split, mounts):
+            if (place, kind) == (folder, "ext4"):
+                return os.path.basename(device)
+    return None
 
 
 def put_fill(folder):
@@ -121,9 +146,17 @@ def put_fill(folder):
 
 
 def put_read_only(folder):
-    """What is open there stays so; whoever opens something anew meets the other mount."""
-    run("mount", "--bind", folder, folder)
-    run("mount", "-o", "remount,ro,bind", folder)
+    """A disk on top is no fault for what is open beneath it: whoever opens something anew meets it."""
+    device = ext4_device(folder)
+    if device is None:
+        run("mount", "--bind", folder, folder)
+        run("mount", "-o", "remount,ro,bind", folder)
+        return
+    os.makedirs("/run/sys", exist_ok=True)
+    run("mount", "-t", "sysfs", "sys", "/run/sys")
+    run("sync", "-f", folder)  # what was written before the fault is on the disk
+    with open(f"/run/sys/fs/ext4/{device}/trigger_fs_error", "w", encoding="ascii") as trigger:
+        trigger.write("a fault")
 
 
 def take_out(fault):
@@ -132,7 +165,7 @@ def take_out(fault):
     filler = os.path.join(rest.split(":")[-1], FILLER)
     if name in ("fill", "filled-by") and os.path.exists(filler):
         os.unlink(filler)
-    elif name == "read-only":
+    elif name == "read-only" and ext4_device(rest) is None:
         run("umount", rest)
 
 
@@ -168,7 +201,7 @@ def send(number):
 
 
 FAULTS = {"missing": put_missing, "filled-by": put_filled_by, "killed": put_killed, "hanging": put_hanging,
-          "held": put_held, "disk": put_disk, "fill": put_fill, "read-only": put_read_only, "no-fork": put_no_fork,
+          "held": put_held, "disk": put_disk, "ext4": put_ext4, "fill": put_fill, "read-only": put_read_only, "no-fork": put_no_fork,
           "term": lambda: send(signal.SIGTERM), "kill": lambda: send(signal.SIGKILL)}
 
 
