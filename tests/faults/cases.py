@@ -189,10 +189,14 @@ STAGES = (
     ("removal", "redflag", "one", "rm -rf /tmp/brind"),
     ("done", "redflag", "one", "window:done"),
 )
-# What a run does behind these marks takes less time than a person's hand: the first command there is held.
+# What a run does behind these marks takes less time than a person's hand: the first command there is held. So are those
+# that a run is at near its end.
 BEHIND_MARKS = {12: "mkdir:mydocument", 1: "cp:Brindle/Desktop/", 3: "cp:Wallpaper/option.txt",
                 5: "dos2unix:Cookies.txt", 9: "rm:-rf /tmp/brind"}
-HELD = {f"mark-{number}": (f"held:{command}",) for number, command in BEHIND_MARKS.items()}
+AT_STAGES = {"several-users": "useradd:", "password-file": "chpasswd:", "owner": "chown:-R",
+             "removal": "rm:-rf /tmp/brind"}
+HELD = {stage: (f"held:{command}",) for stage, command in
+        (*AT_STAGES.items(), *((f"mark-{number}", command) for number, command in BEHIND_MARKS.items()))}
 STAGES += tuple((f"mark-{number}", "redflag", "one", f"mark:image_{number}") for number in BEHIND_MARKS)
 
 for stage, system, archive, moment in STAGES:

@@ -1,6 +1,7 @@
 #include "process/run/applications.h"
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -83,19 +84,32 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   remove_skeleton(skeleton);
 }
 
+// Whether there were any.
+bool end_newcomers(const std::string& name, const std::set<pid_t>& before) {
+  bool found = false;
+  for (const pid_t id : shell::Processes().called(name)) {
+    if (before.contains(id)) continue;
+    kill(id, SIGTERM);
+    found = true;
+  }
+  return found;
+}
+
 // The command is waited for: a program that stays in the foreground holds the run up until it is closed. What
 // it leaves behind does not stay, neither when the wizard is left in that moment nor when killall is missing
 // or fails. One that somebody had open before is killall's alone.
 void start_for_a_moment(const shell::Command& program, unsigned int seconds, const shell::Command& killall) {
+  constexpr int looks = 50;
+  constexpr useconds_t between_looks_microseconds = 20'000;
   const std::string name = program.c_str();
   const std::set<pid_t> before = shell::Processes().called(name);
-  SYSTEM(program);
+  const bool started = shell::run_for_status(program) == 0;
   shell::pause_for(seconds);
   const shell::EvenAtTheEnd even_at_the_end;
   if (shell::run_for_status(killall) == 0) return;
-  for (const pid_t id : shell::Processes().called(name)) {
-    if (!before.contains(id)) kill(id, SIGTERM);
-  }
+  // One that was started this moment may not have its name yet.
+  for (int look = 0; !end_newcomers(name, before) && started && look < looks; ++look)
+    usleep(between_looks_microseconds);
 }
 
 void prepare_by_starting(const std::string& home) {
