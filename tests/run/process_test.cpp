@@ -125,6 +125,29 @@ TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
               ElementsAre("kmail", "killall kmail", "kaddressbook", "killall kaddressbook"));
 }
 
+// KMail goes into the background, where it gets its name late, and killall has been ended itself.
+TEST_F(Run, OnXandrosNoProgramStaysWhereKillallFails) {
+  on("Xandros");
+  shell_quietly("rm /usr/local/bin/sleep");
+  for (const std::string program : {"kmail", "kaddressbook"}) {
+    shell_quietly("cp /bin/sleep /srv/" + program);
+    write_file("/usr/local/bin/" + program,
+               "#!/bin/sh\nsetsid sh -c 'until [ -e /srv/called ]; do sleep 0.05; done; exec /srv/" +
+                   program + " 100' >/dev/null 2>&1 &\n");
+  }
+  shell_quietly(
+      "setsid /srv/kmail 100 >/dev/null 2>&1 & until pgrep -x kmail >/srv/hers; do sleep 0.1; done");
+  write_file("/usr/local/bin/killall", "#!/bin/bash\ntouch /srv/called; kill -SEGV $$\n");
+  pack("Brindle/x", "");
+  migrate();
+  // A signal takes a moment.
+  const std::string look =
+      "for i in $(seq 50); do [ $(pgrep -xc $NAME) -gt $MOST ] && sleep 0.1; done; pgrep -x $NAME";
+  EXPECT_EQ(read_file("/srv/hers"), output_of("NAME=kmail MOST=1; " + look));
+  EXPECT_EQ("", output_of("NAME=kaddressbook MOST=0; " + look));
+  shell_quietly("kill $(cat /srv/hers)");
+}
+
 TEST_F(Run, OnRedFlagGroupwiseStaysEmpty) {
   on("RedFlag");
   pack("Brindle/My Documents/a.txt", "a");

@@ -53,6 +53,18 @@ TEST_F(KeptFirst, IsWhatAFileHeld) {
   EXPECT_THAT(run.listed(), ElementsAre("replaced /root/d/a", "made /root/d/b"));
 }
 
+// What is open from before stays so, and is written through.
+TEST_F(KeptFirst, IsWhatAFileHeldUnderADiskThatWasMountedReadOnlyOverTheHome) {
+  KeepingRun run;
+  EXPECT_TRUE(replace_file("/root/d/first", "new"));
+  shell_quietly("mount --bind /root /root && mount -o remount,ro,bind /root");
+  EXPECT_NE(0, access(path, W_OK));
+  EXPECT_TRUE(replace_file(path, "new"));
+  EXPECT_TRUE(run.has_kept_all());
+  EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
+  shell_quietly("umount /root");
+}
+
 TEST_F(KeptFirst, OrTheFileIsLeft) {
   expect_refusal([] { return replace_file(path, "new"); });
   expect_refusal([] { return append_to_file(path, "new"); });

@@ -1,8 +1,13 @@
 #include "process/run/applications.h"
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <initializer_list>
+#include <set>
 
 #include "gconf/kept_key.h"
 #include "gconf/settings.h"
@@ -12,6 +17,7 @@
 #include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/processes.h"
 #include "shell/run.h"
 #include "state/state.h"
 
@@ -82,22 +88,39 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   if (is_ours) remove_skeleton(skeleton);
 }
 
-// What was started for a moment does not stay when the wizard is left in that moment.
-void end_program(const shell::Command& command) {
-  const shell::EvenAtTheEnd even_at_the_end;
-  SYSTEM(command);
+// Whether there were any.
+bool end_newcomers(const std::string& name, const std::set<pid_t>& before) {
+  bool found = false;
+  for (const pid_t id : shell::Processes().called(name)) {
+    if (before.contains(id)) continue;
+    kill(id, SIGTERM);
+    found = true;
+  }
+  return found;
 }
 
-// Each command is waited for: a program that stays in the foreground holds the run up until it is closed.
+// The command is waited for: a program that stays in the foreground holds the run up until it is closed. What
+// it leaves behind does not stay, neither when the wizard is left in that moment nor when killall is missing
+// or fails. One that somebody had open before is killall's alone.
+void start_for_a_moment(const shell::Command& program, unsigned int seconds, const shell::Command& killall) {
+  constexpr int looks = 50;
+  constexpr useconds_t between_looks_microseconds = 20'000;
+  const std::string name = program.c_str();
+  const std::set<pid_t> before = shell::Processes().called(name);
+  const bool started = shell::run_for_status(program) == 0;
+  shell::pause_for(seconds);
+  const shell::EvenAtTheEnd even_at_the_end;
+  if (shell::run_for_status(killall) == 0) return;
+  // One that was started this moment may not have its name yet.
+  for (int look = 0; !end_newcomers(name, before) && started && look < looks; ++look)
+    usleep(between_looks_microseconds);
+}
+
 void prepare_by_starting(const std::string& home) {
   if (!kept_before_kde_programs(home)) return;
-  SYSTEM(compose("kmail"));
-  shell::pause_for(5);
-  end_program(compose("killall kmail"));
+  start_for_a_moment(compose("kmail"), 5, compose("killall kmail"));
   if (shell::starts_no_more_commands()) return;
-  SYSTEM(compose("kaddressbook"));
-  shell::pause_for(2);
-  end_program(compose("killall kaddressbook"));
+  start_for_a_moment(compose("kaddressbook"), 2, compose("killall kaddressbook"));
 }
 
 }  // namespace
