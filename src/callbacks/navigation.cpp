@@ -47,9 +47,11 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
   cancel_run_note();
+  destroy_question_windows();
   decline_open_questions();
   remove_progress_timeout(timer);
   show_over_page(notice);
+  wait_until_drawn(notice);
   // An unzip that goes on would make the directory anew, for everybody to read.
   stop_unpacking();
   // Null before the worker has made it, or when it could not: then there is nothing to remove.
@@ -97,11 +99,11 @@ void on_okbutton2_multiusererror_clicked(GtkButton* button, gpointer /*user_data
 }
 
 void on_okbutton2_printer_clicked(GtkButton* button, gpointer /*user_data*/) {
-  if (isKilled == 0) printer_notice.close();
+  printer_notice.close();
   destroy_window_of(GTK_WIDGET(button));
 }
 
 void on_okbutton2_user_clicked(GtkButton* button, gpointer /*user_data*/) {
-  if (isKilled == 0) user_notice.close();
+  user_notice.close();
   destroy_window_of(GTK_WIDGET(button));
 }

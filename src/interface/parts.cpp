@@ -3,11 +3,22 @@
 #include <memory>
 
 #include "support/images.h"
+#include "system/language.h"
+#include "system/windows_text.h"
 
 std::string shown_text(const char* text) {
   if (text == nullptr) return "";
   const std::unique_ptr<char, void (*)(void*)> valid(g_utf8_make_valid(text, -1), g_free);
   return valid.get();
+}
+
+std::string shown_name(const char* name) {
+  return shown_text(name == nullptr ? "" : as_utf8(name, persons_locale()).c_str());
+}
+
+std::string with_value(std::string text, const std::string& value) {
+  const std::size_t place = text.find("%s");
+  return place == std::string::npos ? text : text.replace(place, 2, value);
 }
 
 GtkWidget* with_icon(GtkWidget* window, int nld) {

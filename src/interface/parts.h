@@ -13,6 +13,13 @@
 /// `text` as a widget can take it: bytes that are no UTF-8 are replaced, null is empty.
 std::string shown_text(const char* text);
 
+/// A name from the archive as a widget can take it: in UTF-8, read as the person's Windows wrote it. Null is
+/// empty.
+std::string shown_name(const char* name);
+
+/// `text` with `value` in the place of its first "%s"; as it is without one.
+std::string with_value(std::string text, const std::string& value);
+
 /// The interface texts, open while one window is built. A builder without them builds nothing.
 class WindowTexts {
  public:

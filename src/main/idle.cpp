@@ -56,17 +56,20 @@ double step_for(int size) {
   return 0.05 / static_cast<double>(tens_of_megabytes);
 }
 
-GtkWidget* new_driver_window(const char* title) {
+GtkWidget* new_driver_window(const char* windows_driver, const char* printer) {
   GtkWidget* window = create_window_select_driver();
-  if (window != nullptr) gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
+  if (window == nullptr) return nullptr;
+  const std::string title = shown_name(windows_driver);
+  gtk_window_set_title(GTK_WINDOW(window), title.c_str());
+  name_printer(window, shown_name(printer), title);
   return window;
 }
 
 GtkWidget* new_credentials_window(const char* title, const char* share) {
   GtkWidget* window = create_smb_username_password_window();
   if (window == nullptr) return nullptr;
-  gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
-  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_text(share).c_str());
+  gtk_window_set_title(GTK_WINDOW(window), shown_name(title).c_str());
+  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_name(share).c_str());
   return window;
 }
 
@@ -167,7 +170,9 @@ int show_popup_window_select_driver(void* /*data*/) {
   std::printf("in main.%s\n", driver_question.title());
   const GdkLock lock;
   GtkWidget* window = nullptr;
-  if (isKilled == 0) window = kept(window_select_driver, new_driver_window(driver_question.title()));
+  if (isKilled == 0) {
+    window = kept(window_select_driver, new_driver_window(driver_question.title(), driver_question.text()));
+  }
   show_over_page(window);
   std::printf("about to exit main.");
   wait_or_decline(driver_question, window);
