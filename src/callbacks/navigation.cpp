@@ -50,8 +50,7 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   destroy_question_windows();
   decline_open_questions();
   remove_progress_timeout(timer);
-  show_over_page(notice);
-  wait_until_drawn(notice);
+  show_drawn_over_page(notice);
   // An unzip that goes on would make the directory anew, for everybody to read.
   stop_unpacking();
   // Null before the worker has made it, or when it could not: then there is nothing to remove.

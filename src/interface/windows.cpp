@@ -7,22 +7,39 @@
 
 namespace {
 
-gboolean note_drawing(GtkWidget* /*window*/, GdkEvent* /*event*/, gpointer drawn) {
-  *static_cast<bool*>(drawn) = true;
-  return FALSE;
-}
-
-// False once the main loop was left.
-bool serve_windows_until(const bool& done) {
-  constexpr auto longest = std::chrono::seconds(1);
-  constexpr gulong pause_microseconds = 2000;
-  const auto end = std::chrono::steady_clock::now() + longest;
-  while (!done && std::chrono::steady_clock::now() < end) {
-    if (gtk_main_iteration_do(FALSE) != FALSE) return false;
-    if (gtk_events_pending() == FALSE) g_usleep(pause_microseconds);
+// Sees a window that is about to be shown come to the screen and be drawn there. The toolkit draws it before
+// that too, to no effect.
+class FirstDrawing {
+ public:
+  explicit FirstDrawing(GtkWidget* window) : window_(GTK_WIDGET(g_object_ref(window))) {
+    gtk_widget_add_events(window, GDK_VISIBILITY_NOTIFY_MASK);
+    g_signal_connect(window, "visibility-notify-event", G_CALLBACK(note_visibility), this);
+    g_signal_connect_after(window, "expose-event", G_CALLBACK(note_drawing), this);
   }
-  return true;
-}
+  ~FirstDrawing() {
+    g_signal_handlers_disconnect_by_data(window_, this);
+    g_object_unref(window_);
+  }
+  FirstDrawing(const FirstDrawing&) = delete;
+  FirstDrawing& operator=(const FirstDrawing&) = delete;
+
+  bool is_over() const { return drawn_; }
+
+ private:
+  static gboolean note_visibility(GtkWidget* /*window*/, GdkEvent* /*event*/, gpointer drawing) {
+    static_cast<FirstDrawing*>(drawing)->visible_ = true;
+    return FALSE;
+  }
+  static gboolean note_drawing(GtkWidget* /*window*/, GdkEvent* /*event*/, gpointer drawing) {
+    auto* first = static_cast<FirstDrawing*>(drawing);
+    first->drawn_ = first->visible_;
+    return FALSE;
+  }
+
+  GtkWidget* window_;
+  bool visible_ = false;
+  bool drawn_ = false;
+};
 
 }  // namespace
 
@@ -55,17 +72,18 @@ void show_over_page(GtkWidget* dialog) {
   gtk_widget_show(dialog);
 }
 
-void wait_until_drawn(GtkWidget* window) {
-  if (window == nullptr) return;
-  bool drawn = false;
-  g_object_ref(window);
-  const gulong drawing = g_signal_connect_after(window, "expose-event", G_CALLBACK(note_drawing), &drawn);
-  if (serve_windows_until(drawn)) {
-    gdk_window_process_all_updates();
-    gdk_display_sync(gtk_widget_get_display(window));
+void show_drawn_over_page(GtkWidget* dialog) {
+  if (dialog == nullptr) return;
+  constexpr auto longest = std::chrono::seconds(1);
+  constexpr gulong pause_microseconds = 2000;
+  const FirstDrawing drawing(dialog);
+  show_over_page(dialog);
+  const auto end = std::chrono::steady_clock::now() + longest;
+  while (!drawing.is_over() && std::chrono::steady_clock::now() < end) {
+    if (gtk_main_iteration_do(FALSE) != FALSE) return;  // the main loop was left
+    if (gtk_events_pending() == FALSE) g_usleep(pause_microseconds);
   }
-  if (g_signal_handler_is_connected(window, drawing) != FALSE) g_signal_handler_disconnect(window, drawing);
-  g_object_unref(window);
+  gdk_display_sync(gdk_display_get_default());
 }
 
 void destroy_question_windows() {

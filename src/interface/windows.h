@@ -34,8 +34,9 @@ void keep_window(GtkWidget*& window, GtkWidget* built);
 /// Shows a dialog above the page that is visible. Does nothing for null.
 void show_over_page(GtkWidget* dialog);
 
-/// Lets the main loop go on until `window` has been drawn on the screen, for at most a second.
-void wait_until_drawn(GtkWidget* window);
+/// The same, and lets the main loop go on until the dialog has been drawn on the screen, for at most a
+/// second.
+void show_drawn_over_page(GtkWidget* dialog);
 
 /// Destroys the windows in which the worker has asked something, without an answer.
 void destroy_question_windows();
