@@ -10,6 +10,11 @@ std::string shown_text(const char* text) {
   return valid.get();
 }
 
+std::string with_value(std::string text, const std::string& value) {
+  const std::size_t place = text.find("%s");
+  return place == std::string::npos ? text : text.replace(place, 2, value);
+}
+
 GtkWidget* with_icon(GtkWidget* window, int nld) {
   if (window == nullptr) return nullptr;
   const char* path =
@@ -46,6 +51,12 @@ void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string
   // Not for a radio button: its accessible complains about relations that it has not made itself.
   if (GTK_IS_LABEL(label)) atk_object_add_relationship(of_label, ATK_RELATION_LABEL_FOR, of_widget);
   atk_object_set_name(of_widget, name.c_str());
+}
+
+void announce(GtkWidget* widget, const std::string& text) {
+  // Accessibility libraries of before 2022 have no such signal.
+  const guint announcement = g_signal_lookup("announcement", ATK_TYPE_OBJECT);
+  if (announcement != 0) g_signal_emit(gtk_widget_get_accessible(widget), announcement, 0, text.c_str());
 }
 
 void set_editable(GtkWidget* entry, bool editable) {
