@@ -1,6 +1,7 @@
 #include "callbacks/navigation.h"
 
 #include "interface/dialogs.h"
+#include "interface/now.h"
 #include "interface/windows.h"
 #include "process/archive/work_folder.h"
 #include "process/run/run_note.h"
@@ -46,6 +47,7 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   if (isKilled == 1) return;  // pressed again while the folder is being removed
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
+  clear_now_line(window3);
   cancel_run_note();
   destroy_question_windows();
   decline_open_questions();

@@ -59,6 +59,12 @@ void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string
   atk_object_set_name(of_widget, name.c_str());
 }
 
+void announce(GtkWidget* widget, const std::string& text) {
+  // Accessibility libraries of before 2022 have no such signal.
+  const guint announcement = g_signal_lookup("announcement", ATK_TYPE_OBJECT);
+  if (announcement != 0) g_signal_emit(gtk_widget_get_accessible(widget), announcement, 0, text.c_str());
+}
+
 void set_editable(GtkWidget* entry, bool editable) {
   gtk_editable_set_editable(GTK_EDITABLE(entry), editable);
   show_whether_editable(entry);

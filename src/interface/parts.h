@@ -44,6 +44,9 @@ GtkWidget* new_wrapped_label(const std::string& text);
 /// Tells a screen reader that `label` names `widget`, and to read `name` for it.
 void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name);
 
+/// Has screen readers say `text`, which is about `widget`, once they have said what they are at.
+void announce(GtkWidget* widget, const std::string& text);
+
 /// Opens or locks an entry, and colours it accordingly once it can be seen.
 void set_editable(GtkWidget* entry, bool editable);
 

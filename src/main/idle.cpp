@@ -10,6 +10,7 @@
 
 #include "interface/dialogs.h"
 #include "interface/marks.h"
+#include "interface/now.h"
 #include "interface/parts.h"
 #include "interface/printer_windows.h"
 #include "interface/windows.h"
@@ -46,6 +47,11 @@ double shown_progress(GtkWidget* page) {
 void set_sensitive(GtkWidget* page, const char* button, gboolean sensitive) {
   GtkWidget* widget = lookup_widget(page, button);
   if (widget != nullptr) gtk_widget_set_sensitive(widget, sensitive);
+}
+
+void focus(GtkWidget* page, const char* button) {
+  GtkWidget* widget = lookup_widget(page, button);
+  if (widget != nullptr) gtk_widget_grab_focus(widget);
 }
 
 // The step of one tick: the larger the archive, the smaller. Deliberate: both divisions are whole, so below
@@ -102,6 +108,14 @@ int draw(Image_Result* data) {
   return 0;
 }
 
+int show_posted_beginning(void* data) {
+  take_hand_over();
+  const std::unique_ptr<PostedBeginning> begun(static_cast<PostedBeginning*>(data));
+  const GdkLock lock;
+  if (isKilled == 0) show_beginning(window3, *begun);
+  return 0;
+}
+
 int progress_timeout(void* data) {
   const int size = *static_cast<const int*>(data);
   if (!capabilities(detected_system()).progress_moves || size == 0) return 1;
@@ -119,7 +133,9 @@ int done_button_bar(void* /*data*/) {
   const GdkLock lock;
   set_progress(window3, 1.0, "100%");
   set_sensitive(window3, "button_done", TRUE);
+  focus(window3, "button_done");
   set_sensitive(window3, "button_window3_cancel", FALSE);
+  if (isKilled == 0) show_end_of_run(window3);
   return 0;
 }
 

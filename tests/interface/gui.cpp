@@ -214,6 +214,7 @@ std::vector<std::string> middle_of(GtkWidget* widget) {
   int left = 0;
   int top = 0;
   gdk_window_get_origin(gtk_widget_get_window(widget), &left, &top);
+  if (gtk_widget_get_has_window(widget) != FALSE) area.x = area.y = 0;  // the window is the widget's own
   return {std::to_string(left + area.x + area.width / 2), std::to_string(top + area.y + area.height / 2)};
 }
 
