@@ -130,13 +130,14 @@ class NextUse {
 
   GtkWidget* label() const { return label_; }
   void describe(GtkWidget* next);
-  void tell();
 
   static void on_clicked(GtkToggleButton* radio, gpointer use);
+  static void on_map(GtkWidget* window, gpointer use);
   static void free(gpointer use) { delete static_cast<NextUse*>(use); }
 
  private:
   std::string current() const;
+  void tell();
 
   std::vector<std::string> uses_;  // in the order of enum driver, without SKIP
   std::string skips_;
@@ -157,7 +158,7 @@ std::string NextUse::current() const {
   return driverselection < STPHOTO || driverselection >= SKIP ? skips_ : uses_[driverselection];
 }
 
-// A screen reader reads it with the button, and again when it changes.
+// A screen reader reads it with the button.
 void NextUse::describe(GtkWidget* next) {
   next_ = next;
   AtkObject* of_next = gtk_widget_get_accessible(next);
@@ -176,7 +177,16 @@ void NextUse::tell() {
 
 // The button that was active before is clicked by the toolkit too, and is none of the person's.
 void NextUse::on_clicked(GtkToggleButton* radio, gpointer use) {
-  if (gtk_toggle_button_get_active(radio) != FALSE) static_cast<NextUse*>(use)->tell();
+  if (gtk_toggle_button_get_active(radio) == FALSE) return;
+  auto* next_use = static_cast<NextUse*>(use);
+  next_use->tell();
+  announce(next_use->label_, next_use->current());
+}
+
+// Whoever cannot see it hears first of all that the first radio button is active.
+void NextUse::on_map(GtkWidget* /*window*/, gpointer use) {
+  const auto* next_use = static_cast<NextUse*>(use);
+  announce(next_use->label_, next_use->current());
 }
 
 void add_driver_rows(QuestionWindow& question, const WindowTexts& texts, NextUse* use) {
@@ -277,6 +287,7 @@ GtkWidget* create_window_select_driver() {
   GtkWidget* next = question.add_button("next2", texts["window_select_driver-next"],
                                         G_CALLBACK(on_window_select_driver_next2_clicked));
   use->describe(next);
+  g_signal_connect_after(question.window(), "map", G_CALLBACK(NextUse::on_map), use);
   make_default(next);
   return with_icon(question.window(), isNLD);
 }

@@ -211,6 +211,23 @@ TEST_F(DriverWindowTest, AScreenReaderIsToldOnceWithEveryChange) {
   EXPECT_STREQ(atk_object_get_description(next), "Next uses: HP LaserJet");
 }
 
+void keep(AtkObject* /*label*/, const char* text, gpointer said) {
+  static_cast<std::vector<std::string>*>(said)->emplace_back(text);
+}
+
+TEST_F(DriverWindowTest, AScreenReaderSaysItAtOnceAndWithEveryChange) {
+  choose("deskjet");
+  GtkWidget* window = create_window_select_driver();
+  AtkObject* label = gtk_widget_get_accessible(lookup_widget(window, "label_next_uses"));
+  std::vector<std::string> said;
+  g_signal_connect(label, "announcement", G_CALLBACK(keep), &said);
+  gtk_widget_show(window);
+  press(window, "laserjet");
+  press(window, "skip");
+  EXPECT_EQ(said, (std::vector<std::string>{"Next uses: HP DeskJet", "Next uses: HP LaserJet",
+                                            "Next leaves this printer out."}));
+}
+
 bool is_related(AtkObject* one, AtkRelationType how, AtkObject* other) {
   AtkRelationSet* all = atk_object_ref_relation_set(one);
   AtkRelation* relation = atk_relation_set_get_relation_by_type(all, how);
