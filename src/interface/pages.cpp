@@ -21,7 +21,7 @@ constexpr Room back_room = {232, 400};
 constexpr Room next_room = {400, 498};
 constexpr Room next_room_without_back = {232, 498};
 constexpr Room cancel_room = {504, 632};
-constexpr Room browse_room = {512, 624};
+constexpr Room browse_room = {512, 618};
 
 constexpr int radio_left = 235;
 constexpr int row_height = 25;
@@ -94,6 +94,8 @@ void keep_entries_beside_captions(Page& page, const Source& one, const Source& o
 
 void put_progress_bar(Page& page, const std::string& name) {
   GtkWidget* bar = page.put("progressbar1", gtk_progress_bar_new(), {208, 345}, 348, 16);
+  // Its accessible has no value, ever, when it is made before the bar has one.
+  gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(bar), 0.0);
   atk_object_set_name(gtk_widget_get_accessible(bar), name.c_str());
   GtkWidget* percentage = gtk_label_new("0%");
   gtk_misc_set_alignment(GTK_MISC(percentage), 1.0F, 0.5F);

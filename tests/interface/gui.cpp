@@ -219,11 +219,7 @@ std::vector<std::string> middle_of(GtkWidget* widget) {
 }
 
 void click_at(GtkWidget* window, const char* name, int times) {
-  GtkWidget* widget = lookup_widget(window, name);
-  ASSERT_TRUE(widget != nullptr && gtk_widget_get_mapped(widget)) << name << " is not to be seen";
-  ASSERT_TRUE(gets_keyboard(gtk_widget_get_toplevel(widget))) << name;
-  const std::vector<std::string> middle = middle_of(widget);
-  use_xdotool({"mousemove", middle[0], middle[1]});
+  point_at(window, name);
   use_xdotool({"click", "--repeat", std::to_string(times), "--delay", "120", "1"});
 }
 
@@ -248,6 +244,14 @@ bool gets_keyboard(GtkWidget* window) {
   const bool got = comes_true([window] { return gtk_window_has_toplevel_focus(GTK_WINDOW(window)); });
   handle_events();
   return got;
+}
+
+void point_at(GtkWidget* window, const char* name) {
+  GtkWidget* widget = lookup_widget(window, name);
+  ASSERT_TRUE(widget != nullptr && gtk_widget_get_mapped(widget)) << name << " is not to be seen";
+  ASSERT_TRUE(gets_keyboard(gtk_widget_get_toplevel(widget))) << name;
+  const std::vector<std::string> middle = middle_of(widget);
+  use_xdotool({"mousemove", middle[0], middle[1]});
 }
 
 void press_key(const char* keysym) { use_xdotool({"key", keysym}); }

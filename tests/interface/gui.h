@@ -57,7 +57,10 @@ bool gets_keyboard(GtkWidget* window);
 /// Presses a key or several together, as xdotool calls them: "Tab", "shift+Tab", "Escape", "alt+n".
 void press_key(const char* keysym);
 
-/// Moves the pointer to the middle of a widget and presses the first button, once or twice as fast as people
+/// Moves the pointer to the middle of a widget.
+void point_at(GtkWidget* window, const char* name);
+
+/// Does that and presses the first button, once or twice as fast as people
 /// do. The second press of two happens at the same place, whatever stands there by then.
 void click(GtkWidget* window, const char* name);
 void double_click(GtkWidget* window, const char* name);

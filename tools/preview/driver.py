@@ -147,8 +147,9 @@ class Driver:
     def read_marks(self, window):
         for image in window.images():
             for number, (label, _) in self.marks.items():
-                if image.name.startswith(label + ": "):
-                    self.marks[number] = (label, "apply" if image.name.endswith(": done") else "cancel")
+                for key, what in (("window3-moved", "apply"), ("window3-notmoved", "cancel")):
+                    if image.name == self.texts[key].replace("%s", label):
+                        self.marks[number] = (label, what)
 
     def end(self):
         status = self.program.poll()
