@@ -6,6 +6,8 @@
 #include <memory>
 
 #include "gui.h"
+#include "interface/dialogs.h"
+#include "interface/printer_windows.h"
 #include "interface/windows.h"
 #include "state/posts.h"
 #include "support/commands.h"
@@ -144,22 +146,49 @@ TEST_P(LookTest, TextsOfPage3AreReadable) {
 }
 
 // How much of the ring of a radio button is dark.
-double darkness(const char* name) {
+double darkness(GtkWidget* window, const char* name) {
   return static_cast<double>(std::ranges::count_if(
-      pixels_of(window2, name, 2, 19), [](const Colour& pixel) { return luminance(pixel) < 0.3; }));
+      pixels_of(window, name, 2, 19), [](const Colour& pixel) { return luminance(pixel) < 0.3; }));
+}
+
+void expect_no_choice_by_pointing(GtkWidget* window, const char* one, const char* other) {
+  point_at(window, "next2");
+  const double chosen = darkness(window, one);
+  const double free = darkness(window, other);
+  ASSERT_GT(chosen, free + 10);
+  point_at(window, other);
+  ASSERT_EQ(gtk_widget_get_state(lookup_widget(window, other)), GTK_STATE_PRELIGHT);
+  EXPECT_NEAR(darkness(window, other), free, 2);
+  point_at(window, one);
+  EXPECT_NEAR(darkness(window, one), chosen, 2);
 }
 
 TEST_P(LookTest, ARadioButtonUnderThePointerDoesNotLookChosen) {
   show(window2);
-  point_at(window2, "next2");
-  const double chosen = darkness("cdrom");
-  const double free = darkness("local");
-  ASSERT_GT(chosen, free + 10);
-  point_at(window2, "local");
-  ASSERT_EQ(gtk_widget_get_state(lookup_widget(window2, "local")), GTK_STATE_PRELIGHT);
-  EXPECT_NEAR(darkness("local"), free, 2);
-  point_at(window2, "cdrom");
-  EXPECT_NEAR(darkness("cdrom"), chosen, 2);
+  expect_no_choice_by_pointing(window2, "cdrom", "local");
+}
+
+TEST_P(LookTest, TextsAndChoicesOfTheDriverWindowAreReadable) {
+  GtkWidget* window = create_window_select_driver();
+  name_printer(window, "Office", "HP LaserJet 6");
+  show(window);
+  point_at(window, "skip");
+  expect_readable(window, {"label_printer", "label_windows_driver", "label_20_driver_name", "stcolor", "skip",
+                           "label_next_uses", "next2"});
+  point_at(window, "next2");
+  expect_readable(window, {"next2"});
+  expect_no_choice_by_pointing(window, "stphoto", "laserjet");
+}
+
+TEST_P(LookTest, TextsOfDialogsAndEntriesAreReadable) {
+  GtkWidget* window = create_smb_username_password_window();
+  show(window);
+  type(window, "entry_username", "anna");
+  expect_readable(window, {"label_header", "label_username", "entry_username", "label_closing", "next2"});
+  gtk_widget_destroy(window);
+  GtkWidget* dialog = create_dialog_done();
+  show(dialog);
+  expect_readable(dialog, {"message"});
 }
 
 TEST_P(LookTest, MarksDifferInMoreThanColour) {
