@@ -111,7 +111,8 @@ class LeftOut(Case):
     """Two printers are asked about. One driver window is closed; the other printer gets a driver and is on a share."""
 
     def test(self):
-        run = preview_run.run("linspire", "one-person", "--driver", "laserjet", scenario="leave-out:Epson LQ-570+")
+        run = preview_run.run("linspire", "one-person", "--printer-driver", "laserjet",
+                              scenario="leave-out:Epson LQ-570+")
         self.assertEqual(0, run.status, run.output)
         for screen in ("printer-driver", "credentials", "done"):
             self.assertIn(screen, run.screens)
