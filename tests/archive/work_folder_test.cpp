@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "shell/ending.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -164,6 +165,38 @@ TEST_F(WorkFolder, IsFilledByNobodyOnceUnpackingHasStopped) {
   EXPECT_FALSE(Unpacking::is_wanted());
   worker.join();
   EXPECT_TRUE(exists(folder));
+}
+
+int calls = 0;
+int calls_until_end = 1000000;
+
+bool count_calls() { return ++calls < calls_until_end; }
+
+// The worker takes its time to notice.
+double seconds_of_stopping(double seconds_until_noticed) {
+  std::atomic<bool> begun{false};
+  std::thread worker([&] {
+    const Unpacking unpacking;
+    begun = true;
+    usleep(static_cast<useconds_t>(seconds_until_noticed * 1e6));
+  });
+  while (!begun) usleep(1000);
+  shell::while_waiting(count_calls);
+  const double seconds = WorkFolder::seconds_of(stop_unpacking);
+  shell::while_waiting(nullptr);
+  worker.join();
+  return seconds;
+}
+
+TEST_F(WorkFolder, TheWindowsAreServedUntilUnpackingHasStopped) {
+  EXPECT_LT(0.9, seconds_of_stopping(1));
+  EXPECT_LT(20, calls);
+}
+
+TEST_F(WorkFolder, UnpackingIsNotWaitedForWhenTheMainLoopWasLeft) {
+  calls_until_end = 5;
+  EXPECT_GT(1.5, seconds_of_stopping(2));
+  EXPECT_EQ(5, calls);
 }
 
 TEST_F(WorkFolder, WaitsForNobodyWhenNothingIsUnpacked) { EXPECT_GT(0.5, seconds_of(stop_unpacking)); }

@@ -114,6 +114,18 @@ TEST_F(Run, OnXandrosPrinterMarkStaysEmpty) {
   EXPECT_THAT(said, HasSubstr("About to call kmailAbout to call kdewallpaper"));
 }
 
+TEST_F(Run, SaysWhatBeginsFromTheUnpackingToTheRemoval) {
+  pack("Brindle/x", "");
+  on("Linspire");
+  migrate();
+  ASSERT_GT(beginnings().size(), 4u);
+  EXPECT_EQ("unpacking", beginnings()[0]);
+  EXPECT_EQ("getting ready", beginnings()[1]);
+  EXPECT_EQ("image_12", beginnings()[2]);
+  EXPECT_EQ("image_9", beginnings()[beginnings().size() - 2]);
+  EXPECT_EQ("cleaning up", beginnings().back());
+}
+
 TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
   on("Xandros");
   pack("Brindle/x", "");

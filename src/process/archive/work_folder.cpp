@@ -18,6 +18,7 @@
 
 #include "place/beneath.h"
 #include "place/entry.h"
+#include "shell/ending.h"
 #include "shell/processes.h"
 #include "shell/run.h"
 #include "state/state.h"
@@ -92,7 +93,7 @@ void stop_unpacking() {
   for (int round = 0; filling > 0 && round < tries; ++round) {
     const std::string folder = work_folder();
     if (!folder.empty()) end_commands_on(folder);
-    usleep(pause_microseconds);
+    if (!shell::pause_and_serve(pause_microseconds)) return;
   }
 }
 

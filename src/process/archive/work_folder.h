@@ -37,7 +37,8 @@ void end_commands_on(const std::string& folder);
 void remove_unpacked_part(const std::string& folder);
 
 /// GUI thread: from now on nothing is unpacked. An unzip that runs is ended, and this returns when no thread
-/// fills the folder any more, at the latest after ten seconds.
+/// fills the folder any more, at the latest after ten seconds, or when the main loop was left meanwhile: the
+/// windows are served.
 void stop_unpacking();
 
 /// For the end of the program: stop_unpacking, then ends what still works on the folder, and removes it. Only
