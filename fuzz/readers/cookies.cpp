@@ -23,9 +23,7 @@ std::string widened(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fuzz::Input input(data, size);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive";
-  fuzz::write_file(root + "/Cookies.txt", input.text());
+  const auto& [home, root] = fuzz::scene_with({{"Cookies.txt", input.text()}});
   for (const char* browser : {"/.mozilla/firefox/", "/.mozilla/default/"})
     fuzz::write_file(home + browser + "profile/cookies.txt", "mine");
   fuzz::require(cookies(root.c_str()) == 0, "cookies are taken over");

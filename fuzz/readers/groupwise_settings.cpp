@@ -21,9 +21,7 @@ std::string expected(std::string_view text, const std::string& home) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fuzz::Input input(data, size);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive";
-  fuzz::write_file(root + "/Groupwise/.gwuser.xml", input.text());
+  const auto& [home, root] = fuzz::scene_with({{"Groupwise/.gwuser.xml", input.text()}});
   fuzz::require(groupwise(root.c_str()) == 0, "settings are taken over");
   fuzz::commands_run();
   fuzz::require(fuzz::read_file(home + "/.gwuser.xml") == expected(input.text(), home),

@@ -10,12 +10,6 @@ namespace {
 // "DUE;TZID" with nothing but semicolons behind it: each becomes ";VALUE=DATE".
 constexpr std::size_t most_growth = 16;
 
-std::string rewritten(const std::string& text, account::CalendarReader::Rewrite rewrite) {
-  std::string result;
-  for (const std::string& line : fuzz::pieces_of(text, text.size() + 1)) result += rewrite(line);
-  return result;
-}
-
 // A time stands on the line after its property, and an UNTIL at a line's end takes the line end with it: what
 // follows those is not looked at. Behind any other line a BEGIN or an END stays a line.
 void check_balance(const std::string& before, const std::string& after) {
@@ -33,17 +27,15 @@ void check_balance(const std::string& before, const std::string& after) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::string> parts = fuzz::Input(data, size).parts(2);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive";
-  fuzz::write_file(root + "/ImapMail/Calendar/calendar.ics", parts[0]);
-  fuzz::write_file(root + "/ImapMail/Tasks/tasks.ics", parts[1]);
+  const auto& [home, root] = fuzz::scene_with(
+      {{"ImapMail/Calendar/calendar.ics", parts[0]}, {"ImapMail/Tasks/tasks.ics", parts[1]}});
   fuzz::require(kmailcallendar(fuzz::target_in(home, root, System::redflag)) == 0,
                 "a calendar is taken over");
   fuzz::commands_run();
 
   const auto found = fuzz::read_file(home + "/.kde/share/apps/korganizer/std.ics");
-  const std::string calendar = rewritten(fuzz::mended(parts[0]), account::organizer_calendar());
-  const std::string whole = calendar + rewritten(fuzz::mended(parts[1]), account::organizer_tasks());
+  const std::string calendar = fuzz::rewritten(fuzz::mended(parts[0]), account::organizer_calendar());
+  const std::string whole = calendar + fuzz::rewritten(fuzz::mended(parts[1]), account::organizer_tasks());
   fuzz::require(found && *found == account::from_gb2312(whole), "both programs make the same calendar");
   fuzz::require(whole.size() <= most_growth * (size + 64), "a calendar does not grow without end");
   check_balance(fuzz::mended(parts[0]), calendar);

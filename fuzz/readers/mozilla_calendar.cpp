@@ -10,12 +10,6 @@ namespace {
 // An alarm's length of a whole piece, again behind each "END:VALARM".
 constexpr std::size_t most_growth = 128;
 
-std::string rewritten(const std::string& text, account::CalendarReader::Rewrite rewrite) {
-  std::string result;
-  for (const std::string& line : fuzz::pieces_of(text, text.size() + 1)) result += rewrite(line);
-  return result;
-}
-
 // A line feed and a blank say nothing.
 std::string unfolded(const std::string& text) {
   std::string result;
@@ -33,18 +27,17 @@ std::string unfolded(const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::string> parts = fuzz::Input(data, size).parts(2);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive", profile = home + "/profile";
-  fuzz::write_file(root + "/ImapMail/Calendar/calendar.ics", parts[0]);
-  fuzz::write_file(root + "/ImapMail/Tasks/tasks.ics", parts[1]);
+  const auto& [home, root] = fuzz::scene_with(
+      {{"ImapMail/Calendar/calendar.ics", parts[0]}, {"ImapMail/Tasks/tasks.ics", parts[1]}});
+  const std::string profile = home + "/profile";
   fuzz::write_file(profile + "/prefs.js", "");
   fuzz::require(mozillacalendar(root.c_str(), profile.c_str()) == 0, "a calendar is taken over");
   fuzz::commands_run();
 
   const auto found = fuzz::read_file(profile + "/Calendar/CalendarDataFile.ics");
   account::MozillaAlarm alarm;
-  const std::string calendar = rewritten(fuzz::mended(parts[0]), account::mozilla_calendar(alarm));
-  const std::string tasks = rewritten(fuzz::mended(parts[1]), account::mozilla_tasks(alarm));
+  const std::string calendar = fuzz::rewritten(fuzz::mended(parts[0]), account::mozilla_calendar(alarm));
+  const std::string tasks = fuzz::rewritten(fuzz::mended(parts[1]), account::mozilla_tasks(alarm));
   fuzz::require(found && unfolded(*found) == unfolded(tasks + calendar),
                 "both programs make the same calendar");
   fuzz::require(found->size() <= most_growth * (size + 64), "a calendar does not grow without end");

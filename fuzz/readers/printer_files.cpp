@@ -49,11 +49,9 @@ void check_commands() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::vector<std::string> parts = fuzz::Input(data, size).parts(2);
-  const std::string& home = fuzz::empty_home();
-  const std::string root = home + "/archive";
+  const auto& [home, root] =
+      fuzz::scene_with({{"Printers/Default.txt", parts[0]}, {"Printers/Other.txt", parts[1]}});
   isKilled = 1;  // nobody is there to answer: every question is declined
-  fuzz::write_file(root + "/Printers/Default.txt", parts[0]);
-  fuzz::write_file(root + "/Printers/Other.txt", parts[1]);
   fuzz::answer("foomatic-ppdfile-bd", "Id='HP-LaserJet_4L' Driver='ljet4' CompatibleDrivers='ljet4 '\n");
   fuzz::answer("grep", "foomatic:HP-LaserJet_4L-ljet4.ppd HP LaserJet 4L Foomatic/ljet4 (recommended)\n");
   static_cast<void>(printer(root.c_str()));

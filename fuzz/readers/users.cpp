@@ -8,8 +8,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const fuzz::Input input(data, size);
-  const std::string root = fuzz::empty_home() + "/archive";
-  fuzz::write_file(root + "/users.txt", input.text());
+  const std::string root = fuzz::scene_with({{"users.txt", input.text()}}).archive;
   isMultiUser = 2;
   fuzz::require(CheckMultiUser(root.c_str()) == 0, "the file can be closed");
   fuzz::commands_run();

@@ -62,6 +62,13 @@ const std::string& empty_home() {
   return home;
 }
 
+Scene scene_with(const std::vector<std::pair<std::string, std::string_view>>& files) {
+  const std::string& home = empty_home();
+  const Scene scene{home, home + "/archive"};
+  for (const auto& [name, bytes] : files) write_file(scene.archive + "/" + name, bytes);
+  return scene;
+}
+
 void write_file(const std::string& path, std::string_view bytes) {
   fs::create_directories(fs::path(path).parent_path());
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "w"), std::fclose);
@@ -144,6 +151,12 @@ std::string mended(std::string_view text) {
   std::string lines(without_marks(text));
   if (!lines.empty() && !lines.ends_with('\n')) lines += '\n';
   return without_carriage_returns(lines);
+}
+
+std::string rewritten(std::string_view text, const std::function<std::string(const std::string&)>& rewrite) {
+  std::string result;
+  for (const std::string& line : pieces_of(text, text.size() + 1)) result += rewrite(line);
+  return result;
 }
 
 bool contains(std::string_view text, std::string_view part) { return text.find(part) != text.npos; }

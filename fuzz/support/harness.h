@@ -10,10 +10,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "system/target.h"
@@ -50,6 +52,14 @@ class Input {
 /// being migrated is told that it is the owner, a profile of an archive.
 const std::string& empty_home();
 
+struct Scene {
+  std::string home;
+  std::string archive;  ///< the archive root
+};
+
+/// The empty home, and in it an archive of these files: the name below the root and the bytes of each.
+Scene scene_with(const std::vector<std::pair<std::string, std::string_view>>& files);
+
 /// Writes a file with the folders it lies in.
 void write_file(const std::string& path, std::string_view bytes);
 
@@ -76,6 +86,9 @@ std::string with_plain_line_ends(std::string_view text);
 
 /// `text` as it is where the last line is given its end as well.
 std::string mended(std::string_view text);
+
+/// The lines of `text`, each as `rewrite` makes it.
+std::string rewritten(std::string_view text, const std::function<std::string(const std::string&)>& rewrite);
 
 bool contains(std::string_view text, std::string_view part);
 std::size_t count_of(std::string_view text, std::string_view part);

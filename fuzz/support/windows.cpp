@@ -10,4 +10,5 @@ int show_popup_window_select_driver(void*) { return 0; }
 int show_smb_username_password_window(void*) { return 0; }
 int done_button_bar(void*) { return 0; }
 int draw_posted_mark(void*) { return 0; }
+int show_posted_beginning(void*) { return 0; }
 int progress_timeout(void*) { return 0; }

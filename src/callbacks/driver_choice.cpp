@@ -61,7 +61,6 @@ void on_laserjet_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { driver
 void on_skip_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { driverselection = SKIP; }
 
 void on_window_select_driver_next2_clicked(GtkButton* button, gpointer /*user_data*/) {
-  if (isKilled == 1) return destroy_window_of(GTK_WIDGET(button));
   getOsVersion("");
   std::printf("OSName::%s", OSName);
   driver_question.keep_answer(0, answer_for(driverselection, capabilities(detected_system()).driver_answers));
@@ -69,7 +68,9 @@ void on_window_select_driver_next2_clicked(GtkButton* button, gpointer /*user_da
   driver_question.close();
 }
 
-gboolean on_window_select_driver_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*/,
+gboolean on_window_select_driver_delete_event(GtkWidget* widget, GdkEvent* /*event*/,
                                               gpointer /*user_data*/) {
+  gtk_widget_destroy(widget);
+  driver_question.decline();
   return TRUE;
 }

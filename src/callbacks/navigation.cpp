@@ -1,6 +1,7 @@
 #include "callbacks/navigation.h"
 
 #include "interface/dialogs.h"
+#include "interface/now.h"
 #include "interface/windows.h"
 #include "process/archive/work_folder.h"
 #include "process/run/run_note.h"
@@ -46,10 +47,12 @@ void on_button_window3_cancel_clicked(GtkButton* /*button*/, gpointer /*user_dat
   if (isKilled == 1) return;  // pressed again while the folder is being removed
   GtkWidget* notice = create_dialogcancel();
   isKilled = 1;
+  clear_now_line(window3);
   cancel_run_note();
+  destroy_question_windows();
   decline_open_questions();
   remove_progress_timeout(timer);
-  show_over_page(notice);
+  show_drawn_over_page(notice);
   // An unzip that goes on would make the directory anew, for everybody to read.
   stop_unpacking();
   // Null before the worker has made it, or when it could not: then there is nothing to remove.
@@ -97,11 +100,11 @@ void on_okbutton2_multiusererror_clicked(GtkButton* button, gpointer /*user_data
 }
 
 void on_okbutton2_printer_clicked(GtkButton* button, gpointer /*user_data*/) {
-  if (isKilled == 0) printer_notice.close();
+  printer_notice.close();
   destroy_window_of(GTK_WIDGET(button));
 }
 
 void on_okbutton2_user_clicked(GtkButton* button, gpointer /*user_data*/) {
-  if (isKilled == 0) user_notice.close();
+  user_notice.close();
   destroy_window_of(GTK_WIDGET(button));
 }

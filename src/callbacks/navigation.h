@@ -13,11 +13,10 @@ void on_back3_clicked(GtkButton* button, gpointer user_data);
 void on_cancel_step1_clicked(GtkButton* button, gpointer user_data);
 void on_bCancelStep2_clicked(GtkButton* button, gpointer user_data);
 
-/// Cancels a running migration: shows the notice that ends the program, ends a running unzip and removes the
-/// temporary directory.
+/// Cancels a running migration: shows the notice that ends the program, and when that is on the screen ends a
+/// running unzip and removes the temporary directory. The windows are served meanwhile.
 /// The worker is not stopped: it keeps its final pop-ups to itself, and everything it asks from now on is
-/// declined. So is a question whose window is there; the window stays until its button is pressed, which only
-/// destroys it.
+/// declined. So is a question whose window is there, which goes.
 void on_button_window3_cancel_clicked(GtkButton* button, gpointer user_data);
 
 /// Open the support page in a browser.

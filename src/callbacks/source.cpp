@@ -142,17 +142,18 @@ bool keep_password(std::string typed) {
   return kept;
 }
 
-// The windows live on while the commands of the checks run. False when the person has gone elsewhere
-// meanwhile.
-class Checking {
+// Commands of this page run, and the windows live on meanwhile. One button's at a time: what the other one
+// would begin is not to go on beside them, and a worker least of all. Wanted no more when the person has gone
+// elsewhere.
+class PageCommands {
  public:
-  Checking() : was_shown_(is_shown()) { goes_on = true; }
-  ~Checking() { goes_on = false; }
-  Checking(const Checking&) = delete;
-  Checking& operator=(const Checking&) = delete;
+  PageCommands() : was_shown_(is_shown()) { goes_on = true; }
+  ~PageCommands() { goes_on = false; }
+  PageCommands(const PageCommands&) = delete;
+  PageCommands& operator=(const PageCommands&) = delete;
 
-  static bool is_going_on() { return goes_on; }
-  bool is_still_wanted() const { return !shell::is_told_to_end() && is_shown() == was_shown_; }
+  static bool are_running() { return goes_on; }
+  bool are_still_wanted() const { return !shell::is_told_to_end() && is_shown() == was_shown_; }
 
  private:
   static bool is_shown() { return window2 != nullptr && gtk_widget_get_visible(window2); }
@@ -186,8 +187,10 @@ void on_local_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
 void on_bLocal_clicked(GtkButton* /*button*/, gpointer /*user_data*/) { open_chooser_at(fileselection, "/"); }
 
 void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
+  if (thread_id != nullptr || PageCommands::are_running()) return;
+  const PageCommands mounting;
   const OwnedText mount_point(mount_cdrom_remote("iso9660"), std::free);
-  if (shell::is_told_to_end()) return;
+  if (!mounting.are_still_wanted()) return;
   if (mount_point == nullptr) return show_over_page(create_errorMountingCdrom());
   open_chooser_at(fileselection, whole_mount_point(mount_point.get(), "iso9660") + "/");
 }
@@ -208,16 +211,16 @@ gboolean on_fileselection_delete_event(GtkWidget* /*widget*/, GdkEvent* /*event*
 
 void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   // A second click while the checks run: one worker is enough, and g_filename is its.
-  if (thread_id != nullptr || Checking::is_going_on()) return;
+  if (thread_id != nullptr || PageCommands::are_running()) return;
   const std::string typed = file_name(text_of(entry_of(selection, window2)));
   // A path too long for the worker is refused whole: cut, it would name another file.
   const bool fits = assign(g_filename, typed.c_str());
   if (typed.empty()) return show_over_page(create_noFileSpecified());
   if (!fits) return show_over_page(create_noFileFound());
   long long bytes = 0;
-  const Checking checking;
+  const PageCommands checks;
   const DialogBuilder create_dialog = failed_check(g_filename, target_of("").home, bytes);
-  if (!checking.is_still_wanted()) return;
+  if (!checks.are_still_wanted()) return;
   if (create_dialog != nullptr) return show_over_page(create_dialog());
   explicit_bzero(g_password, sizeof g_password);
   const Encryption encryption = encryption_of_archive(g_filename);

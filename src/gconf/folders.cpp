@@ -13,9 +13,14 @@
 
 namespace {
 
-bool make_empty_file(const std::string& path, const struct stat& home) {
+// Neither a link nor a further name of something: both may be traps.
+bool is_plain_file(const std::string& path) {
   struct stat there {};
-  if (lstat(path.c_str(), &there) == 0) return true;
+  return lstat(path.c_str(), &there) == 0 && S_ISREG(there.st_mode) && there.st_nlink == 1;
+}
+
+bool make_empty_file(const std::string& path, const struct stat& home) {
+  if (is_plain_file(path)) return true;
   if (!kept_before_change(path)) return false;
   const File file = open_file(path, "wx");
   if (!file) return errno == EEXIST;

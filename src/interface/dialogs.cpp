@@ -4,6 +4,7 @@
 #include "callbacks/share_credentials.h"
 #include "callbacks/source.h"
 #include "interface/parts.h"
+#include "interface/wrapping.h"
 #include "state/state.h"
 
 namespace {
@@ -31,9 +32,8 @@ GtkWidget* new_dialog(const std::string& title) {
 void add_message(GtkWidget* dialog, const std::string& text) {
   GtkWidget* message = gtk_label_new(text.c_str());
   gtk_label_set_justify(GTK_LABEL(message), GTK_JUSTIFY_FILL);
-  gtk_label_set_line_wrap(GTK_LABEL(message), TRUE);
   gtk_misc_set_alignment(GTK_MISC(message), 0.43F, 0.54F);
-  gtk_widget_set_size_request(message, message_width, -1);
+  wrap_label(message, message_width);
   gtk_widget_show(message);
   gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), message, TRUE, TRUE, 6);
   name_widget(dialog, message, "message");
@@ -48,6 +48,8 @@ GtkWidget* add_button(GtkWidget* dialog, const char* name, const char* stock, in
   name_widget(dialog, button, name);
   return button;
 }
+
+void focus(GtkWidget* /*dialog*/, gpointer button) { gtk_widget_grab_focus(GTK_WIDGET(button)); }
 
 void closing_presses(GtkWidget* dialog, GtkWidget* button) {
   g_signal_connect(dialog, "delete-event", G_CALLBACK(press_instead), button);
@@ -125,6 +127,9 @@ GtkWidget* create_dialog1() {
       add_button(dialog, "cancelbutton1", "gtk-no", GTK_RESPONSE_NO, G_CALLBACK(on_cancelbutton1_clicked));
   add_button(dialog, "okbutton1", "gtk-yes", GTK_RESPONSE_YES, G_CALLBACK(on_okbutton1_clicked));
   closing_presses(dialog, no);
+  gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_NO);
+  // Shown again, it would begin with the button that had the keyboard last.
+  g_signal_connect(dialog, "show", G_CALLBACK(focus), no);
   return with_icon(dialog, isNLD);
 }
 

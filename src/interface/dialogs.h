@@ -9,7 +9,8 @@
 /// Chooses the archive. Closing it only hides it.
 GtkWidget* create_fileselection();
 
-/// Asks whether to quit, on pages 1 and 2. Closing it means no.
+/// Asks whether to quit, on pages 1 and 2. Closing it means no, and each time it is shown "No" has the
+/// keyboard.
 GtkWidget* create_dialog1();
 
 /// Notices of the run.

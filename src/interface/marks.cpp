@@ -4,12 +4,20 @@
 
 namespace {
 
-constexpr int mark_left = 240;
+constexpr int mark_left = 220;
 constexpr int mark_size = 20;
-constexpr int label_left = 32;
-constexpr int label_width = 300;
+constexpr int label_left = 30;
+constexpr Size label_size = {366, 21};
+
+// What a screen reader reads for an image once it has a result.
+constexpr const char* moved_key = "brindle-moved";
+constexpr const char* not_moved_key = "brindle-not-moved";
 
 std::string label_name(Mark mark) { return "label_" + std::to_string(static_cast<int>(mark)); }
+
+void keep_words(GtkWidget* image, const char* key, const std::string& words) {
+  g_object_set_data_full(G_OBJECT(image), key, g_strdup(words.c_str()), g_free);
+}
 
 void put_row(Page& page, Mark mark, const std::string& text, Position position) {
   GtkWidget* image = gtk_image_new();
@@ -17,18 +25,20 @@ void put_row(Page& page, Mark mark, const std::string& text, Position position) 
   gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
   gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
   page.put(image_name(mark).c_str(), image, position, mark_size, mark_size);
-  page.put(label_name(mark).c_str(), label, {position.x + label_left, position.y}, label_width, mark_size);
+  page.put_label(label_name(mark).c_str(), label, {position.x + label_left, position.y}, label_size);
   set_accessible_label(image, label, text);
-  g_object_set_data(G_OBJECT(image), "label", label);
 }
 
-// A screen reader reads the row's label together with its result.
-void describe(GtkWidget* image, bool done) {
-  auto* label = static_cast<GtkWidget*>(g_object_get_data(G_OBJECT(image), "label"));
-  if (label == nullptr) return;
-  const std::string name =
-      gtk_label_get_text(GTK_LABEL(label)) + std::string(done ? ": done" : ": not migrated");
-  atk_object_set_name(gtk_widget_get_accessible(image), name.c_str());
+void hide_row(const Page& page, Mark mark) {
+  for (const std::string& name : {image_name(mark), label_name(mark)})
+    gtk_widget_hide(lookup_widget(page.window(), name.c_str()));
+}
+
+void describe(GtkWidget* image, const char* key) {
+  const auto* words = static_cast<const char*>(g_object_get_data(G_OBJECT(image), key));
+  if (words == nullptr) return;
+  atk_object_set_name(gtk_widget_get_accessible(image), words);
+  announce(image, words);
 }
 
 }  // namespace
@@ -37,8 +47,16 @@ void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system)
   Position position = {mark_left, system.first_row};
   for (const MarkRow& row : mark_rows()) {
     if (system.hidden_rows.contains(row.mark)) continue;
-    put_row(page, row.mark, texts[row.text_key], position);
-    position.y += system.row_pitch;
+    const std::string text = texts[row.text_key];
+    put_row(page, row.mark, text, position);
+    GtkWidget* image = lookup_widget(page.window(), image_name(row.mark).c_str());
+    keep_words(image, moved_key, with_value(texts["window3-moved"], text));
+    keep_words(image, not_moved_key, with_value(texts["window3-notmoved"], text));
+    if (system.unset_rows.contains(row.mark)) {
+      hide_row(page, row.mark);
+    } else {
+      position.y += system.row_pitch;
+    }
   }
 }
 
@@ -46,5 +64,5 @@ void show_mark(GtkWidget* image, int result) {
   if (image == nullptr) return;
   const bool done = result == 0;
   gtk_image_set_from_stock(GTK_IMAGE(image), done ? "gtk-apply" : "gtk-cancel", GTK_ICON_SIZE_BUTTON);
-  describe(image, done);
+  describe(image, done ? moved_key : not_moved_key);
 }

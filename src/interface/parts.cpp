@@ -3,11 +3,22 @@
 #include <memory>
 
 #include "support/images.h"
+#include "system/language.h"
+#include "system/windows_text.h"
 
 std::string shown_text(const char* text) {
   if (text == nullptr) return "";
   const std::unique_ptr<char, void (*)(void*)> valid(g_utf8_make_valid(text, -1), g_free);
   return valid.get();
+}
+
+std::string shown_name(const char* name) {
+  return shown_text(name == nullptr ? "" : as_utf8(name, persons_locale()).c_str());
+}
+
+std::string with_value(std::string text, const std::string& value) {
+  const std::size_t place = text.find("%s");
+  return place == std::string::npos ? text : text.replace(place, 2, value);
 }
 
 GtkWidget* with_icon(GtkWidget* window, int nld) {
@@ -46,6 +57,12 @@ void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string
   // Not for a radio button: its accessible complains about relations that it has not made itself.
   if (GTK_IS_LABEL(label)) atk_object_add_relationship(of_label, ATK_RELATION_LABEL_FOR, of_widget);
   atk_object_set_name(of_widget, name.c_str());
+}
+
+void announce(GtkWidget* widget, const std::string& text) {
+  // Accessibility libraries of before 2022 have no such signal.
+  const guint announcement = g_signal_lookup("announcement", ATK_TYPE_OBJECT);
+  if (announcement != 0) g_signal_emit(gtk_widget_get_accessible(widget), announcement, 0, text.c_str());
 }
 
 void set_editable(GtkWidget* entry, bool editable) {

@@ -13,6 +13,13 @@
 /// `text` as a widget can take it: bytes that are no UTF-8 are replaced, null is empty.
 std::string shown_text(const char* text);
 
+/// A name from the archive as a widget can take it: in UTF-8, read as the person's Windows wrote it. Null is
+/// empty.
+std::string shown_name(const char* name);
+
+/// `text` with `value` in the place of its first "%s"; as it is without one.
+std::string with_value(std::string text, const std::string& value);
+
 /// The interface texts, open while one window is built. A builder without them builds nothing.
 class WindowTexts {
  public:
@@ -36,6 +43,9 @@ GtkWidget* new_wrapped_label(const std::string& text);
 
 /// Tells a screen reader that `label` names `widget`, and to read `name` for it.
 void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name);
+
+/// Has screen readers say `text`, which is about `widget`, once they have said what they are at.
+void announce(GtkWidget* widget, const std::string& text);
 
 /// Opens or locks an entry, and colours it accordingly once it can be seen.
 void set_editable(GtkWidget* entry, bool editable);

@@ -25,6 +25,7 @@ extern GtkWidget* dialog_printer_error;
 extern GtkWidget* dialog_user_error;
 extern GtkWidget* window_select_driver;
 extern GtkWidget* smb_username_password_window;
+extern GtkWidget* smb_username_password_window2;
 
 /// Puts `built` into `window` and sets `window` back to null when the widget is destroyed. `built` may be
 /// null.
@@ -32,6 +33,13 @@ void keep_window(GtkWidget*& window, GtkWidget* built);
 
 /// Shows a dialog above the page that is visible. Does nothing for null.
 void show_over_page(GtkWidget* dialog);
+
+/// The same, and lets the main loop go on until the dialog has been drawn on the screen, for at most a
+/// second.
+void show_drawn_over_page(GtkWidget* dialog);
+
+/// Destroys the windows in which the worker has asked something, without an answer.
+void destroy_question_windows();
 
 /// Destroys the whole window that `widget` belongs to.
 void destroy_window_of(GtkWidget* widget);

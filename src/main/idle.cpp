@@ -10,6 +10,7 @@
 
 #include "interface/dialogs.h"
 #include "interface/marks.h"
+#include "interface/now.h"
 #include "interface/parts.h"
 #include "interface/printer_windows.h"
 #include "interface/windows.h"
@@ -48,6 +49,11 @@ void set_sensitive(GtkWidget* page, const char* button, gboolean sensitive) {
   if (widget != nullptr) gtk_widget_set_sensitive(widget, sensitive);
 }
 
+void focus(GtkWidget* page, const char* button) {
+  GtkWidget* widget = lookup_widget(page, button);
+  if (widget != nullptr) gtk_widget_grab_focus(widget);
+}
+
 // The step of one tick: the larger the archive, the smaller. Deliberate: both divisions are whole, so below
 // ten million bytes the step is infinite, the timeout ends at its first tick and the bar stands still until
 // the end of the run.
@@ -56,17 +62,20 @@ double step_for(int size) {
   return 0.05 / static_cast<double>(tens_of_megabytes);
 }
 
-GtkWidget* new_driver_window(const char* title) {
+GtkWidget* new_driver_window(const char* windows_driver, const char* printer) {
   GtkWidget* window = create_window_select_driver();
-  if (window != nullptr) gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
+  if (window == nullptr) return nullptr;
+  const std::string title = shown_name(windows_driver);
+  gtk_window_set_title(GTK_WINDOW(window), title.c_str());
+  name_printer(window, shown_name(printer), title);
   return window;
 }
 
 GtkWidget* new_credentials_window(const char* title, const char* share) {
   GtkWidget* window = create_smb_username_password_window();
   if (window == nullptr) return nullptr;
-  gtk_window_set_title(GTK_WINDOW(window), shown_text(title).c_str());
-  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_text(share).c_str());
+  gtk_window_set_title(GTK_WINDOW(window), shown_name(title).c_str());
+  gtk_label_set_text(GTK_LABEL(lookup_widget(window, "label_url")), shown_name(share).c_str());
   return window;
 }
 
@@ -99,6 +108,14 @@ int draw(Image_Result* data) {
   return 0;
 }
 
+int show_posted_beginning(void* data) {
+  take_hand_over();
+  const std::unique_ptr<PostedBeginning> begun(static_cast<PostedBeginning*>(data));
+  const GdkLock lock;
+  if (isKilled == 0) show_beginning(window3, *begun);
+  return 0;
+}
+
 int progress_timeout(void* data) {
   const int size = *static_cast<const int*>(data);
   if (!capabilities(detected_system()).progress_moves || size == 0) return 1;
@@ -116,7 +133,9 @@ int done_button_bar(void* /*data*/) {
   const GdkLock lock;
   set_progress(window3, 1.0, "100%");
   set_sensitive(window3, "button_done", TRUE);
+  focus(window3, "button_done");
   set_sensitive(window3, "button_window3_cancel", FALSE);
+  if (isKilled == 0) show_end_of_run(window3);
   return 0;
 }
 
@@ -167,7 +186,9 @@ int show_popup_window_select_driver(void* /*data*/) {
   std::printf("in main.%s\n", driver_question.title());
   const GdkLock lock;
   GtkWidget* window = nullptr;
-  if (isKilled == 0) window = kept(window_select_driver, new_driver_window(driver_question.title()));
+  if (isKilled == 0) {
+    window = kept(window_select_driver, new_driver_window(driver_question.title(), driver_question.text()));
+  }
   show_over_page(window);
   std::printf("about to exit main.");
   wait_or_decline(driver_question, window);

@@ -182,5 +182,6 @@ int main(int argc, char** argv) {
   end_run_without_worker();
   end_log(fp_log);
   end_by_signal();
+  leave_worker_behind();
   return 0;
 }

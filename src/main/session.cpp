@@ -164,3 +164,10 @@ void end_by_signal() {
   std::signal(ending_signal, SIG_DFL);
   std::raise(ending_signal);
 }
+
+void leave_worker_behind() {
+  if (!worker_runs) return;
+  std::fflush(nullptr);
+  remove_work_folder();
+  _exit(0);
+}

@@ -38,4 +38,8 @@ void leave_main_loop_on_signals();
 /// Ends the program by the signal that has left the main loop, if there was one.
 void end_by_signal();
 
+/// Ends the program at once, with status 0 and the work folder removed, when the worker has not come to its
+/// end: it would reach for what goes away with main. Does nothing else.
+void leave_worker_behind();
+
 #endif

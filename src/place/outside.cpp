@@ -18,19 +18,14 @@ class Count {
  public:
   Count(int top, const std::function<bool(const struct stat&)>& counts) : top_(top), counts_(counts) {}
 
-  bool through(const std::string& path) {
-    const Descriptor folder = open_beneath(top_, path, O_RDONLY | O_DIRECTORY);
-    const auto names = folder ? names_in(folder.number()) : std::nullopt;
-    if (!names) return errno == ENOENT || errno == ENOTDIR;  // it has just gone
-    for (const std::string& name : *names) {
-      const std::string each = path.empty() ? name : path + "/" + name;
-      struct stat what {};
-      if (fstatat(folder.number(), name.c_str(), &what, AT_SYMLINK_NOFOLLOW) != 0) continue;
-      if (!S_ISDIR(what.st_mode)) {
-        take(each, what);
-      } else if (!through(each)) {
-        return false;
-      }
+  // One open folder at a time: a tree may have more levels than a program may have files open.
+  bool through_all(const std::string& path) {
+    if (!through(path)) return errno == ENOENT || errno == ENOTDIR;  // nothing to go through
+    while (!ahead_.empty()) {
+      const std::string next = std::move(ahead_.back());
+      ahead_.pop_back();
+      // One that has just gone, or become a link, has no more names here.
+      if (!through(next) && errno != ENOENT && errno != ENOTDIR && errno != ELOOP) return false;
     }
     return true;
   }
@@ -42,6 +37,23 @@ class Count {
   }
 
  private:
+  bool through(const std::string& path) {
+    const Descriptor folder = open_beneath(top_, path, O_RDONLY | O_DIRECTORY);
+    const auto names = folder ? names_in(folder.number()) : std::nullopt;
+    if (!names) return false;
+    for (const std::string& name : *names) {
+      const std::string each = path.empty() ? name : path + "/" + name;
+      struct stat what {};
+      if (fstatat(folder.number(), name.c_str(), &what, AT_SYMLINK_NOFOLLOW) != 0) continue;
+      if (S_ISDIR(what.st_mode)) {
+        ahead_.push_back(each);
+      } else {
+        take(each, what);
+      }
+    }
+    return true;
+  }
+
   struct Names {
     std::string path;
     nlink_t missing;
@@ -55,6 +67,7 @@ class Count {
 
   int top_;
   const std::function<bool(const struct stat&)>& counts_;
+  std::vector<std::string> ahead_;  // folders
   std::map<std::pair<dev_t, ino_t>, Names> found_;
 };
 
@@ -63,7 +76,7 @@ class Count {
 std::optional<std::string> file_with_name_outside(int top, const std::string& path,
                                                   const std::function<bool(const struct stat&)>& counts) {
   Count count(top, counts);
-  if (!count.through(path)) return std::nullopt;
+  if (!count.through_all(path)) return std::nullopt;
   return count.first_with_more();
 }
 

@@ -89,6 +89,13 @@ namespace shell {
 
 void while_waiting(bool (*now)()) { meanwhile = now; }
 
+bool pause_and_serve(unsigned int microseconds) {
+  if (meanwhile != nullptr && !meanwhile()) told_to_end = true;
+  if (meanwhile != nullptr && told_to_end) return false;
+  usleep(microseconds);
+  return true;
+}
+
 bool is_told_to_end() { return told_to_end; }
 
 void start_no_more_commands() {

@@ -10,6 +10,10 @@ namespace shell {
 /// thread waits for its commands whatever happens, as every other thread does.
 void while_waiting(bool (*meanwhile)());
 
+/// Sleeps for so long, and before that calls the thread's `meanwhile`, as waiting for a command does. False
+/// once the thread has been told to end, without sleeping.
+bool pause_and_serve(unsigned int microseconds);
+
 /// True once a `meanwhile` was false: whoever ran the command has nothing more to do.
 bool is_told_to_end();
 

@@ -131,6 +131,14 @@ std::optional<std::vector<std::string>> list_folder(const std::string& path) {
   return names;
 }
 
+void tell_unlisted(const char* text, const std::string& path) {
+  const int error = errno;
+  std::perror(text);
+  if (error == ENOENT) return;
+  errno = error;
+  std::perror(path.c_str());
+}
+
 bool contains(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
 
 int is_folder(const char* dir_path, const char* path) {

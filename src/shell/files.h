@@ -58,6 +58,10 @@ void convert_line_ends_silently(const std::string& path);
 /// may add files to the folder while it works. No value, with errno set, when the folder cannot be opened.
 std::optional<std::vector<std::string>> list_folder(const std::string& path);
 
+/// perror with `text` after list_folder has failed. Where `path` is there, its name on a line of its own:
+/// `text` does not tell whose folder is meant, and somebody may have put another thing in its place.
+void tell_unlisted(const char* text, const std::string& path);
+
 /// True when `text` holds `part`.
 bool contains(const std::string& text, const char* part);
 

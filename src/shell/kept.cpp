@@ -23,6 +23,10 @@ bool is_directory(const std::string& path) {
   return fs::is_directory(path, unknown);
 }
 
+bool may_be_written(int folder, const char* name) {
+  return faccessat(folder, ".", W_OK, 0) == 0 || faccessat(folder, name, W_OK, 0) == 0;
+}
+
 uid_t uid_of(const std::string& user) {
   const passwd* account = getpwnam(user.c_str());
   // What chown makes of another word, a number or a group behind a colon, is left to it: then all is noted.
@@ -35,7 +39,10 @@ uid_t uid_of(const std::string& user) {
 bool can_be_written(const std::string& path) {
   const fs::path place = place::end_of_links(path);
   const fs::path folder = place.has_parent_path() ? place.parent_path() : ".";
-  return access(folder.c_str(), W_OK) == 0 || access(place.c_str(), W_OK) == 0;
+  if (access(folder.c_str(), W_OK) == 0 || access(place.c_str(), W_OK) == 0) return true;
+  // A disk that was mounted over the home meanwhile is not in the way of what we write ourselves.
+  const place::Spot spot = keep::spot_at_end(path);
+  return spot && may_be_written(spot.folder.number(), spot.name.c_str());
 }
 
 bool kept_before_change(const std::string& path) {

@@ -1,5 +1,6 @@
 #include "shell/processes.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,7 +47,12 @@ Processes::Process Processes::read(const std::string& folder) {
   const Status status = status_in(text_of(folder + "/stat"));
   // One that has ended and waits for its parent to look is nobody any more.
   if (status.state == 'Z') return {};
-  return {.parent = status.parent, .name = status.name, .words = text_of(folder + "/cmdline")};
+  struct stat owner {};
+  if (stat(folder.c_str(), &owner) != 0) return {};
+  return {.parent = status.parent,
+          .owner = owner.st_uid,
+          .name = status.name,
+          .words = text_of(folder + "/cmdline")};
 }
 
 Processes::Processes() {
@@ -84,6 +90,14 @@ std::set<pid_t> Processes::tree_of(pid_t id) const {
 bool Processes::is_called(pid_t id, const std::string& name) const {
   const auto process = all_.find(id);
   return process != all_.end() && process->second.name == name;
+}
+
+std::set<pid_t> Processes::called(const std::string& name) const {
+  std::set<pid_t> found;
+  for (const auto& [id, process] : all_) {
+    if (process.name == name && process.owner == geteuid()) found.insert(id);
+  }
+  return found;
 }
 
 bool Processes::mentions(pid_t id, const std::string& text) const {

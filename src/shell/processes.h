@@ -25,6 +25,9 @@ class Processes {
   /// True when `id` runs a program of that name, which the kernel cuts to 15 bytes.
   bool is_called(pid_t id, const std::string& name) const;
 
+  /// Those of whoever runs this program that run a program of that name.
+  std::set<pid_t> called(const std::string& name) const;
+
   /// True when the command line of `id` has `text` in it.
   bool mentions(pid_t id, const std::string& text) const;
 
@@ -34,6 +37,7 @@ class Processes {
  private:
   struct Process {
     pid_t parent = 0;
+    uid_t owner = 0;
     std::string name;   // of its program
     std::string words;  // its command line
   };

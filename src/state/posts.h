@@ -4,6 +4,9 @@
 #ifndef BRINDLE_STATE_POSTS_H
 #define BRINDLE_STATE_POSTS_H
 
+#include <string>
+#include <variant>
+
 /// Queues `callback(data)` to run once on the GUI thread's main loop (g_idle_add). Everything the worker
 /// wrote before the call is visible to the callback.
 void post_to_gui(int (*callback)(void*), void* data);
@@ -30,6 +33,23 @@ struct PostedMark {
 
 /// Idle callback: shows the PostedMark that `data` points to.
 int draw_posted_mark(void* data);
+
+/// A part of a run that has no progress mark.
+enum class Phase { unpacking, getting_ready, cleaning_up };
+
+/// What begins: the item of a mark, by the mark's number, or a phase.
+using Beginning = std::variant<int, Phase>;
+
+/// A beginning on its way to the progress page. The worker makes it with new and does not touch it after the
+/// post; show_posted_beginning deletes it.
+struct PostedBeginning {
+  Beginning what;
+  std::string login;  ///< whose things are moved; empty: the running user's, or everybody's
+};
+
+/// Idle callback: says on the progress page what the PostedBeginning that `data` points to holds, unless the
+/// run is cancelled.
+int show_posted_beginning(void* data);
 
 /// Timeout callback, every 200 ms from the start of the worker: moves the progress bar at a pace set by the
 /// archive size in bytes, the int that `data` points to. Returns 0 when the bar is full and the timeout is

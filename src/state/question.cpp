@@ -21,7 +21,7 @@ void Question::set_title(const std::string& title) {
 
 void Question::set_text(const std::string& text) {
   text_ = text;
-  *storage_.text = text_.c_str();
+  if (storage_.text != nullptr) *storage_.text = text_.c_str();
 }
 
 bool Question::ask() {
@@ -48,7 +48,9 @@ const char* Question::answer(std::size_t number) const { return storage_.answers
 
 const char* Question::title() const { return stored(storage_.title); }
 
-const char* Question::text() const { return stored(storage_.text); }
+const char* Question::text() const {
+  return storage_.text == nullptr ? text_.c_str() : stored(storage_.text);
+}
 
 bool Question::keep_answer(std::size_t number, const char* text) {
   const std::span<char> answer = storage_.answers.at(number);

@@ -9,9 +9,8 @@
 //   ask returns
 //
 // The answers come first and the flag comes last. A question is closed only after its callback has run, so
-// between two questions no window reads the texts and the worker may write them; a window that a cancelled
-// run leaves behind must not read them. The given globals (state/state.h) are the storage, so each question
-// is one of the four below.
+// between two questions no window reads the texts and the worker may write them. The given globals
+// (state/state.h) are the storage, so each question is one of the four below.
 #ifndef BRINDLE_STATE_QUESTION_H
 #define BRINDLE_STATE_QUESTION_H
 
@@ -27,7 +26,7 @@ class Question {
   struct Storage {
     std::atomic<int>& open;                  ///< 1 while the question is open
     const char** title = nullptr;            ///< null: the window has a title of its own
-    const char** text = nullptr;             ///< null: the window has no text from the worker
+    const char** text = nullptr;             ///< null: nobody else reads the text
     std::vector<std::span<char>> answers{};  ///< none: a notice, which is only acknowledged
   };
 
@@ -38,7 +37,7 @@ class Question {
 
   // ---- Worker, never while the question is open
 
-  /// The title and the text of the coming window. Only for questions that have storage for them.
+  /// The title and the text of the coming window. A title only for questions that have storage for it.
   void set_title(const std::string& title);
   void set_text(const std::string& text);
 
@@ -96,8 +95,8 @@ class Question {
 extern Question printer_notice;
 extern Question user_notice;
 
-/// Which driver has the printer? The title is its name; one answer, selecteddriver, which is empty for a
-/// printer to be skipped.
+/// Which driver has the printer? The title is the name of its Windows driver, the text that of the printer;
+/// one answer, selecteddriver, which is empty for a printer to be skipped.
 extern Question driver_question;
 
 /// Who may print on the share? The title is the queue, the text the share; two answers, Username and

@@ -36,7 +36,8 @@ constexpr Capabilities rows[] = {
      .link_icon = "X-Nautilus-Icon=gnome-fs-directory",
      .driver_answers = DriverAnswers::ppd_files,
      .language_from_ctype = true,
-     .first_row = 22},
+     .first_row = 41,
+     .row_pitch = 21},
 
     {.name = "Linspire",
      .first_start = FirstStart::from_skeleton,
@@ -46,7 +47,8 @@ constexpr Capabilities rows[] = {
      .share_in_konqueror = true,
      .kde_tiled = 2,  // Deliberate: part of the output.
      .driver_answers = DriverAnswers::kde_lines,
-     .progress_moves = false},  // Deliberate: part of the output. The bar stands still during the whole run.
+     .progress_moves = false,  // Deliberate: part of the output. The bar stands still during the whole run.
+     .unset_rows = {Mark::groupwise}},
 
     {.name = "RedFlag",
      .first_start = FirstStart::from_skeleton,
@@ -61,16 +63,19 @@ constexpr Capabilities rows[] = {
      .kde_tiled = 2,  // Deliberate: part of the output.
      .driver_answers = DriverAnswers::redflag_lines,
      .landscape_option = "orientation-requested=4",
-     .first_row = 26,
-     .row_pitch = 23,
+     .first_row = 44,
      .hidden_rows = {Mark::groupwise}},
 
     {.name = "Xandros",
      .first_start = FirstStart::of_programs,
      .make_account = usual_account,
-     .driver_answers = DriverAnswers::kde_lines},
+     .driver_answers = DriverAnswers::kde_lines,
+     .unset_rows = {Mark::printers, Mark::groupwise}},
 
-    {.make_account = usual_account, .driver_answers = DriverAnswers::kde_lines},
+    {.make_account = usual_account,
+     .driver_answers = DriverAnswers::kde_lines,
+     .unset_rows = {Mark::mail, Mark::wallpaper, Mark::bookmarks, Mark::cookies, Mark::fonts,
+                    Mark::file_extensions, Mark::mapped_drives, Mark::printers, Mark::groupwise}},
 };
 static_assert(std::size(rows) == system_count);
 static_assert(std::ranges::all_of(rows, [](const Capabilities& row) {

@@ -57,9 +57,10 @@ struct Capabilities {
   // Wizard
   bool language_from_ctype = false;  ///< LC_CTYPE, when it is set, goes before LANG
   bool progress_moves = true;        ///< the bar moves while the worker works
-  int first_row = 24;                ///< place of the first row on the progress page, in pixels from above
+  int first_row = 43;                ///< place of the first row on the progress page, in pixels from above
   int row_pitch = 22;
   MarkSet hidden_rows = {};  ///< marks without a row
+  MarkSet unset_rows = {};   ///< marks that no run sets: their rows are there, but not shown
 };
 
 const Capabilities& capabilities(System system);

@@ -6,9 +6,10 @@
 #include "undo/undo.h"
 
 int main(int count, char** words) {
-  std::setvbuf(stdout, nullptr, _IOLBF,
-               0);                // in one file with standard error the lines stay whole and in order
-  std::signal(SIGPIPE, SIG_IGN);  // whoever reads the output may go: the work is done to its end
+  // In one file with standard error the lines stay whole and in order.
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  // Whoever reads the output may go: the work is done to its end.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     const undo::Options options = undo::read_options(count, words);
     if (options.help) return std::fputs(undo::usage, stdout), 0;

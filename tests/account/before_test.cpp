@@ -266,7 +266,7 @@ TEST(Before, each_value_that_evolution_refuses_is_named) {
                                {std::string(accounts) + "2", bad}};
       EXPECT_EQ((Lines{std::string("Brindle/ImapMail/brindle-email-accounts/2: Evolution will read neither "
                                    "this e-mail account nor those "
-                                   "behind it: ") +
+                                   "after it: ") +
                        key + " holds & or <."}),
                 Ahead().archive(entries).see(foresee_accounts))
           << bad;
@@ -369,7 +369,7 @@ TEST(Before, letters_that_kmails_systems_would_lose_are_named) {
 TEST(Before, accounts_in_another_character_set_are_noted_where_it_is_guessed) {
   const Lines account = {
       "Brindle/ImapMail/brindle-email-accounts/1: Its letters are not in UTF-8 and are taken for "
-      "CP1252; letters of another character set become others."};
+      "CP1252; letters of any other character set will come out wrong."};
   for (const System system : {System::gnome, System::linspire}) {
     EXPECT_EQ(account, Ahead(system).archive(written_with("M\xfcller")).see(foresee_letters));
     EXPECT_EQ(Lines{}, Ahead(system).archive(written_with("M\xc3\xbcller")).see(foresee_letters));
@@ -427,7 +427,8 @@ TEST(Before, ports_are_judged_as_they_are_moved) {
                          {"Printers/3", printer("LPT3", "c")},
                          {"Printers/4", printer("//server/hp", "d")},
                          {"Printers/5", printer("http://srv:631/p", "e")}};
-  const std::string window = ": No driver is found by itself for Some Printer; a window will ask.";
+  const std::string window =
+      ": No driver is found automatically for Some Printer; a window will ask for one.";
   EXPECT_EQ(
       (Lines{"Brindle/Printers/1: Its port C:\\out.prn has no counterpart; it is not moved.",
              "Brindle/Printers/2: Its port FILE: has no counterpart; it is not moved.",
@@ -621,8 +622,8 @@ TEST(Before, the_table_has_one_line_a_warning) {
       "level\tperson\tkind\tname\ttext\n"
       "warning\t-\t-\ta\\tb\tIt is damaged: its checksum is wrong or its data end early.\n"
       "warning\tann\tmail-accounts\thome\tEvolution will read neither this e-mail account "
-      "nor those behind it: Email holds & or <.\n"
-      "note\tann\tprinters\tx\tNo driver is found by itself for HP; a window will ask.\n",
+      "nor those after it: Email holds & or <.\n"
+      "note\tann\tprinters\tx\tNo driver is found automatically for HP; a window will ask for one.\n",
       table_of_warnings(warnings, Texts()));
 }
 

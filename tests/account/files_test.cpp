@@ -37,8 +37,8 @@ TEST(Files, each_fault_is_named) {
   EXPECT_EQ("6 1 0 0 5", numbers(tally));
   EXPECT_EQ((std::vector<std::string>{".hidden: Names that begin with a dot are left out here.",
                                       "cut.txt: Only its beginning is there.", "gone.txt: It is not there.",
-                                      "longer.txt: What is there has another content.",
-                                      "other.txt: What is there has another content."}),
+                                      "longer.txt: What is there has different content.",
+                                      "other.txt: What is there has different content."}),
             missing_names(tally));
 }
 
@@ -94,8 +94,8 @@ TEST(Fonts, are_the_files_directly_in_their_folder) {
   for (const char* name : {".hidden.ttf", "a.ttf", "b.ttf", "c.ttf", "sub/d.ttf"})
     write_file("/home/ann/.fonts/" + std::string(name), "one");
   EXPECT_EQ((std::vector<std::string>{".hidden.ttf: Names that begin with a dot are left out here.",
-                                      "b.ttf: What is there has another content.",
-                                      "c.ttf: What is there has another content.",
+                                      "b.ttf: What is there has different content.",
+                                      "c.ttf: What is there has different content.",
                                       "empty: Only files are moved from here, no folders.",
                                       "sub/d.ttf: Only files are moved from here, no folders."}),
             missing_names(scene.look(Kind::fonts)));

@@ -52,9 +52,9 @@ TEST(GroupWise, each_fault_is_named) {
   arrive();
   unlink("/home/ann/gwremote/.b.db");
   write_file("/home/ann/gwremote/a.db", "on");
-  for (const auto& [there, fault] : {std::pair(settings, "What is there has another content."),
+  for (const auto& [there, fault] : {std::pair(settings, "What is there has different content."),
                                      {settings_in_home.substr(0, 40), "Only its beginning is there."},
-                                     {settings_in_home + "\n", "What is there has another content."}}) {
+                                     {settings_in_home + "\n", "What is there has different content."}}) {
     write_file("/home/ann/.gwuser.xml", there);
     EXPECT_EQ(
         (std::vector<std::string>{".gwuser.xml: " + std::string(fault), "gwremote/.b.db: It is not there.",

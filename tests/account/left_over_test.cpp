@@ -137,7 +137,7 @@ std::vector<std::string> left_of_doubled(const std::string& entries, const Perso
 }
 
 const std::string doubled =
-    ": The archive has another file of this name behind it, and only the last one is moved.";
+    ": The archive has another file of this name after it, and only the last one is moved.";
 
 TEST(LeftOver, are_the_earlier_ones_of_a_name_unless_they_are_the_same) {
   EXPECT_THAT(left_of_doubled(

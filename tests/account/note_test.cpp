@@ -198,8 +198,8 @@ TEST(Program, says_first_that_a_run_was_cancelled_or_did_not_end) {
   std::string text = whole;
   write_file(path, text.replace(text.find("=ended"), 6, "=cancelled"));
   EXPECT_THAT(brindle_account("--run --html /root/page.html").said,
-              StartsWith("What arrived\nArchive: /tmp/a b.zip\nThe run was cancelled. "));
-  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<p class=\"warning\">The run was cancelled. "));
+              StartsWith("What arrived\nArchive: /tmp/a b.zip\nThe run was canceled. "));
+  EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<p class=\"warning\">The run was canceled. "));
   write_file(path, whole.substr(0, whole.find("over=")) + "ending=begun\n");
   EXPECT_THAT(brindle_account("--run").said, HasSubstr("\nThe run did not come to its end. "));
 }

@@ -52,7 +52,8 @@ TEST(Notes, each_that_is_deleted_or_altered_is_named_alone) {
   write_file(knotes, plumber + nothing);
   EXPECT_EQ((Names{"Shopping: It is not there."}), missing_names(scene.look(Kind::notes)));
   write_file(knotes, plumber + nothing + journal("milk\\, egg\\n", "Shopping"));
-  EXPECT_EQ((Names{"Shopping: What is there has another content."}), missing_names(scene.look(Kind::notes)));
+  EXPECT_EQ((Names{"Shopping: What is there has different content."}),
+            missing_names(scene.look(Kind::notes)));
   write_file(knotes, plumber + nothing + journal("milk\\, eggs\\n", "Shop"));
   EXPECT_EQ((Names{"Shopping: It is not there."}), missing_names(scene.look(Kind::notes)));
   write_file(knotes, plumber + nothing + shopping.substr(0, shopping.find("END:VJ")));

@@ -112,7 +112,7 @@ TEST(Page, says_first_how_and_when_a_run_ended) {
   account.ending = Ending::cancelled;
   EXPECT_THAT(
       words_of(page_of(account)),
-      HasSubstr("\nRun of 2005-03-18 01:58\nThe run was cancelled. What would have come after that has not "
+      HasSubstr("\nRun of 2005-03-18 01:58\nThe run was canceled. What would have come after that has not "
                 "been moved.\nNot everything"));
   account.ending = Ending::begun;
   EXPECT_THAT(words_of(page_of(account)), HasSubstr("The run did not come to its end."));

@@ -462,12 +462,12 @@ TEST_F(ReplacedTest, ARunThatChangedNothingHasNoWayBack) {
 TEST_F(ReplacedTest, ARunThatWasTakenBackSaysSo) {
   const std::string undone =
       "\nEverything in the archive that this desktop has a place for has arrived.\n"
-      "Since then this run was taken back with brindle-undo.\n";
+      "Since then, this run has been taken back with brindle-undo.\n";
   write_list(ends + rows("path", "/root/a", one, two) + "run\tundone\t2026-11-22-093000\tover\n");
   write_for("/srv/ann", run, "/srv/ann/a");
   EXPECT_EQ(undone, text_of(replaced_in(family()), true));
   EXPECT_THAT(page_of(replaced_in(family())),
-              HasSubstr("<h2>Going back</h2>\n<p>Since then this run was taken "));
+              HasSubstr("<h2>Going back</h2>\n<p>Since then, this run has been taken "));
   EXPECT_EQ("person\tkind\tname\tchange\told\n", table_of(replaced_in(family())));
   // The undo was undone, and that again.
   const auto write_undo = [](const std::string& name, const std::string& by) {

@@ -74,7 +74,7 @@ TEST(Tables, of_missing_things_have_a_line_a_thing_whatever_its_name) {
   EXPECT_TRUE(
       same_bytes("person\tkind\tname\tcause\n"
                  "ann\tdocuments\ta\\tb.txt\tIt is not there.\n"
-                 "bob\tdrives\tK: \\\\\\\\srv\\\\x\tWhat is there has another content.\n"
+                 "bob\tdrives\tK: \\\\\\\\srv\\\\x\tWhat is there has different content.\n"
                  "bob\tdrives\tL:\tIts place /home/b\\no is not there.\n",
                  text_of(write_table_of_missing, two_people().people, Texts())));
   EXPECT_EQ("a\\rb\\\\", field("a\rb\\"));
@@ -104,7 +104,7 @@ TEST(PlainText, tells_counts_in_columns_then_what_is_missing_then_the_verdict) {
                  "\n"
                  "For bob\n"
                  "  Network drives\n"
-                 "    K: \\\\srv\\x: What is there has another content.\n"
+                 "    K: \\\\srv\\x: What is there has different content.\n"
                  "    L:: Its place /home/b\xef\xbf\xbdo is not there.\n"
                  "\n"
                  "Not everything has arrived. What has not is named here, with its cause.\n",
@@ -153,7 +153,7 @@ TEST(PlainText, says_first_how_a_run_ended) {
   account.ending = Ending::cancelled;
   EXPECT_THAT(text_of(write_plain_text, account, Texts()),
               testing::StartsWith(
-                  begin + "The run was cancelled. What would have come after that has not been moved.\n"));
+                  begin + "The run was canceled. What would have come after that has not been moved.\n"));
   account.ending = Ending::begun;
   EXPECT_THAT(
       text_of(write_plain_text, account, Texts()),

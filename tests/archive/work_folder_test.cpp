@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "shell/ending.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -92,6 +93,8 @@ TEST_F(WorkFolder, EndsWhatTheCommandOnItHasStarted) {
   while (running("sleep 4326").empty()) usleep(10000);
   remove_work_folder();
   unzip.join();
+  // Nobody waits for it: it may take a moment to be gone.
+  for (int tries = 0; tries < 100 && !running("sleep 4326").empty(); ++tries) usleep(10000);
   EXPECT_EQ("", running("sleep 4326"));
 }
 
@@ -103,6 +106,36 @@ TEST_F(WorkFolder, AnotherOwnFolderGoesInTheSameWay) {
   EXPECT_FALSE(exists("/tmp/brindTEST03"));
   EXPECT_TRUE(exists("/tmp/brindTEST04"));
   EXPECT_TRUE(exists(folder));
+}
+
+// Somebody was quicker than mkdir.
+TEST_F(WorkFolder, ThatSomebodyElseHasPutThereIsReplaced) {
+  for (const char* trap : {"mkdir -p -m 777 /tmp/claimed/root; echo evil > /tmp/claimed/root/.profile; "
+                           "chown -R 2345 /tmp/claimed",
+                           "ln -s /srv /tmp/claimed", "echo evil > /tmp/claimed", "true"}) {
+    shell_quietly("rm -rf /tmp/claimed; touch /srv/stays");
+    shell_quietly(trap);
+    const std::string before = output_of("ls -d /tmp/brind*");
+    EXPECT_TRUE(claim_own_folder("/tmp/claimed")) << trap;
+    EXPECT_EQ("700 root directory\n", output_of("stat -c '%a %U %F' /tmp/claimed")) << trap;
+    EXPECT_EQ("", output_of("ls -A /tmp/claimed"));
+    EXPECT_EQ(before, output_of("ls -d /tmp/brind*")) << trap;
+    EXPECT_TRUE(exists("/srv/stays"));
+  }
+}
+
+TEST_F(WorkFolder, ThatIsOursStaysAsItIs) {
+  EXPECT_TRUE(claim_own_folder(folder));
+  EXPECT_TRUE(exists("/tmp/brindTEST01/Brindle"));
+}
+
+TEST_F(WorkFolder, ThatSomebodyElseHoldsIsNotOurs) {
+  shell_quietly("mkdir -m 777 /tmp/claimed; chown 2346 /tmp/claimed");
+  ASSERT_EQ(0, setresuid(2345, 2345, 2345));
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(claim_own_folder("/tmp/claimed"));
+  EXPECT_EQ("/tmp/claimed is somebody else's, so nothing is taken from there: Operation not permitted\n",
+            testing::internal::GetCapturedStderr());
 }
 
 TEST_F(WorkFolder, LeavesOtherPeoplesProgramsAlone) {
@@ -132,6 +165,38 @@ TEST_F(WorkFolder, IsFilledByNobodyOnceUnpackingHasStopped) {
   EXPECT_FALSE(Unpacking::is_wanted());
   worker.join();
   EXPECT_TRUE(exists(folder));
+}
+
+int calls = 0;
+int calls_until_end = 1000000;
+
+bool count_calls() { return ++calls < calls_until_end; }
+
+// The worker takes its time to notice.
+double seconds_of_stopping(double seconds_until_noticed) {
+  std::atomic<bool> begun{false};
+  std::thread worker([&] {
+    const Unpacking unpacking;
+    begun = true;
+    usleep(static_cast<useconds_t>(seconds_until_noticed * 1e6));
+  });
+  while (!begun) usleep(1000);
+  shell::while_waiting(count_calls);
+  const double seconds = WorkFolder::seconds_of(stop_unpacking);
+  shell::while_waiting(nullptr);
+  worker.join();
+  return seconds;
+}
+
+TEST_F(WorkFolder, TheWindowsAreServedUntilUnpackingHasStopped) {
+  EXPECT_LT(0.9, seconds_of_stopping(1));
+  EXPECT_LT(20, calls);
+}
+
+TEST_F(WorkFolder, UnpackingIsNotWaitedForWhenTheMainLoopWasLeft) {
+  calls_until_end = 5;
+  EXPECT_GT(1.5, seconds_of_stopping(2));
+  EXPECT_EQ(5, calls);
 }
 
 TEST_F(WorkFolder, WaitsForNobodyWhenNothingIsUnpacked) { EXPECT_GT(0.5, seconds_of(stop_unpacking)); }

@@ -78,6 +78,13 @@ TEST_F(Browser, WithoutAFolderNothingIsWritten) {
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
+TEST_F(Browser, WhatLiesInTheFoldersPlaceIsNamed) {
+  shell_quietly("rm -r /root/.mozilla/default; mkfifo /root/.mozilla/default");
+  EXPECT_EQ("In favourites_cookies() opendir: : Not a directory\n/root/.mozilla/default: Not a directory\n",
+            complaint_of(favourites));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
 TEST_F(Browser, WithoutAProfileNothingIsWritten) {
   shell_quietly("cd /root/.mozilla/default && rmdir abc.slt && touch profiles.ini pluginreg.dat");
   cookie_file("a\n");

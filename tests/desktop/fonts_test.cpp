@@ -50,6 +50,21 @@ TEST_F(Fonts, OfAProfileGoToItsHome) {
   EXPECT_FALSE(exists("/root/.fonts"));
 }
 
+// Somebody was quicker than mkdir.
+TEST_F(Fonts, OnRedFlagTakeNobodyElsesTerminalConfiguration) {
+  on("RedFlag");
+  redflag_skeleton();
+  write_file("/usr/local/bin/mkdir",
+             "#!/bin/sh\nfolder=/tmp/redflagroot2/root/.kde/share/config\n"
+             "[ \"$*\" != /tmp/redflagroot2 ] || { /bin/mkdir -p $folder; echo evil > $folder/konsolerc; "
+             "chown -R games /tmp/redflagroot2; }\nexec /bin/mkdir \"$@\"\n");
+  write_file("/usr/local/bin/tar", "#!/bin/sh\n");
+  shell_quietly("chmod 755 /usr/local/bin/mkdir /usr/local/bin/tar");
+  EXPECT_EQ(0, fonts("/tmp/b"));
+  EXPECT_EQ("old", read_file("/root/.kde/share/config/konsolerc"));
+  EXPECT_FALSE(exists("/tmp/redflagroot2"));
+}
+
 TEST_F(Fonts, OnRedFlagBringTheTerminalConfiguration) {
   on("RedFlag");
   redflag_skeleton();

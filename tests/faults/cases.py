@@ -18,8 +18,8 @@ DONE, LEFT = "done", "left"  # by the done dialog and Done; by the person, befor
 class Case:
     """`faults` are there from the start (putting.py has their words), `then` are (moment, fault or order) in their
     order (inside.py has the moments, hands.py the orders). `ends` is DONE, LEFT, "exit N" or "signal N"; `crosses`
-    are the marks that show a cross where the same run without a fault shows a tick, None where nobody looks; `says`
-    is found in standard error; `within` the seconds from the last order or signal to the end."""
+    are the marks that show a cross where the same run without a fault shows a tick, None where nobody looks, and
+    `either` those that may show one as well, by the kernel; `says` is found in standard error; `within` the seconds from the last order or signal to the end."""
     name: str
     system: str = "redflag"
     archive: str = "one"
@@ -28,6 +28,7 @@ class Case:
     then: tuple = ()
     ends: str = DONE
     crosses: frozenset = frozenset()
+    either: frozenset = frozenset()
     says: str = ""
     within: float = 20
     seconds: float = 240
@@ -59,17 +60,27 @@ CROSSED = {
 }
 
 
+# From a broken disk on: a kernel may tell of it when it is asked, and then a command fails, or only when something is to
+# be kept, and then the command is not run.
+# While the documents are copied the disk may break just before or behind the first look at the desktop.
+EITHER = {"read-only.home.unzip": {1, 2, 4, 5, 7}, "read-only.home.Documents": {2, 4, 5, 7},
+          "read-only.home.kmailrc": {4, 5, 7}}
+
+
+def images(numbers):
+    return frozenset(f"image_{number}" for number in numbers)
+
+
 def crosses_of(name):
     fitting = [start for start in CROSSED if name.startswith(start)]
     return CROSSED[max(fitting, key=len)] if fitting else ()
 
 
-
 def case(name, **row):
     row.setdefault("homes", "full" if name.startswith(("full.", "read-only.", "second.", "power.mark")) else "fresh")
     if row.setdefault("crosses", crosses_of(name)) is not None:
-        row["crosses"] = frozenset(f"image_{number}" for number in row["crosses"])
-    CASES.append(Case(name, **row))
+        row["crosses"] = images(row["crosses"])
+    CASES.append(Case(name, either=images(EITHER.get(name, ())), **row))
 
 
 def left(name, order, *moments, **row):
@@ -102,9 +113,10 @@ case("full.home.start", faults=("disk:/root:0", "fill:/root"), ends=DONE, crosse
 
 case("read-only.home.start", faults=("read-only:/root",), ends="exit 1", crosses=None)
 for moment in ("window:page-2", "unzip -o", "Documents", "kmailrc"):
-    case("read-only.home." + moment.split(":")[-1].split()[0], then=((moment, "read-only:/root"),),
-         says="Read-only file system", crosses=None if moment == "window:page-2" else crosses_of("read-only.home." + moment))
-case("read-only.home.profiles", archive="two", then=(("useradd", "read-only:/home"),), says="Read-only file system")
+    name = "read-only.home." + moment.split(":")[-1].split()[0]
+    case(name, faults=("ext4:/root",), then=((moment, "read-only:/root"),), says="Read-only file system",
+         crosses=None if moment == "window:page-2" else crosses_of(name))
+case("read-only.home.profiles", archive="two", faults=("ext4:/home",), then=(("useradd", "read-only:/home"),), says="Read-only file system")
 
 # ---- No new process --------------------------------------------------------------------------------------
 
@@ -177,10 +189,20 @@ STAGES = (
     ("printers-without-root", "redflag", "one", "window:printer-error"),
     ("removal", "redflag", "one", "rm -rf /tmp/brind"),
     ("done", "redflag", "one", "window:done"),
-) + tuple((f"mark-{number}", "redflag", "one", f"mark:image_{number}") for number in (12, 1, 3, 5, 9))
+)
+# What a run does behind these marks takes less time than a person's hand: the first command there is held. So are those
+# that a run is at near its end.
+BEHIND_MARKS = {12: "mkdir:mydocument", 1: "cp:Brindle/Desktop/", 3: "cp:Wallpaper/option.txt",
+                5: "dos2unix:Cookies.txt", 9: "rm:-rf /tmp/brind"}
+AT_STAGES = {"several-users": "useradd:", "password-file": "chpasswd:", "owner": "chown:-R",
+             "removal": "rm:-rf /tmp/brind"}
+HELD = {stage: (f"held:{command}",) for stage, command in
+        (*AT_STAGES.items(), *((f"mark-{number}", command) for number, command in BEHIND_MARKS.items()))}
+STAGES += tuple((f"mark-{number}", "redflag", "one", f"mark:image_{number}") for number in BEHIND_MARKS)
 
 for stage, system, archive, moment in STAGES:
-    row = {"system": system, "archive": archive, "user": "ada" if stage == "printers-without-root" else "root"}
+    row = {"system": system, "archive": archive, "user": "ada" if stage == "printers-without-root" else "root",
+           "faults": HELD.get(stage, ())}
     for order in ("cancel", "close", "term"):
         if (stage, order) in (("done", "cancel"), ("removal", "cancel"), ("removal", "close")):
             continue  # the button cannot be pressed any more; the end comes first

@@ -10,6 +10,8 @@ Adds a line to WORK/moments for each window that comes up ("window:NAME") and ea
   close    asks the page to close, as window managers do
   both     answers the dialog that is open, and presses Cancel of the page in the same moment
 
+makes the file WORK/given as soon as the page has its click or its message,
+
 and answers in the manner of --scenario manner:NAME: "early" before a window is fully there, "late" after some seconds,
 "twice" by pressing everything once more at once.
 """
@@ -108,6 +110,10 @@ class Hands(driver.Driver):
         except FileNotFoundError:
             return ""
 
+    def give(self):
+        with open(self.options.work + "/given", "w", encoding="utf-8"):
+            pass
+
     def answer_topmost(self, opened):
         order = self.order()
         if order == "cancel":
@@ -121,6 +127,8 @@ class Hands(driver.Driver):
             super().answer_topmost(opened)
 
     def cancel(self, opened):
+        if self.done and "cancelled" not in opened:  # too late: the run is over, and no button can cancel it
+            return super().answer_topmost(list(opened.items()))
         for name in ("cancelled", "quit"):
             if name in opened:
                 return getattr(self, "answer_" + name, self.press_only_button)(opened[name])
@@ -128,7 +136,7 @@ class Hands(driver.Driver):
             return self.press(opened["password"].button("Cancel"))
         for page in ("1", "2", "3"):
             if "page-" + page in opened:
-                return self.press_named(opened["page-" + page], f"window{page}-cancel")
+                return self.press_named(opened["page-" + page], f"window{page}-cancel") and self.give()
         return False
 
     def close_page(self, opened):
@@ -138,6 +146,7 @@ class Hands(driver.Driver):
         for name, window in opened.items():
             if name.startswith("page-"):
                 self.display.ask_to_close(window.title)
+                self.give()
 
 
 if __name__ == "__main__":

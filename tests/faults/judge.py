@@ -35,7 +35,7 @@ def how_it_ended(result):
 def wrong_marks(case, marks):
     for mark, usual in usual_marks(case).items():
         expected = "cancel" if mark in case.crosses and usual == "apply" else usual
-        if marks[mark] != expected:
+        if marks[mark] != expected and not (mark in case.either and marks[mark] == "cancel"):
             yield f"{mark} is {marks[mark]} and not {expected}"
 
 
@@ -45,6 +45,8 @@ def faults(case, result, stderr):
         yield f"the moment {result['not_come']} did not come"
     if how_it_ended(result) != case.ends:
         yield f"it ended by {how_it_ended(result)} and not by {case.ends}"
+        if result["times"] and how_it_ended(result) == cases.DONE:
+            yield f"the order came too late, the run was over: {', '.join(result['times'])}"
     if case.crosses is not None:
         yield from wrong_marks(case, marks_of(result))
     if result["times"] and case.ends != cases.DONE and min(result["times"].values()) > case.within:

@@ -1,5 +1,6 @@
 #include "gconf/folders.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -37,6 +38,32 @@ TEST_F(SettingsFolder, IsNotMadeBehindALinkOutOfTheHome) {
   EXPECT_FALSE(make_settings_folder("/home/ann", "apps/evolution"));
   EXPECT_FALSE(exists("/srv/others/%gconf.xml"));
   EXPECT_TRUE(std::filesystem::is_empty("/srv/others/evolution"));
+}
+
+TEST_F(SettingsFolder, IsNoneWithATrapInThePlaceOfAFile) {
+  write_file("/srv/others/secret", "others'");
+  for (const char* trap :
+       {"ln -s /srv/others/secret", "ln -s /srv/others/missing", "ln /srv/others/secret", "mkfifo"}) {
+    SCOPED_TRACE(trap);
+    shell_quietly("rm -rf /home/ann/.gconf; mkdir -p /home/ann/.gconf/apps");
+    shell_quietly(std::string(trap) + " /home/ann/.gconf/apps/%gconf.xml");
+    shell_quietly("chown -hR 1234 /home/ann/.gconf; chown root /srv/others/secret");
+    const KeepingRun run;
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(make_settings_folder("/home/ann", "apps/evolution"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("/home/ann/.gconf/apps/%gconf.xml"));
+  }
+}
+
+TEST_F(SettingsFolder, MayHaveALinkThatStaysInTheHome) {
+  shell_quietly("mkdir -p /home/ann/.gconf/apps; ln -s ../mine /home/ann/.gconf/apps/%gconf.xml");
+  write_file("/home/ann/.gconf/mine", "mine");
+  shell_quietly("chown -hR 1234 /home/ann");
+  const KeepingRun run;
+  EXPECT_TRUE(make_settings_folder("/home/ann", "apps"));
+  EXPECT_EQ("mine", read_file("/home/ann/.gconf/mine"));
+  EXPECT_TRUE(std::filesystem::is_symlink("/home/ann/.gconf/apps/%gconf.xml"));
 }
 
 TEST_F(SettingsFolder, IsNotMadeWhereAFileIs) {

@@ -4,9 +4,11 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 
 #include "interface/dialogs.h"
@@ -161,6 +163,116 @@ void press(GtkWidget* window, const char* name) {
   GtkWidget* button = lookup_widget(window, name);
   ASSERT_TRUE(GTK_IS_BUTTON(button)) << name;
   gtk_button_clicked(GTK_BUTTON(button));
+}
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+bool comes_true(const std::function<bool()>& condition) {
+  const auto end = Clock::now() + std::chrono::seconds(5);
+  while (!condition() && Clock::now() < end) {
+    settle();
+    g_usleep(1000);
+  }
+  return condition();
+}
+
+// Handles all that the display has sent by now, and what comes of that.
+void handle_events() {
+  for (int round = 0; round < 3; ++round) {
+    gdk_display_sync(gdk_display_get_default());
+    settle();
+  }
+}
+
+void keep_status(GPid process, gint status, gpointer ended) {
+  g_spawn_close_pid(process);
+  *static_cast<int*>(ended) = status;
+}
+
+// The main loop goes on while xdotool works, as it does while people type.
+void use_xdotool(const std::vector<std::string>& words) {
+  std::vector<const char*> arguments = {"xdotool"};
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  arguments.push_back(nullptr);
+  GPid process = 0;
+  const auto flags = static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD);
+  ASSERT_TRUE(g_spawn_async(nullptr, const_cast<char**>(arguments.data()), nullptr, flags, nullptr, nullptr,
+                            &process, nullptr));
+  int status = -1;
+  g_child_watch_add(process, keep_status, &status);
+  ASSERT_TRUE(comes_true([&status] { return status != -1; })) << "xdotool does not end";
+  EXPECT_EQ(status, 0) << "xdotool " << words.front();
+  handle_events();
+}
+
+// Where the middle of a widget is on the screen.
+std::vector<std::string> middle_of(GtkWidget* widget) {
+  GtkAllocation area{};
+  gtk_widget_get_allocation(widget, &area);
+  int left = 0;
+  int top = 0;
+  gdk_window_get_origin(gtk_widget_get_window(widget), &left, &top);
+  if (gtk_widget_get_has_window(widget) != FALSE) area.x = area.y = 0;  // the window is the widget's own
+  return {std::to_string(left + area.x + area.width / 2), std::to_string(top + area.y + area.height / 2)};
+}
+
+void click_at(GtkWidget* window, const char* name, int times) {
+  point_at(window, name);
+  use_xdotool({"click", "--repeat", std::to_string(times), "--delay", "120", "1"});
+}
+
+}  // namespace
+
+// Openbox is there from its startup command on: a window that comes before is managed and gets no keyboard.
+void start_window_manager() {
+  const std::string started = "/tmp/openbox-has-started";
+  const std::string command = "touch " + started;
+  const pid_t test = getpid();
+  if (fork() == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != test || freopen("/dev/null", "w", stdout) == nullptr) _exit(1);
+    if (freopen("/dev/null", "w", stderr) == nullptr) _exit(1);
+    execlp("openbox", "openbox", "--sm-disable", "--startup", command.c_str(), nullptr);
+    _exit(127);
+  }
+  ASSERT_TRUE(comes_true([&started] { return exists(started); })) << "no openbox";
+}
+
+bool gets_keyboard(GtkWidget* window) {
+  const bool got = comes_true([window] { return gtk_window_has_toplevel_focus(GTK_WINDOW(window)); });
+  handle_events();
+  return got;
+}
+
+void point_at(GtkWidget* window, const char* name) {
+  GtkWidget* widget = lookup_widget(window, name);
+  ASSERT_TRUE(widget != nullptr && gtk_widget_get_mapped(widget)) << name << " is not to be seen";
+  ASSERT_TRUE(gets_keyboard(gtk_widget_get_toplevel(widget))) << name;
+  const std::vector<std::string> middle = middle_of(widget);
+  use_xdotool({"mousemove", middle[0], middle[1]});
+}
+
+void press_key(const char* keysym) { use_xdotool({"key", keysym}); }
+
+void click(GtkWidget* window, const char* name) { click_at(window, name, 1); }
+
+void double_click(GtkWidget* window, const char* name) { click_at(window, name, 2); }
+
+std::string focused(GtkWidget* window) {
+  struct Search {
+    gpointer widget;
+    std::string name = "nothing";
+  } search{gtk_window_get_focus(GTK_WINDOW(window))};
+  if (search.widget == nullptr) return search.name;
+  search.name = "a widget without a name";
+  const auto compare = [](GQuark name, gpointer widget, gpointer found) {
+    if (widget == static_cast<Search*>(found)->widget)
+      static_cast<Search*>(found)->name = g_quark_to_string(name);
+  };
+  g_datalist_foreach(&G_OBJECT(window)->qdata, compare, &search);
+  return search.name;
 }
 
 Place place_of(GtkWidget* window, const char* name) {

@@ -44,6 +44,30 @@ std::string entry_text(GtkWidget* window, const char* name);
 void type(GtkWidget* window, const char* name, const std::string& text);
 void press(GtkWidget* window, const char* name);
 
+// What people do with keyboard and mouse, as events of the display; the main loop handles what comes of it.
+// Windows get the keyboard as on a desktop, so these need start_window_manager() before the first window is
+// shown.
+
+/// Starts openbox on the test's display, once a test.
+void start_window_manager();
+
+/// Runs the main loop until `window` has the keyboard, for at most 5 seconds. False when it never got it.
+bool gets_keyboard(GtkWidget* window);
+
+/// Presses a key or several together, as xdotool calls them: "Tab", "shift+Tab", "Escape", "alt+n".
+void press_key(const char* keysym);
+
+/// Moves the pointer to the middle of a widget.
+void point_at(GtkWidget* window, const char* name);
+
+/// Does that and presses the first button, once or twice as fast as people
+/// do. The second press of two happens at the same place, whatever stands there by then.
+void click(GtkWidget* window, const char* name);
+void double_click(GtkWidget* window, const char* name);
+
+/// The name of the widget that keys go to, or "nothing".
+std::string focused(GtkWidget* window);
+
 /// Place of a widget on its page.
 struct Place {
   int x, y, width, height;

@@ -227,34 +227,43 @@ TEST_F(QuestionsTest, AreDeclinedWhenAskedAfterACancel) {
 
 // ---- cancelled during -----------------------------------------------------------------------------
 
-// The worker goes on with other printers while the window is left behind; the thread checker watches the
-// texts.
-TEST_F(QuestionsTest, ACancelDeclinesTheDriverWindowAndItsButtonOnlyDestroysIt) {
+// Gone with its widgets; a worker that waits for the answer goes on.
+struct Gone {
+  explicit Gone(GtkWidget* window) {
+    g_signal_connect(window, "destroy",
+                     G_CALLBACK(+[](GtkWidget*, gpointer gone) { *static_cast<bool*>(gone) = true; }),
+                     &is_gone);
+  }
+  bool is_gone = false;
+};
+
+// The worker goes on with other printers; the thread checker watches the texts.
+TEST_F(QuestionsTest, ACancelDeclinesTheDriverWindowAndThoseThatWouldCome) {
   int answered = 0;
   std::atomic<int> asked{0};
   start_worker([&] {
     for (const char* name : {"A", "B", "C"}) {
       driver_question.set_title(name);
+      driver_question.set_text(name);
       ++asked;
       answered += driver_question.ask() ? 1 : 0;
     }
   });
   wait_until([] { return window_select_driver != nullptr; });
-  GtkWidget* left = window_select_driver;
+  const Gone window(window_select_driver);
+  press(window_select_driver, "deskjet");
   cancel();
-  EXPECT_EQ(isWindowSelectDriverOpen, 0);
-  while (asked < 2) g_usleep(1000);
-  testing::internal::CaptureStdout();
-  press(left, "deskjet");
-  press(left, "next2");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_TRUE(window.is_gone);
   EXPECT_EQ(window_select_driver, nullptr);
+  EXPECT_EQ(isWindowSelectDriverOpen, 0);
   wait_for_worker();
+  EXPECT_EQ(asked, 3);
   EXPECT_EQ(answered, 0);
   EXPECT_STREQ(selecteddriver, "");
+  EXPECT_EQ(window_select_driver, nullptr);
 }
 
-TEST_F(QuestionsTest, ACancelDeclinesTheCredentialsWindowAndItsButtonOnlyDestroysIt) {
+TEST_F(QuestionsTest, ACancelDeclinesTheCredentialsWindowAndThoseThatWouldCome) {
   int answered = 0;
   std::atomic<int> asked{0};
   start_worker([&] {
@@ -266,16 +275,19 @@ TEST_F(QuestionsTest, ACancelDeclinesTheCredentialsWindowAndItsButtonOnlyDestroy
     }
   });
   wait_until([] { return smb_username_password_window != nullptr; });
+  const Gone window(smb_username_password_window);
+  type(smb_username_password_window, "entry_username", "anna");
+  press(smb_username_password_window, "next2");
   cancel();
+  EXPECT_TRUE(window.is_gone);
+  EXPECT_EQ(visible_window(shipped_text("dialog_specify_username_password")), nullptr);
   EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 0);
-  while (asked < 2) g_usleep(1000);
-  sign_in();
-  EXPECT_EQ(smb_username_password_window, nullptr);
-  EXPECT_EQ(confirmation("A"), nullptr);
   wait_for_worker();
+  EXPECT_EQ(asked, 2);
   EXPECT_EQ(answered, 0);
   EXPECT_STREQ(Username, "");
   EXPECT_STREQ(Password, "");
+  EXPECT_EQ(smb_username_password_window, nullptr);
 }
 
 TEST_F(QuestionsTest, ACancelDeclinesTheConfirmationTooAndWipesWhatWasTyped) {
@@ -286,44 +298,179 @@ TEST_F(QuestionsTest, ACancelDeclinesTheConfirmationTooAndWipesWhatWasTyped) {
   });
   wait_until([] { return smb_username_password_window != nullptr; });
   sign_in();
-  GtkWidget* left = confirmation("Office");
+  const Gone first(smb_username_password_window);
+  const Gone second(confirmation("Office"));
   cancel();
+  EXPECT_TRUE(first.is_gone);
+  EXPECT_TRUE(second.is_gone);
   EXPECT_STREQ(Username, "");
   EXPECT_STREQ(Password, "");
   wait_for_worker();
   EXPECT_FALSE(answered);
-  // Another printer's question is on its way: the window that is left must not answer it.
-  isWindowSmbUsernamePasswordOpen = 1;
-  press(left, "next2");
-  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 1);
+}
+
+TEST_F(QuestionsTest, ACancelDeclinesTheNoticesToo) {
+  for (const bool of_printers : {true, false}) {
+    isKilled = 0;
+    worker_is_done = false;
+    Question& notice = of_printers ? printer_notice : user_notice;
+    bool answered = true;
+    start_worker([&] { answered = notice.ask(); });
+    GtkWidget*& dialog = of_printers ? dialog_printer_error : dialog_user_error;
+    wait_until([&dialog] { return dialog != nullptr && gtk_widget_get_visible(dialog) != FALSE; });
+    const Gone window(dialog);
+    cancel();
+    EXPECT_TRUE(window.is_gone);
+    EXPECT_EQ(dialog, nullptr);
+    wait_for_worker();
+    EXPECT_FALSE(answered);
+  }
+}
+
+TEST_F(QuestionsTest, ACancelLeavesNothingAboveItsNotice) {
+  isWindowSelectDriverOpen = isWindowSmbUsernamePasswordOpen = 1;
+  show_popup_window_select_driver(nullptr);
+  show_smb_username_password_window(nullptr);
+  cancel();
+  gtk_widget_hide(window3);
+  EXPECT_EQ(visible_titles(), std::vector<std::string>{shipped_text("createdialogcancel")});
+}
+
+// ---- real keys and clicks -------------------------------------------------------------------------
+
+class QuestionKeysTest : public QuestionsTest {
+ protected:
+  void SetUp() override {
+    GuiTest::SetUp();
+    start_window_manager();
+    build_pages();
+    build_dialogs();
+    gtk_widget_show(window3);
+    ASSERT_TRUE(gets_keyboard(window3));
+    dir_name = nullptr;
+  }
+
+  // A worker asks about one printer after the other; empty: it was skipped.
+  void ask_for_drivers(const std::vector<const char*>& names) {
+    start_worker([this, names] {
+      for (const char* name : names) {
+        driver_question.set_title(name);
+        answers.emplace_back(driver_question.ask() ? driver_question.answer(0) : "");
+      }
+    });
+  }
+  void ask_for_credentials() {
+    start_worker([this] {
+      share_question.set_title("Office");
+      share_question.set_text("//kitchen-pc/Office");
+      answers.emplace_back(share_question.ask() ? share_question.answer(share_user) : "");
+    });
+  }
+  static void wait_for_window(GtkWidget* const& window) {
+    wait_until([&window] { return window != nullptr; });
+    ASSERT_TRUE(gets_keyboard(window));
+  }
+  static void type_keys(const std::string& letters) {
+    for (const char letter : letters) press_key(std::string(1, letter).c_str());
+  }
+
+  std::vector<std::string> answers;
+};
+
+// A window that the worker has asked in before is not taken for the next one.
+void wait_for_title(const std::string& title) {
+  for (int tries = 0; tries < 1000 && visible_window(title) == nullptr; ++tries) {
+    settle();
+    g_usleep(5000);
+  }
+  ASSERT_NE(visible_window(title), nullptr);
+  ASSERT_TRUE(gets_keyboard(visible_window(title)));
+}
+
+TEST_F(QuestionKeysTest, EscapeAndTheCloseButtonSkipThePrinterAndReturnIsNext) {
+  ask_for_drivers({"A", "B", "C"});
+  wait_for_title("A");
+  press_key("Escape");
+  wait_for_title("B");
+  press_key("alt+F4");
+  wait_for_title("C");
+  press_key("Return");
+  wait_for_worker();
+  EXPECT_EQ(answers, (std::vector<std::string>{"", "", "stphoto.ppd.gz"}));
+  EXPECT_TRUE(gtk_widget_get_visible(window3));
+  EXPECT_EQ(isKilled, 0);
+}
+
+TEST_F(QuestionKeysTest, AClickOnTheFirstButtonCountsAlthoughItIsActive) {
+  ask_for_drivers({"A", "B", "C"});
+  wait_for_title("A");
+  click(window_select_driver, "deskjet");
+  EXPECT_EQ(label_text(window_select_driver, "label_next_uses"), "Next uses: HP DeskJet");
+  click(window_select_driver, "next2");
+  wait_for_title("B");
+  EXPECT_EQ(label_text(window_select_driver, "label_next_uses"), "Next uses: HP DeskJet");
+  click(window_select_driver, "stphoto");
+  EXPECT_EQ(label_text(window_select_driver, "label_next_uses"), "Next uses: Epson Stylus Photo");
+  press_key("Return");
+  wait_for_title("C");
+  EXPECT_EQ(focused(window_select_driver), "stphoto");
+  press_key("Down");
+  press_key("space");
+  EXPECT_EQ(label_text(window_select_driver, "label_next_uses"), "Next uses: Epson Stylus Color");
+  press_key("alt+n");
+  wait_for_worker();
+  EXPECT_EQ(answers, (std::vector<std::string>{"deskjet.ppd.gz", "stphoto.ppd.gz", "stcolor.ppd.gz"}));
+}
+
+TEST_F(QuestionKeysTest, TheSpaceBarOnTheFirstButtonCountsToo) {
+  driverselection = LASERJET;
+  ask_for_drivers({"A"});
+  wait_for_title("A");
+  EXPECT_EQ(focused(window_select_driver), "stphoto");
+  EXPECT_EQ(label_text(window_select_driver, "label_next_uses"), "Next uses: HP LaserJet");
+  press_key("space");
+  EXPECT_EQ(label_text(window_select_driver, "label_next_uses"), "Next uses: Epson Stylus Photo");
+  press_key("Return");
+  wait_for_worker();
+  EXPECT_EQ(answers, std::vector<std::string>{"stphoto.ppd.gz"});
+}
+
+TEST_F(QuestionKeysTest, EscapeInTheEntrySkipsThePrinterOfAShare) {
+  ask_for_credentials();
+  wait_for_window(smb_username_password_window);
+  EXPECT_EQ(focused(smb_username_password_window), "entry_username");
+  type_keys("anna");
+  press_key("Escape");
+  wait_for_worker();
+  EXPECT_EQ(answers, std::vector<std::string>{""});
   EXPECT_EQ(smb_username_password_window, nullptr);
-  EXPECT_EQ(confirmation("Office"), nullptr);
 }
 
-TEST_F(QuestionsTest, ACancelDeclinesTheNoticesAndTheirButtonsOnlyDestroyThem) {
-  bool answered = true;
-  start_worker([&] { answered = user_notice.ask(); });
-  wait_until([] { return dialog_user_error != nullptr; });
-  cancel();
+TEST_F(QuestionKeysTest, ReturnAnswersTheWindowInFront) {
+  ask_for_credentials();
+  wait_for_window(smb_username_password_window);
+  type_keys("anna");
+  press_key("Return");
+  wait_for_title(shipped_text("dialog_specify_username_password"));
+  press_key("Return");
+  EXPECT_EQ(visible_window(shipped_text("dialog_specify_username_password")), nullptr);
+  ASSERT_TRUE(gets_keyboard(smb_username_password_window));
+  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 1);
+  press_key("Tab");
+  EXPECT_EQ(focused(smb_username_password_window), "entry_password");
+  type_keys("word");
+  press_key("Return");
+  wait_for_window(smb_username_password_window2);
+  EXPECT_EQ(focused(smb_username_password_window2), "next2");
+  press_key("Escape");
+  EXPECT_EQ(smb_username_password_window2, nullptr);
+  ASSERT_TRUE(gets_keyboard(smb_username_password_window));
+  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 1);
+  press_key("Return");
+  wait_for_window(smb_username_password_window2);
+  press_key("Return");
   wait_for_worker();
-  EXPECT_FALSE(answered);
-  isUserPopupOpen = 1;
-  press(dialog_user_error, "okbutton2");
-  EXPECT_EQ(isUserPopupOpen, 1);
-  EXPECT_EQ(dialog_user_error, nullptr);
-}
-
-TEST_F(QuestionsTest, ACancelDeclinesThePrinterNotice) {
-  bool answered = true;
-  start_worker([&] { answered = printer_notice.ask(); });
-  wait_until([] { return gtk_widget_get_visible(dialog_printer_error) != FALSE; });
-  cancel();
-  wait_for_worker();
-  EXPECT_FALSE(answered);
-  isPrinterPopupOpen = 1;
-  press(dialog_printer_error, "okbutton2");
-  EXPECT_EQ(isPrinterPopupOpen, 1);
-  EXPECT_EQ(dialog_printer_error, nullptr);
+  EXPECT_EQ(answers, std::vector<std::string>{"anna"});
 }
 
 }  // namespace

@@ -94,6 +94,17 @@ class SourceTest : public GuiTest {
     type(window2, "entry_local", path);
     press(window2, "next2");
   }
+  // The same, and something happens while the checks of a whole archive run.
+  static void next_and_meanwhile(bool (*happens)()) {
+    make_zip("/root/a.zip", "10");
+    shell::while_waiting(happens);
+    next_with("/root/a.zip");
+    shell::while_waiting(nullptr);
+  }
+  static void expect_no_worker() {
+    usleep(100000);
+    EXPECT_EQ(workers, 0);
+  }
   static bool run_started() {
     for (int tries = 0; tries < 50 && workers == 0; ++tries) usleep(10000);
     return workers == 1 && gtk_widget_get_visible(window3) && !gtk_widget_get_visible(window2);
@@ -284,6 +295,45 @@ TEST_F(SourceTest, BrowseCdromStaysOnTheDisc) {
   EXPECT_EQ(open_folder(), "/media/disc/below");
 }
 
+bool press_next_and_browse_meanwhile() {
+  press(window2, "next2");
+  press(window2, "bCdrom");
+  return true;
+}
+
+TEST_F(SourceTest, WhileADiscIsMountedNothingElseBegins) {
+  make_zip("/root/a.zip", "10");
+  shell_quietly("mkdir -p /media/disc");
+  stand_in_for_mount("/dev/sr0 on /media/disc type iso9660 (ro)\\n");
+  type(window2, "entry_cdrom", "/root/a.zip");
+  shell_quietly("sed -i '2i echo \"$*\" >>/root/mounts' /usr/local/bin/mount");
+  shell::while_waiting(press_next_and_browse_meanwhile);
+  press(window2, "bCdrom");
+  shell::while_waiting(nullptr);
+  EXPECT_EQ(read_file("/root/mounts"), "/dev/cdrom\n-l -t iso9660\n");
+  EXPECT_EQ(workers, 0);
+  EXPECT_TRUE(gtk_widget_get_visible(fileselection));
+  press(fileselection, "cancel_button1");
+  press(window2, "next2");
+  EXPECT_TRUE(run_started());
+}
+
+bool go_back_meanwhile() {
+  static bool pressed = false;
+  if (!std::exchange(pressed, true)) press(window2, "back2");
+  return true;
+}
+
+TEST_F(SourceTest, WhoGoesBackWhileADiscIsMountedSeesNoChooser) {
+  shell_quietly("mkdir -p /media/disc");
+  stand_in_for_mount("/dev/sr0 on /media/disc type iso9660 (ro)\\n");
+  shell::while_waiting(go_back_meanwhile);
+  press(window2, "bCdrom");
+  shell::while_waiting(nullptr);
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+  EXPECT_TRUE(gtk_widget_get_visible(window1));
+}
+
 // The kernel's table of what is mounted, as this process sees it.
 void mount_table_holds(const std::string& lines) {
   write_file("/tmp/table", lines);
@@ -435,12 +485,8 @@ bool leave_page_meanwhile() {
 }
 
 TEST_F(SourceTest, WhoGoesBackWhileTheChecksRunStartsNothing) {
-  make_zip("/root/a.zip", "10");
-  shell::while_waiting(leave_page_meanwhile);
-  next_with("/root/a.zip");
-  shell::while_waiting(nullptr);
-  usleep(100000);
-  EXPECT_EQ(workers, 0);
+  next_and_meanwhile(leave_page_meanwhile);
+  expect_no_worker();
   EXPECT_TRUE(gtk_widget_get_visible(window1));
   EXPECT_FALSE(gtk_widget_get_visible(window3));
 }
@@ -451,10 +497,7 @@ bool press_again_meanwhile() {
 }
 
 TEST_F(SourceTest, NextPressedAgainWhileTheChecksRunChecksOnce) {
-  make_zip("/root/a.zip", "10");
-  shell::while_waiting(press_again_meanwhile);
-  next_with("/root/a.zip");
-  shell::while_waiting(nullptr);
+  next_and_meanwhile(press_again_meanwhile);
   EXPECT_TRUE(run_started());
   EXPECT_EQ(workers, 1);
 }
@@ -462,12 +505,8 @@ TEST_F(SourceTest, NextPressedAgainWhileTheChecksRunChecksOnce) {
 bool end_meanwhile() { return false; }
 
 TEST_F(SourceTest, AWizardThatIsLeftWhileTheChecksRunStartsNothing) {
-  make_zip("/root/a.zip", "10");
-  shell::while_waiting(end_meanwhile);
-  next_with("/root/a.zip");
-  shell::while_waiting(nullptr);
-  usleep(100000);
-  EXPECT_EQ(workers, 0);
+  next_and_meanwhile(end_meanwhile);
+  expect_no_worker();
   EXPECT_TRUE(gtk_widget_get_visible(window2));
 }
 

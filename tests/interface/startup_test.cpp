@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "gui.h"
+#include "main/session.h"
+#include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/full_disk.h"
@@ -292,6 +294,22 @@ TEST_F(StartupTest, NothingIsComplainedAbout) {
   const std::size_t at = complaints.find(locale);
   if (at != std::string::npos) complaints = complaints.substr(at + locale.size());
   EXPECT_EQ(complaints, "");
+}
+
+// ---- A worker that does not end ---------------------------------------------------------------------
+
+void tell_that_objects_go() { std::fputs("objects go", stderr); }
+
+TEST(Session, AWorkerThatGoesOnFindsEverythingInItsPlace) {
+  const auto end_with = [](bool runs) {
+    std::atexit(tell_that_objects_go);
+    worker_runs = runs;
+    std::fputs("written", stdout);
+    leave_worker_behind();
+    std::exit(3);
+  };
+  EXPECT_EXIT(end_with(true), testing::ExitedWithCode(0), testing::Not(testing::HasSubstr("objects go")));
+  EXPECT_EXIT(end_with(false), testing::ExitedWithCode(3), "objects go");
 }
 
 // ---- Options --------------------------------------------------------------------------------------

@@ -360,10 +360,10 @@ TEST(ShippedTexts, HoldNothingElseButTheAccountsWords) {
   }
 }
 
-TEST(ShippedTexts, OfTheDoneDialogSayThatTheAccountFollows) {
+TEST(ShippedTexts, OfTheDoneDialogSayThatAReportFollows) {
   const std::string text = read_file(test_data("../data/texts/en_US"));
   const std::size_t at = text.find("\ncreatedialogdone-label20=");
-  EXPECT_NE(text.substr(at, text.find('\n', at + 1) - at).find("an account follows"), std::string::npos);
+  EXPECT_NE(text.substr(at, text.find('\n', at + 1) - at).find("a report follows"), std::string::npos);
 }
 
 }  // namespace

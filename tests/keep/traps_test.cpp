@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -146,6 +147,20 @@ TEST_F(Traps, NamesOutsideAreNeitherGivenAwayNorOpened) {
 TEST_F(Traps, NamesInsideAreNone) {
   shell_quietly("cd /home/ann; echo a > a; ln a d/a; ln d/f /srv/out/ann; ln -s /srv/out/file e; ln e d/e");
   EXPECT_TRUE(keep::before_owner("/home/ann", 1234));  // a file of ann's own may have a name elsewhere
+}
+
+// More levels than a program may have files open.
+TEST_F(Traps, NamesOutsideAreFoundInTheDeepestFolder) {
+  shell_quietly("cd /home/ann/d; for level in $(seq 1100); do mkdir d; cd -P d; done");
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &files));
+  EXPECT_TRUE(keep::before_owner("/home/ann", 1234));
+  shell_quietly("cd /home/ann/d; for level in $(seq 1100); do cd -P d; done; ln /srv/out/file a");
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(keep::before_owner("/home/ann", 1234));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("/d/a could not be kept"));
 }
 
 // ---- Spots ------------------------------------------------------------------------------------------------

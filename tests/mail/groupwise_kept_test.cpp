@@ -6,7 +6,7 @@
 #include "process/mail/groupwise.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/watched_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -30,20 +30,20 @@ struct GroupwiseKept : testing::Test {
 };
 
 TEST_F(GroupwiseKept, TheSettingsAndTheMailbox) {
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, groupwise("/tmp/b"));
-  EXPECT_THAT(run.told(), ElementsAre("replaced /root/.gwuser.xml", "made /root/gwremote/new.db",
-                                      "replaced /root/gwremote/user.db"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced /root/.gwuser.xml", "made /root/gwremote/new.db",
+                                        "replaced /root/gwremote/user.db"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(GroupwiseKept, OrNothingIsCopied) {
-  block_keeping();
-  WatchedRun run;
+  KeepingRun::prevent();
+  KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, groupwise("/tmp/b"));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/.gwuser.xml")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left("/root/.gwuser.xml")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(),
               ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml"));
 }

@@ -50,6 +50,7 @@ TEST(PrinterDescription, ReadsEveryKey) {
   EXPECT_EQ("DMCOLOR_COLOR", printer.color);
   EXPECT_EQ("DMDUP_VERTICAL", printer.duplex);
   EXPECT_EQ("600", printer.y_resolution);
+  EXPECT_EQ("Office", printer.name);
   EXPECT_FALSE(printer.is_default);
 }
 
@@ -59,6 +60,7 @@ TEST(PrinterDescription, ReadsAMissingKeyAsEmpty) {
   EXPECT_EQ("", printer.driver_name);
   EXPECT_EQ("", printer.queue);
   EXPECT_EQ("", printer.duplex);
+  EXPECT_EQ("", printer.name);
 }
 
 TEST(PrinterDescription, FindsAKeyInsideAnEarlierLinesValue) {

@@ -18,6 +18,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::UnorderedElementsAre;
 
 // On a KDE system; the database knows every printer as the same, the other programs only have to be found.
 class Printer : public testing::Test {
@@ -137,6 +138,15 @@ TEST_F(Printer, WithoutADriverGetsNoQueueAndNoQuestionForItsShare) {
   EXPECT_THAT(queue_commands(), IsEmpty());
   EXPECT_THAT(said, testing::EndsWith("ID= \t Driver="));
   EXPECT_THAT(Windows::shown(), ElementsAre("driver Unknown"));
+}
+
+TEST_F(Printer, IsAskedAboutByItsNameOnWindowsOrItsQueue) {
+  add_printer("a.txt",
+              {{"Driver Name", "A"}, {"Driver Name Wo Spaces", "QueueA"}, {"Printer Name", "Office"}});
+  add_printer("b.txt", {{"Driver Name", "B"}, {"Driver Name Wo Spaces", "QueueB"}, {"Printer Name", ""}});
+  EXPECT_EQ(0, printer(archive));
+  EXPECT_THAT(Windows::shown(), UnorderedElementsAre("driver A", "driver B"));
+  EXPECT_THAT(Windows::named_printers(), UnorderedElementsAre("Office", "QueueB"));
 }
 
 TEST_F(Printer, WithoutAnIdOrWithoutADriverGetsNoCommandAtAll) {

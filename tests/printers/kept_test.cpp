@@ -14,7 +14,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/watched_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -62,37 +62,37 @@ struct PrintersKept : testing::Test {
 
 TEST_F(PrintersKept, TheFilesOfACupsSearch) {
   add_printer("hp.txt");
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   EXPECT_EQ(0, nldprinter(archive));
-  EXPECT_THAT(run.told(), ElementsAre("removed /root/ppd.txt", "replaced /root/ppdlist.txt"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("removed /root/ppd.txt", "replaced /root/ppdlist.txt"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(PrintersKept, TheListThatACupsSearchLeaves) {
   std::filesystem::remove("/root/ppdlist.txt");
   nldfinddriver("HP LaserJet 4050");
   std::filesystem::remove("/root/ppdlist.txt");
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   nldfinddriver("HP LaserJet 4050");
-  EXPECT_THAT(run.told(), ElementsAre("made /root/ppdlist.txt"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("made /root/ppdlist.txt"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(PrintersKept, TheFileOfAFoomaticSearch) {
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   finddriver("HP LaserJet 4050");
-  EXPECT_THAT(run.told(), ElementsAre("removed /root/ppd.txt"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("removed /root/ppd.txt"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(PrintersKept, OrNothingIsSearched) {
-  block_keeping();
-  const WatchedRun run(looked_at());
+  KeepingRun::prevent();
+  const KeepingRun run(looked_at());
   testing::internal::CaptureStderr();
   finddriver("HP LaserJet 4050");
   nldfinddriver("HP LaserJet 4050");
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/ppd.txt")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left("/root/ppd.txt")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -111,21 +111,21 @@ class PrinterToolsKept : public PrintersKept, public testing::WithParamInterface
 TEST_P(PrinterToolsKept, OrNoQueueIsMade) {
   add_printer("a.txt");
   add_printer("b.txt");
-  block_keeping();
-  const WatchedRun run(looked_at());
+  KeepingRun::prevent();
+  const KeepingRun run(looked_at());
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, GetParam().migrate(archive));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/ppd.txt")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left("/root/ppd.txt")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), ElementsAre(HasSubstr("dos2unix")));
 }
 
 TEST_P(PrinterToolsKept, NothingOfAPrinterWithoutAPort) {
   add_printer("a.txt", {{"Port Name", "LPT3"}});
-  block_keeping();
-  const WatchedRun run(looked_at());
+  KeepingRun::prevent();
+  const KeepingRun run(looked_at());
   EXPECT_EQ(0, GetParam().migrate(archive));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, PrinterToolsKept,
@@ -138,10 +138,10 @@ INSTANTIATE_TEST_SUITE_P(Families, PrinterToolsKept,
 TEST_F(PrintersKept, TheOptionsThatLpoptionsSets) {
   use("GNome");
   add_printer("Default.txt", {{"Paper Size", "DMPAPER_A4"}, {"Color", "DMCOLOR_COLOR"}});
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   EXPECT_EQ(0, nldprinter(archive));
-  EXPECT_THAT(run.told(), Contains(std::string("replaced ") + options));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains(std::string("replaced ") + options));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // An older lpoptions has the administrator's options in /etc, and others' in the home itself.
@@ -152,10 +152,10 @@ TEST_F(PrintersKept, TheOptionsOfOlderOnes) {
     shell_quietly("rm -rf /root/.brindle_before");
     for (const char* each : {"/etc/cups/lpoptions", "/root/.lpoptions"}) write_file(each, "own\n");
     stand_in("lpoptions", std::string("echo \"$*\" >> ") + file);
-    WatchedRun run({file});
+    KeepingRun run({"/etc/cups/lpoptions"});
     EXPECT_EQ(0, nldprinter(archive));
-    EXPECT_THAT(run.told(), Contains(std::string("replaced ") + file));
-    EXPECT_TRUE(run.is_whole());
+    EXPECT_THAT(run.listed(), Contains(std::string("replaced ") + file));
+    EXPECT_TRUE(run.has_kept_all());
   }
 }
 
@@ -164,52 +164,53 @@ TEST_F(PrintersKept, TheDescriptionThatACupsSystemsOneFoomaticCommandPutsAside) 
   use("GNome");
   add_description();
   add_printer("hp.txt", {{"Paper Size", "DMPAPER_ENV_C5"}});
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   EXPECT_EQ(0, nldprinter(archive));
-  EXPECT_THAT(run.told(), testing::IsSupersetOf(
-                              {"made /etc/foomatic/cups", "replaced /etc/cups/ppd/HPLaserJet4050.ppd.old"}));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), testing::IsSupersetOf({"made /etc/foomatic/cups",
+                                                   "replaced /etc/cups/ppd/HPLaserJet4050.ppd.old"}));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(PrintersKept, WhatFoomaticMakesAndPutsAside) {
   use("Linspire");
   add_description();
   add_printer("hp.txt");
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   EXPECT_EQ(0, printer(archive));
-  EXPECT_THAT(run.told(), ElementsAre("replaced /etc/cups/ppd/HPLaserJet4050.ppd.old",
-                                      "made /etc/foomatic/cups", "removed /root/ppd.txt"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced /etc/cups/ppd/HPLaserJet4050.ppd.old",
+                                        "made /etc/foomatic/cups", "removed /root/ppd.txt"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(PrintersKept, TheOptionsThatFoomaticsDefaultSets) {
   use("Linspire");
   add_printer("Default.txt");
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   EXPECT_EQ(0, printer(archive));
-  EXPECT_THAT(run.told(), Contains(std::string("replaced ") + options));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains(std::string("replaced ") + options));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(PrintersKept, TheOneOptionOfLpoptionsOnAKdeSystem) {
   use("Linspire");
   add_printer("hp.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}});
-  WatchedRun run(looked_at());
+  KeepingRun run(looked_at());
   EXPECT_EQ(0, printer(archive));
-  EXPECT_THAT(run.told(), Contains(std::string("replaced ") + options));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains(std::string("replaced ") + options));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // Keeping comes to an end in the middle: a file lies where copies are to go.
 TEST_F(PrintersKept, NoOptionBehindOneThatCannotBeKept) {
   use("GNome");
   add_printer("hp.txt", {{"Orientation", "DMORIENT_LANDSCAPE"}, {"Paper Size", "DMPAPER_A4"}});
-  const WatchedRun run({options});
-  stand_in("lpadmin", "mkdir -p " + kept_file("/root") + " && touch " + kept_file("/root/.cups"));
+  const KeepingRun run;
+  stand_in("lpadmin",
+           "mkdir -p " + KeepingRun::kept("/root") + " && touch " + KeepingRun::kept("/root/.cups"));
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, nldprinter(archive));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(options)));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left(options)));
+  EXPECT_TRUE(run.has_changed_nothing({options}));
   EXPECT_THAT(commands_of({"lpoptions", "foomatic-configure"}), IsEmpty());
   EXPECT_THAT(commands_of({"lpadmin"}), testing::SizeIs(1));
 }
@@ -217,12 +218,13 @@ TEST_F(PrintersKept, NoOptionBehindOneThatCannotBeKept) {
 TEST_F(PrintersKept, NoDefaultOfFoomaticThatCannotBeKept) {
   use("Linspire");
   add_printer("Default.txt", {{"Paper Size", "DMPAPER_A4"}});
-  const WatchedRun run({options});
-  stand_in("foomatic-configure", "mkdir -p " + kept_file("/root") + " && touch " + kept_file("/root/.cups"));
+  const KeepingRun run;
+  stand_in("foomatic-configure",
+           "mkdir -p " + KeepingRun::kept("/root") + " && touch " + KeepingRun::kept("/root/.cups"));
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, printer(archive));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(options)));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left(options)));
+  EXPECT_TRUE(run.has_changed_nothing({options}));
   EXPECT_THAT(commands_of({"lpoptions", "foomatic-configure"}), testing::SizeIs(1));
 }
 
@@ -230,15 +232,15 @@ TEST_F(PrintersKept, NoQueueOfFoomaticBesideADescriptionThatCannotBeKept) {
   use("Linspire");
   add_description();
   add_printer("hp.txt");
-  const WatchedRun run({"/etc/cups/ppd", "/etc/foomatic"});
+  const KeepingRun run({"/etc/cups/ppd", "/etc/foomatic"});
   stand_in("foomatic-ppdfile-bd",
-           "mkdir -p " + kept_file("/etc") + " && touch " + kept_file("/etc/cups") +
+           "mkdir -p " + KeepingRun::kept("/etc") + " && touch " + KeepingRun::kept("/etc/cups") +
                "; echo \"Any Id='Any-Printer' Driver='ljet4' CompatibleDrivers='ljet4 '\"");
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, printer(archive));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr(left("/etc/cups/ppd/HPLaserJet4050.ppd.old")));
-  EXPECT_TRUE(run.changed_nothing());
+              HasSubstr(KeepingRun::left("/etc/cups/ppd/HPLaserJet4050.ppd.old")));
+  EXPECT_TRUE(run.has_changed_nothing({"/etc/cups/ppd", "/etc/foomatic"}));
   EXPECT_THAT(commands_of({"foomatic-configure"}), IsEmpty());
 }
 
@@ -261,28 +263,29 @@ struct DefaultPrinterKept : testing::Test {
 TEST_F(DefaultPrinterKept, WhenItReplacesAnother) {
   write_file("/home/ann/.cups/lpoptions", "Default Home\n");
   shell_quietly("chown -R ann /home/ann/.cups; chmod 600 /home/ann/.cups/lpoptions");
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, normalprinter(archive));
-  EXPECT_THAT(run.told(), ElementsAre("replaced /home/ann/.cups/lpoptions"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced /home/ann/.cups/lpoptions"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(DefaultPrinterKept, WhenItIsTheFirst) {
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, normalprinter(archive));
-  EXPECT_THAT(run.told(), ElementsAre("made /home/ann/.cups", "made /home/ann/.cups/lpoptions"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("made /home/ann/.cups", "made /home/ann/.cups/lpoptions"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(DefaultPrinterKept, OrItStays) {
   add_printer("b.txt");
   write_file("/home/ann/.cups/lpoptions", "Default Home\n");
-  block_keeping("/home/ann");
-  const WatchedRun run({"/home/ann"});
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, normalprinter(archive));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/home/ann/.cups/lpoptions")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr(KeepingRun::left("/home/ann/.cups/lpoptions")));
+  EXPECT_TRUE(run.has_changed_nothing({"/home/ann"}));
   EXPECT_THAT(commands_run(), ElementsAre(HasSubstr("dos2unix")));
 }
 
@@ -290,10 +293,10 @@ TEST_F(DefaultPrinterKept, OrItStays) {
 TEST_F(DefaultPrinterKept, OfAProfileCalledRoot) {
   assign(cur_user, "root");
   write_file(options, "Default Home\n");
-  WatchedRun run({"/root"});
+  KeepingRun run;
   EXPECT_EQ(0, normalprinter(archive));
-  EXPECT_THAT(run.told(), ElementsAre(std::string("replaced ") + options));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre(std::string("replaced ") + options));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // ---- The real tools ---------------------------------------------------------------------------------------
@@ -308,11 +311,12 @@ TEST(RealToolsKept, FoomaticsFiles) {
               {{"Driver Name", "Any"}, {"Driver Name Wo Spaces", "Q"}, {"Paper Size", "DMPAPER_A4"}});
   write_file(options, "Default Home\n");
   write_file("/root/ppd.txt", "own");
-  WatchedRun run({"/root", options, "/etc/foomatic", "/etc/cups/ppd/Q.ppd.old"});
+  KeepingRun run({"/etc/foomatic", "/etc/cups/ppd/Q.ppd.old"});
   EXPECT_EQ(0, printer(archive));
-  EXPECT_THAT(run.told(), testing::IsSupersetOf({"replaced /root/.cups/lpoptions", "made /etc/foomatic/cups",
-                                                 "made /etc/cups/ppd/Q.ppd.old", "removed /root/ppd.txt"}));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(),
+              testing::IsSupersetOf({"replaced /root/.cups/lpoptions", "made /etc/foomatic/cups",
+                                     "made /etc/cups/ppd/Q.ppd.old", "removed /root/ppd.txt"}));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST(RealToolsKept, TheOptionsOfLpoptions) {
@@ -324,10 +328,10 @@ TEST(RealToolsKept, TheOptionsOfLpoptions) {
   add_printer("Default.txt",
               {{"Driver Name", "Any"}, {"Driver Name Wo Spaces", "Q"}, {"Paper Size", "DMPAPER_A4"}});
   write_file(options, "Default Home\n");
-  WatchedRun run({"/root", options, "/etc/foomatic"});
+  KeepingRun run({"/etc/foomatic"});
   EXPECT_EQ(0, nldprinter(archive));
-  EXPECT_THAT(run.told(), Contains("replaced /root/.cups/lpoptions"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains("replaced /root/.cups/lpoptions"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 }  // namespace

@@ -69,6 +69,22 @@ class RealPrinters : public testing::Test {
     return all;
   }
 
+  // What both families make of pack_archive.
+  static void expect_queues_of_archive() {
+    EXPECT_THAT(
+        lines(output_of("lpstat -v | sort")),
+        ElementsAre("device for HPDeskJet: lpd://10.0.0.5/lp",
+                    "device for HPLaserJet4050SeriesPCL6: parallel:/dev/lp0",
+                    "device for Usb: parallel:/dev/usb/lp0", "device for Web: ipp://srv:631/printers/hp",
+                    "device for hplaserjet4: smb://server/hp"));
+    EXPECT_EQ("smb://u:p@server/hp", PrintServer::uri_of("hplaserjet4"));
+    EXPECT_EQ("HPLaserJet4050SeriesPCL6", PrintServer::default_queue());
+    EXPECT_EQ("DuplexTumble", PrintServer::choice("HPLaserJet4050SeriesPCL6", "Duplex"));
+    EXPECT_EQ("A5", PrintServer::choice("HPLaserJet4050SeriesPCL6", "PageSize"));
+    EXPECT_EQ("Legal", PrintServer::choice("hplaserjet4", "PageSize"));
+    EXPECT_EQ("A4", PrintServer::choice("HPDeskJet", "PageSize"));
+  }
+
   PrintServer server;
   Windows windows;
 };
@@ -82,23 +98,12 @@ TEST_P(RealKdePrinters, BecomeQueues) {
   windows.choose_for("HP DeskJet", fallback_deskjet);
   EXPECT_EQ(0, printer(archive));
 
-  EXPECT_THAT(
-      lines(output_of("lpstat -v | sort")),
-      ElementsAre("device for HPDeskJet: lpd://10.0.0.5/lp",
-                  "device for HPLaserJet4050SeriesPCL6: parallel:/dev/lp0",
-                  "device for Usb: parallel:/dev/usb/lp0", "device for Web: ipp://srv:631/printers/hp",
-                  "device for hplaserjet4: smb://server/hp"));
-  EXPECT_EQ("smb://u:p@server/hp", PrintServer::uri_of("hplaserjet4"));
-  EXPECT_EQ("HPLaserJet4050SeriesPCL6", PrintServer::default_queue());
+  expect_queues_of_archive();
   EXPECT_THAT(PrintServer::ppd("HPLaserJet4050SeriesPCL6", "NickName"),
               StartsWith("HP LaserJet 4050 Foomatic/ljet4"));
   EXPECT_THAT(PrintServer::ppd("hplaserjet4", "NickName"), StartsWith("HP LaserJet 4 Foomatic/ljet4"));
   EXPECT_THAT(PrintServer::ppd("HPDeskJet", "NickName"), StartsWith("HP DeskJet 200 Foomatic/pcl3"));
-  EXPECT_EQ("A5", PrintServer::choice("HPLaserJet4050SeriesPCL6", "PageSize"));
-  EXPECT_EQ("DuplexTumble", PrintServer::choice("HPLaserJet4050SeriesPCL6", "Duplex"));
   EXPECT_EQ("A5", PrintServer::ppd("HPLaserJet4050SeriesPCL6", "DefaultPageSize"));
-  EXPECT_EQ("A4", PrintServer::choice("HPDeskJet", "PageSize"));
-  EXPECT_EQ("Legal", PrintServer::choice("hplaserjet4", "PageSize"));
   const bool red_flag = std::string(GetParam()) == "RedFlag";
   EXPECT_EQ(red_flag ? "4" : "no value",
             PrintServer::job_option("HPLaserJet4050SeriesPCL6", "orientation-requested"));
@@ -144,20 +149,9 @@ TEST_F(RealPrinters, OfAGnomeSystemBecomeQueues) {
   windows.choose_for("HP DeskJet", "deskjet.ppd.gz");
   EXPECT_EQ(0, nldprinter(archive));
 
-  EXPECT_THAT(
-      lines(output_of("lpstat -v | sort")),
-      ElementsAre("device for HPDeskJet: lpd://10.0.0.5/lp",
-                  "device for HPLaserJet4050SeriesPCL6: parallel:/dev/lp0",
-                  "device for Usb: parallel:/dev/usb/lp0", "device for Web: ipp://srv:631/printers/hp",
-                  "device for hplaserjet4: smb://server/hp"));
-  EXPECT_EQ("smb://u:p@server/hp", PrintServer::uri_of("hplaserjet4"));
-  EXPECT_EQ("HPLaserJet4050SeriesPCL6", PrintServer::default_queue());
+  expect_queues_of_archive();
   EXPECT_EQ("HP DeskJet Series", PrintServer::ppd("HPDeskJet", "NickName"));
   EXPECT_EQ("true", PrintServer::job_option("HPLaserJet4050SeriesPCL6", "landscape"));
-  EXPECT_EQ("DuplexTumble", PrintServer::choice("HPLaserJet4050SeriesPCL6", "Duplex"));
-  EXPECT_EQ("A5", PrintServer::choice("HPLaserJet4050SeriesPCL6", "PageSize"));
-  EXPECT_EQ("Legal", PrintServer::choice("hplaserjet4", "PageSize"));
-  EXPECT_EQ("A4", PrintServer::choice("HPDeskJet", "PageSize"));
   EXPECT_EQ("BlackAndWhite", PrintServer::choice("HPDeskJet", "OutputType"));
   EXPECT_EQ("High", PrintServer::choice("HPDeskJet", "QualityType"));
   EXPECT_EQ("600x600sw", PrintServer::choice("HPDeskJet", "Quality"));

@@ -18,6 +18,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "system/detection.h"
 #include "things/queue.h"
 
 namespace {
@@ -48,15 +49,20 @@ struct UsableQueues : testing::Test {
     more.insert({{"Driver Name", "HP LaserJet 4050"}, {"Driver Name Wo Spaces", queue}});
     add_printer(file, more);
   }
-  /// A search that finds nothing asks a window, which is skipped.
-  static void add_unknown(const std::string& file) {
-    add(file, "Unknown", {{"Driver Name", "Nobody"}, {"Paper Size", "DMPAPER_A4"}});
+  /// Two that get no queue: a search that finds nothing asks a window, which is skipped, and no queue has a
+  /// blank in its name.
+  static void add_two_without_queues() {
+    add("unknown.txt", "Unknown", {{"Driver Name", "Nobody"}, {"Paper Size", "DMPAPER_A4"}});
+    add("two words.txt", "two words", {{"Paper Size", "DMPAPER_A4"}});
   }
 
   static std::string migrate(const char* system) {
     assign(OSName, system);
+    return migrate();
+  }
+  static std::string migrate() {
     testing::internal::CaptureStderr();
-    EXPECT_EQ(0, std::string(system) == "GNome" ? nldprinter(archive) : printer(archive));
+    EXPECT_EQ(0, std::string(OSName) == "GNome" ? nldprinter(archive) : printer(archive));
     return testing::internal::GetCapturedStderr();
   }
 
@@ -105,17 +111,41 @@ TEST_F(UsableQueues, AreLostByFoomaticAlone) {
 
 // ---- Pages ------------------------------------------------------------------------------------------------
 
-class FoomaticSystem : public UsableQueues, public testing::WithParamInterface<const char*> {};
+/// What each desktop is known by.
+struct Desktop {
+  const char* name;
+  const char* file;
+  const char* content;
+  const char* os_name;
+  const char* version = "Any";
+  int is_nld = 0;
+};
+
+class OneDesktop : public UsableQueues, public testing::WithParamInterface<Desktop> {
+ protected:
+  void SetUp() override {
+    write_file(GetParam().file, GetParam().content);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, getOsVersion(""));
+    testing::internal::GetCapturedStdout();
+    ASSERT_STREQ(GetParam().os_name, OSName);
+    ASSERT_STREQ(GetParam().version, OSVersion);
+    isNLD = GetParam().is_nld;
+  }
+};
+
+std::string name_of(const testing::TestParamInfo<Desktop>& one) { return one.param.name; }
+
+struct FoomaticSystem : OneDesktop {};
 
 TEST_P(FoomaticSystem, PrintsOnANewMachine) {
   add("a first.txt", "First",
       {{"Paper Size", "DMPAPER_ENV_C5"}, {"Orientation", "DMORIENT_LANDSCAPE"}, {"Color", "DMCOLOR_COLOR"}});
   add("Default.txt", "Middle",
       {{"Port Name", "10.0.0.5:lp"}, {"Duplex", "DMDUP_HORIZONTAL"}, {"Paper Size", "DMPAPER_A5"}});
-  add_unknown("unknown.txt");
-  add("two words.txt", "two words", {{"Paper Size", "DMPAPER_A4"}});
+  add_two_without_queues();
   add("z last.txt", "Last", {{"Port Name", "USB001"}, {"Y-Resolution", "600"}});
-  const std::string said = migrate(GetParam());
+  const std::string said = migrate();
 
   EXPECT_EQ(
       "device for First: parallel:/dev/lp0\ndevice for Last: parallel:/dev/usb/lp0\n"
@@ -135,7 +165,44 @@ TEST_P(FoomaticSystem, PrintsOnANewMachine) {
   expect_pages({"First", "Middle", "Last"});
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, FoomaticSystem, testing::Values("Linspire", "Xandros", "RedFlag"));
+INSTANTIATE_TEST_SUITE_P(
+    Desktops, FoomaticSystem,
+    testing::Values(Desktop{"linspire", "/etc/linspire-version", "Linspire 5.0\n", "Linspire"},
+                    Desktop{"xandros", "/etc/xandros-version", "Xandros Desktop OS 3\n", "Xandros"},
+                    Desktop{"redflag", "/etc/redflag-release", "Red Flag Linux release 4.1 (Desktop)\n",
+                            "RedFlag", "4.1"},
+                    Desktop{"redflag_plus", "/etc/redflag-release",
+                            "Red Flag Linux release 4.1plus (Desktop)\n", "RedFlag", "4.1 Plus"}),
+    name_of);
+
+struct CupsSystem : OneDesktop {};
+
+TEST_P(CupsSystem, PrintsThroughTheOneCommandOfFoomatic) {
+  add("a.txt", "First", {{"Paper Size", "DMPAPER_A4"}});
+  add("Default.txt", "Middle", {{"Paper Size", "DMPAPER_ENV_C5"}, {"Port Name", "USB001"}});
+  add_two_without_queues();
+  add("z.txt", "Last", {{"Paper Size", "DMPAPER_ENV_C5"}, {"Duplex", "DMDUP_VERTICAL"}});
+  stand_in("lpinfo", "echo 'lsb/usr/none.ppd Nobody'; echo 'laserjet.ppd.gz HP LaserJet 4050 (recommended)'");
+  const std::string said = migrate();
+
+  EXPECT_EQ(
+      "device for First: parallel:/dev/lp0\ndevice for Last: parallel:/dev/lp0\n"
+      "device for Middle: parallel:/dev/usb/lp0\n",
+      queues());
+  EXPECT_EQ("Middle", PrintServer::default_queue());
+  EXPECT_EQ("EnvC5", PrintServer::choice("Middle", "PageSize"));
+  EXPECT_EQ("EnvC5", PrintServer::choice("Last", "PageSize"));
+  EXPECT_EQ("DuplexNoTumble", PrintServer::choice("Last", "Duplex"));
+  EXPECT_THAT(said, HasSubstr("print queue Middle lost its driver by foomatic-configure: "));
+  EXPECT_THAT(said, Not(HasSubstr("print queue First")));
+  expect_pages({"First", "Middle", "Last"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Desktops, CupsSystem,
+                         testing::Values(Desktop{"gnome", "/etc/debian_version", "12.0\n", "GNome"},
+                                         Desktop{"nld", "/opt/gnome/share/pixmaps/Brindle_Icon.png", "icon",
+                                                 "GNome", "Any", 1}),
+                         name_of);
 
 TEST_F(UsableQueues, OfFoomaticPrintBesideOlderOnes) {
   have_old_queues();
@@ -159,6 +226,23 @@ TEST_F(UsableQueues, OfFoomaticPrintBesideOlderOnes) {
   EXPECT_EQ("smb://ann:se$cret@pc/hp", PrintServer::uri_of("First"));
 }
 
+// The server tells no password, so the address looks right.
+TEST_F(UsableQueues, OfAShareGetThePasswordThatWasTypedLast) {
+  add("a.txt", "Q", {{"Port Name", "//pc/hp"}});
+  windows.sign_in("ann", "wrong");
+  EXPECT_THAT(migrate("Linspire"), Not(HasSubstr("the password")));
+  PrintServer::write_queues();
+  windows.sign_in("ann", "right");
+  const std::string said = migrate("Linspire");
+  PrintServer::write_queues();
+  EXPECT_EQ("smb://ann:right@pc/hp", PrintServer::uri_of("Q"));
+  EXPECT_THAT(said,
+              AllOf(HasSubstr("print queue Q was there before: the print server has been given the user "
+                              "and the password of its share\n"),
+                    Not(HasSubstr("right"))));
+  EXPECT_THAT(PrintServer::ppd("Q", "NickName"), StartsWith("HP LaserJet 4050 Foomatic/ljet4"));
+}
+
 // At the right address, and of no use.
 TEST_F(UsableQueues, OfFoomaticGetTheDriverThatTheyNeverHad) {
   prepare("lpadmin -p Q -E -v parallel:/dev/lp0 2>/dev/null");
@@ -178,28 +262,6 @@ TEST_F(UsableQueues, OfFoomaticPrintWhenTheQueuesAreWrittenInBetween) {
   EXPECT_EQ("4", PrintServer::job_option("Q", "orientation-requested"));
   EXPECT_EQ("A5", PrintServer::choice("Q", "PageSize"));
   expect_pages({"Q"});
-}
-
-TEST_F(UsableQueues, OfCupsPrintThroughTheOneCommandOfFoomatic) {
-  add("a.txt", "First", {{"Paper Size", "DMPAPER_A4"}});
-  add("Default.txt", "Middle", {{"Paper Size", "DMPAPER_ENV_C5"}, {"Port Name", "USB001"}});
-  add("two words.txt", "two words");
-  add_unknown("unknown.txt");
-  add("z.txt", "Last", {{"Paper Size", "DMPAPER_ENV_C5"}, {"Duplex", "DMDUP_VERTICAL"}});
-  stand_in("lpinfo", "echo 'lsb/usr/none.ppd Nobody'; echo 'laserjet.ppd.gz HP LaserJet 4050 (recommended)'");
-  const std::string said = migrate("GNome");
-
-  EXPECT_EQ(
-      "device for First: parallel:/dev/lp0\ndevice for Last: parallel:/dev/lp0\n"
-      "device for Middle: parallel:/dev/usb/lp0\n",
-      queues());
-  EXPECT_EQ("Middle", PrintServer::default_queue());
-  EXPECT_EQ("EnvC5", PrintServer::choice("Middle", "PageSize"));
-  EXPECT_EQ("EnvC5", PrintServer::choice("Last", "PageSize"));
-  EXPECT_EQ("DuplexNoTumble", PrintServer::choice("Last", "Duplex"));
-  EXPECT_THAT(said, HasSubstr("print queue Middle lost its driver by foomatic-configure: "));
-  EXPECT_THAT(said, Not(HasSubstr("print queue First")));
-  expect_pages({"First", "Middle", "Last"});
 }
 
 // ---- Queues that lead nowhere -----------------------------------------------------------------------------

@@ -22,6 +22,7 @@ std::deque<std::pair<std::string, std::string>> credentials;
 bool driver_declined = false;
 bool credentials_declined = false;
 std::vector<std::string> windows;
+std::vector<std::string> named;
 std::atomic<unsigned> slept{0};
 GMainLoop* loop = nullptr;
 
@@ -50,6 +51,7 @@ int show_popup_window_select_driver(void*) {
   take_hand_over();
   const std::scoped_lock lock(planning);
   windows.push_back(std::string("driver ") + displaylabel);
+  named.emplace_back(driver_question.text());
   if (std::exchange(driver_declined, false)) return driver_question.decline(), 0;
   const auto planned = drivers_by_title.find(displaylabel);
   driver_question.keep_answer(
@@ -109,6 +111,11 @@ void Windows::sign_in(const std::string& user, const std::string& password) {
 std::vector<std::string> Windows::shown() {
   const std::scoped_lock lock(planning);
   return windows;
+}
+
+std::vector<std::string> Windows::named_printers() {
+  const std::scoped_lock lock(planning);
+  return named;
 }
 
 unsigned Windows::seconds_slept() { return slept; }

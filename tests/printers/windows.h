@@ -26,6 +26,8 @@ class Windows {
 
   /// The windows that were shown, in order: "driver TITLE" and "credentials TITLE SHARE".
   static std::vector<std::string> shown();
+  /// The printers that the driver windows were about, in order.
+  static std::vector<std::string> named_printers();
   /// Seconds the worker slept so far. The test does not wait them.
   static unsigned seconds_slept();
 

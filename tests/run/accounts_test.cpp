@@ -1,11 +1,14 @@
 #include "process/run/accounts.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
+#include <pthread.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -29,6 +32,23 @@ using testing::Pair;
 using testing::StartsWith;
 
 constexpr const char* root = "/tmp/brindAb/Brindle";
+
+const char* no_more_threads_after = nullptr;  // a command that begins so
+
+}  // namespace
+
+// Takes the C library's place for the one test in which no thread can be made.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*start)(void*),
+                              void* argument) {
+  using Create = decltype(&pthread_create);
+  static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  if (no_more_threads_after != nullptr)
+    for (const std::string& command : commands_run())
+      if (command.starts_with(no_more_threads_after)) return EAGAIN;
+  return next(thread, how, start, argument);
+}
+
+namespace {
 
 std::string in_archive(const std::string& name) { return std::string(root) + "/" + name; }
 
@@ -402,6 +422,19 @@ TEST_F(Passwords, TheirOwnerCannotSlipAFileIn) {
   EXPECT_EQ("root:owned\n", read_file("/home/ann/pass"));
 }
 
+TEST_F(Passwords, StayWhereNoThreadCanBeMade) {
+  shell_quietly("useradd -m ann");
+  profile("ann");
+  const std::string before = password_of("ann");
+  no_more_threads_after = "useradd ";
+  migrate_noting_errors();
+  EXPECT_EQ(before, password_of("ann"));
+  EXPECT_THAT(complained,
+              HasSubstr("/home/ann/pass cannot be written (Resource temporarily unavailable); the "
+                        "password of ann is not set\n"));
+  EXPECT_EQ("ann\n", read_file("/home/ann/Documents/of ann.txt") + "\n");
+}
+
 TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
   shell_quietly("useradd -m ann && echo hers > /home/ann/letter");
   profile("ann");
@@ -411,6 +444,20 @@ TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
   EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
   EXPECT_EQ("ann\n", read_file("/home/ann/Documents/of ann.txt") + "\n");
   EXPECT_EQ("", output_of("grep ' /home/ann ' /proc/self/mounts"));
+}
+
+// ---- The skeleton home ----------------------------------------------------------------------------------
+
+// Somebody was quicker than mkdir.
+TEST_F(Passwords, NobodyElseFurnishesNewHomes) {
+  profile("ann");
+  use_program("mkdir",
+              "[ \"$*\" != /tmp/nldroot ] || { /bin/mkdir -p /tmp/nldroot/root; echo evil > "
+              "/tmp/nldroot/root/.profile; chmod -R 777 /tmp/nldroot; chown -R games /tmp/nldroot; }\n"
+              "exec /bin/mkdir \"$@\"\n");
+  migrate();
+  EXPECT_FALSE(exists("/home/ann/.profile"));
+  EXPECT_EQ("s\n", read_file("/home/ann/.mozilla/skeleton"));
 }
 
 // ---- The password file ----------------------------------------------------------------------------------
@@ -528,6 +575,22 @@ TEST_F(Privacy, ChangesNothingForThoseWhoHadAnAccount) {
   migrate_noting_errors();
   EXPECT_EQ("755 ann\n", mode_of("/home/ann"));
   EXPECT_EQ("644 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+// More levels than a program may have files open.
+TEST_F(Privacy, ReachesTheDeepestFolder) {
+  profile("ann");
+  shell_quietly("cd '" + documents_of("ann") +
+                "' && for level in $(seq 1100); do mkdir d; cd -P d; done; echo > deep; chmod 644 deep");
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = 1024;
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &files));
+  migrate_noting_errors();
+  EXPECT_EQ("1\n", output_of("find /home/ann -name deep | wc -l"));
+  EXPECT_EQ("0\n", output_of("find /home/ann ! -user ann | wc -l"));
+  EXPECT_TRUE(open_to_others("/home/ann").empty());
+  EXPECT_FALSE(complained.find("Too many open files") != std::string::npos);
 }
 
 TEST_F(Privacy, FollowsNoLink) {

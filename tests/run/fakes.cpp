@@ -13,6 +13,7 @@
 namespace {
 
 Posts posted;
+std::vector<std::string> begun_so_far;
 std::map<Question*, std::function<void()>> answers;
 
 // Long enough for a worker that does not wait to show it.
@@ -58,6 +59,17 @@ int draw_posted_mark(void* data) {
   return 0;
 }
 
+int show_posted_beginning(void* data) {
+  take_hand_over();
+  const std::unique_ptr<PostedBeginning> begun(static_cast<PostedBeginning*>(data));
+  constexpr const char* phases[] = {"unpacking", "getting ready", "cleaning up"};
+  const Phase* phase = std::get_if<Phase>(&begun->what);
+  const std::string what = phase != nullptr ? phases[static_cast<int>(*phase)]
+                                            : "image_" + std::to_string(std::get<int>(begun->what));
+  begun_so_far.push_back(begun->login.empty() ? what : what + " for " + begun->login);
+  return 0;
+}
+
 int show_popup_window(void*) { return note("done"); }
 int show_popup_multi_user_error_window(void*) { return note("multi user error"); }
 int show_popup_unpacking_stopped(void*) { return note("unpacking stopped"); }
@@ -68,6 +80,8 @@ int show_smb_username_password_window(void*) { return note("share window", share
 int done_button_bar(void*) { return note("done buttons"); }
 
 const Posts& posts() { return posted; }
+
+const std::vector<std::string>& beginnings() { return begun_so_far; }
 
 std::map<std::string, int> marks() {
   std::map<std::string, int> last;

@@ -14,6 +14,9 @@
 using Posts = std::vector<std::pair<std::string, int>>;
 const Posts& posts();
 
+/// What has begun, in order: "image_1", "image_1 for ann" or a phase, such as "getting ready".
+const std::vector<std::string>& beginnings();
+
 /// The last result of each mark.
 std::map<std::string, int> marks();
 

@@ -114,6 +114,18 @@ TEST_F(Run, OnXandrosPrinterMarkStaysEmpty) {
   EXPECT_THAT(said, HasSubstr("About to call kmailAbout to call kdewallpaper"));
 }
 
+TEST_F(Run, SaysWhatBeginsFromTheUnpackingToTheRemoval) {
+  pack("Brindle/x", "");
+  on("Linspire");
+  migrate();
+  ASSERT_GT(beginnings().size(), 4u);
+  EXPECT_EQ("unpacking", beginnings()[0]);
+  EXPECT_EQ("getting ready", beginnings()[1]);
+  EXPECT_EQ("image_12", beginnings()[2]);
+  EXPECT_EQ("image_9", beginnings()[beginnings().size() - 2]);
+  EXPECT_EQ("cleaning up", beginnings().back());
+}
+
 TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
   on("Xandros");
   pack("Brindle/x", "");
@@ -123,6 +135,29 @@ TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
   ASSERT_NE(commands.end(), first);
   EXPECT_THAT(std::vector<std::string>(first, first + 4),
               ElementsAre("kmail", "killall kmail", "kaddressbook", "killall kaddressbook"));
+}
+
+// KMail goes into the background, where it gets its name late, and killall has been ended itself.
+TEST_F(Run, OnXandrosNoProgramStaysWhereKillallFails) {
+  on("Xandros");
+  shell_quietly("rm /usr/local/bin/sleep");
+  for (const std::string program : {"kmail", "kaddressbook"}) {
+    shell_quietly("cp /bin/sleep /srv/" + program);
+    write_file("/usr/local/bin/" + program,
+               "#!/bin/sh\nsetsid sh -c 'until [ -e /srv/called ]; do sleep 0.05; done; exec /srv/" +
+                   program + " 100' >/dev/null 2>&1 &\n");
+  }
+  shell_quietly(
+      "setsid /srv/kmail 100 >/dev/null 2>&1 & until pgrep -x kmail >/srv/hers; do sleep 0.1; done");
+  write_file("/usr/local/bin/killall", "#!/bin/bash\ntouch /srv/called; kill -SEGV $$\n");
+  pack("Brindle/x", "");
+  migrate();
+  // A signal takes a moment.
+  const std::string look =
+      "for i in $(seq 50); do [ $(pgrep -xc $NAME) -gt $MOST ] && sleep 0.1; done; pgrep -x $NAME";
+  EXPECT_EQ(read_file("/srv/hers"), output_of("NAME=kmail MOST=1; " + look));
+  EXPECT_EQ("", output_of("NAME=kaddressbook MOST=0; " + look));
+  shell_quietly("kill $(cat /srv/hers)");
 }
 
 TEST_F(Run, OnRedFlagGroupwiseStaysEmpty) {

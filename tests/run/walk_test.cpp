@@ -11,6 +11,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::IsSupersetOf;
 using testing::Pair;
 
 constexpr const char* root = "/tmp/brindAb/Brindle";
@@ -31,6 +32,38 @@ TEST(Walk, OnAnyOtherSystemSetsFourMarks) {
   walk(target_of(root));
   EXPECT_THAT(posts(),
               ElementsAre(Pair("image_12", 0), Pair("image_0", -1), Pair("image_1", 0), Pair("image_2", -1)));
+}
+
+// The step that only repeats the printers' result is no beginning.
+TEST(Walk, SaysWhatBeginsForTheRunningUser) {
+  assign(OSName, "RedFlag");
+  walk(target_of(root));
+  EXPECT_THAT(beginnings(), ElementsAre("image_12", "image_0", "image_1", "image_2", "image_3", "image_4",
+                                        "image_5", "image_6", "image_7", "image_8", "image_9"));
+}
+
+TEST(Walk, SaysNothingOfStepsThatASystemDoesNotHave) {
+  walk(target_of(root));
+  EXPECT_THAT(beginnings(), ElementsAre("image_12", "image_0", "image_1", "image_2"));
+}
+
+TEST(Walk, SaysWhatBeginsForEachOfAFamily) {
+  isMultiUser = 1;
+  write_file(in_archive("Profiles/ann/My Documents/a.txt"), "a");
+  write_file(in_archive("Profiles/bob/My Documents/a.txt"), "a");
+  walk(target_of(root));
+  EXPECT_THAT(beginnings(), IsSupersetOf({"image_0 for ann", "image_1 for ann", "image_2 for ann",
+                                          "image_0 for bob", "image_1 for bob", "image_2 for bob"}));
+  EXPECT_EQ("image_0", beginnings()[1]);
+  EXPECT_EQ("image_2", beginnings().back());
+}
+
+TEST(Walk, SaysThatAProfilesFontsAndPrintersBegin) {
+  isMultiUser = 1;
+  assign(OSName, "Xandros");
+  write_file(in_archive("Profiles/ann/My Documents/a.txt"), "a");
+  walk(target_of(root));
+  EXPECT_THAT(beginnings(), IsSupersetOf({"image_7 for ann", "image_9 for ann", "image_10 for ann"}));
 }
 
 TEST(Walk, AMigratorsOwnResultIsTheMarks) {

@@ -91,6 +91,19 @@ TEST_F(Ending, ACommandThatMindsNothingIsEndedWithAllItHasStarted) {
   EXPECT_FALSE(exists("/root/later"));
 }
 
+TEST_F(Ending, AThreadThatSleepsIsServedAndIsToldWhenToEnd) {
+  EXPECT_TRUE(shell::pause_and_serve(1000));
+  shell::while_waiting(count_calls);
+  EXPECT_LT(0.1, seconds_of([] { EXPECT_TRUE(shell::pause_and_serve(100000)); }));
+  EXPECT_EQ(1, calls);
+  calls_until_end = 2;
+  EXPECT_GT(1.0, seconds_of([] { EXPECT_FALSE(shell::pause_and_serve(2000000)); }));
+  EXPECT_TRUE(shell::is_told_to_end());
+  shell::while_waiting(nullptr);
+  EXPECT_LT(0.1, seconds_of([] { EXPECT_TRUE(shell::pause_and_serve(100000)); }));  // at the program's end
+  EXPECT_EQ(2, calls);
+}
+
 // ---- The end of the program ------------------------------------------------------------------------------
 
 TEST_F(Ending, OnlyTheEndingThreadStartsCommandsAndNobodyIsToldOfTheOthers) {
@@ -133,11 +146,14 @@ TEST_F(Ending, APauseEndsWhenTheEndBegins) {
 }
 
 TEST_F(Ending, WhatRunsIsAskedKindlyAndThenEnded) {
-  std::thread worker(
-      [] { shell_quietly("bash -c 'trap \"\" TERM; (exec sleep 4322)'; sleep 4323 | cat; true"); });
+  std::thread worker([] {
+    shell_quietly("sleep 4325 & bash -c 'trap \"\" TERM; (exec sleep 4322)'; sleep 4323 | cat; true");
+  });
   wait_for("sleep 4322");
+  wait_for("sleep 4325");
   EXPECT_TRUE(shell::end_commands(shell::Asked::kindly));
   usleep(300000);
+  EXPECT_EQ("", running("sleep 4325"));
   EXPECT_NE("", running("sleep 4322"));  // minds no SIGTERM, and is nobody's yet
   EXPECT_FALSE(shell::Processes().own().empty());
   for (int tries = 0; tries < 100 && shell::end_commands(shell::Asked::to_death); ++tries) usleep(20000);

@@ -50,7 +50,19 @@ TEST_F(KeptFirst, IsWhatAFileHeld) {
   EXPECT_TRUE(append_to_file("/root/d/b", "new"));
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
-  EXPECT_THAT(run.listed(), ElementsAre("made /root/d/b", "replaced /root/d/a"));
+  EXPECT_THAT(run.listed(), ElementsAre("replaced /root/d/a", "made /root/d/b"));
+}
+
+// What is open from before stays so, and is written through.
+TEST_F(KeptFirst, IsWhatAFileHeldUnderADiskThatWasMountedReadOnlyOverTheHome) {
+  KeepingRun run;
+  EXPECT_TRUE(replace_file("/root/d/first", "new"));
+  shell_quietly("mount --bind /root /root && mount -o remount,ro,bind /root");
+  EXPECT_NE(0, access(path, W_OK));
+  EXPECT_TRUE(replace_file(path, "new"));
+  EXPECT_TRUE(run.has_kept_all());
+  EXPECT_EQ("old", read_file(KeepingRun::kept(path)));
+  shell_quietly("umount /root");
 }
 
 TEST_F(KeptFirst, OrTheFileIsLeft) {

@@ -313,6 +313,16 @@ TEST_F(Texts, LieInTheirGlobals) {
   EXPECT_STREQ(share_question.text(), "//server/hp");
 }
 
+TEST_F(Texts, OfTheDriverQuestionAreItsOwn) {
+  smburl = "//server/hp";
+  driver_question.set_text("Office");
+  driver_question.set_title("HP LaserJet");
+  EXPECT_STREQ(driver_question.text(), "Office");
+  EXPECT_STREQ(driver_question.title(), "HP LaserJet");
+  EXPECT_STREQ(smburl, "//server/hp");
+  EXPECT_STREQ(share_question.text(), "//server/hp");
+}
+
 TEST_F(Texts, AreEmptyWithoutAny) {
   displaylabel = nullptr;
   EXPECT_STREQ(driver_question.title(), "");
@@ -337,7 +347,9 @@ TEST_F(Texts, AreReadByTheCallbackWhileTheWorkerWaitsAndChangedWhenItGoesOn) {
     std::string shown;
     share_question.set_title(name);
     share_question.set_text("//server/" + name);
+    driver_question.set_text(name);
     GuiThread::when_asked([&] {
+      EXPECT_EQ(driver_question.text(), name);
       shown = share_question.title() + std::string(" ") + share_question.text();
       if (round % 2 == 0) return share_question.decline();
       share_question.keep_answer(share_user, shown.c_str());

@@ -1,4 +1,4 @@
-// A run that keeps what it replaces, held against what it changed.
+// A run that keeps what it replaces, held against what it changed by a test's own eye.
 #ifndef BRINDLE_TESTS_SUPPORT_KEEPING_RUN_H
 #define BRINDLE_TESTS_SUPPORT_KEEPING_RUN_H
 
@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "keep/list.h"
 #include "place/entry.h"
 
-/// A run of root's that begins now, with a look at all in the homes, in /Share and in `others`.
+/// A run of root's that begins now, with a look at all in the homes, in /Share and in `others`, which may be
+/// files.
 class KeepingRun {
  public:
   explicit KeepingRun(std::vector<std::string> others = {});
@@ -19,33 +19,39 @@ class KeepingRun {
   KeepingRun(const KeepingRun&) = delete;
   KeepingRun& operator=(const KeepingRun&) = delete;
 
-  /// Ends the run. What it lists as changed, sorted: "made PATH", "replaced PATH", "removed PATH", and
-  /// "attributes PATH" for what got another owner or mode alone.
+  /// Ends the run. What it lists as changed, in the order of the paths: "made PATH", "replaced PATH",
+  /// "removed PATH", and "attributes PATH" for what got another owner or mode alone.
   std::vector<std::string> listed();
 
-  /// Ends the run. Whether everything that is not as it was at the beginning is listed with its old and its
-  /// new state, whether what was replaced or removed lies in the kept folder as it was, and whether nothing
-  /// else is listed as changed.
-  testing::AssertionResult has_kept_all();
+  /// What a run may do of its own accord, each below a path.
+  struct Liberties {
+    std::string more_kept = "none";   ///< more is kept than has changed
+    std::string given_away = "none";  ///< what was listed as made got its owner later, with all of the home
+  };
 
-  /// Whether everything looked at is as it was at the beginning.
-  testing::AssertionResult has_changed_nothing() const;
+  /// Ends the run. Whether everything that is not as it was at the beginning is listed with its old and its
+  /// new state, owners, modes and times too; whether nothing else is listed; and whether the kept folders
+  /// hold what was replaced or removed as it was, and nothing else.
+  testing::AssertionResult has_kept_all(const Liberties& liberties = {"none", "none"});
+
+  /// Whether all that was looked at, or what of it lies in `folders`, is as it was at the beginning, to the
+  /// times.
+  testing::AssertionResult has_changed_nothing(const std::vector<std::string>& folders = {""}) const;
 
   /// The kept folder of `home`, and where it keeps `path`.
   static std::string folder(const std::string& home = "/root");
   static std::string kept(const std::string& path, const std::string& home = "/root");
 
-  /// Puts a file where the kept folder of `home` would be made.
+  /// Puts a file of the person's where the kept folder of `home` would be made.
   static void prevent(const std::string& home = "/root");
 
+  /// What standard error says of a path that is left because it could not be kept.
+  static std::string left(const std::string& path);
+
  private:
-  using Entries = std::map<std::string, place::Entry>;
+  using Entries = std::map<std::string, place::Entry>;  // by path
 
   Entries look() const;
-  bool is_below_tops(const std::string& path) const;
-  std::map<std::string, keep::Row> rows() const;
-  std::string fault_of(const std::string& path, const Entries& now,
-                       const std::map<std::string, keep::Row>& rows) const;
 
   std::vector<std::string> tops_;
   Entries before_;

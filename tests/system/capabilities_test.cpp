@@ -106,11 +106,11 @@ TEST(CapabilityRows, DifferAsWritten) {
   };
   for (const Expected& expected : {
            Expected{"GNome", "X-Nautilus-Icon=gnome-fs-directory", false, false, false, false, 5, true, true,
-                    true, 22, 22},
-           Expected{"Linspire", "Icon=folder1", false, true, false, false, 2, false, false, false, 24, 22},
-           Expected{"RedFlag", "Icon=folder", true, true, true, true, 2, false, false, true, 26, 23},
-           Expected{"Xandros", "Icon=folder1", false, false, false, false, 5, false, false, true, 24, 22},
-           Expected{"", "Icon=folder1", false, false, false, false, 5, false, false, true, 24, 22},
+                    true, 41, 21},
+           Expected{"Linspire", "Icon=folder1", false, true, false, false, 2, false, false, false, 43, 22},
+           Expected{"RedFlag", "Icon=folder", true, true, true, true, 2, false, false, true, 44, 22},
+           Expected{"Xandros", "Icon=folder1", false, false, false, false, 5, false, false, true, 43, 22},
+           Expected{"", "Icon=folder1", false, false, false, false, 5, false, false, true, 43, 22},
        }) {
     SCOPED_TRACE(expected.name);
     const Capabilities& row = of(expected.name);

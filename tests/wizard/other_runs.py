@@ -5,6 +5,7 @@ import tarfile
 import tempfile
 import unittest
 
+import expected_accounts
 import preview_run
 
 # What every start leaves, whatever comes then.
@@ -104,6 +105,23 @@ class ClosedWhileRunning(Case):
         self.assertEqual(0, run.output.count("signal"), run.output)
         self.assertIn("exit main", run.text("log"))
         self.assertEqual([], [path for path in run.changes if path.startswith("/tmp/brind")])
+
+
+class LeftOut(Case):
+    """Two printers are asked about. One driver window is closed; the other printer gets a driver and is on a share."""
+
+    def test(self):
+        run = preview_run.run("linspire", "one-person", "--printer-driver", "laserjet",
+                              scenario="leave-out:Epson LQ-570+")
+        self.assertEqual(0, run.status, run.output)
+        for screen in ("printer-driver", "credentials", "done"):
+            self.assertIn(screen, run.screens)
+        self.assertNotIn("credentials-confirmation", run.screens)
+        missing = {(name, cause) for _, kind, name, cause, *_ in run.table("missing.tsv") if kind == "printers"}
+        self.assertEqual(set(expected_accounts.WITHOUT_PORT["one-person"] +
+                             expected_accounts.FOOMATIC_SKIPS["one-person"]), {name for name, _ in missing})
+        self.assertIn(("EpsonLQ-570+ESCP2", "There is no print queue EpsonLQ-570+ESCP2."), missing)
+        self.assertIn(("ClubHouseLaser2", "There is no print queue ClubHouseLaser2."), missing)
 
 
 class Options(Case):

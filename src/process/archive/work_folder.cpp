@@ -1,16 +1,24 @@
 #include "process/archive/work_folder.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <string>
 #include <system_error>
 
+#include "place/beneath.h"
+#include "place/entry.h"
+#include "shell/ending.h"
 #include "shell/processes.h"
 #include "shell/run.h"
 #include "state/state.h"
@@ -32,6 +40,23 @@ std::string work_folder() {
 bool is_own_folder(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
+}
+
+int swap_in(const std::string& made, const std::string& folder) {
+  const int exchanged = renameat2(AT_FDCWD, made.c_str(), AT_FDCWD, folder.c_str(), RENAME_EXCHANGE);
+  return exchanged == 0 || errno != ENOENT ? exchanged : std::rename(made.c_str(), folder.c_str());
+}
+
+// The other thing has the name of ours then.
+bool put_own_folder(const std::string& folder) {
+  std::string made = "/tmp/brindXXXXXX";
+  if (mkdtemp(made.data()) == nullptr) return false;
+  const bool is_put = swap_in(made, folder) == 0 && is_own_folder(folder);
+  const int error = errno;
+  const Descriptor top = place::open_top("/tmp");
+  static_cast<void>(place::remove_entry(place::spot_beneath(top.number(), made.substr(sizeof "/tmp"))));
+  errno = error;
+  return is_put;
 }
 
 }  // namespace
@@ -68,7 +93,7 @@ void stop_unpacking() {
   for (int round = 0; filling > 0 && round < tries; ++round) {
     const std::string folder = work_folder();
     if (!folder.empty()) end_commands_on(folder);
-    usleep(pause_microseconds);
+    if (!shell::pause_and_serve(pause_microseconds)) return;
   }
 }
 
@@ -83,6 +108,13 @@ void remove_unpacked_part(const std::string& folder) {
 void remove_work_folder() {
   stop_unpacking();
   remove_own_folder(work_folder());
+}
+
+bool claim_own_folder(const std::string& folder) {
+  if (is_own_folder(folder) || put_own_folder(folder)) return true;
+  std::fprintf(stderr, "%s is somebody else's, so nothing is taken from there: %s\n", folder.c_str(),
+               std::strerror(errno));
+  return false;
 }
 
 void remove_own_folder(const std::string& folder) {

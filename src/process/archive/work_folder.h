@@ -37,12 +37,19 @@ void end_commands_on(const std::string& folder);
 void remove_unpacked_part(const std::string& folder);
 
 /// GUI thread: from now on nothing is unpacked. An unzip that runs is ended, and this returns when no thread
-/// fills the folder any more, at the latest after ten seconds.
+/// fills the folder any more, at the latest after ten seconds, or when the main loop was left meanwhile: the
+/// windows are served.
 void stop_unpacking();
 
 /// For the end of the program: stop_unpacking, then ends what still works on the folder, and removes it. Only
 /// a folder of this process's own user; the worker has usually removed it long before.
 void remove_work_folder();
+
+/// After the command that makes `folder` in /tmp, where everybody may make things: what somebody who was
+/// quicker has put there, or could still put there, is replaced by an empty folder of this process's own
+/// user, which nobody else can move. False, with a word on standard error, when that cannot be done: nothing
+/// in it is to be used.
+[[nodiscard]] bool claim_own_folder(const std::string& folder);
 
 /// For the end of the program: ends what still works on `folder`, a folder that the run has made in /tmp, and
 /// removes it, without a command. Nothing for an empty path, and nothing but a folder of this process's own

@@ -10,7 +10,7 @@ std::optional<std::string> first_entry(const std::string& folder,
                                        const char* cannot_open, const char* wanted) {
   const auto entries = list_folder(folder);
   if (!entries) {
-    std::perror(cannot_open);
+    tell_unlisted(cannot_open, folder);
     return std::nullopt;
   }
   for (const std::string& entry : *entries) {

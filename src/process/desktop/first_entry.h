@@ -9,7 +9,7 @@
 
 /// The first entry of `folder`, in directory order, that is none of `others`; whether it is a file or a
 /// folder does not matter. No value after a line on standard error: `cannot_open` with the system error when
-/// the folder cannot be opened, else "No WANTED in FOLDER".
+/// the folder cannot be opened (tell_unlisted), else "No WANTED in FOLDER".
 std::optional<std::string> first_entry(const std::string& folder,
                                        std::initializer_list<std::string_view> others,
                                        const char* cannot_open, const char* wanted);

@@ -21,20 +21,23 @@ namespace {
 // fonts.
 constexpr const char* working_directory = "/tmp/redflagroot2";
 
-void unpack(const char* tarball) {
+// False when somebody else holds the working directory.
+bool unpack(const char* tarball) {
   const shell::Command tar = compose("tar -jxf \"%s\" -C %s/root", tarball, working_directory);
   shell::run_unlogged(compose("rm -rf %s", working_directory));
   shell::run_unlogged(compose("mkdir %s", working_directory));
+  if (!claim_own_folder(working_directory)) return false;
   shell::run_unlogged(compose("mkdir %s/root", working_directory));
   shell::run_unlogged(tar);
   std::printf("Tar Command::%s\n", tar.c_str());
   std::printf("Home Directory Path::%s\n", working_directory);
+  return true;
 }
 
 // False when the settings that are there could not be kept.
 bool replace_terminal_settings(const std::string& home, const char* tarball) {
   std::printf("Replacing the konsole file.");
-  unpack(tarball);
+  if (!unpack(tarball)) return true;
   const shell::Command copy =
       compose("cp -f %s/root/.kde/share/config/konsolerc %s/.kde/share/config", working_directory, home);
   const bool kept = copy_over(copy, std::string(working_directory) + "/root/.kde/share/config/konsolerc",

@@ -26,6 +26,7 @@ constexpr Key keys[] = {
     {&PrinterDescription::color, "Color"},
     {&PrinterDescription::duplex, "Duplex"},
     {&PrinterDescription::y_resolution, "Y-Resolution"},
+    {&PrinterDescription::name, "Printer Name"},
 };
 
 bool is_default(const std::string& path) {

@@ -22,6 +22,7 @@ struct PrinterDescription {
   std::string color;          ///< a DMCOLOR_ name
   std::string duplex;         ///< a DMDUP_ name
   std::string y_resolution;   ///< dots per inch
+  std::string name;           ///< on Windows, what people call it
   bool is_default = false;    ///< the file is named exactly "Default.txt"
 };
 

@@ -9,13 +9,15 @@
 #include "process/printers/options.h"
 #include "process/printers/usable_queue.h"
 #include "shell/run.h"
+#include "state/question.h"
 
 namespace {
 
 std::optional<Model> find_model(const QueueTools& tools, const std::string& home,
-                                const std::string& driver_name) {
+                                const PrinterDescription& printer) {
   std::printf("Going into find driver");
-  Model model = tools.find_model(home, driver_name);
+  driver_question.set_text(printer.name.empty() ? printer.queue : printer.name);
+  Model model = tools.find_model(home, printer.driver_name);
   std::printf("ID=%s \t Driver=%s", model.id.c_str(), model.driver.c_str());
   if (model.driver.empty() || (tools.needs_id && model.id.empty())) return std::nullopt;
   return model;
@@ -45,7 +47,7 @@ bool migrate(const Target& target, const QueueTools& tools, const PrinterDescrip
   const std::optional<Device> device = device_of_port(printer.port);
   if (!device) return true;
   if (!tools.keep_search(target.home)) return false;
-  const std::optional<Model> model = find_model(tools, target.home, printer.driver_name);
+  const std::optional<Model> model = find_model(tools, target.home, printer);
   if (!model) return true;
   if (!tools.keep_for_queue(printer.queue)) return false;
   std::optional<std::string> uri = uri_of(*device, printer.queue);

@@ -67,7 +67,10 @@ void UsableQueue::after_making(const std::string& address,
   if (!is_looked_at_) return;
   const std::optional<std::string> state = state_of(name_);
   if (!state) return;
-  if (has_driver(*state) && leads_to(*state, address)) return remember(*state);
+  if (has_driver(*state) && leads_to(*state, address)) {
+    remember(*state);
+    return give_password(address);
+  }
   const bool keeps_driver = has_driver(*state) && is_turned_into_usb(*state, address);
   const things::Driver driver = keeps_driver ? things::Driver() : find_driver();
   std::string error = "its driver is not there";
@@ -78,6 +81,18 @@ void UsableQueue::after_making(const std::string& address,
   say(name_, keeps_driver ? "was sent to a device that nothing comes out of, and now leads to " + address
                           : "was not made by its command: the print server has made it");
   if (const std::optional<std::string> made = state_of(name_)) remember(*made);
+}
+
+// No state tells a password: a command that does nothing has left the one of an earlier run.
+void UsableQueue::give_password(const std::string& address) const {
+  if (!was_there_ || things::without_password(address) == address) return;
+  std::string error;
+  const bool given = things::make_queue(name_, address, {}, error);
+  say(name_, given
+                 ? "was there before: the print server has been given the user and the password of its share"
+                 : "was there before, and the print server does not take the user and the password of its "
+                   "share once more: " +
+                       reason(error, address));
 }
 
 void UsableQueue::after_option(const std::string& option) {

@@ -20,7 +20,8 @@ class UsableQueue {
   explicit UsableQueue(std::string name);
 
   /// After the command that makes it: when it does not lead to `address` or has no driver, it is made there
-  /// with the one that `find_driver` gives. Without one it is not.
+  /// with the one that `find_driver` gives. Without one it is not. One that was there gets the password in
+  /// `address` once more.
   void after_making(const std::string& address, const std::function<things::Driver()>& find_driver);
 
   /// After a command of foomatic's that sets `option`, as "PageSize=A4", or nothing: gives the driver back
@@ -32,6 +33,7 @@ class UsableQueue {
 
  private:
   void remember(const std::string& state);
+  void give_password(const std::string& address) const;
 
   std::string name_;
   bool is_looked_at_ = false;

@@ -207,6 +207,7 @@ void migrate_profile(const Target& target, const std::string& archive_root) {
 
 int migrate_account(const Target& target, const std::string& profiles_folder, const std::string& skeleton) {
   const std::string& login = target.login;
+  post_beginning(Mark::several_users, login);
   std::printf("Migrating Data for User::%s\n", login.c_str());
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
@@ -249,7 +250,7 @@ int CheckMultiUser(const char* args) {
 
 int migrate_profiles(const char* root) {
   const Skeleton* skeleton = capabilities(detected_system()).skeleton;
-  if (skeleton != nullptr) unpack_skeleton(*skeleton);
+  if (skeleton != nullptr) static_cast<void>(unpack_skeleton(*skeleton));
   put(font_dir_path, root);
   const std::string folder = std::string(root) + "/" + layout::profiles;
   const auto names = list_folder(folder);

@@ -1,20 +1,30 @@
 #include "process/run/applications.h"
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <initializer_list>
+#include <set>
 
 #include "gconf/kept_key.h"
 #include "gconf/settings.h"
 #include "keep/keep.h"
+#include "process/archive/work_folder.h"
 #include "process/mail/evolution/new_home.h"
 #include "shell/ending.h"
 #include "shell/files.h"
 #include "shell/home.h"
+#include "shell/processes.h"
 #include "shell/run.h"
 #include "state/state.h"
 
 namespace {
+
+// Where no skeleton home can be: accounts made from it have an empty home, and nothing is removed there.
+constexpr const char* nowhere = "/dev/null/skeleton";
 
 // What is there and cannot be kept stays, and the home goes without a new profile.
 void copy_browser_profile(const Skeleton& skeleton, const std::string& home) {
@@ -30,7 +40,7 @@ void remove_skeleton(const Skeleton& skeleton) { SYSTEM(compose("rm -rf %s", ske
 void prepare_from_skeleton(const std::string& home, const Skeleton& skeleton) {
   if (is_folder(home.c_str(), ".mozilla") == 1) return;
   std::printf("untarring");
-  unpack_skeleton(skeleton);
+  if (!unpack_skeleton(skeleton)) return;
   copy_browser_profile(skeleton, home);
   remove_skeleton(skeleton);
 }
@@ -72,28 +82,45 @@ void prepare_gnome(const Target& target, const Skeleton& skeleton) {
   const bool has_evolution = is_folder(home.c_str(), ".evolution") == 1;
   if (has_mozilla && has_evolution) return;
   std::printf("untarring");
-  unpack_skeleton(skeleton);
-  if (!has_mozilla) copy_browser_profile(skeleton, home);
+  const bool is_ours = unpack_skeleton(skeleton);
+  if (is_ours && !has_mozilla) copy_browser_profile(skeleton, home);
   if (!has_evolution && kept_before_evolution(home)) start_evolution_once(target);
-  remove_skeleton(skeleton);
+  if (is_ours) remove_skeleton(skeleton);
 }
 
-// What was started for a moment does not stay when the wizard is left in that moment.
-void end_program(const shell::Command& command) {
+// Whether there were any.
+bool end_newcomers(const std::string& name, const std::set<pid_t>& before) {
+  bool found = false;
+  for (const pid_t id : shell::Processes().called(name)) {
+    if (before.contains(id)) continue;
+    kill(id, SIGTERM);
+    found = true;
+  }
+  return found;
+}
+
+// The command is waited for: a program that stays in the foreground holds the run up until it is closed. What
+// it leaves behind does not stay, neither when the wizard is left in that moment nor when killall is missing
+// or fails. One that somebody had open before is killall's alone.
+void start_for_a_moment(const shell::Command& program, unsigned int seconds, const shell::Command& killall) {
+  constexpr int looks = 50;
+  constexpr useconds_t between_looks_microseconds = 20'000;
+  const std::string name = program.c_str();
+  const std::set<pid_t> before = shell::Processes().called(name);
+  const bool started = shell::run_for_status(program) == 0;
+  shell::pause_for(seconds);
   const shell::EvenAtTheEnd even_at_the_end;
-  SYSTEM(command);
+  if (shell::run_for_status(killall) == 0) return;
+  // One that was started this moment may not have its name yet.
+  for (int look = 0; !end_newcomers(name, before) && started && look < looks; ++look)
+    usleep(between_looks_microseconds);
 }
 
-// Each command is waited for: a program that stays in the foreground holds the run up until it is closed.
 void prepare_by_starting(const std::string& home) {
   if (!kept_before_kde_programs(home)) return;
-  SYSTEM(compose("kmail"));
-  shell::pause_for(5);
-  end_program(compose("killall kmail"));
+  start_for_a_moment(compose("kmail"), 5, compose("killall kmail"));
   if (shell::starts_no_more_commands()) return;
-  SYSTEM(compose("kaddressbook"));
-  shell::pause_for(2);
-  end_program(compose("killall kaddressbook"));
+  start_for_a_moment(compose("kaddressbook"), 2, compose("killall kaddressbook"));
 }
 
 }  // namespace
@@ -119,12 +146,16 @@ void prepare_applications(const Target& target) {
   std::printf("Applications Initialization.......DONE");
 }
 
-void unpack_skeleton(const Skeleton& skeleton) {
-  // Both are short constants and fit.
+bool unpack_skeleton(const Skeleton& skeleton) {
+  // All are short constants and fit.
   static_cast<void>(assign(homedirpath, skeleton.folder));
   static_cast<void>(assign(tarfilepath, skeleton.tarball));
   shell::run_unlogged(compose("rm -rf %s", skeleton.folder));
   shell::run_unlogged(compose("mkdir %s", skeleton.folder));
+  if (!claim_own_folder(skeleton.folder)) {
+    static_cast<void>(assign(homedirpath, nowhere));
+    return false;
+  }
   if (skeleton.bzip2) shell::run_unlogged(compose("mkdir %s/root", skeleton.folder));
   const shell::Command tar = skeleton.bzip2
                                  ? compose("tar -jxf \"%s\" -C %s/root", skeleton.tarball, skeleton.folder)
@@ -132,4 +163,5 @@ void unpack_skeleton(const Skeleton& skeleton) {
   SYSTEM(tar);
   std::printf("Tar Command::%s\n", tar.c_str());
   std::printf("Home Directory Path::%s\n", skeleton.folder);
+  return true;
 }

@@ -11,7 +11,8 @@
 void prepare_applications(const Target& target);
 
 /// Unpacks a skeleton home afresh into its folder. Sets homedirpath and tarfilepath. What fails is in the
-/// system log or on standard error.
-void unpack_skeleton(const Skeleton& skeleton);
+/// system log or on standard error. False when somebody else holds that folder: nothing is unpacked, and
+/// homedirpath is a place that cannot exist.
+[[nodiscard]] bool unpack_skeleton(const Skeleton& skeleton);
 
 #endif

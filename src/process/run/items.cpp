@@ -20,6 +20,12 @@ void post_mark(Mark mark, int result) {
   post_to_gui(draw_posted_mark, new PostedMark{static_cast<int>(mark), result});
 }
 
+void post_beginning(Mark mark, const std::string& login) {
+  post_to_gui(show_posted_beginning, new PostedBeginning{static_cast<int>(mark), login});
+}
+
+void post_beginning(Phase phase) { post_to_gui(show_posted_beginning, new PostedBeginning{phase, ""}); }
+
 void item(Image_Result* /*buf*/, const char* image, const char* folder, func_t func, const char* func_arg) {
   // Deliberate: part of the output. A missing item is logged as well.
   write_log(folder, fp_log);

@@ -3,6 +3,9 @@
 #ifndef BRINDLE_PROCESS_RUN_ITEMS_H
 #define BRINDLE_PROCESS_RUN_ITEMS_H
 
+#include <string>
+
+#include "state/posts.h"
 #include "system/marks.h"
 
 /// A mark's image widget with its result: the GUI thread's own record (interface/marks.h).
@@ -13,6 +16,12 @@ using func_t = int (*)(const char*);
 
 /// Posts `mark` with `result`, 0 for success.
 void post_mark(Mark mark, int result);
+
+/// Posts that the item of `mark` begins, for the account `login`, or for the running user when it is empty.
+void post_beginning(Mark mark, const std::string& login);
+
+/// Posts that a part of the run begins that has no mark.
+void post_beginning(Phase phase);
 
 /// Runs one item of the default user and posts its mark, that of the widget called `image`: when `folder` can
 /// be read in new_dir_path, `func(func_arg)` gives the result, otherwise it is -1. `folder` is logged either

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 #include <thread>
 
 #include "place/descriptor.h"
@@ -52,13 +53,17 @@ PasswordFile write_password_file(const std::string& path, const std::string& log
 
 bool run_with_empty_home(const std::string& home, const std::function<void()>& commands) {
   int error = 0;
-  std::thread([&] {
-    if (hide_content_of(home)) {
-      commands();
-    } else {
-      error = errno;
-    }
-  }).join();
+  try {
+    std::thread([&] {
+      if (hide_content_of(home)) {
+        commands();
+      } else {
+        error = errno;
+      }
+    }).join();
+  } catch (const std::system_error& no_thread) {
+    error = no_thread.code().value();
+  }
   errno = error;
   return error == 0;
 }

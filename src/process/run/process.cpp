@@ -29,6 +29,7 @@
 #include "process/archive/work_folder.h"
 #include "process/run/accounts.h"
 #include "process/run/applications.h"
+#include "process/run/items.h"
 #include "process/run/run_note.h"
 #include "process/run/walk.h"
 #include "shell/files.h"
@@ -191,18 +192,21 @@ void run_to_the_end(char* args) {
   if (keep::folder_of_run().empty()) keep::begin_run(target_of("").home, std::time(nullptr));
   if (capabilities(detected_system()).gconf) client = start_gconf();
 
+  post_beginning(Phase::unpacking);
   const std::string root = unpack(g_filename, g_password);
   if (CheckMultiUser(root.c_str()) == -1) give_up(dir_name, client, fp_log);
   trace_users(isMultiUser, default_user);
   if (isMultiUser != 0) add_profiles_to_run_note(root.c_str());
 
   const Target target = target_of(root.c_str());
+  post_beginning(Phase::getting_ready);
   prepare_applications(target);
   add_kept_folder_to_run_note();
   const bool refused = target.one_of_several && target.home != "/root";
   if (!refused) walk_steps(target, root);
   add_kept_folder_to_run_note();
 
+  post_beginning(Phase::cleaning_up);
   remove_unpacked(dir_name);
   if (!refused) remove_skeleton_home(homedirpath);
   write_log("delete Brindle folder", fp_log);

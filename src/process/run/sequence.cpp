@@ -50,12 +50,12 @@ constexpr Step steps[] = {
   {For::everybody,    Mark::cookies,            Looks::for_item,          layout::cookies,         on_known_systems(cookies)},
   {For::running_user, Mark::fonts,              Looks::for_item,          layout::fonts,           on_known_systems(fonts)},
   // Deliberate: part of the output. Red Flag has none for profiles: fonts of several users are everybody's there.
-  {For::profiles,     {},                       Looks::for_nothing,       nullptr,                 {fonts,                fonts,         none,          fonts,         none}},
+  {For::profiles,     Mark::fonts,              Looks::for_nothing,       nullptr,                 {fonts,                fonts,         none,          fonts,         none}},
   {For::everybody,    Mark::file_extensions,    Looks::for_item,          layout::file_extensions, on_known_systems(file_extensions)},
   {For::everybody,    Mark::mapped_drives,      Looks::for_item,          layout::mapped_drives,   {nautilusmappeddrives, mappeddrives,  mappeddrives,  mappeddrives,  none}},
   // Deliberate: part of the output. On Xandros printers are made, but the mark that repeats their result stays empty.
   {For::running_user, Mark::printers,           Looks::back_at_printers,  nullptr,                 {again,                again,         again,         none,          none}},
-  {For::profiles,     {},                       Looks::for_item,          layout::printers,        on_known_systems(normalprinter)},
+  {For::profiles,     Mark::printers,           Looks::for_item,          layout::printers,        on_known_systems(normalprinter)},
   {For::everybody,    Mark::groupwise,          Looks::for_item,          layout::groupwise,       {groupwise,            none,          none,          none,          none}},
 };
 // clang-format on

@@ -45,7 +45,7 @@ struct Migrator {
 /// One step of a migration.
 struct Step {
   For whom;
-  std::optional<Mark> mark;  ///< set for the running user; profiles set none
+  std::optional<Mark> mark;  ///< its row says what begins; set for the running user, profiles set none
   Looks looks;
   const char* name;  ///< folder or file looked for
   std::array<Migrator, system_count> migrators = {};

@@ -66,6 +66,12 @@ int marked_step(Walk& walk, const Step& step) {
   return walk.printer_result;
 }
 
+// The step that repeats a result does nothing that would take time.
+void tell_beginning(const Walk& walk, const Step& step) {
+  if (!step.mark || step.looks == Looks::back_at_printers) return;
+  post_beginning(*step.mark, walk.target.is_running_user ? "" : walk.target.login);
+}
+
 void run_step(const Step& step, Walk& walk) {
   const Migrator& migrator = migrator_of(step, walk.target.system);
   if (migrator.trace != nullptr) std::printf("%s", migrator.trace);
@@ -90,6 +96,7 @@ void walk_steps(const Target& target, const std::string& archive_root) {
   for (const Step& step : sequence()) {
     if (!is_for(target, step) || !exists_on(step, target.system)) continue;
     if (shell::starts_no_more_commands()) return;
+    tell_beginning(walk, step);
     run_step(step, walk);
     finish_keys(client);
     keep::settle();

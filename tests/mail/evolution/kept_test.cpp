@@ -8,7 +8,7 @@
 #include "process/mail/evolution/accounts.h"
 #include "process/mail/evolution/new_home.h"
 #include "process/mail/evolution/personal.h"
-#include "support/watched_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -52,27 +52,27 @@ TEST_F(EvolutionKept, TheStoresOfAFullHome) {
   fill("/home/ann/.evolution");
   write_file(gconf + "calendar/%gconf.xml", "source uid=&quot;1&quot;");
   write_file(gconf + "calendar/display/%gconf.xml", "own");
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, calendar_contacts_tasks(imap_mail.c_str()));
-  EXPECT_THAT(run.told(),
+  EXPECT_THAT(run.listed(),
               AllOf(Contains("replaced /home/ann/.evolution/addressbook/local/system/addressbook.db"),
                     Contains("replaced /home/ann/.evolution/calendar/local/system/calendar.ics"),
                     Contains("replaced /home/ann/.evolution/tasks/local/system/tasks.ics"),
                     Contains("replaced " + gconf + "calendar/display/%gconf.xml")));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionKept, TheStoresThatAreMade) {
   std::filesystem::create_directories("/root/evolution");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, calendar_contacts_tasks(imap_mail.c_str()));
   EXPECT_THAT(
-      run.told(),
+      run.listed(),
       ElementsAre("made /root/evolution/local", "made /root/evolution/local/Calendar",
                   "made /root/evolution/local/Calendar/calendar.ics", "made /root/evolution/local/Contacts",
                   "made /root/evolution/local/Contacts/addressbook.db", "made /root/evolution/local/Tasks",
                   "made /root/evolution/local/Tasks/tasks.ics"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // Each store alone, and each only in part.
@@ -82,26 +82,26 @@ TEST_F(EvolutionKept, OneStoreThatIsMade) {
     shell_quietly("rm -rf /home/ann/.evolution /home/ann/.brindle_before /root/.brindle_before");
     fill("/home/ann/.evolution");
     std::filesystem::remove_all(std::string("/home/ann/.evolution/") + store + "/local");
-    WatchedRun run({"/root", "/home/ann"});
+    KeepingRun run;
     EXPECT_EQ(0, calendar_contacts_tasks(imap_mail.c_str()));
-    EXPECT_THAT(run.told(), Contains(std::string("made /home/ann/.evolution/") + store + "/local"));
-    EXPECT_TRUE(run.is_whole()) << store;
+    EXPECT_THAT(run.listed(), Contains(std::string("made /home/ann/.evolution/") + store + "/local"));
+    EXPECT_TRUE(run.has_kept_all()) << store;
   }
 }
 
 // Into a full store, into one that is to be made, into Evolution 1's.
 TEST_F(EvolutionKept, OrNothingIsCopied) {
   make_person();
-  block_keeping("/home/ann");
+  KeepingRun::prevent("/home/ann");
   for (const char* gone : {"nothing", "calendar", ""}) {
     fill("/home/ann/.evolution");
     shell_quietly(std::string("rm -rf /home/ann/.evolution/") + gone);
     forget_commands();
-    const WatchedRun run({"/home/ann"});
+    const KeepingRun run;
     testing::internal::CaptureStderr();
     EXPECT_EQ(-1, calendar_contacts_tasks(imap_mail.c_str()));
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-    EXPECT_TRUE(run.changed_nothing()) << gone;
+    EXPECT_TRUE(run.has_changed_nothing({"/home/ann"})) << gone;
     EXPECT_THAT(commands_run(), Not(Contains(StartsWith("cp"))));
   }
 }
@@ -117,9 +117,9 @@ TEST_F(EvolutionKept, NothingBehindAStoreThatCannotBeKept) {
     fill("/home/ann/.evolution");
     shell_quietly("mv " + store + name + "/local /root/out; ln -s /root/out " + store + name + "/local");
     forget_commands();
-    const WatchedRun run({"/root/out"});
+    const KeepingRun run;
     EXPECT_EQ(-1, calendar_contacts_tasks(imap_mail.c_str()));
-    EXPECT_TRUE(run.changed_nothing()) << name;
+    EXPECT_TRUE(run.has_changed_nothing({"/root/out"})) << name;
     std::vector<std::string> commands;
     for (const std::string& command : commands_run())
       if (command.starts_with("cp ")) commands.push_back(command);
@@ -143,22 +143,22 @@ struct EvolutionMailKept : EvolutionKept {
 };
 
 TEST_F(EvolutionMailKept, AProfilesWholeMail) {
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, mail_account(archive_root.c_str()));
-  EXPECT_THAT(run.told(),
+  EXPECT_THAT(run.listed(),
               AllOf(Contains("replaced /home/ann/.evolution/mail/local/Inbox"),
                     Contains("replaced " + gconf + "mail/%gconf.xml"),
                     Contains("replaced /home/ann/.evolution/calendar/local/system/calendar.ics")));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionMailKept, OrNothingOfIt) {
-  block_keeping("/home/ann");
-  const WatchedRun run({"/home/ann"});
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mail_account(archive_root.c_str()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/home/ann")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left("/home/ann")));
+  EXPECT_TRUE(run.has_changed_nothing({"/home/ann"}));
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -166,20 +166,20 @@ TEST_F(EvolutionMailKept, OrNothingOfIt) {
 TEST_F(EvolutionMailKept, NothingBehindFoldersThatCannotBeKept) {
   std::filesystem::rename("/home/ann/.evolution/mail/local", "/root/out");
   std::filesystem::create_directory_symlink("/root/out", "/home/ann/.evolution/mail/local");
-  const WatchedRun run({"/root/out", "/home/ann/.evolution"});
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mail_account(archive_root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing({"/root/out", "/home/ann/.evolution"}));
 }
 
 TEST_F(EvolutionMailKept, TheHomesTimeWhenNothingElseChanges) {
   std::filesystem::remove(imap_mail + "/brindle-email-accounts/work");
   std::filesystem::remove_all(archive_root + "/Mail");
   std::filesystem::remove_all(imap_mail + "/Contacts");
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, mail_account(archive_root.c_str()));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // ---- A new home -------------------------------------------------------------------------------------------
@@ -203,19 +203,19 @@ class EvolutionListsKept : public testing::TestWithParam<Repair> {
 };
 
 TEST_P(EvolutionListsKept, WithAFileNamedLikeTheCopy) {
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, GetParam().repair());
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + list, "removed " + aside));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + list, "removed " + aside));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_P(EvolutionListsKept, OrNotRepaired) {
-  block_keeping("/home/ann");
-  const WatchedRun run({"/home/ann"});
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, GetParam().repair());
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(list)));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left(list)));
+  EXPECT_TRUE(run.has_changed_nothing({"/home/ann"}));
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -242,21 +242,21 @@ TEST_F(EvolutionKept, WhatItsFirstStartChanges) {
   for (const char* folder : {".gconf/apps/evolution", ".gnome2", ".config/evolution"})
     write_file(std::string("/root/") + folder + "/there", "before");
   write_file("/root/.local/share/evolution/mail/local/cur/1", "letter");
-  WatchedRun run;
+  KeepingRun run;
   launch_evolution();
-  EXPECT_THAT(run.told(),
+  EXPECT_THAT(run.listed(),
               AllOf(Contains("replaced /root/.gnome2/there"), Contains("made /root/.camel_certs"),
                     Contains("made /root/.local/share/evolution/sub"), Contains("made /root/evolution")));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionKept, OrItIsNotStarted) {
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   launch_evolution();
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 

@@ -10,7 +10,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/watched_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -31,10 +31,10 @@ struct KmailKept : testing::Test {
 };
 
 TEST_F(KmailKept, IntoAnEmptyHomeAllIsMade) {
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
   EXPECT_THAT(
-      run.told(),
+      run.listed(),
       ElementsAre("made /root/Mail", "made /root/Mail/.inbox.directory",
                   "made /root/Mail/.inbox.directory/.Sub.directory", "made /root/Mail/.inbox.directory/Sub",
                   "made /root/Mail/.inbox.directory/Sub/cur", "made /root/Mail/.inbox.directory/Sub/cur/Sub2",
@@ -42,7 +42,7 @@ TEST_F(KmailKept, IntoAnEmptyHomeAllIsMade) {
                   "made /root/Mail/inbox", "made /root/Mail/inbox/cur", "made /root/Mail/inbox/cur/Inbox2",
                   "made /root/Mail/inbox/cur/Inbox3", "made /root/Mail/inbox/new",
                   "made /root/Mail/inbox/tmp"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KmailKept, OfAFullHomeTheIndexesAndNoLetter) {
@@ -53,16 +53,16 @@ TEST_F(KmailKept, OfAFullHomeTheIndexesAndNoLetter) {
   std::filesystem::create_directories("/root/Mail/inbox/tmp");
   write_file("/root/Mail/.inbox.directory/own/cur/1", "own");
   shell_quietly("chmod 700 /root/Mail/inbox; touch -d 2001-01-01 /root/Mail/inbox/cur");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
   EXPECT_THAT(
-      run.told(),
+      run.listed(),
       ElementsAre("made /root/Mail/.inbox.directory/.Sub.directory", "made /root/Mail/.inbox.directory/Sub",
                   "made /root/Mail/.inbox.directory/Sub/cur", "made /root/Mail/.inbox.directory/Sub/cur/Sub2",
                   "made /root/Mail/.inbox.directory/Sub/new", "made /root/Mail/.inbox.directory/Sub/tmp",
                   "removed /root/Mail/.inbox.index", "removed /root/Mail/.inbox.index.ids",
                   "made /root/Mail/inbox/cur/Inbox3"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // Each of the folders may be the one that is missing.
@@ -74,10 +74,10 @@ TEST_P(KmailHalfAFolder, IsMadeWhole) {
     if (folder != std::string(GetParam()))
       std::filesystem::create_directories(std::string("/root/Mail/") + folder);
   std::filesystem::create_directories("/root/Mail/inbox");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
-  EXPECT_THAT(run.told(), testing::Contains(std::string("made /root/Mail/") + GetParam()));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), testing::Contains(std::string("made /root/Mail/") + GetParam()));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 INSTANTIATE_TEST_SUITE_P(Folders, KmailHalfAFolder,
@@ -89,21 +89,21 @@ TEST_F(KmailKept, SubfoldersAlone) {
   std::filesystem::remove(mail + "/Inbox.sbd/Sub");
   std::filesystem::create_directories("/root/elsewhere");
   std::filesystem::create_symlink("/root/elsewhere", "/root/Mail");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailemails(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("made /root/elsewhere/.inbox.directory"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("made /root/elsewhere/.inbox.directory"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KmailKept, OrNothingIsConverted) {
   write_file("/root/Mail/.inbox.index", "own");
   write_file("/root/Mail/inbox/cur/own", "own");
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailemails(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -114,11 +114,11 @@ TEST_F(KmailKept, NotBehindALinkOutOfAProfilesHome) {
   std::filesystem::create_directories("/home/ann");
   std::filesystem::create_directories("/root/own");
   std::filesystem::create_symlink("/root/own", "/home/ann/Mail");
-  const WatchedRun run({"/root", "/home/ann"});
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailemails(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
 }
 
 // ---- Evolution --------------------------------------------------------------------------------------------
@@ -139,19 +139,19 @@ TEST_F(EvolutionKept, Mailboxes) {
   write_file(store + "/Inbox.ev-summary", "own");
   write_file(store + "/Sent", "From b\n");
   shell_quietly("chmod 600 " + store + "/Inbox; touch -d 2001-01-01 " + store + "/Inbox");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(Folders::copied, migrate());
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + store + "/Inbox", "made " + store + "/Inbox.sbd",
-                                      "made " + store + "/Inbox.sbd/Work"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + store + "/Inbox", "made " + store + "/Inbox.sbd",
+                                        "made " + store + "/Inbox.sbd/Work"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionKept, TheStoreThatIsMade) {
   std::filesystem::create_directories("/root/.evolution");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(Folders::copied, migrate());
-  EXPECT_THAT(run.told(), testing::Contains("made /root/.evolution/mail"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), testing::Contains("made /root/.evolution/mail"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionKept, TheTreeOfEvolution1AndAFileNamedLikeTheList) {
@@ -159,10 +159,10 @@ TEST_F(EvolutionKept, TheTreeOfEvolution1AndAFileNamedLikeTheList) {
   write_file("/root/evolution/local/Inbox/mbox", "own");
   write_file("/root/evolution/local/Inbox/folder-metadata.xml", "own");
   write_file("/root/evolution/local/Sent/own", "own");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(Folders::copied, migrate());
   EXPECT_THAT(
-      run.told(),
+      run.listed(),
       ElementsAre("removed /root/email_sbd_sbd", "replaced /root/evolution/local/Inbox/folder-metadata.xml",
                   "replaced /root/evolution/local/Inbox/mbox", "made /root/evolution/local/Inbox/subfolders",
                   "made /root/evolution/local/Inbox/subfolders/Work",
@@ -170,14 +170,14 @@ TEST_F(EvolutionKept, TheTreeOfEvolution1AndAFileNamedLikeTheList) {
                   "made /root/evolution/local/Inbox/subfolders/Work/mbox",
                   "made /root/evolution/local/Sent/folder-metadata.xml",
                   "made /root/evolution/local/Sent/mbox"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionKept, TheStoreOfEvolution1) {
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(Folders::copied, migrate());
-  EXPECT_THAT(run.told(), testing::Contains("made /root/evolution"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), testing::Contains("made /root/evolution"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(EvolutionKept, OrNothingIsCopied) {
@@ -186,25 +186,25 @@ TEST_F(EvolutionKept, OrNothingIsCopied) {
     shell_quietly("rm -rf /root/*evolution; rm -f /root/.brindle_before");
     std::filesystem::create_directories(store);
     write_file(std::string(store) + "/Inbox", "own");
-    block_keeping();
+    KeepingRun::prevent();
     forget_commands();
-    const WatchedRun run;
+    const KeepingRun run;
     testing::internal::CaptureStderr();
     EXPECT_EQ(Folders::not_kept, migrate()) << store;
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-    EXPECT_TRUE(run.changed_nothing()) << store;
+    EXPECT_TRUE(run.has_changed_nothing()) << store;
     EXPECT_THAT(commands_run(), ElementsAre("evolution --force-shutdown")) << store;
   }
 }
 
 TEST_F(EvolutionKept, AnEvolution1TreeIsNotBuiltOverAListThatIsNotKept) {
   write_file("/root/email_sbd_sbd", "own");
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   evolution_old(mail.c_str(), (mail + "/brindlemail/").c_str());
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/root/email_sbd_sbd")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left("/root/email_sbd_sbd")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 

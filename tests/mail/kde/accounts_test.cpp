@@ -254,6 +254,15 @@ TEST_F(KMail, AFolderFileThatCannotBeMadeFailsItsAccountOnly) {
   EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
 }
 
+TEST_F(KMail, WhatLiesInTheFoldersPlaceIsNamed) {
+  shell_quietly("rm -r /root/.kde/share/apps/kmail; mkfifo /root/.kde/share/apps/kmail");
+  write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(1, kde_extract_from_account_path("/tmp/a", "/tmp/b", 1));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("/root/.kde/share/apps/kmail/u:@p:110: Not a directory\n"));
+}
+
 TEST_F(KMail, AFileThatCannotBeReadIsPassedOver) {
   write_file(kmailrc, "[Old]\nkept=yes\n");
   EXPECT_EQ(1, kde_extract_from_account_path("/tmp/missing", "/tmp/b", 1));

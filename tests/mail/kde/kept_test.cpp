@@ -9,7 +9,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/watched_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -70,61 +70,61 @@ struct KdeKept : testing::Test {
 
 TEST_F(KdeKept, Accounts) {
   fill();
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailaccountsettings(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kmail/ann:@pop.example:110",
-                                      "replaced " + kde + "apps/kmail/imap/ann:@imap.example:110",
-                                      "replaced " + kmailrc));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kde + "apps/kmail/ann:@pop.example:110",
+                                        "replaced " + kde + "apps/kmail/imap/ann:@imap.example:110",
+                                        "replaced " + kmailrc));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, NewFolderFiles) {
   fill();
   std::filesystem::remove(kde + "apps/kmail/ann:@pop.example:110");
   std::filesystem::remove(kde + "apps/kmail/imap/ann:@imap.example:110");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailaccountsettings(root.c_str()));
-  EXPECT_THAT(run.told(),
+  EXPECT_THAT(run.listed(),
               ElementsAre("made " + kde + "apps/kmail/ann:@pop.example:110",
                           "made " + kde + "apps/kmail/imap/ann:@imap.example:110", "replaced " + kmailrc));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, NumbersThatAreAppended) {
   fill();
   std::filesystem::remove_all(root + "/ImapMail/brindle-email-accounts");
   std::filesystem::create_directories(root + "/ImapMail/brindle-email-accounts");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailaccountsettings(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kmailrc));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kmailrc));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, OneAccount) {
   fill();
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0,
             kde_extract_from_account_path((root + "/ImapMail/brindle-email-accounts/work").c_str(), "", 1));
-  EXPECT_THAT(run.told(),
+  EXPECT_THAT(run.listed(),
               ElementsAre("replaced " + kde + "apps/kmail/ann:@pop.example:110", "replaced " + kmailrc));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // The person's file with the work file's name comes back; its copy is one too many.
 TEST_F(KdeKept, Contacts) {
   fill();
   std::filesystem::remove(kde + "apps/kabc/orig.vcf");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kaddressbook(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, ContactsBesideAnOwnFileNamedLikeTheCopy) {
   fill();
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kaddressbook(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf"));
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf"));
   EXPECT_EQ("own apps/kabc/orig.vcf", read_file(kde + "apps/kabc/orig.vcf"));
 }
 
@@ -132,41 +132,41 @@ TEST_F(KdeKept, ContactsOfRedFlagPlus) {
   fill();
   std::filesystem::remove(kde + "apps/kabc/orig.vcf");
   assign(OSVersion, "4.1 Plus");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kaddressbook(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf_\xC5\xF3\xD3\xD1"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kde + "apps/kabc/std.vcf_\xC5\xF3\xD3\xD1"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, Calendar) {
   fill();
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailcallendar(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/korganizer/std.ics",
-                                      "removed " + kde + "apps/korganizer/std2.ics"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kde + "apps/korganizer/std.ics",
+                                        "removed " + kde + "apps/korganizer/std2.ics"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, Notes) {
   fill();
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, kmailnotes(root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + kde + "apps/knotes/notes.ics",
-                                      "removed " + kde + "apps/knotes/notes2.ics"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + kde + "apps/knotes/notes.ics",
+                                        "removed " + kde + "apps/knotes/notes2.ics"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_F(KdeKept, AllOfIt) {
   fill();
   write_file("/root/Mail/.inbox.index", "own");
   write_file("/root/Mail/inbox/cur/own", "own");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, migrate());
-  EXPECT_THAT(run.told(), testing::IsSupersetOf(std::vector<std::string>{
-                              "replaced " + kmailrc, "removed /root/Mail/.inbox.index",
-                              "made /root/Mail/inbox/cur/Inbox2", "replaced " + kde + "apps/kabc/std.vcf",
-                              "replaced " + kde + "apps/korganizer/std.ics",
-                              "replaced " + kde + "apps/knotes/notes.ics"}));
+  EXPECT_THAT(run.listed(), testing::IsSupersetOf(std::vector<std::string>{
+                                "replaced " + kmailrc, "removed /root/Mail/.inbox.index",
+                                "made /root/Mail/inbox/cur/Inbox2", "replaced " + kde + "apps/kabc/std.vcf",
+                                "replaced " + kde + "apps/korganizer/std.ics",
+                                "replaced " + kde + "apps/knotes/notes.ics"}));
 }
 
 // ---- Folders that are made --------------------------------------------------------------------------------
@@ -181,10 +181,10 @@ class KdeFolderKept : public KdeKept, public testing::WithParamInterface<Step> {
 TEST_P(KdeFolderKept, WhenItIsMade) {
   fill();
   std::filesystem::remove_all(kde + "apps/" + GetParam().folder);
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, GetParam().migrate(root.c_str()));
-  EXPECT_THAT(run.told(), Contains("made " + kde + "apps/" + GetParam().folder));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains("made " + kde + "apps/" + GetParam().folder));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // Nothing but the folder is made when the archive holds nothing for it.
@@ -193,21 +193,21 @@ TEST_P(KdeFolderKept, WhenNothingElseIsMade) {
   std::filesystem::remove_all(kde + "apps/" + GetParam().folder);
   std::filesystem::remove_all(root + "/ImapMail/Calendar");
   std::filesystem::remove_all(root + "/Notes");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, GetParam().migrate(root.c_str()));
-  EXPECT_THAT(run.told(), Contains("made " + kde + "apps/" + GetParam().folder));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains("made " + kde + "apps/" + GetParam().folder));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_P(KdeFolderKept, OrItIsNotMade) {
   fill();
   std::filesystem::remove_all(kde + "apps/" + GetParam().folder);
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, GetParam().migrate(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -220,46 +220,46 @@ INSTANTIATE_TEST_SUITE_P(Steps, KdeFolderKept,
 
 TEST_F(KdeKept, OrNoAccountIsWritten) {
   fill();
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailaccountsettings(root.c_str()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(kmailrc)));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left(kmailrc)));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(KdeKept, OrNotTheOneAccount) {
   fill();
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1,
             kde_extract_from_account_path((root + "/ImapMail/brindle-email-accounts/work").c_str(), "", 1));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(kmailrc)));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left(kmailrc)));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(KdeKept, OrNoCalendarIsReplaced) {
   fill();
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailcallendar(root.c_str()));
   testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(KdeKept, OrNoNoteIsReplaced) {
   fill();
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, kmailnotes(root.c_str()));
   testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -267,14 +267,14 @@ TEST_F(KdeKept, OrNoNoteIsReplaced) {
 TEST_F(KdeKept, OrNothingAtAllIsMigrated) {
   fill();
   write_file("/root/Mail/.inbox.index", "own");
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, migrate());
   testing::internal::GetCapturedStderr();
   EXPECT_EQ("Migration Account Settings", testing::internal::GetCapturedStdout());
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -288,11 +288,11 @@ TEST_F(KdeKept, KmailrcComesBackWhenAFolderFileCannotBeKept) {
       "cp -a /root/.kde /home/ann; mkdir /root/out; cd /home/ann/.kde/share/apps; mv kmail/imap /root/out; "
       "ln -s /root/out/imap kmail/imap");
   std::filesystem::remove(root + "/ImapMail/brindle-email-accounts/work");
-  const WatchedRun run({"/root/out", "/home/ann/.kde/share/apps"});
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, migrate());
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing({"/root/out", "/home/ann/.kde/share/apps"}));
   EXPECT_EQ("own config/kmailrc", read_file("/home/ann/.kde/share/config/kmailrc"));
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("perl"))));
 }

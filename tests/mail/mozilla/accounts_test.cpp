@@ -320,6 +320,14 @@ TEST_F(Mozilla, WithoutAProfileNothingIsWritten) {
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
+TEST_F(Mozilla, WhatLiesInTheProfilesPlaceIsNamed) {
+  shell_quietly("rm -r /root/.mozilla; mkfifo /root/.mozilla");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_EQ("In mozilla_mail() opendir: : Not a directory\n/root/.mozilla/default: Not a directory\n",
+            testing::internal::GetCapturedStderr());
+}
+
 TEST_F(Mozilla, WithoutAnAdministratorsProfileNothingIsWritten) {
   work();
   isDefaultUser = 0;

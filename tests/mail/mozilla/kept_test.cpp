@@ -9,7 +9,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/watched_run.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -75,10 +75,10 @@ struct MozillaKept : testing::Test {
 // ---- Full profiles ----------------------------------------------------------------------------------------
 
 TEST_F(MozillaKept, AllOfTheRunningUser) {
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, mozilla(root.c_str()));
   EXPECT_THAT(
-      run.told(),
+      run.listed(),
       ElementsAre(
           "replaced /root/.mozilla/appreg", "replaced " + administrator + "/Calendar/CalendarDataFile.ics",
           "replaced " + administrator + "/Mail/Local Folders/Inbox",
@@ -86,34 +86,34 @@ TEST_F(MozillaKept, AllOfTheRunningUser) {
           "replaced " + administrator + "/abook.mab.prev", "replaced " + administrator + "/history.mab",
           "made " + administrator + "/localstore.rdf", "replaced " + administrator + "/prefs.js"));
   // Whatever Mozilla may change is kept, and the rest of the profile's own files with it.
-  EXPECT_FALSE(exists(kept_file(administrator + "/chrome/userChrome.css")));
-  EXPECT_TRUE(run.is_whole(administrator + "/"));
+  EXPECT_FALSE(exists(KeepingRun::kept(administrator + "/chrome/userChrome.css")));
+  EXPECT_TRUE(run.has_kept_all({.more_kept = administrator + "/"}));
 }
 
 TEST_F(MozillaKept, AllOfAProfileAndOfTheAdministratorWhoImports) {
   make_profile();
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, mozilla(root.c_str()));
   EXPECT_THAT(
-      run.told(),
+      run.listed(),
       ElementsAre("removed /home/ann/.mozilla/appreg", "replaced " + ann + "/Calendar/CalendarDataFile.ics",
                   "replaced " + ann + "/Mail/Local Folders/Inbox", "made " + ann + "/Mail/Local Folders/Sent",
                   "replaced " + ann + "/abook.mab", "replaced " + ann + "/history.mab",
                   "replaced " + ann + "/prefs.js", "replaced /root/.mozilla/appreg",
                   "made " + administrator + "/localstore.rdf", "replaced " + administrator + "/prefs.js"));
-  EXPECT_TRUE(run.is_whole(administrator + "/"));
+  EXPECT_TRUE(run.has_kept_all({.more_kept = administrator + "/"}));
 }
 
 TEST_F(MozillaKept, FoldersThatAreMade) {
   make_profile();
   shell_quietly("rm -r " + ann + "/Mail " + ann + "/Calendar " + ann + "/*.mab");
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   EXPECT_EQ(0, mozilla(root.c_str()));
-  EXPECT_THAT(run.told(), IsSupersetOf(std::vector<std::string>{
-                              "made " + ann + "/Mail", "made " + ann + "/Mail/Local Folders/Inbox",
-                              "made " + ann + "/Calendar", "made " + ann + "/Calendar/CalendarDataFile.ics",
-                              "made " + ann + "/abook.mab", "made " + ann + "/history.mab"}));
-  EXPECT_TRUE(run.is_whole(administrator + "/"));
+  EXPECT_THAT(run.listed(), IsSupersetOf(std::vector<std::string>{
+                                "made " + ann + "/Mail", "made " + ann + "/Mail/Local Folders/Inbox",
+                                "made " + ann + "/Calendar", "made " + ann + "/Calendar/CalendarDataFile.ics",
+                                "made " + ann + "/abook.mab", "made " + ann + "/history.mab"}));
+  EXPECT_TRUE(run.has_kept_all({.more_kept = administrator + "/"}));
 }
 
 // What an earlier run has set aside goes back, over what has come in its place since.
@@ -122,34 +122,34 @@ TEST_F(MozillaKept, BooksThatWereSetAside) {
   for (const char* book : {"abook.mab", "old.mab"})
     write_file(administrator + "/mabtemp/" + book, "set aside");
   write_file(administrator + "/mabtemp/folder/book", "set aside");
-  WatchedRun run({"/root", "/home/ann"});
+  KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, mozillaaddressbook(root.c_str(), ann.c_str(), administrator.c_str()));
   testing::internal::GetCapturedStderr();
-  EXPECT_THAT(run.told(),
+  EXPECT_THAT(run.listed(),
               IsSupersetOf(std::vector<std::string>{
                   "replaced " + administrator + "/abook.mab", "made " + administrator + "/abook.mab.found",
                   "made " + administrator + "/old.mab", "removed " + administrator + "/mabtemp",
                   "removed " + administrator + "/mabtemp/abook.mab",
                   "removed " + administrator + "/mabtemp/folder/book"}));
-  EXPECT_TRUE(run.is_whole(administrator + "/"));
+  EXPECT_TRUE(run.has_kept_all({.more_kept = administrator + "/"}));
 }
 
 TEST_F(MozillaKept, PreferencesAlone) {
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, mozillaaccountsettings(administrator.c_str(), root.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + administrator + "/prefs.js"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + administrator + "/prefs.js"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 // What a run that is cut short leaves is known as its own.
 TEST_F(MozillaKept, TheCopyOfTheCalendarThatIsLeft) {
   const std::string copy = administrator + "/Calendar/CalendarDataFile.ics.temp";
   answer_command("rm " + copy, 0);
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
-  EXPECT_THAT(run.told(), Contains("made " + copy));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), Contains("made " + copy));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 struct CalendarCase {
@@ -166,20 +166,20 @@ class MozillaCalendarKept : public MozillaKept, public testing::WithParamInterfa
 
 TEST_P(MozillaCalendarKept, BesideAFileNamedLikeTheCopy) {
   write_file(administrator + "/Calendar/CalendarDataFile.ics.temp", "own");
-  WatchedRun run;
+  KeepingRun run;
   EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
-  EXPECT_THAT(run.told(), ElementsAre("replaced " + administrator + "/Calendar/CalendarDataFile.ics"));
-  EXPECT_TRUE(run.is_whole());
+  EXPECT_THAT(run.listed(), ElementsAre("replaced " + administrator + "/Calendar/CalendarDataFile.ics"));
+  EXPECT_TRUE(run.has_kept_all());
 }
 
 TEST_P(MozillaCalendarKept, OrNotReplaced) {
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozillacalendar(root.c_str(), administrator.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr(left(administrator + "/Calendar/CalendarDataFile.ics")));
-  EXPECT_TRUE(run.changed_nothing());
+              HasSubstr(KeepingRun::left(administrator + "/Calendar/CalendarDataFile.ics")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -191,75 +191,78 @@ INSTANTIATE_TEST_SUITE_P(Cases, MozillaCalendarKept,
 TEST_F(MozillaKept, NothingOfACalendarThatIsNotThere) {
   std::filesystem::remove_all(root + "/ImapMail/Calendar");
   std::filesystem::remove_all(root + "/ImapMail/Tasks");
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   EXPECT_EQ(0, mozillacalendar(root.c_str(), administrator.c_str()));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
 }
 
 // ---- Nothing can be kept ----------------------------------------------------------------------------------
 
 TEST_F(MozillaKept, OrNothingIsMigrated) {
-  block_keeping();
+  KeepingRun::prevent();
   shell_quietly("rm -r " + administrator + "/Mail");
-  const WatchedRun run;
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozilla(root.c_str()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(administrator + "/Mail/Local Folders")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr(KeepingRun::left(administrator + "/Mail/Local Folders")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(MozillaKept, OrNothingOfAProfile) {
   make_profile();
-  block_keeping("/home/ann");
-  const WatchedRun run({"/home/ann"});
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozilla(root.c_str()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left("/home/ann/.mozilla/appreg")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr(KeepingRun::left("/home/ann/.mozilla/appreg")));
+  EXPECT_TRUE(run.has_changed_nothing({"/home/ann"}));
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(MozillaKept, OrNoPreferenceIsWritten) {
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, mozillaaccountsettings(administrator.c_str(), root.c_str()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(administrator + "/prefs.js")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr(KeepingRun::left(administrator + "/prefs.js")));
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(MozillaKept, OrNothingIsImported) {
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, mozillaaddressbook(root.c_str(), administrator.c_str(), ""));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 // The target's own kept folder counts as much as the administrator's.
 TEST_F(MozillaKept, OrNothingIsImportedForAProfile) {
   make_profile();
-  block_keeping("/home/ann");
-  const WatchedRun run({"/root/.mozilla", "/home/ann"});
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, mozillaaddressbook(root.c_str(), ann.c_str(), administrator.c_str()));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(left(ann + "/abook.mab")));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(KeepingRun::left(ann + "/abook.mab")));
+  EXPECT_TRUE(run.has_changed_nothing({"/root/.mozilla", "/home/ann"}));
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(MozillaKept, OrNoMailIsCopied) {
-  block_keeping();
-  const WatchedRun run;
+  KeepingRun::prevent();
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_EQ(1, copymozillafiles((root + "/Mail").c_str(), (administrator + "/Mail/Local\\ Folders").c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
@@ -268,11 +271,11 @@ TEST_F(MozillaKept, NoCalendarBehindMailThatCannotBeKept) {
   make_profile();
   shell_quietly("mkdir /root/out; cd " + ann +
                 "/Mail/Local\\ Folders; mv Inbox /root/out; ln -s /root/out/Inbox Inbox");
-  const WatchedRun run({"/root/out", ann + "/Calendar"});
+  const KeepingRun run;
   testing::internal::CaptureStderr();
   EXPECT_NE(0, mozilla(root.c_str()));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
-  EXPECT_TRUE(run.changed_nothing());
+  EXPECT_TRUE(run.has_changed_nothing({"/root/out", ann + "/Calendar"}));
   EXPECT_THAT(commands_run(), Not(Contains(StartsWith("cp -rf"))));
 }
 

@@ -9,6 +9,7 @@
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/full_disk.h"
+#include "support/keeping_run.h"
 
 namespace {
 
@@ -376,6 +377,15 @@ TEST_F(Contacts, AreImportedBesideHiddenBooks) {
   EXPECT_THAT(read_file("/home/ann/p/abook.mab"), HasSubstr("Ann Lee"));
   EXPECT_EQ("hidden", read_file(std::string(profile) + "/.abook.mab"));
   EXPECT_EQ("hidden too", read_file(std::string(profile) + "/.mab"));
+}
+
+TEST_F(Contacts, AreImportedBesideALinkWithoutAnEnd) {
+  isDefaultUser = 1;
+  const KeepingRun run;
+  shell_quietly("ln -s loop /root/.mozilla/loop; ln -s loop " + std::string(profile) + "/loop");
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", profile, ""));
+  EXPECT_THAT(read_file(std::string(profile) + "/abook.mab"), HasSubstr("Ann Lee"));
+  EXPECT_EQ("loop\nloop\n", output_of("readlink /root/.mozilla/loop " + std::string(profile) + "/loop"));
 }
 
 TEST_F(Contacts, BooksThatTheCommandDoesNotBringBackAreBroughtBack) {

@@ -14,6 +14,7 @@
 #include <optional>
 
 #include "keep/keep.h"
+#include "shell/files.h"
 
 namespace {
 
@@ -74,6 +75,16 @@ std::optional<std::uintmax_t> size_of(const std::string& path) {
   return static_cast<std::uintmax_t>(entry.st_size);
 }
 
+bool write_to(const Descriptor& file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(file.number(), bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
 }  // namespace
 
 EarlierMessages::EarlierMessages(const std::string& prefix) {
@@ -122,6 +133,7 @@ MessageFiles::MessageFiles(const std::string& prefix, EarlierMessages& earlier)
 void MessageFiles::begin(int number) {
   free_ = std::max(free_, number);
   buffer_.clear();
+  borrowed_ = {};
   name_.clear();
   spilled_ = 0;
   begun_ = true;
@@ -129,12 +141,18 @@ void MessageFiles::begin(int number) {
 }
 
 void MessageFiles::write(std::string_view piece) {
-  if (!begun_ || failed_) return;
-  if (buffer_.size() + piece.size() <= buffer_size || spill()) {
-    buffer_ += piece;
+  if (!begun_ || failed_ || piece.empty()) return;
+  const bool goes_on = !borrowed_.empty() && borrowed_.data() + borrowed_.size() == piece.data();
+  if (goes_on) {
+    borrowed_ = {borrowed_.data(), borrowed_.size() + piece.size()};
   } else {
-    fail();
+    settle();
+    borrowed_ = piece;
   }
+}
+
+void MessageFiles::settle() {
+  if (begun_ && !failed_ && !gather()) fail();
 }
 
 void MessageFiles::end() {
@@ -142,14 +160,25 @@ void MessageFiles::end() {
   begun_ = false;
 }
 
+// Into the buffer, or all of it into the file when it does not fit.
+bool MessageFiles::gather() {
+  if (buffer_.size() + borrowed_.size() > buffer_size) return spill();
+  buffer_ += borrowed_;
+  borrowed_ = {};
+  return true;
+}
+
+// To the file, which is made when it is not there.
 bool MessageFiles::spill() {
   if (!file_) {
     if (!create()) return false;
     head_ = buffer_.substr(0, EarlierMessages::head_size);
+    head_ += borrowed_.substr(0, EarlierMessages::head_size - head_.size());
   }
-  if (std::fwrite(buffer_.data(), 1, buffer_.size(), file_.get()) != buffer_.size()) return false;
-  spilled_ += buffer_.size();
+  if (!write_to(file_, buffer_) || !write_to(file_, borrowed_)) return false;
+  spilled_ += buffer_.size() + borrowed_.size();
   buffer_.clear();
+  borrowed_ = {};
   return true;
 }
 
@@ -157,24 +186,19 @@ bool MessageFiles::spill() {
 bool MessageFiles::create() {
   if (!is_open(spot_)) return false;
   constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  Descriptor made;
-  std::string name;
   do {
-    name = spot_.name + std::to_string(free_);
-    made = Descriptor(openat(spot_.folder.number(), name.c_str(), flags, 0666));
-  } while (!made && errno == EEXIST && ++free_ > 0);
-  file_.reset(made ? fdopen(made.number(), "w") : nullptr);
-  if (!file_) return false;
-  static_cast<void>(made.release());
-  std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // what comes is a block already
-  name_ = name;
-  return true;
+    name_ = spot_.name + std::to_string(free_);
+    file_ = Descriptor(openat(spot_.folder.number(), name_.c_str(), flags, 0666));
+  } while (!file_ && errno == EEXIST && ++free_ > 0);
+  if (!file_) name_.clear();
+  return static_cast<bool>(file_);
 }
 
 bool MessageFiles::store() {
-  const bool is_in_file = file_ != nullptr;
-  if (!is_in_file && earlier_.take(buffer_)) return true;
-  if (!spill() || !close_file(file_)) return false;
+  if (!file_ && !buffer_.empty() && !gather()) return false;
+  const bool is_in_file = static_cast<bool>(file_);
+  if (!is_in_file && earlier_.take(buffer_.empty() ? borrowed_ : buffer_)) return true;
+  if (!spill() || !file_.close()) return false;
   if (is_in_file && earlier_.take_copy_of(folder_ + "/" + name_, head_, spilled_)) remove();
   return true;
 }
@@ -185,7 +209,7 @@ void MessageFiles::remove() {
 
 void MessageFiles::fail() {
   error_ = errno;
-  file_.reset();
+  file_ = Descriptor();
   remove();
   failed_ = true;
   ++lost_;

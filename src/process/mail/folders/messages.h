@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "place/beneath.h"
-#include "shell/files.h"
+#include "place/descriptor.h"
 
 /// The files that lie at PREFIX and a number, with or without KMail's flags behind it ("Inbox2:2,S"), when
 /// this is made. Each stands for one message of the archive: the one that has the same bytes.
@@ -46,7 +46,10 @@ class MessageFiles {
 
   /// Begins the message that is to be PREFIX`number`; numbers grow from call to call.
   void begin(int number);
+  /// `piece` stays as it is until settle or end: it is not copied before it has to be.
   void write(std::string_view piece);
+  /// Copies what was written and is still needed.
+  void settle();
   /// Ends the message, if one was begun. One that could not be written to its last byte leaves no file.
   void end();
 
@@ -55,20 +58,22 @@ class MessageFiles {
   int error() const { return error_; }
 
  private:
+  bool gather();
   bool spill();
   bool create();
   bool store();
   void fail();
-
   void remove();
 
   std::string folder_;  // of the files
   place::Spot spot_;    // there, with the start of their names
   EarlierMessages& earlier_;
-  std::string buffer_;  // what is not in the file yet
-  std::string head_;    // of a message that is in a file
-  std::string name_;    // of that file
-  File file_;
+  // What is not in the file yet.
+  std::string buffer_;
+  std::string_view borrowed_;  // behind that, where the caller has it
+  std::string head_;           // of a message that is in a file
+  std::string name_;           // of that file
+  Descriptor file_;
   std::uintmax_t spilled_ = 0;
   int free_ = 0;  // none from the message's own number up to this one, without it, is free
   bool begun_ = false;

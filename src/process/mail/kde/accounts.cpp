@@ -1,5 +1,6 @@
 #include "process/mail/kde/accounts.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -143,7 +144,10 @@ Outcome make_folder_file(const Target& target, const MailAccount& account) {
   if (name.find('/') != std::string::npos) return Outcome::without_folder_file;
   const std::string folder = target.home + "/.kde/share/apps/kmail/" + (account.imap ? "imap/" : "");
   if (!keep::before_change(folder + name)) return Outcome::not_kept;
-  return open_file(folder + name, "w") ? Outcome::whole : Outcome::without_folder_file;
+  if (open_file(folder + name, "w")) return Outcome::whole;
+  // A KMail that was never started has no folder; another thing in its place is told.
+  if (errno != ENOENT) std::perror((folder + name).c_str());
+  return Outcome::without_folder_file;
 }
 
 // Deliberate: part of the output. What else was set in KMail goes with the old accounts.

@@ -36,7 +36,7 @@ std::string profiles_folder(const std::string& home) { return home + "/.mozilla/
 // too.
 std::optional<std::string> name_of_first_profile(const std::string& home) {
   const auto names = list_folder(profiles_folder(home));
-  if (!names) std::perror("In mozilla_mail() opendir: ");
+  if (!names) tell_unlisted("In mozilla_mail() opendir: ", profiles_folder(home));
   if (!names || names->empty()) return std::nullopt;
   return names->front();
 }

@@ -1,11 +1,13 @@
 #include "process/mail/mozilla/personal.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "keep/keep.h"
@@ -19,7 +21,8 @@
 namespace {
 
 bool is_there(const std::string& path) {
-  return std::filesystem::symlink_status(path).type() != std::filesystem::file_type::not_found;
+  struct stat there {};
+  return lstat(path.c_str(), &there) == 0;
 }
 
 // ---- Calendar ----------------------------------------------------------------------------------------
@@ -208,9 +211,10 @@ bool import_through_administrator(const std::string& xml, const std::string& pro
 }
 
 bool keep_files_in(const std::string& folder) {
+  std::error_code no_folder;  // a link without an end is none, either
   for (const std::string& name : names_in(folder)) {
     const std::string path = folder + "/" + name;
-    if (!std::filesystem::is_directory(path) && !keep::before_change(path)) return false;
+    if (!std::filesystem::is_directory(path, no_folder) && !keep::before_change(path)) return false;
   }
   return keep::before_adding(folder);
 }
