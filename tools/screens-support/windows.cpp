@@ -1,5 +1,6 @@
 #include "screens-support/windows.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <vector>
@@ -45,6 +46,47 @@ GtkWidget* show_page3(const char* detection_file) {
   return page(window3 = create_window3(), "window_step3");
 }
 
+// Of one line, as large as the style says.
+int full_width(GtkWidget* label) {
+  PangoLayout* layout = gtk_widget_create_pango_layout(label, gtk_label_get_text(GTK_LABEL(label)));
+  int width = 0;
+  pango_layout_get_pixel_size(layout, &width, nullptr);
+  g_object_unref(layout);
+  return width;
+}
+
+// All that a run may say of what it does now.
+std::vector<PostedBeginning> all_beginnings() {
+  std::vector<PostedBeginning> all = {
+      {Phase::unpacking, ""}, {Phase::getting_ready, ""}, {Phase::cleaning_up, ""}};
+  for (const MarkRow& row : mark_rows()) {
+    const int number = static_cast<int>(row.mark);
+    all.push_back({number, ""});
+    // Accounts and printers are nobody's own.
+    const bool is_somebodys =
+        row.mark != Mark::several_users && row.mark != Mark::preparing_printers && row.mark != Mark::printers;
+    if (is_somebodys) all.push_back({number, "katharina"});
+  }
+  return all;
+}
+
+// While the longest line says what is moved.
+GtkWidget* show_page3_at_work(const char* detection_file) {
+  GtkWidget* window = show_page3(detection_file);
+  if (window == nullptr) return nullptr;
+  PostedBeginning longest;
+  int longest_width = 0;
+  for (const PostedBeginning& begun : all_beginnings()) {
+    show_posted_beginning(new PostedBeginning(begun));
+    const int width = full_width(lookup_widget(window, "label_now"));
+    if (width > longest_width) longest = begun;
+    longest_width = std::max(width, longest_width);
+  }
+  show_posted_beginning(new PostedBeginning(longest));
+  for (const int number : {12, 0, 1}) draw_posted_mark(new PostedMark{number, 0});
+  return window;
+}
+
 // With every mark set, and all that the end of a run changes.
 GtkWidget* show_page3_at_end(const char* detection_file) {
   GtkWidget* window = show_page3(detection_file);
@@ -61,6 +103,7 @@ GtkWidget* show_page3_on_gnome() { return show_page3(nullptr); }
 GtkWidget* show_page3_on_linspire() { return show_page3(detection_files[0]); }
 GtkWidget* show_page3_on_xandros() { return show_page3(detection_files[1]); }
 GtkWidget* show_page3_on_redflag() { return show_page3(detection_files[2]); }
+GtkWidget* show_page3_at_work_on_gnome() { return show_page3_at_work(nullptr); }
 GtkWidget* show_page3_at_end_on_gnome() { return show_page3_at_end(nullptr); }
 GtkWidget* show_page3_at_end_on_redflag() { return show_page3_at_end(detection_files[2]); }
 
@@ -86,6 +129,7 @@ GtkWidget* show_chooser() {
 GtkWidget* show_driver_question(int earlier_answer) {
   driverselection = static_cast<enum driver>(earlier_answer);
   driver_question.set_title("HP LaserJet 1300 PCL 6");
+  driver_question.set_text("Office printer");
   show_popup_window_select_driver(nullptr);
   return window_select_driver;
 }
@@ -134,6 +178,7 @@ const Screen screens[] = {
     {"page3-linspire", "create_window3", "window3", show_page3_on_linspire},
     {"page3-xandros", "create_window3", "window3", show_page3_on_xandros},
     {"page3-redflag", "create_window3", "window3", show_page3_on_redflag},
+    {"page3-gnome-at-work", "create_window3", "window3", show_page3_at_work_on_gnome},
     {"page3-gnome-end", "create_window3", "window3", show_page3_at_end_on_gnome},
     {"page3-redflag-end", "create_window3", "window3", show_page3_at_end_on_redflag},
     {"chooser", "create_fileselection", "createfileselection", show_chooser},
