@@ -85,6 +85,10 @@ void make_default(GtkWidget* button) {
 std::string without_mnemonic(const std::string& caption) {
   std::string name;
   for (std::size_t at = 0; at < caption.size(); ++at) {
+    if (caption.compare(at, 2, "(_") == 0 && caption.substr(at).find(')') == 3) {
+      at += 3;
+      continue;
+    }
     if (caption[at] == '_' && ++at == caption.size()) break;  // "__" is one underscore
     name += caption[at];
   }

@@ -56,7 +56,10 @@ void show_whether_editable(GtkWidget* entry);
 /// Makes `button` the one that the Enter key presses in its window.
 void make_default(GtkWidget* button);
 
-/// The name of a mnemonic caption as people read it: without the "_" before the access letter.
+/// The name of a mnemonic caption as people read it: without the "_" before the access letter, and without a
+/// letter that is there for it alone:
+///
+///   "_Local drive" is "Local drive", "ローカル(_L)" is "ローカル"
 std::string without_mnemonic(const std::string& caption);
 
 #endif

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <vector>
 
+#include "interface/parts.h"
 #include "shell/files.h"
 #include "state/state.h"
 #include "support/files.h"
@@ -174,6 +175,18 @@ TEST_F(TextFile, TheLongestLineFits) {
   const std::string longest(506, 'x');
   EXPECT_EQ(text("key=" + longest + "\nother=1\n", "key"), longest);
   EXPECT_STREQ(get_widget_string(file.get(), "other"), "1");
+}
+
+TEST(Caption, IsNamedWithoutTheMarkOfItsAccessLetter) {
+  EXPECT_EQ(without_mnemonic("_Local drive"), "Local drive");
+  EXPECT_EQ(without_mnemonic("C_D-ROM (a_b)"), "CD-ROM (ab)");
+  EXPECT_EQ(without_mnemonic("my__disk_"), "my_disk");
+  EXPECT_EQ(without_mnemonic("(_"), "(");
+}
+
+TEST(Caption, IsNamedWithoutALetterThatIsThereForTheKeyAlone) {
+  EXPECT_EQ(without_mnemonic("ローカル(_L)"), "ローカル");
+  EXPECT_EQ(without_mnemonic("사용자 이름(_U):"), "사용자 이름:");
 }
 
 TEST(LanguageFile, IsNamedByTheCode) {
