@@ -48,7 +48,7 @@ void lock_entry(GtkWidget* entry) {
 
 std::string owned(char* text) { return text == nullptr ? "" : OwnedText(text, g_free).get(); }
 
-std::string name_in_utf8(const char* file_name) { return owned(g_filename_display_name(file_name)); }
+std::string shown_file_name(const char* file_name) { return owned(g_filename_display_name(file_name)); }
 
 // What the encoding cannot say is left as it is: no file is called so.
 std::string file_name(const std::string& shown) {
@@ -198,7 +198,7 @@ void on_bCdrom_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
 void on_ok_button_fileselection_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   const char* name = gtk_file_selection_get_filename(GTK_FILE_SELECTION(fileselection));
   GtkWidget* entry = entry_of(selection, window2);
-  if (entry != nullptr) gtk_entry_set_text(GTK_ENTRY(entry), name_in_utf8(name).c_str());
+  if (entry != nullptr) gtk_entry_set_text(GTK_ENTRY(entry), shown_file_name(name).c_str());
   close_chooser();
 }
 
