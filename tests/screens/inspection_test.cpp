@@ -82,6 +82,18 @@ TEST_F(InspectionTest, ATextHigherThanItsPlace) {
   EXPECT_THAT(faults(), Contains(StartsWith("caption: is cut: it takes ")));
 }
 
+TEST_F(InspectionTest, AJustifiedTextMayBeOnePixelLonger) {
+  gtk_widget_show_all(window);
+  int width = 0;
+  pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(part("caption"))), &width, nullptr);
+  gtk_widget_set_size_request(part("caption"), width - 1, -1);
+  EXPECT_THAT(faults(), Contains(StartsWith("caption: is cut: it takes ")));
+  gtk_label_set_justify(GTK_LABEL(part("caption")), GTK_JUSTIFY_FILL);
+  EXPECT_THAT(faults(), IsEmpty());
+  gtk_widget_set_size_request(part("caption"), width - 2, -1);
+  EXPECT_THAT(faults(), Contains(StartsWith("caption: is cut: it takes ")));
+}
+
 TEST_F(InspectionTest, ATextWithAnEllipsis) {
   gtk_label_set_ellipsize(GTK_LABEL(part("caption")), PANGO_ELLIPSIZE_END);
   gtk_widget_set_size_request(part("caption"), 30, -1);
@@ -131,6 +143,21 @@ TEST_F(InspectionTest, AnAccessLetterThatIsThereTwice) {
 TEST_F(InspectionTest, AWindowThatNoScreenHolds) {
   gtk_widget_set_size_request(fixed, 300, 601);
   EXPECT_THAT(faults(), Contains("GtkWindow: is larger than a screen: 300x601"));
+  gtk_widget_set_size_request(fixed, 801, 200);
+  gtk_window_resize(GTK_WINDOW(window), 801, 200);
+  EXPECT_THAT(faults(), Contains("GtkWindow: is larger than a screen: 801x200"));
+}
+
+TEST_F(InspectionTest, LettersInTheChooserAreTheToolkits) {
+  GtkWidget* chooser = gtk_file_selection_new("Choose");
+  gtk_button_set_label(GTK_BUTTON(GTK_FILE_SELECTION(chooser)->ok_button), "_Twice");
+  gtk_button_set_label(GTK_BUTTON(GTK_FILE_SELECTION(chooser)->cancel_button), "_Twice");
+  gtk_button_set_use_stock(GTK_BUTTON(GTK_FILE_SELECTION(chooser)->ok_button), FALSE);
+  gtk_button_set_use_stock(GTK_BUTTON(GTK_FILE_SELECTION(chooser)->cancel_button), FALSE);
+  gtk_widget_show(chooser);
+  wait_until_drawn_whole();
+  EXPECT_THAT(told(faults_in(chooser)), IsEmpty());
+  gtk_widget_destroy(chooser);
 }
 
 // ---- On the screen ---------------------------------------------------------------------------------------
