@@ -336,8 +336,8 @@ TEST_F(PagesTest, AScreenReaderReadsTheRowWithItsResult) {
   EXPECT_EQ(read_aloud("image_1"), shipped_text("window3-mydocuments"));
   draw(record("image_1", 0));
   draw(record("image_2", -1));
-  EXPECT_EQ(read_aloud("image_1"), "Documents: moved");
-  EXPECT_EQ(read_aloud("image_2"), "Desktop: not moved");
+  EXPECT_EQ(read_aloud("image_1"), "Documents: done");
+  EXPECT_EQ(read_aloud("image_2"), "Desktop: not done");
 }
 
 TEST_F(PagesTest, AScreenReaderFindsTheLabelOfAMarkAndOfAnEntry) {
@@ -372,7 +372,7 @@ TEST_F(PagesTest, AMarksResultIsAnnounced) {
   build_pages();
   listen_to("image_5");
   draw(record("image_5", 0));
-  EXPECT_EQ(announced, std::vector<std::string>{"Bookmarks: moved"});
+  EXPECT_EQ(announced, std::vector<std::string>{"Bookmarks: done"});
 }
 
 TEST_F(PagesTest, WordsOfAScreenReaderComeFromTheTextFile) {
