@@ -4,6 +4,7 @@
 #include "callbacks/share_credentials.h"
 #include "callbacks/source.h"
 #include "interface/parts.h"
+#include "interface/press_guard.h"
 #include "interface/wrapping.h"
 #include "state/state.h"
 
@@ -24,6 +25,7 @@ GtkWidget* new_dialog(const std::string& title) {
   gtk_window_set_position(GTK_WINDOW(dialog), GTK_WIN_POS_CENTER_ON_PARENT);
   gtk_dialog_set_has_separator(GTK_DIALOG(dialog), FALSE);
   gtk_container_set_border_width(GTK_CONTAINER(dialog), 8);
+  guard_page_behind(dialog);
   GtkWidget* buttons = gtk_dialog_get_action_area(GTK_DIALOG(dialog));
   gtk_button_box_set_layout(GTK_BUTTON_BOX(buttons), GTK_BUTTONBOX_END);
   return dialog;
@@ -114,6 +116,7 @@ GtkWidget* create_fileselection() {
   gtk_window_set_modal(GTK_WINDOW(chooser), TRUE);
   gtk_window_set_position(GTK_WINDOW(chooser), GTK_WIN_POS_CENTER_ON_PARENT);
   gtk_file_selection_hide_fileop_buttons(GTK_FILE_SELECTION(chooser));
+  guard_page_behind(chooser);
   connect_chooser(chooser);
   return with_icon(chooser, isNLD);
 }

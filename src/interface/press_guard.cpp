@@ -14,7 +14,7 @@ constexpr const char* bringer_key = "brindle-bringer";
 constexpr gint64 longest_press_milliseconds = 800;
 constexpr double reach_of_a_click = 8;  // a hand is not quite still
 
-/// What has brought a page on the screen.
+/// What has brought a page on the screen, or back to the front.
 struct Bringer {
   enum class Kind { none, mouse, key } kind = Kind::none;
   guint32 time = 0;     ///< of a press by mouse, by the display's clock
@@ -53,6 +53,12 @@ void note_bringer(GtkWidget* /*page*/, gpointer bringer) {
   if (event != nullptr) gdk_event_free(event);
 }
 
+void note_closing(GtkWidget* window, gpointer /*data*/) {
+  GtkWindow* page = gtk_window_get_transient_for(GTK_WINDOW(window));
+  gpointer bringer = page == nullptr ? nullptr : g_object_get_data(G_OBJECT(page), bringer_key);
+  if (bringer != nullptr) note_bringer(nullptr, bringer);
+}
+
 gboolean hold_key_back(GtkWidget* /*page*/, GdkEventKey* event, gpointer data) {
   auto& bringer = *static_cast<Bringer*>(data);
   if (bringer.kind != Bringer::Kind::key) return FALSE;
@@ -85,4 +91,8 @@ void guard_keys(GtkWidget* page) {
 
 void guard_from_double_click(GtkWidget* button) {
   g_signal_connect(button, "button-press-event", G_CALLBACK(hold_click_back), nullptr);
+}
+
+void guard_page_behind(GtkWidget* window) {
+  g_signal_connect(window, "hide", G_CALLBACK(note_closing), nullptr);
 }

@@ -12,4 +12,8 @@ void guard_keys(GtkWidget* page);
 /// For a button of a guarded page.
 void guard_from_double_click(GtkWidget* button);
 
+/// Before `window` is shown: the press that closes it does nothing on the guarded page that it belongs to,
+/// which would be to cancel the run, mostly.
+void guard_page_behind(GtkWidget* window);
+
 #endif

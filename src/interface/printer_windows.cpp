@@ -9,6 +9,7 @@
 #include "callbacks/driver_choice.h"
 #include "callbacks/share_credentials.h"
 #include "interface/parts.h"
+#include "interface/press_guard.h"
 #include "interface/wrapping.h"
 #include "state/state.h"
 
@@ -75,6 +76,7 @@ QuestionWindow::QuestionWindow(const std::string& title, const Size& least, GCal
   g_signal_connect(window_, "delete-event", on_delete, nullptr);
   // Whatever has the keyboard may use the key itself.
   g_signal_connect_after(window_, "key-press-event", G_CALLBACK(close_on_escape), nullptr);
+  guard_page_behind(window_);
   gtk_button_box_set_layout(GTK_BUTTON_BOX(buttons_), GTK_BUTTONBOX_END);
   gtk_box_set_spacing(GTK_BOX(buttons_), 6);
   gtk_box_pack_end(GTK_BOX(foot_), buttons_, FALSE, FALSE, 0);

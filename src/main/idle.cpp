@@ -84,6 +84,12 @@ GtkWidget* kept(GtkWidget*& place, GtkWidget* built) {
   return built;
 }
 
+// Above the notice of a cancelled run no other one is shown, which would keep its Quit from working. The
+// worker posts none then, but may have done so a moment before.
+void show_unless_cancelled(GtkWidget* dialog) {
+  if (isKilled == 0) show_over_page(dialog);
+}
+
 // Without a window nobody can answer: it was used up, could not be built, or is not shown in a cancelled run.
 void wait_or_decline(Question& question, const GtkWidget* window) {
   window != nullptr ? question.window_shown() : question.decline();
@@ -142,7 +148,7 @@ int done_button_bar(void* /*data*/) {
 int show_popup_window(void* /*data*/) {
   take_hand_over();
   const GdkLock lock;
-  show_over_page(dialog_done);
+  show_unless_cancelled(dialog_done);
   return 0;
 }
 
@@ -150,7 +156,7 @@ int show_popup_multi_user_error_window(void* /*data*/) {
   take_hand_over();
   std::printf("in main::");
   const GdkLock lock;
-  show_over_page(dialog_multi_user_error);
+  show_unless_cancelled(dialog_multi_user_error);
   return 0;
 }
 

@@ -29,6 +29,17 @@ void go_to(GtkWidget* page) {
   ASSERT_TRUE(gets_keyboard(page));
 }
 
+// On the screen.
+std::pair<int, int> corner_of(GtkWidget* widget) {
+  int left = 0;
+  int top = 0;
+  gdk_window_get_origin(gtk_widget_get_window(widget), &left, &top);
+  if (gtk_widget_get_has_window(widget) != FALSE) return {left, top};
+  GtkAllocation area{};
+  gtk_widget_get_allocation(widget, &area);
+  return {left + area.x, top + area.y};
+}
+
 std::vector<std::string> tab_stops(GtkWidget* page, int count) {
   std::vector<std::string> stops = {focused(page)};
   while (static_cast<int>(stops.size()) < count) {
@@ -140,8 +151,7 @@ TEST_F(KeysTest, AClickAtAnotherPlaceCountsAtOnce) {
 // Where page 1 has a wider Next, it stands where Back was.
 TEST_F(KeysTest, ADoubleClickOnBackPressesNothingOfPage1) {
   go_to(window2);
-  gtk_fixed_move(GTK_FIXED(gtk_widget_get_parent(lookup_widget(window1, "next1"))),
-                 lookup_widget(window1, "next1"), 341, 384);
+  gtk_button_set_label(GTK_BUTTON(lookup_widget(window1, "next1")), "To the next page of this wizard");
   double_click(window2, "back2");
   EXPECT_TRUE(visible(window1));
   EXPECT_FALSE(visible(window2));
@@ -169,6 +179,57 @@ TEST_F(KeysTest, TheKeyThatBroughtAPageDoesNotPressItsButtons) {
   g_usleep(900000);
   press_key("Return");
   EXPECT_EQ(isKilled, 1);
+}
+
+// ---- a press that closes what stands above a page ---------------------------------------------------
+
+TEST_F(KeysTest, TheKeyThatClosesANoticeDoesNotCancelTheRun) {
+  go_to(window3);
+  show_popup_multi_user_error_window(nullptr);
+  ASSERT_TRUE(gets_keyboard(dialog_multi_user_error));
+  press_key("Return");
+  ASSERT_EQ(dialog_multi_user_error, nullptr);
+  ASSERT_TRUE(gets_keyboard(window3));
+  ASSERT_EQ(focused(window3), "button_window3_cancel");
+  press_key("Return");
+  g_usleep(300000);
+  settle();
+  EXPECT_EQ(isKilled, 0);
+  g_usleep(900000);
+  press_key("Return");
+  EXPECT_EQ(isKilled, 1);
+}
+
+TEST_F(KeysTest, TheKeyThatAnswersAQuestionDoesNotCancelTheRun) {
+  go_to(window3);
+  displaylabel = "Brother HL-5250DN series";
+  show_popup_window_select_driver(nullptr);
+  ASSERT_TRUE(gets_keyboard(window_select_driver));
+  g_usleep(900000);
+  press_key("Return");
+  ASSERT_EQ(window_select_driver, nullptr);
+  ASSERT_TRUE(gets_keyboard(window3));
+  press_key("Return");
+  g_usleep(300000);
+  settle();
+  EXPECT_EQ(isKilled, 0);
+}
+
+TEST_F(KeysTest, ADoubleClickOnTheButtonOfANoticePressesNothingBelow) {
+  go_to(window3);
+  show_popup_multi_user_error_window(nullptr);
+  ASSERT_TRUE(gets_keyboard(dialog_multi_user_error));
+  const auto [left, top] = corner_of(lookup_widget(dialog_multi_user_error, "okbutton2"));
+  const auto [cancel_left, cancel_top] = corner_of(lookup_widget(window3, "button_window3_cancel"));
+  int x = 0;
+  int y = 0;
+  gtk_window_get_position(GTK_WINDOW(dialog_multi_user_error), &x, &y);
+  gtk_window_move(GTK_WINDOW(dialog_multi_user_error), x + cancel_left - left, y + cancel_top - top);
+  g_usleep(200000);
+  settle();
+  double_click(dialog_multi_user_error, "okbutton2");
+  ASSERT_EQ(dialog_multi_user_error, nullptr);
+  EXPECT_EQ(isKilled, 0);
 }
 
 }  // namespace

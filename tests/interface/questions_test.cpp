@@ -50,6 +50,8 @@ class QuestionsTest : public GuiTest {
   std::atomic<bool> worker_is_done{false};
 };
 
+bool visible(GtkWidget* window) { return gtk_widget_get_visible(window) != FALSE; }
+
 std::string printed_by(int (*callback)(void*)) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(callback(nullptr), 0);
@@ -212,6 +214,15 @@ TEST_F(QuestionsTest, ACancelledRunOnlyTracesTheNotices) {
   EXPECT_EQ(dialog_user_error, nullptr);
   EXPECT_EQ(isPrinterPopupOpen, 0);
   EXPECT_EQ(isUserPopupOpen, 0);
+}
+
+// Posted by a worker that looked for a cancel just before there was one.
+TEST_F(QuestionsTest, ACancelledRunShowsNoFinalNotice) {
+  isKilled = 1;
+  EXPECT_EQ(printed_by(show_popup_multi_user_error_window), "in main::");
+  EXPECT_EQ(printed_by(show_popup_window), "");
+  EXPECT_FALSE(visible(dialog_multi_user_error));
+  EXPECT_FALSE(visible(dialog_done));
 }
 
 TEST_F(QuestionsTest, AreDeclinedWhenAskedAfterACancel) {
