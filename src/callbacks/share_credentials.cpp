@@ -42,6 +42,7 @@ void ask_for_both() {
 }  // namespace
 
 void on_smb_username_password_next2_clicked(GtkButton* button, gpointer /*user_data*/) {
+  if (smb_username_password_window2 != nullptr) return;  // a screen reader can press what is hidden
   const bool has_user = share_question.keep_answer(share_user, text_of(button, "entry_username"));
   const bool has_password = share_question.keep_answer(share_password, text_of(button, "entry_password"));
   if (!has_user || !has_password) return ask_for_both();

@@ -32,9 +32,9 @@ void delete_words(gpointer words) { delete static_cast<Words*>(words); }
 std::string said(const Words& words, const PostedBeginning& begun) {
   const auto found = words.beginnings.find(begun.what);
   if (found == words.beginnings.end()) return "";
-  const std::string what = begun.login.empty()
-                               ? found->second
-                               : with_value(with_value(words.for_person, found->second), begun.login);
+  const std::string what = begun.login.empty() ? found->second
+                                               : with_value(with_value(words.for_person, found->second),
+                                                            shown_name(begun.login.c_str()));
   return with_value(words.now, what);
 }
 

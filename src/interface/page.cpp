@@ -42,7 +42,8 @@ void arrange(GtkWidget* /*fixed*/, GtkRequisition* /*wish*/, gpointer arrangemen
 }
 
 GtkWidget* new_page_label(const std::string& text, const char* style) {
-  GtkWidget* label = new_wrapped_label(text);
+  GtkWidget* label = gtk_label_new(text.c_str());
+  gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
   gtk_widget_set_name(label, style);
   gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.0F);
   gtk_widget_show(label);

@@ -43,13 +43,6 @@ GtkWidget* new_stock_button(const char* stock, GCallback on_clicked) {
   return button;
 }
 
-GtkWidget* new_wrapped_label(const std::string& text) {
-  GtkWidget* label = gtk_label_new(text.c_str());
-  gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
-  gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
-  return label;
-}
-
 void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name) {
   AtkObject* of_widget = gtk_widget_get_accessible(widget);
   AtkObject* of_label = gtk_widget_get_accessible(label);

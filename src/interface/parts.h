@@ -38,9 +38,6 @@ GtkWidget* with_icon(GtkWidget* window, int nld);
 GtkWidget* new_button(const std::string& mnemonic, GCallback on_clicked);
 GtkWidget* new_stock_button(const char* stock, GCallback on_clicked);
 
-/// A label whose text wraps, aligned to the left.
-GtkWidget* new_wrapped_label(const std::string& text);
-
 /// Tells a screen reader that `label` names `widget`, and to read `name` for it.
 void set_accessible_label(GtkWidget* widget, GtkWidget* label, const std::string& name);
 

@@ -431,6 +431,13 @@ void begin(Beginning what, const std::string& login = "") {
 
 std::string now() { return label_text(window3, "label_now"); }
 
+TEST_F(PagesTest, ALoginInAnotherCharacterSetIsReadable) {
+  build_pages();
+  setenv("BRINDLE_LOCALE", "de_DE.UTF-8", 1);
+  begin(3, "j\xfcrgen");
+  EXPECT_TRUE(now().ends_with(" (for jürgen)")) << now();
+}
+
 TEST_F(PagesTest, TheLineSaysWhatIsMovedNow) {
   build_pages();
   EXPECT_EQ(now(), "");

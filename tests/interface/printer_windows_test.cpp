@@ -391,6 +391,13 @@ TEST_F(CredentialsTest, TheConfirmationWakesTheWorkerAndClosesBoth) {
   EXPECT_STREQ(Password, "secret");
 }
 
+TEST_F(CredentialsTest, NextOfTheHiddenWindowAsksForNoSecondConfirmation) {
+  answer("anna", "secret");
+  press(smb_username_password_window, "next2");
+  press(smb_username_password_window2, "next2");
+  EXPECT_EQ(visible_window("Office printer"), nullptr);
+}
+
 TEST_F(CredentialsTest, BackReturnsToWhatWasTyped) {
   answer("anna", "secret");
   press(confirmation(), "back2");
