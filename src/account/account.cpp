@@ -25,6 +25,15 @@ std::optional<Reason> reason_for_all(const Case& of) {
   return std::nullopt;
 }
 
+// What lies in the home of a login that does not exist is nobody's yet: it has not arrived.
+constexpr const char* no_home = "/dev/null/no-home";
+
+Person as_compared(const Person& person, const Options& options) {
+  Person compared = person;
+  if (!person.runs && !person.has_account && !options.homes.contains(person.login)) compared.home = no_home;
+  return compared;
+}
+
 Tally look_at(const Row& row, const Case& of, const std::vector<LeftOver>& others) {
   Tally tally = compare(row, of);
   for (const LeftOver& other : others) {
@@ -47,9 +56,10 @@ std::vector<PersonAccount> draw_up(const Archive& archive, const Options& option
     PersonAccount& account = result.emplace_back();
     account.person = person;
     const std::vector<LeftOver> others = left_over(archive, person);
+    const Person compared = as_compared(person, options);
     for (const Row& row : rows()) {
       const Case of = {.archive = archive,
-                       .person = account.person,
+                       .person = compared,
                        .system = system,
                        .several = several,
                        .as_root = as_root,

@@ -169,6 +169,21 @@ TEST(People, live_rather_where_their_login_name_is_given) {
   EXPECT_NE("/srv/ann", people[0].home);
 }
 
+// What was put into the home of a login that useradd has refused belongs to root, and nobody can log in
+// there.
+TEST(People, without_an_account_have_nothing_that_has_arrived) {
+  ASSERT_EQ(0, shell_quietly("useradd -m bob"));
+  for (const char* home : {"/home/7up", "/home/bob", "/srv/zoe"})
+    write_file(std::string(home) + "/Desktop/a", "1");
+  const Archive archive = packed({{"Brindle/users.txt", "MultiUser Migration=1\n"},
+                                  {"Brindle/Profiles/7up/Desktop/a", "1"},
+                                  {"Brindle/Profiles/bob/Desktop/a", "1"},
+                                  {"Brindle/Profiles/zoe/Desktop/a", "1"}});
+  Options options;
+  options.homes["zoe"] = "/srv/zoe";  // of another machine, whoever may log in there
+  EXPECT_THAT(causes(archive, options), ElementsAre("7up: a: The user account 7up was not made."));
+}
+
 TEST(People, are_left_out_for_a_reason_of_their_own) {
   ASSERT_EQ(0, shell_quietly("useradd -m bob"));
   const Entries entries = {{"Brindle/Desktop/own", "1"},

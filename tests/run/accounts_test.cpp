@@ -577,6 +577,40 @@ TEST_F(Privacy, ChangesNothingForThoseWhoHadAnAccount) {
   EXPECT_EQ("644 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
 }
 
+TEST_F(Privacy, OfAHomeWhoseAccountCannotBeMade) {
+  shell_quietly("umask 022; mkdir /home/eve && echo > /home/eve/hers");
+  for (const std::string name : {"ann", "eve"}) {
+    profile(name);
+    shell_quietly("chmod 755 '" + documents_of(name) + "'; chmod 644 '" + documents_of(name) + "of " + name +
+                  ".txt'");
+  }
+  use_program("useradd", "exit 3\n");
+  migrate_noting_errors();
+  EXPECT_EQ("700 root\n", mode_of("/home/ann"));
+  EXPECT_EQ("600 root\n", mode_of("/home/ann/Documents/of ann.txt"));
+  EXPECT_EQ("", open_to_others("/home/ann"));
+  EXPECT_EQ("755 root\n", mode_of("/home/eve"));  // somebody's
+  EXPECT_EQ("644 root\n", mode_of("/home/eve/hers"));
+  EXPECT_THAT(complained, Not(HasSubstr("private")));
+}
+
+TEST_F(Privacy, OfAHomeThatAnAccountDidNotHaveYet) {
+  shell_quietly("useradd -M ann");
+  profile("ann");
+  shell_quietly("chmod 644 '" + documents_of("ann") + "of ann.txt'");
+  migrate_noting_errors();
+  EXPECT_EQ("700 ann\n", mode_of("/home/ann"));
+  EXPECT_EQ("600 ann\n", mode_of("/home/ann/Documents/of ann.txt"));
+}
+
+TEST_F(Privacy, IsNotMissedWhereThereIsNoHome) {
+  profile("ann");
+  shell_quietly("rm -r '" + in_archive("Profiles/ann") + "'/*");
+  use_program("useradd", "exit 3\n");
+  migrate_noting_errors();
+  EXPECT_THAT(complained, Not(HasSubstr("private")));
+}
+
 // More levels than a program may have files open.
 TEST_F(Privacy, ReachesTheDeepestFolder) {
   profile("ann");

@@ -212,6 +212,7 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   trace_home(target.home);
   std::printf("User's Home Directory::%s\n", target.home.c_str());
   if (!keep_account(login)) return -1;
+  const bool had_home = lies_at(target.home);
   const std::optional<Account> account = create_account(target, skeleton);
   if (account == Account::was_there) tell_about_account(login);
   const bool is_noted = account && set_password(login, target.home, *account);
@@ -224,8 +225,12 @@ int migrate_account(const Target& target, const std::string& profiles_folder, co
   const std::string image = image_name(Mark::several_users);
   const int result = itemprofiles2(nullptr, image.c_str(), login.c_str(), profiles, profiles_folder.c_str());
   std::printf("....................DONE");
-  if (!(account == Account::made ? kept_before_closing : kept_before_chown)(login, target.home)) return -1;
-  if (account == Account::made) make_content_private(target.home);
+  // One without an account that could be made has a home all the same: its things lie there, root's.
+  const bool is_new_home = account == Account::made || (!had_home && lies_at(target.home));
+  const std::string owner = has_account(login) ? login : "root";
+  if (!(is_new_home ? kept_before_closing(owner, target.home) : kept_before_chown(login, target.home)))
+    return -1;
+  if (is_new_home) make_private(target.home);
   SYSTEM(compose("chown -R %s %s", login, target.home));
   std::printf("STEP 4: Chown Completed.");
   return result;

@@ -39,7 +39,7 @@ class Walk {
       const std::string path = std::move(ahead_.back());
       ahead_.pop_back();
       const Descriptor folder = place::open_beneath(top_.number(), path, O_RDONLY | O_DIRECTORY);
-      if (make_private(folder, path)) through(folder, path + "/");
+      if (close(folder, path)) through(folder, path + "/");
     }
   }
 
@@ -57,7 +57,7 @@ class Walk {
       // Only of folders: on an overlay, a live system's for instance, files have other numbers.
       if (there.st_dev == file_system_) ahead_.push_back(path);
     } else if (S_ISREG(there.st_mode) && is_last_name_of(there)) {
-      make_private(open_plain_file(folder.number(), name), path);
+      close(open_plain_file(folder.number(), name), path);
     }
   }
 
@@ -65,7 +65,7 @@ class Walk {
     return file.st_nlink == 1 || ++names_[{file.st_dev, file.st_ino}] == file.st_nlink;
   }
 
-  bool make_private(const Descriptor& opened, const std::string& path) const {
+  bool close(const Descriptor& opened, const std::string& path) const {
     struct stat there {};
     const bool done = opened && fstat(opened.number(), &there) == 0 &&
                       fchmod(opened.number(), there.st_mode & S_IRWXU) == 0;
@@ -90,9 +90,10 @@ void close_home(const std::string& home, const std::string& login) {
     complain(home);
 }
 
-void make_content_private(const std::string& home) {
+void make_private(const std::string& home) {
   const Descriptor folder = open_home(home);
   struct stat there {};
-  if (!folder || fstat(folder.number(), &there) != 0) return complain(home);
+  if (!folder || fstat(folder.number(), &there) != 0 || fchmod(folder.number(), there.st_mode & S_IRWXU) != 0)
+    return complain(home);
   Walk(folder, home, there.st_dev).through_all();
 }

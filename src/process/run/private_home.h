@@ -1,7 +1,7 @@
 // What was private in Windows is private after: one person of a family does not read another's mail.
 //
-// Both are for accounts that the run has made, and say on standard error what they could not do. No link is
-// followed, and what lies on another file system is left alone.
+// Both are for homes that the run has made, or whose accounts it has, and say on standard error what they
+// could not do. No link is followed, and what lies on another file system is left alone.
 #ifndef BRINDLE_PROCESS_RUN_PRIVATE_HOME_H
 #define BRINDLE_PROCESS_RUN_PRIVATE_HOME_H
 
@@ -11,8 +11,8 @@
 /// may have been there before, of whatever owner.
 void close_home(const std::string& home, const std::string& login);
 
-/// Takes everybody else's rights, and set-id and sticky bits, from all that lies in `home`; its owner's stay.
-/// A file that has a name outside of it as well stays as it is.
-void make_content_private(const std::string& home);
+/// Takes everybody else's rights, and set-id and sticky bits, from `home` and all that lies in it; its
+/// owner's stay. A file that has a name outside of it as well stays as it is.
+void make_private(const std::string& home);
 
 #endif
