@@ -1,6 +1,6 @@
-// One press is one press: when it brings up another page, the rest of it does nothing there. The second half
-// of a double click would press what stands at the same place of the next page, and a key that is held down
-// or pressed twice what has the keyboard there. GUI thread only.
+// One press is one press: when it brings up another page, or window, the rest of it does nothing there. The
+// second half of a double click would press what stands at the same place of the next page, and a key that is
+// held down or pressed twice what has the keyboard there. GUI thread only.
 #ifndef BRINDLE_INTERFACE_PRESS_GUARD_H
 #define BRINDLE_INTERFACE_PRESS_GUARD_H
 

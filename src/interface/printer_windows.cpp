@@ -328,10 +328,13 @@ GtkWidget* create_smb_username_password_window2() {
   question.add("label_url", new_url_label());
   add_form(question,
            {new_user_field(texts["smb_username_password_window2-label_username"], new_value_label())});
-  question.add_button("back2", texts["smb_username_password_window2-back"],
-                      G_CALLBACK(on_smb_username_password_window2_back2_clicked));
+  GtkWidget* back = question.add_button("back2", texts["smb_username_password_window2-back"],
+                                        G_CALLBACK(on_smb_username_password_window2_back2_clicked));
   GtkWidget* next = question.add_button("next2", texts["smb_username_password_window2-next"],
                                         G_CALLBACK(on_smb_username_password_window2_next2_clicked));
+  // What brings it is a press on the other window's Next.
+  guard_keys(question.window());
+  for (GtkWidget* button : {back, next}) guard_from_double_click(button);
   make_default(next);
   gtk_widget_grab_focus(next);
   return with_icon(question.window(), isNLD);

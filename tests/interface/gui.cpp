@@ -207,15 +207,22 @@ void use_xdotool(const std::vector<std::string>& words) {
   handle_events();
 }
 
+std::pair<int, int> corner_of(GtkWidget* widget) {
+  int left = 0;
+  int top = 0;
+  gdk_window_get_origin(gtk_widget_get_window(widget), &left, &top);
+  if (gtk_widget_get_has_window(widget) != FALSE) return {left, top};  // the window is the widget's own
+  GtkAllocation area{};
+  gtk_widget_get_allocation(widget, &area);
+  return {left + area.x, top + area.y};
+}
+
 // Where the middle of a widget is on the screen.
 std::vector<std::string> middle_of(GtkWidget* widget) {
   GtkAllocation area{};
   gtk_widget_get_allocation(widget, &area);
-  int left = 0;
-  int top = 0;
-  gdk_window_get_origin(gtk_widget_get_window(widget), &left, &top);
-  if (gtk_widget_get_has_window(widget) != FALSE) area.x = area.y = 0;  // the window is the widget's own
-  return {std::to_string(left + area.x + area.width / 2), std::to_string(top + area.y + area.height / 2)};
+  const auto [left, top] = corner_of(widget);
+  return {std::to_string(left + area.width / 2), std::to_string(top + area.height / 2)};
 }
 
 void click_at(GtkWidget* window, const char* name, int times) {
@@ -244,6 +251,19 @@ bool gets_keyboard(GtkWidget* window) {
   const bool got = comes_true([window] { return gtk_window_has_toplevel_focus(GTK_WINDOW(window)); });
   handle_events();
   return got;
+}
+
+std::pair<int, int> corner_of(GtkWidget* window, const char* name) {
+  return corner_of(lookup_widget(window, name));
+}
+
+void move_window(GtkWidget* window, const char* name, std::pair<int, int> corner) {
+  const auto [left, top] = corner_of(window, name);
+  int x = 0;
+  int y = 0;
+  gtk_window_get_position(GTK_WINDOW(window), &x, &y);
+  gtk_window_move(GTK_WINDOW(window), x + corner.first - left, y + corner.second - top);
+  ASSERT_TRUE(comes_true([&] { return corner_of(window, name) == corner; })) << name;
 }
 
 void point_at(GtkWidget* window, const char* name) {

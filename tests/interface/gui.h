@@ -6,6 +6,7 @@
 #include <gtk/gtk.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 /// What the sanitizers must not count against the program, in their suppression format.
@@ -56,6 +57,12 @@ bool gets_keyboard(GtkWidget* window);
 
 /// Presses a key or several together, as xdotool calls them: "Tab", "shift+Tab", "Escape", "alt+n".
 void press_key(const char* keysym);
+
+/// Where the upper left corner of a widget is on the screen.
+std::pair<int, int> corner_of(GtkWidget* window, const char* name);
+
+/// Moves `window` so that the corner of a widget in it comes there.
+void move_window(GtkWidget* window, const char* name, std::pair<int, int> corner);
 
 /// Moves the pointer to the middle of a widget.
 void point_at(GtkWidget* window, const char* name);

@@ -29,17 +29,6 @@ void go_to(GtkWidget* page) {
   ASSERT_TRUE(gets_keyboard(page));
 }
 
-// On the screen.
-std::pair<int, int> corner_of(GtkWidget* widget) {
-  int left = 0;
-  int top = 0;
-  gdk_window_get_origin(gtk_widget_get_window(widget), &left, &top);
-  if (gtk_widget_get_has_window(widget) != FALSE) return {left, top};
-  GtkAllocation area{};
-  gtk_widget_get_allocation(widget, &area);
-  return {left + area.x, top + area.y};
-}
-
 std::vector<std::string> tab_stops(GtkWidget* page, int count) {
   std::vector<std::string> stops = {focused(page)};
   while (static_cast<int>(stops.size()) < count) {
@@ -219,14 +208,7 @@ TEST_F(KeysTest, ADoubleClickOnTheButtonOfANoticePressesNothingBelow) {
   go_to(window3);
   show_popup_multi_user_error_window(nullptr);
   ASSERT_TRUE(gets_keyboard(dialog_multi_user_error));
-  const auto [left, top] = corner_of(lookup_widget(dialog_multi_user_error, "okbutton2"));
-  const auto [cancel_left, cancel_top] = corner_of(lookup_widget(window3, "button_window3_cancel"));
-  int x = 0;
-  int y = 0;
-  gtk_window_get_position(GTK_WINDOW(dialog_multi_user_error), &x, &y);
-  gtk_window_move(GTK_WINDOW(dialog_multi_user_error), x + cancel_left - left, y + cancel_top - top);
-  g_usleep(200000);
-  settle();
+  move_window(dialog_multi_user_error, "okbutton2", corner_of(window3, "button_window3_cancel"));
   double_click(dialog_multi_user_error, "okbutton2");
   ASSERT_EQ(dialog_multi_user_error, nullptr);
   EXPECT_EQ(isKilled, 0);

@@ -191,6 +191,16 @@ TEST_P(LookTest, TextsOfDialogsAndEntriesAreReadable) {
   expect_readable(dialog, {"message"});
 }
 
+TEST_P(LookTest, TheFoldersOfTheChooserAreReadableUnderThePointer) {
+  GtkWidget* chooser = create_fileselection();
+  name_widget(chooser, GTK_FILE_SELECTION(chooser)->history_pulldown, "folders");
+  show(chooser);
+  expect_readable(chooser, {"folders"});
+  point_at(chooser, "folders");
+  ASSERT_EQ(gtk_widget_get_state(lookup_widget(chooser, "folders")), GTK_STATE_PRELIGHT);
+  expect_readable(chooser, {"folders"});
+}
+
 TEST_P(LookTest, MarksDifferInMoreThanColour) {
   show(window3);
   draw_posted_mark(new PostedMark{1, 0});

@@ -479,7 +479,31 @@ TEST_F(QuestionKeysTest, ReturnAnswersTheWindowInFront) {
   EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 1);
   press_key("Return");
   wait_for_window(smb_username_password_window2);
+  press_key("Return");  // the rest of the press that has brought it
+  g_usleep(900000);
+  settle();
+  ASSERT_NE(smb_username_password_window2, nullptr);
   press_key("Return");
+  wait_for_worker();
+  EXPECT_EQ(answers, std::vector<std::string>{"anna"});
+}
+
+TEST_F(QuestionKeysTest, ADoubleClickDoesNotConfirm) {
+  ask_for_credentials();
+  wait_for_window(smb_username_password_window);
+  type(smb_username_password_window, "entry_username", "anna");
+  type(smb_username_password_window, "entry_password", "word");
+  press(smb_username_password_window, "next2");
+  wait_for_window(smb_username_password_window2);
+  const auto corner = corner_of(smb_username_password_window2, "next2");
+  press(smb_username_password_window2, "back2");
+  ASSERT_TRUE(gets_keyboard(smb_username_password_window));
+  move_window(smb_username_password_window, "next2", corner);
+  double_click(smb_username_password_window, "next2");
+  wait_for_window(smb_username_password_window2);
+  EXPECT_EQ(isWindowSmbUsernamePasswordOpen, 1);
+  g_usleep(900000);
+  click(smb_username_password_window2, "next2");
   wait_for_worker();
   EXPECT_EQ(answers, std::vector<std::string>{"anna"});
 }
