@@ -147,19 +147,22 @@ bool keep_password(std::string typed) {
 // elsewhere.
 class PageCommands {
  public:
-  PageCommands() : was_shown_(is_shown()) { goes_on = true; }
+  PageCommands() : was_shown_(is_shown()), was_chosen_(selection) { goes_on = true; }
   ~PageCommands() { goes_on = false; }
   PageCommands(const PageCommands&) = delete;
   PageCommands& operator=(const PageCommands&) = delete;
 
   static bool are_running() { return goes_on; }
-  bool are_still_wanted() const { return !shell::is_told_to_end() && is_shown() == was_shown_; }
+  bool are_still_wanted() const {
+    return !shell::is_told_to_end() && is_shown() == was_shown_ && selection == was_chosen_;
+  }
 
  private:
   static bool is_shown() { return window2 != nullptr && gtk_widget_get_visible(window2); }
   static inline bool goes_on = false;
 
   bool was_shown_;
+  enum cd was_chosen_;
 };
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include <getopt.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -45,9 +47,14 @@ const option options[] = {
 };
 
 // Of several letters in one word the one that is not known.
-std::string refused_option(char** argv) {
+std::string refused_option(const char* word) {
   const bool is_letter = optopt != 0 && optopt < of_toolkit && optopt != help && optopt != version;
-  return is_letter ? std::string("-") + static_cast<char>(optopt) : argv[optind - 1];
+  return is_letter ? std::string("-") + static_cast<char>(optopt) : word;
+}
+
+// getopt takes the beginning of a name as well, the toolkit does not.
+bool is_whole(const char* word, const option* of_word) {
+  return of_word == nullptr || std::string_view(word).substr(2, std::strcspn(word, "=") - 2) == of_word->name;
 }
 
 int refuse(const std::string& what) {
@@ -59,11 +66,15 @@ int refuse(const std::string& what) {
 
 std::optional<int> answer_options(int argc, char** argv) {
   opterr = 0;
-  for (int option = 0; (option = getopt_long(argc, argv, "+hV", options, nullptr)) != -1;) {
+  for (;;) {
+    const int at = optind;
+    int row = -1;
+    const int option = getopt_long(argc, argv, "+hV", options, &row);
+    if (option == -1) break;
+    if (option == unknown || !is_whole(argv[at], row < 0 ? nullptr : &options[row]))
+      return refuse("the option " + refused_option(argv[at]) + " is not known, or not given like this");
     if (option == help) return std::fputs(usage, stdout), 0;
     if (option == version) return std::puts("brindle " BRINDLE_VERSION), 0;
-    if (option == unknown)
-      return refuse("the option " + refused_option(argv) + " is not known, or not given like this");
   }
   if (optind < argc) return refuse("\"" + std::string(argv[optind]) + "\" is no option");
   return std::nullopt;

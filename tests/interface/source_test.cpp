@@ -334,6 +334,20 @@ TEST_F(SourceTest, WhoGoesBackWhileADiscIsMountedSeesNoChooser) {
   EXPECT_TRUE(gtk_widget_get_visible(window1));
 }
 
+bool choose_local_meanwhile() {
+  press(window2, "local");
+  return true;
+}
+
+TEST_F(SourceTest, WhoChoosesTheOtherSourceWhileADiscIsMountedSeesNoChooser) {
+  shell_quietly("mkdir -p /media/disc");
+  stand_in_for_mount("/dev/sr0 on /media/disc type iso9660 (ro)\\n");
+  shell::while_waiting(choose_local_meanwhile);
+  press(window2, "bCdrom");
+  shell::while_waiting(nullptr);
+  EXPECT_FALSE(gtk_widget_get_visible(fileselection));
+}
+
 // The kernel's table of what is mounted, as this process sees it.
 void mount_table_holds(const std::string& lines) {
   write_file("/tmp/table", lines);

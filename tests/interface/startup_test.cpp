@@ -357,6 +357,8 @@ TEST_F(OptionsTest, WhatIsNotKnownIsNamedBeforeAnythingIsWritten) {
   write_file("/root/stderr", "");
   const std::pair<std::vector<std::string>, std::string> refused[] = {
       {{"--nonsense"}, "the option --nonsense is not known, or not given like this"},
+      {{"--displ=:5"}, "the option --displ=:5 is not known, or not given like this"},
+      {{"--displ", ":5"}, "the option --displ is not known, or not given like this"},
       {{"--sync", "--nonsense=3"}, "the option --nonsense=3 is not known, or not given like this"},
       {{"-hx"}, ""},
       {{"-xh"}, "the option -x is not known, or not given like this"},
