@@ -143,10 +143,16 @@ class Options(Case):
 
 class Language(Case):
     def test_one_that_is_not_installed_falls_back_to_english(self):
-        run = preview_run.run("redflag", "one-person", "--language", "de_DE", user="ada")
+        run = preview_run.run("redflag", "one-person", "--language", "da_DK", user="ada")
         self.assertEqual(0, run.status, run.output)
         self.assertIn("no texts are installed", run.text("stderr"))
         self.assertEqual("Documents", run.labels["image_1"])
+
+    def test_one_that_is_installed_is_spoken_to_the_end(self):
+        run = preview_run.run("redflag", "one-person", "--language", "de_DE", user="ada")
+        self.assertEqual(0, run.status, run.output)
+        self.assertNotIn("no texts are installed", run.text("stderr"))
+        self.assertEqual("Dokumente", run.labels["image_1"])
 
 
 class TimeLimit(Case):
