@@ -58,7 +58,7 @@ def run_once(program, once, report):
     seconds, user, system, kilobytes = map(float, lines[-1].split())
     if os.path.exists(report):
         with open(report, encoding="ascii") as file:
-            seconds, user, system = map(float, file.read().split())
+            seconds, user, system, kilobytes = map(float, file.read().split())
     return Took(seconds, user, system, kilobytes / 1024)
 
 

@@ -14,17 +14,18 @@ namespace bench {
 /// Measures from when it is made to `report`.
 class Took {
  public:
-  /// Writes seconds, and those of the processor in the program and in the kernel for it, to the file that
-  /// bench/run has named. Commands that were run meanwhile do not count for the last two.
+  /// Writes seconds, those of the processor in the program and in the kernel for it, and the largest resident
+  /// memory of the program in kilobytes, to the file that bench/run has named. Commands that were run
+  /// meanwhile count for the first alone.
   void report() const {
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start_;
     const rusage now = used();
     const char* path = std::getenv("BRINDLE_BENCH_REPORT");
     std::FILE* file = path == nullptr ? nullptr : std::fopen(path, "w");
     if (file == nullptr) return;
-    std::fprintf(file, "%.6f %.6f %.6f\n", seconds.count(),
+    std::fprintf(file, "%.6f %.6f %.6f %ld\n", seconds.count(),
                  seconds_of(now.ru_utime) - seconds_of(used_.ru_utime),
-                 seconds_of(now.ru_stime) - seconds_of(used_.ru_stime));
+                 seconds_of(now.ru_stime) - seconds_of(used_.ru_stime), now.ru_maxrss);
     std::fclose(file);
   }
 
