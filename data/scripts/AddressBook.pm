@@ -239,6 +239,7 @@ sub unindented {
 # the contact around it.
 sub without_agents {
     my ($text) = @_;
+    return $text unless $text =~ /AGENT/i;
     my $line = qr/(?![ \t]*(?:BEGIN|END):VCARD)[^\n]*\n/i;
     my $card = qr/BEGIN:VCARD[ \t]*\r?\n(?:$line)*+[ \t]*END:VCARD[ \t]*(?:\r?\n|\z)/i;
     my @agents;
