@@ -145,6 +145,7 @@ sub text_of {
 # before.
 sub unfolded {
     my ($card) = @_;
+    return $card unless $card =~ /\n[ \t]|=\r?\n/;
     my $keeps_blank = $card =~ /^VERSION:2\.1\s*$/mi;
     my $fold = $keeps_blank ? qr/\r?\n(?=[ \t])/ : qr/\r?\n[ \t]/;
     my $soft_break = $keeps_blank ? qr/=\r?\n/ : qr/=\r?\n[ \t]?/;
@@ -166,6 +167,7 @@ sub split_at_colon {
 # as any character.
 sub outside_quotes {
     my ($between, $text) = @_;
+    return length $text ? split(/\Q$between\E/, $text, -1) : ('') if index($text, '"') < 0;
     my @parts = ('');
     while ($text =~ /\G("[^"]*"|.)/gs) {
         if ($1 eq $between) { push @parts, '' } else { $parts[-1] .= $1 }
@@ -195,6 +197,7 @@ sub decoded {
 # characters for private use, which no text has.
 sub in_unicode {
     my ($bytes) = @_;
+    return $bytes unless $bytes =~ /[^\x00-\x7f]/;
     my $text = decoded('utf8', $bytes);
     return $text if defined $text;
     $text = decoded('GBK', $bytes);
@@ -236,6 +239,7 @@ sub unindented {
 # the contact around it.
 sub without_agents {
     my ($text) = @_;
+    return $text unless $text =~ /AGENT/i;
     my $line = qr/(?![ \t]*(?:BEGIN|END):VCARD)[^\n]*\n/i;
     my $card = qr/BEGIN:VCARD[ \t]*\r?\n(?:$line)*+[ \t]*END:VCARD[ \t]*(?:\r?\n|\z)/i;
     my @agents;

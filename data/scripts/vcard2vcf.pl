@@ -27,6 +27,7 @@ sub in_gb2312 {
 # The property `line` without its encoding; the line as it is when it tells none or its value is no text.
 sub decoded_line {
     my ($line) = @_;
+    return $line unless $line =~ /CHARSET=|BASE64|ENCODING=B/i;
     my $property = AddressBook::property($line);
     return $line if !$property || $is_data{ $property->{name} };
     my ($name, @params) = @{ $property->{head} };

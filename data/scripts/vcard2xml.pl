@@ -33,6 +33,7 @@ my @address_kinds = qw(HOME WORK);
 # Only what XML 1.0 allows, with its five special characters spelt out.
 sub escaped {
     my ($text) = @_;
+    return $text unless $text =~ /[^ !#-%(-;=?-~]/;
     $text =~ s/[^\x{9}\x{a}\x{d}\x{20}-\x{d7ff}\x{e000}-\x{fffd}\x{10000}-\x{10ffff}]//g;
     my %entity = ('&' => '&amp;', '<' => '&lt;', '>' => '&gt;', '"' => '&quot;', "'" => '&apos;');
     $text =~ s/([&<>"'])/$entity{$1}/g;
@@ -48,6 +49,7 @@ sub unescaped {
 # Parts between semicolons that no backslash stands before.
 sub parts_of {
     my ($text) = @_;
+    return length $text ? split(/;/, $text, -1) : ('') if index($text, '\\') < 0;
     my @parts = ('');
     while ($text =~ /\G(\\.|;|[^\\;]+|\\\z)/gs) {
         if ($1 eq ';') { push @parts, '' } else { $parts[-1] .= $1 }

@@ -14,6 +14,7 @@
 
 #include "keep/keep.h"
 #include "place/beneath.h"
+#include "shell/blocks.h"
 #include "shell/replace.h"
 #include "shell/run.h"
 
@@ -25,13 +26,13 @@ constexpr char end_of_text = '\x1A';  // Ctrl-Z, the last character of a text fo
 // What dos2unix makes of a text, without the end that DOS marks.
 std::string with_plain_line_ends(std::string_view text) {
   if (text.starts_with(byte_order_mark)) text.remove_prefix(byte_order_mark.size());
-  text = text.substr(0, text.find_last_not_of(end_of_text) + 1);
-  std::string plain;
-  for (std::size_t end = 0; (end = text.find("\r\n")) != text.npos; text.remove_prefix(end + 1)) {
-    plain += text.substr(0, end);
-    while (plain.ends_with('\r')) plain.pop_back();
-  }
-  return plain += text;
+  return without_carriage_returns(text.substr(0, text.find_last_not_of(end_of_text) + 1));
+}
+
+// Without holding the text, which has them rarely: dos2unix was here.
+bool has_ends_to_mend(const std::string& path) {
+  const std::optional<LineEnds> ends = line_ends_of(path);
+  return ends && (ends->has_mark || ends->has_returns || ends->last == end_of_text);
 }
 
 // dos2unix passes over a file that it takes for binary, as it does with one that holds a control character,
@@ -39,6 +40,7 @@ std::string with_plain_line_ends(std::string_view text) {
 void finish_line_ends(const std::string& path) {
   std::error_code unknown;
   if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, unknown))) return;
+  if (!has_ends_to_mend(path)) return;
   const std::optional<std::string> text = read_whole(path);
   const std::string plain = with_plain_line_ends(text.value_or(""));
   if (text && plain != *text && !replace_file(path, plain)) std::perror(path.c_str());
@@ -103,11 +105,19 @@ std::optional<std::string> read_whole(const std::string& path) {
 }
 
 bool same_content(const std::string& path, const std::string& other) {
-  const std::optional<std::string> content = read_whole(path);
-  const std::optional<std::string> others = content ? read_whole(other) : std::nullopt;
-  if (!others) return false;
-  errno = 0;
-  return *content == *others;
+  BlockReader file(path);
+  if (!file.is_open()) return false;
+  BlockReader other_file(other);
+  if (!other_file.is_open()) return false;
+  for (;;) {
+    const std::string_view block = file.next();
+    if (file.has_failed()) return false;
+    const std::string_view other_block = other_file.next();
+    if (other_file.has_failed()) return false;
+    errno = 0;
+    if (block != other_block) return false;
+    if (block.empty()) return true;
+  }
 }
 
 void convert_line_ends(const std::string& path) {

@@ -186,6 +186,25 @@ TEST(JoinedFiles, HoldTheirPartsInOrderAndNothingElse) {
   EXPECT_FALSE(holds_joined("/tmp/one", {"/tmp/one", "/tmp/two"}));
 }
 
+TEST(JoinedFiles, MayBeLongerThanWhatIsReadAtOnce) {
+  const std::string one(100'000, '1'), two(70'000, '2');
+  write_file("/tmp/one", one);
+  write_file("/tmp/two", two);
+  write_file("/tmp/joined", one + two);
+  EXPECT_TRUE(holds_joined("/tmp/joined", {"/tmp/one", "/tmp/two"}));
+  for (const std::string& other : {one, one + two.substr(1), one + two + "2", one.substr(1) + "2" + two}) {
+    write_file("/tmp/joined", other);
+    EXPECT_FALSE(holds_joined("/tmp/joined", {"/tmp/one", "/tmp/two"}));
+  }
+}
+
+TEST(JoinedFiles, HoldNothingOfAFolder) {
+  write_file("/tmp/one", "1\n");
+  EXPECT_TRUE(holds_joined("/tmp/one", {"/tmp", "/tmp/one"}));
+  EXPECT_TRUE(holds_joined("/tmp", {"/tmp/none"}));
+  EXPECT_FALSE(holds_joined("/tmp", {"/tmp/one"}));
+}
+
 // ---- Line ends ------------------------------------------------------------------------------------------
 
 std::string last_line_ended(const std::string& text) {

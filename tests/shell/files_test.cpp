@@ -101,6 +101,28 @@ TEST(SameContent, ComparesToTheLastByte) {
   EXPECT_EQ(ENOENT, errno);
 }
 
+TEST(SameContent, ComparesBehindWhatIsReadAtOnce) {
+  const std::string text(200'000, 'a');
+  write_file("/tmp/f", text);
+  write_file("/tmp/same", text);
+  write_file("/tmp/other", text.substr(1) + "b");
+  write_file("/tmp/short", text.substr(1));
+  write_file("/tmp/long", text + "a");
+  EXPECT_TRUE(same_content("/tmp/f", "/tmp/same"));
+  for (const char* other : {"/tmp/other", "/tmp/short", "/tmp/long"}) {
+    EXPECT_FALSE(same_content("/tmp/f", other)) << other;
+    EXPECT_EQ(0, errno);
+  }
+}
+
+TEST(SameContent, IsNotThatOfAFolder) {
+  write_file("/tmp/empty", "");
+  EXPECT_FALSE(same_content("/tmp/empty", "/tmp"));
+  EXPECT_EQ(EISDIR, errno);
+  EXPECT_FALSE(same_content("/tmp", "/tmp/empty"));
+  EXPECT_EQ(EISDIR, errno);
+}
+
 TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
   SystemLog log;
   write_file("/tmp/a b.txt", "one\r\ntwo\r\n");

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::size_t line_limit = 1023;
+constexpr std::size_t block_size = std::size_t{1} << 16;
 
 bool reported(bool written) {
   if (!written) std::printf("\nERROR :: Could not create file");
@@ -43,9 +44,13 @@ bool rewrite_lines(const std::string& from, const std::string& to,
   File out = open_file(to, "w");
   if (!in && !out) return true;  // neither the folder nor anything to write
   if (!in || !out) return out != nullptr;
-  PieceReader lines(in.get(), line_limit);
-  std::string_view line;
-  while (lines.next(line)) write_text(out, rewrite(std::string(line)));
+  std::setvbuf(out.get(), nullptr, _IOFBF, block_size);
+  PieceReader lines(in.get(), line_limit, block_size);
+  std::string line;
+  for (std::string_view piece; lines.next(piece);) {
+    line = piece;
+    write_text(out, rewrite(line));
+  }
   return close_file(out);
 }
 

@@ -14,6 +14,7 @@
 #include "keep/keep.h"
 #include "place/opened.h"
 #include "shell/beside.h"
+#include "shell/blocks.h"
 #include "shell/files.h"
 #include "shell/replace.h"
 
@@ -40,15 +41,6 @@ std::string without_marks(std::string text) {
   constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
   while (text.ends_with('\x1A')) text.pop_back();
   return text.starts_with(byte_order_mark) ? text.substr(byte_order_mark.size()) : text;
-}
-
-std::string without_carriage_returns(const std::string& text) {
-  std::string lines;
-  for (const char c : text) {
-    while (c == '\n' && lines.ends_with('\r')) lines.pop_back();
-    lines += c;
-  }
-  return lines;
 }
 
 std::string with_last_line_ended(std::string text) {
@@ -127,9 +119,19 @@ void OldFile::put_back() {
 }
 
 bool holds_joined(const std::string& path, const std::vector<std::string>& parts) {
-  std::string joined;
-  for (const std::string& part : parts) joined += read_whole(part).value_or("");
-  return read_whole(path).value_or("") == joined;
+  BlockReader joined(path);
+  bool is_empty = true;
+  for (const std::string& part : parts) {
+    BlockReader file(part);
+    bool has_any = false;
+    for (std::string_view block = file.next(); !block.empty(); block = file.next()) {
+      if (joined.next(block.size()) != block) return false;
+      has_any = true;
+    }
+    if (has_any && file.has_failed()) return false;
+    is_empty = is_empty && !has_any;
+  }
+  return joined.next().empty() && (is_empty || !joined.has_failed());
 }
 
 bool end_last_line(const std::string& path) {
@@ -139,6 +141,8 @@ bool end_last_line(const std::string& path) {
 }
 
 bool mend_lines(const std::string& path) {
+  const std::optional<LineEnds> ends = line_ends_of(path);
+  if (!ends || (!ends->has_mark && !ends->has_returns && ends->last == '\n')) return true;
   const std::optional<std::string> text = read_whole(path);
   if (!text) return true;
   const std::string mended = without_carriage_returns(with_last_line_ended(without_marks(*text)));

@@ -201,6 +201,27 @@ TEST_F(Calendar, OnAFullWorkFolderTheOldOneStays) {
   }
 }
 
+// Whose characters lie across whatever is read at once.
+TEST_F(Calendar, LongerThanABlockIsLookedAtToItsEnd) {
+  std::string text = "a";
+  std::string whole = "a";
+  for (int i = 0; i < 100'000; ++i) {
+    text += "\xD6\xD0";
+    whole += "\xE4\xB8\xAD";
+  }
+  write_file("/tmp/from", text);
+  EXPECT_TRUE(convert_to_utf8("/tmp/from", "/tmp/to"));
+  EXPECT_TRUE(read_file("/tmp/to") == whole);
+  shell_quietly("mkdir -p /usr/local/bin && touch /usr/local/bin/iconv && chmod 755 /usr/local/bin/iconv");
+  for (const char* size : {"0", "1", "65536", "299999", "300000"}) {
+    write_file("/usr/local/bin/iconv", "#!/bin/sh\n/usr/bin/iconv -c -f GB2312 -t utf-8 \"$6\" | head -c " +
+                                           std::string(size) + " > \"$8\"\n");
+    EXPECT_FALSE(convert_to_utf8("/tmp/from", "/tmp/to")) << size;
+  }
+  write_file("/usr/local/bin/iconv", "#!/bin/sh\necho another > \"$8\"\n");
+  EXPECT_TRUE(convert_to_utf8("/tmp/from", "/tmp/to"));
+}
+
 TEST_F(Calendar, WithBytesOfAnotherEncodingIsNotTakenForCutOff) {
   std::string text = "SUMMARY:";
   for (int i = 0; i < 20'000; ++i) text += static_cast<char>((i * 7919 + i / 256) % 251 + 5);

@@ -5,9 +5,9 @@
 #include <array>
 #include <cerrno>
 #include <memory>
-#include <optional>
+#include <string_view>
 
-#include "shell/files.h"
+#include "shell/blocks.h"
 #include "shell/run.h"
 
 namespace {
@@ -17,34 +17,77 @@ struct ConverterCloser {
   void operator()(iconv_t converter) const { iconv_close(converter); }
 };
 
-// What the command makes of `text`: it leaves what does not convert, and a half character at the end.
-std::optional<std::string> converted(std::string text) {
-  const iconv_t opened = iconv_open("UTF-8//IGNORE", "GB2312");
-  if (opened == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
-  const std::unique_ptr<iconv_t, ConverterCloser> converter(opened);
-  std::string result;
-  std::array<char, 4096> block;
-  char* from = text.data();
-  std::size_t left = text.size();
-  while (left > 0) {
+/// What the command makes of a text that comes block by block: it leaves what does not convert, and a half
+/// character at the end.
+class Conversion {
+ public:
+  Conversion() : converter_(opened()) {}
+
+  bool is_possible() const { return converter_ != nullptr; }
+
+  /// What `block` and what was left of the one before come to.
+  std::string next(std::string_view block) {
+    std::string result;
+    rest_ += block;
+    char* from = rest_.data();
+    std::size_t left = rest_.size();
+    while (left > 0 && !has_stopped_) {
+      const std::size_t before = left;
+      const std::size_t size = result.size();
+      if (!step(from, left, result)) break;
+      has_stopped_ = left == before && result.size() == size;
+    }
+    rest_.erase(0, has_stopped_ ? rest_.size() : rest_.size() - left);
+    return result;
+  }
+
+ private:
+  static iconv_t opened() {
+    const iconv_t converter = iconv_open("UTF-8//IGNORE", "GB2312");
+    return converter == reinterpret_cast<iconv_t>(-1) ? nullptr : converter;
+  }
+
+  // False when half a character is left.
+  bool step(char*& from, std::size_t& left, std::string& result) {
+    std::array<char, 4096> block;
     char* to = block.data();
     std::size_t room = block.size();
-    const std::size_t before = left;
-    const bool stopped =
-        iconv(opened, &from, &left, &to, &room) == static_cast<std::size_t>(-1) && errno == EINVAL;
+    const bool is_half =
+        iconv(converter_.get(), &from, &left, &to, &room) == static_cast<std::size_t>(-1) && errno == EINVAL;
     result.append(block.data(), block.size() - room);
-    if (stopped || (left == before && room == block.size())) break;
+    return !is_half;
   }
-  return result;
+
+  std::unique_ptr<iconv_t, ConverterCloser> converter_;
+  std::string rest_;
+  bool has_stopped_ = false;  // at something that goes neither in nor out
+};
+
+enum class Held { all, a_part, another };
+
+// What of `text` comes next in `file`.
+Held next_holds(BlockReader& file, std::string_view text) {
+  while (!text.empty()) {
+    const std::string_view part = file.next(text.size());
+    if (!text.starts_with(part)) return Held::another;
+    if (part.empty()) return Held::a_part;
+    text.remove_prefix(part.size());
+  }
+  return Held::all;
 }
 
-// The command's own result does not tell: what it drops counts as a failure too.
+// The command's own result does not tell: what it drops counts as a failure too. A file that is another is
+// not cut off.
 bool is_whole(const std::string& path, const std::string& from) {
-  const std::optional<std::string> text = read_whole(from);
-  const std::optional<std::string> whole = text ? converted(*text) : std::nullopt;
-  if (!whole) return true;
-  const std::string found = read_whole(path).value_or("");
-  return found.size() >= whole->size() || !whole->starts_with(found);
+  BlockReader source(from);
+  BlockReader found(path);
+  Conversion conversion;
+  if (!conversion.is_possible()) return true;
+  for (std::string_view block = source.next(); !block.empty(); block = source.next()) {
+    const Held held = next_holds(found, conversion.next(block));
+    if (held != Held::all) return held == Held::another;
+  }
+  return true;
 }
 
 }  // namespace
