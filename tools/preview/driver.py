@@ -14,7 +14,7 @@ Scenarios are for tests; each departs from the usual run at one place:
   cancel-before   Cancel on page 1 and on page 2, "No" each time, then a usual run
   leave           Cancel on page 2 and "Yes"
   cancel-run      Cancel on the progress page as soon as a mark is set
-  cancel-unpacking    Cancel on the progress page as soon as it is there
+  cancel-unpacking    Cancel on the progress page once unzip has begun
   close-1, close-2, close-3   closes that page by the window manager
   leave-out:TEXT  closes driver windows that have TEXT in them, and windows that ask for the user of a share
   empty, missing  types nothing, or the name of a file that is not there
@@ -64,6 +64,12 @@ KILL_SECONDS = 0.005
 SETTLE_SECONDS = 0.25  # until a window that has just come up is drawn
 
 
+def has_begun(text):
+    """Whether a command with this text was started."""
+    with open(RECORD, encoding="utf-8", errors="replace") as commands:
+        return text in commands.read()
+
+
 class Driver:
     def __init__(self, options):
         self.options = options
@@ -109,9 +115,8 @@ class Driver:
     def kill_at(self, text):
         """Looked at often, so that the command has hardly begun."""
         while self.program.poll() is None:
-            with open(RECORD, encoding="utf-8", errors="replace") as commands:
-                if text in commands.read():
-                    self.kill_wizard()
+            if has_begun(text):
+                self.kill_wizard()
             time.sleep(KILL_SECONDS)
 
     def kill_wizard(self):
@@ -242,7 +247,7 @@ class Driver:
         if self.options.scenario == "close-3":
             return self.close()
         if self.options.scenario == "cancel-unpacking":
-            return self.press_named(window, "window3-cancel")
+            return has_begun("unzip -o ") and self.press_named(window, "window3-cancel")
         if self.options.scenario == "cancel-run" and any(what != "empty" for _, what in self.marks.values()):
             return self.press_named(window, "window3-cancel")
         return self.is_told_the_end(window) and self.press_named(window, "window3-done")
