@@ -19,14 +19,17 @@ void keep_words(GtkWidget* image, const char* key, const std::string& words) {
   g_object_set_data_full(G_OBJECT(image), key, g_strdup(words.c_str()), g_free);
 }
 
-void put_row(Page& page, Mark mark, const std::string& text, Position position) {
+void put_row(Page& page, const WindowTexts& texts, const MarkRow& row, Position position) {
+  const std::string text = texts[row.text_key];
   GtkWidget* image = gtk_image_new();
   GtkWidget* label = gtk_label_new(text.c_str());
   gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
   gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-  page.put(image_name(mark).c_str(), image, position, mark_size, mark_size);
-  page.put_label(label_name(mark).c_str(), label, {position.x + label_left, position.y}, label_size);
+  page.put(image_name(row.mark).c_str(), image, position, mark_size, mark_size);
+  page.put_label(label_name(row.mark).c_str(), label, {position.x + label_left, position.y}, label_size);
   set_accessible_label(image, label, text);
+  keep_words(image, moved_key, with_value(texts["window3-moved"], text));
+  keep_words(image, not_moved_key, with_value(texts["window3-notmoved"], text));
 }
 
 void hide_row(const Page& page, Mark mark) {
@@ -47,11 +50,7 @@ void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system)
   Position position = {mark_left, system.first_row};
   for (const MarkRow& row : mark_rows()) {
     if (system.hidden_rows.contains(row.mark)) continue;
-    const std::string text = texts[row.text_key];
-    put_row(page, row.mark, text, position);
-    GtkWidget* image = lookup_widget(page.window(), image_name(row.mark).c_str());
-    keep_words(image, moved_key, with_value(texts["window3-moved"], text));
-    keep_words(image, not_moved_key, with_value(texts["window3-notmoved"], text));
+    put_row(page, texts, row, position);
     if (system.unset_rows.contains(row.mark)) {
       hide_row(page, row.mark);
     } else {

@@ -24,11 +24,7 @@ class QuitDialogTest : public GuiTest {
  protected:
   void SetUp() override {
     GuiTest::SetUp();
-    start_window_manager();
-    build_pages();
-    build_dialogs();
-    gtk_widget_show(window1);
-    ASSERT_TRUE(gets_keyboard(window1));
+    open_with_keyboard(window1);
   }
   static void open() {
     click(window1, "cancel_step1");
@@ -71,11 +67,7 @@ class CancelNoticeTest : public GuiTest {
  protected:
   void SetUp() override {
     GuiTest::SetUp();
-    start_window_manager();
-    build_pages();
-    build_dialogs();
-    gtk_widget_show(window3);
-    ASSERT_TRUE(gets_keyboard(window3));
+    open_with_keyboard(window3);
     write_file("/tmp/brindabc123/Brindle/file", "x");
     dir_name = const_cast<char*>("/tmp/brindabc123");
     serve_windows_meanwhile();

@@ -362,3 +362,11 @@ void GuiTest::build_dialogs() {
   keep_window(dialog_multi_user_error, create_dialog_multi_user_error());
   keep_window(dialog_printer_error, create_dialog_printer_error());
 }
+
+void GuiTest::open_with_keyboard(GtkWidget*& page) {
+  start_window_manager();
+  build_pages();
+  build_dialogs();
+  gtk_widget_show(page);
+  ASSERT_TRUE(gets_keyboard(page));
+}

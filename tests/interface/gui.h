@@ -97,6 +97,8 @@ class GuiTest : public testing::Test {
   /// Builds the three pages as main does.
   void build_pages();
   void build_dialogs();
+  /// All windows, and `page`, one of main's, on the screen with the keyboard, under a window manager.
+  void open_with_keyboard(GtkWidget*& page);
 };
 
 // ---------------------------------------------------------------------------------------------------

@@ -11,11 +11,7 @@ class KeysTest : public GuiTest {
  protected:
   void SetUp() override {
     GuiTest::SetUp();
-    start_window_manager();
-    build_pages();
-    build_dialogs();
-    gtk_widget_show(window1);
-    ASSERT_TRUE(gets_keyboard(window1));
+    open_with_keyboard(window1);
   }
 };
 

@@ -353,11 +353,7 @@ class QuestionKeysTest : public QuestionsTest {
  protected:
   void SetUp() override {
     GuiTest::SetUp();
-    start_window_manager();
-    build_pages();
-    build_dialogs();
-    gtk_widget_show(window3);
-    ASSERT_TRUE(gets_keyboard(window3));
+    open_with_keyboard(window3);
     dir_name = nullptr;
   }
 

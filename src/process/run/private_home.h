@@ -1,7 +1,7 @@
 // What was private in Windows is private after: one person of a family does not read another's mail.
 //
-// Both are for homes that the run has made, or whose accounts it has, and say on standard error what they
-// could not do. No link is followed, and what lies on another file system is left alone.
+// Both are for homes that the run has made and for those of accounts that it has made, and say on standard
+// error what they could not do. No link is followed, and what lies on another file system is left alone.
 #ifndef BRINDLE_PROCESS_RUN_PRIVATE_HOME_H
 #define BRINDLE_PROCESS_RUN_PRIVATE_HOME_H
 
