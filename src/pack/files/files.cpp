@@ -1,0 +1,186 @@
+#include "pack/files/files.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <system_error>
+
+#include "pack/files/known_folders.h"
+#include "pack/files/names.h"
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+// What Windows makes for itself, in any folder and in a home.
+constexpr std::array<std::string_view, 2> made_by_windows = {"desktop.ini", "Thumbs.db"};
+constexpr std::string_view registry = "NTUSER.";
+
+bool is_made_by_windows(std::string_view name) {
+  return std::ranges::any_of(made_by_windows,
+                             [&](std::string_view made) { return is_same_name(name, made); });
+}
+
+bool is_registry(std::string_view name) {
+  return name.size() > registry.size() && is_same_name(name.substr(0, registry.size()), registry);
+}
+
+// One person's files on their way.
+class Files {
+ public:
+  Files(Packing& packing, const Disk& disk, const Person& person, const Hive* hive)
+      : packing_(packing), disk_(disk), person_(person), folders_(known_folders(disk, person, hive)) {}
+
+  void pack();
+
+ private:
+  void name_apart();
+  void collect_taken_names();
+  std::string free_name(const std::string& wanted);
+  void pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry);
+  void pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
+                   bool is_top);
+  void pack_link(Kind kind, const Place& place, const Entry& entry);
+  void pack_others();
+  bool is_packed_elsewhere(const Place& place) const;
+  const std::string& folder_of_dots();
+
+  Packing& packing_;
+  const Disk& disk_;
+  const Person& person_;
+  KnownFolders folders_;
+  std::vector<std::string> taken_;  // names at the top of the documents
+  std::string dots_;
+  std::string others_;
+};
+
+void Files::pack() {
+  collect_taken_names();
+  name_apart();
+  for (const MissingFolder& folder : folders_.missing)
+    packing_.leave_out(folder.kind, folder.cause, folder.path);
+  for (const KnownFolder& folder : folders_.here)
+    if (packing_.wants(folder.kind)) pack_folder(folder.kind, folder.name, folder.place, 0, true);
+  if (packing_.wants(Kind::others)) pack_others();
+}
+
+void Files::collect_taken_names() {
+  for (const KnownFolder& folder : folders_.here) {
+    if (folder.kind != Kind::documents) continue;
+    try {
+      for (const Entry& entry : folder.place.tree->list(folder.place.path)) taken_.push_back(entry.name);
+    } catch (const std::system_error&) {
+      continue;  // told when it is packed
+    }
+  }
+}
+
+// `wanted`, or the same with a number, that nothing at the top of the documents has.
+std::string Files::free_name(const std::string& wanted) {
+  std::string name = wanted;
+  const auto is_taken = [&](const std::string& other) { return is_same_name(name, other); };
+  for (int number = 2; std::ranges::any_of(taken_, is_taken); ++number)
+    name = wanted + " " + std::to_string(number);
+  taken_.push_back(name);
+  return name;
+}
+
+// The first folder of documents and of the desktop has the archive's place for it; all else has one in the
+// documents.
+void Files::name_apart() {
+  std::vector<std::string> given;
+  const std::string documents = std::string(layout::documents) + "/";
+  for (KnownFolder& folder : folders_.here) {
+    const bool is_at_top = folder.name.find('/') == std::string::npos;
+    if (!is_at_top || std::ranges::find(given, folder.name) != given.end())
+      folder.name = documents + free_name(folder.name.substr(folder.name.rfind('/') + 1));
+    given.push_back(folder.name);
+  }
+}
+
+bool Files::is_packed_elsewhere(const Place& place) const {
+  const auto is_it = [&](const Place& other) { return place.tree == other.tree && place.path == other.path; };
+  return std::ranges::any_of(folders_.here, is_it, &KnownFolder::place) ||
+         std::ranges::any_of(folders_.settings, is_it);
+}
+
+const std::string& Files::folder_of_dots() {
+  if (dots_.empty()) {
+    packing_.add_folder(layout::documents);
+    dots_ = std::string(layout::documents) + "/" + free_name("Dot files");
+    packing_.add_folder(dots_);
+  }
+  return dots_;
+}
+
+// A link to what is packed anyway is one of those that Windows makes for old programs.
+void Files::pack_link(Kind kind, const Place& place, const Entry& entry) {
+  const auto target = disk_.find(entry.target);
+  const bool is_packed =
+      target &&
+      (std::ranges::any_of(folders_.here,
+                           [&](const KnownFolder& folder) { return lies_in(*target, folder.place); }) ||
+       lies_in(*target, person_.home));
+  packing_.leave_out(kind, is_packed ? Cause::windows_own : *entry.gap, place.path);
+}
+
+void Files::pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry) {
+  const std::string name = kept_name(entry.name);
+  if (entry.gap == Cause::link) return pack_link(kind, place, entry);
+  if (entry.what == What::other)
+    return packing_.leave_out(kind, entry.gap.value_or(Cause::special), place.path);
+  if (name != entry.name) packing_.tell_of(kind, Cause::renamed, place.path);
+  if (entry.what == What::folder) return pack_folder(kind, folder + "/" + name, place, entry.modified, false);
+  if (is_made_by_windows(entry.name)) return packing_.leave_out(kind, Cause::windows_own, place.path);
+  packing_.add_file(kind, folder + "/" + name, place, entry);
+}
+
+void Files::pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
+                        bool is_top) {
+  if (name.size() > Packing::longest_name) return packing_.leave_out(kind, Cause::path_too_long, place.path);
+  std::vector<Entry> entries;
+  try {
+    entries = place.tree->list(place.path);
+  } catch (const std::system_error&) {
+    return packing_.leave_out(kind, Cause::unreadable, place.path);
+  }
+  packing_.add_folder(name, modified);
+  for (const Entry& entry : entries) {
+    const Place below{.tree = place.tree, .path = joined(place.path, entry.name)};
+    if (is_packed_elsewhere(below)) continue;
+    const bool is_passed_over = is_top && entry.name.starts_with('.');
+    pack_entry(kind, is_passed_over ? folder_of_dots() : name, below, entry);
+  }
+}
+
+void Files::pack_others() {
+  std::vector<Entry> entries;
+  try {
+    entries = person_.home.tree->list(person_.home.path);
+  } catch (const std::system_error&) {
+    return packing_.leave_out(Kind::others, Cause::unreadable, person_.home.path);
+  }
+  for (const Entry& entry : entries) {
+    const Place place{.tree = person_.home.tree, .path = joined(person_.home.path, entry.name)};
+    if (is_packed_elsewhere(place) || is_registry(entry.name)) continue;
+    if (entry.gap == Cause::link) {
+      pack_link(Kind::others, place, entry);
+      continue;
+    }
+    if (others_.empty()) {
+      packing_.add_folder(layout::documents);
+      others_ = std::string(layout::documents) + "/" + free_name("Other files");
+      packing_.add_folder(others_);
+    }
+    pack_entry(Kind::others, others_, place, entry);
+  }
+}
+
+}  // namespace
+
+void pack_files(Packing& packing, const Disk& disk, const Person& person, const Hive* hive) {
+  Files(packing, disk, person, hive).pack();
+}
+
+}  // namespace pack

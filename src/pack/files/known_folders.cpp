@@ -1,0 +1,173 @@
+#include "pack/files/known_folders.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace pack {
+
+namespace {
+
+constexpr std::string_view shell_folders =
+    R"(Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders)";
+
+struct Usual {
+  Kind kind;
+  std::string_view value;  // in the registry
+  std::string_view place;  // below the home, where it has not been moved
+  std::string_view name;   // in the archive
+};
+
+// Up to XP pictures, music and videos lie in the documents, whose name has "My" in front.
+constexpr std::array usual_folders{
+    Usual{Kind::documents, "Personal", "Documents", "My Documents"},
+    Usual{Kind::documents, "Personal", "My Documents", "My Documents"},
+    Usual{Kind::desktop, "Desktop", "Desktop", "Desktop"},
+    Usual{Kind::pictures, "My Pictures", "Pictures", "My Documents/My Pictures"},
+    Usual{Kind::music, "My Music", "Music", "My Documents/My Music"},
+    Usual{Kind::videos, "My Video", "Videos", "My Documents/My Videos"},
+    Usual{Kind::downloads, "{374DE290-123F-4565-9164-39C4925E467B}", "Downloads", "My Documents/Downloads"},
+};
+
+constexpr std::array<std::string_view, 12> values_of_settings = {
+    "AppData", "Local AppData", "Cache",  "Cookies",    "History", "Local Settings",
+    "NetHood", "PrintHood",     "Recent", "Start Menu", "SendTo",  "Templates"};
+
+constexpr std::array<std::string_view, 13> usual_settings = {"AppData",
+                                                             "Application Data",
+                                                             "Cookies",
+                                                             "IntelGraphicsProfiles",
+                                                             "Links",
+                                                             "Local Settings",
+                                                             "MicrosoftEdgeBackups",
+                                                             "NetHood",
+                                                             "PrintHood",
+                                                             "Recent",
+                                                             "Searches",
+                                                             "SendTo",
+                                                             "Start Menu"};
+
+std::string home_of(const Hive& hive, const Person& person) {
+  // Where Windows itself had it, for values that are written out.
+  const auto profile = hive.text("Volatile Environment", "USERPROFILE");
+  return profile.value_or(R"(C:\Users\)" + person.shown);
+}
+
+// "%USERPROFILE%\Documents" with the variable's value in its place, whatever the case.
+std::string expanded(std::string text, std::string_view variable, const std::string& value) {
+  for (std::size_t begin = 0; (begin = text.find('%', begin)) != std::string::npos; ++begin) {
+    const std::size_t end = text.find('%', begin + 1);
+    if (end == std::string::npos) break;
+    if (is_same_name(std::string_view(text).substr(begin + 1, end - begin - 1), variable))
+      text.replace(begin, end - begin + 1, value);
+  }
+  return text;
+}
+
+std::string with_slashes(std::string path) {
+  std::ranges::replace(path, '\\', '/');
+  return path;
+}
+
+struct Answer {
+  std::optional<Place> place;
+  std::optional<Cause> cause;  // why there is none, though the registry has a path
+  std::string path;
+};
+
+// A folder on the way that is no folder for this reader of the disk.
+bool leads_over_a_gap(const Place& home, std::string_view path) {
+  for (std::size_t end = 0; end != std::string_view::npos;) {
+    end = path.find('/', end + 1);
+    const auto found = find(*home.tree, home.path, path.substr(0, end));
+    if (!found) return false;
+    if (found->entry.gap == Cause::unknown_reparse) return true;
+  }
+  return false;
+}
+
+// The folder at the home is the person's wherever Windows had the home.
+Answer in_home(const Person& person, const std::string& path, std::string_view below) {
+  const std::string place = with_slashes(std::string(below));
+  if (const auto found = find_folder(*person.home.tree, person.home.path, place))
+    return {.place = Place{.tree = person.home.tree, .path = *found}, .cause = {}, .path = path};
+  if (leads_over_a_gap(person.home, place))
+    return {.place = {}, .cause = Cause::unknown_reparse, .path = path};
+  return {.place = {}, .cause = {}, .path = path};
+}
+
+Answer by_registry(const Disk& disk, const Person& person, const Hive& hive, std::string_view value) {
+  const auto text = hive.text(shell_folders, value);
+  if (!text) return {};
+  std::string path = *text;
+  const std::string home = home_of(hive, person);
+  for (const std::string_view variable : {"USERPROFILE", "HOMEDRIVE%%HOMEPATH"})
+    path = expanded(path, variable, home);
+  for (const std::string_view variable : {"OneDrive", "OneDriveConsumer"})
+    path = expanded(path, variable, home + R"(\OneDrive)");
+  path = expanded(path, "PUBLIC", R"(C:\Users\Public)");
+  path = expanded(path, "SystemDrive", "C:");
+  if (path.size() > home.size() && is_same_name(path.substr(0, home.size()), home) &&
+      path[home.size()] == '\\')
+    return in_home(person, path, std::string_view(path).substr(home.size() + 1));
+  if (const auto place = disk.find(path)) return {.place = place, .cause = {}, .path = path};
+  return {.place = {}, .cause = Cause::elsewhere, .path = path};
+}
+
+Answer by_habit(const Person& person, std::string_view place) {
+  return in_home(person, std::string(place), place);
+}
+
+void add(std::vector<KnownFolder>& folders, KnownFolder folder) {
+  const auto holds = [&](const KnownFolder& other) { return lies_in(folder.place, other.place); };
+  if (std::ranges::any_of(folders, holds)) return;
+  folders.push_back(std::move(folder));
+}
+
+// A folder that comes later may hold an earlier one; that goes with it then.
+void drop_those_within_others(std::vector<KnownFolder>& folders) {
+  std::erase_if(folders, [all = folders](const KnownFolder& folder) {
+    return std::ranges::any_of(all, [&](const KnownFolder& other) {
+      return other.kind != folder.kind && lies_in(folder.place, other.place) &&
+             !lies_in(other.place, folder.place);
+    });
+  });
+}
+
+}  // namespace
+
+bool lies_in(const Place& place, const Place& folder) {
+  return place.tree == folder.tree &&
+         (place.path == folder.path || folder.path.empty() || place.path.starts_with(folder.path + "/"));
+}
+
+KnownFolders known_folders(const Disk& disk, const Person& person, const Hive* hive) {
+  KnownFolders folders;
+  for (const Usual& usual : usual_folders) {
+    Answer answer = hive == nullptr ? Answer{} : by_registry(disk, person, *hive, usual.value);
+    if (answer.cause &&
+        std::ranges::find(folders.missing, answer.path, &MissingFolder::path) == folders.missing.end())
+      folders.missing.push_back({.kind = usual.kind, .cause = *answer.cause, .path = answer.path});
+    // What stayed at the usual place is the person's as well.
+    for (const Answer& found : {answer, by_habit(person, usual.place)})
+      if (found.place)
+        add(folders.here, {.kind = usual.kind, .name = std::string(usual.name), .place = *found.place});
+  }
+  drop_those_within_others(folders.here);
+  for (const std::string_view value : values_of_settings)
+    if (const Answer answer = hive == nullptr ? Answer{} : by_registry(disk, person, *hive, value);
+        answer.place)
+      folders.settings.push_back(*answer.place);
+  for (const std::string_view place : usual_settings)
+    if (const Answer answer = by_habit(person, place); answer.place)
+      folders.settings.push_back(*answer.place);
+  // A registry that calls the home itself a program's folder takes nothing away.
+  std::erase_if(folders.settings, [&](const Place& settings) {
+    return lies_in(person.home, settings) || std::ranges::any_of(folders.here, [&](const KnownFolder& known) {
+             return lies_in(known.place, settings);
+           });
+  });
+  return folders;
+}
+
+}  // namespace pack

@@ -1,0 +1,34 @@
+#include "pack/files/packing.h"
+
+namespace pack {
+
+Packing::Packing(Parcel& parcel, Tally& tally, std::string folder, const std::set<Kind>& without)
+    : parcel_(parcel), tally_(tally), folder_(std::move(folder)), without_(without) {}
+
+void Packing::add_folder(const std::string& name, std::int64_t modified) {
+  // Those of a walk come once each; the others are few.
+  if (modified == 0 && !folders_.insert(name).second) return;
+  parcel_.add_folder(joined(folder_, name), modified);
+}
+
+void Packing::add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry) {
+  if (entry.gap) return leave_out(kind, *entry.gap, place.path);
+  if (name.size() > longest_name) return leave_out(kind, Cause::path_too_long, place.path);
+  const auto cause = parcel_.add_file(joined(folder_, name), *place.tree, place.path, entry);
+  if (cause) {
+    tally_.remark(kind, *cause, place.path, entry.size);
+  } else {
+    tally_.packed(kind, entry.size);
+  }
+}
+
+void Packing::add_text(Kind kind, const std::string& name, std::string_view content) {
+  parcel_.add_text(joined(folder_, name), content);
+  tally_.packed(kind, content.size());
+}
+
+void Packing::leave_out(Kind kind, Cause cause, const std::string& path) {
+  if (wants(kind)) tally_.remark(kind, cause, path);
+}
+
+}  // namespace pack

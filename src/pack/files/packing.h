@@ -1,0 +1,51 @@
+// What the kinds of data are packed with.
+#ifndef BRINDLE_PACK_FILES_PACKING_H
+#define BRINDLE_PACK_FILES_PACKING_H
+
+#include <set>
+#include <string>
+
+#include "pack/disk/disk.h"
+#include "pack/model/tally.h"
+#include "pack/parcel/parcel.h"
+
+namespace pack {
+
+/// Puts somebody's things into the archive and counts them. Names are those below the person's folder there.
+class Packing {
+ public:
+  /// A run passes longer paths over; the folder it unpacks in is in front of a name, or a home.
+  static constexpr std::size_t longest_name = 3800;
+
+  /// `folder` is the person's in the archive: "Brindle" or "Brindle/Profiles/ann". Kinds `without` are not
+  /// wanted.
+  Packing(Parcel& parcel, Tally& tally, std::string folder, const std::set<Kind>& without);
+
+  bool wants(Kind kind) const { return !without_.contains(kind); }
+
+  /// The folder of that name, so that it is there; a second time is nothing.
+  void add_folder(const std::string& name, std::int64_t modified = 0);
+
+  /// A file of the disk.
+  void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
+
+  /// A file that is made here, of one thing that was found.
+  void add_text(Kind kind, const std::string& name, std::string_view content);
+
+  /// Something that was found and is not packed.
+  void leave_out(Kind kind, Cause cause, const std::string& path);
+
+  /// Something to be told of what is counted anyway.
+  void tell_of(Kind kind, Cause cause, const std::string& path) { tally_.note(kind, cause, path); }
+
+ private:
+  Parcel& parcel_;
+  Tally& tally_;
+  std::string folder_;
+  const std::set<Kind>& without_;
+  std::set<std::string> folders_;
+};
+
+}  // namespace pack
+
+#endif

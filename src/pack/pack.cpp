@@ -1,0 +1,153 @@
+#include "pack/pack.h"
+
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <system_error>
+
+#include "pack/disk/folder_tree.h"
+#include "pack/parcel/zip.h"
+#include "pack/progress.h"
+#include "pack/register.h"
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+std::unique_ptr<Tree> opened(const std::string& source) {
+  try {
+    return folder_tree(source);
+  } catch (const std::system_error& error) {
+    throw Impossible(source + " cannot be read: " + error.code().message());
+  }
+}
+
+bool is_meant(const Person& person, const std::string& name) {
+  return is_same_name(person.shown, name) || person.login == name;
+}
+
+std::string folder_for(const Person& person, bool is_one_of_several) {
+  const std::string root = layout::root;
+  return is_one_of_several ? root + "/" + layout::profiles + "/" + person.login : root;
+}
+
+// Lines end as on Windows, where such files come from.
+std::string control_file(const std::vector<Person>& people) {
+  return "Default=" + people.front().login + "\r\nMultiUser Migration=" + (people.size() > 1 ? "1" : "0") +
+         "\r\n";
+}
+
+void add_folders(Parcel& parcel, const std::vector<Person>& people) {
+  parcel.add_folder(layout::root, 0);
+  if (people.size() == 1) return;
+  parcel.add_folder(std::string(layout::root) + "/" + layout::profiles, 0);
+  for (const Person& person : people) parcel.add_folder(folder_for(person, true), 0);
+}
+
+void pack_person(Parcel& parcel, const Disk& disk, Packed& packed, const std::string& folder,
+                 const Options& options) {
+  const auto hive_file = find(*packed.person.home.tree, packed.person.home.path, "NTUSER.DAT");
+  const auto hive = hive_file ? Hive::open(*packed.person.home.tree, hive_file->path) : std::nullopt;
+  packed.has_registry = hive.has_value();
+  packed.is_registry_dirty = hive && hive->is_dirty();
+  Packing packing(parcel, packed.tally, folder, options.without);
+  for (const Source& source : sources()) source.pack(packing, disk, packed.person, hive ? &*hive : nullptr);
+}
+
+// The folder that a new file of that name would lie in.
+std::filesystem::path folder_of(const std::string& file) {
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
+}
+
+void refuse_within_source(const Options& options) {
+  const std::string source = std::filesystem::canonical(options.source);
+  const std::string folder = folder_of(options.out);
+  if (folder == source || folder.starts_with(source == "/" ? source : source + "/"))
+    throw Impossible(options.out + " lies on the disk that is to be packed; nothing is written there");
+}
+
+void refuse_too_large(const Options& options, std::uint64_t bytes) {
+  struct statvfs room {};
+  if (statvfs(folder_of(options.out).c_str(), &room) != 0)
+    throw Impossible(options.out + " cannot be written: " + std::generic_category().message(errno));
+  const std::uint64_t free = std::uint64_t{room.f_bavail} * room.f_frsize;
+  if (bytes > free)
+    throw Impossible("the archive may take " + std::to_string(bytes) + " bytes and " + options.out +
+                     " has room for " + std::to_string(free) + "; --without leaves kinds of data out");
+}
+
+std::string table_of_remarks(const std::vector<Packed>& people) {
+  std::ostringstream table;
+  write_table_of_remarks(table, people);
+  return table.str();
+}
+
+}  // namespace
+
+Disk disk_of(const Options& options) {
+  Disk disk(opened(options.source));
+  for (const auto& [letter, folder] : options.drives) disk.add(letter, opened(folder));
+  return disk;
+}
+
+std::vector<Person> chosen_people(const Disk& disk, const Options& options) {
+  std::vector<Person> people = people_on(disk);
+  if (people.empty())
+    throw Impossible(options.source + " has no folder of a person, neither in Users nor elsewhere");
+  for (const std::string& name : options.users)
+    if (std::ranges::none_of(people, [&](const Person& person) { return is_meant(person, name); }))
+      throw Impossible("there is nobody called '" + name + "' on the disk");
+  if (!options.users.empty())
+    std::erase_if(people, [&](const Person& person) {
+      return std::ranges::none_of(options.users,
+                                  [&](const std::string& name) { return is_meant(person, name); });
+    });
+  for (const auto& [old_login, login] : options.logins) {
+    const auto person =
+        std::ranges::find_if(people, [&](const Person& one) { return is_meant(one, old_login); });
+    if (person == people.end()) throw Impossible("there is nobody called '" + old_login + "' to be packed");
+    person->login = login;
+  }
+  std::set<std::string> logins;
+  for (const Person& person : people)
+    if (!logins.insert(person.login).second)
+      throw Impossible("two people would have the account " + person.login);
+  return people;
+}
+
+std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector<Person>& people,
+                             const Options& options) {
+  add_folders(parcel, people);
+  parcel.add_text(std::string(layout::root) + "/" + layout::users, control_file(people));
+  std::vector<Packed> all;
+  for (const Person& person : people) {
+    Packed& packed = all.emplace_back();
+    packed.person = person;
+    pack_person(parcel, disk, packed, folder_for(person, people.size() > 1), options);
+  }
+  return all;
+}
+
+std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people, const Options& options,
+                                  const std::atomic<int>& stopped) {
+  refuse_within_source(options);
+  Sum sum;
+  pack_all(sum, disk, people, options);
+  refuse_too_large(options, sum.bytes());
+  Progress progress(sum.bytes());
+  Zip zip(options.out, {.store = options.store, .stopped = &stopped, .progress = [&](std::uint64_t bytes) {
+                          progress.add(bytes);
+                        }});
+  auto packed = pack_all(zip, disk, people, options);
+  const std::string root = std::string(layout::root) + "/";
+  zip.add_text(root + "packed.tsv", table_of_counts(packed));
+  zip.add_text(root + "left out.tsv", table_of_remarks(packed));
+  zip.finish();
+  return packed;
+}
+
+}  // namespace pack

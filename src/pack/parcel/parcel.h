@@ -1,0 +1,51 @@
+// Where what is packed goes: into a zip, or only into a sum.
+#ifndef BRINDLE_PACK_PARCEL_PARCEL_H
+#define BRINDLE_PACK_PARCEL_PARCEL_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "pack/disk/tree.h"
+
+namespace pack {
+
+/// Names are those in the archive: UTF-8, with "/" between folders, and none is given twice.
+class Parcel {
+ public:
+  virtual ~Parcel() = default;
+
+  /// Adds a folder, so that it is there even when it is empty. Throws std::system_error, like the next two,
+  /// when the archive cannot be written.
+  virtual void add_folder(const std::string& name, std::int64_t modified) = 0;
+
+  /// Adds the file at `path` of the tree, which is `entry` there. Returns why it is left out
+  /// (Cause::unreadable) or not whole (Cause::cut_short); nothing when all is well.
+  virtual std::optional<Cause> add_file(const std::string& name, const Tree& tree, const std::string& path,
+                                        const Entry& entry) = 0;
+
+  /// Adds a file with that content.
+  virtual void add_text(const std::string& name, std::string_view content) = 0;
+};
+
+/// Adds up what it gets, and reads none of it.
+class Sum : public Parcel {
+ public:
+  void add_folder(const std::string& name, std::int64_t modified) override;
+  std::optional<Cause> add_file(const std::string& name, const Tree& tree, const std::string& path,
+                                const Entry& entry) override;
+  void add_text(const std::string& name, std::string_view content) override;
+
+  /// At most so many bytes a zip of it takes: what it holds, and the zip's own list.
+  std::uint64_t bytes() const { return bytes_; }
+
+ private:
+  void add(const std::string& name, std::uint64_t size);
+
+  std::uint64_t bytes_ = 0;
+};
+
+}  // namespace pack
+
+#endif

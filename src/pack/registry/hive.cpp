@@ -1,0 +1,137 @@
+#include "pack/registry/hive.h"
+
+#include <hivex.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+
+namespace pack {
+
+namespace {
+
+using Text = std::unique_ptr<char, decltype([](char* text) { std::free(text); })>;
+
+// A file without a name, that is gone when it is closed.
+class Copy {
+ public:
+  Copy() : file_(memfd_create("hive", MFD_CLOEXEC)) {}
+  Copy(const Copy&) = delete;
+  Copy& operator=(const Copy&) = delete;
+  ~Copy() {
+    if (file_ >= 0) close(file_);
+  }
+
+  bool take(const char* bytes, std::size_t size) const {
+    while (size > 0) {
+      const ssize_t written = ::write(file_, bytes, size);
+      if (written <= 0) return false;
+      bytes += written;
+      size -= static_cast<std::size_t>(written);
+    }
+    return true;
+  }
+  bool take_all(Content& content) const {
+    std::array<char, 1 << 16> block;
+    try {
+      while (const std::size_t count = content.read(block.data(), block.size()))
+        if (!take(block.data(), count)) return false;
+    } catch (const std::system_error&) {
+      return false;
+    }
+    return file_ >= 0;
+  }
+  std::string path() const { return "/proc/self/fd/" + std::to_string(file_); }
+
+  // Two counters, raised before a change and after it.
+  bool is_dirty() const {
+    std::array<std::uint32_t, 2> counters{};
+    return pread(file_, counters.data(), sizeof counters, 4) == sizeof counters && counters[0] != counters[1];
+  }
+
+ private:
+  int file_;
+};
+
+// hivex lists end with a zero.
+template <typename Handles, typename Name>
+std::vector<std::string> names_of(hive_h* hive, Handles* list, Name name) {
+  std::vector<std::string> names;
+  const std::unique_ptr<Handles, decltype(&std::free)> handles(list, std::free);
+  for (const Handles* handle = handles.get(); handle != nullptr && *handle != 0; ++handle)
+    if (const Text text{name(hive, *handle)}) names.emplace_back(text.get());
+  return names;
+}
+
+}  // namespace
+
+void Hive::Closing::operator()(hive_h* hive) const { hivex_close(hive); }
+
+std::optional<Hive> Hive::open(const Tree& tree, const std::string& path) {
+  const Copy copy;
+  try {
+    if (!copy.take_all(*tree.open(path))) return std::nullopt;
+  } catch (const std::system_error&) {
+    return std::nullopt;
+  }
+  Handle hive(hivex_open(copy.path().c_str(), 0));
+  return hive ? std::optional(Hive(std::move(hive), copy.is_dirty())) : std::nullopt;
+}
+
+std::size_t Hive::find(std::string_view key) const {
+  hive_node_h node = hivex_root(hive_.get());
+  while (node != 0 && !key.empty()) {
+    const std::string name(key.substr(0, key.find('\\')));
+    key.remove_prefix(std::min(name.size() + 1, key.size()));
+    node = hivex_node_get_child(hive_.get(), node, name.c_str());
+  }
+  return node;
+}
+
+std::size_t Hive::find(std::string_view key, std::string_view value) const {
+  const hive_node_h node = find(key);
+  return node == 0 ? 0 : hivex_node_get_value(hive_.get(), node, std::string(value).c_str());
+}
+
+std::optional<std::string> Hive::text(std::string_view key, std::string_view value) const {
+  const hive_value_h found = find(key, value);
+  if (found == 0) return std::nullopt;
+  const Text text{hivex_value_string(hive_.get(), found)};
+  return text ? std::optional<std::string>(text.get()) : std::nullopt;
+}
+
+std::optional<std::uint32_t> Hive::number(std::string_view key, std::string_view value) const {
+  const auto data = bytes(key, value);
+  if (!data || data->size() != 4) return std::nullopt;
+  std::uint32_t number = 0;
+  for (std::size_t byte = 4; byte > 0; --byte)
+    number = number << 8 | static_cast<unsigned char>((*data)[byte - 1]);
+  return number;
+}
+
+std::optional<std::string> Hive::bytes(std::string_view key, std::string_view value) const {
+  const hive_value_h found = find(key, value);
+  if (found == 0) return std::nullopt;
+  std::size_t size = 0;
+  hive_type type{};
+  const Text data{hivex_value_value(hive_.get(), found, &type, &size)};
+  return data ? std::optional(std::string(data.get(), size)) : std::nullopt;
+}
+
+std::vector<std::string> Hive::keys(std::string_view key) const {
+  const hive_node_h node = find(key);
+  if (node == 0) return {};
+  return names_of(hive_.get(), hivex_node_children(hive_.get(), node), hivex_node_name);
+}
+
+std::vector<std::string> Hive::values(std::string_view key) const {
+  const hive_node_h node = find(key);
+  if (node == 0) return {};
+  return names_of(hive_.get(), hivex_node_values(hive_.get(), node), hivex_value_key);
+}
+
+}  // namespace pack

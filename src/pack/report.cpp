@@ -1,0 +1,131 @@
+#include "pack/report.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <sstream>
+
+namespace pack {
+
+namespace {
+
+// So many names are shown for a cause; the table has all.
+constexpr std::uint64_t names_shown = 3;
+
+std::string as_field(std::string_view text) {
+  std::string field;
+  for (const char c : text) {
+    switch (c) {
+      case '\t':
+        field += "\\t";
+        break;
+      case '\n':
+        field += "\\n";
+        break;
+      case '\r':
+        field += "\\r";
+        break;
+      case '\\':
+        field += "\\\\";
+        break;
+      default:
+        field += c;
+    }
+  }
+  return field;
+}
+
+// What a terminal would take for an order of its own is shown as "?".
+std::string as_shown(std::string_view text) {
+  std::string shown(text);
+  std::ranges::replace_if(
+      shown, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }, '?');
+  return shown;
+}
+
+std::string size_of(std::uint64_t bytes) {
+  constexpr std::uint64_t thousand = 1000;
+  if (bytes < thousand) return std::to_string(bytes) + " B";
+  std::ostringstream text;
+  double size = static_cast<double>(bytes);
+  const char* unit = "";
+  for (const char* next : {"kB", "MB", "GB", "TB"}) {
+    if (size < 1000) break;
+    size /= 1000;
+    unit = next;
+  }
+  text << std::fixed << std::setprecision(1) << size << ' ' << unit;
+  return text.str();
+}
+
+void write_counts(std::ostream& out, const Tally& tally) {
+  out << "  " << std::left << std::setw(36) << "" << std::right << std::setw(9) << "found" << std::setw(9)
+      << "packed" << std::setw(9) << "left out" << std::setw(12) << "size" << '\n';
+  for (const Kind kind : all_kinds) {
+    const Tally::Count count = tally.count(kind);
+    if (count.found == 0) continue;
+    out << "  " << std::left << std::setw(36) << title_of(kind) << std::right << std::setw(9) << count.found
+        << std::setw(9) << count.packed << std::setw(9) << count.left_out << std::setw(12)
+        << size_of(count.bytes) << '\n';
+  }
+}
+
+std::vector<std::string> first_names(const Tally& tally, Cause cause) {
+  std::vector<std::string> names;
+  tally.each_remark([&](const Tally::Remark& remark) {
+    if (remark.cause == cause && names.size() < names_shown) names.push_back(remark.path);
+  });
+  return names;
+}
+
+void write_causes(std::ostream& out, const Tally& tally) {
+  for (const Cause cause : all_causes) {
+    std::uint64_t count = 0;
+    for (const Kind kind : all_kinds) count += tally.count(kind, cause);
+    if (count == 0) continue;
+    out << "\n  " << count << (count == 1 ? " thing " : " things ") << said_of(cause) << ".\n";
+    if (!is_loss(cause)) continue;
+    out << "  What to do: " << advice_on(cause) << ".\n";
+    for (const std::string& name : first_names(tally, cause)) out << "    " << as_shown(name) << '\n';
+    if (count > names_shown) out << "    ... and " << count - names_shown << " more\n";
+  }
+}
+
+}  // namespace
+
+void write_report(std::ostream& out, const std::vector<Packed>& people) {
+  for (const Packed& packed : people) {
+    out << as_shown(packed.person.shown) << ", account " << packed.person.login << "\n\n";
+    write_counts(out, packed.tally);
+    write_causes(out, packed.tally);
+    if (packed.is_registry_dirty)
+      out << "\n  Windows was not shut down properly: its last changes to this person's settings are "
+             "missing.\n"
+             "  What to do: start Windows, shut it down with \"shutdown /s /t 0\", and pack again.\n";
+    out << '\n';
+  }
+}
+
+std::string table_of_counts(const std::vector<Packed>& people) {
+  std::ostringstream table;
+  table << "person\tlogin\tkind\tfound\tpacked\tleft_out\tbytes\n";
+  for (const auto& [person, tally, has_registry, is_dirty] : people) {
+    for (const Kind kind : all_kinds) {
+      const Tally::Count count = tally.count(kind);
+      if (count.found == 0) continue;
+      table << as_field(person.shown) << '\t' << person.login << '\t' << name_of(kind) << '\t' << count.found
+            << '\t' << count.packed << '\t' << count.left_out << '\t' << count.bytes << '\n';
+    }
+  }
+  return table.str();
+}
+
+void write_table_of_remarks(std::ostream& out, const std::vector<Packed>& people) {
+  out << "person\tkind\tpath\tcause\tadvice\n";
+  for (const Packed& packed : people)
+    packed.tally.each_remark([&](const Tally::Remark& remark) {
+      out << as_field(packed.person.shown) << '\t' << name_of(remark.kind) << '\t' << as_field(remark.path)
+          << '\t' << name_of(remark.cause) << '\t' << advice_on(remark.cause) << '\n';
+    });
+}
+
+}  // namespace pack
