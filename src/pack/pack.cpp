@@ -48,14 +48,15 @@ void add_folders(Parcel& parcel, const std::vector<Person>& people) {
   for (const Person& person : people) parcel.add_folder(folder_for(person, true), 0);
 }
 
-void pack_person(Parcel& parcel, const Disk& disk, Packed& packed, const std::string& folder,
+void pack_person(Parcel& parcel, const Machine& machine, Packed& packed, const std::string& folder,
                  const Options& options) {
   const auto hive_file = find(*packed.person.home.tree, packed.person.home.path, "NTUSER.DAT");
   const auto hive = hive_file ? Hive::open(*packed.person.home.tree, hive_file->path) : std::nullopt;
   packed.has_registry = hive.has_value();
   packed.is_registry_dirty = hive && hive->is_dirty();
   Packing packing(parcel, packed.tally, folder, options.without);
-  for (const Source& source : sources()) source.pack(packing, disk, packed.person, hive ? &*hive : nullptr);
+  for (const Source& source : sources())
+    source.pack(packing, machine, packed.person, hive ? &*hive : nullptr);
 }
 
 // The folder that a new file of that name would lie in.
@@ -123,12 +124,16 @@ std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector
                              const Options& options) {
   add_folders(parcel, people);
   parcel.add_text(std::string(layout::root) + "/" + layout::users, control_file(people));
+  const Machine machine{.disk = disk, .people = people};
   std::vector<Packed> all;
   for (const Person& person : people) {
     Packed& packed = all.emplace_back();
     packed.person = person;
-    pack_person(parcel, disk, packed, folder_for(person, people.size() > 1), options);
+    pack_person(parcel, machine, packed, folder_for(person, people.size() > 1), options);
   }
+  if (people.size() > 1) all.emplace_back().person.shown = "This computer";
+  Packing shared(parcel, all.back().tally, layout::root, options.without);
+  for (const SharedSource& source : shared_sources()) source.pack(shared, machine);
   return all;
 }
 

@@ -2,7 +2,10 @@
 
 #include <array>
 
+#include "pack/browsers/browsers.h"
+#include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
+#include "pack/printers/printers.h"
 
 namespace pack {
 
@@ -10,10 +13,26 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
+    Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
+    Source{"Network", "Mapped_Drives", pack_drives},
+    Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",
+           pack_bookmarks},
+    Source{"profiles of Firefox", "Cookies.txt", pack_cookies},
+    Source{"profiles of the browsers", "nothing", tell_of_passwords},
+    Source{R"(Software\Microsoft\Windows NT\CurrentVersion\Windows: Device)", "Printers/Default.txt",
+           pack_default_printer},
+};
+
+constexpr std::array all_shared_sources{
+    SharedSource{"AppData/Local/Microsoft/Windows/Fonts of all people", "Fonts", pack_fonts},
+    SharedSource{R"(Control\Print\Printers of the machine, Printers\Connections of all people)", "Printers",
+                 pack_printers},
 };
 
 }  // namespace
 
 std::span<const Source> sources() { return all_sources; }
+
+std::span<const SharedSource> shared_sources() { return all_shared_sources; }
 
 }  // namespace pack

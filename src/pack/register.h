@@ -10,15 +10,24 @@
 
 namespace pack {
 
-/// A source of data on a disk.
+/// A source of somebody's data.
 struct Source {
   const char* where;  ///< where Windows keeps it
-  const char* to;     ///< what it becomes in the archive
-  void (*pack)(Packing& packing, const Disk& disk, const Person& person, const Hive* hive);
+  const char* to;     ///< what it becomes in the person's folder of the archive
+  /// `hive` is the person's registry, null when it cannot be read.
+  void (*pack)(Packing& packing, const Machine& machine, const Person& person, const Hive* hive);
+};
+
+/// A source of what all people share.
+struct SharedSource {
+  const char* where;
+  const char* to;  ///< what it becomes in the archive root
+  void (*pack)(Packing& shared, const Machine& machine);
 };
 
 /// All of them, in the order in which they are packed.
 std::span<const Source> sources();
+std::span<const SharedSource> shared_sources();
 
 }  // namespace pack
 

@@ -94,7 +94,10 @@ void write_causes(std::ostream& out, const Tally& tally) {
 
 void write_report(std::ostream& out, const std::vector<Packed>& people) {
   for (const Packed& packed : people) {
-    out << as_shown(packed.person.shown) << ", account " << packed.person.login << "\n\n";
+    if (packed.tally.total().found == 0 && packed.person.login.empty()) continue;
+    out << as_shown(packed.person.shown);
+    if (!packed.person.login.empty()) out << ", account " << packed.person.login;
+    out << "\n\n";
     write_counts(out, packed.tally);
     write_causes(out, packed.tally);
     if (packed.is_registry_dirty)

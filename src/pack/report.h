@@ -11,7 +11,8 @@
 
 namespace pack {
 
-/// Somebody with all their numbers.
+/// Somebody with all their numbers; at the end of several people the computer with what they share, which has
+/// no login.
 struct Packed {
   Person person;
   Tally tally;

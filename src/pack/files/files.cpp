@@ -44,15 +44,13 @@ class Files {
   void pack_link(Kind kind, const Place& place, const Entry& entry);
   void pack_others();
   bool is_packed_elsewhere(const Place& place) const;
-  const std::string& folder_of_dots();
+  std::string new_folder(const std::string& wanted);
 
   Packing& packing_;
   const Disk& disk_;
   const Person& person_;
   KnownFolders folders_;
   std::vector<std::string> taken_;  // names at the top of the documents
-  std::string dots_;
-  std::string others_;
 };
 
 void Files::pack() {
@@ -105,13 +103,12 @@ bool Files::is_packed_elsewhere(const Place& place) const {
          std::ranges::any_of(folders_.settings, is_it);
 }
 
-const std::string& Files::folder_of_dots() {
-  if (dots_.empty()) {
-    packing_.add_folder(layout::documents);
-    dots_ = std::string(layout::documents) + "/" + free_name("Dot files");
-    packing_.add_folder(dots_);
-  }
-  return dots_;
+// One in the documents, under that name or one like it.
+std::string Files::new_folder(const std::string& wanted) {
+  packing_.add_folder(layout::documents);
+  const std::string name = std::string(layout::documents) + "/" + free_name(wanted);
+  packing_.add_folder(name);
+  return name;
 }
 
 // A link to what is packed anyway is one of those that Windows makes for old programs.
@@ -146,11 +143,13 @@ void Files::pack_folder(Kind kind, const std::string& name, const Place& place, 
     return packing_.leave_out(kind, Cause::unreadable, place.path);
   }
   packing_.add_folder(name, modified);
+  std::string dots;
   for (const Entry& entry : entries) {
     const Place below{.tree = place.tree, .path = joined(place.path, entry.name)};
     if (is_packed_elsewhere(below)) continue;
     const bool is_passed_over = is_top && entry.name.starts_with('.');
-    pack_entry(kind, is_passed_over ? folder_of_dots() : name, below, entry);
+    if (is_passed_over && dots.empty()) dots = new_folder("Dot files");
+    pack_entry(kind, is_passed_over ? dots : name, below, entry);
   }
 }
 
@@ -161,6 +160,7 @@ void Files::pack_others() {
   } catch (const std::system_error&) {
     return packing_.leave_out(Kind::others, Cause::unreadable, person_.home.path);
   }
+  std::string others;
   for (const Entry& entry : entries) {
     const Place place{.tree = person_.home.tree, .path = joined(person_.home.path, entry.name)};
     if (is_packed_elsewhere(place) || is_registry(entry.name)) continue;
@@ -168,19 +168,15 @@ void Files::pack_others() {
       pack_link(Kind::others, place, entry);
       continue;
     }
-    if (others_.empty()) {
-      packing_.add_folder(layout::documents);
-      others_ = std::string(layout::documents) + "/" + free_name("Other files");
-      packing_.add_folder(others_);
-    }
-    pack_entry(Kind::others, others_, place, entry);
+    if (others.empty()) others = new_folder("Other files");
+    pack_entry(Kind::others, others, place, entry);
   }
 }
 
 }  // namespace
 
-void pack_files(Packing& packing, const Disk& disk, const Person& person, const Hive* hive) {
-  Files(packing, disk, person, hive).pack();
+void pack_files(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
+  Files(packing, machine.disk, person, hive).pack();
 }
 
 }  // namespace pack

@@ -13,7 +13,7 @@ namespace pack {
 /// place for them; so does what is no known folder, in "Other files", and what a second folder of a kind
 /// holds. Files that begin with a dot, which a run does not copy from the top of documents and desktop, go
 /// into "Dot files" there. `hive` is the person's registry, null when it cannot be read.
-void pack_files(Packing& packing, const Disk& disk, const Person& person, const Hive* hive);
+void pack_files(Packing& packing, const Machine& machine, const Person& person, const Hive* hive);
 
 }  // namespace pack
 

@@ -33,8 +33,9 @@ constexpr std::array<std::string_view, 12> values_of_settings = {
     "AppData", "Local AppData", "Cache",  "Cookies",    "History", "Local Settings",
     "NetHood", "PrintHood",     "Recent", "Start Menu", "SendTo",  "Templates"};
 
-constexpr std::array<std::string_view, 13> usual_settings = {"AppData",
+constexpr std::array<std::string_view, 14> usual_settings = {"AppData",
                                                              "Application Data",
+                                                             "Favorites",
                                                              "Cookies",
                                                              "IntelGraphicsProfiles",
                                                              "Links",

@@ -22,9 +22,14 @@ void Packing::add_file(Kind kind, const std::string& name, const Place& place, c
   }
 }
 
-void Packing::add_text(Kind kind, const std::string& name, std::string_view content) {
+void Packing::add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things) {
   parcel_.add_text(joined(folder_, name), content);
+  for (; things > 1; --things) tally_.packed(kind, 0);
   tally_.packed(kind, content.size());
+}
+
+void Packing::add_control(const std::string& name, std::string_view content) {
+  parcel_.add_text(joined(folder_, name), content);
 }
 
 void Packing::leave_out(Kind kind, Cause cause, const std::string& path) {

@@ -29,8 +29,11 @@ class Packing {
   /// A file of the disk.
   void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
 
-  /// A file that is made here, of one thing that was found.
-  void add_text(Kind kind, const std::string& name, std::string_view content);
+  /// A file that is made here, of so many things that were found.
+  void add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things = 1);
+
+  /// A file that goes with others and is counted with them.
+  void add_control(const std::string& name, std::string_view content);
 
   /// Something that was found and is not packed.
   void leave_out(Kind kind, Cause cause, const std::string& path);

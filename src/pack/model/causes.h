@@ -33,7 +33,8 @@ constexpr bool is_packed(Cause cause) { return cause == Cause::renamed || cause 
 
 /// False for what nobody misses: it neither counts as a loss nor changes how the program ends.
 constexpr bool is_loss(Cause cause) {
-  return cause != Cause::windows_own && cause != Cause::renamed && cause != Cause::special;
+  return cause != Cause::windows_own && cause != Cause::renamed && cause != Cause::special &&
+         cause != Cause::there_already;
 }
 
 }  // namespace pack

@@ -17,6 +17,12 @@ struct Person {
   Place home;         ///< the folder
 };
 
+/// A disk with those of its people who are packed.
+struct Machine {
+  const Disk& disk;
+  const std::vector<Person>& people;
+};
+
 /// All of them, ordered by name, with a login of its own each. Empty when the disk has no people. The folders
 /// that Windows makes for nobody (Default, Public, All Users, ...) are left out.
 std::vector<Person> people_on(const Disk& disk);

@@ -1,0 +1,188 @@
+#include "pack/printers/printers.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+
+#include "pack/printers/dev_mode.h"
+#include "pack/printers/ports.h"
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+constexpr std::string_view system_hive = "Windows/System32/config/SYSTEM";
+constexpr std::size_t most_words = 10;
+// Of a driver's name, so that its line fits into the piece that is read at once.
+constexpr std::size_t longest_name = 100;
+
+struct Printer {
+  std::string name;
+  std::string driver;
+  std::string port;  // in the archive's form
+  PrinterSettings settings;
+};
+
+std::string in_words(const std::string& text, const char* between) {
+  std::string words;
+  std::size_t count = 0;
+  for (std::size_t begin = 0; begin < text.size() && count < most_words;) {
+    const std::size_t end = std::min(text.find_first_of(" \t\r\n", begin), text.size());
+    if (end > begin) words += (count++ == 0 ? "" : between) + text.substr(begin, end - begin);
+    begin = end + 1;
+  }
+  if (words.size() > longest_name) words.resize(longest_name);
+  return words;
+}
+
+// A queue's name takes few signs.
+std::string queue_of(const std::string& driver) {
+  std::string queue = in_words(driver, "");
+  std::ranges::replace_if(
+      queue,
+      [](char c) {
+        return !((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
+                 c == '_' || c == '.');
+      },
+      '_');
+  return queue;
+}
+
+// The settings come first: no word of theirs holds a key, while a driver's name ("Stylus Color") may, and
+// would hide the lines behind it.
+std::string description_of(const Printer& printer, const std::string& queue) {
+  const PrinterSettings& settings = printer.settings;
+  const std::pair<const char*, const std::string*> lines[] = {{"Orientation", &settings.orientation},
+                                                              {"Paper Size", &settings.paper_size},
+                                                              {"Paper Width", &settings.paper_width},
+                                                              {"Paper Length", &settings.paper_length},
+                                                              {"Scale", &settings.scale},
+                                                              {"Print Quality", &settings.print_quality},
+                                                              {"Color", &settings.color},
+                                                              {"Duplex", &settings.duplex},
+                                                              {"Y-Resolution", &settings.y_resolution},
+                                                              {"Port Name", &printer.port}};
+  std::string text;
+  for (const auto& [key, value] : lines) text += std::string(key) + "=" + *value + "\r\n";
+  return text + "Driver Name=" + in_words(printer.driver, " ") + "\r\nDriver Name Wo Spaces=" + queue +
+         "\r\nPrinter Name=" + queue + "\r\n";
+}
+
+std::optional<std::string> control_set(const Hive& system) {
+  const auto current = system.number("Select", "Current");
+  if (!current) return std::nullopt;
+  char name[32];
+  std::snprintf(name, sizeof name, "ControlSet%03u", *current);
+  return name;
+}
+
+// "NAME,winspool,PORT": a name may hold commas.
+std::string default_printer_of(const Hive& hive) {
+  std::string device =
+      hive.text(R"(Software\Microsoft\Windows NT\CurrentVersion\Windows)", "Device").value_or("");
+  for (int comma = 0; comma < 2; ++comma) device.resize(std::min(device.rfind(','), device.size()));
+  return device;
+}
+
+std::optional<Hive> machine_hive(const Disk& disk) {
+  const auto file = find(disk.system(), "", system_hive);
+  return file ? Hive::open(disk.system(), file->path) : std::nullopt;
+}
+
+std::optional<Hive> hive_of(const Person& person) {
+  const auto file = find(*person.home.tree, person.home.path, "NTUSER.DAT");
+  return file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
+}
+
+std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
+  std::vector<Printer> printers;
+  const auto control = control_set(system);
+  if (!control) return printers;
+  const std::string key = *control + R"(\Control\Print\Printers)";
+  for (const std::string& name : system.keys(key)) {
+    const std::string printer = key + "\\" + name;
+    const std::string port = system.text(printer, "Port").value_or("");
+    const auto written = port_in_archive(port, system, *control);
+    if (packing != nullptr && (is_own_port(port) || !written))
+      packing->leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
+    if (is_own_port(port) || !written) continue;
+    printers.push_back({.name = name,
+                        .driver = system.text(printer, "Printer Driver").value_or(name),
+                        .port = *written,
+                        .settings = settings_of(system.bytes(printer, "Default DevMode").value_or(""))});
+  }
+  return printers;
+}
+
+// Keys such as ",,server,queue".
+std::vector<Printer> connected_printers(const Hive& hive) {
+  std::vector<Printer> printers;
+  for (const std::string& key : hive.keys(R"(Printers\Connections)")) {
+    std::string share = key;
+    std::ranges::replace(share, ',', '/');
+    const std::string queue = share.substr(share.rfind('/') + 1);
+    if (!share.starts_with("//") || queue.empty()) continue;
+    std::string shown = share;
+    std::ranges::replace(shown, '/', '\\');
+    printers.push_back({.name = shown, .driver = queue, .port = share, .settings = {}});
+  }
+  return printers;
+}
+
+// All of them, the machine's first, each port of a share once, with the queue each becomes.
+struct Queue {
+  Printer printer;
+  std::string name;
+};
+std::vector<Queue> all_queues(Packing* packing, const Machine& machine) {
+  std::vector<Printer> printers;
+  if (const auto system = machine_hive(machine.disk)) printers = local_printers(packing, *system);
+  for (const Person& person : machine.people) {
+    const auto hive = hive_of(person);
+    if (!hive) continue;
+    for (Printer& printer : connected_printers(*hive))
+      if (std::ranges::find(printers, printer.port, &Printer::port) == printers.end())
+        printers.push_back(std::move(printer));
+  }
+  std::vector<Queue> queues;
+  std::set<std::string> names;
+  for (Printer& printer : printers) {
+    const std::string wanted = queue_of(printer.driver);
+    std::string name = wanted;
+    for (int number = 2; !names.insert(name).second; ++number) name = wanted + "-" + std::to_string(number);
+    queues.push_back({.printer = std::move(printer), .name = name});
+  }
+  return queues;
+}
+
+}  // namespace
+
+void pack_printers(Packing& shared, const Machine& machine) {
+  if (!shared.wants(Kind::printers)) return;
+  const auto hive = machine.people.size() == 1 ? hive_of(machine.people.front()) : std::nullopt;
+  const std::string default_name = hive ? default_printer_of(*hive) : "";
+  for (const auto& [printer, queue] : all_queues(&shared, machine)) {
+    shared.add_folder(layout::printers);
+    const bool is_default = !default_name.empty() && is_same_name(printer.name, default_name);
+    const std::string file = is_default ? layout::default_printer : queue + ".txt";
+    shared.add_text(Kind::printers, std::string(layout::printers) + "/" + file,
+                    description_of(printer, queue));
+  }
+}
+
+// A queue's name is made of the machine's printers in their order, so it is the same for whomever it is
+// asked.
+void pack_default_printer(Packing& packing, const Machine& machine, const Person&, const Hive* hive) {
+  if (hive == nullptr || machine.people.size() == 1 || !packing.wants(Kind::printers)) return;
+  const std::string default_name = default_printer_of(*hive);
+  for (const auto& [printer, queue] : all_queues(nullptr, machine)) {
+    if (default_name.empty() || !is_same_name(printer.name, default_name)) continue;
+    packing.add_folder(layout::printers);
+    packing.add_control(std::string(layout::printers) + "/" + layout::default_printer,
+                        description_of(printer, queue));
+    return;
+  }
+}
+
+}  // namespace pack
