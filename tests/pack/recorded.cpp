@@ -1,0 +1,57 @@
+#include "pack/recorded.h"
+
+#include <gtest/gtest.h>
+
+#include <system_error>
+
+#include "pack/pack.h"
+
+namespace recorded {
+
+void Parcel::add(const std::string& name, std::string bytes) {
+  if (!content.try_emplace(name, std::move(bytes)).second) twice.push_back(name);
+}
+
+void Parcel::add_folder(const std::string& name, std::int64_t) { add(name + "/", ""); }
+
+std::optional<pack::Cause> Parcel::add_file(const std::string& name, const pack::Tree& tree,
+                                            const std::string& path, const pack::Entry&) {
+  std::string bytes;
+  try {
+    const auto file = tree.open(path);
+    char block[7];
+    while (const std::size_t count = file->read(block, sizeof block)) bytes.append(block, count);
+  } catch (const std::system_error&) {
+    return pack::Cause::unreadable;
+  }
+  add(name, bytes);
+  return std::nullopt;
+}
+
+void Parcel::add_text(const std::string& name, std::string_view text) { add(name, std::string(text)); }
+
+std::vector<std::string> Result::files_below(const std::string& folder) const {
+  std::vector<std::string> names;
+  for (const auto& [name, bytes] : content)
+    if (name.starts_with(folder) && !name.ends_with('/')) names.push_back(name.substr(folder.size()));
+  return names;
+}
+
+std::vector<std::string> Result::remarks() const {
+  std::vector<std::string> texts;
+  people.front().tally.each_remark([&](const pack::Tally::Remark& remark) {
+    texts.push_back(std::string(pack::name_of(remark.cause)) + " " + remark.path);
+  });
+  return texts;
+}
+
+Result pack_disk(const std::string& path, pack::Options options) {
+  options.source = path;
+  const pack::Disk disk = pack::disk_of(options);
+  Parcel parcel;
+  auto people = pack::pack_all(parcel, disk, pack::chosen_people(disk, options), options);
+  EXPECT_TRUE(parcel.twice.empty()) << parcel.twice.front();
+  return {.content = std::move(parcel.content), .people = std::move(people)};
+}
+
+}  // namespace recorded

@@ -1,0 +1,46 @@
+// A parcel that keeps what it gets, and packing into one.
+#ifndef BRINDLE_TESTS_PACK_RECORDED_H
+#define BRINDLE_TESTS_PACK_RECORDED_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "pack/options.h"
+#include "pack/parcel/parcel.h"
+#include "pack/report.h"
+
+namespace recorded {
+
+/// Names with their content; those of folders end with "/".
+class Parcel : public pack::Parcel {
+ public:
+  void add_folder(const std::string& name, std::int64_t modified) override;
+  std::optional<pack::Cause> add_file(const std::string& name, const pack::Tree& tree,
+                                      const std::string& path, const pack::Entry& entry) override;
+  void add_text(const std::string& name, std::string_view content) override;
+
+  std::map<std::string, std::string> content;
+  std::vector<std::string> twice;  ///< names that were given again
+
+ private:
+  void add(const std::string& name, std::string bytes);
+};
+
+/// What became of a disk.
+struct Result {
+  std::map<std::string, std::string> content;
+  std::vector<pack::Packed> people;
+
+  /// The names of files below "Brindle/My Documents/" and the like, without that.
+  std::vector<std::string> files_below(const std::string& folder) const;
+  /// The remarks of the first person: "cause path".
+  std::vector<std::string> remarks() const;
+};
+
+/// Packs the disk at `path`. Fails the test when a name was given twice.
+Result pack_disk(const std::string& path, pack::Options options = {});
+
+}  // namespace recorded
+
+#endif
