@@ -24,8 +24,8 @@ struct Entry {
   std::int64_t modified = 0;  ///< seconds since 1970 began
   What what = What::file;
   std::string target{};  ///< of a link, the Windows path that it names, when that is known
-  std::optional<Cause>
-      gap;  ///< why what it holds cannot be had, when that is known without reading; else none
+  /// Why what it holds cannot be had, when that is known without reading; else none.
+  std::optional<Cause> gap{};
 };
 
 /// What a file holds, from its beginning on.

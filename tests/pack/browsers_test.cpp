@@ -1,0 +1,231 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <filesystem>
+
+#include "pack/browsers/bookmark.h"
+#include "pack/browsers/readers.h"
+#include "pack/recorded.h"
+#include "pack/windows_disk.h"
+#include "support/commands.h"
+
+namespace {
+
+using recorded::pack_disk;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr const char* firefox = "Users/Ann/AppData/Roaming/Mozilla/Firefox/Profiles/abc.default/";
+constexpr const char* chrome = "Users/Ann/AppData/Local/Google/Chrome/User Data/Default/";
+
+void make_database(const windows::Disk& disk, const std::string& path, const std::string& sql) {
+  const std::string full = disk.add(path, "");
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(full.c_str(), &database), SQLITE_OK);
+  char* error = nullptr;
+  EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK) << error;
+  sqlite3_close(database);
+}
+
+const std::string places_tables =
+    "CREATE TABLE moz_places (id INTEGER PRIMARY KEY, url TEXT);"
+    "CREATE TABLE moz_bookmarks (id INTEGER PRIMARY KEY, type INTEGER, fk INTEGER, parent INTEGER, position "
+    "INTEGER,"
+    " title TEXT, dateAdded INTEGER, guid TEXT);"
+    "INSERT INTO moz_bookmarks VALUES (1, 2, NULL, 0, 0, '', 0, 'root________'),"
+    " (2, 2, NULL, 1, 0, 'menu', 0, 'menu________'), (3, 2, NULL, 1, 1, 'toolbar', 0, 'toolbar_____'),"
+    " (4, 2, NULL, 1, 2, 'tags', 0, 'tags________'), (5, 2, NULL, 1, 3, 'unfiled', 0, 'unfiled_____');";
+
+std::string bookmarks_of(const windows::Disk& disk) {
+  return pack_disk(disk.path()).content.at("Brindle/Bookmark.htm");
+}
+
+TEST(Bookmarks, OfFirefoxKeepFoldersOrderAndDates) {
+  const windows::Disk disk;
+  make_database(
+      disk, std::string(firefox) + "places.sqlite",
+      places_tables +
+          "INSERT INTO moz_places VALUES (1, 'http://one.example/?a=1&b=\"2\"'), (2, 'http://two.example/'),"
+          " (3, 'place:sort=8'), (4, 'http://tagged.example/');"
+          "INSERT INTO moz_bookmarks VALUES (10, 1, 2, 3, 1, 'Two <2>', 1100000000000000, 'a'),"
+          " (11, 1, 1, 3, 0, 'One', 0, 'b'), (12, 2, NULL, 2, 0, 'Grüße', 1200000000000000, 'c'),"
+          " (13, 1, 2, 12, 0, '', 0, 'd'), (14, 1, 3, 2, 1, 'Search', 0, 'e'), (15, 2, NULL, 4, 0, 'tag', 0, "
+          "'f'),"
+          " (16, 1, 4, 15, 0, NULL, 0, 'g'), (17, 3, NULL, 2, 2, '', 0, 'h');");
+  EXPECT_EQ(bookmarks_of(disk), R"(<!DOCTYPE NETSCAPE-Bookmark-file-1>
+<META HTTP-EQUIV="Content-Type" CONTENT="text/html; charset=UTF-8">
+<TITLE>Bookmarks</TITLE>
+<H1>Bookmarks</H1>
+<DL><p>
+    <DT><H3>Bookmarks Menu</H3>
+    <DL><p>
+        <DT><H3 ADD_DATE="1200000000">Grüße</H3>
+        <DL><p>
+            <DT><A HREF="http://two.example/"></A>
+        </DL><p>
+    </DL><p>
+    <DT><H3>Bookmarks Toolbar</H3>
+    <DL><p>
+        <DT><A HREF="http://one.example/?a=1&amp;b=&quot;2&quot;">One</A>
+        <DT><A HREF="http://two.example/" ADD_DATE="1100000000">Two &lt;2&gt;</A>
+    </DL><p>
+</DL><p>
+)");
+}
+
+TEST(Bookmarks, OfFirefoxThatAreStillWaitingAreTaken) {
+  const windows::Disk disk;
+  const std::string path = std::string(firefox) + "places.sqlite";
+  const std::string full = disk.add(path, "");
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(full.c_str(), &database), SQLITE_OK);
+  const std::string sql = "PRAGMA journal_mode=WAL; PRAGMA wal_autocheckpoint=0;" + places_tables +
+                          "INSERT INTO moz_places VALUES (1, 'http://waiting.example/');"
+                          "INSERT INTO moz_bookmarks VALUES (10, 1, 1, 2, 0, 'w', 0, 'a');";
+  ASSERT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+  ASSERT_TRUE(std::filesystem::exists(full + "-wal"));
+  const std::string before =
+      output_of("cd " + disk.path() + " && find . -type f | sort | xargs -d '\\n' md5sum");
+  EXPECT_THAT(bookmarks_of(disk), HasSubstr("http://waiting.example/"));
+  EXPECT_EQ(output_of("cd " + disk.path() + " && find . -type f | sort | xargs -d '\\n' md5sum"), before);
+  sqlite3_close(database);
+}
+
+TEST(Bookmarks, OfAFirefoxFolderInItselfEnd) {
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "places.sqlite",
+                places_tables +
+                    "INSERT INTO moz_places VALUES (1, 'http://one.example/');"
+                    "INSERT INTO moz_bookmarks VALUES (10, 2, NULL, 11, 0, 'a', 0, 'a'), (11, 2, NULL, 10, "
+                    "0, 'b', 0, 'b'),"
+                    " (12, 2, NULL, 12, 0, 'self', 0, 'c'), (13, 1, 1, 2, 0, 'One', 0, 'd');");
+  EXPECT_THAT(bookmarks_of(disk), HasSubstr("one.example"));
+}
+
+TEST(Bookmarks, OfChromeKeepFoldersAndDates) {
+  const windows::Disk disk;
+  disk.add(std::string(chrome) + "Bookmarks", R"({"checksum": "x", "roots": {
+    "bookmark_bar": {"type": "folder", "name": "Bar", "children": [
+      {"type": "url", "name": "One", "url": "http://one.example/", "date_added": "13000000000000000"},
+      {"type": "folder", "name": "Deep", "children": [{"type": "url", "name": "Two", "url": "http://two.example/"}]}]},
+    "other": {"type": "folder", "name": "Other", "children": []},
+    "sync_transaction_version": "7"}, "version": 1})");
+  EXPECT_EQ(bookmarks_of(disk), R"(<!DOCTYPE NETSCAPE-Bookmark-file-1>
+<META HTTP-EQUIV="Content-Type" CONTENT="text/html; charset=UTF-8">
+<TITLE>Bookmarks</TITLE>
+<H1>Bookmarks</H1>
+<DL><p>
+    <DT><H3>Bar</H3>
+    <DL><p>
+        <DT><A HREF="http://one.example/" ADD_DATE="1355526400">One</A>
+        <DT><H3>Deep</H3>
+        <DL><p>
+            <DT><A HREF="http://two.example/">Two</A>
+        </DL><p>
+    </DL><p>
+</DL><p>
+)");
+}
+
+TEST(Bookmarks, OfAJsonThatIsNoneAreDamaged) {
+  for (const char* json : {"", "{", "[]", "7", R"({"roots": []})", R"({"roots": "x"})"}) {
+    EXPECT_FALSE(pack::chromium_bookmarks(json)) << json;
+  }
+  EXPECT_TRUE(pack::chromium_bookmarks(R"({"roots": {"x": {"children": [1, "2", null, {"children": 7}]}}})"));
+  std::string deep = R"({"roots": {"x": )";
+  for (int i = 0; i < 5000; ++i) deep += R"({"children": [)";
+  deep += "{}";
+  for (int i = 0; i < 5000; ++i) deep += "]}";
+  EXPECT_TRUE(pack::chromium_bookmarks(deep + "}}"));
+}
+
+TEST(Bookmarks, OfInternetExplorerAreFiles) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Favorites/One.url",
+           "[DEFAULT]\r\nBASEURL=http://base.example/\r\n[InternetShortcut]\r\nURL=http://one.example/\r\n");
+  disk.add("Users/Ann/Favorites/Links/Two.URL", "[internetshortcut]\nurl= http://two.example/ \n");
+  disk.add("Users/Ann/Favorites/Links/none.url", "[InternetShortcut.W]\r\nURL=http://wide.example/\r\n");
+  disk.add("Users/Ann/Favorites/Links/notes.txt", "mine");
+  disk.add("Users/Ann/Favorites/desktop.ini");
+  const auto result = pack_disk(disk.path());
+  const std::string html = result.content.at("Brindle/Bookmark.htm");
+  EXPECT_THAT(html, testing::ContainsRegex(
+                        "<DT><H3[^>]*>Links</H3>\n    <DL><p>\n        <DT><A HREF=\"http://two.example/\""));
+  EXPECT_THAT(html, testing::ContainsRegex("    <DT><A HREF=\"http://one.example/\"[^>]*>One</A>"));
+  EXPECT_THAT(html, Not(HasSubstr("base.example")));
+  EXPECT_THAT(html, Not(HasSubstr("wide.example")));
+  EXPECT_THAT(result.files_below("Brindle/My Documents/"),
+              ElementsAre("Favorites/Links/none.url", "Favorites/Links/notes.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre("windows-own Users/Ann/Favorites/desktop.ini"));
+}
+
+TEST(Bookmarks, OfSeveralBrowsersHaveAFolderEachAndNoneTwice) {
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "places.sqlite",
+                places_tables +
+                    "INSERT INTO moz_places VALUES (1, 'http://both.example/');"
+                    "INSERT INTO moz_bookmarks VALUES (10, 1, 1, 2, 0, 'Both', 0, 'a');");
+  disk.add(std::string(chrome) + "Bookmarks", R"({"roots": {"bar": {"name": "Bar", "children": [
+      {"name": "Both", "url": "http://both.example/"}, {"name": "Own", "url": "http://own.example/"}]}}})");
+  disk.add("Users/Ann/Favorites/Both.url", "[InternetShortcut]\nURL=http://both.example/\n");
+  const auto result = pack_disk(disk.path());
+  const std::string html = result.content.at("Brindle/Bookmark.htm");
+  EXPECT_EQ(html.find("both.example"), html.rfind("both.example"));
+  EXPECT_THAT(html, HasSubstr("<H3>Firefox</H3>"));
+  EXPECT_THAT(html, HasSubstr("<H3>Chrome</H3>"));
+  EXPECT_THAT(html, Not(HasSubstr("Internet Explorer")));
+  const auto count = result.people.front().tally.count(pack::Kind::bookmarks);
+  EXPECT_EQ(count.found, 4U);
+  EXPECT_EQ(count.packed, 2U);
+  EXPECT_FALSE(result.people.front().tally.has_losses());
+}
+
+TEST(Bookmarks, ThatAreDamagedAreTold) {
+  const windows::Disk disk;
+  disk.add(std::string(firefox) + "places.sqlite", "SQLite format 3 and no more");
+  disk.add(std::string(chrome) + "Bookmarks", "{");
+  const auto result = pack_disk(disk.path());
+  EXPECT_FALSE(result.content.contains("Brindle/Bookmark.htm"));
+  EXPECT_THAT(result.remarks(), ElementsAre("damaged " + std::string(firefox) + "places.sqlite",
+                                            "damaged " + std::string(chrome) + "Bookmarks"));
+}
+
+const std::string cookies_table =
+    "CREATE TABLE moz_cookies (id INTEGER PRIMARY KEY, originAttributes TEXT, name TEXT, value TEXT, host "
+    "TEXT, path TEXT,"
+    " expiry INTEGER, isSecure INTEGER);";
+
+TEST(Cookies, OfFirefoxAreInNetscapesFormat) {
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "cookies.sqlite",
+                cookies_table +
+                    "INSERT INTO moz_cookies VALUES (1, '', 'a', '1', '.one.example', '/', 4000000000, 1),"
+                    " (2, '', 'b', '2', 'two.example', '/x', 4000000000123, 0),"
+                    " (3, '', 'old', '3', 'old.example', '/', 1000, 0),"
+                    " (4, '^container=1', 'c', '4', 'container.example', '/', 4000000000, 0),"
+                    " (5, '', 'tab', 'x' || char(9) || 'y', 'tab.example', '/', 4000000000, 0),"
+                    " (6, '', 'empty', '', 'three.example', '/', 4000000000, 0);");
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(result.content.at("Brindle/Cookies.txt"),
+            "one.example\tTRUE\t/\tTRUE\t4000000000\ta\t1\r\n"
+            "three.example\tTRUE\t/\tFALSE\t4000000000\tempty\t\r\n"
+            "two.example\tTRUE\t/x\tFALSE\t4000000000\tb\t2\r\n");
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::cookies).packed, 3U);
+}
+
+TEST(Cookies, ThatWindowsAloneCanReadAreTold) {
+  const windows::Disk disk;
+  disk.add(std::string(chrome) + "Network/Cookies");
+  disk.add(std::string(chrome) + "Login Data");
+  disk.add(std::string(firefox) + "logins.json");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), ElementsAre("bound-to-windows " + std::string(chrome) + "Network/Cookies",
+                                            "no-place " + std::string(firefox) + "logins.json",
+                                            "bound-to-windows " + std::string(chrome) + "Login Data"));
+  EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
+}  // namespace
