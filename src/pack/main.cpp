@@ -42,7 +42,7 @@ int run(const Options& options) {
   const Disk disk = disk_of(options);
   const std::vector<Person> people = chosen_people(disk, options);
   if (options.list || options.estimate) {
-    Sum sum;
+    Sum sum(options.list);
     const auto found = pack_all(sum, disk, people, options);
     if (options.list) write_report(std::cout, found);
     if (options.estimate) std::cout << "The archive takes at most " << sum.bytes() << " bytes.\n";

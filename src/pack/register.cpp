@@ -5,6 +5,7 @@
 #include "pack/browsers/browsers.h"
 #include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
+#include "pack/mail/mail.h"
 #include "pack/printers/printers.h"
 
 namespace pack {
@@ -13,6 +14,7 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
+    Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",

@@ -28,6 +28,14 @@ std::optional<pack::Cause> Parcel::add_file(const std::string& name, const pack:
   return std::nullopt;
 }
 
+void Parcel::add_stream(const std::string& name, std::uint64_t most,
+                        const std::function<void(const pack::Writer& write)>& make) {
+  std::string bytes;
+  make([&](std::string_view more) { bytes += more; });
+  EXPECT_LE(bytes.size(), most) << name;
+  add(name, bytes);
+}
+
 void Parcel::add_text(const std::string& name, std::string_view text) { add(name, std::string(text)); }
 
 std::vector<std::string> Result::files_below(const std::string& folder) const {

@@ -28,6 +28,11 @@ void Packing::add_text(Kind kind, const std::string& name, std::string_view cont
   tally_.packed(kind, content.size());
 }
 
+void Packing::add_stream(const std::string& name, std::uint64_t most,
+                         const std::function<void(const Writer& write)>& make) {
+  parcel_.add_stream(joined(folder_, name), most, make);
+}
+
 void Packing::add_control(const std::string& name, std::string_view content) {
   parcel_.add_text(joined(folder_, name), content);
 }

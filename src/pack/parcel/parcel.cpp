@@ -17,6 +17,11 @@ std::optional<Cause> Sum::add_file(const std::string& name, const Tree&, const s
   return std::nullopt;
 }
 
+void Sum::add_stream(const std::string& name, std::uint64_t most, const std::function<void(const Writer& write)>& make) {
+  add(name, most);
+  if (makes_) make([](std::string_view) {});
+}
+
 void Sum::add_text(const std::string& name, std::string_view content) { add(name, content.size()); }
 
 // What deflate cannot make smaller it makes larger by five bytes in each 16 KiB.

@@ -3,6 +3,7 @@
 #define BRINDLE_PACK_PARCEL_PARCEL_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,12 +12,15 @@
 
 namespace pack {
 
+/// Takes bytes as they come.
+using Writer = std::function<void(std::string_view bytes)>;
+
 /// Names are those in the archive: UTF-8, with "/" between folders, and none is given twice.
 class Parcel {
  public:
   virtual ~Parcel() = default;
 
-  /// Adds a folder, so that it is there even when it is empty. Throws std::system_error, like the next two,
+  /// Adds a folder, so that it is there even when it is empty. Throws std::system_error, like the next three,
   /// when the archive cannot be written.
   virtual void add_folder(const std::string& name, std::int64_t modified) = 0;
 
@@ -25,16 +29,25 @@ class Parcel {
   virtual std::optional<Cause> add_file(const std::string& name, const Tree& tree, const std::string& path,
                                         const Entry& entry) = 0;
 
+  /// Adds a file that `make` writes piece by piece. It takes at most `most` bytes.
+  virtual void add_stream(const std::string& name, std::uint64_t most,
+                          const std::function<void(const Writer& write)>& make) = 0;
+
   /// Adds a file with that content.
   virtual void add_text(const std::string& name, std::string_view content) = 0;
 };
 
-/// Adds up what it gets, and reads none of it.
+/// Adds up what it gets.
 class Sum : public Parcel {
  public:
+  /// With `makes` files that are made piece by piece are made, so that what is in them is counted; else they are not.
+  explicit Sum(bool makes = false) : makes_(makes) {}
+
   void add_folder(const std::string& name, std::int64_t modified) override;
   std::optional<Cause> add_file(const std::string& name, const Tree& tree, const std::string& path,
                                 const Entry& entry) override;
+  void add_stream(const std::string& name, std::uint64_t most,
+                  const std::function<void(const Writer& write)>& make) override;
   void add_text(const std::string& name, std::string_view content) override;
 
   /// At most so many bytes a zip of it takes: what it holds, and the zip's own list.
@@ -43,6 +56,7 @@ class Sum : public Parcel {
  private:
   void add(const std::string& name, std::uint64_t size);
 
+  bool makes_;
   std::uint64_t bytes_ = 0;
 };
 

@@ -130,9 +130,9 @@ void Zip::stop_when_asked() const {
   if (how_.stopped != nullptr && *how_.stopped != 0) throw Interrupted();
 }
 
-void Zip::begin(const std::string& name, std::uint64_t size, std::int64_t modified, unsigned type) {
+void Zip::begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified, unsigned type) {
   stop_when_asked();
-  const bool as_it_is = how_.store || is_compressed(name);
+  const bool as_it_is = how_.store || size == 0U || is_compressed(name);
   if ((as_it_is ? archive_write_zip_set_compression_store
                 : archive_write_zip_set_compression_deflate)(zip_.get()) != ARCHIVE_OK)
     fail();
@@ -141,7 +141,7 @@ void Zip::begin(const std::string& name, std::uint64_t size, std::int64_t modifi
   archive_entry_set_pathname(entry.get(), name.c_str());
   archive_entry_set_filetype(entry.get(), type);
   archive_entry_set_perm(entry.get(), type == AE_IFDIR ? 0755 : 0644);
-  archive_entry_set_size(entry.get(), static_cast<la_int64_t>(size));
+  if (size) archive_entry_set_size(entry.get(), static_cast<la_int64_t>(*size));
   archive_entry_set_mtime(entry.get(), modified, 0);
   // Some names make it warn; they are written all the same.
   if (archive_write_header(zip_.get(), entry.get()) < ARCHIVE_WARN) fail();
@@ -159,6 +159,16 @@ void Zip::write(const char* bytes, std::size_t size) {
 
 void Zip::add_folder(const std::string& name, std::int64_t modified) {
   begin(name + "/", 0, modified, AE_IFDIR);
+}
+
+// Its size stands behind it, and in the zip's list.
+void Zip::add_stream(const std::string& name, std::uint64_t, const std::function<void(const Writer& write)>& make) {
+  begin(name, std::nullopt, std::time(nullptr), AE_IFREG);
+  make([this](std::string_view bytes) {
+    stop_when_asked();
+    write(bytes.data(), bytes.size());
+    how_.progress(bytes.size());
+  });
 }
 
 void Zip::add_text(const std::string& name, std::string_view content) {

@@ -22,7 +22,7 @@ class Zip : public Parcel {
   struct How {
     bool store = false;                         ///< compress nothing
     const std::atomic<int>* stopped = nullptr;  ///< not 0: throw Interrupted at the next block
-    /// Called with the bytes read from the disk, block by block.
+    /// Called with the number of bytes that are packed, block by block.
     std::function<void(std::uint64_t)> progress = [](std::uint64_t) {};
   };
 
@@ -36,6 +36,8 @@ class Zip : public Parcel {
   void add_folder(const std::string& name, std::int64_t modified) override;
   std::optional<Cause> add_file(const std::string& name, const Tree& tree, const std::string& path,
                                 const Entry& entry) override;
+  void add_stream(const std::string& name, std::uint64_t most,
+                  const std::function<void(const Writer& write)>& make) override;
   void add_text(const std::string& name, std::string_view content) override;
 
   /// Writes the zip's list, waits until all is on the disk, and gives it its name. Throws std::system_error.
@@ -47,7 +49,7 @@ class Zip : public Parcel {
   };
   class Part;
 
-  void begin(const std::string& name, std::uint64_t size, std::int64_t modified, unsigned type);
+  void begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified, unsigned type);
   void write(const char* bytes, std::size_t size);
   std::optional<Cause> copy(Content& content, const Entry& entry);
   void stop_when_asked() const;

@@ -1,0 +1,64 @@
+#include "pack/mail/mail_account.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+// Lines are read in pieces of so many bytes, the end included.
+constexpr std::size_t longest_line = 126;
+
+std::string line(std::string_view key, std::string value) {
+  std::ranges::replace_if(
+      value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+  const std::size_t room = longest_line - key.size() - 3;
+  if (value.size() > room) {
+    value.resize(room);
+    // Not within a character.
+    const char* end = nullptr;
+    if (g_utf8_validate(value.data(), static_cast<gssize>(value.size()), &end) == FALSE)
+      value.resize(static_cast<std::size_t>(end - value.data()));
+  }
+  return std::string(key) + "=" + value + "\r\n";
+}
+
+std::string flag(std::string_view key, bool is_set, const char* yes = "1") {
+  return line(key, is_set ? yes : "0");
+}
+
+}  // namespace
+
+// What a person has typed stands last: a name may hold the text of a key, and would hide the lines behind it.
+std::string account_file(const MailAccount& account) {
+  const std::string protocol = account.is_imap ? "IMAP" : "POP3";
+  std::string text = flag(protocol + " Secure Connection", account.is_secure) +
+                     flag(protocol + " Prompt for Password", false) +
+                     flag("Leave Mail On Server", account.leaves_on_server) +
+                     flag("SMTP Secure Connection", account.smtp_is_secure) +
+                     flag("SMTP Use Sicily", account.smtp_wants_login, "2") +
+                     flag("SMTP Prompt for Password", false);
+  if (!account.port.empty()) text += line(protocol + " Port", account.port);
+  return text + line(protocol + " Server", account.server) + line("SMTP Server", account.smtp_server) +
+         line(protocol + " User Name", account.user) + line("SMTP Email Address", account.address) +
+         line("SMTP Reply To Email Address", account.reply_address) +
+         line("SMTP Organization Name", account.organization) + line("SMTP Display Name", account.full_name) +
+         line("Account Name", account.name);
+}
+
+void MailAccounts::add(const MailAccount& account, const std::string& from) {
+  if (!known_.insert(account.server + "\n" + account.user + "\n" + account.address).second)
+    return packing_.leave_out(Kind::accounts, Cause::there_already, from);
+  packing_.add_folder(layout::mail);
+  packing_.add_folder(layout::mail_accounts);
+  char name[16];
+  std::snprintf(name, sizeof name, "%08zu.txt", known_.size());
+  packing_.add_text(Kind::accounts, std::string(layout::mail_accounts) + "/" + name, account_file(account));
+}
+
+}  // namespace pack

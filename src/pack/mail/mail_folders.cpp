@@ -1,0 +1,251 @@
+#include "pack/mail/mail_folders.h"
+
+#include <xxhash.h>
+
+#include <array>
+#include <memory>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "pack/files/names.h"
+#include "pack/mail/mailbox.h"
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+using Digest = std::pair<std::uint64_t, std::uint64_t>;
+
+struct UsualName {
+  std::string_view name;
+  const char* in_archive;
+};
+constexpr std::array usual_names{
+    UsualName{"INBOX", layout::inbox},   UsualName{"Sent", layout::sent},
+    UsualName{"Drafts", layout::drafts}, UsualName{"Trash", layout::trash},
+    UsualName{"Outbox", layout::outbox}, UsualName{"Unsent Messages", layout::outbox}};
+
+std::string name_at_top(const std::string& name) {
+  for (const auto& [usual, in_archive] : usual_names)
+    if (is_same_name(name, usual)) return in_archive;
+  return name;
+}
+
+// A file with one message, read as a mailbox: with a line "From " in front, and those of its text made
+// others.
+class OneMessage : public Content {
+ public:
+  explicit OneMessage(std::unique_ptr<Content> content) : content_(std::move(content)) {}
+
+  std::size_t read(char* to, std::size_t most) override {
+    while (ready_.empty() && !is_at_end_) take_more();
+    const std::size_t count = ready_.copy(to, most);
+    ready_.erase(0, count);
+    return count;
+  }
+
+ private:
+  void take_more() {
+    std::array<char, 4096> block{};
+    const std::size_t count = content_->read(block.data(), block.size());
+    is_at_end_ = count == 0;
+    for (const char byte : std::string_view(block.data(), count)) {
+      line_ += byte;
+      if (byte == '\n') end_line();
+    }
+    if (is_at_end_) end_line();
+  }
+  void end_line() {
+    if (line_.starts_with("From ")) ready_ += '>';
+    ready_ += std::exchange(line_, "");
+  }
+
+  std::unique_ptr<Content> content_;
+  std::string line_;
+  std::string ready_ = "From - Thu Jan  1 00:00:00 1970\n";
+  bool is_at_end_ = false;
+};
+
+// Gets the head of a message; what it returns gets the body.
+using Take = std::function<Writer(const std::string& head)>;
+
+std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& take) {
+  MailboxReader reader(*content);
+  while (const auto head = reader.next()) reader.body(take(*head));
+  return reader.has_begun_with_something_else() ? std::optional(Cause::no_mailbox) : std::nullopt;
+}
+
+// Hands out the messages of a source in their order; what cannot be read is told to `complain`.
+void each_message(const MailFolders::Source& source, const Take& take,
+                  const std::function<void(Cause cause, const std::string& path)>& complain) {
+  const Tree& tree = *source.place.tree;
+  if (!source.is_maildir) {
+    try {
+      if (const auto cause = each_message(tree.open(source.place.path), take))
+        complain(*cause, source.place.path);
+    } catch (const std::system_error&) {
+      complain(Cause::unreadable, source.place.path);
+    }
+    return;
+  }
+  for (const char* part : {"cur", "new"}) {
+    const std::string folder = joined(source.place.path, part);
+    std::vector<Entry> entries;
+    try {
+      entries = tree.list(folder);
+    } catch (const std::system_error&) {
+      continue;  // one of them may be missing
+    }
+    for (const Entry& entry : entries) {
+      const std::string path = joined(folder, entry.name);
+      try {
+        each_message(std::make_unique<OneMessage>(tree.open(path)), take);
+      } catch (const std::system_error&) {
+        complain(Cause::unreadable, path);
+      }
+    }
+  }
+}
+
+// What a message is known by: all of it, but what programs note in it for themselves.
+class Digester {
+ public:
+  Digester() : state_(XXH3_createState(), XXH3_freeState) { XXH3_128bits_reset(state_.get()); }
+
+  void take_head(std::string_view head) {
+    bool is_note = true;  // the line "From "
+    while (!head.empty()) {
+      const std::size_t end = std::min(head.find('\n'), head.size() - 1) + 1;
+      const std::string_view line = head.substr(0, end);
+      head.remove_prefix(end);
+      if (!is_note) take(line);
+      const bool goes_on = head.starts_with(' ') || head.starts_with('\t');
+      if (!goes_on) is_note = is_note_of_a_program(head);
+    }
+  }
+  void take(std::string_view text) { XXH3_128bits_update(state_.get(), text.data(), text.size()); }
+  Digest digest() const {
+    const XXH128_hash_t hash = XXH3_128bits_digest(state_.get());
+    return {hash.high64, hash.low64};
+  }
+
+ private:
+  static bool is_note_of_a_program(std::string_view line) {
+    return line.starts_with("X-Mozilla-") || line.starts_with("X-UIDL:") ||
+           line.starts_with("X-Account-Key:");
+  }
+
+  std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state_;
+};
+
+std::vector<Digest> digests_of(const MailFolders::Source& source) {
+  std::vector<Digest> digests;
+  std::unique_ptr<Digester> digester;
+  const auto end_message = [&] {
+    if (digester) digests.push_back(digester->digest());
+  };
+  each_message(
+      source,
+      [&](const std::string& head) -> Writer {
+        end_message();
+        digester = std::make_unique<Digester>();
+        digester->take_head(head);
+        return [&digester](std::string_view text) { digester->take(text); };
+      },
+      [](Cause, const std::string&) {});
+  end_message();
+  return digests;
+}
+
+// One folder of the archive while it is written.
+class Folder {
+ public:
+  Folder(Packing& packing, const Writer& write) : packing_(packing), write_(write) {}
+
+  void add(const MailFolders::Source& source, const std::vector<Digest>& digests) {
+    std::size_t number = 0;
+    each_message(
+        source,
+        [&](const std::string& head) {
+          const bool is_double = number < digests.size() && earlier_.contains(digests[number]);
+          ++number;
+          return begin(head, source, is_double);
+        },
+        [&](Cause cause, const std::string& path) { packing_.leave_out(Kind::mail, cause, path); });
+    end_message();
+    earlier_.insert(digests.begin(), digests.end());
+  }
+
+ private:
+  Writer begin(const std::string& head, const MailFolders::Source& source, bool is_double) {
+    end_message();
+    if (is_double || is_deleted(head)) {
+      packing_.leave_out(Kind::mail, is_double ? Cause::there_already : Cause::deleted, source.place.path);
+      return [](std::string_view) {};
+    }
+    size_ = 0;
+    put(head);
+    return [this](std::string_view text) { put(text); };
+  }
+
+  void put(std::string_view text) {
+    write_(text);
+    size_ += text.size();
+    before_end_ = text.size() > 1 ? text[text.size() - 2] : end_;
+    end_ = text.back();
+  }
+
+  // The next one's line "From " stands behind an empty line.
+  void end_message() {
+    if (size_ == 0) return;
+    if (end_ != '\n') put("\n");
+    if (before_end_ != '\n') put("\n");
+    packing_.count(Kind::mail, size_);
+    size_ = 0;
+  }
+
+  Packing& packing_;
+  const Writer& write_;
+  std::set<Digest> earlier_;
+  std::uint64_t size_ = 0;  // of the message that is written
+  char before_end_ = '\0';
+  char end_ = '\0';
+};
+
+void pack_folder(Packing& packing, const std::string& name, const std::vector<MailFolders::Source>& sources) {
+  constexpr std::uint64_t room_for_lines = 4096;
+  std::uint64_t most = 0;
+  for (const MailFolders::Source& source : sources) most += source.size + source.size / 4 + room_for_lines;
+  packing.add_stream(name, most, [&](const Writer& write) {
+    Folder folder(packing, write);
+    // What one source has twice its owner wanted twice.
+    for (const MailFolders::Source& source : sources)
+      folder.add(source, sources.size() > 1 ? digests_of(source) : std::vector<Digest>());
+  });
+}
+
+}  // namespace
+
+void MailFolders::add(const std::vector<std::string>& names, const Source& source) {
+  std::string path;
+  for (const std::string& name : names) {
+    const std::string kept = kept_name(name);
+    path += path.empty() ? name_at_top(kept) : std::string(layout::subfolders) + "/" + kept;
+  }
+  folders_[path].push_back(source);
+}
+
+void MailFolders::pack(Packing& packing) const {
+  std::set<std::string> made;
+  for (const auto& [path, sources] : folders_) {
+    packing.add_folder(layout::mail_folders);
+    const std::string name = std::string(layout::mail_folders) + "/" + path;
+    for (std::size_t slash = name.find('/'); (slash = name.find('/', slash + 1)) != std::string::npos;)
+      packing.add_folder(name.substr(0, slash));
+    pack_folder(packing, name, sources);
+  }
+}
+
+}  // namespace pack

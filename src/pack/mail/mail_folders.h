@@ -1,0 +1,37 @@
+// Mail folders of any program on their way into an archive.
+#ifndef BRINDLE_PACK_MAIL_MAIL_FOLDERS_H
+#define BRINDLE_PACK_MAIL_MAIL_FOLDERS_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "pack/files/packing.h"
+
+namespace pack {
+
+/// Gathers the mail folders of all programs and accounts of a person. Folders of one name become one; a
+/// message that an earlier source of that folder has is not packed twice.
+class MailFolders {
+ public:
+  /// Where messages lie.
+  struct Source {
+    Place place;
+    std::uint64_t size = 0;
+    bool is_maildir = false;  ///< a folder with a file a message, in place of a file with all of them
+  };
+
+  /// Adds a folder; `names` are those of the folders above it and its own, from the top. The usual ones at
+  /// the top (INBOX, Unsent Messages) become the archive's.
+  void add(const std::vector<std::string>& names, const Source& source);
+
+  /// Packs all of them.
+  void pack(Packing& packing) const;
+
+ private:
+  std::map<std::string, std::vector<Source>> folders_;  // by their names below "Mail": "Inbox.sbd/Work"
+};
+
+}  // namespace pack
+
+#endif

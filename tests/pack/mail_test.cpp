@@ -1,0 +1,302 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "pack/mail/mailbox.h"
+#include "pack/mail/prefs.h"
+#include "pack/recorded.h"
+#include "pack/windows_disk.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using recorded::pack_disk;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+const std::string profile = "Users/Ann/AppData/Roaming/Thunderbird/Profiles/x.default/";
+
+// A few bytes at a time, so that every place of a text is once at the end of a block.
+class Slow : public pack::Content {
+ public:
+  Slow(std::string text, std::size_t most) : text_(std::move(text)), most_(most) {}
+  std::size_t read(char* to, std::size_t most) override {
+    const std::size_t count = text_.copy(to, std::min(most, most_), at_);
+    at_ += count;
+    return count;
+  }
+
+ private:
+  std::string text_;
+  std::size_t most_;
+  std::size_t at_ = 0;
+};
+
+std::vector<std::string> messages_in(const std::string& text, std::size_t most = 1000) {
+  Slow content(text, most);
+  pack::MailboxReader reader(content);
+  std::vector<std::string> messages;
+  while (const auto head = reader.next()) {
+    messages.push_back(*head + "|");
+    reader.body([&](std::string_view body) { messages.back() += body; });
+  }
+  return messages;
+}
+
+TEST(Mailbox, IsReadMessageByMessageWhereverBlocksEnd) {
+  const std::string text =
+      "From - 1\r\nSubject: a\r\n folded\r\n\r\nbody\r\n>From here\r\nFromage\r\n\r\nFrom - 2\nSubject: "
+      "b\n\nlast\rline";
+  for (std::size_t most = 1; most < text.size() + 1; ++most)
+    EXPECT_THAT(messages_in(text, most),
+                ElementsAre("From - 1\nSubject: a\n folded\n\n|body\n>From here\nFromage\n\n",
+                            "From - 2\nSubject: b\n\n|last\rline"))
+        << most;
+}
+
+TEST(Mailbox, HeadsWithoutABodyAreMessages) {
+  EXPECT_THAT(messages_in("From - 1\nFrom - 2\nSubject: x\nFrom - 3\n\nbody\n"),
+              ElementsAre("From - 1\n|", "From - 2\nSubject: x\n|", "From - 3\n\n|body\n"));
+  EXPECT_THAT(messages_in(""), IsEmpty());
+  EXPECT_THAT(messages_in("no message\n"), IsEmpty());
+  EXPECT_THAT(messages_in("From "), ElementsAre("From |"));
+}
+
+TEST(Mailbox, LinesOfAnyLengthAreKept) {
+  const std::string line(1 << 20, 'x');
+  EXPECT_THAT(messages_in("From - 1\n\n" + line + "From no\r\n" + line, 100000),
+              ElementsAre("From - 1\n\n|" + line + "From no\n" + line));
+}
+
+TEST(Mailbox, HeadersAreFound) {
+  const std::string head =
+      "From - 1\nX-Mozilla-Status: 0009\nSUBJECT:  one\n\ttwo \nSubjects: no\n\nSubject: body\n";
+  EXPECT_EQ(pack::header_field(head, "Subject"), "one two");
+  EXPECT_EQ(pack::header_field(head, "Subj"), "");
+  EXPECT_TRUE(pack::is_deleted(head));
+  EXPECT_FALSE(pack::is_deleted("From - 1\nX-Mozilla-Status: 0001\n"));
+  EXPECT_FALSE(pack::is_deleted("From - 1\nX-Mozilla-Status: 0010\n"));
+  EXPECT_TRUE(pack::is_deleted("From - 1\nX-Mozilla-Status: 0018\n"));
+  EXPECT_FALSE(pack::is_deleted("From - 1\nSubject: x\n\nX-Mozilla-Status: 0008\n"));
+}
+
+std::string message(const std::string& subject, const std::string& status = "0001") {
+  return "From - Tue Mar  1 08:41:12 2005\r\nX-Mozilla-Status: " + status + "\r\nSubject: " + subject +
+         "\r\n\r\nText of " + subject + "\r\n\r\n";
+}
+std::string packed(const std::string& subject, const std::string& status = "0001") {
+  std::string text = message(subject, status);
+  std::erase(text, '\r');
+  return text;
+}
+
+TEST(MailFolders, KeepTheirTree) {
+  const windows::Disk disk;
+  const std::string local = profile + "Mail/Local Folders/";
+  disk.add(local + "Inbox", message("one") + message("two"));
+  disk.add(local + "Inbox.msf", "index");
+  disk.add(local + "Inbox.sbd/Work", message("three"));
+  disk.add(local + "Inbox.sbd/Work.sbd/v1.2", message("four"));
+  disk.add(local + "Unsent Messages", "");
+  disk.add(local + "Grüße", message("five"));
+  disk.add(local + "msgFilterRules.dat", "rules");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below("Brindle/Mail/"),
+              UnorderedElementsAre("Inbox", "Inbox.sbd/Work", "Inbox.sbd/Work.sbd/v1.2", "Outbox", "Grüße"));
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"), packed("one") + packed("two"));
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox.sbd/Work.sbd/v1.2"), packed("four"));
+  EXPECT_EQ(result.content.at("Brindle/Mail/Outbox"), "");
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 5U);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+  EXPECT_TRUE(result.content.contains("Brindle/Mail/Inbox.sbd/Work.sbd/"));
+}
+
+TEST(MailFolders, OfSeveralAccountsAreJoinedAndNoMessageIsThereTwice) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/pop.example/Inbox", message("one") + message("both") + message("both"));
+  disk.add(profile + "ImapMail/imap.example/INBOX", message("both", "0000") + message("two"));
+  disk.add(profile + "ImapMail/imap.example/INBOX.sbd/Deep", message("both"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below("Brindle/Mail/"), UnorderedElementsAre("Inbox", "Inbox.sbd/Deep"));
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"),
+            packed("one") + packed("both") + packed("both") + packed("two"))
+      << "what one account has twice its owner wanted twice";
+  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + profile + "ImapMail/imap.example/INBOX"));
+  EXPECT_FALSE(result.people.front().tally.has_losses());
+}
+
+TEST(MailFolders, DeletedMessagesStay) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/Local Folders/Inbox",
+           message("gone", "0009") + message("here") + message("gone too", "0008"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"), packed("here"));
+  const auto count = result.people.front().tally.count(pack::Kind::mail);
+  EXPECT_EQ(count.found, 3U);
+  EXPECT_EQ(count.packed, 1U);
+  EXPECT_FALSE(result.people.front().tally.has_losses());
+}
+
+TEST(MailFolders, WhatIsNoMailboxIsTold) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/Local Folders/Inbox", message("one"));
+  disk.add(profile + "Mail/Local Folders/junklog", "no mail");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below("Brindle/Mail/"), ElementsAre("Inbox"));
+  EXPECT_THAT(result.remarks(), ElementsAre("no-mailbox " + profile + "Mail/Local Folders/junklog"));
+}
+
+TEST(MailFolders, MessagesWithoutAnEndGetOne) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/a/Inbox", "From - 1\nSubject: a\n\nno end");
+  disk.add(profile + "Mail/b/Inbox", "From - 2\nSubject: b\n");
+  disk.add(profile + "Mail/c/Inbox", "From - 3");
+  EXPECT_EQ(pack_disk(disk.path()).content.at("Brindle/Mail/Inbox"),
+            "From - 1\nSubject: a\n\nno end\n\nFrom - 2\nSubject: b\n\nFrom - 3\n\n");
+}
+
+TEST(MailFolders, WithAFileAMessageBecomeMailboxes) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/Local Folders/Inbox/cur/1",
+           "Subject: one\r\n\r\nFrom the start\r\nFromage\r\nlast");
+  disk.add(profile + "Mail/Local Folders/Inbox/cur/2", "Subject: two\n\nText\n");
+  disk.add(profile + "Mail/Local Folders/Inbox/new/3", "From the first line\n");
+  disk.add(profile + "Mail/Local Folders/Inbox/tmp/4", "Subject: half\n");
+  const auto result = pack_disk(disk.path());
+  const std::string from = "From - Thu Jan  1 00:00:00 1970\n";
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"),
+            from + "Subject: one\n\n>From the start\nFromage\nlast\n\n" + from + "Subject: two\n\nText\n\n" +
+                from + ">From the first line\n\n");
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 3U);
+}
+
+TEST(MailFolders, AreReadByOthers) {
+  const windows::Disk disk;
+  std::string text;
+  for (int i = 0; i < 50; ++i)
+    text += message("number " + std::to_string(i)) + (i % 7 == 0 ? ">From me\r\n\r\n" : "");
+  disk.add(profile + "Mail/Local Folders/Inbox", text);
+  write_file("/tmp/inbox", pack_disk(disk.path()).content.at("Brindle/Mail/Inbox"));
+  EXPECT_EQ(
+      output_of(
+          "python3 -c \"import mailbox; print([m['subject'] for m in mailbox.mbox('/tmp/inbox')][::7])\""),
+      "['number 0', 'number 7', 'number 14', 'number 21', 'number 28', 'number 35', 'number 42', 'number "
+      "49']\n");
+}
+
+TEST(Prefs, AreRead) {
+  const auto prefs = pack::read_prefs(
+      "// a comment\r\nuser_pref(\"text\", \"a \\\"b\\\" \\u00e4 \\\\ \");\r\nuser_pref(\"number\", 995);\n"
+      "user_pref(\"truth\", true);\nuser_pref(\"broken\", \"x);\nuser_pref(\"paren\", "
+      "\"a);b\");\npref(\"other\", 1);");
+  EXPECT_THAT(prefs,
+              UnorderedElementsAre(testing::Pair("text", "a \"b\" ä \\ "), testing::Pair("number", "995"),
+                                   testing::Pair("truth", "true"), testing::Pair("paren", "a);b")));
+}
+
+const std::string prefs_of_two =
+    R"(user_pref("mail.accountmanager.accounts", "account1,account2,account3");
+user_pref("mail.account.account1.server", "server1");
+user_pref("mail.account.account1.identities", "id1,id2");
+user_pref("mail.account.account2.server", "server2");
+user_pref("mail.account.account3.server", "server3");
+user_pref("mail.account.account3.identities", "id3");
+user_pref("mail.server.server1.type", "pop3");
+user_pref("mail.server.server1.hostname", "pop.home.example");
+user_pref("mail.server.server1.userName", "ann");
+user_pref("mail.server.server1.port", 995);
+user_pref("mail.server.server1.socketType", 3);
+user_pref("mail.server.server1.leave_on_server", true);
+user_pref("mail.server.server1.name", "At Home");
+user_pref("mail.server.server2.type", "none");
+user_pref("mail.server.server2.hostname", "Local Folders");
+user_pref("mail.server.server3.type", "imap");
+user_pref("mail.server.server3.hostname", "imap.work.example");
+user_pref("mail.server.server3.userName", "a.lee");
+user_pref("mail.server.server3.socketType", 2);
+user_pref("mail.identity.id1.fullName", "Ann Lée");
+user_pref("mail.identity.id1.useremail", "ann@home.example");
+user_pref("mail.identity.id1.reply_to", "reply@home.example");
+user_pref("mail.identity.id1.organization", "Lee & Sons");
+user_pref("mail.identity.id1.smtpServer", "smtp1");
+user_pref("mail.identity.id3.fullName", "A. Lee");
+user_pref("mail.identity.id3.useremail", "a.lee@work.example");
+user_pref("mail.smtp.defaultserver", "smtp2");
+user_pref("mail.smtpserver.smtp1.hostname", "smtp.home.example");
+user_pref("mail.smtpserver.smtp1.username", "ann");
+user_pref("mail.smtpserver.smtp1.try_ssl", 3);
+user_pref("mail.smtpserver.smtp2.hostname", "smtp.work.example");
+)";
+
+TEST(MailAccounts, OfThunderbirdHaveAllTheirSettings) {
+  const windows::Disk disk;
+  disk.add(profile + "prefs.js", prefs_of_two);
+  const auto result = pack_disk(disk.path());
+  const std::string folder = "Brindle/ImapMail/brindle-email-accounts/";
+  ASSERT_THAT(result.files_below(folder), ElementsAre("00000001.txt", "00000002.txt"));
+  EXPECT_EQ(result.content.at(folder + "00000001.txt"),
+            "POP3 Secure Connection=1\r\n"
+            "POP3 Prompt for Password=0\r\n"
+            "Leave Mail On Server=1\r\n"
+            "SMTP Secure Connection=1\r\n"
+            "SMTP Use Sicily=2\r\n"
+            "SMTP Prompt for Password=0\r\n"
+            "POP3 Port=995\r\n"
+            "POP3 Server=pop.home.example\r\n"
+            "SMTP Server=smtp.home.example\r\n"
+            "POP3 User Name=ann\r\n"
+            "SMTP Email Address=ann@home.example\r\n"
+            "SMTP Reply To Email Address=reply@home.example\r\n"
+            "SMTP Organization Name=Lee & Sons\r\n"
+            "SMTP Display Name=Ann Lée\r\n"
+            "Account Name=At Home\r\n");
+  EXPECT_EQ(result.content.at(folder + "00000002.txt"),
+            "IMAP Secure Connection=0\r\n"
+            "IMAP Prompt for Password=0\r\n"
+            "Leave Mail On Server=0\r\n"
+            "SMTP Secure Connection=0\r\n"
+            "SMTP Use Sicily=0\r\n"
+            "SMTP Prompt for Password=0\r\n"
+            "IMAP Server=imap.work.example\r\n"
+            "SMTP Server=smtp.work.example\r\n"
+            "IMAP User Name=a.lee\r\n"
+            "SMTP Email Address=a.lee@work.example\r\n"
+            "SMTP Reply To Email Address=\r\n"
+            "SMTP Organization Name=\r\n"
+            "SMTP Display Name=A. Lee\r\n"
+            "Account Name=a.lee@work.example\r\n");
+}
+
+TEST(MailAccounts, OfTwoProfilesAreThereOnce) {
+  const windows::Disk disk;
+  disk.add(profile + "prefs.js", prefs_of_two);
+  disk.add("Users/Ann/AppData/Roaming/Thunderbird/Profiles/y.other/prefs.js", prefs_of_two);
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::accounts).packed, 2U);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::accounts, pack::Cause::there_already), 2U);
+}
+
+TEST(MailAccounts, LinesFitIntoAPiece) {
+  const windows::Disk disk;
+  disk.add(
+      profile + "prefs.js",
+      "user_pref(\"mail.accountmanager.accounts\", \"a\");\nuser_pref(\"mail.account.a.server\", \"s\");\n"
+      "user_pref(\"mail.server.s.type\", \"imap\");\nuser_pref(\"mail.server.s.name\", \"x\\n" +
+          [] {
+            std::string text;
+            for (int i = 0; i < 200; ++i) text += "ä";
+            return text;
+          }() +
+          "\");\n");
+  const auto result = pack_disk(disk.path());
+  const std::string text = result.content.at("Brindle/ImapMail/brindle-email-accounts/00000001.txt");
+  const std::size_t begin = text.find("Account Name=");
+  EXPECT_LE(text.size() - begin, 126U);
+  EXPECT_GE(text.size() - begin, 124U);
+  EXPECT_TRUE(text.ends_with("ä\r\n"));
+  EXPECT_THAT(text, HasSubstr("Account Name=x ä"));
+}
+
+}  // namespace
