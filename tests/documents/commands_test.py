@@ -9,7 +9,6 @@ of WAYS knows fails.
 import fnmatch
 import os
 import re
-import shlex
 import shutil
 import socket
 import subprocess
@@ -35,7 +34,7 @@ class Document:
 
     def __init__(self, path):
         self.path, self.commands, self.blocks, self.quoted = path, [], [], []
-        block, before = None, ""
+        block, before, source = None, "", ""
         for line in path.read_text(encoding="utf-8").splitlines():
             if line.startswith("```"):
                 if block is None:
