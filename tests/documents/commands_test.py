@@ -109,7 +109,7 @@ class Ways(unittest.TestCase):
         put(TREE / "tools/view", '#!/bin/bash\nprintf "%s\\n" "$@" >>/tmp/viewed\n'
             'for word in "$@"; do case $word in *=/run/brindle/out) echo x >"${word%=*}/marks.tsv" ;; esac; done\n')
         put(TREE / "tools/preview/summary.py", "print('told')\n")
-        put(TREE / "samples/make", '#!/bin/sh\ncp /tmp/made/*.zip "$1"\n')  # it takes ten seconds each time
+        put(TREE / "samples/make", '#!/bin/sh\ncp old-pc.zip "$1/one-person.zip"\n')
         Path("/tmp/viewed").unlink(missing_ok=True)
         with socket.socket(socket.AF_UNIX) as display:
             Path("/tmp/.X11-unix").mkdir(exist_ok=True)
@@ -169,9 +169,10 @@ class Ways(unittest.TestCase):
             if name != "NAME":
                 self.assertIn(name, known)
 
-    def at_the_beginning(self, command):
-        """What it makes serves the others."""
-        self.assertIn(filled(command), DONE)
+    def samples(self, command):
+        """Paints pictures for ten seconds: samples_test.py does it once for all its tests."""
+        self.assertEqual("samples/make DIR", command)
+        self.assertIn('run(SOURCES / "make", MADE)', Path("tests/samples/samples_test.py").read_text())
 
     def undo(self, command):
         """undo_test.py runs each of these in a home that a migration has changed."""
@@ -243,7 +244,7 @@ WAYS = (
     ("tools/make-package --install", Ways.package),
     ("dpkg-buildpackage -us -uc", Ways.package),
     ("apt-get install ./brindle_*.deb", Ways.package),
-    ("samples/make DIR", Ways.at_the_beginning),
+    ("samples/make DIR", Ways.samples),
     ("samples/pack FOLDER OUT.zip", Ways.run_it),
     ("cp data/texts/en_US data/texts/da_DK", Ways.makes_a_file),
     ("foomatic-ppdfile-bd -P\"HP LaserJet 4050\"", Ways.run_it),
@@ -267,9 +268,6 @@ def way_of(command):
     return next((way for pattern, way in WAYS if fnmatch.fnmatchcase(command, pattern)), None)
 
 
-DONE = []
-
-
 def copy_of_source():
     shutil.copytree(SOURCE, TREE, symlinks=True, ignore=shutil.ignore_patterns("build", ".git", "__pycache__"))
 
@@ -278,13 +276,10 @@ def a_home_and_an_archive():
     """What the examples of the account name: a run of an archive old-pc.zip, and the home it has filled."""
     shutil.copy(BUILD / "src/brindle-account", "/usr/local/bin/brindle-account")
     shutil.copy(TREE / "data/foomatic/foomatic-ppdfile-bd", "/usr/local/bin/foomatic-ppdfile-bd")
-    for command in ("samples/make /tmp/made", f"samples/pack /tmp/old-pc {TREE}/old-pc.zip"):
-        put(Path("/tmp/old-pc/My Documents/Letter.txt"), "Dear Ann\n", 0o644)
-        put(Path("/tmp/old-pc/users.txt"), "Default=ann\nMultiUser Migration=0\n", 0o644)
-        done = sh(command)
-        assert done.returncode == 0, done.stderr
-        DONE.append(command)
-    shutil.copy("/tmp/made/family.zip", TREE / "family.zip")
+    put(Path("/tmp/old-pc/My Documents/Letter.txt"), "Dear Ann\n", 0o644)
+    put(Path("/tmp/old-pc/users.txt"), "Default=ann\nMultiUser Migration=0\n", 0o644)
+    subprocess.run([TREE / "samples/pack", "/tmp/old-pc", TREE / "old-pc.zip"], check=True)
+    shutil.copy(TREE / "old-pc.zip", TREE / "family.zip")
     put(Path("/root/Documents/Letter.txt"), "Dear Ann\n", 0o644)
     put(Path("/root/.brindle_run"), f"archive={TREE}/old-pc.zip\nsystem=gnome\nperson=root\nhome=/root\nbegun=1\nover=2\n"
         "ending=ended\nkept=/root/.brindle_before/2026-11-22-014530\n", 0o600)
@@ -422,6 +417,26 @@ class Examples(unittest.TestCase):
         self.assertGreater(len(names), 12)
         for name in names:
             self.assertIn(name.split("::")[-1], source)
+
+
+class Checklist(unittest.TestCase):
+    """HACKING's list of what a new kind of data touches, held against a kind that is there."""
+    ELSEWHERE = {"tests/shell/template_test.cpp": "has a command as an example", "bench/run": "measures only some kinds"}
+
+    def places_of(self, kind):
+        tops = ("src", "tests", "tools", "samples", "fuzz", "data/skeleton")
+        for path in sorted(path for top in tops for path in Path(top).rglob("*") if path.is_file()):
+            if kind in path.read_text(encoding="utf-8", errors="replace").lower() and "documents" not in path.parts:
+                yield path
+
+    def test_names_each_place_of_the_wallpaper(self):
+        section = Path("HACKING.md").read_text().partition("## Add a migrator")[2].partition("\n## ")[0]
+        places = [path for path in self.places_of("wallpaper") if str(path) not in self.ELSEWHERE]
+        self.assertGreater(len(places), 35)
+        for path in places:
+            names = (path.stem.replace("wallpaper", "KIND"), f"`{path.parent}`", f"`{path.parts[0]}/{path.parts[1]}`")
+            with self.subTest(path):
+                self.assertTrue(any(name in section for name in names))
 
 
 class Replaced(unittest.TestCase):
