@@ -58,8 +58,15 @@ class Document:
         return self.commands + [text for text in (*self.quoted, *inside) if TYPED.match(text + " ") and " " in text.strip()]
 
 
+def of_manual(path):
+    """The examples of a page for man."""
+    found = re.findall(r"^\.B (brindle-\w+ .+)$", path.read_text(encoding="utf-8").replace("\\-", "-"), re.M)
+    return {(str(path), command) for command in found}
+
+
 def all_commands():
-    return {(str(document.path), command) for document in map(Document, DOCUMENTS) for command in document.typed()}
+    found = {(str(document.path), command) for document in map(Document, DOCUMENTS) for command in document.typed()}
+    return found.union(*map(of_manual, Path("data/man").glob("*.1")))
 
 
 # ---- The ways to try a command ---------------------------------------------------------------------------
