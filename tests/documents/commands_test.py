@@ -190,7 +190,7 @@ class Ways(unittest.TestCase):
     def mutate(self, command):
         """Takes an hour or two: the mutants that are named are only listed; --verify is a test of its own."""
         if "--verify" in command:
-            self.assertIn("--verify", Path("tests/mutants/CMakeLists.txt").read_text())
+            self.assertIn("--verify", Path("tests/mutants/mutants_test.py").read_text())
         else:
             self.succeeds(command + " --list")
 
