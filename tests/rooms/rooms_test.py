@@ -94,6 +94,19 @@ class Picture(unittest.TestCase):
         shown = [line for line in section.splitlines() if line.startswith("|")]
         self.assertEqual((BUILD / "rooms.md").read_text().splitlines(), shown)
 
+    def test_the_drawing_has_each_room_above_what_it_may_include(self):
+        section = (SOURCE / "HACKING.md").read_text().partition("## Rooms\n")[2].partition("\n## ")[0]
+        drawing = re.sub(r":.*?(?=   |$)", "", section.split("```")[1], flags=re.M).splitlines()
+        height = [(name, at) for at, line in enumerate(drawing) for name in re.findall(r"[a-z_]+", line)]
+        rooms = picture()
+        self.assertEqual(sorted(map(name_of_room, rooms)), sorted(name for name, _ in height))
+        height = dict(height)
+        side_by_side = {"interface", "callbacks"}
+        for row, (sees, uses) in rooms.items():
+            for other in sees + uses:
+                if not {name_of_room(row), other} <= side_by_side:
+                    self.assertLess(height[name_of_room(row)], height[other], f"{row} stands above {other}")
+
     def test_each_room_finds_the_headers_it_may_see_and_no_others(self):
         compiler = Compiler()
         headers = [path.relative_to(SRC) for path in sources() if path.suffix != ".cpp"]

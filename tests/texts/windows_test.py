@@ -95,5 +95,22 @@ class Pictures(InFolder):
         self.assertEqual(4, len(pictures))
 
 
+class OfDocuments(InFolder):
+    """The pictures in docs/pictures are those that the command makes; a font may differ, so bytes may."""
+
+    def test_are_those_that_the_command_makes(self):
+        done = run("screens", "--documents", "--out", self.folder)
+        self.assertEqual((0, self.folder + "\n"), (done.returncode, done.stdout), done.stderr)
+        made = {name: size_of_picture(f"{self.folder}/{name}") for name in os.listdir(self.folder)}
+        kept = {name: size_of_picture(f"{SOURCE}/docs/pictures/{name}") for name in os.listdir(SOURCE + "/docs/pictures")}
+        self.assertEqual(made, kept)
+        self.assertGreaterEqual(len(made), 4)
+
+    def test_are_small_and_shown(self):
+        for name in os.listdir(SOURCE + "/docs/pictures"):
+            self.assertLess(os.path.getsize(f"{SOURCE}/docs/pictures/{name}"), 60_000, name)
+            self.assertIn(f"docs/pictures/{name}", read("README.md"))
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)
