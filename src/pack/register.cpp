@@ -3,6 +3,7 @@
 #include <array>
 
 #include "pack/browsers/browsers.h"
+#include "pack/contacts/contacts.h"
 #include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
 #include "pack/mail/mail.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
     Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
+    Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",

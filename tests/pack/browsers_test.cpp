@@ -6,6 +6,7 @@
 
 #include "pack/browsers/bookmark.h"
 #include "pack/browsers/readers.h"
+#include "pack/databases.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 #include "support/commands.h"
@@ -20,15 +21,6 @@ using testing::Not;
 
 constexpr const char* firefox = "Users/Ann/AppData/Roaming/Mozilla/Firefox/Profiles/abc.default/";
 constexpr const char* chrome = "Users/Ann/AppData/Local/Google/Chrome/User Data/Default/";
-
-void make_database(const windows::Disk& disk, const std::string& path, const std::string& sql) {
-  const std::string full = disk.add(path, "");
-  sqlite3* database = nullptr;
-  ASSERT_EQ(sqlite3_open(full.c_str(), &database), SQLITE_OK);
-  char* error = nullptr;
-  EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, &error), SQLITE_OK) << error;
-  sqlite3_close(database);
-}
 
 const std::string places_tables =
     "CREATE TABLE moz_places (id INTEGER PRIMARY KEY, url TEXT);"

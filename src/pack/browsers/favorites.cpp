@@ -71,7 +71,8 @@ std::string address_in(std::string_view url_file) {
     const std::string_view line = trimmed(url_file.substr(0, end));
     url_file.remove_prefix(std::min(end + 1, url_file.size()));
     if (line.starts_with('[')) is_ours = is_same_name(line, "[InternetShortcut]");
-    if (is_ours && line.size() > 4 && is_same_name(line.substr(0, 4), "URL=")) return in_utf8(trimmed(line.substr(4)));
+    if (is_ours && line.size() > 4 && is_same_name(line.substr(0, 4), "URL="))
+      return in_utf8(trimmed(line.substr(4)));
   }
   return "";
 }

@@ -24,7 +24,7 @@ Stage::~Stage() {
 }
 
 std::optional<std::string> Stage::copy(const Place& file, const std::string& name) const {
-  const std::string path = folder_ + "/" + name;
+  const std::string path = this->path(name);
   try {
     const auto content = file.tree->open(file.path);
     std::ofstream to(path, std::ios::binary | std::ios::trunc);

@@ -15,6 +15,9 @@ class Stage {
   /// Removes it with all that is in it.
   ~Stage();
 
+  /// Where a file of that name in it is, or can be made.
+  std::string path(const std::string& name) const { return folder_ + "/" + name; }
+
   /// Copies a file there, under `name`, which is free. Returns its path; no value when the file cannot be
   /// read to its end or the copy not be written.
   std::optional<std::string> copy(const Place& file, const std::string& name) const;

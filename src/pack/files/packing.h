@@ -33,7 +33,8 @@ class Packing {
   void add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things = 1);
 
   /// A file that is made piece by piece and takes at most `most` bytes; `make` counts what it puts into it.
-  void add_stream(const std::string& name, std::uint64_t most, const std::function<void(const Writer& write)>& make);
+  void add_stream(const std::string& name, std::uint64_t most,
+                  const std::function<void(const Writer& write)>& make);
 
   /// Something that is packed as part of a file.
   void count(Kind kind, std::uint64_t bytes) { tally_.packed(kind, bytes); }

@@ -6,13 +6,12 @@
 
 #include "pack/disk/stage.h"
 #include "pack/mail/prefs.h"
+#include "pack/mail/thunderbird_profiles.h"
 
 namespace pack {
 
 namespace {
 
-constexpr std::array<std::string_view, 2> places_of_profiles = {"AppData/Roaming/Thunderbird/Profiles",
-                                                                "Application Data/Thunderbird/Profiles"};
 constexpr std::array<std::string_view, 2> places_of_mail = {"Mail", "ImapMail"};
 constexpr std::size_t longest_prefs = std::size_t{1} << 24;
 
@@ -157,32 +156,37 @@ class Folders {
   std::vector<std::string> names_;
 };
 
+// Those in the profile, and those that were moved out of it.
+void add_servers(Packing& packing, const Disk& disk, const Place& profile, const Prefs& prefs,
+                 MailFolders& folders) {
+  const Tree& tree = *profile.tree;
+  for (const std::string_view mail : places_of_mail) {
+    const auto servers = find_folder(tree, profile.path, mail);
+    if (!servers) continue;
+    for (const Entry& server : listed(tree, *servers))
+      if (server.what == What::folder)
+        Folders(packing, folders).add({.tree = &tree, .path = joined(*servers, server.name)});
+  }
+  for (const auto& [name, value] : prefs) {
+    if (!name.starts_with("mail.server.") || !name.ends_with(".directory")) continue;
+    const auto moved = disk.find(value);
+    const bool is_in_profile = moved && moved->tree == &tree && moved->path.starts_with(profile.path + "/");
+    if (moved && !is_in_profile) Folders(packing, folders).add(*moved);
+  }
+}
+
 }  // namespace
 
 void add_thunderbird(Packing& packing, const Machine& machine, const Person& person, MailAccounts& accounts,
                      MailFolders& folders) {
   const Tree& tree = *person.home.tree;
-  for (const std::string_view place : places_of_profiles) {
-    const auto profiles = find_folder(tree, person.home.path, place);
-    if (!profiles) continue;
-    for (const Entry& profile : listed(tree, *profiles)) {
-      const std::string path = joined(*profiles, profile.name);
-      const auto file = find(tree, path, "prefs.js");
-      const auto text = file ? whole({.tree = &tree, .path = file->path}, longest_prefs) : std::nullopt;
-      const Prefs prefs = text ? read_prefs(*text) : Prefs();
-      if (packing.wants(Kind::accounts)) add_accounts(prefs, path, accounts);
-      if (!packing.wants(Kind::mail)) continue;
-      for (const std::string_view mail : places_of_mail)
-        if (const auto servers = find_folder(tree, path, mail))
-          for (const Entry& server : listed(tree, *servers))
-            if (server.what == What::folder)
-              Folders(packing, folders).add({.tree = &tree, .path = joined(*servers, server.name)});
-      // Folders that were moved out of the profile.
-      for (const auto& [name, value] : prefs)
-        if (name.starts_with("mail.server.") && name.ends_with(".directory"))
-          if (const auto moved = machine.disk.find(value); moved && !moved->path.starts_with(path + "/"))
-            Folders(packing, folders).add(*moved);
-    }
+  for (const std::string& profile : thunderbird_profiles(person)) {
+    const auto file = find(tree, profile, "prefs.js");
+    const auto text = file ? whole({.tree = &tree, .path = file->path}, longest_prefs) : std::nullopt;
+    const Prefs prefs = text ? read_prefs(*text) : Prefs();
+    if (packing.wants(Kind::accounts)) add_accounts(prefs, profile, accounts);
+    if (packing.wants(Kind::mail))
+      add_servers(packing, machine.disk, {.tree = &tree, .path = profile}, prefs, folders);
   }
 }
 

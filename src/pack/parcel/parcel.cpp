@@ -17,7 +17,8 @@ std::optional<Cause> Sum::add_file(const std::string& name, const Tree&, const s
   return std::nullopt;
 }
 
-void Sum::add_stream(const std::string& name, std::uint64_t most, const std::function<void(const Writer& write)>& make) {
+void Sum::add_stream(const std::string& name, std::uint64_t most,
+                     const std::function<void(const Writer& write)>& make) {
   add(name, most);
   if (makes_) make([](std::string_view) {});
 }

@@ -40,7 +40,8 @@ class Parcel {
 /// Adds up what it gets.
 class Sum : public Parcel {
  public:
-  /// With `makes` files that are made piece by piece are made, so that what is in them is counted; else they are not.
+  /// With `makes` files that are made piece by piece are made, so that what is in them is counted; else they
+  /// are not.
   explicit Sum(bool makes = false) : makes_(makes) {}
 
   void add_folder(const std::string& name, std::int64_t modified) override;

@@ -130,7 +130,8 @@ void Zip::stop_when_asked() const {
   if (how_.stopped != nullptr && *how_.stopped != 0) throw Interrupted();
 }
 
-void Zip::begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified, unsigned type) {
+void Zip::begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified,
+                unsigned type) {
   stop_when_asked();
   const bool as_it_is = how_.store || size == 0U || is_compressed(name);
   if ((as_it_is ? archive_write_zip_set_compression_store
@@ -162,7 +163,8 @@ void Zip::add_folder(const std::string& name, std::int64_t modified) {
 }
 
 // Its size stands behind it, and in the zip's list.
-void Zip::add_stream(const std::string& name, std::uint64_t, const std::function<void(const Writer& write)>& make) {
+void Zip::add_stream(const std::string& name, std::uint64_t,
+                     const std::function<void(const Writer& write)>& make) {
   begin(name, std::nullopt, std::time(nullptr), AE_IFREG);
   make([this](std::string_view bytes) {
     stop_when_asked();

@@ -49,7 +49,8 @@ class Zip : public Parcel {
   };
   class Part;
 
-  void begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified, unsigned type);
+  void begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified,
+             unsigned type);
   void write(const char* bytes, std::size_t size);
   std::optional<Cause> copy(Content& content, const Entry& entry);
   void stop_when_asked() const;

@@ -1,0 +1,100 @@
+#include "pack/contacts/contacts.h"
+
+#include <system_error>
+
+#include "pack/contacts/address_book.h"
+#include "pack/database/database.h"
+#include "pack/mail/thunderbird_profiles.h"
+
+namespace pack {
+
+namespace {
+
+using Properties = std::map<std::string, std::string>;
+
+// One that has its own vCard says nothing else.
+Vcard card_of(const Properties& properties) {
+  const auto own = properties.find("_vCard");
+  return own == properties.end() ? vcard_of_mozilla(properties) : vcard_of(own->second);
+}
+
+class Contacts {
+ public:
+  explicit Contacts(Packing& packing) : packing_(packing) {}
+
+  void add(const Properties& properties, const std::string& from) {
+    if (properties.empty()) return;
+    const Vcard card = card_of(properties);
+    if (card.is_empty()) return;
+    if (book_.add(card)) {
+      packing_.count(Kind::contacts, card.content().size());
+    } else {
+      packing_.leave_out(Kind::contacts, Cause::there_already, from);
+    }
+  }
+
+  // Rows come contact by contact: one, its property, the value.
+  bool add_database(const Database& database, const std::string& from) {
+    Properties properties;
+    std::string card;
+    const bool good =
+        database.each("SELECT card, name, value FROM properties ORDER BY card, name", [&](const Row& row) {
+          if (row.text(0) != card) {
+            add(properties, from);
+            properties.clear();
+            card = row.text(0);
+          }
+          properties[row.text(1)] = row.text(2);
+        });
+    add(properties, from);
+    database.each("SELECT name FROM lists", [&](const Row& row) {
+      packing_.leave_out(Kind::contacts, Cause::no_place, from + ": " + row.text(0));
+    });
+    return good;
+  }
+
+  void pack() { book_.pack(packing_); }
+
+ private:
+  Packing& packing_;
+  AddressBook book_;
+};
+
+bool ends_with(std::string_view name, std::string_view ending) {
+  return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
+}
+
+// abook.sqlite, abook-1.sqlite, history.sqlite.
+bool is_address_book(std::string_view name) {
+  return ends_with(name, ".sqlite") && (name.starts_with("abook") || is_same_name(name, "history.sqlite"));
+}
+
+void add_profile(Packing& packing, const Tree& tree, const std::string& profile, Contacts& contacts) {
+  std::vector<Entry> entries;
+  try {
+    entries = tree.list(profile);
+  } catch (const std::system_error&) {
+    return packing.leave_out(Kind::contacts, Cause::unreadable, profile);
+  }
+  for (const Entry& entry : entries) {
+    const Place place{.tree = &tree, .path = joined(profile, entry.name)};
+    if (entry.what != What::file) continue;
+    if (ends_with(entry.name, ".mab")) packing.leave_out(Kind::contacts, Cause::unknown_format, place.path);
+    if (!is_address_book(entry.name)) continue;
+    const auto database = Database::open(place);
+    if (!database || !contacts.add_database(*database, place.path))
+      packing.leave_out(Kind::contacts, Cause::damaged, place.path);
+  }
+}
+
+}  // namespace
+
+void pack_contacts(Packing& packing, const Machine&, const Person& person, const Hive*) {
+  if (!packing.wants(Kind::contacts)) return;
+  Contacts contacts(packing);
+  for (const std::string& profile : thunderbird_profiles(person))
+    add_profile(packing, *person.home.tree, profile, contacts);
+  contacts.pack();
+}
+
+}  // namespace pack
