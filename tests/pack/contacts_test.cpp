@@ -116,7 +116,7 @@ TEST(Contacts, OfThunderbirdBecomeAnAddressBook) {
   EXPECT_THAT(dump, testing::HasSubstr("FN:Bob\\0d\\0a"));
   EXPECT_THAT(dump, testing::HasSubstr("EMAIL;TYPE=INTERNET:cid@c.example"));
   EXPECT_EQ(output_of("db5.3_dump -p /tmp/book.db | grep -c END:VCARD"), "3\n");
-  EXPECT_EQ(output_of("db5.3_verify /tmp/book.db 2>&1"), "Verification of /tmp/book.db succeeded.\n");
+  EXPECT_EQ(output_of("db5.3_verify /tmp/book.db 2>&1"), "BDB5105 Verification of /tmp/book.db succeeded.\n");
   EXPECT_THAT(result.remarks(), ElementsAre("no-place " + profile + "abook.sqlite: Friends",
                                             "there-already " + profile + "history.sqlite"));
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts).packed, 3U);

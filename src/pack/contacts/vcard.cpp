@@ -210,7 +210,7 @@ Vcard vcard_of_mozilla(const std::map<std::string, std::string>& properties) {
   }
   card.add("ORG", std::vector{of("Company"), of("Department")});
   card.add("TITLE", of("JobTitle"));
-  card.add("URL", of(of("WebPage1").empty() ? "WebPage2" : "WebPage1"));
+  card.add("URL", of(of("WebPage2").empty() ? "WebPage1" : "WebPage2"));
   card.add("BDAY", whole_birthday(properties));
   card.add("NOTE", of("Notes"));
   return card;
