@@ -363,8 +363,14 @@ def make_queues(archive):
 
 
 def make_account(login, uid):
+    """Not where the machine has one: the names of its own, such as root, may stand in an archive."""
+    try:
+        return pwd.getpwnam(login).pw_uid
+    except KeyError:
+        pass
     subprocess.run(["useradd", "-M", "-u", str(uid), "-U", "-c", "Known before", "-s", "/bin/sh", login], check=True)
     subprocess.run(["chpasswd"], input=f"{login}:a word of before\n", text=True, check=True)
+    return uid
 
 
 def main():
@@ -380,7 +386,7 @@ def main():
     for number, login in enumerate(archive.logins() if options.user == "root" else []):
         uid = FORMER + number
         if options.kind == "known":
-            make_account(login, uid)
+            uid = make_account(login, uid)
         # The last one has not seen Evolution 2 yet.
         fill_home(Place("/home/" + login, uid, uid), archive, login, options.system, login == archive.logins()[-1])
     if options.user == "root":
