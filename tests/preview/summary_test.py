@@ -19,7 +19,7 @@ To know before a run:
   nora mail-accounts, work: Evolution will not read it.
 
 What has arrived of what the archive holds:
-                                found  arrived  adapted  no place  missing
+                                found  arrived  adapted  no-place  missing
   root         documents            4        2        1         0        1
   nora         notes                2        0        0         2        0
 Not arrived:
@@ -103,7 +103,7 @@ class Summary(unittest.TestCase):
                    ("warning", "-", "-", "Brindle/a", "It is damaged."),
                    ("note", "nora", "printers", "x", "A window will ask."),
                    ("warning", "nora", "mail-accounts", "work", "Evolution will not read it."))
-        self.write("account", ("person", "kind", "found", "unchanged", "changed", "elsewhere", "missing"),
+        self.write("account", ("person", "kind", "found", "arrived", "adapted", "no-place", "missing"),
                    ("root", "documents", 4, 2, 1, 0, 1), ("root", "desktop", 0, 0, 0, 0, 0),
                    ("nora", "notes", 2, 0, 0, 2, 0))
         self.write("missing", ("person", "kind", "name", "cause"), ("root", "documents", "Letter.txt", "It is not there."))

@@ -39,7 +39,7 @@ def account(folder):
         yield "What has arrived cannot be told:"
         yield from lines_of(folder + "/account.txt")
         return
-    columns = ("", "", "found", "arrived", "adapted", "no place", "missing")
+    columns = ("", "", "found", "arrived", "adapted", "no-place", "missing")
     yield "What has arrived of what the archive holds:"
     yield "  " + COLUMNS.format(*columns).rstrip()
     for person, kind, found, *counts in rows:
