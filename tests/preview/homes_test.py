@@ -10,6 +10,7 @@ from tool import SOURCE, shell
 
 sys.path.append(SOURCE + "/tools/preview")
 
+import archive_names
 import shown_homes
 from archive_names import Archive
 
@@ -70,6 +71,25 @@ class Names(Case):
                 data = data[:place] + b"\0" + data[place + 1:]
             file.write(data)
         self.assertEqual(["Brief \udcbc\udcd2"], Archive(self.archive).names("", "Mail"))
+
+
+class Faults(Case):
+    """Why nothing in an archive would be found."""
+
+    def test_it_has_its_folder_or_not(self):
+        for names, fault in ((("x/a", "Brindle/a"), ""), (("Brindle/",), ""), (("brindle/a", "My Documents/Brindle/a"), "has no "),
+                             (("Brindle",), "has no "), ((), "has no folder Brindle at its top")):
+            write_archive(self.archive, *((name, "") for name in names))
+            self.assertEqual(fault, archive_names.fault_of(self.archive)[:len(fault) or None], names)
+
+    def test_it_is_no_zip_or_not_whole(self):
+        self.write()
+        with open(self.archive, "rb") as file:
+            whole = file.read()
+        for content in (b"", b"no zip", whole[:-30], whole[:len(whole) // 2]):
+            with open(self.archive, "wb") as file:
+                file.write(content)
+            self.assertEqual("cannot be read: it is cut short, or no zip", archive_names.fault_of(self.archive))
 
 
 class Shown(Case):

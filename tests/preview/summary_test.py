@@ -109,8 +109,11 @@ class Summary(unittest.TestCase):
         self.write("missing", ("person", "kind", "name", "cause"), ("root", "documents", "Letter.txt", "It is not there."))
         for path in ("root/.kde/share", "root/.brindle_log", "root/Desktop", "home/nora/.evolution", "home/oskar/Desktop"):
             os.makedirs(f"{self.folder}/files/{path}")
+        self.end(complete=False, reason="the wizard was ended by signal 9", archive="")
+
+    def end(self, **result):
         with open(self.folder + "/result.json", "w", encoding="utf-8") as file:
-            json.dump({"complete": False, "reason": "the wizard was ended by signal 9"}, file)
+            json.dump(result, file)
 
     def write(self, name, columns, *rows):
         tables.write(f"{self.folder}/{name}.tsv", columns, rows)
@@ -120,6 +123,13 @@ class Summary(unittest.TestCase):
         self.assertEqual((0, SUMMARY + self.folder + "\n", ""), (result.returncode, result.stdout, result.stderr))
         with open(self.folder + "/summary.txt", encoding="utf-8") as file:
             self.assertEqual(SUMMARY, file.read())
+
+    def test_it_says_first_what_is_wrong_with_the_archive(self):
+        self.end(complete=True, reason="", archive="has no folder Brindle at its top")
+        self.assertEqual("The run reached its end. But nothing could arrive: the archive has no folder Brindle at its top.",
+                         self.summary().splitlines()[0])
+        self.end(complete=True, reason="", archive="")
+        self.assertEqual("The run reached its end.", self.summary().splitlines()[0])
 
     def test_it_says_when_nothing_can_be_told(self):
         os.unlink(self.folder + "/account.tsv")

@@ -41,6 +41,18 @@ class Archive:
         return next((line[len(key) + 1:] for line in lines if line.startswith(key + "=")), "")
 
 
+def fault_of(path):
+    """Why nothing in the archive is found, in words that follow "the archive"; "" when there is no such reason."""
+    try:
+        archive = Archive(path)
+    except zipfile.BadZipFile:
+        return "cannot be read: it is cut short, or no zip"
+    except (OSError, ValueError, NotImplementedError):
+        return "cannot be read"
+    names = (name_of(entry) for entry in archive.zip.infolist())
+    return "" if any(name.startswith(ROOT) for name in names) else "has no folder Brindle at its top"
+
+
 def name_of(entry):
     """Its bytes, as a file name; where the entry does not say UTF-8, zipfile has taken them for code page 437."""
     return os.fsdecode(entry.filename.encode("utf-8" if entry.flag_bits & 0x800 else "cp437"))

@@ -25,6 +25,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.append(os.path.dirname(HERE))
 
 import tables
+import archive_names
 from going_back import GoingBack
 from people import People
 from system_log import SystemLog
@@ -93,6 +94,13 @@ def wait_for_commands():
         time.sleep(0.2)
 
 
+def write_result(options, result):
+    """With what the driver cannot know: whether anything could arrive at all."""
+    result["archive"] = archive_names.fault_of(options.archive)
+    with open(options.out + "/result.json", "w", encoding="utf-8") as file:
+        json.dump(result, file, indent=1)
+
+
 def write_marks(result, path):
     rows = ((f"image_{number}", label, what) for number, label, what in result["marks"])
     tables.write(path, ("mark", "label", "result"), rows)
@@ -127,7 +135,8 @@ def collect(options, log):
     write_commands(options.out + "/commands.tsv")
     write_programs(options.out + "/programs.tsv")
     write_homes(options, options.out + "/homes.tsv")
-    for name in ("stdout", "stderr", "result.json"):
+    write_result(options, result)
+    for name in ("stdout", "stderr"):
         shutil.copyfile(WORK + "/" + name, options.out + "/" + name)
     for name in ("before.tsv", "before.txt", "account.tsv", "account.txt", "account.html", "missing.tsv"):
         copy_if_there(WORK + "/" + name, options.out + "/" + name)

@@ -190,7 +190,8 @@ def ending(folder):
             result = json.load(file)
     except FileNotFoundError:
         return "The run could not be watched to its end."
-    return "The run reached its end." if result["complete"] else "The run did not reach its end: " + result["reason"] + "."
+    end = "reached its end" if result["complete"] else "did not reach its end: " + result["reason"]
+    return f"The run {end}." + (f" But nothing could arrive: the archive {result['archive']}." if result["archive"] else "")
 
 
 # ---- After an undo ---------------------------------------------------------------------------------------
