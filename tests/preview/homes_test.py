@@ -158,6 +158,15 @@ class Filling(Case):
         self.assertIn("system.posix_acl_access=", text)
         self.assertTrue(text.endswith("from the archive a"))
 
+    def test_for_an_archive_that_is_none(self):
+        with open(self.archive, "wb") as file:
+            file.write(b"no zip")
+        result = shell(FILLED + "--kind full --system gnome; ls /root/Documents /home; lpstat -d",
+                       "--bind", self.folder + "=/run/brindle/archive")
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertIn("Taxes 1999.txt\n", result.stdout)
+        self.assertTrue(result.stdout.endswith("/home:\nsystem default destination: attic\n"), result.stdout)
+
     def test_names_of_the_systems_own_accounts(self):
         self.write()
         with zipfile.ZipFile(self.archive, "a") as archive:

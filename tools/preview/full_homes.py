@@ -7,12 +7,14 @@ The running user's home, and a home for each other user of the archive; with "kn
 already. /Share, fonts for everybody and two queues are there as well. Runs in the view as root, before the wizard.
 """
 import argparse
+import io
 import os
 import pwd
 import shutil
 import struct
 import subprocess
 import tempfile
+import zipfile
 
 from archive_names import Archive
 
@@ -373,6 +375,14 @@ def make_account(login, uid):
     return uid
 
 
+def open_archive(path):
+    """One that cannot be read has no names; the wizard will say what is wrong with it."""
+    try:
+        return Archive(path)
+    except zipfile.BadZipFile:
+        return Archive(io.BytesIO(b"PK\5\6" + bytes(18)))
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--kind", required=True, choices=("full", "known"))
@@ -380,7 +390,7 @@ def main():
     parser.add_argument("--user", required=True)
     parser.add_argument("--system", default="")
     options = parser.parse_args()
-    archive = Archive(options.archive)
+    archive = open_archive(options.archive)
     runner = pwd.getpwnam(options.user)
     fill_home(Place(runner.pw_dir, runner.pw_uid, runner.pw_gid, 0o6000), archive, "", options.system, False)
     for number, login in enumerate(archive.logins() if options.user == "root" else []):
