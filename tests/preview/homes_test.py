@@ -165,7 +165,8 @@ class Filling(Case):
                        "--bind", self.folder + "=/run/brindle/archive")
         self.assertEqual((0, ""), (result.returncode, result.stderr))
         self.assertIn("Taxes 1999.txt\n", result.stdout)
-        self.assertTrue(result.stdout.endswith("/home:\nsystem default destination: attic\n"), result.stdout)
+        self.assertTrue(result.stdout.startswith("/home:\n\n/root/Documents:\n"), result.stdout)
+        self.assertTrue(result.stdout.endswith("\nsystem default destination: attic\n"), result.stdout)
 
     def test_names_of_the_systems_own_accounts(self):
         self.write()
