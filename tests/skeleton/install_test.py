@@ -34,7 +34,7 @@ READ_BY_THE_WIZARD = [
     *(f"brindle/.gtkrc-{locale}" for locale in LOCALES if locale != "en_US"),
     "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "brindle/vcard2xml.pl", "brindle/AddressBook.pm",
     "bin/foomatic-ppdfile-bd", "bin/brindle", "bin/brindle-account", "bin/brindle-undo",
-    "share/man/man1/brindle-undo.1",
+    *(f"share/man/man1/{page}.1" for page in ("brindle", "brindle-account", "brindle-undo", "foomatic-ppdfile-bd")),
     "libexec/brindle/brindle-wizard",
 ]
 READ_BY_OTHERS = [
