@@ -192,16 +192,16 @@ class Upgrade(unittest.TestCase):
     """With what people have changed and added."""
 
     def setUp(self):
+        listed = run("dpkg-deb", "--contents", PACKAGE).stdout.splitlines()
+        self.listed = {line.split(" ./")[1].split(" -> ")[0].rstrip("/") for line in listed if not line.endswith(" ./")}
         self.before = self.look()
         dpkg("-i", PACKAGE)
         self.addCleanup(run, "dpkg", "-P", "brindle", check=False)
 
-    @staticmethod
-    def look():
-        """All paths, but for what dpkg and the programs that it calls keep for themselves."""
-        found = run("find", "/etc", "/usr", "/opt", "/root", "/home", "/var/lib", "-xdev").stdout.splitlines()
-        own = re.compile(r"/var/lib/dpkg/|/usr/share/(mime|icons/hicolor/icon-theme\.cache|applications/mimeinfo)")
-        return {path for path in found if not own.match(path)}
+    def look(self):
+        """What there is of the package's paths, and all else with its name."""
+        found = run("find", "/etc", "/usr", "/opt", "/var", "-xdev", "-iname", "*brindle*").stdout.splitlines()
+        return {"/" + name for name in self.listed if os.path.lexists("/" + name)} | set(found)
 
     def test_a_look_that_somebody_has_changed_stays(self):
         LOOK.write_text("# mine\n")
@@ -221,7 +221,8 @@ class Upgrade(unittest.TestCase):
         LOOK.write_text("# mine\n")
         dpkg("-r", "brindle")
         self.assertEqual(LOOK.read_text(), "# mine\n")
-        self.assertEqual(self.look() - self.before - {str(LOOK), str(LOOK.parent)}, set())
+        own = {f"/var/lib/dpkg/info/brindle.{name}" for name in ("list", "postrm")}
+        self.assertEqual(self.look() - self.before, {str(LOOK), str(LOOK.parent)} | own)
         dpkg("-P", "brindle")
         self.assertEqual(self.look(), self.before)
 
@@ -231,7 +232,7 @@ class Upgrade(unittest.TestCase):
         for path in mine:
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_text("mine\n")
-            self.addCleanup(path.unlink)
+            self.addCleanup(path.unlink, missing_ok=True)
         self.addCleanup(shutil.rmtree, KEPT)
         said = dpkg("-P", "brindle").stdout
         self.assertEqual({path.read_text() for path in mine}, {"mine\n"})
