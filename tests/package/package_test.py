@@ -10,7 +10,6 @@ import glob
 import gzip
 import os
 import re
-import shlex
 import shutil
 import subprocess
 import sys
@@ -279,6 +278,24 @@ class Run(unittest.TestCase):
     def table(self, name):
         return tables.read(f"{self.OUT}/{name}.tsv")
 
+    def test_examples_of_the_pages_run_as_they_stand(self):
+        folder = Path("/tmp/examples")
+        folder.mkdir()
+        shutil.copy("/tmp/samples/family.zip", folder / "old-pc.zip")
+        first = {"brindle-account --run": "", "brindle-account --before old-pc.zip": "",
+                 "brindle-account --missing missing.tsv old-pc.zip": "",
+                 'foomatic-ppdfile-bd -P "LaserJet 4050"': "HP LaserJet 4050 Id='HP-LaserJet_4050' "}
+        pages = "".join(Path(f"data/man/{page}.1").read_text() for page in ("brindle-account", "foomatic-ppdfile-bd"))
+        examples = re.findall(r"(?m)^\.SH EXAMPLES\n((?:\.TP\n.*\n.*\n)+)", pages)
+        lines = re.findall(r"(?m)^\.B (.*)", "".join(examples).replace("\\-", "-").replace("\\(dq", '"'))
+        self.assertEqual(set(lines), set(first))
+        for line in lines:
+            done = run("bash", "-c", line, cwd=folder, env={**os.environ, "HOME": "/root"}, check=False)
+            self.assertIn(done.returncode, (0, 1), line + done.stderr)
+            self.assertEqual(done.stderr, "", line)
+            self.assertTrue(done.stdout.strip() and done.stdout.startswith(first[line]), done.stdout)
+        self.assertIn("person\tkind\tname\tcause", (folder / "missing.tsv").read_text())
+
     def test_it_goes_through(self):
         self.assertEqual(self.done.returncode, 0, self.done.stdout + self.done.stderr)
         marks = {mark: result for mark, _, result in self.table("marks")}
@@ -300,8 +317,8 @@ class Run(unittest.TestCase):
         self.assertFalse(DATA.exists())
         dpkg("-i", PACKAGE)
         self.undo.run(["back"])
-        left = [row for row in self.undo.rows if not row[-1]]
-        self.assertEqual(left, [])
+        left = [path for _, path, *_, reason in self.undo.rows if not reason]
+        self.assertEqual(left, [str(LOOK.parent)])  # the package's own folder, made anew
         self.assertFalse(Path("/home/nora").exists())
         self.assertFalse(Path("/etc/skel/.gtkrc-2.0").exists())
 
