@@ -45,9 +45,10 @@ order" is the one in which the database itself lists its records. What cannot be
 and left out, each contact by the name that is left of it; a text that is not exactly one vCard is never
 returned.
 
-=item properties($vcard)
+=item properties($vcard, $names)
 
-The properties of one vCard in their order, unfolded, as hash references:
+The properties of one vCard in their order, unfolded, as hash references. With a hash C<$names> others may be missing
+than those whose names are its keys, which saves the work that they are:
 
     name    upper case, without a group ("item1.TEL" gives "TEL")
     params  hash of upper-case parameter names to lists of values; a bare "HOME" is a TYPE; what stands in
@@ -110,8 +111,10 @@ sub vcards {
 }
 
 sub properties {
-    my ($card) = @_;
-    return grep { $_->{name} !~ /^(?:BEGIN|END|VERSION)$/ } map { property($_) } split /\r?\n/, unfolded($card);
+    my ($card, $names) = @_;
+    my @lines = split /\r?\n/, unfolded($card);
+    @lines = grep { !/\A([A-Za-z-]+)[:;]/ || $names->{ uc $1 } } @lines if $names;
+    return grep { $_->{name} !~ /^(?:BEGIN|END|VERSION)$/ } map { property($_) } @lines;
 }
 
 sub property {
@@ -160,6 +163,10 @@ sub unfolded {
 # The colon that ends the name is the first one outside quotes, or the first one where a quote has no pair.
 sub split_at_colon {
     my ($line) = @_;
+    if (index($line, '"') < 0) {
+        my $colon = index $line, ':';
+        return $colon < 0 ? ($line, undef) : (substr($line, 0, $colon), substr $line, $colon + 1);
+    }
     return $line =~ /^((?:[^":]|"[^"]*")*+):(.*)$/s || $line =~ /^([^:]*):(.*)$/s ? ($1, $2) : ($line, undef);
 }
 

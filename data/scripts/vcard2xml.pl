@@ -26,6 +26,8 @@ my %structured_elements = (
     ORG => [ 'organization', qw(company unit) ],
 );
 
+my %wanted = map { $_ => 1 } keys %text_elements, keys %structured_elements, qw(EMAIL TEL);
+
 # Kinds of phones and addresses, the first that fits; "type" tells it.
 my @phone_kinds   = (qw(CELL PAGER CAR ISDN), [ FAX => 'fax' ], qw(HOME WORK));
 my @address_kinds = qw(HOME WORK);
@@ -96,7 +98,7 @@ sub property_element {
 
 sub contact_element {
     my ($card) = @_;
-    return "  <contact>\n" . join('', map { property_element($_) } AddressBook::properties($card)) . "  </contact>\n";
+    return "  <contact>\n" . join('', map { property_element($_) } AddressBook::properties($card, \%wanted)) . "  </contact>\n";
 }
 
 binmode STDOUT, ':encoding(UTF-8)';

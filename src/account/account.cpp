@@ -93,7 +93,9 @@ Verdict verdict_of(const std::vector<PersonAccount>& people) {
 }
 
 Verdict verdict_of(const Account& account) {
-  return account.fault.empty() ? verdict_of(account.people) : Verdict::cannot_be_told;
+  if (!account.fault.empty()) return Verdict::cannot_be_told;
+  const Verdict verdict = verdict_of(account.people);
+  return verdict == Verdict::all_arrived && !account.has_root ? Verdict::something_missing : verdict;
 }
 
 Text sentence_of(Verdict verdict) {

@@ -28,8 +28,9 @@ struct PersonAccount {
 
 /// All that is told of one run.
 struct Account {
-  std::string archive;  ///< its path
-  std::string fault;    ///< why it cannot be read at all; empty when it can
+  std::string archive;   ///< its path
+  std::string fault;     ///< why it cannot be read at all; empty when it can
+  bool has_root = true;  ///< false: it has no folder that anything is looked for in
   Ending ending = Ending::unknown;
   std::time_t begun = 0;  ///< 0 when it cannot be told
   std::vector<PersonAccount> people;
@@ -47,7 +48,8 @@ void take_accounts_before(std::vector<PersonAccount>& people, const std::vector<
 
 Verdict verdict_of(const std::vector<PersonAccount>& people);
 
-/// The same; it cannot be told of an archive that cannot be read.
+/// The same; it cannot be told of an archive that cannot be read, and of one without its folder nothing
+/// arrives.
 Verdict verdict_of(const Account& account);
 
 /// The verdict in a sentence.

@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t most_names = 15;
 
 void write_counts(std::ostream& out, const PersonAccount& person, const Texts& texts) {
-  out << "\n" << shown(texts(Text::for_person, person.person.login)) << "\n";
+  out << "\n" << shown(texts(Text::for_person, name_of(person.person))) << "\n";
   if (has_nothing(person)) {
     out << "  " << shown(texts(Text::nothing)) << "\n";
     return;
@@ -42,8 +42,8 @@ void write_warnings(std::ostream& out, Level level, const std::vector<Warning>& 
     if (first) out << "\n" << shown(texts(level == Level::warning ? Text::warnings : Text::notes)) << "\n";
     first = false;
     if (++told[warning.what] > most_names) continue;
-    out << "  " << shown(about(warning, texts) + warning.name) << ": "
-        << shown(text_of(texts, warning.what, warning.detail)) << "\n";
+    out << "  " << shown(about(warning, texts) + warning.name) << ": " << shown(text_of(texts, warning))
+        << "\n";
   }
   for (const auto& [what, count] : told) {
     if (count > most_names)

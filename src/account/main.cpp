@@ -20,6 +20,7 @@
 #include "account/people.h"
 #include "account/replaced.h"
 #include "account/report.h"
+#include "process/archive/layout.h"
 
 namespace {
 
@@ -114,6 +115,7 @@ int run(Options options) {
   try {
     const Archive archive(options.archive, dos_charset(language_of_windows(system)));
     if (options.before) return look_ahead(options, archive, system, texts);
+    account.has_root = archive.has(layout::root);
     account.people = draw_up(archive, options, system);
     take_accounts_before(account.people, note.people);
   } catch (const Unreadable& error) {
@@ -123,7 +125,7 @@ int run(Options options) {
     throw;
   }
   const bool written = write_all(options, account, texts, language);
-  return static_cast<int>(written ? verdict_of(account.people) : Verdict::cannot_be_told);
+  return static_cast<int>(written ? verdict_of(account) : Verdict::cannot_be_told);
 }
 
 }  // namespace

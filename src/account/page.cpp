@@ -4,7 +4,9 @@
 #include <map>
 #include <utility>
 
+#include "account/before/before.h"
 #include "account/shown.h"
+#include "process/archive/layout.h"
 
 namespace account {
 namespace {
@@ -72,7 +74,7 @@ bool any_line(const PersonAccount& person, Count count) {
 }
 
 void write_counts(std::ostream& out, const PersonAccount& person, const Texts& texts) {
-  out << "<h2>" << escaped(texts(Text::for_person, person.person.login)) << "</h2>\n";
+  out << "<h2>" << escaped(texts(Text::for_person, name_of(person.person))) << "</h2>\n";
   if (person.had_account) write_paragraph(out, "note", texts(Text::account_was_there));
   if (has_nothing(person)) return write_paragraph(out, "note", texts(Text::nothing));
   out << "<table>\n<thead><tr>";
@@ -124,7 +126,7 @@ void write_all_missing(std::ostream& out, const Account& account, const Texts& t
   out << "<p>" << escaped(texts(Text::what_to_do)) << "</p>\n";
   const bool several = account.people.size() > 1;
   for (const PersonAccount& person : account.people) {
-    const std::string whose = several ? person.person.login + " \u2013 " : "";
+    const std::string whose = several ? name_of(person.person) + " \u2013 " : "";
     for (const Line& line : person.lines) write_missing(out, line, whose + texts(line.kind), texts);
   }
 }
@@ -186,6 +188,7 @@ void write_top(std::ostream& out, const Account& account, const Texts& texts) {
   if (account.begun != 0) write_paragraph(out, "about", texts(Text::moved_on, local_time(account.begun)));
   if (const auto warning = warning_of(account.ending)) write_paragraph(out, "warning", texts(*warning));
   if (!account.fault.empty()) write_paragraph(out, "warning", texts(Text::archive_fault, account.fault));
+  if (!account.has_root) write_paragraph(out, "warning", text_of(texts, Foresight::no_root, layout::root));
   const Verdict verdict = verdict_of(account);
   write_paragraph(out, class_of(verdict), texts(sentence_of(verdict)));
 }

@@ -90,7 +90,10 @@ std::vector<Person> people_in(const Archive& archive, const Options& options) {
     const std::string_view name = entry.name.substr(profiles.size() + 1);
     logins.emplace(name.substr(0, name.find('/')));
   }
-  for (const std::string& login : logins) people.push_back(profile(login, options));
+  for (const std::string& login : logins) {
+    people.push_back(profile(login, options));
+    people.back().is_namesake = login == people.front().login;
+  }
   give_homes(people, options);
   return people;
 }

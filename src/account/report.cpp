@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 
+#include "account/before/before.h"
 #include "account/columns.h"
 #include "account/model/field.h"
 #include "account/shown.h"
+#include "process/archive/layout.h"
 
 namespace account {
 namespace {
@@ -23,7 +25,7 @@ Counts counts_of(const Tally& tally) {
 bool is_told(const Line& line) { return line.tally.found() > 0 || !line.tally.certain(); }
 
 void write_heading(std::ostream& out, const PersonAccount& person, const Texts& texts) {
-  out << "\n" << shown(texts(Text::for_person, person.person.login)) << "\n";
+  out << "\n" << shown(texts(Text::for_person, name_of(person.person))) << "\n";
 }
 
 void write_counts(std::ostream& out, const PersonAccount& person, const Texts& texts) {
@@ -80,10 +82,10 @@ void write_replaced(std::ostream& out, const Replaced& replaced, const Texts& te
 }  // namespace
 
 void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& people) {
-  out << "person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n";
+  out << "person\tkind\tfound\tarrived\tadapted\tno-place\tmissing\n";
   for (const PersonAccount& person : people) {
     for (const Line& line : person.lines) {
-      out << field(person.person.login) << "\t" << name_of(line.kind).table;
+      out << field(name_of(person.person)) << "\t" << name_of(line.kind).table;
       for (const std::size_t count : counts_of(line.tally)) out << "\t" << count;
       out << "\n";
     }
@@ -95,7 +97,7 @@ void write_table_of_missing(std::ostream& out, const std::vector<PersonAccount>&
   for (const PersonAccount& person : people)
     for (const Line& line : person.lines)
       for (const Missing& thing : line.tally.missing())
-        out << field(person.person.login) << "\t" << name_of(line.kind).table << "\t" << field(thing.name)
+        out << field(name_of(person.person)) << "\t" << name_of(line.kind).table << "\t" << field(thing.name)
             << "\t" << field(texts(thing.cause, thing.detail)) << "\n";
 }
 
@@ -104,6 +106,7 @@ void write_plain_text(std::ostream& out, const Account& account, const Texts& te
   out << shown(texts(Text::title)) << "\n" << shown(texts(Text::archive_line, account.archive)) << "\n";
   if (const auto warning = warning_of(account.ending)) out << shown(texts(*warning)) << "\n";
   if (!account.fault.empty()) out << shown(texts(Text::archive_fault, account.fault)) << "\n";
+  if (!account.has_root) out << shown(text_of(texts, Foresight::no_root, layout::root)) << "\n";
   for (const PersonAccount& person : account.people) write_counts(out, person, texts);
   if (std::ranges::any_of(account.people, misses_something))
     out << "\n" << shown(texts(Text::what_is_missing)) << "\n";

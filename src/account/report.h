@@ -13,7 +13,7 @@
 
 namespace account {
 
-/// "person kind found unchanged changed elsewhere missing", one line a person and kind; tab-separated, with
+/// "person kind found arrived adapted no-place missing", one line a person and kind; tab-separated, with
 /// that head.
 void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& people);
 

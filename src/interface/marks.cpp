@@ -1,5 +1,7 @@
 #include "interface/marks.h"
 
+#include <algorithm>
+
 #include "system/marks.h"
 
 namespace {
@@ -8,6 +10,7 @@ constexpr int mark_left = 220;
 constexpr int mark_size = 20;
 constexpr int label_left = 30;
 constexpr Size label_size = {366, 21};
+constexpr int card_bottom = 316;  // of the card that data/icons/pages.svg draws behind the rows
 
 // What a screen reader reads for an image once it has a result.
 constexpr const char* moved_key = "brindle-moved";
@@ -19,14 +22,15 @@ void keep_words(GtkWidget* image, const char* key, const std::string& words) {
   g_object_set_data_full(G_OBJECT(image), key, g_strdup(words.c_str()), g_free);
 }
 
-void put_row(Page& page, const WindowTexts& texts, const MarkRow& row, Position position) {
+void put_row(Page& page, const WindowTexts& texts, const MarkRow& row, Position position, int height) {
   const std::string text = texts[row.text_key];
   GtkWidget* image = gtk_image_new();
   GtkWidget* label = gtk_label_new(text.c_str());
   gtk_misc_set_alignment(GTK_MISC(label), 0.0F, 0.5F);
   gtk_label_set_ellipsize(GTK_LABEL(label), PANGO_ELLIPSIZE_END);
-  page.put(image_name(row.mark).c_str(), image, position, mark_size, mark_size);
-  page.put_label(label_name(row.mark).c_str(), label, {position.x + label_left, position.y}, label_size);
+  page.put(image_name(row.mark).c_str(), image, position, mark_size, std::min(mark_size, height));
+  page.put_label(label_name(row.mark).c_str(), label, {position.x + label_left, position.y},
+                 {label_size.width, std::min(label_size.height, height)});
   set_accessible_label(image, label, text);
   keep_words(image, moved_key, with_value(texts["window3-moved"], text));
   keep_words(image, not_moved_key, with_value(texts["window3-notmoved"], text));
@@ -35,6 +39,15 @@ void put_row(Page& page, const WindowTexts& texts, const MarkRow& row, Position 
 void hide_row(const Page& page, Mark mark) {
   for (const std::string& name : {image_name(mark), label_name(mark)})
     gtk_widget_hide(lookup_widget(page.window(), name.c_str()));
+}
+
+// From one row to the next.
+int pitch_of(std::span<const MarkRow> rows, const Capabilities& system) {
+  const auto shown = std::ranges::count_if(rows, [&system](const MarkRow& row) {
+    return !system.hidden_rows.contains(row.mark) && !system.unset_rows.contains(row.mark);
+  });
+  const int room = card_bottom - system.first_row;
+  return shown == 0 ? system.row_pitch : std::min(system.row_pitch, room / static_cast<int>(shown));
 }
 
 void describe(GtkWidget* image, const char* key) {
@@ -46,15 +59,17 @@ void describe(GtkWidget* image, const char* key) {
 
 }  // namespace
 
-void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system) {
+void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system,
+               std::span<const MarkRow> rows) {
   Position position = {mark_left, system.first_row};
-  for (const MarkRow& row : mark_rows()) {
+  const int pitch = pitch_of(rows, system);
+  for (const MarkRow& row : rows) {
     if (system.hidden_rows.contains(row.mark)) continue;
-    put_row(page, texts, row, position);
+    put_row(page, texts, row, position, pitch);
     if (system.unset_rows.contains(row.mark)) {
       hide_row(page, row.mark);
     } else {
-      position.y += system.row_pitch;
+      position.y += pitch;
     }
   }
 }

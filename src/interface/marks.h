@@ -2,12 +2,17 @@
 #ifndef BRINDLE_INTERFACE_MARKS_H
 #define BRINDLE_INTERFACE_MARKS_H
 
+#include <span>
+
 #include "interface/page.h"
 #include "interface/parts.h"
 #include "system/capabilities.h"
+#include "system/marks.h"
 
-/// Puts the rows on the page, in the layout of the system.
-void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system);
+/// Puts the rows on the page, in the layout of the system. They lie closer together where they would not fit
+/// on the card.
+void put_marks(Page& page, const WindowTexts& texts, const Capabilities& system,
+               std::span<const MarkRow> rows = mark_rows());
 
 /// A progress mark and its result.
 struct Image_Result {

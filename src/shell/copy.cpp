@@ -194,8 +194,7 @@ bool copy_all(const std::string& from, const std::string& to, CopyLike like) {
 
 bool copy_to_free_place(const shell::Command& command, const std::string& from, const std::string& to) {
   SetAside before(to);
-  SYSTEM(command);
-  const bool whole = same_content(from, to);
+  const bool whole = is_copied(shell::run_for_status(command), from, to);
   if (whole) before.give_up();
   return whole;
 }
@@ -203,8 +202,7 @@ bool copy_to_free_place(const shell::Command& command, const std::string& from, 
 // cp writes through a link, so the file it names cannot be out of the way.
 bool copy_through_link(const shell::Command& command, const std::string& from, const std::string& to) {
   const std::optional<std::string> before = read_whole(to);
-  SYSTEM(command);
-  if (same_content(from, to)) return true;
+  if (is_copied(shell::run_for_status(command), from, to)) return true;
   if (!before) return false;
   static_cast<void>(open_file(to, "w"));  // cut off, it makes the room that the old content had
   if (!replace_file(to, *before)) std::perror(to.c_str());
@@ -225,6 +223,5 @@ bool copy_over(const shell::Command& command, const std::string& from, const std
   if (there && S_ISLNK(there->st_mode)) return copy_through_link(command, from, to);
   const bool has_source = look_at(from, true).has_value();
   if (has_source && (!there || S_ISREG(there->st_mode))) return copy_to_free_place(command, from, to);
-  SYSTEM(command);
-  return same_content(from, to);
+  return is_copied(shell::run_for_status(command), from, to);
 }

@@ -1,6 +1,8 @@
 #include "shell/ending.h"
 
+#include <poll.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@
 #include <set>
 #include <thread>
 
+#include "place/descriptor.h"
 #include "shell/processes.h"
 
 namespace {
@@ -69,17 +72,27 @@ void end_tree(pid_t child, int rounds) {
   ask(processes, processes.tree_of(child), rounds < rounds_to_end ? Asked::kindly : Asked::to_death);
 }
 
+// Pauses, but not beyond the end of `process`. Without one, on a kernel that has no descriptors of processes,
+// it pauses all the same.
+void pause_beside(const Descriptor& process, std::chrono::microseconds pause) {
+  pollfd ending{process.number(), POLLIN, 0};
+  const timespec longest{0, std::chrono::nanoseconds(pause).count()};
+  ppoll(&ending, 1, &longest, nullptr);
+}
+
 int wait_for(pid_t child) {
-  constexpr useconds_t longest_microseconds = 20'000;
+  constexpr std::chrono::microseconds first_pause{500};
+  constexpr std::chrono::microseconds longest_pause{20'000};
+  const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
   int status = 0;
   int rounds_to_end = 0;
-  for (useconds_t pause = 500;; pause = std::min(2 * pause, longest_microseconds)) {
+  for (auto pause = first_pause;; pause = std::min(2 * pause, longest_pause)) {
     const pid_t ended = waitpid(child, &status, WNOHANG);
     if (ended == child) return status;
     if (ended < 0 && errno != EINTR) return -1;
     if (!meanwhile()) told_to_end = true;
     if (told_to_end) end_tree(child, rounds_to_end++);
-    usleep(pause);
+    pause_beside(process, pause);
   }
 }
 

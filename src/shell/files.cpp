@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <string_view>
@@ -29,21 +30,27 @@ std::string with_plain_line_ends(std::string_view text) {
   return without_carriage_returns(text.substr(0, text.find_last_not_of(end_of_text) + 1));
 }
 
-// Without holding the text, which has them rarely: dos2unix was here.
-bool has_ends_to_mend(const std::string& path) {
-  const std::optional<LineEnds> ends = line_ends_of(path);
-  return ends && (ends->has_mark || ends->has_returns || ends->last == end_of_text);
-}
-
 // dos2unix passes over a file that it takes for binary, as it does with one that holds a control character,
-// and says nothing of it. Like dos2unix this leaves alone what is no plain file.
-void finish_line_ends(const std::string& path) {
+// and says nothing of it. Like dos2unix this leaves alone what is no plain file. Most have nothing to mend,
+// which is seen without holding the text. True when nothing is left for anybody to mend, either.
+bool finish_line_ends(const std::string& path) {
   std::error_code unknown;
-  if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, unknown))) return;
-  if (!has_ends_to_mend(path)) return;
+  if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path, unknown))) return false;
+  const std::optional<LineEnds> ends = line_ends_of(path);
+  if (!ends) return false;
+  if (!ends->has_mark && !ends->has_returns && ends->last != end_of_text) return ends->last == '\n';
   const std::optional<std::string> text = read_whole(path);
   const std::string plain = with_plain_line_ends(text.value_or(""));
   if (text && plain != *text && !replace_file(path, plain)) std::perror(path.c_str());
+  return false;
+}
+
+bool has_size_of(const std::string& path, const std::string& other) {
+  std::error_code unknown;
+  const std::uintmax_t size = std::filesystem::file_size(path, unknown);
+  if (unknown) return false;
+  const std::uintmax_t other_size = std::filesystem::file_size(other, unknown);
+  return !unknown && size == other_size;
 }
 
 // Somebody may have put a pipe there to keep us waiting.
@@ -120,14 +127,18 @@ bool same_content(const std::string& path, const std::string& other) {
   }
 }
 
-void convert_line_ends(const std::string& path) {
-  SYSTEM(compose("dos2unix %s", path));
-  finish_line_ends(path);
+bool is_copied(int status, const std::string& path, const std::string& other) {
+  return (status == 0 && has_size_of(path, other)) || same_content(path, other);
 }
 
-void convert_line_ends_silently(const std::string& path) {
+bool convert_line_ends(const std::string& path) {
+  SYSTEM(compose("dos2unix %s", path));
+  return finish_line_ends(path);
+}
+
+bool convert_line_ends_silently(const std::string& path) {
   SYSTEM(compose("dos2unix -q %s", path));
-  finish_line_ends(path);
+  return finish_line_ends(path);
 }
 
 std::optional<std::vector<std::string>> list_folder(const std::string& path) {

@@ -44,15 +44,20 @@ std::optional<std::string> read_whole(const std::string& path);
 /// otherwise.
 bool same_content(const std::string& path, const std::string& other);
 
+/// Whether the command that was to copy `path` to `other` has copied it whole, by its exit status: one that
+/// has succeeded and left as many bytes has. The bytes are looked at only when it tells of a failure. Else
+/// false, with errno as above.
+bool is_copied(int status, const std::string& path, const std::string& other);
+
 /// Converts the file's line ends from CR LF to LF in place with dos2unix, which SYSTEM runs: the system log
 /// tells of a failure, the caller does not see it. Where dos2unix left carriage returns before a line feed,
 /// because it took the file for binary, is missing or failed, they are removed here, and with them a byte
 /// order mark in front and DOS's end mark, Ctrl-Z, behind. When that cannot be written, the file stays and
-/// standard error says so.
-void convert_line_ends(const std::string& path);
+/// standard error says so. True when each line of the file, the last one too, is known to end in LF alone.
+bool convert_line_ends(const std::string& path);
 
 /// convert_line_ends with a dos2unix that says nothing itself: only the system log tells of a failure.
-void convert_line_ends_silently(const std::string& path);
+bool convert_line_ends_silently(const std::string& path);
 
 /// The entries of a folder without "." and "..", in directory order, as they are at the call: a migrator
 /// may add files to the folder while it works. No value, with errno set, when the folder cannot be opened.

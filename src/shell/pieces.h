@@ -8,6 +8,10 @@
 #include <string_view>
 #include <vector>
 
+/// The first piece of `text`, which begins where one does: a line with its newline, or at most `limit` bytes
+/// of a longer one.
+std::string_view first_piece(std::string_view text, std::size_t limit);
+
 /// Hands out an open file piece by piece: a line with its newline, or at most `limit` bytes of a longer
 /// one, whose rest comes as pieces of its own. NUL bytes are kept.
 class PieceReader {
@@ -20,7 +24,11 @@ class PieceReader {
   /// The next piece, valid until the next call. False at the end of the file or when it cannot be read.
   bool next(std::string_view& piece);
 
+  /// All the pieces that a block has whole, at least one, as one text. Otherwise like `next`.
+  bool next_block(std::string_view& pieces);
+
  private:
+  std::string_view take(std::size_t size);
   void refill();
 
   std::FILE* file_;

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -55,27 +56,45 @@ bool overwrite(int file, off_t old_size, std::string_view text) {
 
 bool has_attributes(int file) { return flistxattr(file, nullptr, 0) > 0; }
 
-bool take_place_with(NewFile& made, std::string_view text) {
-  return write_at_end(made.number(), text) && reaches_disk(made.number()) && made.take_place();
+using Make = std::function<bool(const TakePart&)>;
+
+bool take_place_with(NewFile& made, const Make& make) {
+  const bool is_written = make([&](std::string_view part) { return write_at_end(made.number(), part); });
+  return is_written && reaches_disk(made.number()) && made.take_place();
 }
 
-bool make_file(const place::Spot& spot, std::string_view text) {
+bool make_file(const place::Spot& spot, const Make& make) {
   NewFile made(spot, 0666);
-  return made && take_place_with(made, text);
+  return made && take_place_with(made, make);
 }
 
 // No value when a new file cannot take the old one's place as it should.
-std::optional<bool> exchange(const place::Spot& spot, const struct stat& old, std::string_view text) {
+std::optional<bool> exchange(const place::Spot& spot, const struct stat& old, const Make& make) {
   NewFile made(spot, 0600);
   if (!made || !give_likeness(made.number(), old)) return std::nullopt;
-  return take_place_with(made, text);
+  return take_place_with(made, make);
+}
+
+std::optional<std::string> whole_text(const Make& make) {
+  std::string text;
+  const bool is_whole = make([&](std::string_view part) {
+    text += part;
+    return true;
+  });
+  return is_whole ? std::optional(text) : std::nullopt;
 }
 
 bool replace_regular(const place::Spot& spot, const Descriptor& file, const struct stat& old,
-                     std::string_view text) {
+                     const Make& make) {
   if (old.st_nlink == 1 && !has_attributes(file.number()))
-    if (const std::optional<bool> exchanged = exchange(spot, old, text)) return *exchanged;
-  return overwrite(file.number(), old.st_size, text);
+    if (const std::optional<bool> exchanged = exchange(spot, old, make)) return *exchanged;
+  const std::optional<std::string> text = whole_text(make);
+  return text && overwrite(file.number(), old.st_size, *text);
+}
+
+bool send_to(Descriptor& device, const Make& make) {
+  const std::optional<std::string> text = whole_text(make);
+  return text && write_at_end(device.number(), *text) && device.close();
 }
 
 std::string beside(const std::string& path, const char* name) {
@@ -85,16 +104,20 @@ std::string beside(const std::string& path, const char* name) {
 }  // namespace
 
 bool replace_file(const std::string& path, const std::string& text) {
+  return replace_file_by(path, [&](const TakePart& take) { return take(text); });
+}
+
+bool replace_file_by(const std::string& path, const std::function<bool(const TakePart&)>& make) {
   if (place::end_of_links(path).empty() || !kept_before_writing(path)) return false;
   const place::Spot spot = keep::spot_at_end(path);
   if (!is_open(spot)) return false;
   Descriptor file(
       openat(spot.folder.number(), spot.name.c_str(), O_WRONLY | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC));
-  if (!file) return errno == ENOENT && make_file(spot, text);
+  if (!file) return errno == ENOENT && make_file(spot, make);
   struct stat old {};
   if (fstat(file.number(), &old) != 0) return false;
-  if (!S_ISREG(old.st_mode)) return write_at_end(file.number(), text) && file.close();
-  return replace_regular(spot, file, old, text);
+  if (!S_ISREG(old.st_mode)) return send_to(file, make);
+  return replace_regular(spot, file, old, make);
 }
 
 bool append_to_file(const std::string& path, const std::string& text) {

@@ -6,12 +6,14 @@
 //   const std::optional<std::string> before = read_whole(copy);
 //   if (!before || !replace_file(path, rewritten(*before))) { std::perror(path.c_str()); return -1; }
 //
-// A file that is too big for memory, or new in a folder of our own, is written with open_file, write_text and
-// close_file (files.h) instead, and removed again when that fails.
+// A text that may be too big for memory comes in parts (replace_file_by). A new file in a folder of our own
+// is written with open_file, write_text and close_file (files.h) instead, and removed again when that fails.
 #ifndef BRINDLE_SHELL_REPLACE_H
 #define BRINDLE_SHELL_REPLACE_H
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "place/beneath.h"
 
@@ -35,6 +37,14 @@
 /// In place, what goes beyond the old end is written first: when that fails, it is cut off again. The rest
 /// needs no room, but on a disk that writes every change to a new place.
 [[nodiscard]] bool replace_file(const std::string& path, const std::string& text);
+
+/// Takes the next part of a text, best a block of it. False, with errno set, when it cannot be written.
+using TakePart = std::function<bool(std::string_view part)>;
+
+/// replace_file with a text that `make` hands out part by part, which is called once at most. It returns
+/// false when a part was not taken, and, with errno set, when there is no more although the text is not
+/// whole: then the file stays as it is. Only a text that is written in place is held in memory.
+[[nodiscard]] bool replace_file_by(const std::string& path, const std::function<bool(const TakePart&)>& make);
 
 /// replace_file with the old content, if there is a file, in front of `text`.
 [[nodiscard]] bool append_to_file(const std::string& path, const std::string& text);

@@ -1,6 +1,5 @@
 #include "things/queue.h"
 
-#include <cups/cups.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -17,6 +16,7 @@
 #include <string_view>
 
 #include "place/beneath.h"
+#include "things/cups_calls.h"
 #include "things/lines.h"
 #include "things/nothing.h"
 
@@ -28,24 +28,25 @@ constexpr int patience = 10000;  // milliseconds
 constexpr const char* server_queues = "/etc/cups/printers.conf";
 constexpr std::string_view default_suffix = "-default";
 
-using Server = std::unique_ptr<http_t, decltype(&httpClose)>;
-using Message = std::unique_ptr<ipp_t, decltype(&ippDelete)>;
+using Server = std::unique_ptr<http_t, FreedBy<httpClose>>;
+using Message = std::unique_ptr<ipp_t, FreedBy<ippDelete>>;
 
 Server connect() {
-  return {httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, patience, nullptr),
-          httpClose};
+  if (!load_cups()) return nullptr;
+  return Server(
+      httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, patience, nullptr));
 }
 
 // ---- Questions and orders -------------------------------------------------------------------------------
 
 std::string uri_of(const std::string& name) {
   std::array<char, HTTP_MAX_URI> uri = {};
-  httpAssembleURIf(HTTP_URI_CODING_ALL, uri.data(), uri.size(), "ipp", nullptr, "localhost", 0,
-                   "/printers/%s", name.c_str());
+  httpAssembleURI(HTTP_URI_CODING_ALL, uri.data(), uri.size(), "ipp", nullptr, "localhost", 0,
+                  ("/printers/" + name).c_str());
   return uri.data();
 }
 
-Message new_request(ipp_op_t operation) { return {ippNewRequest(operation), ippDelete}; }
+Message new_request(ipp_op_t operation) { return Message(ippNewRequest(operation)); }
 
 Message request_for(const std::string& name, ipp_op_t operation) {
   Message request = new_request(operation);
@@ -64,12 +65,12 @@ Answer answer(std::string& error) {
 }
 
 Message ask(http_t* server, Message request) {
-  return {cupsDoRequest(server, request.release(), "/"), ippDelete};
+  return Message(cupsDoRequest(server, request.release(), "/"));
 }
 
 /// An order to the server; `file` goes along when it is no null pointer.
 bool order(http_t* server, Message request, std::string& error, const char* file = nullptr) {
-  const Message reply(cupsDoFileRequest(server, request.release(), "/admin/", file), ippDelete);
+  const Message reply(cupsDoFileRequest(server, request.release(), "/admin/", file));
   const Answer how = answer(error);
   if (how == Answer::not_found) error = cupsLastErrorString();
   return how == Answer::yes;
@@ -258,8 +259,7 @@ std::optional<std::string> read_state(http_t* server, const std::string& name, s
 
 /// The queue's address as cupsd has stored it, which is half a minute after a change; empty when it has not.
 std::string stored_address(const std::string& name) {
-  const std::unique_ptr<cups_file_t, decltype(&cupsFileClose)> file(cupsFileOpen(server_queues, "r"),
-                                                                    cupsFileClose);
+  const std::unique_ptr<cups_file_t, FreedBy<cupsFileClose>> file(cupsFileOpen(server_queues, "r"));
   if (file == nullptr) return {};
   std::array<char, 4096> line = {};
   char* value = nullptr;

@@ -61,7 +61,7 @@ class Ahead {
     Lines lines;
     for (const Warning& warning : found)
       lines.push_back((warning.person.empty() || warning.person == "ann" ? "" : warning.person + " ") +
-                      warning.name + ": " + text_of(Texts(), warning.what, warning.detail));
+                      warning.name + ": " + text_of(Texts(), warning));
     return lines;
   }
 
@@ -325,6 +325,62 @@ TEST(Before, what_waits_for_a_folder_is_named_when_that_is_missing) {
             named(System::xandros, "ImapMail"));
   EXPECT_EQ(Lines{waits("Mail", "ImapMail")}, named(System::linspire, "ImapMail"));
   EXPECT_EQ(Lines{}, named(System::gnome, "ImapMail"));  // named with the accounts
+}
+
+// ---- Losses --------------------------------------------------------------------------------------------
+
+TEST(Before, what_stays_behind_on_every_run_is_named_with_its_cause) {
+  const std::string hidden = ": It will not be moved: Names that begin with a dot are left out here.";
+  const std::string title = ": It will not be moved: Its first line has no colon before a title.";
+  const Entries entries = {{"My Documents/.plan", "x"},
+                           {"My Documents/a.txt", "x"},
+                           {"My Documents/b/.inside", "x"},
+                           {"Personal/c.txt", "x"},
+                           {"Desktop/.order/d.txt", "x"},
+                           {"ImapMail/", ""},
+                           {"Notes/1", "Subject: one\ntext\n"},
+                           {"Notes/2", "text without it\n"},
+                           {"Notes/3", "a: b\n"},
+                           {"Mapped_Drives/one", "//server/share\n"},
+                           {"Mapped_Drives/two", "//server/share\nShare\n"},
+                           {"Profiles/zoe/Desktop/.z", "x"},
+                           {"Profiles/zoe/ImapMail/", ""},
+                           {"Profiles/zoe/Notes/4", "none\n"}};
+  EXPECT_EQ((Lines{".plan" + hidden,
+                   "Personal/c.txt: It will not be moved: The archive has My Documents as well, and only one "
+                   "of the two is moved.",
+                   ".order/d.txt" + hidden, "2" + title,
+                   "one: It will not be moved: Its address or its name is missing in the archive.",
+                   "zoe .z" + hidden, "zoe 4" + title}),
+            Ahead(System::xandros).profile("zoe").archive(entries).see(foresee_losses));
+  EXPECT_EQ(Lines{}, Ahead(System::gnome).archive({{"Notes/2", "text"}}).see(foresee_losses));
+}
+
+TEST(Before, a_drive_whose_name_holds_a_slash_is_named) {
+  const Entries drives = {{"Mapped_Drives/a", "//srv/a\nA (J)\n"},
+                          {"Mapped_Drives/b", "//srv/b\nMusic/Films (K)\n"},
+                          {"Mapped_Drives/c", "//srv/c/d\nC (L)\n"},
+                          {"Profiles/zoe/Mapped_Drives/d", "//srv/d\n/ (M)\n"}};
+  const std::string text =
+      ": Its name holds a slash, so no link to it can be made; neither it nor the network drives after it "
+      "will be moved.";
+  for (const System system : {System::gnome, System::xandros})
+    EXPECT_EQ((Lines{"Brindle/Mapped_Drives/b" + text, "zoe Brindle/Profiles/zoe/Mapped_Drives/d" + text}),
+              Ahead(system).profile("zoe").archive(drives).see(foresee_drives));
+}
+
+TEST(Before, a_picture_that_breaks_the_settings_of_a_profile_is_named) {
+  const Entries pictures = {{"Wallpaper/a&b.bmp", "x"},
+                            {"Profiles/zoe/Wallpaper/option.txt", "C"},
+                            {"Profiles/zoe/Wallpaper/c&d.bmp", "x"},
+                            {"Profiles/zoe/Wallpaper/e.bmp", "x"},
+                            {"Profiles/zoe/Wallpaper/f<g.bmp", "x"}};
+  const std::string text =
+      ": No wallpaper will be seen: the desktop cannot read a picture's name that holds & or <.";
+  EXPECT_EQ((Lines{"zoe Brindle/Profiles/zoe/Wallpaper/c&d.bmp" + text,
+                   "zoe Brindle/Profiles/zoe/Wallpaper/f<g.bmp" + text}),
+            Ahead(System::nld).profile("zoe").archive(pictures).see(foresee_wallpaper));
+  EXPECT_EQ(Lines{}, Ahead(System::linspire).profile("zoe").archive(pictures).see(foresee_wallpaper));
 }
 
 // ---- Letters -------------------------------------------------------------------------------------------

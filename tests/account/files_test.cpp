@@ -1,5 +1,7 @@
 // Files that arrive as they are.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "account/scene.h"
 #include "support/commands.h"
@@ -40,6 +42,32 @@ TEST(Files, each_fault_is_named) {
                                       "longer.txt: What is there has different content.",
                                       "other.txt: What is there has different content."}),
             missing_names(tally));
+}
+
+// The wizard could not keep it, and so left all of the folder as it was.
+TEST(Files, an_old_one_that_may_not_be_read_is_the_cause_of_all_that_is_not_there) {
+  const Scene scene(System::gnome, {{"My Documents/a.txt", "one"},
+                                    {"My Documents/b.txt", "one"},
+                                    {"My Documents/c/d.txt", "one"},
+                                    {"My Documents/there.txt", "two"}});
+  write_file("/home/ann/Documents/b.txt", "old");
+  write_file("/home/ann/Documents/there.txt", "old");
+  chmod("/home/ann/Documents/b.txt", 0600);
+  ASSERT_EQ(0, seteuid(65534));
+  const Tally tally = scene.look(Kind::documents);
+  ASSERT_EQ(0, seteuid(0));
+  const std::string because = ": Its place /home/ann/Documents/b.txt cannot be read.";
+  EXPECT_EQ((std::vector<std::string>{"a.txt" + because, "b.txt" + because, "c/d.txt" + because,
+                                      "there.txt: What is there has different content."}),
+            missing_names(tally));
+}
+
+TEST(Files, a_folder_in_the_way_of_one_does_not_stop_the_others) {
+  const Scene scene(System::gnome, {{"My Documents/a.txt", "one"}, {"My Documents/b.txt", "one"}});
+  shell_quietly("mkdir -p /home/ann/Documents/b.txt");
+  EXPECT_EQ((std::vector<std::string>{"a.txt: It is not there.",
+                                      "b.txt: Its place /home/ann/Documents/b.txt cannot be read."}),
+            missing_names(scene.look(Kind::documents)));
 }
 
 TEST(Files, shared_files_arrive_with_their_hidden_ones_in_the_home) {

@@ -244,7 +244,7 @@ TEST(Program, says_on_the_page_that_the_archive_cannot_be_read) {
   EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<p class=\"warning\">" + why + "</p>"));
   EXPECT_THAT(read_file("/root/page.html"),
               HasSubstr("<p class=\"verdict unknown\">The archive, or a part of it, "));
-  EXPECT_EQ("person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n", read_file("/root/c.tsv"));
+  EXPECT_EQ("person\tkind\tfound\tarrived\tadapted\tno-place\tmissing\n", read_file("/root/c.tsv"));
   EXPECT_EQ("person\tkind\tname\tcause\n", read_file("/root/m.tsv"));
   write_file("/root/page.html", "of an earlier run");
   EXPECT_EQ(2, brindle_account("--before '/tmp/a b.zip' --html /root/page.html").status);

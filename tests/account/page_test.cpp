@@ -54,6 +54,15 @@ std::string words_of(const std::string& page) {
       "'s/^ //; s/ $//; /^$/d'");
 }
 
+TEST(Page, says_that_the_archive_has_no_folder_to_look_in) {
+  Account account = small_account();
+  const std::string told =
+      "<p class=\"warning\">The archive has no folder Brindle; nothing in it will be found.</p>";
+  EXPECT_THAT(page_of(account), Not(HasSubstr(told)));
+  account.has_root = false;
+  EXPECT_THAT(page_of(account), HasSubstr(told));
+}
+
 TEST(Page, tells_everything_in_plain_words) {
   EXPECT_TRUE(
       same_bytes("What arrived\n"

@@ -114,6 +114,15 @@ TEST(People, are_the_running_one_and_each_profile_once) {
   EXPECT_THAT(logins(archive), ElementsAre("root", "ann", "ann-lee", "empty", "zoe"));
 }
 
+TEST(People, of_the_runners_login_are_told_by_their_folder) {
+  const Archive archive = packed({{"Brindle/users.txt", "MultiUser Migration=1\n"},
+                                  {"Brindle/Profiles/root/a", "x"},
+                                  {"Brindle/Profiles/rooty/a", "x"}});
+  std::vector<std::string> names;
+  for (const Person& person : people_in(archive, {})) names.push_back(name_of(person));
+  EXPECT_THAT(names, ElementsAre("root", "Profiles/root", "rooty"));
+}
+
 TEST(People, live_where_the_command_line_says) {
   const Archive archive = packed({{"Brindle/users.txt", "MultiUser Migration=1\n"},
                                   {"Brindle/Profiles/ann/Desktop/a", ""},

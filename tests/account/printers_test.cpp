@@ -182,6 +182,20 @@ TEST_F(Printers, of_an_ordinary_user_are_not_moved) {
   EXPECT_EQ("1 1 0 0 0", numbers(scene.look(Kind::printers)));
 }
 
+TEST_F(Printers, of_a_profile_miss_a_queue_whose_port_has_no_counterpart) {
+  Scene scene(System::gnome, {{"Printers/a.txt", "Port Name=FILE:\r\nDriver Name Wo Spaces=File\r\n"},
+                              {"Printers/b.txt", "Port Name=LPT1\r\nDriver Name Wo Spaces=Laser\r\n"},
+                              {"Profiles/ann/Printers/Default.txt", "Printer Name=file\r\n"},
+                              {"Profiles/ann/Printers/b.txt", "Printer Name=Laser\r\n"},
+                              {"Profiles/ann/Printers/c.txt", "Printer Name=Unknown\r\n"}});
+  scene.person.runs = false;
+  scene.person.folder = "Brindle/Profiles/ann";
+  EXPECT_THAT(
+      missing_names(scene.look(Kind::printers)),
+      ElementsAre("Laser: There is no print queue Laser.", "Unknown: There is no print queue Unknown.",
+                  "file: Nothing here corresponds to its port FILE:."));
+}
+
 TEST_F(Printers, of_a_profile_are_the_machines) {
   Scene scene(System::gnome, {{"Printers/Default.txt", description("Laser", "LPT1")},
                               {"Printers/b.txt", description("Net", "LPT2")}});

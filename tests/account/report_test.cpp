@@ -60,7 +60,7 @@ std::string text_of(Write write, Arguments&&... arguments) {
 
 TEST(Tables, of_counts_have_a_line_a_person_and_kind) {
   EXPECT_TRUE(
-      same_bytes("person\tkind\tfound\tunchanged\tchanged\telsewhere\tmissing\n"
+      same_bytes("person\tkind\tfound\tarrived\tadapted\tno-place\tmissing\n"
                  "ann\tdocuments\t1201\t1200\t0\t0\t1\n"
                  "ann\tmail\t12\t9\t3\t0\t0\n"
                  "ann\tnotes\t2\t0\t0\t2\t0\n"
@@ -145,6 +145,35 @@ TEST(PlainText, names_fifteen_things_of_a_kind) {
   EXPECT_THAT(text, HasSubstr("    f15: It is not there.\n  Desktop\n"));
   EXPECT_THAT(text, HasSubstr("    f15: It is not there.\n    ... and 2 more\n"));
   EXPECT_THAT(text, Not(HasSubstr("f16")));
+}
+
+TEST(PlainText, says_that_the_archive_has_no_folder_to_look_in) {
+  Account account;
+  account.archive = "/a.zip";
+  account.people = {person("ann", {line(Kind::tasks, 0, 0, 0, {})})};
+  EXPECT_EQ(Verdict::all_arrived, verdict_of(account));
+  account.has_root = false;
+  EXPECT_EQ(Verdict::something_missing, verdict_of(account));
+  EXPECT_THAT(text_of(write_plain_text, account, Texts()),
+              testing::StartsWith("What arrived\nArchive: /a.zip\n"
+                                  "The archive has no folder Brindle; nothing in it will be found.\n"));
+  account.fault = "cut short";
+  EXPECT_EQ(Verdict::cannot_be_told, verdict_of(account));
+}
+
+TEST(PlainText, tells_two_people_of_one_login_apart) {
+  Account account;
+  account.people = {person("root", {line(Kind::tasks, 0, 0, 0, {})}),
+                    person("root", {line(Kind::tasks, 0, 0, 0, {{"b", Cause::not_there, ""}})})};
+  account.people.back().person.folder = "Brindle/Profiles/root";
+  account.people.back().person.is_namesake = true;
+  const std::string text = text_of(write_plain_text, account, Texts());
+  EXPECT_THAT(text, HasSubstr("\nFor root\n  The archive holds nothing"));
+  EXPECT_THAT(text, HasSubstr("\nFor Profiles/root\n  Kind"));
+  EXPECT_THAT(text, HasSubstr("\nFor Profiles/root\n  Tasks\n    b: "));
+  EXPECT_THAT(text_of(write_table_of_missing, account.people, Texts()),
+              HasSubstr("\nProfiles/root\ttasks\tb\t"));
+  EXPECT_THAT(text_of(write_table_of_counts, account.people), HasSubstr("\nProfiles/root\ttasks\t1\t"));
 }
 
 TEST(PlainText, says_first_how_a_run_ended) {

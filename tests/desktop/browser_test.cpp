@@ -156,6 +156,29 @@ TEST_F(Browser, AnUnwritableProfileIsReported) {
   EXPECT_EQ(" in cookies : Not a directory\n", complaint_of(cookies));
 }
 
+TEST_F(Browser, CookiesThatCannotBeReadLeaveTheOldOnes) {
+  write_file("/tmp/b/Cookies.txt/x", "");
+  write_file(std::string(profile) + "cookies.txt", "old\n");
+  EXPECT_EQ("in cookies : Is a directory\n", complaint_of(cookies));
+  EXPECT_EQ("old\n", read_file(std::string(profile) + "cookies.txt"));
+  EXPECT_EQ("cookies.txt\n", output_of("ls -A " + std::string(profile)));
+}
+
+// Lines lie across whatever is read at once, at each of their bytes.
+TEST_F(Browser, EachLineOfManyCookiesIsWidened) {
+  for (std::size_t shift = 0; shift < 5; ++shift) {
+    const std::string first = "#" + std::string(65'530 + shift, 'x') + "\n";
+    std::string from = first, to = first;
+    for (int number = 0; number < 30'000; ++number) {
+      from += "a\n\n#\n";
+      to += ".a\n\n#\n";
+    }
+    cookie_file(from);
+    EXPECT_EQ(0, cookies(archive));
+    EXPECT_TRUE(read_file(std::string(profile) + "cookies.txt") == to) << shift;
+  }
+}
+
 TEST_F(Browser, OnAFullDiskTheOldCookiesStay) {
   const SmallDisk disk("/root/.mozilla/default");
   const std::string jar = std::string(profile) + "cookies.txt";

@@ -1,9 +1,13 @@
 #include "interface/pages.h"
 
+#include <algorithm>
 #include <set>
+#include <vector>
 
 #include "gui.h"
 #include "interface/marks.h"
+#include "interface/page.h"
+#include "interface/parts.h"
 #include "interface/windows.h"
 #include "main/idle.h"
 #include "state/posts.h"
@@ -197,6 +201,44 @@ TEST_F(PagesTest, RedFlagHasNoGroupWiseRow) {
   expect_rows(page3_of("/etc/redflag-release"), {11});
   EXPECT_EQ(lookup_widget(window3, "image_11"), nullptr);
   EXPECT_EQ(lookup_widget(window3, "label_11"), nullptr);
+}
+
+TEST_F(PagesTest, EveryMarkHasARow) {
+  window3 = create_window3();
+  for (const MarkRow& row : mark_rows()) {
+    const std::string number = image_name(row.mark).substr(6);
+    EXPECT_TRUE(GTK_IS_IMAGE(lookup_widget(window3, image_name(row.mark).c_str()))) << number;
+    EXPECT_EQ(shipped_text(row.text_key), label_text(window3, ("label_" + number).c_str()));
+    EXPECT_TRUE(
+        std::ranges::any_of(rows, [&](const RowOfText& known) { return known.label == "label_" + number; }))
+        << "the tests do not know label_" << number;
+  }
+}
+
+// The card behind the rows ends where the line of what is moved now begins.
+TEST_F(PagesTest, AFourteenthRowFitsTheCardAndLiesOverNoOther) {
+  const WindowTexts texts;
+  ASSERT_FALSE(texts.missing());
+  std::vector<MarkRow> more(mark_rows().begin(), mark_rows().end());
+  more.push_back({static_cast<Mark>(13), "window3-fonts"});
+  for (const char* name : {"GNome", "Linspire", "RedFlag", "Xandros"}) {
+    Page page("", G_CALLBACK(gtk_true));
+    put_marks(page, texts, capabilities(system_called(name)), more);
+    int end = 0;
+    for (const MarkRow& row : more) {
+      const std::string number = image_name(row.mark).substr(6);
+      GtkWidget* label = lookup_widget(page.window(), ("label_" + number).c_str());
+      if (label == nullptr || !gtk_widget_get_visible(label)) continue;
+      const Place place = place_of(page.window(), ("label_" + number).c_str());
+      const Place mark = place_of(page.window(), image_name(row.mark).c_str());
+      EXPECT_GE(place.y, end) << name << " " << number;
+      EXPECT_GE(place.height, 17) << name;
+      EXPECT_LE(mark.height, place.height) << name;
+      end = place.y + place.height;
+    }
+    EXPECT_LE(end, 317) << name;
+    gtk_widget_destroy(page.window());
+  }
 }
 
 TEST_F(PagesTest, RowTextsAreNotCutOff) {

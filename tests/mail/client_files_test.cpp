@@ -12,7 +12,13 @@ namespace {
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
-std::string in_brackets(const std::string& line) { return "[" + line + "]"; }
+// A line that holds "ab" comes in brackets.
+LineRules brackets() {
+  return {.marks = {"ab"}, .rewrite = [](std::string_view line, std::string& out) {
+            out.append("[").append(line).append("]");
+            return false;
+          }};
+}
 
 TEST(AccountFiles, AreEveryEntryOfTheirFolder) {
   write_file("/tmp/b/ImapMail/brindle-email-accounts/work.txt", "");
@@ -47,37 +53,53 @@ TEST(ClientFile, ThatCannotBeWrittenIsReported) {
   EXPECT_EQ("\nERROR :: Could not create file", testing::internal::GetCapturedStdout());
 }
 
-TEST(RewriteLines, HandsOutLinesAndPiecesOfLongOnes) {
-  const std::string full(1023, 'x');
-  write_file("/tmp/from", "a\n\n" + full + "yz\n" + std::string("n\0l", 3));
+TEST(RewriteLines, ChangeLinesAndPiecesOfLongOnes) {
+  const std::string full(1021, 'x');
+  write_file("/tmp/from", "ab\n\na\nb\n" + full + "abyab\n" + std::string("n\0ab", 4));
   write_file("/tmp/to", "old");
-  EXPECT_TRUE(rewrite_lines("/tmp/from", "/tmp/to", in_brackets));
-  EXPECT_EQ("[a\n][\n][" + full + "][yz\n]" + std::string("[n\0l]", 5), read_file("/tmp/to"));
+  EXPECT_TRUE(rewrite_lines("/tmp/from", "/tmp/to", brackets()));
+  EXPECT_EQ("[ab\n]\na\nb\n[" + full + "ab][yab\n]" + std::string("[n\0ab]", 6), read_file("/tmp/to"));
+}
+
+// The second line lies across whatever is read at once.
+TEST(RewriteLines, ChangeALongFileLikeAShortOne) {
+  std::string from, to;
+  for (int number = 0; number < 40'000; ++number) {
+    const std::string line = std::to_string(number) + (number % 7 == 0 ? " ab\n" : " ba\n");
+    from += line;
+    to += number % 7 == 0 ? "[" + line + "]" : line;
+  }
+  write_file("/tmp/from", from);
+  EXPECT_TRUE(rewrite_lines("/tmp/from", "/tmp/to", brackets()));
+  EXPECT_TRUE(read_file("/tmp/to") == to);
 }
 
 TEST(RewriteLines, OfAMissingFileAreNone) {
   write_file("/tmp/to", "old");
-  EXPECT_TRUE(rewrite_lines("/tmp/missing", "/tmp/to", in_brackets));
+  EXPECT_TRUE(rewrite_lines("/tmp/missing", "/tmp/to", brackets()));
   EXPECT_EQ("", read_file("/tmp/to"));
 }
 
 TEST(RewriteLines, AreNotReadForAFileThatCannotBeMade) {
-  write_file("/tmp/from", "a\n");
-  EXPECT_FALSE(rewrite_lines("/tmp/from", "/tmp/missing/to", [](const std::string& line) {
+  write_file("/tmp/from", "ab\n");
+  const auto fail = [](std::string_view line, std::string&) {
     ADD_FAILURE() << line;
-    return line;
-  }));
+    return false;
+  };
+  EXPECT_FALSE(rewrite_lines("/tmp/from", "/tmp/missing/to", {.marks = {"ab"}, .rewrite = fail}));
 }
 
 TEST(RewriteLines, OfNothingIntoNothingAreDone) {
-  EXPECT_TRUE(rewrite_lines("/tmp/missing/from", "/tmp/missing/to", in_brackets));
+  EXPECT_TRUE(rewrite_lines("/tmp/missing/from", "/tmp/missing/to", brackets()));
 }
 
 TEST(RewriteLines, TellOfAFullDisk) {
   write_file("/tmp/from", std::string(20'000, 'x') + "\n");
   const SmallDisk disk("/tmp/small");
   disk.fill_but(2);
-  EXPECT_FALSE(rewrite_lines("/tmp/from", "/tmp/small/to", in_brackets));
+  EXPECT_FALSE(rewrite_lines("/tmp/from", "/tmp/small/to", brackets()));
+  disk.empty();
+  EXPECT_TRUE(rewrite_lines("/tmp/from", "/tmp/small/to", brackets()));
 }
 
 TEST(Contacts, AreConvertedByAScriptAndGetLocalLineEnds) {
@@ -92,8 +114,8 @@ TEST(Contacts, AreConvertedByAScriptAndGetLocalLineEnds) {
 
 TEST(RunAndTrace, PrintsTheCommandAfterItsOutput) {
   testing::internal::CaptureStdout();
-  run_and_trace(compose("echo ran"));
-  EXPECT_EQ("ran\nCommand::echo ran", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(3, run_and_trace(compose("echo ran; exit 3")));
+  EXPECT_EQ("ran\nCommand::echo ran; exit 3", testing::internal::GetCapturedStdout());
 }
 
 }  // namespace

@@ -77,6 +77,17 @@ TEST_F(KeptOldFile, ComesBackUnderASecondName) {
   EXPECT_EQ("1\n", output_of("stat -c %h " + std::string(path)));
 }
 
+TEST_F(KeptOldFile, ComesBackWholeWhateverItsSize) {
+  const std::string text = std::string(100'000, 'o') + std::string("\0x", 2);
+  write_file(path, text);
+  OldFile old = OldFile::copy_of(path);
+  write_file(path, "ne");
+  testing::internal::CaptureStderr();
+  old.put_back();
+  testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(read_file(path) == text);
+}
+
 TEST_F(KeptOldFile, IsGoneWithTheObject) {
   {
     const OldFile copy = OldFile::copy_of(path);
@@ -198,6 +209,20 @@ TEST(JoinedFiles, MayBeLongerThanWhatIsReadAtOnce) {
   }
 }
 
+TEST(JoinedFiles, AreTakenForWholeByTheirSizeWhenTheCommandHasSucceeded) {
+  write_file("/tmp/one", "1\n");
+  write_file("/tmp/two", "2\n");
+  write_file("/tmp/joined", "1\n2\n");
+  write_file("/tmp/other", "3\n4\n");
+  for (const int status : {0, 1, -1}) {
+    EXPECT_TRUE(is_joined(status, "/tmp/joined", {"/tmp/one", "/tmp/two"})) << status;
+    EXPECT_TRUE(is_joined(status, "/tmp/joined", {"/tmp/one", "/tmp/none", "/tmp/two"})) << status;
+    EXPECT_FALSE(is_joined(status, "/tmp/joined", {"/tmp/one"})) << status;
+    EXPECT_FALSE(is_joined(status, "/tmp/none", {"/tmp/one"})) << status;
+    EXPECT_EQ(status == 0, is_joined(status, "/tmp/other", {"/tmp/one", "/tmp/two"})) << status;
+  }
+}
+
 TEST(JoinedFiles, HoldNothingOfAFolder) {
   write_file("/tmp/one", "1\n");
   EXPECT_TRUE(holds_joined("/tmp/one", {"/tmp", "/tmp/one"}));
@@ -244,11 +269,35 @@ TEST(Lines, GetLocalEnds) {
   EXPECT_EQ("", mended(""));
 }
 
+TEST(Lines, GetLocalEndsBehindDos2unixToo) {
+  for (const char* text : {"a\r\nb\r\n", "a\r\nb", "a\x1\r\nb",
+                           "\xEF\xBB\xBF"
+                           "a\nb\n",
+                           "a\nb\n\x1a"}) {
+    write_file("/tmp/text", text);
+    EXPECT_TRUE(convert_and_mend_lines("/tmp/text"));
+    EXPECT_EQ(text[1] == '\x1' ? "a\x1\nb\n" : "a\nb\n", read_file("/tmp/text"));
+  }
+  EXPECT_TRUE(convert_and_mend_lines("/tmp/none"));
+  EXPECT_FALSE(exists("/tmp/none"));
+}
+
+// dos2unix leaves what is no plain file alone.
+TEST(Lines, OfTheFileThatALinkNamesGetLocalEnds) {
+  write_file("/tmp/text", "a\r\nb");
+  std::filesystem::create_symlink("/tmp/text", "/tmp/link");
+  EXPECT_TRUE(convert_and_mend_lines("/tmp/link"));
+  EXPECT_EQ("a\nb\n", read_file("/tmp/text"));
+}
+
 TEST(Lines, ThatCannotBeMendedStayAsTheyAre) {
   write_file("/tmp/small/text", "a\r\nb");
   const SmallDisk disk("/tmp/small");
   disk.fill_but(0);
   EXPECT_FALSE(mend_lines("/tmp/small/text"));
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(convert_and_mend_lines("/tmp/small/text"));
+  testing::internal::GetCapturedStderr();
   EXPECT_FALSE(end_last_line("/tmp/small/text"));
   EXPECT_EQ("a\r\nb", read_file("/tmp/small/text"));
 }

@@ -1,4 +1,5 @@
 """Homes that are full before a run: what is in them, who owns it, and which of its names the archive has."""
+import os
 import shutil
 import sys
 import tempfile
@@ -9,6 +10,8 @@ from tool import SOURCE, shell
 
 sys.path.append(SOURCE + "/tools/preview")
 
+import archive_names
+import shown_homes
 from archive_names import Archive
 
 LIST = "find /root /home /Share /usr/share/fonts ! -name '*\n*' -printf '%p|%y|%m|%U|%n|%T@\\n'"
@@ -70,6 +73,53 @@ class Names(Case):
         self.assertEqual(["Brief \udcbc\udcd2"], Archive(self.archive).names("", "Mail"))
 
 
+class Faults(Case):
+    """Why nothing in an archive would be found."""
+
+    def test_it_has_its_folder_or_not(self):
+        for names, fault in ((("x/a", "Brindle/a"), ""), (("Brindle/",), ""), (("brindle/a", "My Documents/Brindle/a"), "has no "),
+                             (("Brindle",), "has no "), ((), "has no folder Brindle at its top")):
+            write_archive(self.archive, *((name, "") for name in names))
+            self.assertEqual(fault, archive_names.fault_of(self.archive)[:len(fault) or None], names)
+
+    def test_it_is_no_zip_or_not_whole(self):
+        self.write()
+        with open(self.archive, "rb") as file:
+            whole = file.read()
+        for content in (b"", b"no zip", whole[:-30], whole[:len(whole) // 2]):
+            with open(self.archive, "wb") as file:
+                file.write(content)
+            self.assertEqual("cannot be read: it is cut short, or no zip", archive_names.fault_of(self.archive))
+
+
+class Shown(Case):
+    """Which homes of this machine a preview shows."""
+
+    def make_home(self):
+        home = tempfile.mkdtemp(dir="/home", prefix="there")
+        self.addCleanup(shutil.rmtree, home)
+        return home
+
+    def test_those_of_people_that_the_archive_names_and_of_nobody_else(self):
+        here, also_here, not_named = self.make_home(), self.make_home(), self.make_home()
+        write_archive(self.archive, *((f"Brindle/Profiles/{os.path.basename(home)}/Notes/n", "a: b") for home in (here, also_here)),
+                      ("Brindle/Profiles/nobody-of-this-name/Notes/n", ""), ("Brindle/Profiles/../Notes/n", ""),
+                      ("Brindle/Profiles/a file", ""), (f"Brindle/{os.path.basename(not_named)}/n", ""))
+        self.assertEqual(sorted([here, also_here]), shown_homes.homes(self.archive, "root", "machine"))
+        self.assertEqual(["/root", *sorted([here, also_here])], shown_homes.homes(self.archive, "root", "whole-machine"))
+
+    def test_of_a_profile_without_anything(self):
+        home = self.make_home()
+        write_archive(self.archive, (f"Brindle/Profiles/{os.path.basename(home)}/", ""))
+        self.assertEqual([home], shown_homes.homes(self.archive, "root", "machine"))
+        self.assertEqual([], shown_homes.homes(self.archive, "nobody-of-this-name", "machine"))
+
+    def test_of_an_archive_that_is_none(self):
+        with open(self.archive, "wb") as file:
+            file.write(b"PK\3\4 and no more")
+        self.assertEqual(["/root"], shown_homes.homes(self.archive, "root", "whole-machine"))
+
+
 class Filling(Case):
     def fill(self, options, then):
         self.write()
@@ -107,6 +157,26 @@ class Filling(Case):
         self.assertIn('user.origin="scanned in 1999"\n', text)
         self.assertIn("system.posix_acl_access=", text)
         self.assertTrue(text.endswith("from the archive a"))
+
+    def test_for_an_archive_that_is_none(self):
+        with open(self.archive, "wb") as file:
+            file.write(b"no zip")
+        result = shell(FILLED + "--kind full --system gnome; ls /root/Documents /home; lpstat -d",
+                       "--bind", self.folder + "=/run/brindle/archive")
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertIn("Taxes 1999.txt\n", result.stdout)
+        self.assertTrue(result.stdout.startswith("/home:\n\n/root/Documents:\n"), result.stdout)
+        self.assertTrue(result.stdout.endswith("\nsystem default destination: attic\n"), result.stdout)
+
+    def test_names_of_the_systems_own_accounts(self):
+        self.write()
+        with zipfile.ZipFile(self.archive, "a") as archive:
+            for name in ("nobody", "root"):
+                archive.writestr(f"Brindle/Profiles/{name}/Desktop/list.txt", "x")
+        result = shell(FILLED + "--kind known --system gnome; getent passwd nobody root oskar | cut -d: -f 1,3;"
+                       " stat -c '%U %n' /home/*", "--bind", self.folder + "=/run/brindle/archive")
+        self.assertEqual(("nobody:65534\nroot:0\noskar:1702\nnobody /home/nobody\nnora /home/nora\noskar /home/oskar\n"
+                          "root /home/root\n", ""), (result.stdout, result.stderr))
 
     def test_kde(self):
         text = self.fill("--kind known --system redflag-plus", LIST + "; getent passwd nora oskar")

@@ -31,6 +31,7 @@ class Options(unittest.TestCase):
                 self.refused(*words)
 
     def test_homes_are_laid_over_or_filled(self):
+        self.assertIn("either --home or --homes", self.refused("--home", "/etc", "--homes", "whole-machine"))
         self.assertIn("either --home or --homes", self.refused("--home", "/etc", "--homes", "full"))
 
     def test_archives(self):

@@ -127,11 +127,11 @@ chown -R root:root /etc/default; touch /etc/passwd; cp /etc/fstab /etc/f; cat /e
 useradd -m bob; echo '#' >> /etc/shells; python3 -c 'import socket; socket.socket(socket.AF_UNIX).bind("/root/socket")'
 """
 
-EXPECTED = r"""changed	/etc/brindle-a	0644	root:root	7
-removed	/etc/brindle-b			
+EXPECTED = r"""changed	/etc/brindle-a	0644	root:root	7	other content
+removed	/etc/brindle-b				
 changed	/etc/hostname	0600	root:root
 removed	/etc/issue.net			
-replaced	/etc/os-release	0755	root:root	
+replaced	/etc/os-release	0755	root:root		
 removed	/etc/skel/.bashrc			
 created	/etc/skel/.n	0644	root:root	4
 created	/home/bob	0755	bob:bob	
@@ -161,7 +161,7 @@ class Changes(unittest.TestCase):
 
     def test_every_kind_of_change_is_listed(self):
         self.assertEqual((0, ""), (self.result.returncode, self.result.stderr))
-        self.assertEqual("what\tpath\tmode\towner\tsize", self.lines[0])
+        self.assertEqual("what\tpath\tmode\towner\tsize\tbefore", self.lines[0])
         for expected in EXPECTED.splitlines():
             with self.subTest(expected):
                 self.assertTrue(any(line.startswith(expected) for line in self.lines))
@@ -187,6 +187,60 @@ class Changes(unittest.TestCase):
         result = shell("echo started", "--prepare", "exit 3")
         self.assertEqual((1, ""), (result.returncode, result.stdout))
         self.assertIn("the preparation failed", result.stderr)
+
+
+class Homes(unittest.TestCase):
+    """Homes of the machine, shown copy-on-write: this one has files of its owner's and of somebody else's."""
+
+    def setUp(self):
+        self.home = tempfile.mkdtemp(dir="/home")
+        self.out = tempfile.mkdtemp(dir="/tmp")
+        self.addCleanup(shutil.rmtree, self.home)
+        self.addCleanup(shutil.rmtree, self.out)
+        os.makedirs(self.home + "/Mail/Work")
+        for name in ("Mail/Inbox", "Mail/Work/2004", "lent", "own", "gone"):
+            with open(f"{self.home}/{name}", "w", encoding="ascii") as file:
+                file.write("of before\n")
+        for name in ("", "Mail", "Mail/Inbox", "Mail/Work", "Mail/Work/2004", "own", "gone"):
+            os.chown(f"{self.home}/{name}", 1690, 1690)
+        os.chmod(self.home, 0o750)
+
+    def look(self, text, *options, **more):
+        return shell(text, "--home", self.home, "--changes", self.out + "/list", "--files", self.out + "/files", *options, **more)
+
+    def test_one_is_seen_as_it_is_and_the_others_are_not(self):
+        result = self.look(f"cat /run/brindle/homes; ls /home; stat -c '%a %u' {self.home}; cat {self.home}/Mail/Inbox")
+        self.assertEqual((f"{self.home}\n{os.path.basename(self.home)}\n750 1690\nof before\n", ""), (result.stdout, result.stderr))
+
+    def test_what_is_done_there_stays_in_the_view_and_is_listed(self):
+        self.look(f"cd {self.home}; echo new > Mail/Inbox; rm gone; mv Mail/Work Mail/Play; chown -R 1690 .; chmod 700 .")
+        with open(self.out + "/list", encoding="utf-8") as file:
+            rows = [line.split("\t") for line in file.read().splitlines()[1:]]
+        self.assertEqual([("changed", "", "mode 0750"), ("changed", "/Mail/Inbox", "other content"), ("created", "/Mail/Play", ""),
+                          ("created", "/Mail/Play/2004", ""), ("removed", "/Mail/Work", ""), ("removed", "/Mail/Work/2004", ""),
+                          ("removed", "/gone", ""), ("changed", "/lent", "owner root:root")],
+                         [(what, path[len(self.home):], before) for what, path, _, _, _, before in rows])
+        with open(self.home + "/Mail/Inbox", encoding="ascii") as file:
+            self.assertEqual("of before\n", file.read())
+        self.assertEqual((0o750, 0), (os.stat(self.home).st_mode & 0o7777, os.stat(self.home + "/lent").st_uid))
+
+    def test_files_that_only_have_another_owner_are_not_copied(self):
+        self.look(f"chown 1690 {self.home}/lent; echo new > {self.home}/own")
+        self.assertEqual(["own"], os.listdir(self.out + "/files" + self.home))
+
+    def test_the_rest_of_the_machine_and_odd_names_are_refused(self):
+        odd = self.home + ",x"
+        os.mkdir(odd)
+        self.addCleanup(os.rmdir, odd)
+        places = (odd, "/etc", self.home + "/../..", "/home/no such")
+        options = [word for place in places for word in ("--home", place)]
+        result = shell("cat /run/brindle/homes; ls /home", *options)
+        self.assertEqual((0, ""), (result.returncode, result.stdout))
+        self.assertEqual([f"view: {place} is not shown as it is" for place in places], result.stderr.splitlines())
+
+    def test_copies_do_without(self):
+        result = self.look("cat /run/brindle/homes; ls /home", kind="copy")
+        self.assertEqual(("", f"view: {self.home} is not shown as it is\n"), (result.stdout, result.stderr))
 
 
 class Fallback(unittest.TestCase):

@@ -115,6 +115,23 @@ TEST(SameContent, ComparesBehindWhatIsReadAtOnce) {
   }
 }
 
+TEST(Copied, IsToldByTheSizeWhenTheCommandHasSucceeded) {
+  write_file("/tmp/f", "one\n");
+  write_file("/tmp/same", "one\n");
+  write_file("/tmp/other", "two\n");
+  write_file("/tmp/short", "on");
+  for (const int status : {0, 1, -1}) {
+    EXPECT_TRUE(is_copied(status, "/tmp/f", "/tmp/same")) << status;
+    EXPECT_EQ(status == 0, is_copied(status, "/tmp/f", "/tmp/other")) << status;
+    EXPECT_FALSE(is_copied(status, "/tmp/f", "/tmp/short")) << status;
+    EXPECT_EQ(0, errno);
+    EXPECT_FALSE(is_copied(status, "/tmp/f", "/tmp/missing")) << status;
+    EXPECT_EQ(ENOENT, errno);
+    EXPECT_FALSE(is_copied(status, "/tmp/missing", "/tmp/f")) << status;
+    EXPECT_FALSE(is_copied(status, "/tmp/f", "/tmp")) << status;
+  }
+}
+
 TEST(SameContent, IsNotThatOfAFolder) {
   write_file("/tmp/empty", "");
   EXPECT_FALSE(same_content("/tmp/empty", "/tmp"));
@@ -203,7 +220,8 @@ TEST_P(LineEnds, OfAMissingFileMakeNone) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, LineEnds,
-    testing::Values(Converter{"Loudly", convert_line_ends}, Converter{"Silently", convert_line_ends_silently},
+    testing::Values(Converter{"Loudly", [](const std::string& path) { convert_line_ends(path); }},
+                    Converter{"Silently", [](const std::string& path) { convert_line_ends_silently(path); }},
                     Converter{"Quietly", [](const std::string& path) { dos_to_unix(path.c_str()); }}),
     [](const auto& test) { return std::string(test.param.name); });
 

@@ -98,4 +98,56 @@ TEST(PieceReader, EndsAtAFileThatCannotBeRead) {
   EXPECT_FALSE(reader.next(piece));
 }
 
+// ---- Blocks of pieces -----------------------------------------------------------------------------------
+
+std::vector<std::string> blocks_of(const std::string& bytes, std::size_t limit, std::size_t block) {
+  write_file("/tmp/p", bytes);
+  const File file = open_file("/tmp/p", "r");
+  PieceReader reader(file.get(), limit, block);
+  std::vector<std::string> blocks;
+  for (std::string_view pieces; reader.next_block(pieces);) blocks.emplace_back(pieces);
+  return blocks;
+}
+
+TEST(PieceBlocks, EndWhereAPieceEnds) {
+  EXPECT_THAT(blocks_of("ab\ncd\ne", 4, 7), ElementsAre("ab\ncd\n", "e"));
+  EXPECT_THAT(blocks_of("ab\ncd\ne", 4, 5), ElementsAre("ab\n", "cd\ne"));
+  EXPECT_THAT(blocks_of("ab\ncd\nef", 4, 5), ElementsAre("ab\n", "cd\n", "ef"));
+  EXPECT_THAT(blocks_of("abcdefghij\nk", 3, 8), ElementsAre("abcdef", "ghij\nk"));
+  EXPECT_THAT(blocks_of("", 3, 8), IsEmpty());
+}
+
+TEST(PieceBlocks, HoldThePiecesThatComeOneByOne) {
+  std::string text;
+  for (std::size_t line = 0; line < 40; ++line) text += std::string(line % 17, "abcdefg"[line % 7]) + "\n";
+  text += "end";
+  const std::vector<std::string> whole = pieces_of(text, 5);
+  for (std::size_t block = 1; block <= text.size() + 1; ++block) {
+    std::vector<std::string> pieces;
+    for (const std::string& several : blocks_of(text, 5, block))
+      for (std::string_view rest = several; !rest.empty(); rest.remove_prefix(pieces.back().size()))
+        pieces.emplace_back(first_piece(rest, 5));
+    EXPECT_EQ(whole, pieces) << block;
+  }
+}
+
+TEST(PieceBlocks, GoOnBehindAPiece) {
+  write_file("/tmp/p", "first\nsecond\nthird\n");
+  const File file = open_file("/tmp/p", "r");
+  PieceReader reader(file.get(), 100);
+  std::string_view piece;
+  ASSERT_TRUE(reader.next(piece));
+  ASSERT_TRUE(reader.next_block(piece));
+  EXPECT_EQ("second\nthird\n", piece);
+  EXPECT_FALSE(reader.next_block(piece));
+  EXPECT_FALSE(reader.next(piece));
+}
+
+TEST(PieceBlocks, OfAFileThatCannotBeReadAreNone) {
+  const File folder = open_file("/tmp", "r");
+  PieceReader reader(folder.get(), 4);
+  std::string_view piece;
+  EXPECT_FALSE(reader.next_block(piece));
+}
+
 }  // namespace

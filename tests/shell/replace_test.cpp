@@ -1,5 +1,6 @@
 #include "shell/replace.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -221,6 +222,73 @@ TEST(ReplaceFileOnAFullDisk, LeavesTheOldContentUnderBothNames) {
 }
 
 // ---- Appending ---------------------------------------------------------------------------------------
+
+// ---- In parts -------------------------------------------------------------------------------------------
+
+bool take_two_parts(const TakePart& take) { return take("one\n") && take(std::string("\0two", 4)); }
+
+// The second part does not come.
+bool break_off(const TakePart& take) {
+  EXPECT_TRUE(take("one\n"));
+  errno = EIO;
+  return false;
+}
+
+TEST(ReplaceFileByParts, HoldsThemInTheirOrder) {
+  write_file("/tmp/d/f", "something longer");
+  for (const char* path : {"/tmp/d/f", "/tmp/d/new"}) {
+    EXPECT_TRUE(replace_file_by(path, take_two_parts));
+    EXPECT_TRUE(same_bytes(std::string("one\n\0two", 8), read_file(path)));
+  }
+  EXPECT_TRUE(replace_file_by("/tmp/d/f", [](const TakePart&) { return true; }));
+  EXPECT_EQ("", read_file("/tmp/d/f"));
+  EXPECT_THAT(names_in("/tmp/d"), UnorderedElementsAre("f", "new"));
+}
+
+TEST(ReplaceFileByParts, KeepsTheSecondNameOfAFile) {
+  write_file("/tmp/d/f", "something longer");
+  std::filesystem::create_hard_link("/tmp/d/f", "/tmp/d/second");
+  EXPECT_TRUE(replace_file_by("/tmp/d/f", take_two_parts));
+  EXPECT_TRUE(same_bytes(std::string("one\n\0two", 8), read_file("/tmp/d/second")));
+}
+
+TEST(ReplaceFileByParts, LeavesTheOldContentWhenOneDoesNotCome) {
+  write_file("/tmp/d/f", "old");
+  write_file("/tmp/d/g", "old");
+  std::filesystem::create_hard_link("/tmp/d/g", "/tmp/d/second");
+  for (const char* path : {"/tmp/d/f", "/tmp/d/g", "/tmp/d/new"}) {
+    EXPECT_FALSE(replace_file_by(path, break_off)) << path;
+    EXPECT_EQ(EIO, errno) << path;
+  }
+  EXPECT_EQ("old", read_file("/tmp/d/f"));
+  EXPECT_EQ("old", read_file("/tmp/d/second"));
+  EXPECT_THAT(names_in("/tmp/d"), UnorderedElementsAre("f", "g", "second"));
+}
+
+TEST(ReplaceFileByParts, SendsNothingOfThemToADeviceWhenOneDoesNotCome) {
+  ASSERT_EQ(0, mkfifo("/tmp/pipe", 0600));
+  const int reader = open("/tmp/pipe", O_RDONLY | O_NONBLOCK);
+  EXPECT_FALSE(replace_file_by("/tmp/pipe", break_off));
+  char c = 0;
+  EXPECT_EQ(0, read(reader, &c, 1));
+  EXPECT_TRUE(replace_file_by("/tmp/pipe", take_two_parts));
+  EXPECT_EQ(1, read(reader, &c, 1));
+  EXPECT_EQ('o', c);
+  close(reader);
+}
+
+TEST(ReplaceFileByParts, LeavesTheOldContentOnAFullDisk) {
+  const SmallDisk disk("/tmp/disk");
+  write_file("/tmp/disk/f", "old");
+  disk.fill_but(2);
+  const std::string part(5000, 'x');
+  EXPECT_FALSE(replace_file_by("/tmp/disk/f", [&](const TakePart& take) {
+    return take(part) && take(part) && take(part) && take(part);
+  }));
+  EXPECT_EQ(ENOSPC, errno);
+  EXPECT_EQ("old", read_file("/tmp/disk/f"));
+  EXPECT_THAT(names_in("/tmp/disk"), UnorderedElementsAre("f", "filling"));
+}
 
 TEST(AppendToFile, PutsTheTextBehindTheOldContent) {
   write_file("/tmp/f", "old");

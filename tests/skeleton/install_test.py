@@ -34,7 +34,7 @@ READ_BY_THE_WIZARD = [
     *(f"brindle/.gtkrc-{locale}" for locale in LOCALES if locale != "en_US"),
     "brindle/.gtkrc-2.0", "brindle/vcard2vcf.pl", "brindle/vcard2xml.pl", "brindle/AddressBook.pm",
     "bin/foomatic-ppdfile-bd", "bin/brindle", "bin/brindle-account", "bin/brindle-undo",
-    "share/man/man1/brindle-undo.1",
+    *(f"share/man/man1/{page}.1" for page in ("brindle", "brindle-account", "brindle-undo", "foomatic-ppdfile-bd")),
     "libexec/brindle/brindle-wizard",
 ]
 READ_BY_OTHERS = [
@@ -143,7 +143,7 @@ class OtherPlaces(unittest.TestCase):
                               stderr=subprocess.PIPE, env={**os.environ, "DESTDIR": str(self.stage)})
 
     def test_another_prefix_installs_nothing_and_says_why(self):
-        for prefix in ("/usr", "/opt/brindle", str(self.stage / "prefix")):
+        for prefix in ("/opt/brindle", "/opt/usr", "/usr/locally", str(self.stage / "prefix")):
             done = self.install("--prefix", prefix)
             self.assertNotEqual(done.returncode, 0, prefix)
             self.assertIn(f"the prefix {prefix}. To put", " ".join(done.stderr.split()))
@@ -152,6 +152,17 @@ class OtherPlaces(unittest.TestCase):
     def test_the_usual_prefix_may_be_named(self):
         self.assertEqual(self.install("--prefix", "/usr/local").returncode, 0)
         self.assertTrue((self.stage / "usr/local/brindle/en_US").exists())
+        start = (self.stage / "usr/local/bin/brindle").read_text()
+        self.assertIn("\nwizard=/usr/local/libexec/brindle/brindle-wizard\naccount=/usr/local/bin/brindle-account\n", start)
+
+    def test_a_package_has_its_programs_in_usr_and_its_data_where_they_are_read(self):
+        self.assertEqual(self.install("--prefix", "/usr").returncode, 0)
+        for name in READ_BY_THE_WIZARD:
+            place = "usr/local" if name.startswith("brindle/") else "usr"
+            self.assertTrue((self.stage / place / name).exists(), name)
+        self.assertEqual([path.name for path in (self.stage / "usr/local").iterdir()], ["brindle"])
+        start = (self.stage / "usr/bin/brindle").read_text()
+        self.assertIn("\nwizard=/usr/libexec/brindle/brindle-wizard\naccount=/usr/bin/brindle-account\n", start)
 
     def test_the_icon_lies_where_novell_has_its_pictures(self):
         pictures = self.stage / "opt/gnome/share/pixmaps"

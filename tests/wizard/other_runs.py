@@ -1,9 +1,12 @@
 #!/usr/bin/python3
 """Runs that end otherwise than by the done dialog, or on the way to it: other_runs.py CLASS"""
+import os
 import re
+import shutil
 import tarfile
 import tempfile
 import unittest
+import zipfile
 
 import expected_accounts
 import preview_run
@@ -153,6 +156,53 @@ class Language(Case):
         self.assertEqual(0, run.status, run.output)
         self.assertNotIn("no texts are installed", run.text("stderr"))
         self.assertEqual("Dokumente", run.labels["image_1"])
+
+
+    def test_one_that_is_installed_is_left_as_well(self):
+        with tempfile.NamedTemporaryFile(suffix=".zip") as file:
+            file.write(b"no zip\n")
+            file.flush()
+            run = preview_run.run("gnome", file.name, "--language", "de_DE")
+        self.assertEqual({"page-1", "page-2", "no-zip", "quit"}, set(run.screens))
+        self.assertIn('did not reach its end: the wizard said "Kein Migrationsarchiv".', run.output)
+
+
+class HomesOfTheMachine(Case):
+    """One has a file that the archive has as well, and one that it has not; both belonged to somebody else."""
+
+    def setUp(self):
+        self.home = tempfile.mkdtemp(dir="/home", prefix="brindle")
+        self.addCleanup(shutil.rmtree, self.home)
+        os.mkdir(self.home + "/Documents")
+        for name in ("letter.txt", "own.txt"):
+            with open(f"{self.home}/Documents/{name}", "w", encoding="ascii") as file:
+                file.write("of before\n")
+        for name in ("", "Documents", "Documents/letter.txt", "Documents/own.txt"):
+            os.chown(f"{self.home}/{name}", 1690, 1690)
+
+    def preview(self, *options):
+        login = os.path.basename(self.home)
+        with tempfile.NamedTemporaryFile(suffix=".zip") as file:
+            with zipfile.ZipFile(file, "w") as archive:
+                archive.writestr("Brindle/users.txt", "MultiUser Migration=1\r\n")
+                archive.writestr(f"Brindle/Profiles/{login}/My Documents/letter.txt", "of the archive\n")
+                archive.writestr(f"Brindle/Profiles/{login}/My Documents/new.txt", "of the archive\n")
+            run = preview_run.run("xandros", file.name, *options)
+        self.assertEqual(0, run.status, run.output)
+        return run, login
+
+    def test_what_would_be_done_to_them_is_told_and_not_done(self):
+        run, login = self.preview("--homes", "machine")
+        told = run.text("summary.txt")
+        documents = self.home + "/Documents/"
+        for line in (f"Homes as they are on this machine: {self.home}", f"  overwritten {documents}letter.txt",
+                     f"  {documents}own.txt: {login}:1690, was 1690:1690", f"Passwords set: {login}"):
+            self.assertIn(line + "\n", told)
+        self.assertEqual({"changed", "created"}, {run.changes[documents + name][0] for name in ("letter.txt", "new.txt")})
+        self.assertIn("letter.txt", {name for _, _, kind, name, _ in run.table("before.tsv") if kind == "documents"})
+        with open(documents + "letter.txt", encoding="ascii") as file:
+            self.assertEqual("of before\n", file.read())
+        self.assertEqual((1690, ["letter.txt", "own.txt"]), (os.stat(documents + "own.txt").st_uid, sorted(os.listdir(documents))))
 
 
 class TimeLimit(Case):

@@ -36,7 +36,7 @@ class Run:
         self.commands = self.table("commands.tsv")  # status, thread, text
         self.texts = [text for _, _, text in self.commands]
         self.programs = self.table("programs.tsv")  # name, arguments
-        self.changes = {path: (what, mode, owner, size) for what, path, mode, owner, size in self.table("changes.tsv")}
+        self.changes = {path: (what, mode, owner, size) for what, path, mode, owner, size, _ in self.table("changes.tsv")}
         self.screens = sorted(name.split("-", 1)[1][:-4] for name in os.listdir(folder + "/screens"))
 
     def table(self, name):
@@ -94,7 +94,7 @@ def run(system, archive, *options, user="root", scenario="", undo="", stage=BUIL
                        BRINDLE_PREVIEW_RECORDER=BUILD + "/tools/brindle-shell-recorder",
                        BRINDLE_PREVIEW_SCENARIO=scenario, BRINDLE_PREVIEW_UNDO=undo)
     words = [SOURCE + "/preview", *(["--system", system] if system else []), "--user", user, "--out", folder,
-             "--timeout", str(SECONDS), *(["--undo"] if undo else []), *options, archive]
+             "--timeout", str(SECONDS), *([] if "--homes" in options else ["--homes", "fresh"]), *(["--undo"] if undo else []), *options, archive]
     process = subprocess.run(words, capture_output=True, text=True, errors="replace", env=environment, check=False,
                              stdin=subprocess.DEVNULL)
     if process.returncode == 2 and "neither an overlay nor a chroot" in process.stderr:

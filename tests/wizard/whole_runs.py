@@ -30,10 +30,11 @@ FAMILY = ["meilan", "nora", "oskar"]
 UNSET = {"linspire": {"image_11"}, "redflag": {"image_11"}, "redflag-plus": {"image_11"},
          "xandros": {"image_10", "image_11"}}
 
-COLUMNS = {"account.tsv": ("person", "kind", "found", "unchanged", "changed", "elsewhere", "missing"),
+COLUMNS = {"account.tsv": ("person", "kind", "found", "arrived", "adapted", "no-place", "missing"),
            "missing.tsv": ("person", "kind", "name", "cause"), "before.tsv": ("level", "person", "kind", "name", "text"),
            "marks.tsv": ("mark", "label", "result"), "commands.tsv": ("status", "thread", "command"),
-           "programs.tsv": ("program", "arguments"), "changes.tsv": ("what", "path", "mode", "owner", "size")}
+           "programs.tsv": ("program", "arguments"), "changes.tsv": ("what", "path", "mode", "owner", "size", "before"),
+           "people.tsv": ("login", "account", "password"), "homes.tsv": ("home", "what")}
 
 
 def expected_marks():

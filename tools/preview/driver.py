@@ -79,7 +79,9 @@ class Driver:
         self.marks = {number: (self.texts[key], "empty") for number, key in marks.read().items()}
         self.open_before = set()
         self.seen = []
+        self.pictures = 0
         self.done = False
+        self.end_is_shown = False
         self.reason = ""
         self.refused = False
         self.noes = 0
@@ -135,18 +137,30 @@ class Driver:
         for name, window in opened:
             if name == "page-3":
                 self.read_marks(window)
+        self.show_end(opened)
         if not self.options.watch:
             self.answer_topmost(opened)
 
     def notice(self, name, window):
         time.sleep(SETTLE_SECONDS)
         self.seen.append({"name": name, "title": window.title, "texts": window.labels()})
-        path = f"{self.options.work}/screens/{len(self.seen):02d}-{name}.png"
-        windows.take_picture(path, window.title, not self.options.watch)
+        self.take_picture(name, window)
         if name == "done":
             self.done = True
         if name in REFUSALS or name in ("several-users", "cancelled"):
             self.reason = f'the wizard said "{window.title}"'
+
+    def take_picture(self, name, window):
+        self.pictures += 1
+        path = f"{self.options.work}/screens/{self.pictures:02d}-{name}.png"
+        windows.take_picture(path, window.title, not self.options.watch)
+
+    def show_end(self, opened):
+        """The progress page once more, with all its rows, when no dialog lies over it any longer."""
+        if self.done and not self.end_is_shown and [name for name, _ in opened] == ["page-3"]:
+            self.end_is_shown = True
+            time.sleep(SETTLE_SECONDS)
+            self.take_picture("page-3-end", opened[0][1])
 
     def name_of(self, window):
         if window.radio(self.texts["window_select_driver-skip"]):
@@ -202,6 +216,10 @@ class Driver:
     def press_only_button(self, window):
         buttons = window.buttons()
         return len(buttons) == 1 and self.press(buttons[0])
+
+    def press_stock(self, window, name):
+        """A button that has its label from the toolkit, in its language."""
+        return self.press(window.button(self.texts.stock(name)) or window.button(name))
 
     def press_named(self, window, key):
         return self.press(window.button(self.texts[key]))
@@ -261,12 +279,11 @@ class Driver:
         return told or time.monotonic() - self.done_usable_since > SECONDS_FOR_DIALOG
 
     def answer_quit(self, window):
-        no, yes = "No", "Yes"
         if self.options.scenario == "cancel-before" and self.noes < 2:
-            pressed = self.press(window.button(no))
+            pressed = self.press_stock(window, "No")
             self.noes += 1 if pressed else 0
             return pressed
-        return self.press(window.button(yes))
+        return self.press_stock(window, "Yes")
 
     def answer_no_zip(self, window):
         self.refused = True
@@ -282,10 +299,11 @@ class Driver:
         wrong_first = self.options.scenario == "wrong-password"
         if not self.options.password or (told_wrong and not wrong_first):
             self.refused = True
-            return self.press(window.button("Cancel"))
+            self.reason = self.reason or "the archive has a password, to be given with --password"
+            return self.press_stock(window, "Cancel")
         word = "not the word" if wrong_first and not told_wrong else self.options.password
         entries = window.entries()
-        return bool(entries) and windows.type_into(entries[0], word) and self.press(window.button("OK"))
+        return bool(entries) and windows.type_into(entries[0], word) and self.press_stock(window, "OK")
 
     def answer_printer_driver(self, window):
         text = self.left_out()

@@ -7,12 +7,14 @@ The running user's home, and a home for each other user of the archive; with "kn
 already. /Share, fonts for everybody and two queues are there as well. Runs in the view as root, before the wizard.
 """
 import argparse
+import io
 import os
 import pwd
 import shutil
 import struct
 import subprocess
 import tempfile
+import zipfile
 
 from archive_names import Archive
 
@@ -363,8 +365,22 @@ def make_queues(archive):
 
 
 def make_account(login, uid):
+    """Not where the machine has one: the names of its own, such as root, may stand in an archive."""
+    try:
+        return pwd.getpwnam(login).pw_uid
+    except KeyError:
+        pass
     subprocess.run(["useradd", "-M", "-u", str(uid), "-U", "-c", "Known before", "-s", "/bin/sh", login], check=True)
     subprocess.run(["chpasswd"], input=f"{login}:a word of before\n", text=True, check=True)
+    return uid
+
+
+def open_archive(path):
+    """One that cannot be read has no names; the wizard will say what is wrong with it."""
+    try:
+        return Archive(path)
+    except zipfile.BadZipFile:
+        return Archive(io.BytesIO(b"PK\5\6" + bytes(18)))
 
 
 def main():
@@ -374,13 +390,13 @@ def main():
     parser.add_argument("--user", required=True)
     parser.add_argument("--system", default="")
     options = parser.parse_args()
-    archive = Archive(options.archive)
+    archive = open_archive(options.archive)
     runner = pwd.getpwnam(options.user)
     fill_home(Place(runner.pw_dir, runner.pw_uid, runner.pw_gid, 0o6000), archive, "", options.system, False)
     for number, login in enumerate(archive.logins() if options.user == "root" else []):
         uid = FORMER + number
         if options.kind == "known":
-            make_account(login, uid)
+            uid = make_account(login, uid)
         # The last one has not seen Evolution 2 yet.
         fill_home(Place("/home/" + login, uid, uid), archive, login, options.system, login == archive.logins()[-1])
     if options.user == "root":

@@ -1,10 +1,12 @@
 #!/usr/bin/python3
 """A preview's run inside the view: the wizard under the driver, then the tables.
 
-  main.py --out DIR --user NAME --archive PATH [--system NAME] [--undo STEPS] [options of driver.py]
+  main.py --out DIR --user NAME --archive PATH [--system NAME] [--undo STEPS] [--homes KIND] [--home DIR]...
+          [options of driver.py]
 
 Before the wizard runs, brindle-account looks ahead; afterwards it says what has arrived. With --undo,
-brindle-undo then takes it all back (going_back.py has the steps, words as in a shell).
+brindle-undo then takes it all back (going_back.py has the steps, words as in a shell). Each --home is one of the
+machine that the view was to show.
 
 Exit status: 0; 1 when the run did not reach its end; 3 when something is left that the undo should have given back.
 """
@@ -23,11 +25,14 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.append(os.path.dirname(HERE))
 
 import tables
+import archive_names
 from going_back import GoingBack
+from people import People
 from system_log import SystemLog
 
 WORK = "/run/brindle/work"
 RECORD = "/run/brindle/record"
+SHOWN_HOMES = "/run/brindle/homes"
 WIZARD = "/usr/local/bin/brindle"  # which starts it in a language that is installed
 ACCOUNT = "/usr/local/bin/brindle-account"
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
@@ -89,6 +94,13 @@ def wait_for_commands():
         time.sleep(0.2)
 
 
+def write_result(options, result):
+    """With what the driver cannot know: whether anything could arrive at all."""
+    result["archive"] = archive_names.fault_of(options.archive)
+    with open(options.out + "/result.json", "w", encoding="utf-8") as file:
+        json.dump(result, file, indent=1)
+
+
 def write_marks(result, path):
     rows = ((f"image_{number}", label, what) for number, label, what in result["marks"])
     tables.write(path, ("mark", "label", "result"), rows)
@@ -105,6 +117,16 @@ def write_programs(path):
     tables.write(path, ("program", "arguments"), tables.read_record(RECORD + "/programs"))
 
 
+def write_homes(options, path):
+    """Which homes are those of the machine, and which are not although the machine has them."""
+    with open(SHOWN_HOMES, encoding="utf-8", errors="surrogateescape") as lines:
+        shown = [line.rstrip("\n") for line in lines]
+    rows = [(home, "as it is" if home in shown else "not shown") for home in options.home]
+    if options.homes == "machine" and options.user == "root":
+        rows.append(("/root", "fresh"))
+    tables.write(path, ("home", "what"), rows)
+
+
 def collect(options, log):
     with open(WORK + "/result.json", encoding="utf-8") as file:
         result = json.load(file)
@@ -112,7 +134,9 @@ def collect(options, log):
     write_marks(result, options.out + "/marks.tsv")
     write_commands(options.out + "/commands.tsv")
     write_programs(options.out + "/programs.tsv")
-    for name in ("stdout", "stderr", "result.json"):
+    write_homes(options, options.out + "/homes.tsv")
+    write_result(options, result)
+    for name in ("stdout", "stderr"):
         shutil.copyfile(WORK + "/" + name, options.out + "/" + name)
     for name in ("before.tsv", "before.txt", "account.tsv", "account.txt", "account.html", "missing.tsv"):
         copy_if_there(WORK + "/" + name, options.out + "/" + name)
@@ -145,10 +169,13 @@ def main():
     parser.add_argument("--archive", required=True)
     parser.add_argument("--system", default="")
     parser.add_argument("--undo", default="")
+    parser.add_argument("--homes", default="")
+    parser.add_argument("--home", action="append", default=[])
     options, rest = parser.parse_known_args()
     log = SystemLog(options.out + "/syslog")
     log.start()
     undo = GoingBack(options.user, options.archive, WORK, functools.partial(as_user, options)) if options.undo else None
+    before = People()
     look_ahead(options)
     status = drive(options, rest)
     if status != 0:
@@ -156,6 +183,7 @@ def main():
         return 1
     wait_for_commands()
     look_back(options)
+    tables.write(options.out + "/people.tsv", ("login", "account", "password"), People().changes_since(before))
     given_back = undo is None or undo.run(shlex.split(options.undo))
     complete = collect(options, log)["complete"]
     return DIFFERENCES_LEFT if not given_back else 0 if complete else 1

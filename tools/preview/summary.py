@@ -1,13 +1,15 @@
 #!/usr/bin/python3
-"""Writes and prints the summary of a preview from its tables: summary.py --out DIR --user NAME"""
+"""Writes and prints the summary of a preview from its tables: summary.py --out DIR"""
 import argparse
 import collections
 import json
 import os
+import re
 import sys
 
 sys.path.append(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
+import failures
 import tables
 
 COLUMNS = "{:<12} {:<14} {:>7} {:>8} {:>8} {:>9} {:>8}"
@@ -37,7 +39,7 @@ def account(folder):
         yield "What has arrived cannot be told:"
         yield from lines_of(folder + "/account.txt")
         return
-    columns = ("", "", "found", "arrived", "adapted", "no place", "missing")
+    columns = ("", "", "found", "arrived", "adapted", "no-place", "missing")
     yield "What has arrived of what the archive holds:"
     yield "  " + COLUMNS.format(*columns).rstrip()
     for person, kind, found, *counts in rows:
@@ -75,21 +77,27 @@ def crosses(folder):
         yield "Marked with a cross in the wizard: " + ", ".join(names)
 
 
-def accounts(folder):
-    """Names of the accounts that are in the view's /etc/passwd and not in the machine's."""
-    known = names_in("/etc/passwd")
-    path = folder + "/files/etc/passwd"
-    return [name for name in names_in(path) if name not in known] if os.path.exists(path) else []
+def account_lines(folder):
+    rows = tables.read(folder + "/people.tsv")
+    made = [login for login, account, _ in rows if account == "made"]
+    passwords = [login for login, _, password in rows if password == "set"]
+    yield "Accounts made: " + (", ".join(made) or "none")
+    yield "Passwords set: " + (", ".join(passwords) or "none")
 
 
-def names_in(path):
-    with open(path, encoding="utf-8", errors="surrogateescape") as lines:
-        return [line.split(":")[0] for line in lines]
+def home_lines(folder):
+    rows = tables.read(folder + "/homes.tsv")
+    for what, sentence in HOMES.items():
+        homes = [tables.escape(home) for home, told in rows if told == what]
+        if homes:
+            yield sentence.format(", ".join(homes))
 
 
-def account_lines(folder, previewed_user):
-    made = [name for name in accounts(folder) if name != previewed_user]
-    yield "Accounts made: " + (", ".join(made) if made else "none")
+HOMES = {
+    "as it is": "Homes as they are on this machine: {}",
+    "not shown": "Not shown here, so that nobody sees what would be replaced there: {}",
+    "fresh": "Shown as a new home: {} (--homes whole-machine shows what it holds on this machine)",
+}
 
 
 def file_counts(folder):
@@ -100,15 +108,51 @@ def file_counts(folder):
 
 def lost_files(folder):
     """What people had before the run and have no more as it was."""
-    rows = [(what, path) for what, path, mode, *_ in tables.read(folder + "/changes.tsv")
-            if what != "created" and path.startswith(PLACES_OF_PEOPLE) and os.path.basename(path) not in OWN_TRACES
-            and not is_folder(folder, path)]
+    rows = [(what_became(row), row) for row in tables.read(folder + "/changes.tsv")]
+    rows = [(word, row[1]) for word, row in rows if word and is_of_people(row[1]) and not is_folder(folder, row[1])]
     if rows:
         yield "Files of people that were there before:"
-        yield from first_of((f"  {WORDS[what]:11} {tables.escape(path)}" for what, path in rows), "changes.tsv")
+        yield from first_of((f"  {word:11} {tables.escape(path)}" for word, path in rows), "changes.tsv")
 
 
-WORDS = {"changed": "overwritten", "replaced": "replaced", "removed": "removed"}
+def what_became(row):
+    """A word for a file that was there and is no more what it was; "" where only its owner or mode differs."""
+    what, before = row[0], row[5]
+    if what == "changed":
+        return "overwritten" if "other content" in before.split(", ") else ""
+    return what if what in ("replaced", "removed") else ""
+
+
+def is_of_people(path):
+    return path.startswith(PLACES_OF_PEOPLE) and os.path.basename(path) not in OWN_TRACES
+
+
+def new_owners(folder):
+    """What was given to somebody else, or may be used by others now."""
+    rows = [(path, mode, owner, dict(BEFORE.findall(before)))
+            for _, path, mode, owner, _, before in tables.read(folder + "/changes.tsv") if is_of_people(path)]
+    for what, now in (("owner", lambda mode, owner: owner), ("mode", lambda mode, owner: mode)):
+        told = [f"  {tables.escape(path)}: {now(mode, owner)}, was {before[what]}"
+                for path, mode, owner, before in rows if what in before]
+        if told:
+            yield f"With another {what} ({len(told)}):"
+            yield from first_of(told, "changes.tsv")
+
+
+BEFORE = re.compile(r"(owner|mode) ([^,]+)")
+
+
+def hidden_folders(folder):
+    """Most of what a run makes lies in folders that neither ls nor a file manager shows."""
+    homes = ["/root", *("/home/" + name for name in names_in(folder + "/files/home"))]
+    for home in homes:
+        hidden = [name for name in names_in(folder + "/files" + home) if name.startswith(".")]
+        if hidden:
+            yield f"Hidden in files{tables.escape(home)}: " + tables.escape(" ".join(hidden))
+
+
+def names_in(folder):
+    return sorted(os.listdir(folder)) if os.path.isdir(folder) else []
 
 
 def is_folder(folder, path):
@@ -120,7 +164,13 @@ def command_lines(folder):
     rows = tables.read(folder + "/commands.tsv")
     failed = [row for row in rows if row[0] != "0"]
     yield f"Commands: {len(rows)} run, {len(failed)} of them failed"
-    yield from first_of((f"  {status:>3}  {tables.escape(command)}" for status, _, command in failed), "commands.tsv")
+    reasons = [failures.reason(status, command) for status, _, command in failed]
+    yield from first_of((f"  {status:>3}  {tables.escape(command)}" for (status, _, command), reason in zip(failed, reasons)
+                         if not reason), "commands.tsv")
+    usual = collections.Counter(reason for reason in reasons if reason)
+    if usual:
+        yield "Failed as they do where there was nothing to do:"
+        yield from (shorten(f"  {count:>3}  {reason}") for reason, count in usual.items())
 
 
 def shorten(line):
@@ -140,7 +190,8 @@ def ending(folder):
             result = json.load(file)
     except FileNotFoundError:
         return "The run could not be watched to its end."
-    return "The run reached its end." if result["complete"] else "The run did not reach its end: " + result["reason"] + "."
+    end = "reached its end" if result["complete"] else "did not reach its end: " + result["reason"]
+    return f"The run {end}." + (f" But nothing could arrive: the archive {result['archive']}." if result["archive"] else "")
 
 
 # ---- After an undo ---------------------------------------------------------------------------------------
@@ -160,11 +211,12 @@ def undone(folder):
 def where_to_look(folder, with_undo):
     if with_undo:
         yield "changes.tsv and files/ are from after the undo, undo.txt is what it said, undo.tsv what it left."
-    yield "Where to look: account.html, account.tsv, missing.tsv and before.tsv; marks.tsv, commands.tsv, programs.tsv,"
-    yield "changes.tsv, files/, screens/, log, syslog, stdout and stderr; all in the folder named in the last line."
+    yield "Where to look: account.html, account.tsv, missing.tsv and before.tsv; people.tsv, homes.tsv, marks.tsv,"
+    yield "commands.tsv, programs.tsv, changes.tsv, files/, screens/, log, syslog, stdout and stderr; all in the folder"
+    yield "named in the last line."
 
 
-def summary(folder, user):
+def summary(folder):
     yield ending(folder)
     yield ""
     yield from warnings(folder)
@@ -172,7 +224,9 @@ def summary(folder, user):
         yield from part
     yield ""
     with_undo = os.path.exists(folder + "/undo.tsv")
-    changes = (undone(folder),) if with_undo else (account_lines(folder, user), file_counts(folder), lost_files(folder))
+    changes = (undone(folder),) if with_undo else (
+        account_lines(folder), home_lines(folder), file_counts(folder), lost_files(folder), new_owners(folder),
+        hidden_folders(folder))
     for part in (*changes, command_lines(folder), program_lines(folder)):
         yield from part
     yield ""
@@ -182,9 +236,8 @@ def summary(folder, user):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--out", required=True)
-    parser.add_argument("--user", required=True)
     options = parser.parse_args()
-    lines = list(summary(options.out, options.user))
+    lines = list(summary(options.out))
     with open(options.out + "/summary.txt", "w", encoding="utf-8", errors="surrogateescape") as file:
         file.write("\n".join(lines) + "\n")
     sys.stdout.reconfigure(errors="backslashreplace")

@@ -1,4 +1,5 @@
 """The wizard's interface texts, as a person sees them."""
+import gettext
 
 FOLDER = "/usr/local/brindle/"
 
@@ -8,6 +9,7 @@ class Texts:
 
     def __init__(self, language):
         self.texts = {}
+        self.toolkit = gettext.translation("gtk20", "/usr/share/locale", [language], fallback=True)
         for name in (language[:5], "en_US"):
             if self.texts:
                 break
@@ -26,6 +28,10 @@ class Texts:
     def __getitem__(self, key):
         """The text without the mark of the access letter."""
         return self.texts.get(key, "").replace("_", "")
+
+    def stock(self, name):
+        """The label of the toolkit's own button, such as "Yes"."""
+        return self.toolkit.pgettext("Stock label", "_" + name).replace("_", "")
 
     def key_of(self, text, keys):
         """The first of `keys` that has this text, or None."""

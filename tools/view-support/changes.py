@@ -8,11 +8,11 @@ Layers of the view: --layer UPPER LOWER NAME for an overlay (an upper layer hold
 --copy LOWER NAME for a tree of copies (which has to be compared with what it was copied from, but for the
 folders --left-out NAME).
 
-The list is a table (tools/tables.py) with a row for each path: what, path, mode, owner, size, sorted by path.
+The list is a table (tools/tables.py) with a row for each path: what, path, mode, owner, size, before, sorted by path.
 What is "created", "changed", "removed" or "replaced" (something of another kind lies there now). A changed path
 has a difference in mode, owner, target or content; a file that was only touched, or written with the bytes it
 had, is not listed. Sockets never are. Sizes of folders are left out, and so are mode, owner and size of what was
-removed.
+removed. "before" is of what was changed alone: "other content", "mode 0600", "owner ann:users", as far as these differ.
 """
 import argparse
 import hashlib
@@ -34,8 +34,10 @@ LONGEST_PATH = 4095  # in bytes; the kernel takes no longer one, so what lies de
 class State:
     """One file or folder as it lies there. `content` is a digest, a link's target or a device number."""
 
-    def __init__(self, place):
+    def __init__(self, place, original=None):
+        """`original`: what lies on the machine and has the content, where a layer holds the other facts alone."""
         self.place = place
+        self.original = original
         information = os.lstat(place)
         self.kind = stat.S_IFMT(information.st_mode)
         self.mode = stat.S_IMODE(information.st_mode)
@@ -50,8 +52,12 @@ class State:
         return self.digest
 
     def same(self, other):
-        return (self.kind, self.mode, self.owner) == (other.kind, other.mode, other.owner) and (
-            self.kind == stat.S_IFDIR or (self.size == other.size and self.content() == other.content()))
+        return (self.kind, self.mode, self.owner) == (other.kind, other.mode, other.owner) and self.holds_same(other)
+
+    def holds_same(self, other):
+        if self.kind == stat.S_IFDIR or self.original == other.place:
+            return True
+        return self.size == other.size and self.content() == other.content()
 
 
 def read_content(state):
@@ -79,17 +85,26 @@ def can_be_named(path):
 # ---- Layers: path -> State, or None for what lies on the machine and is gone in the view ------------------
 
 
-def overlay_differences(upper, lower, name):
+def overlay_differences(root, upper, lower, name):
+    """What lies in the layer, as the view shows it: where only the owner was changed, the layer has no content."""
     differences = {}
-    for path in walk(upper):
+    for path in ["", *walk(upper)]:
         place = upper + path
         if is_whiteout(place):
             mark_gone(differences, lower, path, name)
             continue
-        differences[name + path] = State(place)
+        if name + path:
+            differences[name + path] = state_in_layer(root + name + path, place, lower + path)
         if is_opaque(place):
             mark_gone_below(differences, lower, upper, path, name)
+        if is_moved_folder(place):
+            for below in walk(root + name + path):
+                differences[name + path + below] = State(root + name + path + below)
     return differences
+
+
+def state_in_layer(shown, place, original):
+    return State(shown, original if has_mark(place, "metacopy") and os.path.lexists(original) else None)
 
 
 def is_whiteout(place):
@@ -98,16 +113,31 @@ def is_whiteout(place):
 
 
 def is_opaque(place):
-    if os.path.islink(place) or not os.path.isdir(place):
-        return False
+    return is_folder(place) and mark_of(place, "opaque") == b"y"
+
+
+def is_moved_folder(place):
+    """Its files are where they were on the machine."""
+    return is_folder(place) and has_mark(place, "redirect")
+
+
+def is_folder(place):
+    return os.path.isdir(place) and not os.path.islink(place)
+
+
+def has_mark(place, name):
+    return mark_of(place, name) is not None
+
+
+def mark_of(place, name):
     try:
-        return os.getxattr(place, "trusted.overlay.opaque") == b"y"
+        return os.getxattr(place, "trusted.overlay." + name, follow_symlinks=False)
     except OSError:
-        return False
+        return None
 
 
 def mark_gone(differences, lower, path, name):
-    if (name + path) in HIDDEN or is_hidden(name + path):
+    if not name and (path in HIDDEN or is_hidden(path)):
         return
     if os.path.lexists(lower + path):
         differences[name + path] = None
@@ -115,7 +145,7 @@ def mark_gone(differences, lower, path, name):
 
 
 def mark_gone_below(differences, lower, upper, path, name):
-    if os.path.islink(lower + path) or not os.path.isdir(lower + path) or is_hidden(name + path + "/"):
+    if not is_folder(lower + path) or (not name and is_hidden(path + "/")):
         return
     for below in walk(lower.rstrip("/") + path):
         if upper is None or not os.path.lexists(upper + path + below):
@@ -162,7 +192,7 @@ def outside_copies(root, names):
 def differences_now(options):
     found = {}
     for upper, lower, name in options.layer:
-        found.update(overlay_differences(upper, lower.rstrip("/"), name))
+        found.update(overlay_differences(options.root, upper, lower.rstrip("/"), name))
     for lower, name in options.copy:
         found.update(copy_differences(options.root, lower, name, options.left_out))
     if options.copy:
@@ -182,9 +212,14 @@ def is_hidden(path):
     return path.startswith(tuple(folder + "/" for folder in HIDDEN))
 
 
+def is_shown_home(path, options):
+    """In a home that the view shows as it is."""
+    return any(is_hidden(name) and (path + "/").startswith(name + "/") for _, _, name in options.layer)
+
+
 def on_machine(path, options):
     """State of `path` in an untouched view."""
-    if is_hidden(path):
+    if is_hidden(path) and not is_shown_home(path, options):
         return None
     for lower, name in options.copy:
         if path.startswith(name + "/"):
@@ -193,13 +228,13 @@ def on_machine(path, options):
 
 
 def compare(before, after, options):
-    """Yields what, path, state (of what lies there now) for each difference, sorted by path."""
+    """Yields what, path, the states of what lies there now and lay there before for each difference, sorted by path."""
     for path in sorted(set(before) | set(after)):
         old = before[path] if path in before else on_machine(path, options)
         new = after[path] if path in after else on_machine(path, options)
         what = name_difference(old, new)
         if what and path not in HIDDEN:
-            yield what, path, new
+            yield what, path, new, old
 
 
 def name_difference(old, new):
@@ -229,21 +264,40 @@ def read_names(root, file):
 
 def write_list(rows, file, root):
     users, groups = read_names(root, "passwd"), read_names(root, "group")
-    tables.write(file, ("what", "path", "mode", "owner", "size"),
-                 ((what, path, *describe(state, users, groups)) for what, path, state in rows))
+    tables.write(file, ("what", "path", "mode", "owner", "size", "before"),
+                 ((what, path, *describe(new, users, groups), what_it_was(what, new, old, users, groups))
+                  for what, path, new, old in rows))
 
 
 def describe(state, users, groups):
     if state is None:
         return "", "", ""
-    user, group = state.owner
     size = "" if state.kind == stat.S_IFDIR else str(state.size)
-    return "%04o" % state.mode, "%s:%s" % (users.get(user, user), groups.get(group, group)), size
+    return mode_of(state), owner_of(state, users, groups), size
+
+
+def mode_of(state):
+    return "%04o" % state.mode
+
+
+def owner_of(state, users, groups):
+    user, group = state.owner
+    return "%s:%s" % (users.get(user, user), groups.get(group, group))
+
+
+def what_it_was(what, new, old, users, groups):
+    if what != "changed":
+        return ""
+    words = [] if new.holds_same(old) else ["other content"]
+    words += ["mode " + mode_of(old)] if new.mode != old.mode else []
+    words += ["owner " + owner_of(old, users, groups)] if new.owner != old.owner else []
+    return ", ".join(words)
 
 
 def copy_files(rows, folder):
-    for _, path, state in rows:
-        if state is None:
+    """All but what has the content it had on the machine: a home may be large, and its owner is all that is new."""
+    for _, path, state, _ in rows:
+        if state is None or state.original:
             continue
         target = folder + path
         if not can_be_named(target):

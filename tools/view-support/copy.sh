@@ -103,6 +103,9 @@ make_tree() {  # KIND PLACE
   if [ "$1" = copy ]; then mount_devices "$2"; else make_devices "$root"; fi
 }
 
+# Homes may be larger than the place for copies.
+lay_home_over() { return 1; }  # PLACE FOLDER
+
 # Without mounts: copies of what would have been bound; of the sources without what was built.
 copy_pair() {  # OUTSIDE INSIDE
   mkdir -p "${2%/*}"

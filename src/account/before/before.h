@@ -30,8 +30,11 @@ struct Warning {
   std::optional<Kind> kind;  ///< none when it is about the archive or the machine
   std::string name;          ///< of an entry, an account, a file, ...
   Foresight what;
-  std::string detail;  ///< for the text
+  std::string detail;            ///< for the text
+  std::optional<Cause> cause{};  ///< in whose words `what` goes on; `detail` is for these
 };
+
+std::string text_of(const Texts& texts, const Warning& warning);
 
 /// What is looked at.
 struct Outlook {
@@ -48,13 +51,16 @@ struct Outlook {
 void foresee_entries(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< each entry, checksums included
 void foresee_left_over(const Outlook& outlook, std::vector<Warning>& found);  ///< what no kind looks at
+void foresee_losses(const Outlook& outlook, std::vector<Warning>& found);     ///< what no run moves
 void foresee_settings(const Outlook& outlook, std::vector<Warning>& found);  ///< lines that are cut or hidden
 void foresee_conditions(const Outlook& outlook, std::vector<Warning>& found);  ///< what waits for a folder
 void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found);  ///< what Evolution would refuse
 void foresee_letters(const Outlook& outlook,
                      std::vector<Warning>& found);  ///< texts in another character set
 void foresee_drives(const Outlook& outlook,
-                    std::vector<Warning>& found);  ///< what breaks the file manager's list
+                    std::vector<Warning>& found);  ///< what breaks the file manager's list, or has no link
+void foresee_wallpaper(const Outlook& outlook,
+                       std::vector<Warning>& found);  ///< what breaks the desktop's settings
 void foresee_printers(const Outlook& outlook, std::vector<Warning>& found);  ///< queues, windows
 void foresee_logins(const Outlook& outlook, std::vector<Warning>& found);    ///< new user accounts
 void foresee_space(const Outlook& outlook, std::vector<Warning>& found);     ///< in /tmp and in the homes

@@ -25,6 +25,8 @@ void foresee_drives(const Outlook& outlook, std::vector<Warning>& found) {
           !entry.folder && name_within(entry, folder).find('/') == std::string_view::npos;
       if (!is_looked_at || fault_of(entry) || entry.encrypted()) return;
       const auto drive = drive_of(outlook.archive.read(entry, largest_drive));
+      if (drive && drive->name.find('/') != std::string::npos)
+        found.push_back({person.login, Kind::drives, std::string(entry.name), Foresight::no_link, ""});
       if (drive && (breaks_xml(drive->share) || breaks_xml(drive->name)))
         found.push_back({person.login, Kind::drives, std::string(entry.name), Foresight::breaks_list, ""});
     });

@@ -104,9 +104,7 @@ void look_at_spots(const Outlook& outlook, const Person& person, std::vector<War
 
 // ---- Files that are copied over others -----------------------------------------------------------------
 
-bool has_other_content(Cause cause) {
-  return cause == Cause::differs || cause == Cause::shorter || cause == Cause::place_unreadable;
-}
+bool has_other_content(Cause cause) { return cause == Cause::differs || cause == Cause::shorter; }
 
 bool is_plain_file_kind(Kind kind) {
   return kind == Kind::documents || kind == Kind::desktop || kind == Kind::shared_files ||

@@ -14,11 +14,15 @@ namespace account {
 /// Somebody whose things an archive holds.
 struct Person {
   std::string login;
-  std::string home;         ///< absolute, no slash at its end
-  std::string folder;       ///< in the archive: "Brindle", or "Brindle/Profiles/LOGIN"
-  bool runs = true;         ///< ran the wizard; false for a profile of the archive
-  bool has_account = true;  ///< this machine knows the login
+  std::string home;          ///< absolute, no slash at its end
+  std::string folder;        ///< in the archive: "Brindle", or "Brindle/Profiles/LOGIN"
+  bool runs = true;          ///< ran the wizard; false for a profile of the archive
+  bool has_account = true;   ///< this machine knows the login
+  bool is_namesake = false;  ///< a profile with the login of who ran the wizard
 };
+
+/// By which a person is told from all others: the login, of a namesake with the folder it stands for.
+std::string name_of(const Person& person);
 
 struct Case {
   const Archive& archive;

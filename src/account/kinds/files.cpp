@@ -1,5 +1,10 @@
 #include "account/kinds/files.h"
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
 #include "account/kinds/entries.h"
 #include "process/archive/layout.h"
 
@@ -24,6 +29,17 @@ void compare_entry(const Case& of, const Tree& tree, const Entry& entry, Tally& 
   compare_thing(of.archive, entry, tree.target + "/" + name, name, tally);
 }
 
+bool may_not_be_read(const Missing& thing) {
+  return thing.cause == Cause::place_unreadable && euidaccess(std::string(thing.detail).c_str(), R_OK) != 0;
+}
+
+// What is there and may not be read cannot be kept either, so a run copies nothing of the whole folder.
+void tell_what_stopped_it(Tally& tally) {
+  const auto culprit = std::ranges::find_if(tally.missing(), may_not_be_read);
+  if (culprit != tally.missing().end())
+    tally.explain(Cause::not_there, Cause::place_unreadable, std::string(culprit->detail));
+}
+
 void compare_tree(const Case& of, const Tree& tree, Tally& tally) {
   for_each_thing(of.archive, tree.folder, [&](const Entry& entry) {
     tally.find();
@@ -33,6 +49,7 @@ void compare_tree(const Case& of, const Tree& tree, Tally& tally) {
       compare_entry(of, tree, entry, tally);
     }
   });
+  tell_what_stopped_it(tally);
 }
 
 }  // namespace

@@ -274,6 +274,20 @@ void compare_for_runner(const Case& of, std::vector<Printer> printers, Tally& ta
 
 // ---- A profile ------------------------------------------------------------------------------------------
 
+// The port of that queue's printer, which the wizard makes for all from the archive's own printers, when it
+// has no counterpart here.
+std::optional<std::string> port_without_counterpart(const Case& of, const std::string& queue) {
+  const std::string folder = std::string(layout::root) + "/" + layout::printers;
+  for (const Entry& entry : of.archive.below(folder)) {
+    if (entry.folder || entry.encrypted()) continue;
+    const Settings settings(of.archive.read(entry, largest_description));
+    if (!is_same_queue(settings.text("Driver Name Wo Spaces"), queue)) continue;
+    const std::string port = settings.text("Port Name");
+    if (!device_of(port)) return port;
+  }
+  return std::nullopt;
+}
+
 void compare_for_profile(const Case& of, const std::vector<Printer>& printers, Tally& tally) {
   const auto queues = printers.empty() ? std::vector<PrintQueue>() : read_queues();
   if (!queues) tally.give_up();
@@ -287,7 +301,8 @@ void compare_for_profile(const Case& of, const std::vector<Printer>& printers, T
     if (!queues) {
       tally.miss(printer.name, Cause::no_print_system);
     } else if (find_queue(*queues, queue) == nullptr) {
-      tally.miss(printer.name, Cause::no_queue, queue);
+      const auto port = port_without_counterpart(of, queue);
+      tally.miss(printer.name, port ? Cause::port_has_no_counterpart : Cause::no_queue, port.value_or(queue));
     } else if (!has_default || (printer.was_default && !is_chosen(printer))) {
       tally.miss(printer.name, Cause::not_default);
     } else {

@@ -8,6 +8,7 @@
 
 #include "process/archive/layout.h"
 #include "process/desktop/first_entry.h"
+#include "shell/blocks.h"
 #include "shell/copy.h"
 #include "shell/files.h"
 #include "shell/home.h"
@@ -18,9 +19,6 @@
 #include "system/target.h"
 
 namespace {
-
-// A longer line is read in pieces; only its first one begins a cookie.
-constexpr std::size_t line_limit = 1023;
 
 int failed(const char* text) {
   std::perror(text);
@@ -49,18 +47,28 @@ std::optional<Profile> find_profile(const Target& target) {
 
 bool is_cookie(std::string_view line) { return line.front() != '#' && line.front() != '\n'; }
 
+// Appends what becomes of a part of the cookies, which may begin and end within a line.
 // Deliberate: part of the format. A host that begins with a dot gets a second one.
-std::string widened_cookies(std::FILE* from) {
-  std::string cookies;
-  PieceReader reader(from, line_limit);
-  std::string_view piece;
-  bool at_line_start = true;
-  while (reader.next(piece)) {
-    if (at_line_start && is_cookie(piece)) cookies += '.';
-    cookies += piece;
-    at_line_start = piece.back() == '\n';
+void append_widened(std::string_view part, bool& at_line_start, std::string& out) {
+  while (!part.empty()) {
+    if (at_line_start && is_cookie(part)) out += '.';
+    const std::string_view line = first_piece(part, part.size());
+    out += line;
+    at_line_start = line.back() == '\n';
+    part.remove_prefix(line.size());
   }
-  return cookies;
+}
+
+// Hands all of the cookies to `take`.
+bool widen_cookies(BlockReader& from, const TakePart& take) {
+  std::string widened;
+  bool at_line_start = true;
+  for (std::string_view block = from.next(); !block.empty(); block = from.next()) {
+    widened.clear();
+    append_widened(block, at_line_start, widened);
+    if (!take(widened)) return false;
+  }
+  return !from.has_failed();
 }
 
 // `name` in the archive becomes `file` below the home's KDE applications.
@@ -92,14 +100,13 @@ int cookies(const char* args) {
   if (!profile) return -1;
   const std::string source = target.root + "/" + layout::cookies;
   convert_line_ends_silently(source);
-  const File from = open_file(source, "r");
-  if (!from) return failed("in cookies ");
-  const std::string text = widened_cookies(from.get());
-  if (std::ferror(from.get()) != 0) return failed("in cookies ");
+  BlockReader from(source);
+  if (!from.is_open()) return failed("in cookies ");
+  const bool replaced = replace_file_by(profile->folder + "/" + profile->name + "/cookies.txt",
+                                        [&](const TakePart& take) { return widen_cookies(from, take); });
+  if (replaced) return 0;
   // Deliberate: part of the output, the blank in front.
-  if (!replace_file(profile->folder + "/" + profile->name + "/cookies.txt", text))
-    return failed(" in cookies ");
-  return 0;
+  return failed(from.has_failed() ? "in cookies " : " in cookies ");
 }
 
 int konquererbookmarks(const char* args) {

@@ -2,11 +2,12 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <optional>
+#include <string>
 #include <string_view>
 
 #include "shell/files.h"
 #include "shell/kept.h"
+#include "shell/line_rules.h"
 #include "shell/pieces.h"
 #include "shell/replace.h"
 #include "shell/run.h"
@@ -18,32 +19,43 @@ namespace {
 // ends.
 constexpr std::size_t line_limit = 1023;
 
+constexpr std::size_t block_size = std::size_t{1} << 16;
+
 // Deliberate: part of the format. No line end behind the bookmark, so the next old line is glued to it.
-std::string with_bookmark(const std::string& line, const std::string& bookmark_xml) {
-  if (contains(line, "<xbel/>")) return "<xbel>\n" + bookmark_xml + "</xbel>\n";
-  return line + bookmark_xml;
+void append_bookmark(std::string_view line, const std::string& bookmark_xml, std::string& out) {
+  if (line.find("<xbel/>") != std::string_view::npos) {
+    out.append("<xbel>\n").append(bookmark_xml).append("</xbel>\n");
+  } else {
+    out.append(line).append(bookmark_xml);
+  }
 }
 
-std::string rewritten(const std::string& line, const std::string& bookmark_xml) {
-  if (!contains(line, "<xbel")) return line;
-  std::printf("found something");
-  return with_bookmark(line, bookmark_xml);
+LineRules rules_for(const std::string& bookmark_xml) {
+  return {.marks = {"xb"}, .rewrite = [&](std::string_view line, std::string& out) {
+            if (line.find("<xbel") == std::string_view::npos) {
+              out += line;
+              return false;
+            }
+            std::printf("found something");
+            append_bookmark(line, bookmark_xml, out);
+            return false;
+          }};
 }
 
-// No value, with errno set, when the file cannot be read to its end.
-std::optional<std::string> read_rewritten(const std::string& path, const std::string& bookmark_xml) {
+// Hands all of the file at `path` to `take`, with the bookmark. False, with errno set, when the file cannot
+// be read to its end.
+bool add_bookmark(const std::string& path, const std::string& bookmark_xml, const TakePart& take) {
   const File file = open_file(path, "r");
-  if (!file) return std::nullopt;
-  std::string text;
-  PieceReader reader(file.get(), line_limit);
-  std::string_view line;
-  while (reader.next(line)) text += rewritten(std::string(line), bookmark_xml);
-  if (std::ferror(file.get()) != 0) return std::nullopt;
-  return text;
+  if (!file) return false;
+  PieceReader reader(file.get(), line_limit, block_size);
+  LineRewriter rewriter(rules_for(bookmark_xml), line_limit);
+  for (std::string_view lines; reader.next_block(lines);)
+    if (!take(rewriter.rewrite(lines))) return false;
+  return std::ferror(file.get()) == 0;
 }
 
-bool is_whole(const std::string& copy, const std::string& original) {
-  if (same_content(original, copy)) return true;
+bool is_whole(int status, const std::string& copy, const std::string& original) {
+  if (is_copied(status, original, copy)) return true;
   if (errno == 0) errno = ENOSPC;  // the usual reason for a copy that ends early
   return false;
 }
@@ -57,11 +69,10 @@ bool add_konqueror_bookmark(const std::string& home, const std::string& bookmark
   const bool is_there = is_folder(folder.c_str(), "bookmarks.xml") == 1;
   if ((is_there && !kept_before_change(bookmarks)) || !kept_before_change(copy)) return false;
   SYSTEM(compose("rm -f %s", copy));
-  SYSTEM(compose("cp %s %s", bookmarks, copy));
+  const int status = shell::run_for_status(compose("cp %s %s", bookmarks, copy));
   if (is_folder(folder.c_str(), "bookmarks.xml") == 0) return true;
-  const std::optional<std::string> text =
-      is_whole(copy, bookmarks) ? read_rewritten(copy, bookmark_xml) : std::nullopt;
-  if (text && replace_file(bookmarks, *text)) return true;
+  const auto with_bookmark = [&](const TakePart& take) { return add_bookmark(copy, bookmark_xml, take); };
+  if (is_whole(status, copy, bookmarks) && replace_file_by(bookmarks, with_bookmark)) return true;
   const int error = errno;
   std::perror(bookmarks.c_str());
   errno = error;

@@ -1,6 +1,7 @@
 #include "process/mail/client_files.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "process/archive/layout.h"
 #include "shell/pieces.h"
@@ -38,18 +39,17 @@ bool append_to_client_file(const std::string& path, const std::string& text) {
   return reported(append_to_file(path, text));
 }
 
-bool rewrite_lines(const std::string& from, const std::string& to,
-                   const std::function<std::string(const std::string& line)>& rewrite) {
+bool rewrite_lines(const std::string& from, const std::string& to, LineRules rules) {
   const File in = open_file(from, "r");
   File out = open_file(to, "w");
   if (!in && !out) return true;  // neither the folder nor anything to write
   if (!in || !out) return out != nullptr;
-  std::setvbuf(out.get(), nullptr, _IOFBF, block_size);
-  PieceReader lines(in.get(), line_limit, block_size);
-  std::string line;
-  for (std::string_view piece; lines.next(piece);) {
-    line = piece;
-    write_text(out, rewrite(line));
+  std::setvbuf(out.get(), nullptr, _IONBF, 0);  // blocks are written
+  PieceReader reader(in.get(), line_limit, block_size);
+  LineRewriter rewriter(std::move(rules), line_limit);
+  for (std::string_view lines; reader.next_block(lines);) {
+    const std::string_view rewritten = rewriter.rewrite(lines);
+    std::fwrite(rewritten.data(), 1, rewritten.size(), out.get());
   }
   return close_file(out);
 }
@@ -59,7 +59,8 @@ void convert_contacts(const std::string& mail, const char* script, const std::st
   convert_line_ends(to);
 }
 
-void run_and_trace(const shell::Command& command) {
-  SYSTEM(command);
+int run_and_trace(const shell::Command& command) {
+  const int status = shell::run_for_status(command);
   std::printf("Command::%s", command.c_str());
+  return status;
 }

@@ -2,13 +2,13 @@
 #ifndef BRINDLE_PROCESS_MAIL_CLIENT_FILES_H
 #define BRINDLE_PROCESS_MAIL_CLIENT_FILES_H
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "shell/compose.h"
 #include "shell/files.h"
+#include "shell/line_rules.h"
 
 /// The paths of the account settings files in the archive root (or a profile's folder) `root`, in directory
 /// order. No value when their folder cannot be opened, which is reported on standard error as
@@ -20,17 +20,17 @@ std::optional<std::vector<std::string>> account_files(const std::string& root);
 [[nodiscard]] bool replace_client_file(const std::string& path, const std::string& text);
 [[nodiscard]] bool append_to_client_file(const std::string& path, const std::string& text);
 
-/// Replaces the file `to` by what `rewrite` makes of each line of the file `from`. A line comes with its
-/// newline; one of more than 1023 characters comes as several. A missing `from` empties `to`; when `to`
-/// cannot be opened, no line is read. False, with errno set, when not all of it could be written.
-[[nodiscard]] bool rewrite_lines(const std::string& from, const std::string& to,
-                                 const std::function<std::string(const std::string& line)>& rewrite);
+/// Replaces the file `to` by what `rules` make of the file `from`. A line of more than 1023 characters comes
+/// as several. A missing `from` empties `to`; when `to` cannot be opened, no line is read. False, with errno
+/// set, when not all of it could be written.
+[[nodiscard]] bool rewrite_lines(const std::string& from, const std::string& to, LineRules rules);
 
 /// Converts the address book of the archive's mail folder `mail` into the file `to`, which gets LF line ends.
 /// `script` is the path of one of the installed scripts.
 void convert_contacts(const std::string& mail, const char* script, const std::string& to);
 
-/// Runs `command` through SYSTEM and prints "Command::" and its text afterwards.
-void run_and_trace(const shell::Command& command);
+/// Runs `command` through SYSTEM and prints "Command::" and its text afterwards. Its exit status, or -1, as
+/// run_for_status has it.
+int run_and_trace(const shell::Command& command);
 
 #endif

@@ -4,11 +4,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "keep/keep.h"
@@ -20,20 +22,35 @@
 
 namespace {
 
-// Into a file of our own: nothing of it is to be kept.
-bool fill_file(Descriptor& file, std::string_view text) {
+bool write_at_end(int file, std::string_view text) {
   while (!text.empty()) {
-    const ssize_t written = write(file.number(), text.data(), text.size());
+    const ssize_t written = write(file, text.data(), text.size());
     if (written < 0 && errno != EINTR) return false;
     if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
   }
-  return fsync(file.number()) == 0 && file.close();
+  return true;
 }
 
-std::optional<std::string> read_file_at(const place::Spot& spot) {
-  const Descriptor file(
+// Into a file of our own: nothing of it is to be kept.
+bool fill_file(Descriptor& file, BlockReader& from) {
+  for (std::string_view block = from.next(); !block.empty(); block = from.next())
+    if (!write_at_end(file.number(), block)) return false;
+  return !from.has_failed() && fsync(file.number()) == 0 && file.close();
+}
+
+Descriptor opened_at(const place::Spot& spot) {
+  return Descriptor(
       openat(spot.folder.number(), spot.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  return file ? read_whole(place::path_of_open(file.number())) : std::nullopt;
+}
+
+std::optional<std::uintmax_t> size_of_all(const std::vector<std::string>& files) {
+  std::uintmax_t size = 0;
+  std::error_code unknown;
+  for (const std::string& file : files) {
+    size += std::filesystem::file_size(file, unknown);
+    if (unknown) return std::nullopt;
+  }
+  return size;
 }
 
 // What programs of Windows put in front of a text and, long ago, behind it.
@@ -72,15 +89,17 @@ OldFile::~OldFile() {
 
 // For the owner alone, since the old file may be.
 bool OldFile::keep_copy() {
-  const std::optional<std::string> text = read_file_at(spot_);
-  if (!text) return false;
+  const Descriptor old = opened_at(spot_);
+  if (!old) return false;
+  BlockReader reader(place::path_of_open(old.number()));
+  if (!reader.is_open()) return false;
   Descriptor copy;
   kept_ = make_beside(spot_, [&](const char* name) {
     copy = Descriptor(
         openat(spot_.folder.number(), name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     return copy.number();
   });
-  return !kept_.empty() && fill_file(copy, *text);
+  return !kept_.empty() && fill_file(copy, reader);
 }
 
 // A file system without further names leaves none.
@@ -134,6 +153,12 @@ bool holds_joined(const std::string& path, const std::vector<std::string>& parts
   return joined.next().empty() && (is_empty || !joined.has_failed());
 }
 
+bool is_joined(int status, const std::string& path, const std::vector<std::string>& parts) {
+  if (status == 0)
+    if (const auto size = size_of_all(parts); size && size == size_of_all({path})) return true;
+  return holds_joined(path, parts);
+}
+
 bool end_last_line(const std::string& path) {
   const std::optional<std::string> text = read_whole(path);
   if (!text || text->empty() || text->back() == '\n') return true;
@@ -148,3 +173,5 @@ bool mend_lines(const std::string& path) {
   const std::string mended = without_carriage_returns(with_last_line_ended(without_marks(*text)));
   return mended == *text || replace_file(path, mended);
 }
+
+bool convert_and_mend_lines(const std::string& path) { return convert_line_ends(path) || mend_lines(path); }

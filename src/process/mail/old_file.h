@@ -59,6 +59,10 @@ class OldFile {
 /// as an empty one.
 bool holds_joined(const std::string& path, const std::vector<std::string>& parts);
 
+/// The same behind the command that was to join them, by its exit status: one that has succeeded and left as
+/// many bytes has. The bytes are looked at only when it tells of a failure.
+bool is_joined(int status, const std::string& path, const std::vector<std::string>& parts);
+
 /// Gives the last line of the file at `path` a line feed if it has none, so that nothing is joined to it. A
 /// missing or an empty file stays as it is. False, with errno set, when it cannot be written.
 [[nodiscard]] bool end_last_line(const std::string& path);
@@ -66,5 +70,8 @@ bool holds_joined(const std::string& path, const std::vector<std::string>& parts
 /// Makes every line end of a file LF, that of the last line too; a carriage return within a line stays. A
 /// byte order mark in front and Ctrl-Z behind go. A missing file counts as done; false as above.
 [[nodiscard]] bool mend_lines(const std::string& path);
+
+/// convert_line_ends, and mend_lines for what that leaves.
+[[nodiscard]] bool convert_and_mend_lines(const std::string& path);
 
 #endif

@@ -1,17 +1,14 @@
 #include "process/mail/kde/calendar_lines.h"
 
-#include "shell/files.h"
-
-std::string marked_as_utc(const std::string& line) {
-  if (contains(line, "Z")) return line;
-  std::string marked = line;
-  const bool ended = !marked.empty() && marked.back() == '\n';
-  marked.insert(marked.size() - (ended ? 1 : 0), "Z");
-  return marked;
+void append_as_utc(std::string_view line, std::string& out) {
+  const bool is_marked = line.find('Z') != std::string_view::npos;
+  const bool is_ended = line.ends_with('\n');
+  out += line.substr(0, line.size() - (is_ended ? 1 : 0));
+  if (!is_marked) out += 'Z';
+  if (is_ended) out += '\n';
 }
 
-std::string with_date_only_until(const std::string& line) {
-  std::string kept;
+void append_with_date_only_until(std::string_view line, std::string& out) {
   bool in_until = false;
   bool dropping = false;
   for (std::size_t i = 0; i < line.size(); ++i) {
@@ -20,25 +17,24 @@ std::string with_date_only_until(const std::string& line) {
     if (c == 'U' && next == 'N') in_until = true;
     if (in_until && c == 'T' && next != 'I') dropping = true;
     if (c == ';') in_until = dropping = false;
-    if (!dropping) kept += c;
+    if (!dropping) out += c;
   }
-  return kept;
 }
 
-DateLine DateValues::rewrite(const std::string& line, const char* property) {
-  DateLine rewritten;
+std::string DateValues::rewrite(std::string_view line, std::string_view property, std::string& out) {
+  std::string date;
   bool in_date = false;
   for (const char c : line.substr(line.find(property))) {
     if (c == ';') {
-      rewritten.line += ";VALUE=DATE";
+      out += ";VALUE=DATE";
       dropping_ = true;
       continue;
     }
     if (c == ':') dropping_ = false;
     if (dropping_) continue;
-    rewritten.line += c;
-    if (in_date && c != '\n') rewritten.date += c;
+    out += c;
+    if (in_date && c != '\n') date += c;
     in_date = in_date || c == ':';
   }
-  return rewritten;
+  return date;
 }

@@ -4,6 +4,8 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -24,6 +26,9 @@ class Conversion {
   Conversion() : converter_(opened()) {}
 
   bool is_possible() const { return converter_ != nullptr; }
+
+  /// ASCII that comes now stays as it is.
+  bool is_between_characters() const { return rest_.empty() && !has_stopped_; }
 
   /// What `block` and what was left of the one before come to.
   std::string next(std::string_view block) {
@@ -63,6 +68,26 @@ class Conversion {
   bool has_stopped_ = false;  // at something that goes neither in nor out
 };
 
+// Eight bytes at a time.
+bool is_ascii(std::string_view text) {
+  constexpr std::uint64_t high_bits = 0x8080808080808080;
+  std::uint64_t all = 0;
+  for (; text.size() >= sizeof all; text.remove_prefix(sizeof all)) {
+    std::uint64_t some = 0;
+    std::memcpy(&some, text.data(), sizeof some);
+    all |= some;
+  }
+  for (const char c : text) all |= static_cast<unsigned char>(c);
+  return (all & high_bits) == 0;
+}
+
+bool is_ascii_file(const std::string& path) {
+  BlockReader file(path);
+  for (std::string_view block = file.next(); !block.empty(); block = file.next())
+    if (!is_ascii(block)) return false;
+  return file.is_open() && !file.has_failed();
+}
+
 enum class Held { all, a_part, another };
 
 // What of `text` comes next in `file`.
@@ -77,14 +102,15 @@ Held next_holds(BlockReader& file, std::string_view text) {
 }
 
 // The command's own result does not tell: what it drops counts as a failure too. A file that is another is
-// not cut off.
+// not cut off. What is ASCII in front is the same in both.
 bool is_whole(const std::string& path, const std::string& from) {
   BlockReader source(from);
   BlockReader found(path);
   Conversion conversion;
   if (!conversion.is_possible()) return true;
   for (std::string_view block = source.next(); !block.empty(); block = source.next()) {
-    const Held held = next_holds(found, conversion.next(block));
+    const bool is_same = conversion.is_between_characters() && is_ascii(block);
+    const Held held = next_holds(found, is_same ? block : conversion.next(block));
     if (held != Held::all) return held == Held::another;
   }
   return true;
@@ -94,6 +120,6 @@ bool is_whole(const std::string& path, const std::string& from) {
 
 // Deliberate: part of the output. GB2312 whatever the KDE system and the archive.
 bool convert_to_utf8(const std::string& from, const std::string& to) {
-  SYSTEM(compose("iconv -c -f GB2312 -t utf-8 %s -o %s", from, to));
-  return is_whole(to, from);
+  const int status = shell::run_for_status(compose("iconv -c -f GB2312 -t utf-8 %s -o %s", from, to));
+  return (status == 0 && is_ascii_file(from) && is_copied(status, from, to)) || is_whole(to, from);
 }

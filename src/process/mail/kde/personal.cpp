@@ -1,5 +1,7 @@
 #include "process/mail/kde/personal.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -12,6 +14,7 @@
 #include "process/mail/kde/calendar_lines.h"
 #include "process/mail/kde/encoding.h"
 #include "process/mail/old_file.h"
+#include "shell/blocks.h"
 #include "shell/files.h"
 #include "shell/fill.h"
 #include "shell/home.h"
@@ -135,42 +138,66 @@ void print(const CalendarPaths& paths) {
   std::printf("calendarpath2::%s", paths.organizer2.c_str());
 }
 
-std::string rewritten_rule(const std::string& line) {
+bool contains(std::string_view line, std::string_view part) {
+  return line.find(part) != std::string_view::npos;
+}
+
+void append_rule(std::string_view line, std::string& out) {
   std::printf("RRULE found");
-  return contains(line, "UNTIL=") ? with_date_only_until(line) : line;
+  if (!contains(line, "UNTIL=")) {
+    out += line;
+  } else {
+    append_with_date_only_until(line, out);
+  }
 }
 
-bool rewrite_calendar(const std::string& from, const std::string& to) {
-  bool time_follows = false;
-  return rewrite_lines(from, to, [&](const std::string& line) {
-    // A time stands on the line after its property, and no rule is tried on it.
-    if (std::exchange(time_follows, false)) return marked_as_utc(line);
-    std::printf("Line2::%s", line.c_str());
-    time_follows = contains(line, "DTSTART;TZID") || contains(line, "DTEND;TZID");
-    return !time_follows && contains(line, "RRULE") ? rewritten_rule(line) : line;
-  });
+// A time stands on the line after its property, and no rule is tried on it.
+LineRules calendar_rules() {
+  return {.trace = "Line2::",
+          .marks = {";T", "UL"},
+          .rewrite = [time_follows = false](std::string_view line, std::string& out) mutable {
+            if (std::exchange(time_follows, false)) {
+              append_as_utc(line, out);
+              return false;
+            }
+            time_follows = contains(line, "DTSTART;TZID") || contains(line, "DTEND;TZID");
+            if (!time_follows && contains(line, "RRULE")) {
+              append_rule(line, out);
+            } else {
+              out += line;
+            }
+            return time_follows;
+          }};
 }
 
-std::string rewritten_due_date(const std::string& line, DateValues& dates) {
-  const DateLine due = dates.rewrite(line, "DUE;TZID");
-  return due.line + "RECURRENCE-ID:" + due.date + "T000000Z\n";
-}
-
-bool rewrite_tasks(const std::string& from, const std::string& to) {
-  DateValues dates;
-  return rewrite_lines(from, to, [&](const std::string& line) {
-    if (contains(line, "DUE;TZID")) return rewritten_due_date(line, dates);
-    if (contains(line, "DTSTART;TZID")) return dates.rewrite(line, "DTSTART;TZID").line;
-    if (contains(line, "COMPLETED:")) return marked_as_utc(line);
+void append_task_line(std::string_view line, DateValues& dates, std::string& out) {
+  if (contains(line, "DUE;TZID")) {
+    const std::string date = dates.rewrite(line, "DUE;TZID", out);
+    out.append("RECURRENCE-ID:").append(date).append("T000000Z\n");
+  } else if (contains(line, "DTSTART;TZID")) {
+    dates.rewrite(line, "DTSTART;TZID", out);
+  } else if (contains(line, "COMPLETED:")) {
+    append_as_utc(line, out);
+  } else if (contains(line, "PRIORITY:9")) {
     // Deliberate: part of the output. The whole line, whatever else it held: "PRIORITY:90" is 5, too.
-    if (contains(line, "PRIORITY:9")) return std::string("PRIORITY:5\n");
-    return line;
-  });
+    out += "PRIORITY:5\n";
+  } else {
+    out += line;
+  }
+}
+
+LineRules task_rules() {
+  return {.marks = {";T", "PL", ":9"},
+          .rewrite = [dates = DateValues()](std::string_view line, std::string& out) mutable {
+            append_task_line(line, dates, out);
+            return false;
+          }};
 }
 
 bool rewrite(const CalendarPaths& paths) {
   return mend_lines(paths.calendar) && mend_lines(paths.tasks) &&
-         rewrite_calendar(paths.calendar, paths.calendar2) && rewrite_tasks(paths.tasks, paths.tasks2);
+         rewrite_lines(paths.calendar, paths.calendar2, calendar_rules()) &&
+         rewrite_lines(paths.tasks, paths.tasks2, task_rules());
 }
 
 // The old file stays unless the new one is whole.
@@ -183,8 +210,9 @@ bool replace_converted(const std::string& from, const std::string& to) {
 }
 
 bool join_and_convert(const CalendarPaths& paths) {
-  SYSTEM(compose("cat %s %s > %s", paths.calendar2, paths.tasks2, paths.organizer2));
-  const bool joined = holds_joined(paths.organizer2, {paths.calendar2, paths.tasks2});
+  const int status =
+      shell::run_for_status(compose("cat %s %s > %s", paths.calendar2, paths.tasks2, paths.organizer2));
+  const bool joined = is_joined(status, paths.organizer2, {paths.calendar2, paths.tasks2});
   const bool converted = joined && replace_converted(paths.organizer2, paths.organizer);
   run_and_trace(compose("rm %s", paths.organizer2));
   return converted;
@@ -208,27 +236,32 @@ std::size_t end_of_first_piece(const std::string& text) {
 
 // A title would run into the line behind it.
 bool end_title(const std::string& path) {
+  BlockReader start(path);
+  const std::string_view piece = start.next(note_line_limit);
+  if (piece.size() < note_line_limit || piece.find('\n') != std::string_view::npos) return true;
   std::optional<std::string> text = read_whole(path);
-  if (!text || text->find('\n') < note_line_limit || text->size() < note_line_limit) return true;
-  return replace_file(path, text->insert(end_of_first_piece(*text), "\n"));
+  return !text || replace_file(path, text->insert(end_of_first_piece(*text), "\n"));
 }
 
-struct Note {
-  std::string title;  // with its line feed
-  std::string body;   // escaped
-};
+// With one look at a letter, whatever it is.
+constexpr auto escapes = [] {
+  std::array<bool, 256> is_escaped{};
+  for (const unsigned char c : {'\n', ',', '(', ')', '\\'}) is_escaped[c] = true;
+  return is_escaped;
+}();
 
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '\n') {
-      result += "\\n";
-    } else {
-      if (c == ',' || c == '(' || c == ')' || c == '\\') result += '\\';
-      result += c;
-    }
+bool needs_escape(char c) { return escapes[static_cast<unsigned char>(c)]; }
+
+void append_escaped(std::string_view text, std::string& out) {
+  while (!text.empty()) {
+    const auto end = std::find_if(text.begin(), text.end(), needs_escape);
+    const auto plain = static_cast<std::size_t>(end - text.begin());
+    out += text.substr(0, plain);
+    if (end == text.end()) return;
+    out += '\\';
+    out += *end == '\n' ? 'n' : *end;
+    text.remove_prefix(plain + 1);
   }
-  return result;
 }
 
 std::string title_of(const std::string& first_line) {
@@ -236,42 +269,50 @@ std::string title_of(const std::string& first_line) {
   return start == std::string::npos ? "" : first_line.substr(start);
 }
 
-std::optional<Note> read_note(const std::string& path) {
-  std::printf("Opening source file.");
-  const File file = open_file(path, "r");
-  if (!file) return std::nullopt;
-  PieceReader pieces(file.get(), note_line_limit);
-  std::string_view piece;
-  if (!pieces.next(piece) || piece.find(':') == std::string_view::npos) return std::nullopt;
-  const std::string first_line(piece);
-  std::printf("Line::%s", first_line.c_str());
-  Note note{title_of(first_line), ""};
-  while (pieces.next(piece)) note.body += escaped(piece);
-  return note;
-}
-
-// Deliberate: part of the format. The title is written as it stands and brings its own line feed, or none.
-constexpr const char* journal_text = R"(BEGIN:VCALENDAR
+constexpr const char* journal_start = R"(BEGIN:VCALENDAR
 PRODID:-//K Desktop Environment//NONSGML libkcal 3.2//EN
 VERSION:2.0
 BEGIN:VJOURNAL
-DESCRIPTION:@body@
+DESCRIPTION:)";
+
+// Deliberate: part of the format. The title is written as it stands and brings its own line feed, or none.
+constexpr const char* journal_end = R"(
 SUMMARY:@title@END:VJOURNAL
 END:VCALENDAR
 )";
 
-std::string journal_entry(const Note& note) {
-  return fill(journal_text, {{"body", note.body}, {"title", note.title}});
+// The body goes from file to file block by block.
+void write_journal(const std::string& title, PieceReader& body, const File& to) {
+  write_text(to, journal_start);
+  std::string escaped;
+  for (std::string_view block; body.next_block(block);) {
+    escaped.clear();
+    append_escaped(block, escaped);
+    write_text(to, escaped);
+  }
+  write_text(to, fill(journal_end, {{"title", title}}));
 }
 
-// No value when the note's own file cannot be mended.
-std::optional<std::string> journal_entry_of(const std::string& path) {
-  convert_line_ends(path);
-  if (!mend_lines(path) || !end_title(path)) return std::nullopt;
-  if (const std::optional<Note> note = read_note(path)) return journal_entry(*note);
-  const bool is_lost = !read_whole(path).value_or("").empty();
-  if (is_lost) std::fprintf(stderr, "The note %s has no title and is left out\n", path.c_str());
-  return "";
+// False when it is none.
+bool add_note(const std::string& path, const File& to) {
+  std::printf("Opening source file.");
+  const File file = open_file(path, "r");
+  if (!file) return false;
+  PieceReader pieces(file.get(), note_line_limit, BlockReader::block_size);
+  std::string_view piece;
+  if (!pieces.next(piece) || piece.find(':') == std::string_view::npos) return false;
+  const std::string first_line(piece);
+  std::printf("Line::%s", first_line.c_str());
+  write_journal(title_of(first_line), pieces, to);
+  return true;
+}
+
+// False when the note's own file cannot be mended.
+bool take_note(const std::string& path, const File& to) {
+  if (!convert_and_mend_lines(path) || !end_title(path)) return false;
+  if (!add_note(path, to) && !BlockReader(path).next(1).empty())
+    std::fprintf(stderr, "The note %s has no title and is left out\n", path.c_str());
+  return true;
 }
 
 // False when not all of `to` could be written.
@@ -279,11 +320,7 @@ bool write_notes(const std::string& folder, const std::vector<std::string>& name
   File out = open_file(to, "w");
   if (!out) return false;
   bool mended = true;
-  for (const std::string& name : names) {
-    const std::optional<std::string> entry = journal_entry_of(folder + "/" + name);
-    mended = mended && entry;
-    write_text(out, entry.value_or(""));
-  }
+  for (const std::string& name : names) mended = take_note(folder + "/" + name, out) && mended;
   return close_file(out) && mended;
 }
 

@@ -65,10 +65,9 @@ void prepare_for_tasks_alone(const CalendarPaths& paths) {
 
 // Without the file there is nothing to copy.
 bool take_copy(const std::string& file, const std::string& copy) {
-  convert_line_ends(file);
-  const bool mended = mend_lines(file);
-  SYSTEM(compose("cp %s %s", file, copy));
-  return mended && (!open_file(file, "r") || same_content(file, copy));
+  const bool mended = convert_and_mend_lines(file);
+  const int status = shell::run_for_status(compose("cp %s %s", file, copy));
+  return mended && (!open_file(file, "r") || is_copied(status, file, copy));
 }
 
 bool take_copies(const CalendarPaths& paths) {
@@ -76,16 +75,27 @@ bool take_copies(const CalendarPaths& paths) {
   return take_copy(paths.tasks, paths.tasks_copy) && has_calendar;
 }
 
+LineRules calendar_rules(CalendarLines& lines) {
+  return {
+      .trace = "Line::", .marks = calendar_marks, .rewrite = [&](std::string_view line, std::string& out) {
+        out += lines.calendar(line);
+        return false;
+      }};
+}
+
+LineRules task_rules(CalendarLines& lines) {
+  return {.marks = task_marks, .rewrite = [&](std::string_view line, std::string& out) {
+            out += lines.task(line);
+            return false;
+          }};
+}
+
 bool replace_calendar(const CalendarPaths& paths, CalendarLines& lines) {
   SYSTEM(compose("mkdir %s", paths.profile_folder));
-  const bool rewritten = rewrite_lines(paths.calendar_copy, paths.calendar, [&](const std::string& line) {
-    std::printf("Line::%s", line.c_str());
-    return lines.calendar(line);
-  });
-  if (!rewritten) return false;
+  if (!rewrite_lines(paths.calendar_copy, paths.calendar, calendar_rules(lines))) return false;
   SYSTEM(compose("rm %s", paths.data_file));
-  run_and_trace(compose("cp %s %s", paths.calendar, paths.data_file));
-  return same_content(paths.calendar, paths.data_file);
+  const int status = run_and_trace(compose("cp %s %s", paths.calendar, paths.data_file));
+  return is_copied(status, paths.calendar, paths.data_file);
 }
 
 std::string unused_name_beside(const std::string& file) {
@@ -95,14 +105,13 @@ std::string unused_name_beside(const std::string& file) {
 }
 
 bool put_tasks_in_front(const CalendarPaths& paths, CalendarLines& lines) {
-  if (!rewrite_lines(paths.tasks_copy, paths.tasks,
-                     [&](const std::string& line) { return lines.task(line); }))
-    return false;
+  if (!rewrite_lines(paths.tasks_copy, paths.tasks, task_rules(lines))) return false;
   const std::string calendar = unused_name_beside(paths.data_file);
-  SYSTEM(compose("cp %s %s", paths.data_file, calendar));
-  const bool copied = holds_joined(calendar, {paths.data_file});
-  SYSTEM(compose("cat %s %s > %s", paths.tasks, calendar, paths.data_file));
-  const bool joined = copied && holds_joined(paths.data_file, {paths.tasks, calendar});
+  const int copying = shell::run_for_status(compose("cp %s %s", paths.data_file, calendar));
+  const bool copied = is_joined(copying, calendar, {paths.data_file});
+  const int joining =
+      shell::run_for_status(compose("cat %s %s > %s", paths.tasks, calendar, paths.data_file));
+  const bool joined = copied && is_joined(joining, paths.data_file, {paths.tasks, calendar});
   run_and_trace(compose("rm %s", calendar));
   return joined;
 }
