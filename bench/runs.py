@@ -1,0 +1,228 @@
+"""Whole runs of the wizard, each in a view of its own (tools/view, dressed by tools/preview/prepare): rows of bench/run.
+
+A run is compared with a shell script of the commands that a recorded run of the same archive on the same system has
+started from the click on page 2's Next on, in their order. What the wizard's worker sleeps because it must (after it has
+started a program, until a question is answered) is measured in it and taken off; the script does not sleep.
+"""
+import os
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+from dataclasses import dataclass
+
+import archives
+import inputs
+from measure import Failed, Goal, median, median_ratio
+
+sys.path.append(os.path.dirname(os.path.dirname(os.path.realpath(__file__))) + "/tools")
+
+import tables
+
+SOURCE = archives.SOURCE
+SYSTEMS = ("gnome", "nld", "linspire", "xandros", "redflag", "redflag-plus")
+TIMEOUT = 3600  # seconds for a run with its view
+SCRIPT, SHELLS = "script", "a shell each"
+MOST_MEMORY = 40
+LONGEST_ANSWER = 50  # milliseconds
+WITHIN = 1.1
+
+
+# ---- A run ---------------------------------------------------------------------------------------------------
+
+
+@dataclass
+class Run:
+    """What a view is made with; `folder` receives what a run leaves."""
+    build: str
+    folder: str
+    system: str
+    archive: str
+
+    def once(self, what):
+        """One of bench/whole-run's kinds of run."""
+        inside = "/run/brindle"
+        archive = inside + "/archive/" + os.path.basename(self.archive)
+        binds = {self.build + "/stage": "/stage", self.build + "/tools/brindle-shell-recorder": "/recorder",
+                 self.build + "/bench/libbench-driven.so": "/driven", self.build + "/bench/bench-answers": "/answers",
+                 self.archive: "/archive/" + os.path.basename(self.archive)}
+        prepare = shlex.join([inside + "/source/tools/preview/prepare", "--stage", inside + "/stage", "--system", self.system,
+                              "--archive", archive])
+        command = [SOURCE + "/tools/view", "--share", self.folder + "=" + inside + "/out", "--env", "PYTHONDONTWRITEBYTECODE=1"]
+        for outside, place in binds.items():
+            command += ["--bind", outside + "=" + inside + place]
+        try:
+            ended = subprocess.run([*command, "--prepare", prepare, "--", SOURCE + "/bench/whole-run", what],
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                   timeout=TIMEOUT, check=False)
+        except subprocess.TimeoutExpired as late:
+            raise Failed("a run (%s) has not ended in %d seconds" % (what, TIMEOUT)) from late
+        if ended.returncode != 0:
+            raise Failed("a run (%s) ended with %d: %s" % (what, ended.returncode, ended.stdout.decode("utf-8", "replace")[-500:]))
+
+    def report(self):
+        with open(self.folder + "/report", encoding="ascii") as file:
+            return [float(word) for word in file.read().split()]
+
+    def wizard(self):
+        """Seconds without the sleeps, the sleeps, megabytes, and seconds of the processor in the wizard alone."""
+        self.once("wizard")
+        seconds, slept, kilobytes, _, own = self.report()
+        return seconds - slept, slept, kilobytes / 1024, own
+
+    def script(self, text):
+        with open(self.folder + "/script", "w", encoding="utf-8", errors="surrogateescape") as file:
+            file.write(text)
+        self.once("script")
+        return self.report()[0]
+
+    def record(self):
+        self.once("record")
+        return [row[2] for row in tables.read(self.folder + "/commands.tsv")]
+
+
+def stands_alone(command):
+    """Whether a command can stand as a line of a script among others."""
+    words = ["/bin/sh", "-n", "-c", os.fsencode(command.encode("utf-8", "surrogateescape"))]
+    return subprocess.run(words, stderr=subprocess.DEVNULL, check=False).returncode == 0
+
+
+def in_one_shell(commands):
+    return "".join((each if stands_alone(each) else in_own_shell(each)) + "\n" for each in commands)
+
+
+def in_own_shell(command):
+    return "/bin/sh -c " + shlex.quote(command)
+
+
+def in_shells(commands):
+    """As system() starts them."""
+    return "".join(in_own_shell(each) + "\n" for each in commands)
+
+
+# ---- Rows: each returns cells of bench/run's table by their names ---------------------------------------------
+
+
+def verdict(value, most, goals_count):
+    return "-" if not goals_count else "yes" if value <= most else "no"
+
+
+def against_script(row, system, archive):
+    def measure(make_run, options):
+        run = make_run(system, archive)
+        commands = run.record()
+        scripts = {SCRIPT: in_one_shell(commands), SHELLS: in_shells(commands)}
+        took = {name: [] for name in ("wizard", *scripts)}
+        for number in range(options["rounds"]):
+            order = list(took)
+            for name in reversed(order) if number % 2 else order:
+                took[name].append(run.script(scripts[name]) if name in scripts else run.wizard())
+        ours, slept, megabytes, own = zip(*took["wizard"])
+        for name, goal in ((SCRIPT, Goal(ratio=1.05)), (SHELLS, Goal())):
+            ratio = median_ratio(ours, took[name])
+            yield {"name": row, "ours": "%.3f s" % median(ours), "other": name, "theirs": "%.3f s" % median(took[name]),
+                   "ratio": "%.2f" % ratio, "memory": "%.1f" % max(megabytes), "goal": "%g" % goal.ratio if goal.ratio else "-",
+                   "met": verdict(ratio, goal.ratio, goal.ratio and not options["quick"])}
+        print("    %d commands, %.1f s slept, %.2f s of the processor in the wizard" % (len(commands), median(slept), median(own)),
+              file=sys.stderr)
+    return measure
+
+
+def growth(row, system, folder, none, one, more):
+    """Runs of archives that are so many times as large, without what the run of one without anything takes."""
+    def measure(make_run, options):
+        took = {number: [] for number in (none, one, *more)}
+        for number in range(options["rounds"]):
+            order = list(took)
+            for size in reversed(order) if number % 2 else order:
+                took[size].append(make_run(system, "%s/%d.zip" % (folder, size)).wizard()[0])
+        fixed = median(took[none])
+        of_one = median(took[one]) - fixed
+        for times in more:
+            ours = median(took[times]) - fixed
+            ratio = ours / max(times * of_one, 0.001)
+            yield {"name": "%s-%d" % (row, times), "ours": "%.3f s" % ours, "other": "%d times 1" % times,
+                   "theirs": "%.3f s" % (times * of_one), "ratio": "%.2f" % ratio, "goal": "%g" % WITHIN,
+                   "met": verdict(ratio, WITHIN, not options["quick"])}
+    return measure
+
+
+def answers(system, archive):
+    def measure(make_run, options):
+        run = make_run(system, archive)
+        run.once("clicks")
+        with open(run.folder + "/answers", encoding="utf-8", errors="replace") as file:
+            took = [line.rstrip("\n").split("\t", 1) for line in file]
+        if len(took) < 10:
+            raise Failed("the wizard has answered %d times" % len(took))
+        took.sort(key=lambda answer: float(answer[0]))
+        milliseconds = [float(answer[0]) for answer in took]
+        longest, late = milliseconds[-1], milliseconds[int(len(took) * 0.99)]
+        yield {"name": "click", "ours": "%.1f ms" % longest, "other": "99 of 100, of %d" % len(took), "theirs": "%.1f ms" % late,
+               "goal": "%d ms" % LONGEST_ANSWER, "met": verdict(longest, LONGEST_ANSWER, not options["quick"])}
+        for answer in took[-5:]:
+            print("    %s ms behind: %s" % (answer[0], " ".join(answer[1:])[:100]), file=sys.stderr)
+    return measure
+
+
+def memory(row, systems, archive):
+    def measure(make_run, options):
+        most = max((make_run(system, archive).wizard()[2], system) for system in systems)
+        yield {"name": row, "ours": "-", "other": "on " + most[1], "memory": "%.1f" % most[0], "goal": "%d MB" % MOST_MEMORY,
+               "met": verdict(most[0], MOST_MEMORY, not options["quick"])}
+    return measure
+
+
+@dataclass
+class Row:
+    """One or several lines of the table. `gigabytes` on disk or in memory for the input, `in_view` in memory for what is
+    made of it."""
+    name: str
+    make: object
+    gigabytes: float
+    in_view: float
+    measure_with: object  # of the input's folder
+
+
+def rows():
+    for system in SYSTEMS:
+        for sample in ("one-person", "family"):
+            name = "run-%s-%s" % (system, sample)
+            yield Row(name, archives.samples, 0.1, 0.5,
+                      lambda folder, n=name, y=system, a=sample: against_script(n, y, "%s/%s.zip" % (folder, a)))
+        name = "run-%s-1gb" % system
+        yield Row(name, archives.one_gigabyte, 1.5, 3,
+                  lambda folder, n=name, y=system: against_script(n, y, folder + "/documents.zip"))
+    yield Row("size", archives.sizes, 1, 3, lambda folder: growth("size", "gnome", folder, 0, 1, (4, 16)))
+    yield Row("family", archives.families, 1, 3, lambda folder: growth("family", "gnome", folder, 0, 1, (20,)))
+    yield Row("click", archives.one_gigabyte, 1.5, 3, lambda folder: answers("gnome", folder + "/everything.zip"))
+    for name, make, gigabytes, in_view, file, systems in (
+            ("memory-1gb", archives.one_gigabyte, 1.5, 3, "everything", ("gnome",)),
+            ("memory-family", archives.families, 1, 3, "20", ("gnome", "redflag")),
+            ("memory-texts", archives.large_texts, 0.3, 1, "texts", ("gnome", "linspire", "redflag")),
+            ("memory-mailbox", archives.large_mailbox, 6, 10, "mailbox", ("redflag",))):
+        yield Row(name, make, gigabytes, in_view, lambda folder, n=name, f=file, s=systems: memory(n, s, "%s/%s.zip" % (folder, f)))
+
+
+ROWS = {row.name: row for row in rows()}
+
+
+def install_stage(build):
+    """What a view installs."""
+    stage = build + "/stage"
+    shutil.rmtree(stage, ignore_errors=True)
+    for words, more in ((["--build", build], {}), (["--install", build], {"DESTDIR": stage})):
+        ended = subprocess.run(["cmake", *words], env=dict(os.environ, **more), stdout=subprocess.PIPE,
+                               stderr=subprocess.STDOUT, check=False)
+        if ended.returncode != 0:
+            sys.stderr.buffer.write(ended.stdout[-4000:])
+            raise Failed("the program could not be installed")
+
+
+def measure(row, build, place, options):
+    """The lines of a row."""
+    with tempfile.TemporaryDirectory(prefix="brindle-bench-run-") as folder:
+        def make_run(system, archive):
+            return Run(build, folder, system, archive)
+        yield from row.measure_with(place)(make_run, options)
