@@ -66,7 +66,7 @@ class Run:
             return [float(word) for word in file.read().split()]
 
     def wizard(self):
-        """Seconds without the sleeps, the sleeps, megabytes, and seconds of the processor in the wizard alone."""
+        """Seconds without the sleeps, the sleeps, megabytes, and seconds of the processor in the worker itself."""
         self.once("wizard")
         seconds, slept, kilobytes, _, own = self.report()
         return seconds - slept, slept, kilobytes / 1024, own
@@ -124,7 +124,7 @@ def against_script(row, system, archive):
             yield {"name": row, "ours": "%.3f s" % median(ours), "other": name, "theirs": "%.3f s" % median(took[name]),
                    "ratio": "%.2f" % ratio, "memory": "%.1f" % max(megabytes), "goal": "%g" % goal.ratio if goal.ratio else "-",
                    "met": verdict(ratio, goal.ratio, goal.ratio and not options["quick"])}
-        print("    %d commands, %.1f s slept, %.2f s of the processor in the wizard" % (len(commands), median(slept), median(own)),
+        print("    %d commands, %.1f s slept, %.2f s of the processor in the worker" % (len(commands), median(slept), median(own)),
               file=sys.stderr)
     return measure
 

@@ -1,6 +1,8 @@
 #include "shell/ending.h"
 
+#include <poll.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@
 #include <set>
 #include <thread>
 
+#include "place/descriptor.h"
 #include "shell/processes.h"
 
 namespace {
@@ -69,8 +72,17 @@ void end_tree(pid_t child, int rounds) {
   ask(processes, processes.tree_of(child), rounds < rounds_to_end ? Asked::kindly : Asked::to_death);
 }
 
+// Until it has ended, where the kernel tells, and no longer than so.
+void sleep_beside(const Descriptor& child, useconds_t microseconds) {
+  if (!child) return static_cast<void>(usleep(microseconds));
+  const timespec longest{.tv_sec = 0, .tv_nsec = 1000L * microseconds};
+  pollfd its_end{.fd = child.number(), .events = POLLIN, .revents = 0};
+  ppoll(&its_end, 1, &longest, nullptr);
+}
+
 int wait_for(pid_t child) {
   constexpr useconds_t longest_microseconds = 20'000;
+  const Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
   int status = 0;
   int rounds_to_end = 0;
   for (useconds_t pause = 500;; pause = std::min(2 * pause, longest_microseconds)) {
@@ -79,7 +91,7 @@ int wait_for(pid_t child) {
     if (ended < 0 && errno != EINTR) return -1;
     if (!meanwhile()) told_to_end = true;
     if (told_to_end) end_tree(child, rounds_to_end++);
-    usleep(pause);
+    sleep_beside(process, pause);
   }
 }
 
