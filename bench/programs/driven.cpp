@@ -11,6 +11,8 @@
 #include <dlfcn.h>
 #include <glib.h>
 #include <gtk/gtk.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -105,12 +107,17 @@ long largest_memory() {
   return kilobytes;
 }
 
+double seconds_of(const timeval& time) { return double(time.tv_sec) + double(time.tv_usec) / 1e6; }
+
 void report() {
   std::FILE* file = std::fopen(std::getenv("BRINDLE_BENCH_REPORT"), "w");
   if (file == nullptr) return;
   const std::chrono::duration<double> seconds = ended - clicked;
-  std::fprintf(file, "%.6f %.6f %ld %ld %.6f\n", seconds.count(), double(slept_nanoseconds) / 1e9,
-               largest_memory(), commands_before, seconds_of_worker);
+  rusage commands{};
+  getrusage(RUSAGE_CHILDREN, &commands);
+  std::fprintf(file, "%.6f %.6f %ld %ld %.6f %.6f\n", seconds.count(), double(slept_nanoseconds) / 1e9,
+               largest_memory(), commands_before, seconds_of_worker,
+               seconds_of(commands.ru_utime) + seconds_of(commands.ru_stime));
   std::fclose(file);
 }
 
