@@ -13,7 +13,6 @@ import tempfile
 from dataclasses import dataclass
 
 import archives
-import inputs
 from measure import Failed, Goal, median, median_ratio
 
 sys.path.append(os.path.dirname(os.path.dirname(os.path.realpath(__file__))) + "/tools")
@@ -59,19 +58,20 @@ class Run:
                  self.build + "/bench/libbench-driven.so": "/driven", self.build + "/bench/bench-answers": "/answers",
                  self.build + "/bench/bench-empty": "/empty",
                  self.archive: "/archive/" + os.path.basename(self.archive)}
-        prepare = shlex.join([inside + "/source/tools/preview/prepare", "--stage", inside + "/stage", "--system", self.system,
-                              "--archive", archive])
+        prepare = [inside + "/source/tools/preview/prepare", "--stage", inside + "/stage", "--system", self.system,
+                   "--archive", archive]
         command = [SOURCE + "/tools/view", "--share", self.folder + "=" + inside + "/out", "--env", "PYTHONDONTWRITEBYTECODE=1"]
         for outside, place in binds.items():
             command += ["--bind", outside + "=" + inside + place]
         try:
-            ended = subprocess.run([*command, "--prepare", prepare, "--", SOURCE + "/bench/whole-run", what],
+            ended = subprocess.run([*command, "--prepare", shlex.join(prepare), "--", SOURCE + "/bench/whole-run", what],
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
                                    timeout=TIMEOUT, check=False)
         except subprocess.TimeoutExpired as late:
             raise Failed("a run (%s) has not ended in %d seconds" % (what, TIMEOUT)) from late
         if ended.returncode != 0:
-            raise Failed("a run (%s) ended with %d: %s" % (what, ended.returncode, ended.stdout.decode("utf-8", "replace")[-500:]))
+            words = ended.stdout.decode("utf-8", "replace")[-500:]
+            raise Failed("a run (%s) ended with %d: %s" % (what, ended.returncode, words))
 
     def report(self):
         with open(self.folder + "/report", encoding="ascii") as file:
@@ -138,7 +138,8 @@ def against_script(row, system, archive):
             yield {"name": row, "ours": "%.3f s" % median(seconds), "other": name,
                    "theirs": "%.3f s" % median(each.seconds for each in took[name]), "ratio": "%.2f" % ratio,
                    "user": "%.2f" % processor, "memory": "%.1f" % max(each.megabytes for each in ours),
-                   "goal": "%g" % goal.ratio if goal.ratio else "-", "met": verdict(ratio, goal.ratio, goal.ratio and not options["quick"])}
+                   "goal": "%g" % goal.ratio if goal.ratio else "-",
+                   "met": verdict(ratio, goal.ratio, goal.ratio and not options["quick"])}
         print("    %d commands, %.1f s slept, %.2f s of the processor in the worker, of %.2f s" %
               (len(commands), median(each.slept for each in ours), median(each.own for each in ours),
                median(each.processor for each in ours)), file=sys.stderr)
@@ -224,7 +225,8 @@ def rows():
             ("memory-family", archives.families, 1, 3, "20", ("gnome", "redflag")),
             ("memory-texts", archives.large_texts, 0.3, 1, "texts", ("gnome", "linspire", "redflag")),
             ("memory-mailbox", archives.large_mailbox, 6, 10, "mailbox", ("redflag",))):
-        yield Row(name, make, gigabytes, in_view, lambda folder, n=name, f=file, s=systems: memory(n, s, "%s/%s.zip" % (folder, f)))
+        yield Row(name, make, gigabytes, in_view,
+                  lambda folder, n=name, f=file, s=systems: memory(n, s, "%s/%s.zip" % (folder, f)))
 
 
 ROWS = {row.name: row for row in rows()}
