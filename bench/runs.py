@@ -230,6 +230,9 @@ def rows():
 
 
 ROWS = {row.name: row for row in rows()}
+USUAL_SYSTEMS = ("gnome", "redflag")
+ONLY_BY_NAME = {"run-%s-%s" % (system, what) for system in SYSTEMS if system not in USUAL_SYSTEMS
+                for what in ("one-person", "family", "1gb")}
 
 
 def install_stage(build):
