@@ -1,13 +1,16 @@
 #include "callbacks/source.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "interface/dialogs.h"
 #include "interface/parts.h"
@@ -165,6 +168,21 @@ class PageCommands {
   enum cd was_chosen_;
 };
 
+// The list of an archive of many thousand files takes longer to read than a click may wait for its answer, so
+// the windows live on meanwhile.
+Encryption encryption_beside_windows(const std::string& path) {
+  constexpr unsigned int pause_microseconds = 2000;
+  try {
+    std::future<Encryption> found = std::async(std::launch::async, encryption_of_archive, path);
+    while (found.wait_for(std::chrono::seconds(0)) != std::future_status::ready &&
+           shell::pause_and_serve(pause_microseconds)) {
+    }
+    return found.get();
+  } catch (const std::system_error&) {  // no room for another thread
+    return encryption_of_archive(path);
+  }
+}
+
 }  // namespace
 
 // The guards in the two handlers: a switch makes the toolkit signal both buttons of the group, and the old
@@ -226,7 +244,8 @@ void on_next2_clicked(GtkButton* /*button*/, gpointer /*user_data*/) {
   if (!checks.are_still_wanted()) return;
   if (create_dialog != nullptr) return show_over_page(create_dialog());
   explicit_bzero(g_password, sizeof g_password);
-  const Encryption encryption = encryption_of_archive(g_filename);
+  const Encryption encryption = encryption_beside_windows(g_filename);
+  if (!checks.are_still_wanted()) return;
   if (encryption == Encryption::other) return show_over_page(create_zipOtherEncryption());
   if (encryption == Encryption::traditional) return ask_for_password(bytes);
   start_run(bytes);

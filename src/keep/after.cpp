@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "place/opened.h"
+
 namespace keep {
 
 namespace {
@@ -32,10 +34,30 @@ void Keeping::settle_tree(const Where& where, const std::string& before) {
   if (!entry) return std::perror(where.path.c_str());
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
   drop_if_same(where, before, *entry);
-  if (before != nothing || entry->type != Type::folder) return;
+  if (before == nothing && entry->type == Type::folder) settle_made_folder(where);
+}
+
+void Keeping::settle_made_folder(const Where& where) {
   told_.add(where.path);
-  for (const std::string& name : where.names().value_or(std::vector<std::string>()))
-    settle_tree(where.in(name), nothing);
+  for (const Where& folder : settle_made_entries(where)) settle_made_folder(folder);
+}
+
+// Each by its name in the open folder: the kernel need not go the whole way to every file. Returns the
+// folders, which are opened when this one is closed: a tree may have more levels than a program may have
+// files open.
+std::vector<Where> Keeping::settle_made_entries(const Where& where) {
+  std::vector<Where> folders;
+  const Descriptor opened = where.open();
+  const auto names = opened ? place::names_in(opened.number()) : std::nullopt;
+  for (const std::string& name : names.value_or(std::vector<std::string>())) {
+    const Where each = where.in(name);
+    if (each.is_kept_folder()) continue;
+    const std::optional<Entry> entry = place::look_in(opened.number(), name.c_str(), Content::read);
+    if (!entry) std::perror(each.path.c_str());
+    if (entry) write_later(each, {Kind::path, each.path, nothing, place::text_of(*entry)});
+    if (entry && entry->type == Type::folder) folders.push_back(each);
+  }
+  return folders;
 }
 
 // A copy of what is still there as it was is of no use; a later step may need one.

@@ -94,6 +94,8 @@ class Keeping {
   void settle_one(const Where& where, const std::string& before);
   void settle_folders_above(Where where);
   void settle_tree(const Where& where, const std::string& before);
+  void settle_made_folder(const Where& where);
+  std::vector<Where> settle_made_entries(const Where& where);
   void settle_copied(const Where& folder, std::string_view names);
   void settle_names(const Where& where, const Paths& there);
   void drop_if_same(const Where& where, const std::string& before, const place::Entry& now);

@@ -106,7 +106,7 @@ bool write_joined(int list, int to) {
   const bool read = each_line(list, [&](off_t at, const Row& row) {
     const Lines& of = lines.at(key_of(row));
     if (of.first != at) return;
-    const std::optional<Row> last = row_at(list, of.last);
+    const std::optional<Row> last = of.last == at ? row : row_at(list, of.last);
     text += line_of({row.kind, row.name, row.before, last ? last->became : row.became});
     if (text.size() < (1 << 16)) return;
     written = write_all(to, text) && written;

@@ -2,6 +2,8 @@
 #ifndef BRINDLE_KEEP_WHERE_H
 #define BRINDLE_KEEP_WHERE_H
 
+#include <fcntl.h>
+
 #include <map>
 #include <optional>
 #include <string>
@@ -59,6 +61,7 @@ struct Where {
     const int top = home->number();
     return top < 0 ? std::nullopt : place::names_beneath(top, below());
   }
+  Descriptor open() const { return place::open_beneath(home->number(), below(), O_RDONLY | O_DIRECTORY); }
   place::Spot spot() const { return place::spot_beneath(home->number(), below()); }
 };
 

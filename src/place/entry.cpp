@@ -174,11 +174,10 @@ bool read_time(std::string_view text, timespec& time) {
 
 }  // namespace
 
-std::optional<Entry> look_at(const Spot& spot, Content content) {
+std::optional<Entry> look_in(int folder, const char* name, Content content) {
   struct stat what {};
-  if (!is_open(spot) || fstatat(spot.folder.number(), spot.name.c_str(), &what, AT_SYMLINK_NOFOLLOW) != 0)
-    return nothing_or_error();
-  std::optional<std::string> said = content_of(spot.folder.number(), spot.name.c_str(), what, content);
+  if (fstatat(folder, name, &what, AT_SYMLINK_NOFOLLOW) != 0) return nothing_or_error();
+  std::optional<std::string> said = content_of(folder, name, what, content);
   if (!said) return errno == ENOENT ? std::optional(Entry()) : std::nullopt;  // it has just gone
   Entry entry;
   entry.type = type_of(what.st_mode);
@@ -189,6 +188,10 @@ std::optional<Entry> look_at(const Spot& spot, Content content) {
   if (entry.type == Type::file && what.st_nlink > 1) entry.inode = what.st_ino;
   entry.content = std::move(*said);
   return entry;
+}
+
+std::optional<Entry> look_at(const Spot& spot, Content content) {
+  return is_open(spot) ? look_in(spot.folder.number(), spot.name.c_str(), content) : nothing_or_error();
 }
 
 std::optional<Entry> look_beneath(int top, const std::string& path, Content content) {

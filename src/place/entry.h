@@ -36,6 +36,7 @@ enum class Content : std::uint8_t { read, not_read };
 /// missing folder on the way counts as nothing.
 std::optional<Entry> look_at(const Spot& spot, Content content);
 std::optional<Entry> look_beneath(int top, const std::string& path, Content content);
+std::optional<Entry> look_in(int folder, const char* name, Content content);
 
 /// One line without its end: "nothing", or type, mode in octal, uid, gid, time in seconds with nine decimals,
 /// inode and content, with a blank between each; without content the inode is last. The content may hold

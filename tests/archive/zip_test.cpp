@@ -2,6 +2,12 @@
 #include "process/archive/zip.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "archive/windows_zip.h"
 #include "support/files.h"
@@ -24,6 +30,32 @@ TEST(Zip, FindsAnEntryWrongThatIsShorterThanItsListSays) {
   ASSERT_TRUE(zip);
   EXPECT_EQ(Zip::Reading::wrong, read(zip, 0));
   EXPECT_EQ(Zip::Reading::whole, read(zip, 1));
+}
+
+long resident_kilobytes() {
+  std::istringstream lines(read_file("/proc/self/status"));
+  for (std::string line; std::getline(lines, line);)
+    if (line.starts_with("RssAnon:")) return std::stol(line.substr(8));
+  return 0;
+}
+
+// Each thread that has read one would keep it.
+TEST(Zip, GivesBackTheMemoryOfALongList) {
+  constexpr int entries = 20000;
+  {
+    std::vector<PackedFile> files;
+    for (int number = 0; number < entries; ++number)
+      files.push_back({"letter " + std::to_string(number), ""});
+    write_zip(path, files);
+  }
+  malloc_trim(0);
+  const long before = resident_kilobytes();
+  auto zip = std::make_unique<Zip>(path);
+  ASSERT_EQ(std::uint64_t{entries}, zip->count());
+  EXPECT_LT(before + 3000, resident_kilobytes());
+  const std::string allocated_last(1000, ' ');  // what lies behind the list in memory stays
+  zip.reset();
+  EXPECT_GT(before + 1000, resident_kilobytes());
 }
 
 }  // namespace

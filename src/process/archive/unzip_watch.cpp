@@ -1,13 +1,15 @@
 #include "process/archive/unzip_watch.h"
 
 #include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <system_error>
@@ -18,7 +20,7 @@
 
 namespace {
 
-constexpr useconds_t pause_microseconds = 5000;
+constexpr std::chrono::milliseconds pause_between_looks{5};
 
 // ---- Room ------------------------------------------------------------------------------------------------
 
@@ -102,6 +104,14 @@ class Look {
   std::optional<pid_t> unzip_;
 };
 
+// Until the next look, or until the watching is over: the run waits for that.
+void pause(const std::stop_token& is_over) {
+  std::mutex mutex;
+  std::condition_variable_any end;
+  std::unique_lock lock(mutex);
+  end.wait_for(lock, is_over, pause_between_looks, [] { return false; });
+}
+
 void watch(const std::stop_token& is_over, const Watched& watched, std::atomic<Overrun>& found) {
   Look look(watched);
   while (!is_over.stop_requested()) {
@@ -109,7 +119,7 @@ void watch(const std::stop_token& is_over, const Watched& watched, std::atomic<O
       found = overrun;
       end_commands_on(watched.folder);  // once more in the next round, if it has not begun yet
     }
-    usleep(pause_microseconds);
+    pause(is_over);
   }
 }
 

@@ -1,5 +1,6 @@
 #include "process/archive/zip.h"
 
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <cstring>
@@ -28,6 +29,13 @@ Encryption encryption_of(zip_uint16_t method) {
 }
 
 }  // namespace
+
+// A list of 20,000 entries takes 6 MB in small pieces, which the C library would keep for each thread that
+// has read one.
+void Zip::Closer::operator()(zip_t* zip) const {
+  zip_discard(zip);
+  malloc_trim(0);
+}
 
 Zip::Zip(const std::string& path) {
   int code = 0;

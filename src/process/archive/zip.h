@@ -56,7 +56,7 @@ class Zip {
 
  private:
   struct Closer {
-    void operator()(zip_t* zip) const { zip_discard(zip); }
+    void operator()(zip_t* zip) const;  // its memory goes back to the system
   };
   std::unique_ptr<zip_t, Closer> zip_;
   std::string error_;
