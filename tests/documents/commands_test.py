@@ -199,6 +199,15 @@ class Ways(unittest.TestCase):
         listed = Path("tests/documents/undo_test.py").read_text()
         self.assertIn(re.sub(r"\d{4}-\d\d-\d\d-\d+", "{RUN}", command), listed)
 
+    def pack(self, command):
+        """With two people on a disk that is mounted."""
+        for name in ("Ann", "Bob"):
+            put(Path(f"/mnt/windows/Users/{name}/Documents/Letter.txt"), "Dear Ann\n", 0o644)
+        shutil.copy(BUILD / "src/brindle-pack", "/usr/local/bin/brindle-pack")
+        self.assertIn("Ann, account ann", self.succeeds(command))
+        for made in TREE.glob("*.zip"):
+            made.unlink()
+
     def windows(self, command):
         """Builds and shows all windows: windows_test.py does it with this build; here the options are read."""
         tool, *words = command.split()
@@ -249,6 +258,7 @@ WAYS = (
     ("./check*", Ways.checks),
     ("brindle-account*", Ways.account),
     ("brindle-undo*", Ways.undo),
+    ("brindle-pack*", Ways.pack),
     ("cmake*", Ways.builds),
     ("ctest*", Ways.builds),
     ("build/debug/tests/*", Ways.in_a_test_program),

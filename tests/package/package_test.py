@@ -137,6 +137,7 @@ class Contents(unittest.TestCase):
         for words, first in (("brindle --version", "brindle 0.1"), ("brindle --help", "usage: brindle [options]"),
                              ("brindle-account --help", "usage: brindle-account [options] ARCHIVE.zip"),
                              ("brindle-undo --help", "usage: brindle-undo "),
+                             ("brindle-pack --help", "usage: brindle-pack [options] SOURCE OUT.zip"),
                              ("foomatic-ppdfile-bd -h", "usage: foomatic-ppdfile-bd -P TEXT")):
             done = run(*words.split())
             self.assertEqual(done.stderr, "", words)
@@ -161,7 +162,7 @@ class Pages(unittest.TestCase):
         return gzip.open(f"/usr/share/man/man1/{program}.1.gz", "rt", encoding="utf-8").read().replace("\\-", "-")
 
     def test_each_program_has_one_that_man_shows_without_a_warning(self):
-        self.assertEqual(sorted(self.programs), ["brindle", "brindle-account", "brindle-undo", "foomatic-ppdfile-bd"])
+        self.assertEqual(sorted(self.programs), ["brindle", "brindle-account", "brindle-pack", "brindle-undo", "foomatic-ppdfile-bd"])
         for program in self.programs:
             done = run("man", "--warnings", program, env={**os.environ, "MANWIDTH": "80"})
             self.assertEqual(done.stderr, "")
@@ -178,7 +179,7 @@ class Pages(unittest.TestCase):
             self.assertEqual(headed, told, program)
 
     def test_they_tell_the_exit_statuses(self):
-        for program in ("brindle-account", "brindle-undo", "foomatic-ppdfile-bd"):
+        for program in ("brindle-account", "brindle-pack", "brindle-undo", "foomatic-ppdfile-bd"):
             self.assertRegex(self.page(program), r"(?m)^\.SH EXIT STATUS\n\.TP\n\.B 0\n")
 
     def test_files_and_other_pages_that_they_name_are_there(self):

@@ -40,8 +40,8 @@ def picture():
 
 
 def name_of_room(row):
-    """A room is called by the last part of its folder, those of the account by both; "layout" is a single header."""
-    return row.replace("/", "_") if row.startswith("account/") else os.path.basename(row).removesuffix(".h")
+    """A room is called by the last part of its folder, those of the account and of packing by both; "layout" is a single header."""
+    return row.replace("/", "_") if row.startswith(("account/", "pack/")) else os.path.basename(row).removesuffix(".h")
 
 
 def rooms_with_sources():
@@ -148,10 +148,13 @@ class Sources(unittest.TestCase):
 
     def test_a_type_is_defined_in_one_header(self):
         """A program that links two of one name takes the functions of either for both."""
-        account = SRC / "account"
-        headers = [path for path in sources() if path.suffix == ".h"]
-        for program in ([path for path in headers if account not in path.parents],
-                        [path for path in headers if account in path.parents]):
+        programs = {}
+        for path in sources():
+            if path.suffix == ".h":
+                top = path.relative_to(SRC).parts[0]
+                programs.setdefault(top if top in ("account", "pack") else "wizard", []).append(path)
+        self.assertEqual(3, len(programs))
+        for program in programs.values():
             found = [name for path in program for name in TYPE.findall(path.read_text())]
             self.assertNotEqual([], found)
             self.assertEqual([], sorted({name for name in found if found.count(name) > 1}))
