@@ -28,7 +28,7 @@ class Lint(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder)
         self.put("tools/good.sh", "#!/bin/bash\necho \"$1\"\n")
         self.put("tools/good.py", "import os\nprint(os.name)\n")
-        self.put("tools/good.pl", "use strict;\nuse warnings;\nprint 1;\n")
+        self.put("tools/good.pl", "#!/usr/bin/perl\nuse strict;\nuse warnings;\nprint 1;\n")
         for name in ("tools/lint", "tools/spelling-exceptions.txt", ".perlcriticrc"):
             shutil.copy(SOURCE + "/" + name, self.folder + "/" + name)
 
