@@ -183,8 +183,9 @@ sub outside_quotes {
 }
 
 sub params_of {
+    my @words = @_;
     my %params;
-    for my $word (@_) {
+    for my $word (@words) {
         my ($name, $values) = $word =~ /^([^=]*)=(.*)$/s ? ($1, $2) : ('TYPE', $word);
         my @values = map { s/^"(.*)"$/$1/r } outside_quotes(',', $values);
         push @{ $params{ uc $name } }, @values;

@@ -17,6 +17,7 @@
 
 #include "place/descriptor.h"
 #include "shell/processes.h"
+#include "state/sleep.h"
 
 namespace {
 
@@ -123,9 +124,9 @@ EvenAtTheEnd::EvenAtTheEnd() { even_at_the_end = true; }
 EvenAtTheEnd::~EvenAtTheEnd() { even_at_the_end = false; }
 
 void pause_for(unsigned int seconds) {
-  constexpr useconds_t look_microseconds = 50'000;
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-  while (!ends && std::chrono::steady_clock::now() < end) usleep(look_microseconds);
+  constexpr auto between_looks = std::chrono::milliseconds(50);
+  for (auto left = std::chrono::seconds(seconds) / between_looks; left > 0 && !ends; --left)
+    waiting::sleep_for(between_looks);
 }
 
 bool end_commands(Asked how) {

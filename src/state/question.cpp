@@ -1,11 +1,12 @@
 #include "state/question.h"
 
 #include <strings.h>
-#include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 
 #include "state/posts.h"
+#include "state/sleep.h"
 #include "state/state.h"
 
 namespace {
@@ -29,7 +30,7 @@ bool Question::ask() {
   declined_ = 0;
   storage_.open = 1;
   post_to_gui(show_, nullptr);
-  while (storage_.open == 1) sleep(1);
+  while (storage_.open == 1) waiting::sleep_for(std::chrono::seconds(1));
   return declined_ == 0;
 }
 

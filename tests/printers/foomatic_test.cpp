@@ -120,7 +120,7 @@ TEST_F(Printer, OfACancelledRunIsSkippedWithoutAQuestion) {
   EXPECT_EQ(0, printer(archive));
   EXPECT_THAT(queue_commands(), ElementsAre(HasSubstr(" -n 'Good' ")));
   EXPECT_THAT(Windows::shown(), IsEmpty());
-  EXPECT_EQ(0u, Windows::seconds_slept());
+  EXPECT_EQ(std::chrono::seconds(0), Windows::slept());
 }
 
 TEST_F(Printer, PassesOverAnUnknownPortAndGoesOn) {

@@ -1,9 +1,7 @@
 #include "printers/windows.h"
 
 #include <glib.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -12,6 +10,7 @@
 #include "state/posts.h"
 #include "state/question.h"
 #include "state/state.h"
+#include "support/sleeps.h"
 
 namespace {
 
@@ -23,7 +22,6 @@ bool driver_declined = false;
 bool credentials_declined = false;
 std::vector<std::string> windows;
 std::vector<std::string> named;
-std::atomic<unsigned> slept{0};
 GMainLoop* loop = nullptr;
 
 template <typename Answer>
@@ -35,13 +33,6 @@ Answer next(std::deque<Answer>& planned) {
 }
 
 }  // namespace
-
-// Takes the place of the C library's function in the test program: a second is short here.
-extern "C" unsigned sleep(unsigned seconds) {
-  slept += seconds;
-  usleep(20000);
-  return 0;
-}
 
 // No printer asks these two.
 int show_popup_printer_error_window(void*) { return 0; }
@@ -118,4 +109,6 @@ std::vector<std::string> Windows::named_printers() {
   return named;
 }
 
-unsigned Windows::seconds_slept() { return slept; }
+std::chrono::seconds Windows::slept() {
+  return std::chrono::duration_cast<std::chrono::seconds>(sleeps::meant());
+}

@@ -3,6 +3,7 @@
 #ifndef BRINDLE_TESTS_PRINTERS_WINDOWS_H
 #define BRINDLE_TESTS_PRINTERS_WINDOWS_H
 
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,8 +29,8 @@ class Windows {
   static std::vector<std::string> shown();
   /// The printers that the driver windows were about, in order.
   static std::vector<std::string> named_printers();
-  /// Seconds the worker slept so far. The test does not wait them.
-  static unsigned seconds_slept();
+  /// What the worker has meant to sleep so far. The test does not wait for it.
+  static std::chrono::seconds slept();
 
  private:
   std::thread loop_;

@@ -16,6 +16,7 @@
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/keeping_run.h"
+#include "support/sleeps.h"
 
 namespace {
 
@@ -88,6 +89,7 @@ TEST_F(KeptApplications, WhatEvolutionMakesAndChangesIsKept) {
     write_file(std::string("/root/") + name, "old");
   KeepingRun run;
   ASSERT_TRUE(keep::before_change("/root/.gconf"));  // said where the client begins
+  sleeps::end_when([] { return read_file("/root/.local/share/evolution/a") == "new\n"; });
   prepare("GNome");
   EXPECT_TRUE(run.has_kept_all());
   EXPECT_THAT(run.listed(),

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 
 #include "archive/windows_zip.h"
@@ -19,6 +20,7 @@
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/full_disk.h"
+#include "support/sleeps.h"
 #include "support/system_log.h"
 
 namespace {
@@ -51,7 +53,7 @@ struct Run : testing::Test {
   Run() {
     shell_quietly(
         "rm -f /etc/*-version /etc/redflag-release; mkdir -p /root/Desktop /root/.evolution /root/.mozilla");
-    for (const char* program : {"kmail", "kaddressbook", "killall", "evolution", "dcop", "mozilla", "sleep"})
+    for (const char* program : {"kmail", "kaddressbook", "killall", "evolution", "dcop", "mozilla"})
       stand_in(program);
     fp_log = std::fopen("/tmp/log", "w");
   }
@@ -135,12 +137,12 @@ TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
   ASSERT_NE(commands.end(), first);
   EXPECT_THAT(std::vector<std::string>(first, first + 4),
               ElementsAre("kmail", "killall kmail", "kaddressbook", "killall kaddressbook"));
+  EXPECT_EQ(std::chrono::seconds(5 + 2), sleeps::meant());
 }
 
 // KMail goes into the background, where it gets its name late, and killall has been ended itself.
 TEST_F(Run, OnXandrosNoProgramStaysWhereKillallFails) {
   on("Xandros");
-  shell_quietly("rm /usr/local/bin/sleep");
   for (const std::string program : {"kmail", "kaddressbook"}) {
     shell_quietly("cp /bin/sleep /srv/" + program);
     write_file("/usr/local/bin/" + program,
@@ -871,7 +873,7 @@ TEST_F(Run, WithoutATemporaryDirectoryNothingIsTouched) {
   pack("Brindle/My Documents/a.txt", "a");
   shell_quietly(
       "cd /tmp/in && zip -qry /root/a.zip . && mkdir -p '/Brindle/My Documents' && touch "
-      "'/Brindle/My Documents/not mine' && mv /usr/local/bin/sleep /root/");
+      "'/Brindle/My Documents/not mine'");
   shell_quietly("mount -t tmpfs -o size=4k,nr_inodes=1,ro none /tmp");
   assign(g_filename, "/root/a.zip");
   // GoogleTest would capture into /tmp.

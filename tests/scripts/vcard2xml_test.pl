@@ -10,8 +10,8 @@ use Getopt::Long qw(GetOptions);
 use Test::More;
 
 my ($scripts, $docs);
-GetOptions('scripts=s' => \$scripts, 'docs=s' => \$docs) && defined $scripts && defined $docs
-    or die "--scripts FOLDER or --docs FOLDER is missing\n";
+die "--scripts FOLDER or --docs FOLDER is missing\n"
+    if !GetOptions('scripts=s' => \$scripts, 'docs=s' => \$docs) || !defined $scripts || !defined $docs;
 my $folder = File::Temp->newdir;
 
 sub bytes_of { my ($path) = @_; open my $file, '<:raw', $path or die "$path: $!"; local $/; return scalar <$file> }

@@ -11,6 +11,7 @@
 
 #include "shell/processes.h"
 #include "shell/run.h"
+#include "state/sleep.h"
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/system_log.h"
@@ -136,6 +137,7 @@ TEST_F(Ending, WhatEndsAnEarlierCommandIsStillRun) {
 }
 
 TEST_F(Ending, APauseEndsWhenTheEndBegins) {
+  waiting::sleep_with(nullptr);
   EXPECT_LE(1.0, seconds_of([] { shell::pause_for(1); }));
   EXPECT_GT(5.0, seconds_of([] {
               std::thread worker([] { shell::pause_for(60); });

@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <utility>
 
 #include "state/posts.h"
+#include "state/sleep.h"
 
 namespace {
 
@@ -16,6 +18,13 @@ std::function<void()> planned;
 std::function<void()> before;
 std::atomic<int> slept{0};
 GMainLoop* loop = nullptr;
+
+void sleep_shortly(std::chrono::milliseconds time) {
+  EXPECT_EQ(time, std::chrono::seconds(1));
+  if (before) before();
+  ++slept;
+  usleep(1000);
+}
 
 int do_as_planned(void*) {
   take_hand_over();
@@ -30,21 +39,13 @@ int do_as_planned(void*) {
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() { return "called_from_lib:libglib-2.0.so\n"; }
 
-// Takes the place of the C library's function in the test program: a second is short here.
-extern "C" unsigned sleep(unsigned seconds) {
-  EXPECT_EQ(seconds, 1U);
-  if (before) before();
-  ++slept;
-  usleep(1000);
-  return 0;
-}
-
 int show_popup_printer_error_window(void* data) { return do_as_planned(data); }
 int show_popup_user_error_window(void* data) { return do_as_planned(data); }
 int show_popup_window_select_driver(void* data) { return do_as_planned(data); }
 int show_smb_username_password_window(void* data) { return do_as_planned(data); }
 
 GuiThread::GuiThread() {
+  waiting::sleep_with(sleep_shortly);
   loop = g_main_loop_new(nullptr, FALSE);
   loop_ = std::thread([] { g_main_loop_run(loop); });
 }

@@ -15,6 +15,7 @@
 
 #include "support/each_test.h"
 #include "support/layer.h"
+#include "support/sleeps.h"
 
 namespace {
 
@@ -59,6 +60,7 @@ int run(const Words& words, std::optional<int> output = std::nullopt) {
 }
 
 int run_here(const std::string& name) {
+  sleeps::are_short();
   GTEST_FLAG_SET(filter, name);
   return RUN_ALL_TESTS();
 }
@@ -98,7 +100,10 @@ int main(int argc, char** argv) {
   const each_test::Wish wish = each_test::wish_of(words);
   if (GTEST_FLAG_GET(list_tests)) return RUN_ALL_TESTS();
   if (std::getenv("BRINDLE_VIEW") == nullptr) return run_outside(words, wish);
-  if (std::ranges::count(words, this_test_alone) != 0) return RUN_ALL_TESTS();
+  if (std::ranges::count(words, this_test_alone) != 0) {
+    sleeps::are_short();
+    return RUN_ALL_TESTS();
+  }
   const int status = run_each_in_layer(wish);
   if (status == no_layers) _exit(status);  // whatever the leak checker thinks of such a view
   return status;

@@ -28,7 +28,7 @@ class SettingsText {
     const std::size_t equals = piece->find('=');
     if (equals == std::string::npos) return "";
     // A NUL ends a text for every program that reads it.
-    return std::string(piece->substr(equals + 1).c_str());
+    return std::string(piece->substr(equals + 1).c_str());  // NOLINT(readability-redundant-string-cstr)
   }
 
   // The last character of that piece.

@@ -9,6 +9,7 @@
 #include "process/mail/evolution/new_home.h"
 #include "process/mail/evolution/personal.h"
 #include "support/keeping_run.h"
+#include "support/sleeps.h"
 
 namespace {
 
@@ -233,7 +234,7 @@ void install_writing_evolution() {
       "for f in .gconf/apps/evolution .gnome2 .gnome2_private .camel_certs .config/evolution; do\n"
       "  mkdir -p $f/sub; echo own >> $f/there; echo own > $f/sub/made\ndone\n"
       "for f in evolution .evolution .local/share/evolution; do mkdir -p $f/sub; echo > $f/made; done\n"
-      "mkdir .local/share/evolution/mail 2>/dev/null\n");
+      "mkdir .local/share/evolution/mail 2>/dev/null\necho > /tmp/evolution.has.written\n");
   ASSERT_EQ(0, shell_quietly("chmod 755 /usr/local/bin/evolution"));
 }
 
@@ -243,6 +244,7 @@ TEST_F(EvolutionKept, WhatItsFirstStartChanges) {
     write_file(std::string("/root/") + folder + "/there", "before");
   write_file("/root/.local/share/evolution/mail/local/cur/1", "letter");
   KeepingRun run;
+  sleeps::end_when([] { return exists("/tmp/evolution.has.written"); });
   launch_evolution();
   EXPECT_THAT(run.listed(),
               AllOf(Contains("replaced /root/.gnome2/there"), Contains("made /root/.camel_certs"),
