@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "state/state.h"
@@ -49,6 +50,21 @@ TEST(UserHome, IsRefusedRatherThanCutByASmallBuffer) {
   EXPECT_EQ(-1, currentusername(buffer));
   EXPECT_STREQ("old", buffer);
   EXPECT_EQ("/home/" + name, user_home());
+}
+
+TEST(UserHome, FitsWithTheNulBehindIt) {
+  isDefaultUser = 0;
+  const std::string longest(63 - std::strlen("/home/"), 'n');
+  char buffer[80] = "";
+  assign(cur_user, longest.c_str());
+  EXPECT_EQ(0, username(buffer));
+  EXPECT_EQ("/home/" + longest, buffer);
+  EXPECT_EQ(0, currentusername(buffer));
+  assign(cur_user, (longest + "n").c_str());
+  EXPECT_EQ(-1, username(buffer));
+  EXPECT_EQ(ENAMETOOLONG, errno);
+  EXPECT_EQ(-1, currentusername(buffer));
+  EXPECT_EQ("/home/" + longest, buffer);
 }
 
 TEST(CurrentUsername, IsTheProfilesHome) {

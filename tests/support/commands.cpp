@@ -18,6 +18,7 @@ struct Answer {
   std::string start;
   int status;
   int error;
+  int before;
 };
 std::optional<Answer> planned;
 
@@ -34,7 +35,7 @@ extern "C" int system(const char* text) {
   {
     const std::scoped_lock lock(recording);
     recorded.emplace_back(text);
-    if (planned && recorded.back().starts_with(planned->start)) {
+    if (planned && recorded.back().starts_with(planned->start) && planned->before-- == 0) {
       errno = planned->error;
       return std::exchange(planned, std::nullopt)->status;
     }
@@ -52,9 +53,9 @@ void forget_commands() {
   recorded.clear();
 }
 
-void answer_command(const std::string& start, int status, int error) {
+void answer_command(const std::string& start, int status, int error, int before) {
   const std::scoped_lock lock(recording);
-  planned = Answer{start, status, error};
+  planned = Answer{start, status, error, before};
 }
 
 int shell_quietly(const std::string& text) {

@@ -12,8 +12,8 @@ std::vector<std::string> commands_run();
 void forget_commands();
 
 /// The next command handed to system() that begins with `start` is recorded but not run: system() answers
-/// `status`, a raw status word, with `error` in errno.
-void answer_command(const std::string& start, int status, int error = 0);
+/// `status`, a raw status word, with `error` in errno. The first `before` of them are run.
+void answer_command(const std::string& start, int status, int error = 0, int before = 0);
 
 /// Runs `text` through the shell without recording it, for a test's own preparations. Returns its exit
 /// status, or -1 when a signal ended it.

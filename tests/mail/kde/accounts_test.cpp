@@ -229,6 +229,26 @@ TEST_F(KMail, KdeReadsEveryKey) {
   EXPECT_EQ("true\n", key("Reader", "htmlMail"));
 }
 
+// Nothing in a value is escaped. KDE takes a backslash with some letters for a tab or a line end, two of them
+// for one, and leaves out the letter that it knows nothing of.
+TEST_F(KMail, KdeReadsBackslashesInItsOwnWay) {
+  account(
+      "a.txt",
+      "Account Name=C:\\temp\\new\r\nSMTP Display Name=DOMAIN\\\\ann\r\nSMTP Email Address=a@b.example\r\n"
+      "POP3 Server=pop.example\r\nPOP3 User Name=WORK\\ann\r\nSMTP Server=smtp.example\r\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(read_file(kmailrc), AllOf(HasSubstr("\nName=C:\\temp\\new\n"), HasSubstr("\nlogin=WORK\\ann\n"),
+                                        HasSubstr("\nname=DOMAIN\\\\ann\n")));
+  const auto key = [](const std::string& group, const std::string& name) {
+    return output_of("kreadconfig5 --file " + std::string(kmailrc) + " --group '" + group + "' --key " +
+                     name);
+  };
+  EXPECT_EQ("C:\temp\new\n", key("Account 1", "Name"));
+  EXPECT_EQ("WORK\\nn\n", key("Account 1", "login"));
+  EXPECT_EQ("DOMAIN\\ann\n", key("Transport 1", "name"));
+  EXPECT_EQ("pop.example\n", key("Account 1", "host"));
+}
+
 // ---- Failures -------------------------------------------------------------------------------------------
 
 TEST_F(KMail, AMissingFolderIsReported) {
