@@ -31,6 +31,12 @@ TEST(UserHome, OfAProfileIsBelowHome) {
   EXPECT_EQ("/home/ben", user_home());
 }
 
+TEST(UserHome, OfAProfileCalledRootIsBelowHomeToo) {
+  isDefaultUser = 0;
+  assign(cur_user, "root");
+  EXPECT_EQ("/home/root", user_home());
+}
+
 TEST(UserHome, WithoutAnAccountIsAFailure) {
   ASSERT_EQ(0, setreuid(54321, 0));
   char buffer[64];
