@@ -5,7 +5,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <regex>
+#include <sstream>
+#include <vector>
 
 #include "state/state.h"
 #include "support/commands.h"
@@ -208,6 +211,33 @@ TEST_F(KMail, StoringThePasswordFollowsTheOutgoingServer) {
   account("a.txt", "POP3 Server=p\nPOP3 Prompt for Password=1\nSMTP Prompt for Password=0\n");
   kmailaccountsettings("/tmp/b");
   EXPECT_THAT(read_file(kmailrc), AllOf(HasSubstr("\nstore-passwd=true\n"), HasSubstr("\nstorepass=true\n")));
+}
+
+// The lines of kmailrc that an account has with `settings` and not without.
+std::string lines_by(const std::string& settings, const std::function<void(const std::string&)>& account) {
+  const auto lines_of = [&](const std::string& text) {
+    account("POP3 Server=p\n" + text);
+    kmailaccountsettings("/tmp/b");
+    std::istringstream lines(without_ids(read_file(kmailrc)));
+    std::vector<std::string> found;
+    for (std::string line; std::getline(lines, line);) found.push_back(line);
+    return found;
+  };
+  const std::vector<std::string> without = lines_of(""), with = lines_of(settings);
+  std::string different;
+  for (std::size_t at = 0; at < std::min(with.size(), without.size()); ++at)
+    if (with[at] != without[at]) different += with[at] + "\n";
+  return different;
+}
+
+TEST_F(KMail, EachFlagChangesItsOwnLinesAlone) {
+  const auto write = [](const std::string& text) { account("a.txt", text); };
+  EXPECT_EQ("use-ssl=true\n", lines_by("POP3 Secure Connection=1\n", write));
+  EXPECT_EQ("leave-on-server=true\n", lines_by("Leave Mail On Server=1\n", write));
+  EXPECT_EQ("encryption=SSL\n", lines_by("SMTP Secure Connection=1\n", write));
+  EXPECT_EQ("store-passwd=false\nstorepass=false\n", lines_by("SMTP Prompt for Password=1\n", write));
+  EXPECT_EQ("", lines_by("POP3 Prompt for Password=1\n", write));
+  EXPECT_EQ("", lines_by("SMTP Use Auth=1\n", write));
 }
 
 TEST_F(KMail, KdeReadsEveryKey) {

@@ -125,6 +125,27 @@ TEST_F(Mozilla, OnePop3Account) {
   expect_well_formed(prefs());
 }
 
+TEST_F(Mozilla, EachFlagChangesItsOwnPreferenceAlone) {
+  const auto read_with = [](const std::string& settings) {
+    account("a.txt", "POP3 Server=p\n" + settings);
+    mozillaaccountsettings(profile, "/tmp/b");
+    return read_prefs(prefs());
+  };
+  const auto without = read_with("");
+  const auto changed_by = [&](const std::string& settings) {
+    std::string changed;
+    for (const auto& [name, value] : read_with(settings))
+      if (without.at(name) != value) changed += name + "=" + value + " ";
+    return changed;
+  };
+  EXPECT_EQ("mail.server.server2.isSecure=true ", changed_by("POP3 Secure Connection=1\n"));
+  EXPECT_EQ("mail.server.server2.leave_on_server=true ", changed_by("Leave Mail On Server=1\n"));
+  EXPECT_EQ("mail.smtpserver.smtp2.try_ssl=1 ", changed_by("SMTP Secure Connection=1\n"));
+  for (const char* other :
+       {"POP3 Prompt for Password=1\n", "SMTP Prompt for Password=1\n", "SMTP Use Auth=1\n"})
+    EXPECT_EQ("", changed_by(other));
+}
+
 TEST_F(Mozilla, AJavaScriptEngineReadsAllButTheTypes) {
   work();
   EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
