@@ -70,7 +70,7 @@ def read_list(path):
 
 def read_all(source):
     """All mutants, room by room."""
-    return [mutant for path in sorted(glob.glob(source + "/tests/mutants/*.txt")) for mutant in read_list(path)]
+    return [mutant for path in sorted(glob.glob(source + "/tests/mutants/*.list")) for mutant in read_list(path)]
 
 
 def is_of_googletest(source, tests):

@@ -383,7 +383,7 @@ TEST_F(Notes, ThatDos2unixTakesForBinaryLoseTheirCarriageReturnsToo) {
 }
 
 TEST_F(Notes, AreReadByOthers) {
-  note("a.txt", "Subject: Shopping\r\nmilk, eggs; C:\\new\r\n\r\na last line without its end");
+  note("a.txt", "Subject: Shopping\r\nmilk, eggs; C:\\temp\r\n\r\na last line without its end");
   note("b.txt", "Subject: One line");
   note("c.txt", "Subject: Long\r\n" + std::string(3000, 'x') + "\r\n");
   EXPECT_EQ(0, kmailnotes("/tmp/b"));
@@ -395,7 +395,7 @@ TEST_F(Notes, AreReadByOthers) {
              "    print(text)\n");
   EXPECT_EQ("['Long', '" + std::string(3000, 'x') +
                 "\\n']\n['One line', '']\n"
-                "['Shopping', 'milk, eggs; C:\\\\new\\n\\na last line without its end\\n']\n",
+                "['Shopping', 'milk, eggs; C:\\\\temp\\n\\na last line without its end\\n']\n",
             output_of("/usr/bin/python3 /tmp/read.py " + std::string(notes) + " 2>&1"));
 }
 
