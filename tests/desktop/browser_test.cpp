@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -57,6 +58,17 @@ TEST_F(Browser, AnInstalledFirefoxDecidesEvenWithAMozillaProfile) {
   EXPECT_TRUE(exists("/root/.mozilla/firefox/xyz.default/bookmarks.html"));
   EXPECT_TRUE(exists("/root/.mozilla/firefox/xyz.default/cookies.txt"));
   EXPECT_FALSE(exists(std::string(profile) + "bookmarks.html"));
+}
+
+TEST_F(Browser, OfSeveralProfilesTheFirstIsTaken) {
+  shell_quietly(
+      "cd /root/.mozilla/default && mkdir one.slt two.slt three.slt four.slt && touch pluginreg.dat "
+      "profiles.ini");
+  std::vector<std::string> names = list_folder("/root/.mozilla/default").value();
+  std::erase_if(names, [](const std::string& name) { return !name.ends_with(".slt"); });
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ("/root/.mozilla/default/" + names.front() + "/bookmarks.html\n",
+            output_of("find /root/.mozilla -name bookmarks.html"));
 }
 
 TEST_F(Browser, AProfilesUserHasHisOwn) {

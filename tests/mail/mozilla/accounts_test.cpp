@@ -108,6 +108,15 @@ std::string expected_file_of_both() {
   return list_folder(accounts)->front() == "work.txt" ? "pop3_imap.js" : "imap_pop3.js";
 }
 
+TEST_F(Mozilla, OfSeveralProfilesTheFirstIsTaken) {
+  shell_quietly("cd /root/.mozilla/default && mkdir one.slt two.slt three.slt four.slt");
+  const std::string first = list_folder("/root/.mozilla/default")->front();
+  work();
+  mozilla("/tmp/b");
+  EXPECT_EQ("/root/.mozilla/default/" + first + "/prefs.js\n",
+            output_of("find /root/.mozilla -name prefs.js"));
+}
+
 // ---- Accounts -------------------------------------------------------------------------------------------
 
 TEST_F(Mozilla, WithoutAccountsHasItsLocalFolders) {
