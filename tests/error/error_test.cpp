@@ -79,6 +79,15 @@ TEST(LogRet, SendsOneErrorMessageWithoutAnIdentityOfItsOwn) {
               HasSubstr(std::string(program_invocation_short_name) + ": isZipfile: No such file"));
 }
 
+TEST(LogRet, SendsMessagesOfAnyLength) {
+  SystemLog log;
+  const std::string command(4000, 'c');
+  log_ret("normal termination, %s", command.c_str());
+  const auto messages = log.messages();
+  ASSERT_EQ(1u, messages.size());
+  EXPECT_THAT(messages[0], HasSubstr("normal termination, " + command + ": "));
+}
+
 TEST(LogRet, GoesToStandardErrorInDebug) {
   SystemLog log;
   debug = 1;

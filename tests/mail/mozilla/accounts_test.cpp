@@ -164,7 +164,7 @@ TEST_F(Mozilla, AJavaScriptEngineReadsAllButTheTypes) {
         "mail.identity.id2.useremail = \"ann@work.example\"\n", "mail.identity.id2.valid = true\n",
         "mail.server.server2.port = 995\n", "mail.server.server2.isSecure = true\n",
         "mail.server.server2.leave_on_server = true\n", "mail.identity.id2.organization = \"Lee & Sons\"\n",
-        "mail.smtpserver.smtp2.try_ssl = \"1\"\n", "mail.accountmanager.accounts = \"account1,account2\"\n",
+        "mail.smtpserver.smtp2.try_ssl = 1\n", "mail.accountmanager.accounts = \"account1,account2\"\n",
         "mail.smtpservers = \"smtp2\"\n"})
     EXPECT_THAT(read, HasSubstr(line));
   EXPECT_EQ(
