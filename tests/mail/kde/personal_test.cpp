@@ -382,7 +382,7 @@ TEST_F(Notes, ThatDos2unixTakesForBinaryLoseTheirCarriageReturnsToo) {
   EXPECT_EQ(entry("milk\\n\x01\\n", "x\n"), read_file(notes));
 }
 
-TEST_F(Notes, AreReadByOthers) {
+TEST_F(Notes, OfSeveralFormsAreReadByOthers) {
   note("a.txt", "Subject: Shopping\r\nmilk, eggs; C:\\temp\r\n\r\na last line without its end");
   note("b.txt", "Subject: One line");
   note("c.txt", "Subject: Long\r\n" + std::string(3000, 'x') + "\r\n");
