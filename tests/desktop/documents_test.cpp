@@ -301,8 +301,9 @@ TEST_F(SharedFiles, FailWhenALinkCannotBeWritten) {
 TEST_F(SharedFiles, TellOfOneHomeThatFailsWhereverItStands) {
   const std::vector<std::string> users = {"ann", "ben", "cat", "dan"};
   for (const std::string& user : users) {
-    shell_quietly("rm -rf /home/* /Share; mkdir -p /home/" + user + "/Desktop/Share/x");
+    shell_quietly("rm -rf /home/* /Share");
     for (const std::string& each : users) shell_quietly("mkdir -p /home/" + each + "/Desktop");
+    shell_quietly("mkdir /home/" + user + "/Desktop/Share");
     EXPECT_THAT(standard_error_of(file_extensions, archive, -1),
                 HasSubstr("file extensions: Is a directory\n"));
     for (const std::string& each : users)
