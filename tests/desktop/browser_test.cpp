@@ -60,6 +60,12 @@ TEST_F(Browser, AnInstalledFirefoxDecidesEvenWithAMozillaProfile) {
   EXPECT_FALSE(exists(std::string(profile) + "bookmarks.html"));
 }
 
+TEST_F(Browser, AFirefoxProfileDoesNotCountWithoutTheProgram) {
+  shell_quietly("mkdir -p /root/.mozilla/firefox/xyz.default");
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ(std::string(profile) + "bookmarks.html\n", output_of("find /root/.mozilla -name bookmarks.html"));
+}
+
 TEST_F(Browser, OfSeveralProfilesTheFirstIsTaken) {
   shell_quietly(
       "cd /root/.mozilla/default && mkdir one.slt two.slt three.slt four.slt && touch pluginreg.dat "
