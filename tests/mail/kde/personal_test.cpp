@@ -370,6 +370,12 @@ TEST_F(Notes, EscapeBodyButNotTitle) {
   EXPECT_EQ(entry("a\\(b\\)c\\\\d;e\\,f\\n\\nlast\\n", "(x), y\\z\n"), read_file(notes));
 }
 
+TEST_F(Notes, HaveATitleBehindTheFirstColon) {
+  note("a.txt", "Subject: Re: 12:30\nlunch\n");
+  kmailnotes("/tmp/b");
+  EXPECT_EQ(entry("lunch\\n", "Re: 12:30\n"), read_file(notes));
+}
+
 TEST_F(Notes, OfOneLineWithoutItsEndHaveATitleOfTheirOwn) {
   note("a.txt", "T:x");
   EXPECT_EQ(0, kmailnotes("/tmp/b"));
