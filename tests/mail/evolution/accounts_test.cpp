@@ -392,6 +392,21 @@ TEST_F(EvolutionAccounts, AFolderAmongTheAccountsIsSkipped) {
   EXPECT_TRUE(matches_expected(profile_file, "evolution_accounts/profile_pop3_evolution2.xml"));
 }
 
+TEST_F(EvolutionAccounts, OneThatCannotBeReadCostsNoOther) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  make_profile();
+  for (const std::string& broken : names) {
+    std::filesystem::remove_all(accounts_folder);
+    for (const std::string& name : names) has(name, "Account Name=of " + name + "\nPOP3 Server=p\n");
+    std::filesystem::remove(accounts_folder + "/" + broken);
+    std::filesystem::create_directories(accounts_folder + "/" + broken);
+    EXPECT_EQ(0, migrate());
+    for (const std::string& name : names)
+      EXPECT_EQ(name != broken, read_file(profile_file).find("of " + name + "&quot;") != std::string::npos)
+          << name << " without " << broken;
+  }
+}
+
 TEST_F(EvolutionAccounts, AMissingFileHasNoDescription) {
   std::array<char, account_description_size> data{'x'};
   EXPECT_EQ(-1, extract_from_account_path("/tmp/nowhere", data.data()));
@@ -601,6 +616,17 @@ TEST_F(EvolutionAccounts, TheLongestTextsFit) {
                 "\nSMTP Reply To Email Address=" + value + "\nSMTP Organization Name=" + value +
                 "\nPOP3 Server=" + value + "\nPOP3 User Name=" + value + "\nSMTP Server=" + value + "\n");
   EXPECT_THAT(description, testing::EndsWith("</account>"));
+}
+
+// Letters of Windows that are three bytes in UTF-8.
+TEST_F(EvolutionAccounts, TheLongestTextsFitWhateverTheirLetters) {
+  const std::string value(90, '\x80');
+  const std::string description =
+      described("Account Name=" + value + "\nSMTP Display Name=" + value + "\nSMTP Email Address=" + value +
+                "\nSMTP Reply To Email Address=" + value + "\nSMTP Organization Name=" + value +
+                "\nPOP3 Server=" + value + "\nPOP3 User Name=" + value + "\nSMTP Server=" + value + "\n");
+  EXPECT_THAT(description, testing::EndsWith("</account>"));
+  EXPECT_GT(description.size(), 3000u);
 }
 
 TEST_F(EvolutionAccounts, AMachineWithoutANameHasAnEmptyOne) {

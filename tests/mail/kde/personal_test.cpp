@@ -370,6 +370,20 @@ TEST_F(Notes, EscapeBodyButNotTitle) {
   EXPECT_EQ(entry("a\\(b\\)c\\\\d;e\\,f\\n\\nlast\\n", "(x), y\\z\n"), read_file(notes));
 }
 
+TEST_F(Notes, OneWithoutATitleCostsNoOther) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string& untitled : names) {
+    for (const std::string& name : names) note(name, "T:of " + name + "\nbody\n");
+    note(untitled, "no title\nbody\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, kmailnotes("/tmp/b"));
+    testing::internal::GetCapturedStderr();
+    for (const std::string& name : names)
+      EXPECT_EQ(name != untitled, read_file(notes).find("SUMMARY:of " + name + "\n") != std::string::npos)
+          << name;
+  }
+}
+
 TEST_F(Notes, HaveATitleBehindTheFirstColon) {
   note("a.txt", "Subject: Re: 12:30\nlunch\n");
   kmailnotes("/tmp/b");
