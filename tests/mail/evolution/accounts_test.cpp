@@ -397,9 +397,13 @@ TEST_F(EvolutionAccounts, OneThatCannotBeReadCostsNoOther) {
   make_profile();
   for (const std::string& broken : names) {
     std::filesystem::remove_all(accounts_folder);
-    for (const std::string& name : names) has(name, "Account Name=of " + name + "\nPOP3 Server=p\n");
-    std::filesystem::remove(accounts_folder + "/" + broken);
-    std::filesystem::create_directories(accounts_folder + "/" + broken);
+    for (const std::string& name : names) {
+      if (name == broken) {
+        std::filesystem::create_directories(accounts_folder + "/" + name);
+      } else {
+        has(name, "Account Name=of " + name + "\nPOP3 Server=p\n");
+      }
+    }
     EXPECT_EQ(0, migrate());
     for (const std::string& name : names)
       EXPECT_EQ(name != broken, read_file(profile_file).find("of " + name + "&quot;") != std::string::npos)
