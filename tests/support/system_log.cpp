@@ -70,11 +70,14 @@ bool is_failure_logged(const std::string& start, const std::function<void()>& bo
   answer_command(start, exit_status_1, 0, before);
   body();
   const std::vector<std::string> commands = commands_run();
-  const auto is_it = [&](const std::string& command) { return command.starts_with(start); };
-  if (std::ranges::count_if(commands, is_it) <= before)
+  const auto failed = std::ranges::find_if(
+      commands, [&](const std::string& command) { return command.starts_with(start) && before-- == 0; });
+  if (failed == commands.end()) {
     ADD_FAILURE() << "not run: " << start << "\n" << testing::PrintToString(commands);
+    return false;
+  }
   const std::vector<std::string> messages = log.messages();
   return std::ranges::any_of(messages, [&](const std::string& message) {
-    return message.find("normal termination, exit status 1, " + start) != message.npos;
+    return message.find("normal termination, exit status 1, " + *failed + ": ") != message.npos;
   });
 }

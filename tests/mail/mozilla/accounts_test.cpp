@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <map>
 #include <regex>
@@ -106,6 +107,17 @@ void expect_well_formed(const std::string& text) { EXPECT_THAT(read_prefs(text),
 // The listing decides which of two accounts is number 2; asked beforehand, for dos2unix changes the order.
 std::string expected_file_of_both() {
   return list_folder(accounts)->front() == "work.txt" ? "pop3_imap.js" : "imap_pop3.js";
+}
+
+TEST_F(Mozilla, WithoutAHomeTakesNoOtherFolder) {
+  work();
+  shell_quietly("mkdir -p /.mozilla/default/abc.slt");  // where an empty home would lead to
+  ASSERT_EQ(0, setreuid(54321, 0));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("username : "));
+  EXPECT_EQ("", output_of("ls -A /.mozilla/default/abc.slt"));
+  EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(Mozilla, OfSeveralProfilesTheFirstIsTaken) {
