@@ -167,6 +167,24 @@ TEST_F(Mozilla, EachFlagChangesItsOwnPreferenceAlone) {
     EXPECT_EQ("", changed_by(other));
 }
 
+TEST_F(Mozilla, OneThatCannotBeReadHasNoNumber) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string& broken : names) {
+    shell_quietly("rm -rf " + std::string(accounts) + "*");
+    for (const std::string& name : names) {
+      if (name == broken) {
+        shell_quietly("mkdir " + (accounts + name));
+      } else {
+        account(name, "Account Name=" + name + "\nPOP3 Server=p\n");
+      }
+    }
+    EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+    EXPECT_THAT(prefs(), HasSubstr("\"account1,account2,account3,account4\""));
+    EXPECT_THAT(prefs(), HasSubstr("\"smtp2,smtp3,smtp4\""));
+    EXPECT_THAT(prefs(), HasSubstr("mail.server.server4.name"));
+  }
+}
+
 TEST_F(Mozilla, AJavaScriptEngineReadsAllButTheTypes) {
   work();
   EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
