@@ -72,6 +72,7 @@ TEST_F(Users, SayWhetherThereAreSeveral) {
 
 TEST_F(Users, MissingAltogetherMeanOne) {
   SystemLog log;
+  isMultiUser = 7;
   EXPECT_EQ(0, CheckMultiUser("/tmp/missing"));
   EXPECT_EQ(0, isMultiUser);
   EXPECT_EQ(nullptr, default_user);

@@ -315,6 +315,16 @@ TEST_F(Contacts, OfAProfileGoThroughTheAdministratorsBooks) {
   EXPECT_EQ(all, said);
 }
 
+TEST_F(Contacts, FailWhenOneOfTheTwoBooksIsNotCopied) {
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  for (const std::string book : {"abook.mab", "history.mab"}) {
+    answer_command("cp -f " + std::string(profile) + "/" + book, 0);
+    EXPECT_EQ(-1, mozillaaddressbook("/tmp/b", "/home/ann/p", profile)) << book;
+  }
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+}
+
 TEST_F(Contacts, OfARunThatWasCutShortArePutBackFirst) {
   isDefaultUser = 0;
   administrators_own();
