@@ -319,6 +319,7 @@ TEST_F(Contacts, FailWhenOneOfTheTwoBooksIsNotCopied) {
   isDefaultUser = 0;
   assign(cur_user, "ann");
   for (const std::string book : {"abook.mab", "history.mab"}) {
+    shell_quietly("rm -f /home/ann/p/*");
     answer_command("cp -f " + std::string(profile) + "/" + book, 0);
     EXPECT_EQ(-1, mozillaaddressbook("/tmp/b", "/home/ann/p", profile)) << book;
   }
