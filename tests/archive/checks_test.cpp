@@ -120,6 +120,17 @@ TEST(MountCdrom, MountsOnlyForADisc) {
   EXPECT_EQ("/usr/local/bin/mount -l -t cifs\n", read_file("/tmp/calls"));
 }
 
+TEST(MountCdrom, SaysNothingOfADiscThatIsMountedAlready) {
+  stand_in("mount", "/dev/hdc on /media/cdrom type iso9660 (ro)\n");
+  EXPECT_FALSE(is_failure_logged("mount /dev/cdrom", [] { mounted("iso9660"); }));
+}
+
+TEST(MountCdrom, OfSeveralDiscsWithBlanksTheFirstIsTaken) {
+  ASSERT_EQ(0, shell_quietly("mkdir -p '/mnt/a b' '/mnt/a c' && mount -t ramfs one '/mnt/a b' && "
+                             "mount -t ramfs two '/mnt/a c'"));
+  EXPECT_EQ("/mnt/a b", whole_mount_point("/mnt/a", "ramfs"));
+}
+
 TEST(MountCdrom, FindsNothingWithoutADisc) {
   stand_in("mount", "");
   EXPECT_EQ("none", mounted("iso9660"));

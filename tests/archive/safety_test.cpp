@@ -41,6 +41,31 @@ TEST_F(Unpacked, LinksAreRemoved) {
   EXPECT_TRUE(exists("/tmp/out/secret"));
 }
 
+TEST_F(Unpacked, PipesAndSocketsAreRemoved) {
+  ASSERT_EQ(0, mkfifo("/tmp/in/Brindle/My Documents/pipe", 0600));
+  shell_quietly(
+      "cd '/tmp/in/Brindle/My Documents' && "
+      "/usr/bin/python3 -c \"import socket; socket.socket(socket.AF_UNIX).bind('socket')\"");
+  ASSERT_TRUE(left("socket"));
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  testing::internal::GetCapturedStderr();
+  for (const char* name : {"pipe", "socket"}) EXPECT_FALSE(left(name)) << name;
+}
+
+// Root enters every folder; whoever else runs the program has unpacked the archive as its owner.
+TEST_F(Unpacked, LinksInFoldersThatMayNotBeEnteredAreRemoved) {
+  shell_quietly(
+      "cd '/tmp/in/Brindle/My Documents' && mkdir -p closed/below && ln -s /etc closed/link && "
+      "ln -s /etc closed/below/link && chown -hR 4321 /tmp/in && chmod 0 closed/below closed");
+  ASSERT_EQ(0, seteuid(4321));
+  testing::internal::CaptureStderr();
+  remove_unsafe_entries("/tmp/in");
+  testing::internal::GetCapturedStderr();
+  ASSERT_EQ(0, seteuid(0));
+  EXPECT_EQ("", output_of("find /tmp/in -type l"));
+}
+
 TEST_F(Unpacked, FilesAndFoldersStay) {
   testing::internal::CaptureStderr();
   remove_unsafe_entries("/tmp/in");

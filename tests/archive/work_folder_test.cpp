@@ -40,6 +40,7 @@ TEST_F(WorkFolder, IsRemovedWithAllThatLiesInIt) {
   remove_work_folder();
   EXPECT_FALSE(exists(folder));
   EXPECT_TRUE(exists("/tmp/brindTEST02/stays"));
+  EXPECT_FALSE(Unpacking::is_wanted());  // a worker that comes later makes it no more
 }
 
 TEST_F(WorkFolder, ThatIsGoneOrWasNeverMadeIsNoTrouble) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -57,6 +58,23 @@ TEST_F(Browser, AnInstalledFirefoxDecidesEvenWithAMozillaProfile) {
   EXPECT_TRUE(exists("/root/.mozilla/firefox/xyz.default/bookmarks.html"));
   EXPECT_TRUE(exists("/root/.mozilla/firefox/xyz.default/cookies.txt"));
   EXPECT_FALSE(exists(std::string(profile) + "bookmarks.html"));
+}
+
+TEST_F(Browser, AFirefoxProfileDoesNotCountWithoutTheProgram) {
+  shell_quietly("mkdir -p /root/.mozilla/firefox/xyz.default");
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ(std::string(profile) + "bookmarks.html\n", output_of("find /root/.mozilla -name bookmarks.html"));
+}
+
+TEST_F(Browser, OfSeveralProfilesTheFirstIsTaken) {
+  shell_quietly(
+      "cd /root/.mozilla/default && mkdir one.slt two.slt three.slt four.slt && touch pluginreg.dat "
+      "profiles.ini");
+  std::vector<std::string> names = list_folder("/root/.mozilla/default").value();
+  std::erase_if(names, [](const std::string& name) { return !name.ends_with(".slt"); });
+  EXPECT_EQ(0, favourites(archive));
+  EXPECT_EQ("/root/.mozilla/default/" + names.front() + "/bookmarks.html\n",
+            output_of("find /root/.mozilla -name bookmarks.html"));
 }
 
 TEST_F(Browser, AProfilesUserHasHisOwn) {
@@ -191,21 +209,27 @@ TEST_F(Browser, OnAFullDiskTheOldCookiesStay) {
   EXPECT_TRUE(same_bytes(old, read_file(jar)));
 }
 
+// A server in the view, whatever name it is asked by, tells what curl has sent it.
 TEST_F(Browser, CurlSendsTheCookieToHostAndSubdomains) {
   migrated("# Netscape HTTP Cookie File\r\nshop.example\tTRUE\t/\tFALSE\t4102444800\tbasket\t42\r\n");
-  const std::string jar = std::string(profile) + "cookies.txt";
-  EXPECT_THAT(output_of("curl -s -b " + jar + " -c - file:///dev/null"),
-              HasSubstr(".shop.example\tTRUE\t/\tFALSE\t4102444800\tbasket\t42\n"));
-  write_file("/tmp/ask.py",
-             "import http.cookiejar, urllib.request, sys\n"
-             "jar = http.cookiejar.MozillaCookieJar()\n"
-             "jar.load(sys.argv[1])\n"
-             "for host in ('shop.example', 'www.shop.example', 'other.example'):\n"
-             "    request = urllib.request.Request('http://' + host + '/')\n"
-             "    jar.add_cookie_header(request)\n"
-             "    print(host, request.get_header('Cookie'))\n");
-  EXPECT_EQ("shop.example basket=42\nwww.shop.example basket=42\nother.example None\n",
-            output_of("/usr/bin/python3 /tmp/ask.py " + jar + " 2>&1"));
+  write_file(
+      "/tmp/ask.py",
+      "import http.server, subprocess, sys, threading\n"
+      "class Answer(http.server.BaseHTTPRequestHandler):\n"
+      "    def do_GET(self):\n"
+      "        print(self.headers['Host'].split(':')[0], self.headers['Cookie'], flush=True)\n"
+      "        self.send_response(204)\n"
+      "        self.end_headers()\n"
+      "    def log_message(self, *words):\n"
+      "        pass\n"
+      "server = http.server.HTTPServer(('127.0.0.1', 0), Answer)\n"
+      "threading.Thread(target=server.serve_forever, daemon=True).start()\n"
+      "for host in ('shop.example', 'www.shop.example', 'other.example', 'myshop.example'):\n"
+      "    at = f'{host}:{server.server_port}'\n"
+      "    subprocess.run(['curl', '-s', '-b', sys.argv[1], '--resolve', at + ':127.0.0.1', 'http://' + at], "
+      "check=True)\n");
+  EXPECT_EQ("shop.example basket=42\nwww.shop.example basket=42\nother.example None\nmyshop.example None\n",
+            output_of("/usr/bin/python3 /tmp/ask.py " + std::string(profile) + "cookies.txt 2>&1"));
 }
 
 TEST_F(Browser, AHostileProfileNameStaysOneWord) {

@@ -298,6 +298,20 @@ TEST_F(SharedFiles, FailWhenALinkCannotBeWritten) {
   EXPECT_TRUE(matches_expected("/home/ben/Desktop/Share", "documents/gnome/Share"));
 }
 
+TEST_F(SharedFiles, TellOfOneHomeThatFailsWhereverItStands) {
+  const std::vector<std::string> users = {"ann", "ben", "cat", "dan"};
+  for (const std::string& user : users) {
+    shell_quietly("rm -rf /home/* /Share");
+    for (const std::string& each : users) shell_quietly("mkdir -p /home/" + each + "/Desktop");
+    shell_quietly("mkdir /home/" + user + "/Desktop/Share");
+    EXPECT_THAT(standard_error_of(file_extensions, archive, -1),
+                HasSubstr("file extensions: Is a directory\n"));
+    for (const std::string& each : users)
+      EXPECT_EQ(each != user, output_of("[ -f /home/" + each + "/Desktop/Share ] && echo yes") == "yes\n")
+          << each;
+  }
+}
+
 TEST_F(SharedFiles, FailWhenABookmarkCannotBeWritten) {
   on("Linspire");
   const SmallDisk disk("/home/ann/.kde");

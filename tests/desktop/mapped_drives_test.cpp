@@ -280,6 +280,30 @@ TEST_F(Drives, ThatCannotBeReadAreSkipped) {
   EXPECT_EQ("A\n", output_of("ls /root/Desktop"));
 }
 
+TEST_F(Drives, OneThatCannotBeReadCostsNoOther) {
+  Session session;
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string& broken : names) {
+    for (const auto migrate : {nautilusmappeddrives, mappeddrives}) {
+      shell_quietly("rm -rf /root/Desktop/*");
+      write_file(konqueror, "<xbel>\n</xbel>\n");
+      std::string others;
+      for (const std::string& name : names) {
+        drive(name, "//s/" + name, name);
+        if (name != broken) others += name + "\n";
+      }
+      write_file("/tmp/b/Mapped_Drives/" + broken, "//s/half\n");
+      testing::internal::CaptureStderr();
+      EXPECT_EQ(0, migrate("/tmp/b"));
+      testing::internal::GetCapturedStderr();
+      EXPECT_EQ(others, output_of("ls /root/Desktop")) << "without " << broken;
+      const std::string bookmarks = read_file(migrate == mappeddrives ? konqueror : nautilus);
+      for (const std::string& name : names)
+        EXPECT_EQ(name != broken, bookmarks.find("smb://s/" + name + "\"") != std::string::npos) << name;
+    }
+  }
+}
+
 TEST_F(Drives, LinesEndAtANul) {
   write_file(konqueror, "<xbel/>\n");
   write_file("/tmp/b/Mapped_Drives/z", std::string("//s/a\0x\nA\0/../B\n", 17));
@@ -306,13 +330,14 @@ class DriveName : public Drives, public testing::WithParamInterface<const char*>
 TEST_P(DriveName, NeverReachesOutsideTheDesktop) {
   Session session;
   write_file(konqueror, "<xbel/>\n");
+  shell_quietly("mkdir -p /root/Desktop/a /root/Desktop/etc");  // where such a name would be written
   drive("z", "//s/a", GetParam());
   const bool has_slash = std::string(GetParam()).find('/') != std::string::npos;
   const std::string complaint =
       std::string("Network Drives : ") + (has_slash ? "Invalid argument\n" : "Is a directory\n");
   EXPECT_THAT(complaint_of(nautilusmappeddrives, -1), EndsWith(complaint));
   EXPECT_THAT(complaint_of(mappeddrives, -1), EndsWith(complaint));
-  EXPECT_EQ("", output_of("ls -A /root/Desktop; grep -rl 'Type=Link' /root /etc 2>/dev/null"));
+  EXPECT_EQ("", output_of("find /root/Desktop ! -type d; grep -rl 'Type=Link' /root /etc 2>/dev/null"));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DriveName, testing::Values("a/b", "../evil", "/etc/evil", "..", ".", ""));

@@ -37,6 +37,11 @@ TEST_P(AnyMigrator, WithoutAHomeTouchesNothing) {
   write_file("/tmp/b/Wallpaper/a.jpg", "BM");
   write_file("/tmp/b/Wallpaper/option.txt", "C");
   write_file("/tmp/b/Cookies.txt", "a\r\n");
+  // Where an empty home would lead to.
+  shell_quietly(
+      "rm -f /usr/bin/firefox; cd / && mkdir -p Desktop Documents .mozilla/default/abc.slt .nautilus .fonts "
+      ".kde/share/apps/konqueror .kde/share/config .gnome2/panel2.d/default/launchers .gconf/apps");
+  const std::string before = output_of("find /Desktop /Documents /.[a-z]*");
   ASSERT_EQ(0, setreuid(54321, 0));
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
@@ -44,6 +49,7 @@ TEST_P(AnyMigrator, WithoutAHomeTouchesNothing) {
   EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("username : "));
   EXPECT_EQ(GetParam().before_home, testing::internal::GetCapturedStdout());
   EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_EQ(before, output_of("find /Desktop /Documents /.[a-z]*"));
 }
 
 TEST_P(AnyMigrator, AsksOnceForAHome) {

@@ -1,8 +1,10 @@
 #include "error/error.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -12,6 +14,7 @@
 #include <thread>
 
 #include "error/log.h"
+#include "place/descriptor.h"
 #include "support/files.h"
 #include "support/system_log.h"
 
@@ -37,6 +40,21 @@ TEST(ErrRet, WritesTheMessageAndTheSystemErrorToStandardError) {
   EXPECT_EQ("cannot read x: Permission denied\n", testing::internal::GetCapturedStderr());
 }
 
+// In a file that takes both, as the output of a run does.
+TEST(ErrRet, ComesBehindWhatWasPrintedBefore) {
+  std::fflush(nullptr);
+  const Descriptor output(dup(STDOUT_FILENO)), error(dup(STDERR_FILENO));
+  const Descriptor both(open("/tmp/both", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  dup2(both.number(), STDOUT_FILENO);
+  dup2(both.number(), STDERR_FILENO);
+  std::printf("first, ");
+  err_ret("second");
+  std::fflush(nullptr);
+  dup2(output.number(), STDOUT_FILENO);
+  dup2(error.number(), STDERR_FILENO);
+  EXPECT_THAT(read_file("/tmp/both"), StartsWith("first, second: "));
+}
+
 TEST(ErrDoit, LeavesTheSystemErrorOutWithoutTheFlag) {
   testing::internal::CaptureStderr();
   call_err_doit(0, "%d files", 3);
@@ -59,6 +77,15 @@ TEST(LogRet, SendsOneErrorMessageWithoutAnIdentityOfItsOwn) {
   EXPECT_THAT(messages[0], StartsWith("<11>"));  // user facility, error priority
   EXPECT_THAT(messages[0],
               HasSubstr(std::string(program_invocation_short_name) + ": isZipfile: No such file"));
+}
+
+TEST(LogRet, SendsMessagesOfAnyLength) {
+  SystemLog log;
+  const std::string command(4000, 'c');
+  log_ret("normal termination, %s", command.c_str());
+  const auto messages = log.messages();
+  ASSERT_EQ(1u, messages.size());
+  EXPECT_THAT(messages[0], HasSubstr("normal termination, " + command + ": "));
 }
 
 TEST(LogRet, GoesToStandardErrorInDebug) {

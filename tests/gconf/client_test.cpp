@@ -10,6 +10,7 @@
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/session.h"
+#include "support/system_log.h"
 
 namespace {
 
@@ -121,9 +122,18 @@ struct NoClient : Client {
     EXPECT_EQ(-1, call());
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, Not(HasSubstr("CRITICAL")));  // the library has not been asked without a client
+    const bool asked_further = said.find("could not be kept") != said.npos;
+    EXPECT_FALSE(client == nullptr && asked_further);
     return said;
   }
 };
+
+TEST_F(NoClient, ADaemonThatCannotBeStartedIsLogged) {
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(is_failure_logged("gconftool-2 --spawn", [] { set_gconf_bool("/a/b", TRUE); }));
+  EXPECT_TRUE(is_failure_logged("gconftool-2 --spawn", [] { set_gconf_list("/a/b", nullptr); }));
+  testing::internal::GetCapturedStderr();
+}
 
 TEST_F(NoClient, EveryCallFailsWithItsText) {
   EXPECT_THAT(complaint_of([] { return set_gconf_string("/a/b", "c"); }),

@@ -107,6 +107,7 @@ TEST_F(KeptKeys, AreFinishedWithTheirFilesAsTheyBecame) {
   keep::settle();
   for (const char* text : {"one", "two"}) {
     ASSERT_EQ(0, set_gconf_string("/apps/x/text", text));
+    keep::settle();  // as behind each step: the daemon has not written yet
     finish_keys(client);
     keep::settle();
     const auto all = rows();

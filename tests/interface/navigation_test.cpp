@@ -290,7 +290,10 @@ TEST_F(NavigationTest, CancelShowsTheNoticeAndRemovesTheTemporaryFolder) {
   gtk_widget_show(window3);
   timer = static_cast<int>(g_timeout_add(200, never, nullptr));
   forget_commands();
+  int killed_at_removal = 0;
+  when_command("rm -rf ", [&killed_at_removal] { killed_at_removal = isKilled; });
   press(window3, "button_window3_cancel");
+  EXPECT_EQ(killed_at_removal, 1);  // what the worker begins meanwhile knows of it
   EXPECT_EQ(isKilled, 1);
   EXPECT_EQ(g_main_context_find_source_by_id(nullptr, static_cast<guint>(timer)), nullptr);
   EXPECT_EQ(commands_run(), std::vector<std::string>{"rm -rf /tmp/brindabc123"});

@@ -146,8 +146,12 @@ TEST_F(QuestionsTest, TheDriverWindowGoesBeforeItsFlag) {
   show_popup_window_select_driver(nullptr);
   int flag = -1;
   note_flag(window_select_driver, isWindowSelectDriverOpen, flag);
+  static std::string answer;  // when the window goes, the flag is still to fall
+  g_signal_connect(window_select_driver, "destroy",
+                   G_CALLBACK(+[](GtkWidget*, gpointer) { answer = selecteddriver; }), nullptr);
   press(window_select_driver, "next2");
   EXPECT_EQ(flag, 1);
+  EXPECT_EQ(answer, "stphoto.ppd.gz");
   EXPECT_EQ(isWindowSelectDriverOpen, 0);
 }
 

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <string>
+#include <vector>
 
 #include "support/files.h"
 
@@ -50,6 +51,43 @@ TEST(Account, EveryKeyOfAPop3AccountIsRead) {
   EXPECT_TRUE(read.smtp_prompt);
   EXPECT_EQ("smtp.example.org", read.smtp_host);
   EXPECT_TRUE(read.smtp_secure);
+}
+
+// The flags of an account that are set, by their first letters: prompt, secure, keep, auth, outgoing prompt
+// and secure.
+std::string flags_set(const std::string& settings) {
+  const MailAccount read = account(settings);
+  std::string set;
+  if (read.prompt) set += "p";
+  if (read.secure) set += "s";
+  if (read.keep_on_server) set += "k";
+  if (read.smtp_auth) set += "A";
+  if (read.smtp_prompt) set += "P";
+  if (read.smtp_secure) set += "S";
+  return set;
+}
+
+TEST(Account, EachFlagIsItsOwnKeysAlone) {
+  struct Flag {
+    std::string line, of_pop3, of_imap;
+  };
+  const std::vector<Flag> flags = {{"", "", ""},
+                                   {"POP3 Prompt for Password=1\n", "p", ""},
+                                   {"IMAP Prompt for Password=1\n", "", "p"},
+                                   {"POP3 Secure Connection=1\n", "s", ""},
+                                   {"IMAP Secure Connection=1\n", "", "s"},
+                                   {"POP3 Use SSL=1\n", "s", ""},
+                                   {"IMAP Use SSL=1\n", "", "s"},
+                                   {"Leave Mail On Server=1\n", "k", "k"},
+                                   {"Leave on Server=1\n", "k", "k"},
+                                   {"SMTP Use Auth=1\n", "A", "A"},
+                                   {"SMTP Use Sicily=2\n", "A", "A"},
+                                   {"SMTP Prompt for Password=1\n", "P", "P"},
+                                   {"SMTP Secure Connection=1\n", "S", "S"}};
+  for (const Flag& flag : flags) {
+    EXPECT_EQ(flag.of_pop3, flags_set("POP3 Server=p\n" + flag.line)) << flag.line;
+    EXPECT_EQ(flag.of_imap, flags_set("IMAP Server=i\n" + flag.line)) << flag.line;
+  }
 }
 
 TEST(Account, AnImapAccountReadsTheImapTwins) {

@@ -3,7 +3,8 @@
 
   count_messages.py archive|evolution|kmail FOLDER
 
-Prints "FOLDER/SUBFOLDER COUNT" lines, sorted, under the archive's names in all three cases.
+Prints "FOLDER/SUBFOLDER COUNT" lines, sorted, under the archive's names in all three cases. A message is one that has
+headers; "and N without headers" behind the count tells of files that a reader would show as empty letters.
 """
 import mailbox
 import os
@@ -13,7 +14,16 @@ KMAIL = {"inbox": "Inbox", "sent-mail": "Sent", "outbox": "Outbox", "drafts": "D
 
 
 def mbox(path):
-    return len(mailbox.mbox(path, create=False))
+    return counted(mailbox.mbox(path, create=False))
+
+
+def maildir(path):
+    return counted(mailbox.Maildir(path, create=False))
+
+
+def counted(box):
+    whole = sum(bool(message.keys()) for message in box)
+    return whole if whole == len(box) else f"{whole} and {len(box) - whole} without headers"
 
 
 def archive(top, prefix=""):
@@ -43,7 +53,7 @@ def kmail(top, prefix=""):
         if name.startswith(".") and name.endswith(".directory"):
             yield from kmail(path, prefix + archive_name(name[1:-10]) + "/")
         else:
-            yield prefix + archive_name(name), len(mailbox.Maildir(path, create=False))
+            yield prefix + archive_name(name), maildir(path)
 
 
 for folder, count in sorted(globals()[sys.argv[1]](sys.argv[2])):

@@ -253,6 +253,14 @@ TEST_F(UsableQueues, OfFoomaticGetTheDriverThatTheyNeverHad) {
   EXPECT_THAT(PrintServer::ppd("Q", "NickName"), StartsWith("HP LaserJet 4050 Foomatic/ljet4"));
 }
 
+// The command loses it, and there is nothing to set in it.
+TEST_F(UsableQueues, OfFoomaticKeepTheirDriverWithAnOptionThatItDoesNotHave) {
+  add("a.txt", "Q", {{"Print Quality", "DMRES_DRAFT"}});
+  migrate("Linspire");
+  EXPECT_THAT(PrintServer::ppd("Q", "NickName"), StartsWith("HP LaserJet 4050 Foomatic/ljet4"));
+  expect_pages({"Q"});
+}
+
 TEST_F(UsableQueues, OfFoomaticPrintWhenTheQueuesAreWrittenInBetween) {
   assign(OSName, "RedFlag");
   add("a.txt", "Q", {{"Orientation", "DMORIENT_LANDSCAPE"}, {"Paper Size", "DMPAPER_A5"}});

@@ -72,6 +72,7 @@ TEST_F(Users, SayWhetherThereAreSeveral) {
 
 TEST_F(Users, MissingAltogetherMeanOne) {
   SystemLog log;
+  isMultiUser = 7;
   EXPECT_EQ(0, CheckMultiUser("/tmp/missing"));
   EXPECT_EQ(0, isMultiUser);
   EXPECT_EQ(nullptr, default_user);
@@ -231,6 +232,17 @@ TEST_P(FamilyFonts, ComeFromTheArchiveRoot) {
 
 INSTANTIATE_TEST_SUITE_P(Systems, FamilyFonts, testing::Values("GNome", "Linspire", "Xandros"),
                          [](const auto& system) { return std::string(system.param); });
+
+TEST_F(Family, EachCommandForAnAccountThatFailsIsLogged) {
+  int number = 0;
+  for (const std::string command : {"groupadd users", "useradd ", "chpasswd < ", "rm ", "chown -R "}) {
+    const std::string name = "ann" + std::to_string(number++);
+    shell_quietly("rm -rf " + in_archive("Profiles"));
+    profile(name);
+    const std::string whole = command == "rm " ? "rm /home/" + name + "/pass" : command;
+    EXPECT_TRUE(is_failure_logged(whole, [] { migrate(); })) << whole;
+  }
+}
 
 TEST_F(Family, PasswordIsTheLoginName) {
   profile("ann");

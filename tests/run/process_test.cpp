@@ -370,6 +370,32 @@ TEST_F(Run, AnUnpackingThatCannotStartIsReportedAndTheRunGoesOn) {
   EXPECT_EQ(1, times_posted("done"));
 }
 
+TEST_F(Run, TellsOfEachCommandThatFailsOrNot) {
+  on("Linspire");
+  shell_quietly(
+      "mkdir -p /tmp/s/root/.mozilla /usr/local/brindle && touch /tmp/s/root/.mozilla/appreg && "
+      "tar -cf /usr/local/brindle/linspireroot.tar -C /tmp/s root");
+  pack("Brindle/x", "");
+  const auto is_logged = [](const std::string& command, int before = 0) {
+    shell_quietly("rm -rf /root/.mozilla");
+    return is_failure_logged(
+        command, [] { migrate(); }, before);
+  };
+  EXPECT_FALSE(is_logged("unzip -o "));
+  EXPECT_FALSE(is_logged("rm -rf /tmp/linspireroot"));
+  EXPECT_FALSE(is_logged("mkdir /tmp/linspireroot"));
+  EXPECT_TRUE(is_logged("tar -xf "));
+  EXPECT_TRUE(is_logged("cp -a /tmp/linspireroot/root/.mozilla /root"));
+  EXPECT_TRUE(is_logged("rm /root/.mozilla/appreg"));
+  EXPECT_TRUE(is_logged("rm -rf /tmp/linspireroot", 1));
+  EXPECT_FALSE(is_logged("rm -rf /tmp/linspireroot", 2));
+}
+
+TEST_F(Run, TellsOfADaemonThatCannotBeStarted) {
+  pack("Brindle/x", "");
+  EXPECT_TRUE(is_failure_logged("gconftool-2 --spawn", [] { migrate(); }));
+}
+
 TEST_F(Run, RemovalOfTheArchiveReachesTheSystemLog) {
   on("Linspire");
   pack("Brindle/x", "");

@@ -93,6 +93,15 @@ TEST_P(HostileValue, StaysOneWordInEveryPlace) {
   EXPECT_FALSE(exists("/tmp/ran"));
 }
 
+TEST_P(HostileValue, StaysOneWordAtTheStartOfOne) {
+  const std::string value = GetParam();
+  EXPECT_EQ((std::vector<std::string>{value, value + "/y", value + value}),
+            received_words(compose("perl /tmp/show %s %s/y %s%s > /tmp/words", value, value, value, value)));
+  EXPECT_EQ((std::vector<std::string>{value, value}),
+            received_words(compose("perl /tmp/show \"%s\" '%s' > /tmp/words", value, value)));
+  EXPECT_FALSE(exists("/tmp/ran"));
+}
+
 TEST_P(HostileValue, StaysOneWordInACommandInsideACommand) {
   const std::string value = GetParam();
   const Command inner = compose("perl /tmp/show '/%s' > /tmp/words", value);
@@ -101,11 +110,13 @@ TEST_P(HostileValue, StaysOneWordInACommandInsideACommand) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, HostileValue,
-                         testing::Values("it's", "say \"x\"", "a b", "$(touch /tmp/ran)", "`touch /tmp/ran`",
-                                         "a; touch /tmp/ran", "a\ntouch /tmp/ran", "\\", "\\\"",
-                                         "'; touch /tmp/ran; '", "\"; touch /tmp/ran; \"", "*", "?[a]", "~",
-                                         "$HOME", "${IFS}", "a&b", "a|b", "a>b", "a<b", "#x", "!x", "{a,b}",
-                                         "\t", "\r", "\u6587\u4ef6", "\xff\xfe", "'", "''", "%s", "%n"));
+                         testing::Values("~root", "~/x", "#", "=x", "^x", "{", "}", "(", "!", "&", ";", "<x",
+                                         ">x", "|x", "it's", "say \"x\"", "a b", "$(touch /tmp/ran)",
+                                         "`touch /tmp/ran`", "a; touch /tmp/ran", "a\ntouch /tmp/ran", "\\",
+                                         "\\\"", "'; touch /tmp/ran; '", "\"; touch /tmp/ran; \"", "*",
+                                         "?[a]", "~", "$HOME", "${IFS}", "a&b", "a|b", "a>b", "a<b", "#x",
+                                         "!x", "{a,b}", "\t", "\r", "\u6587\u4ef6", "\xff\xfe", "'", "''",
+                                         "%s", "%n"));
 
 // ---- What cannot be put in safely is refused ------------------------------------------------------------
 
@@ -121,6 +132,16 @@ TEST(Refusal, MeetsAValueThatAProgramQuotesOnceMore) {
   }
   EXPECT_TRUE(compose("foomatic-configure -D -n '%s'", "../a").refused());
   EXPECT_FALSE(compose("foomatic-configure -c '%s' -n '%s'", "lpd://a/b", "a;b|c&d <e> (f)*?~#!").refused());
+}
+
+// Whatever one shell or another makes of them.
+TEST(Compose, QuotesEveryOtherCharacter) {
+  const std::string harmless = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+  for (int c = 1; c < 128; ++c) {
+    const std::string value(1, static_cast<char>(c));
+    const bool passes = compose("cat /%s", value).text() == "cat /" + value;
+    EXPECT_EQ(harmless.find(value) != std::string::npos, passes) << value;
+  }
 }
 
 TEST(Compose, RefusesAValueThatWouldBeAnOption) {

@@ -132,6 +132,19 @@ TEST_F(Copy, GoesOnAfterWhatCannotBeCopied) {
   EXPECT_EQ("new\n", read_file("/tmp/copied/zz"));
 }
 
+TEST_F(Copy, TellsOfOneThatFailsWhereverItStands) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string& name : names) write_file("/tmp/several/" + name, name);
+  for (const std::string& name : names) {
+    shell_quietly("rm -rf /tmp/to; mkdir -p /tmp/to/" + name);
+    answer_command("cp ", too_many_names);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(copy_entries(compose("cp -a /tmp/several/* %s", "/tmp/to"), "/tmp/several", "/tmp/to",
+                              CopyLike::cp_a));
+    EXPECT_EQ("/tmp/to/" + name + ": Is a directory\n", testing::internal::GetCapturedStderr());
+  }
+}
+
 TEST_F(Copy, WritesThroughALinkInItsPlace) {
   shell_quietly("rm /tmp/copied/one; echo far > /tmp/far; ln -s /tmp/far /tmp/copied/one");
   EXPECT_TRUE(copied(compose("cp -a /tmp/from/* %s", "/tmp/copied"), CopyLike::cp_a));

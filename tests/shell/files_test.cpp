@@ -20,6 +20,14 @@ using testing::EndsWith;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
+TEST(OpenFile, DoesNotWaitForWhoeverWritesToAPipe) {
+  ASSERT_EQ(0, mkfifo("/tmp/pipe", 0600));
+  alarm(20);  // ends a test that waits
+  EXPECT_TRUE(open_file("/tmp/pipe", "r"));
+  EXPECT_EQ("", read_whole("/tmp/pipe"));
+  alarm(0);
+}
+
 TEST(IsFolder, IsTrueForWhateverOpensForReading) {
   write_file("/tmp/a/plain", "x");
   EXPECT_EQ(1, is_folder("/tmp", "a"));
@@ -148,6 +156,12 @@ TEST(DosToUnix, ConvertsInPlaceAndLogsNothing) {
   dos_to_unix("/tmp/missing");
   EXPECT_THAT(commands_run(), ElementsAre("dos2unix -q \"/tmp/a b.txt\"", "dos2unix -q \"/tmp/missing\""));
   EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST(DosToUnix, IsTheOneWhoseFailureIsNotLogged) {
+  EXPECT_FALSE(is_failure_logged("dos2unix -q \"/tmp/a\"", [] { dos_to_unix("/tmp/a"); }));
+  EXPECT_TRUE(is_failure_logged("dos2unix /tmp/a", [] { convert_line_ends("/tmp/a"); }));
+  EXPECT_TRUE(is_failure_logged("dos2unix -q /tmp/a", [] { convert_line_ends_silently("/tmp/a"); }));
 }
 
 struct Converter {

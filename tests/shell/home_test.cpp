@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "state/state.h"
@@ -30,6 +31,12 @@ TEST(UserHome, OfAProfileIsBelowHome) {
   EXPECT_EQ("/home/ben", user_home());
 }
 
+TEST(UserHome, OfAProfileCalledRootIsBelowHomeToo) {
+  isDefaultUser = 0;
+  assign(cur_user, "root");
+  EXPECT_EQ("/home/root", user_home());
+}
+
 TEST(UserHome, WithoutAnAccountIsAFailure) {
   ASSERT_EQ(0, setreuid(54321, 0));
   char buffer[64];
@@ -49,6 +56,21 @@ TEST(UserHome, IsRefusedRatherThanCutByASmallBuffer) {
   EXPECT_EQ(-1, currentusername(buffer));
   EXPECT_STREQ("old", buffer);
   EXPECT_EQ("/home/" + name, user_home());
+}
+
+TEST(UserHome, FitsWithTheNulBehindIt) {
+  isDefaultUser = 0;
+  const std::string longest(63 - std::strlen("/home/"), 'n');
+  char buffer[80] = "";
+  assign(cur_user, longest.c_str());
+  EXPECT_EQ(0, username(buffer));
+  EXPECT_EQ("/home/" + longest, buffer);
+  EXPECT_EQ(0, currentusername(buffer));
+  assign(cur_user, (longest + "n").c_str());
+  EXPECT_EQ(-1, username(buffer));
+  EXPECT_EQ(ENAMETOOLONG, errno);
+  EXPECT_EQ(-1, currentusername(buffer));
+  EXPECT_EQ("/home/" + longest, buffer);
 }
 
 TEST(CurrentUsername, IsTheProfilesHome) {

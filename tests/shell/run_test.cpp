@@ -196,6 +196,20 @@ TEST(ExecuteFirst, SendsTheOutputThroughAHiddenFileInTheHome) {
   EXPECT_FALSE(exists(first));
 }
 
+TEST(ExecuteFirst, HasAFileThatNobodyElseReads) {
+  char result[256];
+  EXPECT_EQ(1, execute_first(("stat -c %a " + temporary_file(0)).c_str(), result));
+  EXPECT_STREQ("600\n", result);
+}
+
+TEST(ExecuteFirst, OfAComposedCommandThatIsKilledLeavesNothing) {
+  answer_command("cat", SIGKILL);
+  std::string line = "old";
+  EXPECT_EQ(-1, shell::execute_first(compose("cat /etc/hostname"), "/root", line));
+  EXPECT_EQ("", line);
+  EXPECT_EQ("", output_of("ls -A /root"));
+}
+
 TEST(ExecuteFirst, NoOutputIsNoFailure) {
   char result[256] = "old";
   EXPECT_EQ(0, execute_first("true", result));
@@ -289,6 +303,19 @@ TEST(TmpFile, AsksForTheHomeEachTime) {
   tmp_file(name);
   tmp_file(name);
   EXPECT_EQ("buffer=/root\nbuffer=/root\n", testing::internal::GetCapturedStdout());
+}
+
+TEST(TmpFile, FitsWithTheNulBehindIt) {
+  const std::size_t digits = temporary_file(0).size() - std::strlen("/root/.");
+  const std::string longest(63 - std::strlen("/home//.") - digits, 'u');
+  char name[80] = "";
+  isDefaultUser = 0;
+  assign(cur_user, longest.c_str());
+  tmp_file(name);
+  EXPECT_EQ(63u, std::strlen(name));
+  assign(cur_user, (longest + "u").c_str());  // the next seed, 1, gives the same number
+  tmp_file(name);
+  EXPECT_STREQ("", name);
 }
 
 TEST(TmpFile, LeavesTheBufferEmptyForAHomeThatDoesNotFit) {

@@ -39,6 +39,13 @@ int do_as_planned(void*) {
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() { return "called_from_lib:libglib-2.0.so\n"; }
 
+// Takes the place of GLib's function in the test program: the GUI thread is quicker than whoever posts.
+extern "C" guint g_idle_add(GSourceFunc function, gpointer data) {
+  const guint id = g_idle_add_full(G_PRIORITY_DEFAULT_IDLE, function, data, nullptr);
+  usleep(20'000);
+  return id;
+}
+
 int show_popup_printer_error_window(void* data) { return do_as_planned(data); }
 int show_popup_user_error_window(void* data) { return do_as_planned(data); }
 int show_popup_window_select_driver(void* data) { return do_as_planned(data); }

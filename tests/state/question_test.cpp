@@ -151,6 +151,20 @@ TEST_P(QuestionWithAnswers, IsSkippedAtOnceInACancelledRun) {
   EXPECT_STREQ(Password, of_driver ? "before" : "");
 }
 
+TEST(Notices, AreShownInACancelledRunToo) {
+  const GuiThread gui;
+  isKilled = 1;
+  for (Question* notice : {&printer_notice, &user_notice}) {
+    bool is_shown = false;
+    GuiThread::when_asked([&] {
+      is_shown = true;
+      notice->close();
+    });
+    EXPECT_TRUE(notice->ask());
+    EXPECT_TRUE(is_shown);
+  }
+}
+
 TEST_P(QuestionWithAnswers, IsSkippedForEveryPrinterBehindTheOneThatWasCancelled) {
   GuiThread::when_asked([&] { question.window_shown(); });
   GuiThread::before_sleep([] {

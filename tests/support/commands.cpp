@@ -18,8 +18,12 @@ struct Answer {
   std::string start;
   int status;
   int error;
+  int before;
 };
 std::optional<Answer> planned;
+
+std::string awaited;
+std::function<void()> deed;
 
 int real_system(const char* text) {
   using System = int (*)(const char*);
@@ -34,7 +38,8 @@ extern "C" int system(const char* text) {
   {
     const std::scoped_lock lock(recording);
     recorded.emplace_back(text);
-    if (planned && recorded.back().starts_with(planned->start)) {
+    if (deed && recorded.back().starts_with(awaited)) std::exchange(deed, nullptr)();
+    if (planned && recorded.back().starts_with(planned->start) && planned->before-- == 0) {
       errno = planned->error;
       return std::exchange(planned, std::nullopt)->status;
     }
@@ -52,9 +57,15 @@ void forget_commands() {
   recorded.clear();
 }
 
-void answer_command(const std::string& start, int status, int error) {
+void answer_command(const std::string& start, int status, int error, int before) {
   const std::scoped_lock lock(recording);
-  planned = Answer{start, status, error};
+  planned = Answer{start, status, error, before};
+}
+
+void when_command(const std::string& start, const std::function<void()>& action) {
+  const std::scoped_lock lock(recording);
+  awaited = start;
+  deed = action;
 }
 
 int shell_quietly(const std::string& text) {

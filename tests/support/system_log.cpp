@@ -1,15 +1,19 @@
 #include "support/system_log.h"
 
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "support/commands.h"
 
 namespace {
 
@@ -57,4 +61,23 @@ std::vector<std::string> SystemLog::messages() {
   while ((size = recv(socket_, message.data(), message.size(), MSG_DONTWAIT)) >= 0)
     messages_.emplace_back(message.data(), static_cast<std::size_t>(size));
   return std::exchange(messages_, {});
+}
+
+bool is_failure_logged(const std::string& start, const std::function<void()>& body, int before) {
+  constexpr int exit_status_1 = 1 << 8;
+  SystemLog log;
+  forget_commands();
+  answer_command(start, exit_status_1, 0, before);
+  body();
+  const std::vector<std::string> commands = commands_run();
+  const auto failed = std::ranges::find_if(
+      commands, [&](const std::string& command) { return command.starts_with(start) && before-- == 0; });
+  if (failed == commands.end()) {
+    ADD_FAILURE() << "not run: " << start << "\n" << testing::PrintToString(commands);
+    return false;
+  }
+  const std::vector<std::string> messages = log.messages();
+  return std::ranges::any_of(messages, [&](const std::string& message) {
+    return message.find("normal termination, exit status 1, " + *failed + ": ") != message.npos;
+  });
 }

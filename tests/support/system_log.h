@@ -2,6 +2,7 @@
 #ifndef BRINDLE_TESTS_SUPPORT_SYSTEM_LOG_H
 #define BRINDLE_TESTS_SUPPORT_SYSTEM_LOG_H
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -27,5 +28,10 @@ class SystemLog {
   std::vector<std::string> messages_;
   std::thread reader_;  // the kernel queues ten messages only, then syslog(3) waits
 };
+
+/// Runs `body`, in which the first command that begins with `start` is not run but fails, or a later one when
+/// `before` of them are run. Whether the system log tells of it. A body without such a command fails the
+/// test.
+bool is_failure_logged(const std::string& start, const std::function<void()>& body, int before = 0);
 
 #endif

@@ -50,6 +50,8 @@ TEST_F(HomeFolder, IsNotMadeThroughALinkOutOfTheHome) {
 TEST_F(HomeFolder, IsNotMadeInAFolderWhoseNameOnlyBeginsLikeTheHome) {
   shell_quietly("mkdir /home/anna && ln -s /home/anna /home/ann/out");
   EXPECT_FALSE(make_home_folder("/home/ann", "out/a"));
+  EXPECT_FALSE(make_home_folder("/home/ann", "out"));
+  EXPECT_EQ(EXDEV, errno);
   EXPECT_TRUE(std::filesystem::is_empty("/home/anna"));
 }
 

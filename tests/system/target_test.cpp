@@ -44,6 +44,8 @@ TEST(TargetOf, TheLocaleIsThePersons) {
   EXPECT_EQ("ru_RU.UTF-8", target_of("").locale);
   setenv("BRINDLE_LOCALE", "de_DE.UTF-8", 1);  // where the texts had to be English
   EXPECT_EQ("de_DE.UTF-8", target_of("").locale);
+  setenv("BRINDLE_LOCALE", "", 1);
+  EXPECT_EQ("ru_RU.UTF-8", target_of("").locale);
   unsetenv("BRINDLE_LOCALE");
   unsetenv("LANG");
   EXPECT_EQ("", target_of("").locale);

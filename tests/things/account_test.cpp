@@ -68,6 +68,8 @@ TEST_F(Accounts, AreNothingOrTheirLines) {
                               "subuid ann:"));
   EXPECT_EQ(output_of("sed -n 's/^ann:/subgid ann:/p' /etc/subgid"), ann.substr(ann.rfind('\n') + 1) + "\n");
   EXPECT_THAT(state("annabel"), HasSubstr("\ngroups \n"));
+  prepare("usermod -G games annabel");
+  EXPECT_THAT(state("ann"), HasSubstr("\ngroups audio cdrom\n"));
 }
 
 TEST_F(Accounts, GoAndComeBackAsTheyWere) {

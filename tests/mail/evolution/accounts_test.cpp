@@ -392,6 +392,25 @@ TEST_F(EvolutionAccounts, AFolderAmongTheAccountsIsSkipped) {
   EXPECT_TRUE(matches_expected(profile_file, "evolution_accounts/profile_pop3_evolution2.xml"));
 }
 
+TEST_F(EvolutionAccounts, OneThatCannotBeReadCostsNoOther) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  make_profile();
+  for (const std::string& broken : names) {
+    std::filesystem::remove_all(accounts_folder);
+    for (const std::string& name : names) {
+      if (name == broken) {
+        std::filesystem::create_directories(accounts_folder + "/" + name);
+      } else {
+        has(name, "Account Name=of " + name + "\nPOP3 Server=p\n");
+      }
+    }
+    EXPECT_EQ(0, migrate());
+    for (const std::string& name : names)
+      EXPECT_EQ(name != broken, read_file(profile_file).find("of " + name + "&quot;") != std::string::npos)
+          << name << " without " << broken;
+  }
+}
+
 TEST_F(EvolutionAccounts, AMissingFileHasNoDescription) {
   std::array<char, account_description_size> data{'x'};
   EXPECT_EQ(-1, extract_from_account_path("/tmp/nowhere", data.data()));
@@ -544,6 +563,15 @@ const FlagCase flag_cases[] = {
      "POP3 Server=h\nPOP3 Prompt for Password=1\nLeave Mail On Server=1\nPOP3 Secure Connection=1\n",
      R"(<source save-passwd="false" keep-on-server="true" auto-check="false" auto-check-timeout="0"><url>pop://u@h/;keep_on_server;use_lsub;check_all;use_ssl=always</url></source>)",
      plain_transport},
+    {"PopAsk", "POP3 Server=h\nPOP3 Prompt for Password=1\n",
+     R"(<source save-passwd="false" keep-on-server="false" auto-check="false" auto-check-timeout="0"><url>pop://u@h/;use_lsub;check_all</url></source>)",
+     plain_transport},
+    {"PopKeep", "POP3 Server=h\nLeave Mail On Server=1\n",
+     R"(<source save-passwd="true" keep-on-server="true" auto-check="false" auto-check-timeout="0"><url>pop://u@h/;keep_on_server;use_lsub;check_all</url></source>)",
+     plain_transport},
+    {"PopSsl", "POP3 Server=h\nPOP3 Secure Connection=1\n",
+     R"(<source save-passwd="true" keep-on-server="false" auto-check="false" auto-check-timeout="0"><url>pop://u@h/;use_lsub;check_all;use_ssl=always</url></source>)",
+     plain_transport},
     {"PopKeepOtherKey", "POP3 Server=h\nLeave Mail On Server=0\nLeave on Server=1\n",
      R"(keep-on-server="true" auto-check="false" auto-check-timeout="0"><url>pop://u@h/;keep_on_server;use_lsub;check_all</url>)",
      plain_transport},
@@ -563,6 +591,10 @@ const FlagCase flag_cases[] = {
     {"SmtpSicily", "POP3 Server=h\nSMTP Use Sicily=2\n", "",
      R"(<transport save-passwd="true"><url>smtp://u;auth=PLAIN@s/</url></transport>)"},
     {"SmtpSicilyOneIsNo", "POP3 Server=h\nSMTP Use Sicily=1\n", "", plain_transport},
+    {"SmtpAsk", "POP3 Server=h\nSMTP Prompt for Password=1\n", R"(<source save-passwd="true")",
+     R"(<transport save-passwd="false"><url>smtp://u@s/</url></transport>)"},
+    {"SmtpSsl", "POP3 Server=h\nSMTP Secure Connection=1\n", "check_all</url>",
+     R"(<transport save-passwd="true"><url>smtp://u@s/;use_ssl=always</url></transport>)"},
     {"SmtpAskSsl", "POP3 Server=h\nSMTP Prompt for Password=1\nSMTP Secure Connection=1\n", "",
      R"(<transport save-passwd="false"><url>smtp://u@s/;use_ssl=always</url></transport>)"},
 };
@@ -588,6 +620,17 @@ TEST_F(EvolutionAccounts, TheLongestTextsFit) {
                 "\nSMTP Reply To Email Address=" + value + "\nSMTP Organization Name=" + value +
                 "\nPOP3 Server=" + value + "\nPOP3 User Name=" + value + "\nSMTP Server=" + value + "\n");
   EXPECT_THAT(description, testing::EndsWith("</account>"));
+}
+
+// Letters of Windows that are three bytes in UTF-8.
+TEST_F(EvolutionAccounts, TheLongestTextsFitWhateverTheirLetters) {
+  const std::string value(90, '\x80');
+  const std::string description =
+      described("Account Name=" + value + "\nSMTP Display Name=" + value + "\nSMTP Email Address=" + value +
+                "\nSMTP Reply To Email Address=" + value + "\nSMTP Organization Name=" + value +
+                "\nPOP3 Server=" + value + "\nPOP3 User Name=" + value + "\nSMTP Server=" + value + "\n");
+  EXPECT_THAT(description, testing::EndsWith("</account>"));
+  EXPECT_GT(description.size(), 3000u);
 }
 
 TEST_F(EvolutionAccounts, AMachineWithoutANameHasAnEmptyOne) {

@@ -428,6 +428,11 @@ TEST(SourceUid, OfAnEscapedText) {
   EXPECT_EQ("1.2@h", uid.text);
 }
 
+TEST(SourceUid, IsTheFirstOfSeveral) {
+  EXPECT_EQ("one", plain("<source uid=\"one\"/><source uid=\"two\"/>").text);
+  EXPECT_EQ("one", escaped("&lt;source uid=&quot;one&quot;/&gt;&lt;source uid=&quot;two&quot;/&gt;").text);
+}
+
 TEST(SourceUid, MayBeEmpty) {
   EXPECT_EQ("", plain("source uid=\"\"").text);
   EXPECT_EQ("", escaped("source uid=&quot;&quot;").text);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <linux/limits.h>
 
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -263,6 +264,14 @@ TEST_F(EvolutionFolders, ANewlineInANameCannotBringInAnotherFolder) {
   EXPECT_TRUE(exists("/root/email_sbd_sbd"));
 }
 
+TEST_F(EvolutionFolders, NorOneWhoseNameBeginsLikeTheMailFolders) {
+  write_file(mail + " of others.sbd/letter", "secret");
+  std::filesystem::create_directories(mail + "/x");
+  write_file(mail + "/x\n" + mail + " of others.sbd/Old", "From a\n");
+  evolution_old(mail.c_str(), staging.c_str());
+  EXPECT_EQ("", output_of("grep -rl secret " + staging));
+}
+
 TEST_F(EvolutionFolders, AMailFolderNamedLikeTheStagingAreaIsNoEndlessWalk) {
   std::filesystem::create_directories("/root/evolution/local");
   write_file(mail + "/brindlemail/x.sbd/Inbox", "From a\n");
@@ -344,6 +353,12 @@ TEST(StagingPath, AProfilesMailFolderCountsLikeTheArchives) {
 
 TEST(StagingPath, AResultThatDoesNotFitIsEmpty) {
   EXPECT_EQ("", staged(mail + "/" + std::string(PATH_MAX - mail.size() - 6, 'a') + ".sbd"));
+}
+
+TEST(StagingPath, FitsWithTheNulBehindIt) {
+  const std::size_t room = PATH_MAX - 1 - staging.size() - std::strlen("/subfolders");
+  EXPECT_EQ(PATH_MAX - 1, staged(mail + "/" + std::string(room, 'a') + ".sbd").size());
+  EXPECT_EQ("", staged(mail + "/" + std::string(room + 1, 'a') + ".sbd"));
 }
 
 TEST(DeleteNewLine, RemovesOneAtTheEnd) {

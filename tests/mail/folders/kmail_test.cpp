@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "mail/mail_files.h"
 #include "state/state.h"
@@ -168,6 +169,16 @@ TEST(Kmail, OnAFullDiskTheItemFailsAndTheOtherFoldersAreThere) {
   EXPECT_EQ(0, setupemails(mail.c_str(), target.c_str(), 1));
   EXPECT_EQ("Inbox 3\nSent/Work 2\nTrash 1\n",
             output_of(test_data("mail/count_messages.py") + " kmail " + target + " | grep -v ' 0$'"));
+}
+
+TEST(Kmail, OneFolderThatFailsIsToldWhereverItStands) {
+  const std::vector<std::string> names = {"one", "two", "three", "four"};
+  for (const std::string& name : names) write_file(mail + "/" + name, mailbox_of(1));
+  for (const std::string& name : names) {
+    write_file(target + "/" + name + "/cur", "no folder");
+    EXPECT_EQ(-1, kmailemails(root.c_str())) << name;
+    std::filesystem::remove_all(target);
+  }
 }
 
 TEST(Kmail, AProfilesFoldersGoIntoItsHome) {

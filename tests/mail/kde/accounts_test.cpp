@@ -5,7 +5,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <regex>
+#include <sstream>
+#include <vector>
 
 #include "state/state.h"
 #include "support/commands.h"
@@ -210,6 +213,33 @@ TEST_F(KMail, StoringThePasswordFollowsTheOutgoingServer) {
   EXPECT_THAT(read_file(kmailrc), AllOf(HasSubstr("\nstore-passwd=true\n"), HasSubstr("\nstorepass=true\n")));
 }
 
+// The lines of kmailrc that an account has with `settings` and not without.
+std::string lines_by(const std::string& settings, const std::function<void(const std::string&)>& account) {
+  const auto lines_of = [&](const std::string& text) {
+    account("POP3 Server=p\n" + text);
+    kmailaccountsettings("/tmp/b");
+    std::istringstream lines(without_ids(read_file(kmailrc)));
+    std::vector<std::string> found;
+    for (std::string line; std::getline(lines, line);) found.push_back(line);
+    return found;
+  };
+  const std::vector<std::string> without = lines_of(""), with = lines_of(settings);
+  std::string different;
+  for (std::size_t at = 0; at < std::min(with.size(), without.size()); ++at)
+    if (with[at] != without[at]) different += with[at] + "\n";
+  return different;
+}
+
+TEST_F(KMail, EachFlagChangesItsOwnLinesAlone) {
+  const auto write = [](const std::string& text) { account("a.txt", text); };
+  EXPECT_EQ("use-ssl=true\n", lines_by("POP3 Secure Connection=1\n", write));
+  EXPECT_EQ("leave-on-server=true\n", lines_by("Leave Mail On Server=1\n", write));
+  EXPECT_EQ("encryption=SSL\n", lines_by("SMTP Secure Connection=1\n", write));
+  EXPECT_EQ("store-passwd=false\nstorepass=false\n", lines_by("SMTP Prompt for Password=1\n", write));
+  EXPECT_EQ("", lines_by("POP3 Prompt for Password=1\n", write));
+  EXPECT_EQ("", lines_by("SMTP Use Auth=1\n", write));
+}
+
 TEST_F(KMail, KdeReadsEveryKey) {
   work();
   kmailaccountsettings("/tmp/b");
@@ -227,6 +257,26 @@ TEST_F(KMail, KdeReadsEveryKey) {
   EXPECT_EQ("Ann Lee\n", key("Transport 1", "name"));
   EXPECT_EQ("1\n", key("General", "accounts"));
   EXPECT_EQ("true\n", key("Reader", "htmlMail"));
+}
+
+// Nothing in a value is escaped. KDE takes a backslash with some letters for a tab or a line end, two of them
+// for one, and leaves out the letter that it knows nothing of.
+TEST_F(KMail, KdeReadsBackslashesInItsOwnWay) {
+  account(
+      "a.txt",
+      "Account Name=C:\\temp\\new\r\nSMTP Display Name=DOMAIN\\\\ann\r\nSMTP Email Address=a@b.example\r\n"
+      "POP3 Server=pop.example\r\nPOP3 User Name=WORK\\ann\r\nSMTP Server=smtp.example\r\n");
+  kmailaccountsettings("/tmp/b");
+  EXPECT_THAT(read_file(kmailrc), AllOf(HasSubstr("\nName=C:\\temp\\new\n"), HasSubstr("\nlogin=WORK\\ann\n"),
+                                        HasSubstr("\nname=DOMAIN\\\\ann\n")));
+  const auto key = [](const std::string& group, const std::string& name) {
+    return output_of("kreadconfig5 --file " + std::string(kmailrc) + " --group '" + group + "' --key " +
+                     name);
+  };
+  EXPECT_EQ("C:\temp\new\n", key("Account 1", "Name"));
+  EXPECT_EQ("WORK\\nn\n", key("Account 1", "login"));
+  EXPECT_EQ("DOMAIN\\ann\n", key("Transport 1", "name"));
+  EXPECT_EQ("pop.example\n", key("Account 1", "host"));
 }
 
 // ---- Failures -------------------------------------------------------------------------------------------

@@ -114,6 +114,21 @@ TEST_F(Calendar, WithoutALastLineEndIsNotJoinedToTheTasks) {
   EXPECT_EQ("Dentist Milk\n", output_of("/usr/bin/python3 /tmp/read.py " + std::string(organizer) + " 2>&1"));
 }
 
+// Folds of both kinds, one of them in the middle of a word, with the line ends of Windows.
+TEST_F(Calendar, OfFoldedLinesIsReadByOthers) {
+  calendar(
+      "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:A long\r\n  talk with the den\r\n\ttist\r\nEND:VEVENT\r\n"
+      "END:VCALENDAR");
+  tasks("BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nSUMMARY:Mi\r\n lk\r\nEND:VTODO\r\nEND:VCALENDAR");
+  EXPECT_EQ(0, kmailcallendar("/tmp/b"));
+  write_file("/tmp/read.py",
+             "import icalendar, sys\n"
+             "found = icalendar.Calendar.from_ical(open(sys.argv[1], newline='').read(), multiple=True)\n"
+             "print(*[repr(str(part['SUMMARY'])) for c in found for part in c.subcomponents])\n");
+  EXPECT_EQ("'A long talk with the dentist' 'Milk'\n",
+            output_of("/usr/bin/python3 /tmp/read.py " + std::string(organizer) + " 2>&1"));
+}
+
 TEST_F(Calendar, WithoutALastLineEndKeepsTheRulesOfItsLastLine) {
   calendar("RRULE:UNTIL=20051231T000000;A");
   tasks("COMPLETED:2005");
@@ -355,6 +370,26 @@ TEST_F(Notes, EscapeBodyButNotTitle) {
   EXPECT_EQ(entry("a\\(b\\)c\\\\d;e\\,f\\n\\nlast\\n", "(x), y\\z\n"), read_file(notes));
 }
 
+TEST_F(Notes, OneWithoutATitleCostsNoOther) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string& untitled : names) {
+    for (const std::string& name : names) note(name, "T:of " + name + "\nbody\n");
+    note(untitled, "no title\nbody\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, kmailnotes("/tmp/b"));
+    testing::internal::GetCapturedStderr();
+    for (const std::string& name : names)
+      EXPECT_EQ(name != untitled, read_file(notes).find("SUMMARY:of " + name + "\n") != std::string::npos)
+          << name;
+  }
+}
+
+TEST_F(Notes, HaveATitleBehindTheFirstColon) {
+  note("a.txt", "Subject: Re: 12:30\nlunch\n");
+  kmailnotes("/tmp/b");
+  EXPECT_EQ(entry("lunch\\n", "Re: 12:30\n"), read_file(notes));
+}
+
 TEST_F(Notes, OfOneLineWithoutItsEndHaveATitleOfTheirOwn) {
   note("a.txt", "T:x");
   EXPECT_EQ(0, kmailnotes("/tmp/b"));
@@ -365,6 +400,23 @@ TEST_F(Notes, ThatDos2unixTakesForBinaryLoseTheirCarriageReturnsToo) {
   note("a.txt", "T:x\r\nmilk\r\n\x01\x1a");
   kmailnotes("/tmp/b");
   EXPECT_EQ(entry("milk\\n\x01\\n", "x\n"), read_file(notes));
+}
+
+TEST_F(Notes, OfSeveralFormsAreReadByOthers) {
+  note("a.txt", "Subject: Shopping\r\nmilk, eggs; C:\\temp\r\n\r\na last line without its end");
+  note("b.txt", "Subject: One line");
+  note("c.txt", "Subject: Long\r\n" + std::string(3000, 'x') + "\r\n");
+  EXPECT_EQ(0, kmailnotes("/tmp/b"));
+  write_file("/tmp/read.py",
+             "import icalendar, sys\n"
+             "found = icalendar.Calendar.from_ical(open(sys.argv[1], newline='').read(), multiple=True)\n"
+             "for text in sorted(repr([str(j['SUMMARY']), str(j['DESCRIPTION'])]) for c in found for j in "
+             "c.walk('VJOURNAL')):\n"
+             "    print(text)\n");
+  EXPECT_EQ("['Long', '" + std::string(3000, 'x') +
+                "\\n']\n['One line', '']\n"
+                "['Shopping', 'milk, eggs; C:\\\\temp\\n\\na last line without its end\\n']\n",
+            output_of("/usr/bin/python3 /tmp/read.py " + std::string(notes) + " 2>&1"));
 }
 
 TEST_F(Notes, ALongBodyIsKeptWhole) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <map>
 #include <regex>
@@ -78,11 +79,54 @@ std::map<std::string, std::string> read_prefs(const std::string& text) {
   return prefs;
 }
 
+std::string lines_with(const std::string& start, const std::string& text) {
+  std::string found;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);)
+    if (line.starts_with(start)) found += line + "\n";
+  return found;
+}
+
+// What a JavaScript engine makes of prefs.js, line by line, for the stray parentheses are errors to it: "NAME
+// = VALUE", the value as JSON, and "refused: LINE".
+std::string read_by_an_engine() {
+  write_file(
+      "/tmp/judge.py",
+      "import json, subprocess, sys\n"
+      "lines = open(sys.argv[1], encoding='utf-8').read().split('\\n')\n"
+      "program = 'function user_pref(n, v) { print(n + \" = \" + JSON.stringify(v)); }\\n'\n"
+      "program += 'function judge(l) { try { eval(l); } catch (e) { print(\"refused: \" + l); } }\\n'\n"
+      "program += ''.join('judge(' + json.dumps(line) + ');\\n' for line in lines)\n"
+      "open('/tmp/judge.js', 'w').write(program)\n"
+      "subprocess.run(['duk', '/tmp/judge.js'], check=True)\n");
+  return output_of("/usr/bin/python3 /tmp/judge.py " + std::string(profile) + "/prefs.js 2>&1");
+}
+
 void expect_well_formed(const std::string& text) { EXPECT_THAT(read_prefs(text), Not(IsEmpty())); }
 
 // The listing decides which of two accounts is number 2; asked beforehand, for dos2unix changes the order.
 std::string expected_file_of_both() {
   return list_folder(accounts)->front() == "work.txt" ? "pop3_imap.js" : "imap_pop3.js";
+}
+
+TEST_F(Mozilla, WithoutAHomeTakesNoOtherFolder) {
+  work();
+  shell_quietly("mkdir -p /.mozilla/default/abc.slt");  // where an empty home would lead to
+  ASSERT_EQ(0, setreuid(54321, 0));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozilla("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("username : "));
+  EXPECT_EQ("", output_of("ls -A /.mozilla/default/abc.slt"));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+TEST_F(Mozilla, OfSeveralProfilesTheFirstIsTaken) {
+  shell_quietly("cd /root/.mozilla/default && mkdir one.slt two.slt three.slt four.slt");
+  const std::string first = list_folder("/root/.mozilla/default")->front();
+  work();
+  mozilla("/tmp/b");
+  EXPECT_EQ("/root/.mozilla/default/" + first + "/prefs.js\n",
+            output_of("find /root/.mozilla -name prefs.js"));
 }
 
 // ---- Accounts -------------------------------------------------------------------------------------------
@@ -100,6 +144,79 @@ TEST_F(Mozilla, OnePop3Account) {
   EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
   EXPECT_TRUE(prefs_are("pop3.js"));
   expect_well_formed(prefs());
+}
+
+TEST_F(Mozilla, EachFlagChangesItsOwnPreferenceAlone) {
+  const auto read_with = [](const std::string& settings) {
+    account("a.txt", "POP3 Server=p\n" + settings);
+    mozillaaccountsettings(profile, "/tmp/b");
+    return read_prefs(prefs());
+  };
+  const auto without = read_with("");
+  const auto changed_by = [&](const std::string& settings) {
+    std::string changed;
+    for (const auto& [name, value] : read_with(settings))
+      if (without.at(name) != value) changed += name + "=" + value + " ";
+    return changed;
+  };
+  EXPECT_EQ("mail.server.server2.isSecure=true ", changed_by("POP3 Secure Connection=1\n"));
+  EXPECT_EQ("mail.server.server2.leave_on_server=true ", changed_by("Leave Mail On Server=1\n"));
+  EXPECT_EQ("mail.smtpserver.smtp2.try_ssl=1 ", changed_by("SMTP Secure Connection=1\n"));
+  for (const char* other :
+       {"POP3 Prompt for Password=1\n", "SMTP Prompt for Password=1\n", "SMTP Use Auth=1\n"})
+    EXPECT_EQ("", changed_by(other));
+}
+
+TEST_F(Mozilla, OneThatCannotBeReadHasNoNumber) {
+  const std::vector<std::string> names = {"a", "b", "c", "d"};
+  for (const std::string& broken : names) {
+    shell_quietly("rm -rf " + std::string(accounts) + "*");
+    for (const std::string& name : names) {
+      if (name == broken) {
+        shell_quietly("mkdir " + (accounts + name));
+      } else {
+        account(name, "Account Name=" + name + "\nPOP3 Server=p\n");
+      }
+    }
+    EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+    EXPECT_THAT(prefs(), HasSubstr("\"account1,account2,account3,account4\""));
+    EXPECT_THAT(prefs(), HasSubstr("\"smtp2,smtp3,smtp4\""));
+    EXPECT_THAT(prefs(), HasSubstr("mail.server.server4.name"));
+  }
+}
+
+TEST_F(Mozilla, AJavaScriptEngineReadsAllButTheTypes) {
+  work();
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  const std::string read = read_by_an_engine();
+  for (const char* line :
+       {"mail.account.account2.server = \"server2\"\n",
+        "mail.identity.id2.useremail = \"ann@work.example\"\n", "mail.identity.id2.valid = true\n",
+        "mail.server.server2.port = 995\n", "mail.server.server2.isSecure = true\n",
+        "mail.server.server2.leave_on_server = true\n", "mail.identity.id2.organization = \"Lee & Sons\"\n",
+        "mail.smtpserver.smtp2.try_ssl = 1\n", "mail.accountmanager.accounts = \"account1,account2\"\n",
+        "mail.smtpservers = \"smtp2\"\n"})
+    EXPECT_THAT(read, HasSubstr(line));
+  EXPECT_EQ(
+      "refused: user_pref(\"mail.server.server1.type\", \"none\");)\n"
+      "refused: user_pref(\"mail.server.server2.type\", \"pop3\");)\n",
+      lines_with("refused: ", read));
+}
+
+// Nothing in a value is escaped: of a backslash the engine makes what JavaScript makes of it, and a quote
+// costs the line.
+TEST_F(Mozilla, AJavaScriptEngineReadsBackslashesInItsOwnWay) {
+  account(
+      "a.txt",
+      "Account Name=C:\\temp\r\nSMTP Email Address=a@b.example\r\nSMTP Organization Name=\"Lee\" & Sons\r\n"
+      "POP3 Server=pop.example\r\nPOP3 User Name=WORK\\ann\r\nPOP3 Port=110\r\n");
+  EXPECT_EQ(0, mozillaaccountsettings(profile, "/tmp/b"));
+  const std::string read = read_by_an_engine();
+  EXPECT_THAT(read, HasSubstr("mail.server.server2.name = \"C:\\temp\"\n"));
+  EXPECT_THAT(read, HasSubstr("mail.server.server2.userName = \"WORKann\"\n"));
+  EXPECT_THAT(read, HasSubstr("mail.server.server2.port = 110\n"));
+  EXPECT_THAT(lines_with("refused: ", read),
+              HasSubstr("mail.identity.id2.organization\", \"\"Lee\" & Sons\");\n"));
 }
 
 TEST_F(Mozilla, OneImapAccountWithItsFallbacks) {

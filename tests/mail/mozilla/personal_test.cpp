@@ -111,6 +111,21 @@ TEST_F(Calendar, WithoutALastLineEndIsNotJoined) {
   EXPECT_EQ("Milk Dentist\n", output_of("/usr/bin/python3 /tmp/read.py " + std::string(data_file) + " 2>&1"));
 }
 
+// Folds of both kinds, one of them in the middle of a word, with the line ends of Windows.
+TEST_F(Calendar, OfFoldedLinesIsReadByOthers) {
+  calendar(
+      "BEGIN:VCALENDAR\r\nBEGIN:VEVENT\r\nSUMMARY:A long\r\n  talk with the den\r\n\ttist\r\nEND:VEVENT\r\n"
+      "END:VCALENDAR");
+  tasks("BEGIN:VCALENDAR\r\nBEGIN:VTODO\r\nSUMMARY:Mi\r\n lk\r\nEND:VTODO\r\nEND:VCALENDAR");
+  EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
+  write_file("/tmp/read.py",
+             "import icalendar, sys\n"
+             "found = icalendar.Calendar.from_ical(open(sys.argv[1], newline='').read(), multiple=True)\n"
+             "print(*[repr(str(part['SUMMARY'])) for c in found for part in c.subcomponents])\n");
+  EXPECT_EQ("'Milk' 'A long talk with the dentist'\n",
+            output_of("/usr/bin/python3 /tmp/read.py " + std::string(data_file) + " 2>&1"));
+}
+
 TEST_F(Calendar, WithoutALastLineEndKeepsTheRulesOfItsLastLine) {
   calendar("TRIGGER:-PT2H\nEND:VALARM");
   mozillacalendar("/tmp/b", profile);
@@ -298,6 +313,17 @@ TEST_F(Contacts, OfAProfileGoThroughTheAdministratorsBooks) {
   std::string all;
   for (const std::string& command : import) all += command;
   EXPECT_EQ(all, said);
+}
+
+TEST_F(Contacts, FailWhenOneOfTheTwoBooksIsNotCopied) {
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  for (const std::string book : {"abook.mab", "history.mab"}) {
+    shell_quietly("rm -f /home/ann/p/*");
+    answer_command("cp -f " + std::string(profile) + "/" + book, 0);
+    EXPECT_EQ(-1, mozillaaddressbook("/tmp/b", "/home/ann/p", profile)) << book;
+  }
+  EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
 }
 
 TEST_F(Contacts, OfARunThatWasCutShortArePutBackFirst) {
