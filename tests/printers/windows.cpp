@@ -149,5 +149,5 @@ std::vector<std::string> Windows::named_printers() {
 }
 
 std::chrono::seconds Windows::slept() {
-  return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::milliseconds(slept));
+  return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::milliseconds(::slept.load()));
 }
