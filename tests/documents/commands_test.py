@@ -204,9 +204,10 @@ class Ways(unittest.TestCase):
         for name in ("Ann", "Bob"):
             put(Path(f"/mnt/windows/Users/{name}/Documents/Letter.txt"), "Dear Ann\n", 0o644)
         shutil.copy(BUILD / "src/brindle-pack", "/usr/local/bin/brindle-pack")
-        archive, kept = TREE / command.split()[-1], TREE / "kept.zip"
+        # The archive of that name is one that other commands are tried with; this one replaces none.
+        archive, kept = TREE / Path(command.split()[-1]).name, TREE / "kept.zip"
         if archive.exists():
-            archive.rename(kept)  # the archive that other commands are tried with; this one replaces none
+            archive.rename(kept)
         self.assertIn("Ann, account ann", self.succeeds(command))
         archive.unlink(missing_ok=True)
         if kept.exists():
