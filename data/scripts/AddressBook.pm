@@ -516,16 +516,16 @@ sub unread {
 sub is_sound {
     my ($book, $page, @items) = @_;
     return 0 if @items != $page->{entries};
-    my $begin = begin_of($book, @items);
+    my $begin = begin_of($book, \@items);
     return defined $begin && $page->{free} == ($begin & 0xffff);
 }
 
 # Where the last of the items of a page begins; undef when they are not all there.
 sub begin_of {
-    my ($book, @items) = @_;
-    return undef if @items % 2 || grep { !defined } @items;
+    my ($book, $items) = @_;
+    return undef if @$items % 2 || grep { !defined } @$items;
     my $used = 0;
-    $used += length for @items;
+    $used += length for @$items;
     return $book->{page_size} - $used;
 }
 
@@ -535,13 +535,12 @@ sub begin_of {
 # meets the begin of an item. It may: so the count holds where all pages together have as many keys as the book counts.
 sub items_on_damaged {
     my ($book, $page, $number, @items) = @_;
-    if (keys_on_pages($book) == $book->{keys}) {
-        my $begin = begin_of($book, @items);
-        $book->{begin}{$number} = $begin if defined $begin && @items && @items == $page->{entries};
-        return @items;
-    }
-    my $entries = entries_to_free($book, $page);
-    return defined $entries ? items_on($book, { %$page, entries => $entries }) : @items;
+    my $is_counted = $page->{entries} % 2 == 0 && keys_on_pages($book) == $book->{keys};
+    my $entries = $is_counted ? $page->{entries} : entries_to_free($book, $page);
+    return @items unless defined $entries;
+    @items = items_on($book, { %$page, entries => $entries });
+    $book->{begin}{$number} = begin_of($book, \@items) if @items == $entries;
+    return @items;
 }
 
 # How many entries of the index lead down to "free"; undef if none leads there.
@@ -553,7 +552,7 @@ sub entries_to_free {
     my $entries = 0;
     for my $offset (unpack "x$header $book->{u16}*", $page->{bytes}) {
         last if $offset >= $end || $offset < $header + 2 * ++$entries;
-        return $entries % 2 ? undef : $entries if $offset == $page->{free};
+        return $entries if $offset == $page->{free};
         $end = $offset;
     }
     return undef;
@@ -579,8 +578,9 @@ sub unled_cards {
     my ($book, $page, $number) = @_;
     my $whole = $page->{type} == OVERFLOW ? card_in(chain($book, $number)) : undef;
     return $whole if defined $whole;
-    # Before the items of a hash page lies what was deleted.
+    # Before the items of a hash page lies what was deleted; one without items has nothing else.
     my $begin = $book->{begin}{$number} // ($page->{free} < length $page->{bytes} ? $page->{free} : 0);
+    return if $begin >= length $page->{bytes};
     # Where nothing leads to a text, a control character in it may be all that is left of another item.
     my $pure = sub { my ($text) = @_; return $text =~ CONTROL ? undef : card_of($text) };
     my ($cards, $broken) = cards_between_others(substr($page->{bytes}, $begin), $pure);
@@ -646,11 +646,14 @@ sub values_of {
         my $key = ref $key[0] ? undef : $key[0] =~ s/\0+\z//r;
         next if defined $key && $key eq 'PAS-DB-VERSION';
         my @read = item_values($book, $items[ $i + 1 ]);
-        next if defined $key && $book->{had}{ join "\0", $key, map { ref $_ ? $$_ : $_ } @read }++;
+        next if defined $key && $book->{had}{ @read == 1 && !ref $read[0] ? "$key\0$read[0]" : as_one($key, @read) }++;
         push @values, map { [ $_, $key ] } @read;
     }
     return @values;
 }
+
+# A key and its values, read to their end or not, as one text.
+sub as_one { my ($key, @values) = @_; return join "\0", $key, map { ref ? $$_ : $_ } @values }
 
 # Items are packed from the end of the page downwards; each ends where the one before begins.
 sub items_on {

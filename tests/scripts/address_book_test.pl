@@ -264,7 +264,13 @@ for my $how ([ 'a book', [ 20, 21, 22, 23 ] ], [ 'a book that counts its contact
     is_deeply \@lost, [], 'and none gets lost' if !$how{guess};
 }
 
-# Records that lead to each other's place come once, and another value of a key comes too.
+# On a page that has lost all of its contacts too.
+make_book(contacts => 2, page_size => 1024, deleted => [ 1, 2 ]);
+my $empty = with_old_copies(bytes_of($book), map { ("\1pas-id-$_\0", "\1" . card($_) . "\0") } 1, 2);
+is scalar(grep { !unpack 'x20 v', substr $empty, $_ * 1024, 1024 } hash_pages($empty)), 1, 'a page without contacts';
+is_deeply differing_by_bits($empty, '', 20 .. 23), {}, 'to which none come back';
+
+# A record that both count and "free" lead to once more comes once, and another value of its key comes too.
 make_book(contacts => 10, page_size => 1024);
 my ($only) = hash_pages(bytes_of($book));
 my $twice = with_old_copies(bytes_of($book), map { ("\1pas-id-$_->[0]\0", "\1" . card($_->[1]) . "\0") } [ 1, 1 ], [ 2, 99 ]);
