@@ -269,6 +269,19 @@ make_book(contacts => 2, page_size => 1024, deleted => [ 1, 2 ]);
 my $empty = with_old_copies(bytes_of($book), map { ("\1pas-id-$_\0", "\1" . card($_) . "\0") } 1, 2);
 is scalar(grep { !unpack 'x20 v', substr $empty, $_ * 1024, 1024 } hash_pages($empty)), 1, 'a page without contacts';
 is_deeply differing_by_bits($empty, '', 20 .. 23), {}, 'to which none come back';
+my ($emptied) = grep { !unpack 'x20 v', substr $empty, $_ * 1024, 1024 } hash_pages($empty);
+substr($empty, $emptied * 1024 + 20, 1) = "\1";
+put_bytes($book, substr $empty, 0, $emptied * 1024 + 1000);
+is_deeply +(convert($book))[0], [], 'nor when it is cut off as well';
+
+# A count that fits nowhere loses nothing, even when the book's own agrees with it.
+make_book(contacts => 10, page_size => 1024);
+my $agreeing = bytes_of($book);
+for my $place ([ 1024 * (hash_pages($agreeing))[0] + 20, 'v', 1000 ], [ 88, 'V', 500 ]) {
+    my ($at, $format, $more) = @$place;
+    substr($agreeing, $at, length pack $format, 0) = pack $format, $more + unpack "x$at $format", $agreeing;
+}
+is_deeply +(numbers_and_messages($agreeing))[0], [ 1 .. 10 ], 'a count that is far too high';
 
 # A record that both count and "free" lead to once more comes once, and another value of its key comes too.
 make_book(contacts => 10, page_size => 1024);
