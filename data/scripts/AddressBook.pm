@@ -313,7 +313,8 @@ sub complain {
 # What is known of the file: bytes, u16 and u32 (unpack letters of its byte order), page_size, pages, header
 # (bytes before a page's items), order (hash pages in the order of their buckets), fill (how many contacts a
 # bucket should hold, 0 if it does not say), keys (how many contacts it counts, 0 if it does not say), read (the
-# pages that need no second look), no_hash_page (pages that should be and are none, with their buckets), failed
+# pages that need no second look), begin (where the items begin on pages that tell it wrong), had (the records that
+# have come, by key and values), no_hash_page (pages that should be and are none, with their buckets), failed
 # (texts that are no contact, with their pages and, if something led to them, their keys). Nothing for a file that is no such database.
 sub open_book {
     my ($bytes) = @_;
@@ -441,24 +442,35 @@ sub cards_of_book {
     if ($book->{last_page} >= $book->{pages} && length($book->{bytes}) % $book->{page_size} == 0) {
         complain('pages are missing at the end');
     }
-    my $keys = 0;
     my @cards;
     for my $number (page_order($book)) {
         my $page = page($book, $number) || next;
-        next unless is_hash_page($page);
-        $keys += int($page->{entries} / 2);
-        push @cards, cards_on($book, $page, $number);
+        push @cards, cards_on($book, $page, $number) if is_hash_page($page);
     }
     my @found = lost_cards($book, @cards);
     leave_out_failed($book, \@cards, \@found);
-    complain("page $_ and its contacts are lost") for lost_pages($book, $keys);
+    complain("page $_ and its contacts are lost") for lost_pages($book, keys_on_pages($book));
     return @cards, @found;
+}
+
+# How many keys the hash pages count together.
+sub keys_on_pages {
+    my ($book) = @_;
+    return $book->{keys_on_pages} //= do {
+        my $keys = 0;
+        for my $page (grep { defined } map { page($book, $_) } 1 .. $book->{pages} - 1) {
+            $keys += int($page->{entries} / 2) if is_hash_page($page);
+        }
+        $keys;
+    };
 }
 
 # The contacts that the index of a hash page leads to.
 sub cards_on {
     my ($book, $page, $number) = @_;
     my @items = items_on($book, $page);
+    my $is_sound = is_sound($book, $page, @items);
+    @items = items_on_damaged($book, $page, $number, @items) if !$is_sound;
     my @cards;
     for (values_of($book, @items)) {
         my ($value, $key) = @$_;
@@ -466,7 +478,7 @@ sub cards_on {
         if (defined $card) { push @cards, $card }
         else { push @{ $book->{failed} }, { text => ref $value ? $$value : $value, key => $key, page => $number } }
     }
-    if (is_sound($book, $page, @items)) { $book->{read}{$number} = 1 } else { complain("page $number is damaged") }
+    if ($is_sound) { $book->{read}{$number} = 1 } else { complain("page $number is damaged") }
     return @cards;
 }
 
@@ -503,10 +515,47 @@ sub unread {
 # Whether the index of a hash page leads to all of its items: they lie without gaps from "free" to the end.
 sub is_sound {
     my ($book, $page, @items) = @_;
-    return 0 if @items != $page->{entries} || @items % 2 || grep { !defined } @items;
+    return 0 if @items != $page->{entries};
+    my $begin = begin_of($book, \@items);
+    return defined $begin && $page->{free} == ($begin & 0xffff);
+}
+
+# Where the last of the items of a page begins; undef when they are not all there.
+sub begin_of {
+    my ($book, $items) = @_;
+    return undef if @$items % 2 || grep { !defined } @$items;
     my $used = 0;
-    $used += length for @items;
-    return $page->{free} == ($book->{page_size} - $used & 0xffff);
+    $used += length for @$items;
+    return $book->{page_size} - $used;
+}
+
+# The items of a page whose count of entries and whose "free" contradict each other, given those that the count
+# leads to. Between index and items lies what stood in the library's memory, an older index and older items of this
+# page too, which a count that is too high takes for its own. Most often "free" is right then, for a wrong one hardly
+# meets the begin of an item. It may: so the count holds where all pages together have as many keys as the book counts.
+sub items_on_damaged {
+    my ($book, $page, $number, @items) = @_;
+    my $is_counted = $page->{entries} % 2 == 0 && keys_on_pages($book) == $book->{keys};
+    my $entries = $is_counted ? $page->{entries} : entries_to_free($book, $page);
+    return @items unless defined $entries;
+    @items = items_on($book, { %$page, entries => $entries });
+    $book->{begin}{$number} = begin_of($book, \@items) if @items == $entries;
+    return @items;
+}
+
+# How many entries of the index lead down to "free"; undef if none leads there.
+sub entries_to_free {
+    my ($book, $page) = @_;
+    my $header = $book->{header};
+    my $end = $book->{page_size};
+    return 0 if $page->{free} == ($end & 0xffff);
+    my $entries = 0;
+    for my $offset (unpack "x$header $book->{u16}*", $page->{bytes}) {
+        last if $offset >= $end || $offset < $header + 2 * ++$entries;
+        return $entries if $offset == $page->{free};
+        $end = $offset;
+    }
+    return undef;
 }
 
 # What damage has cut off: contacts on pages that are in use and that nothing has led to. Pages in nobody's
@@ -529,8 +578,9 @@ sub unled_cards {
     my ($book, $page, $number) = @_;
     my $whole = $page->{type} == OVERFLOW ? card_in(chain($book, $number)) : undef;
     return $whole if defined $whole;
-    # Before the items of a hash page lies what was deleted.
-    my $begin = $page->{free} < length $page->{bytes} ? $page->{free} : 0;
+    # Before the items of a hash page lies what was deleted; one without items has nothing else.
+    my $begin = $book->{begin}{$number} // ($page->{free} < length $page->{bytes} ? $page->{free} : 0);
+    return if $begin >= length $page->{bytes};
     # Where nothing leads to a text, a control character in it may be all that is left of another item.
     my $pure = sub { my ($text) = @_; return $text =~ CONTROL ? undef : card_of($text) };
     my ($cards, $broken) = cards_between_others(substr($page->{bytes}, $begin), $pure);
@@ -585,7 +635,8 @@ sub page_order {
     return @order, grep { !$ordered{$_} } 1 .. $book->{pages} - 1;
 }
 
-# The values of all contacts among the items of a page, each with its key, as far as that can be read.
+# The values of all contacts among the items of a page, each with its key, as far as that can be read. A book has
+# each key once: a record that comes again is an old copy. With other values it may be the one that is meant.
 sub values_of {
     my ($book, @items) = @_;
     my @values;
@@ -594,10 +645,15 @@ sub values_of {
         # The record that tells the version of the book.
         my $key = ref $key[0] ? undef : $key[0] =~ s/\0+\z//r;
         next if defined $key && $key eq 'PAS-DB-VERSION';
-        push @values, map { [ $_, $key ] } item_values($book, $items[ $i + 1 ]);
+        my @read = item_values($book, $items[ $i + 1 ]);
+        next if defined $key && $book->{had}{ @read == 1 && !ref $read[0] ? "$key\0$read[0]" : as_one($key, @read) }++;
+        push @values, map { [ $_, $key ] } @read;
     }
     return @values;
 }
+
+# A key and its values, read to their end or not, as one text.
+sub as_one { my ($key, @values) = @_; return join "\0", $key, map { ref ? $$_ : $_ } @values }
 
 # Items are packed from the end of the page downwards; each ends where the one before begins.
 sub items_on {

@@ -209,7 +209,89 @@ for my $at (0 .. length($damaged) - 1) {
 }
 is_deeply \%differing, {}, 'one damaged byte in a header loses no contact and brings none back';
 
-my ($found, $said) = numbers_and_messages(substr($damaged, 0, 1024) . "\0" x 1024 . substr $damaged, 2048);
+# Between a page's index and its records lies what stood in the library's memory, when it is unlucky an older index
+# and the older records that it leads to, in place: of contacts that have gone to another page, or for good.
+sub with_old_copies {
+    my ($bytes, @records) = @_;
+    for my $begin (map { $_ * 1024 } hash_pages($bytes)) {
+        my ($entries, $free) = unpack 'v2', substr $bytes, $begin + 20, 4;
+        my ($index, @left) = (26 + 2 * $entries, @records);
+        while (@left && $free - length("@left[0, 1]") > $index + 4) {
+            for my $item (splice @left, 0, 2) {
+                $free -= length $item;
+                substr($bytes, $begin + $free, length $item) = $item;
+                substr($bytes, $begin + $index, 2) = pack 'v', $free;
+                $index += 2;
+            }
+        }
+    }
+    return $bytes;
+}
+
+sub hash_pages { my ($bytes) = @_; return grep { ord(substr $bytes, $_ * 1024 + 25, 1) == 13 } 1 .. length($bytes) / 1024 - 1 }
+
+# What differs from `expected` when one bit of these bytes of a hash page's header is another.
+sub differing_by_bits {
+    my ($bytes, $expected, @places) = @_;
+    my %differing;
+    for my $page (hash_pages($bytes)) {
+        for my $case (map { my $place = $_; map { [ $place, $_ ] } 0 .. 7 } @places) {
+            my ($place, $bit) = @$case;
+            my ($found) = numbers_and_messages($bytes ^ "\0" x ($page * 1024 + $place) . chr(1 << $bit));
+            $differing{"page $page, $place, bit $bit"} = "@$found" if "@$found" ne $expected;
+        }
+    }
+    return \%differing;
+}
+
+for my $how ([ 'a book', [ 20, 21, 22, 23 ] ], [ 'a book that counts its contacts from a guess', [ 20, 21 ], guess => 100 ]) {
+    my ($name, $places, %how) = @$how;
+    make_book(contacts => 34, page_size => 1024, deleted => [ 5, 17, 33 ], %how);
+    my @records = map { ("\1pas-id-$_\0", "\1" . card($_) . "\0") } 1, 33, 2, 17, 3, 5, 4;
+    my $unlucky = with_old_copies(bytes_of($book), @records);
+    my ($numbers, $messages) = numbers_and_messages($unlucky);
+    is_deeply [ $numbers, $messages ], [ [ grep { !/^(?:5|17|33)$/ } 1 .. 34 ], '' ], "$name with old copies between";
+    is_deeply differing_by_bits($unlucky, "@$numbers", @$places), {}, 'they do not come back when its header is damaged';
+
+    # Each place where a damaged "free" may meet the begin of another record.
+    my ($page) = hash_pages($unlucky);
+    my @offsets = unpack 'x26 v' . unpack('x20 v', substr $unlucky, $page * 1024), substr $unlucky, $page * 1024, 1024;
+    my @lost = grep {
+        substr(my $bytes = $unlucky, $page * 1024 + 22, 2) = pack 'v', $_;
+        my ($found) = numbers_and_messages($bytes);
+        "@$found" ne "@$numbers";
+    } @offsets, 1024;
+    is_deeply \@lost, [], 'and none gets lost' if !$how{guess};
+}
+
+# On a page that has lost all of its contacts too.
+make_book(contacts => 2, page_size => 1024, deleted => [ 1, 2 ]);
+my $empty = with_old_copies(bytes_of($book), map { ("\1pas-id-$_\0", "\1" . card($_) . "\0") } 1, 2);
+is scalar(grep { !unpack 'x20 v', substr $empty, $_ * 1024, 1024 } hash_pages($empty)), 1, 'a page without contacts';
+is_deeply differing_by_bits($empty, '', 20 .. 23), {}, 'to which none come back';
+my ($emptied) = grep { !unpack 'x20 v', substr $empty, $_ * 1024, 1024 } hash_pages($empty);
+substr($empty, $emptied * 1024 + 20, 1) = "\1";
+put_bytes($book, substr $empty, 0, $emptied * 1024 + 1000);
+is_deeply +(convert($book))[0], [], 'nor when it is cut off as well';
+
+# A count that fits nowhere loses nothing, even when the book's own agrees with it.
+make_book(contacts => 10, page_size => 1024);
+my $agreeing = bytes_of($book);
+for my $place ([ 1024 * (hash_pages($agreeing))[0] + 20, 'v', 1000 ], [ 88, 'V', 500 ]) {
+    my ($at, $format, $more) = @$place;
+    substr($agreeing, $at, length pack $format, 0) = pack $format, $more + unpack "x$at $format", $agreeing;
+}
+is_deeply +(numbers_and_messages($agreeing))[0], [ 1 .. 10 ], 'a count that is far too high';
+
+# A record that both count and "free" lead to once more comes once, and another value of its key comes too.
+make_book(contacts => 10, page_size => 1024);
+my ($only) = hash_pages(bytes_of($book));
+my $twice = with_old_copies(bytes_of($book), map { ("\1pas-id-$_->[0]\0", "\1" . card($_->[1]) . "\0") } [ 1, 1 ], [ 2, 99 ]);
+substr($twice, $only * 1024 + 20, 4) = pack 'v2', unpack('v', substr $twice, $only * 1024 + 20, 2) + 4, 1;
+my ($found, $said) = numbers_and_messages($twice);
+is_deeply $found, [ 1 .. 10, 99 ], 'the same record comes once, another of its key as well';
+
+($found, $said) = numbers_and_messages(substr($damaged, 0, 1024) . "\0" x 1024 . substr $damaged, 2048);
 cmp_ok scalar @$found, '<', @kept, 'a page that is wiped out loses its contacts';
 like $said, qr/^address book: page 1 and its contacts are lost$/m, 'and that is said';
 
