@@ -97,8 +97,9 @@ Windows partition is mounted, or a copy of it; nothing in it is changed.
   --user NAME          packs this person only; may be given several times. Everybody is packed without it
   --login OLD=NEW      another login name for the account of a person in an archive of several
   --drive LETTER=DIR   where another drive of Windows is mounted
-  --without KIND       leaves a kind of data out; may be given several times. Kinds are those that --list shows:
-                       documents, desktop, pictures, music, videos, downloads, others
+  --without KIND       leaves a kind of data out; may be given several times. Kinds are documents, desktop, pictures,
+                       music, videos, downloads, others, accounts, mail, contacts, wallpaper, drives, fonts, printers,
+                       bookmarks, cookies and passwords
   --store              compresses nothing: faster, and larger
   --help               this text
 

@@ -54,6 +54,8 @@ void pack_person(Parcel& parcel, const Machine& machine, Packed& packed, const s
   const auto hive = hive_file ? Hive::open(*packed.person.home.tree, hive_file->path) : std::nullopt;
   packed.has_registry = hive.has_value();
   packed.is_registry_dirty = hive && hive->is_dirty();
+  if (hive_file && !hive) packed.tally.note(Kind::others, Cause::registry_unreadable, hive_file->path);
+  if (packed.is_registry_dirty) packed.tally.note(Kind::others, Cause::registry_dirty, hive_file->path);
   Packing packing(parcel, packed.tally, folder, options.without);
   for (const Source& source : sources())
     source.pack(packing, machine, packed.person, hive ? &*hive : nullptr);
@@ -149,8 +151,8 @@ std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& p
                         }});
   auto packed = pack_all(zip, disk, people, options);
   const std::string root = std::string(layout::root) + "/";
-  zip.add_text(root + "packed.tsv", table_of_counts(packed));
-  zip.add_text(root + "left out.tsv", table_of_remarks(packed));
+  zip.add_text(root + layout::packed_counts, table_of_counts(packed));
+  zip.add_text(root + layout::packed_remarks, table_of_remarks(packed));
   zip.finish();
   return packed;
 }

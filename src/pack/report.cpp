@@ -100,10 +100,6 @@ void write_report(std::ostream& out, const std::vector<Packed>& people) {
     out << "\n\n";
     write_counts(out, packed.tally);
     write_causes(out, packed.tally);
-    if (packed.is_registry_dirty)
-      out << "\n  Windows was not shut down properly: its last changes to this person's settings are "
-             "missing.\n"
-             "  What to do: start Windows, shut it down with \"shutdown /s /t 0\", and pack again.\n";
     out << '\n';
   }
 }

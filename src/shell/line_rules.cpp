@@ -38,7 +38,7 @@ std::size_t LineRewriter::start_of_line(std::size_t at, std::size_t from) const 
 
 // As printf("%s%s") has it: a line with a zero byte ends there.
 void LineRewriter::trace(std::string_view lines) {
-  if (rules_.trace.empty()) return;
+  if (rules_.trace.empty() || lines.empty()) return;
   // Room for lines of one byte each.
   trace_.resize(std::max(trace_.size(), lines.size() * (rules_.trace.size() + 1)));
   char* end = trace_.data();

@@ -36,6 +36,8 @@ const std::string unknown = ": Nothing is looked for under this name.";
 TEST(LeftOver, is_nothing_that_a_kind_counts) {
   EXPECT_THAT(left({{"Brindle/", ""},
                     {"Brindle/users.txt", "x"},
+                    {"Brindle/packed.tsv", "x"},
+                    {"Brindle/left out.tsv", "x"},
                     {"Brindle/My Documents/a", "x"},
                     {"Brindle/Personal/a", "x"},
                     {"Brindle/Desktop/a/b", "x"},
@@ -77,6 +79,10 @@ TEST(LeftOver, is_named_under_the_kind_it_belongs_to) {
                           "tasks, ImapMail/Tasks/tasks.ics/a" + unknown,
                           "shared-files, Profiles/a file" + unknown, "bookmarks, bookmarks.xml" + unknown,
                           "shared-files, desktop/a" + unknown, "shared-files, zzz" + unknown));
+}
+
+TEST(LeftOver, are_the_packers_tables_in_a_profile) {
+  EXPECT_THAT(left({{"Brindle/Profiles/ann/packed.tsv", "x"}, {"Brindle/My Documents/a", "x"}}, ann).size(), 1U);
 }
 
 TEST(LeftOver, of_a_profile_is_that_persons) {

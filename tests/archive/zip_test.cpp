@@ -39,6 +39,7 @@ long resident_kilobytes() {
   return 0;
 }
 
+#ifndef BRINDLE_ADDRESS_CHECKER  // which keeps what is given back
 // Each thread that has read one would keep it.
 TEST(Zip, GivesBackTheMemoryOfALongList) {
   constexpr int entries = 20000;
@@ -57,5 +58,6 @@ TEST(Zip, GivesBackTheMemoryOfALongList) {
   zip.reset();
   EXPECT_GT(before + 1000, resident_kilobytes());
 }
+#endif
 
 }  // namespace

@@ -188,7 +188,7 @@ class Ways(unittest.TestCase):
         self.assertIn('run(SOURCES / "make", MADE)', Path("tests/samples/samples_test.py").read_text())
 
     def mutate(self, command):
-        """Takes an hour or two: the mutants that are named are only listed; --verify is a test of its own."""
+        """Takes hours: the mutants that are named are only listed; --verify is a test of its own."""
         if "--verify" in command:
             self.assertIn("--verify", Path("tests/mutants/mutants_test.py").read_text())
         else:
@@ -212,6 +212,17 @@ class Ways(unittest.TestCase):
         archive.unlink(missing_ok=True)
         if kept.exists():
             kept.rename(archive)
+
+    def installs(self, command):
+        """Done once for all tests; here the lists that are named must be there."""
+        for name in command.split()[1:]:
+            self.assertTrue(Path(f"tools/packages/{name}.txt").exists(), name)
+
+    def tidies(self, command):
+        """Reads the source for many minutes: the build that is named must be one."""
+        tool, build = command.split()
+        self.assertTrue(os.access(tool, os.X_OK))
+        self.assertIn(f'"name": "{Path(build).name}"', Path("CMakePresets.json").read_text())
 
     def windows(self, command):
         """Builds and shows all windows: windows_test.py does it with this build; here the options are read."""
@@ -276,6 +287,8 @@ WAYS = (
     ("tools/check-texts --files", Ways.run_it),
     ("tools/screens --documents", Ways.windows),
     ("tools/mutate *", Ways.mutate),
+    ("tools/install-packages *", Ways.installs),
+    ("tools/tidy *", Ways.tidies),
     ("tools/make-package --install", Ways.package),
     ("dpkg-buildpackage -us -uc", Ways.package),
     ("apt-get install ./brindle_*.deb", Ways.package),

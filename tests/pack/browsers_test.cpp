@@ -97,6 +97,17 @@ TEST(Bookmarks, OfAFirefoxFolderInItselfEnd) {
   EXPECT_THAT(bookmarks_of(disk), HasSubstr("one.example"));
 }
 
+TEST(Bookmarks, OfAFirefoxChainWithoutAnEndEnd) {
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "places.sqlite",
+                places_tables +
+                    "INSERT INTO moz_places VALUES (1, 'http://one.example/');"
+                    "INSERT INTO moz_bookmarks VALUES (9, 1, 1, 2, 0, 'One', 0, 'a');"
+                    "WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < 60000) INSERT INTO moz_bookmarks"
+                    " SELECT i, 2, NULL, CASE i WHEN 100 THEN 3 ELSE i - 1 END, 0, 'f', 0, i FROM n;");
+  EXPECT_THAT(bookmarks_of(disk), HasSubstr("one.example"));
+}
+
 TEST(Bookmarks, OfChromeKeepFoldersAndDates) {
   const windows::Disk disk;
   disk.add(std::string(chrome) + "Bookmarks", R"({"checksum": "x", "roots": {
@@ -152,6 +163,16 @@ TEST(Bookmarks, OfInternetExplorerAreFiles) {
   EXPECT_THAT(result.files_below("Brindle/My Documents/"),
               ElementsAre("Favorites/Links/none.url", "Favorites/Links/notes.txt"));
   EXPECT_THAT(result.remarks(), ElementsAre("windows-own Users/Ann/Favorites/desktop.ini"));
+}
+
+TEST(Bookmarks, WhatLiesBesideThemTakesNobodysPlace) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Favorites/notes.txt", "1");
+  disk.add("Users/Ann/Favorites/more.txt", "2");
+  disk.add("Users/Ann/Documents/favorites/notes.txt", "3");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below("Brindle/My Documents/"),
+              testing::UnorderedElementsAre("favorites/notes.txt", "Favorites 2/notes.txt", "Favorites 2/more.txt"));
 }
 
 TEST(Bookmarks, OfSeveralBrowsersHaveAFolderEachAndNoneTwice) {

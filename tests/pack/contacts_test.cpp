@@ -122,6 +122,22 @@ TEST(Contacts, OfThunderbirdBecomeAnAddressBook) {
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts).packed, 3U);
 }
 
+TEST(Contacts, WithoutAnAccountHaveTheFolderThatARunLooksFor) {
+  const windows::Disk disk;
+  make_database(disk, profile + "abook.sqlite", tables + "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');");
+  EXPECT_TRUE(pack_disk(disk.path()).content.contains("Brindle/ImapMail/brindle-email-accounts/"));
+}
+
+TEST(Contacts, ListsOfAnyNameAreTold) {
+  const windows::Disk disk;
+  make_database(disk, profile + "abook.sqlite",
+                tables + "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');"
+                         "INSERT INTO lists VALUES ('l', CAST(x'4100FFFF42' AS TEXT)), ('m', 'Friends');");
+  EXPECT_THAT(pack_disk(disk.path()).remarks(),
+              ElementsAre("no-place " + profile + "abook.sqlite: A" + std::string("\0\xFF\xFF", 3) + "B",
+                          "no-place " + profile + "abook.sqlite: Friends"));
+}
+
 TEST(Contacts, HaveKeysThatAreTheirUids) {
   const windows::Disk disk;
   make_database(disk, profile + "abook.sqlite",

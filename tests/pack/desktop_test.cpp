@@ -96,6 +96,16 @@ TEST(Drives, ThatWouldHideTheOthersAreLeftOutAndTold) {
   EXPECT_EQ(result.remarks().front(), R"(share-not-kept \\server\R&D)");
 }
 
+TEST(Drives, HaveALetterForAName) {
+  const windows::Disk disk;
+  disk.add(hive_file, windows::hive({{R"(Network\../../x)", {{"RemotePath", R"(\\server\a)"}}},
+                                     {R"(Network\ZZ)", {{"RemotePath", R"(\\server\b)"}}},
+                                     {R"(Network\Z)", {{"RemotePath", R"(\\server\c)"}}}}));
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below("Brindle/Mapped_Drives/"), ElementsAre("Z.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre(R"(share-not-kept \\server\a)", R"(share-not-kept \\server\b)"));
+}
+
 TEST(Fonts, OfAllPeopleAreShared) {
   const windows::Disk disk;
   const std::string place = "/AppData/Local/Microsoft/Windows/Fonts/";

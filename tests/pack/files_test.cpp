@@ -275,12 +275,61 @@ TEST(Files, OfADamagedRegistryAreFoundAtTheirUsualPlaces) {
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below(documents), ElementsAre("a.txt"));
   EXPECT_FALSE(result.people.front().has_registry);
+  EXPECT_THAT(result.remarks(), ElementsAre("registry-unreadable Users/Ann/NTUSER.DAT"));
+  EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
+TEST(Files, OfAHomeThatIsTheDocumentsArePackedOnce) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Personal", "%USERPROFILE%"}}));
+  disk.add("Users/Ann/a.txt");
+  disk.add("Users/Ann/AppData/Roaming/x");
+  disk.add("Users/Ann/Documents/b.txt");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below(documents), UnorderedElementsAre("a.txt", "Documents/b.txt"));
+}
+
+TEST(Files, OfSomebodyElseAreNotTaken) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Personal", R"(C:\Users\Bob\Documents)"}, {"Desktop", R"(C:\Users)"}}));
+  disk.add("Users/Ann/Documents/a.txt");
+  disk.add("Users/Bob/Documents/secret.txt");
+  pack::Options options;
+  options.users = {"Ann"};
+  const auto result = pack_disk(disk.path(), options);
+  EXPECT_THAT(result.files_below("Brindle/"), UnorderedElementsAre("users.txt", "My Documents/a.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre(R"(elsewhere C:\Users\Bob\Documents)", R"(elsewhere C:\Users)"));
+}
+
+TEST(Files, AVariableThatHoldsItselfEnds) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT",
+           windows::hive({{"Volatile Environment", {{"USERPROFILE", R"(C:\Users\%USERPROFILE%)"}}},
+                          {shell_folders, {{"Personal", R"(%USERPROFILE%\Papers)", windows::Value::expand}}}}));
+  disk.add("Users/Ann/Papers/a.txt");
+  EXPECT_THAT(pack_disk(disk.path()).files_below(documents), ElementsAre("a.txt"));
+}
+
+TEST(Files, AtTheDriveAndPathOfTheHomeAreFound) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Personal", R"(%HOMEDRIVE%%HOMEPATH%\Papers)"}}));
+  disk.add("Users/Ann/Papers/a.txt");
+  EXPECT_THAT(pack_disk(disk.path()).files_below(documents), ElementsAre("a.txt"));
+}
+
+TEST(Files, ThatTheRegistryCallsAProgramsStayInTheDocuments) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Templates", R"(%USERPROFILE%\Documents\Letters)"}}));
+  disk.add("Users/Ann/Documents/Letters/a.txt");
+  EXPECT_THAT(pack_disk(disk.path()).files_below(documents), ElementsAre("Letters/a.txt"));
 }
 
 TEST(Files, ARegistryThatWasNotClosedIsTold) {
   const windows::Disk disk;
   disk.add("Users/Ann/NTUSER.DAT", windows::dirty_hive({{"Network", {}}}));
   EXPECT_TRUE(pack_disk(disk.path()).people.front().is_registry_dirty);
+  EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre("registry-dirty Users/Ann/NTUSER.DAT"));
+  EXPECT_TRUE(pack_disk(disk.path()).people.front().tally.has_losses());
   disk.add("Users/Ann/NTUSER.DAT", windows::hive({{"Network", {}}}));
   EXPECT_FALSE(pack_disk(disk.path()).people.front().is_registry_dirty);
 }

@@ -139,6 +139,25 @@ TEST(MailFolders, DeletedMessagesStay) {
   EXPECT_FALSE(result.people.front().tally.has_losses());
 }
 
+TEST(MailFolders, AMessageDeletedInOneAccountStaysInAnother) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/a/Inbox", message("one") + message("moved", "0009"));
+  disk.add(profile + "Mail/b/Inbox", message("moved"));
+  disk.add(profile + "Mail/c/Inbox", message("moved") + message("one"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"), packed("one") + packed("moved"));
+  EXPECT_THAT(result.remarks(), ElementsAre("deleted " + profile + "Mail/a/Inbox", "there-already " + profile + "Mail/c/Inbox",
+                                            "there-already " + profile + "Mail/c/Inbox"));
+}
+
+TEST(MailFolders, WithoutAnAccountHaveTheFoldersThatARunLooksFor) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/Local Folders/Inbox", message("one"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_TRUE(result.content.contains("Brindle/ImapMail/"));
+  EXPECT_TRUE(result.content.contains("Brindle/ImapMail/brindle-email-accounts/"));
+}
+
 TEST(MailFolders, WhatIsNoMailboxIsTold) {
   const windows::Disk disk;
   disk.add(profile + "Mail/Local Folders/Inbox", message("one"));
@@ -184,6 +203,13 @@ TEST(MailFolders, AreReadByOthers) {
           "python3 -c \"import mailbox; print([m['subject'] for m in mailbox.mbox('/tmp/inbox')][::7])\""),
       "['number 0', 'number 7', 'number 14', 'number 21', 'number 28', 'number 35', 'number 42', 'number "
       "49']\n");
+}
+
+TEST(Prefs, ThatAreNestedArePassedOver) {
+  const std::string deep(200000, '[');
+  const auto prefs = pack::read_prefs("user_pref(\"a\", " + deep + std::string(deep.size(), ']') +
+                                      ");\nuser_pref(\"b\", {\"c\": 1});\nuser_pref(\"d\", 1);\n");
+  EXPECT_THAT(prefs, ElementsAre(testing::Pair("d", "1")));
 }
 
 TEST(Prefs, AreRead) {

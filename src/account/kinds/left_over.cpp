@@ -39,7 +39,9 @@ std::string in_mail(const char* name) { return std::string(layout::mail) + "/" +
 
 // `name`: in the person's folder.
 bool is_looked_at(std::string_view name, const Person& person) {
-  if (person.runs && (name == layout::users || lies_in(name, layout::fonts))) return true;
+  if (person.runs && (name == layout::users || name == layout::packed_counts ||
+                      name == layout::packed_remarks || lies_in(name, layout::fonts)))
+    return true;
   return std::ranges::any_of(folders, [name](const Known& folder) { return lies_in(name, folder.name); }) ||
          std::ranges::find(files, name, &Known::name) != std::end(files) ||
          std::ranges::any_of(files_in_mail, [name](const char* file) { return name == in_mail(file); });

@@ -75,7 +75,7 @@ void add_chromium(Packing& packing, const Person& person, Lists& lists) {
 
 // What else a person has put there goes with the documents.
 void add_others(Packing& packing, const Place& folder, const std::vector<Other>& others) {
-  const std::string to = std::string(layout::documents) + "/Favorites";
+  std::string to;
   for (const auto& [place, entry] : others) {
     if (entry.what != What::file || is_same_name(entry.name, "desktop.ini")) {
       packing.leave_out(Kind::bookmarks,
@@ -84,6 +84,7 @@ void add_others(Packing& packing, const Place& folder, const std::vector<Other>&
       continue;
     }
     packing.add_folder(layout::documents);
+    if (to.empty()) to = std::string(layout::documents) + "/" + packing.free_name("Favorites");
     packing.add_folder(to);
     std::string below = to;
     std::string rest = place.path.substr(folder.path.size() + 1);

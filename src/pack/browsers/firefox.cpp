@@ -33,15 +33,18 @@ std::string title_of(const std::string& guid, const std::string& title) {
   return found == own.end() ? title : found->second;
 }
 
+// A list this deep is none that a person has made.
+constexpr int deepest = 200;
+
 // A damaged file may have a folder in itself: each is gone into once.
-Bookmark tree_below(const Items& items, std::int64_t parent, std::set<std::int64_t>& seen) {
+Bookmark tree_below(const Items& items, std::int64_t parent, std::set<std::int64_t>& seen, int depth = 0) {
   Bookmark folder;
-  if (!seen.insert(parent).second) return folder;
+  if (depth > deepest || !seen.insert(parent).second) return folder;
   const auto [begin, end] = items.equal_range(parent);
   for (auto item = begin; item != end; ++item) {
     Bookmark bookmark = item->second.bookmark;
     if (item->second.is_folder) {
-      bookmark.children = tree_below(items, item->second.id, seen).children;
+      bookmark.children = tree_below(items, item->second.id, seen, depth + 1).children;
       // Those that everybody has are not shown when they are empty.
       if (bookmark.children.empty() && parent <= 1) continue;
     }

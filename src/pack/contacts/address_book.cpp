@@ -75,7 +75,9 @@ void AddressBook::pack(Packing& packing) {
   if (known_.empty()) return;
   close();
   const std::string path = stage_.path("addressbook.db");
+  // Without a folder of accounts some systems leave them behind.
   packing.add_folder(layout::mail);
+  packing.add_folder(layout::mail_accounts);
   packing.add_folder(std::string(layout::mail) + "/" + layout::contacts);
   packing.add_stream(
       std::string(layout::mail) + "/" + layout::contacts_file, std::filesystem::file_size(path),

@@ -13,6 +13,11 @@ constexpr std::size_t longest_line = 125;
 // What a file manager's list of drives, an XML file that it is written into as it stands, cannot hold.
 bool breaks_lists(std::string_view share) { return share.find_first_of("&<\r\n") != std::string_view::npos; }
 
+// What else a key there is called would be a path in the archive.
+bool is_letter(const std::string& name) {
+  return name.size() == 1 && ((name[0] >= 'A' && name[0] <= 'Z') || (name[0] >= 'a' && name[0] <= 'z'));
+}
+
 std::string share_of(std::string path) {
   std::ranges::replace(path, '\\', '/');
   while (path.size() > 2 && path.ends_with('/')) path.pop_back();
@@ -32,7 +37,7 @@ void pack_drives(Packing& packing, const Machine&, const Person&, const Hive* hi
     const auto path = hive->text("Network\\" + letter, "RemotePath");
     if (!path || path->empty()) continue;
     const std::string share = share_of(*path);
-    if (breaks_lists(share) || breaks_lists(letter) || !share.starts_with("//") ||
+    if (breaks_lists(share) || !is_letter(letter) || !share.starts_with("//") ||
         share.size() > longest_line) {
       packing.leave_out(Kind::drives, Cause::share_not_kept, *path);
       continue;

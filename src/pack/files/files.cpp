@@ -26,6 +26,9 @@ bool is_registry(std::string_view name) {
   return name.size() > registry.size() && is_same_name(name.substr(0, registry.size()), registry);
 }
 
+// A run passes names with a dot over there.
+bool is_top(std::string_view name) { return name == layout::documents || name == layout::desktop; }
+
 // One person's files on their way.
 class Files {
  public:
@@ -37,10 +40,9 @@ class Files {
  private:
   void name_apart();
   void collect_taken_names();
-  std::string free_name(const std::string& wanted);
   void pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry);
   void pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
-                   bool is_top);
+                   bool drops_dots);
   void pack_link(Kind kind, const Place& place, const Entry& entry);
   void pack_others();
   bool is_packed_elsewhere(const Place& place) const;
@@ -50,7 +52,6 @@ class Files {
   const Disk& disk_;
   const Person& person_;
   KnownFolders folders_;
-  std::vector<std::string> taken_;  // names at the top of the documents
 };
 
 void Files::pack() {
@@ -59,29 +60,22 @@ void Files::pack() {
   for (const MissingFolder& folder : folders_.missing)
     packing_.leave_out(folder.kind, folder.cause, folder.path);
   for (const KnownFolder& folder : folders_.here)
-    if (packing_.wants(folder.kind)) pack_folder(folder.kind, folder.name, folder.place, 0, true);
-  if (packing_.wants(Kind::others)) pack_others();
+    if (packing_.wants(folder.kind))
+      pack_folder(folder.kind, folder.name, folder.place, 0, is_top(folder.name));
+  // When the documents are the home itself, or hold it, all of it is packed.
+  const auto holds_home = [&](const KnownFolder& folder) { return lies_in(person_.home, folder.place); };
+  if (packing_.wants(Kind::others) && std::ranges::none_of(folders_.here, holds_home)) pack_others();
 }
 
 void Files::collect_taken_names() {
   for (const KnownFolder& folder : folders_.here) {
     if (folder.kind != Kind::documents) continue;
     try {
-      for (const Entry& entry : folder.place.tree->list(folder.place.path)) taken_.push_back(entry.name);
+      for (const Entry& entry : folder.place.tree->list(folder.place.path)) packing_.take_name(entry.name);
     } catch (const std::system_error&) {
       continue;  // told when it is packed
     }
   }
-}
-
-// `wanted`, or the same with a number, that nothing at the top of the documents has.
-std::string Files::free_name(const std::string& wanted) {
-  std::string name = wanted;
-  const auto is_taken = [&](const std::string& other) { return is_same_name(name, other); };
-  for (int number = 2; std::ranges::any_of(taken_, is_taken); ++number)
-    name = wanted + " " + std::to_string(number);
-  taken_.push_back(name);
-  return name;
 }
 
 // The first folder of documents and of the desktop has the archive's place for it; all else has one in the
@@ -92,7 +86,7 @@ void Files::name_apart() {
   for (KnownFolder& folder : folders_.here) {
     const bool is_at_top = folder.name.find('/') == std::string::npos;
     if (!is_at_top || std::ranges::find(given, folder.name) != given.end())
-      folder.name = documents + free_name(folder.name.substr(folder.name.rfind('/') + 1));
+      folder.name = documents + packing_.free_name(folder.name.substr(folder.name.rfind('/') + 1));
     given.push_back(folder.name);
   }
 }
@@ -106,7 +100,7 @@ bool Files::is_packed_elsewhere(const Place& place) const {
 // One in the documents, under that name or one like it.
 std::string Files::new_folder(const std::string& wanted) {
   packing_.add_folder(layout::documents);
-  const std::string name = std::string(layout::documents) + "/" + free_name(wanted);
+  const std::string name = std::string(layout::documents) + "/" + packing_.free_name(wanted);
   packing_.add_folder(name);
   return name;
 }
@@ -147,7 +141,9 @@ void Files::pack_folder(Kind kind, const std::string& name, const Place& place, 
   for (const Entry& entry : entries) {
     const Place below{.tree = place.tree, .path = joined(place.path, entry.name)};
     if (is_packed_elsewhere(below)) continue;
-    const bool is_passed_over = is_top && entry.name.starts_with('.');
+    if (place.tree == person_.home.tree && place.path == person_.home.path && is_registry(entry.name))
+      continue;
+    const bool is_passed_over = drops_dots && entry.name.starts_with('.');
     if (is_passed_over && dots.empty()) dots = new_folder("Dot files");
     pack_entry(kind, is_passed_over ? dots : name, below, entry);
   }

@@ -54,13 +54,15 @@ std::string home_of(const Hive& hive, const Person& person) {
   return profile.value_or(R"(C:\Users\)" + person.shown);
 }
 
-// "%USERPROFILE%\Documents" with the variable's value in its place, whatever the case.
+// "%USERPROFILE%\Documents" with the variable's value in its place, whatever the case. What the value holds
+// stays.
 std::string expanded(std::string text, std::string_view variable, const std::string& value) {
-  for (std::size_t begin = 0; (begin = text.find('%', begin)) != std::string::npos; ++begin) {
+  for (std::size_t begin = 0; (begin = text.find('%', begin)) != std::string::npos;) {
     const std::size_t end = text.find('%', begin + 1);
     if (end == std::string::npos) break;
-    if (is_same_name(std::string_view(text).substr(begin + 1, end - begin - 1), variable))
-      text.replace(begin, end - begin + 1, value);
+    const bool is_ours = is_same_name(std::string_view(text).substr(begin + 1, end - begin - 1), variable);
+    if (is_ours) text.replace(begin, end - begin + 1, value);
+    begin += is_ours ? value.size() : 1;
   }
   return text;
 }
@@ -97,13 +99,23 @@ Answer in_home(const Person& person, const std::string& path, std::string_view b
   return {.place = {}, .cause = {}, .path = path};
 }
 
+// In the home of somebody else, beside the person's own: what Windows would not let them read.
+bool is_anothers(const Person& person, const Place& place) {
+  const std::size_t slash = person.home.path.rfind('/');
+  if (slash == std::string::npos) return false;
+  const Place homes{.tree = person.home.tree, .path = person.home.path.substr(0, slash)};
+  return lies_in(place, homes) && !lies_in(place, person.home);
+}
+
 Answer by_registry(const Disk& disk, const Person& person, const Hive& hive, std::string_view value) {
   const auto text = hive.text(shell_folders, value);
   if (!text) return {};
   std::string path = *text;
   const std::string home = home_of(hive, person);
-  for (const std::string_view variable : {"USERPROFILE", "HOMEDRIVE%%HOMEPATH"})
-    path = expanded(path, variable, home);
+  const std::size_t colon = std::min(home.find(':') + 1, home.size());
+  path = expanded(path, "USERPROFILE", home);
+  path = expanded(path, "HOMEDRIVE", home.substr(0, colon));
+  path = expanded(path, "HOMEPATH", home.substr(colon));
   for (const std::string_view variable : {"OneDrive", "OneDriveConsumer"})
     path = expanded(path, variable, home + R"(\OneDrive)");
   path = expanded(path, "PUBLIC", R"(C:\Users\Public)");
@@ -111,7 +123,8 @@ Answer by_registry(const Disk& disk, const Person& person, const Hive& hive, std
   if (path.size() > home.size() && is_same_name(path.substr(0, home.size()), home) &&
       path[home.size()] == '\\')
     return in_home(person, path, std::string_view(path).substr(home.size() + 1));
-  if (const auto place = disk.find(path)) return {.place = place, .cause = {}, .path = path};
+  const auto place = disk.find(path);
+  if (place && !is_anothers(person, *place)) return {.place = place, .cause = {}, .path = path};
   return {.place = {}, .cause = Cause::elsewhere, .path = path};
 }
 
@@ -162,13 +175,15 @@ KnownFolders known_folders(const Disk& disk, const Person& person, const Hive* h
   for (const std::string_view place : usual_settings)
     if (const Answer answer = by_habit(person, place); answer.place)
       folders.settings.push_back(*answer.place);
-  // A registry that calls the home itself a program's folder takes nothing away.
+  // A registry that calls the home itself, or a person's folder, a program's takes nothing away.
   std::erase_if(folders.settings, [&](const Place& settings) {
-    return lies_in(person.home, settings) || std::ranges::any_of(folders.here, [&](const KnownFolder& known) {
-             return lies_in(known.place, settings);
-           });
+    const auto touches = [&](const KnownFolder& known) {
+      return lies_in(known.place, settings) || lies_in(settings, known.place);
+    };
+    return lies_in(person.home, settings) || std::ranges::any_of(folders.here, touches);
   });
-  return folders;
+});
+return folders;
 }
 
 }  // namespace pack

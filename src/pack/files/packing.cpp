@@ -1,5 +1,7 @@
 #include "pack/files/packing.h"
 
+#include <algorithm>
+
 namespace pack {
 
 Packing::Packing(Parcel& parcel, Tally& tally, std::string folder, const std::set<Kind>& without)
@@ -9,6 +11,15 @@ void Packing::add_folder(const std::string& name, std::int64_t modified) {
   // Those of a walk come once each; the others are few.
   if (modified == 0 && !folders_.insert(name).second) return;
   parcel_.add_folder(joined(folder_, name), modified);
+}
+
+std::string Packing::free_name(const std::string& wanted) {
+  std::string name = wanted;
+  const auto is_it = [&](const std::string& other) { return is_same_name(name, other); };
+  for (int number = 2; std::ranges::any_of(taken_, is_it); ++number)
+    name = wanted + " " + std::to_string(number);
+  taken_.push_back(name);
+  return name;
 }
 
 void Packing::add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry) {

@@ -4,6 +4,7 @@
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "pack/disk/disk.h"
 #include "pack/model/tally.h"
@@ -25,6 +26,11 @@ class Packing {
 
   /// The folder of that name, so that it is there; a second time is nothing.
   void add_folder(const std::string& name, std::int64_t modified = 0);
+
+  /// The name `wanted`, or the same with a number, for something new at the top of the documents; nothing
+  /// else has it from now on. `take_name` says which names others have there already.
+  std::string free_name(const std::string& wanted);
+  void take_name(const std::string& name) { taken_.push_back(name); }
 
   /// A file of the disk.
   void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
@@ -54,6 +60,7 @@ class Packing {
   std::string folder_;
   const std::set<Kind>& without_;
   std::set<std::string> folders_;
+  std::vector<std::string> taken_;
 };
 
 }  // namespace pack

@@ -166,16 +166,19 @@ class Folder {
 
   void add(const MailFolders::Source& source, const std::vector<Digest>& digests) {
     std::size_t number = 0;
+    std::vector<Digest> written;  // a deleted message of this source is no reason to leave the next one's out
     each_message(
         source,
         [&](const std::string& head) {
-          const bool is_double = number < digests.size() && earlier_.contains(digests[number]);
+          const auto digest = number < digests.size() ? std::optional(digests[number]) : std::nullopt;
           ++number;
+          const bool is_double = digest && earlier_.contains(*digest);
+          if (digest && !is_double && !is_deleted(head)) written.push_back(*digest);
           return begin(head, source, is_double);
         },
         [&](Cause cause, const std::string& path) { packing_.leave_out(Kind::mail, cause, path); });
     end_message();
-    earlier_.insert(digests.begin(), digests.end());
+    earlier_.insert(written.begin(), written.end());
   }
 
  private:
@@ -238,9 +241,11 @@ void MailFolders::add(const std::vector<std::string>& names, const Source& sourc
 }
 
 void MailFolders::pack(Packing& packing) const {
-  std::set<std::string> made;
+  // A run looks at mail only where both are there.
+  if (!folders_.empty())
+    for (const char* folder : {layout::mail, layout::mail_accounts, layout::mail_folders})
+      packing.add_folder(folder);
   for (const auto& [path, sources] : folders_) {
-    packing.add_folder(layout::mail_folders);
     const std::string name = std::string(layout::mail_folders) + "/" + path;
     for (std::size_t slash = name.find('/'); (slash = name.find('/', slash + 1)) != std::string::npos;)
       packing.add_folder(name.substr(0, slash));

@@ -18,6 +18,7 @@ void take_line(std::string_view line, Prefs& prefs) {
   line.remove_suffix(ending.size());
   const auto both = nlohmann::json::parse("[" + std::string(line) + "]", nullptr, false);
   if (!both.is_array() || both.size() != 2 || !both[0].is_string()) return;
+  if (both[1].is_structured()) return;
   prefs[both[0].get<std::string>()] = both[1].is_string() ? both[1].get<std::string>() : both[1].dump();
 }
 

@@ -12,12 +12,15 @@ namespace {
   throw std::system_error(errno, std::generic_category(), "a temporary file for what is left out");
 }
 
-// Of a path that may hold any byte but a zero one.
-bool read_path(std::FILE* file, std::string& path) {
-  path.clear();
-  int byte = 0;
-  while ((byte = std::getc(file)) != EOF && byte != '\0') path += static_cast<char>(byte);
-  return byte != EOF;
+struct Head {
+  Kind kind;
+  Cause cause;
+  std::size_t size;  // of the path behind it, which may hold any byte
+};
+
+bool read_path(std::FILE* file, std::size_t size, std::string& path) {
+  path.resize(size);
+  return std::fread(path.data(), 1, size, file) == size;
 }
 
 }  // namespace
@@ -47,9 +50,10 @@ void Tally::remark(Kind kind, Cause cause, std::string_view path, std::uint64_t 
 void Tally::note(Kind kind, Cause cause, std::string_view path) {
   ++causes_[{kind, cause}];
   std::FILE* const file = remarks_.get();
-  std::putc(static_cast<int>(kind), file);
-  std::putc(static_cast<int>(cause), file);
-  if (std::fwrite(path.data(), 1, path.size(), file) != path.size() || std::putc('\0', file) == EOF) fail();
+  const Head head{.kind = kind, .cause = cause, .size = path.size()};
+  if (std::fwrite(&head, sizeof head, 1, file) != 1 ||
+      std::fwrite(path.data(), 1, path.size(), file) != path.size())
+    fail();
 }
 
 Tally::Count Tally::count(Kind kind) const {
@@ -81,11 +85,11 @@ void Tally::each_remark(const std::function<void(const Remark&)>& take) const {
   std::FILE* const file = remarks_.get();
   if (std::fflush(file) != 0 || std::fseek(file, 0, SEEK_SET) != 0) fail();
   Remark remark{};
-  int kind = 0;
-  while ((kind = std::getc(file)) != EOF) {
-    remark.kind = static_cast<Kind>(kind);
-    remark.cause = static_cast<Cause>(std::getc(file));
-    if (!read_path(file, remark.path)) fail();
+  Head head{};
+  while (std::fread(&head, sizeof head, 1, file) == 1) {
+    remark.kind = head.kind;
+    remark.cause = head.cause;
+    if (!read_path(file, head.size, remark.path)) fail();
     take(remark);
   }
   if (std::ferror(file) != 0 || std::fseek(file, 0, SEEK_END) != 0) fail();

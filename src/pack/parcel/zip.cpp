@@ -68,7 +68,17 @@ class Zip::Part {
     if (file_ >= 0) close(file_);
     if (!name_.empty()) unlink(name_.c_str());
   }
-  int file() const { return file_; }
+
+  // For the library. It never hears of an error, for it leaves memory behind when a zip ends in one: error()
+  // has it.
+  static la_ssize_t write(archive*, void* self, const void* bytes, std::size_t size) {
+    static_cast<Part*>(self)->write(static_cast<const char*>(bytes), size);
+    return static_cast<la_ssize_t>(size);
+  }
+
+  // What went wrong so far; nothing more is written then.
+  int error() const { return error_; }
+  void give_up() { error_ = ECANCELED; }
 
   void keep_as(const std::string& path) {
     if (fsync(file_) != 0) fail_at(name_);
@@ -92,8 +102,19 @@ class Zip::Part {
     if (rename(name_.c_str(), path.c_str()) != 0) fail_at(path);
   }
 
+  void write(const char* bytes, std::size_t size) {
+    while (size > 0 && error_ == 0) {
+      const ssize_t written = ::write(file_, bytes, size);
+      if (written < 0 && errno != EINTR) error_ = errno;
+      if (written <= 0) continue;
+      bytes += written;
+      size -= static_cast<std::size_t>(written);
+    }
+  }
+
   std::string name_;
   int file_;
+  int error_ = 0;
 };
 
 void Zip::Closing::operator()(archive* zip) const { archive_write_free(zip); }
@@ -108,20 +129,22 @@ Zip::Zip(const std::string& path, How how) : path_(path), how_(std::move(how)), 
   // No locale is set and none asked for: then names go in byte for byte.
   zip_.reset(archive_write_new());
   archive* const zip = zip_.get();
-  if (archive_write_set_format_zip(zip) != ARCHIVE_OK ||
-      archive_write_set_format_option(zip, "zip", "compression-level", "1") != ARCHIVE_OK ||
-      archive_write_set_bytes_per_block(zip, block_size) != ARCHIVE_OK ||
-      archive_write_set_bytes_in_last_block(zip, 1) != ARCHIVE_OK ||
-      archive_write_open_fd(zip, part_->file()) != ARCHIVE_OK)
-    fail();
+  check(archive_write_set_format_zip(zip));
+  check(archive_write_set_format_option(zip, "zip", "compression-level", "1"));
+  check(archive_write_set_bytes_per_block(zip, block_size));
+  check(archive_write_set_bytes_in_last_block(zip, 1));
+  check(archive_write_open(zip, part_.get(), nullptr, Part::write, nullptr));
 }
 
 Zip::~Zip() {
-  // What is closed properly would be written to the end first.
-  if (zip_) archive_write_fail(zip_.get());
+  // It is closed properly, which frees all that the library has taken, and written nowhere.
+  part_->give_up();
 }
 
-void Zip::fail() const {
+// Some names make the library warn; they are written all the same.
+void Zip::check(int result) const {
+  if (part_->error() != 0) throw std::system_error(part_->error(), std::generic_category(), path_);
+  if (result >= ARCHIVE_WARN) return;
   const int error = archive_errno(zip_.get());
   throw std::system_error(error > 0 ? error : EIO, std::generic_category(), path_);
 }
@@ -134,9 +157,8 @@ void Zip::begin(const std::string& name, std::optional<std::uint64_t> size, std:
                 unsigned type) {
   stop_when_asked();
   const bool as_it_is = how_.store || size == 0U || is_compressed(name);
-  if ((as_it_is ? archive_write_zip_set_compression_store
-                : archive_write_zip_set_compression_deflate)(zip_.get()) != ARCHIVE_OK)
-    fail();
+  check((as_it_is ? archive_write_zip_set_compression_store
+                  : archive_write_zip_set_compression_deflate)(zip_.get()));
   const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
                                                                             archive_entry_free);
   archive_entry_set_pathname(entry.get(), name.c_str());
@@ -144,14 +166,13 @@ void Zip::begin(const std::string& name, std::optional<std::uint64_t> size, std:
   archive_entry_set_perm(entry.get(), type == AE_IFDIR ? 0755 : 0644);
   if (size) archive_entry_set_size(entry.get(), static_cast<la_int64_t>(*size));
   archive_entry_set_mtime(entry.get(), modified, 0);
-  // Some names make it warn; they are written all the same.
-  if (archive_write_header(zip_.get(), entry.get()) < ARCHIVE_WARN) fail();
+  check(archive_write_header(zip_.get(), entry.get()));
 }
 
 void Zip::write(const char* bytes, std::size_t size) {
   while (size > 0) {
     const la_ssize_t written = archive_write_data(zip_.get(), bytes, size);
-    if (written < 0) fail();
+    check(written < 0 ? static_cast<int>(written) : ARCHIVE_OK);
     if (written == 0) return;  // beyond the size it was announced with
     bytes += written;
     size -= static_cast<std::size_t>(written);
@@ -204,7 +225,7 @@ std::optional<Cause> Zip::copy(Content& content, const Entry& entry) {
 }
 
 void Zip::finish() {
-  if (archive_write_close(zip_.get()) != ARCHIVE_OK) fail();
+  check(archive_write_close(zip_.get()));
   zip_.reset();
   part_->keep_as(path_);
 }

@@ -54,7 +54,7 @@ class Zip : public Parcel {
   void write(const char* bytes, std::size_t size);
   std::optional<Cause> copy(Content& content, const Entry& entry);
   void stop_when_asked() const;
-  [[noreturn]] void fail() const;
+  void check(int result) const;
 
   std::string path_;
   How how_;

@@ -15,6 +15,11 @@ inline constexpr const char* root = "Brindle";
 inline constexpr const char* users = "users.txt";
 inline constexpr const char* profiles = "Profiles";
 
+/// In the archive root only, written by whoever packs: what was found and packed, and what was left out. A
+/// run does not look at them.
+inline constexpr const char* packed_counts = "packed.tsv";
+inline constexpr const char* packed_remarks = "left out.tsv";
+
 /// Documents; the second name only counts without the first.
 inline constexpr const char* documents = "My Documents";
 inline constexpr const char* documents_otherwise = "Personal";

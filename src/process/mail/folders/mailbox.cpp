@@ -1,7 +1,6 @@
 #include "process/mail/folders/mailbox.h"
 
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 
 Mailbox::Mailbox(std::FILE* file) : file_(file) {
@@ -57,7 +56,7 @@ void Mailbox::fill_next() {
 // A block that is filled no further than it could be is the last one, so what is left ends with its bytes.
 void Mailbox::fill(Block& block, std::string_view left) {
   block.begin = most_left - left.size();
-  std::memcpy(block.bytes.data() + block.begin, left.data(), left.size());
+  left.copy(block.bytes.data() + block.begin, left.size());
   const std::size_t found = std::fread(block.bytes.data() + most_left, 1, size, file_);
   block.error = std::ferror(file_) != 0 ? errno : 0;
   block.is_last = found < size;
