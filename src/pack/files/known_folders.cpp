@@ -178,12 +178,12 @@ KnownFolders known_folders(const Disk& disk, const Person& person, const Hive* h
   // A registry that calls the home itself, or a person's folder, a program's takes nothing away.
   std::erase_if(folders.settings, [&](const Place& settings) {
     const auto touches = [&](const KnownFolder& known) {
-      return lies_in(known.place, settings) || lies_in(settings, known.place);
+      const bool holds_home = lies_in(person.home, known.place);
+      return lies_in(known.place, settings) || (lies_in(settings, known.place) && !holds_home);
     };
     return lies_in(person.home, settings) || std::ranges::any_of(folders.here, touches);
   });
-});
-return folders;
+  return folders;
 }
 
 }  // namespace pack
