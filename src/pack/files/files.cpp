@@ -128,7 +128,7 @@ void Files::pack_entry(Kind kind, const std::string& folder, const Place& place,
 }
 
 void Files::pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
-                        bool is_top) {
+                        bool drops_dots) {
   if (name.size() > Packing::longest_name) return packing_.leave_out(kind, Cause::path_too_long, place.path);
   std::vector<Entry> entries;
   try {
