@@ -3,6 +3,7 @@
 #include <string>
 
 #include "account/before/before.h"
+#include "account/before/compared.h"
 #include "account/kinds/register.h"
 #include "process/archive/layout.h"
 
@@ -22,16 +23,7 @@ void foresee_losses(const Outlook& outlook, std::vector<Warning>& found) {
   for (const Person& person : outlook.people) {
     for (const Row& row : rows()) {
       if (is_told_elsewhere(row.kind)) continue;
-      const Case of = {outlook.archive,
-                       person,
-                       outlook.system,
-                       outlook.several,
-                       outlook.as_root,
-                       outlook.charset,
-                       row.places[static_cast<std::size_t>(outlook.system)],
-                       outlook.machine};
-      Tally tally;
-      row.compare(of, tally);
+      const Tally tally = compared(outlook, person, row);
       for (const Missing& thing : tally.missing())
         if (std::ranges::find(lasting, thing.cause) != lasting.end())
           found.push_back({person.login, row.kind, thing.name, Foresight::stays_behind,

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "account/before/before.h"
+#include "account/before/compared.h"
 #include "account/kinds/entries.h"
 #include "account/kinds/register.h"
 #include "process/archive/layout.h"
@@ -114,16 +115,7 @@ bool is_plain_file_kind(Kind kind) {
 void look_at_copies(const Outlook& outlook, const Person& person, std::vector<Warning>& found) {
   for (const Row& row : rows()) {
     if (!is_plain_file_kind(row.kind)) continue;
-    const Case of = {outlook.archive,
-                     person,
-                     outlook.system,
-                     outlook.several,
-                     outlook.as_root,
-                     outlook.charset,
-                     row.places[static_cast<std::size_t>(outlook.system)],
-                     outlook.machine};
-    Tally tally;
-    row.compare(of, tally);
+    const Tally tally = compared(outlook, person, row);
     for (const Missing& thing : tally.missing())
       if (has_other_content(thing.cause))
         found.push_back({person.login, row.kind, thing.name, Foresight::replaced, ""});

@@ -2,23 +2,16 @@
 #include <gtest/gtest.h>
 
 #include "mail/evolution/homes.h"
+#include "mail/logged.h"
 #include "process/mail/evolution/new_home.h"
 #include "process/mail/evolution/personal.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/system_log.h"
 
 namespace {
 
-struct Row {
-  const char* name;
-  void (*migrate)();
-  const char* command;
-  bool logged = true;
-  const char* prepare = "true";
-  int before = 0;  // commands that begin alike
-};
+using logged::Row;
 
 void lists() { updateTasksGconf(); }
 void data() { calendar_contacts_tasks("/tmp/b/ImapMail"); }
@@ -33,8 +26,7 @@ TEST_P(EvolutionCommand, ThatFailsIsLoggedOrNot) {
   for (const char* file : {"Calendar/calendar.ics", "Tasks/tasks.ics", "Contacts/addressbook.db"})
     write_file(std::string("/tmp/b/ImapMail/") + file, "a\n");
   write_file("/root/.gconf/apps/evolution/tasks/%gconf.xml", "<a>file:///root</a>\n");
-  shell_quietly(row.prepare);
-  EXPECT_EQ(row.logged, is_failure_logged(row.command, row.migrate, row.before));
+  logged::check(row);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -46,6 +38,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"calendar", data, "cp -f /tmp/b/ImapMail/Calendar/calendar.ics "},
                     Row{"contacts", data, "cp -f /tmp/b/ImapMail/Contacts/addressbook.db "},
                     Row{"tasks", data, "cp -f /tmp/b/ImapMail/Tasks/tasks.ics "}),
-    [](const auto& test) { return std::string(test.param.name); });
+    logged::name_of);
 
 }  // namespace

@@ -1,23 +1,16 @@
 // Which commands the system log tells of when they fail.
 #include <gtest/gtest.h>
 
+#include "mail/logged.h"
 #include "process/mail/folders/evolution.h"
 #include "process/mail/folders/kmail.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/system_log.h"
 
 namespace {
 
-struct Row {
-  const char* name;
-  void (*migrate)();
-  const char* command;
-  bool logged = true;
-  const char* prepare = "true";
-  int before = 0;  // commands that begin alike
-};
+using logged::Row;
 
 constexpr const char* mail = "/tmp/b/Mail";
 
@@ -30,8 +23,7 @@ TEST_P(FolderCommand, ThatFailsIsLoggedOrNot) {
   const Row& row = GetParam();
   write_file(std::string(mail) + "/Inbox", "From a\nSubject: a\n\na\n");
   write_file(std::string(mail) + "/Inbox.sbd/Work", "From b\nSubject: b\n\nb\n");
-  shell_quietly(row.prepare);
-  EXPECT_EQ(row.logged, is_failure_logged(row.command, row.migrate, row.before));
+  logged::check(row);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -52,6 +44,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"new_messages", kmail, "mkdir -p \"/root/Mail/inbox/new\""},
                     Row{"half_messages", kmail, "mkdir -p \"/root/Mail/inbox/tmp\""},
                     Row{"directory", kmail, "mkdir -p /root/Mail/.inbox.directory"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    logged::name_of);
 
 }  // namespace

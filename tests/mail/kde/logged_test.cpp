@@ -1,23 +1,16 @@
 // Which commands the system log tells of when they fail.
 #include <gtest/gtest.h>
 
+#include "mail/logged.h"
 #include "process/mail/kde/accounts.h"
 #include "process/mail/kde/personal.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/system_log.h"
 
 namespace {
 
-struct Row {
-  const char* name;
-  void (*migrate)();
-  const char* command;
-  bool logged = true;
-  const char* prepare = "true";
-  int before = 0;  // commands that begin alike
-};
+using logged::Row;
 
 void accounts() { kmailaccountsettings("/tmp/b"); }
 void contacts() { kaddressbook("/tmp/b"); }
@@ -37,8 +30,7 @@ TEST_P(KdeCommand, ThatFailsIsLoggedOrNot) {
   write_file("/tmp/b/Notes/a", "T:a\nb\n");
   assign(OSName, "Xandros");
   assign(OSVersion, "Any");
-  shell_quietly(row.prepare);
-  EXPECT_EQ(row.logged, is_failure_logged(row.command, row.migrate, row.before));
+  logged::check(row);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -59,6 +51,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"note_line_ends", notes, "dos2unix /tmp/b/Notes/a"},
                     Row{"notes_converted", notes, "iconv -c -f GB2312 -t utf-8 "},
                     Row{"notes_copy_gone", notes, "rm /root/.kde/share/apps/knotes/notes2.ics"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    logged::name_of);
 
 }  // namespace

@@ -1,23 +1,16 @@
 // Which commands the system log tells of when they fail.
 #include <gtest/gtest.h>
 
+#include "mail/logged.h"
 #include "process/mail/mozilla/accounts.h"
 #include "process/mail/mozilla/personal.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
-#include "support/system_log.h"
 
 namespace {
 
-struct Row {
-  const char* name;
-  void (*migrate)();
-  const char* command;
-  bool logged = true;
-  const char* prepare = "true";
-  int before = 0;  // commands that begin alike
-};
+using logged::Row;
 
 constexpr const char* profile = "/root/.mozilla/default/abc.slt";
 
@@ -44,8 +37,7 @@ TEST_P(MozillaCommand, ThatFailsIsLoggedOrNot) {
     write_file(std::string("/tmp/b/ImapMail/") + file, "a\n");
   write_file("/tmp/b/ImapMail/brindle-email-accounts/a", "Account Name=A\nPOP3 Server=p\n");
   write_file("/tmp/b/Mail/Inbox", "From a\n");
-  shell_quietly(row.prepare);
-  EXPECT_EQ(row.logged, is_failure_logged(row.command, row.migrate, row.before));
+  logged::check(row);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -66,6 +58,6 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"books_aside", contacts_of_a_profile, "mkdir /root/.mozilla/default/abc.slt/mabtemp"},
         Row{"import_of_a_profile", contacts_of_a_profile, "mozilla -syncin "},
         Row{"book_of_a_profile", contacts_of_a_profile, "cp -f /root/.mozilla/default/abc.slt/abook.mab "}),
-    [](const auto& test) { return std::string(test.param.name); });
+    logged::name_of);
 
 }  // namespace
