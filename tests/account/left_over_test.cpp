@@ -82,7 +82,8 @@ TEST(LeftOver, is_named_under_the_kind_it_belongs_to) {
 }
 
 TEST(LeftOver, are_the_packers_tables_in_a_profile) {
-  EXPECT_THAT(left({{"Brindle/Profiles/ann/packed.tsv", "x"}, {"Brindle/My Documents/a", "x"}}, ann).size(), 1U);
+  EXPECT_THAT(left({{"Brindle/Profiles/ann/packed.tsv", "x"}, {"Brindle/My Documents/a", "x"}}, ann).size(),
+              1U);
 }
 
 TEST(LeftOver, of_a_profile_is_that_persons) {

@@ -103,7 +103,8 @@ TEST(Bookmarks, OfAFirefoxChainWithoutAnEndEnd) {
                 places_tables +
                     "INSERT INTO moz_places VALUES (1, 'http://one.example/');"
                     "INSERT INTO moz_bookmarks VALUES (9, 1, 1, 2, 0, 'One', 0, 'a');"
-                    "WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < 60000) INSERT INTO moz_bookmarks"
+                    "WITH RECURSIVE n(i) AS (SELECT 100 UNION ALL SELECT i + 1 FROM n WHERE i < 60000) "
+                    "INSERT INTO moz_bookmarks"
                     " SELECT i, 2, NULL, CASE i WHEN 100 THEN 3 ELSE i - 1 END, 0, 'f', 0, i FROM n;");
   EXPECT_THAT(bookmarks_of(disk), HasSubstr("one.example"));
 }
@@ -171,8 +172,9 @@ TEST(Bookmarks, WhatLiesBesideThemTakesNobodysPlace) {
   disk.add("Users/Ann/Favorites/more.txt", "2");
   disk.add("Users/Ann/Documents/favorites/notes.txt", "3");
   const auto result = pack_disk(disk.path());
-  EXPECT_THAT(result.files_below("Brindle/My Documents/"),
-              testing::UnorderedElementsAre("favorites/notes.txt", "Favorites 2/notes.txt", "Favorites 2/more.txt"));
+  EXPECT_THAT(
+      result.files_below("Brindle/My Documents/"),
+      testing::UnorderedElementsAre("favorites/notes.txt", "Favorites 2/notes.txt", "Favorites 2/more.txt"));
 }
 
 TEST(Bookmarks, OfSeveralBrowsersHaveAFolderEachAndNoneTwice) {

@@ -124,15 +124,17 @@ TEST(Contacts, OfThunderbirdBecomeAnAddressBook) {
 
 TEST(Contacts, WithoutAnAccountHaveTheFolderThatARunLooksFor) {
   const windows::Disk disk;
-  make_database(disk, profile + "abook.sqlite", tables + "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');");
+  make_database(disk, profile + "abook.sqlite",
+                tables + "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');");
   EXPECT_TRUE(pack_disk(disk.path()).content.contains("Brindle/ImapMail/brindle-email-accounts/"));
 }
 
 TEST(Contacts, ListsOfAnyNameAreTold) {
   const windows::Disk disk;
   make_database(disk, profile + "abook.sqlite",
-                tables + "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');"
-                         "INSERT INTO lists VALUES ('l', CAST(x'4100FFFF42' AS TEXT)), ('m', 'Friends');");
+                tables +
+                    "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');"
+                    "INSERT INTO lists VALUES ('l', CAST(x'4100FFFF42' AS TEXT)), ('m', 'Friends');");
   EXPECT_THAT(pack_disk(disk.path()).remarks(),
               ElementsAre("no-place " + profile + "abook.sqlite: A" + std::string("\0\xFF\xFF", 3) + "B",
                           "no-place " + profile + "abook.sqlite: Friends"));

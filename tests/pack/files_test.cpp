@@ -291,7 +291,8 @@ TEST(Files, OfAHomeThatIsTheDocumentsArePackedOnce) {
 
 TEST(Files, OfSomebodyElseAreNotTaken) {
   const windows::Disk disk;
-  disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Personal", R"(C:\Users\Bob\Documents)"}, {"Desktop", R"(C:\Users)"}}));
+  disk.add("Users/Ann/NTUSER.DAT",
+           hive_with_folders({{"Personal", R"(C:\Users\Bob\Documents)"}, {"Desktop", R"(C:\Users)"}}));
   disk.add("Users/Ann/Documents/a.txt");
   disk.add("Users/Bob/Documents/secret.txt");
   pack::Options options;
@@ -303,9 +304,10 @@ TEST(Files, OfSomebodyElseAreNotTaken) {
 
 TEST(Files, AVariableThatHoldsItselfEnds) {
   const windows::Disk disk;
-  disk.add("Users/Ann/NTUSER.DAT",
-           windows::hive({{"Volatile Environment", {{"USERPROFILE", R"(C:\Users\%USERPROFILE%)"}}},
-                          {shell_folders, {{"Personal", R"(%USERPROFILE%\Papers)", windows::Value::expand}}}}));
+  disk.add(
+      "Users/Ann/NTUSER.DAT",
+      windows::hive({{"Volatile Environment", {{"USERPROFILE", R"(C:\Users\%USERPROFILE%)"}}},
+                     {shell_folders, {{"Personal", R"(%USERPROFILE%\Papers)", windows::Value::expand}}}}));
   disk.add("Users/Ann/Papers/a.txt");
   EXPECT_THAT(pack_disk(disk.path()).files_below(documents), ElementsAre("a.txt"));
 }

@@ -146,8 +146,9 @@ TEST(MailFolders, AMessageDeletedInOneAccountStaysInAnother) {
   disk.add(profile + "Mail/c/Inbox", message("moved") + message("one"));
   const auto result = pack_disk(disk.path());
   EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"), packed("one") + packed("moved"));
-  EXPECT_THAT(result.remarks(), ElementsAre("deleted " + profile + "Mail/a/Inbox", "there-already " + profile + "Mail/c/Inbox",
-                                            "there-already " + profile + "Mail/c/Inbox"));
+  EXPECT_THAT(result.remarks(),
+              ElementsAre("deleted " + profile + "Mail/a/Inbox", "there-already " + profile + "Mail/c/Inbox",
+                          "there-already " + profile + "Mail/c/Inbox"));
 }
 
 TEST(MailFolders, WithoutAnAccountHaveTheFoldersThatARunLooksFor) {
