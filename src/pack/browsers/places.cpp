@@ -1,7 +1,6 @@
 #include "pack/browsers/places.h"
 
 #include <array>
-#include <system_error>
 
 namespace pack {
 
@@ -21,12 +20,7 @@ constexpr std::array chromium_browsers{
     Browser{"Chromium", "Chromium/User Data"}};
 
 std::vector<Entry> folders_in(const Tree& tree, const std::string& folder) {
-  std::vector<Entry> entries;
-  try {
-    entries = tree.list(folder);
-  } catch (const std::system_error&) {
-    return {};
-  }
+  std::vector<Entry> entries = listed(tree, folder);
   std::erase_if(entries, [](const Entry& entry) { return entry.what != What::folder; });
   return entries;
 }

@@ -15,6 +15,14 @@ Disk::Disk(std::unique_ptr<Tree> system) : system_(std::move(system)) {}
 
 void Disk::add(char letter, std::unique_ptr<Tree> tree) { others_[upper(letter)] = std::move(tree); }
 
+std::vector<std::pair<char, const Tree*>> Disk::volumes() const {
+  std::vector<std::pair<char, const Tree*>> all;
+  if (!others_.contains('C')) all.emplace_back('C', system_.get());
+  for (const auto& [letter, tree] : others_) all.emplace_back(letter, tree.get());
+  if (others_.contains('C')) all.emplace_back('?', system_.get());
+  return all;
+}
+
 std::optional<Place> Disk::find(std::string_view windows_path) const {
   if (windows_path.size() < 2 || windows_path[1] != ':' || !is_letter(windows_path[0])) return std::nullopt;
   const auto other = others_.find(upper(windows_path[0]));

@@ -105,7 +105,10 @@ bool may_be_ntfs(int folder) {
 void look_at_link(int folder, Entry& entry) {
   const std::string data = reparse_data(folder, entry.name);
   entry.target = link_target(data);
-  entry.gap = data.empty() || is_link(reparse_tag(data)) ? Cause::link : Cause::unknown_reparse;
+  const std::uint32_t tag = reparse_tag(data);
+  entry.gap = data.empty() || is_link(tag) ? Cause::link
+              : is_cloud(tag)              ? Cause::unknown_reparse
+                                           : Cause::form_of_windows;
 }
 
 class FolderTree : public Tree {

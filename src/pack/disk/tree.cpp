@@ -17,14 +17,6 @@ std::string folded(std::string_view name) {
   return key.get();
 }
 
-std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
-  try {
-    return tree.list(folder);
-  } catch (const std::system_error&) {
-    return {};
-  }
-}
-
 std::optional<Entry> entry_named(std::vector<Entry> entries, std::string_view name) {
   auto found = std::ranges::find(entries, name, &Entry::name);
   if (found == entries.end())
@@ -36,6 +28,15 @@ std::optional<Entry> entry_named(std::vector<Entry> entries, std::string_view na
 
 std::string joined(const std::string& folder, std::string_view name) {
   return folder.empty() ? std::string(name) : folder + "/" + std::string(name);
+}
+
+std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
+  try {
+    return tree.list(folder);
+  } catch (const std::system_error& error) {
+    if (error.code() != std::errc::no_such_file_or_directory) tree.note_unlisted(folder);
+    return {};
+  }
 }
 
 bool is_same_name(std::string_view one, std::string_view other) { return folded(one) == folded(other); }

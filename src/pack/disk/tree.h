@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,7 +50,21 @@ class Tree {
 
   /// Opens a file. Throws std::system_error.
   virtual std::unique_ptr<Content> open(const std::string& file) const = 0;
+
+  /// True when Windows has not closed the volume, where that can be seen: its last changes may be missing.
+  virtual bool is_dirty() const { return false; }
+
+  /// Folders that are there and could not be listed, or not to their end, and nobody else has told of it.
+  const std::set<std::string>& unlisted() const { return unlisted_; }
+  void note_unlisted(const std::string& folder) const { unlisted_.insert(folder); }
+
+ private:
+  mutable std::set<std::string> unlisted_;
 };
+
+/// What lies in a folder. When it cannot be listed there is nothing, and the folder is noted with its tree,
+/// unless it is not there.
+std::vector<Entry> listed(const Tree& tree, const std::string& folder);
 
 /// "a/b" of a and b, "b" of the top and b.
 std::string joined(const std::string& folder, std::string_view name);

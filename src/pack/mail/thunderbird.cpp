@@ -19,14 +19,6 @@ constexpr std::size_t longest_prefs = std::size_t{1} << 24;
 constexpr std::array<std::string_view, 9> other_endings = {".msf",        ".dat",  ".html", ".rdf", ".sqlite",
                                                            ".sqlite-wal", ".json", ".ini",  ".log"};
 
-std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
-  try {
-    return tree.list(folder);
-  } catch (const std::system_error&) {
-    return {};
-  }
-}
-
 bool ends_with(std::string_view name, std::string_view ending) {
   return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
 }

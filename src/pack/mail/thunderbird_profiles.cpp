@@ -1,7 +1,6 @@
 #include "pack/mail/thunderbird_profiles.h"
 
 #include <array>
-#include <system_error>
 
 namespace pack {
 
@@ -19,12 +18,8 @@ std::vector<std::string> thunderbird_profiles(const Person& person) {
   for (const std::string_view place : places) {
     const auto folder = find_folder(tree, person.home.path, place);
     if (!folder) continue;
-    try {
-      for (const Entry& entry : tree.list(*folder))
-        if (entry.what == What::folder) profiles.push_back(joined(*folder, entry.name));
-    } catch (const std::system_error&) {
-      continue;  // told by nobody but the folder itself, which cannot be listed
-    }
+    for (const Entry& entry : listed(tree, *folder))
+      if (entry.what == What::folder) profiles.push_back(joined(*folder, entry.name));
   }
   return profiles;
 }

@@ -6,7 +6,6 @@
 #include <array>
 #include <set>
 #include <string_view>
-#include <system_error>
 
 namespace pack {
 
@@ -58,20 +57,79 @@ std::string free_login(const std::string& wanted, const std::set<std::string>& o
   return login;
 }
 
-std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
-  try {
-    return tree.list(folder);
-  } catch (const std::system_error&) {
-    return {};
-  }
+bool is_in(const Place& place, const Place& folder) {
+  return place.tree == folder.tree &&
+         (folder.path.empty() || place.path == folder.path || place.path.starts_with(folder.path + "/"));
 }
 
-void add_people_in(const Tree& tree, const std::string& folder, std::vector<Person>& people) {
-  for (const Entry& entry : listed(tree, folder))
-    if (entry.what == What::folder && !is_nobody(entry.name))
-      people.push_back(
-          {.shown = entry.name, .login = "", .home = {.tree = &tree, .path = joined(folder, entry.name)}});
+bool is_folder(const Place& place) {
+  const auto found = find(*place.tree, "", place.path);
+  return found && found->entry.what == What::folder;
 }
+
+// People as they are found.
+class Search {
+ public:
+  explicit Search(const Disk& disk) : disk_(disk) {}
+
+  // Those with a folder in this one.
+  void look_in(const Tree& tree, const std::string& folder) {
+    for (const Entry& entry : listed(tree, folder)) {
+      const Place place{.tree = &tree, .path = joined(folder, entry.name)};
+      if (is_nobody(entry.name) || entry.what == What::file) continue;
+      if (entry.what == What::folder) {
+        add(entry.name, place);
+      } else if (entry.gap == Cause::link) {
+        follow(entry, place);
+      } else {
+        leave_out(entry.gap.value_or(Cause::special), place.path);
+      }
+    }
+  }
+
+  // The one whom the registry knows. A folder of the machine's own drive that is not there was deleted.
+  void look_at(const KnownProfile& profile) {
+    const std::string name = profile.path.substr(profile.path.find_last_of("\\/") + 1);
+    const auto place = disk_.find(profile.path);
+    if (is_nobody(name)) return;
+    if (place && is_folder(*place))
+      return add(place->path.substr(place->path.rfind('/') + 1), *place, profile.account);
+    const bool is_elsewhere = profile.path.size() < 2 || profile.path[1] != ':' ||
+                              !disk_.has(static_cast<char>(profile.path[0] & ~0x20));
+    if (is_elsewhere) leave_out(Cause::elsewhere, profile.path);
+  }
+
+  Household household() { return std::move(household_); }
+
+ private:
+  // Somebody has moved their folder and left a link in its place.
+  void follow(const Entry& entry, const Place& place) {
+    const auto target = disk_.find(entry.target);
+    if (target && is_folder(*target)) return add(entry.name, *target);
+    leave_out(entry.target.empty() ? Cause::link : Cause::elsewhere,
+              entry.target.empty() ? place.path : entry.target);
+  }
+
+  // A folder is somebody's once, and nobody's that holds others' or the whole disk.
+  void add(const std::string& name, const Place& home, const std::string& account = "") {
+    for (Person& other : household_.people) {
+      if (other.home.tree == home.tree && other.home.path == home.path) {
+        if (other.account.empty()) other.account = account;
+        return;
+      }
+      if (is_in(other.home, home)) return;
+    }
+    if (home.path.empty()) return;
+    household_.people.push_back({.shown = name, .login = "", .home = home, .account = account});
+  }
+
+  void leave_out(Cause cause, const std::string& path) {
+    household_.gaps.push_back({.cause = cause, .path = path});
+  }
+
+  const Disk& disk_;
+  Household household_;
+};
 
 // A copy of one person's folder is taken for theirs.
 bool is_home(const Tree& tree) {
@@ -97,20 +155,28 @@ std::string login_of(const std::string& shown) {
   return free_login(login.empty() ? "user" : login, {});
 }
 
-std::vector<Person> people_on(const Disk& disk) {
-  std::vector<Person> people;
+Household household_of(const Disk& disk, const MachineRegistry& registry) {
   const Tree& tree = disk.system();
+  Search search(disk);
   for (const std::string_view folder : homes)
-    if (const auto found = find_folder(tree, "", folder)) add_people_in(tree, *found, people);
+    if (const auto found = find_folder(tree, "", folder)) search.look_in(tree, *found);
+  if (const auto place = disk.find(registry.profiles_folder);
+      place && is_folder(*place) && !place->path.empty())
+    search.look_in(*place->tree, place->path);
+  for (const KnownProfile& profile : registry.profiles) search.look_at(profile);
+  Household household = search.household();
+  std::vector<Person>& people = household.people;
   if (people.empty() && is_home(tree))
     people.push_back({.shown = "user", .login = "", .home = {.tree = &tree, .path = ""}});
-  std::ranges::sort(people, {}, &Person::shown);
+  std::ranges::stable_sort(people, {}, &Person::shown);
   std::set<std::string> logins;
   for (Person& person : people) {
     person.login = free_login(login_of(person.shown), logins);
     logins.insert(person.login);
   }
-  return people;
+  return household;
 }
+
+std::vector<Person> people_on(const Disk& disk) { return household_of(disk, machine_registry(disk)).people; }
 
 }  // namespace pack
