@@ -46,11 +46,17 @@ void leave_out(Options& options, const std::string& value) {
   options.without.insert(*kind);
 }
 
+void set_charset(Options& options, const std::string& value) {
+  options.charset = known_charset(value);
+  if (options.charset.empty()) throw UsageError("there is no character set '" + value + "'");
+}
+
 constexpr Option options_with_value[] = {
     {"--user", [](Options& options, const std::string& value) { options.users.push_back(value); }},
     {"--login", set_login},
     {"--drive", set_drive},
     {"--without", leave_out},
+    {"--charset", set_charset},
 };
 
 constexpr Switch switches[] = {
@@ -89,17 +95,19 @@ const char* const usage =
        brindle-pack --list [options] SOURCE
        brindle-pack --estimate [options] SOURCE
 
-Packs the files of the people on a Windows disk into a migration archive for Brindle. SOURCE is the folder in which the
-Windows partition is mounted, or a copy of it; nothing in it is changed.
+Packs the files of the people on a Windows disk into a migration archive for Brindle. SOURCE is the partition with
+Windows (/dev/sdb2), a whole disk (/dev/sdb), an image of either, the folder in which the partition is mounted, or a
+copy of it; nothing in it is changed.
 
   --list               shows who has what; writes nothing
   --estimate           says how large the archive can get; writes nothing
   --user NAME          packs this person only; may be given several times. Everybody is packed without it
   --login OLD=NEW      another login name for the account of a person in an archive of several
-  --drive LETTER=DIR   where another drive of Windows is mounted
+  --drive LETTER=DIR   another drive of Windows: its partition, or the folder in which it is mounted
   --without KIND       leaves a kind of data out; may be given several times. Kinds are documents, desktop, pictures,
-                       music, videos, downloads, others, accounts, mail, contacts, wallpaper, drives, fonts, printers,
+                       music, videos, downloads, others, shared, accounts, mail, contacts, wallpaper, drives, fonts, printers,
                        bookmarks, cookies and passwords
+  --charset NAME       the code page of old programs' texts ("CP1251"), where the disk does not say it
   --store              compresses nothing: faster, and larger
   --help               this text
 

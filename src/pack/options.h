@@ -24,6 +24,7 @@ struct Options {
   std::map<std::string, std::string> logins;  ///< wanted instead of the ones made
   std::map<char, std::string> drives;         ///< other volumes by their letter
   std::set<Kind> without;
+  std::string charset;  ///< of old programs' texts, by a name that iconv knows; empty: not given
 };
 
 /// The command line cannot be understood; what() says why, in one line.

@@ -1,33 +1,66 @@
 #include "pack/pack.h"
 
+#include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <sstream>
 #include <system_error>
 
-#include "pack/disk/folder_tree.h"
 #include "pack/parcel/zip.h"
 #include "pack/progress.h"
 #include "pack/register.h"
+#include "pack/volumes.h"
 #include "process/archive/layout.h"
 
 namespace pack {
 
 namespace {
 
-std::unique_ptr<Tree> opened(const std::string& source) {
+Volume opened(const std::string& name) {
   try {
-    return folder_tree(source);
-  } catch (const std::system_error& error) {
-    throw Impossible(source + " cannot be read: " + error.code().message());
+    return open_volume(name);
+  } catch (const NoVolume& error) {
+    throw Impossible(error.what());
+  }
+}
+
+// The letters that Windows gave to partitions: values "\DosDevices\D:" that hold what identifies each.
+std::map<std::string, char> letters_of(const Tree& tree) {
+  constexpr std::string_view key = "MountedDevices";
+  constexpr std::string_view begin = R"(\DosDevices\)";
+  std::map<std::string, char> letters;
+  const auto file = find(tree, "", "Windows/System32/config/SYSTEM");
+  const auto system = file ? Hive::open(tree, file->path) : std::nullopt;
+  if (!system) return letters;
+  for (const std::string& name : system->values(key))
+    if (name.size() == begin.size() + 2 && name.starts_with(begin) && name.back() == ':')
+      if (const auto identity = system->bytes(key, name)) letters[*identity] = name[begin.size()];
+  return letters;
+}
+
+// Other partitions of the same disk have the letters that Windows gave them, unless those are taken.
+void add_others(Disk& disk, std::vector<OtherPartition> others) {
+  if (others.empty()) return;
+  const auto letters = letters_of(disk.system());
+  for (OtherPartition& other : others) {
+    const auto letter = letters.find(other.identity);
+    const bool is_known = letter != letters.end() && letter->second >= 'A' && letter->second <= 'Z';
+    if (other.tree && is_known && !disk.has(letter->second)) {
+      disk.add(letter->second, std::move(other.tree));
+    } else {
+      disk.add_gap(other.cause, other.name);
+    }
   }
 }
 
 bool is_meant(const Person& person, const std::string& name) {
-  return is_same_name(person.shown, name) || person.login == name;
+  return is_same_name(person.shown, name) || person.login == name ||
+         (!person.account.empty() && is_same_name(person.account, name));
 }
 
 std::string folder_for(const Person& person, bool is_one_of_several) {
@@ -48,12 +81,21 @@ void add_folders(Parcel& parcel, const std::vector<Person>& people) {
   for (const Person& person : people) parcel.add_folder(folder_for(person, true), 0);
 }
 
+// A disk with Windows on it has a registry for everybody; a copy of somebody's folder may be without.
+Cause cause_of_missing_hive(const Machine& machine, const Person& person) {
+  const bool is_windows = find_folder(machine.disk.system(), "", "Windows/System32") ||
+                          find_folder(machine.disk.system(), "", "WINNT/system32");
+  return is_windows && !person.home.path.empty() ? Cause::registry_missing : Cause::registry_not_copied;
+}
+
 void pack_person(Parcel& parcel, const Machine& machine, Packed& packed, const std::string& folder,
                  const Options& options) {
+  const std::string hive_path = joined(packed.person.home.path, "NTUSER.DAT");
   const auto hive_file = find(*packed.person.home.tree, packed.person.home.path, "NTUSER.DAT");
   const auto hive = hive_file ? Hive::open(*packed.person.home.tree, hive_file->path) : std::nullopt;
   packed.has_registry = hive.has_value();
   packed.is_registry_dirty = hive && hive->is_dirty();
+  if (!hive_file) packed.tally.note(Kind::others, cause_of_missing_hive(machine, packed.person), hive_path);
   if (hive_file && !hive) packed.tally.note(Kind::others, Cause::registry_unreadable, hive_file->path);
   if (packed.is_registry_dirty) packed.tally.note(Kind::others, Cause::registry_dirty, hive_file->path);
   Packing packing(parcel, packed.tally, folder, options.without);
@@ -66,11 +108,35 @@ std::filesystem::path folder_of(const std::string& file) {
   return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
 }
 
+// The device that something lies on, as the system shows it: partitions lie below their disk.
+std::string device_of(dev_t number) {
+  std::error_code error;
+  const std::filesystem::path shown =
+      "/sys/dev/block/" + std::to_string(major(number)) + ":" + std::to_string(minor(number));
+  return std::filesystem::canonical(shown, error);
+}
+
+bool lies_below(const std::string& path, const std::string& top) {
+  return !top.empty() && (path == top || path.starts_with(top == "/" ? top : top + "/"));
+}
+
+// In the folder, or on the device that somebody has mounted meanwhile.
+bool lies_on(const std::string& folder, const std::string& source) {
+  struct stat of_source {};
+  struct stat of_folder {};
+  if (stat(source.c_str(), &of_source) == 0 && S_ISBLK(of_source.st_mode))
+    return stat(folder.c_str(), &of_folder) == 0 &&
+           lies_below(device_of(of_folder.st_dev), device_of(of_source.st_rdev));
+  return lies_below(folder, std::filesystem::canonical(source));
+}
+
 void refuse_within_source(const Options& options) {
-  const std::string source = std::filesystem::canonical(options.source);
+  std::vector<std::string> sources{path_of(options.source)};
+  for (const auto& [letter, name] : options.drives) sources.push_back(path_of(name));
   const std::string folder = folder_of(options.out);
-  if (folder == source || folder.starts_with(source == "/" ? source : source + "/"))
-    throw Impossible(options.out + " lies on the disk that is to be packed; nothing is written there");
+  for (const std::string& source : sources)
+    if (lies_on(folder, source))
+      throw Impossible(options.out + " lies on the disk that is to be packed; nothing is written there");
 }
 
 void refuse_too_large(const Options& options, std::uint64_t bytes) {
@@ -91,9 +157,24 @@ std::string table_of_remarks(const std::vector<Packed>& people) {
 
 }  // namespace
 
+Machine machine_of(const Disk& disk, const std::vector<Person>& people, const Options& options) {
+  Machine machine{.disk = disk, .people = people, .registry = machine_registry(disk)};
+  Household household = household_of(disk, machine.registry);
+  machine.everybody = std::move(household.people);
+  machine.gaps = std::move(household.gaps);
+  const std::string& charset = machine.registry.charset.empty() ? options.charset : machine.registry.charset;
+  if (!charset.empty()) machine.charset = charset;
+  return machine;
+}
+
 Disk disk_of(const Options& options) {
-  Disk disk(opened(options.source));
-  for (const auto& [letter, folder] : options.drives) disk.add(letter, opened(folder));
+  Volume source = opened(options.source);
+  Disk disk(std::move(source.tree));
+  for (const auto& [letter, name] : options.drives) disk.add(letter, opened(name).tree);
+  std::erase_if(source.others, [&](const OtherPartition& other) {
+    return std::ranges::any_of(options.drives, [&](const auto& drive) { return drive.second == other.name; });
+  });
+  add_others(disk, std::move(source.others));
   return disk;
 }
 
@@ -126,7 +207,7 @@ std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector
                              const Options& options) {
   add_folders(parcel, people);
   parcel.add_text(std::string(layout::root) + "/" + layout::users, control_file(people));
-  const Machine machine{.disk = disk, .people = people};
+  const Machine machine = machine_of(disk, people, options);
   std::vector<Packed> all;
   for (const Person& person : people) {
     Packed& packed = all.emplace_back();

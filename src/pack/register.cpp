@@ -6,6 +6,8 @@
 #include "pack/contacts/contacts.h"
 #include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
+#include "pack/files/outside.h"
+#include "pack/machine.h"
 #include "pack/mail/mail.h"
 #include "pack/printers/printers.h"
 
@@ -15,6 +17,8 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
+    Source{"Users/Public, and what lies on the disks outside of the people's folders",
+           "My Documents of an archive of one person", pack_outside},
     Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
     Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
@@ -28,9 +32,13 @@ constexpr std::array all_sources{
 };
 
 constexpr std::array all_shared_sources{
-    SharedSource{"AppData/Local/Microsoft/Windows/Fonts of all people", "Fonts", pack_fonts},
+    SharedSource{"Windows/Fonts, and AppData/Local/Microsoft/Windows/Fonts of all people", "Fonts",
+                 pack_fonts},
     SharedSource{R"(Control\Print\Printers of the machine, Printers\Connections of all people)", "Printers",
                  pack_printers},
+    SharedSource{"Users/Public, and what lies on the disks outside of the people's folders",
+                 "nothing in an archive of several", tell_of_outside},
+    SharedSource{"the disks themselves", "nothing", tell_of_machine},
 };
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "pack/model/sizes.h"
+
 namespace pack {
 
 namespace {
@@ -42,21 +44,6 @@ std::string as_shown(std::string_view text) {
   return shown;
 }
 
-std::string size_of(std::uint64_t bytes) {
-  constexpr std::uint64_t thousand = 1000;
-  if (bytes < thousand) return std::to_string(bytes) + " B";
-  std::ostringstream text;
-  double size = static_cast<double>(bytes);
-  const char* unit = "";
-  for (const char* next : {"kB", "MB", "GB", "TB"}) {
-    if (size < 1000) break;
-    size /= 1000;
-    unit = next;
-  }
-  text << std::fixed << std::setprecision(1) << size << ' ' << unit;
-  return text.str();
-}
-
 void write_counts(std::ostream& out, const Tally& tally) {
   out << "  " << std::left << std::setw(36) << "" << std::right << std::setw(9) << "found" << std::setw(9)
       << "packed" << std::setw(9) << "left out" << std::setw(12) << "size" << '\n';
@@ -65,7 +52,7 @@ void write_counts(std::ostream& out, const Tally& tally) {
     if (count.found == 0) continue;
     out << "  " << std::left << std::setw(36) << title_of(kind) << std::right << std::setw(9) << count.found
         << std::setw(9) << count.packed << std::setw(9) << count.left_out << std::setw(12)
-        << size_of(count.bytes) << '\n';
+        << size_in_words(count.bytes) << '\n';
   }
 }
 
@@ -94,8 +81,12 @@ void write_causes(std::ostream& out, const Tally& tally) {
 
 void write_report(std::ostream& out, const std::vector<Packed>& people) {
   for (const Packed& packed : people) {
-    if (packed.tally.total().found == 0 && packed.person.login.empty()) continue;
+    if (packed.tally.total().found == 0 && !packed.tally.has_losses() && packed.person.login.empty())
+      continue;
     out << as_shown(packed.person.shown);
+    const std::string& on_windows = packed.person.account;
+    if (!on_windows.empty() && on_windows != packed.person.shown)
+      out << " (on Windows " << as_shown(on_windows) << ")";
     if (!packed.person.login.empty()) out << ", account " << packed.person.login;
     out << "\n\n";
     write_counts(out, packed.tally);

@@ -96,12 +96,12 @@ void add_others(Packing& packing, const Place& folder, const std::vector<Other>&
   }
 }
 
-void add_favorites(Packing& packing, const Person& person, Lists& lists) {
+void add_favorites(Packing& packing, const Person& person, const std::string& charset, Lists& lists) {
   const auto folder = find_folder(*person.home.tree, person.home.path, "Favorites");
   if (!folder) return;
   const Place place{.tree = person.home.tree, .path = *folder};
   std::vector<Other> others;
-  lists.add("Internet Explorer", favorites(place, others), *folder);
+  lists.add("Internet Explorer", favorites(place, charset, others), *folder);
   add_others(packing, place, others);
 }
 
@@ -161,12 +161,12 @@ void tell_of(Packing& packing, const Person& person, Kind kind, Cause cause,
 
 }  // namespace
 
-void pack_bookmarks(Packing& packing, const Machine&, const Person& person, const Hive*) {
+void pack_bookmarks(Packing& packing, const Machine& machine, const Person& person, const Hive*) {
   if (!packing.wants(Kind::bookmarks)) return;
   Lists lists(packing);
   add_firefox(packing, person, lists);
   add_chromium(packing, person, lists);
-  add_favorites(packing, person, lists);
+  add_favorites(packing, person, machine.charset, lists);
   lists.pack();
 }
 

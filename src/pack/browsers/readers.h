@@ -17,14 +17,15 @@ std::optional<Bookmark> firefox_bookmarks(const Place& places);
 std::optional<Bookmark> chromium_bookmarks(std::string_view json);
 
 /// Those of a folder of Internet Explorer's, a file (.url) each. `take_other` gets the files that are none.
+/// `charset` is that of texts that are no UTF-8.
 struct Other {
   Place place;
   Entry entry;
 };
-Bookmark favorites(const Place& folder, std::vector<Other>& others);
+Bookmark favorites(const Place& folder, const std::string& charset, std::vector<Other>& others);
 
 /// The address in a file of that kind, in UTF-8; empty when there is none.
-std::string address_in(std::string_view url_file);
+std::string address_in(std::string_view url_file, const std::string& charset);
 
 }  // namespace pack
 

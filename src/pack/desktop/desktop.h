@@ -16,8 +16,8 @@ void pack_wallpaper(Packing& packing, const Machine& machine, const Person& pers
 /// list unreadable is left out.
 void pack_drives(Packing& packing, const Machine& machine, const Person& person, const Hive* hive);
 
-/// The fonts that people have installed for themselves, into the folder that all accounts share; the same one
-/// once.
+/// The fonts that people have installed, for themselves or for all, into the folder that all accounts share;
+/// the same one once. Those that come with Windows stay.
 void pack_fonts(Packing& shared, const Machine& machine);
 
 }  // namespace pack

@@ -17,6 +17,11 @@ namespace {
 constexpr std::array<std::string_view, 2> made_by_windows = {"desktop.ini", "Thumbs.db"};
 constexpr std::string_view registry = "NTUSER.";
 
+// Where the links lead that Windows itself makes in a home since Vista, in any language; or into what.
+constexpr std::array<std::string_view, 2> targets_of_windows = {"AppData/Roaming", "AppData/Local"};
+constexpr std::array<std::string_view, 2> folders_of_windows = {"AppData/Roaming/Microsoft/Windows",
+                                                                "AppData/Local/Microsoft/Windows"};
+
 bool is_made_by_windows(std::string_view name) {
   return std::ranges::any_of(made_by_windows,
                              [&](std::string_view made) { return is_same_name(name, made); });
@@ -43,6 +48,7 @@ class Files {
   void pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry);
   void pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
                    bool drops_dots);
+  bool is_link_of_windows(const Place& link, const Place& target) const;
   void pack_link(Kind kind, const Place& place, const Entry& entry);
   void pack_others();
   bool is_packed_elsewhere(const Place& place) const;
@@ -105,14 +111,29 @@ std::string Files::new_folder(const std::string& wanted) {
   return name;
 }
 
-// A link to what is packed anyway is one of those that Windows makes for old programs.
+// Windows has links for old programs at the top of a home, to places of its own.
+bool Files::is_link_of_windows(const Place& link, const Place& target) const {
+  const auto is_it = [&](std::string_view place) {
+    const auto folder = find_folder(*person_.home.tree, person_.home.path, place);
+    return folder && target.path == *folder;
+  };
+  const auto lies_in_it = [&](std::string_view place) {
+    const auto folder = find_folder(*person_.home.tree, person_.home.path, place);
+    return folder && lies_in(target, {.tree = person_.home.tree, .path = *folder});
+  };
+  return link.path.substr(0, link.path.rfind('/')) == person_.home.path &&
+         (std::ranges::any_of(targets_of_windows, is_it) ||
+          std::ranges::any_of(folders_of_windows, lies_in_it));
+}
+
+// A link to what is packed anyway loses nothing. One to what programs keep may be somebody's.
 void Files::pack_link(Kind kind, const Place& place, const Entry& entry) {
   const auto target = disk_.find(entry.target);
+  const auto holds_target = [&](const Place& folder) { return lies_in(*target, folder); };
   const bool is_packed =
-      target &&
-      (std::ranges::any_of(folders_.here,
-                           [&](const KnownFolder& folder) { return lies_in(*target, folder.place); }) ||
-       lies_in(*target, person_.home));
+      target && (std::ranges::any_of(folders_.here, holds_target, &KnownFolder::place) ||
+                 (lies_in(*target, person_.home) && std::ranges::none_of(folders_.settings, holds_target)) ||
+                 is_link_of_windows(place, *target));
   packing_.leave_out(kind, is_packed ? Cause::windows_own : *entry.gap, place.path);
 }
 
@@ -122,7 +143,11 @@ void Files::pack_entry(Kind kind, const std::string& folder, const Place& place,
   if (entry.what == What::other)
     return packing_.leave_out(kind, entry.gap.value_or(Cause::special), place.path);
   if (name != entry.name) packing_.tell_of(kind, Cause::renamed, place.path);
-  if (entry.what == What::folder) return pack_folder(kind, folder + "/" + name, place, entry.modified, false);
+  if (entry.what == What::folder) {
+    // What lies in it here is packed; there is more of it.
+    if (entry.gap) packing_.leave_out(kind, *entry.gap, place.path);
+    return pack_folder(kind, folder + "/" + name, place, entry.modified, false);
+  }
   if (is_made_by_windows(entry.name)) return packing_.leave_out(kind, Cause::windows_own, place.path);
   packing_.add_file(kind, folder + "/" + name, place, entry);
 }

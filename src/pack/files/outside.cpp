@@ -1,0 +1,294 @@
+#include "pack/files/outside.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <map>
+#include <string_view>
+#include <system_error>
+
+#include "pack/files/known_folders.h"
+#include "pack/files/names.h"
+#include "pack/model/sizes.h"
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+// What Windows, its programs and their makers have at the top of a disk.
+constexpr std::array<std::string_view, 47> made_for_windows = {"$GetCurrent",
+                                                               "$Recycle.Bin",
+                                                               "$SysReset",
+                                                               "$WINDOWS.~BT",
+                                                               "$Windows.~WS",
+                                                               "$WinREAgent",
+                                                               "AMD",
+                                                               "AUTOEXEC.BAT",
+                                                               "boot.ini",
+                                                               "Boot",
+                                                               "bootfont.bin",
+                                                               "bootmgr",
+                                                               "BOOTNXT",
+                                                               "BOOTSECT.BAK",
+                                                               "Config.Msi",
+                                                               "CONFIG.SYS",
+                                                               "desktop.ini",
+                                                               "DumpStack.log",
+                                                               "DumpStack.log.tmp",
+                                                               "EFI",
+                                                               "ESD",
+                                                               "hiberfil.sys",
+                                                               "Intel",
+                                                               "IO.SYS",
+                                                               "MSDOS.SYS",
+                                                               "MSOCache",
+                                                               "NTDETECT.COM",
+                                                               "ntldr",
+                                                               "NVIDIA",
+                                                               "OneDriveTemp",
+                                                               "pagefile.sys",
+                                                               "PerfLogs",
+                                                               "Program Files",
+                                                               "Program Files (Arm)",
+                                                               "Program Files (x86)",
+                                                               "ProgramData",
+                                                               "Programme",
+                                                               "Recovery",
+                                                               "RECYCLED",
+                                                               "RECYCLER",
+                                                               "RRbackups",
+                                                               "swapfile.sys",
+                                                               "System Volume Information",
+                                                               "Thumbs.db",
+                                                               "WINDOWS",
+                                                               "Windows.old",
+                                                               "WINNT"};
+
+// In Public, and in what XP has for it: what Windows puts there.
+constexpr std::array<std::string_view, 8> made_in_public = {
+    "AccountPictures", "desktop.ini",     "Libraries",     "Sample Media",
+    "Sample Music",    "Sample Pictures", "Sample Videos", "Thumbs.db"};
+
+// Folders that hold people's.
+constexpr std::array<std::string_view, 2> homes = {"Users", "Documents and Settings"};
+
+// What all people share there, since Vista and before.
+constexpr std::string_view shared_folder = "Public";
+constexpr std::array<std::string_view, 2> shared_places = {"All Users/Documents", "All Users/Desktop"};
+
+template <std::size_t size>
+bool is_one_of(const std::array<std::string_view, size>& names, std::string_view name) {
+  return std::ranges::any_of(names, [&](std::string_view one) { return is_same_name(one, name); });
+}
+
+// A file or folder to begin with.
+struct Start {
+  Place place;
+  Entry entry;
+  char drive = 'C';
+  bool is_public = false;
+  bool is_to_be_told = false;  // that there is, and no more: there are other people's folders in it
+};
+
+class Search {
+ public:
+  explicit Search(const Machine& machine) : machine_(machine) {}
+
+  std::vector<Start> starts() {
+    for (const auto& [letter, tree] : machine_.disk.volumes()) {
+      const auto is_home = [&, volume = tree](const Person& person) {
+        return person.home.tree == volume && person.home.path.empty();
+      };
+      if (std::ranges::none_of(machine_.everybody, is_home)) look_at_top(letter, *tree);
+    }
+    return std::move(starts_);
+  }
+
+ private:
+  void look_at_top(char letter, const Tree& tree) {
+    for (const Entry& entry : listed(tree, "")) {
+      const Place place{.tree = &tree, .path = entry.name};
+      if (holds_homes(place)) {
+        add_public(letter, place);
+      } else if (is_same_name(entry.name, "Windows.old")) {
+        if (const auto earlier = find(tree, entry.name, "Users"))
+          starts_.push_back({{.tree = &tree, .path = earlier->path}, earlier->entry, letter, false, true});
+      } else if (!is_one_of(made_for_windows, entry.name) &&
+                 !is_at(place, machine_.registry.programs_folder) && !is_one_of(homes, entry.name)) {
+        starts_.push_back({place, entry, letter});
+      }
+    }
+  }
+
+  bool is_at(const Place& place, const std::string& windows_path) const {
+    const auto found = machine_.disk.find(windows_path);
+    return found && found->tree == place.tree && found->path == place.path;
+  }
+
+  bool holds_homes(const Place& place) const {
+    if (is_at(place, machine_.registry.profiles_folder)) return true;
+    return place.tree == &machine_.disk.system() && is_one_of(homes, place.path) &&
+           find_folder(*place.tree, "", place.path);
+  }
+
+  void add_public(char letter, const Place& folder) {
+    if (const auto found = find_folder(*folder.tree, folder.path, shared_folder))
+      for (const Entry& entry : listed(*folder.tree, *found))
+        starts_.push_back({{.tree = folder.tree, .path = joined(*found, entry.name)}, entry, letter, true});
+    for (const std::string_view name : shared_places)
+      if (const auto found = find(*folder.tree, folder.path, name);
+          found && found->entry.what == What::folder)
+        starts_.push_back({{.tree = folder.tree, .path = found->path}, found->entry, letter, true});
+  }
+
+  const Machine& machine_;
+  std::vector<Start> starts_;
+};
+
+// What is done with each thing on the way through a folder. `name` is that in the archive.
+struct Taking {
+  std::function<void(const std::string& name, const Entry& entry)> folder;
+  std::function<void(const std::string& name, const Place& place, const Entry& entry)> file;
+  std::function<void(Cause cause, const Place& place)> gap;
+};
+
+class Walk {
+ public:
+  Walk(const Machine& machine, std::vector<Place> others, Taking take)
+      : machine_(machine), others_(std::move(others)), take_(std::move(take)) {}
+
+  // True for what is taken into the archive, if only as an empty folder.
+  bool takes(const Place& place, const Entry& entry) const {
+    return !is_anothers(place) && !is_one_of(made_in_public, entry.name) && entry.what != What::other;
+  }
+
+  void go(const Place& place, const Entry& entry, const std::string& name) const {
+    if (is_anothers(place)) return;
+    if (is_one_of(made_in_public, entry.name)) return take_.gap(Cause::windows_own, place);
+    if (entry.what == What::other) return take_.gap(cause_of(entry), place);
+    if (entry.what == What::file) return take_.file(name, place, entry);
+    if (name.size() > Packing::longest_name) return take_.gap(Cause::path_too_long, place);
+    std::vector<Entry> entries;
+    try {
+      entries = place.tree->list(place.path);
+    } catch (const std::system_error&) {
+      return take_.gap(Cause::unreadable, place);
+    }
+    if (entry.gap) take_.gap(*entry.gap, place);
+    take_.folder(name, entry);
+    for (const Entry& below : entries)
+      go({.tree = place.tree, .path = joined(place.path, below.name)}, below,
+         name + "/" + kept_name(below.name));
+  }
+
+ private:
+  bool is_anothers(const Place& place) const {
+    return std::ranges::any_of(
+        others_, [&](const Place& other) { return other.tree == place.tree && other.path == place.path; });
+  }
+
+  // A link into people's folders is one of those that Windows makes for old programs.
+  Cause cause_of(const Entry& entry) const {
+    const auto target = entry.gap == Cause::link ? machine_.disk.find(entry.target) : std::nullopt;
+    const bool is_among_people = target && target->tree == &machine_.disk.system() &&
+                                 is_one_of(homes, target->path.substr(0, target->path.find('/')));
+    return is_among_people ? Cause::windows_own : entry.gap.value_or(Cause::special);
+  }
+
+  const Machine& machine_;
+  std::vector<Place> others_;
+  Taking take_;
+};
+
+// What is packed or told elsewhere: people's folders, and those that a registry has on other places of the
+// disk.
+std::vector<Place> places_of_people(const Machine& machine) {
+  std::vector<Place> places;
+  for (const Person& person : machine.everybody) places.push_back(person.home);
+  for (const Person& person : machine.people) {
+    const auto file = find(*person.home.tree, person.home.path, "NTUSER.DAT");
+    const auto hive = file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
+    for (const KnownFolder& folder : known_folders(machine.disk, person, hive ? &*hive : nullptr).here)
+      places.push_back(folder.place);
+  }
+  return places;
+}
+
+// The folder in the documents, which comes when there is something to put into it.
+class Folders {
+ public:
+  explicit Folders(Packing& packing) : packing_(packing) {}
+
+  std::string operator()(const Start& start) {
+    std::string& folder = start.is_public ? public_ : drives_[start.drive];
+    if (!folder.empty()) return folder;
+    packing_.add_folder(layout::documents);
+    folder = std::string(layout::documents) + "/" +
+             packing_.free_name(start.is_public ? "Public" : std::string("Drive ") + start.drive);
+    packing_.add_folder(folder);
+    return folder;
+  }
+
+ private:
+  Packing& packing_;
+  std::string public_;
+  std::map<char, std::string> drives_;
+};
+
+struct Contents {
+  std::uint64_t files = 0;
+  std::uint64_t bytes = 0;
+};
+
+std::string in_words(const Start& start, const Contents& contents) {
+  return std::string(1, start.drive) + ":/" + start.place.path + ": " + std::to_string(contents.files) +
+         (contents.files == 1 ? " file, " : " files, ") + size_in_words(contents.bytes);
+}
+
+}  // namespace
+
+void pack_outside(Packing& packing, const Machine& machine, const Person&, const Hive*) {
+  if (machine.people.size() != 1 || !packing.wants(Kind::shared)) return;
+  Folders folders(packing);
+  const Walk walk(
+      machine, places_of_people(machine),
+      {.folder = [&](const std::string& name,
+                     const Entry& entry) { packing.add_folder(name, entry.modified); },
+       .file =
+           [&](const std::string& name, const Place& place, const Entry& entry) {
+             if (kept_name(entry.name) != entry.name)
+               packing.tell_of(Kind::shared, Cause::renamed, place.path);
+             packing.add_file(Kind::shared, name, place, entry);
+           },
+       .gap = [&](Cause cause, const Place& place) { packing.leave_out(Kind::shared, cause, place.path); }});
+  for (const Start& start : Search(machine).starts()) {
+    if (start.is_to_be_told) continue;
+    const bool is_taken = walk.takes(start.place, start.entry);
+    walk.go(start.place, start.entry, is_taken ? folders(start) + "/" + kept_name(start.entry.name) : "");
+  }
+}
+
+void tell_of_outside(Packing& shared, const Machine& machine) {
+  if (!shared.wants(Kind::shared)) return;
+  Contents contents;
+  const Walk walk(machine, places_of_people(machine),
+                  {.folder = [](const std::string&, const Entry&) {},
+                   .file =
+                       [&](const std::string&, const Place&, const Entry& entry) {
+                         ++contents.files;
+                         contents.bytes += entry.size;
+                       },
+                   .gap =
+                       [&](Cause cause, const Place& place) {
+                         if (cause != Cause::windows_own) shared.leave_out(Kind::shared, cause, place.path);
+                       }});
+  for (const Start& start : Search(machine).starts()) {
+    if (machine.people.size() == 1 && !start.is_to_be_told) continue;
+    contents = {};
+    walk.go(start.place, start.entry, "");
+    if (contents.files > 0) shared.leave_out(Kind::shared, Cause::outside, in_words(start, contents));
+  }
+}
+
+}  // namespace pack
