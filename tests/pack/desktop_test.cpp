@@ -222,7 +222,8 @@ TEST(Printers, PortsGetTheirForms) {
   keys[ports + "raw"] = {{"IPAddress", "10.0.0.6"}, {"Protocol", "1", Value::dword}, {"Queue", "lp1"}};
   keys[R"(ControlSet002\Enum\SWD\DAFWSDProvider\urn)"] = {{"LocationInformation", "http://10.0.0.7:5357/x"}};
   add_machine(disk, keys);
-  disk.add_folder("Users/Ann");
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
+  disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));
   const auto result = pack_disk(disk.path());
   std::string ports_written;
   for (const std::string& file : result.files_below("Brindle/Printers/")) {

@@ -125,9 +125,9 @@ TEST(Files, OfWindowsAloneStay) {
 TEST(Files, LinksAreToldAndNotFollowed) {
   const windows::Disk disk;
   disk.add("Users/Ann/Documents/a.txt");
-  disk.add("secret/s.txt");
+  disk.add("ProgramData/secret/s.txt");
   ASSERT_EQ(symlink("/etc/passwd", (disk.path() + "/Users/Ann/Documents/file").c_str()), 0);
-  ASSERT_EQ(symlink("../../../secret", (disk.path() + "/Users/Ann/Documents/folder").c_str()), 0);
+  ASSERT_EQ(symlink("../../../ProgramData/secret", (disk.path() + "/Users/Ann/Documents/folder").c_str()), 0);
   ASSERT_EQ(symlink("Documents", (disk.path() + "/Users/Ann/again").c_str()), 0);
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below(documents), ElementsAre("a.txt"));
@@ -138,9 +138,9 @@ TEST(Files, LinksAreToldAndNotFollowed) {
 
 TEST(Files, AKnownFolderThatIsALinkIsNotFollowed) {
   const windows::Disk disk;
-  disk.add("secret/s.txt");
+  disk.add("ProgramData/secret/s.txt");
   disk.add_folder("Users/Ann");
-  ASSERT_EQ(symlink("../../secret", (disk.path() + "/Users/Ann/Documents").c_str()), 0);
+  ASSERT_EQ(symlink("../../ProgramData/secret", (disk.path() + "/Users/Ann/Documents").c_str()), 0);
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below("Brindle/"), ElementsAre("users.txt"));
   EXPECT_THAT(result.remarks(), ElementsAre("link Users/Ann/Documents"));

@@ -45,13 +45,23 @@ std::vector<std::string> Result::files_below(const std::string& folder) const {
   return names;
 }
 
-std::vector<std::string> Result::remarks() const {
+namespace {
+
+std::vector<std::string> remarks_of(const pack::Packed& packed) {
   std::vector<std::string> texts;
-  people.front().tally.each_remark([&](const pack::Tally::Remark& remark) {
+  packed.tally.each_remark([&](const pack::Tally::Remark& remark) {
+    // Most disks of tests are copies of people's folders without a registry.
+    if (remark.cause == pack::Cause::registry_not_copied) return;
     texts.push_back(std::string(pack::name_of(remark.cause)) + " " + remark.path);
   });
   return texts;
 }
+
+}  // namespace
+
+std::vector<std::string> Result::remarks() const { return remarks_of(people.front()); }
+
+std::vector<std::string> Result::last_remarks() const { return remarks_of(people.back()); }
 
 Result pack_disk(const std::string& path, pack::Options options) {
   options.source = path;

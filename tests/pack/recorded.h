@@ -36,8 +36,10 @@ struct Result {
 
   /// The names of files below "Brindle/My Documents/" and the like, without that.
   std::vector<std::string> files_below(const std::string& folder) const;
-  /// The remarks of the first person: "cause path".
+  /// The remarks of the first person: "cause path". That a registry was not copied is not among them.
   std::vector<std::string> remarks() const;
+  /// Those of the last one, which is the computer when there are several people.
+  std::vector<std::string> last_remarks() const;
 };
 
 /// Packs the disk at `path`. Fails the test when a name was given twice.
