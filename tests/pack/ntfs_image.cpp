@@ -180,6 +180,7 @@ void NtfsImage::add_tree(const std::string& folder) {
 void NtfsImage::set_attributes(const std::string& path, std::uint32_t more) {
   const Inode inode = library_->open(path);
   inode->flags = static_cast<FILE_ATTR_FLAGS>(inode->flags | cpu_to_le32(more));
+  NInoFileNameSetDirty(inode.get());  // folders' lists have them too
   ntfs_inode_mark_dirty(inode.get());
 }
 

@@ -393,13 +393,16 @@ TEST(Partitions, AreChosenByTheirNumber) {
 TEST(Partitions, AChainThatBitesItsTailEnds) {
   windows::NtfsImage image;
   image.add("Users/Ann/a.txt");
-  const std::string& part = image.close();
-  const std::vector<windows::DiskPart> parts{{"", 0x83}, {part}, {"", 0x83}};
+  const std::vector<windows::DiskPart> parts{{"", 0x83}, {image.close()}, {"", 0x83}};
   const std::string disk = windows::disk_with_mbr(parts, true);
-  // The table in front of the third partition names that in front of the second as the next one.
+  // The table in front of the third partition names itself as the next one, by its distance from the first.
+  const std::uint64_t second = windows::begin_of(parts, 1) - 512 * 1024;
   const std::uint64_t third = windows::begin_of(parts, 2) - 512 * 1024;
-  windows::patch(disk, third + 446 + 16 + 4, std::string(1, '\x05'));
-  windows::patch(disk, third + 446 + 16 + 8, std::string("\x00\x00\x00\x00\x01\x00\x00\x00", 8));
+  const std::uint64_t sectors = (third - second) / 512;
+  const std::string distance{static_cast<char>(sectors), static_cast<char>(sectors >> 8),
+                             static_cast<char>(sectors >> 16)};
+  windows::patch(disk, third + 446 + 16 + 4, "\x05");
+  windows::patch(disk, third + 446 + 16 + 8, distance);
   EXPECT_THAT(names_in(*pack::open_volume(disk).tree), ElementsAre("Users"));
 }
 

@@ -173,7 +173,6 @@ class FileContent : public Content {
   std::size_t read(char* to, std::size_t most) override {
     const s64 count = ntfs_attr_pread(data_.get(), position_, static_cast<s64>(most), to);
     if (count < 0) fail("", errno);
-    if (count == 0 && position_ < data_->data_size) fail("", EIO);
     position_ += count;
     return static_cast<std::size_t>(count);
   }
