@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "pack/calendar/item.h"
+#include "pack/calendar/zones.h"
 #include "pack/files/packing.h"
 
 namespace pack {
@@ -26,7 +28,6 @@ class Calendar {
  public:
   /// `home_zone` is the Olson name of the zone in which the person's clock is; empty when it is not known.
   Calendar(Packing& packing, std::string home_zone);
-  ~Calendar();
 
   const std::string& home_zone() const { return home_zone_; }
 
@@ -44,14 +45,15 @@ class Calendar {
   struct Closing {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
-  struct Kept {
-    std::unique_ptr<std::FILE, Closing> file;
-    std::uint64_t bytes = 0;
-  };
+  using File = std::unique_ptr<std::FILE, Closing>;
+
+  bool is_new(const CalendarItem& item, std::string& uid);
+  void pack(std::FILE* items, const char* folder, const char* name);
 
   Packing& packing_;
   std::string home_zone_;
-  Kept events_, tasks_;
+  std::optional<Zone> home_;
+  File events_, tasks_;
   std::set<std::pair<std::uint64_t, std::uint64_t>> known_;
 };
 

@@ -26,6 +26,12 @@ std::chrono::sys_days day_of(std::int64_t clock) {
 
 }  // namespace
 
+std::int64_t within_calendar(std::int64_t seconds) {
+  constexpr std::int64_t first = -62135596800;
+  constexpr std::int64_t last = 253402300799;
+  return std::min(std::max(seconds, first), last);
+}
+
 std::int64_t clock_seconds(int year, unsigned month, unsigned day, int hour, int minute, int second) {
   const std::chrono::sys_days date =
       std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(day);
@@ -33,7 +39,7 @@ std::int64_t clock_seconds(int year, unsigned month, unsigned day, int hour, int
 }
 
 std::string date_text(std::int64_t clock) {
-  const std::chrono::year_month_day date(day_of(clock));
+  const std::chrono::year_month_day date(day_of(within_calendar(clock)));
   char text[32];
   std::snprintf(text, sizeof text, "%04d%02u%02u", static_cast<int>(date.year()),
                 static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
@@ -41,6 +47,7 @@ std::string date_text(std::int64_t clock) {
 }
 
 std::string time_text(std::int64_t clock) {
+  clock = within_calendar(clock);
   const auto of_day = static_cast<int>(clock - day_of(clock).time_since_epoch().count() * seconds_a_day);
   char text[32];
   std::snprintf(text, sizeof text, "T%02d%02d%02d", of_day / 3600, of_day / 60 % 60, of_day % 60);

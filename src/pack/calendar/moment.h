@@ -38,6 +38,9 @@ struct Moment {
 std::int64_t clock_seconds(int year, unsigned month, unsigned day, int hour = 0, int minute = 0,
                            int second = 0);
 
+/// The nearest time that a calendar can write, in the years 1 to 9999.
+std::int64_t within_calendar(std::int64_t seconds);
+
 /// "20050418", and "20050418T090000", of a clock.
 std::string date_text(std::int64_t clock);
 std::string time_text(std::int64_t clock);

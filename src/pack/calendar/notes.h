@@ -24,6 +24,8 @@ class Notes {
   void add(const Note& note, const std::string& from);
 
  private:
+  std::string free_name(const std::string& wanted);
+
   Packing& packing_;
   std::string folder_;  // among the documents; empty before the first one
   std::set<std::string> names_;

@@ -23,8 +23,8 @@ class Zone {
   /// What a clock shows there at an instant.
   std::int64_t clock_at(std::int64_t instant) const;
 
-  /// The instant at which a clock there shows `clock`: the first of two, and for what none shows what it
-  /// would have been without the change.
+  /// The instant at which a clock there shows `clock`: one of two where summer time ends, and for what none
+  /// shows when it begins what it would have been without that.
   std::int64_t instant_of(std::int64_t clock) const;
 
  private:
@@ -40,6 +40,10 @@ class Zone {
 /// The Olson name of a zone by the name of its key in the Windows registry, "W. Europe Standard Time",
 /// whatever the language of Windows. Empty when it is not known.
 std::string olson_of_windows(const std::string& key);
+
+/// The Olson name in what another program calls a zone: that itself, behind a name of the program's own
+/// ("/mozilla.org/20050126_1/Europe/Berlin"), or Windows' key. Empty when it is not known.
+std::string olson_of(const std::string& name);
 
 /// The Olson name of the zone in which the machine's clock is shown, by its registry. Empty when that does
 /// not tell.
