@@ -77,7 +77,7 @@ TEST(StickyNotes, OfWindows10AreFilesOfTheirOwn) {
   EXPECT_THAT(result.files_below("Brindle/Notes/"),
               UnorderedElementsAre("Call Bob.txt", "Shopping  Müller.txt", "call bob 2.txt"));
   EXPECT_EQ(result.content.at("Brindle/Notes/Shopping  Müller.txt"),
-            "Subject: Shopping: Muller\nShopping: Muller\nmilk, eggs\n");
+            "Subject: Shopping: M\xA8\xB9ller\nShopping: M\xA8\xB9ller\nmilk, eggs\n");
   EXPECT_EQ(result.content.at("Brindle/My Documents/Notes/Shopping  Müller.txt"),
             "Shopping: Müller\nmilk, eggs\n");
   EXPECT_EQ(result.content.at("Brindle/Notes/call bob 2.txt"), "Subject: call bob\ncall bob\nagain\n");

@@ -32,9 +32,9 @@ bool has_column(const Database& database, const char* statement) {
 bool add_rows(const Database& database, const std::string& path, Packing& packing, Notes& notes) {
   const bool may_be_deleted =
       has_column(database, "SELECT 1 FROM pragma_table_info('Note') WHERE name = 'DeletedAt'");
-  const char* const statement = may_be_deleted
-                                    ? "SELECT substr(Text, 1, 1000000), DeletedAt FROM Note WHERE rowid = ?1"
-                                    : "SELECT substr(Text, 1, 1000000), NULL FROM Note WHERE rowid = ?1";
+  const char* const statement =
+      may_be_deleted ? "SELECT substr(CAST(Text AS BLOB), 1, 1000000), DeletedAt FROM Note WHERE rowid = ?1"
+                     : "SELECT substr(CAST(Text AS BLOB), 1, 1000000), NULL FROM Note WHERE rowid = ?1";
   bool is_good = true;
   const bool are_all = database.each("SELECT rowid FROM Note ORDER BY rowid", [&](const Row& row) {
     const bool is_read = database.each(statement, row.number(0), [&](const Row& note) {

@@ -40,15 +40,17 @@ enum Column : int {
   percent
 };
 
+// As bytes: a text would end at its first zero.
 std::string text_of(const std::string& column) {
-  return "substr(" + column + ", 1, " + std::to_string(longest_text) + ")";
+  return "substr(CAST(" + column + " AS BLOB), 1, " + std::to_string(longest_text) + ")";
 }
 
 // Statements about one table of items, e; "?1" is the row of one.
 struct Statements {
   bool is_task;
   std::string item, journal, has_journal;
-  std::string series;      ///< rows of items that replace no other one
+  std::string rows;
+  std::string replaces;    ///< whether one replaces one of a series
   std::string strays;      ///< rows of those whose series is not there
   std::string exceptions;  ///< rows of those that replace one of a series
   std::string properties, recurrence, alarms, attendees, attachments;
@@ -70,7 +72,8 @@ Statements statements_of(bool is_task, const std::string& items, const std::stri
           .item = "SELECT " + common + times + " FROM " + items + " e WHERE e.rowid = ?1",
           .journal = "SELECT offline_journal FROM " + items + " WHERE rowid = ?1",
           .has_journal = "SELECT 1 FROM pragma_table_info('" + items + "') WHERE name = 'offline_journal'",
-          .series = "SELECT rowid FROM " + items + " WHERE recurrence_id IS NULL ORDER BY rowid",
+          .rows = "SELECT rowid FROM " + items + " ORDER BY rowid",
+          .replaces = "SELECT recurrence_id IS NOT NULL FROM " + items + " WHERE rowid = ?1",
           .strays = "SELECT x.rowid FROM " + items +
                     " x WHERE x.recurrence_id IS NOT NULL AND NOT EXISTS (SELECT 1 FROM " + items +
                     " e WHERE e.id = x.id AND e.cal_id IS x.cal_id AND e.recurrence_id IS NULL)",
@@ -166,7 +169,10 @@ class Reader {
     if (!packing_.wants(kind)) return;
     has_journal_ = false;
     check(database_.each(from.has_journal.c_str(), [&](const Row&) { has_journal_ = true; }));
-    check(database_.each(from.series.c_str(), [&](const Row& row) { add_series(from, row.number(0)); }));
+    // A row that cannot be read ends a statement about all rows, so each is read by one of its own.
+    check(database_.each(from.rows.c_str(), [&](const Row& row) {
+      if (!replaces_another(from, row.number(0))) add_series(from, row.number(0));
+    }));
     check(database_.each(from.strays.c_str(), [&](const Row& row) { add_stray(from, row.number(0)); }));
   }
 
@@ -174,6 +180,13 @@ class Reader {
 
  private:
   void check(bool is_read) { is_good_ = is_good_ && is_read; }
+
+  bool replaces_another(const Statements& from, std::int64_t row) const {
+    bool replaces = false;
+    return database_.each(from.replaces.c_str(), row, [&](const Row& column) {
+      replaces = column.number(0) != 0;
+    }) && replaces;
+  }
 
   void add_series(const Statements& from, std::int64_t row) {
     bytes_ = 0;
