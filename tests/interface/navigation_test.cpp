@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "gui.h"
 #include "interface/dialogs.h"
 #include "interface/windows.h"
@@ -303,6 +305,17 @@ TEST_F(NavigationTest, CancelShowsTheNoticeAndRemovesTheTemporaryFolder) {
   ASSERT_NE(notice, nullptr);
   EXPECT_EQ(label_text(notice, "message"), shipped_text("createdialogcancel-label18"));
   EXPECT_TRUE(leaves_main_loop([notice] { press(notice, "closebutton_quit"); }));
+}
+
+TEST_F(NavigationTest, CancelPressedOnceMoreDoesNothing) {
+  dir_name = const_cast<char*>("/tmp/brindabc123");
+  gtk_widget_hide(window1);
+  gtk_widget_show(window3);
+  forget_commands();
+  press(window3, "button_window3_cancel");
+  press(window3, "button_window3_cancel");
+  EXPECT_EQ(commands_run(), std::vector<std::string>{"rm -rf /tmp/brindabc123"});
+  EXPECT_EQ(std::ranges::count(visible_titles(), shipped_text("createdialogcancel")), 1);
 }
 
 TEST_F(NavigationTest, ClosingTheCancelNoticeEndsTheProgramToo) {

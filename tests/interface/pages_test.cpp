@@ -215,6 +215,19 @@ TEST_F(PagesTest, EveryMarkHasARow) {
   }
 }
 
+TEST_F(PagesTest, ARowThatIsNotShownTakesNoPlaceBetweenOthers) {
+  const WindowTexts texts;
+  ASSERT_FALSE(texts.missing());
+  Capabilities system = capabilities(system_called("GNome"));
+  system.unset_rows = {Mark::documents};
+  Page page("", G_CALLBACK(gtk_true));
+  put_marks(page, texts, system);
+  ASSERT_NE(lookup_widget(page.window(), "label_1"), nullptr);
+  EXPECT_FALSE(gtk_widget_get_visible(lookup_widget(page.window(), "label_1")));
+  EXPECT_EQ(place_of(page.window(), "label_2").y, place_of(page.window(), "label_0").y + system.row_pitch);
+  gtk_widget_destroy(page.window());
+}
+
 // The card behind the rows ends where the line of what is moved now begins.
 TEST_F(PagesTest, AFourteenthRowFitsTheCardAndLiesOverNoOther) {
   const WindowTexts texts;
