@@ -307,6 +307,32 @@ TEST_F(PagesTest, UnknownNamesAreNoCrash) {
   EXPECT_EQ(lookup_widget(gtk_label_new(""), "image_1"), nullptr);
 }
 
+TEST_F(PagesTest, AWidgetWithoutAWindowIsNothingToComplainAbout) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(lookup_widget(nullptr, "image_1"), nullptr);
+  GtkWidget* box = gtk_hbox_new(FALSE, 0);
+  GtkWidget* label = gtk_label_new("");
+  gtk_container_add(GTK_CONTAINER(box), label);
+  EXPECT_EQ(lookup_widget(label, "image_1"), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// Kept as long as the window is, and no longer.
+TEST_F(PagesTest, ANamedWidgetGoesWithItsWindow) {
+  GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  GtkWidget* label = gtk_label_new("");
+  gtk_container_add(GTK_CONTAINER(window), label);
+  name_widget(window, label, "label");
+  gpointer there = label;
+  g_object_add_weak_pointer(G_OBJECT(label), &there);
+  g_object_ref(window);
+  gtk_widget_destroy(window);
+  ASSERT_NE(there, nullptr);
+  EXPECT_EQ(lookup_widget(window, "label"), label);
+  g_object_unref(window);
+  EXPECT_EQ(there, nullptr);
+}
+
 TEST_F(PagesTest, AnyWidgetFindsItsWindowsNames) {
   build_pages();
   GtkWidget* next = lookup_widget(window2, "next2");

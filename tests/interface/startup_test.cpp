@@ -138,6 +138,16 @@ TEST_F(StartupTest, PrintsItsMilestonesInOrder) {
   EXPECT_TRUE(same_bytes(expected, read_file("/root/stdout")));
 }
 
+// By which a window manager knows its windows.
+TEST_F(StartupTest, ItsWindowsAreThoseOfBrindle) {
+  start();
+  const std::string id = window_called(shipped_text("window1"));
+  ASSERT_NE(id, "");
+  EXPECT_EQ(output_of("xprop -id " + id + " WM_CLASS"), "WM_CLASS(STRING) = \"brindle\", \"Brindle\"\n");
+  ask_to_close(id);
+  EXPECT_EQ(wait_for_end(), 0);
+}
+
 TEST_F(StartupTest, LeavesTheMarkerTheLogAndTheLook) {
   EXPECT_EQ(live_once(), 0);
   EXPECT_EQ(read_file("/root/.brindle_first_run"), "Installed");
