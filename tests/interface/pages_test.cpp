@@ -323,14 +323,15 @@ TEST_F(PagesTest, ANamedWidgetGoesWithItsWindow) {
   GtkWidget* label = gtk_label_new("");
   gtk_container_add(GTK_CONTAINER(window), label);
   name_widget(window, label, "label");
-  gpointer there = label;
-  g_object_add_weak_pointer(G_OBJECT(label), &there);
+  bool gone = false;
+  g_object_set_data_full(
+      G_OBJECT(label), "gone", &gone, +[](gpointer flag) { *static_cast<bool*>(flag) = true; });
   g_object_ref(window);
   gtk_widget_destroy(window);
-  ASSERT_NE(there, nullptr);
+  ASSERT_FALSE(gone);
   EXPECT_EQ(lookup_widget(window, "label"), label);
   g_object_unref(window);
-  EXPECT_EQ(there, nullptr);
+  EXPECT_TRUE(gone);
 }
 
 TEST_F(PagesTest, AnyWidgetFindsItsWindowsNames) {
