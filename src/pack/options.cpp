@@ -105,8 +105,8 @@ copy of it; nothing in it is changed.
   --login OLD=NEW      another login name for the account of a person in an archive of several
   --drive LETTER=DIR   another drive of Windows: its partition, or the folder in which it is mounted
   --without KIND       leaves a kind of data out; may be given several times. Kinds are documents, desktop, pictures,
-                       music, videos, downloads, others, shared, accounts, mail, contacts, wallpaper, drives, fonts, printers,
-                       bookmarks, cookies and passwords
+                       music, videos, downloads, others, shared, accounts, mail, contacts, events, tasks, notes,
+                       wallpaper, drives, fonts, printers, bookmarks, cookies and passwords
   --charset NAME       the code page of old programs' texts ("CP1251"), where the disk does not say it
   --store              compresses nothing: faster, and larger
   --help               this text

@@ -9,6 +9,7 @@
 #include "pack/files/outside.h"
 #include "pack/machine.h"
 #include "pack/mail/mail.h"
+#include "pack/planner/planner.h"
 #include "pack/printers/printers.h"
 
 namespace pack {
@@ -21,6 +22,8 @@ constexpr std::array all_sources{
            "My Documents of an archive of one person", pack_outside},
     Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
     Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird", "ImapMail/Calendar, ImapMail/Tasks", pack_calendars},
+    Source{"Sticky Notes of Windows 7 to 11", "Notes", pack_notes},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",
