@@ -34,6 +34,15 @@ struct KnownFolders {
 /// Those of a person. The registry (none: `hive` is null) says where each is, else it is at its usual place.
 KnownFolders known_folders(const Disk& disk, const Person& person, const Hive* hive);
 
+/// Where a path of the person's registry leads, "%USERPROFILE%\Contacts". A path into the home Windows had leads
+/// into the person's folder. No place when the disk does not show it; `cause` says why, when that is a loss.
+struct Location {
+  std::optional<Place> place;
+  std::optional<Cause> cause;
+  std::string path;  ///< as Windows writes it, without variables
+};
+Location location_of(const Disk& disk, const Person& person, const Hive& hive, const std::string& path);
+
 /// True when the place is the folder, or lies in it.
 bool lies_in(const Place& place, const Place& folder);
 
