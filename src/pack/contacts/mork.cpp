@@ -20,8 +20,8 @@ constexpr std::string_view kind_of_deleted = "ns:addrbk:db:table:kind:deleted";
 constexpr char columns = 'c';
 constexpr char atoms = 'a';
 
-// A short file may name a long value many times, and a long one be nothing but names. So many bytes of values are
-// taken, and so many values and names.
+// A short file may name a long value many times, and a long one be nothing but names. So many bytes of values
+// are taken, and so many values and names.
 constexpr std::size_t most_bytes = std::size_t{1} << 24;
 constexpr std::size_t most_things = 300'000;
 

@@ -45,7 +45,8 @@ void add_names(const XmlElement& contact, Vcard& card) {
 // The preferred one first, which is the one that programs write to.
 void add_addresses(const XmlElement& contact, Vcard& card) {
   auto addresses = all_of(contact, "EmailAddress");
-  std::ranges::stable_partition(addresses, [](const XmlElement* one) { return has_label(*one, "Preferred"); });
+  std::ranges::stable_partition(addresses,
+                                [](const XmlElement* one) { return has_label(*one, "Preferred"); });
   for (const XmlElement* one : addresses)
     card.add("EMAIL;TYPE=INTERNET" + place_of(*one), one->text_of("Address"));
 }

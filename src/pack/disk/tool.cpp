@@ -110,8 +110,8 @@ class Running {
       const auto begun = Clock::now();
       if (begun >= last || is_too_much()) stop();
       // A look at many files takes its time: most of it is the program's.
-      next_look = Clock::now() + std::max<Clock::duration>(std::chrono::milliseconds(100),
-                                                           20 * (Clock::now() - begun));
+      next_look = Clock::now() +
+                  std::max<Clock::duration>(std::chrono::milliseconds(100), 20 * (Clock::now() - begun));
     }
     return end();
   }

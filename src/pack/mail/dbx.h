@@ -10,8 +10,8 @@ namespace pack {
 bool can_unpack_dbx();
 
 /// Hands out the messages of a folder of `size` bytes, in the order in which they lie in it. Of a damaged one
-/// those that can be had come, and what was found by searching for it behind the others. Copy and messages lie
-/// in a folder of our own until the last one is taken. Throws std::system_error when there can be no such
+/// those that can be had come, and what was found by searching for it behind the others. Copy and messages
+/// lie in a folder of our own until the last one is taken. Throws std::system_error when there can be no such
 /// folder, or a message cannot be read again.
 void each_message_in_dbx(const Place& file, std::uint64_t size, const TakeMessage& take,
                          const Complain& complain);

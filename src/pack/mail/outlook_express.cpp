@@ -117,9 +117,9 @@ void add_named_store(Packing& packing, const Machine& machine, const Person& per
                      const std::string& identity, Stores& stores) {
   const auto root = hive.text(identity + R"(\Software\Microsoft\Outlook Express\5.0)", "Store Root");
   if (!root) return;
-  const Location location = location_of(machine.disk, person, hive, *root);
-  if (location.place) stores.add(*location.place);
-  if (location.cause) packing.leave_out(Kind::mail, *location.cause, location.path);
+  const Whereabouts found = whereabouts(machine.disk, person, &hive, *root);
+  if (found.place) stores.add(*found.place);
+  if (found.cause) packing.leave_out(Kind::mail, *found.cause, found.path);
 }
 
 }  // namespace

@@ -139,6 +139,7 @@ class Store {
     if (ends_with(entry.name, article_ending)) packing_.leave_out(Kind::mail, Cause::no_place, place.path);
     if (!ends_with(entry.name, account_ending) || !packing_.wants(Kind::accounts)) return;
     if (entry.gap) return packing_.leave_out(Kind::accounts, *entry.gap, place.path);
+    if (entry.size > longest_xml) return packing_.leave_out(Kind::accounts, Cause::too_long, place.path);
     const auto text = whole(place, longest_xml);
     const auto found = text ? account_in(*text) : std::nullopt;
     if (!found)
@@ -165,9 +166,9 @@ void add_windows_mail(Packing& packing, const Machine& machine, const Person& pe
   for (const char* key : keys) {
     const auto root = hive == nullptr ? std::nullopt : hive->text(key, "Store Root");
     if (!root) continue;
-    const Location location = location_of(machine.disk, person, *hive, *root);
-    if (location.place) store.add(*location.place);
-    if (location.cause) packing.leave_out(Kind::mail, *location.cause, location.path);
+    const Whereabouts found = whereabouts(machine.disk, person, hive, *root);
+    if (found.place) store.add(*found.place);
+    if (found.cause) packing.leave_out(Kind::mail, *found.cause, found.path);
   }
   if (const auto app = find(tree, person.home.path, store_of_app))
     packing.leave_out(Kind::mail, Cause::mail_app, app->path);
