@@ -15,8 +15,9 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
-    Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
-    Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird, stores of Outlook Express, Windows Mail and Windows Live Mail", "ImapMail, Mail",
+           pack_mail},
+    Source{"profiles of Thunderbird, Contacts", "ImapMail/Contacts", pack_contacts},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <poll.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -51,6 +50,13 @@ void limit(__rlimit_resource resource, std::uint64_t most) {
   setrlimit(resource, &value);
 }
 
+// In a container root may have nobody to become, and is nobody special itself.
+bool become_nobody() {
+  const bool is_done = setgroups(0, nullptr) == 0 && setresgid(nobody, nobody, nobody) == 0 &&
+                       setresuid(nobody, nobody, nobody) == 0;
+  return is_done || errno == EPERM || errno == EINVAL;
+}
+
 // The program itself. Only calls that may be made between fork and exec.
 [[noreturn]] void become(const char* folder, char* const* words, int complaints, const ToolLimits& limits) {
   const int nothing = open("/dev/null", O_RDWR);
@@ -61,9 +67,7 @@ void limit(__rlimit_resource resource, std::uint64_t most) {
   limit(RLIMIT_CORE, 0);
   limit(RLIMIT_FSIZE, limits.file_bytes);
   limit(RLIMIT_AS, limits.memory_bytes);
-  if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setresgid(nobody, nobody, nobody) != 0 ||
-                         setresuid(nobody, nobody, nobody) != 0))
-    _exit(not_found - 1);
+  if (geteuid() == 0 && !become_nobody()) _exit(not_found - 1);
   prctl(PR_SET_PDEATHSIG, SIGKILL);  // another user has none of the one before
   execvp(words[0], words);
   _exit(not_found);
@@ -97,11 +101,7 @@ std::uint64_t bytes_in(const std::string& folder) {
 class Running {
  public:
   Running(pid_t process, int complaints, const std::string& folder, const ToolLimits& limits)
-      : process_(process),
-        handle_(pidfd_open(process, 0)),
-        complaints_(complaints),
-        folder_(folder),
-        limits_(limits) {}
+      : process_(process), complaints_(complaints), folder_(folder), limits_(limits) {}
 
   ToolEnd wait_for_end() {
     const auto last = Clock::now() + limits_.time;
@@ -117,17 +117,23 @@ class Running {
   }
 
  private:
-  // Takes what it says meanwhile. True when it has ended.
+  // Takes what it says meanwhile. True when it has ended, of which the end of what it says is a sign.
   bool wait_until(Clock::time_point when) {
-    for (;;) {
+    constexpr int without_a_sign = 5;  // milliseconds
+    while (Clock::now() < when) {
+      pollfd complaints{is_silent_ ? -1 : complaints_, POLLIN, 0};
       const auto left = std::chrono::ceil<std::chrono::milliseconds>(when - Clock::now()).count();
-      std::array<pollfd, 2> both{{{handle_.get(), POLLIN, 0}, {is_silent_ ? -1 : complaints_, POLLIN, 0}}};
-      const int ready = poll(both.data(), both.size(), static_cast<int>(std::max<long>(left, 0)));
-      if (ready < 0 && errno != EINTR) return true;
-      if (both[1].revents != 0) take_complaint();
-      if (ready > 0 && both[0].revents != 0) return true;
-      if (left <= 0) return false;
+      poll(&complaints, 1, is_silent_ ? without_a_sign : static_cast<int>(left));
+      if (complaints.revents != 0) take_complaint();
+      if (has_ended()) return true;
     }
+    return false;
+  }
+
+  bool has_ended() const {
+    siginfo_t state{};
+    return waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           state.si_pid == process_;
   }
 
   void take_complaint() {
@@ -159,7 +165,7 @@ class Running {
     if (end_.how == ToolEnd::ended_by_us) return end_;
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0) end_.how = ToolEnd::well;
     if (WIFEXITED(status) && WEXITSTATUS(status) == not_found) end_.how = ToolEnd::missing;
-    if (bytes_in(folder_) > limits_.folder_bytes) end_.how = ToolEnd::ended_by_us;
+    if (is_too_much()) end_.how = ToolEnd::ended_by_us;  // between two looks
     return end_;
   }
 
@@ -174,7 +180,6 @@ class Running {
   }
 
   pid_t process_;
-  Descriptor handle_;
   int complaints_;
   const std::string& folder_;
   const ToolLimits& limits_;
