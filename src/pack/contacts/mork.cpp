@@ -168,6 +168,7 @@ class Reader {
   void read_alias(char scope) {
     ++place_;
     const std::string id = word("=)");
+    skip_to_something();
     if (here() == '=') {
       std::string value = literal();
       if (has_room_for(value.size())) dictionaries_[scope][id] = std::move(value);

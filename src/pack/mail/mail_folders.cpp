@@ -144,7 +144,15 @@ class Digester {
       if (!goes_on) is_note = is_note_of_a_program(head);
     }
   }
-  void take(std::string_view text) { XXH3_128bits_update(state_.get(), text.data(), text.size()); }
+  // Line ends at the end are not the message's: a mailbox has an empty line behind each.
+  void take(std::string_view text) {
+    const std::size_t size = text.find_last_not_of('\n') + 1;
+    if (size > 0) {
+      for (; line_ends_ > 0; --line_ends_) XXH3_128bits_update(state_.get(), "\n", 1);
+      XXH3_128bits_update(state_.get(), text.data(), size);
+    }
+    line_ends_ += text.size() - size;
+  }
   Digest digest() const {
     const XXH128_hash_t hash = XXH3_128bits_digest(state_.get());
     return {hash.high64, hash.low64};
@@ -157,6 +165,7 @@ class Digester {
   }
 
   std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state_;
+  std::size_t line_ends_ = 0;
 };
 
 std::vector<Digest> digests_of(const MailFolders::Source& source) {
