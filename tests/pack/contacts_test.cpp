@@ -84,6 +84,13 @@ TEST(Vcards, OfOthersKeepWhatIsUnderstood) {
             "END:VCARD");
 }
 
+TEST(Vcards, HaveNoZeroBytes) {
+  using namespace std::string_literals;
+  EXPECT_EQ(pack::vcard_of("FN:A\0nn\r\nNOTE;X\0:a\0\r\n"s).content(), "FN:Ann\r\nNOTE:a\r\n");
+  EXPECT_EQ(pack::vcard_of_mozilla({{"DisplayName", "A\0nn"s}, {"LastName", "L\0"s}}).content(),
+            "FN:Ann\r\nN:L;;;;\r\n");
+}
+
 TEST(Vcards, HaveTheNamesThatEachNeeds) {
   pack::Vcard mail;
   mail.add("EMAIL;TYPE=INTERNET", "a@b.example");
