@@ -133,6 +133,9 @@ TEST(OutlookExpress, OfADamagedFolderIsPackedWhatCanBeHad) {
                           "salvaged " + store + "Many.dbx", "damaged " + store + "None.dbx",
                           "damaged " + store + "Zero.dbx"));
   EXPECT_TRUE(result.people.front().tally.has_losses());
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 8U);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).left_out, 2U)
+      << "folders of which there is nothing";
 }
 
 TEST(OutlookExpress, AChainWithoutAnEndEnds) {
@@ -173,7 +176,9 @@ TEST(OutlookExpress, WithoutRoomIsTold) {
   ASSERT_EQ(output_of("mkdir -p /mnt/small && mount -t tmpfs -o size=20m none /mnt/small && echo done"),
             "done\n");
   setenv("TMPDIR", "/mnt/small", 1);
-  EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre("no-room " + store + "Inbox.dbx"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), ElementsAre("no-room " + store + "Inbox.dbx"));
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"), "");
   EXPECT_EQ(output_of("ls -A /mnt/small"), "");
 }
 
