@@ -27,13 +27,16 @@ constexpr std::size_t most_things = 300'000;
 
 bool is_digit_of_16(char c) { return g_ascii_isxdigit(c); }
 
+// Latin-1 as Windows has it; a few bytes are none of its characters.
 std::string in_utf8(const std::string& bytes) {
-  if (g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr)) return bytes;
-  const std::unique_ptr<char, decltype(&g_free)> text(
-      g_convert_with_fallback(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8", "CP1252", "?",
-                              nullptr, nullptr, nullptr),
-      g_free);
-  return text ? text.get() : "";
+  const auto size = static_cast<gssize>(bytes.size());
+  if (g_utf8_validate(bytes.data(), size, nullptr)) return bytes;
+  for (const char* charset : {"CP1252", "ISO-8859-1"}) {
+    const std::unique_ptr<char, decltype(&g_free)> text(
+        g_convert(bytes.data(), size, "UTF-8", charset, nullptr, nullptr, nullptr), g_free);
+    if (text) return text.get();
+  }
+  return "";
 }
 
 class Reader {
