@@ -52,8 +52,9 @@ TEST(Mork, ValuesHaveEscapes) {
 TEST(Mork, ValuesAreUtf8OrLatin1) {
   EXPECT_THAT(cards_of(table + "[1(^83=\xC3\xA4)(^84=\xE4)(^87=$E4)]}"),
               ElementsAre(Card{{"FirstName", "ä"}, {"LastName", "ä"}, {"DisplayName", "ä"}}));
-  EXPECT_THAT(cards_of(table + "[1(^83=$80)(^84=\xE4$81)]}"),
-              ElementsAre(Card{{"FirstName", "€"}, {"LastName", "ä\xC2\x81"}}));
+  EXPECT_THAT(cards_of(table + "[1(^83=$80)(^84=\xE4$81)(^87=a$00b)]}"),
+              ElementsAre(Card{
+                  {"FirstName", "€"}, {"LastName", "ä\xC2\x81"}, {"DisplayName", std::string("a\0b", 3)}}));
 }
 
 TEST(Mork, LaterWordsReplaceEarlierOnes) {

@@ -32,9 +32,10 @@ std::string in_utf8(const std::string& bytes) {
   const auto size = static_cast<gssize>(bytes.size());
   if (g_utf8_validate(bytes.data(), size, nullptr)) return bytes;
   for (const char* charset : {"CP1252", "ISO-8859-1"}) {
+    gsize written = 0;
     const std::unique_ptr<char, decltype(&g_free)> text(
-        g_convert(bytes.data(), size, "UTF-8", charset, nullptr, nullptr, nullptr), g_free);
-    if (text) return text.get();
+        g_convert(bytes.data(), size, "UTF-8", charset, nullptr, &written, nullptr), g_free);
+    if (text) return {text.get(), written};
   }
   return "";
 }
