@@ -68,10 +68,10 @@ TEST(WindowsMail, MessagesStayWhole) {
   const windows::Disk disk;
   const std::string line(200000, 'A');
   disk.add(vista + "Local Folders/Inbox/1.eml",
-           "Subject: one\r\n\r\nFrom me\r\n From me\r\nFro\r\n\xC3\xA4 \xE4\r\n" + line + "From \r\nFrom ");
+           "Subject: one\r\n\r\nFrom me\r\n From me\r\nFr\r\n\xC3\xA4 \xE4\r\n" + line + "From \r\nFrom ");
   disk.add(vista + "Local Folders/Inbox/2.eml", "Subject: two\n\nFr");
   EXPECT_EQ(pack_disk(disk.path()).content.at("Brindle/Mail/Inbox"),
-            from + "Subject: one\n\n>From me\n From me\nFro\n\xC3\xA4 \xE4\n" + line + "From \n>From \n\n" +
+            from + "Subject: one\n\n>From me\n From me\nFr\n\xC3\xA4 \xE4\n" + line + "From \n>From \n\n" +
                 from + "Subject: two\n\nFr\n\n");
 }
 
