@@ -63,6 +63,8 @@ TEST(Mork, LaterWordsReplaceEarlierOnes) {
               ElementsAre(Card{{"FirstName", "Anna"}}, Card{{"FirstName", "Bob"}}));
   EXPECT_THAT(cards_of(one + "[-1:^80(^83=Anna)]"),
               ElementsAre(Card{{"FirstName", "Anna"}}, Card{{"FirstName", "Bob"}}));
+  EXPECT_THAT(cards_of(one + "[1:^80 -(^83=Ann)]"),
+              ElementsAre(Card{{"LastName", "Lee"}}, Card{{"FirstName", "Bob"}}));
   EXPECT_THAT(cards_of(one + "[1:^80 -(^83)]"),
               ElementsAre(Card{{"LastName", "Lee"}}, Card{{"FirstName", "Bob"}}));
 }
