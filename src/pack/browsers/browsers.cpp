@@ -101,7 +101,7 @@ void add_favorites(Packing& packing, const Person& person, const std::string& ch
   if (!folder) return;
   const Place place{.tree = person.home.tree, .path = *folder};
   std::vector<Other> others;
-  lists.add("Internet Explorer", favorites(place, charset, others), *folder);
+  lists.add("Internet Explorer", favorites(place, others, charset), *folder);
   add_others(packing, place, others);
 }
 

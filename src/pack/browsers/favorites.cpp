@@ -78,7 +78,7 @@ std::string address_in(std::string_view url_file, const std::string& charset) {
   return "";
 }
 
-Bookmark favorites(const Place& folder, const std::string& charset, std::vector<Other>& others) {
+Bookmark favorites(const Place& folder, std::vector<Other>& others, const std::string& charset) {
   Bookmark bookmarks;
   add_folder(folder, charset, bookmarks, others);
   return bookmarks;

@@ -3,6 +3,7 @@
 #define BRINDLE_PACK_BROWSERS_READERS_H
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "pack/browsers/bookmark.h"
@@ -22,10 +23,10 @@ struct Other {
   Place place;
   Entry entry;
 };
-Bookmark favorites(const Place& folder, const std::string& charset, std::vector<Other>& others);
+Bookmark favorites(const Place& folder, std::vector<Other>& others, const std::string& charset = "CP1252");
 
 /// The address in a file of that kind, in UTF-8; empty when there is none.
-std::string address_in(std::string_view url_file, const std::string& charset);
+std::string address_in(std::string_view url_file, const std::string& charset = "CP1252");
 
 }  // namespace pack
 

@@ -21,14 +21,6 @@ constexpr std::string_view store_in_identity = "Microsoft/Outlook Express";
 constexpr std::string_view folder_ending = ".dbx";
 constexpr std::array<std::string_view, 3> other_files = {"Folders.dbx", "Offline.dbx", "Pop3uidl.dbx"};
 
-std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
-  try {
-    return tree.list(folder);
-  } catch (const std::system_error&) {
-    return {};
-  }
-}
-
 bool ends_with(std::string_view name, std::string_view ending) {
   return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
 }
