@@ -94,6 +94,8 @@ inline std::string alarm(const std::string& id, const std::string& trigger) {
 inline void set_zone(const windows::Disk& disk, const std::string& key = "W. Europe Standard Time") {
   std::string name;
   for (const char c : key + std::string("\0rest", 5)) name.append({c, '\0'});
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
+  disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));
   disk.add("Windows/System32/config/SYSTEM",
            windows::hive({{"Select", {{"Current", "2", windows::Value::dword}}},
                           {R"(ControlSet001\Control\TimeZoneInformation)",
