@@ -52,19 +52,23 @@ class OneMessage : public Content {
     const std::size_t count = content_->read(block.data(), block.size());
     is_at_end_ = count == 0;
     for (const char byte : std::string_view(block.data(), count)) {
-      line_ += byte;
-      if (byte == '\n') end_line();
+      piece_ += byte;
+      if (byte == '\n' || piece_.size() == longest_piece) end_piece();
     }
-    if (is_at_end_) end_line();
+    if (is_at_end_) end_piece();
   }
-  void end_line() {
-    if (line_.starts_with("From ")) ready_ += '>';
-    ready_ += std::exchange(line_, "");
+  void end_piece() {
+    if (begins_line_ && piece_.starts_with("From ")) ready_ += '>';
+    begins_line_ = piece_.ends_with('\n');
+    ready_ += std::exchange(piece_, "");
   }
 
   std::unique_ptr<Content> content_;
-  std::string line_;
-  std::string ready_ = "From - Thu Jan  1 00:00:00 1970\n";
+  static constexpr std::size_t longest_piece = std::size_t{1} << 16;
+
+  std::string piece_;  // of a line
+  std::string ready_{line_without_date};
+  bool begins_line_ = true;
   bool is_at_end_ = false;
 };
 
@@ -77,9 +81,20 @@ std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& 
   return reader.has_begun_with_something_else() ? std::optional(Cause::no_mailbox) : std::nullopt;
 }
 
+using Complain = std::function<void(Cause cause, const std::string& path)>;
+
+// One of a maildir's folders may be missing.
+std::vector<Entry> entries_in(const Tree& tree, const std::string& folder, const Complain& complain) {
+  try {
+    return tree.list(folder);
+  } catch (const std::system_error& error) {
+    if (error.code() != std::errc::no_such_file_or_directory) complain(Cause::unreadable, folder);
+  }
+  return {};
+}
+
 // Hands out the messages of a source in their order; what cannot be read is told to `complain`.
-void each_message(const MailFolders::Source& source, const Take& take,
-                  const std::function<void(Cause cause, const std::string& path)>& complain) {
+void each_message(const MailFolders::Source& source, const Take& take, const Complain& complain) {
   const Tree& tree = *source.place.tree;
   if (!source.is_maildir) {
     try {
@@ -91,15 +106,12 @@ void each_message(const MailFolders::Source& source, const Take& take,
     return;
   }
   for (const char* part : {"cur", "new"}) {
-    const std::string folder = joined(source.place.path, part);
-    std::vector<Entry> entries;
-    try {
-      entries = tree.list(folder);
-    } catch (const std::system_error&) {
-      continue;  // one of them may be missing
-    }
-    for (const Entry& entry : entries) {
-      const std::string path = joined(folder, entry.name);
+    for (const Entry& entry : entries_in(tree, joined(source.place.path, part), complain)) {
+      const std::string path = joined(joined(source.place.path, part), entry.name);
+      if (entry.gap || entry.what != What::file) {
+        complain(entry.gap.value_or(Cause::no_mailbox), path);
+        continue;
+      }
       try {
         each_message(std::make_unique<OneMessage>(tree.open(path)), take);
       } catch (const std::system_error&) {
@@ -107,6 +119,9 @@ void each_message(const MailFolders::Source& source, const Take& take,
       }
     }
   }
+  // Messages that their program had not finished writing.
+  for (const Entry& entry : entries_in(tree, joined(source.place.path, "tmp"), complain))
+    complain(Cause::no_mailbox, joined(joined(source.place.path, "tmp"), entry.name));
 }
 
 // What a message is known by: all of it, but what programs note in it for themselves.
