@@ -1,6 +1,7 @@
 #include "pack/contacts/contacts.h"
 
-#include <system_error>
+#include <map>
+#include <set>
 
 #include "pack/contacts/address_book.h"
 #include "pack/database/database.h"
@@ -18,6 +19,12 @@ Vcard card_of(const Properties& properties) {
   return own == properties.end() ? vcard_of_mozilla(properties) : vcard_of(own->second);
 }
 
+std::string list_of(const std::set<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+  return list;
+}
+
 class Contacts {
  public:
   explicit Contacts(Packing& packing) : packing_(packing) {}
@@ -25,9 +32,13 @@ class Contacts {
   void add(const Properties& properties, const std::string& from) {
     if (properties.empty()) return;
     const Vcard card = card_of(properties);
-    if (card.is_empty()) return;
-    if (book_.add(card)) {
+    const std::string dropped =
+        card.dropped().empty() ? "" : from + ": " + card.shown() + ": " + list_of(card.dropped());
+    if (card.is_empty()) {
+      if (!dropped.empty()) packing_.leave_out(Kind::contacts, Cause::no_place, dropped);
+    } else if (book_.add(card)) {
       packing_.count(Kind::contacts, card.content().size());
+      if (!dropped.empty()) packing_.tell_of(Kind::contacts, Cause::partly_kept, dropped);
     } else {
       packing_.leave_out(Kind::contacts, Cause::there_already, from);
     }
@@ -69,15 +80,9 @@ bool is_address_book(std::string_view name) {
   return ends_with(name, ".sqlite") && (name.starts_with("abook") || is_same_name(name, "history.sqlite"));
 }
 
-void add_profile(Packing& packing, const Tree& tree, const std::string& profile, Contacts& contacts) {
-  std::vector<Entry> entries;
-  try {
-    entries = tree.list(profile);
-  } catch (const std::system_error&) {
-    return packing.leave_out(Kind::contacts, Cause::unreadable, profile);
-  }
-  for (const Entry& entry : entries) {
-    const Place place{.tree = &tree, .path = joined(profile, entry.name)};
+void add_profile(Packing& packing, const Place& profile, Contacts& contacts, Gaps& gaps) {
+  for (const Entry& entry : listed(profile, gaps)) {
+    const Place place{.tree = profile.tree, .path = joined(profile.path, entry.name)};
     if (entry.what != What::file) continue;
     if (ends_with(entry.name, ".mab")) packing.leave_out(Kind::contacts, Cause::unknown_format, place.path);
     if (!is_address_book(entry.name)) continue;
@@ -89,11 +94,13 @@ void add_profile(Packing& packing, const Tree& tree, const std::string& profile,
 
 }  // namespace
 
-void pack_contacts(Packing& packing, const Machine&, const Person& person, const Hive*) {
+void pack_contacts(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::contacts)) return;
   Contacts contacts(packing);
-  for (const std::string& profile : thunderbird_profiles(person))
-    add_profile(packing, *person.home.tree, profile, contacts);
+  Gaps gaps;
+  for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps))
+    add_profile(packing, profile, contacts, gaps);
+  gaps.tell(packing, Kind::contacts);
   contacts.pack();
 }
 
