@@ -68,15 +68,13 @@ void write_children(const Bookmark& folder, const std::string& indent, std::stri
 
 std::size_t count_of(const Bookmark& folder) {
   std::size_t count = 0;
-  for (const Bookmark& child : folder.children)
-    if (!child.is_line) count += child.url.empty() ? count_of(child) : 1;
+  for (const Bookmark& child : folder.children) count += child.url.empty() ? count_of(child) : 1;
   return count;
 }
 
 std::size_t drop_known(Bookmark& folder, const std::set<std::string>& known) {
   std::size_t dropped = 0;
   std::erase_if(folder.children, [&](Bookmark& child) {
-    if (child.is_line) return false;
     if (child.url.empty()) {
       const std::size_t here = drop_known(child, known);
       dropped += here;
