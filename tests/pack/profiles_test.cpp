@@ -109,12 +109,16 @@ TEST(Profiles, WithoutMailAreToldWithTheAccounts) {
   const windows::Disk disk;
   disk.add(thunderbird + "profiles.ini", "[Profile0]\nIsRelative=0\nPath=E:\\Mail\\ann\n");
   pack::Options options;
-  options.without = {pack::Kind::mail, pack::Kind::contacts};
+  options.without = {pack::Kind::mail, pack::Kind::contacts, pack::Kind::events};
+  EXPECT_EQ(
+      pack_disk(disk.path(), options).people.front().tally.count(pack::Kind::tasks, pack::Cause::elsewhere),
+      1U);
+  options.without.insert(pack::Kind::tasks);
   EXPECT_EQ(pack_disk(disk.path(), options)
                 .people.front()
                 .tally.count(pack::Kind::accounts, pack::Cause::elsewhere),
             1U);
-  options.without = {pack::Kind::mail, pack::Kind::contacts, pack::Kind::accounts};
+  options.without.insert(pack::Kind::accounts);
   EXPECT_THAT(pack_disk(disk.path(), options).remarks(), IsEmpty());
 }
 
@@ -135,7 +139,8 @@ TEST(Profiles, OfTheStoresProgramsAreFound) {
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(account_names(result), ElementsAre("store.example"));
   EXPECT_EQ(result.content.at("Brindle/Cookies.txt"), "store.example\tTRUE\t/\tTRUE\t4000000000\ta\t1\r\n");
-  EXPECT_THAT(result.remarks(), ElementsAre(R"(elsewhere E:\gone)", R"(elsewhere E:\gone)"));
+  EXPECT_THAT(result.remarks(),
+              ElementsAre(R"(elsewhere E:\gone)", R"(elsewhere E:\gone)", R"(elsewhere E:\gone)"));
 }
 
 TEST(Profiles, InFoldersThatTheRegistryNamesAreFound) {
@@ -168,6 +173,7 @@ TEST(Profiles, InFoldersThatCannotBeListedAreTold) {
       disk, thunderbird + "Profiles/a/abook.sqlite",
       "CREATE TABLE properties (card TEXT, name TEXT, value TEXT); CREATE TABLE lists (uid TEXT, name TEXT);"
       "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');");
+  disk.add_folder(thunderbird + "Profiles/a/calendar-data");
   disk.add(firefox + "Profiles/f/logins.json");
   disk.add("Users/Ann/AppData/Local/Google/Chrome/User Data/Default/Bookmarks", "{\"roots\": {}}");
   disk.add("Users/Ann/AppData/Local/Microsoft/Windows/Fonts/one.ttf");
@@ -179,8 +185,9 @@ TEST(Profiles, InFoldersThatCannotBeListedAreTold) {
   EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre(logins));
   for (const std::string& folder : {thunderbird + "Profiles", thunderbird + "Profiles/a",
                                     std::string("Users/Ann/AppData/Roaming/Thunderbird")})
-    EXPECT_THAT(remarks_without(folder), ElementsAre("unreadable " + folder, "unreadable " + folder, logins))
-        << "with the mail and with the contacts";
+    EXPECT_THAT(remarks_without(folder),
+                ElementsAre("unreadable " + folder, "unreadable " + folder, "unreadable " + folder, logins))
+        << "with the mail, the contacts and the appointments";
   for (const std::string& folder :
        {thunderbird + "Profiles/a/Mail", thunderbird + "Profiles/a/Mail/pop.example",
         thunderbird + "Profiles/a/Mail/pop.example/Inbox.sbd"})
