@@ -189,8 +189,8 @@ TEST(Profiles, InFoldersThatCannotBeListedAreTold) {
                 ElementsAre("unreadable " + folder, "unreadable " + folder, "unreadable " + folder, logins))
         << "with the mail, the contacts and the appointments";
   for (const std::string& folder :
-       {thunderbird + "Profiles/a/Mail", thunderbird + "Profiles/a/Mail/pop.example",
-        thunderbird + "Profiles/a/Mail/pop.example/Inbox.sbd"})
+       {thunderbird + "Profiles/a/calendar-data", thunderbird + "Profiles/a/Mail",
+        thunderbird + "Profiles/a/Mail/pop.example", thunderbird + "Profiles/a/Mail/pop.example/Inbox.sbd"})
     EXPECT_THAT(remarks_without(folder), ElementsAre("unreadable " + folder, logins));
   EXPECT_THAT(remarks_without(firefox + "Profiles/f"),
               ElementsAre("unreadable " + firefox + "Profiles/f", "unreadable " + firefox + "Profiles/f"));
