@@ -97,8 +97,11 @@ TEST(Profiles, ThatCannotBeFoundAreTold) {
                   R"(elsewhere C:\Users\Bob\Secret)", "elsewhere " + thunderbird + "../../../../../../x",
                   R"(elsewhere E:\Mail\ann)", "elsewhere " + thunderbird + "Profiles/gone",
                   R"(elsewhere C:\Users\Bob\Secret)", "elsewhere " + thunderbird + "../../../../../../x",
+                  R"(elsewhere E:\Mail\ann)", "elsewhere " + thunderbird + "Profiles/gone",
+                  R"(elsewhere C:\Users\Bob\Secret)", "elsewhere " + thunderbird + "../../../../../../x",
                   R"(elsewhere F:\Web)", R"(elsewhere F:\Web)"))
-      << "with the mail and the contacts, and with the bookmarks and the cookies, that are in them";
+      << "with the mail, the contacts and the appointments, and with the bookmarks and the cookies, that are "
+         "in them";
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail, pack::Cause::elsewhere), 4U);
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts, pack::Cause::elsewhere), 4U);
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::bookmarks, pack::Cause::elsewhere), 1U);
