@@ -97,8 +97,11 @@ TEST(Profiles, ThatCannotBeFoundAreTold) {
                   R"(elsewhere C:\Users\Bob\Secret)", "elsewhere " + thunderbird + "../../../../../../x",
                   R"(elsewhere E:\Mail\ann)", "elsewhere " + thunderbird + "Profiles/gone",
                   R"(elsewhere C:\Users\Bob\Secret)", "elsewhere " + thunderbird + "../../../../../../x",
+                  R"(elsewhere E:\Mail\ann)", "elsewhere " + thunderbird + "Profiles/gone",
+                  R"(elsewhere C:\Users\Bob\Secret)", "elsewhere " + thunderbird + "../../../../../../x",
                   R"(elsewhere F:\Web)", R"(elsewhere F:\Web)"))
-      << "with the mail and the contacts, and with the bookmarks and the cookies, that are in them";
+      << "with the mail, the contacts and the appointments, and with the bookmarks and the cookies, that are "
+         "in them";
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail, pack::Cause::elsewhere), 4U);
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts, pack::Cause::elsewhere), 4U);
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::bookmarks, pack::Cause::elsewhere), 1U);
@@ -189,8 +192,8 @@ TEST(Profiles, InFoldersThatCannotBeListedAreTold) {
                 ElementsAre("unreadable " + folder, "unreadable " + folder, "unreadable " + folder, logins))
         << "with the mail, the contacts and the appointments";
   for (const std::string& folder :
-       {thunderbird + "Profiles/a/Mail", thunderbird + "Profiles/a/Mail/pop.example",
-        thunderbird + "Profiles/a/Mail/pop.example/Inbox.sbd"})
+       {thunderbird + "Profiles/a/calendar-data", thunderbird + "Profiles/a/Mail",
+        thunderbird + "Profiles/a/Mail/pop.example", thunderbird + "Profiles/a/Mail/pop.example/Inbox.sbd"})
     EXPECT_THAT(remarks_without(folder), ElementsAre("unreadable " + folder, logins));
   EXPECT_THAT(remarks_without(firefox + "Profiles/f"),
               ElementsAre("unreadable " + firefox + "Profiles/f", "unreadable " + firefox + "Profiles/f"));

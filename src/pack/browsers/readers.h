@@ -27,7 +27,7 @@ struct Other {
 Bookmark favorites(const Place& folder, const std::string& charset, std::vector<Other>& others);
 
 /// The address in a file of that kind, in UTF-8; empty when there is none.
-std::string address_in(std::string_view url_file, const std::string& charset);
+std::string address_in(std::string_view url_file, const std::string& charset = "CP1252");
 
 }  // namespace pack
 

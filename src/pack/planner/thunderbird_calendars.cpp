@@ -43,6 +43,7 @@ void tell_of_calendars_elsewhere(Packing& packing, const Prefs& prefs, const std
 void add_profile(Packing& packing, const Place& profile, Calendar& calendar, Gaps& gaps) {
   const Tree& tree = *profile.tree;
   const auto folder = folder_at(profile, folder_of_databases, gaps);
+  if (folder) listed(*folder, gaps);
   for (const char* name : databases) {
     const auto found = folder ? find(tree, folder->path, name) : std::nullopt;
     if (!found || found->entry.what != What::file) continue;
