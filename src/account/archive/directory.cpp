@@ -155,7 +155,7 @@ std::size_t length_of(std::string_view head) {
 
 void read_directory(int file, const std::function<void(const DirectoryRecord&)>& take) {
   const Directory directory = find_directory(file);
-  constexpr std::size_t piece = 1 << 18, longest = record_head + std::size_t{3} * 65535;
+  constexpr std::size_t piece = 1 << 18, longest = record_head + 3 * 65535;
   static_assert(longest < piece);
   std::string window;
   std::uint64_t place = directory.place, window_place = place, count = 0;
