@@ -3,7 +3,6 @@
 #include <glib.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "shell/pieces.h"
