@@ -6,6 +6,7 @@
 
 #include "pack/printers/dev_mode.h"
 #include "pack/printers/ports.h"
+#include "pack/registry/hive.h"
 #include "process/archive/layout.h"
 
 namespace pack {
@@ -95,7 +96,7 @@ std::optional<Hive> hive_of(const Person& person) {
   return file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
 }
 
-std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
+std::vector<Printer> local_printers(Packing& packing, const Hive& system) {
   std::vector<Printer> printers;
   const auto control = control_set(system);
   if (!control) return printers;
@@ -104,9 +105,10 @@ std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
     const std::string printer = key + "\\" + name;
     const std::string port = system.text(printer, "Port").value_or("");
     const auto written = port_in_archive(port, system, *control);
-    if (packing != nullptr && (is_own_port(port) || !written))
-      packing->leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
-    if (is_own_port(port) || !written) continue;
+    if (is_own_port(port) || !written) {
+      packing.leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
+      continue;
+    }
     printers.push_back({.name = name,
                         .driver = system.text(printer, "Printer Driver").value_or(name),
                         .port = *written,
@@ -130,21 +132,12 @@ std::vector<Printer> connected_printers(const Hive& hive) {
   return printers;
 }
 
-// All of them, the machine's first, each port of a share once, with the queue each becomes.
+// The queue that each printer becomes.
 struct Queue {
   Printer printer;
   std::string name;
 };
-std::vector<Queue> all_queues(Packing* packing, const Machine& machine) {
-  std::vector<Printer> printers;
-  if (const auto system = machine_hive(machine.disk)) printers = local_printers(packing, *system);
-  for (const Person& person : machine.people) {
-    const auto hive = hive_of(person);
-    if (!hive) continue;
-    for (Printer& printer : connected_printers(*hive))
-      if (std::ranges::find(printers, printer.port, &Printer::port) == printers.end())
-        printers.push_back(std::move(printer));
-  }
+std::vector<Queue> queues_of(std::vector<Printer> printers) {
   std::vector<Queue> queues;
   std::set<std::string> names;
   for (Printer& printer : printers) {
@@ -156,33 +149,59 @@ std::vector<Queue> all_queues(Packing* packing, const Machine& machine) {
   return queues;
 }
 
+// The machine's printers first, then those in the network that somebody has, each once; and the default one's
+// name for each person. One hive after the other is open.
+struct AllPrinters {
+  std::vector<Printer> printers;
+  std::vector<std::string> defaults;
+};
+AllPrinters found_printers(Packing& packing, const Machine& machine) {
+  AllPrinters found;
+  if (const auto system = machine_hive(machine.disk)) found.printers = local_printers(packing, *system);
+  for (const Person& person : machine.people) {
+    const auto hive = hive_of(person);
+    found.defaults.push_back(hive ? default_printer_of(*hive) : "");
+    if (!hive) continue;
+    for (Printer& printer : connected_printers(*hive))
+      if (std::ranges::find(found.printers, printer.port, &Printer::port) == found.printers.end())
+        found.printers.push_back(std::move(printer));
+  }
+  return found;
+}
+
+bool is_called(const Queue& queue, const std::string& name) {
+  return !name.empty() && is_same_name(queue.printer.name, name);
+}
+
+// In each one's profile.
+void pack_defaults(Packing& shared, const Machine& machine, const std::vector<Queue>& queues,
+                   const std::vector<std::string>& defaults) {
+  for (std::size_t number = 0; number < machine.people.size(); ++number) {
+    const auto queue =
+        std::ranges::find_if(queues, [&](const Queue& one) { return is_called(one, defaults[number]); });
+    if (queue == queues.end()) continue;
+    const std::string folder =
+        std::string(layout::profiles) + "/" + machine.people[number].login + "/" + layout::printers;
+    shared.add_folder(folder);
+    shared.add_control(folder + "/" + layout::default_printer, description_of(queue->printer, queue->name));
+  }
+}
+
 }  // namespace
 
 void pack_printers(Packing& shared, const Machine& machine) {
   if (!shared.wants(Kind::printers)) return;
-  const auto hive = machine.people.size() == 1 ? hive_of(machine.people.front()) : std::nullopt;
-  const std::string default_name = hive ? default_printer_of(*hive) : "";
-  for (const auto& [printer, queue] : all_queues(&shared, machine)) {
+  AllPrinters found = found_printers(shared, machine);
+  const auto queues = queues_of(std::move(found.printers));
+  const bool is_for_one = machine.people.size() == 1;
+  for (const Queue& queue : queues) {
     shared.add_folder(layout::printers);
-    const bool is_default = !default_name.empty() && is_same_name(printer.name, default_name);
-    const std::string file = is_default ? layout::default_printer : queue + ".txt";
+    const bool is_default = is_for_one && is_called(queue, found.defaults.front());
+    const std::string file = is_default ? layout::default_printer : queue.name + ".txt";
     shared.add_text(Kind::printers, std::string(layout::printers) + "/" + file,
-                    description_of(printer, queue));
+                    description_of(queue.printer, queue.name));
   }
-}
-
-// A queue's name is made of the machine's printers in their order, so it is the same for whomever it is
-// asked.
-void pack_default_printer(Packing& packing, const Machine& machine, const Person&, const Hive* hive) {
-  if (hive == nullptr || machine.people.size() == 1 || !packing.wants(Kind::printers)) return;
-  const std::string default_name = default_printer_of(*hive);
-  for (const auto& [printer, queue] : all_queues(nullptr, machine)) {
-    if (default_name.empty() || !is_same_name(printer.name, default_name)) continue;
-    packing.add_folder(layout::printers);
-    packing.add_control(std::string(layout::printers) + "/" + layout::default_printer,
-                        description_of(printer, queue));
-    return;
-  }
+  if (!is_for_one) pack_defaults(shared, machine, queues, found.defaults);
 }
 
 }  // namespace pack
