@@ -14,7 +14,7 @@ namespace pack {
 
 namespace {
 
-constexpr std::size_t longest_json = std::size_t{1} << 26;
+constexpr std::size_t longest_json = std::size_t{1} << 24;
 
 // Lists from several browsers on their way into one.
 class Lists {
