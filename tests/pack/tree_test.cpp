@@ -33,8 +33,8 @@ std::size_t resident_memory() {
   return pages * static_cast<std::size_t>(getpagesize());
 }
 
-// 100,000 files with names of 200 bytes, whose entries would take 30 MB at once.
-constexpr std::size_t many = 100'000;
+// 60,000 files with names of 200 bytes, whose entries would take 20 MB at once.
+constexpr std::size_t many = 60'000;
 void add_many(const std::string& folder) {
   for (std::size_t i = 0; i < many; ++i) {
     // In another order than that of their names.
