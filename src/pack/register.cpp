@@ -7,6 +7,7 @@
 #include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
 #include "pack/mail/mail.h"
+#include "pack/planner/planner.h"
 #include "pack/printers/printers.h"
 
 namespace pack {
@@ -17,6 +18,8 @@ constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
     Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
     Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird", "ImapMail/Calendar, ImapMail/Tasks", pack_calendars},
+    Source{"Sticky Notes of Windows 7 to 11", "Notes", pack_notes},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",

@@ -21,7 +21,7 @@ std::string report_on(const std::string& path) {
   return out.str();
 }
 
-TEST(Report, ShowsNoOrdersToATerminal) {
+TEST(ReportedNames, GiveATerminalNoOrders) {
   const std::pair<const char*, const char*> cases[] = {
       {"a\x1b[2Jb", "a?[2Jb"},
       {"a\x7F", "a?"},
@@ -53,7 +53,7 @@ TEST(Report, ShowsNoOrdersToATerminal) {
     EXPECT_THAT(report_on(path), HasSubstr(std::string("\n    ") + shown + "\n")) << shown;
 }
 
-TEST(Report, ShowsNamesOfAllLanguages) {
+TEST(ReportedNames, OfAllLanguagesAreShown) {
   for (const char* name : {"Grüße", "日本語", "שלום", "مرحبا", "😀",
                            "a\xC2\xA0"
                            "b",

@@ -83,9 +83,15 @@ void Database::limit_steps(std::uint64_t bytes) {
 }
 
 bool Database::each(const char* statement, const std::function<void(const Row&)>& take) const {
+  return each(statement, 0, take);
+}
+
+bool Database::each(const char* statement, std::int64_t value,
+                    const std::function<void(const Row&)>& take) const {
   sqlite3_stmt* prepared = nullptr;
   if (sqlite3_prepare_v2(handle_.get(), statement, -1, &prepared, nullptr) != SQLITE_OK) return false;
   const std::unique_ptr<sqlite3_stmt, decltype(&sqlite3_finalize)> closing(prepared, sqlite3_finalize);
+  if (sqlite3_bind_parameter_count(prepared) > 0) sqlite3_bind_int64(prepared, 1, value);
   int result = SQLITE_ROW;
   while ((result = sqlite3_step(prepared)) == SQLITE_ROW) {
     stop_when_asked();
