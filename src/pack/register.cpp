@@ -16,8 +16,9 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
-    Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
-    Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird, stores of Outlook Express, Windows Mail and Windows Live Mail",
+           "ImapMail, Mail", pack_mail},
+    Source{"profiles of Thunderbird, Contacts", "ImapMail/Contacts", pack_contacts},
     Source{"profiles of Thunderbird", "ImapMail/Calendar, ImapMail/Tasks", pack_calendars},
     Source{"Sticky Notes of Windows 7 to 11", "Notes", pack_notes},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},

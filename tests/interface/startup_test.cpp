@@ -369,6 +369,8 @@ TEST_F(OptionsTest, WhatIsNotKnownIsNamedBeforeAnythingIsWritten) {
       {{"--nonsense"}, "the option --nonsense is not known, or not given like this"},
       {{"--displ=:5"}, "the option --displ=:5 is not known, or not given like this"},
       {{"--displ", ":5"}, "the option --displ is not known, or not given like this"},
+      {{"--hel"}, "the option --hel is not known, or not given like this"},
+      {{"--vers"}, "the option --vers is not known, or not given like this"},
       {{"--sync", "--nonsense=3"}, "the option --nonsense=3 is not known, or not given like this"},
       {{"-hx"}, ""},
       {{"-xh"}, "the option -x is not known, or not given like this"},
@@ -713,6 +715,30 @@ TEST_F(StartupTest, ASignalEndsItWithACommandThatHangsAtTheStart) {
 bool xdotool_in(const std::string& title, const std::string& words) {
   return shell_quietly("timeout 10 xdotool search --sync --onlyvisible --name '" + title +
                        "' windowactivate --sync && timeout 10 xdotool " + words) == 0;
+}
+
+// How many pixels of a window on the screen are not those of a page's picture.
+long other_pixels(const std::string& id, const std::string& picture) {
+  return std::stol(output_of("import -window " + id +
+                             " /tmp/page.png; compare -metric AE /tmp/page.png /usr/local/brindle/" +
+                             picture + ".png null: 2>&1"));
+}
+
+TEST_F(StartupTest, ThePagesHaveThePicturesOfTheirNames) {
+  start_display();
+  start_window_manager();
+  start();
+  const std::string first = window_called(shipped_text("window1"));
+  ASSERT_NE(first, "");
+  ASSERT_TRUE(xdotool_in(shipped_text("window1"), "sleep 0.5"));
+  EXPECT_LT(other_pixels(first, "step1"), other_pixels(first, "step2"));
+  ASSERT_TRUE(xdotool_in(shipped_text("window1"), "key Return"));
+  const std::string second = window_called(shipped_text("window2"));
+  ASSERT_NE(second, "");
+  ASSERT_TRUE(xdotool_in(shipped_text("window2"), "sleep 0.5"));
+  EXPECT_LT(other_pixels(second, "step2"), other_pixels(second, "step1"));
+  ask_to_close(second);
+  EXPECT_EQ(wait_for_end(), 0);
 }
 
 // The progress is drawn behind the closing of its page when both are due at once, as on a machine that is

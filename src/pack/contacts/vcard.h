@@ -20,8 +20,8 @@ class Vcard {
   /// stay, but for those at the end of ORG.
   void add(std::string_view property, const std::vector<std::string>& parts);
 
-  /// Adds a line as it stands.
-  void add_line(const std::string& line) { lines_.push_back(line); }
+  /// Adds a line as it stands, but for zero bytes.
+  void add_line(std::string line);
 
   bool is_empty() const { return lines_.empty(); }
 

@@ -2,13 +2,21 @@
 #ifndef BRINDLE_PACK_MAIL_MAIL_FOLDERS_H
 #define BRINDLE_PACK_MAIL_MAIL_FOLDERS_H
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "pack/files/packing.h"
 
 namespace pack {
+
+/// Gets a message, as its file holds it: lines may end with CR LF.
+using TakeMessage = std::function<void(std::unique_ptr<Content> message)>;
+
+/// Gets what is wrong with a source, or with one message of it.
+using Complain = std::function<void(Cause cause, const std::string& path)>;
 
 /// Gathers the mail folders of all programs and accounts of a person. Folders of one name become one; a
 /// message that an earlier source of that folder has is not packed twice.
@@ -19,6 +27,8 @@ class MailFolders {
     Place place;
     std::uint64_t size = 0;
     bool is_maildir = false;  ///< a folder with a file a message, in place of a file with all of them
+    /// Of a source in any other form, what hands out its messages; it may be called several times.
+    std::function<void(const TakeMessage& take, const Complain& complain)> messages{};
   };
 
   /// Adds a folder; `names` are those of the folders above it and its own, from the top. The usual ones at
