@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <set>
-#include <sstream>
 #include <system_error>
 
 #include "pack/disk/folder_tree.h"
+#include "pack/disk/nameless.h"
 #include "pack/parcel/zip.h"
 #include "pack/progress.h"
 #include "pack/register.h"
@@ -66,11 +66,24 @@ std::filesystem::path folder_of(const std::string& file) {
   return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
 }
 
-void refuse_within_source(const Options& options) {
-  const std::string source = std::filesystem::canonical(options.source);
-  const std::string folder = folder_of(options.out);
-  if (folder == source || folder.starts_with(source == "/" ? source : source + "/"))
-    throw Impossible(options.out + " lies on the disk that is to be packed; nothing is written there");
+bool lies_within(const std::string& folder, const std::string& source) {
+  return folder == source || folder.starts_with(source == "/" ? source : source + "/");
+}
+
+// Nothing of ours comes to lie on a disk that is packed, not even for a while.
+void refuse_within_disks(const Options& options) {
+  std::vector<std::string> disks{options.source};
+  for (const auto& [letter, folder] : options.drives) disks.push_back(folder);
+  for (const std::string& disk : disks) {
+    const std::string place = std::filesystem::canonical(disk);
+    if (!options.out.empty() && lies_within(folder_of(options.out), place))
+      throw Impossible(options.out + " lies on the disk that is to be packed; nothing is written there");
+    const std::string copies = folder_for_copies();
+    if (lies_within(std::filesystem::canonical(copies), place))
+      throw Impossible(copies +
+                       " lies on the disk that is to be packed; nothing is written there. Another folder for "
+                       "copies is named by TMPDIR");
+  }
 }
 
 void refuse_too_large(const Options& options, std::uint64_t bytes) {
@@ -83,10 +96,23 @@ void refuse_too_large(const Options& options, std::uint64_t bytes) {
                      " has room for " + std::to_string(free) + "; --without leaves kinds of data out");
 }
 
-std::string table_of_remarks(const std::vector<Packed>& people) {
-  std::ostringstream table;
-  write_table_of_remarks(table, people);
-  return table.str();
+// The numbers, and what is left out, which may be long.
+void add_tables(Parcel& parcel, const std::vector<Packed>& packed) {
+  const std::string root = std::string(layout::root) + "/";
+  parcel.add_text(root + layout::packed_counts, table_of_counts(packed));
+  std::uint64_t size = 0;
+  write_table_of_remarks([&](std::string_view line) { size += line.size(); }, packed);
+  parcel.add_stream(root + layout::packed_remarks, size,
+                    [&](const Writer& write) { write_table_of_remarks(write, packed); });
+}
+
+Survey surveyed(const Disk& disk, const std::vector<Person>& people, const Options& options,
+                Progress& progress) {
+  Sum sum(options.list, [&] { progress.find(); });
+  Survey survey{.people = pack_all(sum, disk, people, options)};
+  add_tables(sum, survey.people);
+  survey.bytes = sum.bytes();
+  return survey;
 }
 
 }  // namespace
@@ -94,6 +120,7 @@ std::string table_of_remarks(const std::vector<Packed>& people) {
 Disk disk_of(const Options& options) {
   Disk disk(opened(options.source));
   for (const auto& [letter, folder] : options.drives) disk.add(letter, opened(folder));
+  refuse_within_disks(options);
   return disk;
 }
 
@@ -139,20 +166,20 @@ std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector
   return all;
 }
 
-std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people, const Options& options,
-                                  const std::atomic<int>& stopped) {
-  refuse_within_source(options);
-  Sum sum;
-  pack_all(sum, disk, people, options);
-  refuse_too_large(options, sum.bytes());
-  Progress progress(sum.bytes());
-  Zip zip(options.out, {.store = options.store, .stopped = &stopped, .progress = [&](std::uint64_t bytes) {
-                          progress.add(bytes);
-                        }});
+Survey look_at(const Disk& disk, const std::vector<Person>& people, const Options& options) {
+  Progress progress;
+  return surveyed(disk, people, options, progress);
+}
+
+std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people,
+                                  const Options& options) {
+  Progress progress;
+  const std::uint64_t bytes = surveyed(disk, people, options, progress).bytes;
+  refuse_too_large(options, bytes);
+  progress.begin(bytes);
+  Zip zip(options.out, {.store = options.store, .progress = [&](std::uint64_t more) { progress.add(more); }});
   auto packed = pack_all(zip, disk, people, options);
-  const std::string root = std::string(layout::root) + "/";
-  zip.add_text(root + layout::packed_counts, table_of_counts(packed));
-  zip.add_text(root + layout::packed_remarks, table_of_remarks(packed));
+  add_tables(zip, packed);
   zip.finish();
   return packed;
 }

@@ -27,14 +27,13 @@ constexpr std::array all_sources{
            pack_bookmarks},
     Source{"profiles of Firefox", "Cookies.txt", pack_cookies},
     Source{"profiles of the browsers", "nothing", tell_of_passwords},
-    Source{R"(Software\Microsoft\Windows NT\CurrentVersion\Windows: Device)", "Printers/Default.txt",
-           pack_default_printer},
 };
 
 constexpr std::array all_shared_sources{
     SharedSource{"AppData/Local/Microsoft/Windows/Fonts of all people", "Fonts", pack_fonts},
-    SharedSource{R"(Control\Print\Printers of the machine, Printers\Connections of all people)", "Printers",
-                 pack_printers},
+    SharedSource{
+        R"(Control\Print\Printers of the machine, Printers\Connections and default printers of all people)",
+        "Printers, Profiles/LOGIN/Printers/Default.txt", pack_printers},
 };
 
 }  // namespace

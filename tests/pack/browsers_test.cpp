@@ -214,6 +214,34 @@ TEST(Bookmarks, OfAJsonThatIsNoneAreDamaged) {
   EXPECT_TRUE(pack::chromium_bookmarks(deep + "}}"));
 }
 
+TEST(Bookmarks, OfChromeWhereverTheirKeysStand) {
+  const auto list = pack::chromium_bookmarks(
+      R"({"x": {"roots": {"no": {"children": [{"url": "http://no.example/"}]}}}, "roots": {"a": {"url": "", "children": [
+         {"url": "http://1.example/", "meta_info": {"name": "no", "children": [{"url": "no"}], "deep": [["no"]]}, "name": "One"},
+         [{"url": "no"}], {"children": [{"name": "Two", "url": "http://2.example/"}], "name": "Folder", "type": "folder"}],
+         "name": "Bar"}, "version": "1", "empty": {"children": [], "name": "Empty"}}, "checksum": "7"})");
+  ASSERT_TRUE(list);
+  ASSERT_EQ(list->children.size(), 1U);
+  const pack::Bookmark& bar = list->children.front();
+  EXPECT_EQ(bar.title, "Bar");
+  ASSERT_EQ(bar.children.size(), 2U);
+  EXPECT_EQ(bar.children[0].title, "One");
+  EXPECT_EQ(bar.children[0].url, "http://1.example/");
+  EXPECT_EQ(bar.children[1].title, "Folder");
+  ASSERT_EQ(bar.children[1].children.size(), 1U);
+  EXPECT_EQ(bar.children[1].children[0].title, "Two");
+}
+
+TEST(Bookmarks, OfAJsonThatIsEndlessTakeLittle) {
+  const std::string one = R"({"name": "x", "url": "http://example.org/"},)";
+  std::string many = R"({"roots": {"x": {"children": [)";
+  for (int i = 0; i < 300000; ++i) many += one;
+  EXPECT_FALSE(pack::chromium_bookmarks(many + "{}]}}}"));
+  std::string others = R"({"roots": {"x": {"children": [], "other": [)";
+  for (int i = 0; i < 300000; ++i) others += one;
+  EXPECT_TRUE(pack::chromium_bookmarks(others + "{}]}}}")) << "what is not looked for is not held";
+}
+
 TEST(Bookmarks, OfInternetExplorerAreFiles) {
   const windows::Disk disk;
   disk.add("Users/Ann/Favorites/One.url",

@@ -15,18 +15,18 @@ void Parcel::add(const std::string& name, std::string bytes) {
 
 void Parcel::add_folder(const std::string& name, std::int64_t) { add(name + "/", ""); }
 
-std::optional<pack::Cause> Parcel::add_file(const std::string& name, const pack::Tree& tree,
-                                            const std::string& path, const pack::Entry&) {
+pack::Outcome Parcel::add_file(const std::string& name, const pack::Tree& tree, const std::string& path,
+                               const pack::Entry&) {
   std::string bytes;
   try {
     const auto file = tree.open(path);
     char block[7];
     while (const std::size_t count = file->read(block, sizeof block)) bytes.append(block, count);
   } catch (const std::system_error&) {
-    return pack::Cause::unreadable;
+    return {.bytes = 0, .cause = pack::Cause::unreadable};
   }
   add(name, bytes);
-  return std::nullopt;
+  return {.bytes = bytes.size()};
 }
 
 void Parcel::add_stream(const std::string& name, std::uint64_t most,

@@ -18,8 +18,8 @@ namespace recorded {
 class Parcel : public pack::Parcel {
  public:
   void add_folder(const std::string& name, std::int64_t modified) override;
-  std::optional<pack::Cause> add_file(const std::string& name, const pack::Tree& tree,
-                                      const std::string& path, const pack::Entry& entry) override;
+  pack::Outcome add_file(const std::string& name, const pack::Tree& tree, const std::string& path,
+                         const pack::Entry& entry) override;
   void add_stream(const std::string& name, std::uint64_t most,
                   const std::function<void(const pack::Writer& write)>& make) override;
   void add_text(const std::string& name, std::string_view content) override;

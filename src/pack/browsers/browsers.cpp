@@ -16,7 +16,7 @@ namespace pack {
 
 namespace {
 
-constexpr std::size_t longest_json = std::size_t{1} << 26;
+constexpr std::size_t longest_json = std::size_t{1} << 24;
 
 // Of texts that Windows's old programs wrote.
 constexpr const char* western = "CP1252";

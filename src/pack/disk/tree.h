@@ -36,6 +36,18 @@ class Content {
   /// Puts up to `most` bytes (at least 1) into `to` and returns how many; 0 at the end. Throws
   /// std::system_error when the disk does not give them.
   virtual std::size_t read(char* to, std::size_t most) = 0;
+
+  /// True when it is known that somebody has written to the file since it was opened.
+  virtual bool has_changed() const { return false; }
+};
+
+/// What lies in a folder, one after the other.
+class Listing {
+ public:
+  virtual ~Listing() = default;
+
+  /// The next one; no value at the end. Throws std::system_error.
+  virtual std::optional<Entry> next() = 0;
 };
 
 /// A volume. Paths begin at its top, without a slash, with "/" between names as the volume has them; "" is
@@ -46,6 +58,15 @@ class Tree {
 
   /// What lies in a folder, ordered by the bytes of the names. Throws std::system_error.
   virtual std::vector<Entry> list(const std::string& folder) const = 0;
+
+  /// The same one by one, for folders of any size: a volume that can hands it out in a memory that does not
+  /// grow with the folder. It is valid as long as the tree. Throws std::system_error when the folder cannot
+  /// be listed.
+  virtual std::unique_ptr<Listing> entries(const std::string& folder) const;
+
+  /// What a folder has under that name, whatever its case; a name as written goes before others, among which
+  /// it is the first. No value when there is none. Throws std::system_error.
+  virtual std::optional<Entry> look_up(const std::string& folder, std::string_view name) const;
 
   /// Opens a file. Throws std::system_error.
   virtual std::unique_ptr<Content> open(const std::string& file) const = 0;

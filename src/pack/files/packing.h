@@ -28,9 +28,9 @@ class Packing {
   void add_folder(const std::string& name, std::int64_t modified = 0);
 
   /// The name `wanted`, or the same with a number, for something new at the top of the documents; nothing
-  /// else has it from now on. `take_name` says which names others have there already.
+  /// else has it from now on. `take_names_of` says of a folder that what lies in it goes there as well.
   std::string free_name(const std::string& wanted);
-  void take_name(const std::string& name) { taken_.push_back(name); }
+  void take_names_of(const Place& folder) { documents_.push_back(folder); }
 
   /// A file of the disk.
   void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
@@ -55,12 +55,15 @@ class Packing {
   void tell_of(Kind kind, Cause cause, const std::string& path) { tally_.note(kind, cause, path); }
 
  private:
+  bool is_taken(const std::string& name) const;
+
   Parcel& parcel_;
   Tally& tally_;
   std::string folder_;
   const std::set<Kind>& without_;
   std::set<std::string> folders_;
   std::vector<std::string> taken_;
+  std::vector<Place> documents_;
 };
 
 }  // namespace pack

@@ -8,6 +8,7 @@
 
 #include "pack/printers/dev_mode.h"
 #include "pack/printers/ports.h"
+#include "pack/registry/hive.h"
 #include "process/archive/layout.h"
 
 namespace pack {
@@ -77,9 +78,8 @@ std::string driver_or_name(const std::string& driver, const std::string& name) {
 
 // The settings come first: no word of theirs holds a key, while a driver's name ("Stylus Color") may, and
 // would hide the lines behind it.
-std::string description_of(const Printer& printer, const std::string& queue, const Hive* hive) {
-  const auto own = hive == nullptr ? std::nullopt : own_dev_mode(*hive, printer.name);
-  const PrinterSettings settings = settings_of(own.value_or(printer.dev_mode));
+std::string description_of(const Printer& printer, const std::string& queue) {
+  const PrinterSettings settings = settings_of(printer.dev_mode);
   const std::pair<const char*, const std::string*> lines[] = {{"Orientation", &settings.orientation},
                                                               {"Paper Size", &settings.paper_size},
                                                               {"Paper Width", &settings.paper_width},
@@ -118,15 +118,15 @@ std::string default_printer_of(const Hive& hive) {
   return device;
 }
 
-// One that says nothing, or not the last, is told when there is somebody to be told.
-std::optional<Hive> machine_hive(Packing* packing, const Disk& disk) {
+// One that says nothing, or not the last, is told.
+std::optional<Hive> machine_hive(Packing& packing, const Disk& disk) {
   const auto file = find(disk.system(), "", system_hive);
   if (!file) return std::nullopt;
   auto hive = Hive::open(disk.system(), file->path);
   const bool is_dirty = hive && hive->is_dirty();
-  if (packing != nullptr && (!hive || is_dirty))
-    packing->tell_of(Kind::printers, is_dirty ? Cause::registry_dirty : Cause::registry_unreadable,
-                     file->path);
+  if (!hive || is_dirty)
+    packing.tell_of(Kind::printers, is_dirty ? Cause::registry_dirty : Cause::registry_unreadable,
+                    file->path);
   return hive;
 }
 
@@ -135,12 +135,11 @@ std::optional<Hive> hive_of(const Person& person) {
   return file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
 }
 
-std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
+std::vector<Printer> local_printers(Packing& packing, const Hive& system) {
   std::vector<Printer> printers;
   const auto control = control_set(system);
   if (!control) {
-    if (packing != nullptr)
-      packing->tell_of(Kind::printers, Cause::registry_unreadable, std::string(system_hive));
+    packing.tell_of(Kind::printers, Cause::registry_unreadable, std::string(system_hive));
     return printers;
   }
   const std::string key = *control + R"(\Control\Print\Printers)";
@@ -148,9 +147,10 @@ std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
     const std::string printer = key + "\\" + name;
     const std::string port = system.text(printer, "Port").value_or("");
     const auto written = port_in_archive(port, system, *control);
-    if (packing != nullptr && (is_own_port(port) || !written))
-      packing->leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
-    if (is_own_port(port) || !written) continue;
+    if (is_own_port(port) || !written) {
+      packing.leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
+      continue;
+    }
     printers.push_back({.name = name,
                         .driver = driver_or_name(system.text(printer, "Printer Driver").value_or(""), name),
                         .port = *written,
@@ -160,14 +160,14 @@ std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
 }
 
 // Keys such as ",,server,queue".
-std::vector<Printer> connected_printers(Packing* packing, const Hive& hive) {
+std::vector<Printer> connected_printers(Packing& packing, const Hive& hive) {
   std::vector<Printer> printers;
   for (const std::string& key : hive.keys(R"(Printers\Connections)")) {
     std::string share = key;
     std::ranges::replace(share, ',', '/');
     const std::string queue = share.substr(share.rfind('/') + 1);
     if (queue.empty() || !share_in_archive(share)) {
-      if (packing != nullptr) packing->leave_out(Kind::printers, Cause::port_not_kept, key);
+      packing.leave_out(Kind::printers, Cause::port_not_kept, key);
       continue;
     }
     std::string shown = share;
@@ -177,22 +177,12 @@ std::vector<Printer> connected_printers(Packing* packing, const Hive& hive) {
   return printers;
 }
 
-// All of them, the machine's first, each port of a share once, with the queue each becomes.
+// The queue that each printer becomes.
 struct Queue {
   Printer printer;
   std::string name;
 };
-std::vector<Queue> all_queues(Packing* packing, const Machine& machine) {
-  std::vector<Printer> printers;
-  if (const auto system = machine_hive(packing, machine.disk)) printers = local_printers(packing, *system);
-  for (const Person& person : machine.people) {
-    const auto hive = hive_of(person);
-    if (!hive) continue;
-    for (Printer& printer : connected_printers(packing, *hive)) {
-      const auto is_it = [&](const Printer& other) { return is_same_name(other.port, printer.port); };
-      if (std::ranges::none_of(printers, is_it)) printers.push_back(std::move(printer));
-    }
-  }
+std::vector<Queue> queues_of(std::vector<Printer> printers) {
   std::vector<Queue> queues;
   // Upper and lower case letters are one in a queue's name. The file of the default printer has this one.
   std::set<std::string> names{"default"};
@@ -206,35 +196,76 @@ std::vector<Queue> all_queues(Packing* packing, const Machine& machine) {
   return queues;
 }
 
+// Somebody's default printer, with the settings of their own that they have for it.
+struct DefaultPrinter {
+  std::string name;
+  std::optional<std::string> own_mode;
+};
+
+// The machine's printers first, then those in the network that somebody has, each once; and each person's
+// default one. One hive after the other is open.
+struct AllPrinters {
+  std::vector<Printer> printers;
+  std::vector<DefaultPrinter> defaults;
+};
+AllPrinters found_printers(Packing& packing, const Machine& machine) {
+  AllPrinters found;
+  if (const auto system = machine_hive(packing, machine.disk))
+    found.printers = local_printers(packing, *system);
+  for (const Person& person : machine.people) {
+    DefaultPrinter& by_default = found.defaults.emplace_back();
+    const auto hive = hive_of(person);
+    if (!hive) continue;
+    by_default.name = default_printer_of(*hive);
+    by_default.own_mode = own_dev_mode(*hive, by_default.name);
+    for (Printer& printer : connected_printers(packing, *hive)) {
+      const auto is_it = [&](const Printer& other) { return is_same_name(other.port, printer.port); };
+      if (std::ranges::none_of(found.printers, is_it)) found.printers.push_back(std::move(printer));
+    }
+    if (machine.people.size() > 1) continue;  // the queues are everybody's
+    for (Printer& printer : found.printers)
+      printer.dev_mode = own_dev_mode(*hive, printer.name).value_or(printer.dev_mode);
+  }
+  return found;
+}
+
+bool is_called(const Queue& queue, const std::string& name) {
+  return !name.empty() && is_same_name(queue.printer.name, name);
+}
+
+// In each one's profile.
+void pack_defaults(Packing& shared, const Machine& machine, const std::vector<Queue>& queues,
+                   const std::vector<DefaultPrinter>& defaults) {
+  for (std::size_t number = 0; number < machine.people.size(); ++number) {
+    const auto& [name, own_mode] = defaults[number];
+    const auto queue = std::ranges::find_if(queues, [&](const Queue& one) { return is_called(one, name); });
+    if (queue == queues.end()) continue;
+    const std::string folder =
+        std::string(layout::profiles) + "/" + machine.people[number].login + "/" + layout::printers;
+    Printer printer = queue->printer;
+    printer.dev_mode = own_mode.value_or(printer.dev_mode);
+    shared.add_folder(folder);
+    shared.add_control(folder + "/" + layout::default_printer, description_of(printer, queue->name));
+  }
+}
+
 }  // namespace
 
 void pack_printers(Packing& shared, const Machine& machine) {
   if (!shared.wants(Kind::printers)) return;
-  const auto hive = machine.people.size() == 1 ? hive_of(machine.people.front()) : std::nullopt;
-  const std::string default_name = hive ? default_printer_of(*hive) : "";
+  AllPrinters found = found_printers(shared, machine);
+  const auto queues = queues_of(std::move(found.printers));
+  const bool is_for_one = machine.people.size() == 1;
   bool has_default = false;
-  for (const auto& [printer, queue] : all_queues(&shared, machine)) {
+  for (const Queue& queue : queues) {
     shared.add_folder(layout::printers);
-    const bool is_default = !has_default && !default_name.empty() && is_same_name(printer.name, default_name);
+    const bool is_default = is_for_one && !has_default && is_called(queue, found.defaults.front().name);
     has_default |= is_default;
-    const std::string file = is_default ? layout::default_printer : queue + ".txt";
+    const std::string file = is_default ? layout::default_printer : queue.name + ".txt";
     shared.add_text(Kind::printers, std::string(layout::printers) + "/" + file,
-                    description_of(printer, queue, hive ? &*hive : nullptr));
+                    description_of(queue.printer, queue.name));
   }
-}
-
-// A queue's name is made of the machine's printers in their order, so it is the same for whomever it is
-// asked.
-void pack_default_printer(Packing& packing, const Machine& machine, const Person&, const Hive* hive) {
-  if (hive == nullptr || machine.people.size() == 1 || !packing.wants(Kind::printers)) return;
-  const std::string default_name = default_printer_of(*hive);
-  for (const auto& [printer, queue] : all_queues(nullptr, machine)) {
-    if (default_name.empty() || !is_same_name(printer.name, default_name)) continue;
-    packing.add_folder(layout::printers);
-    packing.add_control(std::string(layout::printers) + "/" + layout::default_printer,
-                        description_of(printer, queue, hive));
-    return;
-  }
+  if (!is_for_one) pack_defaults(shared, machine, queues, found.defaults);
 }
 
 }  // namespace pack
