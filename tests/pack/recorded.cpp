@@ -4,6 +4,7 @@
 
 #include <system_error>
 
+#include "pack/disk/folder_tree.h"
 #include "pack/pack.h"
 
 namespace recorded {
@@ -55,11 +56,38 @@ std::vector<std::string> Result::remarks() const {
 
 Result pack_disk(const std::string& path, pack::Options options) {
   options.source = path;
-  const pack::Disk disk = pack::disk_of(options);
+  return pack_disk(pack::disk_of(options), options);
+}
+
+Result pack_disk(const pack::Disk& disk, const pack::Options& options) {
   Parcel parcel;
   auto people = pack::pack_all(parcel, disk, pack::chosen_people(disk, options), options);
   EXPECT_TRUE(parcel.twice.empty()) << parcel.twice.front();
   return {.content = std::move(parcel.content), .people = std::move(people)};
+}
+
+namespace {
+
+class BadTree : public pack::Tree {
+ public:
+  BadTree(const std::string& path, std::string bad, std::errc error)
+      : tree_(pack::folder_tree(path)), bad_(std::move(bad)), error_(error) {}
+  std::vector<pack::Entry> list(const std::string& folder) const override {
+    if (folder == bad_) throw std::system_error(std::make_error_code(error_), folder);
+    return tree_->list(folder);
+  }
+  std::unique_ptr<pack::Content> open(const std::string& file) const override { return tree_->open(file); }
+
+ private:
+  std::unique_ptr<pack::Tree> tree_;
+  std::string bad_;
+  std::errc error_;
+};
+
+}  // namespace
+
+std::unique_ptr<pack::Tree> tree_with(const std::string& path, const std::string& bad, std::errc error) {
+  return std::make_unique<BadTree>(path, bad, error);
 }
 
 }  // namespace recorded

@@ -14,10 +14,10 @@ namespace {
 constexpr std::string_view ending = ".url";
 constexpr std::size_t most = std::size_t{1} << 20;
 
-std::string in_utf8(std::string_view bytes) {
+std::string in_utf8(std::string_view bytes, const std::string& charset) {
   if (g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr)) return std::string(bytes);
   const std::unique_ptr<char, decltype(&g_free)> text(
-      g_convert_with_fallback(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8", "CP1252", "?",
+      g_convert_with_fallback(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8", charset.c_str(), "?",
                               nullptr, nullptr, nullptr),
       g_free);
   return text ? text.get() : "";
@@ -34,7 +34,8 @@ bool is_address_file(std::string_view name) {
   return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
 }
 
-void add_folder(const Place& folder, Bookmark& bookmarks, std::vector<Other>& others) {
+void add_folder(const Place& folder, const std::string& charset, Bookmark& bookmarks,
+                std::vector<Other>& others) {
   std::vector<Entry> entries;
   try {
     entries = folder.tree->list(folder.path);
@@ -45,12 +46,12 @@ void add_folder(const Place& folder, Bookmark& bookmarks, std::vector<Other>& ot
     const Place place{.tree = folder.tree, .path = joined(folder.path, entry.name)};
     if (entry.what == What::folder) {
       Bookmark below{.title = kept_name(entry.name), .url = "", .added = entry.modified};
-      add_folder(place, below, others);
+      add_folder(place, charset, below, others);
       if (!below.children.empty()) bookmarks.children.push_back(std::move(below));
       continue;
     }
     const auto file = is_address_file(entry.name) && !entry.gap ? whole(place, most) : std::nullopt;
-    const std::string address = file ? address_in(*file) : "";
+    const std::string address = file ? address_in(*file, charset) : "";
     if (address.empty()) {
       others.push_back({place, entry});
       continue;
@@ -64,7 +65,7 @@ void add_folder(const Place& folder, Bookmark& bookmarks, std::vector<Other>& ot
 }  // namespace
 
 // Other sections have addresses as well, that are not the person's.
-std::string address_in(std::string_view url_file) {
+std::string address_in(std::string_view url_file, const std::string& charset) {
   bool is_ours = false;
   while (!url_file.empty()) {
     const std::size_t end = std::min(url_file.find('\n'), url_file.size());
@@ -72,14 +73,14 @@ std::string address_in(std::string_view url_file) {
     url_file.remove_prefix(std::min(end + 1, url_file.size()));
     if (line.starts_with('[')) is_ours = is_same_name(line, "[InternetShortcut]");
     if (is_ours && line.size() > 4 && is_same_name(line.substr(0, 4), "URL="))
-      return in_utf8(trimmed(line.substr(4)));
+      return in_utf8(trimmed(line.substr(4)), charset);
   }
   return "";
 }
 
-Bookmark favorites(const Place& folder, std::vector<Other>& others) {
+Bookmark favorites(const Place& folder, const std::string& charset, std::vector<Other>& others) {
   Bookmark bookmarks;
-  add_folder(folder, bookmarks, others);
+  add_folder(folder, charset, bookmarks, others);
   return bookmarks;
 }
 

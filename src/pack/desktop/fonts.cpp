@@ -1,8 +1,8 @@
 #include <map>
-#include <system_error>
 
 #include "pack/desktop/desktop.h"
 #include "pack/files/names.h"
+#include "pack/files/program_folders.h"
 #include "process/archive/layout.h"
 
 namespace pack {
@@ -10,14 +10,6 @@ namespace pack {
 namespace {
 
 constexpr std::string_view place_of_fonts = "AppData/Local/Microsoft/Windows/Fonts";
-
-std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
-  try {
-    return tree.list(folder);
-  } catch (const std::system_error&) {
-    return {};
-  }
-}
 
 // A font that two people have is one; two of one name that differ in size are two.
 class Fonts {
@@ -45,13 +37,15 @@ class Fonts {
 void pack_fonts(Packing& shared, const Machine& machine) {
   if (!shared.wants(Kind::fonts)) return;
   Fonts fonts(shared);
+  Gaps gaps;
   for (const Person& person : machine.people) {
-    const auto folder = find_folder(*person.home.tree, person.home.path, place_of_fonts);
+    const auto folder = folder_at(person.home, place_of_fonts, gaps);
     if (!folder) continue;
-    for (const Entry& entry : listed(*person.home.tree, *folder))
+    for (const Entry& entry : listed(*folder, gaps))
       if (entry.what == What::file)
-        fonts.add({.tree = person.home.tree, .path = joined(*folder, entry.name)}, entry);
+        fonts.add({.tree = folder->tree, .path = joined(folder->path, entry.name)}, entry);
   }
+  gaps.tell(shared, Kind::fonts);
 }
 
 }  // namespace pack

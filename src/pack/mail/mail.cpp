@@ -9,7 +9,7 @@ namespace pack {
 void pack_mail(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   MailAccounts accounts(packing);
   MailFolders folders;
-  add_thunderbird(packing, machine, person, accounts, folders);
+  add_thunderbird(packing, machine, person, hive, accounts, folders);
   add_outlook_express(packing, machine, person, hive, accounts, folders);
   add_windows_mail(packing, machine, person, hive, accounts, folders);
   folders.pack(packing);

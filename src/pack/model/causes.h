@@ -36,7 +36,7 @@ constexpr bool is_packed(Cause cause) {
 /// False for what nobody misses: it neither counts as a loss nor changes how the program ends.
 constexpr bool is_loss(Cause cause) {
   return cause != Cause::windows_own && cause != Cause::renamed && cause != Cause::special &&
-         cause != Cause::there_already && cause != Cause::deleted;
+         cause != Cause::there_already && cause != Cause::deleted && cause != Cause::expired;
 }
 
 }  // namespace pack

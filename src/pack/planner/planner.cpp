@@ -5,11 +5,11 @@
 
 namespace pack {
 
-void pack_calendars(Packing& packing, const Machine& machine, const Person& person, const Hive*) {
+void pack_calendars(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::events) && !packing.wants(Kind::tasks)) return;
   const std::string zone = zone_of(machine);
-  Calendar calendar(packing, zone.empty() ? thunderbird_zone(person) : zone);
-  add_thunderbird_calendars(packing, person, calendar);
+  Calendar calendar(packing, zone.empty() ? thunderbird_zone(machine, person, hive) : zone);
+  add_thunderbird_calendars(packing, machine, person, hive, calendar);
   calendar.pack();
 }
 
