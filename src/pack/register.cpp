@@ -7,6 +7,7 @@
 #include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
 #include "pack/mail/mail.h"
+#include "pack/outlook/outlook.h"
 #include "pack/printers/printers.h"
 
 namespace pack {
@@ -15,8 +16,9 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
-    Source{"profiles of Thunderbird", "ImapMail, Mail", pack_mail},
-    Source{"profiles of Thunderbird", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail, Mail", pack_mail},
+    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail/Contacts", pack_contacts},
+    Source{"data files of Outlook that are not unpacked whole", "My Documents", pack_outlook_files},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",

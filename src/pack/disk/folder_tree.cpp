@@ -67,6 +67,10 @@ class FileContent : public Content {
     }
   }
 
+  bool seek(std::uint64_t position) override {
+    return lseek(file_.get(), static_cast<off_t>(position), SEEK_SET) >= 0;
+  }
+
  private:
   Descriptor file_;
 };

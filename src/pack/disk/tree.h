@@ -36,6 +36,9 @@ class Content {
   /// Puts up to `most` bytes (at least 1) into `to` and returns how many; 0 at the end. Throws
   /// std::system_error when the disk does not give them.
   virtual std::size_t read(char* to, std::size_t most) = 0;
+
+  /// Goes on at that byte of the file. False, and nothing done, when it can only be read from its beginning on.
+  virtual bool seek(std::uint64_t) { return false; }
 };
 
 /// A volume. Paths begin at its top, without a slash, with "/" between names as the volume has them; "" is

@@ -68,9 +68,6 @@ class OneMessage : public Content {
   bool is_at_end_ = false;
 };
 
-// Gets the head of a message; what it returns gets the body.
-using Take = std::function<Writer(const std::string& head)>;
-
 std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& take) {
   MailboxReader reader(*content);
   while (const auto head = reader.next()) reader.body(take(*head));
@@ -78,8 +75,8 @@ std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& 
 }
 
 // Hands out the messages of a source in their order; what cannot be read is told to `complain`.
-void each_message(const MailFolders::Source& source, const Take& take,
-                  const std::function<void(Cause cause, const std::string& path)>& complain) {
+void each_message(const MailFolders::Source& source, const Take& take, const Complain& complain) {
+  if (source.written) return source.written(take, complain);
   const Tree& tree = *source.place.tree;
   if (!source.is_maildir) {
     try {
@@ -176,7 +173,10 @@ class Folder {
           if (digest && !is_double && !is_deleted(head)) written.push_back(*digest);
           return begin(head, source, is_double);
         },
-        [&](Cause cause, const std::string& path) { packing_.leave_out(Kind::mail, cause, path); });
+        [&](Cause cause, const std::string& path) {
+          if (is_packed(cause)) return packing_.tell_of(Kind::mail, cause, path);
+          packing_.leave_out(Kind::mail, cause, path);
+        });
     end_message();
     earlier_.insert(written.begin(), written.end());
   }

@@ -2,6 +2,7 @@
 #ifndef BRINDLE_PACK_MAIL_MAIL_FOLDERS_H
 #define BRINDLE_PACK_MAIL_MAIL_FOLDERS_H
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -9,6 +10,13 @@
 #include "pack/files/packing.h"
 
 namespace pack {
+
+/// Gets the head of a message, with its line "From " and the empty line at the end; what it returns gets the
+/// body.
+using Take = std::function<Writer(const std::string& head)>;
+
+/// Gets what is wrong with a source, or with one message of it.
+using Complain = std::function<void(Cause cause, const std::string& path)>;
 
 /// Gathers the mail folders of all programs and accounts of a person. Folders of one name become one; a
 /// message that an earlier source of that folder has is not packed twice.
@@ -19,6 +27,8 @@ class MailFolders {
     Place place;
     std::uint64_t size = 0;
     bool is_maildir = false;  ///< a folder with a file a message, in place of a file with all of them
+    /// Of a source that writes its messages itself, each as a mailbox has it; it may be called several times.
+    std::function<void(const Take& take, const Complain& complain)> written{};
   };
 
   /// Adds a folder; `names` are those of the folders above it and its own, from the top. The usual ones at
