@@ -3,6 +3,7 @@
 #include <system_error>
 
 #include "pack/contacts/address_book.h"
+#include "pack/contacts/outlook_contacts.h"
 #include "pack/database/database.h"
 #include "pack/mail/thunderbird_profiles.h"
 
@@ -23,8 +24,10 @@ class Contacts {
   explicit Contacts(Packing& packing) : packing_(packing) {}
 
   void add(const Properties& properties, const std::string& from) {
-    if (properties.empty()) return;
-    const Vcard card = card_of(properties);
+    if (!properties.empty()) add(card_of(properties), from);
+  }
+
+  void add(const Vcard& card, const std::string& from) {
     if (card.is_empty()) return;
     if (book_.add(card)) {
       packing_.count(Kind::contacts, card.content().size());
@@ -89,11 +92,13 @@ void add_profile(Packing& packing, const Tree& tree, const std::string& profile,
 
 }  // namespace
 
-void pack_contacts(Packing& packing, const Machine&, const Person& person, const Hive*) {
+void pack_contacts(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::contacts)) return;
   Contacts contacts(packing);
   for (const std::string& profile : thunderbird_profiles(person))
     add_profile(packing, *person.home.tree, profile, contacts);
+  each_outlook_contact(packing, machine, person, hive,
+                       [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
   contacts.pack();
 }
 

@@ -20,6 +20,9 @@ class Vcard {
   /// stay, but for those at the end of ORG.
   void add(std::string_view property, const std::vector<std::string>& parts);
 
+  /// The same for a list of values ("CATEGORIES").
+  void add_list(std::string_view property, const std::vector<std::string>& values);
+
   /// Adds a line as it stands.
   void add_line(const std::string& line) { lines_.push_back(line); }
 

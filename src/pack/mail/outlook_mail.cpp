@@ -80,12 +80,6 @@ struct Awake {
   }
 };
 
-std::string joined_names(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : "/") + name;
-  return text;
-}
-
 bool is_for_mail(const Store::Folder& folder) {
   constexpr std::string_view mail = "IPF.Note";
   return folder.container.empty() || is_same_name(folder.container.substr(0, mail.size()), mail);
@@ -134,7 +128,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
       const Outcome outcome = item.is_there ? write_message(store_, item.id, take) : Outcome::lost;
       if (outcome == Outcome::whole) continue;
       is_whole_ = false;
-      complain(outcome == Outcome::cut ? Cause::message_cut : Cause::damaged, where(folder));
+      complain(outcome == Outcome::cut ? Cause::item_cut : Cause::damaged, where(folder));
     }
     missing_.erase(folder.id);
     if (missing_.empty()) tell_of_end();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <system_error>
 
 #include "pack/files/known_folders.h"
@@ -81,7 +82,7 @@ void add_named(Packing& packing, const Machine& machine, const Person& person, c
     const auto place = place_of(machine, person, path);
     const auto found = place ? find(*place->tree, "", place->path) : std::nullopt;
     if (!found || found->entry.what == What::folder) {
-      packing.leave_out(kind, Cause::elsewhere, path);
+      if (kind == Kind::mail) packing.leave_out(kind, Cause::elsewhere, path);
     } else {
       files.add(*place, found->entry);
     }
@@ -97,6 +98,50 @@ void pack_as_file(Packing& packing, const OutlookFile& file, std::string& folder
   }
   packing.add_file(Kind::documents, folder + "/" + packing.free_name(kept_name(file.entry.name)), file.place,
                    file.entry);
+}
+
+Kind kind_of(ItemKind kind) {
+  switch (kind) {
+    case ItemKind::message:
+      return Kind::mail;
+    case ItemKind::contact:
+    case ItemKind::list_of_contacts:
+      return Kind::contacts;
+    case ItemKind::appointment:
+      return Kind::events;
+    case ItemKind::task:
+      return Kind::tasks;
+    case ItemKind::note:
+    case ItemKind::journal:
+      break;
+  }
+  return Kind::notes;
+}
+
+// Those of one file. Returns the kinds of which something stays behind.
+std::set<Kind> each_item(Packing& packing, const OutlookFile& file, Store& store, std::span<const Kind> kinds,
+                         const TakeItem& take) {
+  std::set<Kind> left_behind;
+  for (const Store::Folder& folder : store.folders()) {
+    const std::string from = file.place.path + ": " + joined_names(folder.names);
+    for (const Store::Item& item : store.items(folder)) {
+      const Kind kind = kind_of(item.kind);
+      if (std::ranges::find(kinds, kind) == kinds.end()) continue;
+      if (folder.is_deleted) {
+        packing.leave_out(kind, Cause::deleted, from);
+        continue;
+      }
+      const Properties properties = item.is_there ? store.item(item.id) : Properties();
+      if (properties.is_empty()) {
+        packing.leave_out(kind, Cause::damaged, from);
+      } else if (!properties.is_whole()) {
+        packing.tell_of(kind, Cause::item_cut, from);
+      }
+      const bool is_packed = !properties.is_empty() && take(store, item.kind, properties, from);
+      if (!is_packed || !properties.is_whole()) left_behind.insert(kind);
+    }
+  }
+  return left_behind;
 }
 
 }  // namespace
@@ -130,6 +175,24 @@ bool can_read(Packing& packing, const OutlookFile& file, Store& store, Kind kind
   if (store.blocks().nodes().empty()) return tell(Cause::damaged);
   if (store.blocks().is_damaged() && is_ours) packing.tell_of(kind, Cause::store_damaged, file.place.path);
   return true;
+}
+
+std::string joined_names(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : "/") + name;
+  return text;
+}
+
+void each_outlook_item(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
+                       std::span<const Kind> kinds, const TakeItem& take) {
+  for (const OutlookFile& file : outlook_files(packing, machine, person, hive, kinds.front())) {
+    Store store(file.place, file.entry.size);
+    if (!can_read(packing, file, store, kinds.front())) continue;
+    const std::set<Kind> left_behind = each_item(packing, file, store, kinds, take);
+    if (store.blocks().is_damaged()) continue;
+    for (const Kind kind : kinds)
+      if (!left_behind.contains(kind)) packing.unpacked(file.place, kind);
+  }
 }
 
 void pack_outlook_files(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
