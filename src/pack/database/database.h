@@ -37,8 +37,11 @@ class Database {
   static std::optional<Database> open(const Place& file);
 
   /// Hands out all rows of an answer. False when the statement cannot be carried out to its end: a table or
-  /// column is not there, or the file is damaged.
+  /// column is not there, a value has more than 16 MiB, or the file is damaged.
   bool each(const char* statement, const std::function<void(const Row&)>& take) const;
+
+  /// The same with `value` for its "?1".
+  bool each(const char* statement, std::int64_t value, const std::function<void(const Row&)>& take) const;
 
  private:
   struct Closing {

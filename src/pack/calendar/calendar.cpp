@@ -1,0 +1,101 @@
+#include "pack/calendar/calendar.h"
+
+#include <xxhash.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "pack/calendar/component.h"
+#include "process/archive/layout.h"
+
+namespace pack {
+
+namespace {
+
+constexpr std::string_view head =
+    "BEGIN:VCALENDAR\n"
+    "CALSCALE:GREGORIAN\n"
+    "PRODID:-//Brindle//brindle-pack//EN\n"
+    "VERSION:2.0\n";
+constexpr std::string_view foot = "END:VCALENDAR\n";
+
+[[noreturn]] void fail() {
+  throw std::system_error(errno, std::generic_category(), "a temporary file for calendars");
+}
+
+std::string within_mail(const char* name) { return std::string(layout::mail) + "/" + name; }
+
+void copy_to(const Writer& write, std::FILE* file) {
+  if (std::fflush(file) != 0 || std::fseek(file, 0, SEEK_SET) != 0) fail();
+  std::string block(std::size_t{1} << 16, '\0');
+  while (const std::size_t count = std::fread(block.data(), 1, block.size(), file))
+    write(std::string_view(block).substr(0, count));
+  if (std::ferror(file) != 0) fail();
+}
+
+// What it says, whenever it was written down.
+std::string content_of(CalendarItem item, const std::optional<Zone>& home) {
+  item.created = item.modified = {};
+  return component_of(item, "", home).text;
+}
+
+}  // namespace
+
+Calendar::Calendar(Packing& packing, std::string home_zone)
+    : packing_(packing),
+      home_zone_(std::move(home_zone)),
+      home_(Zone::named(home_zone_)),
+      events_(std::tmpfile()),
+      tasks_(std::tmpfile()) {
+  if (!events_ || !tasks_) fail();
+}
+
+// One without a uid gets one made of what it says.
+bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
+  std::string key = item.is_task ? "task " : "event ";
+  key += item.uid.empty() ? content_of(item, home_) : "uid " + item.uid;
+  const XXH128_hash_t hash = XXH3_128bits(key.data(), key.size());
+  char made[48];
+  std::snprintf(made, sizeof made, "%016lx%016lx@brindle", static_cast<unsigned long>(hash.high64),
+                static_cast<unsigned long>(hash.low64));
+  uid = item.uid.empty() ? made : item.uid;
+  return known_.emplace(hash.high64, hash.low64).second;
+}
+
+void Calendar::add(const CalendarItem& item, const std::string& from) {
+  const Kind kind = item.is_task ? Kind::tasks : Kind::events;
+  if (!packing_.wants(kind)) return;
+  if (!item.is_task && !item.start.is_there()) return packing_.leave_out(kind, Cause::damaged, from);
+  std::string uid;
+  if (!is_new(item, uid)) return packing_.leave_out(kind, Cause::there_already, from);
+  const Component component = component_of(item, uid, home_);
+  std::FILE* const file = item.is_task ? tasks_.get() : events_.get();
+  if (std::fwrite(component.text.data(), 1, component.text.size(), file) != component.text.size()) fail();
+  packing_.count(kind, component.text.size());
+  if (component.is_simplified) packing_.tell_of(kind, Cause::simplified, from);
+  if (component.is_approximate) packing_.tell_of(kind, Cause::other_clock, from);
+}
+
+void Calendar::pack(std::FILE* items, const char* folder, const char* name) {
+  if (std::fseek(items, 0, SEEK_END) != 0) fail();
+  const long size = std::ftell(items);
+  if (size <= 0) return;
+  // Some systems leave all of it behind without accounts or contacts, and tasks without a calendar.
+  packing_.add_folder(layout::mail);
+  packing_.add_folder(layout::mail_accounts);
+  for (const char* needed : {layout::contacts, layout::calendar, folder})
+    packing_.add_folder(within_mail(needed));
+  packing_.add_stream(within_mail(name), static_cast<std::uint64_t>(size) + head.size() + foot.size(),
+                      [&](const Writer& write) {
+                        write(head);
+                        copy_to(write, items);
+                        write(foot);
+                      });
+}
+
+void Calendar::pack() {
+  pack(events_.get(), layout::calendar, layout::calendar_file);
+  pack(tasks_.get(), layout::tasks, layout::tasks_file);
+}
+
+}  // namespace pack

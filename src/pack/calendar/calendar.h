@@ -1,0 +1,62 @@
+// The calendar and the task list of an archive.
+#ifndef BRINDLE_PACK_CALENDAR_CALENDAR_H
+#define BRINDLE_PACK_CALENDAR_CALENDAR_H
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "pack/calendar/item.h"
+#include "pack/calendar/zones.h"
+#include "pack/files/packing.h"
+
+namespace pack {
+
+/// All appointments and tasks of one person, from all programs. Use:
+///
+///   Calendar calendar(packing, zone_of(machine));
+///   add_thunderbird(..., calendar);   // each source adds its items, one at a time
+///   add_outlook(..., calendar);
+///   calendar.pack();
+///
+/// Items are written to files of our own as they come, so that the memory does not grow with them.
+class Calendar {
+ public:
+  /// `home_zone` is the Olson name of the zone in which the person's clock is; empty when it is not known.
+  Calendar(Packing& packing, std::string home_zone);
+
+  const std::string& home_zone() const { return home_zone_; }
+
+  /// Adds an appointment (Kind::events) or a task (Kind::tasks) with all of its exceptions, and counts it as
+  /// one of that kind: as packed; or as left out, when the same one has come before (the same uid, or without
+  /// one the same content), when it has no start, or when its kind is not wanted. `from` is where it lies,
+  /// for what is told: the path of the file and what it is called there. Throws std::system_error when there
+  /// is no room.
+  void add(const CalendarItem& item, const std::string& from);
+
+  /// Puts the files into the archive, where there is something in them. Call it once, at the end.
+  void pack();
+
+ private:
+  struct Closing {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  using File = std::unique_ptr<std::FILE, Closing>;
+
+  bool is_new(const CalendarItem& item, std::string& uid);
+  void pack(std::FILE* items, const char* folder, const char* name);
+
+  Packing& packing_;
+  std::string home_zone_;
+  std::optional<Zone> home_;
+  File events_, tasks_;
+  std::set<std::pair<std::uint64_t, std::uint64_t>> known_;
+};
+
+}  // namespace pack
+
+#endif

@@ -1,0 +1,210 @@
+#include "pack/calendar/component.h"
+
+#include <algorithm>
+
+#include "pack/calendar/lines.h"
+#include "pack/calendar/rule.h"
+#include "pack/calendar/times.h"
+
+namespace pack {
+
+namespace {
+
+constexpr std::int64_t minute = 60;
+constexpr std::int64_t hour = 3600;
+constexpr std::int64_t day = 86400;
+// Of single days that are added to a rule.
+constexpr std::size_t most_added = 1000;
+constexpr std::int64_t longest_warning = 366 * day;
+
+// One of iCalendar's.
+bool is_word(std::string_view text) {
+  constexpr std::size_t longest = 20;
+  return !text.empty() && text.size() <= longest &&
+         std::ranges::all_of(text, [](char c) { return (c >= 'A' && c <= 'Z') || c == '-'; });
+}
+
+class ItemWriter {
+ public:
+  ItemWriter(const CalendarItem& item, const std::optional<Zone>& home) : item_(item), times_(item, home) {
+    result_.is_simplified = item.is_simplified;
+    result_.is_approximate = times_.is_approximate();
+  }
+
+  // As it comes at first, `later` seconds after the item itself.
+  void add(const std::string& uid, std::int64_t later, bool comes_again) {
+    lines_.add(item_.is_task ? "BEGIN:VTODO" : "BEGIN:VEVENT");
+    lines_.add_text("UID", uid);
+    add_stamps();
+    add_times(later);
+    add_texts();
+    add_marks();
+    if (comes_again) add_recurrence();
+    add_people();
+    for (const Alarm& alarm : item_.alarms) add_alarm(alarm);
+    lines_.add(item_.is_task ? "END:VTODO" : "END:VEVENT");
+  }
+
+  // All of its times. The first one is its start.
+  void add_all(const std::string& uid) {
+    add(uid, 0, true);
+    const auto& added = item_.recurrence.added;
+    for (std::size_t i = 0; i < std::min(added.size(), most_added); ++i)
+      if (const std::int64_t later = times_.between(begin(), with_time(added[i])); later != 0)
+        add(uid + "-" + std::to_string(i + 1), later, false);
+    result_.is_simplified |= added.size() > most_added;
+  }
+
+  Component result() && {
+    result_.text = lines_.text();
+    return std::move(result_);
+  }
+
+ private:
+  void add_stamps() {
+    // Every component has one; it says when somebody has last sent it.
+    const Moment& stamp = item_.modified.is_there() ? item_.modified : item_.created;
+    lines_.add("DTSTAMP:" + time_text(stamp.seconds) + "Z");
+    if (item_.created.is_there()) lines_.add("CREATED:" + time_text(item_.created.seconds) + "Z");
+    if (item_.modified.is_there()) lines_.add("LAST-MODIFIED:" + time_text(item_.modified.seconds) + "Z");
+  }
+
+  const Moment& begin() const { return item_.start.is_there() ? item_.start : item_.end; }
+
+  bool has_end() const {
+    return item_.end.is_there() && (!item_.start.is_there() || times_.between(item_.start, item_.end) >= 0);
+  }
+
+  void add_times(std::int64_t later) {
+    if (item_.start.is_there()) lines_.add(times_.property("DTSTART", item_.start, later));
+    const char* const name = item_.is_task ? "DUE" : "DTEND";
+    if (has_end() && (item_.is_task || !times_.is_of_days() || times_.between(item_.start, item_.end) > 0)) {
+      lines_.add(times_.property(name, item_.end, later));
+    } else if (!item_.is_task && times_.is_of_days()) {
+      lines_.add(times_.property(name, item_.start, later + day));
+    }
+    result_.is_simplified |= item_.end.is_there() && !has_end();
+    if (item_.is_task && item_.completed.is_there())
+      lines_.add("COMPLETED:" + time_text(times_.instant_of(item_.completed)) + "Z");
+  }
+
+  void add_texts() {
+    lines_.add_text("SUMMARY", item_.title);
+    lines_.add_text("LOCATION", item_.location);
+    lines_.add_text("DESCRIPTION", item_.description);
+    std::string categories;
+    for (const std::string& category : item_.categories)
+      categories += (categories.empty() ? "" : ",") + escaped(category);
+    if (!categories.empty()) lines_.add_folded("CATEGORIES:" + categories);
+    for (const std::string& link : item_.links) lines_.add_folded("ATTACH:" + plain(link));
+  }
+
+  void add_marks() {
+    constexpr int lowest = 9;
+    if (item_.priority > 0) lines_.add("PRIORITY:" + std::to_string(std::min(item_.priority, lowest)));
+    if (is_word(item_.status)) lines_.add("STATUS:" + item_.status);
+    switch (item_.access) {
+      case CalendarItem::Access::open:
+        lines_.add("CLASS:PUBLIC");
+        break;
+      case CalendarItem::Access::personal:
+        lines_.add("CLASS:PRIVATE");
+        break;
+      case CalendarItem::Access::confidential:
+        lines_.add("CLASS:CONFIDENTIAL");
+        break;
+    }
+    if (!item_.is_task && item_.leaves_time_free) lines_.add("TRANSP:TRANSPARENT");
+    constexpr int all = 100;
+    if (item_.is_task && item_.percent >= 0)
+      lines_.add("PERCENT-COMPLETE:" + std::to_string(std::min(item_.percent, all)));
+  }
+
+  void add_recurrence() {
+    const Recurrence& recurrence = item_.recurrence;
+    if (recurrence.rule.empty()) return;
+    const std::string rule =
+        written_rule(recurrence.rule, recurrence.until.is_there() ? times_.until(recurrence.until) : "");
+    result_.is_simplified |= rule.empty();
+    if (rule.empty()) return;
+    lines_.add_rule(rule);
+    for (const Moment& excluded : recurrence.excluded)
+      lines_.add(times_.property("EXDATE", with_time(excluded)));
+    for (const CalendarItem& exception : item_.exceptions)
+      lines_.add(times_.property("EXDATE", with_time(exception.replaces)));
+  }
+
+  // A day stands for the time of that day at which the item begins.
+  Moment with_time(const Moment& moment) const {
+    if (moment.kind != Moment::Kind::day || times_.is_of_days()) return moment;
+    Moment begin = this->begin();
+    begin.seconds = moment.seconds + ((begin.seconds % day) + day) % day;
+    return begin;
+  }
+
+  void add_people() {
+    if (!item_.organizer.address.empty())
+      lines_.add_folded("ORGANIZER" + name_of(item_.organizer) + ":MAILTO:" + plain(item_.organizer.address));
+    for (const Attendee& attendee : item_.attendees) {
+      if (attendee.address.empty()) continue;
+      std::string parameters = name_of(attendee);
+      if (is_word(attendee.role)) parameters += ";ROLE=" + attendee.role;
+      if (is_word(attendee.will_come)) parameters += ";PARTSTAT=" + attendee.will_come;
+      lines_.add_folded("ATTENDEE" + parameters + ":MAILTO:" + plain(attendee.address));
+    }
+  }
+
+  static std::string name_of(const Attendee& person) {
+    return person.name.empty() ? "" : ";CN=" + quoted(person.name);
+  }
+
+  void add_alarm(const Alarm& alarm) {
+    if (!item_.start.is_there() && !item_.end.is_there()) return tell_of_loss();
+    std::int64_t before = alarm.seconds_before;
+    bool is_of_end = alarm.is_of_end || !item_.start.is_there();
+    if (is_of_end && !item_.is_task) {
+      before -= has_end() ? times_.between(item_.start, item_.end) : 0;
+      is_of_end = false;
+    }
+    // One behind the start has no place in Mozilla's calendar: it rings at the start.
+    if (before < 0 || before > longest_warning) tell_of_loss();
+    lines_.add("BEGIN:VALARM");
+    lines_.add("ACTION:DISPLAY");
+    lines_.add_text("DESCRIPTION", item_.title.empty() ? "-" : item_.title);
+    lines_.add(std::string("TRIGGER;VALUE=DURATION") + (is_of_end ? ";RELATED=END" : "") + ":-PT" +
+               duration(std::clamp<std::int64_t>(before, 0, longest_warning)));
+    lines_.add("END:VALARM");
+  }
+
+  // In one unit: Mozilla's calendar gets no more.
+  static std::string duration(std::int64_t seconds) {
+    if (seconds > 0 && seconds % hour == 0) return std::to_string(seconds / hour) + "H";
+    return std::to_string((seconds + minute - 1) / minute) + "M";
+  }
+
+  void tell_of_loss() { result_.is_simplified = true; }
+
+  const CalendarItem& item_;
+  Times times_;
+  Lines lines_;
+  Component result_;
+};
+
+}  // namespace
+
+Component component_of(const CalendarItem& item, const std::string& uid, const std::optional<Zone>& home) {
+  ItemWriter writer(item, home);
+  writer.add_all(uid);
+  Component all = std::move(writer).result();
+  for (const CalendarItem& exception : item.exceptions) {
+    ItemWriter other(exception, home);
+    other.add(uid + "-" + time_text(exception.replaces.seconds), 0, false);
+    Component one = std::move(other).result();
+    all.text += one.text;
+    all.is_simplified |= one.is_simplified;
+    all.is_approximate |= one.is_approximate;
+  }
+  return all;
+}
+
+}  // namespace pack

@@ -1,0 +1,105 @@
+#include "pack/calendar/lines.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <span>
+
+namespace pack {
+
+namespace {
+
+constexpr std::size_t longest_line = 75;
+
+// By these the wizard knows lines that it rewrites.
+constexpr std::array<std::string_view, 8> known = {"DTSTART;TZID", "DTEND;TZID", "DUE;TZID", "RRULE",
+                                                   "COMPLETED:",   "PRIORITY:",  "-PT",      "END:VALARM"};
+// With "RRULE" in front: KOrganizer's rules lose the time of their end, and Mozilla's all that stands before
+// one position of all days.
+constexpr std::array<std::string_view, 2> known_in_rules = {"UNTIL=", "BYSETPOS="};
+
+std::string valid(std::string_view text) {
+  const std::unique_ptr<char, decltype(&g_free)> made(
+      g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), g_free);
+  return made.get();
+}
+
+bool is_control(char c) { return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7f'; }
+
+// Of the character that begins there.
+std::size_t size_of_character(std::string_view text, std::size_t begin) {
+  std::size_t end = begin + 1;
+  while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
+  return end - begin;
+}
+
+bool ends_with_one_of(std::string_view line, std::span<const std::string_view> signs) {
+  return std::ranges::any_of(signs, [&](std::string_view sign) { return line.ends_with(sign); });
+}
+
+// "BYDAY=MO;BYSETPOS=2" at the end, without other days or months in front: that may be joined.
+bool has_one_weekday(std::string_view rule) {
+  constexpr std::string_view days = "BYDAY=MO;BYSETPOS=";
+  const std::size_t begin = std::min(rule.find('B'), rule.size());
+  const std::size_t position = rule.find(";BYSETPOS=");
+  return rule.substr(begin).starts_with("BYDAY=") && position == begin + days.find(';') &&
+         rule.find(';', position + 1) == std::string_view::npos;
+}
+
+std::string folded(std::string_view property, std::span<const std::string_view> signs) {
+  std::string text;
+  std::string line;
+  for (std::size_t begin = 0; begin < property.size();) {
+    const std::string_view character = property.substr(begin, size_of_character(property, begin));
+    line += character;
+    if (line.size() > longest_line || ends_with_one_of(line, signs)) {
+      line.resize(line.size() - character.size());
+      text += line + "\n";
+      line = " " + std::string(character);
+    }
+    begin += character.size();
+  }
+  return text + line + "\n";
+}
+
+}  // namespace
+
+void Lines::add(std::string_view line) { text_.append(line).append("\n"); }
+
+void Lines::add_folded(std::string_view property) { text_ += folded(property, known); }
+
+void Lines::add_text(std::string_view name, std::string_view value) {
+  if (!value.empty()) add_folded(std::string(name) + ":" + escaped(value));
+}
+
+void Lines::add_rule(std::string_view rule) {
+  const std::span<const std::string_view> signs = known_in_rules;
+  text_ += folded("RRULE:" + std::string(rule), has_one_weekday(rule) ? signs.first(1) : signs);
+}
+
+std::string escaped(std::string_view text) {
+  std::string result;
+  for (const char c : valid(text)) {
+    if (c == '\n') result += "\\n";
+    if (is_control(c)) continue;
+    if (c == '\\' || c == ';' || c == ',') result += '\\';
+    result += c;
+  }
+  return result;
+}
+
+std::string plain(std::string_view text) {
+  std::string result = valid(text);
+  std::erase_if(result, is_control);
+  return result;
+}
+
+std::string quoted(std::string_view text) {
+  std::string result = plain(text);
+  std::ranges::replace(result, '"', '\'');
+  return '"' + result + '"';
+}
+
+}  // namespace pack

@@ -1,0 +1,22 @@
+#include "pack/planner/planner.h"
+
+#include "pack/planner/sticky_notes.h"
+#include "pack/planner/thunderbird_calendars.h"
+
+namespace pack {
+
+void pack_calendars(Packing& packing, const Machine& machine, const Person& person, const Hive*) {
+  if (!packing.wants(Kind::events) && !packing.wants(Kind::tasks)) return;
+  const std::string zone = zone_of(machine);
+  Calendar calendar(packing, zone.empty() ? thunderbird_zone(person) : zone);
+  add_thunderbird_calendars(packing, person, calendar);
+  calendar.pack();
+}
+
+void pack_notes(Packing& packing, const Machine&, const Person& person, const Hive*) {
+  if (!packing.wants(Kind::notes)) return;
+  Notes notes(packing);
+  add_sticky_notes(packing, person, notes);
+}
+
+}  // namespace pack

@@ -1,0 +1,72 @@
+#include "pack/planner/thunderbird_calendars.h"
+
+#include <array>
+
+#include "pack/calendar/zones.h"
+#include "pack/database/database.h"
+#include "pack/disk/stage.h"
+#include "pack/mail/prefs.h"
+#include "pack/mail/thunderbird_profiles.h"
+#include "pack/planner/stored_items.h"
+
+namespace pack {
+
+namespace {
+
+constexpr std::size_t longest_prefs = std::size_t{1} << 24;
+constexpr std::array databases{"calendar-data/local.sqlite", "calendar-data/cache.sqlite"};
+// Of Lightning before 1.0, with tables of its own.
+constexpr std::string_view old_database = "storage.sdb";
+
+Prefs prefs_of(const Person& person, const std::string& profile) {
+  const auto file = find(*person.home.tree, profile, "prefs.js");
+  const auto text =
+      file ? whole({.tree = person.home.tree, .path = file->path}, longest_prefs) : std::nullopt;
+  return text ? read_prefs(*text) : Prefs{};
+}
+
+// calendar.registry.ID.type: what is not "storage" lies elsewhere.
+void tell_of_calendars_elsewhere(Packing& packing, const Prefs& prefs, const std::string& profile) {
+  const std::string registry = "calendar.registry.";
+  constexpr std::string_view type = ".type";
+  for (auto pref = prefs.lower_bound(registry); pref != prefs.end() && pref->first.starts_with(registry);
+       ++pref) {
+    const auto& [key, value] = *pref;
+    if (!key.ends_with(type) || value == "storage") continue;
+    const std::string calendar = key.substr(0, key.size() - type.size());
+    packing.tell_of(
+        Kind::events, Cause::lies_in_network,
+        profile + ": " + pack::pref(prefs, calendar + ".name") + ", " + pack::pref(prefs, calendar + ".uri"));
+  }
+}
+
+void add_profile(Packing& packing, const Person& person, const std::string& profile, Calendar& calendar) {
+  const Tree& tree = *person.home.tree;
+  for (const char* name : databases) {
+    const auto found = find(tree, profile, name);
+    if (!found || found->entry.what != What::file) continue;
+    const auto database = Database::open({.tree = &tree, .path = found->path});
+    if (!database || !add_stored_items(*database, found->path, packing, calendar))
+      packing.leave_out(Kind::events, Cause::damaged, found->path);
+  }
+  if (const auto old = find(tree, profile, old_database))
+    packing.leave_out(Kind::events, Cause::unknown_format, old->path);
+  if (packing.wants(Kind::events)) tell_of_calendars_elsewhere(packing, prefs_of(person, profile), profile);
+}
+
+}  // namespace
+
+void add_thunderbird_calendars(Packing& packing, const Person& person, Calendar& calendar) {
+  for (const std::string& profile : thunderbird_profiles(person))
+    add_profile(packing, person, profile, calendar);
+}
+
+std::string thunderbird_zone(const Person& person) {
+  for (const std::string& profile : thunderbird_profiles(person)) {
+    const std::string zone = olson_of(pref(prefs_of(person, profile), "calendar.timezone.local"));
+    if (!zone.empty()) return zone;
+  }
+  return "";
+}
+
+}  // namespace pack

@@ -1,0 +1,383 @@
+#include "pack/calendar/calendar.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "pack/calendar/component.h"
+#include "pack/calendar/lines.h"
+#include "pack/calendar/rule.h"
+#include "pack/recorded.h"
+
+namespace {
+
+using pack::Moment;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+// ---- Moments and zones -----------------------------------------------------------------------------------
+
+const std::int64_t nine = pack::clock_seconds(2005, 4, 18, 9);
+
+TEST(Moments, AreWrittenAndRead) {
+  EXPECT_EQ(pack::time_text(nine), "20050418T090000");
+  EXPECT_EQ(pack::date_text(nine), "20050418");
+  EXPECT_EQ(pack::time_text(-1), "19691231T235959");
+  EXPECT_EQ(pack::moment_of("20050418"), Moment::day(pack::clock_seconds(2005, 4, 18)));
+  EXPECT_EQ(pack::moment_of("20050418T090000"), Moment::floating(nine));
+  EXPECT_EQ(pack::moment_of("20050418T090000Z"), Moment::instant(nine));
+  for (const char* other :
+       {"", "2005041", "20051318", "20050230", "2005041a", "20050418T0900", "20050418T096000",
+        "20050418T240000", "20050418x090000", "20050418T090000X", "-0050418"})
+    EXPECT_FALSE(pack::moment_of(other).is_there()) << other;
+}
+
+TEST(Moments, StayWithinACalendar) {
+  EXPECT_EQ(pack::time_text(INT64_MAX), "99991231T235959");
+  EXPECT_EQ(pack::time_text(INT64_MIN), "00010101T000000");
+  const auto zone = pack::Zone::named("Europe/Berlin");
+  EXPECT_EQ(pack::time_text(zone->clock_at(INT64_MAX)), "99991231T235959");
+  EXPECT_EQ(pack::time_text(zone->instant_of(INT64_MIN)), "00010101T000000");
+}
+
+TEST(Zones, KnowSummerTimeOfAllYears) {
+  const auto berlin = pack::Zone::named("Europe/Berlin");
+  ASSERT_TRUE(berlin);
+  for (const int year : {1985, 2005, 2045}) {
+    EXPECT_EQ(berlin->clock_at(pack::clock_seconds(year, 1, 18, 8)), pack::clock_seconds(year, 1, 18, 9));
+    EXPECT_EQ(berlin->clock_at(pack::clock_seconds(year, 7, 18, 7)), pack::clock_seconds(year, 7, 18, 9));
+    EXPECT_EQ(berlin->instant_of(pack::clock_seconds(year, 1, 18, 9)), pack::clock_seconds(year, 1, 18, 8));
+    EXPECT_EQ(berlin->instant_of(pack::clock_seconds(year, 7, 18, 9)), pack::clock_seconds(year, 7, 18, 7));
+  }
+  EXPECT_FALSE(pack::Zone::named("Europe/Nowhere"));
+  EXPECT_FALSE(pack::Zone::named(""));
+  EXPECT_FALSE(pack::Zone::named(std::string(200, 'x')));
+}
+
+TEST(Zones, HaveWindowsNamesAndThoseOfOthers) {
+  EXPECT_EQ(pack::olson_of_windows("W. Europe Standard Time"), "Europe/Berlin");
+  EXPECT_EQ(pack::olson_of_windows("China Standard Time"), "Asia/Shanghai");
+  EXPECT_EQ(pack::olson_of_windows("Central Standard Time"), "America/Chicago");
+  EXPECT_EQ(pack::olson_of_windows("No Standard Time"), "");
+  EXPECT_EQ(pack::olson_of("Europe/Berlin"), "Europe/Berlin");
+  EXPECT_EQ(pack::olson_of("/mozilla.org/20050126_1/America/Argentina/Ushuaia"), "America/Argentina/Ushuaia");
+  EXPECT_EQ(pack::olson_of("W. Europe Standard Time"), "Europe/Berlin");
+  EXPECT_EQ(pack::olson_of("/nobody.example/1/Nowhere"), "");
+}
+
+TEST(Zones, AreThoseOfTheMachine) {
+  const auto zone = [](const windows::Keys& system, const windows::Keys& software) {
+    const windows::Disk folder;
+    folder.add("Windows/System32/config/SYSTEM", windows::hive(system));
+    folder.add("Windows/System32/config/SOFTWARE", windows::hive(software));
+    pack::Options options;
+    options.source = folder.path();
+    const pack::Disk disk = pack::disk_of(options);
+    const std::vector<pack::Person> people;
+    return pack::zone_of({.disk = disk, .people = people});
+  };
+  const std::string key = R"(ControlSet003\Control\TimeZoneInformation)";
+  const std::vector<windows::Value> current = {{"Current", "3", windows::Value::dword}};
+  const windows::Keys zones = {{R"(Microsoft\Windows NT\CurrentVersion\Time Zones\Tokyo Standard Time)",
+                                {{"Std", "Tokyo Normalzeit"}}},
+                               {R"(Microsoft\Windows NT\CurrentVersion\Time Zones\W. Europe Standard Time)",
+                                {{"Std", "Westeuropäische Normalzeit"}}}};
+  EXPECT_EQ(zone({{"Select", current}, {key, {{"TimeZoneKeyName", "China Standard Time"}}}}, zones),
+            "Asia/Shanghai");
+  // Before Vista.
+  EXPECT_EQ(zone({{"Select", current}, {key, {{"StandardName", "Westeuropäische Normalzeit"}}}}, zones),
+            "Europe/Berlin");
+  EXPECT_EQ(zone({{"Select", current}, {key, {{"StandardName", "another"}}}}, zones), "");
+  EXPECT_EQ(zone({{"Select", current}}, zones), "");
+}
+
+// ---- Lines -----------------------------------------------------------------------------------------------
+
+TEST(Lines, AreFoldedBetweenCharacters) {
+  pack::Lines lines;
+  std::string text;
+  for (int i = 0; i < 100; ++i) text += "ä";
+  lines.add_text("SUMMARY", text);
+  EXPECT_EQ(lines.text(),
+            "SUMMARY:" + text.substr(0, 66) + "\n " + text.substr(66, 74) + "\n " + text.substr(140) + "\n");
+}
+
+TEST(Lines, HoldNothingThatTheWizardRewrites) {
+  pack::Lines lines;
+  lines.add_text("SUMMARY", "a END:VALARM b RRULE:FREQ=DAILY c-PT5M d PRIORITY:9 e COMPLETED:1");
+  lines.add_folded("ATTACH:http://x.example/DTSTART;TZID=1:/DTEND;TZID=1:/DUE;TZID=1:");
+  EXPECT_EQ(lines.text(),
+            "SUMMARY:a END:VALAR\n M b RRUL\n E:FREQ=DAILY c-P\n T5M d PRIORITY\n :9 e COMPLETED\n :1\n"
+            "ATTACH:http://x.example/DTSTART;TZI\n D=1:/DTEND;TZI\n D=1:/DUE;TZI\n D=1:\n");
+}
+
+TEST(Lines, EscapeWhatHasAMeaning) {
+  EXPECT_EQ(pack::escaped("a,b;c\\d\r\ne\x01"
+                          "f\xFF"
+                          "g" +
+                          std::string("\0h", 2)),
+            "a\\,b\\;c\\\\d\\nef\xEF\xBF\xBDg\xEF\xBF\xBDh");
+  EXPECT_EQ(pack::plain("a,b;c\r\nd"), "a,b;cd");
+  EXPECT_EQ(pack::quoted("Ann \"Annie\"; Lee"), "\"Ann 'Annie'; Lee\"");
+}
+
+// ---- Rules -----------------------------------------------------------------------------------------------
+
+TEST(Rules, HaveFrequencyAndIntervalInFront) {
+  EXPECT_EQ(pack::written_rule("BYDAY=MO,TH;FREQ=WEEKLY", ""), "FREQ=WEEKLY;INTERVAL=1;BYDAY=MO,TH");
+  EXPECT_EQ(pack::written_rule("FREQ=YEARLY;INTERVAL=2;BYMONTHDAY=-1;BYMONTH=2;WKST=SU", ""),
+            "FREQ=YEARLY;INTERVAL=2;WKST=SU;BYMONTH=2;BYMONTHDAY=-1");
+  EXPECT_EQ(pack::written_rule("freq=daily;count=5", ""), "FREQ=DAILY;INTERVAL=1;COUNT=5");
+  EXPECT_EQ(pack::written_rule("FREQ=DAILY", "20051231"), "FREQ=DAILY;INTERVAL=1;UNTIL=20051231");
+  // Two ends are none for a calendar library.
+  EXPECT_EQ(pack::written_rule("FREQ=DAILY;COUNT=5", "20051231"), "FREQ=DAILY;INTERVAL=1;COUNT=5");
+}
+
+TEST(Rules, OfAWeekdayOfTheMonthHaveTheFormThatAllRead) {
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYDAY=2MO", ""), "FREQ=MONTHLY;INTERVAL=1;BYDAY=MO;BYSETPOS=2");
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYSETPOS=-1;BYDAY=FR", ""),
+            "FREQ=MONTHLY;INTERVAL=1;BYDAY=FR;BYSETPOS=-1");
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;COUNT=3;BYDAY=2MO", ""),
+            "FREQ=MONTHLY;INTERVAL=1;COUNT=3;BYDAY=MO;BYSETPOS=2");
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYDAY=MO;BYSETPOS=2", "20051231"),
+            "FREQ=MONTHLY;INTERVAL=1;UNTIL=20051231;BYDAY=2MO");
+  EXPECT_EQ(pack::written_rule("FREQ=YEARLY;BYMONTH=3;BYDAY=SU;BYSETPOS=-1", ""),
+            "FREQ=YEARLY;INTERVAL=1;BYMONTH=3;BYDAY=-1SU");
+  // The position is not the weekday's own.
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1", ""),
+            "FREQ=MONTHLY;INTERVAL=1;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1");
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYMONTHDAY=13;BYDAY=FR;BYSETPOS=1", ""),
+            "FREQ=MONTHLY;INTERVAL=1;BYMONTHDAY=13;BYDAY=FR;BYSETPOS=1");
+  EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYMONTH=1,7;BYDAY=2MO", ""),
+            "FREQ=MONTHLY;INTERVAL=1;BYMONTH=1,7;BYDAY=2MO");
+}
+
+TEST(Rules, ThatNoLibraryTakesAreNone) {
+  for (const char* rule :
+       {"", "BYDAY=MO", "FREQ=SOMETIMES", "FREQ=DAILY;INTERVAL=0", "FREQ=DAILY;COUNT=x",
+        "FREQ=WEEKLY;BYDAY=XX", "FREQ=WEEKLY;BYDAY=0MO", "FREQ=WEEKLY;BYDAY=MO,,TU",
+        "FREQ=MONTHLY;BYMONTHDAY=32", "FREQ=YEARLY;BYMONTH=-1", "FREQ=YEARLY;BYMONTH=1;SKIP=OMIT",
+        "FREQ=YEARLY;RSCALE=CHINESE", "FREQ=WEEKLY;WKST=1", "FREQ=DAILY;COUNT=99999999999"})
+    EXPECT_EQ(pack::written_rule(rule, ""), "") << rule;
+}
+
+TEST(Rules, AreFoldedWhereTheWizardWouldRewrite) {
+  pack::Lines lines;
+  lines.add_rule("FREQ=WEEKLY;INTERVAL=1;UNTIL=20051231T235959;BYDAY=TU");
+  lines.add_rule("FREQ=MONTHLY;INTERVAL=1;BYDAY=MO,TU;BYSETPOS=-1");
+  lines.add_rule("FREQ=MONTHLY;INTERVAL=1;BYDAY=MO;BYSETPOS=-1");
+  lines.add_rule("FREQ=MONTHLY;INTERVAL=1;BYMONTHDAY=1,2;BYDAY=MO;BYSETPOS=-1");
+  EXPECT_EQ(lines.text(),
+            "RRULE:FREQ=WEEKLY;INTERVAL=1;UNTIL\n =20051231T235959;BYDAY=TU\n"
+            "RRULE:FREQ=MONTHLY;INTERVAL=1;BYDAY=MO,TU;BYSETPOS\n =-1\n"
+            "RRULE:FREQ=MONTHLY;INTERVAL=1;BYDAY=MO;BYSETPOS=-1\n"
+            "RRULE:FREQ=MONTHLY;INTERVAL=1;BYMONTHDAY=1,2;BYDAY=MO;BYSETPOS\n =-1\n");
+}
+
+// ---- Items -----------------------------------------------------------------------------------------------
+
+const auto berlin = pack::Zone::named("Europe/Berlin");
+const std::string new_york = "America/New_York";
+
+pack::CalendarItem item_at(const Moment& start) {
+  pack::CalendarItem item;
+  item.title = "Meeting";
+  item.start = start;
+  return item;
+}
+
+pack::CalendarItem weekly(const Moment& start) {
+  pack::CalendarItem item = item_at(start);
+  item.recurrence.rule = "FREQ=WEEKLY";
+  return item;
+}
+
+std::string written(const pack::CalendarItem& item, const std::optional<pack::Zone>& home = berlin) {
+  return pack::component_of(item, "uid", home).text;
+}
+
+TEST(Items, HaveTheTimeOfThePersonsClock) {
+  EXPECT_THAT(written(item_at(Moment::zoned(nine, "Europe/Berlin"))),
+              HasSubstr("\nDTSTART:20050418T090000\n"));
+  EXPECT_THAT(written(item_at(Moment::zoned(nine, new_york))), HasSubstr("\nDTSTART:20050418T150000\n"));
+  EXPECT_THAT(written(item_at(Moment::instant(nine))), HasSubstr("\nDTSTART:20050418T110000\n"));
+  EXPECT_THAT(written(item_at(Moment::floating(nine))), HasSubstr("\nDTSTART:20050418T090000\n"));
+  EXPECT_THAT(written(item_at(Moment::day(nine))),
+              HasSubstr("\nDTSTART;VALUE=DATE:20050418\nDTEND;VALUE=DATE:20050419\n"));
+}
+
+TEST(Items, KeepTheirOwnClockWhereNobodyKnowsThePersons) {
+  EXPECT_THAT(written(item_at(Moment::zoned(nine, new_york)), std::nullopt),
+              HasSubstr("\nDTSTART:20050418T090000\n"));
+  EXPECT_THAT(written(item_at(Moment::instant(nine)), std::nullopt),
+              HasSubstr("\nDTSTART:20050418T090000Z\n"));
+}
+
+TEST(Items, ThatComeAgainStayAtTheirHour) {
+  EXPECT_THAT(written(weekly(Moment::zoned(nine, "Europe/Vienna"))),
+              HasSubstr("\nDTSTART:20050418T090000\n"));
+  EXPECT_FALSE(pack::component_of(weekly(Moment::zoned(nine, "Europe/Vienna")), "1", berlin).is_approximate);
+  // The clock of UTC has no summer time; all targets know it.
+  EXPECT_THAT(written(weekly(Moment::instant(nine))), HasSubstr("\nDTSTART:20050418T090000Z\n"));
+}
+
+TEST(Items, ThatComeAgainByAnotherClockAreTold) {
+  pack::CalendarItem item = weekly(Moment::zoned(nine, new_york));
+  item.end = Moment::zoned(nine + 3600, new_york);
+  item.recurrence.until = Moment::instant(pack::clock_seconds(2006, 4, 17, 13));
+  item.recurrence.excluded = {Moment::instant(pack::clock_seconds(2005, 12, 5, 14)),
+                              Moment::zoned(pack::clock_seconds(2005, 4, 25, 9), new_york)};
+  const auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_TRUE(component.is_approximate);
+  EXPECT_THAT(component.text, HasSubstr("\nDTSTART:20050418T150000\nDTEND:20050418T160000\n"));
+  EXPECT_THAT(component.text, HasSubstr("UNTIL\n =20060417T150000\n"));
+  EXPECT_THAT(component.text, HasSubstr("\nEXDATE:20051205T150000\nEXDATE:20050425T150000\n"));
+  // It has ended before either clock changes.
+  item.recurrence.until = Moment::instant(pack::clock_seconds(2005, 5, 17, 13));
+  EXPECT_FALSE(pack::component_of(item, "uid", berlin).is_approximate);
+}
+
+TEST(Items, OfAnUnknownZoneAreTold) {
+  for (const auto& item :
+       {item_at(Moment::zoned(nine, "No/Where")), weekly(Moment::zoned(nine, "No/Where"))}) {
+    const auto component = pack::component_of(item, "uid", berlin);
+    EXPECT_TRUE(component.is_approximate);
+    EXPECT_THAT(component.text, HasSubstr("\nDTSTART:20050418T090000\n"));
+  }
+}
+
+TEST(Items, EndAtTheEndOfTheirLastDay) {
+  pack::CalendarItem item = weekly(Moment::zoned(nine, "Europe/Berlin"));
+  item.recurrence.until = Moment::day(pack::clock_seconds(2005, 12, 31));
+  EXPECT_THAT(written(item), HasSubstr("UNTIL\n =20051231T235959\n"));
+  item.start = Moment::day(nine);
+  EXPECT_THAT(written(item), HasSubstr("UNTIL\n =20051231\n"));
+}
+
+TEST(Items, ReplacedAndAddedTimesAreItemsOfTheirOwn) {
+  pack::CalendarItem item = weekly(Moment::zoned(nine, "Europe/Berlin"));
+  item.end = Moment::zoned(nine + 3600, "Europe/Berlin");
+  item.recurrence.excluded = {Moment::day(pack::clock_seconds(2005, 5, 2))};
+  item.recurrence.added = {Moment::zoned(pack::clock_seconds(2005, 4, 20, 14), "Europe/Berlin"), item.start};
+  pack::CalendarItem other = item_at(Moment::zoned(pack::clock_seconds(2005, 4, 25, 10), "Europe/Berlin"));
+  other.replaces = Moment::instant(pack::clock_seconds(2005, 4, 25, 7));
+  item.exceptions = {other};
+  const std::string text = written(item);
+  EXPECT_THAT(text, HasSubstr("\nEXDATE:20050502T090000\nEXDATE:20050425T090000\n"));
+  EXPECT_THAT(text, HasSubstr("\nUID:uid-1\nDTSTAMP:19700101T000000Z\nDTSTART:20050420T140000\n"
+                              "DTEND:20050420T150000\n"));
+  EXPECT_THAT(text,
+              HasSubstr("\nUID:uid-20050425T070000\nDTSTAMP:19700101T000000Z\nDTSTART:20050425T100000\n"));
+  EXPECT_THAT(text, Not(HasSubstr("RECURRENCE-ID")));
+  EXPECT_THAT(text, Not(HasSubstr("uid-2\n")));
+}
+
+TEST(Items, HaveAlarmsInOneUnitBeforeTheStart) {
+  pack::CalendarItem item = item_at(Moment::zoned(nine, "Europe/Berlin"));
+  item.end = Moment::zoned(nine + 3600, "Europe/Berlin");
+  const auto trigger = [&](pack::Alarm alarm, bool is_task, bool is_simplified) {
+    item.alarms = {alarm};
+    item.is_task = is_task;
+    const auto component = pack::component_of(item, "uid", berlin);
+    EXPECT_EQ(component.is_simplified, is_simplified);
+    const std::size_t begin = component.text.find("TRIGGER;VALUE=DURATION") + 22;
+    return component.text.substr(begin, component.text.find('\n', begin) - begin);
+  };
+  EXPECT_EQ(trigger({.seconds_before = 900}, false, false), ":-PT15M");
+  EXPECT_EQ(trigger({.seconds_before = 7200}, false, false), ":-PT2H");
+  EXPECT_EQ(trigger({.seconds_before = 86400}, false, false), ":-PT24H");
+  EXPECT_EQ(trigger({.seconds_before = 0}, false, false), ":-PT0M");
+  EXPECT_EQ(trigger({.seconds_before = 31}, false, false), ":-PT1M");
+  EXPECT_EQ(trigger({.seconds_before = -900}, false, true), ":-PT0M");
+  EXPECT_EQ(trigger({.seconds_before = INT64_MAX}, false, true), ":-PT8784H");
+  EXPECT_EQ(trigger({.seconds_before = 4500, .is_of_end = true}, false, false), ":-PT15M");
+  EXPECT_EQ(trigger({.seconds_before = 4500, .is_of_end = true}, true, false), ";RELATED=END:-PT75M");
+  item.start = {};
+  EXPECT_EQ(trigger({.seconds_before = 900}, true, false), ";RELATED=END:-PT15M");
+}
+
+TEST(Items, WithAnEndInFrontOfTheStartHaveNone) {
+  pack::CalendarItem item = item_at(Moment::instant(nine));
+  item.end = Moment::instant(nine - 1);
+  const auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, Not(HasSubstr("DTEND")));
+  EXPECT_TRUE(component.is_simplified);
+}
+
+// ---- Collecting ------------------------------------------------------------------------------------------
+
+struct Collected {
+  recorded::Parcel parcel;
+  pack::Tally tally;
+  std::set<pack::Kind> without;
+
+  std::vector<std::string> remarks() const {
+    std::vector<std::string> texts;
+    tally.each_remark([&](const pack::Tally::Remark& remark) {
+      texts.push_back(std::string(pack::name_of(remark.cause)) + " " + remark.path);
+    });
+    return texts;
+  }
+};
+
+TEST(Collecting, DropsWhatCameBefore) {
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  pack::Calendar calendar(packing, "Europe/Berlin");
+  pack::CalendarItem item = item_at(Moment::instant(nine));
+  item.uid = "1";
+  calendar.add(item, "a");
+  item.title = "Otherwise";
+  calendar.add(item, "b");
+  item.is_task = true;
+  calendar.add(item, "a task");
+  item = item_at(Moment::instant(nine));
+  item.modified = Moment::instant(1);
+  calendar.add(item, "c");
+  item.modified = Moment::instant(2);
+  calendar.add(item, "d");
+  item.title = "Otherwise";
+  calendar.add(item, "e");
+  item.start = {};
+  calendar.add(item, "f");
+  calendar.pack();
+  EXPECT_THAT(to.remarks(), ElementsAre("there-already b", "there-already d", "damaged f"));
+  EXPECT_EQ(to.tally.count(pack::Kind::events).packed, 3U);
+  EXPECT_EQ(to.tally.count(pack::Kind::tasks).packed, 1U);
+  const std::string text = to.parcel.content.at("Brindle/ImapMail/Calendar/calendar.ics");
+  EXPECT_THAT(text,
+              testing::StartsWith("BEGIN:VCALENDAR\nCALSCALE:GREGORIAN\nPRODID:-//Brindle//brindle-pack//EN\n"
+                                  "VERSION:2.0\nBEGIN:VEVENT\nUID:1\n"));
+  EXPECT_THAT(text, testing::EndsWith("\nEND:VEVENT\nEND:VCALENDAR\n"));
+}
+
+TEST(Collecting, BringsTheFoldersThatARunLooksFor) {
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  pack::Calendar calendar(packing, "");
+  pack::CalendarItem item;
+  item.is_task = true;
+  item.title = "Task";
+  calendar.add(item, "a");
+  calendar.pack();
+  std::vector<std::string> names;
+  for (const auto& [name, bytes] : to.parcel.content) names.push_back(name);
+  EXPECT_THAT(names,
+              ElementsAre("Brindle/ImapMail/", "Brindle/ImapMail/Calendar/", "Brindle/ImapMail/Contacts/",
+                          "Brindle/ImapMail/Tasks/", "Brindle/ImapMail/Tasks/tasks.ics",
+                          "Brindle/ImapMail/brindle-email-accounts/"));
+}
+
+TEST(Collecting, OfNothingPacksNothing) {
+  Collected to;
+  to.without = {pack::Kind::events};
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  pack::Calendar calendar(packing, "");
+  calendar.add(item_at(Moment::instant(nine)), "a");
+  calendar.pack();
+  EXPECT_THAT(to.parcel.content, IsEmpty());
+  EXPECT_EQ(to.tally.count(pack::Kind::events).found, 0U);
+}
+
+}  // namespace
