@@ -499,8 +499,10 @@ std::string File::bytes() {
   }
   std::string guids;
   for (const int set : sets)
-    guids += little(0x00062000U + static_cast<unsigned>(set), 4) + std::string(4, '\0') + "\xC0" +
-             std::string(6, '\0') + "\x46";
+    guids += set == meeting_set
+                 ? std::string("\x90\xDA\xD8\x6E\x0B\x45\x1B\x10\x98\xDA\0\xAA\0\x3F\x13\x05", 16)
+                 : little(0x00062000U + static_cast<unsigned>(set), 4) + std::string(4, '\0') + "\xC0" +
+                       std::string(6, '\0') + "\x46";
   add_node(0x61, properties_node({number(1, 251), binary(2, guids), binary(3, entries), binary(4, strings)}),
            0);
   // Folders.

@@ -53,6 +53,8 @@ struct Folder {
 
 /// The sets of named properties, by the number in their GUID {000620NN-...}.
 inline constexpr int appointment_set = 2, task_set = 3, contact_set = 4, common_set = 8, note_set = 0x0E;
+/// That of meetings.
+inline constexpr int meeting_set = -2;
 /// That of names which are texts.
 inline constexpr int strings_set = -1;
 

@@ -11,6 +11,7 @@
 #include "pack/outlook/charsets.h"
 #include "pack/outlook/compressed_rtf.h"
 #include "pack/outlook/mime.h"
+#include "pack/outlook/recipients.h"
 #include "pack/outlook/times.h"
 
 namespace pack {
@@ -18,7 +19,6 @@ namespace pack {
 namespace {
 
 constexpr int deepest = 8;  // messages in messages
-constexpr std::uint32_t recipients_node = 0x692;
 constexpr std::uint32_t type_bits = 0x1F;
 constexpr std::uint32_t attachment_type = 0x05;
 
@@ -30,7 +30,6 @@ constexpr std::uint16_t for_name = 0x0042;
 constexpr std::uint16_t reply_names = 0x0050;
 constexpr std::uint16_t for_address = 0x0065;
 constexpr std::uint16_t headers = 0x007D;
-constexpr std::uint16_t recipient_kind = 0x0C15;
 constexpr std::uint16_t sender_name = 0x0C1A;
 constexpr std::uint16_t sender_address = 0x0C1F;
 constexpr std::uint16_t shown_to = 0x0E04;
@@ -48,7 +47,6 @@ constexpr std::uint16_t in_reply_to = 0x1042;
 constexpr std::uint16_t last_answer = 0x1081;
 constexpr std::uint16_t flag_status = 0x1090;
 constexpr std::uint16_t display_name = 0x3001;
-constexpr std::uint16_t address = 0x3003;
 constexpr std::uint16_t made_at = 0x3007;
 constexpr std::uint16_t search_key = 0x300B;
 constexpr std::uint16_t data = 0x3701;
@@ -59,38 +57,12 @@ constexpr std::uint16_t path = 0x3708;
 constexpr std::uint16_t long_path = 0x370D;
 constexpr std::uint16_t media_type = 0x370E;
 constexpr std::uint16_t content_id = 0x3712;
-constexpr std::uint16_t smtp_address = 0x39FE;
 constexpr std::uint16_t internet_code_page = 0x3FDE;
 constexpr std::uint16_t sender_smtp = 0x5D01;
 constexpr std::uint16_t for_smtp = 0x5D02;
 }  // namespace id
 
 // ---- Addresses
-
-bool is_internet_address(std::string_view text) {
-  const std::size_t at = text.find('@');
-  return at != std::string_view::npos && at > 0 && at + 1 < text.size() &&
-         std::ranges::none_of(text, [](char c) {
-           return static_cast<unsigned char>(c) <= ' ' || c == '<' || c == '>' || c == ',' || c == '"';
-         });
-}
-
-// The first that can be written to. Exchange's own, "/o=Lee/ou=.../cn=Recipients/cn=ann", lead nowhere else:
-// their last name stays, at a place that does not exist.
-std::string address_of(std::initializer_list<std::string> known) {
-  for (const std::string& one : known)
-    if (is_internet_address(one)) return one;
-  for (const std::string& one : known) {
-    if (!one.starts_with('/')) continue;
-    std::string name = one.substr(one.rfind('=') + 1);
-    std::erase_if(name, [](char c) {
-      return !((c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' ||
-               c == '-' || c == '_');
-    });
-    if (!name.empty()) return name + "@exchange.invalid";
-  }
-  return "unknown@outlook.invalid";
-}
 
 struct Recipients {
   std::array<std::string, 3> lists;  // To, Cc, Bcc
@@ -114,22 +86,14 @@ void add_shown(Recipients& recipients, std::size_t kind, const std::string& name
   }
 }
 
-Recipients recipients_of(Blocks& blocks, const Properties& message, bool* is_whole) {
-  Recipients recipients;
-  const auto node = message.subnodes().find(recipients_node);
-  if (node != message.subnodes().end()) {
-    const Table table(blocks, node->second, message.code_page());
-    *is_whole &= table.each([&](const Table::Row& row) {
-      const int kind = row.number(id::recipient_kind).value_or(1) & 3;
-      recipients.add(static_cast<std::size_t>(std::max(kind - 1, 0)),
-                     mailbox(row.text(id::display_name),
-                             address_of({row.text(id::smtp_address), row.text(id::address)})));
-    });
-  }
+Recipients lists_of(Blocks& blocks, const Properties& message, bool* is_whole) {
+  Recipients lists;
+  for (const Recipient& recipient : recipients_of(blocks, message, is_whole))
+    lists.add(static_cast<std::size_t>(recipient.kind - 1), mailbox(recipient.name, recipient.address));
   const std::array shown{id::shown_to, id::shown_cc, id::shown_bcc};
   for (std::size_t kind = 0; kind < shown.size(); ++kind)
-    if (recipients.lists.at(kind).empty()) add_shown(recipients, kind, message.text(shown.at(kind)));
-  return recipients;
+    if (lists.lists.at(kind).empty()) add_shown(lists, kind, message.text(shown.at(kind)));
+  return lists;
 }
 
 // ---- The header
@@ -252,7 +216,7 @@ std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole)
     add_sender(header, message);
   else if (!header.has("From"))
     add_sender(header, message);
-  const Recipients recipients = recipients_of(blocks, message, is_whole);
+  const Recipients recipients = lists_of(blocks, message, is_whole);
   const bool has_recipients = header.has("To") || header.has("Cc");
   if (!has_recipients) {
     header.add("To", recipients.lists[0]);

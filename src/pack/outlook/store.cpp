@@ -71,7 +71,9 @@ std::optional<PropertySet> set_of(std::string_view guid) {
   using namespace std::string_view_literals;
   constexpr std::string_view outlook = "\x20\x06\0\0\0\0\0\xC0\0\0\0\0\0\0\x46"sv;
   constexpr std::string_view public_strings = "\x29\x03\x02\0\0\0\0\0\xC0\0\0\0\0\0\0\x46"sv;
+  constexpr std::string_view meeting = "\x90\xDA\xD8\x6E\x0B\x45\x1B\x10\x98\xDA\x00\xAA\x00\x3F\x13\x05"sv;
   if (guid == public_strings) return PropertySet::strings;
+  if (guid == meeting) return PropertySet::meeting;
   if (guid.size() != outlook.size() + 1 || guid.substr(1) != outlook) return std::nullopt;
   const auto set = static_cast<PropertySet>(guid.front());
   for (const PropertySet known : {PropertySet::appointment, PropertySet::task, PropertySet::contact,
