@@ -349,12 +349,13 @@ class Strange : public pack::Tree {
 };
 
 std::vector<std::string> subjects_in(const pack::Tree& tree, std::uint64_t size, bool* is_damaged,
-                                     pack::Blocks::Limits limits = {}) {
-  pack::Store store({.tree = &tree, .path = "a.pst"}, size, limits);
+                                     pack::BlocksOfFile::Limits limits = {}) {
+  pack::BlocksOfFile blocks({.tree = &tree, .path = "a.pst"}, size, limits);
+  pack::Store store(blocks);
   std::vector<std::string> subjects;
   for (const auto& folder : store.folders())
     for (const auto& item : store.items(folder)) subjects.push_back(store.item(item.id).text(0x0037));
-  *is_damaged = store.blocks().is_damaged();
+  *is_damaged = blocks.is_damaged();
   return subjects;
 }
 

@@ -72,11 +72,11 @@ void add_accounts(Packing& packing, const Hive& hive, MailAccounts& accounts) {
 
 // The process that reads a file sleeps while another one's works.
 struct Awake {
-  Store* store = nullptr;
+  BlocksOfFile* blocks = nullptr;
 
-  void wake(Store& next) {
-    if (store != nullptr && store != &next) store->blocks().rest();
-    store = &next;
+  void wake(BlocksOfFile& next) {
+    if (blocks != nullptr && blocks != &next) blocks->rest();
+    blocks = &next;
   }
 };
 
@@ -91,12 +91,13 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
   MailFile(Packing& packing, OutlookFile file, std::shared_ptr<Awake> awake)
       : packing_(packing),
         file_(std::move(file)),
-        store_(file_.place, file_.entry.size),
+        blocks_(file_.place, file_.entry.size),
+        store_(blocks_),
         awake_(std::move(awake)) {}
 
   void add_to(MailFolders& folders) {
-    awake_->wake(store_);
-    if (!can_read(packing_, file_, store_, Kind::mail)) return;
+    awake_->wake(blocks_);
+    if (!can_read(packing_, file_, blocks_, Kind::mail)) return;
     for (const Store::Folder& folder : store_.folders()) add(folder, folders);
     if (missing_.empty()) tell_of_end();
   }
@@ -122,7 +123,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
   }
 
   void write(const Store::Folder& folder, const TakeHead& take, const Complain& complain) {
-    awake_->wake(store_);
+    awake_->wake(blocks_);
     for (const Store::Item& item : store_.items(folder)) {
       if (item.kind != ItemKind::message) continue;
       const Outcome outcome = item.is_there ? write_message(store_, item.id, take) : Outcome::lost;
@@ -135,7 +136,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
   }
 
   void tell_of_end() {
-    if (is_whole_ && !store_.blocks().is_damaged()) packing_.unpacked(file_.place, Kind::mail);
+    if (is_whole_ && !blocks_.is_damaged()) packing_.unpacked(file_.place, Kind::mail);
   }
 
   std::string where(const Store::Folder& folder) const {
@@ -144,6 +145,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
 
   Packing& packing_;
   OutlookFile file_;
+  BlocksOfFile blocks_;
   Store store_;
   std::shared_ptr<Awake> awake_;
   std::set<std::uint32_t> missing_;  // folders that are not yet packed

@@ -28,7 +28,7 @@ extern "C" {
 
 namespace pack {
 
-struct Blocks::Shared {
+struct BlocksOfFile::Shared {
   std::atomic<std::uint64_t> bytes_read = 0;
 };
 
@@ -142,7 +142,7 @@ void limit(int what, std::uint64_t value) {
   setrlimit(what, &both);
 }
 
-void prepare_process(const Blocks::Limits& limits) {
+void prepare_process(const BlocksOfFile::Limits& limits) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   // What the program has to finish at its end is not this process's affair.
   std::atexit([] { _exit(EXIT_FAILURE); });
@@ -197,7 +197,7 @@ class Head {
 
 }  // namespace
 
-Blocks::Blocks(Place file, std::uint64_t size, Limits limits)
+BlocksOfFile::BlocksOfFile(Place file, std::uint64_t size, Limits limits)
     : file_(std::move(file)), size_(size), limits_(limits), left_(room_for_small_files) {
   read_head();
   left_ += size_ * (form_ == Form::pages_of_4k ? times_the_compressed : times_the_file);
@@ -207,12 +207,12 @@ Blocks::Blocks(Place file, std::uint64_t size, Limits limits)
   shared_ = new (memory) Shared;
 }
 
-Blocks::~Blocks() {
+BlocksOfFile::~BlocksOfFile() {
   rest();
   munmap(shared_, sizeof(Shared));
 }
 
-void Blocks::read_head() {
+void BlocksOfFile::read_head() {
   constexpr std::size_t version = 10;
   constexpr std::size_t cipher_of_ansi = 0x1CD;
   constexpr std::size_t cipher_of_others = 0x201;
@@ -239,7 +239,7 @@ void Blocks::read_head() {
   is_protected_ = static_cast<unsigned char>(cipher) == bound_to_windows;
 }
 
-void Blocks::rest() {
+void BlocksOfFile::rest() {
   if (socket_ >= 0) close(std::exchange(socket_, -1));
   if (process_ == 0) return;
   kill(process_, SIGKILL);
@@ -248,7 +248,7 @@ void Blocks::rest() {
 }
 
 // The file, to be read from anywhere on; null when it cannot be.
-std::unique_ptr<Content> Blocks::content() {
+std::unique_ptr<Content> BlocksOfFile::content() {
   const std::string name = "store";
   try {
     if (copy_) return copy_->open(name);
@@ -264,7 +264,7 @@ std::unique_ptr<Content> Blocks::content() {
 }
 
 // True when there is a process that waits for questions.
-bool Blocks::begin() {
+bool BlocksOfFile::begin() {
   if (process_ != 0) return true;
   if (form_ == Form::none || is_protected_ || deaths_ >= limits_.deaths) return false;
   const std::unique_ptr<Content> content = this->content();
@@ -298,7 +298,7 @@ bool Blocks::begin() {
 }
 
 // Its first answer: all nodes.
-void Blocks::load() {
+void BlocksOfFile::load() {
   Nodes list;
   std::vector<Node> nodes;
   if (take(&list, sizeof list) && list.count <= size_) {
@@ -320,7 +320,7 @@ void Blocks::load() {
 }
 
 // False when the process has died, or does not get on.
-bool Blocks::take(void* to, std::size_t size) {
+bool BlocksOfFile::take(void* to, std::size_t size) {
   using Clock = std::chrono::steady_clock;
   char* begin = static_cast<char*>(to);
   std::uint64_t bytes_read = shared_->bytes_read;
@@ -346,7 +346,7 @@ bool Blocks::take(void* to, std::size_t size) {
   return true;
 }
 
-std::span<const Blocks::Node> Blocks::nodes() {
+std::span<const Blocks::Node> BlocksOfFile::nodes() {
   if (!is_loaded_) begin();
   return nodes_;
 }
@@ -357,7 +357,7 @@ const Blocks::Node* Blocks::node(std::uint32_t id) {
   return found != all.end() && found->id == id ? &*found : nullptr;
 }
 
-std::optional<std::string> Blocks::answer(std::uint64_t id) {
+std::optional<std::string> BlocksOfFile::answer(std::uint64_t id) {
   std::int64_t size = no_block;
   if (!give(socket_, &id, sizeof id) || !take(&size, sizeof size)) return std::nullopt;
   if (size == no_block) return "";
@@ -367,7 +367,7 @@ std::optional<std::string> Blocks::answer(std::uint64_t id) {
   return take(bytes.data(), bytes.size()) ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
-std::optional<std::string> Blocks::block(std::uint64_t id) {
+std::optional<std::string> BlocksOfFile::block(std::uint64_t id) {
   std::optional<std::string> bytes;
   if (!bad_.contains(id) && begin()) {
     bytes = answer(id);

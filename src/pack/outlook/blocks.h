@@ -17,9 +17,7 @@
 
 namespace pack {
 
-/// Gives them out in the clear. The library that knows the file's index and its encryption ends its process
-/// when it meets damage: it works in a process of its own, which has limits and is begun anew when it dies.
-/// One block less is all that comes of that.
+/// Gives them out in the clear.
 class Blocks {
  public:
   /// A node of the file's own tree: a folder, a message, a table.
@@ -30,6 +28,28 @@ class Blocks {
     std::uint64_t subnodes = 0;  ///< the block with the list of nodes that are its own; 0 when it has none
   };
 
+  /// What the file says of itself.
+  enum class Form : std::uint8_t { none, ansi, unicode, pages_of_4k };
+
+  virtual ~Blocks() = default;
+
+  virtual Form form() const = 0;
+
+  /// All nodes, by their ids. Empty when the file cannot be read at all.
+  virtual std::span<const Node> nodes() = 0;
+
+  /// The node of that id; null when there is none.
+  const Node* node(std::uint32_t id);
+
+  /// The bytes of a block. No value when it is not there, or cannot be read.
+  virtual std::optional<std::string> block(std::uint64_t id) = 0;
+};
+
+/// Those of a file. The library that knows the file's index and its ciphers ends its process when it meets
+/// damage: it works in a process of its own, which has limits and is begun anew when it dies. One block less
+/// is all that comes of that.
+class BlocksOfFile : public Blocks {
+ public:
   /// How far the process may go.
   struct Limits {
     std::chrono::milliseconds without_progress{60000};  ///< neither an answer nor a byte read
@@ -37,31 +57,22 @@ class Blocks {
     int deaths = 32;                                    ///< then nothing more is asked for
   };
 
-  /// What the file says of itself.
-  enum class Form : std::uint8_t { none, ansi, unicode, pages_of_4k };
-
   /// Looks at the file's head, no further. `size` is the file's.
-  Blocks(Place file, std::uint64_t size) : Blocks(std::move(file), size, Limits()) {}
-  Blocks(Place file, std::uint64_t size, Limits limits);
-  Blocks(const Blocks&) = delete;
-  Blocks& operator=(const Blocks&) = delete;
-  ~Blocks();
+  BlocksOfFile(Place file, std::uint64_t size) : BlocksOfFile(std::move(file), size, Limits()) {}
+  BlocksOfFile(Place file, std::uint64_t size, Limits limits);
+  BlocksOfFile(const BlocksOfFile&) = delete;
+  BlocksOfFile& operator=(const BlocksOfFile&) = delete;
+  ~BlocksOfFile() override;
 
-  Form form() const { return form_; }
+  Form form() const override { return form_; }
+  std::span<const Node> nodes() override;
+  std::optional<std::string> block(std::uint64_t id) override;
+
   const Place& file() const { return file_; }
   std::uint64_t size() const { return size_; }
 
   /// True when the file is encrypted for its owner, which is more than the two ciphers without a key.
   bool is_protected() const { return is_protected_; }
-
-  /// All nodes, by their ids. Empty when the file cannot be read at all.
-  std::span<const Node> nodes();
-
-  /// The node of that id; null when there is none.
-  const Node* node(std::uint32_t id);
-
-  /// The bytes of a block. No value when it is not there, or cannot be read.
-  std::optional<std::string> block(std::uint64_t id);
 
   /// True when something of the index or a block that was asked for could not be read.
   bool is_damaged() const { return is_damaged_; }

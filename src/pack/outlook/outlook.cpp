@@ -165,16 +165,16 @@ std::vector<OutlookFile> outlook_files(Packing& packing, const Machine& machine,
   return files.take();
 }
 
-bool can_read(Packing& packing, const OutlookFile& file, Store& store, Kind kind) {
+bool can_read(Packing& packing, const OutlookFile& file, BlocksOfFile& blocks, Kind kind) {
   const bool is_ours = kind == Kind::mail || !packing.wants(Kind::mail);
   const auto tell = [&](Cause cause) {
     if (is_ours) packing.leave_out(kind, cause, file.place.path);
     return false;
   };
   if (file.entry.gap) return tell(*file.entry.gap);
-  if (store.blocks().is_protected()) return tell(Cause::encrypted);
-  if (store.blocks().nodes().empty()) return tell(Cause::damaged);
-  if (store.blocks().is_damaged() && is_ours) packing.tell_of(kind, Cause::store_damaged, file.place.path);
+  if (blocks.is_protected()) return tell(Cause::encrypted);
+  if (blocks.nodes().empty()) return tell(Cause::damaged);
+  if (blocks.is_damaged() && is_ours) packing.tell_of(kind, Cause::store_damaged, file.place.path);
   return true;
 }
 
@@ -190,10 +190,11 @@ void each_outlook_item(Packing& packing, const Machine& machine, const Person& p
   std::ranges::copy_if(all_kinds, std::back_inserter(kinds), [&](Kind kind) { return packing.wants(kind); });
   if (kinds.empty()) return;
   for (const OutlookFile& file : outlook_files(packing, machine, person, hive, kinds.front())) {
-    Store store(file.place, file.entry.size);
-    if (!can_read(packing, file, store, kinds.front())) continue;
+    BlocksOfFile blocks(file.place, file.entry.size);
+    if (!can_read(packing, file, blocks, kinds.front())) continue;
+    Store store(blocks);
     const std::set<Kind> left_behind = each_item(packing, file, store, kinds, take);
-    if (store.blocks().is_damaged()) continue;
+    if (blocks.is_damaged()) continue;
     for (const Kind kind : kinds)
       if (!left_behind.contains(kind)) packing.unpacked(file.place, kind);
   }

@@ -28,7 +28,7 @@ std::vector<OutlookFile> outlook_files(Packing& packing, const Machine& machine,
                                        const Hive* hive, Kind kind);
 
 /// Looks whether a file can be read, and tells why it cannot as one of `kind`.
-bool can_read(Packing& packing, const OutlookFile& file, Store& store, Kind kind);
+bool can_read(Packing& packing, const OutlookFile& file, BlocksOfFile& blocks, Kind kind);
 
 /// Gets an item of a data file, and where it lies, for what is told. True when all of it has found its place.
 using TakeItem =

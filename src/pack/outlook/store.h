@@ -38,8 +38,8 @@ class Store {
     bool is_there = true;  ///< false: its folder lists it, and it is lost
   };
 
-  Store(const Place& file, std::uint64_t size) : blocks_(file, size) {}
-  Store(const Place& file, std::uint64_t size, Blocks::Limits limits) : blocks_(file, size, limits) {}
+  /// `blocks` are those of the file, for as long as the store is used.
+  explicit Store(Blocks& blocks) : blocks_(blocks) {}
 
   Blocks& blocks() { return blocks_; }
 
@@ -63,7 +63,7 @@ class Store {
   std::vector<std::uint32_t> children(std::uint32_t parent);
   NodeBlocks blocks_of(std::uint32_t id);
 
-  Blocks blocks_;
+  Blocks& blocks_;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> by_parent_;  // parent, id
   std::map<std::uint32_t, std::string> usual_;                      // names of folders by their ids
   std::uint32_t deleted_ = 0;
