@@ -185,9 +185,9 @@ std::string joined_names(const std::vector<std::string>& names) {
 }
 
 void each_outlook_item(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
-                       std::span<const Kind> all_kinds, const TakeItem& take) {
+                       std::span<const Kind> these, const TakeItem& take) {
   std::vector<Kind> kinds;
-  std::ranges::copy_if(all_kinds, std::back_inserter(kinds), [&](Kind kind) { return packing.wants(kind); });
+  std::ranges::copy_if(these, std::back_inserter(kinds), [&](Kind kind) { return packing.wants(kind); });
   if (kinds.empty()) return;
   for (const OutlookFile& file : outlook_files(packing, machine, person, hive, kinds.front())) {
     BlocksOfFile blocks(file.place, file.entry.size);

@@ -19,7 +19,8 @@ enum class PropertySet : std::uint8_t {
   contact = 4,
   common = 8,
   note = 0x0E,
-  strings
+  strings,
+  meeting
 };
 
 class Store {

@@ -111,10 +111,11 @@ bool has_attachments(const Properties& properties) {
 
 CalendarItem common_part(const Item& item) {
   const Properties& own = item.own();
-  CalendarItem result{.uid = uid_of(item),
-                      .title = own.text(id::subject),
-                      .description = own.text(id::body),
-                      .categories = item.categories()};
+  CalendarItem result;
+  result.uid = uid_of(item);
+  result.title = own.text(id::subject);
+  result.description = own.text(id::body);
+  result.categories = item.categories();
   // In front of a subject, a mark says how long its "Re: " is.
   if (result.title.starts_with('\x01')) result.title.erase(0, 2);
   constexpr int high = 2;
