@@ -98,8 +98,8 @@ Windows partition is mounted, or a copy of it; nothing in it is changed.
   --login OLD=NEW      another login name for the account of a person in an archive of several
   --drive LETTER=DIR   where another drive of Windows is mounted
   --without KIND       leaves a kind of data out; may be given several times. Kinds are documents, desktop, pictures,
-                       music, videos, downloads, others, accounts, mail, contacts, wallpaper, drives, fonts, printers,
-                       bookmarks, cookies and passwords
+                       music, videos, downloads, others, accounts, mail, contacts, events, tasks, notes, wallpaper,
+                       drives, fonts, printers, bookmarks, cookies and passwords
   --store              compresses nothing: faster, and larger
   --help               this text
 

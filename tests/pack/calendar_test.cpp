@@ -6,7 +6,9 @@
 #include "pack/calendar/component.h"
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
+#include "pack/pack.h"
 #include "pack/recorded.h"
+#include "pack/windows_disk.h"
 
 namespace {
 

@@ -102,7 +102,7 @@ class ItemWriter {
   void add_marks() {
     constexpr int lowest = 9;
     if (item_.priority > 0) lines_.add("PRIORITY:" + std::to_string(std::min(item_.priority, lowest)));
-    if (is_word(item_.status)) lines_.add("STATUS:" + item_.status);
+    if (is_word(item_.status)) lines_.add_folded("STATUS:" + item_.status);
     switch (item_.access) {
       case CalendarItem::Access::open:
         lines_.add("CLASS:PUBLIC");

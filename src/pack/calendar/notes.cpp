@@ -56,7 +56,7 @@ std::string file_name_of(const std::string& title) {
   std::string name = title;
   constexpr std::string_view others = "/\\:*?\"<>|\t\n";
   std::ranges::replace_if(
-      name, [&](char c) { return others.contains(c); }, ' ');
+      name, [&](char c) { return others.find(c) != std::string_view::npos; }, ' ');
   name = trimmed(beginning(name, longest_name));
   const std::size_t begin = name.find_first_not_of(". -~");
   return begin == std::string::npos ? "Note" : name.substr(begin);
@@ -79,7 +79,7 @@ std::string in_gb2312(const std::string& text) {
   if (converter.get() == reinterpret_cast<iconv_t>(-1)) return text;
   std::string result;
   for (const char* next = text.c_str(); *next != '\0'; next = g_utf8_next_char(next)) {
-    const std::string character(next, g_utf8_next_char(next));
+    const std::string character(next, static_cast<const char*>(g_utf8_next_char(next)));
     std::string from = character;
     char* in = from.data();
     std::size_t left = from.size();

@@ -32,6 +32,8 @@ constexpr std::array lists{Numbers{"BYSECOND", 60, false},  Numbers{"BYMINUTE", 
 constexpr Numbers set_position{"BYSETPOS", 366, true};
 constexpr std::size_t longest_part = 2000;
 
+bool has_several(const std::string& list) { return list.find(',') != std::string::npos; }
+
 template <class List>
 bool is_among(std::string_view word, const List& list) {
   return std::ranges::find(list, word) != list.end();
@@ -115,11 +117,11 @@ std::string part(const Parts& parts, const std::string& name) {
 // days.
 bool is_weekday_of_month(const Parts& parts) {
   const auto days = parts.find("BYDAY");
-  if (days == parts.end() || days->second.contains(',')) return false;
+  if (days == parts.end() || has_several(days->second)) return false;
   if (parts.contains("BYMONTHDAY") || parts.contains("BYYEARDAY") || parts.contains("BYWEEKNO")) return false;
   const auto month = parts.find("BYMONTH");
   return parts.at("FREQ") == "MONTHLY" ||
-         (parts.at("FREQ") == "YEARLY" && month != parts.end() && !month->second.contains(','));
+         (parts.at("FREQ") == "YEARLY" && month != parts.end() && !has_several(month->second));
 }
 
 // The wizard cuts a rule at its first "B" when it joins the two again.
@@ -133,7 +135,7 @@ bool can_be_joined_again(const Parts& parts) {
 void join_position(Parts& parts) {
   const auto position = parts.find(set_position.name);
   std::string& day = parts.at("BYDAY");
-  if (day.size() != 2 || position == parts.end() || position->second.contains(',')) return;
+  if (day.size() != 2 || position == parts.end() || has_several(position->second)) return;
   constexpr int most_weeks = 5;
   if (std::abs(number_of(position->second)) > most_weeks) return;
   day = position->second + day;

@@ -34,7 +34,7 @@ std::size_t end_of_part(std::string_view line, std::size_t begin, std::string_vi
   bool is_quoted = false;
   for (std::size_t i = begin; i < line.size(); ++i) {
     if (line[i] == '"') is_quoted = !is_quoted;
-    if (!is_quoted && ends.contains(line[i])) return i;
+    if (!is_quoted && ends.find(line[i]) != std::string_view::npos) return i;
   }
   return line.size();
 }
