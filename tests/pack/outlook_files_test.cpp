@@ -44,7 +44,7 @@ std::size_t messages_in(const recorded::Result& result) {
 }
 
 TEST(OutlookFiles, AreFoundWhereOutlookKeepsThem) {
-  for (const std::string place :
+  for (const std::string& place :
        {usual + "Outlook.pst", usual + "ann@x.example.ost",
         std::string("Users/Ann/Documents/Outlook Files/a.PST"),
         std::string("Users/Ann/Documents/Outlook-Dateien/a.pst"),

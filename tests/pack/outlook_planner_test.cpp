@@ -157,7 +157,9 @@ TEST(OutlookRules, ThatEndAnywhereAreNoneOrSaySo) {
           .bytes();
   for (std::size_t size = 0; size < bytes.size(); ++size) {
     const auto recurrence = pack::outlook_recurrence(bytes.substr(0, size));
-    if (recurrence && recurrence->is_whole) EXPECT_EQ(recurrence->exceptions.size(), 1U) << size;
+    if (recurrence && recurrence->is_whole) {
+      EXPECT_EQ(recurrence->exceptions.size(), 1U) << size;
+    }
   }
   std::string many = bytes;
   many.replace(34, 4, "\xFF\xFF\xFF\x7F");

@@ -318,7 +318,7 @@ File::Node File::table_node(const std::vector<std::pair<std::uint32_t, Propertie
   ends[3] = place + bits;
   Heap heap('\x7C');
   std::vector<std::string> index;
-  std::vector<std::string> blocks(1);
+  std::vector<std::string> row_blocks(1);
   const std::size_t rows_in_block = 8176 / ends[3];
   std::size_t count = 0;
   for (const auto& [id, properties] : rows) {
@@ -335,8 +335,8 @@ File::Node File::table_node(const std::vector<std::pair<std::uint32_t, Propertie
       byte = static_cast<char>(byte | 0x80 >> column->bit % 8);
     }
     index.push_back(little(id, 4) + little(count, form_ == unicode ? 4 : 2));
-    if (count > 0 && count % rows_in_block == 0) blocks.emplace_back();
-    blocks.back() += row;
+    if (count > 0 && count % rows_in_block == 0) row_blocks.emplace_back();
+    row_blocks.back() += row;
     ++count;
   }
   std::ranges::sort(index, [](const std::string& one, const std::string& other) {
@@ -345,11 +345,11 @@ File::Node File::table_node(const std::vector<std::pair<std::uint32_t, Propertie
   const std::uint32_t index_id = heap.add_index(index, 4, form_ == unicode ? 4 : 2);
   std::map<std::uint32_t, Node> subnodes;
   std::uint32_t rows_id = 0;
-  if (blocks.size() > 1 || blocks.front().size() > 3000) {
+  if (row_blocks.size() > 1 || row_blocks.front().size() > 3000) {
     rows_id = next_subnode_++ << 5 | 0x1F;
-    subnodes[rows_id] = {.data = add_blocks(blocks), .subnodes = 0};
-  } else if (!blocks.front().empty()) {
-    rows_id = heap.add(blocks.front());
+    subnodes[rows_id] = {.data = add_blocks(row_blocks), .subnodes = 0};
+  } else if (!row_blocks.front().empty()) {
+    rows_id = heap.add(row_blocks.front());
   }
   std::ranges::sort(
       all, {}, [](const Column& c) { return static_cast<unsigned>(c.property.id) << 16 | c.property.type; });
