@@ -98,6 +98,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
   void add_to(MailFolders& folders) {
     awake_->wake(blocks_);
     if (!can_read(packing_, file_, blocks_, Kind::mail)) return;
+    was_damaged_ = blocks_.is_damaged();
     for (const Store::Folder& folder : store_.folders()) add(folder, folders);
     if (missing_.empty()) tell_of_end();
   }
@@ -135,8 +136,12 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
     if (missing_.empty()) tell_of_end();
   }
 
+  // All folders have been read, for the first or the second time.
   void tell_of_end() {
     if (is_whole_ && !blocks_.is_damaged()) packing_.unpacked(file_.place, Kind::mail);
+    if (blocks_.is_damaged() && !was_damaged_)
+      packing_.tell_of(Kind::mail, Cause::store_damaged, file_.place.path);
+    was_damaged_ = blocks_.is_damaged();
   }
 
   std::string where(const Store::Folder& folder) const {
@@ -150,6 +155,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
   std::shared_ptr<Awake> awake_;
   std::set<std::uint32_t> missing_;  // folders that are not yet packed
   bool is_whole_ = true;
+  bool was_damaged_ = false;  // and it has been told
 };
 
 void tell_of_new_outlook(Packing& packing, const Person& person) {

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
@@ -17,10 +18,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <system_error>
 #include <utility>
 
 #include "pack/disk/folder_tree.h"
+#include "pack/outlook/bytes.h"
 
 extern "C" {
 #include <libpst/libpst.h>
@@ -41,10 +44,15 @@ constexpr std::uint64_t times_the_file = 16;
 constexpr std::uint64_t times_the_compressed = 256;
 constexpr std::uint64_t room_for_small_files = std::uint64_t{64} << 20;
 
-constexpr std::int64_t no_block = -1;
+constexpr std::uint64_t no_block = UINT64_MAX;
 
 struct Nodes {
   std::uint64_t count = 0;
+  bool is_whole = false;
+};
+
+struct Answer {
+  std::uint64_t size = no_block;
   bool is_whole = false;
 };
 
@@ -109,17 +117,146 @@ void add_nodes(const pst_desc_tree* first, std::vector<Blocks::Node>& nodes) {
   }
 }
 
-[[noreturn]] void serve(int socket, const std::string& head, Stream& stream) {
+// The sum that stands beside what it is of.
+std::uint32_t sum_of(std::string_view bytes) {
+  constexpr std::uint32_t all = 0xFFFFFFFF;  // the library turns a sum over at both ends
+  return static_cast<std::uint32_t>(
+             crc32_z(all, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size())) ^
+         all;
+}
+
+std::string bytes_at(Stream& stream, std::uint64_t place, std::size_t size) {
+  std::string bytes(size, '\0');
+  auto offset = static_cast<off64_t>(place);
+  std::size_t count = 0;
+  if (Stream::seek(&stream, &offset, SEEK_SET) != 0) return "";
+  while (count < size) {
+    const ssize_t more = Stream::read(&stream, bytes.data() + count, size - count);
+    if (more <= 0) return "";
+    count += static_cast<std::size_t>(more);
+  }
+  return bytes;
+}
+
+// The pages of the file's two indexes. The library gives an index up at its first damaged page, and does not
+// say so.
+class Index {
+ public:
+  Index(Stream& stream, bool is_ansi)
+      : stream_(stream), is_ansi_(is_ansi), pages_left_(stream.size / page_size) {}
+
+  /// Hands out the entries of all pages below one. False when a page is damaged; its entries are left out.
+  using Take = std::function<void(std::string_view entry)>;
+  bool each(std::uint64_t place, std::size_t entry_size, const Take& take) {
+    return each(place, entry_size, take, any_level);
+  }
+
+  std::size_t id_size() const { return is_ansi_ ? 4 : 8; }
+
+ private:
+  bool each(std::uint64_t place, std::size_t entry_size, const Take& take, int level) {
+    constexpr int deepest = 8;
+    if (pages_left_ == 0) return false;
+    --pages_left_;
+    const std::string page = bytes_at(stream_, place, page_size);
+    const std::size_t room = is_ansi_ ? 496 : 488;
+    const std::size_t tail = is_ansi_ ? 500 : 496;
+    const int own_level = static_cast<int>(number_at(page, room + 3, 1));
+    const std::size_t size = own_level > 0 ? 3 * id_size() : entry_size;
+    const std::size_t count = number_at(page, room, 1);
+    if (page.empty() || (level != any_level && own_level != level) || own_level > deepest ||
+        count * size > room)
+      return false;
+    if (sum_of(std::string_view(page).substr(0, tail)) != number_at(page, tail + (is_ansi_ ? 8 : 4), 4))
+      return false;
+    bool is_whole = true;
+    for (std::size_t entry = 0; entry < count; ++entry) {
+      const std::string_view bytes = std::string_view(page).substr(entry * size, size);
+      if (own_level == 0) {
+        take(bytes);
+      } else {
+        is_whole &= each(number_at(bytes, 2 * id_size(), id_size()), entry_size, take, own_level - 1);
+      }
+    }
+    return is_whole;
+  }
+
+  static constexpr std::size_t page_size = 512;
+  static constexpr int any_level = -1;
+  Stream& stream_;
+  bool is_ansi_;
+  std::uint64_t pages_left_;  // pages that lead in a circle end here
+};
+
+// What the library has left out behind a damaged page is added to what it has.
+bool complete_blocks(Index& index, pst_file& file) {
+  const std::size_t id_size = index.id_size();
+  const std::size_t known = file.i_count;
+  const auto is_before = [](const pst_index_ll& entry, std::uint64_t id) { return entry.i_id < id; };
+  std::vector<pst_index_ll> missing;
+  const bool is_whole = index.each(file.index1, 3 * id_size, [&](std::string_view entry) {
+    const std::uint64_t id = number_at(entry, 0, id_size) & ~std::uint64_t{1};
+    const pst_index_ll* const end = file.i_table + known;
+    const pst_index_ll* const found =
+        std::lower_bound(static_cast<const pst_index_ll*>(file.i_table), end, id, is_before);
+    if (found != end && found->i_id == id) return;
+    const std::uint64_t size = number_at(entry, 2 * id_size, 2);
+    missing.push_back({.i_id = id,
+                       .offset = number_at(entry, id_size, id_size),
+                       .size = size,
+                       .inflated_size = size,
+                       .u1 = 0});
+  });
+  if (missing.empty()) return is_whole;
+  auto* const table =
+      static_cast<pst_index_ll*>(std::realloc(file.i_table, (known + missing.size()) * sizeof(pst_index_ll)));
+  if (table == nullptr) end_process(EXIT_FAILURE);
+  std::ranges::copy(missing, table + known);
+  std::sort(table, table + known + missing.size(),
+            [](const pst_index_ll& one, const pst_index_ll& other) { return one.i_id < other.i_id; });
+  file.i_table = table;
+  file.i_count = file.i_capacity = known + missing.size();
+  return is_whole;
+}
+
+bool take_nodes(Index& index, const pst_file& file, std::vector<Blocks::Node>& nodes) {
+  const std::size_t id_size = index.id_size();
+  return index.each(file.index2, 4 * id_size, [&](std::string_view entry) {
+    nodes.push_back({.id = static_cast<std::uint32_t>(number_at(entry, 0, 4)),
+                     .parent = static_cast<std::uint32_t>(number_at(entry, 3 * id_size, 4)),
+                     .data = number_at(entry, id_size, id_size),
+                     .subnodes = number_at(entry, 2 * id_size, id_size)});
+  });
+}
+
+// The sum in the block's trailer, which ends where the next 64 bytes do.
+bool is_whole_block(Stream& stream, const pst_index_ll& entry, bool is_ansi) {
+  const std::size_t trailer = is_ansi ? 12 : 16;
+  const std::size_t all = (entry.size + trailer + 63) / 64 * 64;
+  const std::string bytes = bytes_at(stream, entry.offset, all);
+  return !bytes.empty() && sum_of(std::string_view(bytes).substr(0, entry.size)) ==
+                               number_at(bytes, all - trailer + (is_ansi ? 8 : 4), 4);
+}
+
+[[noreturn]] void serve(int socket, const std::string& head, Stream& stream, Blocks::Form form) {
   pst_file file;
   if (pst_open(&file, head.c_str(), nullptr) != 0) end_process(EXIT_FAILURE);
   std::fclose(file.fp);
   file.fp = fopencookie(&stream, "r",
                         {.read = Stream::read, .write = nullptr, .seek = Stream::seek, .close = nullptr});
   if (file.fp == nullptr) end_process(EXIT_FAILURE);
-  const bool is_whole = pst_load_index(&file) == 0;
-  stream.most = UINT64_MAX;
+  std::setvbuf(file.fp, nullptr, _IONBF, 0);
+  bool is_whole = pst_load_index(&file) == 0;
   std::vector<Blocks::Node> nodes;
+  // Pages of 4K are laid out otherwise.
+  const bool has_sums = form != Blocks::Form::pages_of_4k;
+  const bool is_ansi = form == Blocks::Form::ansi;
+  if (has_sums) {
+    Index index(stream, is_ansi);
+    is_whole = complete_blocks(index, file) && take_nodes(index, file, nodes);
+  }
   add_nodes(file.d_head, nodes);
+  stream.most = UINT64_MAX;
   const Nodes list{.count = nodes.size(), .is_whole = is_whole};
   if (!give(socket, &list, sizeof list) || !give(socket, nodes.data(), nodes.size() * sizeof nodes.front()))
     end_process(EXIT_FAILURE);
@@ -129,9 +266,11 @@ void add_nodes(const pst_desc_tree* first, std::vector<Blocks::Node>& nodes) {
     char* bytes = nullptr;
     const pst_index_ll* const entry = pst_getID(&file, id);
     const std::size_t size = entry == nullptr ? 0 : pst_ff_getIDblock_dec(&file, id, &bytes);
-    const std::int64_t answer = bytes == nullptr || size == 0 ? no_block : static_cast<std::int64_t>(size);
+    Answer answer;
+    if (bytes != nullptr && size > 0)
+      answer = {.size = size, .is_whole = !has_sums || is_whole_block(stream, *entry, is_ansi)};
     if (!give(socket, &answer, sizeof answer)) break;
-    if (answer != no_block && !give(socket, bytes, size)) break;
+    if (answer.size != no_block && !give(socket, bytes, size)) break;
     std::free(bytes);
   }
   end_process(EXIT_SUCCESS);
@@ -284,7 +423,7 @@ bool BlocksOfFile::begin() {
                   .size = size_,
                   .bytes_read = &shared_->bytes_read,
                   .most = shared_->bytes_read + 8 * size_ + room_for_small_files};
-    serve(sockets[1], head.path(), stream);
+    serve(sockets[1], head.path(), stream, form_);
   }
   close(sockets[1]);
   socket_ = sockets[0];
@@ -358,12 +497,13 @@ const Blocks::Node* Blocks::node(std::uint32_t id) {
 }
 
 std::optional<std::string> BlocksOfFile::answer(std::uint64_t id) {
-  std::int64_t size = no_block;
-  if (!give(socket_, &id, sizeof id) || !take(&size, sizeof size)) return std::nullopt;
-  if (size == no_block) return "";
-  constexpr std::int64_t largest = std::int64_t{1} << 24;
-  if (size < 0 || size > largest) return std::nullopt;
-  std::string bytes(static_cast<std::size_t>(size), '\0');
+  Answer answer;
+  if (!give(socket_, &id, sizeof id) || !take(&answer, sizeof answer)) return std::nullopt;
+  if (answer.size == no_block) return "";
+  constexpr std::uint64_t largest = std::uint64_t{1} << 24;
+  if (answer.size > largest) return std::nullopt;
+  is_damaged_ |= !answer.is_whole;
+  std::string bytes(answer.size, '\0');
   return take(bytes.data(), bytes.size()) ? std::optional(std::move(bytes)) : std::nullopt;
 }
 

@@ -192,8 +192,12 @@ void each_outlook_item(Packing& packing, const Machine& machine, const Person& p
   for (const OutlookFile& file : outlook_files(packing, machine, person, hive, kinds.front())) {
     BlocksOfFile blocks(file.place, file.entry.size);
     if (!can_read(packing, file, blocks, kinds.front())) continue;
+    const bool was_damaged = blocks.is_damaged();
     Store store(blocks);
     const std::set<Kind> left_behind = each_item(packing, file, store, kinds, take);
+    // What was damaged from the beginning has been told.
+    if (blocks.is_damaged() && !was_damaged)
+      packing.tell_of(kinds.front(), Cause::store_damaged, file.place.path);
     if (blocks.is_damaged()) continue;
     for (const Kind kind : kinds)
       if (!left_behind.contains(kind)) packing.unpacked(file.place, kind);
