@@ -45,7 +45,7 @@ std::string base64(std::string_view bytes) {
 
 // =?utf-8?B?...?= as often as it takes, with a fold between two.
 std::string encoded_words(std::string_view text) {
-  constexpr std::size_t bytes_of_a_word = 42;
+  constexpr std::size_t bytes_of_a_word = 36;
   std::string words;
   while (!text.empty()) {
     const std::size_t size = piece_size(text, bytes_of_a_word);
@@ -60,7 +60,8 @@ bool needs_no_encoding(std::string_view text) {
   return is_ascii(text) && text.find("=?") == std::string_view::npos;
 }
 
-// Breaks lines in front of blanks, and where there are none, at the most that mail allows.
+// Breaks lines in front of blanks, but for that behind the name, and where there are none, at the most that
+// mail allows.
 std::string folded(std::string text) {
   std::size_t begin = 0;
   for (std::size_t blank = std::string::npos, at = 0; at < text.size(); ++at) {
@@ -75,7 +76,7 @@ std::string folded(std::string text) {
     } else if (at - begin >= longest_line && !goes_on(text[at])) {
       text.insert(at, "\n ");
       begin = at + 1;
-    } else if (text[at] == ' ' && at > begin && text[at - 1] != ' ') {
+    } else if (text[at] == ' ' && at > begin && text[at - 1] != ' ' && text[at - 1] != ':') {
       blank = at;
     }
   }
