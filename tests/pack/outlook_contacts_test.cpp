@@ -96,15 +96,15 @@ TEST(OutlookContacts, HaveAllThatTheyHave) {
                                       pst::time(0x3A42, 0)})}}});
   EXPECT_EQ(
       cards_in(result),
-      "N:;Bob;;;|FN:Bob|EMAIL;TYPE=INTERNET:bob@home.example|ADR;TYPE=WORK:;;Street "
-      "9;Bonn;;;|URL:http://bob.example|BDAY:1970-05-11|\n"
       "FN:Dr. Ann Lee|N:Lee\\; x;Ann;B.;Dr.;Jr.|NICKNAME:Annie|EMAIL;TYPE=INTERNET:ann@home.example|"
       "EMAIL;TYPE=INTERNET:ann@work.example|EMAIL;TYPE=INTERNET:ann@third.example|TEL;TYPE=WORK;TYPE=VOICE:1|"
       "TEL;TYPE=WORK;TYPE=VOICE:2|TEL;TYPE=HOME;TYPE=VOICE:3|TEL;TYPE=HOME;TYPE=VOICE:4|TEL;TYPE=CELL:5|"
       "TEL;TYPE=WORK;TYPE=FAX:6|TEL;TYPE=HOME;TYPE=FAX:7|TEL;TYPE=PAGER:8|TEL;TYPE=PREF;TYPE=VOICE:9|"
       "TEL;TYPE=VOICE:10|ADR;TYPE=HOME:Box 1;;Main 1\\nBack;Berlin;BE;10115;Germany|ADR;TYPE=WORK:Box "
       "2;;Office 2;Bonn;NW;53111;DE|ADR;TYPE=OTHER:;;Other 3;;;;|ORG:Lee & Sons;Sales|TITLE:Boss|"
-      "URL:http://lee.example|BDAY:1970-05-09|NOTE:one\\ntwo|CATEGORIES:Friends,a\\,b|\n");
+      "URL:http://lee.example|BDAY:1970-05-09|NOTE:one\\ntwo|CATEGORIES:Friends,a\\,b|\n"
+      "N:;Bob;;;|FN:Bob|EMAIL;TYPE=INTERNET:bob@home.example|ADR;TYPE=WORK:;;Street "
+      "9;Bonn;;;|URL:http://bob.example|BDAY:1970-05-11|\n");
   EXPECT_THAT(result.remarks(), IsEmpty());
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts).packed, 2U);
 }

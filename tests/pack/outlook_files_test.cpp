@@ -289,7 +289,7 @@ TEST(DamagedOutlookFiles, OfAnyKindNeitherEndTheProgramNorAreSilent) {
   std::vector<std::size_t> places{10, 0xB8, 0xD8, 0xE0, 0xE8, 0xF0, 0x201};
   for (const std::size_t page : file.pages)
     for (const std::size_t at : {0, 200, 488, 504}) places.push_back(page + at);
-  for (std::size_t number = 0; number < file.blocks.size(); number += 4)
+  for (std::size_t number = 0; number < file.blocks.size(); number += 9)
     for (const std::size_t at : {0, 14}) places.push_back(file.blocks[number].at + at);
   for (const std::size_t place : places) {
     const windows::Disk disk;
