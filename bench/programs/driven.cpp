@@ -2,7 +2,7 @@
 // pressed and measures the run. For bench/runs.py.
 //
 // BRINDLE_BENCH_ARCHIVE is what is typed on page 2. The file BRINDLE_BENCH_REPORT gets, once the worker has
-// ended, the seconds from the click on page 2's Next; those of them that the worker has slept as it must,
+// ended, the seconds from the click on page 2's Next; those of them that the worker has waited as it must,
 // between a start and its end and until an answer is there; the largest resident memory of the wizard in
 // kilobytes; how many commands a recorder had noted before the click; and the seconds of the processor that
 // the wizard itself has taken since.
@@ -56,13 +56,10 @@ gpointer measured_work(gpointer data) {
   return result;
 }
 
-template <typename Sleep>
-auto slept(const Sleep& sleep) {
-  const auto start = Clock::now();
-  const auto result = sleep();
-  const std::chrono::nanoseconds took = Clock::now() - start;
-  slept_nanoseconds += took.count();
-  return result;
+// A stated pause is slept in pieces of 50 ms, a question looked for each second. Neither is a matter of
+// speed: both are cut short here, which saves hours, and what is left of them is taken off.
+bool is_waiting(const timespec& time) {
+  return is_worker && (time.tv_sec == 1 || time.tv_nsec == 50'000'000);
 }
 
 // ---- The windows -----------------------------------------------------------------------------------------
@@ -179,14 +176,15 @@ GThread* g_thread_create_full(GThreadFunc func, gpointer data, gulong stack, gbo
 }
 G_GNUC_END_IGNORE_DEPRECATIONS
 
-unsigned int sleep(unsigned int seconds) {
-  auto* const real = next_of<unsigned int(unsigned int)>("sleep");
-  return is_worker ? slept([&] { return real(seconds); }) : real(seconds);
-}
-
-// A stated pause is slept in pieces of 50 ms.
-int usleep(useconds_t microseconds) {
-  auto* const real = next_of<int(useconds_t)>("usleep");
-  return is_worker && microseconds == 50'000 ? slept([&] { return real(microseconds); }) : real(microseconds);
+// What std::this_thread::sleep_for calls.
+int nanosleep(const timespec* time, timespec* left) {
+  constexpr timespec short_time{.tv_sec = 0, .tv_nsec = 1'000'000};
+  auto* const real = next_of<int(const timespec*, timespec*)>("nanosleep");
+  if (!is_waiting(*time)) return real(time, left);
+  const auto start = Clock::now();
+  const int result = real(&short_time, left);
+  const std::chrono::nanoseconds took = Clock::now() - start;
+  slept_nanoseconds += took.count();
+  return result;
 }
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "account/archive/archive.h"
+#include "account/disk.h"
 #include "account/kinds/case.h"
 #include "account/note.h"
 #include "account/options.h"
@@ -35,7 +36,8 @@ struct Account {
   std::time_t begun = 0;  ///< 0 when it cannot be told
   std::vector<PersonAccount> people;
   std::vector<Replaced> replaced;
-  bool of_family = false;  ///< the run was for several people
+  std::vector<DiskCount> disk;  ///< of the Windows disk that the archive was packed from
+  bool of_family = false;       ///< the run was for several people
 };
 
 enum class Verdict { all_arrived = 0, something_missing = 1, cannot_be_told = 2 };

@@ -117,6 +117,7 @@ int run(Options options) {
     if (options.before) return look_ahead(options, archive, system, texts);
     account.has_root = archive.has(layout::root);
     account.people = draw_up(archive, options, system);
+    account.disk = disk_counts_in(archive);
     take_accounts_before(account.people, note.people);
   } catch (const Unreadable& error) {
     // Said as well where it is looked for: what an earlier run has left there would be taken for this one's.

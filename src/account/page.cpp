@@ -161,6 +161,32 @@ bool misses_something(const Account& account) {
   });
 }
 
+// ---- On the disk ----------------------------------------------------------------------------------------
+
+void write_disk(std::ostream& out, const std::vector<DiskCount>& counts, const Texts& texts) {
+  if (counts.empty()) return;
+  out << "<h2>" << escaped(texts(Text::disk_title)) << "</h2>\n";
+  for (auto first = counts.begin(); first != counts.end();) {
+    const auto end = std::find_if(first, counts.end(), [&](const DiskCount& count) {
+      return owner_shown(count) != owner_shown(*first);
+    });
+    out << "<h3>" << escaped(owner_shown(*first)) << "</h3>\n<table>\n<thead><tr>";
+    for (const Text head : {Text::kind, Text::disk_found, Text::disk_packed, Text::disk_left_out})
+      out << "<th scope=\"col\">" << escaped(texts(head)) << "</th>";
+    out << "</tr></thead>\n<tbody>\n";
+    for (; first != end; ++first) {
+      out << "<tr><th scope=\"row\">" << escaped(kind_shown(*first, texts)) << "</th>";
+      write_number(out, first->found);
+      write_number(out, first->packed);
+      write_number(out, first->left_out, true);
+      out << "</tr>\n";
+    }
+    out << "</tbody>\n</table>\n";
+  }
+  if (leave_something_out(counts))
+    write_paragraph(out, "note", texts(Text::disk_note, layout::packed_remarks));
+}
+
 // ---- The top --------------------------------------------------------------------------------------------
 
 const char* class_of(Verdict verdict) {
@@ -212,6 +238,7 @@ void write_page(std::ostream& out, const Account& account, const Texts& texts, s
       << escaped(texts(Text::title)) << "</title>\n<style>" << style << "</style>\n</head>\n<body>\n";
   write_top(out, account, texts);
   for (const PersonAccount& person : account.people) write_counts(out, person, texts);
+  write_disk(out, account.disk, texts);
   if (misses_something(account)) write_all_missing(out, account, texts);
   write_all_replaced(out, account, texts);
   out << "</body>\n</html>\n";

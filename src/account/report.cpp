@@ -79,6 +79,27 @@ void write_replaced(std::ostream& out, const Replaced& replaced, const Texts& te
   write_more(out, "  ", list.things.size() - count, texts);
 }
 
+// The counts of one person after the other, each with its heading.
+void write_disk(std::ostream& out, const std::vector<DiskCount>& counts, const Texts& texts) {
+  if (counts.empty()) return;
+  out << "\n" << shown(texts(Text::disk_title)) << "\n";
+  for (auto first = counts.begin(); first != counts.end();) {
+    const auto end = std::find_if(first, counts.end(), [&](const DiskCount& count) {
+      return owner_shown(count) != owner_shown(*first);
+    });
+    out << "\n" << shown(owner_shown(*first)) << "\n";
+    std::vector<Words> rows = {{}};
+    for (const Text head : {Text::kind, Text::disk_found, Text::disk_packed, Text::disk_left_out})
+      rows.front().push_back(shown(texts(head)));
+    for (; first != end; ++first)
+      rows.push_back({shown(kind_shown(*first, texts)), std::to_string(first->found),
+                      std::to_string(first->packed), std::to_string(first->left_out)});
+    write_columns(out, rows);
+  }
+  if (leave_something_out(counts))
+    out << "\n" << shown(texts(Text::disk_note, layout::packed_remarks)) << "\n";
+}
+
 }  // namespace
 
 void write_table_of_counts(std::ostream& out, const std::vector<PersonAccount>& people) {
@@ -108,6 +129,7 @@ void write_plain_text(std::ostream& out, const Account& account, const Texts& te
   if (!account.fault.empty()) out << shown(texts(Text::archive_fault, account.fault)) << "\n";
   if (!account.has_root) out << shown(text_of(texts, Foresight::no_root, layout::root)) << "\n";
   for (const PersonAccount& person : account.people) write_counts(out, person, texts);
+  write_disk(out, account.disk, texts);
   if (std::ranges::any_of(account.people, misses_something))
     out << "\n" << shown(texts(Text::what_is_missing)) << "\n";
   for (const PersonAccount& person : account.people) {

@@ -2,8 +2,6 @@
 
 #include <cstdio>
 
-#include "place/opened.h"
-
 namespace keep {
 
 namespace {
@@ -28,35 +26,26 @@ void Keeping::write_settled() {
   settled_.clear();
 }
 
-void Keeping::settle_tree(const Where& where, const std::string& before) {
+// Of what was there before.
+void Keeping::settle_old(const Where& where, const std::string& before) {
   if (where.is_kept_folder()) return;
   const std::optional<Entry> entry = where.look(Content::read);
   if (!entry) return std::perror(where.path.c_str());
   write_later(where, {Kind::path, where.path, before, place::text_of(*entry)});
   drop_if_same(where, before, *entry);
-  if (before == nothing && entry->type == Type::folder) settle_made_folder(where);
 }
 
-void Keeping::settle_made_folder(const Where& where) {
-  told_.add(where.path);
-  for (const Where& folder : settle_made_entries(where)) settle_made_folder(folder);
+// Nothing of it was kept, so nobody has to wait until it is read. `names`: of several in the folder `where`.
+void Keeping::settle_made(const Where& where, std::string names, std::vector<Where> above) {
+  Store* const store = where.home->number() < 0 ? nullptr : store_of(where);
+  if (store == nullptr) return std::perror(where.path.c_str());
+  to_read_.push_back({where, store, std::move(names), std::move(above)});
 }
 
-// Each by its name in the open folder: the kernel need not go the whole way to every file. Returns the
-// folders, which are opened when this one is closed: a tree may have more levels than a program may have
-// files open.
-std::vector<Where> Keeping::settle_made_entries(const Where& where) {
+// They may have been made after the folder that they lie in was told, or after they were told to be nothing.
+std::vector<Where> Keeping::made_folders_above(const Where& where) const {
   std::vector<Where> folders;
-  const Descriptor opened = where.open();
-  const auto names = opened ? place::names_in(opened.number()) : std::nullopt;
-  for (const std::string& name : names.value_or(std::vector<std::string>())) {
-    const Where each = where.in(name);
-    if (each.is_kept_folder()) continue;
-    const std::optional<Entry> entry = place::look_in(opened.number(), name.c_str(), Content::read);
-    if (!entry) std::perror(each.path.c_str());
-    if (entry) write_later(each, {Kind::path, each.path, nothing, place::text_of(*entry)});
-    if (entry && entry->type == Type::folder) folders.push_back(each);
-  }
+  for (Where above = where; is_in_made(above.path = parent_of(above.path));) folders.push_back(above);
   return folders;
 }
 
@@ -71,43 +60,42 @@ void Keeping::drop_if_same(const Where& where, const std::string& before, const 
 }
 
 void Keeping::settle_one(const Where& where, const std::string& before) {
-  const bool is_made = before.empty() && is_in_made(where.path);
-  settle_tree(where, is_made ? nothing : before);
-  if (is_in_made(where.path)) settle_folders_above(where);
+  const bool is_made = is_in_made(where.path);
+  const bool was_nothing = before == nothing || (before.empty() && is_made);
+  if (!was_nothing) settle_old(where, before);
+  if (was_nothing || is_made) settle_made(where, "", made_folders_above(where));
+  was_known_ = was_known_ || (was_nothing && !is_made);
 }
 
-void Keeping::settle_copied(const Where& folder, std::string_view names) {
-  for (std::size_t end = 0; (end = names.find('/')) != names.npos; names.remove_prefix(end + 1))
-    settle_tree(folder.in(std::string(names.substr(0, end))), nothing);
-}
-
-// They may have been made after the folder that they lie in was told, or after they were told to be nothing.
-void Keeping::settle_folders_above(Where where) {
-  for (;;) {
-    where.path = parent_of(where.path);
-    if (!is_in_made(where.path) || told_.has(where.path)) return;
-    const std::optional<Entry> entry = where.look(Content::not_read);
-    if (!entry || entry->type != Type::folder) return;
-    write_later(where, {Kind::path, where.path, nothing, place::text_of(*entry)});
-    told_.add(where.path);
-  }
+void Keeping::settle_copied(const Where& folder, std::string names) {
+  for_each_name(
+      names, [&](const std::string& name) { was_known_ = was_known_ || !is_in_made(folder.in(name).path); });
+  if (!names.empty()) settle_made(folder, std::move(names));
 }
 
 void Keeping::settle_names(const Where& where, const Paths& there) {
+  std::string added;
   for (const std::string& name : where.names().value_or(std::vector<std::string>())) {
     const Where each = where.in(name);
     if (there.has(name) || each.is_kept_folder() || is_known(each)) continue;
     made_.add(each.path);
-    settle_tree(each, nothing);
+    added += name + "/";
   }
-  write_later(where, {Kind::names, where.path, nothing, "told"});
+  if (!added.empty()) settle_made(where, std::move(added));
 }
 
 void Keeping::settle() {
-  for (const auto& [path, folder] : std::exchange(names_, {})) settle_names(folder.first, folder.second);
-  for (const auto& [path, names] : std::exchange(copied_, {}))
-    settle_copied({path, names.home}, names.joined);
+  const auto added_to = std::exchange(names_, {});
+  for (const auto& [path, folder] : added_to) settle_names(folder.first, folder.second);
+  for (auto& [path, names] : std::exchange(copied_, {}))
+    settle_copied({path, names.home}, std::move(names.joined));
   for (const auto& [path, one] : std::exchange(pending_, {})) settle_one({path, one.home}, one.before);
+  write_settled();
+  if (!to_read_.empty()) made_trees_.read(std::exchange(to_read_, {}));
+  // Of a name that was there once a later row may be written here, which is to stay the last; and what is
+  // new in a folder is told before the folder's own names no longer count.
+  if (std::exchange(was_known_, false) || !added_to.empty()) made_trees_.wait();
+  for (const auto& [path, folder] : added_to) write_later(folder.first, {Kind::names, path, nothing, "told"});
   write_settled();
 }
 

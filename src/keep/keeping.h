@@ -11,14 +11,13 @@
 #include <vector>
 
 #include "keep/list.h"
+#include "keep/made_trees.h"
 #include "keep/paths.h"
 #include "keep/store.h"
 #include "keep/where.h"
 #include "place/entry.h"
 
 namespace keep {
-
-inline constexpr std::size_t most_rows = 1000;  ///< in memory, of thousands
 
 /// All that is kept and made between begin_run and end_run.
 class Keeping {
@@ -50,6 +49,8 @@ class Keeping {
   bool thing(Kind kind, const std::string& name, const std::string& before);
   void thing_is(Kind kind, const std::string& name, const std::string& became);
   bool take(const std::string& path);
+  // Whether anything was written down of which it is not told yet what became of it.
+  bool has_news() const { return !(pending_.empty() && copied_.empty() && names_.empty()); }
   void settle();
   void end();
   std::string folder() const;
@@ -92,11 +93,10 @@ class Keeping {
   void pend(const Where& where, std::string before);
 
   void settle_one(const Where& where, const std::string& before);
-  void settle_folders_above(Where where);
-  void settle_tree(const Where& where, const std::string& before);
-  void settle_made_folder(const Where& where);
-  std::vector<Where> settle_made_entries(const Where& where);
-  void settle_copied(const Where& folder, std::string_view names);
+  void settle_old(const Where& where, const std::string& before);
+  void settle_made(const Where& where, std::string names = "", std::vector<Where> above = {});
+  std::vector<Where> made_folders_above(const Where& where) const;
+  void settle_copied(const Where& folder, std::string names);
   void settle_names(const Where& where, const Paths& there);
   void drop_if_same(const Where& where, const std::string& before, const place::Entry& now);
   void write_later(const Where& where, Row row);
@@ -110,12 +110,14 @@ class Keeping {
   bool may_go_on_ = false;
   std::map<std::string, Store> stores_;     // by home
   Paths known_;                             // have a row
-  Paths told_;                              // folders in made ones that have a row
   Paths not_copied_;                        // have a row and no copy, since their content was to stay
   std::map<std::string, Pending> pending_;  // by path
   std::map<std::string, Names> copied_;     // new names, by the folder that they are copied into
   std::map<std::string, std::pair<Where, Paths>> names_;  // folders to which things are added
   std::map<Store*, std::vector<Row>> settled_;            // not yet written
+  bool was_known_ = false;                                // something in to_read_ that was there once
+  std::vector<MadeTree> to_read_;                         // by made_trees_, at the end of settle
+  MadeTrees made_trees_;                                  // last: it uses the stores and homes
 };
 
 }  // namespace keep

@@ -205,6 +205,7 @@ Descriptor Store::open_list_of(const std::string& login) const {
 bool Store::add(const std::vector<Row>& rows) {
   std::string text;
   for (const Row& row : rows) text += line_of(row);
+  const std::lock_guard lock(*adding_);
   if (!write_all(list_.number(), text)) return false;
   return !copy_ || write_all(copy_.number(), text);
 }

@@ -3,6 +3,8 @@
 #define BRINDLE_KEEP_STORE_H
 
 #include <ctime>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +41,7 @@ class Store {
   /// In the store of whoever runs the program: the list of another home.
   Descriptor open_list_of(const std::string& login) const;
 
-  /// Appends rows. False, with errno set, when the disk did not take all.
+  /// Appends rows, on any thread. False, with errno set, when the disk did not take all.
   [[nodiscard]] bool add(const std::vector<Row>& rows);
 
   /// Copies, or moves, what lies at `from`, whose whole path is `path`, into the folder. True when it is
@@ -59,6 +61,7 @@ class Store {
 
   std::string home_;
   std::string date_time_;
+  std::unique_ptr<std::mutex> adding_ = std::make_unique<std::mutex>();
   Descriptor top_;     // the home
   Descriptor folder_;  // the run's
   Descriptor list_;

@@ -9,8 +9,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "keep/store.h"
@@ -25,6 +27,7 @@ using keep::Kind;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
@@ -55,6 +58,28 @@ std::string state_of(const std::string& path, Kind kind = Kind::path, const std:
     if (row.kind == kind && row.name == path) return row.before;
   return "no row";
 }
+
+std::string last_state_of(const std::string& path) {
+  for (const keep::Row& row : keep::rows_of("/root", noons()))
+    if (row.kind == Kind::path && row.name == path) return row.became;
+  return "no row";
+}
+
+std::vector<std::string> twenty_in(const std::string& folder) {
+  std::vector<std::string> paths;
+  for (int number = 0; number < 20; ++number) paths.push_back(folder + "/" + std::to_string(number));
+  return paths;
+}
+
+// And one that takes a while to be read: in whichever order they are listed, some come before it.
+void write_around_large(const std::string& folder) {
+  for (const std::string& path : twenty_in(folder)) {
+    write_file(path, "theirs");
+    if (path.ends_with("/10")) shell_quietly("truncate -s 2G " + folder + "/large");
+  }
+}
+
+void let_it_come_to_the_large_one() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
 
 mode_t mode_of(const std::string& path) {
   struct stat found {};
@@ -152,6 +177,44 @@ TEST_F(Keep, keeps_the_first_state_of_a_path_alone) {
   ASSERT_THAT(told(), ElementsAre("/root/a file file"));
   EXPECT_THAT(keep::rows_of("/root", noons()).back().kind, Kind::path);
   EXPECT_THAT(read_file("/root/.brindle_before/" + noons() + "/list.tsv"), HasSubstr(":5\n"));  // "three"
+}
+
+// What was made is read beside what comes after it, and what came last counts.
+TEST_F(Keep, tells_the_last_state_of_what_is_changed_while_it_is_read) {
+  ASSERT_TRUE(keep::before_change("/root/made"));
+  const std::vector<std::string> paths = twenty_in("/root/made");
+  write_around_large("/root/made");
+  keep::settle();
+  let_it_come_to_the_large_one();
+  for (const std::string& path : paths) {
+    ASSERT_TRUE(keep::before_change(path));
+    write_file(path, "another");
+  }
+  keep::settle();
+  keep::end_run();
+  for (const std::string& path : paths) EXPECT_THAT(last_state_of(path), EndsWith(":7"));
+}
+
+TEST_F(Keep, tells_the_last_state_of_what_was_taken_and_made_again) {
+  write_around_large("/from");
+  const std::vector<std::string> paths = twenty_in("/root/d");
+  for (const std::string& path : paths) {
+    write_file(path, "mine");
+    ASSERT_TRUE(keep::take(path));
+  }
+  ASSERT_TRUE(keep::before_copy("/from", "/root/d"));
+  shell_quietly("cp --sparse=always /from/* /root/d");
+  keep::settle();
+  let_it_come_to_the_large_one();
+  for (const std::string& path : paths) {
+    ASSERT_TRUE(keep::before_change(path));
+    write_file(path, "another");
+  }
+  keep::end_run();
+  for (const std::string& path : paths) {
+    EXPECT_EQ("mine", read_file(kept(path)));
+    EXPECT_THAT(last_state_of(path), EndsWith(":7"));
+  }
 }
 
 TEST_F(Keep, keeps_no_copy_of_what_was_not_changed_in_the_end) {

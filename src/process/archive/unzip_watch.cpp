@@ -79,7 +79,7 @@ std::optional<std::uint64_t> written_by(pid_t process) {
 struct Watched {
   std::string folder;
   Room reserve;
-  std::uint64_t most_written;
+  const std::atomic<std::uint64_t>& most_written;
 };
 
 class Look {
@@ -126,8 +126,9 @@ void watch(const std::stop_token& is_over, const Watched& watched, std::atomic<O
 }  // namespace
 
 UnzipWatch::UnzipWatch(const std::string& archive, const std::string& folder) {
-  const Watched watched = {folder, reserve_of(room_in(folder)), most_written(archive)};
+  const Watched watched = {folder, reserve_of(room_in(folder)), most_written_};
   try {
+    reader_ = std::jthread([this, archive] { most_written_ = most_written(archive); });
     watcher_ =
         std::jthread([this, watched](const std::stop_token& is_over) { watch(is_over, watched, found_); });
   } catch (const std::system_error& error) {  // where nothing more can be started, unzip cannot either

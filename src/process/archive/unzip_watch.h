@@ -4,6 +4,8 @@
 #define BRINDLE_PROCESS_ARCHIVE_UNZIP_WATCH_H
 
 #include <atomic>
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <thread>
 
@@ -25,7 +27,10 @@ class UnzipWatch {
 
  private:
   std::atomic<Overrun> found_{Overrun::none};
-  std::jthread watcher_;  // last: it uses the others
+  // Endless until the archive's list is read, which goes on beside unzip.
+  std::atomic<std::uint64_t> most_written_{std::numeric_limits<std::uint64_t>::max()};
+  std::jthread reader_;  // last: both use the others
+  std::jthread watcher_;
 };
 
 #endif

@@ -160,6 +160,8 @@ bool is_joined(int status, const std::string& path, const std::vector<std::strin
 }
 
 bool end_last_line(const std::string& path) {
+  const std::optional<LineEnds> ends = line_ends_of(path);
+  if (ends && ends->last == '\n') return true;
   const std::optional<std::string> text = read_whole(path);
   if (!text || text->empty() || text->back() == '\n') return true;
   return replace_file(path, with_last_line_ended(*text));

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,9 +37,15 @@ std::string application_folder(const Target& target, const char* application) {
 
 // What the script has written ends with a card's end, or it is cut off. Of no address book it makes nothing.
 bool are_cards_of(const std::string& book, const std::string& path) {
-  const std::optional<std::string> text = read_whole(path);
-  if (!text) return !open_file(book, "r");
-  return text->empty() || text->ends_with("END:VCARD\n");
+  constexpr std::string_view end = "END:VCARD\n";
+  const File cards = open_file(path, "r");
+  if (!cards) return !open_file(book, "r");
+  std::array<char, end.size()> last{};
+  if (std::fseek(cards.get(), 0, SEEK_END) != 0) return false;
+  if (std::ftell(cards.get()) == 0) return true;
+  return std::fseek(cards.get(), -static_cast<long>(end.size()), SEEK_END) == 0 &&
+         std::fread(last.data(), 1, last.size(), cards.get()) == last.size() &&
+         std::string_view(last.data(), last.size()) == end;
 }
 
 // No value when the contacts are cut off: behind half a card the next one could not be read.
@@ -77,7 +84,7 @@ Book chinese_book(const std::string& folder, const std::string& contacts) {
 }
 
 bool is_copied(const Book& book) {
-  if (!read_whole(book.file) || same_content(book.file, book.copy)) return end_last_line(book.copy);
+  if (!open_file(book.file, "r") || same_content(book.file, book.copy)) return end_last_line(book.copy);
   std::fprintf(stderr, "%s could not be copied; no contacts are added\n", book.file.c_str());
   return false;
 }
