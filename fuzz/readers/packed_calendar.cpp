@@ -83,7 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::optional<pack::Zone> homes[] = {std::nullopt, pack::Zone::named("Europe/Berlin"),
                                              pack::Zone::named("America/New_York")};
   const pack::Component component =
-      pack::component_of(item, std::string(input.text().substr(0, 100)), homes[input.choice(3)]);
+      pack::component_of(item, "1" + std::string(input.text().substr(0, 100)), homes[input.choice(3)]);
   check(component.text);
   const auto lines = pack::content_lines(component.text);
   const auto described = std::ranges::find(lines, "DESCRIPTION", &pack::ContentLine::name);

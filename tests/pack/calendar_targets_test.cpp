@@ -144,6 +144,20 @@ TEST(CalendarTargets, KeepATextThatLooksLikeLinesOfACalendar) {
   EXPECT_EQ(unfolded(read_file(mozilla)), tasks + events);
 }
 
+// KOrganizer's part takes all letters for GB2312; no line end and no time may go with them.
+TEST(CalendarTargets, KeepTheirTimesWhateverTheLetters) {
+  const std::string text = "Größe – 2 €; «Тест» 日本 é";
+  migrate(calendars::packed(calendars::event("1", text, "2005-04-05 07:00:00", "", berlin) +
+                            calendars::property("1", "DESCRIPTION", text + "\n" + text + text + text) +
+                            calendars::event("2", text + "é", "2005-07-05 07:00:00", "", berlin) +
+                            calendars::task("3", text, "", "2005-04-30 07:00:00", berlin)));
+  EXPECT_EQ(output_of("/usr/bin/python3 " + test_data("pack/occurrences.py") + " " + organizer +
+                      " 2>&1 | cut -c 1-19"),
+            "2005-04-05 09:00:00\n2005-07-05 09:00:00\ndue 2005-04-30 09:0\n");
+  EXPECT_EQ(read_by_others(mozilla), "2005-04-05 09:00:00 " + text + "\n2005-07-05 09:00:00 " + text +
+                                         "é\ndue 2005-04-30 09:00:00 done - " + text + "\n");
+}
+
 TEST(CalendarTargets, HaveTasksWithoutACalendar) {
   migrate(calendars::packed(calendars::task("1", "insurance", "", "2005-04-30 07:00:00", berlin)));
   const std::string due = "due 2005-04-30 09:00:00 done - insurance\n";

@@ -8,6 +8,7 @@
 #include "pack/planner/sticky_notes.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
+#include "support/files.h"
 
 namespace {
 
@@ -104,6 +105,22 @@ TEST(StickyNotes, OfWindows7AreRead) {
   EXPECT_THAT(result.files_below("Brindle/Notes/"),
               UnorderedElementsAre("B\uFFFDc\uFFFD\uFFFD.txt", "Milk.txt"));
   EXPECT_EQ(result.content.at("Brindle/My Documents/Notes/Milk.txt"), "Milk\neggs ä \U0001F600\n");
+  EXPECT_THAT(result.remarks(), ElementsAre("damaged " + snt));
+}
+
+TEST(StickyNotes, OfADamagedFileAreToldOnceAndNotByTheLibrary) {
+  const windows::Disk disk;
+  make_old_notes(disk, {{{"3", utf16(u"Milk") + std::string(6, '\0')}}, {{"3", utf16(u"Eggs")}}});
+  std::string bytes = read_file(disk.path() + "/" + snt);
+  // The kind of the second note in the directory.
+  const std::size_t name = bytes.find(utf16(u"note1"));
+  ASSERT_NE(name, std::string::npos);
+  bytes[name + 66] = 'x';
+  write_file(disk.path() + "/" + snt, bytes);
+  testing::internal::CaptureStderr();
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_TRUE(result.content.contains("Brindle/Notes/Milk.txt"));
   EXPECT_THAT(result.remarks(), ElementsAre("damaged " + snt));
 }
 

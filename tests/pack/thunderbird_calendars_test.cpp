@@ -146,7 +146,7 @@ TEST(ThunderbirdCalendars, KnowHowThingsComeAgain) {
   EXPECT_THAT(lines_of(result, calendar_file, "1-20050503T190000"),
               ElementsAre("DTSTART:20050503T200000", "DTEND:20050503T220000", "SUMMARY:Class\\, later",
                           "LOCATION:Room 2", "CLASS:PUBLIC"));
-  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 1U);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 3U);
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 

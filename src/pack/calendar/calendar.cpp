@@ -67,11 +67,16 @@ void Calendar::add(const CalendarItem& item, const std::string& from) {
   if (!packing_.wants(kind)) return;
   if (!item.is_task && !item.start.is_there()) return packing_.leave_out(kind, Cause::damaged, from);
   std::string uid;
-  if (!is_new(item, uid)) return packing_.leave_out(kind, Cause::there_already, from);
+  const bool is_new_one = is_new(item, uid);
   const Component component = component_of(item, uid, home_);
+  if (!is_new_one) {
+    for (std::size_t i = 0; i < component.items; ++i) packing_.leave_out(kind, Cause::there_already, from);
+    return;
+  }
   std::FILE* const file = item.is_task ? tasks_.get() : events_.get();
   if (std::fwrite(component.text.data(), 1, component.text.size(), file) != component.text.size()) fail();
   packing_.count(kind, component.text.size());
+  for (std::size_t i = 1; i < component.items; ++i) packing_.count(kind, 0);
   if (component.is_simplified) packing_.tell_of(kind, Cause::simplified, from);
   if (component.is_approximate) packing_.tell_of(kind, Cause::other_clock, from);
 }

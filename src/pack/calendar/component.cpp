@@ -33,6 +33,7 @@ class ItemWriter {
 
   // As it comes at first, `later` seconds after the item itself.
   void add(const std::string& uid, std::int64_t later, bool comes_again) {
+    ++result_.items;
     lines_.add(item_.is_task ? "BEGIN:VTODO" : "BEGIN:VEVENT");
     lines_.add_text("UID", uid);
     add_stamps();
@@ -201,6 +202,7 @@ Component component_of(const CalendarItem& item, const std::string& uid, const s
     other.add(uid + "-" + time_text(exception.replaces.seconds), 0, false);
     Component one = std::move(other).result();
     all.text += one.text;
+    all.items += one.items;
     all.is_simplified |= one.is_simplified;
     all.is_approximate |= one.is_approximate;
   }

@@ -2,6 +2,7 @@
 #ifndef BRINDLE_PACK_CALENDAR_COMPONENT_H
 #define BRINDLE_PACK_CALENDAR_COMPONENT_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -15,6 +16,7 @@ struct Component {
   /// each becomes an item of its own with a uid of its own, and the series leaves out the day of an
   /// exception.
   std::string text;
+  std::size_t items = 0;        ///< how many that are
   bool is_simplified = false;   ///< something of it has no place there
   bool is_approximate = false;  ///< it comes again by the clock of another zone
 };

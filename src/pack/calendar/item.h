@@ -88,7 +88,7 @@ struct CalendarItem {
 struct Note {
   std::string title;          ///< empty: the first line of the text that says something
   std::string text;           ///< lines end with LF or CR LF
-  std::int64_t modified = 0;  ///< seconds since 1970 began; 0 when it is not told
+  std::int64_t modified = 0;  ///< seconds since 1970 began, 0: not told; an archive has no place for it
 };
 
 }  // namespace pack

@@ -128,9 +128,35 @@ void add_storage(GsfInfile* storage, const std::string& path, Packing& packing, 
   }
 }
 
+// What the library complains about while it reads, instead of saying so on the terminal: it leaves out what
+// is damaged.
+class Complaints {
+ public:
+  Complaints() {
+    for (std::size_t i = 0; i < domains.size(); ++i)
+      handlers_[i] = g_log_set_handler(
+          domains[i], static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK | G_LOG_FLAG_FATAL | G_LOG_FLAG_RECURSION),
+          [](const gchar*, GLogLevelFlags, const gchar*, gpointer any) { *static_cast<bool*>(any) = true; },
+          &any_);
+  }
+  ~Complaints() {
+    for (std::size_t i = 0; i < domains.size(); ++i) g_log_remove_handler(domains[i], handlers_[i]);
+  }
+  Complaints(const Complaints&) = delete;
+  Complaints& operator=(const Complaints&) = delete;
+
+  bool any() const { return any_; }
+
+ private:
+  static constexpr std::array<const char*, 2> domains = {"libgsf", "libgsf:msole"};
+  std::array<guint, domains.size()> handlers_{};
+  bool any_ = false;
+};
+
 void add_compound_file(const Place& file, Packing& packing, Notes& notes) {
   const auto bytes = whole(file, largest_file);
   gsf_init();
+  const Complaints complaints;
   const Input input(bytes ? gsf_input_memory_new(reinterpret_cast<const guint8*>(bytes->data()),
                                                  static_cast<gsf_off_t>(bytes->size()), FALSE)
                           : nullptr);
@@ -141,7 +167,7 @@ void add_compound_file(const Place& file, Packing& packing, Notes& notes) {
     const Input child(gsf_infile_child_by_index(root.get(), i));
     if (child && GSF_IS_INFILE(child.get())) add_storage(GSF_INFILE(child.get()), file.path, packing, notes);
   }
-  if (count > most_notes) packing.leave_out(Kind::notes, Cause::damaged, file.path);
+  if (count > most_notes || complaints.any()) packing.tell_of(Kind::notes, Cause::damaged, file.path);
 }
 
 // ---- The marks in a text ---------------------------------------------------------------------------------
