@@ -38,6 +38,7 @@ struct BlocksOfFile::Shared {
 namespace {
 
 constexpr std::size_t head_size = 1024;
+constexpr std::size_t page_size = 512;
 
 // An honest file is read a few times over; 4K pages are compressed.
 constexpr std::uint64_t times_the_file = 16;
@@ -181,7 +182,6 @@ class Index {
     return is_whole;
   }
 
-  static constexpr std::size_t page_size = 512;
   static constexpr int any_level = -1;
   Stream& stream_;
   bool is_ansi_;
@@ -238,6 +238,15 @@ bool is_whole_block(Stream& stream, const pst_index_ll& entry, bool is_ansi) {
                                number_at(bytes, all - trailer + (is_ansi ? 8 : 4), 4);
 }
 
+// The library notes each block that it reads, and looks through all of its notes at the next one.
+void forget_reads(pst_file& file) {
+  while (file.block_head != nullptr) {
+    pst_block_recorder* const next = file.block_head->next;
+    std::free(file.block_head);
+    file.block_head = next;
+  }
+}
+
 [[noreturn]] void serve(int socket, const std::string& head, Stream& stream, Blocks::Form form) {
   pst_file file;
   if (pst_open(&file, head.c_str(), nullptr) != 0) end_process(EXIT_FAILURE);
@@ -245,7 +254,8 @@ bool is_whole_block(Stream& stream, const pst_index_ll& entry, bool is_ansi) {
   file.fp = fopencookie(&stream, "r",
                         {.read = Stream::read, .write = nullptr, .seek = Stream::seek, .close = nullptr});
   if (file.fp == nullptr) end_process(EXIT_FAILURE);
-  std::setvbuf(file.fp, nullptr, _IONBF, 0);
+  // Places are far from each other: to read much ahead is to read in vain.
+  std::setvbuf(file.fp, nullptr, _IOFBF, page_size);
   bool is_whole = pst_load_index(&file) == 0;
   std::vector<Blocks::Node> nodes;
   // Pages of 4K are laid out otherwise.
@@ -272,6 +282,7 @@ bool is_whole_block(Stream& stream, const pst_index_ll& entry, bool is_ansi) {
     if (!give(socket, &answer, sizeof answer)) break;
     if (answer.size != no_block && !give(socket, bytes, size)) break;
     std::free(bytes);
+    forget_reads(file);
   }
   end_process(EXIT_SUCCESS);
 }
