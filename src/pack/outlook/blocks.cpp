@@ -255,7 +255,8 @@ void forget_reads(pst_file& file) {
                         {.read = Stream::read, .write = nullptr, .seek = Stream::seek, .close = nullptr});
   if (file.fp == nullptr) end_process(EXIT_FAILURE);
   // Places are far from each other: to read much ahead is to read in vain.
-  std::setvbuf(file.fp, nullptr, _IOFBF, page_size);
+  std::array<char, page_size> buffer;
+  std::setvbuf(file.fp, buffer.data(), _IOFBF, buffer.size());
   bool is_whole = pst_load_index(&file) == 0;
   std::vector<Blocks::Node> nodes;
   // Pages of 4K are laid out otherwise.
