@@ -17,9 +17,11 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
-    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail, Mail", pack_mail},
-    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail/Contacts", pack_contacts},
-    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail/Calendar, ImapMail/Tasks", pack_calendars},
+    Source{"profiles of Thunderbird, stores of Outlook, Outlook Express, Windows Mail and Windows Live Mail",
+           "ImapMail, Mail", pack_mail},
+    Source{"profiles of Thunderbird, data files of Outlook, Contacts", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail/Calendar, ImapMail/Tasks",
+           pack_calendars},
     Source{"Sticky Notes of Windows 7 to 11, data files of Outlook", "Notes", pack_notes},
     Source{"data files of Outlook that are not unpacked whole", "My Documents", pack_outlook_files},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},

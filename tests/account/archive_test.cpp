@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <iterator>
+
 #include "account/raw_zip.h"
 #include "account/scene.h"
 #include "support/commands.h"
@@ -51,8 +54,9 @@ std::size_t read_all(const Archive& archive) {
 const std::vector<RawEntry> three = {{"B/two", "22"}, {"B/one", "1"}, {"C", "333"}};
 
 TEST(Names, are_sorted_and_found_by_folder) {
-  const Raw raw(raw_zip({{"b/z", ""}, {"b.txt", ""}, {"b/a/x", ""}, {"b/", ""}, {"b-c/y", ""}}));
-  EXPECT_THAT(raw.names(), ElementsAre("b", "b-c/y", "b.txt", "b/a/x", "b/z"));
+  const Raw raw(raw_zip(
+      {{"b/z", ""}, {"b.txt", ""}, {"b/a/x", ""}, {"b/", ""}, {"b-c/y", ""}, {"b0", ""}, {"b0/x", ""}}));
+  EXPECT_THAT(raw.names(), ElementsAre("b", "b-c/y", "b.txt", "b/a/x", "b/z", "b0", "b0/x"));
   EXPECT_EQ(2U, raw.archive->below("b").size());
   EXPECT_EQ("b/a/x", raw.archive->below("b/a").front().name);
   EXPECT_TRUE(raw.archive->find("b")->folder);
@@ -85,6 +89,7 @@ TEST(Names, are_read_in_the_code_page_of_dos) {
   EXPECT_THAT(Raw(raw_zip({{"\xab\xe1\xee", ""}}), "CP866").names(), ElementsAre("лсю"));
   // As on the first PCs where the page has no such character.
   EXPECT_THAT(Raw(raw_zip({{"x\xff", ""}}), "CP932").names(), ElementsAre("x\u00a0"));
+  EXPECT_THAT(Raw(raw_zip({{"x\x9b", ""}}), "CP932").names(), ElementsAre("x\u00a2"));
 }
 
 TEST(Names, that_are_utf8_by_chance_are_read_in_the_code_page) {
@@ -108,6 +113,13 @@ TEST(Names, of_more_than_255_bytes_are_cut_as_the_files_are) {
               ElementsAre(times(255, "a") + "/" + times(255, "b")));
   EXPECT_THAT(Raw(raw_zip({{times(200, "a") + "." + times(100, "b"), ""}})).names(),
               ElementsAre(times(200, "a") + "." + times(54, "b")));
+  EXPECT_THAT(Raw(raw_zip({{times(300, "a") + "." + times(63, "b"), ""}})).names(),
+              ElementsAre(times(191, "a") + "." + times(63, "b")));
+  EXPECT_THAT(Raw(raw_zip({{times(300, "a") + "." + times(64, "b"), ""}})).names(),
+              ElementsAre(times(255, "a")));
+  const Raw both(raw_zip({{times(255, "a"), ""}, {times(256, "b"), ""}}));
+  EXPECT_FALSE(both.archive->entries()[0].shortened);
+  EXPECT_TRUE(both.archive->entries()[1].shortened);
 }
 
 TEST(Names, that_are_utf8_stay_with_the_flag_and_without) {
@@ -153,7 +165,9 @@ TEST(Entries, tell_links_devices_and_what_must_not_be_written) {
                          {"file", "", 3, 0, 0100444U << 16},
                          {"link", "/etc/passwd", 3, 0, 0120777U << 16},
                          {"locked", "", 0, 0, 1},
-                         {"windows", "", 0, 0, 0120777U << 16}}));
+                         {"windows", "", 0, 0, 0120777U << 16},
+                         {"x/", "", 0, 0, 1},
+                         {"y/", "", 3, 0, 0040755U << 16}}));
   const auto entries = raw.archive->entries();
   EXPECT_TRUE(entries[0].is_link_or_device());
   EXPECT_FALSE(entries[1].is_link_or_device());
@@ -161,6 +175,9 @@ TEST(Entries, tell_links_devices_and_what_must_not_be_written) {
   EXPECT_TRUE(entries[2].is_link_or_device());
   EXPECT_TRUE(entries[3].read_only);
   EXPECT_FALSE(entries[4].is_link_or_device());  // Windows keeps no Unix modes
+  EXPECT_FALSE(entries[5].read_only);            // of a folder it says something else
+  EXPECT_FALSE(entries[6].is_link_or_device());
+  EXPECT_EQ(0040755, entries[6].mode);
 }
 
 TEST(Entries, that_are_encrypted_are_told_and_cannot_be_read) {
@@ -251,6 +268,16 @@ TEST(Frames, of_numbers_of_64_bits) {
   EXPECT_EQ("22", raw.archive->read(*raw.archive->find("B/two"), 100));
 }
 
+TEST(Frames, of_numbers_of_64_bits_have_the_size_first) {
+  RawFrame frame;
+  frame.large = true;
+  std::string bytes = raw_zip({{"a", "12345"}}, frame);
+  bytes[bytes.find(std::string("\1\0\x18\0", 4)) + 12] = '\3';
+  const Raw raw(bytes);
+  EXPECT_EQ(5U, raw.archive->find("a")->size);
+  EXPECT_EQ(3U, raw.archive->find("a")->packed);
+}
+
 TEST(Frames, of_nothing) { EXPECT_EQ(0U, Raw(raw_zip({})).names().size()); }
 
 TEST(Frames, of_more_entries_than_16_bits_count) {
@@ -289,6 +316,20 @@ TEST(Broken, paths_are_no_archives_and_nothing_waits_for_them) {
   EXPECT_THROW(Archive("/tmp", "CP437"), Unreadable);
   ASSERT_EQ(0, mkfifo("/tmp/pipe", 0600));
   EXPECT_THROW(Archive("/tmp/pipe", "CP437"), Unreadable);
+}
+
+std::ptrdiff_t open_files() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                       std::filesystem::directory_iterator());
+}
+
+TEST(Broken, archives_leave_no_open_file) {
+  const std::ptrdiff_t before = open_files();
+  EXPECT_NE("", refusal("PK"));
+  EXPECT_NE("", refusal(raw_zip(three).substr(0, 100)));
+  EXPECT_EQ(before, open_files());
+  EXPECT_EQ("", refusal(raw_zip(three)));
+  EXPECT_EQ(before, open_files());
 }
 
 // Whatever is broken, it ends: with a refusal, or with entries that can be asked for.

@@ -126,6 +126,18 @@ TEST_P(Drives, that_are_the_same_twice_are_listed_twice) {
   write_link("X", "//a/x");
   write(GetParam().place("X", "//a/x") + GetParam().place("X", "//a/x"));
   EXPECT_EQ("2 2 0 0 0", numbers(same.look(Kind::drives)));
+  write(GetParam().place("X", "//a/x"));
+  const std::string unlisted = "X: The list " + GetParam().list + " does not have it.";
+  EXPECT_THAT(missing(same), ElementsAre(unlisted, unlisted));
+}
+
+// A migrator reads a line in pieces of 1023 bytes, and takes the second piece for the name.
+TEST_P(Drives, with_an_endless_address_have_its_rest_for_a_name) {
+  const std::string share = "//a/" + std::string(1019, 'x');
+  const Scene endless(GetParam().system, {{"Mapped_Drives/a", share + "Rest\nX\n"}});
+  write(GetParam().place("Rest", share));
+  write_link("Rest", share);
+  EXPECT_EQ("1 1 0 0 0", numbers(endless.look(Kind::drives)));
 }
 
 TEST_P(Drives, that_are_no_drives_are_named) {

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "gui.h"
 #include "interface/dialogs.h"
 #include "interface/windows.h"
@@ -10,6 +12,7 @@
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/system_log.h"
 
 namespace {
 
@@ -305,6 +308,24 @@ TEST_F(NavigationTest, CancelShowsTheNoticeAndRemovesTheTemporaryFolder) {
   EXPECT_TRUE(leaves_main_loop([notice] { press(notice, "closebutton_quit"); }));
 }
 
+TEST_F(NavigationTest, CancelPressedOnceMoreDoesNothing) {
+  dir_name = const_cast<char*>("/tmp/brindabc123");
+  gtk_widget_hide(window1);
+  gtk_widget_show(window3);
+  forget_commands();
+  press(window3, "button_window3_cancel");
+  press(window3, "button_window3_cancel");
+  EXPECT_EQ(commands_run(), std::vector<std::string>{"rm -rf /tmp/brindabc123"});
+  EXPECT_EQ(std::ranges::count(visible_titles(), shipped_text("createdialogcancel")), 1);
+}
+
+TEST_F(NavigationTest, CancelTellsTheSystemLogOfNoCommand) {
+  dir_name = const_cast<char*>("/tmp/brindabc123");
+  gtk_widget_hide(window1);
+  gtk_widget_show(window3);
+  EXPECT_FALSE(is_failure_logged("rm -rf ", [] { press(window3, "button_window3_cancel"); }));
+}
+
 TEST_F(NavigationTest, ClosingTheCancelNoticeEndsTheProgramToo) {
   press(window3, "button_window3_cancel");
   GtkWidget* notice = visible_window(shipped_text("createdialogcancel"));
@@ -364,6 +385,12 @@ TEST_F(NavigationTest, HelpOpensFirefoxOnTheNovellLayout) {
   forget_commands();
   press(window1, "bHelpStep1");
   EXPECT_EQ(commands_run(), std::vector<std::string>{std::string("firefox") + page});
+}
+
+TEST_F(NavigationTest, HelpTellsTheSystemLogOfNoCommand) {
+  EXPECT_FALSE(is_failure_logged("mozilla ", [] { press(window1, "bHelpStep1"); }));
+  isNLD = 1;
+  EXPECT_FALSE(is_failure_logged("firefox ", [] { press(window2, "bHelpStep2"); }));
 }
 
 TEST_F(NavigationTest, TheBrowserGetsTheAddressAsOneWord) {

@@ -215,6 +215,19 @@ TEST_F(PagesTest, EveryMarkHasARow) {
   }
 }
 
+TEST_F(PagesTest, ARowThatIsNotShownTakesNoPlaceBetweenOthers) {
+  const WindowTexts texts;
+  ASSERT_FALSE(texts.missing());
+  Capabilities system = capabilities(system_called("GNome"));
+  system.unset_rows = {Mark::documents};
+  Page page("", G_CALLBACK(gtk_true));
+  put_marks(page, texts, system);
+  ASSERT_NE(lookup_widget(page.window(), "label_1"), nullptr);
+  EXPECT_FALSE(gtk_widget_get_visible(lookup_widget(page.window(), "label_1")));
+  EXPECT_EQ(place_of(page.window(), "label_2").y, place_of(page.window(), "label_0").y + system.row_pitch);
+  gtk_widget_destroy(page.window());
+}
+
 // The card behind the rows ends where the line of what is moved now begins.
 TEST_F(PagesTest, AFourteenthRowFitsTheCardAndLiesOverNoOther) {
   const WindowTexts texts;
@@ -292,6 +305,33 @@ TEST_F(PagesTest, UnknownNamesAreNoCrash) {
   EXPECT_EQ(lookup_widget(window2, "entry_remote"), nullptr);
   EXPECT_EQ(lookup_widget(nullptr, "image_1"), nullptr);
   EXPECT_EQ(lookup_widget(gtk_label_new(""), "image_1"), nullptr);
+}
+
+TEST_F(PagesTest, AWidgetWithoutAWindowIsNothingToComplainAbout) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(lookup_widget(nullptr, "image_1"), nullptr);
+  GtkWidget* box = gtk_hbox_new(FALSE, 0);
+  GtkWidget* label = gtk_label_new("");
+  gtk_container_add(GTK_CONTAINER(box), label);
+  EXPECT_EQ(lookup_widget(label, "image_1"), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// Kept as long as the window is, and no longer.
+TEST_F(PagesTest, ANamedWidgetGoesWithItsWindow) {
+  GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  GtkWidget* label = gtk_label_new("");
+  gtk_container_add(GTK_CONTAINER(window), label);
+  name_widget(window, label, "label");
+  bool gone = false;
+  g_object_set_data_full(
+      G_OBJECT(label), "gone", &gone, +[](gpointer flag) { *static_cast<bool*>(flag) = true; });
+  g_object_ref(window);
+  gtk_widget_destroy(window);
+  ASSERT_FALSE(gone);
+  EXPECT_EQ(lookup_widget(window, "label"), label);
+  g_object_unref(window);
+  EXPECT_TRUE(gone);
 }
 
 TEST_F(PagesTest, AnyWidgetFindsItsWindowsNames) {

@@ -138,6 +138,16 @@ TEST_F(StartupTest, PrintsItsMilestonesInOrder) {
   EXPECT_TRUE(same_bytes(expected, read_file("/root/stdout")));
 }
 
+// By which a window manager knows its windows.
+TEST_F(StartupTest, ItsWindowsAreThoseOfBrindle) {
+  start();
+  const std::string id = window_called(shipped_text("window1"));
+  ASSERT_NE(id, "");
+  EXPECT_EQ(output_of("xprop -id " + id + " WM_CLASS"), "WM_CLASS(STRING) = \"brindle\", \"Brindle\"\n");
+  ask_to_close(id);
+  EXPECT_EQ(wait_for_end(), 0);
+}
+
 TEST_F(StartupTest, LeavesTheMarkerTheLogAndTheLook) {
   EXPECT_EQ(live_once(), 0);
   EXPECT_EQ(read_file("/root/.brindle_first_run"), "Installed");
@@ -359,6 +369,8 @@ TEST_F(OptionsTest, WhatIsNotKnownIsNamedBeforeAnythingIsWritten) {
       {{"--nonsense"}, "the option --nonsense is not known, or not given like this"},
       {{"--displ=:5"}, "the option --displ=:5 is not known, or not given like this"},
       {{"--displ", ":5"}, "the option --displ is not known, or not given like this"},
+      {{"--hel"}, "the option --hel is not known, or not given like this"},
+      {{"--vers"}, "the option --vers is not known, or not given like this"},
       {{"--sync", "--nonsense=3"}, "the option --nonsense=3 is not known, or not given like this"},
       {{"-hx"}, ""},
       {{"-xh"}, "the option -x is not known, or not given like this"},
@@ -697,6 +709,62 @@ TEST_F(StartupTest, ASignalEndsItWithACommandThatHangsAtTheStart) {
   kill(child, SIGTERM);
   EXPECT_EQ(wait_for_end(), 1000 + SIGTERM);
   EXPECT_EQ("", output_of("pgrep -xf 'sleep 4325'"));
+}
+
+// Activates the window with this title and then does what xdotool is told.
+bool xdotool_in(const std::string& title, const std::string& words) {
+  return shell_quietly("timeout 10 xdotool search --sync --onlyvisible --name '" + title +
+                       "' windowactivate --sync && timeout 10 xdotool " + words) == 0;
+}
+
+// How many pixels of a window on the screen are not those of a page's picture.
+long other_pixels(const std::string& id, const std::string& picture) {
+  return std::stol(output_of("import -window " + id +
+                             " /tmp/page.png; compare -metric AE /tmp/page.png /usr/local/brindle/" +
+                             picture + ".png null: 2>&1"));
+}
+
+TEST_F(StartupTest, ThePagesHaveThePicturesOfTheirNames) {
+  start_display();
+  start_window_manager();
+  start();
+  const std::string first = window_called(shipped_text("window1"));
+  ASSERT_NE(first, "");
+  ASSERT_TRUE(xdotool_in(shipped_text("window1"), "sleep 0.5"));
+  EXPECT_LT(other_pixels(first, "step1"), other_pixels(first, "step2"));
+  ASSERT_TRUE(xdotool_in(shipped_text("window1"), "key Return"));
+  const std::string second = window_called(shipped_text("window2"));
+  ASSERT_NE(second, "");
+  ASSERT_TRUE(xdotool_in(shipped_text("window2"), "sleep 0.5"));
+  EXPECT_LT(other_pixels(second, "step2"), other_pixels(second, "step1"));
+  ask_to_close(second);
+  EXPECT_EQ(wait_for_end(), 0);
+}
+
+// The progress is drawn behind the closing of its page when both are due at once, as on a machine that is
+// busy with something else for a moment.
+TEST_F(StartupTest, APageThatIsClosedIsStillThereForWhatIsDrawnOnIt) {
+  install_script("/usr/local/bin/unzip",
+                 "[ \"$1\" = -o ] || exec /usr/bin/unzip \"$@\"\ntouch /root/hangs\nsleep 4325\n");
+  ASSERT_EQ(shell_quietly("cd /root; truncate -s 20M big; zip -q a.zip big; rm big"), 0);
+  start_display();
+  start_window_manager();
+  start();
+  ASSERT_NE(window_called(shipped_text("window1")), "") << read_file("/root/stderr");
+  ASSERT_TRUE(xdotool_in(shipped_text("window1"), "key Return"));
+  ASSERT_NE(window_called(shipped_text("window2")), "");
+  ASSERT_TRUE(xdotool_in(shipped_text("window2"), "key Tab"));
+  ASSERT_TRUE(xdotool_in(shipped_text("window2"), "type /root/a.zip"));
+  ASSERT_TRUE(xdotool_in(shipped_text("window2"), "key alt+n"));
+  const std::string page = window_called(shipped_text("window3"));
+  ASSERT_NE(page, "");
+  wait_until_it_hangs();
+  kill(child, SIGSTOP);
+  ask_to_close(page);
+  usleep(400000);  // longer than from one step of the progress to the next
+  kill(child, SIGCONT);
+  EXPECT_EQ(wait_for_end(), 0);
+  EXPECT_EQ(read_file("/root/stderr").find("CRITICAL"), std::string::npos) << read_file("/root/stderr");
 }
 
 TEST_F(StartupTest, ASecondOneInTheSameHomeSaysSoAndGoes) {

@@ -373,6 +373,15 @@ TEST_F(Keep, keeps_what_lies_in_no_home_with_whoever_runs_the_program) {
   EXPECT_THAT(told(), IsSupersetOf({"/Share/a file unknown", "/etc/brindle-new nothing unknown"}));
 }
 
+TEST_F(Keep, keeps_what_lies_beside_the_home_under_a_name_that_begins_alike) {
+  write_file("/rootless", "one");
+  write_file("/root2/a", "two");
+  ASSERT_TRUE(keep::before_change("/rootless"));
+  ASSERT_TRUE(keep::before_change("/root2/a"));
+  EXPECT_EQ("one", read_file(kept("/rootless")));
+  EXPECT_EQ("two", read_file(kept("/root2/a")));
+}
+
 TEST_F(Keep, removes_with_all_that_is_in_it) {
   write_file("/root/d/sub/a", "one");
   write_file("/root/d/.b", "two");

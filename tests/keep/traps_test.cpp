@@ -56,6 +56,16 @@ TEST_F(Traps, LinksOutOfTheHome) {
   }
 }
 
+TEST_F(Traps, LinksIntoAFolderWhoseNameBeginsLikeTheHomes) {
+  shell_quietly(
+      "mkdir -p /home/anna/d; echo secret > /home/anna/file; cd /home/ann; ln -s ../anna/file a; ln -s "
+      "/home/anna b");
+  for (const char* name : {"a", "b/file", "b/new", "b/d/new"}) {
+    const std::string path = std::string("/home/ann/") + name;
+    EXPECT_EQ(refusal(path, leads_out), complaint_before_change(path));
+  }
+}
+
 TEST_F(Traps, LinksWithinTheHomeAreNone) {
   shell_quietly("cd /home/ann; ln -s d/f a; ln -s /home/ann/d b; ln -s b c; ln -s ../ann/d/new e");
   for (const char* name : {"a", "b", "c", "c/f", "b/new", "e"})

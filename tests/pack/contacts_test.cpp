@@ -84,6 +84,13 @@ TEST(Vcards, OfOthersKeepWhatIsUnderstood) {
             "END:VCARD");
 }
 
+TEST(Vcards, HaveNoZeroBytes) {
+  using namespace std::string_literals;
+  EXPECT_EQ(pack::vcard_of("FN:A\0nn\r\nNOTE;X\0:a\0\r\n"s).content(), "FN:Ann\r\nNOTE:a\r\n");
+  EXPECT_EQ(pack::vcard_of_mozilla({{"DisplayName", "A\0nn"s}, {"LastName", "L\0"s}}).content(),
+            "FN:Ann\r\nN:L;;;;\r\n");
+}
+
 TEST(Vcards, HaveTheNamesThatEachNeeds) {
   pack::Vcard mail;
   mail.add("EMAIL;TYPE=INTERNET", "a@b.example");
@@ -154,12 +161,12 @@ TEST(Contacts, HaveKeysThatAreTheirUids) {
 
 TEST(Contacts, ThatCannotBeReadAreTold) {
   const windows::Disk disk;
-  disk.add(profile + "abook.mab", "// <!-- <mdb:mork:z v=\"1.4\"/> -->");
+  disk.add(profile + "abook.mab", "no book");
   disk.add(profile + "abook-1.sqlite", "none");
   const auto result = pack_disk(disk.path());
   EXPECT_FALSE(result.content.contains("Brindle/ImapMail/Contacts/addressbook.db"));
-  EXPECT_THAT(result.remarks(), ElementsAre("damaged " + profile + "abook-1.sqlite",
-                                            "unknown-format " + profile + "abook.mab"));
+  EXPECT_THAT(result.remarks(),
+              ElementsAre("damaged " + profile + "abook-1.sqlite", "damaged " + profile + "abook.mab"));
   EXPECT_TRUE(result.people.front().tally.has_losses());
 }
 

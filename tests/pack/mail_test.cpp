@@ -127,6 +127,17 @@ TEST(MailFolders, OfSeveralAccountsAreJoinedAndNoMessageIsThereTwice) {
   EXPECT_FALSE(result.people.front().tally.has_losses());
 }
 
+TEST(MailFolders, MessagesThatDifferInAnEmptyLineAreTwo) {
+  const windows::Disk disk;
+  disk.add(profile + "Mail/a/Inbox", "From - 1\nSubject: a\n\none\ntwo\n\n");
+  disk.add(profile + "Mail/b/Inbox", "From - 2\nSubject: a\n\none\n\ntwo\n");
+  disk.add(profile + "Mail/c/Inbox", "From - 3\nSubject: a\n\none\ntwo\n\n\n\n");
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"),
+            "From - 1\nSubject: a\n\none\ntwo\n\nFrom - 2\nSubject: a\n\none\n\ntwo\n\n");
+  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + profile + "Mail/c/Inbox"));
+}
+
 TEST(MailFolders, DeletedMessagesStay) {
   const windows::Disk disk;
   disk.add(profile + "Mail/Local Folders/Inbox",

@@ -226,12 +226,13 @@ TEST_F(Copying, TakesCapabilitiesAndSetIdBitsOnlyWhenToldTo) {
 
 TEST_F(Copying, GivesWhatAPersonMayGive) {
   prepare(
-      "mkdir tree; printf x > tree/a; chmod 6755 tree/a; chown 5:6 tree/a; "
+      "mkdir tree; printf x > tree/a; chown 5:6 tree/a; chmod 6755 tree/a; "
       "chown 1234:1234 tree .; "
       "ln -s a tree/link; chown -h 5:6 tree/link; printf own > tree/own; "
       "chmod 4700 tree/own; "
       "chown 1234:1234 tree/own; chmod 4700 tree/own; touch -d 2001-02-03 "
       "tree/a tree; chmod 555 tree");
+  ASSERT_EQ(look("tree/a").mode, 06755U);  // which a change of the owner would have taken
   ASSERT_TRUE(as_person([&] { return copy("tree", "copy"); }));
   EXPECT_EQ(look("copy/a").mode, 0755U);
   EXPECT_EQ(look("copy/a").uid, 1234U);

@@ -54,6 +54,12 @@ class Look(Tree):
         found = {os.path.relpath(path, self.top) for path in snapshot.look([self.top, self.top + "/missing"])}
         self.assertEqual({".", "one", "one again", "folder", "folder/inner", "folder/two", "link", "pipe"}, found)
 
+    def test_a_link_to_a_folder_is_not_followed(self):
+        os.symlink("folder", self.path("shortcut"))
+        os.symlink(".", self.path("folder/round"))
+        found = {os.path.relpath(path, self.top) for path in snapshot.look([self.top, self.path("shortcut")])}
+        self.assertEqual({"shortcut", "folder/round"}, {path for path in found if "shortcut" in path or "round" in path})
+
     def test_content_of_the_same_length_and_time(self):
         self.assertEqual({"folder/two": {"content"}}, self.differences_after(lambda: self.write("folder/two", "33")))
 

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <thread>
 
+#include "process/run/password_file.h"
 #include "run/fakes.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -529,6 +530,18 @@ TEST_F(Passwords, AnAccountThatWouldBeTheSuperusersGetsNoPassword) {
   migrate_noting_errors();
   EXPECT_EQ("!\n", password_of("toor"));
   EXPECT_THAT(complained, HasSubstr("/home/toor/pass may not name this account; the password of toor"));
+}
+
+// Whatever useradd makes of such a name.
+TEST_F(Passwords, AreWrittenForNoNameThatIsMoreThanTheFirstFieldOfALine) {
+  for (const char* name : {"root:owned", ":", "ann\nroot", "ann\n", "ann\rroot", "\r"}) {
+    errno = 0;
+    EXPECT_EQ(PasswordFile::not_allowed, write_password_file("/tmp/pass", name)) << name;
+    EXPECT_EQ(EPERM, errno);
+    EXPECT_FALSE(exists("/tmp/pass"));
+  }
+  EXPECT_EQ(PasswordFile::written, write_password_file("/tmp/pass", "ann"));
+  EXPECT_EQ("ann:ann\n", read_file("/tmp/pass"));
 }
 
 // ---- Privacy --------------------------------------------------------------------------------------------

@@ -36,6 +36,21 @@ TEST(Attributes, of_a_tree_that_was_opened_to_everybody_come_back) {
   EXPECT_TRUE(same_bytes(after, scene::tree("/Share")));
 }
 
+TEST(Attributes, of_others_come_back_without_set_id_bits) {
+  shell_quietly("useradd -m -u 1234 ann");
+  write_file("/home/ann/tool", "#!/bin/sh\n");
+  shell_quietly("chown 77:78 /home/ann/tool; chmod 6755 /home/ann/tool");
+  {
+    const scene::Migration run;
+    ASSERT_TRUE(keep::before_owner("/home/ann", 1234));
+    shell_quietly("chown -R ann /home/ann");
+  }
+  ASSERT_EQ("1234 78 755\n", output_of("stat -c '%u %g %a' /home/ann/tool"));
+  const Ended ended = scene::undo("--yes");
+  EXPECT_EQ(0, ended.status) << ended.said;
+  EXPECT_EQ("77 78 755\n", output_of("stat -c '%u %g %a' /home/ann/tool"));
+}
+
 TEST(Attributes, that_somebody_has_changed_since_stay) {
   write_file("/Share/one", "1");
   write_file("/Share/two", "2");

@@ -34,13 +34,11 @@ std::optional<Hive> hive_of(const Machine& machine, std::string_view path) {
   return file ? Hive::open(machine.disk.system(), file->path) : std::nullopt;
 }
 
-// ASCII in UTF-16 up to its zero: behind it Windows leaves what was there before.
+// UTF-16 up to its zero: behind it Windows leaves what was there before. Names of keys are ASCII.
 std::string key_name_in(const std::string& bytes) {
   std::string name;
-  for (std::size_t i = 0; i + 1 < bytes.size() && (bytes[i] != 0 || bytes[i + 1] != 0); i += 2) {
-    if (bytes[i + 1] != 0) return "";
+  for (std::size_t i = 0; i + 1 < bytes.size() && (bytes[i] != 0 || bytes[i + 1] != 0); i += 2)
     name += bytes[i];
-  }
   return name;
 }
 

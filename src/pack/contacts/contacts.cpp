@@ -3,8 +3,11 @@
 #include <system_error>
 
 #include "pack/contacts/address_book.h"
+#include "pack/contacts/mork.h"
 #include "pack/contacts/outlook_contacts.h"
+#include "pack/contacts/windows_contacts.h"
 #include "pack/database/database.h"
+#include "pack/disk/stage.h"
 #include "pack/mail/thunderbird_profiles.h"
 
 namespace pack {
@@ -50,15 +53,23 @@ class Contacts {
           properties[row.text(1)] = row.text(2);
         });
     add(properties, from);
-    database.each("SELECT name FROM lists", [&](const Row& row) {
-      packing_.leave_out(Kind::contacts, Cause::no_place, from + ": " + row.text(0));
-    });
+    database.each("SELECT name FROM lists", [&](const Row& row) { leave_out_list(row.text(0), from); });
     return good;
+  }
+
+  void add_mork(const MorkBook& book, const std::string& from) {
+    for (const Properties& properties : book.cards) add(properties, from);
+    for (const std::string& list : book.lists) leave_out_list(list, from);
+    if (!book.is_whole) packing_.tell_of(Kind::contacts, Cause::cut_short, from);
   }
 
   void pack() { book_.pack(packing_); }
 
  private:
+  void leave_out_list(const std::string& name, const std::string& from) {
+    packing_.leave_out(Kind::contacts, Cause::no_place, from + ": " + name);
+  }
+
   Packing& packing_;
   AddressBook book_;
 };
@@ -72,6 +83,16 @@ bool is_address_book(std::string_view name) {
   return ends_with(name, ".sqlite") && (name.starts_with("abook") || is_same_name(name, "history.sqlite"));
 }
 
+// abook.mab, impab.mab, history.mab: up to version 77. A newer version leaves them beside its own.
+void add_old_book(Packing& packing, const Place& file, const Entry& entry, Contacts& contacts) {
+  if (entry.gap) return packing.leave_out(Kind::contacts, *entry.gap, file.path);
+  if (entry.size > longest_mork) return packing.leave_out(Kind::contacts, Cause::too_long, file.path);
+  const auto text = whole(file, longest_mork);
+  const auto book = text ? read_mork(*text) : std::nullopt;
+  if (!book) return packing.leave_out(Kind::contacts, text ? Cause::damaged : Cause::unreadable, file.path);
+  contacts.add_mork(*book, file.path);
+}
+
 void add_profile(Packing& packing, const Tree& tree, const std::string& profile, Contacts& contacts) {
   std::vector<Entry> entries;
   try {
@@ -82,7 +103,7 @@ void add_profile(Packing& packing, const Tree& tree, const std::string& profile,
   for (const Entry& entry : entries) {
     const Place place{.tree = &tree, .path = joined(profile, entry.name)};
     if (entry.what != What::file) continue;
-    if (ends_with(entry.name, ".mab")) packing.leave_out(Kind::contacts, Cause::unknown_format, place.path);
+    if (ends_with(entry.name, ".mab")) add_old_book(packing, place, entry, contacts);
     if (!is_address_book(entry.name)) continue;
     const auto database = Database::open(place);
     if (!database || !contacts.add_database(*database, place.path))
@@ -97,6 +118,8 @@ void pack_contacts(Packing& packing, const Machine& machine, const Person& perso
   Contacts contacts(packing);
   for (const std::string& profile : thunderbird_profiles(person))
     add_profile(packing, *person.home.tree, profile, contacts);
+  add_windows_contacts(packing, machine, person, hive,
+                       [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
   each_outlook_contact(packing, machine, person, hive,
                        [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
   contacts.pack();

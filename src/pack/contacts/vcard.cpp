@@ -12,7 +12,7 @@ std::string escaped(std::string_view value) {
   std::string text;
   for (std::size_t at = 0; at < value.size(); ++at) {
     const char c = value[at];
-    if (c == '\r' && at + 1 < value.size() && value[at + 1] == '\n') continue;
+    if (c == '\0' || (c == '\r' && at + 1 < value.size() && value[at + 1] == '\n')) continue;
     if (c == '\n' || c == '\r') {
       text += "\\n";
     } else {
@@ -137,6 +137,12 @@ std::string plain(std::string_view value) {
 
 void Vcard::add(std::string_view property, std::string_view value) {
   if (!value.empty()) lines_.push_back(std::string(property) + ":" + escaped(value));
+}
+
+// A zero byte would end the contact in its address book.
+void Vcard::add_line(std::string line) {
+  std::erase(line, '\0');
+  lines_.push_back(std::move(line));
 }
 
 void Vcard::add(std::string_view property, const std::vector<std::string>& parts) {

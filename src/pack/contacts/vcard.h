@@ -23,8 +23,8 @@ class Vcard {
   /// The same for a list of values ("CATEGORIES").
   void add_list(std::string_view property, const std::vector<std::string>& values);
 
-  /// Adds a line as it stands.
-  void add_line(const std::string& line) { lines_.push_back(line); }
+  /// Adds a line as it stands, but for zero bytes.
+  void add_line(std::string line);
 
   bool is_empty() const { return lines_.empty(); }
 

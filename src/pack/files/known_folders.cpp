@@ -48,9 +48,9 @@ constexpr std::array<std::string_view, 14> usual_settings = {"AppData",
                                                              "SendTo",
                                                              "Start Menu"};
 
-std::string home_of(const Hive& hive, const Person& person) {
+std::string home_of(const Hive* hive, const Person& person) {
   // Where Windows itself had it, for values that are written out.
-  const auto profile = hive.text("Volatile Environment", "USERPROFILE");
+  const auto profile = hive == nullptr ? std::nullopt : hive->text("Volatile Environment", "USERPROFILE");
   return profile.value_or(R"(C:\Users\)" + person.shown);
 }
 
@@ -72,12 +72,6 @@ std::string with_slashes(std::string path) {
   return path;
 }
 
-struct Answer {
-  std::optional<Place> place;
-  std::optional<Cause> cause;  // why there is none, though the registry has a path
-  std::string path;
-};
-
 // A folder on the way that is no folder for this reader of the disk.
 bool leads_over_a_gap(const Place& home, std::string_view path) {
   for (std::size_t end = 0; end != std::string_view::npos;) {
@@ -90,7 +84,7 @@ bool leads_over_a_gap(const Place& home, std::string_view path) {
 }
 
 // The folder at the home is the person's wherever Windows had the home.
-Answer in_home(const Person& person, const std::string& path, std::string_view below) {
+Whereabouts in_home(const Person& person, const std::string& path, std::string_view below) {
   const std::string place = with_slashes(std::string(below));
   if (const auto found = find_folder(*person.home.tree, person.home.path, place))
     return {.place = Place{.tree = person.home.tree, .path = *found}, .cause = {}, .path = path};
@@ -107,28 +101,7 @@ bool is_anothers(const Person& person, const Place& place) {
   return lies_in(place, homes) && !lies_in(place, person.home);
 }
 
-Answer by_registry(const Disk& disk, const Person& person, const Hive& hive, std::string_view value) {
-  const auto text = hive.text(shell_folders, value);
-  if (!text) return {};
-  std::string path = *text;
-  const std::string home = home_of(hive, person);
-  const std::size_t colon = std::min(home.find(':') + 1, home.size());
-  path = expanded(path, "USERPROFILE", home);
-  path = expanded(path, "HOMEDRIVE", home.substr(0, colon));
-  path = expanded(path, "HOMEPATH", home.substr(colon));
-  for (const std::string_view variable : {"OneDrive", "OneDriveConsumer"})
-    path = expanded(path, variable, home + R"(\OneDrive)");
-  path = expanded(path, "PUBLIC", R"(C:\Users\Public)");
-  path = expanded(path, "SystemDrive", "C:");
-  if (path.size() > home.size() && is_same_name(path.substr(0, home.size()), home) &&
-      path[home.size()] == '\\')
-    return in_home(person, path, std::string_view(path).substr(home.size() + 1));
-  const auto place = disk.find(path);
-  if (place && !is_anothers(person, *place)) return {.place = place, .cause = {}, .path = path};
-  return {.place = {}, .cause = Cause::elsewhere, .path = path};
-}
-
-Answer by_habit(const Person& person, std::string_view place) {
+Whereabouts by_habit(const Person& person, std::string_view place) {
   return in_home(person, std::string(place), place);
 }
 
@@ -155,25 +128,48 @@ bool lies_in(const Place& place, const Place& folder) {
          (place.path == folder.path || folder.path.empty() || place.path.starts_with(folder.path + "/"));
 }
 
+Whereabouts whereabouts(const Disk& disk, const Person& person, const Hive* hive, const std::string& text) {
+  std::string path = text;
+  const std::string home = home_of(hive, person);
+  const std::size_t colon = std::min(home.find(':') + 1, home.size());
+  path = expanded(path, "USERPROFILE", home);
+  path = expanded(path, "HOMEDRIVE", home.substr(0, colon));
+  path = expanded(path, "HOMEPATH", home.substr(colon));
+  for (const std::string_view variable : {"OneDrive", "OneDriveConsumer"})
+    path = expanded(path, variable, home + R"(\OneDrive)");
+  path = expanded(path, "PUBLIC", R"(C:\Users\Public)");
+  path = expanded(path, "SystemDrive", "C:");
+  if (path.size() > home.size() && is_same_name(path.substr(0, home.size()), home) &&
+      path[home.size()] == '\\')
+    return in_home(person, path, std::string_view(path).substr(home.size() + 1));
+  const auto place = disk.find(path);
+  if (place && !is_anothers(person, *place)) return {.place = place, .cause = {}, .path = path};
+  return {.place = {}, .cause = Cause::elsewhere, .path = path};
+}
+
+Whereabouts shell_folder(const Disk& disk, const Person& person, const Hive* hive, std::string_view name) {
+  const auto text = hive == nullptr ? std::nullopt : hive->text(shell_folders, name);
+  return text ? whereabouts(disk, person, hive, *text) : Whereabouts{};
+}
+
 KnownFolders known_folders(const Disk& disk, const Person& person, const Hive* hive) {
   KnownFolders folders;
   for (const Usual& usual : usual_folders) {
-    Answer answer = hive == nullptr ? Answer{} : by_registry(disk, person, *hive, usual.value);
+    const Whereabouts answer = shell_folder(disk, person, hive, usual.value);
     if (answer.cause &&
         std::ranges::find(folders.missing, answer.path, &MissingFolder::path) == folders.missing.end())
       folders.missing.push_back({.kind = usual.kind, .cause = *answer.cause, .path = answer.path});
     // What stayed at the usual place is the person's as well.
-    for (const Answer& found : {answer, by_habit(person, usual.place)})
+    for (const Whereabouts& found : {answer, by_habit(person, usual.place)})
       if (found.place)
         add(folders.here, {.kind = usual.kind, .name = std::string(usual.name), .place = *found.place});
   }
   drop_those_within_others(folders.here);
   for (const std::string_view value : values_of_settings)
-    if (const Answer answer = hive == nullptr ? Answer{} : by_registry(disk, person, *hive, value);
-        answer.place)
+    if (const Whereabouts answer = shell_folder(disk, person, hive, value); answer.place)
       folders.settings.push_back(*answer.place);
   for (const std::string_view place : usual_settings)
-    if (const Answer answer = by_habit(person, place); answer.place)
+    if (const Whereabouts answer = by_habit(person, place); answer.place)
       folders.settings.push_back(*answer.place);
   // A registry that calls the home itself, or a person's folder, a program's takes nothing away.
   std::erase_if(folders.settings, [&](const Place& settings) {

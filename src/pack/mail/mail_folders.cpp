@@ -51,19 +51,27 @@ class OneMessage : public Content {
     std::array<char, 4096> block{};
     const std::size_t count = content_->read(block.data(), block.size());
     is_at_end_ = count == 0;
-    for (const char byte : std::string_view(block.data(), count)) {
-      line_ += byte;
-      if (byte == '\n') end_line();
-    }
-    if (is_at_end_) end_line();
+    for (const char byte : std::string_view(block.data(), count)) take(byte);
+    if (is_at_end_) ready_ += std::exchange(start_, "");
   }
-  void end_line() {
-    if (line_.starts_with("From ")) ready_ += '>';
-    ready_ += std::exchange(line_, "");
+
+  // What a line begins with is held back until it is clear whether that is "From ".
+  void take(char byte) {
+    constexpr std::string_view separator = "From ";
+    if (is_in_line_) {
+      ready_ += byte;
+    } else {
+      start_ += byte;
+      if (separator.starts_with(start_) && start_ != separator) return;
+      if (start_ == separator) ready_ += '>';
+      ready_ += std::exchange(start_, "");
+    }
+    is_in_line_ = byte != '\n';
   }
 
   std::unique_ptr<Content> content_;
-  std::string line_;
+  std::string start_;
+  bool is_in_line_ = false;
   std::string ready_ = "From - Thu Jan  1 00:00:00 1970\n";
   bool is_at_end_ = false;
 };
@@ -78,6 +86,18 @@ std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& 
 void each_message(const MailFolders::Source& source, const Take& take, const Complain& complain) {
   if (source.written) return source.written(take, complain);
   const Tree& tree = *source.place.tree;
+  if (source.messages) {
+    try {
+      source.messages(
+          [&](std::unique_ptr<Content> message) {
+            each_message(std::make_unique<OneMessage>(std::move(message)), take);
+          },
+          complain);
+    } catch (const std::system_error&) {
+      complain(Cause::unreadable, source.place.path);
+    }
+    return;
+  }
   if (!source.is_maildir) {
     try {
       if (const auto cause = each_message(tree.open(source.place.path), take))
@@ -122,7 +142,15 @@ class Digester {
       if (!goes_on) is_note = is_note_of_a_program(head);
     }
   }
-  void take(std::string_view text) { XXH3_128bits_update(state_.get(), text.data(), text.size()); }
+  // Line ends at the end are not the message's: a mailbox has an empty line behind each.
+  void take(std::string_view text) {
+    const std::size_t size = text.find_last_not_of('\n') + 1;
+    if (size > 0) {
+      for (; line_ends_ > 0; --line_ends_) XXH3_128bits_update(state_.get(), "\n", 1);
+      XXH3_128bits_update(state_.get(), text.data(), size);
+    }
+    line_ends_ += text.size() - size;
+  }
   Digest digest() const {
     const XXH128_hash_t hash = XXH3_128bits_digest(state_.get());
     return {hash.high64, hash.low64};
@@ -135,6 +163,7 @@ class Digester {
   }
 
   std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state_;
+  std::size_t line_ends_ = 0;
 };
 
 std::vector<Digest> digests_of(const MailFolders::Source& source) {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ namespace pack {
 /// Gets the head of a message, with its line "From " and the empty line at the end; what it returns gets the
 /// body.
 using Take = std::function<Writer(const std::string& head)>;
+
+/// Gets a message, as its file holds it: lines may end with CR LF.
+using TakeMessage = std::function<void(std::unique_ptr<Content> message)>;
 
 /// Gets what is wrong with a source, or with one message of it.
 using Complain = std::function<void(Cause cause, const std::string& path)>;
@@ -29,6 +33,8 @@ class MailFolders {
     bool is_maildir = false;  ///< a folder with a file a message, in place of a file with all of them
     /// Of a source that writes its messages itself, each as a mailbox has it; it may be called several times.
     std::function<void(const Take& take, const Complain& complain)> written{};
+    /// Of a source in any other form, what hands out its messages; it may be called several times.
+    std::function<void(const TakeMessage& take, const Complain& complain)> messages{};
   };
 
   /// Adds a folder; `names` are those of the folders above it and its own, from the top. The usual ones at
