@@ -7,6 +7,7 @@
 #include "pack/desktop/desktop.h"
 #include "pack/files/files.h"
 #include "pack/mail/mail.h"
+#include "pack/outlook/outlook.h"
 #include "pack/planner/planner.h"
 #include "pack/printers/printers.h"
 
@@ -16,11 +17,13 @@ namespace {
 
 constexpr std::array all_sources{
     Source{"the home and the folders that the registry names", "My Documents, Desktop", pack_files},
-    Source{"profiles of Thunderbird, stores of Outlook Express, Windows Mail and Windows Live Mail",
+    Source{"profiles of Thunderbird, stores of Outlook, Outlook Express, Windows Mail and Windows Live Mail",
            "ImapMail, Mail", pack_mail},
-    Source{"profiles of Thunderbird, Contacts", "ImapMail/Contacts", pack_contacts},
-    Source{"profiles of Thunderbird", "ImapMail/Calendar, ImapMail/Tasks", pack_calendars},
-    Source{"Sticky Notes of Windows 7 to 11", "Notes", pack_notes},
+    Source{"profiles of Thunderbird, data files of Outlook, Contacts", "ImapMail/Contacts", pack_contacts},
+    Source{"profiles of Thunderbird, data files of Outlook", "ImapMail/Calendar, ImapMail/Tasks",
+           pack_calendars},
+    Source{"Sticky Notes of Windows 7 to 11, data files of Outlook", "Notes", pack_notes},
+    Source{"data files of Outlook that are not unpacked whole", "My Documents", pack_outlook_files},
     Source{R"(Control Panel\Desktop)", "Wallpaper", pack_wallpaper},
     Source{"Network", "Mapped_Drives", pack_drives},
     Source{"profiles of Firefox and the browsers made of Chromium, Favorites", "Bookmark.htm",

@@ -5,6 +5,7 @@
 
 #include "pack/contacts/address_book.h"
 #include "pack/contacts/mork.h"
+#include "pack/contacts/outlook_contacts.h"
 #include "pack/contacts/windows_contacts.h"
 #include "pack/database/database.h"
 #include "pack/disk/stage.h"
@@ -125,6 +126,8 @@ void pack_contacts(Packing& packing, const Machine& machine, const Person& perso
     add_profile(packing, profile, contacts, gaps);
   gaps.tell(packing, Kind::contacts);
   add_windows_contacts(packing, machine, person, hive,
+                       [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
+  each_outlook_contact(packing, machine, person, hive,
                        [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
   contacts.pack();
 }

@@ -322,6 +322,13 @@ void Vcard::add(std::string_view property, const std::vector<std::string>& parts
   add_line(std::string(property) + ":" + value);
 }
 
+void Vcard::add_list(std::string_view property, const std::vector<std::string>& values) {
+  std::string list;
+  for (const std::string& value : values)
+    if (!value.empty()) list += (list.empty() ? "" : ",") + escaped(value);
+  if (!list.empty()) lines_.push_back(std::string(property) + ":" + list);
+}
+
 std::string Vcard::value_of(std::string_view property) const {
   for (const std::string& line : lines_)
     if (line.starts_with(property) && (line[property.size()] == ':' || line[property.size()] == ';'))

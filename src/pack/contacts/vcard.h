@@ -21,6 +21,9 @@ class Vcard {
   /// stay, but for those at the end of ORG.
   void add(std::string_view property, const std::vector<std::string>& parts);
 
+  /// The same for a list of values ("CATEGORIES").
+  void add_list(std::string_view property, const std::vector<std::string>& values);
+
   /// Adds a line as it stands, but for NUL bytes, which would end it for its readers.
   void add_line(std::string line);
 

@@ -81,6 +81,10 @@ class FileContent : public Content {
            now.st_mtim.tv_nsec != opened_.st_mtim.tv_nsec;
   }
 
+  bool seek(std::uint64_t position) override {
+    return lseek(file_.get(), static_cast<off_t>(position), SEEK_SET) >= 0;
+  }
+
  private:
   struct stat looked_at() const {
     struct stat found {};

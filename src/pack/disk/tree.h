@@ -39,6 +39,10 @@ class Content {
 
   /// True when it is known that somebody has written to the file since it was opened.
   virtual bool has_changed() const { return false; }
+
+  /// Goes on at that byte of the file. False, and nothing done, when it can only be read from its beginning
+  /// on.
+  virtual bool seek(std::uint64_t) { return false; }
 };
 
 /// What lies in a folder, one after the other.

@@ -26,6 +26,13 @@ bool is_registry(std::string_view name) {
   return name.size() > registry.size() && is_same_name(name.substr(0, registry.size()), registry);
 }
 
+bool is_store_of_mail(std::string_view name) {
+  constexpr std::array<std::string_view, 2> endings = {".pst", ".ost"};
+  return std::ranges::any_of(endings, [&](std::string_view ending) {
+    return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
+  });
+}
+
 // A run passes names with a dot over there.
 bool is_top(std::string_view name) { return name == layout::documents || name == layout::desktop; }
 
@@ -153,6 +160,9 @@ void Files::pack_entry(Kind kind, const std::string& folder, const Place& place,
   if (entry.what == What::folder)
     return pack_folder(kind, folder + "/" + name, place, entry.modified == 0 ? 1 : entry.modified, false);
   if (is_made_by_windows(entry.name)) return packing_.leave_out(kind, Cause::windows_own, place.path);
+  // What is in it may become mail; whether all of it has is known at the end.
+  if (is_store_of_mail(entry.name))
+    return packing_.put_off({.kind = kind, .name = folder + "/" + name, .place = place, .entry = entry});
   packing_.add_file(kind, folder + "/" + name, place, entry);
 }
 

@@ -38,6 +38,11 @@ void Packing::add_file(Kind kind, const std::string& name, const Place& place, c
   }
 }
 
+bool Packing::is_unpacked(const Place& file) const {
+  const auto found = unpacked_.find({file.tree, file.path});
+  return found != unpacked_.end() && found->second.size() == unpacked_kinds.size();
+}
+
 void Packing::add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things) {
   parcel_.add_text(joined(folder_, name), content);
   for (; things > 1; --things) tally_.packed(kind, 0);

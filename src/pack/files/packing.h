@@ -2,6 +2,8 @@
 #ifndef BRINDLE_PACK_FILES_PACKING_H
 #define BRINDLE_PACK_FILES_PACKING_H
 
+#include <array>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +13,10 @@
 #include "pack/parcel/parcel.h"
 
 namespace pack {
+
+/// The kinds of what lies in data files of mail programs.
+inline constexpr std::array unpacked_kinds{Kind::mail, Kind::contacts, Kind::events, Kind::tasks,
+                                           Kind::notes};
 
 /// Puts somebody's things into the archive and counts them. Names are those below the person's folder there.
 class Packing {
@@ -34,6 +40,21 @@ class Packing {
 
   /// A file of the disk.
   void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
+
+  /// A file that is packed at the end, unless all that is in it has been unpacked by then.
+  struct PutOff {
+    Kind kind{};
+    std::string name;
+    Place place;
+    Entry entry;
+  };
+  void put_off(PutOff file) { put_off_.push_back(std::move(file)); }
+  const std::vector<PutOff>& put_off() const { return put_off_; }
+
+  /// Says that all of that kind in a file is in the archive. `is_unpacked` is true when that holds for every
+  /// kind.
+  void unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].insert(kind); }
+  bool is_unpacked(const Place& file) const;
 
   /// A file that is made here, of so many things that were found.
   void add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things = 1);
@@ -64,6 +85,8 @@ class Packing {
   std::set<std::string> folders_;
   std::vector<std::string> taken_;
   std::vector<Place> documents_;
+  std::vector<PutOff> put_off_;
+  std::map<std::pair<const Tree*, std::string>, std::set<Kind>> unpacked_;
 };
 
 }  // namespace pack

@@ -72,9 +72,6 @@ class OneMessage : public Content {
   bool is_at_end_ = false;
 };
 
-// Gets the head of a message; what it returns gets the body.
-using Take = std::function<Writer(const std::string& head)>;
-
 std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& take) {
   MailboxReader reader(*content);
   while (const auto head = reader.next()) reader.body(take(*head));
@@ -95,6 +92,7 @@ std::vector<Entry> entries_in(const Tree& tree, const std::string& folder, const
 
 // Hands out the messages of a source in their order; what cannot be read is told to `complain`.
 void each_message(const MailFolders::Source& source, const Take& take, const Complain& complain) {
+  if (source.written) return source.written(take, complain);
   const Tree& tree = *source.place.tree;
   if (source.messages) {
     try {

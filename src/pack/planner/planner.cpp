@@ -1,5 +1,6 @@
 #include "pack/planner/planner.h"
 
+#include "pack/planner/outlook_planner.h"
 #include "pack/planner/sticky_notes.h"
 #include "pack/planner/thunderbird_calendars.h"
 
@@ -10,13 +11,15 @@ void pack_calendars(Packing& packing, const Machine& machine, const Person& pers
   const std::string zone = zone_of(machine);
   Calendar calendar(packing, zone.empty() ? thunderbird_zone(machine, person, hive) : zone);
   add_thunderbird_calendars(packing, machine, person, hive, calendar);
+  add_outlook_calendars(packing, machine, person, hive, calendar);
   calendar.pack();
 }
 
-void pack_notes(Packing& packing, const Machine&, const Person& person, const Hive*) {
+void pack_notes(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::notes)) return;
   Notes notes(packing);
   add_sticky_notes(packing, person, notes);
+  add_outlook_notes(packing, machine, person, hive, notes);
 }
 
 }  // namespace pack
