@@ -156,7 +156,8 @@ TEST(OutlookExpress, NamesAreNoOrders) {
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below("Brindle/Mail/"),
               UnorderedElementsAre("-r", "--help", "$(touch hostile)", "`touch hostile`", "a'b\"c",
-                                   "x; touch hostile", "new\nline", "*", "~", "%s%n"));
+                                   "x; touch hostile", "new_line~0775befe", "*", "~", "%s%n"))
+      << "unzip drops line ends, so it gets another name";
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
