@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <iterator>
 #include <set>
 #include <system_error>
@@ -35,11 +36,13 @@ bool is_named_for_outlook(const std::string& name) {
   return letters.find("outlook") != std::string::npos;
 }
 
-std::vector<Entry> listed(const Place& folder) {
+// One by one: a folder of documents may hold any number.
+void each_in(const Place& folder, const std::function<void(const Entry& entry)>& take) {
   try {
-    return folder.tree->list(folder.path);
+    const auto listing = folder.tree->entries(folder.path);
+    while (const auto entry = listing->next()) take(*entry);
   } catch (const std::system_error&) {
-    return {};  // told by who packs the folder
+    return;  // told by who packs the folder
   }
 }
 
@@ -66,9 +69,10 @@ class Files {
     files_.push_back({.place = place, .entry = entry, .is_copy = ends_with(entry.name, ".ost")});
   }
   void add_folder(const Place& folder) {
-    for (const Entry& entry : listed(folder))
+    each_in(folder, [&](const Entry& entry) {
       if (entry.what != What::folder && is_outlook_file(entry.name))
         add({.tree = folder.tree, .path = joined(folder.path, entry.name)}, entry);
+    });
   }
   std::vector<OutlookFile> take() { return std::move(files_); }
 
@@ -154,9 +158,10 @@ std::vector<OutlookFile> outlook_files(Packing& packing, const Machine& machine,
   Files files;
   for (const KnownFolder& documents : known_folders(machine.disk, person, hive).here) {
     if (documents.kind != Kind::documents) continue;
-    for (const Entry& entry : listed(documents.place))
+    each_in(documents.place, [&](const Entry& entry) {
       if (entry.what == What::folder && is_named_for_outlook(entry.name))
         files.add_folder({.tree = documents.place.tree, .path = joined(documents.place.path, entry.name)});
+    });
   }
   for (const std::string_view place : usual_places)
     if (const auto folder = find_folder(*person.home.tree, person.home.path, place))
