@@ -191,3 +191,40 @@ def archive(folder, smaller):
             entry.compress_type = zipfile.ZIP_DEFLATED
             file.writestr(entry, text)
             write("%s/home/Documents/%s" % (folder, name), [text])
+
+
+# ---- Windows disks -------------------------------------------------------------------------------------------
+
+
+def disk(folder, files, size, compressed_part):
+    """A copy of a partition with the documents of one person: texts, and pictures that no program makes smaller."""
+    words, noise = Words(11), random.Random(12).randbytes(1 << 20)
+    documents = folder + "/Users/Ann/Documents"
+    for number in range(files):
+        place = "%s/folder %d" % (documents, number % 200)
+        os.makedirs(place, exist_ok=True)
+        if number % 100 < compressed_part:
+            begin = number * 4096 % (len(noise) // 2)
+            name, content = "picture %d.jpg" % number, noise[begin:begin + size]
+        else:
+            name, content = "letter %d.txt" % number, words.part(size).encode("ascii")
+        with open(place + "/" + name, "wb") as file:
+            file.write(content)
+
+
+def large_disk(folder, smaller):
+    """2 GB in 20,000 files, half of it pictures: a fiftieth part of what a person may have."""
+    disk(folder, 20000 // smaller, 100000, 50)
+
+
+def disk_of_small_files(folder, smaller):
+    disk(folder, 200000 // smaller, 2000, 10)
+
+
+def disk_of_many_names(folder, smaller):
+    """500,000 files with names of 200 bytes, all in one folder."""
+    documents = folder + "/Users/Ann/Documents"
+    os.makedirs(documents)
+    for number in range(500000 // smaller):
+        with open("%s/%06d%s" % (documents, number, "n" * 194), "wb"):
+            pass

@@ -54,9 +54,10 @@ std::optional<DiskCount> count_in(std::string_view line) {
 }
 
 // The packer's kinds for which the account has a word of its own, and those for which it needs another.
-constexpr std::array<std::pair<std::string_view, Kind>, 15> same_kinds = {{{"documents", Kind::documents},
+constexpr std::array<std::pair<std::string_view, Kind>, 16> same_kinds = {{{"documents", Kind::documents},
                                                                            {"desktop", Kind::desktop},
                                                                            {"others", Kind::shared_files},
+                                                                           {"shared", Kind::shared_files},
                                                                            {"accounts", Kind::mail_accounts},
                                                                            {"mail", Kind::mail},
                                                                            {"contacts", Kind::contacts},

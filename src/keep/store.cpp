@@ -238,7 +238,7 @@ bool Store::take(const place::Spot& from, const std::string& path) {
 
 void Store::drop(const std::string& path) {
   int flags = 0;
-  for (std::string place = folder_of_files + path; !place.empty(); place.erase(place.find_last_of("/"))) {
+  for (std::string place = folder_of_files + path; !place.empty(); place.erase(place.find_last_of('/'))) {
     const place::Spot spot = place::spot_beneath(folder_.number(), place);
     if (!spot || unlinkat(spot.folder.number(), spot.name.c_str(), flags) != 0) return;
     if (place.find('/') == std::string::npos) return;

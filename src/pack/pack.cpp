@@ -8,9 +8,9 @@
 #include <filesystem>
 #include <map>
 #include <set>
-#include <sstream>
 #include <system_error>
 
+#include "pack/disk/nameless.h"
 #include "pack/parcel/zip.h"
 #include "pack/progress.h"
 #include "pack/register.h"
@@ -120,23 +120,30 @@ bool lies_below(const std::string& path, const std::string& top) {
   return !top.empty() && (path == top || path.starts_with(top == "/" ? top : top + "/"));
 }
 
-// In the folder, or on the device that somebody has mounted meanwhile.
+// In the folder, or on the device that somebody has mounted meanwhile. What is not there holds nothing.
 bool lies_on(const std::string& folder, const std::string& source) {
   struct stat of_source {};
   struct stat of_folder {};
-  if (stat(source.c_str(), &of_source) == 0 && S_ISBLK(of_source.st_mode))
+  if (stat(source.c_str(), &of_source) != 0) return false;
+  if (S_ISBLK(of_source.st_mode))
     return stat(folder.c_str(), &of_folder) == 0 &&
            lies_below(device_of(of_folder.st_dev), device_of(of_source.st_rdev));
   return lies_below(folder, std::filesystem::canonical(source));
 }
 
-void refuse_within_source(const Options& options) {
-  std::vector<std::string> sources{path_of(options.source)};
-  for (const auto& [letter, name] : options.drives) sources.push_back(path_of(name));
-  const std::string folder = folder_of(options.out);
-  for (const std::string& source : sources)
-    if (lies_on(folder, source))
+// Nothing of ours comes to lie on a disk that is packed, not even for a while.
+void refuse_within_disks(const Options& options) {
+  std::vector<std::string> disks{path_of(options.source)};
+  for (const auto& [letter, name] : options.drives) disks.push_back(path_of(name));
+  const std::string copies = folder_for_copies();
+  for (const std::string& disk : disks) {
+    if (!options.out.empty() && lies_on(folder_of(options.out), disk))
       throw Impossible(options.out + " lies on the disk that is to be packed; nothing is written there");
+    if (lies_on(std::filesystem::canonical(copies), disk))
+      throw Impossible(copies +
+                       " lies on the disk that is to be packed; nothing is written there. Another folder for "
+                       "copies is named by TMPDIR");
+  }
 }
 
 void refuse_too_large(const Options& options, std::uint64_t bytes) {
@@ -149,10 +156,23 @@ void refuse_too_large(const Options& options, std::uint64_t bytes) {
                      " has room for " + std::to_string(free) + "; --without leaves kinds of data out");
 }
 
-std::string table_of_remarks(const std::vector<Packed>& people) {
-  std::ostringstream table;
-  write_table_of_remarks(table, people);
-  return table.str();
+// The numbers, and what is left out, which may be long.
+void add_tables(Parcel& parcel, const std::vector<Packed>& packed) {
+  const std::string root = std::string(layout::root) + "/";
+  parcel.add_text(root + layout::packed_counts, table_of_counts(packed));
+  std::uint64_t size = 0;
+  write_table_of_remarks([&](std::string_view line) { size += line.size(); }, packed);
+  parcel.add_stream(root + layout::packed_remarks, size,
+                    [&](const Writer& write) { write_table_of_remarks(write, packed); });
+}
+
+Survey surveyed(const Disk& disk, const std::vector<Person>& people, const Options& options,
+                Progress& progress) {
+  Sum sum(options.list, [&] { progress.find(); });
+  Survey survey{.people = pack_all(sum, disk, people, options)};
+  add_tables(sum, survey.people);
+  survey.bytes = sum.bytes();
+  return survey;
 }
 
 }  // namespace
@@ -168,6 +188,7 @@ Machine machine_of(const Disk& disk, const std::vector<Person>& people, const Op
 }
 
 Disk disk_of(const Options& options) {
+  refuse_within_disks(options);
   Volume source = opened(options.source);
   Disk disk(std::move(source.tree));
   for (const auto& [letter, name] : options.drives) disk.add(letter, opened(name).tree);
@@ -220,20 +241,20 @@ std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector
   return all;
 }
 
-std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people, const Options& options,
-                                  const std::atomic<int>& stopped) {
-  refuse_within_source(options);
-  Sum sum;
-  pack_all(sum, disk, people, options);
-  refuse_too_large(options, sum.bytes());
-  Progress progress(sum.bytes());
-  Zip zip(options.out, {.store = options.store, .stopped = &stopped, .progress = [&](std::uint64_t bytes) {
-                          progress.add(bytes);
-                        }});
+Survey look_at(const Disk& disk, const std::vector<Person>& people, const Options& options) {
+  Progress progress;
+  return surveyed(disk, people, options, progress);
+}
+
+std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people,
+                                  const Options& options) {
+  Progress progress;
+  const std::uint64_t bytes = surveyed(disk, people, options, progress).bytes;
+  refuse_too_large(options, bytes);
+  progress.begin(bytes);
+  Zip zip(options.out, {.store = options.store, .progress = [&](std::uint64_t more) { progress.add(more); }});
   auto packed = pack_all(zip, disk, people, options);
-  const std::string root = std::string(layout::root) + "/";
-  zip.add_text(root + layout::packed_counts, table_of_counts(packed));
-  zip.add_text(root + layout::packed_remarks, table_of_remarks(packed));
+  add_tables(zip, packed);
   zip.finish();
   return packed;
 }

@@ -2,7 +2,6 @@
 #ifndef BRINDLE_PACK_PACK_H
 #define BRINDLE_PACK_PACK_H
 
-#include <atomic>
 #include <stdexcept>
 #include <vector>
 
@@ -29,11 +28,20 @@ std::vector<Person> chosen_people(const Disk& disk, const Options& options);
 std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector<Person>& people,
                              const Options& options);
 
-/// Writes the archive `options.out` and returns its numbers, which lie in it as well. `stopped` becomes not 0
-/// when the person has had enough. Throws Impossible, Interrupted, and std::system_error; then there is no
-/// archive.
-std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people, const Options& options,
-                                  const std::atomic<int>& stopped);
+/// What an archive would hold, and how many bytes it takes at most while it is written.
+struct Survey {
+  std::vector<Packed> people;
+  std::uint64_t bytes = 0;
+};
+
+/// Looks at everything and writes nothing. What mail folders hold is counted only for `options.list`. Throws
+/// Interrupted, and std::runtime_error.
+Survey look_at(const Disk& disk, const std::vector<Person>& people, const Options& options);
+
+/// Writes the archive `options.out` and returns its numbers, which lie in it as well. Throws Impossible,
+/// Interrupted, and std::system_error; then there is no archive.
+std::vector<Packed> write_archive(const Disk& disk, const std::vector<Person>& people,
+                                  const Options& options);
 
 }  // namespace pack
 

@@ -13,26 +13,55 @@ constexpr std::chrono::milliseconds between_two{200};
 
 }  // namespace
 
-Progress::Progress(std::uint64_t total)
-    : total_(std::max<std::uint64_t>(total, 1)), is_shown_(isatty(STDERR_FILENO) == 1) {}
+Progress::Progress() : is_shown_(isatty(STDERR_FILENO) == 1) {}
 
 Progress::~Progress() {
   if (is_shown_) std::fputs("\r\033[K", stderr);
 }
 
-void Progress::add(std::uint64_t bytes) {
-  done_ = std::min(done_ + bytes, total_);
-  if (!is_shown_) return;
-  const Clock::time_point now = Clock::now();
-  if (now - shown_ >= between_two) show(now);
+bool Progress::is_time(Clock::time_point now) {
+  if (!is_shown_ || now - shown_ < between_two) return false;
+  shown_ = now;
+  return true;
 }
 
-void Progress::show(Clock::time_point now) {
-  shown_ = now;
-  const double part = static_cast<double>(done_) / static_cast<double>(total_);
-  const double passed = std::chrono::duration<double>(now - begun_).count();
-  const auto left = static_cast<long>(passed / part - passed + 0.5);
-  std::fprintf(stderr, "\r%3.0f%% packed, about %ld:%02ld left\033[K", part * 100, left / 60, left % 60);
+void Progress::find() {
+  ++found_;
+  if (is_time(Clock::now()))
+    std::fprintf(stderr, "\r%llu things found\033[K", static_cast<unsigned long long>(found_));
+}
+
+void Progress::begin(std::uint64_t total) {
+  total_ = std::max<std::uint64_t>(total, 1);
+  begun_ = Clock::now();
+}
+
+void Progress::add(std::uint64_t bytes) {
+  done_ = std::min(done_ + bytes, total_);
+  if (is_time(Clock::now())) show();
+}
+
+void Progress::show() const {
+  const double passed = std::chrono::duration<double>(shown_ - begun_).count();
+  std::fprintf(stderr, "\r%3.0f%% packed, about %s left\033[K",
+               100 * static_cast<double>(done_) / static_cast<double>(total_),
+               time_left(passed, done_, total_).c_str());
+}
+
+std::string time_left(double passed, std::uint64_t done, std::uint64_t total) {
+  if (done == 0) return "?";
+  const auto seconds =
+      static_cast<long>(passed * static_cast<double>(total - done) / static_cast<double>(done) + 0.5);
+  constexpr long minute = 60;
+  constexpr long hour = 60 * minute;
+  char text[64];
+  if (seconds < hour) {
+    std::snprintf(text, sizeof text, "%ld:%02ld", seconds / minute, seconds % minute);
+  } else {
+    std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", seconds / hour, seconds % hour / minute,
+                  seconds % minute);
+  }
+  return text;
 }
 
 }  // namespace pack

@@ -1,5 +1,7 @@
 #include "pack/report.h"
 
+#include <glib.h>
+
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
@@ -36,11 +38,24 @@ std::string as_field(std::string_view text) {
   return field;
 }
 
-// What a terminal would take for an order of its own is shown as "?".
+// What a terminal takes for an order: control characters of both sets, line and paragraph ends, and marks
+// that turn the direction of what stands around them.
+bool is_order(gunichar c) {
+  const auto is_within = [c](gunichar first, gunichar last) { return first <= c && c <= last; };
+  return c < 0x20 || is_within(0x7F, 0x9F) || c == 0x61C || is_within(0x200E, 0x200F) ||
+         is_within(0x2028, 0x202E) || is_within(0x2066, 0x2069);
+}
+
+// "?" stands for each order, and for bytes that are no UTF-8.
 std::string as_shown(std::string_view text) {
-  std::string shown(text);
-  std::ranges::replace_if(
-      shown, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }, '?');
+  std::string shown;
+  while (!text.empty()) {
+    const gunichar c = g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
+    const bool is_character = static_cast<gint32>(c) >= 0;
+    const std::size_t size = is_character ? g_utf8_skip[static_cast<unsigned char>(text.front())] : 1;
+    shown += is_character && !is_order(c) ? text.substr(0, size) : "?";
+    text.remove_prefix(size);
+  }
   return shown;
 }
 
@@ -109,12 +124,16 @@ std::string table_of_counts(const std::vector<Packed>& people) {
   return table.str();
 }
 
-void write_table_of_remarks(std::ostream& out, const std::vector<Packed>& people) {
-  out << "person\tkind\tpath\tcause\tadvice\n";
+void write_table_of_remarks(const Writer& write, const std::vector<Packed>& people) {
+  write("person\tkind\tpath\tcause\tadvice\n");
   for (const Packed& packed : people)
     packed.tally.each_remark([&](const Tally::Remark& remark) {
-      out << as_field(packed.person.shown) << '\t' << name_of(remark.kind) << '\t' << as_field(remark.path)
-          << '\t' << name_of(remark.cause) << '\t' << advice_on(remark.cause) << '\n';
+      std::string line = as_field(packed.person.shown);
+      const std::string path = as_field(remark.path);
+      for (const std::string_view field :
+           {name_of(remark.kind), std::string_view(path), name_of(remark.cause), advice_on(remark.cause)})
+        line.append("\t").append(field);
+      write(line + "\n");
     });
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "pack/model/tally.h"
+#include "pack/parcel/parcel.h"
 #include "pack/people/people.h"
 
 namespace pack {
@@ -28,9 +29,9 @@ void write_report(std::ostream& out, const std::vector<Packed>& people);
 /// between, with a head line.
 std::string table_of_counts(const std::vector<Packed>& people);
 
-/// person, kind, path, cause, advice: a line for each thing that is told by name. Tabs, line ends and
-/// backslashes in names are written \t, \n, \r and \\.
-void write_table_of_remarks(std::ostream& out, const std::vector<Packed>& people);
+/// person, kind, path, cause, advice: a line for each thing that is told by name, piece by piece. Tabs, line
+/// ends and backslashes in names are written \t, \n, \r and \\.
+void write_table_of_remarks(const Writer& write, const std::vector<Packed>& people);
 
 }  // namespace pack
 

@@ -45,7 +45,8 @@ class Copy {
   };
 
   bool copy_next(const std::string& in_level) {
-    const std::string name = in_level;  // the level moves when there is one more
+    // The level moves when there is one more. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const std::string name = in_level;
     return copy_one(from_.here(), name.c_str(), to_.here(), name.c_str());
   }
 

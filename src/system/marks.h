@@ -11,7 +11,7 @@
 
 /// A progress mark; its value is the number in the widgets' names.
 enum class Mark {
-#define MARK(number, name, text_key) name = number,
+#define MARK(number, name, text_key) name = (number),
 #include "system/marks.def"
 #undef MARK
 };

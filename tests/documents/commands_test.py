@@ -137,7 +137,7 @@ class Ways(unittest.TestCase):
 
     def checks(self, command):
         """Builds and tests everything, this test too: cmake, ctest and what looks at the source are stood in for."""
-        for name in ("tools/install-packages", "tools/lint"):
+        for name in ("tools/install-packages", "tools/lint", "tools/tidy"):
             put(TREE / name, "#!/bin/sh\n")
         for name in ("cmake", "clang-format"):
             put(STANDINS / name, "#!/bin/sh\n")
@@ -347,7 +347,8 @@ class Commands(Ways):
 
     def tearDown(self):
         """The source is whole again for the next one."""
-        for name in ("tools/view", "tools/preview/summary.py", "samples/make", "tools/install-packages", "tools/lint"):
+        for name in ("tools/view", "tools/preview/summary.py", "samples/make", "tools/install-packages", "tools/lint",
+                     "tools/tidy"):
             shutil.copy(SOURCE / name, TREE / name)
 
     def test_each_is_known(self):

@@ -10,6 +10,7 @@
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 #include "support/commands.h"
+#include "support/files.h"
 
 namespace {
 
@@ -58,6 +59,7 @@ TEST(Bookmarks, OfFirefoxKeepFoldersOrderAndDates) {
         <DL><p>
             <DT><A HREF="http://two.example/"></A>
         </DL><p>
+        <HR>
     </DL><p>
     <DT><H3>Bookmarks Toolbar</H3>
     <DL><p>
@@ -66,6 +68,72 @@ TEST(Bookmarks, OfFirefoxKeepFoldersOrderAndDates) {
     </DL><p>
 </DL><p>
 )");
+}
+
+TEST(Bookmarks, OfFirefoxKeepTagsAndKeywords) {
+  const std::string marked =
+      "INSERT INTO moz_places VALUES (1, 'http://one.example/'), (2, 'http://two.example/');"
+      "INSERT INTO moz_bookmarks VALUES (10, 1, 1, 2, 0, 'One', 0, 'a'), (11, 1, 2, 2, 1, 'Two', 0, 'b'),"
+      " (12, 2, NULL, 4, 0, 'zoo & co', 0, 'c'), (13, 2, NULL, 4, 1, 'art', 0, 'd'),"
+      " (14, 1, 1, 12, 0, NULL, 0, 'e'), (15, 1, 1, 13, 0, NULL, 0, 'f'), (16, 1, 2, 13, 1, NULL, 0, 'g');";
+  const std::string line_of_one =
+      "<DT><A HREF=\"http://one.example/\" SHORTCUTURL=\"w&quot;1\" "
+      "TAGS=\"art,zoo &amp; co\">One</A>\n";
+  const std::string line_of_two = "<DT><A HREF=\"http://two.example/\" TAGS=\"art\">Two</A>\n";
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "places.sqlite",
+                places_tables + marked +
+                    "CREATE TABLE moz_keywords (id INTEGER PRIMARY KEY, keyword TEXT, place_id INTEGER);"
+                    "INSERT INTO moz_keywords VALUES (1, 'w\"1', 1), (2, 'other', 1);");
+  EXPECT_THAT(bookmarks_of(disk), HasSubstr(line_of_one));
+  EXPECT_THAT(bookmarks_of(disk), HasSubstr(line_of_two));
+  const windows::Disk old;
+  make_database(old, std::string(firefox) + "places.sqlite",
+                places_tables + marked +
+                    "CREATE TABLE moz_keywords (id INTEGER PRIMARY KEY, keyword TEXT);"
+                    "INSERT INTO moz_keywords VALUES (1, 'x'), (7, 'w\"1');"
+                    "ALTER TABLE moz_bookmarks ADD COLUMN keyword_id INTEGER;"
+                    "UPDATE moz_bookmarks SET keyword_id = 7 WHERE id = 10;");
+  EXPECT_THAT(bookmarks_of(old), HasSubstr(line_of_one));
+}
+
+TEST(Bookmarks, LinesBetweenThemAreNoBookmarks) {
+  const windows::Disk disk;
+  make_database(
+      disk, std::string(firefox) + "places.sqlite",
+      places_tables +
+          "INSERT INTO moz_places VALUES (1, 'http://one.example/');"
+          "INSERT INTO moz_bookmarks VALUES (10, 1, 1, 2, 0, 'One', 0, 'a'), (11, 3, NULL, 2, 1, '', 0, 'b'),"
+          " (12, 3, NULL, 2, 2, '', 0, 'c');");
+  disk.add(std::string(chrome) + "Bookmarks",
+           R"({"roots": {"bar": {"children": [{"name": "x", "url": "http://one.example/"}]}}})");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.content.at("Brindle/Bookmark.htm"), HasSubstr("One</A>\n        <HR>\n        <HR>\n"));
+  const auto count = result.people.front().tally.count(pack::Kind::bookmarks);
+  EXPECT_EQ(count.found, 2U);
+  EXPECT_EQ(count.packed, 1U);
+}
+
+TEST(Bookmarks, AreReadByOthers) {
+  const windows::Disk disk;
+  make_database(
+      disk, std::string(firefox) + "places.sqlite",
+      places_tables +
+          "INSERT INTO moz_places VALUES (1, 'http://one.example/?a=1&b=\"2\"'), (2, 'http://two.example/');"
+          "INSERT INTO moz_bookmarks VALUES (10, 1, 1, 3, 0, 'One <1>', 1100000000000000, 'a'),"
+          " (11, 2, NULL, 3, 1, 'Grüße', 0, 'b'), (12, 1, 2, 11, 0, 'Two', 0, 'c'),"
+          " (13, 3, NULL, 3, 2, '', 0, 'd');");
+  write_file("/tmp/Bookmark.htm", bookmarks_of(disk));
+  const auto asked = [](const std::string& question) {
+    return output_of("xmllint --html --xpath '" + question + "' /tmp/Bookmark.htm 2>/dev/null");
+  };
+  EXPECT_EQ(asked("string(//a[1]/@href)"), "http://one.example/?a=1&b=\"2\"\n");
+  EXPECT_EQ(asked("string(//a[1])"), "One <1>\n");
+  EXPECT_EQ(asked("string(//a[1]/@add_date)"), "1100000000\n");
+  EXPECT_EQ(asked("string((//h3)[2])"), "Grüße\n");
+  EXPECT_EQ(asked("string(//dl//dl//dl//a)"), "Two\n") << "in its folder";
+  EXPECT_EQ(asked("count(//a)"), "2\n");
+  EXPECT_EQ(asked("count(//hr)"), "1\n");
 }
 
 TEST(Bookmarks, OfFirefoxThatAreStillWaitingAreTaken) {
@@ -146,6 +214,34 @@ TEST(Bookmarks, OfAJsonThatIsNoneAreDamaged) {
   EXPECT_TRUE(pack::chromium_bookmarks(deep + "}}"));
 }
 
+TEST(Bookmarks, OfChromeWhereverTheirKeysStand) {
+  const auto list = pack::chromium_bookmarks(
+      R"({"x": {"roots": {"no": {"children": [{"url": "http://no.example/"}]}}}, "roots": {"a": {"url": "", "children": [
+         {"url": "http://1.example/", "meta_info": {"name": "no", "children": [{"url": "no"}], "deep": [["no"]]}, "name": "One"},
+         [{"url": "no"}], {"children": [{"name": "Two", "url": "http://2.example/"}], "name": "Folder", "type": "folder"}],
+         "name": "Bar"}, "version": "1", "empty": {"children": [], "name": "Empty"}}, "checksum": "7"})");
+  ASSERT_TRUE(list);
+  ASSERT_EQ(list->children.size(), 1U);
+  const pack::Bookmark& bar = list->children.front();
+  EXPECT_EQ(bar.title, "Bar");
+  ASSERT_EQ(bar.children.size(), 2U);
+  EXPECT_EQ(bar.children[0].title, "One");
+  EXPECT_EQ(bar.children[0].url, "http://1.example/");
+  EXPECT_EQ(bar.children[1].title, "Folder");
+  ASSERT_EQ(bar.children[1].children.size(), 1U);
+  EXPECT_EQ(bar.children[1].children[0].title, "Two");
+}
+
+TEST(Bookmarks, OfAJsonThatIsEndlessTakeLittle) {
+  const std::string one = R"({"name": "x", "url": "http://example.org/"},)";
+  std::string many = R"({"roots": {"x": {"children": [)";
+  for (int i = 0; i < 300000; ++i) many += one;
+  EXPECT_FALSE(pack::chromium_bookmarks(many + "{}]}}}"));
+  std::string others = R"({"roots": {"x": {"children": [], "other": [)";
+  for (int i = 0; i < 300000; ++i) others += one;
+  EXPECT_TRUE(pack::chromium_bookmarks(others + "{}]}}}")) << "what is not looked for is not held";
+}
+
 TEST(Bookmarks, OfInternetExplorerAreFiles) {
   const windows::Disk disk;
   disk.add("Users/Ann/Favorites/One.url",
@@ -164,6 +260,38 @@ TEST(Bookmarks, OfInternetExplorerAreFiles) {
   EXPECT_THAT(result.files_below("Brindle/My Documents/"),
               ElementsAre("Favorites/Links/none.url", "Favorites/Links/notes.txt"));
   EXPECT_THAT(result.remarks(), ElementsAre("windows-own Users/Ann/Favorites/desktop.ini"));
+}
+
+TEST(Bookmarks, OfInternetExplorerAreReadInTheirCharacterSet) {
+  const std::string text = "[InternetShortcut]\r\nURL=http://a.example/\xE9\r\n";
+  EXPECT_EQ(pack::address_in(text, "windows-1252"), "http://a.example/é");
+  EXPECT_EQ(pack::address_in(text, "windows-1251"), "http://a.example/й");
+  EXPECT_EQ(pack::address_in("[InternetShortcut]\nURL=http://a.example/é", "windows-1251"),
+            "http://a.example/é");
+  EXPECT_EQ(pack::address_in(text, "no such set"), "");
+  const windows::Disk disk;
+  disk.add("Users/Ann/Favorites/One.url", text);
+  EXPECT_THAT(bookmarks_of(disk), HasSubstr("http://a.example/é\""));
+}
+
+TEST(Bookmarks, OfInternetExplorerAreFoundByTheRegistry) {
+  const auto moved_to = [](const std::string& path) {
+    return windows::hive({{R"(Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders)",
+                           {{"Favorites", path, windows::Value::expand}}}});
+  };
+  const windows::Disk disk;
+  disk.add("Users/Ann/Favorites/Old.url", "[InternetShortcut]\nURL=http://old.example/\n");
+  disk.add("Users/Ann/NTUSER.DAT", moved_to(R"(C:\Mine\Links)"));
+  disk.add("Mine/links/New.url", "[InternetShortcut]\nURL=http://new.example/\n");
+  auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.content.at("Brindle/Bookmark.htm"), HasSubstr("http://new.example/"));
+  EXPECT_THAT(result.content.at("Brindle/Bookmark.htm"), HasSubstr("http://old.example/"));
+  disk.add("Users/Ann/NTUSER.DAT", moved_to(R"(%USERPROFILE%\Favorites)"));
+  result = pack_disk(disk.path());
+  EXPECT_THAT(result.content.at("Brindle/Bookmark.htm"), HasSubstr("http://old.example/"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::bookmarks).found, 1U) << "one folder is read once";
+  disk.add("Users/Ann/NTUSER.DAT", moved_to(R"(E:\Links)"));
+  EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre(R"(elsewhere E:\Links)"));
 }
 
 TEST(Bookmarks, WhatLiesBesideThemTakesNobodysPlace) {
@@ -229,6 +357,98 @@ TEST(Cookies, OfFirefoxAreInNetscapesFormat) {
             "three.example\tTRUE\t/\tFALSE\t4000000000\tempty\t\r\n"
             "two.example\tTRUE\t/x\tFALSE\t4000000000\tb\t2\r\n");
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::cookies).packed, 3U);
+}
+
+TEST(Cookies, AreAllCounted) {
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "cookies.sqlite",
+                cookies_table +
+                    "INSERT INTO moz_cookies VALUES (1, '', 'a', '1', 'one.example', '/', 4000000000, 1),"
+                    " (2, '^userContextId=1', 'a', '2', 'one.example', '/', 4000000000, 1),"
+                    " (3, '', 'old', '3', 'one.example', '/', 1000, 0),"
+                    " (4, '', 'session', '4', 'one.example', '/', 0, 0),"
+                    " (5, '', 'old too', '5', 'one.example', '/', 1000000000000, 0),"
+                    " (6, '', 'tab', 'x' || char(9) || 'y', 'one.example', '/', 4000000000, 0);");
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(result.content.at("Brindle/Cookies.txt"), "one.example\tTRUE\t/\tTRUE\t4000000000\ta\t1\r\n");
+  const std::string from = std::string(firefox) + "cookies.sqlite: one.example ";
+  EXPECT_THAT(result.remarks(),
+              ElementsAre("no-place " + from + "a", "expired " + from + "old", "expired " + from + "old too",
+                          "expired " + from + "session", "no-place " + from + "tab"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::cookies).found, 6U);
+  EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
+TEST(Cookies, ThatHaveRunOutAreNoLoss) {
+  const windows::Disk disk;
+  make_database(
+      disk, std::string(firefox) + "cookies.sqlite",
+      cookies_table + "INSERT INTO moz_cookies VALUES (3, '', 'old', '3', 'one.example', '/', 1000, 0);");
+  const auto result = pack_disk(disk.path());
+  EXPECT_FALSE(result.content.contains("Brindle/Cookies.txt"));
+  EXPECT_FALSE(result.people.front().tally.has_losses());
+}
+
+TEST(Cookies, OfOldVersionsAreRead) {
+  const windows::Disk disk;
+  make_database(
+      disk, std::string(firefox) + "cookies.sqlite",
+      "CREATE TABLE moz_cookies (name TEXT, value TEXT, host TEXT, path TEXT, expiry INTEGER, isSecure "
+      "INTEGER); INSERT INTO moz_cookies VALUES ('a', '1', 'one.example', '/', 4000000000, 1);");
+  EXPECT_EQ(pack_disk(disk.path()).content.at("Brindle/Cookies.txt"),
+            "one.example\tTRUE\t/\tTRUE\t4000000000\ta\t1\r\n");
+}
+
+TEST(Cookies, OfADamagedFileAreThereOnce) {
+  const windows::Disk disk;
+  const std::string path = std::string(firefox) + "cookies.sqlite";
+  make_database(
+      disk, path,
+      "PRAGMA page_size = 1024;" + cookies_table +
+          "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200) "
+          "INSERT INTO moz_cookies SELECT i, '', 'n', hex(zeroblob(50)), printf('h%03d.example', i), '/', "
+          "4000000000, 0 FROM n; CREATE INDEX by_host ON moz_cookies "
+          "(host, path, name, originAttributes, isSecure, expiry, value);");
+  // The pages of the table and of the index that have it.
+  std::string bytes = read_file(disk.path() + "/" + path);
+  for (std::size_t at = 0; (at = bytes.find("h150.example")) != std::string::npos;)
+    bytes.replace(at / 1024 * 1024, 1024, std::string(1024, '\xFF'));
+  disk.add(path, bytes);
+  const auto result = pack_disk(disk.path());
+  const std::string text = result.content.at("Brindle/Cookies.txt");
+  EXPECT_EQ(text.find("h001.example"), text.rfind("h001.example"));
+  EXPECT_THAT(result.remarks(), testing::Contains("damaged " + path));
+}
+
+TEST(Cookies, OfSeveralProfilesAreThereOnce) {
+  const windows::Disk disk;
+  const std::string other = "Users/Ann/AppData/Roaming/Mozilla/Firefox/Profiles/xyz.other/cookies.sqlite";
+  make_database(
+      disk, std::string(firefox) + "cookies.sqlite",
+      cookies_table + "INSERT INTO moz_cookies VALUES (1, '', 'a', '1', 'one.example', '/', 4000000000, 1);");
+  make_database(disk, other,
+                cookies_table +
+                    "INSERT INTO moz_cookies VALUES (1, '', 'a', '2', 'one.example', '/', 4000000000, 1),"
+                    " (2, '', 'b', '2', 'one.example', '/', 4000000000, 1);");
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(
+      result.content.at("Brindle/Cookies.txt"),
+      "one.example\tTRUE\t/\tTRUE\t4000000000\ta\t1\r\none.example\tTRUE\t/\tTRUE\t4000000000\tb\t2\r\n");
+  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + other + ": one.example a"));
+}
+
+TEST(Cookies, AreReadByOthers) {
+  const windows::Disk disk;
+  make_database(disk, std::string(firefox) + "cookies.sqlite",
+                cookies_table +
+                    "INSERT INTO moz_cookies VALUES (1, '', 'a', '1', '.one.example', '/', 4000000000, 1),"
+                    " (2, '', 'b', 'x=2; y', 'two.example', '/x', 4000000000123, 0);");
+  // With the dot in front that a run puts there.
+  write_file("/tmp/cookies", pack_disk(disk.path()).content.at("Brindle/Cookies.txt"));
+  EXPECT_EQ(output_of("sed -i 's/^/./; s/\\r$//' /tmp/cookies; "
+                      "curl -s -b /tmp/cookies -c - file:///dev/null | grep -v '^#' | grep . | sort"),
+            ".one.example\tTRUE\t/\tTRUE\t4000000000\ta\t1\n.two.example\tTRUE\t/"
+            "x\tFALSE\t4000000000\tb\tx=2; y\n");
 }
 
 TEST(Cookies, ThatWindowsAloneCanReadAreTold) {

@@ -147,6 +147,9 @@ TEST(Rules, OfAWeekdayOfTheMonthHaveTheFormThatAllRead) {
   EXPECT_EQ(pack::written_rule("FREQ=YEARLY;BYMONTH=3;BYDAY=SU;BYSETPOS=-1", ""),
             "FREQ=YEARLY;INTERVAL=1;BYMONTH=3;BYDAY=-1SU");
   // The position is not the weekday's own.
+  EXPECT_EQ(pack::written_rule("FREQ=YEARLY;BYDAY=20MO", ""), "FREQ=YEARLY;INTERVAL=1;BYDAY=20MO");
+  EXPECT_EQ(pack::written_rule("FREQ=YEARLY;BYMONTH=3,4;BYDAY=SU;BYSETPOS=-1", ""),
+            "FREQ=YEARLY;INTERVAL=1;BYMONTH=3,4;BYDAY=SU;BYSETPOS=-1");
   EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1", ""),
             "FREQ=MONTHLY;INTERVAL=1;BYDAY=MO,TU,WE,TH,FR;BYSETPOS=-1");
   EXPECT_EQ(pack::written_rule("FREQ=MONTHLY;BYMONTHDAY=13;BYDAY=FR;BYSETPOS=1", ""),

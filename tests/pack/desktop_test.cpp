@@ -211,7 +211,7 @@ TEST(Printers, PortsGetTheirForms) {
                                      {"e", "E", "IP_10.0.0.5"},
                                      {"f", "F", "raw"},
                                      {"g", "G", "http://host:631/printers/g"},
-                                     {"h", "H", "WSD-1234"},
+                                     {"h", "H", "WSD-1c852a4d.0034"},
                                      {"i", "I", "COM1:"},
                                      {"j", "J", "PORTPROMPT:"},
                                      {"k", "K", "SHRFAX:"},
@@ -220,7 +220,8 @@ TEST(Printers, PortsGetTheirForms) {
   keys[ports + "IP_10.0.0.5"] = {
       {"HostName", "ACC.example"}, {"Protocol", "2", Value::dword}, {"Queue", "lp1"}};
   keys[ports + "raw"] = {{"IPAddress", "10.0.0.6"}, {"Protocol", "1", Value::dword}, {"Queue", "lp1"}};
-  keys[R"(ControlSet002\Enum\SWD\DAFWSDProvider\urn)"] = {{"LocationInformation", "http://10.0.0.7:5357/x"}};
+  keys[R"(ControlSet002\Enum\SWD\DAFWSDProvider\urn:uuid:1c852a4d)"] = {
+      {"LocationInformation", "http://10.0.0.7:5357/x"}};
   add_machine(disk, keys);
   disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
   disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "pack/pack.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 
@@ -164,6 +165,26 @@ TEST(Files, NamesThatAreNoTextGetNewOnes) {
   EXPECT_EQ(result.remarks().size(), 2U);
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::documents).found, 3U);
   EXPECT_FALSE(result.people.front().tally.has_losses());
+}
+
+// Of which the disk gives the beginning.
+TEST(Files, CountWhatIsPackedOfABrokenOne) {
+  struct Broken : recorded::Parcel {
+    pack::Outcome add_file(const std::string&, const pack::Tree&, const std::string&,
+                           const pack::Entry&) override {
+      return {.bytes = 5, .cause = pack::Cause::cut_short};
+    }
+  };
+  const windows::Disk disk;
+  disk.add("Users/Ann/Documents/a.txt", std::string(100, 'x'));
+  pack::Options options;
+  options.source = disk.path();
+  const pack::Disk volumes = pack::disk_of(options);
+  Broken parcel;
+  const auto people = pack::pack_all(parcel, volumes, pack::chosen_people(volumes, options), options);
+  EXPECT_EQ(people.front().tally.count(pack::Kind::documents).packed, 1U);
+  EXPECT_EQ(people.front().tally.count(pack::Kind::documents).bytes, 5U);
+  EXPECT_TRUE(people.front().tally.has_losses());
 }
 
 TEST(Files, PathsThatAreTooLongAreLeftOutAndTold) {

@@ -133,7 +133,7 @@ TEST(OutlookExpress, OfADamagedFolderIsPackedWhatCanBeHad) {
                           "salvaged " + store + "Many.dbx", "damaged " + store + "None.dbx",
                           "damaged " + store + "Zero.dbx"));
   EXPECT_TRUE(result.people.front().tally.has_losses());
-  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 8U);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 9U) << "a fragment is one";
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).left_out, 2U)
       << "folders of which there is nothing";
 }
@@ -156,7 +156,8 @@ TEST(OutlookExpress, NamesAreNoOrders) {
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below("Brindle/Mail/"),
               UnorderedElementsAre("-r", "--help", "$(touch hostile)", "`touch hostile`", "a'b\"c",
-                                   "x; touch hostile", "new\nline", "*", "~", "%s%n"));
+                                   "x; touch hostile", "new_line~0775befe", "*", "~", "%s%n"))
+      << "unzip drops line ends, so it gets another name";
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 

@@ -135,12 +135,13 @@ TEST(PrefLines, CountAsTheLastSays) {
 
 TEST(AddressFiles, AreReadAsWindowsWroteThem) {
   EXPECT_EQ("http://m\u00fcnchen.example/",
-            pack::address_in("[InternetShortcut]\r\nURL=http://m\xfcnchen.example/\r\n"));
+            pack::address_in("[InternetShortcut]\r\nURL=http://m\xfcnchen.example/\r\n", "windows-1252"));
   EXPECT_EQ("http://m\u00fcnchen.example/",
-            pack::address_in("[InternetShortcut]\nURL=http://m\u00fcnchen.example/"));
-  EXPECT_EQ("first", pack::address_in("[InternetShortcut]\nIconURL=x\n\t url=first\t\nURL=second\n"));
-  EXPECT_EQ("", pack::address_in("[InternetShortcut]\n[Other]\nURL=x\n"));
-  EXPECT_EQ("", pack::address_in(""));
+            pack::address_in("[InternetShortcut]\nURL=http://m\u00fcnchen.example/", "windows-1252"));
+  EXPECT_EQ("first",
+            pack::address_in("[InternetShortcut]\nIconURL=x\n\t url=first\t\nURL=second\n", "windows-1252"));
+  EXPECT_EQ("", pack::address_in("[InternetShortcut]\n[Other]\nURL=x\n", "windows-1252"));
+  EXPECT_EQ("", pack::address_in("", "windows-1252"));
 }
 
 TEST(AddressFiles, AloneMakeAFolder) {

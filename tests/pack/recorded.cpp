@@ -4,6 +4,7 @@
 
 #include <system_error>
 
+#include "pack/disk/folder_tree.h"
 #include "pack/pack.h"
 
 namespace recorded {
@@ -14,18 +15,18 @@ void Parcel::add(const std::string& name, std::string bytes) {
 
 void Parcel::add_folder(const std::string& name, std::int64_t) { add(name + "/", ""); }
 
-std::optional<pack::Cause> Parcel::add_file(const std::string& name, const pack::Tree& tree,
-                                            const std::string& path, const pack::Entry&) {
+pack::Outcome Parcel::add_file(const std::string& name, const pack::Tree& tree, const std::string& path,
+                               const pack::Entry&) {
   std::string bytes;
   try {
     const auto file = tree.open(path);
     char block[7];
     while (const std::size_t count = file->read(block, sizeof block)) bytes.append(block, count);
   } catch (const std::system_error&) {
-    return pack::Cause::unreadable;
+    return {.bytes = 0, .cause = pack::Cause::unreadable};
   }
   add(name, bytes);
-  return std::nullopt;
+  return {.bytes = bytes.size()};
 }
 
 void Parcel::add_stream(const std::string& name, std::uint64_t most,
@@ -65,11 +66,38 @@ std::vector<std::string> Result::last_remarks() const { return remarks_of(people
 
 Result pack_disk(const std::string& path, pack::Options options) {
   options.source = path;
-  const pack::Disk disk = pack::disk_of(options);
+  return pack_disk(pack::disk_of(options), options);
+}
+
+Result pack_disk(const pack::Disk& disk, const pack::Options& options) {
   Parcel parcel;
   auto people = pack::pack_all(parcel, disk, pack::chosen_people(disk, options), options);
   EXPECT_TRUE(parcel.twice.empty()) << parcel.twice.front();
   return {.content = std::move(parcel.content), .people = std::move(people)};
+}
+
+namespace {
+
+class BadTree : public pack::Tree {
+ public:
+  BadTree(const std::string& path, std::string bad, std::errc error)
+      : tree_(pack::folder_tree(path)), bad_(std::move(bad)), error_(error) {}
+  std::vector<pack::Entry> list(const std::string& folder) const override {
+    if (folder == bad_) throw std::system_error(std::make_error_code(error_), folder);
+    return tree_->list(folder);
+  }
+  std::unique_ptr<pack::Content> open(const std::string& file) const override { return tree_->open(file); }
+
+ private:
+  std::unique_ptr<pack::Tree> tree_;
+  std::string bad_;
+  std::errc error_;
+};
+
+}  // namespace
+
+std::unique_ptr<pack::Tree> tree_with(const std::string& path, const std::string& bad, std::errc error) {
+  return std::make_unique<BadTree>(path, bad, error);
 }
 
 }  // namespace recorded

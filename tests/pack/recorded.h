@@ -3,7 +3,9 @@
 #define BRINDLE_TESTS_PACK_RECORDED_H
 
 #include <map>
+#include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "pack/options.h"
@@ -16,8 +18,8 @@ namespace recorded {
 class Parcel : public pack::Parcel {
  public:
   void add_folder(const std::string& name, std::int64_t modified) override;
-  std::optional<pack::Cause> add_file(const std::string& name, const pack::Tree& tree,
-                                      const std::string& path, const pack::Entry& entry) override;
+  pack::Outcome add_file(const std::string& name, const pack::Tree& tree, const std::string& path,
+                         const pack::Entry& entry) override;
   void add_stream(const std::string& name, std::uint64_t most,
                   const std::function<void(const pack::Writer& write)>& make) override;
   void add_text(const std::string& name, std::string_view content) override;
@@ -44,6 +46,12 @@ struct Result {
 
 /// Packs the disk at `path`. Fails the test when a name was given twice.
 Result pack_disk(const std::string& path, pack::Options options = {});
+/// The same for a disk that is open.
+Result pack_disk(const pack::Disk& disk, const pack::Options& options = {});
+
+/// The folder `path` of this machine as a volume on which the folder `bad` cannot be listed.
+std::unique_ptr<pack::Tree> tree_with(const std::string& path, const std::string& bad,
+                                      std::errc error = std::errc::io_error);
 
 }  // namespace recorded
 

@@ -296,6 +296,19 @@ TEST(ThunderbirdCalendars, WithAnEnormousValueKeepTheRest) {
   EXPECT_THAT(result.remarks(), ElementsAre("damaged " + local, "damaged " + local));
 }
 
+TEST(ThunderbirdCalendars, WithEnormousExceptionsTellThatSomeAreMissing) {
+  std::string statements = calendars::event("1", "a", "2005-04-05 17:00:00", "", berlin) +
+                           calendars::rule("1", "RRULE:FREQ=DAILY");
+  for (int day = 10; day < 30; ++day) {
+    const std::string when = "2005-04-" + std::to_string(day) + " 17:00:00";
+    statements += calendars::exception("1", "b", when, when, "", berlin);
+  }
+  statements += "UPDATE cal_events SET title = printf('%.*c', 240000, 'x') WHERE recurrence_id IS NOT NULL;";
+  const auto result = packed(statements);
+  EXPECT_THAT(result.remarks(), ElementsAre("simplified " + local + ": a"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 19U);
+}
+
 TEST(ThunderbirdCalendars, TakeNoOrderFromATextsLines) {
   const auto result = packed(
       calendars::event("1\r\nSUMMARY:x", "a\nEND:VEVENT\r\nBEGIN:VEVENT", "2005-04-05 17:00:00", "", berlin) +

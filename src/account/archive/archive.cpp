@@ -134,7 +134,7 @@ zip_int64_t read_shown(OneEntry& shown, char* to, std::uint64_t size) {
   const std::uint64_t from = shown.place - shown.data;
   if (from >= shown.list.size()) return 0;
   const std::uint64_t count = std::min<std::uint64_t>(size, shown.list.size() - from);
-  std::memcpy(to, shown.list.data() + from, count);
+  std::copy_n(shown.list.data() + from, count, to);
   shown.place += count;
   return static_cast<zip_int64_t>(count);
 }

@@ -130,7 +130,7 @@ std::uint64_t size_of(const std::string& path) {
 
 }  // namespace
 
-AddressBook::AddressBook(Source source) {
+AddressBook::AddressBook(const Source& source) {
   std::string name = "/tmp/brindle-account.XXXXXX";
   const int file = mkostemp(name.data(), O_CLOEXEC);  // exclusive, and for the owner alone
   if (file < 0) return;

@@ -14,7 +14,7 @@ namespace account {
 /// are read.
 class AddressBook {
  public:
-  explicit AddressBook(Source source);
+  explicit AddressBook(const Source& source);
   ~AddressBook();
   AddressBook(const AddressBook&) = delete;
   AddressBook& operator=(const AddressBook&) = delete;

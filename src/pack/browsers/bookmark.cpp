@@ -43,14 +43,21 @@ std::string date_of(const Bookmark& bookmark) {
   return bookmark.added > 0 ? " ADD_DATE=\"" + std::to_string(bookmark.added) + "\"" : "";
 }
 
+std::string attribute(const char* name, const std::string& value) {
+  return value.empty() ? "" : std::string(" ") + name + "=\"" + escaped(value) + "\"";
+}
+
 void write_children(const Bookmark& folder, const std::string& indent, std::string& html) {
   html += indent + "<DL><p>\n";
   for (const Bookmark& child : folder.children) {
-    if (child.url.empty()) {
+    if (child.is_line) {
+      html += indent + "    <HR>\n";
+    } else if (child.url.empty()) {
       html += indent + "    <DT><H3" + date_of(child) + ">" + escaped(child.title) + "</H3>\n";
       write_children(child, indent + "    ", html);
     } else {
-      html += indent + "    <DT><A HREF=\"" + escaped(child.url) + "\"" + date_of(child) + ">" +
+      html += indent + "    <DT><A HREF=\"" + escaped(child.url) + "\"" + date_of(child) +
+              attribute("SHORTCUTURL", child.keyword) + attribute("TAGS", child.tags) + ">" +
               escaped(child.title) + "</A>\n";
     }
   }

@@ -9,12 +9,15 @@
 
 namespace pack {
 
-/// A bookmark, or a folder of them.
+/// A bookmark, a folder of them, or a line between two.
 struct Bookmark {
   std::string title;
   std::string url;         ///< empty for a folder
   std::int64_t added = 0;  ///< seconds since 1970 began; 0 when it is not known
   std::vector<Bookmark> children{};
+  std::string tags{};     ///< with commas between
+  std::string keyword{};  ///< what its owner types for it
+  bool is_line = false;
 };
 
 /// How many addresses there are in a folder and those below it.

@@ -1,5 +1,6 @@
 #include "pack/browsers/browsers.h"
 
+#include <algorithm>
 #include <ctime>
 #include <set>
 
@@ -7,6 +8,7 @@
 #include "pack/browsers/readers.h"
 #include "pack/database/database.h"
 #include "pack/disk/stage.h"
+#include "pack/files/known_folders.h"
 #include "pack/files/names.h"
 #include "process/archive/layout.h"
 
@@ -14,7 +16,7 @@ namespace pack {
 
 namespace {
 
-constexpr std::size_t longest_json = std::size_t{1} << 26;
+constexpr std::size_t longest_json = std::size_t{1} << 24;
 
 // Lists from several browsers on their way into one.
 class Lists {
@@ -46,9 +48,9 @@ class Lists {
   std::set<std::string> known_;
 };
 
-void add_firefox(Packing& packing, const Person& person, Lists& lists) {
-  for (const Profile& profile : firefox_profiles(person)) {
-    const auto places = file_of(person, profile, "places.sqlite");
+void add_firefox(Packing& packing, const std::vector<Profile>& profiles, Lists& lists) {
+  for (const Profile& profile : profiles) {
+    const auto places = file_of(profile, "places.sqlite");
     if (!places) continue;
     auto list = firefox_bookmarks(*places);
     if (list) {
@@ -59,9 +61,9 @@ void add_firefox(Packing& packing, const Person& person, Lists& lists) {
   }
 }
 
-void add_chromium(Packing& packing, const Person& person, Lists& lists) {
-  for (const Profile& profile : chromium_profiles(person)) {
-    const auto file = file_of(person, profile, "Bookmarks");
+void add_chromium(Packing& packing, const std::vector<Profile>& profiles, Lists& lists) {
+  for (const Profile& profile : profiles) {
+    const auto file = file_of(profile, "Bookmarks");
     if (!file) continue;
     const auto json = whole(*file, longest_json);
     auto list = json ? chromium_bookmarks(*json) : std::nullopt;
@@ -96,13 +98,21 @@ void add_others(Packing& packing, const Place& folder, const std::vector<Other>&
   }
 }
 
-void add_favorites(Packing& packing, const Person& person, const std::string& charset, Lists& lists) {
-  const auto folder = find_folder(*person.home.tree, person.home.path, "Favorites");
-  if (!folder) return;
-  const Place place{.tree = person.home.tree, .path = *folder};
-  std::vector<Other> others;
-  lists.add("Internet Explorer", favorites(place, others, charset), *folder);
-  add_others(packing, place, others);
+// Where the registry says, and what stayed at the usual place.
+void add_favorites(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
+                   Lists& lists, Gaps& gaps) {
+  std::vector<Place> folders;
+  const Whereabouts moved = shell_folder(machine.disk, person, hive, "Favorites");
+  if (moved.cause) gaps.add(*moved.cause, moved.path);
+  for (const auto& folder : {moved.place, folder_at(person.home, "Favorites", gaps)}) {
+    const auto holds = [&](const Place& other) { return lies_in(*folder, other); };
+    if (folder && std::ranges::none_of(folders, holds)) folders.push_back(*folder);
+  }
+  for (const Place& folder : folders) {
+    std::vector<Other> others;
+    lists.add("Internet Explorer", favorites(folder, machine.charset, others), folder.path);
+    add_others(packing, folder, others);
+  }
 }
 
 // Seven fields with tabs between, as Netscape wrote them. A field that would break its line has no place
@@ -122,11 +132,11 @@ std::string cookie_line(const Row& row, std::int64_t expiry) {
 }
 
 constexpr const char* cookies_statement =
-    "SELECT host, path, isSecure, expiry, name, value FROM moz_cookies WHERE originAttributes = '' "
-    "ORDER BY host, path, name";
+    "SELECT host, path, isSecure, expiry, name, value, originAttributes FROM moz_cookies "
+    "ORDER BY host, path, name, originAttributes";
 // Older ones know no containers.
 constexpr const char* old_cookies_statement =
-    "SELECT host, path, isSecure, expiry, name, value FROM moz_cookies ORDER BY host, path, name";
+    "SELECT host, path, isSecure, expiry, name, value, '' FROM moz_cookies ORDER BY host, path, name";
 
 // Seconds; the newest versions count in milliseconds.
 std::int64_t in_seconds(std::int64_t expiry) {
@@ -134,58 +144,91 @@ std::int64_t in_seconds(std::int64_t expiry) {
   return expiry > latest_in_seconds ? expiry / 1000 : expiry;
 }
 
-struct Cookies {
-  std::string text;
-  std::size_t count = 0;
+// Cookies of several profiles on their way into one file.
+class Cookies {
+ public:
+  explicit Cookies(Packing& packing) : packing_(packing) {}
+
+  // False when the file is damaged; what was read of it until then is taken.
+  bool add(const Place& file) {
+    const auto database = Database::open(file);
+    if (!database) return false;
+    const bool has_containers =
+        database->each("SELECT originAttributes FROM moz_cookies LIMIT 1", [](const Row&) {});
+    std::set<std::string> here;  // one profile's own cannot be of another one
+    const bool good = database->each(has_containers ? cookies_statement : old_cookies_statement,
+                                     [&](const Row& row) { take(row, file.path, here); });
+    known_.merge(here);
+    return good;
+  }
+
+  void pack() const {
+    if (count_ > 0) packing_.add_text(Kind::cookies, layout::cookies, text_, count_);
+  }
+
+ private:
+  void take(const Row& row, const std::string& file, std::set<std::string>& here) {
+    const std::string from = file + ": " + row.text(0) + " " + row.text(4);
+    const std::int64_t expiry = in_seconds(row.number(3));
+    // One without a date ends with its browser.
+    if (expiry <= now_) return packing_.leave_out(Kind::cookies, Cause::expired, from);
+    const std::string line = row.text(6).empty() ? cookie_line(row, expiry) : "";
+    if (line.empty()) return packing_.leave_out(Kind::cookies, Cause::no_place, from);
+    const std::string key = row.text(0) + "\t" + row.text(1) + "\t" + row.text(4);
+    if (known_.contains(key)) return packing_.leave_out(Kind::cookies, Cause::there_already, from);
+    here.insert(key);
+    text_ += line;
+    ++count_;
+  }
+
+  Packing& packing_;
+  const std::int64_t now_ = std::time(nullptr);
+  std::string text_;
+  std::size_t count_ = 0;
+  std::set<std::string> known_;
 };
 
-bool add_cookies(const Place& file, Cookies& cookies) {
-  const auto database = Database::open(file);
-  if (!database) return false;
-  const std::int64_t now = std::time(nullptr);
-  const auto take = [&](const Row& row) {
-    const std::int64_t expiry = in_seconds(row.number(3));
-    const std::string line = expiry > now ? cookie_line(row, expiry) : "";
-    cookies.text += line;
-    cookies.count += line.empty() ? 0 : 1;
-  };
-  return database->each(cookies_statement, take) || database->each(old_cookies_statement, take);
-}
-
-void tell_of(Packing& packing, const Person& person, Kind kind, Cause cause,
-             const std::vector<Profile>& profiles, std::initializer_list<std::string_view> names) {
+void tell_of(Packing& packing, Kind kind, Cause cause, const std::vector<Profile>& profiles,
+             std::initializer_list<std::string_view> names) {
   for (const Profile& profile : profiles)
     for (const std::string_view name : names)
-      if (const auto file = file_of(person, profile, name)) packing.leave_out(kind, cause, file->path);
+      if (const auto file = file_of(profile, name)) packing.leave_out(kind, cause, file->path);
 }
 
 }  // namespace
 
-void pack_bookmarks(Packing& packing, const Machine& machine, const Person& person, const Hive*) {
+void pack_bookmarks(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::bookmarks)) return;
   Lists lists(packing);
-  add_firefox(packing, person, lists);
-  add_chromium(packing, person, lists);
-  add_favorites(packing, person, machine.charset, lists);
+  Gaps gaps;
+  add_firefox(packing, firefox_profiles(machine.disk, person, hive, gaps), lists);
+  add_chromium(packing, chromium_profiles(machine.disk, person, hive, gaps), lists);
+  add_favorites(packing, machine, person, hive, lists, gaps);
+  gaps.tell(packing, Kind::bookmarks);
   lists.pack();
 }
 
-void pack_cookies(Packing& packing, const Machine&, const Person& person, const Hive*) {
+void pack_cookies(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::cookies)) return;
-  Cookies cookies;
-  for (const Profile& profile : firefox_profiles(person)) {
-    const auto file = file_of(person, profile, "cookies.sqlite");
-    if (file && !add_cookies(*file, cookies)) packing.leave_out(Kind::cookies, Cause::damaged, file->path);
+  Cookies cookies(packing);
+  Gaps gaps;
+  for (const Profile& profile : firefox_profiles(machine.disk, person, hive, gaps)) {
+    const auto file = file_of(profile, "cookies.sqlite");
+    if (file && !cookies.add(*file)) packing.leave_out(Kind::cookies, Cause::damaged, file->path);
   }
-  if (cookies.count > 0) packing.add_text(Kind::cookies, layout::cookies, cookies.text, cookies.count);
-  tell_of(packing, person, Kind::cookies, Cause::bound_to_windows, chromium_profiles(person),
-          {"Network/Cookies", "Cookies"});
+  cookies.pack();
+  tell_of(packing, Kind::cookies, Cause::bound_to_windows,
+          chromium_profiles(machine.disk, person, hive, gaps), {"Network/Cookies", "Cookies"});
+  gaps.tell(packing, Kind::cookies);
 }
 
-void tell_of_passwords(Packing& packing, const Machine&, const Person& person, const Hive*) {
-  tell_of(packing, person, Kind::passwords, Cause::no_place, firefox_profiles(person), {"logins.json"});
-  tell_of(packing, person, Kind::passwords, Cause::bound_to_windows, chromium_profiles(person),
-          {"Login Data"});
+// Folders that cannot be looked at are told with the bookmarks and cookies in them.
+void tell_of_passwords(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
+  Gaps gaps;
+  tell_of(packing, Kind::passwords, Cause::no_place, firefox_profiles(machine.disk, person, hive, gaps),
+          {"logins.json"});
+  tell_of(packing, Kind::passwords, Cause::bound_to_windows,
+          chromium_profiles(machine.disk, person, hive, gaps), {"Login Data"});
 }
 
 }  // namespace pack

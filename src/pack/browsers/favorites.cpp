@@ -40,6 +40,7 @@ void add_folder(const Place& folder, const std::string& charset, Bookmark& bookm
   try {
     entries = folder.tree->list(folder.path);
   } catch (const std::system_error&) {
+    folder.tree->note_told(folder.path);
     return others.push_back({folder, {.name = "", .what = What::other, .gap = Cause::unreadable}});
   }
   for (const Entry& entry : entries) {
@@ -78,7 +79,7 @@ std::string address_in(std::string_view url_file, const std::string& charset) {
   return "";
 }
 
-Bookmark favorites(const Place& folder, std::vector<Other>& others, const std::string& charset) {
+Bookmark favorites(const Place& folder, const std::string& charset, std::vector<Other>& others) {
   Bookmark bookmarks;
   add_folder(folder, charset, bookmarks, others);
   return bookmarks;

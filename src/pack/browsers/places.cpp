@@ -1,14 +1,17 @@
 #include "pack/browsers/places.h"
 
+#include <algorithm>
 #include <array>
+#include <initializer_list>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "pack/disk/stage.h"
+#include "pack/files/mozilla_profiles.h"
 
 namespace pack {
 
 namespace {
-
-// Since Vista and before.
-constexpr std::array<std::string_view, 2> roaming = {"AppData/Roaming/", "Application Data/"};
-constexpr std::array<std::string_view, 2> local = {"AppData/Local/", "Local Settings/Application Data/"};
 
 struct Browser {
   const char* name;
@@ -19,55 +22,76 @@ constexpr std::array chromium_browsers{
     Browser{"Brave", "BraveSoftware/Brave-Browser/User Data"}, Browser{"Vivaldi", "Vivaldi/User Data"},
     Browser{"Chromium", "Chromium/User Data"}};
 
-std::vector<Entry> folders_in(const Tree& tree, const std::string& folder) {
-  std::vector<Entry> entries = listed(tree, folder);
-  std::erase_if(entries, [](const Entry& entry) { return entry.what != What::folder; });
-  return entries;
+constexpr std::size_t longest_state = std::size_t{1} << 24;
+
+// A folder that cannot be listed may have all of them.
+bool has_one_of(const Place& folder, std::initializer_list<std::string_view> signs, Gaps& gaps) {
+  listed(folder, gaps);
+  return std::ranges::any_of(
+      signs, [&](std::string_view sign) { return find(*folder.tree, folder.path, sign).has_value(); });
 }
 
-// Those folders that hold one of the files a profile has.
-void add_profiles(const Person& person, const std::string& browser, const std::string& folder,
-                  std::initializer_list<std::string_view> signs, std::vector<Profile>& profiles) {
-  const Tree& tree = *person.home.tree;
-  std::vector<Profile> found;
-  for (const Entry& entry : folders_in(tree, folder)) {
-    const std::string path = joined(folder, entry.name);
-    for (const std::string_view sign : signs) {
-      if (!find(tree, path, sign)) continue;
-      found.push_back({.browser = browser + ", " + entry.name, .folder = path});
-      break;
-    }
+// A browser's only profile needs no name; those of several have theirs behind the browser's.
+void add_named(const std::string& browser, std::vector<Profile> found, std::vector<Profile>& profiles) {
+  for (Profile& profile : found) {
+    profile.browser = found.size() == 1 ? browser : browser + ", " + profile.browser;
+    profiles.push_back(std::move(profile));
   }
-  if (found.size() == 1) found.front().browser = browser;
-  profiles.insert(profiles.end(), found.begin(), found.end());
+}
+
+// The names that a person has given to profiles, by their folders.
+std::map<std::string, std::string> names_in(const Place& browser) {
+  using Json = nlohmann::json;
+  std::map<std::string, std::string> names;
+  const auto file = find(*browser.tree, browser.path, "Local State");
+  const auto text = file ? whole({.tree = browser.tree, .path = file->path}, longest_state) : std::nullopt;
+  if (!text) return names;
+  const Json state = Json::parse(*text, nullptr, false);
+  const Json::json_pointer place("/profile/info_cache");
+  if (!state.is_object() || !state.contains(place) || !state[place].is_object()) return names;
+  for (const auto& [folder, profile] : state[place].items())
+    if (profile.is_object() && profile.contains("name") && profile["name"].is_string())
+      names[folder] = profile["name"].get<std::string>();
+  return names;
 }
 
 }  // namespace
 
-std::vector<Profile> firefox_profiles(const Person& person) {
+std::vector<Profile> firefox_profiles(const Disk& disk, const Person& person, const Hive* hive, Gaps& gaps) {
+  constexpr MozillaProgram firefox{.folder = "Mozilla/Firefox", .package = "Firefox"};
+  std::vector<Profile> found;
+  for (const auto& [name, folder] : mozilla_profiles(firefox, disk, person, hive, gaps))
+    if (has_one_of(folder, {"places.sqlite", "cookies.sqlite", "logins.json"}, gaps))
+      found.push_back({.browser = name, .folder = folder});
   std::vector<Profile> profiles;
-  for (const std::string_view place : roaming)
-    if (const auto folder =
-            find_folder(*person.home.tree, person.home.path, std::string(place) + "Mozilla/Firefox/Profiles"))
-      add_profiles(person, "Firefox", *folder, {"places.sqlite", "cookies.sqlite", "logins.json"}, profiles);
+  add_named("Firefox", std::move(found), profiles);
   return profiles;
 }
 
-std::vector<Profile> chromium_profiles(const Person& person) {
+std::vector<Profile> chromium_profiles(const Disk& disk, const Person& person, const Hive* hive, Gaps& gaps) {
   std::vector<Profile> profiles;
-  for (const Browser& browser : chromium_browsers)
-    for (const std::string_view place : local)
-      if (const auto folder =
-              find_folder(*person.home.tree, person.home.path, std::string(place) + browser.folder))
-        add_profiles(person, browser.name, *folder, {"Bookmarks", "Network/Cookies", "Cookies", "Login Data"},
-                     profiles);
+  for (const Browser& browser : chromium_browsers) {
+    std::vector<Profile> found;
+    for (const Place& folder : program_folders(Settings::local, browser.folder, disk, person, hive, gaps)) {
+      const auto names = names_in(folder);
+      for (const Entry& entry : listed(folder, gaps)) {
+        const Place place{.tree = folder.tree, .path = joined(folder.path, entry.name)};
+        if (entry.what != What::folder ||
+            !has_one_of(place, {"Bookmarks", "Network/Cookies", "Cookies", "Login Data"}, gaps))
+          continue;
+        const auto name = names.find(entry.name);
+        found.push_back({.browser = name == names.end() ? entry.name : name->second, .folder = place});
+      }
+    }
+    add_named(browser.name, std::move(found), profiles);
+  }
   return profiles;
 }
 
-std::optional<Place> file_of(const Person& person, const Profile& profile, std::string_view name) {
-  const auto found = find(*person.home.tree, profile.folder, name);
+std::optional<Place> file_of(const Profile& profile, std::string_view name) {
+  const auto found = find(*profile.folder.tree, profile.folder.path, name);
   if (!found || found->entry.what != What::file) return std::nullopt;
-  return Place{.tree = person.home.tree, .path = found->path};
+  return Place{.tree = profile.folder.tree, .path = found->path};
 }
 
 }  // namespace pack

@@ -2,25 +2,28 @@
 #ifndef BRINDLE_PACK_BROWSERS_PLACES_H
 #define BRINDLE_PACK_BROWSERS_PLACES_H
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "pack/people/people.h"
+#include "pack/files/program_folders.h"
 
 namespace pack {
 
 /// A profile of a browser.
 struct Profile {
   std::string browser;  ///< "Firefox"; with the profile's name behind it where there are several
-  std::string folder;   ///< a path of the person's volume
+  Place folder;
 };
 
-/// All profiles of Firefox, and of the browsers that are made of Chromium, in the order of their names.
-std::vector<Profile> firefox_profiles(const Person& person);
-std::vector<Profile> chromium_profiles(const Person& person);
+/// All profiles of Firefox, and of the browsers that are made of Chromium. What cannot be found or looked at
+/// is a gap.
+std::vector<Profile> firefox_profiles(const Disk& disk, const Person& person, const Hive* hive, Gaps& gaps);
+std::vector<Profile> chromium_profiles(const Disk& disk, const Person& person, const Hive* hive, Gaps& gaps);
 
 /// A file of a profile.
-std::optional<Place> file_of(const Person& person, const Profile& profile, std::string_view name);
+std::optional<Place> file_of(const Profile& profile, std::string_view name);
 
 }  // namespace pack
 

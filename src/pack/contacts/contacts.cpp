@@ -1,9 +1,11 @@
 #include "pack/contacts/contacts.h"
 
-#include <system_error>
+#include <map>
+#include <set>
 
 #include "pack/contacts/address_book.h"
 #include "pack/contacts/mork.h"
+#include "pack/contacts/outlook_contacts.h"
 #include "pack/contacts/windows_contacts.h"
 #include "pack/database/database.h"
 #include "pack/disk/stage.h"
@@ -21,6 +23,12 @@ Vcard card_of(const Properties& properties) {
   return own == properties.end() ? vcard_of_mozilla(properties) : vcard_of(own->second);
 }
 
+std::string list_of(const std::set<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+  return list;
+}
+
 class Contacts {
  public:
   explicit Contacts(Packing& packing) : packing_(packing) {}
@@ -30,9 +38,13 @@ class Contacts {
   }
 
   void add(const Vcard& card, const std::string& from) {
-    if (card.is_empty()) return;
-    if (book_.add(card)) {
+    const std::string dropped =
+        card.dropped().empty() ? "" : from + ": " + card.shown() + ": " + list_of(card.dropped());
+    if (card.is_empty()) {
+      if (!dropped.empty()) packing_.leave_out(Kind::contacts, Cause::no_place, dropped);
+    } else if (book_.add(card)) {
       packing_.count(Kind::contacts, card.content().size());
+      if (!dropped.empty()) packing_.tell_of(Kind::contacts, Cause::partly_kept, dropped);
     } else {
       packing_.leave_out(Kind::contacts, Cause::there_already, from);
     }
@@ -92,15 +104,9 @@ void add_old_book(Packing& packing, const Place& file, const Entry& entry, Conta
   contacts.add_mork(*book, file.path);
 }
 
-void add_profile(Packing& packing, const Tree& tree, const std::string& profile, Contacts& contacts) {
-  std::vector<Entry> entries;
-  try {
-    entries = tree.list(profile);
-  } catch (const std::system_error&) {
-    return packing.leave_out(Kind::contacts, Cause::unreadable, profile);
-  }
-  for (const Entry& entry : entries) {
-    const Place place{.tree = &tree, .path = joined(profile, entry.name)};
+void add_profile(Packing& packing, const Place& profile, Contacts& contacts, Gaps& gaps) {
+  for (const Entry& entry : listed(profile, gaps)) {
+    const Place place{.tree = profile.tree, .path = joined(profile.path, entry.name)};
     if (entry.what != What::file) continue;
     if (ends_with(entry.name, ".mab")) add_old_book(packing, place, entry, contacts);
     if (!is_address_book(entry.name)) continue;
@@ -115,9 +121,13 @@ void add_profile(Packing& packing, const Tree& tree, const std::string& profile,
 void pack_contacts(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::contacts)) return;
   Contacts contacts(packing);
-  for (const std::string& profile : thunderbird_profiles(person))
-    add_profile(packing, *person.home.tree, profile, contacts);
+  Gaps gaps;
+  for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps))
+    add_profile(packing, profile, contacts, gaps);
+  gaps.tell(packing, Kind::contacts);
   add_windows_contacts(packing, machine, person, hive,
+                       [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
+  each_outlook_contact(packing, machine, person, hive,
                        [&](const Vcard& card, const std::string& from) { contacts.add(card, from); });
   contacts.pack();
 }

@@ -3,6 +3,7 @@
 #define BRINDLE_PACK_CONTACTS_VCARD_H
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,10 +21,22 @@ class Vcard {
   /// stay, but for those at the end of ORG.
   void add(std::string_view property, const std::vector<std::string>& parts);
 
-  /// Adds a line as it stands, but for zero bytes.
+  /// The same for a list of values ("CATEGORIES").
+  void add_list(std::string_view property, const std::vector<std::string>& values);
+
+  /// Adds a line as it stands, but for NUL bytes, which would end it for its readers.
   void add_line(std::string line);
 
+  /// Notes a field for which there is no place here.
+  void drop(const std::string& field) { dropped_.insert(field); }
+
+  /// The names of those fields.
+  const std::set<std::string>& dropped() const { return dropped_; }
+
   bool is_empty() const { return lines_.empty(); }
+
+  /// What people call the contact, without escapes; empty when it has no name.
+  std::string shown() const;
 
   /// The contact without what tells it from another one with the same content.
   std::string content() const;
@@ -34,14 +47,18 @@ class Vcard {
  private:
   std::string value_of(std::string_view property) const;
 
+  std::string name() const;
+
   std::vector<std::string> lines_;
+  std::set<std::string> dropped_;
 };
 
-/// A vCard that another program wrote (2.1 without quoted-printable, 3.0, 4.0), with the lines that programs
-/// of the day of 3.0 understand, in its words.
-Vcard vcard_of(std::string_view text);
+/// A vCard that another program wrote (2.1, 3.0, 4.0), with the lines that programs of the day of 3.0
+/// understand, in its words; the address for e-mail that is preferred comes first. Values that are no UTF-8
+/// are in the character set that they tell, or in `charset`. What else it has is dropped.
+Vcard vcard_of(std::string_view text, const std::string& charset = "windows-1252");
 
-/// A contact by Mozilla's names ("FirstName", "PrimaryEmail", ...).
+/// A contact by Mozilla's names ("FirstName", "PrimaryEmail", ...). What else it has is dropped.
 Vcard vcard_of_mozilla(const std::map<std::string, std::string>& properties);
 
 }  // namespace pack

@@ -37,6 +37,7 @@ void each_file(Packing& packing, const Place& folder, const TakeFile& take, int 
   try {
     entries = folder.tree->list(folder.path);
   } catch (const std::system_error&) {
+    folder.tree->note_told(folder.path);
     return packing.leave_out(Kind::contacts, Cause::unreadable, folder.path);
   }
   for (const Entry& entry : entries) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "pack/disk/stage.h"
@@ -33,11 +34,13 @@ class Row {
 class Database {
  public:
   /// Opens a copy of the file, with what its program had not yet put into it (`-wal`). No value when it
-  /// cannot be read or is none.
+  /// cannot be read or is none. What is asked of it has an end and a bound to its memory, whatever the file
+  /// holds: values are at most 8 MiB, and no view is looked through. Throws std::runtime_error when there is
+  /// no room for the copy.
   static std::optional<Database> open(const Place& file);
 
   /// Hands out all rows of an answer. False when the statement cannot be carried out to its end: a table or
-  /// column is not there, a value has more than 16 MiB, or the file is damaged.
+  /// column is not there, a value has too many bytes, or the file is damaged.
   bool each(const char* statement, const std::function<void(const Row&)>& take) const;
 
   /// The same with `value` for its "?1".
@@ -51,8 +54,12 @@ class Database {
 
   Database(std::unique_ptr<Stage> stage, Handle handle)
       : stage_(std::move(stage)), handle_(std::move(handle)) {}
+  bool learn_views();
+  void limit_steps(std::uint64_t bytes);
 
   std::unique_ptr<Stage> stage_;
+  std::unique_ptr<std::uint64_t> left_ = std::make_unique<std::uint64_t>();  // rounds of steps
+  std::unique_ptr<std::set<std::string>> views_ = std::make_unique<std::set<std::string>>();
   Handle handle_;
 };
 

@@ -7,6 +7,7 @@
 #include "pack/desktop/desktop.h"
 #include "pack/desktop/shipped_fonts.h"
 #include "pack/files/names.h"
+#include "pack/files/program_folders.h"
 #include "process/archive/layout.h"
 
 namespace pack {
@@ -133,13 +134,15 @@ void pack_fonts(Packing& shared, const Machine& machine) {
   if (!shared.wants(Kind::fonts)) return;
   Fonts fonts(shared);
   add_fonts_of_all(shared, machine, fonts);
+  Gaps gaps;
   for (const Person& person : machine.people) {
-    const auto folder = find_folder(*person.home.tree, person.home.path, place_of_fonts);
+    const auto folder = folder_at(person.home, place_of_fonts, gaps);
     if (!folder) continue;
-    for (const Entry& entry : listed(*person.home.tree, *folder))
+    for (const Entry& entry : listed(*folder, gaps))
       if (entry.what == What::file)
-        fonts.add({.tree = person.home.tree, .path = joined(*folder, entry.name)}, entry);
+        fonts.add({.tree = folder->tree, .path = joined(folder->path, entry.name)}, entry);
   }
+  gaps.tell(shared, Kind::fonts);
 }
 
 }  // namespace pack

@@ -3,18 +3,26 @@
 #include <system_error>
 
 #include "pack/desktop/desktop.h"
+#include "pack/disk/stage.h"
+#include "pack/files/known_folders.h"
+#include "pack/files/program_folders.h"
 #include "process/archive/layout.h"
 
 namespace pack {
 
 namespace {
 
-constexpr std::string_view settings = R"(Control Panel\Desktop)";
+constexpr std::string_view desktop = R"(Control Panel\Desktop)";
 
-// What Windows makes of the picture and shows, since 7 and before.
-constexpr std::array<std::string_view, 2> copies = {
-    "AppData/Roaming/Microsoft/Windows/Themes/TranscodedWallpaper",
-    "Local Settings/Application Data/Microsoft/Wallpaper1.bmp"};
+constexpr std::string_view kind_of_background =
+    R"(Software\Microsoft\Windows\CurrentVersion\Explorer\Wallpapers)";
+
+// What Windows makes of the picture and shows, below what programs roam with, since 7 ...
+constexpr std::string_view themes = "Microsoft/Windows/Themes";
+constexpr std::array<std::string_view, 2> copies = {"Microsoft/Windows/Themes/TranscodedWallpaper",
+                                                    "Microsoft/Windows/Themes/TranscodedWallpaper.jpg"};
+// ... and below what stays, before.
+constexpr std::string_view old_copy = "Microsoft/Wallpaper1.bmp";
 
 // How pictures of a format begin, and how their names end.
 struct Format {
@@ -47,18 +55,57 @@ std::string ending_of(const Place& place, std::string_view name) {
   return format == formats.end() ? "" : std::string(format->ending);
 }
 
-std::optional<Place> picture_of(const Disk& disk, const Person& person, const std::string& path) {
-  if (const auto place = disk.find(path)) return place;
-  for (const std::string_view copy : copies)
-    if (const auto found = find(*person.home.tree, person.home.path, copy))
-      return Place{.tree = person.home.tree, .path = found->path};
-  return std::nullopt;
-}
+// One person's background.
+class Background {
+ public:
+  Background(const Disk& disk, const Person& person, const Hive& hive)
+      : disk_(disk), person_(person), hive_(hive) {}
+
+  // The picture that the registry names, or else a copy of it.
+  std::optional<Place> picture(const std::string& path) const {
+    const auto named = whereabouts(disk_, person_, &hive_, path).place;
+    const auto found = named ? find(*named->tree, "", named->path) : std::nullopt;
+    const bool is_file = found && found->entry.what == What::file;
+    if (is_file && !found->entry.gap) return named;
+    for (const std::string_view copy : copies)
+      if (const auto copied = program_file(Settings::roaming, copy)) return copied;
+    const auto copied = program_file(Settings::local, old_copy);
+    return copied || !is_file ? copied : named;
+  }
+
+  // Windows changes the picture by itself.
+  bool is_slide_show() const {
+    constexpr std::uint32_t slide_show = 2;
+    if (const auto kind = hive_.number(kind_of_background, "BackgroundType")) return *kind == slide_show;
+    const auto list = program_file(Settings::roaming, std::string(themes) + "/slideshow.ini");
+    const auto text = list ? whole(*list, longest_list) : std::nullopt;
+    constexpr std::string_view folder_of_pictures = "ImagesRootPIDL=";
+    const std::size_t begin = text ? text->find(folder_of_pictures) : std::string::npos;
+    return begin != std::string::npos && begin + folder_of_pictures.size() < text->size() &&
+           text->find_first_of("\r\n", begin) != begin + folder_of_pictures.size();
+  }
+
+ private:
+  static constexpr std::size_t longest_list = std::size_t{1} << 20;
+
+  // What cannot be looked at is told with the programs' own things.
+  std::optional<Place> program_file(Settings settings, std::string_view path) const {
+    Gaps gaps;
+    for (const Place& folder : folders_of(settings, disk_, person_, &hive_, gaps))
+      if (const auto found = find(*folder.tree, folder.path, path); found && found->entry.what == What::file)
+        return Place{.tree = folder.tree, .path = found->path};
+    return std::nullopt;
+  }
+
+  const Disk& disk_;
+  const Person& person_;
+  const Hive& hive_;
+};
 
 // Fit, fill and span are nearest to stretched. Tiled pictures have the style of centred ones.
 char style_of(const Hive& hive) {
-  if (hive.text(settings, "TileWallpaper") == "1") return 'T';
-  const std::string style = hive.text(settings, "WallpaperStyle").value_or("0");
+  if (hive.text(desktop, "TileWallpaper") == "1") return 'T';
+  const std::string style = hive.text(desktop, "WallpaperStyle").value_or("0");
   return style == "0" ? 'C' : 'S';
 }
 
@@ -66,17 +113,19 @@ char style_of(const Hive& hive) {
 
 // Under a name of its own: a run takes a picture's name apart at its first dot, and writes it into settings.
 void pack_wallpaper(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
-  const std::string path = hive == nullptr ? "" : hive->text(settings, "Wallpaper").value_or("");
+  const std::string path = hive == nullptr ? "" : hive->text(desktop, "Wallpaper").value_or("");
   if (path.empty() || !packing.wants(Kind::wallpaper)) return;
-  const auto picture = picture_of(machine.disk, person, path);
+  const Background background(machine.disk, person, *hive);
+  const auto picture = background.picture(path);
   const auto entry = picture ? find(*picture->tree, "", picture->path) : std::nullopt;
-  if (!entry || entry->entry.what != What::file)
-    return packing.leave_out(Kind::wallpaper, Cause::elsewhere, path);
+  if (!entry) return packing.leave_out(Kind::wallpaper, Cause::elsewhere, path);
   const std::string folder = std::string(layout::wallpaper) + "/";
   packing.add_folder(layout::wallpaper);
   packing.add_file(Kind::wallpaper, folder + "Wallpaper" + ending_of(*picture, entry->entry.name), *picture,
                    entry->entry);
   packing.add_control(folder + layout::wallpaper_style, std::string(1, style_of(*hive)) + "\r\n");
+  if (background.is_slide_show())
+    packing.tell_of(Kind::wallpaper, Cause::partly_kept, "the other pictures of the slide show with " + path);
 }
 
 }  // namespace pack

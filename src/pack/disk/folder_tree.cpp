@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "pack/disk/attributes.h"
+#include "pack/disk/stop.h"
 
 namespace pack {
 
@@ -42,33 +43,57 @@ class Descriptor {
   int number_;
 };
 
-// Without a step over a link or out of the folder.
+// Without a step over a link or out of the folder. The times of last reading stay as they are, where we may
+// ask for that: the files are ours, or we are root.
 Descriptor open_below(int top, const std::string& path, int flags) {
-  const open_how how{.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC | O_NOFOLLOW),
-                     .mode = 0,
-                     .resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS};
+  open_how how{.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC | O_NOFOLLOW | O_NOATIME),
+               .mode = 0,
+               .resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS};
   const std::string place = path.empty() ? "." : path;
   for (;;) {
+    stop_when_asked();
     const long opened = syscall(SYS_openat2, top, place.c_str(), &how, sizeof how);
     if (opened >= 0) return Descriptor(static_cast<int>(opened));
-    if (errno != EAGAIN && errno != EINTR) fail(path);
+    if (errno == EPERM && (how.flags & O_NOATIME) != 0) {
+      how.flags &= ~std::uint64_t{O_NOATIME};
+    } else if (errno != EAGAIN && errno != EINTR) {
+      fail(path);
+    }
   }
 }
 
 class FileContent : public Content {
  public:
-  explicit FileContent(Descriptor file) : file_(std::move(file)) {}
+  explicit FileContent(Descriptor file) : file_(std::move(file)), opened_(looked_at()) {}
 
   std::size_t read(char* to, std::size_t most) override {
     for (;;) {
+      stop_when_asked();
       const ssize_t count = ::read(file_.get(), to, most);
       if (count >= 0) return static_cast<std::size_t>(count);
       if (errno != EINTR) fail("");
     }
   }
 
+  bool has_changed() const override {
+    const struct stat now = looked_at();
+    return now.st_size != opened_.st_size || now.st_mtim.tv_sec != opened_.st_mtim.tv_sec ||
+           now.st_mtim.tv_nsec != opened_.st_mtim.tv_nsec;
+  }
+
+  bool seek(std::uint64_t position) override {
+    return lseek(file_.get(), static_cast<off_t>(position), SEEK_SET) >= 0;
+  }
+
  private:
+  struct stat looked_at() const {
+    struct stat found {};
+    if (fstat(file_.get(), &found) != 0) fail("");
+    return found;
+  }
+
   Descriptor file_;
+  struct stat opened_;
 };
 
 using Folder = std::unique_ptr<DIR, decltype([](DIR* folder) { closedir(folder); })>;
@@ -111,6 +136,135 @@ void look_at_link(int folder, Entry& entry) {
                                            : Cause::form_of_windows;
 }
 
+// What cannot be looked at is there all the same.
+Entry entry_of(int folder, std::string name, bool has_attributes) {
+  Entry entry{.name = std::move(name), .what = What::other, .gap = Cause::unreadable};
+  struct stat found {};
+  if (fstatat(folder, entry.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) return entry;
+  entry.modified = found.st_mtim.tv_sec;
+  entry.gap = Cause::special;
+  if (S_ISLNK(found.st_mode)) look_at_link(folder, entry);
+  if (S_ISDIR(found.st_mode)) {
+    entry.what = What::folder;
+    entry.gap.reset();
+  }
+  if (S_ISREG(found.st_mode)) {
+    entry.what = What::file;
+    entry.size = static_cast<std::uint64_t>(found.st_size);
+    entry.gap = has_attributes ? gap_by_attributes(windows_attributes(folder, entry.name)) : std::nullopt;
+  }
+  return entry;
+}
+
+// An open folder.
+class OpenFolder {
+ public:
+  OpenFolder(int top, const std::string& path) : path_(path) {
+    Descriptor opened = open_below(top, path, O_RDONLY | O_DIRECTORY);
+    folder_.reset(fdopendir(opened.get()));
+    if (!folder_) fail(path);
+    opened.release();
+  }
+
+  int descriptor() const { return dirfd(folder_.get()); }
+
+  // The names in no order; null at the end.
+  const char* next_name() const {
+    for (;;) {
+      stop_when_asked();
+      errno = 0;
+      const dirent* const found = readdir(folder_.get());
+      if (found == nullptr && errno != 0) fail(path_);
+      if (found == nullptr) return nullptr;
+      const std::string_view name = found->d_name;
+      if (name != "." && name != "..") return found->d_name;
+    }
+  }
+
+ private:
+  std::string path_;
+  Folder folder_;
+};
+
+// A folder's entries in order, some at a time: it is gone through as often as is needed, and of what comes
+// next the first entries are kept that the room for them holds. Lists of folders within each other share the
+// room.
+class FolderListing : public Listing {
+ public:
+  FolderListing(int top, std::string path, std::size_t& held)
+      : top_(top), path_(std::move(path)), held_(held) {
+    take_more();
+  }
+  FolderListing(const FolderListing&) = delete;
+  FolderListing& operator=(const FolderListing&) = delete;
+  ~FolderListing() override { held_ -= size_; }
+
+  std::optional<Entry> next() override {
+    stop_when_asked();
+    if (at_ == entries_.size() && !is_last_) take_more();
+    return at_ < entries_.size() ? std::optional(std::move(entries_[at_++])) : std::nullopt;
+  }
+
+ private:
+  static constexpr std::size_t room_for_all = std::size_t{24} << 20;
+  static constexpr std::size_t least_room = std::size_t{1} << 16;
+
+  static std::size_t size_of(const Entry& entry) { return sizeof entry + entry.name.capacity() + 16; }
+
+  std::size_t room() const {
+    return std::max((room_for_all - std::min(held_, room_for_all)) / 2, least_room);
+  }
+
+  void take_more() {
+    forget();
+    const OpenFolder folder(top_, path_);
+    const std::size_t room = this->room();
+    std::optional<std::string> end;  // what is not before it has had no room
+    while (const char* const name = folder.next_name()) {
+      if ((!last_.empty() && name <= last_) || (end && name >= *end)) continue;
+      entries_.push_back({.name = name});
+      size_ += size_of(entries_.back());
+      if (size_ > room) end = keep_first_half();
+    }
+    is_last_ = !end;
+    held_ += size_;
+    std::ranges::sort(entries_, {}, &Entry::name);
+    if (!entries_.empty()) last_ = entries_.back().name;
+    const bool has_attributes = may_be_ntfs(folder.descriptor());
+    for (Entry& entry : entries_) {
+      stop_when_asked();
+      entry = entry_of(folder.descriptor(), std::move(entry.name), has_attributes);
+    }
+  }
+
+  void forget() {
+    held_ -= size_;
+    size_ = 0;
+    at_ = 0;
+    entries_.clear();
+  }
+
+  // The first name that is dropped.
+  std::string keep_first_half() {
+    const auto middle = entries_.begin() + static_cast<std::ptrdiff_t>(entries_.size() / 2);
+    std::ranges::nth_element(entries_, middle, {}, &Entry::name);
+    std::string end = middle->name;
+    entries_.erase(middle, entries_.end());
+    size_ = 0;
+    for (const Entry& entry : entries_) size_ += size_of(entry);
+    return end;
+  }
+
+  int top_;
+  std::string path_;
+  std::size_t& held_;     // by all lists of the tree
+  std::size_t size_ = 0;  // of this one's part of it
+  std::vector<Entry> entries_;
+  std::size_t at_ = 0;
+  std::string last_;  // of those that were taken so far
+  bool is_last_ = false;
+};
+
 class FolderTree : public Tree {
  public:
   explicit FolderTree(const std::string& folder)
@@ -119,21 +273,30 @@ class FolderTree : public Tree {
   }
 
   std::vector<Entry> list(const std::string& path) const override {
-    Descriptor opened = open_below(top_.get(), path, O_RDONLY | O_DIRECTORY);
-    const Folder folder(fdopendir(opened.get()));
-    if (!folder) fail(path);
-    opened.release();
-    const bool has_attributes = may_be_ntfs(dirfd(folder.get()));
+    const OpenFolder folder(top_.get(), path);
+    const bool has_attributes = may_be_ntfs(folder.descriptor());
     std::vector<Entry> entries;
-    errno = 0;
-    while (const dirent* found = readdir(folder.get())) {
-      const std::string name = found->d_name;
-      if (name != "." && name != "..") entries.push_back(entry_of(dirfd(folder.get()), name, has_attributes));
-      errno = 0;
-    }
-    if (errno != 0) fail(path);
+    while (const char* const name = folder.next_name())
+      entries.push_back(entry_of(folder.descriptor(), name, has_attributes));
     std::ranges::sort(entries, {}, &Entry::name);
     return entries;
+  }
+
+  std::unique_ptr<Listing> entries(const std::string& path) const override {
+    return std::make_unique<FolderListing>(top_.get(), path, held_);
+  }
+
+  std::optional<Entry> look_up(const std::string& path, std::string_view name) const override {
+    const OpenFolder folder(top_.get(), path);
+    std::optional<std::string> found;
+    while (const char* const other = folder.next_name()) {
+      if (other != name && (found && other >= *found)) continue;
+      if (!is_same_name(other, name)) continue;
+      found = other;
+      if (other == name) break;
+    }
+    if (!found) return std::nullopt;
+    return entry_of(folder.descriptor(), std::move(*found), may_be_ntfs(folder.descriptor()));
   }
 
   std::unique_ptr<Content> open(const std::string& path) const override {
@@ -142,27 +305,8 @@ class FolderTree : public Tree {
   }
 
  private:
-  // What cannot be looked at is there all the same.
-  static Entry entry_of(int folder, const std::string& name, bool has_attributes) {
-    Entry entry{.name = name, .what = What::other, .gap = Cause::unreadable};
-    struct stat found {};
-    if (fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) return entry;
-    entry.modified = found.st_mtim.tv_sec;
-    entry.gap = Cause::special;
-    if (S_ISLNK(found.st_mode)) look_at_link(folder, entry);
-    if (S_ISDIR(found.st_mode)) {
-      entry.what = What::folder;
-      entry.gap.reset();
-    }
-    if (S_ISREG(found.st_mode)) {
-      entry.what = What::file;
-      entry.size = static_cast<std::uint64_t>(found.st_size);
-      entry.gap = has_attributes ? gap_by_attributes(windows_attributes(folder, name)) : std::nullopt;
-    }
-    return entry;
-  }
-
   Descriptor top_;
+  mutable std::size_t held_ = 0;
 };
 
 }  // namespace

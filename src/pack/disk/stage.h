@@ -3,6 +3,7 @@
 #define BRINDLE_PACK_DISK_STAGE_H
 
 #include "pack/disk/disk.h"
+#include "pack/disk/trace.h"
 
 namespace pack {
 
@@ -19,11 +20,12 @@ class Stage {
   std::string path(const std::string& name) const { return folder_ + "/" + name; }
 
   /// Copies a file there, under `name`, which is free. Returns its path; no value when the file cannot be
-  /// read to its end or the copy not be written.
+  /// read to its end. Throws std::runtime_error when there is no room for it here.
   std::optional<std::string> copy(const Place& file, const std::string& name) const;
 
  private:
   std::string folder_;
+  Trace trace_;
 };
 
 /// All of a file, when it has at most `most` bytes and can be read to its end.

@@ -3,11 +3,17 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <iterator>
 #include <system_error>
+#include <utility>
 
 namespace pack {
 
 namespace {
+
+bool is_ascii(std::string_view text) {
+  return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
 
 // Names that are no UTF-8 are compared as bytes.
 std::string folded(std::string_view name) {
@@ -17,11 +23,31 @@ std::string folded(std::string_view name) {
   return key.get();
 }
 
-std::optional<Entry> entry_named(std::vector<Entry> entries, std::string_view name) {
-  auto found = std::ranges::find(entries, name, &Entry::name);
-  if (found == entries.end())
-    found = std::ranges::find_if(entries, [&](const Entry& entry) { return is_same_name(entry.name, name); });
-  return found == entries.end() ? std::nullopt : std::optional(std::move(*found));
+// Of a list that is there already.
+class WholeListing : public Listing {
+ public:
+  explicit WholeListing(std::vector<Entry> entries) : entries_(std::move(entries)) {}
+
+  std::optional<Entry> next() override {
+    return at_ < entries_.size() ? std::optional(std::move(entries_[at_++])) : std::nullopt;
+  }
+
+ private:
+  std::vector<Entry> entries_;
+  std::size_t at_ = 0;
+};
+
+void note(const Tree& tree, const std::string& folder, const std::system_error& error) {
+  if (error.code() != std::errc::no_such_file_or_directory) tree.note_unlisted(folder);
+}
+
+std::optional<Entry> looked_up(const Tree& tree, const std::string& folder, std::string_view name) {
+  try {
+    return tree.look_up(folder, name);
+  } catch (const std::system_error& error) {
+    note(tree, folder, error);
+    return std::nullopt;
+  }
 }
 
 }  // namespace
@@ -34,12 +60,37 @@ std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
   try {
     return tree.list(folder);
   } catch (const std::system_error& error) {
-    if (error.code() != std::errc::no_such_file_or_directory) tree.note_unlisted(folder);
+    note(tree, folder, error);
     return {};
   }
 }
 
-bool is_same_name(std::string_view one, std::string_view other) { return folded(one) == folded(other); }
+// Most names are ASCII, and there are many.
+bool is_same_name(std::string_view one, std::string_view other) {
+  if (is_ascii(one) && is_ascii(other))
+    return std::ranges::equal(one, other, {}, g_ascii_tolower, g_ascii_tolower);
+  return folded(one) == folded(other);
+}
+
+std::set<std::string> Tree::unlisted() const {
+  std::set<std::string> untold;
+  std::ranges::set_difference(unlisted_, told_, std::inserter(untold, untold.end()));
+  return untold;
+}
+
+std::unique_ptr<Listing> Tree::entries(const std::string& folder) const {
+  return std::make_unique<WholeListing>(list(folder));
+}
+
+std::optional<Entry> Tree::look_up(const std::string& folder, std::string_view name) const {
+  std::optional<Entry> found;
+  const auto listing = entries(folder);
+  while (auto entry = listing->next()) {
+    if (entry->name == name) return entry;
+    if (!found && is_same_name(entry->name, name)) found = std::move(entry);
+  }
+  return found;
+}
 
 std::optional<Found> find(const Tree& tree, const std::string& folder, std::string_view path) {
   Found found{.path = folder, .entry = {.name = "", .what = What::folder, .gap = {}}};
@@ -48,7 +99,7 @@ std::optional<Found> find(const Tree& tree, const std::string& folder, std::stri
     path.remove_prefix(std::min(name.size() + 1, path.size()));
     if (name.empty()) continue;
     if (found.entry.what != What::folder) return std::nullopt;
-    auto entry = entry_named(listed(tree, found.path), name);
+    auto entry = looked_up(tree, found.path, name);
     if (!entry) return std::nullopt;
     found.path = joined(found.path, entry->name);
     found.entry = std::move(*entry);

@@ -37,6 +37,22 @@ class Content {
   /// Puts up to `most` bytes (at least 1) into `to` and returns how many; 0 at the end. Throws
   /// std::system_error when the disk does not give them.
   virtual std::size_t read(char* to, std::size_t most) = 0;
+
+  /// True when it is known that somebody has written to the file since it was opened.
+  virtual bool has_changed() const { return false; }
+
+  /// Goes on at that byte of the file. False, and nothing done, when it can only be read from its beginning
+  /// on.
+  virtual bool seek(std::uint64_t) { return false; }
+};
+
+/// What lies in a folder, one after the other.
+class Listing {
+ public:
+  virtual ~Listing() = default;
+
+  /// The next one; no value at the end. Throws std::system_error.
+  virtual std::optional<Entry> next() = 0;
 };
 
 /// A volume. Paths begin at its top, without a slash, with "/" between names as the volume has them; "" is
@@ -48,18 +64,29 @@ class Tree {
   /// What lies in a folder, ordered by the bytes of the names. Throws std::system_error.
   virtual std::vector<Entry> list(const std::string& folder) const = 0;
 
+  /// The same one by one, for folders of any size: a volume that can hands it out in a memory that does not
+  /// grow with the folder. It is valid as long as the tree. Throws std::system_error when the folder cannot
+  /// be listed.
+  virtual std::unique_ptr<Listing> entries(const std::string& folder) const;
+
+  /// What a folder has under that name, whatever its case; a name as written goes before others, among which
+  /// it is the first. No value when there is none. Throws std::system_error.
+  virtual std::optional<Entry> look_up(const std::string& folder, std::string_view name) const;
+
   /// Opens a file. Throws std::system_error.
   virtual std::unique_ptr<Content> open(const std::string& file) const = 0;
 
   /// True when Windows has not closed the volume, where that can be seen: its last changes may be missing.
   virtual bool is_dirty() const { return false; }
 
-  /// Folders that are there and could not be listed, or not to their end, and nobody else has told of it.
-  const std::set<std::string>& unlisted() const { return unlisted_; }
+  /// Folders that are there and could not be listed, or not to their end, and of which nobody else has told.
+  std::set<std::string> unlisted() const;
   void note_unlisted(const std::string& folder) const { unlisted_.insert(folder); }
+  void note_told(const std::string& folder) const { told_.insert(folder); }
 
  private:
   mutable std::set<std::string> unlisted_;
+  mutable std::set<std::string> told_;
 };
 
 /// What lies in a folder. When it cannot be listed there is nothing, and the folder is noted with its tree,

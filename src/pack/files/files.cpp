@@ -31,6 +31,13 @@ bool is_registry(std::string_view name) {
   return name.size() > registry.size() && is_same_name(name.substr(0, registry.size()), registry);
 }
 
+bool is_store_of_mail(std::string_view name) {
+  constexpr std::array<std::string_view, 2> endings = {".pst", ".ost"};
+  return std::ranges::any_of(endings, [&](std::string_view ending) {
+    return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
+  });
+}
+
 // A run passes names with a dot over there.
 bool is_top(std::string_view name) { return name == layout::documents || name == layout::desktop; }
 
@@ -45,6 +52,9 @@ class Files {
  private:
   void name_apart();
   void collect_taken_names();
+  std::unique_ptr<Listing> listing_of(Kind kind, const Place& folder);
+  std::optional<Entry> next_of(Listing& listing, Kind kind, const Place& folder);
+  static std::string name_in_archive(const Place& place, const Entry& entry);
   void pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry);
   void pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
                    bool drops_dots);
@@ -74,14 +84,8 @@ void Files::pack() {
 }
 
 void Files::collect_taken_names() {
-  for (const KnownFolder& folder : folders_.here) {
-    if (folder.kind != Kind::documents) continue;
-    try {
-      for (const Entry& entry : folder.place.tree->list(folder.place.path)) packing_.take_name(entry.name);
-    } catch (const std::system_error&) {
-      continue;  // told when it is packed
-    }
-  }
+  for (const KnownFolder& folder : folders_.here)
+    if (folder.kind == Kind::documents) packing_.take_names_of(folder.place);
 }
 
 // The first folder of documents and of the desktop has the archive's place for it; all else has one in the
@@ -137,8 +141,40 @@ void Files::pack_link(Kind kind, const Place& place, const Entry& entry) {
   packing_.leave_out(kind, is_packed ? Cause::windows_own : *entry.gap, place.path);
 }
 
+// None when the folder cannot be listed, which is told.
+std::unique_ptr<Listing> Files::listing_of(Kind kind, const Place& folder) {
+  try {
+    return folder.tree->entries(folder.path);
+  } catch (const std::system_error&) {
+    folder.tree->note_told(folder.path);
+    packing_.leave_out(kind, Cause::unreadable, folder.path);
+    return nullptr;
+  }
+}
+
+// No value at the end, and when the folder does not give its names any more, which is told.
+std::optional<Entry> Files::next_of(Listing& listing, Kind kind, const Place& folder) {
+  try {
+    return listing.next();
+  } catch (const std::system_error&) {
+    folder.tree->note_told(folder.path);
+    packing_.leave_out(kind, Cause::unreadable, folder.path);
+    return std::nullopt;
+  }
+}
+
+// One that nothing else in its folder has.
+std::string Files::name_in_archive(const Place& place, const Entry& entry) {
+  std::string name = kept_name(entry.name);
+  if (name == entry.name) return name;
+  const std::string folder =
+      place.path.substr(0, place.path.size() - std::min(entry.name.size() + 1, place.path.size()));
+  while (find(*place.tree, folder, name)) name = numbered(name, entry.name);
+  return name;
+}
+
 void Files::pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry) {
-  const std::string name = kept_name(entry.name);
+  const std::string name = name_in_archive(place, entry);
   if (entry.gap == Cause::link) return pack_link(kind, place, entry);
   if (entry.what == What::other)
     return packing_.leave_out(kind, entry.gap.value_or(Cause::special), place.path);
@@ -146,51 +182,47 @@ void Files::pack_entry(Kind kind, const std::string& folder, const Place& place,
   if (entry.what == What::folder) {
     // What lies in it here is packed; there is more of it.
     if (entry.gap) packing_.leave_out(kind, *entry.gap, place.path);
-    return pack_folder(kind, folder + "/" + name, place, entry.modified, false);
+    // 0 is of folders that are made here.
+    return pack_folder(kind, folder + "/" + name, place, entry.modified == 0 ? 1 : entry.modified, false);
   }
   if (is_made_by_windows(entry.name)) return packing_.leave_out(kind, Cause::windows_own, place.path);
+  // What is in it may become mail; whether all of it has is known at the end.
+  if (is_store_of_mail(entry.name))
+    return packing_.put_off({.kind = kind, .name = folder + "/" + name, .place = place, .entry = entry});
   packing_.add_file(kind, folder + "/" + name, place, entry);
 }
 
 void Files::pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
                         bool drops_dots) {
   if (name.size() > Packing::longest_name) return packing_.leave_out(kind, Cause::path_too_long, place.path);
-  std::vector<Entry> entries;
-  try {
-    entries = place.tree->list(place.path);
-  } catch (const std::system_error&) {
-    return packing_.leave_out(kind, Cause::unreadable, place.path);
-  }
+  const auto listing = listing_of(kind, place);
+  if (!listing) return;
   packing_.add_folder(name, modified);
   std::string dots;
-  for (const Entry& entry : entries) {
-    const Place below{.tree = place.tree, .path = joined(place.path, entry.name)};
+  while (const auto entry = next_of(*listing, kind, place)) {
+    const Place below{.tree = place.tree, .path = joined(place.path, entry->name)};
     if (is_packed_elsewhere(below)) continue;
-    if (place.tree == person_.home.tree && place.path == person_.home.path && is_registry(entry.name))
+    if (place.tree == person_.home.tree && place.path == person_.home.path && is_registry(entry->name))
       continue;
-    const bool is_passed_over = drops_dots && entry.name.starts_with('.');
+    const bool is_passed_over = drops_dots && entry->name.starts_with('.');
     if (is_passed_over && dots.empty()) dots = new_folder("Dot files");
-    pack_entry(kind, is_passed_over ? dots : name, below, entry);
+    pack_entry(kind, is_passed_over ? dots : name, below, *entry);
   }
 }
 
 void Files::pack_others() {
-  std::vector<Entry> entries;
-  try {
-    entries = person_.home.tree->list(person_.home.path);
-  } catch (const std::system_error&) {
-    return packing_.leave_out(Kind::others, Cause::unreadable, person_.home.path);
-  }
+  const auto listing = listing_of(Kind::others, person_.home);
+  if (!listing) return;
   std::string others;
-  for (const Entry& entry : entries) {
-    const Place place{.tree = person_.home.tree, .path = joined(person_.home.path, entry.name)};
-    if (is_packed_elsewhere(place) || is_registry(entry.name)) continue;
-    if (entry.gap == Cause::link) {
-      pack_link(Kind::others, place, entry);
+  while (const auto entry = next_of(*listing, Kind::others, person_.home)) {
+    const Place place{.tree = person_.home.tree, .path = joined(person_.home.path, entry->name)};
+    if (is_packed_elsewhere(place) || is_registry(entry->name)) continue;
+    if (entry->gap == Cause::link) {
+      pack_link(Kind::others, place, *entry);
       continue;
     }
     if (others.empty()) others = new_folder("Other files");
-    pack_entry(Kind::others, others, place, entry);
+    pack_entry(Kind::others, others, place, *entry);
   }
 }
 

@@ -86,11 +86,18 @@ bool leads_over_a_gap(const Place& home, std::string_view path) {
 // The folder at the home is the person's wherever Windows had the home.
 Whereabouts in_home(const Person& person, const std::string& path, std::string_view below) {
   const std::string place = with_slashes(std::string(below));
-  if (const auto found = find_folder(*person.home.tree, person.home.path, place))
-    return {.place = Place{.tree = person.home.tree, .path = *found}, .cause = {}, .path = path};
+  const auto found = find(*person.home.tree, person.home.path, place);
+  if (found && found->entry.gap != Cause::unknown_reparse)
+    return {.place = Place{.tree = person.home.tree, .path = found->path}, .cause = {}, .path = path};
   if (leads_over_a_gap(person.home, place))
     return {.place = {}, .cause = Cause::unknown_reparse, .path = path};
   return {.place = {}, .cause = {}, .path = path};
+}
+
+// What all people of the machine share is everybody's.
+bool is_shared(std::string_view below_homes) {
+  const std::string_view name = below_homes.substr(0, below_homes.find('/'));
+  return is_same_name(name, "Public") || is_same_name(name, "All Users");
 }
 
 // In the home of somebody else, beside the person's own: what Windows would not let them read.
@@ -98,11 +105,36 @@ bool is_anothers(const Person& person, const Place& place) {
   const std::size_t slash = person.home.path.rfind('/');
   if (slash == std::string::npos) return false;
   const Place homes{.tree = person.home.tree, .path = person.home.path.substr(0, slash)};
-  return lies_in(place, homes) && !lies_in(place, person.home);
+  if (!lies_in(place, homes) || lies_in(place, person.home)) return false;
+  return place.path.size() == slash || !is_shared(std::string_view(place.path).substr(slash + 1));
+}
+
+// The values of variables that a path may hold, in Windows's own words.
+std::string with_values(std::string path, const std::string& home) {
+  const std::size_t colon = std::min(home.find(':') + 1, home.size());
+  path = expanded(path, "USERPROFILE", home);
+  path = expanded(path, "HOMEDRIVE", home.substr(0, colon));
+  path = expanded(path, "HOMEPATH", home.substr(colon));
+  path = expanded(path, "APPDATA", home + R"(\AppData\Roaming)");
+  path = expanded(path, "LOCALAPPDATA", home + R"(\AppData\Local)");
+  for (const std::string_view variable : {"OneDrive", "OneDriveConsumer"})
+    path = expanded(path, variable, home + R"(\OneDrive)");
+  path = expanded(path, "PUBLIC", R"(C:\Users\Public)");
+  for (const std::string_view variable : {"SystemRoot", "windir"})
+    path = expanded(path, variable, R"(C:\Windows)");
+  return expanded(path, "SystemDrive", "C:");
+}
+
+// A file in a folder's place is packed with what lies around it, when that is the person's home.
+Whereabouts as_folder(const Person& person, Whereabouts answer) {
+  if (!answer.place || find_folder(*answer.place->tree, "", answer.place->path)) return answer;
+  if (!lies_in(*answer.place, person.home)) answer.cause = Cause::elsewhere;
+  answer.place.reset();
+  return answer;
 }
 
 Whereabouts by_habit(const Person& person, std::string_view place) {
-  return in_home(person, std::string(place), place);
+  return as_folder(person, in_home(person, std::string(place), place));
 }
 
 void add(std::vector<KnownFolder>& folders, KnownFolder folder) {
@@ -128,28 +160,20 @@ bool lies_in(const Place& place, const Place& folder) {
          (place.path == folder.path || folder.path.empty() || place.path.starts_with(folder.path + "/"));
 }
 
-Whereabouts whereabouts(const Disk& disk, const Person& person, const Hive* hive, const std::string& text) {
-  std::string path = text;
+Whereabouts whereabouts(const Disk& disk, const Person& person, const Hive* hive, const std::string& path) {
   const std::string home = home_of(hive, person);
-  const std::size_t colon = std::min(home.find(':') + 1, home.size());
-  path = expanded(path, "USERPROFILE", home);
-  path = expanded(path, "HOMEDRIVE", home.substr(0, colon));
-  path = expanded(path, "HOMEPATH", home.substr(colon));
-  for (const std::string_view variable : {"OneDrive", "OneDriveConsumer"})
-    path = expanded(path, variable, home + R"(\OneDrive)");
-  path = expanded(path, "PUBLIC", R"(C:\Users\Public)");
-  path = expanded(path, "SystemDrive", "C:");
-  if (path.size() > home.size() && is_same_name(path.substr(0, home.size()), home) &&
-      path[home.size()] == '\\')
-    return in_home(person, path, std::string_view(path).substr(home.size() + 1));
-  const auto place = disk.find(path);
-  if (place && !is_anothers(person, *place)) return {.place = place, .cause = {}, .path = path};
-  return {.place = {}, .cause = Cause::elsewhere, .path = path};
+  const std::string full = with_values(path, home);
+  if (full.size() > home.size() && is_same_name(full.substr(0, home.size()), home) &&
+      full[home.size()] == '\\')
+    return in_home(person, full, std::string_view(full).substr(home.size() + 1));
+  const auto place = disk.find(full);
+  if (place && !is_anothers(person, *place)) return {.place = place, .cause = {}, .path = full};
+  return {.place = {}, .cause = Cause::elsewhere, .path = full};
 }
 
 Whereabouts shell_folder(const Disk& disk, const Person& person, const Hive* hive, std::string_view name) {
   const auto text = hive == nullptr ? std::nullopt : hive->text(shell_folders, name);
-  return text ? whereabouts(disk, person, hive, *text) : Whereabouts{};
+  return text ? as_folder(person, whereabouts(disk, person, hive, *text)) : Whereabouts{};
 }
 
 KnownFolders known_folders(const Disk& disk, const Person& person, const Hive* hive) {

@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -10,25 +11,54 @@ namespace pack {
 
 namespace {
 
+constexpr std::size_t longest_name = 255;
+constexpr std::size_t longest_ending = 32;
+
 // FNV-1a: the same name gets the same number wherever it is read.
-std::uint32_t number_of(std::string_view name) {
-  std::uint32_t number = 2166136261U;
+std::uint32_t number_of(std::string_view name, std::uint32_t number = 2166136261U) {
   for (const char byte : name) number = (number ^ static_cast<unsigned char>(byte)) * 16777619U;
   return number;
 }
 
-}  // namespace
-
-std::string kept_name(std::string_view name) {
-  if (g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr)) return std::string(name);
+std::string in_utf8(std::string_view name) {
   const std::unique_ptr<char, decltype(&g_free)> valid(
       g_utf8_make_valid(name.data(), static_cast<gssize>(name.size())), g_free);
-  const std::string text = valid.get();
+  return valid.get();
+}
+
+constexpr bool is_control(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '\x7f'; }
+
+// The ";" in front of what unzip takes for a version: digits up to the end, or none.
+std::size_t version_of(std::string_view name) {
+  const std::size_t last = name.find_last_not_of("0123456789");
+  return last != std::string_view::npos && name[last] == ';' ? last : std::string_view::npos;
+}
+
+// Not within a character.
+std::string_view cut_to(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return text;
+  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80) --most;
+  return text.substr(0, most);
+}
+
+}  // namespace
+
+std::string numbered(const std::string& name, std::string_view of) {
   char number[16];
-  std::snprintf(number, sizeof number, "~%08x", number_of(name));
-  const std::size_t dot = text.rfind('.');
-  return dot == std::string::npos || dot == 0 ? text + number
-                                              : text.substr(0, dot) + number + text.substr(dot);
+  std::snprintf(number, sizeof number, "~%08x", number_of(name, number_of(of)));
+  const std::size_t dot = name.rfind('.');
+  const bool has_ending = dot != std::string::npos && dot != 0 && name.size() - dot <= longest_ending;
+  const std::string ending = number + (has_ending ? name.substr(dot) : "");
+  return std::string(cut_to(std::string_view(name).substr(0, has_ending ? dot : name.size()),
+                            longest_name - ending.size())) +
+         ending;
+}
+
+std::string kept_name(std::string_view name) {
+  std::string kept = in_utf8(name);
+  std::ranges::replace_if(kept, is_control, '_');
+  if (const std::size_t version = version_of(kept); version != std::string::npos) kept[version] = '_';
+  return kept == name && name.size() <= longest_name ? kept : numbered(kept, name);
 }
 
 }  // namespace pack

@@ -7,9 +7,16 @@
 
 namespace pack {
 
-/// `name`, or, when it is no UTF-8 (Windows allows halves of characters in a name), the same with U+FFFD for
-/// what is none, and a number of its own at the end, so that two such names stay two.
+/// `name`, or, when a run would not find it again as it is, another one made of it, with a number of its own
+/// before its ending, so that two such names stay two. Those are names that
+/// - are no UTF-8 (Windows allows halves of characters in a name): U+FFFD stands for what is none;
+/// - hold bytes that steer a terminal, which unzip drops: "_" stands for each;
+/// - end with ";" and digits, which unzip takes for a version and drops: the ";" becomes "_";
+/// - have more than 255 bytes (Windows allows 255 characters): the end of the stem goes.
 std::string kept_name(std::string_view name);
+
+/// `name`, which is UTF-8, with a number that is made of `of` and `name`, in at most 255 bytes.
+std::string numbered(const std::string& name, std::string_view of);
 
 }  // namespace pack
 

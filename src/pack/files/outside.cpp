@@ -173,6 +173,7 @@ class Walk {
     try {
       entries = place.tree->list(place.path);
     } catch (const std::system_error&) {
+      place.tree->note_told(place.path);
       return take_.gap(Cause::unreadable, place);
     }
     if (entry.gap) take_.gap(*entry.gap, place);

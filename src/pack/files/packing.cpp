@@ -13,11 +13,16 @@ void Packing::add_folder(const std::string& name, std::int64_t modified) {
   parcel_.add_folder(joined(folder_, name), modified);
 }
 
+bool Packing::is_taken(const std::string& name) const {
+  return std::ranges::any_of(taken_, [&](const std::string& other) { return is_same_name(name, other); }) ||
+         std::ranges::any_of(documents_, [&](const Place& folder) {
+           return find(*folder.tree, folder.path, name).has_value();
+         });
+}
+
 std::string Packing::free_name(const std::string& wanted) {
   std::string name = wanted;
-  const auto is_it = [&](const std::string& other) { return is_same_name(name, other); };
-  for (int number = 2; std::ranges::any_of(taken_, is_it); ++number)
-    name = wanted + " " + std::to_string(number);
+  for (int number = 2; is_taken(name); ++number) name = wanted + " " + std::to_string(number);
   taken_.push_back(name);
   return name;
 }
@@ -25,12 +30,17 @@ std::string Packing::free_name(const std::string& wanted) {
 void Packing::add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry) {
   if (entry.gap) return leave_out(kind, *entry.gap, place.path);
   if (name.size() > longest_name) return leave_out(kind, Cause::path_too_long, place.path);
-  const auto cause = parcel_.add_file(joined(folder_, name), *place.tree, place.path, entry);
-  if (cause) {
-    tally_.remark(kind, *cause, place.path, entry.size);
+  const Outcome outcome = parcel_.add_file(joined(folder_, name), *place.tree, place.path, entry);
+  if (outcome.cause) {
+    tally_.remark(kind, *outcome.cause, place.path, outcome.bytes);
   } else {
-    tally_.packed(kind, entry.size);
+    tally_.packed(kind, outcome.bytes);
   }
+}
+
+bool Packing::is_unpacked(const Place& file) const {
+  const auto found = unpacked_.find({file.tree, file.path});
+  return found != unpacked_.end() && found->second.size() == unpacked_kinds.size();
 }
 
 void Packing::add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things) {

@@ -2,6 +2,8 @@
 #ifndef BRINDLE_PACK_FILES_PACKING_H
 #define BRINDLE_PACK_FILES_PACKING_H
 
+#include <array>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +13,10 @@
 #include "pack/parcel/parcel.h"
 
 namespace pack {
+
+/// The kinds of what lies in data files of mail programs.
+inline constexpr std::array unpacked_kinds{Kind::mail, Kind::contacts, Kind::events, Kind::tasks,
+                                           Kind::notes};
 
 /// Puts somebody's things into the archive and counts them. Names are those below the person's folder there.
 class Packing {
@@ -28,12 +34,27 @@ class Packing {
   void add_folder(const std::string& name, std::int64_t modified = 0);
 
   /// The name `wanted`, or the same with a number, for something new at the top of the documents; nothing
-  /// else has it from now on. `take_name` says which names others have there already.
+  /// else has it from now on. `take_names_of` says of a folder that what lies in it goes there as well.
   std::string free_name(const std::string& wanted);
-  void take_name(const std::string& name) { taken_.push_back(name); }
+  void take_names_of(const Place& folder) { documents_.push_back(folder); }
 
   /// A file of the disk.
   void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
+
+  /// A file that is packed at the end, unless all that is in it has been unpacked by then.
+  struct PutOff {
+    Kind kind{};
+    std::string name;
+    Place place;
+    Entry entry;
+  };
+  void put_off(PutOff file) { put_off_.push_back(std::move(file)); }
+  const std::vector<PutOff>& put_off() const { return put_off_; }
+
+  /// Says that all of that kind in a file is in the archive. `is_unpacked` is true when that holds for every
+  /// kind.
+  void unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].insert(kind); }
+  bool is_unpacked(const Place& file) const;
 
   /// A file that is made here, of so many things that were found.
   void add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things = 1);
@@ -55,12 +76,17 @@ class Packing {
   void tell_of(Kind kind, Cause cause, const std::string& path) { tally_.note(kind, cause, path); }
 
  private:
+  bool is_taken(const std::string& name) const;
+
   Parcel& parcel_;
   Tally& tally_;
   std::string folder_;
   const std::set<Kind>& without_;
   std::set<std::string> folders_;
   std::vector<std::string> taken_;
+  std::vector<Place> documents_;
+  std::vector<PutOff> put_off_;
+  std::map<std::pair<const Tree*, std::string>, std::set<Kind>> unpacked_;
 };
 
 }  // namespace pack

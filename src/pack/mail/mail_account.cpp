@@ -59,6 +59,8 @@ void MailAccounts::add(const MailAccount& account, const std::string& from) {
   char name[16];
   std::snprintf(name, sizeof name, "%08zu.txt", known_.size());
   packing_.add_text(Kind::accounts, std::string(layout::mail_accounts) + "/" + name, account_file(account));
+  for (const std::string& lost : account.lost)
+    packing_.tell_of(Kind::accounts, Cause::partly_kept, from + ": " + account.name + ": " + lost);
 }
 
 }  // namespace pack

@@ -3,6 +3,7 @@
 #define BRINDLE_PACK_MAIL_MAIL_ACCOUNT_H
 
 #include <string>
+#include <vector>
 
 #include "pack/files/packing.h"
 
@@ -24,13 +25,14 @@ struct MailAccount {
   std::string smtp_server;
   bool smtp_wants_login = false;
   bool smtp_is_secure = false;
+  std::vector<std::string> lost{};  ///< settings for which an archive has no word, as people call them
 };
 
 /// The lines of its file.
 std::string account_file(const MailAccount& account);
 
 /// Packs it as the next one of the person's. What an earlier one has the same server and user for is there
-/// already; `from` names it then.
+/// already; `from` names it then, and in front of what it loses.
 class MailAccounts {
  public:
   explicit MailAccounts(Packing& packing) : packing_(packing) {}

@@ -51,33 +51,26 @@ class OneMessage : public Content {
     std::array<char, 4096> block{};
     const std::size_t count = content_->read(block.data(), block.size());
     is_at_end_ = count == 0;
-    for (const char byte : std::string_view(block.data(), count)) take(byte);
-    if (is_at_end_) ready_ += std::exchange(start_, "");
-  }
-
-  // What a line begins with is held back until it is clear whether that is "From ".
-  void take(char byte) {
-    constexpr std::string_view separator = "From ";
-    if (is_in_line_) {
-      ready_ += byte;
-    } else {
-      start_ += byte;
-      if (separator.starts_with(start_) && start_ != separator) return;
-      if (start_ == separator) ready_ += '>';
-      ready_ += std::exchange(start_, "");
+    for (const char byte : std::string_view(block.data(), count)) {
+      piece_ += byte;
+      if (byte == '\n' || piece_.size() == longest_piece) end_piece();
     }
-    is_in_line_ = byte != '\n';
+    if (is_at_end_) end_piece();
+  }
+  void end_piece() {
+    if (begins_line_ && piece_.starts_with("From ")) ready_ += '>';
+    begins_line_ = piece_.ends_with('\n');
+    ready_ += std::exchange(piece_, "");
   }
 
   std::unique_ptr<Content> content_;
-  std::string start_;
-  bool is_in_line_ = false;
-  std::string ready_ = "From - Thu Jan  1 00:00:00 1970\n";
+  static constexpr std::size_t longest_piece = std::size_t{1} << 16;
+
+  std::string piece_;  // of a line
+  std::string ready_{line_without_date};
+  bool begins_line_ = true;
   bool is_at_end_ = false;
 };
-
-// Gets the head of a message; what it returns gets the body.
-using Take = std::function<Writer(const std::string& head)>;
 
 std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& take) {
   MailboxReader reader(*content);
@@ -85,8 +78,23 @@ std::optional<Cause> each_message(std::unique_ptr<Content> content, const Take& 
   return reader.has_begun_with_something_else() ? std::optional(Cause::no_mailbox) : std::nullopt;
 }
 
+using Complain = std::function<void(Cause cause, const std::string& path)>;
+
+// One of a maildir's folders may be missing.
+std::vector<Entry> entries_in(const Tree& tree, const std::string& folder, const Complain& complain) {
+  try {
+    return tree.list(folder);
+  } catch (const std::system_error& error) {
+    if (error.code() == std::errc::no_such_file_or_directory) return {};
+    tree.note_told(folder);
+    complain(Cause::unreadable, folder);
+  }
+  return {};
+}
+
 // Hands out the messages of a source in their order; what cannot be read is told to `complain`.
 void each_message(const MailFolders::Source& source, const Take& take, const Complain& complain) {
+  if (source.written) return source.written(take, complain);
   const Tree& tree = *source.place.tree;
   if (source.messages) {
     try {
@@ -110,15 +118,12 @@ void each_message(const MailFolders::Source& source, const Take& take, const Com
     return;
   }
   for (const char* part : {"cur", "new"}) {
-    const std::string folder = joined(source.place.path, part);
-    std::vector<Entry> entries;
-    try {
-      entries = tree.list(folder);
-    } catch (const std::system_error&) {
-      continue;  // one of them may be missing
-    }
-    for (const Entry& entry : entries) {
-      const std::string path = joined(folder, entry.name);
+    for (const Entry& entry : entries_in(tree, joined(source.place.path, part), complain)) {
+      const std::string path = joined(joined(source.place.path, part), entry.name);
+      if (entry.gap || entry.what != What::file) {
+        complain(entry.gap.value_or(Cause::no_mailbox), path);
+        continue;
+      }
       try {
         each_message(std::make_unique<OneMessage>(tree.open(path)), take);
       } catch (const std::system_error&) {
@@ -126,6 +131,9 @@ void each_message(const MailFolders::Source& source, const Take& take, const Com
       }
     }
   }
+  // Messages that their program had not finished writing.
+  for (const Entry& entry : entries_in(tree, joined(source.place.path, "tmp"), complain))
+    complain(Cause::no_mailbox, joined(joined(source.place.path, "tmp"), entry.name));
 }
 
 // What a message is known by: all of it, but what programs note in it for themselves.

@@ -12,6 +12,10 @@
 
 namespace pack {
 
+/// Gets the head of a message, with its line "From " and the empty line at the end; what it returns gets the
+/// body.
+using Take = std::function<Writer(const std::string& head)>;
+
 /// Gets a message, as its file holds it: lines may end with CR LF.
 using TakeMessage = std::function<void(std::unique_ptr<Content> message)>;
 
@@ -27,6 +31,8 @@ class MailFolders {
     Place place;
     std::uint64_t size = 0;
     bool is_maildir = false;  ///< a folder with a file a message, in place of a file with all of them
+    /// Of a source that writes its messages itself, each as a mailbox has it; it may be called several times.
+    std::function<void(const Take& take, const Complain& complain)> written{};
     /// Of a source in any other form, what hands out its messages; it may be called several times.
     std::function<void(const TakeMessage& take, const Complain& complain)> messages{};
   };

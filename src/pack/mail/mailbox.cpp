@@ -26,7 +26,34 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(" \t\r\n") + 1 - begin);
 }
 
+// "Tue Mar": lines between messages have a date, which tells them from a text that begins so.
+bool has_date(std::string_view line) {
+  constexpr std::string_view days = "Mon Tue Wed Thu Fri Sat Sun ";
+  constexpr std::string_view months = "Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec ";
+  constexpr std::size_t size = 4;  // of a word with the blank behind it
+  const auto is_word_of = [&](std::string_view words, std::size_t at) {
+    return at + size <= line.size() && words.find(line.substr(at, size)) % size == 0;
+  };
+  for (std::size_t at = separator.size(); at + 2 * size <= line.size(); ++at)
+    if (line[at - 1] == ' ' && is_word_of(days, at) && is_word_of(months, at + size)) return true;
+  return false;
+}
+
+// "Subject:" and so on: a name of printable signs.
+bool is_header(std::string_view line) {
+  const std::size_t colon = line.find(':');
+  return colon != std::string_view::npos && colon > 0 &&
+         std::ranges::all_of(line.substr(0, colon), [](char c) { return c > ' ' && c <= '~'; });
+}
+
 }  // namespace
+
+Beginning beginning_of_mailbox(std::string_view bytes) {
+  bytes.remove_prefix(std::min(bytes.find_first_not_of("\r\n"), bytes.size()));
+  if (bytes.empty()) return Beginning::nothing;
+  if (bytes.starts_with(separator)) return Beginning::message;
+  return is_header(bytes.substr(0, bytes.find('\n'))) ? Beginning::headers : Beginning::other;
+}
 
 MailboxReader::MailboxReader(Content& content) : content_(content), block_(block_size) {}
 
@@ -52,7 +79,7 @@ std::optional<MailboxReader::Piece> MailboxReader::take() {
                                ? static_cast<std::size_t>(static_cast<const char*>(newline) - start) + 1
                            : is_at_end_ ? end_ - begin_
                                         : end_ - begin_ - 1;
-  Piece piece{.text = {start, size}, .begins_line = at_line_};
+  Piece piece{.text = {start, size}, .begins_line = at_line_, .follows_empty_line = behind_empty_line_};
   begin_ += size;
   at_line_ = newline != nullptr;
   if (piece.text.ends_with("\r\n")) {
@@ -60,11 +87,29 @@ std::optional<MailboxReader::Piece> MailboxReader::take() {
     mended_ += '\n';
     piece.text = mended_;
   }
+  behind_empty_line_ = piece.begins_line && piece.text == "\n";
   return piece;
 }
 
+// Up to the first message, whose first lines are left in `separator_`.
+void MailboxReader::begin() {
+  while (const auto piece = take()) {
+    if (!piece->begins_line) continue;
+    if (piece->text.starts_with(separator)) {
+      separator_ = piece->text;
+      return;
+    }
+    if (!has_begun_wrongly_ && is_header(piece->text)) {
+      separator_ = std::string(line_without_date) + std::string(piece->text);
+      return;
+    }
+    has_begun_wrongly_ |= piece->text != "\n";
+  }
+}
+
 std::optional<std::string> MailboxReader::next() {
-  if (!separator_) body([this](std::string_view text) { has_begun_wrongly_ |= text != "\n"; });
+  if (std::exchange(is_at_beginning_, false)) begin();
+  if (!separator_) body([](std::string_view) {});
   if (!separator_) return std::nullopt;
   std::string head = *std::exchange(separator_, std::nullopt);
   while (head.size() < longest_head) {
@@ -84,8 +129,11 @@ void MailboxReader::body(const Writer& write) {
   if (separator_) return;
   while (const auto piece = take()) {
     if (piece->begins_line && piece->text.starts_with(separator)) {
-      separator_ = piece->text;
-      return;
+      if (piece->follows_empty_line || has_date(piece->text)) {
+        separator_ = piece->text;
+        return;
+      }
+      write(">");
     }
     write(piece->text);
   }
@@ -109,13 +157,18 @@ std::string header_field(std::string_view head, std::string_view name) {
   return value;
 }
 
-// Mozilla's bits for a message, in hexadecimal digits.
 bool is_deleted(std::string_view head) {
+  // Mozilla's bits for a message, in hexadecimal digits: out of the file at the next clearing, and marked as
+  // deleted on a server that keeps such messages.
   constexpr unsigned expunged = 0x8;
-  const std::string status = header_field(head, "X-Mozilla-Status");
-  unsigned bits = 0;
-  std::from_chars(status.data(), status.data() + status.size(), bits, 16);
-  return (bits & expunged) != 0;
+  constexpr unsigned deleted_on_server = 0x00200000;
+  const auto has = [&](std::string_view field, unsigned bit) {
+    const std::string status = header_field(head, field);
+    unsigned bits = 0;
+    std::from_chars(status.data(), status.data() + status.size(), bits, 16);
+    return (bits & bit) != 0;
+  };
+  return has("X-Mozilla-Status", expunged) || has("X-Mozilla-Status2", deleted_on_server);
 }
 
 }  // namespace pack

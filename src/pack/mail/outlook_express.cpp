@@ -67,6 +67,7 @@ class Stores {
     try {
       entries = store.tree->list(store.path);
     } catch (const std::system_error&) {
+      store.tree->note_told(store.path);
       return packing_.leave_out(Kind::mail, Cause::unreadable, store.path);
     }
     for (const Entry& entry : entries)

@@ -1,185 +1,98 @@
 #include "pack/mail/thunderbird.h"
 
 #include <algorithm>
-#include <array>
-#include <system_error>
+#include <filesystem>
 
 #include "pack/disk/stage.h"
+#include "pack/files/known_folders.h"
 #include "pack/mail/prefs.h"
+#include "pack/mail/thunderbird_accounts.h"
+#include "pack/mail/thunderbird_folders.h"
 #include "pack/mail/thunderbird_profiles.h"
 
 namespace pack {
 
 namespace {
 
-constexpr std::array<std::string_view, 2> places_of_mail = {"Mail", "ImapMail"};
 constexpr std::size_t longest_prefs = std::size_t{1} << 24;
 
-// Ends of names of files that lie beside mailboxes and are none.
-constexpr std::array<std::string_view, 9> other_endings = {".msf",        ".dat",  ".html", ".rdf", ".sqlite",
-                                                           ".sqlite-wal", ".json", ".ini",  ".log"};
-
-bool ends_with(std::string_view name, std::string_view ending) {
-  return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
-}
-
-bool is_other(std::string_view name) {
-  return std::ranges::any_of(other_endings, [&](std::string_view ending) { return ends_with(name, ending); });
-}
-
-// "account1,account2" in its parts, without blanks.
-std::vector<std::string> parts_of(const std::string& list) {
-  std::vector<std::string> parts;
-  for (std::size_t begin = 0; begin < list.size();) {
-    const std::size_t end = std::min(list.find(',', begin), list.size());
-    std::string part = list.substr(begin, end - begin);
-    std::erase(part, ' ');
-    if (!part.empty()) parts.push_back(part);
-    begin = end + 1;
-  }
-  return parts;
-}
-
-constexpr const char* encrypted_from_the_start = "3";
-
-MailAccount account_of(const Prefs& prefs, const std::string& account, const std::string& server) {
-  const auto identities = parts_of(pref(prefs, "mail.account." + account + ".identities"));
-  const std::string identity = identities.empty() ? "" : "mail.identity." + identities.front() + ".";
-  std::string smtp = pref(prefs, identity + "smtpServer");
-  if (smtp.empty()) smtp = pref(prefs, "mail.smtp.defaultserver");
-  smtp = "mail.smtpserver." + smtp + ".";
-  const std::string name = pref(prefs, server + "name");
-  return {
-      .is_imap = pref(prefs, server + "type") == "imap",
-      .name = name.empty() ? pref(prefs, identity + "useremail") : name,
-      .full_name = pref(prefs, identity + "fullName"),
-      .address = pref(prefs, identity + "useremail"),
-      .reply_address = pref(prefs, identity + "reply_to"),
-      .organization = pref(prefs, identity + "organization"),
-      .server = pref(prefs, server + "hostname"),
-      .user = pref(prefs, server + "userName"),
-      .port = pref(prefs, server + "port"),
-      .is_secure = pref(prefs, server + "socketType") == encrypted_from_the_start,
-      .leaves_on_server = pref(prefs, server + "leave_on_server") == "true",
-      .smtp_server = pref(prefs, smtp + "hostname"),
-      .smtp_wants_login = !pref(prefs, smtp + "username").empty() && pref(prefs, smtp + "authMethod") != "1",
-      .smtp_is_secure = pref(prefs, smtp + "try_ssl") == encrypted_from_the_start};
-}
-
-void add_accounts(const Prefs& prefs, const std::string& from, MailAccounts& accounts) {
-  for (const std::string& account : parts_of(pref(prefs, "mail.accountmanager.accounts"))) {
-    const std::string server = "mail.server." + pref(prefs, "mail.account." + account + ".server") + ".";
-    const std::string type = pref(prefs, server + "type");
-    if (type == "pop3" || type == "imap") accounts.add(account_of(prefs, account, server), from);
-  }
-}
-
-bool begins_as_mailbox(const Place& file) {
-  constexpr std::string_view separator = "From ";
-  std::array<char, separator.size()> bytes{};
-  try {
-    const auto content = file.tree->open(file.path);
-    std::size_t size = 0;
-    while (size < bytes.size()) {
-      const std::size_t count = content->read(bytes.data() + size, bytes.size() - size);
-      if (count == 0) break;
-      size += count;
-    }
-    return std::string_view(bytes.data(), size) == separator;
-  } catch (const std::system_error&) {
-    return true;  // what cannot be read is told when it is packed
-  }
-}
-
-std::uint64_t size_of_maildir(const Tree& tree, const std::string& folder) {
-  std::uint64_t size = 0;
-  constexpr std::uint64_t lines_of_each = 64;
-  for (const char* part : {"cur", "new"})
-    for (const Entry& entry : listed(tree, joined(folder, part))) size += entry.size + lines_of_each;
-  return size;
-}
-
-// Folders below a server's, "NAME" with those in it in "NAME.sbd".
-class Folders {
+// One profile's folders of servers, in it and elsewhere.
+class Servers {
  public:
-  Folders(Packing& packing, MailFolders& folders) : packing_(packing), folders_(folders) {}
+  Servers(const Disk& disk, const Person& person, const Hive* hive, const Place& profile,
+          ThunderbirdFolders& folders, Gaps& gaps)
+      : disk_(disk), person_(person), hive_(hive), profile_(profile), folders_(folders), gaps_(gaps) {}
 
-  void add(const Place& folder) {
-    const Tree& tree = *folder.tree;
-    for (const Entry& entry : listed(tree, folder.path)) {
-      const Place place{.tree = &tree, .path = joined(folder.path, entry.name)};
-      if (entry.what == What::folder) {
-        add_folder(place, entry.name);
-      } else if (!is_other(entry.name)) {
-        add_file(place, entry);
-      }
-    }
+  void add(const Prefs& prefs) {
+    for (const char* usual : {"Mail", "ImapMail"})
+      if (const auto servers = folder_at(profile_, usual, gaps_)) folders_.add_servers(*servers);
+    constexpr std::string_view ending = ".directory";
+    for (const auto& [name, value] : prefs)
+      if (name.starts_with("mail.server.") && name.ends_with(ending) && !value.empty())
+        add_by_prefs(pref(prefs, name + "-rel"), value);
   }
 
  private:
-  void add_folder(const Place& place, const std::string& name) {
-    constexpr std::string_view subfolders = ".sbd";
-    if (ends_with(name, subfolders)) {
-      names_.push_back(name.substr(0, name.size() - subfolders.size()));
-      add(place);
-      names_.pop_back();
-    } else if (find_folder(*place.tree, place.path, "cur")) {
-      add_source(name,
-                 {.place = place, .size = size_of_maildir(*place.tree, place.path), .is_maildir = true});
+  // By its place relative to the profile, when that is one, else by the one it had on Windows.
+  void add_by_prefs(const std::string& relative, const std::string& absolute) {
+    constexpr std::string_view profile = "[ProfD]";
+    if (relative.starts_with(profile)) {
+      const std::string path =
+          std::filesystem::path(joined(profile_.path, relative.substr(profile.size()))).lexically_normal();
+      if (const auto folder = folder_at({.tree = profile_.tree, .path = ""}, path, gaps_))
+        return folders_.add_server(*folder);
+      // Not made yet: the server has no mail.
+      if (relative.find("..") == std::string::npos) return;
     }
+    add_moved(absolute);
   }
 
-  void add_file(const Place& place, const Entry& entry) {
-    if (entry.gap || entry.what != What::file)
-      return packing_.leave_out(Kind::mail, entry.gap.value_or(Cause::special), place.path);
-    if (entry.size > 0 && !begins_as_mailbox(place))
-      return packing_.leave_out(Kind::mail, Cause::no_mailbox, place.path);
-    add_source(entry.name, {.place = place, .size = entry.size});
+  void add_moved(const std::string& path) {
+    const Whereabouts found = whereabouts(disk_, person_, hive_, path);
+    if (found.place && find_folder(*found.place->tree, "", found.place->path))
+      return folders_.add_server(*found.place);
+    if (found.cause && !is_in_profile(path)) gaps_.add(*found.cause, path);
   }
 
-  void add_source(const std::string& name, const MailFolders::Source& source) {
-    std::vector<std::string> names = names_;
-    names.push_back(name);
-    folders_.add(names, source);
+  // A path from another machine, or another day, of a folder that has come along with the profile.
+  bool is_in_profile(std::string path) const {
+    std::ranges::replace(path, '\\', '/');
+    const std::size_t server = path.rfind('/');
+    if (server == std::string::npos || server == 0) return false;
+    const std::size_t servers = path.rfind('/', server - 1);
+    return servers != std::string::npos &&
+           find_folder(*profile_.tree, profile_.path, path.substr(servers + 1)).has_value();
   }
 
-  Packing& packing_;
-  MailFolders& folders_;
-  std::vector<std::string> names_;
+  const Disk& disk_;
+  const Person& person_;
+  const Hive* hive_;
+  const Place& profile_;
+  ThunderbirdFolders& folders_;
+  Gaps& gaps_;
 };
 
-// Those in the profile, and those that were moved out of it.
-void add_servers(Packing& packing, const Disk& disk, const Place& profile, const Prefs& prefs,
-                 MailFolders& folders) {
-  const Tree& tree = *profile.tree;
-  for (const std::string_view mail : places_of_mail) {
-    const auto servers = find_folder(tree, profile.path, mail);
-    if (!servers) continue;
-    for (const Entry& server : listed(tree, *servers))
-      if (server.what == What::folder)
-        Folders(packing, folders).add({.tree = &tree, .path = joined(*servers, server.name)});
-  }
-  for (const auto& [name, value] : prefs) {
-    if (!name.starts_with("mail.server.") || !name.ends_with(".directory")) continue;
-    const auto moved = disk.find(value);
-    const bool is_in_profile = moved && moved->tree == &tree && moved->path.starts_with(profile.path + "/");
-    if (moved && !is_in_profile) Folders(packing, folders).add(*moved);
-  }
+Prefs prefs_of(const Place& profile, Gaps& gaps) {
+  const auto file = find(*profile.tree, profile.path, "prefs.js");
+  if (!file) return {};
+  const auto text = whole({.tree = profile.tree, .path = file->path}, longest_prefs);
+  if (!text) gaps.add(Cause::unreadable, file->path);
+  return text ? read_prefs(*text) : Prefs();
 }
 
 }  // namespace
 
-void add_thunderbird(Packing& packing, const Machine& machine, const Person& person, MailAccounts& accounts,
-                     MailFolders& folders) {
-  const Tree& tree = *person.home.tree;
-  for (const std::string& profile : thunderbird_profiles(person)) {
-    const auto file = find(tree, profile, "prefs.js");
-    const auto text = file ? whole({.tree = &tree, .path = file->path}, longest_prefs) : std::nullopt;
-    const Prefs prefs = text ? read_prefs(*text) : Prefs();
-    if (packing.wants(Kind::accounts)) add_accounts(prefs, profile, accounts);
-    if (packing.wants(Kind::mail))
-      add_servers(packing, machine.disk, {.tree = &tree, .path = profile}, prefs, folders);
+void add_thunderbird(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
+                     MailAccounts& accounts, MailFolders& folders) {
+  if (!packing.wants(Kind::accounts) && !packing.wants(Kind::mail)) return;
+  Gaps gaps;
+  ThunderbirdFolders all(packing, folders, gaps);
+  for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps)) {
+    const Prefs prefs = prefs_of(profile, gaps);
+    if (packing.wants(Kind::accounts)) add_thunderbird_accounts(prefs, profile.path, packing, accounts);
+    if (packing.wants(Kind::mail)) Servers(machine.disk, person, hive, profile, all, gaps).add(prefs);
   }
+  gaps.tell(packing, packing.wants(Kind::mail) ? Kind::mail : Kind::accounts);
 }
 
 }  // namespace pack

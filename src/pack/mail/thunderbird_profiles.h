@@ -2,15 +2,14 @@
 #ifndef BRINDLE_PACK_MAIL_THUNDERBIRD_PROFILES_H
 #define BRINDLE_PACK_MAIL_THUNDERBIRD_PROFILES_H
 
-#include <string>
 #include <vector>
 
-#include "pack/people/people.h"
+#include "pack/files/mozilla_profiles.h"
 
 namespace pack {
 
-/// The folders of a person's profiles, as paths of the person's volume, in the order of their names.
-std::vector<std::string> thunderbird_profiles(const Person& person);
+/// The folders of a person's profiles, the default one first. What cannot be looked at is a gap.
+std::vector<Place> thunderbird_profiles(const Disk& disk, const Person& person, const Hive* hive, Gaps& gaps);
 
 }  // namespace pack
 

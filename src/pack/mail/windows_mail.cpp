@@ -45,6 +45,7 @@ void each_message_file(const Place& folder, const TakeMessage& take, const Compl
   try {
     entries = folder.tree->list(folder.path);
   } catch (const std::system_error&) {
+    folder.tree->note_told(folder.path);
     return complain(Cause::unreadable, folder.path);
   }
   for (const Entry& entry : entries) {
@@ -90,6 +91,7 @@ class Store {
       for (const Entry& entry : folder.tree->list(folder.path))
         take(Place{.tree = folder.tree, .path = joined(folder.path, entry.name)}, entry);
     } catch (const std::system_error&) {
+      folder.tree->note_told(folder.path);
       packing_.leave_out(Kind::mail, Cause::unreadable, folder.path);
     }
   }

@@ -30,13 +30,15 @@ std::string_view advice_on(Cause cause);
 
 /// True for what is packed all the same, though not as it was.
 constexpr bool is_packed(Cause cause) {
-  return cause == Cause::renamed || cause == Cause::cut_short || cause == Cause::salvaged;
+  return cause == Cause::renamed || cause == Cause::cut_short || cause == Cause::changed ||
+         cause == Cause::salvaged || cause == Cause::item_cut;
 }
 
 /// False for what nobody misses: it neither counts as a loss nor changes how the program ends.
 constexpr bool is_loss(Cause cause) {
   return cause != Cause::windows_own && cause != Cause::renamed && cause != Cause::special &&
-         cause != Cause::there_already && cause != Cause::deleted && cause != Cause::registry_not_copied;
+         cause != Cause::there_already && cause != Cause::deleted && cause != Cause::expired &&
+         cause != Cause::unpacked && cause != Cause::registry_not_copied;
 }
 
 }  // namespace pack

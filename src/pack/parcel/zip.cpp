@@ -1,10 +1,7 @@
 #include "pack/parcel/zip.h"
 
-#include <archive.h>
-#include <archive_entry.h>
-#include <fcntl.h>
+#include <libdeflate.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -13,11 +10,14 @@
 #include <system_error>
 #include <utility>
 
+#include "pack/disk/stop.h"
+
 namespace pack {
 
 namespace {
 
-constexpr std::size_t block_size = std::size_t{1} << 16;
+constexpr std::size_t block_size = std::size_t{1} << 17;
+constexpr std::size_t most_of_list = std::size_t{1} << 16;
 
 // Ends of names of files that hold compressed data already.
 constexpr std::array<std::string_view, 36> packed_endings = {
@@ -35,8 +35,11 @@ bool is_compressed(std::string_view name) {
 }
 static_assert(std::ranges::is_sorted(packed_endings));
 
-[[noreturn]] void fail_at(const std::string& path) {
-  throw std::system_error(errno, std::generic_category(), path);
+// Something that is there already is nobody's to replace.
+std::unique_ptr<Part> part_of(const std::string& path) {
+  struct stat found {};
+  if (lstat(path.c_str(), &found) == 0) throw std::system_error(EEXIST, std::generic_category(), path);
+  return std::make_unique<Part>(path + ".part");
 }
 
 std::string folder_of(const std::string& path) {
@@ -44,189 +47,165 @@ std::string folder_of(const std::string& path) {
   return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// 0 at the end, and where the disk gives nothing.
-std::size_t read_some(Content& content, char* to, std::size_t most) {
-  try {
-    return content.read(to, most);
-  } catch (const std::system_error&) {
-    return 0;
-  }
-}
-
-}  // namespace
-
-// The file under its name for the time being.
-class Zip::Part {
+// A file of the disk, block by block.
+class Blocks {
  public:
-  explicit Part(std::string name)
-      : name_(std::move(name)), file_(open(name_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600)) {
-    if (file_ < 0) fail_at(name_);
-  }
-  Part(const Part&) = delete;
-  Part& operator=(const Part&) = delete;
-  ~Part() {
-    if (file_ >= 0) close(file_);
-    if (!name_.empty()) unlink(name_.c_str());
-  }
+  Blocks(std::unique_ptr<Content> content, std::string& block)
+      : content_(std::move(content)), block_(block) {}
 
-  // For the library. It never hears of an error, for it leaves memory behind when a zip ends in one: error()
-  // has it.
-  static la_ssize_t write(archive*, void* self, const void* bytes, std::size_t size) {
-    static_cast<Part*>(self)->write(static_cast<const char*>(bytes), size);
-    return static_cast<la_ssize_t>(size);
+  // Up to `most` bytes, as many as a block holds unless the file ends; none at its end, and where the disk
+  // gives nothing.
+  std::string_view next(std::uint64_t most) {
+    const std::size_t wanted = std::min<std::uint64_t>(most, block_.size());
+    std::size_t size = 0;
+    while (size < wanted && !is_at_end_) {
+      const std::size_t count = read(block_.data() + size, wanted - size);
+      is_at_end_ = count == 0;
+      size += count;
+    }
+    return std::string_view(block_).substr(0, size);
   }
 
-  // What went wrong so far; nothing more is written then.
-  int error() const { return error_; }
-  void give_up() { error_ = ECANCELED; }
+  bool is_broken() const { return is_broken_; }
 
-  void keep_as(const std::string& path) {
-    if (fsync(file_) != 0) fail_at(name_);
-    if (renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) != 0)
-      rename_by_link(path);
-    name_.clear();
-    const int folder = open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0) return;  // it is there, though nobody has waited for its name
-    fsync(folder);
-    close(folder);
+  // True when it holds more than was asked for, or somebody has written to it meanwhile.
+  bool has_changed() {
+    try {
+      return !next(1).empty() || content_->has_changed();
+    } catch (const std::system_error&) {
+      return true;
+    }
   }
 
  private:
-  // For file systems that cannot rename without replacing: sticks of Windows are among them.
-  void rename_by_link(const std::string& path) {
-    if (errno != EINVAL) fail_at(path);
-    if (access(path.c_str(), F_OK) == 0) {
-      errno = EEXIST;
-      fail_at(path);
-    }
-    if (rename(name_.c_str(), path.c_str()) != 0) fail_at(path);
-  }
-
-  void write(const char* bytes, std::size_t size) {
-    while (size > 0 && error_ == 0) {
-      const ssize_t written = ::write(file_, bytes, size);
-      if (written < 0 && errno != EINTR) error_ = errno;
-      if (written <= 0) continue;
-      bytes += written;
-      size -= static_cast<std::size_t>(written);
+  std::size_t read(char* to, std::size_t most) {
+    try {
+      return content_->read(to, most);
+    } catch (const std::system_error&) {
+      is_broken_ = true;
+      return 0;
     }
   }
 
-  std::string name_;
-  int file_;
-  int error_ = 0;
+  std::unique_ptr<Content> content_;
+  std::string& block_;
+  bool is_at_end_ = false;
+  bool is_broken_ = false;
 };
 
-void Zip::Closing::operator()(archive* zip) const { archive_write_free(zip); }
+}  // namespace
 
-Zip::Zip(const std::string& path, How how) : path_(path), how_(std::move(how)), block_(block_size) {
-  struct stat found {};
-  if (lstat(path.c_str(), &found) == 0) {
-    errno = EEXIST;
-    fail_at(path);
-  }
-  part_ = std::make_unique<Part>(path + ".part");
-  // No locale is set and none asked for: then names go in byte for byte.
-  zip_.reset(archive_write_new());
-  archive* const zip = zip_.get();
-  check(archive_write_set_format_zip(zip));
-  check(archive_write_set_format_option(zip, "zip", "compression-level", "1"));
-  check(archive_write_set_bytes_per_block(zip, block_size));
-  check(archive_write_set_bytes_in_last_block(zip, 1));
-  check(archive_write_open(zip, part_.get(), nullptr, Part::write, nullptr));
-}
+Zip::Zip(const std::string& path, How how)
+    : path_(path),
+      how_(std::move(how)),
+      part_(part_of(path)),
+      list_(folder_of(path)),
+      block_(block_size, '\0') {}
 
-Zip::~Zip() {
-  // It is closed properly, which frees all that the library has taken, and written nowhere.
-  part_->give_up();
-}
-
-// Some names make the library warn; they are written all the same.
-void Zip::check(int result) const {
-  if (part_->error() != 0) throw std::system_error(part_->error(), std::generic_category(), path_);
-  if (result >= ARCHIVE_WARN) return;
-  const int error = archive_errno(zip_.get());
-  throw std::system_error(error > 0 ? error : EIO, std::generic_category(), path_);
-}
-
-void Zip::stop_when_asked() const {
-  if (how_.stopped != nullptr && *how_.stopped != 0) throw Interrupted();
-}
-
-void Zip::begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified,
-                unsigned type) {
+void Zip::begin(Item item) {
   stop_when_asked();
-  const bool as_it_is = how_.store || size == 0U || is_compressed(name);
-  check((as_it_is ? archive_write_zip_set_compression_store
-                  : archive_write_zip_set_compression_deflate)(zip_.get()));
-  const std::unique_ptr<archive_entry, decltype(&archive_entry_free)> entry(archive_entry_new(),
-                                                                            archive_entry_free);
-  archive_entry_set_pathname(entry.get(), name.c_str());
-  archive_entry_set_filetype(entry.get(), type);
-  archive_entry_set_perm(entry.get(), type == AE_IFDIR ? 0755 : 0644);
-  if (size) archive_entry_set_size(entry.get(), static_cast<la_int64_t>(*size));
-  archive_entry_set_mtime(entry.get(), modified, 0);
-  check(archive_write_header(zip_.get(), entry.get()));
+  item_ = std::move(item);
+  item_.place = part_->size();
+  part_->append(head_of(item_));
 }
 
-void Zip::write(const char* bytes, std::size_t size) {
-  while (size > 0) {
-    const la_ssize_t written = archive_write_data(zip_.get(), bytes, size);
-    check(written < 0 ? static_cast<int>(written) : ARCHIVE_OK);
-    if (written == 0) return;  // beyond the size it was announced with
-    bytes += written;
-    size -= static_cast<std::size_t>(written);
+void Zip::add(std::string_view bytes) {
+  stop_when_asked();
+  // Ten times as fast as that of the library that compresses.
+  item_.checksum = libdeflate_crc32(item_.checksum, bytes.data(), bytes.size());
+  item_.size += bytes.size();
+  if (item_.is_deflated) {
+    deflate_.add(bytes, [this](std::string_view packed) { part_->append(packed); });
+  } else {
+    part_->append(bytes);
   }
+}
+
+// Sizes and checksum are known only now.
+void Zip::end() {
+  const std::string head = head_of(item_);
+  if (item_.is_deflated) deflate_.end([this](std::string_view packed) { part_->append(packed); });
+  item_.packed_size = part_->size() - item_.place - head.size();
+  part_->replace(item_.place, head_of(item_));
+  add_to_list(list_entry_of(item_));
+  ++items_;
+}
+
+void Zip::add_to_list(const std::string& entry) {
+  end_of_list_ += entry;
+  if (end_of_list_.size() < most_of_list) return;
+  list_.append(end_of_list_);
+  end_of_list_.clear();
 }
 
 void Zip::add_folder(const std::string& name, std::int64_t modified) {
-  begin(name + "/", 0, modified, AE_IFDIR);
+  begin({.name = name + "/", .modified = modified, .is_folder = true});
+  end();
 }
 
-// Its size stands behind it, and in the zip's list.
 void Zip::add_stream(const std::string& name, std::uint64_t,
                      const std::function<void(const Writer& write)>& make) {
-  begin(name, std::nullopt, std::time(nullptr), AE_IFREG);
+  begin({.name = name,
+         .modified = std::time(nullptr),
+         .may_be_large = true,
+         .is_deflated = !how_.store && !is_compressed(name)});
   make([this](std::string_view bytes) {
-    stop_when_asked();
-    write(bytes.data(), bytes.size());
+    add(bytes);
     how_.progress(bytes.size());
   });
+  end();
 }
 
 void Zip::add_text(const std::string& name, std::string_view content) {
-  begin(name, content.size(), std::time(nullptr), AE_IFREG);
-  write(content.data(), content.size());
+  begin({.name = name,
+         .modified = std::time(nullptr),
+         .may_be_large = content.size() > largest_small,
+         .is_deflated = !how_.store && !content.empty() && !is_compressed(name)});
+  add(content);
+  end();
 }
 
-std::optional<Cause> Zip::add_file(const std::string& name, const Tree& tree, const std::string& path,
-                                   const Entry& entry) {
+// A file that grows meanwhile is packed as far as it went before.
+Outcome Zip::add_file(const std::string& name, const Tree& tree, const std::string& path,
+                      const Entry& entry) {
   std::unique_ptr<Content> content;
   try {
     content = tree.open(path);
   } catch (const std::system_error&) {
-    return Cause::unreadable;
+    return {.bytes = 0, .cause = Cause::unreadable};
   }
-  begin(name, entry.size, entry.modified, AE_IFREG);
-  return copy(*content, entry);
-}
-
-// A file that grows meanwhile is cut at the size it had.
-std::optional<Cause> Zip::copy(Content& content, const Entry& entry) {
-  for (std::uint64_t left = entry.size; left > 0;) {
-    stop_when_asked();
-    const std::size_t count = read_some(content, block_.data(), std::min<std::uint64_t>(left, block_.size()));
-    if (count == 0) return Cause::cut_short;
-    write(block_.data(), count);
-    how_.progress(count);
-    left -= count;
+  Blocks blocks(std::move(content), block_);
+  std::string_view block = blocks.next(entry.size);
+  if (block.empty() && blocks.is_broken()) return {.bytes = 0, .cause = Cause::unreadable};
+  begin({.name = name,
+         .modified = entry.modified,
+         .may_be_large = entry.size > largest_small,
+         .is_deflated = !how_.store && !block.empty() && !is_compressed(name)});
+  for (; !block.empty(); block = blocks.next(entry.size - item_.size)) {
+    add(block);
+    how_.progress(block.size());
   }
-  return std::nullopt;
+  end();
+  Outcome outcome{.bytes = item_.size};
+  if (blocks.is_broken()) {
+    outcome.cause = Cause::cut_short;
+  } else if (item_.size != entry.size || blocks.has_changed()) {
+    outcome.cause = Cause::changed;
+  }
+  return outcome;
 }
 
 void Zip::finish() {
-  check(archive_write_close(zip_.get()));
-  zip_.reset();
+  const std::uint64_t place = part_->size();
+  for (std::uint64_t copied = 0; copied < list_.size();) {
+    stop_when_asked();
+    const std::size_t count = list_.read_at(copied, block_.data(), block_.size());
+    if (count == 0) throw std::system_error(EIO, std::generic_category(), path_);
+    part_->append(std::string_view(block_).substr(0, count));
+    copied += count;
+  }
+  part_->append(end_of_list_);
+  part_->append(end_of_zip(items_, place, part_->size() - place));
   part_->keep_as(path_);
 }
 

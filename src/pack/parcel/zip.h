@@ -2,26 +2,24 @@
 #ifndef BRINDLE_PACK_PARCEL_ZIP_H
 #define BRINDLE_PACK_PARCEL_ZIP_H
 
-#include <atomic>
 #include <functional>
-#include <vector>
+#include <memory>
 
+#include "pack/disk/nameless.h"
+#include "pack/parcel/deflate.h"
 #include "pack/parcel/parcel.h"
-
-struct archive;
+#include "pack/parcel/part.h"
+#include "pack/parcel/records.h"
 
 namespace pack {
 
-/// Thrown when the person has had enough.
-struct Interrupted {};
-
 /// A zip that is written beside its place and gets its name when it is complete; what is not finished is
-/// removed.
+/// removed. Its memory does not grow with the number of files: the list of them, which stands at the end of a
+/// zip, waits in a file without a name.
 class Zip : public Parcel {
  public:
   struct How {
-    bool store = false;                         ///< compress nothing
-    const std::atomic<int>* stopped = nullptr;  ///< not 0: throw Interrupted at the next block
+    bool store = false;  ///< compress nothing
     /// Called with the number of bytes that are packed, block by block.
     std::function<void(std::uint64_t)> progress = [](std::uint64_t) {};
   };
@@ -29,13 +27,10 @@ class Zip : public Parcel {
   /// Begins the zip `path`, for its owner's eyes alone. Throws std::system_error, with EEXIST when something
   /// is there already.
   Zip(const std::string& path, How how);
-  Zip(const Zip&) = delete;
-  Zip& operator=(const Zip&) = delete;
-  ~Zip() override;
 
   void add_folder(const std::string& name, std::int64_t modified) override;
-  std::optional<Cause> add_file(const std::string& name, const Tree& tree, const std::string& path,
-                                const Entry& entry) override;
+  Outcome add_file(const std::string& name, const Tree& tree, const std::string& path,
+                   const Entry& entry) override;
   void add_stream(const std::string& name, std::uint64_t most,
                   const std::function<void(const Writer& write)>& make) override;
   void add_text(const std::string& name, std::string_view content) override;
@@ -44,23 +39,20 @@ class Zip : public Parcel {
   void finish();
 
  private:
-  struct Closing {
-    void operator()(archive* zip) const;
-  };
-  class Part;
-
-  void begin(const std::string& name, std::optional<std::uint64_t> size, std::int64_t modified,
-             unsigned type);
-  void write(const char* bytes, std::size_t size);
-  std::optional<Cause> copy(Content& content, const Entry& entry);
-  void stop_when_asked() const;
-  void check(int result) const;
+  void begin(Item item);
+  void add(std::string_view bytes);
+  void end();
+  void add_to_list(const std::string& entry);
 
   std::string path_;
   How how_;
   std::unique_ptr<Part> part_;
-  std::unique_ptr<archive, Closing> zip_;
-  std::vector<char> block_;
+  Deflate deflate_;
+  Item item_;  // that is being written
+  std::uint64_t items_ = 0;
+  Nameless list_;
+  std::string end_of_list_;  // not yet in its file
+  std::string block_;        // of what is read
 };
 
 }  // namespace pack

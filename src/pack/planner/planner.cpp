@@ -1,22 +1,25 @@
 #include "pack/planner/planner.h"
 
+#include "pack/planner/outlook_planner.h"
 #include "pack/planner/sticky_notes.h"
 #include "pack/planner/thunderbird_calendars.h"
 
 namespace pack {
 
-void pack_calendars(Packing& packing, const Machine& machine, const Person& person, const Hive*) {
+void pack_calendars(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::events) && !packing.wants(Kind::tasks)) return;
   const std::string zone = zone_of(machine);
-  Calendar calendar(packing, zone.empty() ? thunderbird_zone(person) : zone);
-  add_thunderbird_calendars(packing, person, calendar);
+  Calendar calendar(packing, zone.empty() ? thunderbird_zone(machine, person, hive) : zone);
+  add_thunderbird_calendars(packing, machine, person, hive, calendar);
+  add_outlook_calendars(packing, machine, person, hive, calendar);
   calendar.pack();
 }
 
-void pack_notes(Packing& packing, const Machine&, const Person& person, const Hive*) {
+void pack_notes(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
   if (!packing.wants(Kind::notes)) return;
   Notes notes(packing);
   add_sticky_notes(packing, person, notes);
+  add_outlook_notes(packing, machine, person, hive, notes);
 }
 
 }  // namespace pack

@@ -14,14 +14,14 @@ namespace pack {
 namespace {
 
 constexpr std::size_t longest_prefs = std::size_t{1} << 24;
-constexpr std::array databases{"calendar-data/local.sqlite", "calendar-data/cache.sqlite"};
+constexpr std::string_view folder_of_databases = "calendar-data";
+constexpr std::array databases{"local.sqlite", "cache.sqlite"};
 // Of Lightning before 1.0, with tables of its own.
 constexpr std::string_view old_database = "storage.sdb";
 
-Prefs prefs_of(const Person& person, const std::string& profile) {
-  const auto file = find(*person.home.tree, profile, "prefs.js");
-  const auto text =
-      file ? whole({.tree = person.home.tree, .path = file->path}, longest_prefs) : std::nullopt;
+Prefs prefs_of(const Place& profile) {
+  const auto file = find(*profile.tree, profile.path, "prefs.js");
+  const auto text = file ? whole({.tree = profile.tree, .path = file->path}, longest_prefs) : std::nullopt;
   return text ? read_prefs(*text) : Prefs{};
 }
 
@@ -40,30 +40,36 @@ void tell_of_calendars_elsewhere(Packing& packing, const Prefs& prefs, const std
   }
 }
 
-void add_profile(Packing& packing, const Person& person, const std::string& profile, Calendar& calendar) {
-  const Tree& tree = *person.home.tree;
+void add_profile(Packing& packing, const Place& profile, Calendar& calendar, Gaps& gaps) {
+  const Tree& tree = *profile.tree;
+  const auto folder = folder_at(profile, folder_of_databases, gaps);
+  if (folder) listed(*folder, gaps);
   for (const char* name : databases) {
-    const auto found = find(tree, profile, name);
+    const auto found = folder ? find(tree, folder->path, name) : std::nullopt;
     if (!found || found->entry.what != What::file) continue;
     const auto database = Database::open({.tree = &tree, .path = found->path});
     if (!database || !add_stored_items(*database, found->path, packing, calendar))
       packing.leave_out(Kind::events, Cause::damaged, found->path);
   }
-  if (const auto old = find(tree, profile, old_database))
+  if (const auto old = find(tree, profile.path, old_database))
     packing.leave_out(Kind::events, Cause::unknown_format, old->path);
-  if (packing.wants(Kind::events)) tell_of_calendars_elsewhere(packing, prefs_of(person, profile), profile);
+  if (packing.wants(Kind::events)) tell_of_calendars_elsewhere(packing, prefs_of(profile), profile.path);
 }
 
 }  // namespace
 
-void add_thunderbird_calendars(Packing& packing, const Person& person, Calendar& calendar) {
-  for (const std::string& profile : thunderbird_profiles(person))
-    add_profile(packing, person, profile, calendar);
+void add_thunderbird_calendars(Packing& packing, const Machine& machine, const Person& person,
+                               const Hive* hive, Calendar& calendar) {
+  Gaps gaps;
+  for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps))
+    add_profile(packing, profile, calendar, gaps);
+  gaps.tell(packing, packing.wants(Kind::events) ? Kind::events : Kind::tasks);
 }
 
-std::string thunderbird_zone(const Person& person) {
-  for (const std::string& profile : thunderbird_profiles(person)) {
-    const std::string zone = olson_of(pref(prefs_of(person, profile), "calendar.timezone.local"));
+std::string thunderbird_zone(const Machine& machine, const Person& person, const Hive* hive) {
+  Gaps gaps;  // told with the calendars
+  for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps)) {
+    const std::string zone = olson_of(pref(prefs_of(profile), "calendar.timezone.local"));
     if (!zone.empty()) return zone;
   }
   return "";

@@ -109,4 +109,11 @@ PrinterSettings settings_of(std::string_view dev_mode) {
   return settings;
 }
 
+bool is_dev_mode(std::string_view bytes) {
+  if (bytes.size() < fields_place + 4) return false;
+  const std::size_t size = static_cast<unsigned char>(bytes[size_place]) |
+                           static_cast<std::size_t>(static_cast<unsigned char>(bytes[size_place + 1])) << 8;
+  return size >= fields_place + 4 && size <= bytes.size();
+}
+
 }  // namespace pack

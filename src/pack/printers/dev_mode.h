@@ -23,6 +23,9 @@ struct PrinterSettings {
 /// Those of a structure. What it does not hold, or holds no word for, is as above.
 PrinterSettings settings_of(std::string_view dev_mode);
 
+/// True for bytes that are long enough for one, and not longer by what they say of themselves.
+bool is_dev_mode(std::string_view bytes);
+
 }  // namespace pack
 
 #endif

@@ -13,9 +13,14 @@ namespace pack {
 bool is_own_port(const std::string& port);
 
 /// "LPT1", "USB001", "host:queue", "http://host:631/ipp/print", "//server/printer". No value when an archive
-/// has no form for it. `system` is the machine's registry, whose current settings are below `control`.
+/// has no form for it, its form would not fit into a line there, or the address of a printer that tells of
+/// itself in the network is not known for certain. `system` is the machine's registry, whose current settings
+/// are below `control`.
 std::optional<std::string> port_in_archive(const std::string& port, const Hive& system,
                                            const std::string& control);
+
+/// A printer "//server/queue" of the network, when an archive can hold it.
+std::optional<std::string> share_in_archive(const std::string& share);
 
 }  // namespace pack
 

@@ -1,11 +1,14 @@
 #include "pack/printers/printers.h"
 
+#include <glib.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <set>
 
 #include "pack/printers/dev_mode.h"
 #include "pack/printers/ports.h"
+#include "pack/registry/hive.h"
 #include "process/archive/layout.h"
 
 namespace pack {
@@ -15,14 +18,23 @@ namespace {
 constexpr std::string_view system_hive = "Windows/System32/config/SYSTEM";
 constexpr std::size_t most_words = 10;
 // Of a driver's name, so that its line fits into the piece that is read at once.
-constexpr std::size_t longest_name = 100;
+constexpr std::size_t longest_name = 98;
 
 struct Printer {
   std::string name;
   std::string driver;
   std::string port;  // in the archive's form
-  PrinterSettings settings;
+  std::string dev_mode;
 };
+
+// Not longer than fits, and not to within a character.
+std::string beginning_of(std::string text) {
+  if (text.size() <= longest_name) return text;
+  const char* end = nullptr;
+  if (g_utf8_validate(text.data(), longest_name, &end) != FALSE) return text.substr(0, longest_name);
+  text.resize(static_cast<std::size_t>(end - text.data()));
+  return text;
+}
 
 std::string in_words(const std::string& text, const char* between) {
   std::string words;
@@ -32,8 +44,7 @@ std::string in_words(const std::string& text, const char* between) {
     if (end > begin) words += (count++ == 0 ? "" : between) + text.substr(begin, end - begin);
     begin = end + 1;
   }
-  if (words.size() > longest_name) words.resize(longest_name);
-  return words;
+  return beginning_of(words);
 }
 
 // A queue's name takes few signs.
@@ -49,10 +60,26 @@ std::string queue_of(const std::string& driver) {
   return queue;
 }
 
+// What a person has set for themselves, where Windows keeps it since XP and before.
+std::optional<std::string> own_dev_mode(const Hive& hive, const std::string& printer) {
+  for (const char* key : {R"(Printers\DevModePerUser)", R"(Printers\DevModes2)"}) {
+    const auto mode = hive.bytes(key, printer);
+    if (mode && is_dev_mode(*mode)) return mode;
+  }
+  return std::nullopt;
+}
+
+// A queue's name is made of it.
+std::string driver_or_name(const std::string& driver, const std::string& name) {
+  for (const std::string& text : {driver, name})
+    if (text.find_first_not_of(" \t\r\n") != std::string::npos) return text;
+  return "Printer";
+}
+
 // The settings come first: no word of theirs holds a key, while a driver's name ("Stylus Color") may, and
 // would hide the lines behind it.
 std::string description_of(const Printer& printer, const std::string& queue) {
-  const PrinterSettings& settings = printer.settings;
+  const PrinterSettings settings = settings_of(printer.dev_mode);
   const std::pair<const char*, const std::string*> lines[] = {{"Orientation", &settings.orientation},
                                                               {"Paper Size", &settings.paper_size},
                                                               {"Paper Width", &settings.paper_width},
@@ -67,6 +94,12 @@ std::string description_of(const Printer& printer, const std::string& queue) {
   for (const auto& [key, value] : lines) text += std::string(key) + "=" + *value + "\r\n";
   return text + "Driver Name=" + in_words(printer.driver, " ") + "\r\nDriver Name Wo Spaces=" + queue +
          "\r\nPrinter Name=" + queue + "\r\n";
+}
+
+std::string in_small_letters(std::string text) {
+  std::ranges::transform(text, text.begin(),
+                         [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return text;
 }
 
 std::optional<std::string> control_set(const Hive& system) {
@@ -85,9 +118,16 @@ std::string default_printer_of(const Hive& hive) {
   return device;
 }
 
-std::optional<Hive> machine_hive(const Disk& disk) {
+// One that says nothing, or not the last, is told.
+std::optional<Hive> machine_hive(Packing& packing, const Disk& disk) {
   const auto file = find(disk.system(), "", system_hive);
-  return file ? Hive::open(disk.system(), file->path) : std::nullopt;
+  if (!file) return std::nullopt;
+  auto hive = Hive::open(disk.system(), file->path);
+  const bool is_dirty = hive && hive->is_dirty();
+  if (!hive || is_dirty)
+    packing.tell_of(Kind::printers, is_dirty ? Cause::registry_dirty : Cause::registry_unreadable,
+                    file->path);
+  return hive;
 }
 
 std::optional<Hive> hive_of(const Person& person) {
@@ -95,94 +135,137 @@ std::optional<Hive> hive_of(const Person& person) {
   return file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
 }
 
-std::vector<Printer> local_printers(Packing* packing, const Hive& system) {
+std::vector<Printer> local_printers(Packing& packing, const Hive& system) {
   std::vector<Printer> printers;
   const auto control = control_set(system);
-  if (!control) return printers;
+  if (!control) {
+    packing.tell_of(Kind::printers, Cause::registry_unreadable, std::string(system_hive));
+    return printers;
+  }
   const std::string key = *control + R"(\Control\Print\Printers)";
   for (const std::string& name : system.keys(key)) {
     const std::string printer = key + "\\" + name;
     const std::string port = system.text(printer, "Port").value_or("");
     const auto written = port_in_archive(port, system, *control);
-    if (packing != nullptr && (is_own_port(port) || !written))
-      packing->leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
-    if (is_own_port(port) || !written) continue;
+    if (is_own_port(port) || !written) {
+      packing.leave_out(Kind::printers, is_own_port(port) ? Cause::windows_own : Cause::port_not_kept, name);
+      continue;
+    }
     printers.push_back({.name = name,
-                        .driver = system.text(printer, "Printer Driver").value_or(name),
+                        .driver = driver_or_name(system.text(printer, "Printer Driver").value_or(""), name),
                         .port = *written,
-                        .settings = settings_of(system.bytes(printer, "Default DevMode").value_or(""))});
+                        .dev_mode = system.bytes(printer, "Default DevMode").value_or("")});
   }
   return printers;
 }
 
 // Keys such as ",,server,queue".
-std::vector<Printer> connected_printers(const Hive& hive) {
+std::vector<Printer> connected_printers(Packing& packing, const Hive& hive) {
   std::vector<Printer> printers;
   for (const std::string& key : hive.keys(R"(Printers\Connections)")) {
     std::string share = key;
     std::ranges::replace(share, ',', '/');
     const std::string queue = share.substr(share.rfind('/') + 1);
-    if (!share.starts_with("//") || queue.empty()) continue;
+    if (queue.empty() || !share_in_archive(share)) {
+      packing.leave_out(Kind::printers, Cause::port_not_kept, key);
+      continue;
+    }
     std::string shown = share;
     std::ranges::replace(shown, '/', '\\');
-    printers.push_back({.name = shown, .driver = queue, .port = share, .settings = {}});
+    printers.push_back({.name = shown, .driver = queue, .port = share, .dev_mode = ""});
   }
   return printers;
 }
 
-// All of them, the machine's first, each port of a share once, with the queue each becomes.
+// The queue that each printer becomes.
 struct Queue {
   Printer printer;
   std::string name;
 };
-std::vector<Queue> all_queues(Packing* packing, const Machine& machine) {
-  std::vector<Printer> printers;
-  if (const auto system = machine_hive(machine.disk)) printers = local_printers(packing, *system);
-  for (const Person& person : machine.people) {
-    const auto hive = hive_of(person);
-    if (!hive) continue;
-    for (Printer& printer : connected_printers(*hive))
-      if (std::ranges::find(printers, printer.port, &Printer::port) == printers.end())
-        printers.push_back(std::move(printer));
-  }
+std::vector<Queue> queues_of(std::vector<Printer> printers) {
   std::vector<Queue> queues;
-  std::set<std::string> names;
+  // Upper and lower case letters are one in a queue's name. The file of the default printer has this one.
+  std::set<std::string> names{"default"};
   for (Printer& printer : printers) {
     const std::string wanted = queue_of(printer.driver);
     std::string name = wanted;
-    for (int number = 2; !names.insert(name).second; ++number) name = wanted + "-" + std::to_string(number);
+    for (int number = 2; !names.insert(in_small_letters(name)).second; ++number)
+      name = wanted + "-" + std::to_string(number);
     queues.push_back({.printer = std::move(printer), .name = name});
   }
   return queues;
+}
+
+// Somebody's default printer, with the settings of their own that they have for it.
+struct DefaultPrinter {
+  std::string name;
+  std::optional<std::string> own_mode;
+};
+
+// The machine's printers first, then those in the network that somebody has, each once; and each person's
+// default one. One hive after the other is open.
+struct AllPrinters {
+  std::vector<Printer> printers;
+  std::vector<DefaultPrinter> defaults;
+};
+AllPrinters found_printers(Packing& packing, const Machine& machine) {
+  AllPrinters found;
+  if (const auto system = machine_hive(packing, machine.disk))
+    found.printers = local_printers(packing, *system);
+  for (const Person& person : machine.people) {
+    DefaultPrinter& by_default = found.defaults.emplace_back();
+    const auto hive = hive_of(person);
+    if (!hive) continue;
+    by_default.name = default_printer_of(*hive);
+    by_default.own_mode = own_dev_mode(*hive, by_default.name);
+    for (Printer& printer : connected_printers(packing, *hive)) {
+      const auto is_it = [&](const Printer& other) { return is_same_name(other.port, printer.port); };
+      if (std::ranges::none_of(found.printers, is_it)) found.printers.push_back(std::move(printer));
+    }
+    if (machine.people.size() > 1) continue;  // the queues are everybody's
+    for (Printer& printer : found.printers)
+      printer.dev_mode = own_dev_mode(*hive, printer.name).value_or(printer.dev_mode);
+  }
+  return found;
+}
+
+bool is_called(const Queue& queue, const std::string& name) {
+  return !name.empty() && is_same_name(queue.printer.name, name);
+}
+
+// In each one's profile.
+void pack_defaults(Packing& shared, const Machine& machine, const std::vector<Queue>& queues,
+                   const std::vector<DefaultPrinter>& defaults) {
+  for (std::size_t number = 0; number < machine.people.size(); ++number) {
+    const auto& [name, own_mode] = defaults[number];
+    const auto queue = std::ranges::find_if(queues, [&](const Queue& one) { return is_called(one, name); });
+    if (queue == queues.end()) continue;
+    const std::string folder =
+        std::string(layout::profiles) + "/" + machine.people[number].login + "/" + layout::printers;
+    Printer printer = queue->printer;
+    printer.dev_mode = own_mode.value_or(printer.dev_mode);
+    shared.add_folder(folder);
+    shared.add_control(folder + "/" + layout::default_printer, description_of(printer, queue->name));
+  }
 }
 
 }  // namespace
 
 void pack_printers(Packing& shared, const Machine& machine) {
   if (!shared.wants(Kind::printers)) return;
-  const auto hive = machine.people.size() == 1 ? hive_of(machine.people.front()) : std::nullopt;
-  const std::string default_name = hive ? default_printer_of(*hive) : "";
-  for (const auto& [printer, queue] : all_queues(&shared, machine)) {
+  AllPrinters found = found_printers(shared, machine);
+  const auto queues = queues_of(std::move(found.printers));
+  const bool is_for_one = machine.people.size() == 1;
+  bool has_default = false;
+  for (const Queue& queue : queues) {
     shared.add_folder(layout::printers);
-    const bool is_default = !default_name.empty() && is_same_name(printer.name, default_name);
-    const std::string file = is_default ? layout::default_printer : queue + ".txt";
+    const bool is_default = is_for_one && !has_default && is_called(queue, found.defaults.front().name);
+    has_default |= is_default;
+    const std::string file = is_default ? layout::default_printer : queue.name + ".txt";
     shared.add_text(Kind::printers, std::string(layout::printers) + "/" + file,
-                    description_of(printer, queue));
+                    description_of(queue.printer, queue.name));
   }
-}
-
-// A queue's name is made of the machine's printers in their order, so it is the same for whomever it is
-// asked.
-void pack_default_printer(Packing& packing, const Machine& machine, const Person&, const Hive* hive) {
-  if (hive == nullptr || machine.people.size() == 1 || !packing.wants(Kind::printers)) return;
-  const std::string default_name = default_printer_of(*hive);
-  for (const auto& [printer, queue] : all_queues(nullptr, machine)) {
-    if (default_name.empty() || !is_same_name(printer.name, default_name)) continue;
-    packing.add_folder(layout::printers);
-    packing.add_control(std::string(layout::printers) + "/" + layout::default_printer,
-                        description_of(printer, queue));
-    return;
-  }
+  if (!is_for_one) pack_defaults(shared, machine, queues, found.defaults);
 }
 
 }  // namespace pack

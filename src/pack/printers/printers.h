@@ -4,17 +4,13 @@
 
 #include "pack/files/packing.h"
 #include "pack/people/people.h"
-#include "pack/registry/hive.h"
 
 namespace pack {
 
 /// The machine's printers with their settings, and those in the network that people have connected; each
-/// once. Of one person alone the default one is the archive's. What only makes files (PDF, XPS, fax, notes)
-/// is Windows's own.
+/// once. Of one person alone the default one is the archive's, of several each one's lies in their profile.
+/// What only makes files (PDF, XPS, fax, notes) is Windows's own.
 void pack_printers(Packing& shared, const Machine& machine);
-
-/// The default printer of one person of several.
-void pack_default_printer(Packing& packing, const Machine& machine, const Person& person, const Hive* hive);
 
 }  // namespace pack
 

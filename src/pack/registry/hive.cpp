@@ -1,8 +1,6 @@
 #include "pack/registry/hive.h"
 
 #include <hivex.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -10,52 +8,40 @@
 #include <cstring>
 #include <system_error>
 
+#include "pack/disk/nameless.h"
+
 namespace pack {
 
 namespace {
 
 using Text = std::unique_ptr<char, decltype([](char* text) { std::free(text); })>;
 
-// A file without a name, that is gone when it is closed.
-class Copy {
- public:
-  Copy() : file_(memfd_create("hive", MFD_CLOEXEC)) {}
-  Copy(const Copy&) = delete;
-  Copy& operator=(const Copy&) = delete;
-  ~Copy() {
-    if (file_ >= 0) close(file_);
-  }
+// A machine's largest one may have a hundred megabytes. They are not held: the library looks at them through
+// the copy, of which the system keeps in memory what it has room for.
+constexpr std::uint64_t largest_hive = std::uint64_t{256} << 20;
 
-  bool take(const char* bytes, std::size_t size) const {
-    while (size > 0) {
-      const ssize_t written = ::write(file_, bytes, size);
-      if (written <= 0) return false;
-      bytes += written;
-      size -= static_cast<std::size_t>(written);
-    }
-    return true;
-  }
-  bool take_all(Content& content) const {
-    std::array<char, 1 << 16> block;
+// False when the disk does not give the whole file, or more than a hive can be.
+bool copy_all(Content& content, Nameless& copy) {
+  std::array<char, 1 << 16> block;
+  while (copy.size() <= largest_hive) {
+    std::size_t count = 0;
     try {
-      while (const std::size_t count = content.read(block.data(), block.size()))
-        if (!take(block.data(), count)) return false;
+      count = content.read(block.data(), block.size());
     } catch (const std::system_error&) {
       return false;
     }
-    return file_ >= 0;
+    if (count == 0) return true;
+    copy.append({block.data(), count});
   }
-  std::string path() const { return "/proc/self/fd/" + std::to_string(file_); }
+  return false;
+}
 
-  // Two counters, raised before a change and after it.
-  bool is_dirty() const {
-    std::array<std::uint32_t, 2> counters{};
-    return pread(file_, counters.data(), sizeof counters, 4) == sizeof counters && counters[0] != counters[1];
-  }
-
- private:
-  int file_;
-};
+// Two counters, raised before a change and after it.
+bool has_open_change(const Nameless& hive) {
+  std::array<std::uint32_t, 2> counters{};
+  return hive.read_at(4, reinterpret_cast<char*>(counters.data()), sizeof counters) == sizeof counters &&
+         counters[0] != counters[1];
+}
 
 // hivex lists end with a zero.
 template <typename Handles, typename Name>
@@ -72,14 +58,16 @@ std::vector<std::string> names_of(hive_h* hive, Handles* list, Name name) {
 void Hive::Closing::operator()(hive_h* hive) const { hivex_close(hive); }
 
 std::optional<Hive> Hive::open(const Tree& tree, const std::string& path) {
-  const Copy copy;
+  std::unique_ptr<Content> content;
   try {
-    if (!copy.take_all(*tree.open(path))) return std::nullopt;
+    content = tree.open(path);
   } catch (const std::system_error&) {
     return std::nullopt;
   }
+  Nameless copy(folder_for_copies());
+  if (!copy_all(*content, copy)) return std::nullopt;
   Handle hive(hivex_open(copy.path().c_str(), 0));
-  return hive ? std::optional(Hive(std::move(hive), copy.is_dirty())) : std::nullopt;
+  return hive ? std::optional(Hive(std::move(hive), has_open_change(copy))) : std::nullopt;
 }
 
 std::size_t Hive::find(std::string_view key) const {

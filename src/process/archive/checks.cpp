@@ -32,7 +32,7 @@ int as_int(long long number) { return static_cast<int>(std::clamp<long long>(num
 char* copied(const std::string& text) {
   const std::size_t size = std::max(mount_point_size, text.size() + 2);
   char* buffer = static_cast<char*>(std::calloc(size, 1));
-  if (buffer != nullptr) std::memcpy(buffer, text.data(), text.size());
+  if (buffer != nullptr) text.copy(buffer, text.size());
   return buffer;
 }
 

@@ -3,7 +3,6 @@
 #include <glib.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "shell/pieces.h"
@@ -78,6 +77,7 @@ std::optional<std::string> setting(std::FILE* fp, const char* key) {
   const std::size_t equals = line->find('=');
   if (equals == std::string::npos) return "";
   // A NUL would end the value for every writer that follows; end it here already.
+  // NOLINTNEXTLINE(readability-redundant-string-cstr)
   return std::string(line->substr(equals + 1).c_str());
 }
 
@@ -91,7 +91,7 @@ char* get_string(std::FILE* fp, const char* key) {
   const std::optional<std::string> value = setting(fp, key);
   if (!value) return nullptr;
   char* buffer = static_cast<char*>(std::calloc(value_size, 1));
-  if (buffer != nullptr) std::memcpy(buffer, value->data(), value->size());
+  if (buffer != nullptr) value->copy(buffer, value->size());
   return buffer;
 }
 

@@ -37,8 +37,10 @@ bool hide_content_of(const std::string& home) {
 }  // namespace
 
 PasswordFile write_password_file(const std::string& path, const std::string& login) {
-  errno = EPERM;
-  if (!may_get_password(login)) return PasswordFile::not_allowed;
+  if (!may_get_password(login)) {
+    errno = EPERM;
+    return PasswordFile::not_allowed;
+  }
   // Readable by root alone from its first moment, and never through a link or over somebody's own file.
   Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file && errno == EEXIST) return PasswordFile::in_the_way;

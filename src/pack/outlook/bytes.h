@@ -1,0 +1,33 @@
+// Numbers in the byte order of Windows, read where they may not be.
+#ifndef BRINDLE_PACK_OUTLOOK_BYTES_H
+#define BRINDLE_PACK_OUTLOOK_BYTES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace pack {
+
+/// The number of `size` bytes, lowest first, at `at`; 0 when they are not all there.
+inline std::uint64_t number_at(std::string_view bytes, std::size_t at, std::size_t size) {
+  if (at > bytes.size() || size > bytes.size() - at) return 0;
+  std::uint64_t number = 0;
+  for (std::size_t byte = size; byte > 0; --byte)
+    number = number << 8 | static_cast<unsigned char>(bytes[at + byte - 1]);
+  return number;
+}
+inline std::uint16_t word_at(std::string_view bytes, std::size_t at) {
+  return static_cast<std::uint16_t>(number_at(bytes, at, 2));
+}
+inline std::uint32_t long_at(std::string_view bytes, std::size_t at) {
+  return static_cast<std::uint32_t>(number_at(bytes, at, 4));
+}
+
+/// The part of so many bytes there, or what there is of it.
+inline std::string_view part_of(std::string_view bytes, std::size_t at, std::size_t size) {
+  return at > bytes.size() ? std::string_view() : bytes.substr(at, size);
+}
+
+}  // namespace pack
+
+#endif

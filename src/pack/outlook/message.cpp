@@ -1,0 +1,505 @@
+#include "pack/outlook/message.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <span>
+#include <utility>
+
+#include "pack/outlook/bytes.h"
+#include "pack/outlook/charsets.h"
+#include "pack/outlook/compressed_rtf.h"
+#include "pack/outlook/mime.h"
+#include "pack/outlook/recipients.h"
+#include "pack/outlook/times.h"
+
+namespace pack {
+
+namespace {
+
+constexpr int deepest = 8;  // messages in messages
+constexpr std::uint32_t type_bits = 0x1F;
+constexpr std::uint32_t attachment_type = 0x05;
+
+namespace id {
+constexpr std::uint16_t importance = 0x0017;
+constexpr std::uint16_t subject = 0x0037;
+constexpr std::uint16_t sent_at = 0x0039;
+constexpr std::uint16_t for_name = 0x0042;
+constexpr std::uint16_t reply_names = 0x0050;
+constexpr std::uint16_t for_address = 0x0065;
+constexpr std::uint16_t headers = 0x007D;
+constexpr std::uint16_t sender_name = 0x0C1A;
+constexpr std::uint16_t sender_address = 0x0C1F;
+constexpr std::uint16_t shown_to = 0x0E04;
+constexpr std::uint16_t shown_cc = 0x0E03;
+constexpr std::uint16_t shown_bcc = 0x0E02;
+constexpr std::uint16_t came_at = 0x0E06;
+constexpr std::uint16_t flags = 0x0E07;
+constexpr std::uint16_t body = 0x1000;
+constexpr std::uint16_t report = 0x1001;
+constexpr std::uint16_t rtf = 0x1009;
+constexpr std::uint16_t html = 0x1013;
+constexpr std::uint16_t message_id = 0x1035;
+constexpr std::uint16_t references = 0x1039;
+constexpr std::uint16_t in_reply_to = 0x1042;
+constexpr std::uint16_t last_answer = 0x1081;
+constexpr std::uint16_t flag_status = 0x1090;
+constexpr std::uint16_t display_name = 0x3001;
+constexpr std::uint16_t made_at = 0x3007;
+constexpr std::uint16_t search_key = 0x300B;
+constexpr std::uint16_t data = 0x3701;
+constexpr std::uint16_t short_name = 0x3704;
+constexpr std::uint16_t method = 0x3705;
+constexpr std::uint16_t long_name = 0x3707;
+constexpr std::uint16_t path = 0x3708;
+constexpr std::uint16_t long_path = 0x370D;
+constexpr std::uint16_t media_type = 0x370E;
+constexpr std::uint16_t content_id = 0x3712;
+constexpr std::uint16_t internet_code_page = 0x3FDE;
+constexpr std::uint16_t sender_smtp = 0x5D01;
+constexpr std::uint16_t for_smtp = 0x5D02;
+}  // namespace id
+
+// ---- Addresses
+
+struct Recipients {
+  std::array<std::string, 3> lists;  // To, Cc, Bcc
+
+  void add(std::size_t kind, const std::string& mailbox) {
+    if (!lists.at(kind).empty()) lists.at(kind) += ",\n ";
+    lists.at(kind) += mailbox;
+  }
+};
+
+// "Ann Lee; bob@home.example", as Outlook shows it.
+void add_shown(Recipients& recipients, std::size_t kind, const std::string& names) {
+  for (std::size_t begin = 0; begin < names.size();) {
+    const std::size_t end = std::min(names.find(';', begin), names.size());
+    std::string name = names.substr(begin, end - begin);
+    begin = end + 1;
+    const auto is_around = [](char c) { return c == ' ' || c == '\''; };
+    while (!name.empty() && is_around(name.front())) name.erase(0, 1);
+    while (!name.empty() && is_around(name.back())) name.pop_back();
+    if (!name.empty()) recipients.add(kind, mailbox(name, address_of({name})));
+  }
+}
+
+Recipients lists_of(Blocks& blocks, const Properties& message, bool* is_whole) {
+  Recipients lists;
+  for (const Recipient& recipient : recipients_of(blocks, message, is_whole))
+    lists.add(static_cast<std::size_t>(recipient.kind - 1), mailbox(recipient.name, recipient.address));
+  const std::array shown{id::shown_to, id::shown_cc, id::shown_bcc};
+  for (std::size_t kind = 0; kind < shown.size(); ++kind)
+    if (lists.lists.at(kind).empty()) add_shown(lists, kind, message.text(shown.at(kind)));
+  return lists;
+}
+
+// ---- The header
+
+struct Field {
+  std::string name;
+  std::string value;  // with its folds
+};
+
+bool is_field_name(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, [](char c) { return c > ' ' && c < '\x7f'; });
+}
+
+// Those with which the message came; lines that are none are passed over.
+std::vector<Field> fields_of(std::string_view text) {
+  std::vector<Field> fields;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    while (line.ends_with('\r')) line.remove_suffix(1);
+    if (line.find('\r') != std::string_view::npos) continue;  // the end of one that is none
+    const bool is_folded = line.starts_with(' ') || line.starts_with('\t');
+    if (line.find_first_not_of(" \t") == std::string_view::npos) {
+      if (is_folded || fields.empty()) continue;
+      break;
+    }
+    if (is_folded && !fields.empty()) {
+      fields.back().value += "\n" + std::string(line);
+      continue;
+    }
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos || !is_field_name(line.substr(0, colon))) continue;
+    const std::size_t begin = std::min(line.find_first_not_of(" \t", colon + 1), line.size());
+    fields.push_back({.name = std::string(line.substr(0, colon)), .value = std::string(line.substr(begin))});
+  }
+  return fields;
+}
+
+// Of the form in which the message came, not of the one that it has now.
+bool is_stale(std::string_view name) {
+  const auto begins = [&](std::string_view with) {
+    return is_same_name(name.substr(0, std::min(with.size(), name.size())), with);
+  };
+  return begins("Content-") || begins("X-Mozilla-") || is_same_name(name, "MIME-Version");
+}
+
+// A mark in front says how long the "Re: " is.
+std::string subject_of(const Properties& message) {
+  const std::string subject = message.text(id::subject);
+  return subject.starts_with('\x01') ? subject.substr(std::min<std::size_t>(2, subject.size())) : subject;
+}
+
+std::optional<std::int64_t> date_of(const Properties& message) {
+  for (const std::uint16_t property : {id::sent_at, id::came_at, id::made_at})
+    if (const auto time = message.time(property); time && *time != 0) return unix_time(*time);
+  return std::nullopt;
+}
+
+std::string hex(std::string_view bytes) {
+  std::string text;
+  char digits[4];
+  for (const char byte : bytes) {
+    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+    text += digits;
+  }
+  return text;
+}
+
+class Header {
+ public:
+  explicit Header(const Properties& message) : fields_(fields_of(message.text(id::headers))) {
+    for (const Field& field : fields_)
+      if (!is_stale(field.name)) text_ += raw_field(field.name, field.value);
+  }
+
+  bool has(std::string_view name) const {
+    return std::ranges::any_of(fields_, [&](const Field& field) { return is_same_name(field.name, name); });
+  }
+  // What the header has already stays as it is.
+  void add(const char* name, const std::string& value) {
+    if (!value.empty() && !has(name)) text_ += raw_field(name, value);
+  }
+  void add_text(const char* name, const std::string& value) {
+    if (!value.empty() && !has(name)) text_ += text_field(name, value);
+  }
+  bool came_with_one() const { return !fields_.empty(); }
+  const std::string& text() const { return text_; }
+
+ private:
+  std::vector<Field> fields_;
+  std::string text_;
+};
+
+void add_sender(Header& header, const Properties& message) {
+  const std::string by =
+      mailbox(message.text(id::sender_name),
+              address_of({message.text(id::sender_smtp), message.text(id::sender_address)}));
+  const bool has_other = message.has(id::for_address) || message.has(id::for_smtp);
+  const std::string from =
+      has_other ? mailbox(message.text(id::for_name),
+                          address_of({message.text(id::for_smtp), message.text(id::for_address)}))
+                : by;
+  const bool is_known = has_other || message.has(id::sender_address) || message.has(id::sender_name);
+  if (is_known) header.add("From", from);
+  if (message.has(id::sender_address) && by.substr(by.rfind('<')) != from.substr(from.rfind('<')))
+    header.add("Sender", by);
+}
+
+std::string on_one_line(std::string text) {
+  std::ranges::replace_if(
+      text, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+  return text;
+}
+
+std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole) {
+  Header header(message);
+  const bool came_with_one = header.came_with_one();
+  if (!came_with_one)
+    add_sender(header, message);
+  else if (!header.has("From"))
+    add_sender(header, message);
+  const Recipients recipients = lists_of(blocks, message, is_whole);
+  const bool has_recipients = header.has("To") || header.has("Cc");
+  if (!has_recipients) {
+    header.add("To", recipients.lists[0]);
+    header.add("Cc", recipients.lists[1]);
+  }
+  header.add("Bcc", recipients.lists[2]);
+  header.add_text("Subject", subject_of(message));
+  if (const auto date = date_of(message)) header.add("Date", date_in_mail(*date));
+  header.add("Message-ID", on_one_line(message.text(id::message_id)));
+  if (const auto key = message.bytes(id::search_key, 256); key && !message.has(id::message_id))
+    header.add("Message-ID", key->empty() ? "" : "<" + hex(*key) + "@outlook.invalid>");
+  if (came_with_one) return header.text();
+  header.add("In-Reply-To", on_one_line(message.text(id::in_reply_to)));
+  header.add("References", on_one_line(message.text(id::references)));
+  Recipients reply;
+  add_shown(reply, 0, message.text(id::reply_names));
+  if (reply.lists[0].find(".invalid>") == std::string::npos) header.add("Reply-To", reply.lists[0]);
+  constexpr int high = 2;
+  const int importance = message.number(id::importance).value_or(1);
+  if (importance != 1) header.add("Importance", importance == high ? "high" : "low");
+  return header.text();
+}
+
+// ---- The body
+
+// One part of a message, its head without the empty line behind it.
+struct Part {
+  std::string head;
+  std::function<void(const Writer& write)> write;
+};
+
+class Body {
+ public:
+  Body(Store& store, bool* is_whole) : store_(store), is_whole_(is_whole) {}
+
+  Part part_of(const std::shared_ptr<const Properties>& message, int depth);
+
+ private:
+  using Message = std::shared_ptr<const Properties>;
+  using Parts = std::vector<Part>;
+
+  std::string next_boundary();
+  Part joined(const std::string& type, Parts parts);
+  static Part of_text(const std::string& type, const std::string& charset, std::string text);
+  Part of_bytes(const std::string& head, const Message& owner, std::uint16_t property);
+  std::optional<Part> text(const Message& message, std::uint16_t property);
+  std::optional<Part> html(const Message& message);
+  std::optional<Part> rtf(const Message& message);
+  Part attachment(const Message& attachment, int depth);
+  Part message_within(const NodeBlocks& node, const std::string& disposition, std::uint32_t code_page,
+                      int depth);
+
+  Store& store_;
+  bool* is_whole_;
+  int boundaries_ = 0;
+};
+
+// In no text: "=_" makes one be encoded.
+std::string Body::next_boundary() {
+  char text[32];
+  std::snprintf(text, sizeof text, "=_brindle_%06d_=", ++boundaries_);
+  return text;
+}
+
+Part Body::joined(const std::string& type, Parts parts) {
+  const std::string boundary = next_boundary();
+  return {.head = "Content-Type: multipart/" + type + ";\n boundary=\"" + boundary + "\"\n",
+          .write = [boundary, all = std::move(parts)](const Writer& write) {
+            for (const Part& part : all) {
+              write("--" + boundary + "\n" + part.head + "\n");
+              part.write(write);
+              write("\n");
+            }
+            write("--" + boundary + "--\n");
+          }};
+}
+
+Part Body::of_text(const std::string& type, const std::string& charset, std::string text) {
+  std::erase(text, '\r');
+  const bool is_plain_text = is_plain(text);
+  return {.head = "Content-Type: " + type + "; charset=" + charset +
+                  "\nContent-Transfer-Encoding: " + (is_plain_text ? "7bit" : "quoted-printable") + "\n",
+          .write = [is_plain_text, body = std::move(text)](const Writer& write) {
+            if (!is_plain_text) return write_quoted_printable(body, write);
+            if (!body.empty()) write(body);
+            if (!body.ends_with('\n')) write("\n");
+          }};
+}
+
+Part Body::of_bytes(const std::string& head, const Message& owner, std::uint16_t property) {
+  return {.head = head + "Content-Transfer-Encoding: base64\n",
+          .write = [owner, property, is_whole = is_whole_](const Writer& write) {
+            Base64 base64(write);
+            *is_whole &= owner->each(property, [&](std::string_view bytes) { base64.take(bytes); });
+            base64.finish();
+          }};
+}
+
+// One that does not fit into memory, or is damaged, goes by as it is.
+std::optional<Part> Body::text(const Message& message, std::uint16_t property) {
+  if (!message->has(property)) return std::nullopt;
+  const auto bytes = message->bytes(property);
+  const bool is_utf16 = message->form(property) == Form::text;
+  if (bytes && bytes->empty()) return std::nullopt;
+  if (bytes) return of_text("text/plain", "utf-8", message->text(property));
+  const std::string charset = is_utf16 ? "utf-16le" : charset_of(message->code_page());
+  return of_bytes("Content-Type: text/plain; charset=" + charset + "\n", message, property);
+}
+
+std::optional<Part> Body::html(const Message& message) {
+  if (!message->has(id::html)) return std::nullopt;
+  const auto bytes = message->bytes(id::html);
+  if (bytes && bytes->empty()) return std::nullopt;
+  constexpr std::int32_t utf16 = 1200;
+  if (bytes && message->form(id::html) == Form::text)
+    return of_text("text/html", "utf-8", message->text(id::html));
+  if (bytes && message->number(id::internet_code_page) == utf16)
+    return of_text("text/html", "utf-8", text_of_utf16(*bytes));
+  const auto page = static_cast<std::uint32_t>(message->number(id::internet_code_page).value_or(0));
+  std::string charset = charset_of(page);
+  if (charset.empty()) charset = bytes && is_utf8(*bytes) ? "utf-8" : "windows-1252";
+  if (!bytes) return of_bytes("Content-Type: text/html; charset=" + charset + "\n", message, id::html);
+  return of_text("text/html", charset, *bytes);
+}
+
+std::optional<Part> Body::rtf(const Message& message) {
+  const auto packed = message->has(id::rtf) ? message->bytes(id::rtf) : std::nullopt;
+  if (!packed || packed->empty()) return std::nullopt;
+  auto plain = plain_rtf(*packed);
+  if (!plain) {
+    *is_whole_ = false;
+    return std::nullopt;
+  }
+  if (const auto html = html_in_rtf(*plain)) return of_text("text/html", "utf-8", *html);
+  return Part{.head = "Content-Type: application/rtf\nContent-Transfer-Encoding: base64\n",
+              .write = [text = std::move(*plain)](const Writer& write) {
+                Base64 base64(write);
+                base64.take(text);
+                base64.finish();
+              }};
+}
+
+bool is_media_type(std::string_view text) {
+  const std::size_t slash = text.find('/');
+  const auto is_token = [](std::string_view token) {
+    return !token.empty() && std::ranges::all_of(token, [](char c) {
+      return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' ||
+             c == '-' || c == '+' || c == '_';
+    });
+  };
+  return slash != std::string_view::npos && text.size() < 128 && is_token(text.substr(0, slash)) &&
+         is_token(text.substr(slash + 1));
+}
+
+std::string name_of_attachment(const Properties& attachment) {
+  for (const std::uint16_t property : {id::long_name, id::short_name, id::display_name})
+    if (std::string name = attachment.text(property); !name.empty()) return name;
+  return "attachment";
+}
+
+std::string disposition_of(const Properties& attachment) {
+  std::string content_id = on_one_line(attachment.text(id::content_id));
+  std::erase_if(content_id, [](char c) { return c == '<' || c == '>' || c == ' '; });
+  const bool is_inline = !content_id.empty();
+  return std::string("Content-Disposition: ") + (is_inline ? "inline" : "attachment") +
+         parameter("filename", name_of_attachment(attachment)) + "\n" +
+         (is_inline ? "Content-ID: <" + content_id + ">\n" : "");
+}
+
+Part Body::attachment(const Message& attachment, int depth) {
+  constexpr int message_within = 5;
+  const std::string disposition = disposition_of(*attachment);
+  const int method = attachment->number(id::method).value_or(1);
+  const auto object = attachment->object(id::data);
+  if (method == message_within && object && depth < deepest)
+    return this->message_within(*object, disposition, attachment->code_page(), depth + 1);
+  if (attachment->form(id::data) == Form::object && object && method != message_within)
+    return {.head = "Content-Type: application/octet-stream\n" + disposition +
+                    "Content-Transfer-Encoding: base64\n",
+            .write = [this, node = *object](const Writer& write) {
+              Base64 base64(write);
+              *is_whole_ &=
+                  Data(store_.blocks(), node.data).each([&](std::string_view bytes) { base64.take(bytes); });
+              base64.finish();
+            }};
+  if (!attachment->has(id::data)) {
+    std::string path = attachment->text(id::long_path);
+    if (path.empty()) path = attachment->text(id::path);
+    if (path.empty()) *is_whole_ = false;
+    Part part = of_text("text/plain", "utf-8",
+                        path.empty() ? "This attachment could not be read.\n"
+                                     : "The attachment is a link to a file: " + path + "\n");
+    part.head += disposition;
+    return part;
+  }
+  if (method == message_within) *is_whole_ = false;
+  std::string type = attachment->text(id::media_type);
+  if (!is_media_type(type) || type.starts_with("multipart/") || type.starts_with("message/"))
+    type = "application/octet-stream";
+  return of_bytes("Content-Type: " + type + "\n" + disposition, attachment, id::data);
+}
+
+Part Body::message_within(const NodeBlocks& node, const std::string& disposition, std::uint32_t code_page,
+                          int depth) {
+  return {.head = "Content-Type: message/rfc822\n" + disposition,
+          .write = [this, node, code_page, depth](const Writer& write) {
+            const auto message = std::make_shared<const Properties>(store_.blocks(), node, code_page);
+            if (!message->is_whole()) *is_whole_ = false;
+            const Part part = part_of(message, depth);
+            write(header_of(store_.blocks(), *message, is_whole_) + "MIME-Version: 1.0\n" + part.head + "\n");
+            part.write(write);
+          }};
+}
+
+Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) {
+  Parts forms;
+  for (const std::uint16_t property : {id::body, id::report})
+    if (forms.empty())
+      if (auto part = text(message, property)) forms.push_back(std::move(*part));
+  auto other = html(message);
+  if (!other) other = rtf(message);
+  if (other) forms.push_back(std::move(*other));
+  if (forms.empty()) forms.push_back(of_text("text/plain", "utf-8", ""));
+  Part body = forms.size() > 1 ? joined("alternative", std::move(forms)) : std::move(forms.front());
+  Parts shown_within{body};
+  Parts attached;
+  for (const auto& [node, blocks] : message->subnodes()) {
+    if ((node & type_bits) != attachment_type) continue;
+    const auto attachment = std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page());
+    if (!attachment->is_whole()) *is_whole_ = false;
+    const bool is_within = !attachment->text(id::content_id).empty() && message->has(id::html);
+    (is_within ? shown_within : attached).push_back(this->attachment(attachment, depth));
+  }
+  if (shown_within.size() > 1) body = joined("related", std::move(shown_within));
+  if (attached.empty()) return body;
+  attached.insert(attached.begin(), std::move(body));
+  return joined("mixed", std::move(attached));
+}
+
+// The marks that Mozilla's programs read.
+std::string mozilla_status(const Properties& message) {
+  constexpr int read_in_outlook = 1;
+  constexpr int marked_in_outlook = 2;
+  constexpr int answered = 102;
+  constexpr int answered_to_all = 103;
+  constexpr int forwarded_in_outlook = 104;
+  const int answer = message.number(id::last_answer).value_or(0);
+  unsigned bits = 0;
+  if ((message.number(id::flags).value_or(0) & read_in_outlook) != 0) bits |= 0x0001;
+  if (answer == answered || answer == answered_to_all) bits |= 0x0002;
+  if (message.number(id::flag_status).value_or(0) == marked_in_outlook) bits |= 0x0004;
+  if (answer == forwarded_in_outlook) bits |= 0x1000;
+  char text[64];
+  std::snprintf(text, sizeof text, "X-Mozilla-Status: %04x\n", bits);
+  return text;
+}
+
+// The list of its own nodes is gone, and with it what it says to have.
+bool lacks_attachments(const Properties& message) {
+  constexpr int has_attachments = 0x10;
+  return (message.number(id::flags).value_or(0) & has_attachments) != 0 && message.subnodes().empty();
+}
+
+}  // namespace
+
+Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take) {
+  const auto message = std::make_shared<const Properties>(store.item(item));
+  if (message->is_empty()) return Rebuilt::lost;
+  bool is_whole = message->is_whole() && !lacks_attachments(*message);
+  Body body(store, &is_whole);
+  const Part part = body.part_of(message, 0);
+  const Writer write =
+      take("From - " + date_in_mailbox(date_of(*message).value_or(0)) + "\n" + mozilla_status(*message) +
+           header_of(store.blocks(), *message, &is_whole) + "MIME-Version: 1.0\n" + part.head + "\n");
+  part.write([&](std::string_view text) {
+    if (!text.empty()) write(text);
+  });
+  return is_whole ? Rebuilt::whole : Rebuilt::cut;
+}
+
+std::uint64_t most_of_message(std::uint32_t size) {
+  constexpr std::uint64_t room_for_heads = 16384;
+  return std::uint64_t{size} * 2 + room_for_heads;
+}
+
+}  // namespace pack

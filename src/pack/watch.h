@@ -1,0 +1,19 @@
+// The program in a process of its own, with another one that clears up behind it.
+#ifndef BRINDLE_PACK_WATCH_H
+#define BRINDLE_PACK_WATCH_H
+
+#include <functional>
+
+namespace pack {
+
+/// Carries out `work` in a process of its own and returns the exit status of the program: that of `work`, or
+/// `failed` with a line on standard error when it has none. To be called first of all, with one thread.
+///
+/// SIGINT, SIGTERM and SIGHUP make `work` throw Interrupted at the next opportunity. When it has none within
+/// a second, as on a disk that does not answer, or when they come a second time, it is ended at once. What it
+/// has told of as a Trace is removed, however it ended.
+int watched(const std::function<int()>& work, int failed);
+
+}  // namespace pack
+
+#endif
