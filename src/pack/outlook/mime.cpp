@@ -131,7 +131,8 @@ std::string raw_field(std::string_view name, std::string_view value) {
 std::string mailbox(std::string_view name, std::string_view address) {
   const std::string line = on_one_line(name);
   if (line.empty() || line == address) return "<" + std::string(address) + ">";
-  return (needs_no_encoding(line) ? in_quotes(line) : encoded_words(line)) + " <" + std::string(address) + ">";
+  return (needs_no_encoding(line) ? in_quotes(line) : encoded_words(line)) + " <" + std::string(address) +
+         ">";
 }
 
 std::string parameter(std::string_view name, std::string_view value) {
