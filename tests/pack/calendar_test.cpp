@@ -121,7 +121,7 @@ TEST(Lines, EscapeWhatHasAMeaning) {
                           std::string("\0h", 2)),
             "a\\,b\\;c\\\\d\\nef\xEF\xBF\xBDg\xEF\xBF\xBDh");
   EXPECT_EQ(pack::plain("a,b;c\r\nd"), "a,b;cd");
-  EXPECT_EQ(pack::quoted("Ann \"Annie\"; Lee"), "\"Ann 'Annie'; Lee\"");
+  EXPECT_EQ(pack::in_quotes("Ann \"Annie\"; Lee"), "\"Ann 'Annie'; Lee\"");
 }
 
 // ---- Rules -----------------------------------------------------------------------------------------------

@@ -202,8 +202,8 @@ void explain_condition(const Case& of, Tally& tally) {
 void compare_contacts(const Case& of, Tally& tally) {
   const std::string name = std::string(layout::mail) + "/" + layout::contacts_file;
   bool is_whole = true;
-  read_personal(of, name, tally, [&](Source source) {
-    const AddressBook book(std::move(source));
+  read_personal(of, name, tally, [&](const Source& source) {
+    const AddressBook book(source);
     is_whole = has_evolution(of.system) || has_kmail(of.system) ? compare_cards(of, book, tally)
                                                                 : compare_rows(of, book, tally);
   });

@@ -16,8 +16,11 @@ std::optional<std::string> read_whole(const std::string& path, std::size_t limit
   if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
     bytes.emplace(std::min(limit, static_cast<std::size_t>(status.st_size)), '\0');
     std::size_t have = 0;
-    for (ssize_t got; have < bytes->size(); have += static_cast<std::size_t>(got))
-      if ((got = read(file, bytes->data() + have, bytes->size() - have)) <= 0) break;
+    while (have < bytes->size()) {
+      const ssize_t got = read(file, bytes->data() + have, bytes->size() - have);
+      if (got <= 0) break;
+      have += static_cast<std::size_t>(got);
+    }
     bytes->resize(have);
   }
   close(file);

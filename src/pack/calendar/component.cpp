@@ -156,7 +156,7 @@ class ItemWriter {
   }
 
   static std::string name_of(const Attendee& person) {
-    return person.name.empty() ? "" : ";CN=" + quoted(person.name);
+    return person.name.empty() ? "" : ";CN=" + in_quotes(person.name);
   }
 
   void add_alarm(const Alarm& alarm) {

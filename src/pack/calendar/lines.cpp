@@ -96,7 +96,7 @@ std::string plain(std::string_view text) {
   return result;
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
   std::string result = plain(text);
   std::ranges::replace(result, '"', '\'');
   return '"' + result + '"';

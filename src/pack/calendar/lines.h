@@ -44,7 +44,7 @@ std::string escaped(std::string_view text);
 std::string plain(std::string_view text);
 
 /// A text for the value of a parameter, between double quotes.
-std::string quoted(std::string_view text);
+std::string in_quotes(std::string_view text);
 
 }  // namespace pack
 

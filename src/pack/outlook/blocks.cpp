@@ -83,7 +83,8 @@ struct Stream {
 
   static ssize_t read(void* self, char* to, std::size_t most) {
     Stream& stream = *static_cast<Stream*>(self);
-    if ((*stream.bytes_read += most) > stream.most) end_process(EXIT_FAILURE);
+    *stream.bytes_read += most;
+    if (*stream.bytes_read > stream.most) end_process(EXIT_FAILURE);
     try {
       const std::size_t count = stream.content->read(to, most);
       stream.position += count;

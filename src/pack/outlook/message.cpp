@@ -212,10 +212,7 @@ std::string on_one_line(std::string text) {
 std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole) {
   Header header(message);
   const bool came_with_one = header.came_with_one();
-  if (!came_with_one)
-    add_sender(header, message);
-  else if (!header.has("From"))
-    add_sender(header, message);
+  if (!came_with_one || !header.has("From")) add_sender(header, message);
   const Recipients recipients = lists_of(blocks, message, is_whole);
   const bool has_recipients = header.has("To") || header.has("Cc");
   if (!has_recipients) {

@@ -83,7 +83,7 @@ std::string folded(std::string text) {
   return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
   std::string result = "\"";
   for (const char c : text) {
     if (c == '"' || c == '\\') result += '\\';
@@ -131,14 +131,15 @@ std::string raw_field(std::string_view name, std::string_view value) {
 std::string mailbox(std::string_view name, std::string_view address) {
   const std::string line = on_one_line(name);
   if (line.empty() || line == address) return "<" + std::string(address) + ">";
-  return (needs_no_encoding(line) ? quoted(line) : encoded_words(line)) + " <" + std::string(address) + ">";
+  return (needs_no_encoding(line) ? in_quotes(line) : encoded_words(line)) + " <" + std::string(address) +
+         ">";
 }
 
 std::string parameter(std::string_view name, std::string_view value) {
   constexpr std::size_t bytes_of_a_piece = 18;  // three characters each at most
   const std::string line = on_one_line(value);
   const std::string begin = ";\n " + std::string(name);
-  if (is_ascii(line) && line.size() <= 60) return begin + "=" + quoted(line);
+  if (is_ascii(line) && line.size() <= 60) return begin + "=" + in_quotes(line);
   std::string_view rest = line;
   if (piece_size(rest, bytes_of_a_piece) == rest.size()) return begin + "*=utf-8''" + percent(rest);
   std::string text;
