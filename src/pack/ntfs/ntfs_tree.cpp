@@ -6,12 +6,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <compare>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <map>
 #include <set>
 #include <system_error>
 #include <utility>
 
 #include "pack/disk/attributes.h"
+#include "pack/disk/stop.h"
 
 // Last, for they have macros of those names.
 extern "C" {
@@ -33,6 +38,7 @@ namespace pack {
 namespace {
 
 [[noreturn]] void fail(const std::string& path, int error) {
+  stop_when_asked();  // which the library takes for a fault of the disk
   throw std::system_error(error == 0 ? EIO : error, std::generic_category(), path);
 }
 
@@ -56,6 +62,7 @@ s64 refuse() {
 s64 read_at(ntfs_device* device, void* to, s64 count, s64 at) {
   const Part& part = part_of(device);
   if (at < 0 || count < 0) return errno = EINVAL, -1;
+  if (is_asked_to_stop()) return errno = EINTR, -1;
   const auto begin = static_cast<std::uint64_t>(at);
   if (begin >= std::min(part.size, part.image->size() - std::min(part.begin, part.image->size()))) {
     // The library looks at the very end first, and wants nothing of a disk whose copy is cut off.
@@ -171,10 +178,16 @@ class FileContent : public Content {
   }
 
   std::size_t read(char* to, std::size_t most) override {
+    stop_when_asked();
     const s64 count = ntfs_attr_pread(data_.get(), position_, static_cast<s64>(most), to);
     if (count < 0) fail("", errno);
     position_ += count;
     return static_cast<std::size_t>(count);
+  }
+
+  bool seek(std::uint64_t position) override {
+    position_ = static_cast<s64>(position);
+    return true;
   }
 
  private:
@@ -191,26 +204,45 @@ std::string text_of(const ntfschar* name, int size) {
   return length < 0 ? "" : std::string(text, static_cast<std::size_t>(length));
 }
 
-// A name in a folder, and the number of what has it.
-struct Named {
-  std::uint64_t number;
-  std::string name;
+// A name as the library wants it; of size 0 when it can be no name.
+class Wide {
+ public:
+  explicit Wide(const std::string& name) {
+    ntfschar* wide = nullptr;
+    size_ = std::max(ntfs_mbstoucs(name.c_str(), &wide), 0);
+    text_.reset(wide);
+  }
+  const ntfschar* text() const { return text_.get(); }
+  int size() const { return size_; }
+
+ private:
+  std::unique_ptr<ntfschar, decltype([](ntfschar* text) { std::free(text); })> text_;
+  int size_ = 0;
 };
 
+// A name in a folder, and the number of what has it.
+struct Named {
+  std::string name;
+  std::uint64_t number;
+  auto operator<=>(const Named&) const = default;
+};
+using TakeName = std::function<void(Named named)>;
+
 struct Names {
-  std::vector<Named> all;
+  const TakeName& take;
   s64 last = -1;  // where the last one stands
 };
 
 // Takes one name; called by the library, which knows no exceptions.
 int take_name(void* names, const ntfschar* name, const int size, const int type, const s64 position,
               const MFT_REF number, const unsigned) {
+  if (is_asked_to_stop()) return errno = EINTR, -1;
   try {
     if ((type & 3) == FILE_NAME_DOS) return 0;
     std::string text = text_of(name, size);
     if (text == "." || text == "..") return 0;
     auto& taken = *static_cast<Names*>(names);
-    taken.all.push_back({number, std::move(text)});
+    taken.take({.name = std::move(text), .number = number});
     taken.last = position;
     return 0;
   } catch (const std::exception&) {
@@ -219,16 +251,37 @@ int take_name(void* names, const ntfschar* name, const int size, const int type,
   }
 }
 
-std::uint64_t parent_of(ntfs_inode* inode) {
+// A name that something itself says it has.
+struct OwnName {
+  std::uint64_t folder;
+  bool is_short;  // 8.3
+  std::vector<ntfschar> text;
+};
+
+std::vector<OwnName> own_names(ntfs_inode* inode) {
+  std::vector<OwnName> names;
   const std::unique_ptr<ntfs_attr_search_ctx, decltype(&ntfs_attr_put_search_ctx)> search(
       ntfs_attr_get_search_ctx(inode, nullptr), ntfs_attr_put_search_ctx);
-  if (!search ||
-      ntfs_attr_lookup(AT_FILE_NAME, AT_UNNAMED, 0, CASE_SENSITIVE, 0, nullptr, 0, search.get()) != 0)
-    return 0;
-  const ATTR_RECORD* const record = search->attr;
-  if (record->non_resident != 0 || le32_to_cpu(record->value_length) < sizeof(FILE_NAME_ATTR)) return 0;
-  const char* const value = reinterpret_cast<const char*>(record) + le16_to_cpu(record->value_offset);
-  return MREF_LE(reinterpret_cast<const FILE_NAME_ATTR*>(value)->parent_directory);
+  while (search &&
+         ntfs_attr_lookup(AT_FILE_NAME, AT_UNNAMED, 0, CASE_SENSITIVE, 0, nullptr, 0, search.get()) == 0) {
+    const ATTR_RECORD* const record = search->attr;
+    const std::size_t size = le32_to_cpu(record->value_length);
+    if (record->non_resident != 0 || size < sizeof(FILE_NAME_ATTR)) break;
+    const char* const value = reinterpret_cast<const char*>(record) + le16_to_cpu(record->value_offset);
+    const auto& head = *reinterpret_cast<const FILE_NAME_ATTR*>(value);
+    std::vector<ntfschar> text(head.file_name_length);
+    if (size - sizeof head < text.size() * sizeof(ntfschar)) break;
+    std::memcpy(text.data(), value + sizeof head, text.size() * sizeof(ntfschar));
+    names.push_back({.folder = MREF_LE(head.parent_directory),
+                     .is_short = (head.file_name_type & 3) == FILE_NAME_DOS,
+                     .text = std::move(text)});
+  }
+  return names;
+}
+
+std::uint64_t parent_of(ntfs_inode* inode) {
+  const std::vector<OwnName> names = own_names(inode);
+  return names.empty() ? 0 : names.front().folder;
 }
 
 std::string reparse_data(ntfs_inode* inode) {
@@ -263,17 +316,116 @@ Entry entry_of(ntfs_inode* inode, std::string name) {
   return entry;
 }
 
+// A folder's entries in order, some at a time: its names are gone through as often as is needed, and of what
+// comes next the first ones are kept that the room for them holds. Lists of folders within each other share
+// the room.
+class NtfsListing : public Listing {
+ public:
+  using EachName = std::function<void(const TakeName& take)>;
+  using EntriesOf = std::function<std::vector<Entry>(std::vector<Named>& names)>;
+
+  NtfsListing(EachName each_name, EntriesOf entries_of, std::size_t& held)
+      : each_name_(std::move(each_name)), entries_of_(std::move(entries_of)), held_(held) {
+    take_more();
+  }
+  NtfsListing(const NtfsListing&) = delete;
+  NtfsListing& operator=(const NtfsListing&) = delete;
+  ~NtfsListing() override { held_ -= size_; }
+
+  std::optional<Entry> next() override {
+    stop_when_asked();
+    if (at_ == entries_.size() && !is_last_) take_more();
+    return at_ < entries_.size() ? std::optional(std::move(entries_[at_++])) : std::nullopt;
+  }
+
+ private:
+  static constexpr std::size_t room_for_all = std::size_t{24} << 20;
+  static constexpr std::size_t least_room = std::size_t{1} << 16;
+
+  static std::size_t size_of(const Named& named) {
+    return sizeof named + sizeof(Entry) + 2 * (named.name.capacity() + 16);
+  }
+
+  static std::size_t size_of(const std::vector<Named>& names) {
+    std::size_t size = 0;
+    for (const Named& named : names) size += size_of(named);
+    return size;
+  }
+
+  // The first one that is dropped.
+  static Named keep_first_half(std::vector<Named>& names) {
+    const auto middle = names.begin() + static_cast<std::ptrdiff_t>(names.size() / 2);
+    std::ranges::nth_element(names, middle);
+    Named end = *middle;
+    names.erase(middle, names.end());
+    return end;
+  }
+
+  void take_more() {
+    held_ -= std::exchange(size_, 0);
+    entries_.clear();
+    at_ = 0;
+    const std::size_t room = std::max((room_for_all - std::min(held_, room_for_all)) / 2, least_room);
+    std::vector<Named> names;
+    std::size_t size = 0;
+    std::optional<Named> end;  // what is not before it has had no room
+    each_name_([&](Named named) {
+      if ((last_ && named <= *last_) || (end && named >= *end)) return;
+      size += size_of(named);
+      names.push_back(std::move(named));
+      if (size <= room) return;
+      end = keep_first_half(names);
+      size = size_of(names);
+    });
+    is_last_ = !end;
+    if (!names.empty()) last_ = *std::ranges::max_element(names);
+    entries_ = entries_of_(names);
+    std::ranges::sort(entries_, {}, &Entry::name);
+    held_ += size_ = size;
+  }
+
+  EachName each_name_;
+  EntriesOf entries_of_;
+  std::size_t& held_;     // by all lists of the tree
+  std::size_t size_ = 0;  // of this one's part of it
+  std::vector<Entry> entries_;
+  std::size_t at_ = 0;
+  std::optional<Named> last_;  // of those that were taken so far
+  bool is_last_ = false;
+};
+
 class NtfsTree : public Tree {
  public:
   explicit NtfsTree(std::shared_ptr<const Volume> volume) : volume_(std::move(volume)) {}
 
   std::vector<Entry> list(const std::string& path) const override {
-    const Inode folder = open_inode(number_of(path), path);
-    if (!is_folder(*folder)) fail(path, ENOTDIR);
-    std::vector<Named> names = names_in(folder.get(), path);
+    const Inode folder = open_folder(path);
+    std::vector<Named> names;
+    each_name(folder.get(), path, [&](Named named) { names.push_back(std::move(named)); });
     std::vector<Entry> entries = entries_of(names, folder->mft_no);
     std::ranges::sort(entries, {}, &Entry::name);
     return entries;
+  }
+
+  std::unique_ptr<Listing> entries(const std::string& path) const override {
+    const std::uint64_t number = open_folder(path)->mft_no;
+    return std::make_unique<NtfsListing>(
+        [this, path](const TakeName& take) { each_name(open_folder(path).get(), path, take); },
+        [this, number](std::vector<Named>& names) { return entries_of(names, number); }, held_);
+  }
+
+  // By the folder's index, in which names stand as Windows compares them.
+  std::optional<Entry> look_up(const std::string& path, std::string_view name) const override {
+    const Inode folder = open_folder(path);
+    const Wide wanted{std::string(name)};
+    if (wanted.size() == 0 || name == "." || name == "..") return std::nullopt;
+    for (const bool is_as_written : {true, false}) {
+      const u64 number = indexed(folder.get(), wanted, is_as_written);
+      if (number == none && errno != ENOENT) return looked_through(folder.get(), path, name);
+      if (number == none || MREF(number) < FILE_first_user) continue;
+      if (auto entry = entry_called(number, folder->mft_no, wanted, name)) return entry;
+    }
+    return std::nullopt;
   }
 
   std::unique_ptr<Content> open(const std::string& path) const override {
@@ -293,18 +445,70 @@ class NtfsTree : public Tree {
     return inode;
   }
 
+  Inode open_folder(const std::string& path) const {
+    Inode folder = open_inode(number_of(path), path);
+    if (!is_folder(*folder)) fail(path, ENOTDIR);
+    return folder;
+  }
+
+  // None, with errno, when there is no such name, whatever its case unless it is to be as written. 8.3 names
+  // are names here.
+  u64 indexed(ntfs_inode* folder, const Wide& name, bool is_as_written) const {
+    stop_when_asked();
+    if (!is_as_written) NVolClearCaseSensitive(volume_->get());
+    const u64 number = ntfs_inode_lookup_by_name(folder, name.text(), name.size());
+    const int error = errno;
+    NVolSetCaseSensitive(volume_->get());
+    errno = error;
+    return number;
+  }
+
+  bool is_equal(const std::vector<ntfschar>& name, const Wide& other) const {
+    return ntfs_names_are_equal(name.data(), name.size(), other.text(),
+                                static_cast<std::size_t>(other.size()), IGNORE_CASE, volume_->get()->upcase,
+                                volume_->get()->upcase_len);
+  }
+
+  // No value when it is called so by its 8.3 name alone.
+  std::optional<Entry> entry_called(u64 number, std::uint64_t folder, const Wide& wanted,
+                                    std::string_view as_written) const {
+    const Inode inode(ntfs_inode_open(volume_->get(), number));
+    if (!inode) return stop_when_asked(), unreadable(std::string(as_written));
+    std::optional<std::string> found;
+    for (const OwnName& own : own_names(inode.get())) {
+      if (own.folder != folder || own.is_short || !is_equal(own.text, wanted)) continue;
+      std::string text = text_of(own.text.data(), static_cast<int>(own.text.size()));
+      if (!found || text == as_written) found = std::move(text);
+    }
+    return found ? std::optional(entry_of_child(inode.get(), std::move(*found), folder)) : std::nullopt;
+  }
+
+  // Of a folder whose index is damaged: what can be read of it still has names.
+  std::optional<Entry> looked_through(ntfs_inode* folder, const std::string& path,
+                                      std::string_view name) const {
+    std::vector<Named> found;
+    each_name(folder, path, [&](Named named) {
+      if (!is_same_name(named.name, name)) return;
+      const bool is_better =
+          found.empty() || named.name == name || (found.front().name != name && named < found.front());
+      if (is_better) found.assign(1, std::move(named));
+    });
+    std::vector<Entry> entries = entries_of(found, folder->mft_no);
+    return entries.empty() ? std::nullopt : std::optional(std::move(entries.front()));
+  }
+
   // A list is a small part in the folder's record, and blocks. Those that cannot be read are passed over, and
   // the folder noted.
-  std::vector<Named> names_in(ntfs_inode* folder, const std::string& path) const {
+  void each_name(ntfs_inode* folder, const std::string& path, const TakeName& take) const {
     const s64 record = volume_->get()->mft_record_size;
     const s64 block = volume_->get()->indx_record_size;
-    Names names;
+    Names names{.take = take};
     s64 begin = 0;
     for (int faults = 0;; ++faults) {
       s64 position = begin;
       names.last = -1;
-      if (ntfs_readdir(folder, &position, &names, take_name) == 0) return std::move(names.all);
-      if (errno == ENOMEM || faults == most_faults) fail(path, errno);
+      if (ntfs_readdir(folder, &position, &names, take_name) == 0) return;
+      if (errno == EINTR || errno == ENOMEM || faults == most_faults) fail(path, errno);
       note_unlisted(path);
       const s64 reached = std::max(begin, names.last);
       begin = reached < record ? record : record + ((reached - record) / block + 1) * block;
@@ -317,7 +521,8 @@ class NtfsTree : public Tree {
     std::vector<Entry> entries;
     entries.reserve(names.size());
     std::uint64_t last_folder = 0;
-    for (auto& [number, name] : names) {
+    for (auto& [name, number] : names) {
+      stop_when_asked();
       // A name that is no part of a path.
       if (name.empty() || name.find('/') != std::string::npos || name.find('\0') != std::string::npos) {
         std::ranges::replace(name, '/', '_');
@@ -325,17 +530,19 @@ class NtfsTree : public Tree {
         continue;
       }
       const Inode inode(ntfs_inode_open(volume_->get(), number));
-      Entry entry = inode ? entry_of(inode.get(), std::move(name)) : unreadable(std::move(name));
-      if (entry.what == What::folder) {
-        // A folder lies in one other, once; where a damaged disk has it in two, or in itself, a walk would
-        // not end.
-        if (parent_of(inode.get()) != folder || inode->mft_no == last_folder)
-          entry = unreadable(std::move(entry.name));
-        last_folder = inode->mft_no;
-      }
-      entries.push_back(std::move(entry));
+      const bool is_again = inode && is_folder(*inode) && inode->mft_no == last_folder;
+      if (inode && is_folder(*inode)) last_folder = inode->mft_no;
+      entries.push_back(inode && !is_again ? entry_of_child(inode.get(), std::move(name), folder)
+                                           : unreadable(std::move(name)));
     }
     return entries;
+  }
+
+  // A folder lies in one other, once; where a damaged disk has it in two, or in itself, a walk would not end.
+  static Entry entry_of_child(ntfs_inode* inode, std::string name, std::uint64_t folder) {
+    Entry entry = entry_of(inode, std::move(name));
+    const bool is_astray = entry.what == What::folder && parent_of(inode) != folder;
+    return is_astray ? unreadable(std::move(entry.name)) : entry;
   }
 
   // Of a file or folder by its path. Folders' numbers are kept for a while: files are asked for one after the
@@ -352,20 +559,20 @@ class NtfsTree : public Tree {
     const Inode folder = open_inode(number, path);
     if (folders_.size() >= most_folders) folders_.clear();
     folders_[path] = number;
-    ntfschar* wide = nullptr;
-    const int size = ntfs_mbstoucs(name.c_str(), &wide);
-    const std::unique_ptr<ntfschar, decltype([](ntfschar* text) { std::free(text); })> owned(wide);
-    if (size <= 0) fail(joined(path, name), ENOENT);
-    const u64 found = ntfs_inode_lookup_by_name(folder.get(), wide, size);
-    if (found == static_cast<u64>(-1)) fail(joined(path, name), errno);
+    const Wide wide(name);
+    if (wide.size() == 0) fail(joined(path, name), ENOENT);
+    const u64 found = indexed(folder.get(), wide, true);
+    if (found == none) fail(joined(path, name), errno);
     return found;
   }
 
+  static constexpr u64 none = static_cast<u64>(-1);
   static constexpr std::size_t most_folders = 1000;
   static constexpr int most_faults = 100;  // each can take a disk seconds
 
   std::shared_ptr<const Volume> volume_;
   mutable std::map<std::string, std::uint64_t> folders_;
+  mutable std::size_t held_ = 0;
 };
 
 }  // namespace
