@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 
@@ -174,6 +176,7 @@ TEST(Registries, ThatWereNotClosedAreToldEach) {
   disk.add("Users/Cid/NTUSER.DAT", windows::dirty_hive({{"Network", {}}}));
   disk.add("Windows/System32/config/SYSTEM",
            windows::dirty_hive({{"Select", {{"Current", "1", Value::dword}}}}));
+  disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));
   const auto result = pack_disk(disk.path());
   ASSERT_EQ(result.people.size(), 4U);
   std::vector<std::string> told;
@@ -188,13 +191,15 @@ TEST(Registries, ThatWereNotClosedAreToldEach) {
 }
 
 TEST(Registries, OfAMachineThatSayNothingAreTold) {
-  for (const std::string& hive :
-       {std::string("regf and no more"), windows::hive({{"Select", {{"Current", "first"}}}})}) {
+  for (const auto& [hive, cause] :
+       {std::pair(std::string("regf and no more"), "machine-registry"),
+        std::pair(windows::hive({{"Select", {{"Current", "first"}}}}), "registry-unreadable")}) {
     const windows::Disk disk;
-    disk.add_folder("Users/Ann");
+    disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
+    disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));
     disk.add("Windows/System32/config/SYSTEM", hive);
     const auto result = pack_disk(disk.path());
-    EXPECT_THAT(result.remarks(), ElementsAre("registry-unreadable Windows/System32/config/SYSTEM"));
+    EXPECT_THAT(result.remarks(), ElementsAre(cause + std::string(" Windows/System32/config/SYSTEM")));
     EXPECT_TRUE(result.people.front().tally.has_losses());
   }
 }

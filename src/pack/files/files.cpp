@@ -31,13 +31,6 @@ bool is_registry(std::string_view name) {
   return name.size() > registry.size() && is_same_name(name.substr(0, registry.size()), registry);
 }
 
-bool is_store_of_mail(std::string_view name) {
-  constexpr std::array<std::string_view, 2> endings = {".pst", ".ost"};
-  return std::ranges::any_of(endings, [&](std::string_view ending) {
-    return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
-  });
-}
-
 // A run passes names with a dot over there.
 bool is_top(std::string_view name) { return name == layout::documents || name == layout::desktop; }
 
@@ -54,7 +47,6 @@ class Files {
   void collect_taken_names();
   std::unique_ptr<Listing> listing_of(Kind kind, const Place& folder);
   std::optional<Entry> next_of(Listing& listing, Kind kind, const Place& folder);
-  static std::string name_in_archive(const Place& place, const Entry& entry);
   void pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry);
   void pack_folder(Kind kind, const std::string& name, const Place& place, std::int64_t modified,
                    bool drops_dots);
@@ -163,16 +155,6 @@ std::optional<Entry> Files::next_of(Listing& listing, Kind kind, const Place& fo
   }
 }
 
-// One that nothing else in its folder has.
-std::string Files::name_in_archive(const Place& place, const Entry& entry) {
-  std::string name = kept_name(entry.name);
-  if (name == entry.name) return name;
-  const std::string folder =
-      place.path.substr(0, place.path.size() - std::min(entry.name.size() + 1, place.path.size()));
-  while (find(*place.tree, folder, name)) name = numbered(name, entry.name);
-  return name;
-}
-
 void Files::pack_entry(Kind kind, const std::string& folder, const Place& place, const Entry& entry) {
   const std::string name = name_in_archive(place, entry);
   if (entry.gap == Cause::link) return pack_link(kind, place, entry);
@@ -186,7 +168,6 @@ void Files::pack_entry(Kind kind, const std::string& folder, const Place& place,
     return pack_folder(kind, folder + "/" + name, place, entry.modified == 0 ? 1 : entry.modified, false);
   }
   if (is_made_by_windows(entry.name)) return packing_.leave_out(kind, Cause::windows_own, place.path);
-  // What is in it may become mail; whether all of it has is known at the end.
   if (is_store_of_mail(entry.name))
     return packing_.put_off({.kind = kind, .name = folder + "/" + name, .place = place, .entry = entry});
   packing_.add_file(kind, folder + "/" + name, place, entry);

@@ -169,18 +169,18 @@ class Walk {
     if (entry.what == What::other) return take_.gap(cause_of(entry), place);
     if (entry.what == What::file) return take_.file(name, place, entry);
     if (name.size() > Packing::longest_name) return take_.gap(Cause::path_too_long, place);
-    std::vector<Entry> entries;
     try {
-      entries = place.tree->list(place.path);
+      const auto listing = place.tree->entries(place.path);
+      if (entry.gap) take_.gap(*entry.gap, place);
+      take_.folder(name, entry);
+      while (const auto below = listing->next()) {
+        const Place one{.tree = place.tree, .path = joined(place.path, below->name)};
+        go(one, *below, name + "/" + name_in_archive(one, *below));
+      }
     } catch (const std::system_error&) {
       place.tree->note_told(place.path);
-      return take_.gap(Cause::unreadable, place);
+      take_.gap(Cause::unreadable, place);
     }
-    if (entry.gap) take_.gap(*entry.gap, place);
-    take_.folder(name, entry);
-    for (const Entry& below : entries)
-      go({.tree = place.tree, .path = joined(place.path, below.name)}, below,
-         name + "/" + kept_name(below.name));
   }
 
  private:
@@ -254,19 +254,23 @@ void pack_outside(Packing& packing, const Machine& machine, const Person&, const
   Folders folders(packing);
   const Walk walk(
       machine, places_of_people(machine),
-      {.folder = [&](const std::string& name,
-                     const Entry& entry) { packing.add_folder(name, entry.modified); },
+      {.folder =
+           [&](const std::string& name, const Entry& entry) {
+             packing.add_folder(name, entry.modified == 0 ? 1 : entry.modified);
+           },
        .file =
            [&](const std::string& name, const Place& place, const Entry& entry) {
-             if (kept_name(entry.name) != entry.name)
-               packing.tell_of(Kind::shared, Cause::renamed, place.path);
+             if (!name.ends_with("/" + entry.name)) packing.tell_of(Kind::shared, Cause::renamed, place.path);
+             if (is_store_of_mail(entry.name))
+               return packing.put_off({.kind = Kind::shared, .name = name, .place = place, .entry = entry});
              packing.add_file(Kind::shared, name, place, entry);
            },
        .gap = [&](Cause cause, const Place& place) { packing.leave_out(Kind::shared, cause, place.path); }});
   for (const Start& start : Search(machine).starts()) {
     if (start.is_to_be_told) continue;
     const bool is_taken = walk.takes(start.place, start.entry);
-    walk.go(start.place, start.entry, is_taken ? folders(start) + "/" + kept_name(start.entry.name) : "");
+    walk.go(start.place, start.entry,
+            is_taken ? folders(start) + "/" + name_in_archive(start.place, start.entry) : "");
   }
 }
 

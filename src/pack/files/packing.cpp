@@ -2,7 +2,25 @@
 
 #include <algorithm>
 
+#include "pack/files/names.h"
+
 namespace pack {
+
+bool is_store_of_mail(std::string_view name) {
+  constexpr std::array<std::string_view, 2> endings = {".pst", ".ost"};
+  return std::ranges::any_of(endings, [&](std::string_view ending) {
+    return name.size() > ending.size() && is_same_name(name.substr(name.size() - ending.size()), ending);
+  });
+}
+
+std::string name_in_archive(const Place& place, const Entry& entry) {
+  std::string name = kept_name(entry.name);
+  if (name == entry.name) return name;
+  const std::string folder =
+      place.path.substr(0, place.path.size() - std::min(entry.name.size() + 1, place.path.size()));
+  while (find(*place.tree, folder, name)) name = numbered(name, entry.name);
+  return name;
+}
 
 Packing::Packing(Parcel& parcel, Tally& tally, std::string folder, const std::set<Kind>& without)
     : parcel_(parcel), tally_(tally), folder_(std::move(folder)), without_(without) {}

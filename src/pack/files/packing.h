@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pack/disk/disk.h"
@@ -17,6 +18,13 @@ namespace pack {
 /// The kinds of what lies in data files of mail programs.
 inline constexpr std::array unpacked_kinds{Kind::mail, Kind::contacts, Kind::events, Kind::tasks,
                                            Kind::notes};
+
+/// True for the name of a data file of Outlook: what is in it may become mail, and whether all of it has is
+/// known at the end.
+bool is_store_of_mail(std::string_view name);
+
+/// The name in an archive of something in a folder: one that nothing else there has.
+std::string name_in_archive(const Place& place, const Entry& entry);
 
 /// Puts somebody's things into the archive and counts them. Names are those below the person's folder there.
 class Packing {
@@ -41,7 +49,8 @@ class Packing {
   /// A file of the disk.
   void add_file(Kind kind, const std::string& name, const Place& place, const Entry& entry);
 
-  /// A file that is packed at the end, unless all that is in it has been unpacked by then.
+  /// A file that is packed at the end (`is_store_of_mail`), unless all that is in it has been unpacked by
+  /// then.
   struct PutOff {
     Kind kind{};
     std::string name;

@@ -210,7 +210,6 @@ void each_outlook_item(Packing& packing, const Machine& machine, const Person& p
 }
 
 void pack_outlook_files(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
-  if (!packing.wants(Kind::documents)) return;
   std::vector<OutlookFile> files = outlook_files(packing, machine, person, hive, Kind::documents);
   const auto is_wanted = [&](Kind kind) { return packing.wants(kind); };
   const bool is_unpacking = std::ranges::all_of(unpacked_kinds, is_wanted);
@@ -228,6 +227,7 @@ void pack_outlook_files(Packing& packing, const Machine& machine, const Person& 
     }
     if (ours != files.end()) files.erase(ours);
   }
+  if (!packing.wants(Kind::documents)) return;
   std::string folder;
   for (const OutlookFile& file : files) {
     if (file.is_copy || packing.is_unpacked(file.place)) continue;

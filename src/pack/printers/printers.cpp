@@ -118,16 +118,11 @@ std::string default_printer_of(const Hive& hive) {
   return device;
 }
 
-// One that says nothing, or not the last, is told.
-std::optional<Hive> machine_hive(Packing& packing, const Disk& disk) {
+// Whether it can be read is told with the machine.
+std::optional<Hive> machine_hive(const Disk& disk) {
   const auto file = find(disk.system(), "", system_hive);
   if (!file) return std::nullopt;
-  auto hive = Hive::open(disk.system(), file->path);
-  const bool is_dirty = hive && hive->is_dirty();
-  if (!hive || is_dirty)
-    packing.tell_of(Kind::printers, is_dirty ? Cause::registry_dirty : Cause::registry_unreadable,
-                    file->path);
-  return hive;
+  return Hive::open(disk.system(), file->path);
 }
 
 std::optional<Hive> hive_of(const Person& person) {
@@ -210,8 +205,7 @@ struct AllPrinters {
 };
 AllPrinters found_printers(Packing& packing, const Machine& machine) {
   AllPrinters found;
-  if (const auto system = machine_hive(packing, machine.disk))
-    found.printers = local_printers(packing, *system);
+  if (const auto system = machine_hive(machine.disk)) found.printers = local_printers(packing, *system);
   for (const Person& person : machine.people) {
     DefaultPrinter& by_default = found.defaults.emplace_back();
     const auto hive = hive_of(person);
