@@ -99,6 +99,72 @@ TEST(Ntfs, AFolderOfManyFilesIsWhole) {
   EXPECT_EQ(content_of(*tree, "many/file 1234"), "1234");
 }
 
+std::vector<std::string> names_one_by_one(const pack::Tree& tree, const std::string& folder) {
+  std::vector<std::string> names;
+  const auto listing = tree.entries(folder);
+  while (const auto entry = listing->next()) names.push_back(entry->name);
+  return names;
+}
+
+// Lists that are begun beside it leave it little room: it is gone through many times.
+TEST(Ntfs, AFolderOfManyFilesIsTheSameOneByOne) {
+  windows::NtfsImage image(16);
+  for (int i = 0; i < 2000; ++i) image.add("many/file " + std::to_string(i), std::to_string(i));
+  const auto tree = opened(image);
+  std::vector<std::unique_ptr<pack::Listing>> others;
+  for (int i = 0; i < 80; ++i) others.push_back(tree->entries("many"));
+  EXPECT_EQ(names_one_by_one(*tree, "many"), names_in(*tree, "many"));
+  const auto listing = tree->entries("many");
+  std::uint64_t size = 0;
+  while (const auto entry = listing->next()) size += entry->size;
+  EXPECT_EQ(size, 10U + 90 * 2 + 900 * 3 + 1000 * 4);
+  EXPECT_THAT(names_one_by_one(*tree, ""), ElementsAre("many"));
+  EXPECT_THROW(tree->entries("many/file 7"), std::system_error);
+  EXPECT_THROW(tree->entries("none"), std::system_error);
+}
+
+TEST(Ntfs, NamesAreLookedUpWhateverTheirCase) {
+  windows::NtfsImage image;
+  image.add("Users/Ann/Ünder.txt", "1");
+  image.add("Users/Ann/two", "2");
+  image.add("Users/Ann/TWO", "3");
+  image.add("Users/a long name.text");
+  image.set_short_name("Users", "a long name.text", "ALONGN~1.TEX");
+  const auto tree = opened(image);
+  EXPECT_EQ(tree->look_up("Users/Ann", "üNDER.TXT")->name, "Ünder.txt");
+  EXPECT_EQ(tree->look_up("Users/Ann", "two")->name, "two");
+  EXPECT_EQ(tree->look_up("Users/Ann", "TWO")->name, "TWO");
+  EXPECT_EQ(tree->look_up("", "USERS")->what, What::folder);
+  EXPECT_EQ(tree->look_up("Users", "A Long Name.TEXT")->name, "a long name.text");
+  EXPECT_FALSE(tree->look_up("Users", "ALONGN~1.TEX")) << "which no list has";
+  EXPECT_FALSE(tree->look_up("Users/Ann", "three"));
+  EXPECT_FALSE(tree->look_up("", "$MFT"));
+  EXPECT_FALSE(tree->look_up("", "."));
+  EXPECT_THROW(tree->look_up("None", "a"), std::system_error);
+  EXPECT_THAT(tree->unlisted(), IsEmpty());
+}
+
+TEST(Ntfs, FilesAreReadOnFromAnyByte) {
+  windows::NtfsImage image(8);
+  image.add_folder("packed");
+  image.compress("packed");
+  const std::string text = long_text(300'000);
+  image.add("plain", text);
+  image.add("packed/file", text);
+  const auto tree = opened(image);
+  for (const char* file : {"plain", "packed/file"}) {
+    const auto content = tree->open(file);
+    std::string part(100, '\0');
+    for (const std::size_t at : {250'000, 7, 65'530}) {
+      ASSERT_TRUE(content->seek(at));
+      ASSERT_EQ(content->read(part.data(), part.size()), part.size()) << file;
+      EXPECT_EQ(part, text.substr(at, part.size())) << file << at;
+    }
+    ASSERT_TRUE(content->seek(text.size()));
+    EXPECT_EQ(content->read(part.data(), part.size()), 0U) << file;
+  }
+}
+
 TEST(Ntfs, ShortNamesAreNoEntries) {
   windows::NtfsImage image;
   image.add("Users/a long name.text");
@@ -217,6 +283,10 @@ TEST(Ntfs, ADamagedListOfAFolderIsToldWithWhatIsLeftOfIt) {
   EXPECT_LT(entries.size(), 500U);
   EXPECT_GT(entries.size(), 300U);
   EXPECT_THAT(tree->unlisted(), ElementsAre("many"));
+  EXPECT_EQ(names_one_by_one(*tree, "many"), names_in(*tree, "many"));
+  std::size_t found = 0;
+  for (const Entry& entry : entries) found += tree->look_up("many", entry.name).has_value() ? 1 : 0;
+  EXPECT_EQ(found, entries.size());
   EXPECT_EQ(content_of(*tree, "beside"), "content\n");
 }
 

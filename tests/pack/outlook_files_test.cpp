@@ -91,7 +91,8 @@ TEST(OutlookFiles, AreFoundWhereAProfileSaysTheyAre) {
   const auto result = pack_disk(disk.path());
   EXPECT_EQ(messages_in(result), 3U);
   EXPECT_THAT(result.remarks(),
-              UnorderedElementsAre("elsewhere E:\\far.pst", "unpacked Users/Ann/Own/two.pst"));
+              UnorderedElementsAre("elsewhere E:\\far.pst", "unpacked Users/Ann/Own/two.pst",
+                                   "unpacked Mail/one.pst", "unpacked Mail/three.ost"));
 }
 
 TEST(OutlookFiles, StayOutOfTheDocumentsWhenAllOfThemIsUnpacked) {

@@ -202,16 +202,17 @@ class Walk {
   Taking take_;
 };
 
-// What is packed or told elsewhere: people's folders, and those that a registry has on other places of the
-// disk.
+// What is packed or told elsewhere, or somebody else's: people's folders, and those that their registries
+// have on other places of the disks.
 std::vector<Place> places_of_people(const Machine& machine) {
   std::vector<Place> places;
-  for (const Person& person : machine.everybody) places.push_back(person.home);
-  for (const Person& person : machine.people) {
+  for (const Person& person : machine.everybody) {
+    places.push_back(person.home);
     const auto file = find(*person.home.tree, person.home.path, "NTUSER.DAT");
     const auto hive = file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
-    for (const KnownFolder& folder : known_folders(machine.disk, person, hive ? &*hive : nullptr).here)
-      places.push_back(folder.place);
+    const KnownFolders folders = known_folders(machine.disk, person, hive ? &*hive : nullptr);
+    for (const KnownFolder& folder : folders.here) places.push_back(folder.place);
+    places.insert(places.end(), folders.settings.begin(), folders.settings.end());
   }
   return places;
 }
