@@ -42,7 +42,7 @@ void each_in(const Place& folder, const std::function<void(const Entry& entry)>&
     const auto listing = folder.tree->entries(folder.path);
     while (const auto entry = listing->next()) take(*entry);
   } catch (const std::system_error&) {
-    return;  // told by who packs the folder
+    folder.tree->note_unlisted(folder.path);  // unless who packs the folder tells of it
   }
 }
 
