@@ -85,6 +85,11 @@ void Keeping::settle_names(const Where& where, const Paths& there) {
 }
 
 void Keeping::settle() {
+  begin_to_settle();
+  made_trees_.wait();
+}
+
+void Keeping::begin_to_settle() {
   const auto added_to = std::exchange(names_, {});
   for (const auto& [path, folder] : added_to) settle_names(folder.first, folder.second);
   for (auto& [path, names] : std::exchange(copied_, {}))

@@ -161,6 +161,11 @@ void settle() {
   if (keeping) keeping->settle();
 }
 
+void begin_to_settle() {
+  const std::lock_guard lock(mutex);
+  if (keeping) keeping->begin_to_settle();
+}
+
 void end_run() {
   const std::lock_guard lock(mutex);
   if (keeping) keeping->end();

@@ -94,9 +94,12 @@ place::Spot spot_at_end(const std::string& path);
 /// What became of it.
 void now_is(Kind kind, const std::string& name, const std::string& became);
 
-/// Looks at everything that was written down since the last call, and writes what became of it. What the run
-/// has made is read beside the caller's next command, until end_run at the latest.
+/// Looks at everything that was written down since the last call, and writes what became of it.
 void settle();
+
+/// The same, but what the run has made is read beside the caller's next commands: by the next settle or
+/// end_run it is written.
+void begin_to_settle();
 
 /// settle, and the lists are complete, with one row a name. What was begun without a change leaves nothing.
 void end_run();

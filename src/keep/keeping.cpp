@@ -107,7 +107,6 @@ void Keeping::thing_is(Kind kind, const std::string& name, const std::string& be
 
 void Keeping::end() {
   settle();
-  made_trees_.wait();
   head_.became = "over";
   for (auto& [home, store] : stores_) {
     if (!store.add({head_})) std::perror(store.folder().c_str());

@@ -52,6 +52,7 @@ class Keeping {
   // Whether anything was written down of which it is not told yet what became of it.
   bool has_news() const { return !(pending_.empty() && copied_.empty() && names_.empty()); }
   void settle();
+  void begin_to_settle();
   void end();
   std::string folder() const;
 

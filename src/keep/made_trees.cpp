@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "place/opened.h"
@@ -100,9 +101,13 @@ void MadeTrees::read(std::vector<MadeTree> trees) {
     if (earlier->valid()) earlier->get();
     read_now(*all);
   };
+  std::packaged_task<void()> task(work);
+  reading_ = task.get_future();
   try {
-    reading_ = std::async(std::launch::async, work);
+    // Detached: a wizard that is left meanwhile ends without it.
+    std::thread(std::move(task)).detach();
   } catch (const std::system_error&) {
+    reading_ = {};
     work();
   }
 }

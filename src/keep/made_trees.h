@@ -33,6 +33,11 @@ void for_each_name(std::string_view joined, const std::function<void(const std::
 
 class MadeTrees {
  public:
+  MadeTrees() = default;
+  MadeTrees(const MadeTrees&) = delete;
+  MadeTrees& operator=(const MadeTrees&) = delete;
+  ~MadeTrees() { wait(); }
+
   /// Begins to read them, behind those of earlier calls. Where no thread can be started they are read at
   /// once.
   void read(std::vector<MadeTree> trees);

@@ -179,18 +179,26 @@ TEST_F(Keep, keeps_the_first_state_of_a_path_alone) {
   EXPECT_THAT(read_file("/root/.brindle_before/" + noons() + "/list.tsv"), HasSubstr(":5\n"));  // "three"
 }
 
+TEST_F(Keep, has_told_of_all_that_was_made_when_it_has_settled) {
+  ASSERT_TRUE(keep::before_change("/root/made"));
+  write_around_large("/root/made");
+  keep::settle();
+  EXPECT_THAT(last_state_of("/root/made/19"), StartsWith("file"));
+  EXPECT_THAT(last_state_of("/root/made/large"), StartsWith("file"));
+}
+
 // What was made is read beside what comes after it, and what came last counts.
 TEST_F(Keep, tells_the_last_state_of_what_is_changed_while_it_is_read) {
   ASSERT_TRUE(keep::before_change("/root/made"));
   const std::vector<std::string> paths = twenty_in("/root/made");
   write_around_large("/root/made");
-  keep::settle();
+  keep::begin_to_settle();
   let_it_come_to_the_large_one();
   for (const std::string& path : paths) {
     ASSERT_TRUE(keep::before_change(path));
     write_file(path, "another");
   }
-  keep::settle();
+  keep::begin_to_settle();
   keep::end_run();
   for (const std::string& path : paths) EXPECT_THAT(last_state_of(path), EndsWith(":7"));
 }
@@ -204,7 +212,7 @@ TEST_F(Keep, tells_the_last_state_of_what_was_taken_and_made_again) {
   }
   ASSERT_TRUE(keep::before_copy("/from", "/root/d"));
   shell_quietly("cp --sparse=always /from/* /root/d");
-  keep::settle();
+  keep::begin_to_settle();
   let_it_come_to_the_large_one();
   for (const std::string& path : paths) {
     ASSERT_TRUE(keep::before_change(path));

@@ -38,18 +38,23 @@ struct KeptAccounts : testing::Test {
       write_file(std::string(root) + "/Profiles/" + name + "/My Documents/a.txt", name);
     keep::begin_run("/root", 1'800'000'000);
   }
-  static int migrate() {
+  ~KeptAccounts() override { keep::end_run(); }
+
+  // With the end of the run, when all is written down.
+  int migrate() {
     static int result = -7;
     testing::internal::CaptureStdout();
     run_as_worker([] { result = migrate_profiles(root); });
     testing::internal::GetCapturedStdout();
+    folder = keep::folder_of_run();
+    keep::end_run();
     return result;
   }
-  static std::vector<keep::Row> rows() {
-    const Descriptor list(open((keep::folder_of_run() + "/list.tsv").c_str(), O_RDONLY));
+  std::vector<keep::Row> rows() const {
+    const Descriptor list(open((folder + "/list.tsv").c_str(), O_RDONLY));
     return keep::joined_rows(list.number());
   }
-  static std::map<std::string, keep::Row> accounts() {
+  std::map<std::string, keep::Row> accounts() const {
     std::map<std::string, keep::Row> found;
     for (const keep::Row& row : rows())
       if (row.kind == keep::Kind::account) found[row.name] = row;
@@ -59,6 +64,8 @@ struct KeptAccounts : testing::Test {
     std::string error;
     return things::account_state(login, error).value_or("error: " + error);
   }
+
+  std::string folder;  // of the run
 };
 
 TEST_F(KeptAccounts, ThatAreMadeWereNothing) {
@@ -80,8 +87,7 @@ TEST_F(KeptAccounts, ThatAreMadeHaveRightsThatAreTheRuns) {
   for (const std::string name : {"ann", "ben"})
     write_file(std::string(root) + "/Profiles/" + name + "/Desktop/a.txt", name);
   ASSERT_EQ(0, migrate());
-  const std::string run = keep::folder_of_run().substr(sizeof "/root/.brindle_before");
-  keep::end_run();
+  const std::string run = folder.substr(sizeof "/root/.brindle_before");
   for (const std::string home : {"/home/ann", "/home/ben"}) {
     std::map<std::string, keep::Row> kept;
     for (const keep::Row& row : keep::rows_of(home, run)) kept[row.name] = row;
@@ -100,7 +106,7 @@ TEST_F(KeptAccounts, ThatWereThereKeepTheirHash) {
   EXPECT_EQ(before, row.before);
   EXPECT_THAT(row.before, HasSubstr("$6$salt$of-before"));
   EXPECT_EQ(state("ann"), row.became);
-  EXPECT_EQ("600\n", output_of("stat -c %a " + keep::folder_of_run() + "/list.tsv"));
+  EXPECT_EQ("600\n", output_of("stat -c %a " + folder + "/list.tsv"));
 }
 
 TEST_F(KeptAccounts, HaveTheirGroupWithThem) {
@@ -140,7 +146,7 @@ TEST_F(KeptAccounts, HaveWrittenDownWhoseAHomeWasThatTheyAreGiven) {
   ASSERT_EQ(0, migrate());
   ASSERT_NE(before, states());
   std::map<std::string, keep::Row> listed;
-  const Descriptor list(open((keep::folder_of_run() + "/homes/ben.tsv").c_str(), O_RDONLY));
+  const Descriptor list(open((folder + "/homes/ben.tsv").c_str(), O_RDONLY));
   for (const keep::Row& row : keep::joined_rows(list.number()))
     if (row.kind == keep::Kind::path || row.kind == keep::Kind::attributes) listed[row.name] = row;
   const std::string uid = output_of("id -u ben | tr -d '\n'");

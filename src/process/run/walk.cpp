@@ -99,6 +99,6 @@ void walk_steps(const Target& target, const std::string& archive_root) {
     tell_beginning(walk, step);
     run_step(step, walk);
     finish_keys(client);
-    keep::settle();
+    keep::begin_to_settle();
   }
 }
