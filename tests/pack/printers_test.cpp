@@ -39,6 +39,7 @@ windows::Keys machine_with(const std::vector<Printer>& printers) {
 recorded::Result packed(const windows::Keys& machine, const windows::Keys& person = {{"Network", {}}}) {
   const windows::Disk disk;
   disk.add("Windows/System32/config/SYSTEM", windows::hive(machine));
+  disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));
   disk.add(hive_file, windows::hive(person));
   return pack_disk(disk.path());
 }
