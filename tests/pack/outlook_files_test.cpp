@@ -143,6 +143,21 @@ TEST(OutlookFiles, ThatNobodyUsesArePackedAndTold) {
                                                      "not-unpacked Users/Ann/Desktop/x.ost"));
 }
 
+TEST(OutlookFiles, OutsideOfTheDocumentsDoNotNeedThem) {
+  const windows::Disk disk;
+  const std::string bytes = file_with("one");
+  disk.add("Users/Ann/Documents/mine.pst", bytes);
+  disk.add("Users/Ann/Own/old.pst", bytes);
+  disk.add("Backup/older.pst", bytes);
+  pack::Options options;
+  options.without = {pack::Kind::documents};
+  const auto result = pack_disk(disk.path(), options);
+  EXPECT_THAT(result.files_below(documents),
+              UnorderedElementsAre("Other files/Own/old.pst", "Drive C/Backup/older.pst"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("not-unpacked Users/Ann/Own/old.pst", "not-unpacked Backup/older.pst"));
+}
+
 TEST(OutlookFiles, OfThingsWithoutAPlaceArePackedAsTheyAreToo) {
   const windows::Disk disk;
   pst::File file;

@@ -71,6 +71,8 @@ TEST(Outside, OfOnePersonAmongOthersIsPackedWithoutTheOthers) {
   const windows::Disk disk;
   disk.add("Users/Ann/Documents/a.txt");
   disk.add("Users/Bob/Documents/b.txt");
+  disk.add("Users/Bob/NTUSER.DAT", windows::hive({{shell_folders, {{"Personal", R"(C:\Data\Bob)"}}}}));
+  disk.add("Data/Bob/secret.txt");
   disk.add("Data/d.txt");
   disk.add("Homes/Cid/c.txt");
   disk.add("Windows/System32/config/SOFTWARE",
