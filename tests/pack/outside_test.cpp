@@ -188,7 +188,7 @@ TEST(FontsOfAll, ThatDidNotComeWithWindowsArePacked) {
   disk.add("Fonts of mine/Own.ttf", "own");
   disk.add("Users/Ann/x");
   disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
-  disk.add("Windows/System32/config/SYSTEM", windows::hive({}));
+  disk.add("Windows/System32/config/SYSTEM", windows::hive({{"Select", {{"Current", "1", Value::dword}}}}));
   disk.add("Windows/System32/config/SOFTWARE",
            windows::hive({{R"(Microsoft\Windows NT\CurrentVersion\Fonts)",
                            {{"Arial (TrueType)", "arial.ttf"},

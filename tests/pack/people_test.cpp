@@ -277,7 +277,8 @@ TEST(Registry, ThatIsMissingOnADiskOfWindowsIsTold) {
   EXPECT_TRUE(result.people.front().tally.has_losses());
   disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
   disk.add(software_place, "no hive");
-  disk.add("Windows/System32/config/SYSTEM", windows::dirty_hive({{"Select", {}}}));
+  disk.add("Windows/System32/config/SYSTEM",
+           windows::dirty_hive({{"Select", {{"Current", "1", windows::Value::dword}}}}));
   result = recorded::pack_disk(disk.path());
   EXPECT_THAT(result.remarks(), ElementsAre("machine-registry Windows/System32/config/SOFTWARE",
                                             "registry-dirty Windows/System32/config/SYSTEM"));
