@@ -214,7 +214,7 @@ TEST(Unmounted, WhatIsNoDiskEndsWith2) {
               HasSubstr("brindle-pack: /tmp/locked cannot be read: BitLocker has encrypted it."));
   write_file("/tmp/empty", "");
   EXPECT_EQ(run("/tmp/empty /tmp/image.zip").status, 2);
-  EXPECT_EQ(run("--drive E=/tmp/empty /tmp /tmp/image.zip").complaint,
+  EXPECT_EQ(run("--drive E=/tmp/empty /mnt /tmp/image.zip").complaint,
             "brindle-pack: /tmp/empty is empty, or cannot be read\n");
   EXPECT_FALSE(std::filesystem::exists("/tmp/image.zip"));
 }
