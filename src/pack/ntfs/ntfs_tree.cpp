@@ -423,7 +423,8 @@ class NtfsTree : public Tree {
       const u64 number = indexed(folder.get(), wanted, is_as_written);
       if (number == none && errno != ENOENT) return looked_through(folder.get(), path, name);
       if (number == none || MREF(number) < FILE_first_user) continue;
-      if (auto entry = entry_called(number, folder->mft_no, wanted, name)) return entry;
+      auto entry = entry_called(number, folder->mft_no, wanted, name);
+      return entry ? entry : looked_through(folder.get(), path, name);
     }
     return std::nullopt;
   }
@@ -469,11 +470,12 @@ class NtfsTree : public Tree {
                                 volume_->get()->upcase_len);
   }
 
-  // No value when it is called so by its 8.3 name alone.
+  // No value when it cannot be read, or says that it is called something else: then the name is its 8.3 one,
+  // or something is damaged.
   std::optional<Entry> entry_called(u64 number, std::uint64_t folder, const Wide& wanted,
                                     std::string_view as_written) const {
     const Inode inode(ntfs_inode_open(volume_->get(), number));
-    if (!inode) return stop_when_asked(), unreadable(std::string(as_written));
+    if (!inode) return std::nullopt;
     std::optional<std::string> found;
     for (const OwnName& own : own_names(inode.get())) {
       if (own.folder != folder || own.is_short || !is_equal(own.text, wanted)) continue;
@@ -483,7 +485,7 @@ class NtfsTree : public Tree {
     return found ? std::optional(entry_of_child(inode.get(), std::move(*found), folder)) : std::nullopt;
   }
 
-  // Of a folder whose index is damaged: what can be read of it still has names.
+  // By the list of a folder's names, which is there as far as it can be read. 8.3 names are none of them.
   std::optional<Entry> looked_through(ntfs_inode* folder, const std::string& path,
                                       std::string_view name) const {
     std::vector<Named> found;
