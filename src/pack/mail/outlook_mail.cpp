@@ -78,6 +78,9 @@ struct Awake {
     if (blocks != nullptr && blocks != &next) blocks->rest();
     blocks = &next;
   }
+  void forget(const BlocksOfFile& gone) {
+    if (blocks == &gone) blocks = nullptr;
+  }
 };
 
 bool is_for_mail(const Store::Folder& folder) {
@@ -94,6 +97,9 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
         blocks_(file_.place, file_.entry.size),
         store_(blocks_),
         awake_(std::move(awake)) {}
+  MailFile(const MailFile&) = delete;
+  MailFile& operator=(const MailFile&) = delete;
+  ~MailFile() { awake_->forget(blocks_); }
 
   void add_to(MailFolders& folders) {
     awake_->wake(blocks_);

@@ -110,8 +110,8 @@ void add_nodes(const pst_desc_tree* first, std::vector<Blocks::Node>& nodes) {
     const pst_desc_tree* const node = open.back();
     open.pop_back();
     if (node == nullptr) continue;
-    open.push_back(node->next);
-    open.push_back(node->child);
+    // The library packs its structures: nothing in them may be referred to.
+    for (const pst_desc_tree* const other : {+node->next, +node->child}) open.push_back(other);
     nodes.push_back({.id = static_cast<std::uint32_t>(node->d_id),
                      .parent = static_cast<std::uint32_t>(node->parent_d_id),
                      .data = node->desc == nullptr ? 0 : node->desc->i_id,
