@@ -11,6 +11,7 @@ import os
 import re
 import shutil
 import socket
+import struct
 import subprocess
 import sys
 import unittest
@@ -20,6 +21,7 @@ BUILD = Path(sys.argv.pop(1)).resolve()
 SOURCE = Path.cwd()
 TREE = Path("/tmp/tree")
 STANDINS = Path("/tmp/standins")
+OLD_DISK, PARTITION = Path("/tmp/disk.img"), Path("/tmp/partition.img")
 DOCUMENTS = [Path("README.md"), Path("HACKING.md"), *sorted(Path("docs").rglob("*.md"))]
 
 # ---- The documents ---------------------------------------------------------------------------------------
@@ -93,7 +95,7 @@ def filled(command):
     """With something for each word that stands for one."""
     for word, value in (("FOLDER", "/tmp/old-pc"), ("OUT.zip", "/tmp/packed.zip"), ("--home DIR", "--home /etc"),
                         ("DIR", "/tmp/made"), ("WORD", "word"), ("FILE", "/tmp/table.tsv"), ("QUEUE", "office"),
-                        ("NAME=VALUE", "sides=one-sided")):
+                        ("NAME=VALUE", "sides=one-sided"), ("/dev/sdb2", str(PARTITION)), ("/dev/sdb", str(OLD_DISK))):
         command = command.replace(word, value)
     return command
 
@@ -200,9 +202,11 @@ class Ways(unittest.TestCase):
         self.assertIn(re.sub(r"\d{4}-\d\d-\d\d-\d+", "{RUN}", command), listed)
 
     def pack(self, command):
-        """With two people on a disk that is mounted."""
+        """With two people on a disk: in a folder, and as images of the disk and of its partition."""
         for name in ("Ann", "Bob"):
             put(Path(f"/mnt/windows/Users/{name}/Documents/Letter.txt"), "Dear Ann\n", 0o644)
+        if not OLD_DISK.exists():
+            make_old_disk("/mnt/windows")
         shutil.copy(BUILD / "src/brindle-pack", "/usr/local/bin/brindle-pack")
         # The archive of that name is one that other commands are tried with; this one replaces none.
         archive, kept = TREE / Path(command.split()[-1]).name, TREE / "kept.zip"
@@ -333,6 +337,23 @@ def a_home_and_an_archive():
         "begun=1\nover=2\nending=ended\nkept=/root/.brindle_before/2026-11-22-014530\n", 0o600)
     kept = Path("/root/.brindle_before/2026-11-22-014530")
     put(kept / "list.tsv", "kind\tname\tbefore\tbecame\nrun\tmigration\t-\tover\n", 0o600)
+
+
+def make_old_disk(folder):
+    """NTFS with all that lies in the folder, alone and as the second partition of a disk."""
+    sector, begin, size = 512, 4096, 16384
+    PARTITION.write_bytes(bytes(size * sector))
+    # Unmounting does not wait until all is written; the end of the program does.
+    subprocess.run(["bash", "-e", "-c", f"""mkfs.ntfs -F -Q -q -s 512 -p 0 -H 0 -S 0 {PARTITION} 2>/tmp/mkfs
+        mkdir -p /mnt/made
+        ntfs-3g -o no_detach {PARTITION} /mnt/made &
+        until mountpoint -q /mnt/made; do kill -0 $! && sleep 0.1; done
+        cp -r {folder}/. /mnt/made
+        umount /mnt/made
+        wait"""], check=True)
+    parts = struct.pack("<16x4xB3xII", 7, begin, size).ljust(64, b"\0")
+    table = bytes(446) + parts + b"\x55\xaa"
+    OLD_DISK.write_bytes(table.ljust(begin * sector, b"\0") + PARTITION.read_bytes())
 
 
 class Commands(Ways):
