@@ -75,11 +75,20 @@ std::size_t rank_of(const Tree& tree) {
   return static_cast<std::size_t>(sign - signs_of_windows.begin());
 }
 
+// What cannot be listed to its end may hold anything.
 bool is_for_windows_alone(const Tree& tree) {
-  return std::ranges::all_of(listed(tree, ""), [](const Entry& entry) {
+  const auto is_of_windows = [](const Entry& entry) {
     return std::ranges::any_of(names_of_windows,
                                [&](std::string_view own) { return is_same_name(entry.name, own); });
-  });
+  };
+  try {
+    const auto listing = tree.entries("");
+    while (const auto entry = listing->next())
+      if (!is_of_windows(*entry)) return false;
+    return tree.unlisted().empty();
+  } catch (const std::system_error&) {
+    return false;
+  }
 }
 
 class WholeDisk {

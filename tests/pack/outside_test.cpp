@@ -2,9 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <system_error>
+
 #include "pack/browsers/readers.h"
 #include "pack/desktop/shipped_fonts.h"
 #include "pack/ntfs_image.h"
+#include "pack/pack.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 
@@ -119,6 +123,41 @@ TEST(Outside, OfOldSystemsIsShared) {
   disk.add("Documents and Settings/All Users/Application Data/x");
   EXPECT_THAT(pack_disk(disk.path()).files_below(documents),
               UnorderedElementsAre("a.txt", "Public/Documents/p.txt"));
+}
+
+TEST(Outside, FoldersThatCannotBeListedAreToldOnce) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Documents/a.txt");
+  disk.add("Users/Public/p.txt");
+  disk.add("Data/bad/lost.txt");
+  disk.add("Data/worth.txt");
+  auto result = pack_disk(pack::Disk(recorded::tree_with(disk.path(), "Data/bad")));
+  EXPECT_THAT(result.files_below(documents),
+              UnorderedElementsAre("a.txt", "Public/p.txt", "Drive C/Data/worth.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre("unreadable Data/bad"));
+  result = pack_disk(pack::Disk(recorded::tree_with(disk.path(), "Users/Public")));
+  EXPECT_THAT(result.files_below(documents),
+              UnorderedElementsAre("a.txt", "Drive C/Data/bad/lost.txt", "Drive C/Data/worth.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre("unreadable C:/Users/Public"));
+}
+
+// An archive on a disk that is full.
+class FullParcel : public recorded::Parcel {
+ public:
+  pack::Outcome add_file(const std::string& name, const pack::Tree& tree, const std::string& path,
+                         const pack::Entry& entry) override {
+    if (name.ends_with("/too much")) throw std::system_error(ENOSPC, std::generic_category());
+    return recorded::Parcel::add_file(name, tree, path, entry);
+  }
+};
+
+TEST(Outside, AnArchiveThatCannotBeWrittenIsNoFaultOfTheDisk) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Documents/a.txt");
+  disk.add("Data/deep/too much");
+  const pack::Disk opened(recorded::tree_with(disk.path(), "nothing"));
+  FullParcel parcel;
+  EXPECT_THROW(pack::pack_all(parcel, opened, pack::people_on(opened), {}), std::system_error);
 }
 
 TEST(Outside, IsLeftOutWhenItIsNotWanted) {

@@ -4,6 +4,8 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -91,34 +93,62 @@ struct Start {
   bool is_to_be_told = false;  // that there is, and no more: there are other people's folders in it
 };
 
+using TakeStart = std::function<void(const Start& start)>;
+
+// A folder may hold any number: its entries come one by one. What the disk does not give is told and is the
+// end of them; that an archive cannot be written is no fault of the disk and goes through.
+std::unique_ptr<Listing> opened(const Place& folder, const std::function<void()>& tell) {
+  try {
+    return folder.tree->entries(folder.path);
+  } catch (const std::system_error&) {
+    tell();
+    return nullptr;
+  }
+}
+
+std::optional<Entry> next_of(Listing& listing, const std::function<void()>& tell) {
+  try {
+    return listing.next();
+  } catch (const std::system_error&) {
+    tell();
+    return std::nullopt;
+  }
+}
+
 class Search {
  public:
-  explicit Search(const Machine& machine) : machine_(machine) {}
+  Search(const Machine& machine, TakeStart take) : machine_(machine), take_(std::move(take)) {}
 
-  std::vector<Start> starts() {
+  void go() const {
     for (const auto& [letter, tree] : machine_.disk.volumes()) {
       const auto is_home = [&, volume = tree](const Person& person) {
         return person.home.tree == volume && person.home.path.empty();
       };
       if (std::ranges::none_of(machine_.everybody, is_home)) look_at_top(letter, *tree);
     }
-    return std::move(starts_);
   }
 
  private:
-  void look_at_top(char letter, const Tree& tree) {
-    for (const Entry& entry : listed(tree, "")) {
+  static void each_in(const Place& folder, const std::function<void(const Entry& entry)>& take) {
+    const auto tell = [&] { folder.tree->note_unlisted(folder.path); };
+    const auto listing = opened(folder, tell);
+    if (!listing) return;
+    while (const auto entry = next_of(*listing, tell)) take(*entry);
+  }
+
+  void look_at_top(char letter, const Tree& tree) const {
+    each_in({.tree = &tree, .path = ""}, [&](const Entry& entry) {
       const Place place{.tree = &tree, .path = entry.name};
       if (holds_homes(place)) {
         add_public(letter, place);
       } else if (is_same_name(entry.name, "Windows.old")) {
         if (const auto earlier = find(tree, entry.name, "Users"))
-          starts_.push_back({{.tree = &tree, .path = earlier->path}, earlier->entry, letter, false, true});
+          take_({{.tree = &tree, .path = earlier->path}, earlier->entry, letter, false, true});
       } else if (!is_one_of(made_for_windows, entry.name) &&
                  !is_at(place, machine_.registry.programs_folder) && !is_one_of(homes, entry.name)) {
-        starts_.push_back({place, entry, letter});
+        take_({place, entry, letter});
       }
-    }
+    });
   }
 
   bool is_at(const Place& place, const std::string& windows_path) const {
@@ -132,18 +162,19 @@ class Search {
            find_folder(*place.tree, "", place.path);
   }
 
-  void add_public(char letter, const Place& folder) {
+  void add_public(char letter, const Place& folder) const {
     if (const auto found = find_folder(*folder.tree, folder.path, shared_folder))
-      for (const Entry& entry : listed(*folder.tree, *found))
-        starts_.push_back({{.tree = folder.tree, .path = joined(*found, entry.name)}, entry, letter, true});
+      each_in({.tree = folder.tree, .path = *found}, [&](const Entry& entry) {
+        take_({{.tree = folder.tree, .path = joined(*found, entry.name)}, entry, letter, true});
+      });
     for (const std::string_view name : shared_places)
       if (const auto found = find(*folder.tree, folder.path, name);
           found && found->entry.what == What::folder)
-        starts_.push_back({{.tree = folder.tree, .path = found->path}, found->entry, letter, true});
+        take_({{.tree = folder.tree, .path = found->path}, found->entry, letter, true});
   }
 
   const Machine& machine_;
-  std::vector<Start> starts_;
+  TakeStart take_;
 };
 
 // What is done with each thing on the way through a folder. `name` is that in the archive.
@@ -169,17 +200,17 @@ class Walk {
     if (entry.what == What::other) return take_.gap(cause_of(entry), place);
     if (entry.what == What::file) return take_.file(name, place, entry);
     if (name.size() > Packing::longest_name) return take_.gap(Cause::path_too_long, place);
-    try {
-      const auto listing = place.tree->entries(place.path);
-      if (entry.gap) take_.gap(*entry.gap, place);
-      take_.folder(name, entry);
-      while (const auto below = listing->next()) {
-        const Place one{.tree = place.tree, .path = joined(place.path, below->name)};
-        go(one, *below, name + "/" + name_in_archive(one, *below));
-      }
-    } catch (const std::system_error&) {
+    const auto tell = [&] {
       place.tree->note_told(place.path);
       take_.gap(Cause::unreadable, place);
+    };
+    const auto listing = opened(place, tell);
+    if (!listing) return;
+    if (entry.gap) take_.gap(*entry.gap, place);
+    take_.folder(name, entry);
+    while (const auto below = next_of(*listing, tell)) {
+      const Place one{.tree = place.tree, .path = joined(place.path, below->name)};
+      go(one, *below, name + "/" + name_in_archive(one, *below));
     }
   }
 
@@ -267,12 +298,13 @@ void pack_outside(Packing& packing, const Machine& machine, const Person&, const
              packing.add_file(Kind::shared, name, place, entry);
            },
        .gap = [&](Cause cause, const Place& place) { packing.leave_out(Kind::shared, cause, place.path); }});
-  for (const Start& start : Search(machine).starts()) {
-    if (start.is_to_be_told) continue;
+  const auto pack = [&](const Start& start) {
+    if (start.is_to_be_told) return;
     const bool is_taken = walk.takes(start.place, start.entry);
     walk.go(start.place, start.entry,
             is_taken ? folders(start) + "/" + name_in_archive(start.place, start.entry) : "");
-  }
+  };
+  Search(machine, pack).go();
 }
 
 void tell_of_outside(Packing& shared, const Machine& machine) {
@@ -289,12 +321,13 @@ void tell_of_outside(Packing& shared, const Machine& machine) {
                        [&](Cause cause, const Place& place) {
                          if (cause != Cause::windows_own) shared.leave_out(Kind::shared, cause, place.path);
                        }});
-  for (const Start& start : Search(machine).starts()) {
-    if (machine.people.size() == 1 && !start.is_to_be_told) continue;
+  const auto tell = [&](const Start& start) {
+    if (machine.people.size() == 1 && !start.is_to_be_told) return;
     contents = {};
     walk.go(start.place, start.entry, "");
     if (contents.files > 0) shared.leave_out(Kind::shared, Cause::outside, in_words(start, contents));
-  }
+  };
+  Search(machine, tell).go();
 }
 
 }  // namespace pack
