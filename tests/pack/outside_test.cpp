@@ -15,7 +15,6 @@
 namespace {
 
 using recorded::pack_disk;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -110,9 +109,12 @@ TEST(Outside, AnEarlierWindowsIsToldAndNotPacked) {
   disk.add("Users/Ann/Documents/a.txt");
   disk.add("Windows.old/Users/Bob/Documents/secret.txt", "12345");
   disk.add("Windows.old/Windows/x");
+  disk.add("WINDOWS.OLD.000/Documents and Settings/Cid/secret.txt", "1234567");
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below(documents), ElementsAre("a.txt"));
-  EXPECT_THAT(result.remarks(), Contains("outside C:/Windows.old/Users: 1 file, 5 B"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("outside C:/Windows.old/Users: 1 file, 5 B",
+                                   "outside C:/WINDOWS.OLD.000/Documents and Settings: 1 file, 7 B"));
 }
 
 TEST(Outside, OfOldSystemsIsShared) {

@@ -19,7 +19,7 @@ namespace pack {
 namespace {
 
 // What Windows, its programs and their makers have at the top of a disk.
-constexpr std::array<std::string_view, 47> made_for_windows = {"$GetCurrent",
+constexpr std::array<std::string_view, 46> made_for_windows = {"$GetCurrent",
                                                                "$Recycle.Bin",
                                                                "$SysReset",
                                                                "$WINDOWS.~BT",
@@ -64,7 +64,6 @@ constexpr std::array<std::string_view, 47> made_for_windows = {"$GetCurrent",
                                                                "System Volume Information",
                                                                "Thumbs.db",
                                                                "WINDOWS",
-                                                               "Windows.old",
                                                                "WINNT"};
 
 // In Public, and in what XP has for it: what Windows puts there.
@@ -82,6 +81,13 @@ constexpr std::array<std::string_view, 2> shared_places = {"All Users/Documents"
 template <std::size_t size>
 bool is_one_of(const std::array<std::string_view, size>& names, std::string_view name) {
   return std::ranges::any_of(names, [&](std::string_view one) { return is_same_name(one, name); });
+}
+
+// "Windows.old", and with several of them "Windows.old.000".
+bool is_earlier_windows(std::string_view name) {
+  constexpr std::string_view begin = "Windows.old";
+  return is_same_name(name.substr(0, begin.size()), begin) &&
+         name.find_first_not_of(".0123456789", begin.size()) == std::string_view::npos;
 }
 
 // A file or folder to begin with.
@@ -141,9 +147,10 @@ class Search {
       const Place place{.tree = &tree, .path = entry.name};
       if (holds_homes(place)) {
         add_public(letter, place);
-      } else if (is_same_name(entry.name, "Windows.old")) {
-        if (const auto earlier = find(tree, entry.name, "Users"))
-          take_({{.tree = &tree, .path = earlier->path}, earlier->entry, letter, false, true});
+      } else if (is_earlier_windows(entry.name)) {
+        for (const std::string_view home : homes)
+          if (const auto earlier = find(tree, entry.name, home))
+            take_({{.tree = &tree, .path = earlier->path}, earlier->entry, letter, false, true});
       } else if (!is_one_of(made_for_windows, entry.name) &&
                  !is_at(place, machine_.registry.programs_folder) && !is_one_of(homes, entry.name)) {
         take_({place, entry, letter});
