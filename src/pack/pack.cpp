@@ -7,10 +7,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <system_error>
 
 #include "pack/disk/nameless.h"
+#include "pack/files/outside.h"
 #include "pack/parcel/zip.h"
 #include "pack/progress.h"
 #include "pack/register.h"
@@ -88,7 +90,16 @@ Cause cause_of_missing_hive(const Machine& machine, const Person& person) {
   return is_windows && !person.home.path.empty() ? Cause::registry_missing : Cause::registry_not_copied;
 }
 
-void pack_person(Parcel& parcel, const Machine& machine, Packed& packed, const std::string& folder,
+void add_places(Machine& machine, const Person& person, const Hive* hive) {
+  for (const Place& place : places_of(machine.disk, person, hive)) machine.places_of_people.push_back(place);
+}
+
+std::optional<Hive> hive_of(const Person& person) {
+  const auto file = find(*person.home.tree, person.home.path, "NTUSER.DAT");
+  return file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
+}
+
+void pack_person(Parcel& parcel, Machine& machine, Packed& packed, const std::string& folder,
                  const Options& options) {
   const std::string hive_path = joined(packed.person.home.path, "NTUSER.DAT");
   const auto hive_file = find(*packed.person.home.tree, packed.person.home.path, "NTUSER.DAT");
@@ -98,6 +109,7 @@ void pack_person(Parcel& parcel, const Machine& machine, Packed& packed, const s
   if (!hive_file) packed.tally.note(Kind::others, cause_of_missing_hive(machine, packed.person), hive_path);
   if (hive_file && !hive) packed.tally.note(Kind::others, Cause::registry_unreadable, hive_file->path);
   if (packed.is_registry_dirty) packed.tally.note(Kind::others, Cause::registry_dirty, hive_file->path);
+  add_places(machine, packed.person, hive ? &*hive : nullptr);
   Packing packing(parcel, packed.tally, folder, options.without);
   for (const Source& source : sources())
     source.pack(packing, machine, packed.person, hive ? &*hive : nullptr);
@@ -182,6 +194,14 @@ Machine machine_of(const Disk& disk, const std::vector<Person>& people, const Op
   Household household = household_of(disk, machine.registry);
   machine.everybody = std::move(household.people);
   machine.gaps = std::move(household.gaps);
+  for (const Person& person : machine.everybody) {
+    const auto is_it = [&](const Person& one) {
+      return one.home.tree == person.home.tree && one.home.path == person.home.path;
+    };
+    if (std::ranges::any_of(people, is_it)) continue;
+    const auto hive = hive_of(person);
+    add_places(machine, person, hive ? &*hive : nullptr);
+  }
   const std::string& charset = machine.registry.charset.empty() ? options.charset : machine.registry.charset;
   if (!charset.empty()) machine.charset = charset;
   return machine;
@@ -228,7 +248,7 @@ std::vector<Packed> pack_all(Parcel& parcel, const Disk& disk, const std::vector
                              const Options& options) {
   add_folders(parcel, people);
   parcel.add_text(std::string(layout::root) + "/" + layout::users, control_file(people));
-  const Machine machine = machine_of(disk, people, options);
+  Machine machine = machine_of(disk, people, options);
   std::vector<Packed> all;
   for (const Person& person : people) {
     Packed& packed = all.emplace_back();

@@ -449,19 +449,6 @@ TEST(Partitions, OfANewTableAreFound) {
   }
 }
 
-TEST(Partitions, ThatCannotBeListedAreNotTakenForWindowsOwn) {
-  windows::NtfsImage system;
-  system.add("Users/Ann/a.txt", "system");
-  windows::NtfsImage data;
-  data.add("Photos/p.jpg");
-  const std::uint64_t index = data.index_of("");
-  windows::patch(data.close(), index, std::string(4096, 'x'));
-  const pack::Volume volume = pack::open_volume(windows::disk_with_mbr({{system.close()}, {data.close()}}));
-  EXPECT_EQ(content_of(*volume.tree, "Users/Ann/a.txt"), "system");
-  ASSERT_EQ(volume.others.size(), 1U);
-  EXPECT_THAT(names_in(*volume.others.front().tree), IsEmpty());
-}
-
 TEST(Partitions, AreChosenByTheirNumber) {
   FourParts four;
   const std::string disk = windows::disk_with_mbr(four.parts());

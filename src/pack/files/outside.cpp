@@ -240,21 +240,6 @@ class Walk {
   Taking take_;
 };
 
-// What is packed or told elsewhere, or somebody else's: people's folders, and those that their registries
-// have on other places of the disks.
-std::vector<Place> places_of_people(const Machine& machine) {
-  std::vector<Place> places;
-  for (const Person& person : machine.everybody) {
-    places.push_back(person.home);
-    const auto file = find(*person.home.tree, person.home.path, "NTUSER.DAT");
-    const auto hive = file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
-    const KnownFolders folders = known_folders(machine.disk, person, hive ? &*hive : nullptr);
-    for (const KnownFolder& folder : folders.here) places.push_back(folder.place);
-    places.insert(places.end(), folders.settings.begin(), folders.settings.end());
-  }
-  return places;
-}
-
 // The folder in the documents, which comes when there is something to put into it.
 class Folders {
  public:
@@ -288,11 +273,19 @@ std::string in_words(const Start& start, const Contents& contents) {
 
 }  // namespace
 
+std::vector<Place> places_of(const Disk& disk, const Person& person, const Hive* hive) {
+  std::vector<Place> places{person.home};
+  const KnownFolders folders = known_folders(disk, person, hive);
+  for (const KnownFolder& folder : folders.here) places.push_back(folder.place);
+  places.insert(places.end(), folders.settings.begin(), folders.settings.end());
+  return places;
+}
+
 void pack_outside(Packing& packing, const Machine& machine, const Person&, const Hive*) {
   if (machine.people.size() != 1 || !packing.wants(Kind::shared)) return;
   Folders folders(packing);
   const Walk walk(
-      machine, places_of_people(machine),
+      machine, machine.places_of_people,
       {.folder =
            [&](const std::string& name, const Entry& entry) {
              packing.add_folder(name, entry.modified == 0 ? 1 : entry.modified);
@@ -317,7 +310,7 @@ void pack_outside(Packing& packing, const Machine& machine, const Person&, const
 void tell_of_outside(Packing& shared, const Machine& machine) {
   if (!shared.wants(Kind::shared)) return;
   Contents contents;
-  const Walk walk(machine, places_of_people(machine),
+  const Walk walk(machine, machine.places_of_people,
                   {.folder = [](const std::string&, const Entry&) {},
                    .file =
                        [&](const std::string&, const Place&, const Entry& entry) {

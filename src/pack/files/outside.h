@@ -3,11 +3,17 @@
 #ifndef BRINDLE_PACK_FILES_OUTSIDE_H
 #define BRINDLE_PACK_FILES_OUTSIDE_H
 
+#include <vector>
+
 #include "pack/files/packing.h"
 #include "pack/people/people.h"
 #include "pack/registry/hive.h"
 
 namespace pack {
+
+/// What is packed or told elsewhere: a person's folder, and those that their registry has on other places of
+/// the disks.
+std::vector<Place> places_of(const Disk& disk, const Person& person, const Hive* hive);
 
 /// Packs it into the documents of an archive of one person, as the folders "Public" and "Drive C"; of an
 /// archive of several nothing, for it would be given to everybody or to somebody. What a person's own folders
