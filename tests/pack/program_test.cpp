@@ -244,6 +244,7 @@ TEST(Program, TakesLittleMemory) {
 #endif
   const windows::Disk disk;
   disk.add_folder("Users/Ann/Documents");
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
   for (int i = 0; i < 30000; ++i) {
     const std::string name =
         disk.path() + "/Users/Ann/Documents/" + std::to_string(i) + std::string(194, 'n');
