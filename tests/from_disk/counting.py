@@ -1,9 +1,9 @@
 """Counts what lies on a disk and in a new home, by readers that nobody here wrote: python's mailbox, email, sqlite3,
-html.parser and http.cookiejar, vobject, icalendar, db5.3_dump.
+html.parser, http.cookiejar and configparser, vobject, icalendar, db5.3_dump.
 """
 import collections
+import configparser
 import email.header
-import email.policy
 import glob
 import hashlib
 import html.parser
@@ -14,6 +14,7 @@ import re
 import sqlite3
 import subprocess
 import tempfile
+import xml.etree.ElementTree
 
 import icalendar
 import vobject
@@ -91,6 +92,26 @@ def maildirs_below(folder, name=""):
             box = mailbox.Maildir(path, create=False)
             found += [read_message(name + entry, box.get_bytes(key)) for key in box.keys()]
     return found
+
+
+# ---- Mail accounts ---------------------------------------------------------------------------------------
+
+def hosts_of_kmail(path):
+    """The servers from which mail comes."""
+    settings = configparser.RawConfigParser(strict=False)
+    settings.read(path, encoding="utf-8")
+    return sorted(settings[section]["host"] for section in settings.sections() if section.startswith("Account "))
+
+
+def hosts_of_evolution(path):
+    texts = [text.text or "" for text in xml.etree.ElementTree.parse(path).getroot().iter("stringvalue")]
+    return sorted(host for text in texts for host in re.findall(r"<source[^>]*>\s*<url>\w+://[^@<]*@([^/:;<]+)", text))
+
+
+def hosts_of_mozilla(path):
+    with open(path, encoding="utf-8") as file:
+        hosts = re.findall(r'"mail\.server\.server\d+\.hostname", "([^"]*)"', file.read())
+    return sorted(host for host in hosts if host != "Local Folders")
 
 
 # ---- Browsers --------------------------------------------------------------------------------------------

@@ -9,7 +9,7 @@ import collections
 import counting
 
 Person = collections.namedtuple(
-    "Person", "name login home files mailboxes letters firefox favorites contacts planner notes counts")
+    "Person", "name login home files hosts mailboxes letters firefox favorites contacts planner notes counts")
 
 # From a folder of the disk into one of the new home.
 SEVEN = {"Documents": "Documents", "Desktop": "Desktop", "Pictures": "Documents/My Pictures",
@@ -19,6 +19,7 @@ XP = {"My Documents": "Documents", "Desktop": "Desktop"}
 
 JORG = Person(
     name="Jörg", login="root", home="Users/Jörg/", files=SEVEN,
+    hosts=["imap.work.example", "pop.post.example"],
     # Folders of servers, in their order: what has the same name becomes one, and a message is not packed twice.
     mailboxes=["AppData/Roaming/Thunderbird/Profiles/x.default/Mail/pop.post.example",
                "AppData/Roaming/Thunderbird/Profiles/x.default/Mail/Local Folders",
@@ -47,11 +48,12 @@ due 2024-04-30 09:00:00 done - Versicherung
 due 2024-05-10 done 2024-03-14 09:00:00 Belege für Größe
 """,
     notes={"Müller anrufen": "Müller anrufen\n030, (heute)", "Shopping: milk": "Shopping: milk", "购物": "购物"},
-    counts={"documents": 9, "pictures": 2, "music": 1, "videos": 1, "downloads": 1, "others": 1, "desktop": 2, "mail": 21,
+    counts={"documents": 9, "pictures": 2, "music": 1, "videos": 1, "downloads": 1, "others": 1, "desktop": 2,
+            "accounts": 2, "mail": 21,
             "contacts": 7, "events": 9, "tasks": 3, "notes": 3, "bookmarks": 3, "cookies": 2})
 
 ANN = Person(
-    name="Ann", login="ann", home="Documents and Settings/Ann/", files=XP,
+    name="Ann", login="ann", home="Documents and Settings/Ann/", files=XP, hosts=[],
     mailboxes=["Application Data/Thunderbird/Profiles/y.default/Mail/Local Folders"], letters=[],
     firefox="Application Data/Mozilla/Firefox/Profiles/abc.default/", favorites=[],
     contacts=[("Zoë Lee", "zoe@home.example"), ("Bob", "bob@home.example")],
@@ -60,7 +62,7 @@ ANN = Person(
             "cookies": 2})
 
 BOB = Person(
-    name="Bob", login="bob", home="Documents and Settings/Bob/", files=XP, mailboxes=[],
+    name="Bob", login="bob", home="Documents and Settings/Bob/", files=XP, hosts=[], mailboxes=[],
     letters=[("Inbox", "Angebot – Größe", "Sehr geehrter Herr Lee\nFrom here on"), ("Inbox", "second", "From the start"),
              ("Inbox/Kunden", "client", "text"), ("Sent", "sent by Bob", "text")],
     firefox="", favorites=[],
@@ -70,7 +72,7 @@ BOB = Person(
     counts={"documents": 1, "mail": 4, "contacts": 2, "events": 2, "tasks": 1, "notes": 1})
 
 ZOE = Person(
-    name="Zoë", login="zoe", home="Documents and Settings/Zoë/", files=XP, mailboxes=[],
+    name="Zoë", login="zoe", home="Documents and Settings/Zoë/", files=XP, hosts=[], mailboxes=[],
     letters=[("Inbox", "one", "line\nFrom me\n" + 1500 * "x"), ("Inbox", "two", "Text"), ("Sent", "three", "Text")],
     firefox="", favorites=["http://bridge.example/", "http://start.example/?a=1&b=2"], contacts=[], planner="", notes={},
     counts={"documents": 1, "mail": 3, "bookmarks": 2})

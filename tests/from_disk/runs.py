@@ -109,6 +109,18 @@ class FromDisk(unittest.TestCase):
             own = {path for path in found if path.startswith("Desktop/") and path.endswith(".desktop")}
             self.assertEqual(expected, {path: digest for path, digest in found.items() if path not in notes | own})
 
+    def test_mail_accounts(self):
+        for person, home in self.people():
+            if person.hosts:
+                self.assertEqual(person.hosts, self.hosts_in(home))
+
+    def hosts_in(self, home):
+        if IS_EVOLUTION:
+            return counting.hosts_of_evolution(home + "/.gconf/apps/evolution/mail/%gconf.xml")
+        if IS_MOZILLA:
+            return counting.hosts_of_mozilla(counting.one_of(home + "/.mozilla/default/*/prefs.js"))
+        return counting.hosts_of_kmail(home + "/.kde/share/config/kmailrc")
+
     def test_messages(self):
         for person, home in self.people():
             expected = people.messages_of(person, self.disk)
