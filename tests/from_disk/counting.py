@@ -57,7 +57,10 @@ def messages_in(path, folder):
         copy.write(re.sub(rb"(?m)^From (?!- )", b">From ", file.read()))
         copy.flush()
         box = mailbox.mbox(copy.name, create=False)
-        return [read_message(folder, box.get_bytes(key)) for key in box.keys()]
+        try:
+            return [read_message(folder, box.get_bytes(key)) for key in box.keys()]
+        finally:
+            box.close()
 
 
 def mailboxes_below(folder, name=""):

@@ -14,7 +14,7 @@ Person = collections.namedtuple(
 # From a folder of the disk into one of the new home.
 SEVEN = {"Documents": "Documents", "Desktop": "Desktop", "Pictures": "Documents/My Pictures",
          "Eigene Musik": "Documents/My Music", "Videos": "Documents/My Videos", "Downloads": "Documents/Downloads",
-         "Rezepte": "Documents/Other files/Rezepte"}
+         "Rezepte": "Documents/Other files/Rezepte", "Contacts": "Documents/Other files/Contacts"}
 XP = {"My Documents": "Documents", "Desktop": "Desktop"}
 
 JORG = Person(
@@ -48,7 +48,7 @@ due 2024-04-30 09:00:00 done - Versicherung
 due 2024-05-10 done 2024-03-14 09:00:00 Belege für Größe
 """,
     notes={"Müller anrufen": "Müller anrufen\n030, (heute)", "Shopping: milk": "Shopping: milk", "购物": "购物"},
-    counts={"documents": 9, "pictures": 2, "music": 1, "videos": 1, "downloads": 1, "others": 1, "desktop": 2,
+    counts={"documents": 9, "pictures": 2, "music": 1, "videos": 1, "downloads": 1, "others": 2, "desktop": 2,
             "accounts": 2, "mail": 21,
             "contacts": 7, "events": 9, "tasks": 3, "notes": 3, "bookmarks": 3, "cookies": 2})
 
