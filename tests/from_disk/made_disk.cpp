@@ -341,7 +341,8 @@ std::string outlook_file() {
       {.name = "Posteingang",
        .items = {outlook_message("Angebot – Größe", "Sehr geehrter Herr Lee\r\nFrom here on\r\n"),
                  outlook_message("second", "From the start\r\n")},
-       .folders = {{.name = "Kunden", .items = {outlook_message("client", "text\r\n")}}}},
+       .folders = {{.name = "Kunden", .items = {outlook_message("client", "text\r\n")}},
+                   {.name = ".NET", .items = {outlook_message("dot", "text\r\n")}}}},
       {.name = "Gesendete Elemente", .items = {outlook_message("sent by Bob", "text\r\n")}},
       {.name = "Gelöschte Elemente", .items = {outlook_message("gone", "text\r\n")}},
       {.name = "Kalender",
@@ -379,6 +380,10 @@ void add_zoe(const Disk& disk) {
            dbx::file({letter("one", "line\r\nFrom me\r\n" + std::string(1500, 'x') + "\r\n"),
                       letter("two", "Text\r\n")}));
   disk.add(store + "Sent Items.dbx", dbx::file({letter("three", "Text\r\n")}));
+  // A folder that holds another one and no message.
+  disk.add(
+      home + "Local Settings/Application Data/Microsoft/Windows Live Mail/Storage Folders/Imported/Old/1.eml",
+      letter("imported", "From afar\r\n"));
   disk.add(home + "Favorites/Links/Brücke.url", "[InternetShortcut]\r\nURL=http://bridge.example/\r\n");
   disk.add(home + "Favorites/Anfang.url",
            "[DEFAULT]\r\nBASEURL=http://other.example/\r\n[InternetShortcut]\r\n"

@@ -9,7 +9,7 @@ import collections
 import counting
 
 Person = collections.namedtuple(
-    "Person", "name login home files hosts mailboxes letters firefox favorites contacts planner notes counts")
+    "Person", "name login home files hosts mailboxes letters empty firefox favorites contacts planner notes counts")
 
 # From a folder of the disk into one of the new home.
 SEVEN = {"Documents": "Documents", "Desktop": "Desktop", "Pictures": "Documents/My Pictures",
@@ -24,7 +24,7 @@ JORG = Person(
     mailboxes=["AppData/Roaming/Thunderbird/Profiles/x.default/Mail/pop.post.example",
                "AppData/Roaming/Thunderbird/Profiles/x.default/Mail/Local Folders",
                "AppData/Roaming/Thunderbird/Profiles/x.default/ImapMail/imap.work.example"],
-    letters=[], firefox="AppData/Roaming/Mozilla/Firefox/Profiles/abc.default/", favorites=[],
+    letters=[], empty=["Archives"], firefox="AppData/Roaming/Mozilla/Firefox/Profiles/abc.default/", favorites=[],
     contacts=[("Bob Lee", "bob@home.example bob@work.example"), ("Amélie Größe; Dr.", "amelie@laurent.example"),
               ("李美兰", "li@meilan.example"), ("Иван Петров", ""), ("Zoë Żak", "zoe@zak.example"),
               ("shop@orders.example", "shop@orders.example"), ("Klaus Übel", "")],
@@ -54,7 +54,7 @@ due 2024-05-10 done 2024-03-14 09:00:00 Belege für Größe
 
 ANN = Person(
     name="Ann", login="ann", home="Documents and Settings/Ann/", files=XP, hosts=[],
-    mailboxes=["Application Data/Thunderbird/Profiles/y.default/Mail/Local Folders"], letters=[],
+    mailboxes=["Application Data/Thunderbird/Profiles/y.default/Mail/Local Folders"], letters=[], empty=[],
     firefox="Application Data/Mozilla/Firefox/Profiles/abc.default/", favorites=[],
     contacts=[("Zoë Lee", "zoe@home.example"), ("Bob", "bob@home.example")],
     planner="2005-07-05 09:00:00 Elternabend\ndue 2005-08-15 done - Hefte kaufen\n", notes={},
@@ -64,18 +64,18 @@ ANN = Person(
 BOB = Person(
     name="Bob", login="bob", home="Documents and Settings/Bob/", files=XP, hosts=[], mailboxes=[],
     letters=[("Inbox", "Angebot – Größe", "Sehr geehrter Herr Lee\nFrom here on"), ("Inbox", "second", "From the start"),
-             ("Inbox/Kunden", "client", "text"), ("Sent", "sent by Bob", "text")],
-    firefox="", favorites=[],
+             ("Inbox/Kunden", "client", "text"), ("Inbox/_NET", "dot", "text"), ("Sent", "sent by Bob", "text")],
+    empty=[], firefox="", favorites=[],
     contacts=[("Ann Lee", "ann@home.example"), ("Jürgen Größe", "j@work.example")],
     planner="2005-01-11 09:00:00 Winter\n2005-07-05 09:00:00 Messe\ndue 2005-04-30 done - Steuer\n",
     notes={"Reifen": "Reifen\n195/65, (Winter)"},
-    counts={"documents": 1, "mail": 4, "contacts": 2, "events": 2, "tasks": 1, "notes": 1})
+    counts={"documents": 1, "mail": 5, "contacts": 2, "events": 2, "tasks": 1, "notes": 1})
 
 ZOE = Person(
     name="Zoë", login="zoe", home="Documents and Settings/Zoë/", files=XP, hosts=[], mailboxes=[],
-    letters=[("Inbox", "one", "line\nFrom me\n" + 1500 * "x"), ("Inbox", "two", "Text"), ("Sent", "three", "Text")],
-    firefox="", favorites=["http://bridge.example/", "http://start.example/?a=1&b=2"], contacts=[], planner="", notes={},
-    counts={"documents": 1, "mail": 3, "bookmarks": 2})
+    letters=[("Inbox", "one", "line\nFrom me\n" + 1500 * "x"), ("Inbox", "two", "Text"), ("Sent", "three", "Text"), ("Imported/Old", "imported", "From afar")],
+    empty=["Imported"], firefox="", favorites=["http://bridge.example/", "http://start.example/?a=1&b=2"], contacts=[], planner="", notes={},
+    counts={"documents": 1, "mail": 4, "bookmarks": 2})
 
 ON_DISK = {"one-person": [JORG], "family": [ANN, BOB, ZOE]}
 
