@@ -162,7 +162,7 @@ void add_address_books(const Disk& disk, const std::string& profile) {
                      {"LastName", "Größe; Dr."},
                      {"PrimaryEmail", "amelie@laurent.example"},
                      {"HomeCity", "Orléans"},
-                     {"Notes", "Zeile eins\nZeile zwei, mit Komma"}}) +
+                     {"Notes", "Zeile eins\nZeile zwei; eine Liste: a, b"}}) +
           card("3", {{"DisplayName", "李美兰"}, {"PrimaryEmail", "li@meilan.example"}}) +
           card("4", {{"DisplayName", "Иван Петров"}, {"CellularNumber", "+7 495 1"}}) +
           card("5", {{"DisplayName", "old"},
@@ -270,7 +270,7 @@ void make_one_person(const Disk& disk) {
   disk.add(home + "Downloads/setup (1).exe", "MZ");
   disk.add(home + "Rezepte/Brot.txt", "Mehl\n");
   disk.add(home + "Desktop/Einkauf.txt", "Milch\n");
-  disk.add(home + "Desktop/Ordner/Größe.txt", "42\n");
+  disk.add(home + "Desktop/Sachen/Größe.txt", "42\n");
   disk.add(home + "AppData/Local/Temp/rest.tmp", "no loss");
   add_thunderbird_of_jorg(disk, home + "AppData/Roaming/Thunderbird/Profiles/x.default/");
   add_firefox(disk, home + "AppData/Roaming/Mozilla/Firefox/Profiles/abc.default/");
