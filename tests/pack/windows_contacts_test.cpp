@@ -80,7 +80,7 @@ TEST(WindowsContacts, AreReadWhole) {
           "</c:PhotoCollection>")),
       "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:id\r\n"
       "FN:Ann\\; Lee\r\n"
-      "N:Lée;Ann;B.;Dr.;Jr.\r\n"
+      "N;CHARSET=UTF-8:Lée;Ann;B.;Dr.;Jr.\r\n"
       "NICKNAME:Annie\r\n"
       "EMAIL;TYPE=INTERNET:ann@home.example\r\n"
       "EMAIL;TYPE=INTERNET;TYPE=WORK:ann@work.example\r\n"
