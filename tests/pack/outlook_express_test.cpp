@@ -251,6 +251,7 @@ TEST(OutlookExpress, HasItsAccountsPacked) {
             "SMTP Secure Connection=0\r\n"
             "SMTP Use Sicily=0\r\n"
             "SMTP Prompt for Password=0\r\n"
+            "IMAP Port=143\r\n"
             "IMAP Server=imap.work.example\r\n"
             "SMTP Server=smtp.work.example\r\n"
             "IMAP User Name=a.lee\r\n"

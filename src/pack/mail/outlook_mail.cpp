@@ -1,6 +1,7 @@
 #include "pack/mail/outlook_mail.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <set>
 
@@ -14,42 +15,80 @@ namespace {
 
 // ---- Accounts
 
-constexpr std::uint32_t encrypted_from_the_start = 1;
-
 bool is_set(const Hive& hive, const std::string& key, std::string_view value) {
   return hive.number(key, value).value_or(0) != 0;
 }
 
 std::string number_text(const Hive& hive, const std::string& key, const std::string& value) {
   const auto number = hive.number(key, value);
-  return number ? std::to_string(*number) : "";
+  return number && *number != 0 ? std::to_string(*number) : "";
+}
+
+// Under the name of today, or an older one.
+std::string user_of(const Hive& hive, const std::string& key, const std::string& protocol) {
+  const std::string user = outlook_text(hive, key, protocol + " User");
+  return user.empty() ? outlook_text(hive, key, protocol + " User Name") : user;
+}
+
+// 2 and what is above it begins after a plain start, always or where the server offers it.
+Encryption encryption_of(const Hive& hive, const std::string& key, const std::string& protocol) {
+  const std::uint32_t kind = hive.number(key, protocol + " Secure Connection").value_or(0);
+  if (kind > 1) return Encryption::after_a_plain_start;
+  return kind == 1 || is_set(hive, key, protocol + " Use SSL") ? Encryption::from_the_start
+                                                               : Encryption::none;
+}
+
+// "Use SSL" alone decides beside a kind of encryption that begins later.
+bool is_secure(const Hive& hive, const std::string& key, const std::string& protocol) {
+  return is_set(hive, key, protocol + " Use SSL") ||
+         encryption_of(hive, key, protocol) == Encryption::from_the_start;
+}
+
+void note_lost(const Hive& hive, const std::string& key, const std::string& protocol, MailAccount& account) {
+  if (encryption_of(hive, key, protocol) == Encryption::after_a_plain_start)
+    account.lost.push_back("STARTTLS for " + account.server);
+  if (is_set(hive, key, protocol + " Use SPA")) account.lost.push_back("SPA for " + account.server);
+  note_lost_sending(account, encryption_of(hive, key, "SMTP"), number_text(hive, key, "SMTP Port"),
+                    user_of(hive, key, "SMTP"));
+  if (is_set(hive, key, "SMTP Use SPA") && !account.smtp_server.empty())
+    account.lost.push_back("SPA for " + account.smtp_server);
 }
 
 MailAccount account_of(const Hive& hive, const std::string& key, const std::string& protocol) {
   const auto text = [&](const std::string& value) { return outlook_text(hive, key, value); };
-  const std::string user = text(protocol + " User");
-  return {.is_imap = protocol == "IMAP",
-          .name = text("Account Name"),
-          .full_name = text("Display Name"),
-          .address = text("Email"),
-          .reply_address = text("Reply Email"),
-          .organization = text("Organization"),
-          .server = text(protocol + " Server"),
-          .user = user.empty() ? text(protocol + " User Name") : user,
-          .port = number_text(hive, key, protocol + " Port"),
-          .is_secure = is_set(hive, key, protocol + " Use SSL") ||
-                       hive.number(key, protocol + " Secure Connection") == encrypted_from_the_start,
-          .leaves_on_server = is_set(hive, key, "Leave on Server"),
-          .smtp_server = text("SMTP Server"),
-          .smtp_wants_login = is_set(hive, key, "SMTP Use Auth"),
-          .smtp_is_secure = is_set(hive, key, "SMTP Use SSL") ||
-                            hive.number(key, "SMTP Secure Connection") == encrypted_from_the_start};
+  MailAccount account{.is_imap = protocol == "IMAP",
+                      .name = text("Account Name"),
+                      .full_name = text("Display Name"),
+                      .address = text("Email"),
+                      .reply_address = text("Reply Email"),
+                      .organization = text("Organization"),
+                      .server = text(protocol + " Server"),
+                      .user = user_of(hive, key, protocol),
+                      .port = number_text(hive, key, protocol + " Port"),
+                      .is_secure = is_secure(hive, key, protocol),
+                      .leaves_on_server = is_set(hive, key, "Leave on Server"),
+                      .smtp_server = text("SMTP Server"),
+                      .smtp_wants_login = is_set(hive, key, "SMTP Use Auth"),
+                      .smtp_is_secure = is_secure(hive, key, "SMTP")};
+  note_lost(hive, key, protocol, account);
+  return account;
 }
 
-bool is_exchange(const Hive& hive, const std::string& key) {
-  return is_same_name(outlook_text(hive, key, "Service Name"), "MSEMS") ||
-         is_same_name(outlook_text(hive, key, "clsid"), "{ED475414-B0D6-11D2-8C3B-00104B2A6676}") ||
-         !outlook_text(hive, key, "EAS Server URL").empty();
+// Services that have nothing of their own: data files are packed from where they are, and the book shows
+// contacts that lie in them.
+constexpr std::array<std::string_view, 3> services_of_files = {"MSPST MS", "MSUPST MS", "CONTAB"};
+
+enum class Service { none, exchange, other };
+
+// All of them have one clsid; whose name is missing is taken for Exchange, which keeps mail elsewhere.
+Service service_of(const Hive& hive, const std::string& key) {
+  const std::string name = outlook_text(hive, key, "Service Name");
+  const auto is_it = [&](std::string_view other) { return is_same_name(name, other); };
+  if (is_it("MSEMS") || !outlook_text(hive, key, "EAS Server URL").empty()) return Service::exchange;
+  if (!is_same_name(outlook_text(hive, key, "clsid"), "{ED475414-B0D6-11D2-8C3B-00104B2A6676}") ||
+      std::ranges::any_of(services_of_files, is_it))
+    return Service::none;
+  return name.empty() ? Service::exchange : Service::other;
 }
 
 void add_accounts(Packing& packing, const Hive& hive, MailAccounts& accounts) {
@@ -59,11 +98,14 @@ void add_accounts(Packing& packing, const Hive& hive, MailAccounts& accounts) {
       for (const char* protocol : {"POP3", "IMAP"})
         if (!outlook_text(hive, key, std::string(protocol) + " Server").empty())
           accounts.add(account_of(hive, key, protocol), key);
-      if (!is_exchange(hive, key)) continue;
+      const Service service = service_of(hive, key);
+      if (service == Service::none) continue;
       std::string name = outlook_text(hive, key, "Account Name");
       if (name.empty()) name = outlook_text(hive, key, "Email");
       if (name.empty()) name = key;
-      if (told.insert(name).second) packing.leave_out(Kind::accounts, Cause::exchange, name);
+      if (told.insert(name).second)
+        packing.leave_out(Kind::accounts, service == Service::exchange ? Cause::exchange : Cause::no_place,
+                          name);
     }
   }
 }
