@@ -10,6 +10,7 @@ using recorded::pack_disk;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 using windows::Value;
 
 const std::string folder = "Brindle/ImapMail/brindle-email-accounts/";
@@ -250,6 +251,35 @@ TEST(OutlookAccounts, OfServicesWithoutMailAreNotOfExchange) {
                           {of_office + accounts + "00000004", service("Directory", "EMABLT")},
                           {of_office + accounts + "00000005", service("Work", "MSEMS")}}));
   EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre("no-place Directory", "exchange Work"));
+}
+
+TEST(OutlookSettings, ThatHaveNoPlaceAreTold) {
+  const windows::Disk disk;
+  const std::string programs = "Users/Ann/AppData/Roaming/Microsoft/";
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{R"(Software\Microsoft\Office\14.0\Common\General)",
+                                                   {{.name = "Signatures", .data = "Podpisy"}}}}));
+  disk.add(programs + "Signatures/Work.htm");
+  disk.add_folder(programs + "Signaturen");
+  disk.add(programs + "Podpisy/Work.htm");
+  disk.add(programs + "Outlook/Outlook.RWZ");
+  disk.add(programs + "Outlook/Outlook.srs");
+  const std::vector<std::string> signatures{"no-place " + programs + "Podpisy",
+                                            "no-place " + programs + "Signatures"};
+  const std::string rules = "no-place " + programs + "Outlook/Outlook.RWZ";
+  EXPECT_THAT(pack_disk(disk.path()).remarks(), UnorderedElementsAre(signatures[0], signatures[1], rules));
+  pack::Options options;
+  options.without = {pack::Kind::mail};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), UnorderedElementsAre(signatures[0], signatures[1]));
+  options.without = {pack::Kind::accounts};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), ElementsAre(rules));
+}
+
+TEST(OutlookSettings, ThatCannotBeListedAreToldOnce) {
+  const windows::Disk disk;
+  const std::string signatures = "Users/Ann/AppData/Roaming/Microsoft/Signatures";
+  disk.add(signatures + "/Work.htm");
+  EXPECT_THAT(pack_disk(pack::Disk(recorded::tree_with(disk.path(), signatures))).remarks(),
+              ElementsAre("unreadable " + signatures));
 }
 
 TEST(OutlookAccounts, AreLeftOutWhenNobodyWantsThem) {

@@ -211,6 +211,25 @@ TEST(WindowsMail, AccountsTellWhatAnArchiveHasNoWordFor) {
   EXPECT_THAT(lost(number("SMTP_Use_Sicily", "1")), ElementsAre("SPA for out.example"));
 }
 
+TEST(WindowsCalendars, AreTold) {
+  const windows::Disk disk;
+  const std::string calendars = local + "Windows Calendar/Calendars/";
+  const std::string of_live = local + "Windows Live Mail/Calendars/";
+  disk.add(calendars + "Ann's.ics", "BEGIN:VCALENDAR\nEND:VCALENDAR\n");
+  disk.add(calendars + "Work.ics", "BEGIN:VCALENDAR\nEND:VCALENDAR\n");
+  disk.add(of_live + "ann@home.example/DBStore/calendar.edb");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), UnorderedElementsAre("no-place " + calendars + "Ann's.ics",
+                                                     "no-place " + calendars + "Work.ics",
+                                                     "no-place " + of_live + "ann@home.example"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).left_out, 3U);
+  pack::Options options;
+  options.without = {pack::Kind::events};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), IsEmpty());
+  EXPECT_THAT(pack_disk(pack::Disk(recorded::tree_with(disk.path(), local + "Windows Calendar"))).remarks(),
+              testing::Contains("unreadable " + local + "Windows Calendar"));
+}
+
 TEST(WindowsMail, DescriptionsThatDeclareSomethingAreNone) {
   const windows::Disk disk;
   disk.add(

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 
+#include "pack/files/program_folders.h"
 #include "pack/outlook/message.h"
 #include "pack/outlook/outlook.h"
 #include "pack/outlook/profiles.h"
@@ -215,11 +216,49 @@ void tell_of_new_outlook(Packing& packing, const Person& person) {
   if (folder) packing.leave_out(Kind::mail, Cause::new_outlook, *folder);
 }
 
+// A folder has the name of the language in which Office was installed; newer versions note which.
+std::set<std::string> names_of_signatures(const Hive* hive) {
+  std::set<std::string> names{"Signatures", "Signaturen"};
+  for (const char* version : {"16.0", "15.0", "14.0", "12.0", "11.0"}) {
+    const std::string key = std::string(R"(Software\Microsoft\Office\)") + version + R"(\Common\General)";
+    const std::string name = hive == nullptr ? "" : outlook_text(*hive, key, "Signatures");
+    if (!name.empty() && name.find_first_of(R"(/\)") == std::string::npos) names.insert(name);
+  }
+  return names;
+}
+
+// What is typed below each message, and rules for messages that come, as old versions keep them.
+void tell_of_settings(Packing& packing, const Machine& machine, const Person& person, const Hive* hive) {
+  Gaps told_of_thunderbird;  // those on the way to the folders of all programs
+  Gaps gaps;
+  std::set<std::string> told;
+  const auto each_in = [&](const std::string& path, const auto& take) {
+    for (const Place& all : folders_of(Settings::roaming, machine.disk, person, hive, told_of_thunderbird))
+      if (const auto folder = folder_at(all, path, gaps); folder && told.insert(folder->path).second)
+        take(*folder, listed(*folder, gaps));
+  };
+  if (packing.wants(Kind::accounts))
+    for (const std::string& name : names_of_signatures(hive))
+      each_in("Microsoft/" + name, [&](const Place& folder, const std::vector<Entry>& entries) {
+        if (!entries.empty()) packing.tell_of(Kind::accounts, Cause::no_place, folder.path);
+      });
+  if (packing.wants(Kind::mail))
+    each_in("Microsoft/Outlook", [&](const Place& folder, const std::vector<Entry>& entries) {
+      constexpr std::string_view ending = ".rwz";
+      for (const Entry& entry : entries)
+        if (entry.name.size() > ending.size() &&
+            is_same_name(entry.name.substr(entry.name.size() - ending.size()), ending))
+          packing.tell_of(Kind::mail, Cause::no_place, joined(folder.path, entry.name));
+    });
+  gaps.tell(packing, packing.wants(Kind::mail) ? Kind::mail : Kind::accounts);
+}
+
 }  // namespace
 
 void add_outlook(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
                  MailAccounts& accounts, MailFolders& folders) {
   if (packing.wants(Kind::accounts) && hive != nullptr) add_accounts(packing, *hive, accounts);
+  tell_of_settings(packing, machine, person, hive);
   if (!packing.wants(Kind::mail)) return;
   tell_of_new_outlook(packing, person);
   const auto awake = std::make_shared<Awake>();

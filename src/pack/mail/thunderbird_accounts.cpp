@@ -94,11 +94,18 @@ class Reader {
     result.organization = get(identity + "organization");
     take_server(server, result);
     take_smtp(identity, result);
+    if (has_signature(identity)) result.lost.push_back("the signature");
     for (std::size_t other = 1; other < identities.size(); ++other)
       if (const std::string address = get("mail.identity." + identities[other] + ".useremail");
           !address.empty())
         result.lost.push_back("the address " + address);
     return result;
+  }
+
+  // Typed in, or a file.
+  bool has_signature(const std::string& identity) const {
+    return !get(identity + "htmlSigText").empty() ||
+           (get(identity + "attach_signature") == "true" && !get(identity + "sig_file").empty());
   }
 
   // A server that has got another name keeps the one it had first as its "hostname".
