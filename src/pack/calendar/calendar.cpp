@@ -18,6 +18,9 @@ constexpr std::string_view head =
     "VERSION:2.0\n";
 constexpr std::string_view foot = "END:VCALENDAR\n";
 
+// It stands in each item that one becomes.
+constexpr std::size_t longest_uid = 1000;
+
 std::string within_mail(const char* name) { return std::string(layout::mail) + "/" + name; }
 
 void copy_to(const Writer& write, const Nameless& file) {
@@ -42,7 +45,7 @@ Calendar::Calendar(Packing& packing, std::string home_zone)
       events_(folder_for_copies()),
       tasks_(folder_for_copies()) {}
 
-// One without a uid gets one made of what it says.
+// One without a uid gets one made of what it says, and one with a very long uid one made of that.
 bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
   std::string key = item.is_task ? "task " : "event ";
   key += item.uid.empty() ? content_of(item, home_) : "uid " + item.uid;
@@ -50,7 +53,7 @@ bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
   char made[48];
   std::snprintf(made, sizeof made, "%016lx%016lx@brindle", static_cast<unsigned long>(hash.high64),
                 static_cast<unsigned long>(hash.low64));
-  uid = item.uid.empty() ? made : item.uid;
+  uid = item.uid.empty() || item.uid.size() > longest_uid ? made : item.uid;
   return known_.emplace(hash.high64, hash.low64).second;
 }
 
