@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <stdexcept>
+
 #include "pack/calendar/component.h"
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
@@ -11,6 +14,7 @@
 #include "pack/planner/content_line.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
+#include "support/commands.h"
 
 namespace {
 
@@ -583,6 +587,25 @@ TEST(Collecting, BringsTheFoldersThatARunLooksFor) {
               ElementsAre("Brindle/ImapMail/", "Brindle/ImapMail/Calendar/", "Brindle/ImapMail/Contacts/",
                           "Brindle/ImapMail/Tasks/", "Brindle/ImapMail/Tasks/tasks.ics",
                           "Brindle/ImapMail/brindle-email-accounts/"));
+}
+
+TEST(Collecting, HappensWhereCopiesLie) {
+  ASSERT_EQ(output_of("mkdir -p /mnt/small && mount -t tmpfs -o size=64k none /mnt/small && echo done"),
+            "done\n");
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  setenv("TMPDIR", "/mnt/small", 1);
+  for (const bool is_task : {false, true}) {
+    pack::Calendar calendar(packing, "");
+    pack::CalendarItem item = item_at(Moment::instant(nine));
+    item.is_task = is_task;
+    EXPECT_THROW(
+        for (int i = 0; i < 2000; ++i) {
+          item.title = std::to_string(i);
+          calendar.add(item, "a");
+        },
+        std::runtime_error);
+  }
 }
 
 TEST(Collecting, OfNothingPacksNothing) {

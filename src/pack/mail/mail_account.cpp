@@ -55,6 +55,29 @@ std::vector<Text> texts_of(const MailAccount& account) {
 
 }  // namespace
 
+std::string usual_port(bool is_imap, Encryption encryption) {
+  if (encryption == Encryption::from_the_start) return is_imap ? "993" : "995";
+  return is_imap ? "143" : "110";
+}
+
+std::string usual_smtp_port(Encryption encryption) {
+  if (encryption == Encryption::from_the_start) return "465";
+  return encryption == Encryption::none ? "25" : "587";
+}
+
+void note_lost_sending(MailAccount& account, Encryption encryption, const std::string& port,
+                       const std::string& user) {
+  if (account.smtp_server.empty()) return;
+  const std::string at = " for " + account.smtp_server;
+  if (encryption == Encryption::after_a_plain_start) {
+    account.lost.push_back("STARTTLS" + (port.empty() ? "" : " and port " + port) + at);
+  } else if (!port.empty() && port != usual_smtp_port(encryption)) {
+    account.lost.push_back("port " + port + at);
+  }
+  if (account.smtp_wants_login && !user.empty() && user != account.user)
+    account.lost.push_back("the login " + user + at);
+}
+
 std::string account_file(const MailAccount& account) {
   const std::string protocol = account.is_imap ? "IMAP" : "POP3";
   std::string text = flag(protocol + " Secure Connection", account.is_secure) +
@@ -63,13 +86,17 @@ std::string account_file(const MailAccount& account) {
                      flag("SMTP Secure Connection", account.smtp_is_secure) +
                      flag("SMTP Use Sicily", account.smtp_wants_login, "2") +
                      flag("SMTP Prompt for Password", false);
-  if (!account.port.empty()) text += line(protocol + " Port", account.port);
+  // A run takes a port that is missing for that of POP3, of whatever account it is.
+  const auto encryption = account.is_secure ? Encryption::from_the_start : Encryption::none;
+  text +=
+      line(protocol + " Port", account.port.empty() ? usual_port(account.is_imap, encryption) : account.port);
   for (const auto& [key, value, called] : texts_of(account)) text += line(key, account.*value);
   return text;
 }
 
 void MailAccounts::add(const MailAccount& account, const std::string& from) {
-  if (!known_.insert(account.server + "\n" + account.user + "\n" + account.address).second)
+  const std::string protocol = account.is_imap ? "IMAP" : "POP3";
+  if (!known_.insert(protocol + "\n" + account.server + "\n" + account.user + "\n" + account.address).second)
     return packing_.leave_out(Kind::accounts, Cause::there_already, from);
   packing_.add_folder(layout::mail);
   packing_.add_folder(layout::mail_accounts);
