@@ -270,6 +270,46 @@ TEST(OutlookAppointments, OfWholeDaysHaveDays) {
               testing::IsSupersetOf({"DTSTART;VALUE=DATE:20050709", "DTEND;VALUE=DATE:20050710"}));
 }
 
+// Outlook's names for a meeting: that of all of its times, and that of one of them, which has the day.
+std::string name_of_meeting(int year, int month, int day_of_month, const std::string& own) {
+  return std::string(16, 'g') + static_cast<char>(year >> 8) + static_cast<char>(year) +
+         static_cast<char>(month) + static_cast<char>(day_of_month) + std::string(16, 'g') +
+         little(own.size(), 4) + own;
+}
+
+TEST(OutlookAppointments, OfOneSeriesToWhichSomebodyIsInvitedOnceEachAreAllThere) {
+  using namespace std::string_literals;
+  Planner planner;
+  const std::uint16_t of_all = planner.file().named(pst::meeting_set, 0x23);
+  const std::uint16_t of_one = planner.file().named(pst::meeting_set, 0x03);
+  const auto single = [&](const std::string& own, int month, int day) {
+    const std::int64_t start = utc(2005, static_cast<unsigned>(month), static_cast<unsigned>(day), 7);
+    return pst::Item{.properties = {pst::text(0x001A, "IPM.Appointment"), pst::text(0x0037, "tour"),
+                                    pst::binary(of_all, name_of_meeting(0, 0, 0, own)),
+                                    pst::binary(of_one, name_of_meeting(2005, month, day, own)),
+                                    pst::time(planner.of_appointment(0x820D), start)}};
+  };
+  const std::string foreign = "vCal-Uid\x01\0\0\0tour\0"s;
+  const auto result = planner.pack({single(foreign, 4, 19), single(foreign, 4, 26), single(foreign, 4, 19),
+                                    single("own", 4, 19), single("own", 5, 19), single("own", 5, 19)});
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 4U);
+  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + place + ": Calendar: tour",
+                                            "there-already " + place + ": Calendar: tour"));
+  EXPECT_THAT(lines_of(result, calendar_file, "tour-07D50413"), Contains("DTSTART:20050419T090000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "tour-07D5041A"), Contains("DTSTART:20050426T090000"));
+}
+
+TEST(OutlookAppointments, WithoutADayHaveTheNameOfAllTimes) {
+  Planner planner;
+  const std::uint16_t of_one = planner.file().named(pst::meeting_set, 0x03);
+  const std::int64_t start = utc(2005, 4, 18, 7);
+  const auto result = planner.pack(
+      {planner.appointment("one", start, start, {pst::binary(of_one, name_of_meeting(0, 0, 0, "other"))}),
+       planner.appointment("short", start, start, {pst::binary(of_one, "short")})});
+  EXPECT_THAT(lines_of(result, calendar_file, "one"), Contains("SUMMARY:one"));
+  EXPECT_THAT(lines_of(result, calendar_file, "short"), Contains("SUMMARY:short"));
+}
+
 TEST(OutlookAppointments, ComeAgainByTheClockOfTheirZone) {
   Planner planner;
   const auto result = planner.pack(

@@ -89,18 +89,25 @@ std::string hex(std::string_view bytes) {
 }
 
 // The same wherever a copy of the meeting lies: what another program named it, or the whole of Outlook's
-// name.
+// name. The name of all times of a series has no day. Who is invited to some of them alone has an item for
+// each, which only the name with its day tells from the others.
 std::string uid_of(const Item& item) {
   using namespace std::string_view_literals;
   constexpr std::uint32_t of_all = 0x23;
   constexpr std::uint32_t of_one = 0x03;
-  std::string name = item.bytes(PropertySet::meeting, of_all);
-  if (name.empty()) name = item.bytes(PropertySet::meeting, of_one);
+  constexpr std::size_t day_place = 16;
+  constexpr std::size_t day_size = 4;
+  std::string name = item.bytes(PropertySet::meeting, of_one);
+  const std::string day_of_one(part_of(name, day_place, day_size));
+  const bool has_day = day_of_one.find_first_not_of('\0') != std::string::npos;
+  const std::string name_of_all = item.bytes(PropertySet::meeting, of_all);
+  if (!has_day && !name_of_all.empty()) name = name_of_all;
   constexpr std::string_view others = "vCal-Uid\x01\0\0\0"sv;
   constexpr std::size_t head = 40;
   const std::string_view own = std::string_view(name).substr(std::min(head, name.size()));
   if (!own.starts_with(others)) return hex(name);
-  return std::string(own.substr(others.size(), own.find('\0', others.size()) - others.size()));
+  const std::string uid(own.substr(others.size(), own.find('\0', others.size()) - others.size()));
+  return has_day ? uid + "-" + hex(day_of_one) : uid;
 }
 
 bool has_attachments(const Properties& properties) {
