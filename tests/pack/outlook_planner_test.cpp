@@ -197,6 +197,12 @@ class Planner {
     more.push_back(zone("W. Europe Standard Time"));
     return appointment(name, utc(2005, 4, 12, 7), utc(2005, 4, 12, 8, 30), more);
   }
+  // One that does not say by whose clock, and begins at an instant.
+  pst::Item series_at(const std::string& name, const Series& series, std::int64_t start,
+                      pst::Properties more = {}) {
+    more.push_back(pst::binary(of_appointment(0x8216), series.bytes()));
+    return appointment(name, start, start + 5400, more);
+  }
   pst::Item task(const std::string& name, pst::Properties more) {
     more.insert(more.end(), {pst::text(0x001A, "IPM.Task"), pst::text(0x0037, name), uid(name)});
     return {.properties = more};
@@ -330,6 +336,40 @@ TEST(OutlookAppointments, ComeAgainByTheClockOfTheirZone) {
               testing::IsSupersetOf({"DTSTART;VALUE=DATE:20050412", "DTEND;VALUE=DATE:20050413",
                                      "RRULE:FREQ=YEARLY;INTERVAL=1;BYMONTH=4;BYMONTHDAY=12"}));
   EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookAppointments, ThatDoNotSayByWhoseClockHaveTheOneThatShowedTheirStart) {
+  Planner planner;
+  const Series winter{.left_out = {minutes(2005, 1, 18)}, .first = minutes(2005, 1, 11)};
+  const auto result = planner.pack(
+      {planner.series_at("home", {}, utc(2005, 4, 12, 7)),
+       planner.series_at("new york", {.left_out = {minutes(2005, 4, 19)}}, utc(2005, 4, 12, 13)),
+       planner.series_at("own zone", winter, utc(2005, 1, 11, 14), {planner.zone("Customized Time Zone")}),
+       planner.series_at("kolkata", {}, utc(2005, 4, 12, 3, 30)),
+       // Shorter than the time between the changes of two clocks.
+       planner.series_at("soon over", {.end = 0x2021, .last = minutes(2005, 4, 26)}, utc(2005, 4, 12, 13))});
+  EXPECT_THAT(lines_of(result, calendar_file, "home"), Contains("DTSTART:20050412T090000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "new york"),
+              ElementsAre("DTSTART:20050412T150000", "DTEND:20050412T163000", "SUMMARY:new york",
+                          "CLASS:PUBLIC", "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU", "EXDATE:20050419T150000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "own zone"),
+              testing::IsSupersetOf({"DTSTART:20050111T150000", "EXDATE:20050118T150000"}));
+  EXPECT_THAT(lines_of(result, calendar_file, "kolkata"), Contains("DTSTART:20050412T053000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "soon over"), Contains("DTSTART:20050412T150000"));
+  const std::string calendar = place + ": Calendar: ";
+  EXPECT_THAT(
+      result.remarks(),
+      UnorderedElementsAre("other-clock " + calendar + "new york", "other-clock " + calendar + "own zone",
+                           "other-clock " + calendar + "kolkata", "other-clock " + calendar + "soon over",
+                           "kept-as-file " + place));
+}
+
+TEST(OutlookAppointments, WhoseStartIsThatOfNoClockKeepTheirHourAndAreTold) {
+  Planner planner;
+  const auto result = planner.pack({planner.series_at("later", {}, utc(2005, 4, 14, 7))});
+  EXPECT_THAT(lines_of(result, calendar_file, "later"), Contains("DTSTART:20050412T090000"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("simplified " + place + ": Calendar: later", "kept-as-file " + place));
 }
 
 std::string exception_head(std::uint32_t start, std::uint32_t end, std::uint32_t replaces, unsigned changes) {

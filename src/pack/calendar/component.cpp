@@ -28,7 +28,7 @@ class ItemWriter {
  public:
   ItemWriter(const CalendarItem& item, const std::optional<Zone>& home) : item_(item), times_(item, home) {
     result_.is_simplified = item.is_simplified;
-    result_.is_approximate = times_.is_approximate();
+    result_.is_approximate = times_.is_approximate() || item.is_of_unknown_zone;
   }
 
   // As it comes at first, `later` seconds after the item itself.

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstdio>
+#include <cstdlib>
 
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/outlook.h"
@@ -185,6 +186,19 @@ void add_people(CalendarItem& result, const Item& item) {
   result.is_simplified |= !is_whole;
 }
 
+// "GMT-04:00". Empty when no clock is so far ahead of UTC, or behind it.
+std::string zone_ahead_by(std::int64_t seconds) {
+  constexpr std::int64_t hour = 3600;
+  constexpr std::int64_t first = 14 * hour;
+  constexpr std::int64_t last = -12 * hour;
+  if (seconds > first || seconds < last || seconds % minute != 0) return "";
+  const std::int64_t minutes = std::abs(seconds / minute);
+  char name[32];
+  std::snprintf(name, sizeof name, "GMT%c%02d:%02d", seconds < 0 ? '-' : '+', static_cast<int>(minutes / 60),
+                static_cast<int>(minutes % 60));
+  return name;
+}
+
 // The clock by which an appointment was made: its own, else the person's.
 class Clock {
  public:
@@ -192,9 +206,25 @@ class Clock {
     for (const std::uint32_t number : {appointment::zone_of_series, appointment::zone_shown})
       if (name_.empty())
         name_ = olson_of_windows(zone_in_definition(item.bytes(PropertySet::appointment, number)));
+    is_own_ = !name_.empty();
     if (name_.empty()) name_ = home_zone;
     zone_ = Zone::named(name_);
   }
+
+  // Outlook did not write the zone of a series before 2007, and people have zones that nobody else knows.
+  // When the person's clock does not show `clock` at that instant, it was another one. False when there is
+  // none.
+  bool set_by(std::int64_t clock, std::int64_t instant) {
+    if (is_own_ || !zone_ || zone_->clock_at(instant) == clock) return true;
+    const auto zone = Zone::named(zone_ahead_by(clock - instant));
+    if (!zone) return false;
+    is_guessed_ = true;
+    name_ = zone->name();
+    zone_ = zone;
+    return true;
+  }
+  // Of such a one summer time is not known.
+  bool is_guessed() const { return is_guessed_; }
 
   Moment moment(std::int64_t clock) const {
     return zone_ ? Moment::zoned(clock, name_) : Moment::floating(clock);
@@ -205,6 +235,8 @@ class Clock {
  private:
   std::string name_;
   std::optional<Zone> zone_;
+  bool is_own_ = false;
+  bool is_guessed_ = false;
 };
 
 CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::Exception& exception,
@@ -232,25 +264,22 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   return item;
 }
 
-// False when the rule is one that no calendar here has.
-bool add_recurrence(CalendarItem& result, const std::string& bytes, const Clock& clock, bool is_of_days) {
-  const auto recurrence = outlook_recurrence(bytes);
-  if (!recurrence) return false;
-  result.recurrence.rule = recurrence->rule;
-  if (recurrence->last_day) result.recurrence.until = Moment::day(*recurrence->last_day);
-  for (const std::int64_t one : recurrence->left_out) result.recurrence.excluded.push_back(Moment::day(one));
-  const std::int64_t first = recurrence->first_day;
+void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock,
+                    bool is_of_days) {
+  result.recurrence.rule = recurrence.rule;
+  if (recurrence.last_day) result.recurrence.until = Moment::day(*recurrence.last_day);
+  for (const std::int64_t one : recurrence.left_out) result.recurrence.excluded.push_back(Moment::day(one));
+  const std::int64_t first = recurrence.first_day;
   if (is_of_days) {
     result.start = Moment::day(first);
-    if (recurrence->end_of_day > 0) result.end = Moment::day(nearest_day(first + recurrence->end_of_day));
-  } else if (recurrence->end_of_day > 0) {
-    result.start = clock.moment(first + recurrence->start_of_day);
-    result.end = clock.moment(first + recurrence->end_of_day);
+    if (recurrence.end_of_day > 0) result.end = Moment::day(nearest_day(first + recurrence.end_of_day));
+  } else if (recurrence.end_of_day > 0) {
+    result.start = clock.moment(first + recurrence.start_of_day);
+    result.end = clock.moment(first + recurrence.end_of_day);
   }
-  for (const OutlookRecurrence::Exception& exception : recurrence->exceptions)
+  for (const OutlookRecurrence::Exception& exception : recurrence.exceptions)
     result.exceptions.push_back(exception_of(result, exception, clock));
-  result.is_simplified |= !recurrence->is_whole;
-  return true;
+  result.is_simplified |= !recurrence.is_whole;
 }
 
 CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
@@ -261,11 +290,17 @@ CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
   if (item.flag(PropertySet::common, common::has_reminder))
     result.alarms = {alarm_of(item.number(PropertySet::common, common::minutes_before).value_or(15))};
   add_people(result, item);
-  const Clock clock(item, home_zone);
+  Clock clock(item, home_zone);
   const bool is_of_days = item.flag(PropertySet::appointment, appointment::all_day);
   result.start = instant(item.time(PropertySet::appointment, appointment::start));
   result.end = instant(item.time(PropertySet::appointment, appointment::end));
   const std::string series = item.bytes(PropertySet::appointment, appointment::recurrence);
+  const auto recurrence = series.empty() ? std::nullopt : outlook_recurrence(series);
+  if (recurrence && recurrence->end_of_day > 0 && !is_of_days && result.start.is_there()) {
+    const std::int64_t first = recurrence->first_day + recurrence->start_of_day;
+    result.is_simplified |= !clock.set_by(first, result.start.seconds);
+    result.is_of_unknown_zone = clock.is_guessed();
+  }
   if (is_of_days) {
     for (Moment* moment : {&result.start, &result.end})
       if (moment->is_there()) *moment = Moment::day(nearest_day(clock.at(moment->seconds)));
@@ -273,7 +308,9 @@ CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
     for (Moment* moment : {&result.start, &result.end})
       if (moment->is_there()) *moment = clock.moment(clock.at(moment->seconds));
   }
-  if (!series.empty() && !add_recurrence(result, series, clock, is_of_days)) result.is_simplified = true;
+  // No calendar here has such a rule.
+  result.is_simplified |= !series.empty() && !recurrence;
+  if (recurrence) add_recurrence(result, *recurrence, clock, is_of_days);
   return result;
 }
 
@@ -314,7 +351,9 @@ CalendarItem task_of(const Item& item, const std::string& home_zone) {
   const std::string series = item.bytes(PropertySet::task, task::recurrence);
   if (!item.flag(PropertySet::task, task::comes_again) || series.empty()) return result;
   const Moment due = result.end;
-  if (!add_recurrence(result, series, Clock(item, home_zone), true)) result.is_simplified = true;
+  const auto recurrence = outlook_recurrence(series);
+  result.is_simplified |= !recurrence;
+  if (recurrence) add_recurrence(result, *recurrence, Clock(item, home_zone), true);
   result.end = due;
   return result;
 }
@@ -340,7 +379,7 @@ void add_outlook_calendars(Packing& packing, const Machine& machine, const Perso
         const bool is_simplified =
             result.is_simplified || std::ranges::any_of(result.exceptions, &CalendarItem::is_simplified);
         calendar.add(result, from + ": " + result.title);
-        return !is_simplified;
+        return !is_simplified && !result.is_of_unknown_zone;
       });
 }
 
