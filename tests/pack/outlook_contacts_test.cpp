@@ -235,6 +235,13 @@ TEST(OutlookContacts, HaveAddressesThatStandInOnePiece) {
   EXPECT_THAT(cards_in(ann.packed({pst::text(0x3A15, "Main 1")})), HasSubstr("ADR;TYPE=WORK:;;Main 1;;;;|"));
 }
 
+TEST(OutlookContacts, HaveTheTextOfTheirHtml) {
+  Named ann;
+  EXPECT_THAT(cards_in(ann.packed({pst::binary(0x1013, "<p>one</p><p>two</p>")})),
+              HasSubstr("NOTE:one\\ntwo|"));
+  EXPECT_EQ(ann.dropped({pst::binary(0x1009, "damaged")}), "Notes");
+}
+
 TEST(OutlookContacts, OfAllFoldersAndProgramsAreThereOnce) {
   pst::File file;
   file.folders = {

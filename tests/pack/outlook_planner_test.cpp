@@ -437,6 +437,64 @@ TEST(OutlookAppointments, WithFilesAreTold) {
               UnorderedElementsAre("simplified " + place + ": Calendar: with", "kept-as-file " + place));
 }
 
+// RTF as Outlook keeps it when that saves nothing.
+std::string kept_rtf(const std::string& rtf) {
+  return little(rtf.size() + 12, 4) + little(rtf.size(), 4) + "MELA" + little(0, 4) + rtf;
+}
+
+TEST(OutlookAppointments, HaveTheTextOfTheirHtmlOrRtf) {
+  Planner planner;
+  const std::int64_t start = utc(2005, 4, 18, 7);
+  const std::string rtf = "{\\rtf1\\ansi one\\par two\\par}";
+  const std::string wrapped = "{\\rtf1\\ansi\\fromhtml1 {\\*\\htmltag <p>}one{\\*\\htmltag </p><p>}two}";
+  const std::string html = "<p>one</p><p>caf\xE9</p>";
+  const std::string in_utf16 = wide("<p>one</p>");
+  const auto result = planner.pack(
+      {planner.appointment("html", start, start, {pst::binary(0x1013, html), pst::number(0x3FDE, 1252)}),
+       planner.appointment("untold", start, start, {pst::binary(0x1013, html)}),
+       planner.appointment("koi", start, start,
+                           {pst::binary(0x1013, "<p>\xC4\xC1</p>"), pst::number(0x3FDE, 20866)}),
+       planner.appointment("utf-8", start, start, {pst::binary(0x1013, "<p>caf\u00E9</p>")}),
+       planner.appointment("utf-16", start, start,
+                           {pst::binary(0x1013, in_utf16), pst::number(0x3FDE, 1200)}),
+       planner.appointment("text", start, start, {pst::text(0x1013, "<p>caf\u00E9</p>")}),
+       planner.appointment("rtf", start, start,
+                           {pst::text(0x1000, " \r\n"), pst::binary(0x1009, kept_rtf(rtf))}),
+       planner.appointment("wrapped", start, start, {pst::binary(0x1009, kept_rtf(wrapped))}),
+       planner.appointment("first", start, start, {pst::text(0x1000, "body"), pst::binary(0x1013, html)}),
+       planner.appointment("nothing", start, start, {pst::binary(0x1009, kept_rtf("{\\rtf1\\par}"))}),
+       planner.task("task", {pst::binary(0x1013, html)})});
+  const auto has = [&](const std::string& uid, const std::string& text) {
+    EXPECT_THAT(lines_of(result, uid == "task" ? tasks_file : calendar_file, uid),
+                Contains("DESCRIPTION:" + text))
+        << uid;
+  };
+  has("html", "one\\ncaf\u00E9");
+  has("untold", "one\\ncaf\u00E9");
+  has("koi", "\u0434\u0430");
+  has("utf-8", "caf\u00E9");
+  has("utf-16", "one");
+  has("text", "caf\u00E9");
+  has("rtf", "one\\ntwo");
+  has("wrapped", "one\\ntwo");
+  has("first", "body");
+  has("task", "one\\ncaf\u00E9");
+  EXPECT_THAT(lines_of(result, calendar_file, "nothing"), Not(Contains(HasSubstr("DESCRIPTION"))));
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookAppointments, WhoseTextCannotBeReadAreTold) {
+  const std::string calendar = place + ": Calendar: ";
+  for (const pst::Property& text :
+       {pst::binary(0x1009, "damaged"), pst::text(0x1000, std::string((std::size_t{2} << 20) + 1, 'x'))}) {
+    Planner planner;
+    const auto result =
+        planner.pack({planner.appointment("a", utc(2005, 4, 18, 7), utc(2005, 4, 18, 8), {text})});
+    EXPECT_THAT(result.remarks(),
+                UnorderedElementsAre("simplified " + calendar + "a", "kept-as-file " + place));
+  }
+}
+
 TEST(OutlookTasks, HaveAllThatTheyHave) {
   Planner planner;
   const double half = 0.5;
@@ -493,6 +551,24 @@ TEST(OutlookNotes, ArePacked) {
   EXPECT_THAT(all, HasSubstr("milk"));
   EXPECT_THAT(all, HasSubstr("other text"));
   EXPECT_THAT(all, HasSubstr("Title"));
+}
+
+TEST(OutlookNotes, HaveTheTextOfTheirRtf) {
+  Planner planner;
+  const auto note = [](const std::string& title, const std::string& rtf) {
+    return pst::Item{.properties = {pst::text(0x001A, "IPM.StickyNote"), pst::text(0x0037, title),
+                                    pst::binary(0x1009, rtf)}};
+  };
+  const auto result =
+      planner.pack({note("Shopping", kept_rtf("{\\rtf1 Shopping\\par milk}")), note("Damaged", "x")});
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::notes).packed, 2U);
+  std::string all;
+  for (const std::string& name : result.files_below("Brindle/Notes/"))
+    all += result.content.at("Brindle/Notes/" + name);
+  EXPECT_THAT(all, HasSubstr("milk"));
+  EXPECT_THAT(all, HasSubstr("Damaged"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("item-cut " + place + ": Calendar", "kept-as-file " + place));
 }
 
 }  // namespace

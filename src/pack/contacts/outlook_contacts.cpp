@@ -9,6 +9,7 @@
 
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/outlook.h"
+#include "pack/outlook/plain_text.h"
 #include "pack/outlook/times.h"
 
 namespace pack {
@@ -227,7 +228,9 @@ Vcard card_of(Store& store, const Properties& contact) {
   }
   card.add("URL", shown_page);
   card.add("BDAY", birthday(store, contact));
-  card.add("NOTE", text(0x1000));
+  const PlainText notes = plain_text_of(contact);
+  card.add("NOTE", notes.text);
+  if (!notes.is_whole) card.drop("Notes");
   card.add_list("CATEGORIES", contact.texts(store.id_of(PropertySet::strings, "Keywords")));
   drop_rest(card, store, contact);
   return card;

@@ -5,9 +5,11 @@
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/outlook.h"
+#include "pack/outlook/plain_text.h"
 #include "pack/outlook/recipients.h"
 #include "pack/outlook/recurrence.h"
 #include "pack/outlook/times.h"
@@ -23,8 +25,6 @@ namespace id {
 constexpr std::uint16_t importance = 0x0017;
 constexpr std::uint16_t sensitivity = 0x0036;
 constexpr std::uint16_t subject = 0x0037;
-constexpr std::uint16_t body = 0x1000;
-constexpr std::uint16_t rtf = 0x1009;
 constexpr std::uint16_t created = 0x3007;
 constexpr std::uint16_t modified = 0x3008;
 }  // namespace id
@@ -122,7 +122,8 @@ CalendarItem common_part(const Item& item) {
   CalendarItem result;
   result.uid = uid_of(item);
   result.title = own.text(id::subject);
-  result.description = own.text(id::body);
+  auto [description, is_whole] = plain_text_of(own);
+  result.description = std::move(description);
   result.categories = item.categories();
   // In front of a subject, a mark says how long its "Re: " is.
   if (result.title.starts_with('\x01')) result.title.erase(0, 2);
@@ -136,7 +137,7 @@ CalendarItem common_part(const Item& item) {
   if (sensitivity == confidential) result.access = CalendarItem::Access::confidential;
   result.created = instant(own.time(id::created));
   result.modified = instant(own.time(id::modified));
-  result.is_simplified = has_attachments(own) || (result.description.empty() && own.has(id::rtf));
+  result.is_simplified = has_attachments(own) || !is_whole;
   return result;
 }
 
@@ -358,8 +359,10 @@ CalendarItem task_of(const Item& item, const std::string& home_zone) {
   return result;
 }
 
-Note note_of(const Item& item) {
-  Note note{.title = item.own().text(id::subject), .text = item.own().text(id::body)};
+Note note_of(const Item& item, bool* is_whole) {
+  PlainText text = plain_text_of(item.own());
+  *is_whole = text.is_whole;
+  Note note{.title = item.own().text(id::subject), .text = std::move(text.text)};
   if (note.text.starts_with(note.title)) note.title.clear();
   if (const auto time = item.own().time(id::modified)) note.modified = unix_time(*time);
   return note;
@@ -392,8 +395,11 @@ void add_outlook_notes(Packing& packing, const Machine& machine, const Person& p
                         packing.leave_out(Kind::notes, Cause::no_place, from);
                         return false;
                       }
-                      notes.add(note_of(Item(store, properties)), from);
-                      return true;
+                      bool is_whole = true;
+                      const Note note = note_of(Item(store, properties), &is_whole);
+                      if (!is_whole) packing.tell_of(Kind::notes, Cause::item_cut, from);
+                      notes.add(note, from);
+                      return is_whole;
                     });
 }
 
