@@ -278,6 +278,70 @@ TEST(Items, ReplacedAndAddedTimesAreItemsOfTheirOwn) {
   EXPECT_THAT(text, Not(HasSubstr("uid-2\n")));
 }
 
+// The times at which something of it begins.
+std::string starts_of(const pack::CalendarItem& item) {
+  std::string starts;
+  const std::string text = written(item);
+  constexpr std::size_t size = std::string_view("20050418T090000").size();
+  for (std::size_t at = 0; (at = text.find("\nDTSTART:", at)) != std::string::npos;)
+    starts += (starts.empty() ? "" : " ") + text.substr(at += 9, size);
+  return starts;
+}
+
+Moment in_berlin(unsigned month, unsigned day, int hour = 9) {
+  return Moment::zoned(pack::clock_seconds(2005, month, day, hour), "Europe/Berlin");
+}
+
+TEST(Items, DoNotComeOnAddedDaysThatAreLeftOut) {
+  pack::CalendarItem item = weekly(in_berlin(4, 18));
+  item.recurrence.added = {in_berlin(4, 20), in_berlin(4, 21), in_berlin(4, 22, 14), in_berlin(4, 23)};
+  EXPECT_EQ(starts_of(item),
+            "20050418T090000 20050420T090000 20050421T090000 20050422T140000 20050423T090000");
+  item.recurrence.excluded = {Moment::instant(pack::clock_seconds(2005, 4, 20, 7)),
+                              Moment::day(pack::clock_seconds(2005, 4, 22))};
+  pack::CalendarItem other = item_at(in_berlin(4, 21, 10));
+  other.replaces = in_berlin(4, 21);
+  item.exceptions = {other};
+  EXPECT_EQ(starts_of(item), "20050418T090000 20050423T090000 20050421T100000");
+}
+
+TEST(Items, WithoutARuleDoNotComeAtAStartThatIsLeftOut) {
+  pack::CalendarItem item = item_at(in_berlin(4, 18));
+  item.recurrence.added = {in_berlin(4, 18), in_berlin(4, 20)};
+  EXPECT_EQ(starts_of(item), "20050418T090000 20050420T090000");
+  item.recurrence.excluded = {Moment::day(pack::clock_seconds(2005, 4, 18))};
+  EXPECT_EQ(starts_of(item), "20050420T090000");
+  item.recurrence.excluded = {};
+  pack::CalendarItem other = item_at(in_berlin(4, 18, 10));
+  other.replaces = in_berlin(4, 18);
+  item.exceptions = {other};
+  EXPECT_EQ(starts_of(item), "20050420T090000 20050418T100000");
+  item.recurrence.added = {};
+  EXPECT_EQ(starts_of(item), "20050418T100000");
+  // A rule that no target takes cannot leave it out either.
+  item.recurrence.rule = "FREQ=OFTEN";
+  EXPECT_EQ(starts_of(item), "20050418T100000");
+  item.recurrence.rule = "FREQ=WEEKLY";
+  EXPECT_EQ(starts_of(item), "20050418T090000 20050418T100000");
+}
+
+TEST(Items, ThatComeOnceComeOnceWhateverIsLeftOut) {
+  pack::CalendarItem item = item_at(in_berlin(4, 18));
+  item.recurrence.excluded = {in_berlin(4, 18)};
+  EXPECT_EQ(starts_of(item), "20050418T090000");
+}
+
+TEST(Items, OfWholeDaysAreLeftOutLikeOthers) {
+  pack::CalendarItem item = item_at(Moment::day(pack::clock_seconds(2005, 4, 18)));
+  item.recurrence.added = {Moment::day(pack::clock_seconds(2005, 4, 20)),
+                           Moment::day(pack::clock_seconds(2005, 4, 21))};
+  item.recurrence.excluded = {Moment::day(pack::clock_seconds(2005, 4, 21))};
+  const std::string text = written(item);
+  EXPECT_THAT(text, HasSubstr("DTSTART;VALUE=DATE:20050418\n"));
+  EXPECT_THAT(text, HasSubstr("DTSTART;VALUE=DATE:20050420\n"));
+  EXPECT_THAT(text, Not(HasSubstr("DTSTART;VALUE=DATE:20050421\n")));
+}
+
 TEST(Items, HaveAlarmsInOneUnitBeforeTheStart) {
   pack::CalendarItem item = item_at(Moment::zoned(nine, "Europe/Berlin"));
   item.end = Moment::zoned(nine + 3600, "Europe/Berlin");
@@ -355,6 +419,20 @@ TEST(Collecting, DropsWhatCameBefore) {
               testing::StartsWith("BEGIN:VCALENDAR\nCALSCALE:GREGORIAN\nPRODID:-//Brindle//brindle-pack//EN\n"
                                   "VERSION:2.0\nBEGIN:VEVENT\nUID:1\n"));
   EXPECT_THAT(text, testing::EndsWith("\nEND:VEVENT\nEND:VCALENDAR\n"));
+}
+
+TEST(Collecting, TellsOneOfWhichEachDayWasTakenOut) {
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  pack::Calendar calendar(packing, "Europe/Berlin");
+  pack::CalendarItem item = item_at(in_berlin(4, 18));
+  item.recurrence.added = {in_berlin(4, 20)};
+  item.recurrence.excluded = {in_berlin(4, 18), in_berlin(4, 20)};
+  calendar.add(item, "a");
+  calendar.pack();
+  EXPECT_THAT(to.remarks(), ElementsAre("deleted a"));
+  EXPECT_EQ(to.tally.count(pack::Kind::events).packed, 0U);
+  EXPECT_THAT(to.parcel.content, IsEmpty());
 }
 
 TEST(Collecting, BringsTheFoldersThatARunLooksFor) {

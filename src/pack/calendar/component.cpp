@@ -1,6 +1,7 @@
 #include "pack/calendar/component.h"
 
 #include <algorithm>
+#include <set>
 
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
@@ -31,8 +32,8 @@ class ItemWriter {
     result_.is_approximate = times_.is_approximate() || item.is_of_unknown_zone;
   }
 
-  // As it comes at first, `later` seconds after the item itself.
-  void add(const std::string& uid, std::int64_t later, bool comes_again) {
+  // As it comes at first, `later` seconds after the item itself, and again by `rule`.
+  void add(const std::string& uid, std::int64_t later = 0, const std::string& rule = "") {
     ++result_.items;
     lines_.add(item_.is_task ? "BEGIN:VTODO" : "BEGIN:VEVENT");
     lines_.add_text("UID", uid);
@@ -40,19 +41,23 @@ class ItemWriter {
     add_times(later);
     add_texts();
     add_marks();
-    if (comes_again) add_recurrence();
+    if (!rule.empty()) add_recurrence(rule);
     add_people();
     for (const Alarm& alarm : item_.alarms) add_alarm(alarm);
     lines_.add(item_.is_task ? "END:VTODO" : "END:VEVENT");
   }
 
-  // All of its times. The first one is its start.
+  // All of its times. The first one is its start, unless that is left out, which only a rule can say.
   void add_all(const std::string& uid) {
-    add(uid, 0, true);
+    const std::string rule = rule_of_item();
+    find_left_out();
     const auto& added = item_.recurrence.added;
+    const bool has_other_times = !added.empty() || !item_.exceptions.empty();
+    if (!rule.empty() || !has_other_times || !is_left_out(0)) add(uid, 0, rule);
     for (std::size_t i = 0; i < std::min(added.size(), most_added); ++i)
-      if (const std::int64_t later = times_.between(begin(), with_time(added[i])); later != 0)
-        add(uid + "-" + std::to_string(i + 1), later, false);
+      if (const std::int64_t later = times_.between(begin(), with_time(added[i]));
+          later != 0 && !is_left_out(later))
+        add(uid + "-" + std::to_string(i + 1), later);
     result_.is_simplified |= added.size() > most_added;
   }
 
@@ -121,19 +126,39 @@ class ItemWriter {
       lines_.add("PERCENT-COMPLETE:" + std::to_string(std::min(item_.percent, all)));
   }
 
-  void add_recurrence() {
+  // Empty when there is none that can be written.
+  std::string rule_of_item() {
     const Recurrence& recurrence = item_.recurrence;
-    if (recurrence.rule.empty()) return;
+    if (recurrence.rule.empty()) return "";
     const std::string rule =
         written_rule(recurrence.rule, recurrence.until.is_there() ? times_.until(recurrence.until) : "");
     result_.is_simplified |= rule.empty();
-    if (rule.empty()) return;
+    return rule;
+  }
+
+  void add_recurrence(const std::string& rule) {
     lines_.add_rule(rule);
-    for (const Moment& excluded : recurrence.excluded)
+    for (const Moment& excluded : item_.recurrence.excluded)
       lines_.add(times_.property("EXDATE", with_time(excluded)));
     for (const CalendarItem& exception : item_.exceptions)
       lines_.add(times_.property("EXDATE", with_time(exception.replaces)));
   }
+
+  void find_left_out() {
+    for (const Moment& excluded : item_.recurrence.excluded) {
+      left_out_.insert(times_.between(begin(), with_time(excluded)));
+      if (excluded.kind == Moment::Kind::day) days_left_out_.insert(day_of(excluded.seconds));
+    }
+    for (const CalendarItem& exception : item_.exceptions)
+      left_out_.insert(times_.between(begin(), with_time(exception.replaces)));
+  }
+
+  // What begins so many seconds after the item.
+  bool is_left_out(std::int64_t later) const {
+    return left_out_.contains(later) || days_left_out_.contains(day_of(begin().seconds + later));
+  }
+
+  static std::int64_t day_of(std::int64_t clock) { return (clock - ((clock % day) + day) % day) / day; }
 
   // A day stands for the time of that day at which the item begins.
   Moment with_time(const Moment& moment) const {
@@ -189,6 +214,8 @@ class ItemWriter {
   Times times_;
   Lines lines_;
   Component result_;
+  std::set<std::int64_t> left_out_;       // seconds from its start
+  std::set<std::int64_t> days_left_out_;  // by its own clock
 };
 
 }  // namespace
@@ -199,7 +226,7 @@ Component component_of(const CalendarItem& item, const std::string& uid, const s
   Component all = std::move(writer).result();
   for (const CalendarItem& exception : item.exceptions) {
     ItemWriter other(exception, home);
-    other.add(uid + "-" + time_text(exception.replaces.seconds), 0, false);
+    other.add(uid + "-" + time_text(exception.replaces.seconds));
     Component one = std::move(other).result();
     all.text += one.text;
     all.items += one.items;
