@@ -69,7 +69,8 @@ struct Series {
   std::uint32_t start = 9 * 60, finish = 10 * 60 + 30;
   std::uint32_t version = 0x3009;
 
-  std::string bytes() const {
+  // Of a task there is no more.
+  std::string head() const {
     std::string all = little(0x3004, 2) + little(0x3004, 2) + little(static_cast<unsigned>(unit), 2) +
                       little(static_cast<unsigned>(pattern), 2) + little(0, 2) + little(0, 4) +
                       little(period, 4) + little(0, 4);
@@ -79,8 +80,11 @@ struct Series {
       all += little(list->size(), 4);
       for (const std::uint32_t one : *list) all += little(one, 4);
     }
-    all += little(first, 4) + little(last, 4) + little(0x3006, 4) + little(version, 4) + little(start, 4) +
-           little(finish, 4);
+    return all + little(first, 4) + little(last, 4);
+  }
+  std::string bytes() const {
+    const std::string all =
+        head() + little(0x3006, 4) + little(version, 4) + little(start, 4) + little(finish, 4);
     return all + (exceptions.empty() ? little(0, 2) : exceptions) + behind + little(0, 4);
   }
 };
@@ -145,6 +149,14 @@ TEST(OutlookRules, HaveAnEnd) {
   EXPECT_EQ(ends->rule, "FREQ=WEEKLY;INTERVAL=1;BYDAY=TU");
   EXPECT_EQ(rule_of({.end = 0x2022, .times = 7}), "FREQ=WEEKLY;INTERVAL=1;BYDAY=TU;COUNT=7");
   EXPECT_FALSE(pack::outlook_recurrence(Series{}.bytes())->last_day);
+}
+
+TEST(OutlookRules, OfTasksEndBehindThePattern) {
+  const auto recurrence = pack::outlook_recurrence(Series{.left_out = {minutes(2005, 4, 19)}}.head());
+  ASSERT_TRUE(recurrence);
+  EXPECT_TRUE(recurrence->is_whole);
+  EXPECT_THAT(recurrence->left_out, ElementsAre(utc(2005, 4, 19)));
+  EXPECT_FALSE(pack::outlook_recurrence(Series{.changed = {minutes(2005, 4, 19)}}.head())->is_whole);
 }
 
 TEST(OutlookRules, ThatEndAnywhereAreNoneOrSaySo) {
@@ -500,24 +512,23 @@ TEST(OutlookTasks, HaveAllThatTheyHave) {
   const double half = 0.5;
   std::string share(sizeof half, '\0');
   std::memcpy(share.data(), &half, sizeof half);
-  const auto result = planner.pack(
-      {planner.task("Insurance", {pst::time(planner.of_task(0x8104), utc(2005, 4, 1)),
-                                  pst::time(planner.of_task(0x8105), utc(2005, 4, 30)),
-                                  pst::number(planner.of_task(0x8101), 1),
-                                  {planner.of_task(0x8102), 5, share},
-                                  pst::number(0x0017, 0),
-                                  pst::text(0x1000, "call"),
-                                  pst::flag(planner.of_all(0x8503), true),
-                                  pst::time(planner.of_all(0x8502), utc(2005, 4, 29, 20))}),
-       planner.task("Done", {pst::number(planner.of_task(0x8101), 2),
-                             pst::time(planner.of_task(0x810F), utc(2005, 3, 14, 16, 15))}),
-       planner.task("Later", {pst::number(planner.of_task(0x8101), 4),
-                              pst::time(planner.of_task(0x8105), utc(2005, 5, 10))}),
-       planner.task(
-           "Bins",
-           {pst::time(planner.of_task(0x8104), utc(2005, 4, 12)),
-            pst::time(planner.of_task(0x8105), utc(2005, 4, 12)), pst::flag(planner.of_task(0x8126), true),
-            pst::binary(planner.of_task(0x8116), Series{.start = 0, .finish = 0}.bytes())})});
+  const auto result =
+      planner.pack({planner.task("Insurance", {pst::time(planner.of_task(0x8104), utc(2005, 4, 1)),
+                                               pst::time(planner.of_task(0x8105), utc(2005, 4, 30)),
+                                               pst::number(planner.of_task(0x8101), 1),
+                                               {planner.of_task(0x8102), 5, share},
+                                               pst::number(0x0017, 0),
+                                               pst::text(0x1000, "call"),
+                                               pst::flag(planner.of_all(0x8503), true),
+                                               pst::time(planner.of_all(0x8502), utc(2005, 4, 29, 20))}),
+                    planner.task("Done", {pst::number(planner.of_task(0x8101), 2),
+                                          pst::time(planner.of_task(0x810F), utc(2005, 3, 14, 16, 15))}),
+                    planner.task("Later", {pst::number(planner.of_task(0x8101), 4),
+                                           pst::time(planner.of_task(0x8105), utc(2005, 5, 10))}),
+                    planner.task("Bins", {pst::time(planner.of_task(0x8104), utc(2005, 4, 12)),
+                                          pst::time(planner.of_task(0x8105), utc(2005, 4, 12)),
+                                          pst::flag(planner.of_task(0x8126), true),
+                                          pst::binary(planner.of_task(0x8116), Series{}.head())})});
   EXPECT_THAT(lines_of(result, tasks_file, "Insurance"),
               ElementsAre("DTSTART;VALUE=DATE:20050401", "DUE;VALUE=DATE:20050430", "SUMMARY:Insurance",
                           "DESCRIPTION:call", "PRIORITY:9", "STATUS:IN-PROCESS", "CLASS:PUBLIC",

@@ -41,6 +41,7 @@ class Reader {
     return is_good_ ? count : 0;
   }
   bool is_good() const { return is_good_; }
+  bool is_at_end() const { return bytes_.empty(); }
 
  private:
   std::string_view bytes_;
@@ -241,7 +242,8 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   if (!reader.is_good() || recurrence.rule.empty()) return std::nullopt;
   if (end == ends_on_a_day) recurrence.last_day = last_day;
   if (end == ends_after_some && times > 0) recurrence.rule += ";COUNT=" + std::to_string(times);
-  read_exceptions(reader, recurrence);
+  // A task's has no more than this.
+  if (!reader.is_at_end() || changed > 0) read_exceptions(reader, recurrence);
   // The days of exceptions are among those left out.
   constexpr std::int64_t day = 86400;
   std::erase_if(recurrence.left_out, [&](std::int64_t one) {
