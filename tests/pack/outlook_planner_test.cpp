@@ -429,6 +429,68 @@ TEST(OutlookAppointments, AreOtherwiseWhereTheirOwnerSaidSo) {
                           "TRIGGER;VALUE=DURATION:-PT45M", "END:VALARM"));
 }
 
+// A series with one changed time, of which the rule says `changes`, and the hidden attachment with that time.
+pst::Item series_with(Planner& planner, unsigned changes, const std::string& values,
+                      const pst::Item& changed) {
+  const std::uint32_t start = minutes(2005, 4, 19, 11);
+  const std::string exceptions =
+      little(1, 2) + exception_head(start, start + 60, minutes(2005, 4, 19, 9), changes) + values;
+  pst::Item item = planner.series("tour", {.left_out = {minutes(2005, 4, 19)},
+                                           .changed = {minutes(2005, 4, 19)},
+                                           .exceptions = exceptions,
+                                           .behind = little(0, 4) + little(0, 4) + little(0, 4)});
+  item.recipients = {{pst::text(0x3003, "ann@home.example")}, {pst::text(0x3003, "bob@home.example")}};
+  item.attachments = {
+      {.properties = {pst::number(0x7FFD, 2), pst::flag(0x7FFE, true), pst::number(0x3705, 5)},
+       .message = {changed}}};
+  return item;
+}
+
+pst::Item changed_time(const std::vector<std::string>& people) {
+  pst::Item item{.properties = {pst::text(0x001A, "IPM.OLE.CLASS.{00061055-0000-0000-C000-000000000046}"),
+                                pst::text(0x0037, "tour")}};
+  for (const std::string& address : people) item.recipients.push_back({pst::text(0x3003, address)});
+  return item;
+}
+
+TEST(OutlookAppointments, AreWholeWithTimesThatWereMoved) {
+  const std::vector<std::string> same{"bob@home.example", "ann@home.example"};
+  for (const pst::Item& changed : {changed_time({}), changed_time(same)}) {
+    Planner planner;
+    const auto result = planner.pack({series_with(planner, 0, "", changed)});
+    EXPECT_THAT(lines_of(result, calendar_file, "tour-20050419T090000"), Contains("DTSTART:20050419T110000"));
+    EXPECT_THAT(result.remarks(), IsEmpty());
+  }
+}
+
+TEST(OutlookAppointments, WithMoreToAChangedTimeAreTold) {
+  pst::Item with_file = changed_time({});
+  with_file.attachments = {{.properties = {pst::text(0x3707, "a.txt"), pst::binary(0x3701, "a")}}};
+  struct Case {
+    unsigned changes;
+    std::string values;
+    pst::Item changed;
+  };
+  const std::vector<Case> cases{{0x200, "", changed_time({})},
+                                {0x002, little(1, 4), changed_time({})},
+                                {0x040, little(1, 4), changed_time({})},
+                                {0, "", changed_time({"ann@home.example"})},
+                                {0, "", with_file}};
+  for (const auto& [changes, values, changed] : cases) {
+    Planner planner;
+    EXPECT_THAT(planner.pack({series_with(planner, changes, values, changed)}).remarks(),
+                UnorderedElementsAre("simplified " + place + ": Calendar: tour", "kept-as-file " + place))
+        << changes;
+  }
+  Planner planner;
+  EXPECT_THAT(planner.pack({series_with(planner, 0x040, little(0, 4), changed_time({}))}).remarks(),
+              IsEmpty());
+  // An attachment of that form which is none of a changed time.
+  pst::Item forwarded = planner.series("tour", {});
+  forwarded.attachments = {{.properties = {pst::number(0x3705, 5)}, .message = {changed_time({})}}};
+  EXPECT_THAT(planner.pack({forwarded}).remarks(), Contains("simplified " + place + ": Calendar: tour"));
+}
+
 TEST(OutlookAppointments, ByAnotherCalendarComeOnceAndAreTold) {
   Planner planner;
   const auto result =

@@ -165,10 +165,10 @@ OutlookRecurrence::Exception exception_of(Reader& reader, std::uint16_t& changes
   if ((changes & new_reminder) != 0) exception.has_reminder = reader.dword() != 0;
   if ((changes & new_location) != 0) exception.location = text();
   if ((changes & new_shown_as) != 0) exception.shown_as = reader.dword();
-  if ((changes & new_attachments) != 0) reader.dword();
+  const bool has_files = (changes & new_attachments) != 0 && reader.dword() != 0;
   if ((changes & new_all_day) != 0) exception.is_all_day = reader.dword() != 0;
   if ((changes & new_colour) != 0) reader.dword();
-  exception.has_own_text = (changes & new_text) != 0;
+  exception.has_more = has_files || (changes & (new_text | new_kind)) != 0;
   return exception;
 }
 

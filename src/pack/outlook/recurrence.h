@@ -22,7 +22,7 @@ struct OutlookRecurrence {
     std::optional<std::int32_t> minutes_before;
     std::optional<std::uint32_t> shown_as;
     std::optional<bool> is_all_day;
-    bool has_own_text = false;  ///< which lies elsewhere
+    bool has_more = false;  ///< a text, files or people of its own, which lie elsewhere
   };
 
   std::string rule;  ///< iCalendar's, without UNTIL; a number of times stands in it

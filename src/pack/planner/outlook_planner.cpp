@@ -111,10 +111,42 @@ std::string uid_of(const Item& item) {
   return has_day ? uid + "-" + hex(day_of_one) : uid;
 }
 
-bool has_attachments(const Properties& properties) {
+bool is_attachment(std::uint32_t node) {
+  constexpr std::uint32_t type_bits = 0x1F;
   constexpr std::uint32_t attachment = 0x05;
-  return std::ranges::any_of(properties.subnodes(),
-                             [](const auto& node) { return (node.first & 0x1F) == attachment; });
+  return (node & type_bits) == attachment;
+}
+
+std::vector<std::string> addresses_of(const Item& item, const Properties& of, bool* is_whole) {
+  std::vector<std::string> addresses;
+  for (const Recipient& recipient : recipients_of(item.blocks(), of, is_whole))
+    addresses.push_back(recipient.address);
+  std::ranges::sort(addresses);
+  return addresses;
+}
+
+// Outlook keeps each time of a series that was changed as an attachment, which nobody sees. What is otherwise
+// there stands with the rule as well, but for files and people.
+bool repeats_the_rule(const Item& item, const Properties& attachment) {
+  constexpr std::uint16_t data = 0x3701;
+  constexpr std::uint16_t flags = 0x7FFD;
+  constexpr int of_a_changed_time = 2;
+  const auto node = attachment.object(data);
+  if (!node || (attachment.number(flags).value_or(0) & of_a_changed_time) == 0) return false;
+  const Properties changed(item.blocks(), *node, attachment.code_page());
+  bool is_whole = attachment.is_whole() && changed.is_whole();
+  const auto people = addresses_of(item, changed, &is_whole);
+  const bool are_others = !people.empty() && people != addresses_of(item, item.own(), &is_whole);
+  return is_whole && !are_others &&
+         std::ranges::none_of(changed.subnodes(), [](const auto& own) { return is_attachment(own.first); });
+}
+
+bool has_attachments(const Item& item) {
+  const Properties& own = item.own();
+  return std::ranges::any_of(own.subnodes(), [&](const auto& node) {
+    return is_attachment(node.first) &&
+           !repeats_the_rule(item, Properties(item.blocks(), node.second, own.code_page()));
+  });
 }
 
 CalendarItem common_part(const Item& item) {
@@ -137,7 +169,7 @@ CalendarItem common_part(const Item& item) {
   if (sensitivity == confidential) result.access = CalendarItem::Access::confidential;
   result.created = instant(own.time(id::created));
   result.modified = instant(own.time(id::modified));
-  result.is_simplified = has_attachments(own) || !is_whole;
+  result.is_simplified = has_attachments(item) || !is_whole;
   return result;
 }
 
@@ -261,7 +293,7 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   }
   if (exception.minutes_before) item.alarms = {alarm_of(*exception.minutes_before)};
   if (exception.has_reminder == false) item.alarms.clear();
-  item.is_simplified = exception.has_own_text;
+  item.is_simplified = exception.has_more;
   return item;
 }
 
