@@ -68,12 +68,14 @@ struct Series {
   std::string behind = little(0, 4);
   std::uint32_t start = 9 * 60, finish = 10 * 60 + 30;
   std::uint32_t version = 0x3009;
+  int calendar = 0;
+  std::uint32_t after_done = 0;
 
   // Of a task there is no more.
   std::string head() const {
     std::string all = little(0x3004, 2) + little(0x3004, 2) + little(static_cast<unsigned>(unit), 2) +
-                      little(static_cast<unsigned>(pattern), 2) + little(0, 2) + little(0, 4) +
-                      little(period, 4) + little(0, 4);
+                      little(static_cast<unsigned>(pattern), 2) + little(static_cast<unsigned>(calendar), 2) +
+                      little(0, 4) + little(period, 4) + little(after_done, 4);
     for (const std::uint32_t number : specific) all += little(number, 4);
     all += little(end, 4) + little(times, 4) + little(first_of_week, 4);
     for (const auto* list : {&left_out, &changed}) {
@@ -604,6 +606,53 @@ TEST(OutlookTasks, HaveAllThatTheyHave) {
               ElementsAre("DTSTART;VALUE=DATE:20050412", "DUE;VALUE=DATE:20050412", "SUMMARY:Bins",
                           "STATUS:NEEDS-ACTION", "CLASS:PUBLIC", "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU"));
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::tasks).packed, 4U);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookTasks, ThatComeAgainStandWhereTheyComeNext) {
+  Planner planner;
+  const auto weekly_task = [&](const std::string& name, const Series& series, pst::Properties times) {
+    times.push_back(pst::flag(planner.of_task(0x8126), true));
+    times.push_back(pst::binary(planner.of_task(0x8116), series.head()));
+    return planner.task(name, times);
+  };
+  const auto start = [&](unsigned month, unsigned day) {
+    return pst::time(planner.of_task(0x8104), utc(2010, month, day));
+  };
+  const auto due = [&](unsigned month, unsigned day) {
+    return pst::time(planner.of_task(0x8105), utc(2010, month, day));
+  };
+  const Series counted{.end = 0x2022, .times = 10, .last = minutes(2010, 7, 13)};
+  Series never_told = counted;
+  never_told.last = 0x5AE980DF;
+  const auto result =
+      planner.pack({weekly_task("both", {}, {start(4, 13), due(4, 14)}), weekly_task("due", {}, {due(4, 14)}),
+                    weekly_task("none", {}, {}), weekly_task("counted", counted, {start(4, 13), due(4, 13)}),
+                    weekly_task("never told", never_told, {start(4, 13), due(4, 13)}),
+                    weekly_task("after done", {.after_done = 1}, {start(4, 13)})});
+  const std::string weekly_rule = "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU";
+  EXPECT_THAT(lines_of(result, tasks_file, "both"),
+              testing::IsSupersetOf({std::string("DTSTART;VALUE=DATE:20100413"),
+                                     std::string("DUE;VALUE=DATE:20100414"), weekly_rule}));
+  EXPECT_THAT(lines_of(result, tasks_file, "due"),
+              testing::IsSupersetOf(
+                  {std::string("DTSTART;VALUE=DATE:20100414"), std::string("DUE;VALUE=DATE:20100414")}));
+  EXPECT_THAT(lines_of(result, tasks_file, "none"), Contains("DTSTART;VALUE=DATE:20050412"));
+  EXPECT_THAT(lines_of(result, tasks_file, "counted"),
+              testing::IsSupersetOf(
+                  {"DTSTART;VALUE=DATE:20100413", "RRULE:FREQ=WEEKLY;INTERVAL=1;UNTIL=20100713;BYDAY=TU"}));
+  EXPECT_THAT(lines_of(result, tasks_file, "never told"), Contains(weekly_rule));
+  EXPECT_THAT(result.remarks(), UnorderedElementsAre("simplified " + place + ": Calendar: never told",
+                                                     "simplified " + place + ": Calendar: after done",
+                                                     "kept-as-file " + place));
+}
+
+TEST(OutlookTasks, ThatHaveNotMovedOnKeepTheirNumberOfTimes) {
+  Planner planner;
+  const auto result = planner.pack({planner.task(
+      "a", {pst::time(planner.of_task(0x8104), utc(2005, 4, 12)), pst::flag(planner.of_task(0x8126), true),
+            pst::binary(planner.of_task(0x8116), Series{.end = 0x2022, .times = 3}.head())})});
+  EXPECT_THAT(lines_of(result, tasks_file, "a"), Contains("RRULE:FREQ=WEEKLY;INTERVAL=1;COUNT=3;BYDAY=TU"));
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 

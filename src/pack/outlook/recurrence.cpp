@@ -63,6 +63,7 @@ constexpr std::uint16_t first_of_other_calendars = 0xA;
 
 constexpr std::uint32_t ends_on_a_day = 0x2021;
 constexpr std::uint32_t ends_after_some = 0x2022;
+constexpr std::uint32_t no_day = 0x5AE980DF;
 
 struct Head {
   std::uint16_t unit = 0;
@@ -224,7 +225,7 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   reader.word();  // the calendar: other ones have patterns of their own
   reader.dword();
   head.period = reader.dword();
-  reader.dword();
+  const bool is_after_done = reader.dword() != 0;
   if (head.pattern >= first_of_other_calendars) return std::nullopt;
   if (head.pattern != by_day) head.days = reader.dword();
   if (head.pattern == by_weekday) head.position = reader.dword();
@@ -232,6 +233,7 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   const std::uint32_t times = reader.dword();
   head.first_of_week = reader.dword();
   OutlookRecurrence recurrence;
+  recurrence.is_after_done = is_after_done;
   const std::uint32_t left_out = reader.count(4);
   for (std::uint32_t number = 0; number < left_out; ++number) recurrence.left_out.push_back(reader.time());
   const std::uint32_t changed = reader.count(4);
@@ -241,7 +243,10 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   recurrence.rule = rule_of(head, recurrence.first_day);
   if (!reader.is_good() || recurrence.rule.empty()) return std::nullopt;
   if (end == ends_on_a_day) recurrence.last_day = last_day;
-  if (end == ends_after_some && times > 0) recurrence.rule += ";COUNT=" + std::to_string(times);
+  if (end == ends_after_some && times > 0) {
+    recurrence.rule += ";COUNT=" + std::to_string(times);
+    if (last_day != unix_time_of_minutes(no_day)) recurrence.last_of_times = last_day;
+  }
   // A task's has no more than this.
   if (!reader.is_at_end() || changed > 0) read_exceptions(reader, recurrence);
   // The days of exceptions are among those left out.

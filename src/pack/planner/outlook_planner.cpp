@@ -312,7 +312,8 @@ void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, c
   }
   for (const OutlookRecurrence::Exception& exception : recurrence.exceptions)
     result.exceptions.push_back(exception_of(result, exception, clock));
-  result.is_simplified |= !recurrence.is_whole;
+  // What comes so long after it was done has no rule that a calendar knows.
+  result.is_simplified |= !recurrence.is_whole || recurrence.is_after_done;
 }
 
 CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
@@ -353,6 +354,22 @@ int percent_of(const std::string& bytes) {
   return share >= 0 && share <= 1 ? static_cast<int>(share * 100 + 0.5) : -1;
 }
 
+// A task stands where it comes next, the rule where it came first.
+void add_rule_of_task(CalendarItem& task, const OutlookRecurrence& recurrence, const Clock& clock) {
+  const Moment due = task.end;
+  const Moment start = task.start.is_there() ? task.start : due;
+  add_recurrence(task, recurrence, clock, true);
+  task.end = due;
+  if (!start.is_there()) return;
+  task.start = start;
+  const std::size_t count = task.recurrence.rule.find(";COUNT=");
+  if (start.seconds == recurrence.first_day || count == std::string::npos) return;
+  // Some of the times are over.
+  task.recurrence.rule.resize(count);
+  if (recurrence.last_of_times) task.recurrence.until = Moment::day(*recurrence.last_of_times);
+  task.is_simplified |= !recurrence.last_of_times;
+}
+
 CalendarItem task_of(const Item& item, const std::string& home_zone) {
   CalendarItem result = common_part(item);
   result.is_task = true;
@@ -383,11 +400,9 @@ CalendarItem task_of(const Item& item, const std::string& home_zone) {
   }
   const std::string series = item.bytes(PropertySet::task, task::recurrence);
   if (!item.flag(PropertySet::task, task::comes_again) || series.empty()) return result;
-  const Moment due = result.end;
   const auto recurrence = outlook_recurrence(series);
   result.is_simplified |= !recurrence;
-  if (recurrence) add_recurrence(result, *recurrence, Clock(item, home_zone), true);
-  result.end = due;
+  if (recurrence) add_rule_of_task(result, *recurrence, Clock(item, home_zone));
   return result;
 }
 
