@@ -141,6 +141,18 @@ TEST(OutlookRules, OfYears) {
 TEST(OutlookRules, OfOtherCalendarsAreNone) {
   EXPECT_EQ(rule_of({.unit = monthly, .pattern = 0xA, .specific = {12}}), "none");
   EXPECT_EQ(rule_of({.unit = monthly, .pattern = 0xB, .specific = {1, 1}}), "none");
+  for (const int lunar : {0x6, 0x8, 0xE, 0xF, 0x10, 0x11, 0x12, 0x13, 0x17, 0x99}) {
+    EXPECT_EQ(rule_of({.unit = monthly, .pattern = 2, .specific = {12}, .calendar = lunar}), "none");
+    EXPECT_EQ(rule_of({.unit = yearly, .pattern = 3, .period = 12, .specific = {1, 1}, .calendar = lunar}),
+              "none");
+    EXPECT_EQ(rule_of({.unit = monthly, .pattern = 4, .specific = {31}, .calendar = lunar}), "none");
+    EXPECT_EQ(rule_of({.calendar = lunar}), "FREQ=WEEKLY;INTERVAL=1;BYDAY=TU");
+    EXPECT_EQ(rule_of({.unit = daily, .pattern = 0, .period = 1440, .specific = {}, .calendar = lunar}),
+              "FREQ=DAILY;INTERVAL=1");
+  }
+  for (const int ours : {0, 1, 2, 3, 4, 5, 7, 9, 0xA, 0xB, 0xC})
+    EXPECT_EQ(rule_of({.unit = monthly, .pattern = 2, .specific = {12}, .calendar = ours}),
+              "FREQ=MONTHLY;INTERVAL=1;BYMONTHDAY=12");
   EXPECT_FALSE(pack::outlook_recurrence("no rule"));
   EXPECT_FALSE(pack::outlook_recurrence(""));
 }

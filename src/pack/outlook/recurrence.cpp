@@ -68,11 +68,20 @@ constexpr std::uint32_t no_day = 0x5AE980DF;
 struct Head {
   std::uint16_t unit = 0;
   std::uint16_t pattern = 0;
+  std::uint16_t calendar = 0;
   std::uint32_t period = 0;
   std::uint32_t days = 0;  // of the week, or the day of the month
   std::uint32_t position = 0;
   std::uint32_t first_of_week = 0;
 };
+
+// Days and weeks are the same in all calendars; months in those that have another number for the year, or
+// another language.
+bool has_our_months(const Head& head) {
+  constexpr std::array<std::uint16_t, 11> with_our_months = {0, 1, 2, 3, 4, 5, 7, 9, 0xA, 0xB, 0xC};
+  if (head.pattern == by_day || head.pattern == by_week) return true;
+  return std::ranges::find(with_our_months, head.calendar) != with_our_months.end();
+}
 
 std::string with_interval(const char* unit, std::uint32_t interval) {
   return std::string("FREQ=") + unit + ";INTERVAL=" + std::to_string(std::max(interval, 1U));
@@ -222,11 +231,11 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   Head head;
   head.unit = reader.word();
   head.pattern = reader.word();
-  reader.word();  // the calendar: other ones have patterns of their own
+  head.calendar = reader.word();
   reader.dword();
   head.period = reader.dword();
   const bool is_after_done = reader.dword() != 0;
-  if (head.pattern >= first_of_other_calendars) return std::nullopt;
+  if (head.pattern >= first_of_other_calendars || !has_our_months(head)) return std::nullopt;
   if (head.pattern != by_day) head.days = reader.dword();
   if (head.pattern == by_weekday) head.position = reader.dword();
   const std::uint32_t end = reader.dword();
