@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "pack/calendars.h"
@@ -503,6 +504,32 @@ TEST(OutlookAppointments, WithMoreToAChangedTimeAreTold) {
   pst::Item forwarded = planner.series("tour", {});
   forwarded.attachments = {{.properties = {pst::number(0x3705, 5)}, .message = {changed_time({})}}};
   EXPECT_THAT(planner.pack({forwarded}).remarks(), Contains("simplified " + place + ": Calendar: tour"));
+}
+
+TEST(OutlookAppointments, WithEnormousChangedTimesTellThatSomeAreMissing) {
+  Planner planner;
+  constexpr unsigned count = 40;
+  std::string exceptions = little(count, 2);
+  std::string behind = little(0, 4);
+  Series series{.unit = daily, .pattern = 0, .period = 1440, .specific = {}};
+  for (unsigned number = 1; number <= count; ++number) {
+    const std::uint32_t day = series.first + number * 1440;
+    exceptions += exception_head(day + 660, day + 720, day + 540, 0);
+    series.left_out.push_back(day);
+    series.changed.push_back(day);
+    behind += little(0, 8);
+  }
+  series.exceptions = exceptions;
+  series.behind = behind;
+  const auto result =
+      planner.pack({planner.series("tour", series, {pst::text(0x1000, std::string(1 << 20, 'x'))})});
+  const std::size_t packed = result.people.front().tally.count(pack::Kind::events).packed;
+  EXPECT_EQ(packed, 8U) << "7 MiB, and the series";
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("simplified " + place + ": Calendar: tour", "kept-as-file " + place));
+  const auto lines = lines_of(result, calendar_file, "tour");
+  EXPECT_EQ(std::ranges::count_if(lines, [](const std::string& line) { return line.starts_with("EXDATE"); }),
+            count);
 }
 
 TEST(OutlookAppointments, ByAnotherCalendarComeOnceAndAreTold) {

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 #include <utility>
 
 #include "pack/outlook/bytes.h"
@@ -272,6 +273,12 @@ class Clock {
   bool is_guessed_ = false;
 };
 
+Moment replaced_by(const OutlookRecurrence::Exception& exception, const CalendarItem& series,
+                   const Clock& clock) {
+  return series.start.kind == Moment::Kind::day ? Moment::day(nearest_day(exception.replaces))
+                                                : clock.moment(exception.replaces);
+}
+
 CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::Exception& exception,
                           const Clock& clock) {
   CalendarItem item = series;
@@ -281,8 +288,7 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   const auto moment = [&](std::int64_t seconds) {
     return is_of_days ? Moment::day(nearest_day(seconds)) : clock.moment(seconds);
   };
-  item.replaces = series.start.kind == Moment::Kind::day ? Moment::day(nearest_day(exception.replaces))
-                                                         : clock.moment(exception.replaces);
+  item.replaces = replaced_by(exception, series, clock);
   item.start = moment(exception.start);
   item.end = moment(exception.end);
   if (exception.title) item.title = *exception.title;
@@ -295,6 +301,28 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   if (exception.has_reminder == false) item.alarms.clear();
   item.is_simplified = exception.has_more;
   return item;
+}
+
+// Each has the texts and the people of all.
+std::size_t size_of(const CalendarItem& item) {
+  std::size_t size = sizeof item + item.description.size();
+  for (const Attendee& attendee : item.attendees)
+    size += sizeof attendee + attendee.name.size() + attendee.address.size();
+  return size;
+}
+
+void add_exceptions(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock) {
+  constexpr std::size_t most_bytes = std::size_t{8} << 20;
+  const std::size_t most = std::max<std::size_t>(most_bytes / size_of(result), 1);
+  const auto all = std::span(recurrence.exceptions);
+  std::vector<CalendarItem> exceptions;
+  for (const OutlookRecurrence::Exception& exception : all.first(std::min(most, all.size())))
+    exceptions.push_back(exception_of(result, exception, clock));
+  // The others are left out.
+  for (const OutlookRecurrence::Exception& exception : all.subspan(exceptions.size()))
+    result.recurrence.excluded.push_back(replaced_by(exception, result, clock));
+  result.is_simplified |= exceptions.size() < all.size();
+  result.exceptions = std::move(exceptions);
 }
 
 void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock,
@@ -310,8 +338,7 @@ void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, c
     result.start = clock.moment(first + recurrence.start_of_day);
     result.end = clock.moment(first + recurrence.end_of_day);
   }
-  for (const OutlookRecurrence::Exception& exception : recurrence.exceptions)
-    result.exceptions.push_back(exception_of(result, exception, clock));
+  add_exceptions(result, recurrence, clock);
   // What comes so long after it was done has no rule that a calendar knows.
   result.is_simplified |= !recurrence.is_whole || recurrence.is_after_done;
 }
