@@ -167,6 +167,25 @@ TEST(Rules, ThatNoLibraryTakesAreNone) {
     EXPECT_EQ(pack::written_rule(rule, ""), "") << rule;
 }
 
+TEST(Rules, ComeADayLaterOrEarlier) {
+  EXPECT_EQ(pack::moved_rule("FREQ=WEEKLY;BYDAY=MO,SU", 1), "BYDAY=TU,MO;FREQ=WEEKLY;WKST=TU");
+  EXPECT_EQ(pack::moved_rule("FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,SU;WKST=SU", -1),
+            "BYDAY=SU,SA;FREQ=WEEKLY;INTERVAL=2;WKST=SA");
+  EXPECT_EQ(pack::moved_rule("FREQ=DAILY;COUNT=5", 1), "COUNT=5;FREQ=DAILY");
+  EXPECT_EQ(pack::moved_rule("FREQ=DAILY;BYDAY=FR", 1), "BYDAY=SA;FREQ=DAILY");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY", 1), "FREQ=MONTHLY");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYMONTHDAY=2,27", 1), "BYMONTHDAY=3,28;FREQ=MONTHLY");
+  EXPECT_EQ(pack::moved_rule("FREQ=YEARLY;BYMONTH=4;BYMONTHDAY=2", -1), "BYMONTH=4;BYMONTHDAY=1;FREQ=YEARLY");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYDAY=2TU", 0), "FREQ=MONTHLY;BYDAY=2TU");
+  for (const char* rule :
+       {"FREQ=MONTHLY;BYDAY=2TU", "FREQ=MONTHLY;BYDAY=TU;BYSETPOS=2", "FREQ=MONTHLY;BYMONTHDAY=28",
+        "FREQ=MONTHLY;BYMONTHDAY=-1", "FREQ=YEARLY;BYMONTH=4;BYDAY=TU", "FREQ=YEARLY;BYYEARDAY=5",
+        "FREQ=MONTHLY;BYMONTHDAY=13;BYDAY=FR", "FREQ=DAILY;BYMONTH=4"})
+    EXPECT_EQ(pack::moved_rule(rule, 1), "") << rule;
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYMONTHDAY=1", -1), "");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYMONTHDAY=30", -1), "");
+}
+
 TEST(Rules, AreFoldedWhereTheWizardWouldRewrite) {
   pack::Lines lines;
   lines.add_rule("FREQ=WEEKLY;INTERVAL=1;UNTIL=20051231T235959;BYDAY=TU");
@@ -241,6 +260,29 @@ TEST(Items, ThatComeAgainByAnotherClockAreTold) {
   // It has ended before either clock changes.
   item.recurrence.until = Moment::instant(pack::clock_seconds(2005, 5, 17, 13));
   EXPECT_FALSE(pack::component_of(item, "uid", berlin).is_approximate);
+}
+
+// Eight in the evening in New York is two in the night in Berlin.
+TEST(Items, ThatComeAgainOnAnotherDayOfThePersonsWeekMoveTheirRule) {
+  pack::CalendarItem item = weekly(Moment::zoned(nine + 11 * 3600, new_york));
+  item.recurrence.rule = "FREQ=WEEKLY;BYDAY=MO";
+  item.recurrence.until = Moment::day(pack::clock_seconds(2005, 5, 2));
+  auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, HasSubstr("\nDTSTART:20050419T020000\n"));
+  EXPECT_THAT(component.text, HasSubstr("UNTIL\n =20050503T055959;WKST=TU;BYDAY=TU\n"));
+  EXPECT_FALSE(component.is_simplified);
+  // In the morning of the next day there it is the night before here.
+  item.start = Moment::zoned(nine - 3 * 3600, "Asia/Tokyo");
+  component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, HasSubstr("\nDTSTART:20050417T230000\n"));
+  EXPECT_THAT(component.text, HasSubstr("UNTIL\n =20050502T165959;WKST=SU;BYDAY=SU\n"));
+  item.start = Moment::zoned(nine, new_york);
+  EXPECT_THAT(written(item), HasSubstr("BYDAY=MO\n"));
+  item.start = Moment::zoned(nine + 11 * 3600, new_york);
+  item.recurrence.rule = "FREQ=MONTHLY;BYDAY=3MO";
+  component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, Not(HasSubstr("RRULE")));
+  EXPECT_TRUE(component.is_simplified);
 }
 
 TEST(Items, OfAnUnknownZoneAreTold) {

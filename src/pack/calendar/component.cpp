@@ -130,8 +130,8 @@ class ItemWriter {
   std::string rule_of_item() {
     const Recurrence& recurrence = item_.recurrence;
     if (recurrence.rule.empty()) return "";
-    const std::string rule =
-        written_rule(recurrence.rule, recurrence.until.is_there() ? times_.until(recurrence.until) : "");
+    const std::string rule = written_rule(moved_rule(recurrence.rule, times_.days_later(begin())),
+                                          recurrence.until.is_there() ? times_.until(recurrence.until) : "");
     result_.is_simplified |= rule.empty();
     return rule;
   }
