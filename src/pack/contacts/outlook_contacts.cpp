@@ -65,8 +65,8 @@ void add_place(Vcard& card, const char* type, const Parts& parts) {
 }
 
 // Whether one says nothing else than another.
-bool is_in(const Parts& one, const Parts& other) {
-  return std::ranges::equal(one, other, [](const std::string& part, const std::string& same) {
+bool is_in(const Parts& one, const Parts& whole) {
+  return std::ranges::equal(one, whole, [](const std::string& part, const std::string& same) {
     return part.empty() || part == same;
   });
 }

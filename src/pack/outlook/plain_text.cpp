@@ -44,7 +44,9 @@ class Page {
   void step() {
     const char c = html_[at_];
     const std::string_view rest = html_.substr(at_);
-    if (rest.starts_with(comment) && at_ < last_comment_ && last_comment_ != std::string_view::npos) {
+    if (!unseen_.empty() && !rest.starts_with("</")) {
+      ++at_;
+    } else if (rest.starts_with(comment) && last_comment_ != std::string_view::npos && at_ < last_comment_) {
       at_ = html_.find("-->", at_) + 3;
     } else if (is_tag(rest)) {
       const std::size_t end = html_.find('>', at_);
@@ -92,8 +94,9 @@ class Page {
   // "&amp;", "&#38;", "&#x26;".
   void take_character(std::string_view rest) {
     constexpr std::size_t longest = 32;
-    const std::string name(rest.substr(1, std::min(rest.substr(0, longest).find(';'), rest.size()) - 1));
-    const gunichar character = rest.substr(0, longest).find(';') == std::string_view::npos ? 0 : named(name);
+    const std::size_t end = rest.substr(0, longest).find(';');
+    const std::string name(end == std::string_view::npos ? "" : rest.substr(1, end - 1));
+    const gunichar character = named(name);
     at_ += character == 0 ? 1 : name.size() + 2;
     constexpr gunichar unbroken_blank = 0xA0;
     std::array<char, 6> bytes{};
@@ -163,7 +166,7 @@ std::optional<std::string> in_rtf(const Properties& item) {
   auto rtf = bytes->empty() ? std::optional<std::string>("") : plain_rtf(*bytes);
   if (!rtf) return std::nullopt;
   const auto html = html_in_rtf(*rtf);
-  if (!html) return text_in_rtf(*rtf);
+  if (!html) return without_end(text_in_rtf(*rtf));
   rtf.reset();
   return text_of_html(*html);
 }

@@ -312,7 +312,7 @@ std::size_t size_of(const CalendarItem& item) {
 }
 
 void add_exceptions(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock) {
-  constexpr std::size_t most_bytes = std::size_t{8} << 20;
+  constexpr std::size_t most_bytes = std::size_t{4} << 20;
   const std::size_t most = std::max<std::size_t>(most_bytes / size_of(result), 1);
   const auto all = std::span(recurrence.exceptions);
   std::vector<CalendarItem> exceptions;
