@@ -19,12 +19,9 @@ namespace pack {
 namespace {
 
 constexpr int deepest = 8;  // messages in messages
-constexpr std::uint32_t type_bits = 0x1F;
-constexpr std::uint32_t attachment_type = 0x05;
 
 namespace id {
 constexpr std::uint16_t importance = 0x0017;
-constexpr std::uint16_t subject = 0x0037;
 constexpr std::uint16_t sent_at = 0x0039;
 constexpr std::uint16_t for_name = 0x0042;
 constexpr std::uint16_t reply_names = 0x0050;
@@ -141,26 +138,10 @@ bool is_stale(std::string_view name) {
   return begins("Content-") || begins("X-Mozilla-") || is_same_name(name, "MIME-Version");
 }
 
-// A mark in front says how long the "Re: " is.
-std::string subject_of(const Properties& message) {
-  const std::string subject = message.text(id::subject);
-  return subject.starts_with('\x01') ? subject.substr(std::min<std::size_t>(2, subject.size())) : subject;
-}
-
 std::optional<std::int64_t> date_of(const Properties& message) {
   for (const std::uint16_t property : {id::sent_at, id::came_at, id::made_at})
     if (const auto time = message.time(property); time && *time != 0) return unix_time(*time);
   return std::nullopt;
-}
-
-std::string hex(std::string_view bytes) {
-  std::string text;
-  char digits[4];
-  for (const char byte : bytes) {
-    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    text += digits;
-  }
-  return text;
 }
 
 class Header {
@@ -220,7 +201,7 @@ std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole)
     header.add("Cc", recipients.lists[1]);
   }
   header.add("Bcc", recipients.lists[2]);
-  header.add_text("Subject", subject_of(message));
+  header.add_text("Subject", message.subject());
   if (const auto date = date_of(message)) header.add("Date", date_in_mail(*date));
   header.add("Message-ID", on_one_line(message.text(id::message_id)));
   if (const auto key = message.bytes(id::search_key, 256); key && !message.has(id::message_id))
@@ -441,7 +422,7 @@ Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) 
   Parts shown_within{body};
   Parts attached;
   for (const auto& [node, blocks] : message->subnodes()) {
-    if ((node & type_bits) != attachment_type) continue;
+    if (!is_attachment(node)) continue;
     const auto attachment = std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page());
     if (!attachment->is_whole()) *is_whole_ = false;
     const bool is_within = !attachment->text(id::content_id).empty() && message->has(id::html);

@@ -5,9 +5,9 @@
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
-#include <span>
 #include <utility>
 
+#include "pack/calendar/component.h"
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/outlook.h"
 #include "pack/outlook/plain_text.h"
@@ -80,21 +80,12 @@ class Item {
   const Properties& properties_;
 };
 
-std::string hex(std::string_view bytes) {
-  std::string text;
-  char digits[4];
-  for (const char byte : bytes) {
-    std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    text += digits;
-  }
-  return text;
-}
-
 // The same wherever a copy of the meeting lies: what another program named it, or the whole of Outlook's
 // name. The name of all times of a series has no day. Who is invited to some of them alone has an item for
 // each, which only the name with its day tells from the others.
 std::string uid_of(const Item& item) {
   using namespace std::string_view_literals;
+  constexpr std::string_view digits = "0123456789ABCDEF";
   constexpr std::uint32_t of_all = 0x23;
   constexpr std::uint32_t of_one = 0x03;
   constexpr std::size_t day_place = 16;
@@ -107,9 +98,9 @@ std::string uid_of(const Item& item) {
   constexpr std::string_view others = "vCal-Uid\x01\0\0\0"sv;
   constexpr std::size_t head = 40;
   const std::string_view own = std::string_view(name).substr(std::min(head, name.size()));
-  if (!own.starts_with(others)) return hex(name);
+  if (!own.starts_with(others)) return hex(name, digits);
   const std::string uid(own.substr(others.size(), own.find('\0', others.size()) - others.size()));
-  return has_day ? uid + "-" + hex(day_of_one) : uid;
+  return has_day ? uid + "-" + hex(day_of_one, digits) : uid;
 }
 
 bool is_attachment(std::uint32_t node) {
@@ -154,12 +145,10 @@ CalendarItem common_part(const Item& item) {
   const Properties& own = item.own();
   CalendarItem result;
   result.uid = uid_of(item);
-  result.title = own.text(id::subject);
+  result.title = own.subject();
   auto [description, is_whole] = plain_text_of(own);
   result.description = std::move(description);
   result.categories = item.categories();
-  // In front of a subject, a mark says how long its "Re: " is.
-  if (result.title.starts_with('\x01')) result.title.erase(0, 2);
   constexpr int high = 2;
   if (const int importance = own.number(id::importance).value_or(1); importance != 1)
     result.priority = importance == high ? 1 : 9;
@@ -273,22 +262,16 @@ class Clock {
   bool is_guessed_ = false;
 };
 
-Moment replaced_by(const OutlookRecurrence::Exception& exception, const CalendarItem& series,
-                   const Clock& clock) {
-  return series.start.kind == Moment::Kind::day ? Moment::day(nearest_day(exception.replaces))
-                                                : clock.moment(exception.replaces);
-}
-
+// `series` without its recurrence.
 CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::Exception& exception,
                           const Clock& clock) {
   CalendarItem item = series;
-  item.recurrence = {};
-  item.exceptions.clear();
   const bool is_of_days = exception.is_all_day.value_or(series.start.kind == Moment::Kind::day);
   const auto moment = [&](std::int64_t seconds) {
     return is_of_days ? Moment::day(nearest_day(seconds)) : clock.moment(seconds);
   };
-  item.replaces = replaced_by(exception, series, clock);
+  item.replaces = series.start.kind == Moment::Kind::day ? Moment::day(nearest_day(exception.replaces))
+                                                         : clock.moment(exception.replaces);
   item.start = moment(exception.start);
   item.end = moment(exception.end);
   if (exception.title) item.title = *exception.title;
@@ -303,26 +286,26 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   return item;
 }
 
-// Each has the texts and the people of all.
 std::size_t size_of(const CalendarItem& item) {
-  std::size_t size = sizeof item + item.description.size();
+  std::size_t size = sizeof item + item.title.size() + item.description.size() + item.location.size();
   for (const Attendee& attendee : item.attendees)
     size += sizeof attendee + attendee.name.size() + attendee.address.size();
+  for (const std::string& category : item.categories) size += sizeof category + category.size();
   return size;
 }
 
-void add_exceptions(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock) {
-  constexpr std::size_t most_bytes = std::size_t{4} << 20;
-  const std::size_t most = std::max<std::size_t>(most_bytes / size_of(result), 1);
-  const auto all = std::span(recurrence.exceptions);
-  std::vector<CalendarItem> exceptions;
-  for (const OutlookRecurrence::Exception& exception : all.first(std::min(most, all.size())))
-    exceptions.push_back(exception_of(result, exception, clock));
-  // The others are left out.
-  for (const OutlookRecurrence::Exception& exception : all.subspan(exceptions.size()))
-    result.recurrence.excluded.push_back(replaced_by(exception, result, clock));
-  result.is_simplified |= exceptions.size() < all.size();
-  result.exceptions = std::move(exceptions);
+// Each has all that the series has, unless that is too much.
+void add_exceptions(CalendarItem& result, const std::vector<OutlookRecurrence::Exception>& exceptions,
+                    const Clock& clock) {
+  constexpr std::size_t most = 10000;
+  CalendarItem series = result;
+  series.recurrence = {};
+  const CalendarItem brief = brief_of(series);
+  const std::size_t whole = whole_copies(size_of(series));
+  const std::size_t count = std::min(exceptions.size(), most);
+  for (std::size_t i = 0; i < count; ++i)
+    result.exceptions.push_back(exception_of(i < whole ? series : brief, exceptions[i], clock));
+  result.is_simplified |= exceptions.size() > std::min(count, whole);
 }
 
 void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock,
@@ -338,7 +321,7 @@ void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, c
     result.start = clock.moment(first + recurrence.start_of_day);
     result.end = clock.moment(first + recurrence.end_of_day);
   }
-  add_exceptions(result, recurrence, clock);
+  add_exceptions(result, recurrence.exceptions, clock);
   // What comes so long after it was done has no rule that a calendar knows.
   result.is_simplified |= !recurrence.is_whole || recurrence.is_after_done;
 }
