@@ -64,6 +64,7 @@ void Calendar::add(const CalendarItem& item, const std::string& from) {
   std::string uid;
   const bool is_new_one = is_new(item, uid);
   const Component component = component_of(item, uid, home_);
+  if (component.items == 0) return packing_.leave_out(kind, Cause::deleted, from);
   if (!is_new_one) {
     for (std::size_t i = 0; i < component.items; ++i) packing_.leave_out(kind, Cause::there_already, from);
     return;

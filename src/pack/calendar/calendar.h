@@ -32,9 +32,10 @@ class Calendar {
 
   /// Adds an appointment (Kind::events) or a task (Kind::tasks) with all of its exceptions. It counts as many
   /// as it becomes in the archive, where each exception is one of its own: as packed; or as left out, when
-  /// the same one has come before (the same uid, or without one the same content) or when an appointment has
-  /// no start. One of a kind that is not wanted is nothing. `from` is where it lies, for what is told: the
-  /// path of the file and what it is called there. Throws std::runtime_error when there is no room.
+  /// the same one has come before (the same uid, or without one the same content), when an appointment has no
+  /// start, or when each of its days was taken out by its owner. One of a kind that is not wanted is nothing.
+  /// `from` is where it lies, for what is told: the path of the file and what it is called there. Throws
+  /// std::runtime_error when there is no room.
   void add(const CalendarItem& item, const std::string& from);
 
   /// Puts the files into the archive, where there is something in them. Call it once, at the end.
