@@ -4,6 +4,7 @@
 #include "pack/outlook/charsets.h"
 #include "pack/outlook/compressed_rtf.h"
 #include "pack/outlook/mime.h"
+#include "pack/outlook/plain_text.h"
 #include "pack/outlook/recurrence.h"
 #include "support/harness.h"
 
@@ -58,6 +59,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   fuzz::require(pack::is_utf8(pack::zone_in_definition(text)), "a zone's name is a text");
   if (const auto rtf = pack::plain_rtf(text)) pack::html_in_rtf(*rtf);
+  fuzz::require(pack::text_in_rtf("{\\rtf1 " + text).size() <= 4 * text.size() + 64,
+                "a text does not grow without end");
+  fuzz::require(pack::text_of_html(text).size() <= 2 * text.size(),
+                "HTML has no more to read than it has bytes");
   if (const auto html = pack::html_in_rtf("{\\rtf1\\fromhtml1 " + text))
     fuzz::require(html->size() <= 16 * text.size() + 64, "HTML does not grow without end");
   try_texts(text);

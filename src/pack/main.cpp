@@ -54,9 +54,11 @@ int work(int count, const char* const* words) {
 }  // namespace
 
 int main(int count, char** words) {
-  const int failed = static_cast<int>(Verdict::nothing_written);
+  // Who did not read the table may have missed that something is left out.
+  constexpr Statuses statuses{.failed = static_cast<int>(Verdict::nothing_written),
+                              .untold = static_cast<int>(Verdict::something_left_out)};
   try {
-    return watched([&] { return work(count, words); }, failed);
+    return watched([&] { return work(count, words); }, statuses);
   } catch (const std::exception& error) {
     return cannot_pack(error.what());
   }

@@ -113,6 +113,7 @@ void pack_person(Parcel& parcel, Machine& machine, Packed& packed, const std::st
   Packing packing(parcel, packed.tally, folder, options.without);
   for (const Source& source : sources())
     source.pack(packing, machine, packed.person, hive ? &*hive : nullptr);
+  if (hive && hive->is_damaged()) packed.tally.note(Kind::others, Cause::registry_damaged, hive_file->path);
 }
 
 // The folder that a new file of that name would lie in.

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "pack/model/tally.h"
+#include "pack/files/tally.h"
 #include "pack/parcel/parcel.h"
 #include "pack/people/people.h"
 

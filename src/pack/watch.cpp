@@ -66,17 +66,24 @@ class Traces {
         line_ += byte;
         continue;
       }
-      if (line_.starts_with('+')) paths_.insert(line_.substr(1));
+      if (line_.starts_with('+')) begin(line_.substr(1));
       if (line_.starts_with('-')) paths_.erase(line_.substr(1));
+      if (line_.starts_with('=')) staying_ = line_.substr(1);
       line_.clear();
     }
     return true;
   }
 
+  // True when what was to stay has left its place for the time being: it has its name.
+  bool has_stayed() {
+    take_rest();
+    std::error_code error;
+    return !staying_.empty() &&
+           std::filesystem::symlink_status(staying_, error).type() == std::filesystem::file_type::not_found;
+  }
+
   void remove() {
-    pollfd readable{.fd = pipe_, .events = POLLIN, .revents = 0};
-    while (poll(&readable, 1, 0) == 1 && take()) {
-    }
+    take_rest();
     for (const std::string& path : paths_) {
       std::error_code error;
       std::filesystem::remove_all(path, error);
@@ -84,8 +91,20 @@ class Traces {
   }
 
  private:
+  void begin(const std::string& path) {
+    paths_.insert(path);
+    if (path == staying_) staying_.clear();
+  }
+
+  void take_rest() {
+    pollfd readable{.fd = pipe_, .events = POLLIN, .revents = 0};
+    while (poll(&readable, 1, 0) == 1 && take()) {
+    }
+  }
+
   int pipe_;
   std::string line_;
+  std::string staying_;
   std::set<std::string> paths_;
 };
 
@@ -132,6 +151,7 @@ class Worker {
   }
 
   bool is_asked() const { return is_asked_; }
+  bool has_left_something() { return traces_.has_stayed(); }
   void clear_up() { traces_.remove(); }
 
  private:
@@ -180,21 +200,27 @@ class Worker {
   std::optional<Clock::time_point> limit_;
 };
 
-int status_of(const Worker& worker, std::optional<int> ended, int failed) {
+// `is_written` is true when what it was to write is there whole.
+int status_of(const Worker& worker, std::optional<int> ended, bool is_written, Statuses statuses) {
   if (ended && WIFEXITED(*ended)) return WEXITSTATUS(*ended);
   if (isatty(STDERR_FILENO) == 1) std::cerr << "\r\033[K";
+  if (is_written) {
+    std::cerr << "brindle-pack: ended before it could tell what is left out; the archive is there whole, and "
+                 "\"left out.tsv\" in it tells that\n";
+    return statuses.untold;
+  }
   if (worker.is_asked()) {
     std::cerr << "brindle-pack: stopped; nothing is written\n";
   } else {
     std::cerr << "brindle-pack: it was ended by signal " << WTERMSIG(*ended)
               << "; what it had begun to write is removed\n";
   }
-  return failed;
+  return statuses.failed;
 }
 
 }  // namespace
 
-int watched(const std::function<int()>& work, int failed) {
+int watched(const std::function<int()>& work, Statuses statuses) {
   const sigset_t asking = set_of_asking_signals();
   sigprocmask(SIG_BLOCK, &asking, nullptr);
   std::array<int, 2> pipe{};
@@ -206,13 +232,14 @@ int watched(const std::function<int()>& work, int failed) {
   if (id < 0) fail("fork");
   if (id == 0) {
     close(pipe[0]);
-    do_work(work, pipe[1], watcher, asking, failed);
+    do_work(work, pipe[1], watcher, asking, statuses.failed);
   }
   close(pipe[1]);
   Worker worker(id, pipe[0], signals);
   const auto ended = worker.wait();
+  const bool is_written = worker.has_left_something();
   worker.clear_up();
-  return status_of(worker, ended, failed);
+  return status_of(worker, ended, is_written, statuses);
 }
 
 }  // namespace pack

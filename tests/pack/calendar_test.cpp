@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <stdexcept>
+
 #include "pack/calendar/component.h"
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
@@ -11,6 +14,7 @@
 #include "pack/planner/content_line.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
+#include "support/commands.h"
 
 namespace {
 
@@ -169,6 +173,25 @@ TEST(Rules, ThatNoLibraryTakesAreNone) {
     EXPECT_EQ(pack::written_rule(rule, ""), "") << rule;
 }
 
+TEST(Rules, ComeADayLaterOrEarlier) {
+  EXPECT_EQ(pack::moved_rule("FREQ=WEEKLY;BYDAY=MO,SU", 1), "BYDAY=TU,MO;FREQ=WEEKLY;WKST=TU");
+  EXPECT_EQ(pack::moved_rule("FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,SU;WKST=SU", -1),
+            "BYDAY=SU,SA;FREQ=WEEKLY;INTERVAL=2;WKST=SA");
+  EXPECT_EQ(pack::moved_rule("FREQ=DAILY;COUNT=5", 1), "COUNT=5;FREQ=DAILY");
+  EXPECT_EQ(pack::moved_rule("FREQ=DAILY;BYDAY=FR", 1), "BYDAY=SA;FREQ=DAILY");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY", 1), "FREQ=MONTHLY");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYMONTHDAY=2,27", 1), "BYMONTHDAY=3,28;FREQ=MONTHLY");
+  EXPECT_EQ(pack::moved_rule("FREQ=YEARLY;BYMONTH=4;BYMONTHDAY=2", -1), "BYMONTH=4;BYMONTHDAY=1;FREQ=YEARLY");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYDAY=2TU", 0), "FREQ=MONTHLY;BYDAY=2TU");
+  for (const char* rule :
+       {"FREQ=MONTHLY;BYDAY=2TU", "FREQ=MONTHLY;BYDAY=TU;BYSETPOS=2", "FREQ=MONTHLY;BYMONTHDAY=28",
+        "FREQ=MONTHLY;BYMONTHDAY=-1", "FREQ=YEARLY;BYMONTH=4;BYDAY=TU", "FREQ=YEARLY;BYYEARDAY=5",
+        "FREQ=MONTHLY;BYMONTHDAY=13;BYDAY=FR", "FREQ=DAILY;BYMONTH=4"})
+    EXPECT_EQ(pack::moved_rule(rule, 1), "") << rule;
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYMONTHDAY=1", -1), "");
+  EXPECT_EQ(pack::moved_rule("FREQ=MONTHLY;BYMONTHDAY=30", -1), "");
+}
+
 TEST(Rules, AreFoldedWhereTheWizardWouldRewrite) {
   pack::Lines lines;
   lines.add_rule("FREQ=WEEKLY;INTERVAL=1;UNTIL=20051231T235959;BYDAY=TU");
@@ -245,6 +268,29 @@ TEST(Items, ThatComeAgainByAnotherClockAreTold) {
   EXPECT_FALSE(pack::component_of(item, "uid", berlin).is_approximate);
 }
 
+// Eight in the evening in New York is two in the night in Berlin.
+TEST(Items, ThatComeAgainOnAnotherDayOfThePersonsWeekMoveTheirRule) {
+  pack::CalendarItem item = weekly(Moment::zoned(nine + 11 * 3600, new_york));
+  item.recurrence.rule = "FREQ=WEEKLY;BYDAY=MO";
+  item.recurrence.until = Moment::day(pack::clock_seconds(2005, 5, 2));
+  auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, HasSubstr("\nDTSTART:20050419T020000\n"));
+  EXPECT_THAT(component.text, HasSubstr("UNTIL\n =20050503T055959;WKST=TU;BYDAY=TU\n"));
+  EXPECT_FALSE(component.is_simplified);
+  // In the morning of the next day there it is the night before here.
+  item.start = Moment::zoned(nine - 3 * 3600, "Asia/Tokyo");
+  component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, HasSubstr("\nDTSTART:20050417T230000\n"));
+  EXPECT_THAT(component.text, HasSubstr("UNTIL\n =20050502T165959;WKST=SU;BYDAY=SU\n"));
+  item.start = Moment::zoned(nine, new_york);
+  EXPECT_THAT(written(item), HasSubstr("BYDAY=MO\n"));
+  item.start = Moment::zoned(nine + 11 * 3600, new_york);
+  item.recurrence.rule = "FREQ=MONTHLY;BYDAY=3MO";
+  component = pack::component_of(item, "uid", berlin);
+  EXPECT_THAT(component.text, Not(HasSubstr("RRULE")));
+  EXPECT_TRUE(component.is_simplified);
+}
+
 TEST(Items, OfAnUnknownZoneAreTold) {
   for (const auto& item :
        {item_at(Moment::zoned(nine, "No/Where")), weekly(Moment::zoned(nine, "No/Where"))}) {
@@ -278,6 +324,70 @@ TEST(Items, ReplacedAndAddedTimesAreItemsOfTheirOwn) {
               HasSubstr("\nUID:uid-20050425T070000\nDTSTAMP:19700101T000000Z\nDTSTART:20050425T100000\n"));
   EXPECT_THAT(text, Not(HasSubstr("RECURRENCE-ID")));
   EXPECT_THAT(text, Not(HasSubstr("uid-2\n")));
+}
+
+// The times at which something of it begins.
+std::string starts_of(const pack::CalendarItem& item) {
+  std::string starts;
+  const std::string text = written(item);
+  constexpr std::size_t size = std::string_view("20050418T090000").size();
+  for (std::size_t at = 0; (at = text.find("\nDTSTART:", at)) != std::string::npos;)
+    starts += (starts.empty() ? "" : " ") + text.substr(at += 9, size);
+  return starts;
+}
+
+Moment in_berlin(unsigned month, unsigned day, int hour = 9) {
+  return Moment::zoned(pack::clock_seconds(2005, month, day, hour), "Europe/Berlin");
+}
+
+TEST(Items, DoNotComeOnAddedDaysThatAreLeftOut) {
+  pack::CalendarItem item = weekly(in_berlin(4, 18));
+  item.recurrence.added = {in_berlin(4, 20), in_berlin(4, 21), in_berlin(4, 22, 14), in_berlin(4, 23)};
+  EXPECT_EQ(starts_of(item),
+            "20050418T090000 20050420T090000 20050421T090000 20050422T140000 20050423T090000");
+  item.recurrence.excluded = {Moment::instant(pack::clock_seconds(2005, 4, 20, 7)),
+                              Moment::day(pack::clock_seconds(2005, 4, 22))};
+  pack::CalendarItem other = item_at(in_berlin(4, 21, 10));
+  other.replaces = in_berlin(4, 21);
+  item.exceptions = {other};
+  EXPECT_EQ(starts_of(item), "20050418T090000 20050423T090000 20050421T100000");
+}
+
+TEST(Items, WithoutARuleDoNotComeAtAStartThatIsLeftOut) {
+  pack::CalendarItem item = item_at(in_berlin(4, 18));
+  item.recurrence.added = {in_berlin(4, 18), in_berlin(4, 20)};
+  EXPECT_EQ(starts_of(item), "20050418T090000 20050420T090000");
+  item.recurrence.excluded = {Moment::day(pack::clock_seconds(2005, 4, 18))};
+  EXPECT_EQ(starts_of(item), "20050420T090000");
+  item.recurrence.excluded = {};
+  pack::CalendarItem other = item_at(in_berlin(4, 18, 10));
+  other.replaces = in_berlin(4, 18);
+  item.exceptions = {other};
+  EXPECT_EQ(starts_of(item), "20050420T090000 20050418T100000");
+  item.recurrence.added = {};
+  EXPECT_EQ(starts_of(item), "20050418T100000");
+  // A rule that no target takes cannot leave it out either.
+  item.recurrence.rule = "FREQ=OFTEN";
+  EXPECT_EQ(starts_of(item), "20050418T100000");
+  item.recurrence.rule = "FREQ=WEEKLY";
+  EXPECT_EQ(starts_of(item), "20050418T090000 20050418T100000");
+}
+
+TEST(Items, ThatComeOnceComeOnceWhateverIsLeftOut) {
+  pack::CalendarItem item = item_at(in_berlin(4, 18));
+  item.recurrence.excluded = {in_berlin(4, 18)};
+  EXPECT_EQ(starts_of(item), "20050418T090000");
+}
+
+TEST(Items, OfWholeDaysAreLeftOutLikeOthers) {
+  pack::CalendarItem item = item_at(Moment::day(pack::clock_seconds(2005, 4, 18)));
+  item.recurrence.added = {Moment::day(pack::clock_seconds(2005, 4, 20)),
+                           Moment::day(pack::clock_seconds(2005, 4, 21))};
+  item.recurrence.excluded = {Moment::day(pack::clock_seconds(2005, 4, 21))};
+  const std::string text = written(item);
+  EXPECT_THAT(text, HasSubstr("DTSTART;VALUE=DATE:20050418\n"));
+  EXPECT_THAT(text, HasSubstr("DTSTART;VALUE=DATE:20050420\n"));
+  EXPECT_THAT(text, Not(HasSubstr("DTSTART;VALUE=DATE:20050421\n")));
 }
 
 TEST(Items, HaveAlarmsInOneUnitBeforeTheStart) {
@@ -548,6 +658,20 @@ TEST(Collecting, DropsWhatCameBefore) {
   EXPECT_THAT(text, testing::EndsWith("\nEND:VEVENT\nEND:VCALENDAR\n"));
 }
 
+TEST(Collecting, TellsOneOfWhichEachDayWasTakenOut) {
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  pack::Calendar calendar(packing, "Europe/Berlin");
+  pack::CalendarItem item = item_at(in_berlin(4, 18));
+  item.recurrence.added = {in_berlin(4, 20)};
+  item.recurrence.excluded = {in_berlin(4, 18), in_berlin(4, 20)};
+  calendar.add(item, "a");
+  calendar.pack();
+  EXPECT_THAT(to.remarks(), ElementsAre("deleted a"));
+  EXPECT_EQ(to.tally.count(pack::Kind::events).packed, 0U);
+  EXPECT_THAT(to.parcel.content, IsEmpty());
+}
+
 TEST(Collecting, GivesItemsWithAVeryLongUidAShortOne) {
   Collected to;
   pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
@@ -583,6 +707,25 @@ TEST(Collecting, BringsTheFoldersThatARunLooksFor) {
               ElementsAre("Brindle/ImapMail/", "Brindle/ImapMail/Calendar/", "Brindle/ImapMail/Contacts/",
                           "Brindle/ImapMail/Tasks/", "Brindle/ImapMail/Tasks/tasks.ics",
                           "Brindle/ImapMail/brindle-email-accounts/"));
+}
+
+TEST(Collecting, HappensWhereCopiesLie) {
+  ASSERT_EQ(output_of("mkdir -p /mnt/small && mount -t tmpfs -o size=64k none /mnt/small && echo done"),
+            "done\n");
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  setenv("TMPDIR", "/mnt/small", 1);
+  for (const bool is_task : {false, true}) {
+    pack::Calendar calendar(packing, "");
+    pack::CalendarItem item = item_at(Moment::instant(nine));
+    item.is_task = is_task;
+    EXPECT_THROW(
+        for (int i = 0; i < 2000; ++i) {
+          item.title = std::to_string(i);
+          calendar.add(item, "a");
+        },
+        std::runtime_error);
+  }
 }
 
 TEST(Collecting, OfNothingPacksNothing) {

@@ -1,8 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
 #include "pack/contacts/vcard.h"
 #include "pack/databases.h"
+#include "pack/pack.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 #include "support/commands.h"
@@ -127,6 +132,42 @@ TEST(Contacts, OfThunderbirdBecomeAnAddressBook) {
   EXPECT_THAT(result.remarks(), ElementsAre("no-place " + profile + "abook.sqlite: Friends",
                                             "there-already " + profile + "history.sqlite"));
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts).packed, 3U);
+}
+
+// One that does not give the book back while it is packed.
+class Losing : public recorded::Parcel {
+ public:
+  explicit Losing(std::string command) : command_(std::move(command)) {}
+  void add_stream(const std::string& name, std::uint64_t most,
+                  const std::function<void(const pack::Writer& write)>& make) override {
+    if (name.ends_with("addressbook.db")) {
+      EXPECT_EQ(output_of("cd /tmp/copies/brindle-pack-* && " + command_ + " && echo done"), "done\n");
+    }
+    recorded::Parcel::add_stream(name, most, make);
+  }
+
+ private:
+  std::string command_;
+};
+
+TEST(Contacts, ThatCannotBeReadBackEndTheProgram) {
+  const windows::Disk folder;
+  make_database(folder, profile + "abook.sqlite",
+                tables + "INSERT INTO properties VALUES ('c1', 'DisplayName', 'Ann');");
+  std::filesystem::create_directory("/tmp/copies");
+  setenv("TMPDIR", "/tmp/copies", 1);
+  pack::Options options;
+  options.source = folder.path();
+  const pack::Disk disk = pack::disk_of(options);
+  const auto pack_with = [&](const std::string& command) {
+    Losing parcel(command);
+    pack::pack_all(parcel, disk, pack::chosen_people(disk, options), options);
+  };
+  EXPECT_NO_THROW(pack_with("true"));
+  EXPECT_THROW(pack_with("truncate -s -1 addressbook.db"), std::runtime_error);
+  EXPECT_THROW(pack_with("truncate -s 0 addressbook.db"), std::runtime_error);
+  EXPECT_THROW(pack_with("rm addressbook.db"), std::runtime_error);
+  EXPECT_THROW(pack_with("rm addressbook.db && mkdir addressbook.db"), std::runtime_error);
 }
 
 TEST(Contacts, WithoutAnAccountHaveTheFolderThatARunLooksFor) {

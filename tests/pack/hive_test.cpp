@@ -64,4 +64,100 @@ TEST(Hive, ThatHasNoRoomHereIsNotCalledUnreadable) {
   EXPECT_THROW(recorded::pack_disk(disk.path()), std::runtime_error);
 }
 
+// ---- Damage
+
+constexpr std::size_t first_page = 4096;  // the hive's places begin behind its head
+
+std::uint32_t number_at(const std::string& bytes, std::size_t place) {
+  std::uint32_t number = 0;
+  for (std::size_t byte = 4; byte > 0; --byte)
+    number = number << 8 | static_cast<unsigned char>(bytes[place + byte - 1]);
+  return number;
+}
+
+// Where the key of that name begins ("nk"), or the value ("vk"), of which there is one.
+std::size_t place_of(const std::string& hive, const std::string& kind, const std::string& name) {
+  const std::size_t head = kind == "nk" ? 76 : 20;
+  for (std::size_t at = 0; (at = hive.find(name, at)) != std::string::npos; ++at)
+    if (hive.compare(at - head, 2, kind) == 0) return at - head;
+  ADD_FAILURE() << name << " is not there";
+  return 0;
+}
+
+struct Damage {
+  const char* what;
+  std::size_t place;
+  std::string bytes;
+};
+
+// Of a key "Zed" with a key and a value in it.
+std::vector<Damage> damages_of(const std::string& hive, const std::string& above, const std::string& value) {
+  const std::string nowhere("\xF0\xFF\xFF\x00", 4);
+  const std::size_t key = place_of(hive, "nk", "Zed");
+  return {{"the key", key, "xx"},
+          {"the list of keys it stands in",
+           first_page + number_at(hive, place_of(hive, "nk", above) + 28) + 4, "xx"},
+          {"the place of that list", place_of(hive, "nk", above) + 28, nowhere},
+          {"the list of values", key + 40, nowhere},
+          {"the value", place_of(hive, "vk", value), "xx"},
+          {"the place of its bytes", place_of(hive, "vk", value) + 8, nowhere}};
+}
+
+TEST(DamagedHives, AreTold) {
+  const std::string whole = windows::hive({{R"(Network\Zed)", {{"RemotePath", R"(\\server\share)"}}},
+                                           {R"(Network\Zed\More)", {}},
+                                           {R"(Control Panel\Desktop)", {{"WallpaperStyle", "2"}}}});
+  for (const auto& [what, place, bytes] : damages_of(whole, "Network", "RemotePath")) {
+    const windows::Disk disk;
+    std::string hive = whole;
+    hive.replace(place, bytes.size(), bytes);
+    disk.add("Users/Ann/NTUSER.DAT", hive);
+    const auto result = recorded::pack_disk(disk.path());
+    EXPECT_THAT(result.remarks(), testing::Contains("registry-damaged Users/Ann/NTUSER.DAT")) << what;
+    EXPECT_TRUE(result.people.front().tally.has_losses());
+  }
+}
+
+TEST(DamagedHives, OfTheMachineAreTold) {
+  const std::string whole = windows::hive({{"Select", {{"Current", "1", windows::Value::dword}}},
+                                           {R"(ControlSet001\Control\Print\Printers\Zed)",
+                                            {{"Port", "LPT1:"}, {"Printer Driver", "Zed driver"}}}});
+  for (const auto& [what, place, bytes] : damages_of(whole, "Printers", "Printer Driver")) {
+    const windows::Disk disk;
+    disk.add_folder("Users/Ann");
+    std::string hive = whole;
+    hive.replace(place, bytes.size(), bytes);
+    disk.add("Windows/System32/config/SYSTEM", hive);
+    EXPECT_THAT(recorded::pack_disk(disk.path()).remarks(),
+                testing::Contains("registry-damaged Windows/System32/config/SYSTEM"))
+        << what;
+  }
+}
+
+TEST(DamagedHives, OfPrintersInTheNetworkAreTold) {
+  std::string hive = windows::hive({{R"(Printers\Connections\,,server,Zed)", {}}});
+  hive.replace(place_of(hive, "nk", ",,server,Zed"), 2, "xx");
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive);
+  disk.add_folder("Users/Bob");
+  const auto result = recorded::pack_disk(disk.path());
+  EXPECT_EQ(result.people.back().tally.count(pack::Kind::printers, pack::Cause::registry_damaged), 1U);
+}
+
+// Of what is not there, of another type, or has a name with letters that take more room than elsewhere.
+TEST(DamagedHives, AreNoneThatLackSomething) {
+  const windows::Disk disk;
+  std::string name;
+  for (int i = 0; i < 60; ++i) name += "ä€";
+  disk.add("Users/Ann/NTUSER.DAT",
+           windows::hive(
+               {{name, {{name, "x"}}},
+                {"Network\\" + name, {{"RemotePath", "1", windows::Value::dword}, {name, "x"}}},
+                {"Software\\" + name, {}},
+                {R"(Software\Microsoft)", {}},
+                {R"(Control Panel\Desktop)", {{name, "x"}, {"Wallpaper", "1", windows::Value::dword}}}}));
+  EXPECT_THAT(recorded::pack_disk(disk.path()).remarks(),
+              testing::Not(testing::Contains(testing::HasSubstr("registry-damaged"))));
+}
+
 }  // namespace

@@ -293,6 +293,7 @@ TEST(MailAccounts, LinesFitIntoAPiece) {
   EXPECT_GE(text.size() - begin, 124U);
   EXPECT_TRUE(text.ends_with("ä\r\n"));
   EXPECT_THAT(text, HasSubstr("Account Name=x ä"));
+  EXPECT_THAT(result.remarks(), ElementsAre(testing::EndsWith(": the end of the account's name")));
 }
 
 }  // namespace

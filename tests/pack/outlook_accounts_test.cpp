@@ -9,7 +9,9 @@ namespace {
 
 using recorded::pack_disk;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 using windows::Value;
 
 const std::string of_office = R"(Software\Microsoft\Office\16.0\Outlook\Profiles\Outlook\)";
@@ -52,8 +54,91 @@ TEST(OutlookAccounts, HaveAllTheirSettings) {
   const auto result = pack_disk(disk.path());
   ASSERT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt", "00000002.txt"));
   EXPECT_EQ(result.content.at(accounts::folder + "00000001.txt"), accounts::at_home);
-  EXPECT_EQ(result.content.at(accounts::folder + "00000002.txt"),
-            accounts::but_for(accounts::at_work, {"IMAP Port"}));
+  EXPECT_EQ(result.content.at(accounts::folder + "00000002.txt"), accounts::at_work);
+  EXPECT_THAT(result.remarks(), ElementsAre("partly-kept " + of_office + keys +
+                                            "00000003: Work: STARTTLS for smtp.work.example"));
+}
+
+// What one account of the protocol becomes with these further values, and what is said of it.
+struct Packed {
+  std::string file;
+  std::vector<std::string> lost;
+};
+Packed packed_with(const std::string& protocol, std::vector<Value> values) {
+  const windows::Disk disk;
+  values.push_back({.name = "Account Name", .data = "Mine"});
+  values.push_back({.name = protocol + " Server", .data = "in.example"});
+  values.push_back({.name = protocol + " User", .data = "ann"});
+  values.push_back({.name = "SMTP Server", .data = "out.example"});
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{of_office + keys + "00000001", values}}));
+  const auto result = pack_disk(disk.path());
+  const std::string begin = "partly-kept " + of_office + keys + "00000001: Mine: ";
+  std::vector<std::string> lost;
+  for (const std::string& remark : result.remarks())
+    lost.push_back(remark.starts_with(begin) ? remark.substr(begin.size()) : remark);
+  return {.file = result.content.at(accounts::folder + "00000001.txt"), .lost = lost};
+}
+
+TEST(OutlookAccounts, TellWhatAnArchiveHasNoWordFor) {
+  const auto number = [](const std::string& name, const std::string& data) {
+    return Value{.name = name, .data = data, .type = Value::dword};
+  };
+  const struct {
+    std::vector<Value> values;
+    std::vector<std::string> lost;
+  } cases[] = {{{}, {}},
+               {{number("POP3 Secure Connection", "2")}, {"STARTTLS for in.example"}},
+               {{number("POP3 Secure Connection", "3")}, {"STARTTLS for in.example"}},
+               {{number("POP3 Secure Connection", "1")}, {}},
+               {{number("POP3 Use SSL", "1")}, {}},
+               {{number("POP3 Use SPA", "1")}, {"SPA for in.example"}},
+               {{number("POP3 Use SPA", "0")}, {}},
+               {{number("SMTP Port", "25")}, {}},
+               {{number("SMTP Port", "587")}, {"port 587 for out.example"}},
+               {{number("SMTP Use SSL", "1"), number("SMTP Port", "465")}, {}},
+               {{number("SMTP Use SSL", "1"), number("SMTP Port", "25")}, {"port 25 for out.example"}},
+               {{number("SMTP Secure Connection", "2"), number("SMTP Port", "587")},
+                {"STARTTLS and port 587 for out.example"}},
+               {{number("SMTP Use SPA", "1")}, {"SPA for out.example"}},
+               {{number("SMTP Use Auth", "1"), {.name = "SMTP User", .data = "bob"}},
+                {"the login bob for out.example"}},
+               {{number("SMTP Use Auth", "1"), {.name = "SMTP User", .data = "ann"}}, {}},
+               {{number("SMTP Use Auth", "0"), {.name = "SMTP User", .data = "bob"}}, {}}};
+  for (const auto& [values, lost] : cases)
+    EXPECT_EQ(packed_with("POP3", values).lost, lost) << (values.empty() ? "" : values.front().name);
+  EXPECT_THAT(packed_with("IMAP", {number("IMAP Secure Connection", "2")}).lost,
+              ElementsAre("STARTTLS for in.example"));
+}
+
+// A run takes one that is missing for 110, even of IMAP.
+TEST(OutlookAccounts, HaveTheUsualPortWhereNoneIsNoted) {
+  const struct {
+    const char* protocol;
+    const char* secure;
+    const char* port;
+  } cases[] = {{"IMAP", "0", "143"}, {"IMAP", "1", "993"}, {"POP3", "0", "110"}, {"POP3", "1", "995"}};
+  for (const auto& [protocol, secure, port] : cases) {
+    const std::string name = protocol;
+    const Value use_ssl{.name = name + " Use SSL", .data = secure, .type = Value::dword};
+    const Value none{.name = name + " Port", .data = "0", .type = Value::dword};
+    for (const std::vector<Value>& values : {std::vector<Value>{use_ssl}, {use_ssl, none}})
+      EXPECT_THAT(packed_with(protocol, values).file, HasSubstr("\r\n" + name + " Port=" + port + "\r\n"));
+  }
+}
+
+// The same mailbox by both ways is set up as two accounts.
+TEST(OutlookAccounts, OfAnotherProtocolAreOthers) {
+  const windows::Disk disk;
+  const auto account = [](const std::string& protocol) {
+    return std::vector<Value>{{.name = "Account Name", .data = protocol},
+                              {.name = "Email", .data = "ann@home.example"},
+                              {.name = protocol + " Server", .data = "mail.home.example"},
+                              {.name = protocol + " User", .data = "ann"}};
+  };
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{of_office + keys + "00000001", account("POP3")},
+                                                  {of_office + keys + "00000002", account("IMAP")}}));
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt", "00000002.txt"));
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
@@ -117,6 +202,52 @@ TEST(OutlookAccounts, OfExchangeAreTold) {
   EXPECT_THAT(result.remarks(),
               ElementsAre("exchange ann@lee.example", "exchange a@lee.example", "exchange Phone"));
   EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
+// Services of all kinds have the same clsid.
+TEST(OutlookAccounts, OfServicesWithoutMailAreNotOfExchange) {
+  const windows::Disk disk;
+  const auto service = [](const std::string& account, const std::string& name) {
+    return std::vector<Value>{{.name = "Account Name", .data = account},
+                              {.name = "clsid", .data = "{ed475414-b0d6-11d2-8c3b-00104b2a6676}"},
+                              {.name = "Service Name", .data = name}};
+  };
+  disk.add("Users/Ann/NTUSER.DAT",
+           windows::hive({{of_office + keys + "00000001", service("Outlook Address Book", "CONTAB")},
+                          {of_office + keys + "00000002", service("Data File", "MSUPST MS")},
+                          {of_office + keys + "00000003", service("Old Data File", "MSPST MS")},
+                          {of_office + keys + "00000004", service("Directory", "EMABLT")},
+                          {of_office + keys + "00000005", service("Work", "MSEMS")}}));
+  EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre("no-place Directory", "exchange Work"));
+}
+
+TEST(OutlookSettings, ThatHaveNoPlaceAreTold) {
+  const windows::Disk disk;
+  const std::string programs = "Users/Ann/AppData/Roaming/Microsoft/";
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{R"(Software\Microsoft\Office\14.0\Common\General)",
+                                                   {{.name = "Signatures", .data = "Podpisy"}}}}));
+  disk.add(programs + "Signatures/Work.htm");
+  disk.add_folder(programs + "Signaturen");
+  disk.add(programs + "Podpisy/Work.htm");
+  disk.add(programs + "Outlook/Outlook.RWZ");
+  disk.add(programs + "Outlook/Outlook.srs");
+  const std::vector<std::string> signatures{"no-place " + programs + "Podpisy",
+                                            "no-place " + programs + "Signatures"};
+  const std::string rules = "no-place " + programs + "Outlook/Outlook.RWZ";
+  EXPECT_THAT(pack_disk(disk.path()).remarks(), UnorderedElementsAre(signatures[0], signatures[1], rules));
+  pack::Options options;
+  options.without = {pack::Kind::mail};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), UnorderedElementsAre(signatures[0], signatures[1]));
+  options.without = {pack::Kind::accounts};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), ElementsAre(rules));
+}
+
+TEST(OutlookSettings, ThatCannotBeListedAreToldOnce) {
+  const windows::Disk disk;
+  const std::string signatures = "Users/Ann/AppData/Roaming/Microsoft/Signatures";
+  disk.add(signatures + "/Work.htm");
+  EXPECT_THAT(pack_disk(pack::Disk(recorded::tree_with(disk.path(), signatures))).remarks(),
+              ElementsAre("unreadable " + signatures));
 }
 
 TEST(OutlookAccounts, AreLeftOutWhenNobodyWantsThem) {

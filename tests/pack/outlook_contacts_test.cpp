@@ -56,7 +56,7 @@ TEST(OutlookContacts, HaveAllThatTheyHave) {
                                       pst::text(named(0x8093), "/o=Lee/cn=ann"),
                                       pst::text(named(0x8094), "ann@work.example"),
                                       pst::text(named(0x80A3), "ann@third.example"),
-                                      pst::text(0x3003, "not@used.example"),
+                                      pst::text(0x3003, "ann@fourth.example"),
                                       pst::text(0x3A08, "1"),
                                       pst::text(0x3A1B, "2"),
                                       pst::text(0x3A09, "3"),
@@ -83,6 +83,8 @@ TEST(OutlookContacts, HaveAllThatTheyHave) {
                                       pst::text(0x3A63, "Other 3"),
                                       pst::text(0x3A16, "Lee & Sons"),
                                       pst::text(0x3A18, "Sales"),
+                                      pst::text(0x3A19, "Room 3"),
+                                      pst::text(0x3A46, "Joiner"),
                                       pst::text(0x3A17, "Boss"),
                                       pst::text(named(0x802B), "http://lee.example"),
                                       pst::text(0x3A51, "http://not.used"),
@@ -97,16 +99,147 @@ TEST(OutlookContacts, HaveAllThatTheyHave) {
   EXPECT_EQ(
       cards_in(result),
       "FN:Dr. Ann Lee|N:Lee\\; x;Ann;B.;Dr.;Jr.|NICKNAME:Annie|EMAIL;TYPE=INTERNET:ann@home.example|"
-      "EMAIL;TYPE=INTERNET:ann@work.example|EMAIL;TYPE=INTERNET:ann@third.example|TEL;TYPE=WORK;TYPE=VOICE:1|"
+      "EMAIL;TYPE=INTERNET:ann@work.example|EMAIL;TYPE=INTERNET:ann@third.example|EMAIL;TYPE=INTERNET:ann@"
+      "fourth.example|TEL;TYPE=WORK;TYPE=VOICE:1|"
       "TEL;TYPE=WORK;TYPE=VOICE:2|TEL;TYPE=HOME;TYPE=VOICE:3|TEL;TYPE=HOME;TYPE=VOICE:4|TEL;TYPE=CELL:5|"
       "TEL;TYPE=WORK;TYPE=FAX:6|TEL;TYPE=HOME;TYPE=FAX:7|TEL;TYPE=PAGER:8|TEL;TYPE=PREF;TYPE=VOICE:9|"
       "TEL;TYPE=VOICE:10|ADR;TYPE=HOME:Box 1;;Main 1\\nBack;Berlin;BE;10115;Germany|ADR;TYPE=WORK:Box "
-      "2;;Office 2;Bonn;NW;53111;DE|ADR;TYPE=OTHER:;;Other 3;;;;|ORG:Lee & Sons;Sales|TITLE:Boss|"
+      "2;;Office 2;Bonn;NW;53111;DE|ADR;TYPE=OTHER:;;Other 3;;;;|ORG:Lee & Sons;Sales;Room "
+      "3|TITLE:Boss|ROLE:Joiner|"
       "URL:http://lee.example|BDAY:1970-05-09|NOTE:one\\ntwo|CATEGORIES:Friends,a\\,b|\n"
       "N:;Bob;;;|FN:Bob|EMAIL;TYPE=INTERNET:bob@home.example|ADR;TYPE=WORK:;;Street "
       "9;Bonn;;;|URL:http://bob.example|BDAY:1970-05-11|\n");
-  EXPECT_THAT(result.remarks(), IsEmpty());
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre(
+                  "partly-kept " + place + ": Contacts: Dr. Ann Lee: Mailing address, Second web page",
+                  "kept-as-file " + place));
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::contacts).packed, 2U);
+}
+
+// The names of what a contact with these properties has beside its name, and no line for.
+class Named {
+ public:
+  std::uint16_t of_contact(std::uint32_t number) { return file_.named(pst::contact_set, number); }
+  std::uint16_t of_all(std::uint32_t number) { return file_.named(pst::common_set, number); }
+
+  recorded::Result packed(pst::Properties properties) {
+    properties.push_back(pst::text(0x3001, "Ann"));
+    return pack(
+        file_, {{.name = "Contacts", .container = "IPF.Contact", .items = {contact(std::move(properties))}}});
+  }
+  std::string dropped(const pst::Properties& properties) {
+    const auto result = packed(properties);
+    const std::string head = "partly-kept " + place + ": Contacts: Ann: ";
+    std::string names;
+    for (const std::string& remark : result.remarks())
+      if (remark.starts_with(head)) names = remark.substr(head.size());
+    const bool is_kept = testing::Value(result.remarks(), Contains("kept-as-file " + place));
+    EXPECT_EQ(is_kept, !names.empty()) << names;
+    return names;
+  }
+
+ private:
+  pst::File file_;
+};
+
+constexpr std::int64_t no_day = 79870665600;  // in the year 4501, as Outlook has it
+
+TEST(OutlookContacts, NameEachThingThatHasNoLineAndKeepTheFile) {
+  Named ann;
+  EXPECT_EQ(ann.dropped({}), "");
+  const std::vector<std::pair<std::uint16_t, std::string>> texts{
+      {0x3A00, "Account"},
+      {0x3A07, "Government ID number"},
+      {0x3A0C, "Language"},
+      {0x3A0D, "Location"},
+      {0x3A10, "Organizational ID number"},
+      {0x3A2C, "Telex"},
+      {0x3A30, "Assistant's name"},
+      {0x3A43, "Hobbies"},
+      {0x3A47, "Referred by"},
+      {0x3A48, "Spouse"},
+      {0x3A49, "Computer network name"},
+      {0x3A4A, "Customer ID"},
+      {0x3A4C, "FTP site"},
+      {0x3A4E, "Manager's name"},
+      {ann.of_contact(0x802C), "Phonetic name"},
+      {ann.of_contact(0x802D), "Phonetic name"},
+      {ann.of_contact(0x802E), "Phonetic company"},
+      {ann.of_contact(0x804F), "User field 1"},
+      {ann.of_contact(0x8050), "User field 2"},
+      {ann.of_contact(0x8051), "User field 3"},
+      {ann.of_contact(0x8052), "User field 4"},
+      {ann.of_contact(0x8062), "IM address"},
+      {ann.of_contact(0x80D8), "Free/busy address"},
+      {ann.of_all(0x8534), "Mileage"},
+      {ann.of_all(0x8535), "Billing information"}};
+  for (const auto& [id, name] : texts) {
+    EXPECT_EQ(ann.dropped({pst::text(id, "x")}), name);
+    EXPECT_EQ(ann.dropped({pst::text(id, "")}), "") << name;
+  }
+  EXPECT_EQ(ann.dropped({pst::texts(0x3A58, {"Bob"}), pst::texts(ann.of_all(0x8539), {"Lee"}),
+                         pst::texts(ann.of_all(0x853A), {"Cid"})}),
+            "Children, Companies, Linked contacts");
+  EXPECT_EQ(ann.dropped({pst::number(0x3A4D, 1), pst::number(0x0036, 2), pst::number(0x1090, 2),
+                         pst::flag(ann.of_all(0x8503), true)}),
+            "Follow up, Gender, Private, Reminder");
+  EXPECT_EQ(ann.dropped({pst::number(0x3A4D, 0), pst::number(0x0036, 0), pst::number(0x1090, 0),
+                         pst::flag(ann.of_all(0x8503), false)}),
+            "");
+  EXPECT_EQ(ann.dropped({pst::time(0x3A41, 11055600)}), "Anniversary");
+  EXPECT_EQ(ann.dropped({pst::time(0x3A41, no_day)}), "");
+  EXPECT_EQ(ann.dropped({pst::binary(0x3A70, "certificate")}), "Certificates");
+  EXPECT_EQ(ann.dropped({pst::binary(ann.of_all(0x8540), std::string("\x03\x01\x01\0\0\0x", 7))}),
+            "Fields of one's own");
+  EXPECT_EQ(ann.dropped({pst::binary(ann.of_all(0x8540), std::string("\x03\x01\0\0\0\0", 6))}), "");
+}
+
+TEST(OutlookContacts, NameAddressesAndPagesThatHaveNoLine) {
+  Named ann;
+  EXPECT_EQ(ann.dropped({pst::text(ann.of_contact(0x8093), "/o=Lee/cn=ann")}),
+            "E-mail address without \"@\"");
+  EXPECT_EQ(ann.dropped({pst::text(ann.of_contact(0x802B), "a"), pst::text(0x3A51, "a")}), "");
+  EXPECT_EQ(ann.dropped({pst::text(0x3A51, "a"), pst::text(0x3A50, "b")}), "Second web page");
+  EXPECT_EQ(ann.dropped({pst::text(ann.of_contact(0x8005), "Lee"), pst::number(ann.of_contact(0x8006), -1)}),
+            "File as");
+  EXPECT_EQ(
+      ann.dropped({pst::text(ann.of_contact(0x8005), "Lee"), pst::number(ann.of_contact(0x8006), 0x8017)}),
+      "");
+}
+
+TEST(OutlookContacts, HaveTheAddressForMailOnceWhateverItIsOf) {
+  Named ann;
+  const auto card = [&](const pst::Properties& properties) {
+    const std::string text = cards_in(ann.packed(properties));
+    return text.substr(text.find("FN:Ann|") + 7);
+  };
+  EXPECT_EQ(card({pst::text(0x3A5D, "Main 1"), pst::text(0x3A59, "Berlin"), pst::text(0x3A29, "Main 1"),
+                  pst::text(0x3A27, "Berlin")}),
+            "ADR;TYPE=HOME:;;Main 1;Berlin;;;|\n");
+  EXPECT_EQ(card({pst::text(0x3A63, "Main 1"), pst::text(0x3A29, "Main 1")}),
+            "ADR;TYPE=OTHER:;;Main 1;;;;|\n");
+  EXPECT_EQ(card({pst::text(0x3A5D, "Main 1"), pst::text(0x3A29, "Box 2")}),
+            "ADR;TYPE=HOME:;;Main 1;;;;|ADR;TYPE=WORK:;;Box 2;;;;|\n");
+  const pst::Properties both{pst::text(ann.of_contact(0x8045), "Main 1"), pst::text(0x3A29, "Box 2")};
+  EXPECT_EQ(card(both), "ADR;TYPE=WORK:;;Main 1;;;;|\n");
+  EXPECT_EQ(ann.dropped(both), "Mailing address");
+}
+
+TEST(OutlookContacts, HaveAddressesThatStandInOnePiece) {
+  Named ann;
+  EXPECT_THAT(cards_in(ann.packed({pst::text(ann.of_contact(0x801A), "Main 1, Berlin"),
+                                   pst::text(ann.of_contact(0x801B), "Office 2"),
+                                   pst::text(ann.of_contact(0x801C), "Other 3")})),
+              HasSubstr("ADR;TYPE=HOME:;;Main 1\\, Berlin;;;;|ADR;TYPE=WORK:;;Office 2;;;;|"
+                        "ADR;TYPE=OTHER:;;Other 3;;;;|"));
+  EXPECT_THAT(cards_in(ann.packed({pst::text(0x3A15, "Main 1")})), HasSubstr("ADR;TYPE=WORK:;;Main 1;;;;|"));
+}
+
+TEST(OutlookContacts, HaveTheTextOfTheirHtml) {
+  Named ann;
+  EXPECT_THAT(cards_in(ann.packed({pst::binary(0x1013, "<p>one</p><p>two</p>")})),
+              HasSubstr("NOTE:one\\ntwo|"));
+  EXPECT_EQ(ann.dropped({pst::binary(0x1009, "damaged")}), "Notes");
 }
 
 TEST(OutlookContacts, OfAllFoldersAndProgramsAreThereOnce) {

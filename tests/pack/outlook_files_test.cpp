@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -93,6 +94,23 @@ TEST(OutlookFiles, AreFoundWhereAProfileSaysTheyAre) {
   EXPECT_THAT(result.remarks(),
               UnorderedElementsAre("elsewhere E:\\far.pst", "unpacked Users/Ann/Own/two.pst",
                                    "unpacked Mail/one.pst", "unpacked Mail/three.ost"));
+}
+
+TEST(OutlookFiles, OnADriveThatIsNotGivenAreToldOnceWhateverIsWanted) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT",
+           windows::hive({{R"(Software\Microsoft\Office\16.0\Outlook\Profiles\Mine\aaaa)",
+                           {{.name = "001e6700", .data = R"(E:\far.pst)"}}}}));
+  using pack::Kind;
+  const std::string told = "elsewhere E:\\far.pst";
+  pack::Options options;
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), ElementsAre(told));
+  for (const Kind kind : {Kind::mail, Kind::contacts, Kind::events, Kind::tasks, Kind::notes}) {
+    options.without.insert(kind);
+    const auto result = pack_disk(disk.path(), options);
+    EXPECT_THAT(result.remarks(), ElementsAre(told)) << name_of(kind);
+    EXPECT_TRUE(result.people.front().tally.has_losses());
+  }
 }
 
 TEST(OutlookFiles, StayOutOfTheDocumentsWhenAllOfThemIsUnpacked) {
@@ -321,6 +339,91 @@ TEST(DamagedOutlookFiles, OfAnyKindNeitherEndTheProgramNorAreSilent) {
   }
 }
 
+struct Stored {
+  std::string bytes;
+  std::size_t place;  // of a byte that only the reading of the second message needs
+};
+Stored three_messages() {
+  pst::File file;
+  file.folders = {{.name = "Inbox", .items = {message("one"), message("two"), message("three")}}};
+  // So much that its block has pages of its own.
+  for (pst::Item& item : file.folders[0].items)
+    item.properties.push_back(pst::binary(0x6000, std::string(1900, 'x')));
+  for (pst::Item& item : file.folders[0].items)
+    item.properties.push_back(pst::binary(0x6001, std::string(1900, 'y')));
+  for (pst::Item& item : file.folders[0].items)
+    item.properties.push_back(pst::binary(0x6002, std::string(1900, 'z')));
+  const std::string bytes = file.bytes();
+  const auto block = file.block_with(std::string("t\0w\0o\0", 6), bytes);
+  return {.bytes = bytes, .place = file.blocks[block.value()].at + file.blocks[block.value()].size / 2};
+}
+
+// A disk on which one byte of a file cannot be read once, when it is asked for the n-th time. All processes
+// of ours count together.
+class Shaky : public pack::Tree {
+ public:
+  Shaky(const std::string& path, std::string file, std::size_t place, int bad_time)
+      : tree_(pack::folder_tree(path)),
+        file_(std::move(file)),
+        place_(place),
+        bad_time_(bad_time),
+        times_(static_cast<int*>(
+            mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
+  std::vector<pack::Entry> list(const std::string& folder) const override { return tree_->list(folder); }
+  std::unique_ptr<pack::Content> open(const std::string& file) const override {
+    auto content = tree_->open(file);
+    if (file != file_) return content;
+    return std::make_unique<Reader>(std::move(content), *this);
+  }
+
+ private:
+  struct Reader : pack::Content {
+    Reader(std::unique_ptr<pack::Content> from, const Shaky& disk) : content(std::move(from)), tree(disk) {}
+    std::size_t read(char* to, std::size_t most) override {
+      if (at <= tree.place_ && tree.place_ < at + most && ++*tree.times_ == tree.bad_time_)
+        throw std::system_error(EIO, std::generic_category());
+      const std::size_t count = content->read(to, most);
+      at += count;
+      return count;
+    }
+    bool seek(std::uint64_t position) override {
+      at = position;
+      return content->seek(position);
+    }
+    std::unique_ptr<pack::Content> content;
+    const Shaky& tree;
+    std::size_t at = 0;
+  };
+
+  std::unique_ptr<pack::Tree> tree_;
+  std::string file_;
+  std::size_t place_;
+  int bad_time_;
+  int* times_;
+};
+
+// A folder that has two sources is read twice, and the second time counts.
+TEST(DamagedOutlookFiles, ThatLoseAMessageAtAnyTimeAreKeptAsTheyAre) {
+  const auto [bytes, place] = three_messages();
+  const windows::Disk disk;
+  disk.add(usual + "a.pst", bytes);
+  disk.add("Users/Ann/AppData/Roaming/Thunderbird/Profiles/x/Mail/Local Folders/Inbox",
+           "From - 1\nSubject: bird\n\nbird\n\n");
+  constexpr std::size_t all = 4;
+  int losses = 0;
+  for (int bad_time = 1; bad_time < 12; ++bad_time) {
+    const auto result =
+        pack_disk(pack::Disk(std::make_unique<Shaky>(disk.path(), usual + "a.pst", place, bad_time)));
+    if (messages_in(result) == all) continue;
+    ++losses;
+    EXPECT_THAT(result.remarks(), AllOf(Contains("kept-as-file " + usual + "a.pst"),
+                                        Not(Contains("unpacked " + usual + "a.pst"))))
+        << bad_time;
+    EXPECT_EQ(result.content.at(documents + "Outlook data files/a.pst"), bytes) << bad_time;
+  }
+  EXPECT_GT(losses, 0);
+}
+
 // ---- The process that reads
 
 // A tree with one file, whose reader may misbehave.
@@ -379,25 +482,6 @@ std::vector<std::string> subjects_in(const pack::Tree& tree, std::uint64_t size,
     for (const auto& item : store.items(folder)) subjects.push_back(store.item(item.id).text(0x0037));
   *is_damaged = blocks.is_damaged();
   return subjects;
-}
-
-struct Stored {
-  std::string bytes;
-  std::size_t place;  // of a byte that only the reading of the second message needs
-};
-Stored three_messages() {
-  pst::File file;
-  file.folders = {{.name = "Inbox", .items = {message("one"), message("two"), message("three")}}};
-  // So much that its block has pages of its own.
-  for (pst::Item& item : file.folders[0].items)
-    item.properties.push_back(pst::binary(0x6000, std::string(1900, 'x')));
-  for (pst::Item& item : file.folders[0].items)
-    item.properties.push_back(pst::binary(0x6001, std::string(1900, 'y')));
-  for (pst::Item& item : file.folders[0].items)
-    item.properties.push_back(pst::binary(0x6002, std::string(1900, 'z')));
-  const std::string bytes = file.bytes();
-  const auto block = file.block_with(std::string("t\0w\0o\0", 6), bytes);
-  return {.bytes = bytes, .place = file.blocks[block.value()].at + file.blocks[block.value()].size / 2};
 }
 
 TEST(OutlookReader, ThatDiesLosesOneMessage) {

@@ -73,6 +73,9 @@ TEST(OutlookMail, KeepsItsTreeOfFolders) {
       {.name = "Grüße", .items = {message("eight"), message("nine")}},
       {.name = "", .items = {message("ten")}},
       {.name = "x.sbd", .items = {message("eleven")}},
+      {.name = ".NET",
+       .items = {message("twelve")},
+       .folders = {{.name = ".x", .items = {message("thirteen")}}}},
   };
   file.inbox = 0;
   file.sent = 1;
@@ -83,12 +86,12 @@ TEST(OutlookMail, KeepsItsTreeOfFolders) {
   EXPECT_THAT(
       result.files_below(mail),
       UnorderedElementsAre("Inbox", "Inbox.sbd/Work", "Inbox.sbd/Work.sbd/v1.2_a", "Inbox.sbd/Work.sbd/Empty",
-                           "Sent", "Outbox", "Drafts", "Grüße", "Folder", "x_sbd"));
+                           "Sent", "Outbox", "Drafts", "Grüße", "Folder", "x_sbd", "_NET", "_NET.sbd/_x"));
   EXPECT_EQ(result.content.at(mail + "Inbox"), packed("one") + packed("two"));
   EXPECT_EQ(result.content.at(mail + "Inbox.sbd/Work.sbd/v1.2_a"), packed("four"));
   EXPECT_EQ(result.content.at(mail + "Outbox"), "");
   EXPECT_EQ(result.content.at(mail + "Sent"), packed("five") + packed("six"));
-  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 11U);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 13U);
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "pack/calendars.h"
@@ -69,19 +70,25 @@ struct Series {
   std::string behind = little(0, 4);
   std::uint32_t start = 9 * 60, finish = 10 * 60 + 30;
   std::uint32_t version = 0x3009;
+  int calendar = 0;
+  std::uint32_t after_done = 0;
 
-  std::string bytes() const {
+  // Of a task there is no more.
+  std::string head() const {
     std::string all = little(0x3004, 2) + little(0x3004, 2) + little(static_cast<unsigned>(unit), 2) +
-                      little(static_cast<unsigned>(pattern), 2) + little(0, 2) + little(0, 4) +
-                      little(period, 4) + little(0, 4);
+                      little(static_cast<unsigned>(pattern), 2) + little(static_cast<unsigned>(calendar), 2) +
+                      little(0, 4) + little(period, 4) + little(after_done, 4);
     for (const std::uint32_t number : specific) all += little(number, 4);
     all += little(end, 4) + little(times, 4) + little(first_of_week, 4);
     for (const auto* list : {&left_out, &changed}) {
       all += little(list->size(), 4);
       for (const std::uint32_t one : *list) all += little(one, 4);
     }
-    all += little(first, 4) + little(last, 4) + little(0x3006, 4) + little(version, 4) + little(start, 4) +
-           little(finish, 4);
+    return all + little(first, 4) + little(last, 4);
+  }
+  std::string bytes() const {
+    const std::string all =
+        head() + little(0x3006, 4) + little(version, 4) + little(start, 4) + little(finish, 4);
     return all + (exceptions.empty() ? little(0, 2) : exceptions) + behind + little(0, 4);
   }
 };
@@ -136,6 +143,18 @@ TEST(OutlookRules, OfYears) {
 TEST(OutlookRules, OfOtherCalendarsAreNone) {
   EXPECT_EQ(rule_of({.unit = monthly, .pattern = 0xA, .specific = {12}}), "none");
   EXPECT_EQ(rule_of({.unit = monthly, .pattern = 0xB, .specific = {1, 1}}), "none");
+  for (const int lunar : {0x6, 0x8, 0xE, 0xF, 0x10, 0x11, 0x12, 0x13, 0x17, 0x99}) {
+    EXPECT_EQ(rule_of({.unit = monthly, .pattern = 2, .specific = {12}, .calendar = lunar}), "none");
+    EXPECT_EQ(rule_of({.unit = yearly, .pattern = 3, .period = 12, .specific = {1, 1}, .calendar = lunar}),
+              "none");
+    EXPECT_EQ(rule_of({.unit = monthly, .pattern = 4, .specific = {31}, .calendar = lunar}), "none");
+    EXPECT_EQ(rule_of({.calendar = lunar}), "FREQ=WEEKLY;INTERVAL=1;BYDAY=TU");
+    EXPECT_EQ(rule_of({.unit = daily, .pattern = 0, .period = 1440, .specific = {}, .calendar = lunar}),
+              "FREQ=DAILY;INTERVAL=1");
+  }
+  for (const int ours : {0, 1, 2, 3, 4, 5, 7, 9, 0xA, 0xB, 0xC})
+    EXPECT_EQ(rule_of({.unit = monthly, .pattern = 2, .specific = {12}, .calendar = ours}),
+              "FREQ=MONTHLY;INTERVAL=1;BYMONTHDAY=12");
   EXPECT_FALSE(pack::outlook_recurrence("no rule"));
   EXPECT_FALSE(pack::outlook_recurrence(""));
 }
@@ -146,6 +165,14 @@ TEST(OutlookRules, HaveAnEnd) {
   EXPECT_EQ(ends->rule, "FREQ=WEEKLY;INTERVAL=1;BYDAY=TU");
   EXPECT_EQ(rule_of({.end = 0x2022, .times = 7}), "FREQ=WEEKLY;INTERVAL=1;BYDAY=TU;COUNT=7");
   EXPECT_FALSE(pack::outlook_recurrence(Series{}.bytes())->last_day);
+}
+
+TEST(OutlookRules, OfTasksEndBehindThePattern) {
+  const auto recurrence = pack::outlook_recurrence(Series{.left_out = {minutes(2005, 4, 19)}}.head());
+  ASSERT_TRUE(recurrence);
+  EXPECT_TRUE(recurrence->is_whole);
+  EXPECT_THAT(recurrence->left_out, ElementsAre(utc(2005, 4, 19)));
+  EXPECT_FALSE(pack::outlook_recurrence(Series{.changed = {minutes(2005, 4, 19)}}.head())->is_whole);
 }
 
 TEST(OutlookRules, ThatEndAnywhereAreNoneOrSaySo) {
@@ -197,6 +224,12 @@ class Planner {
     more.push_back(pst::binary(of_appointment(0x8216), series.bytes()));
     more.push_back(zone("W. Europe Standard Time"));
     return appointment(name, utc(2005, 4, 12, 7), utc(2005, 4, 12, 8, 30), more);
+  }
+  // One that does not say by whose clock, and begins at an instant.
+  pst::Item series_at(const std::string& name, const Series& series, std::int64_t start,
+                      pst::Properties more = {}) {
+    more.push_back(pst::binary(of_appointment(0x8216), series.bytes()));
+    return appointment(name, start, start + 5400, more);
   }
   pst::Item task(const std::string& name, pst::Properties more) {
     more.insert(more.end(), {pst::text(0x001A, "IPM.Task"), pst::text(0x0037, name), uid(name)});
@@ -271,6 +304,46 @@ TEST(OutlookAppointments, OfWholeDaysHaveDays) {
               testing::IsSupersetOf({"DTSTART;VALUE=DATE:20050709", "DTEND;VALUE=DATE:20050710"}));
 }
 
+// Outlook's names for a meeting: that of all of its times, and that of one of them, which has the day.
+std::string name_of_meeting(int year, int month, int day_of_month, const std::string& own) {
+  return std::string(16, 'g') + static_cast<char>(year >> 8) + static_cast<char>(year) +
+         static_cast<char>(month) + static_cast<char>(day_of_month) + std::string(16, 'g') +
+         little(own.size(), 4) + own;
+}
+
+TEST(OutlookAppointments, OfOneSeriesToWhichSomebodyIsInvitedOnceEachAreAllThere) {
+  using namespace std::string_literals;
+  Planner planner;
+  const std::uint16_t of_all = planner.file().named(pst::meeting_set, 0x23);
+  const std::uint16_t of_one = planner.file().named(pst::meeting_set, 0x03);
+  const auto single = [&](const std::string& own, int month, int day) {
+    const std::int64_t start = utc(2005, static_cast<unsigned>(month), static_cast<unsigned>(day), 7);
+    return pst::Item{.properties = {pst::text(0x001A, "IPM.Appointment"), pst::text(0x0037, "tour"),
+                                    pst::binary(of_all, name_of_meeting(0, 0, 0, own)),
+                                    pst::binary(of_one, name_of_meeting(2005, month, day, own)),
+                                    pst::time(planner.of_appointment(0x820D), start)}};
+  };
+  const std::string foreign = "vCal-Uid\x01\0\0\0tour\0"s;
+  const auto result = planner.pack({single(foreign, 4, 19), single(foreign, 4, 26), single(foreign, 4, 19),
+                                    single("own", 4, 19), single("own", 5, 19), single("own", 5, 19)});
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 4U);
+  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + place + ": Calendar: tour",
+                                            "there-already " + place + ": Calendar: tour"));
+  EXPECT_THAT(lines_of(result, calendar_file, "tour-07D50413"), Contains("DTSTART:20050419T090000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "tour-07D5041A"), Contains("DTSTART:20050426T090000"));
+}
+
+TEST(OutlookAppointments, WithoutADayHaveTheNameOfAllTimes) {
+  Planner planner;
+  const std::uint16_t of_one = planner.file().named(pst::meeting_set, 0x03);
+  const std::int64_t start = utc(2005, 4, 18, 7);
+  const auto result = planner.pack(
+      {planner.appointment("one", start, start, {pst::binary(of_one, name_of_meeting(0, 0, 0, "other"))}),
+       planner.appointment("short", start, start, {pst::binary(of_one, "short")})});
+  EXPECT_THAT(lines_of(result, calendar_file, "one"), Contains("SUMMARY:one"));
+  EXPECT_THAT(lines_of(result, calendar_file, "short"), Contains("SUMMARY:short"));
+}
+
 TEST(OutlookAppointments, ComeAgainByTheClockOfTheirZone) {
   Planner planner;
   const auto result = planner.pack(
@@ -291,6 +364,40 @@ TEST(OutlookAppointments, ComeAgainByTheClockOfTheirZone) {
               testing::IsSupersetOf({"DTSTART;VALUE=DATE:20050412", "DTEND;VALUE=DATE:20050413",
                                      "RRULE:FREQ=YEARLY;INTERVAL=1;BYMONTH=4;BYMONTHDAY=12"}));
   EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookAppointments, ThatDoNotSayByWhoseClockHaveTheOneThatShowedTheirStart) {
+  Planner planner;
+  const Series winter{.left_out = {minutes(2005, 1, 18)}, .first = minutes(2005, 1, 11)};
+  const auto result = planner.pack(
+      {planner.series_at("home", {}, utc(2005, 4, 12, 7)),
+       planner.series_at("new york", {.left_out = {minutes(2005, 4, 19)}}, utc(2005, 4, 12, 13)),
+       planner.series_at("own zone", winter, utc(2005, 1, 11, 14), {planner.zone("Customized Time Zone")}),
+       planner.series_at("kolkata", {}, utc(2005, 4, 12, 3, 30)),
+       // Shorter than the time between the changes of two clocks.
+       planner.series_at("soon over", {.end = 0x2021, .last = minutes(2005, 4, 26)}, utc(2005, 4, 12, 13))});
+  EXPECT_THAT(lines_of(result, calendar_file, "home"), Contains("DTSTART:20050412T090000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "new york"),
+              ElementsAre("DTSTART:20050412T150000", "DTEND:20050412T163000", "SUMMARY:new york",
+                          "CLASS:PUBLIC", "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU", "EXDATE:20050419T150000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "own zone"),
+              testing::IsSupersetOf({"DTSTART:20050111T150000", "EXDATE:20050118T150000"}));
+  EXPECT_THAT(lines_of(result, calendar_file, "kolkata"), Contains("DTSTART:20050412T053000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "soon over"), Contains("DTSTART:20050412T150000"));
+  const std::string calendar = place + ": Calendar: ";
+  EXPECT_THAT(
+      result.remarks(),
+      UnorderedElementsAre("other-clock " + calendar + "new york", "other-clock " + calendar + "own zone",
+                           "other-clock " + calendar + "kolkata", "other-clock " + calendar + "soon over",
+                           "kept-as-file " + place));
+}
+
+TEST(OutlookAppointments, WhoseStartIsThatOfNoClockKeepTheirHourAndAreTold) {
+  Planner planner;
+  const auto result = planner.pack({planner.series_at("later", {}, utc(2005, 4, 14, 7))});
+  EXPECT_THAT(lines_of(result, calendar_file, "later"), Contains("DTSTART:20050412T090000"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("simplified " + place + ": Calendar: later", "kept-as-file " + place));
 }
 
 std::string exception_head(std::uint32_t start, std::uint32_t end, std::uint32_t replaces, unsigned changes) {
@@ -336,6 +443,68 @@ TEST(OutlookAppointments, AreOtherwiseWhereTheirOwnerSaidSo) {
               ElementsAre("DTSTART:20050426T090000", "DTEND:20050426T093000", "SUMMARY:tour", "LOCATION:Quay",
                           "CLASS:PUBLIC", "BEGIN:VALARM", "ACTION:DISPLAY", "DESCRIPTION:tour",
                           "TRIGGER;VALUE=DURATION:-PT45M", "END:VALARM"));
+}
+
+// A series with one changed time, of which the rule says `changes`, and the hidden attachment with that time.
+pst::Item series_with(Planner& planner, unsigned changes, const std::string& values,
+                      const pst::Item& changed) {
+  const std::uint32_t start = minutes(2005, 4, 19, 11);
+  const std::string exceptions =
+      little(1, 2) + exception_head(start, start + 60, minutes(2005, 4, 19, 9), changes) + values;
+  pst::Item item = planner.series("tour", {.left_out = {minutes(2005, 4, 19)},
+                                           .changed = {minutes(2005, 4, 19)},
+                                           .exceptions = exceptions,
+                                           .behind = little(0, 4) + little(0, 4) + little(0, 4)});
+  item.recipients = {{pst::text(0x3003, "ann@home.example")}, {pst::text(0x3003, "bob@home.example")}};
+  item.attachments = {
+      {.properties = {pst::number(0x7FFD, 2), pst::flag(0x7FFE, true), pst::number(0x3705, 5)},
+       .message = {changed}}};
+  return item;
+}
+
+pst::Item changed_time(const std::vector<std::string>& people) {
+  pst::Item item{.properties = {pst::text(0x001A, "IPM.OLE.CLASS.{00061055-0000-0000-C000-000000000046}"),
+                                pst::text(0x0037, "tour")}};
+  for (const std::string& address : people) item.recipients.push_back({pst::text(0x3003, address)});
+  return item;
+}
+
+TEST(OutlookAppointments, AreWholeWithTimesThatWereMoved) {
+  const std::vector<std::string> same{"bob@home.example", "ann@home.example"};
+  for (const pst::Item& changed : {changed_time({}), changed_time(same)}) {
+    Planner planner;
+    const auto result = planner.pack({series_with(planner, 0, "", changed)});
+    EXPECT_THAT(lines_of(result, calendar_file, "tour-20050419T090000"), Contains("DTSTART:20050419T110000"));
+    EXPECT_THAT(result.remarks(), IsEmpty());
+  }
+}
+
+TEST(OutlookAppointments, WithMoreToAChangedTimeAreTold) {
+  pst::Item with_file = changed_time({});
+  with_file.attachments = {{.properties = {pst::text(0x3707, "a.txt"), pst::binary(0x3701, "a")}}};
+  struct Case {
+    unsigned changes;
+    std::string values;
+    pst::Item changed;
+  };
+  const std::vector<Case> cases{{0x200, "", changed_time({})},
+                                {0x002, little(1, 4), changed_time({})},
+                                {0x040, little(1, 4), changed_time({})},
+                                {0, "", changed_time({"ann@home.example"})},
+                                {0, "", with_file}};
+  for (const auto& [changes, values, changed] : cases) {
+    Planner planner;
+    EXPECT_THAT(planner.pack({series_with(planner, changes, values, changed)}).remarks(),
+                UnorderedElementsAre("simplified " + place + ": Calendar: tour", "kept-as-file " + place))
+        << changes;
+  }
+  Planner planner;
+  EXPECT_THAT(planner.pack({series_with(planner, 0x040, little(0, 4), changed_time({}))}).remarks(),
+              IsEmpty());
+  // An attachment of that form which is none of a changed time.
+  pst::Item forwarded = planner.series("tour", {});
+  forwarded.attachments = {{.properties = {pst::number(0x3705, 5)}, .message = {changed_time({})}}};
+  EXPECT_THAT(planner.pack({forwarded}).remarks(), Contains("simplified " + place + ": Calendar: tour"));
 }
 
 // Half an hour later on each of so many days from the first one on.
@@ -406,29 +575,86 @@ TEST(OutlookAppointments, WithFilesAreTold) {
               UnorderedElementsAre("simplified " + place + ": Calendar: with", "kept-as-file " + place));
 }
 
+// RTF as Outlook keeps it when that saves nothing.
+std::string kept_rtf(const std::string& rtf) {
+  return little(rtf.size() + 12, 4) + little(rtf.size(), 4) + "MELA" + little(0, 4) + rtf;
+}
+
+TEST(OutlookAppointments, HaveTheTextOfTheirHtmlOrRtf) {
+  Planner planner;
+  const std::int64_t start = utc(2005, 4, 18, 7);
+  const std::string rtf = "{\\rtf1\\ansi one\\par two\\par}";
+  const std::string wrapped = "{\\rtf1\\ansi\\fromhtml1 {\\*\\htmltag <p>}one{\\*\\htmltag </p><p>}two}";
+  const std::string html = "<p>one</p><p>caf\xE9</p>";
+  const std::string in_utf16 = wide("<p>one</p>");
+  const auto result = planner.pack(
+      {planner.appointment("html", start, start, {pst::binary(0x1013, html), pst::number(0x3FDE, 1252)}),
+       planner.appointment("untold", start, start, {pst::binary(0x1013, html)}),
+       planner.appointment("koi", start, start,
+                           {pst::binary(0x1013, "<p>\xC4\xC1</p>"), pst::number(0x3FDE, 20866)}),
+       planner.appointment("utf-8", start, start, {pst::binary(0x1013, "<p>caf\u00E9</p>")}),
+       planner.appointment("utf-16", start, start,
+                           {pst::binary(0x1013, in_utf16), pst::number(0x3FDE, 1200)}),
+       planner.appointment("text", start, start, {pst::text(0x1013, "<p>caf\u00E9</p>")}),
+       planner.appointment("rtf", start, start,
+                           {pst::text(0x1000, " \r\n"), pst::binary(0x1009, kept_rtf(rtf))}),
+       planner.appointment("wrapped", start, start, {pst::binary(0x1009, kept_rtf(wrapped))}),
+       planner.appointment("first", start, start, {pst::text(0x1000, "body"), pst::binary(0x1013, html)}),
+       planner.appointment("nothing", start, start, {pst::binary(0x1009, kept_rtf("{\\rtf1\\par}"))}),
+       planner.task("task", {pst::binary(0x1013, html)})});
+  const auto has = [&](const std::string& uid, const std::string& text) {
+    EXPECT_THAT(lines_of(result, uid == "task" ? tasks_file : calendar_file, uid),
+                Contains("DESCRIPTION:" + text))
+        << uid;
+  };
+  has("html", "one\\ncaf\u00E9");
+  has("untold", "one\\ncaf\u00E9");
+  has("koi", "\u0434\u0430");
+  has("utf-8", "caf\u00E9");
+  has("utf-16", "one");
+  has("text", "caf\u00E9");
+  has("rtf", "one\\ntwo");
+  has("wrapped", "one\\ntwo");
+  has("first", "body");
+  has("task", "one\\ncaf\u00E9");
+  EXPECT_THAT(lines_of(result, calendar_file, "nothing"), Not(Contains(HasSubstr("DESCRIPTION"))));
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookAppointments, WhoseTextCannotBeReadAreTold) {
+  const std::string calendar = place + ": Calendar: ";
+  for (const pst::Property& text :
+       {pst::binary(0x1009, "damaged"), pst::text(0x1000, std::string((std::size_t{2} << 20) + 1, 'x'))}) {
+    Planner planner;
+    const auto result =
+        planner.pack({planner.appointment("a", utc(2005, 4, 18, 7), utc(2005, 4, 18, 8), {text})});
+    EXPECT_THAT(result.remarks(),
+                UnorderedElementsAre("simplified " + calendar + "a", "kept-as-file " + place));
+  }
+}
+
 TEST(OutlookTasks, HaveAllThatTheyHave) {
   Planner planner;
   const double half = 0.5;
   std::string share(sizeof half, '\0');
   std::memcpy(share.data(), &half, sizeof half);
-  const auto result = planner.pack(
-      {planner.task("Insurance", {pst::time(planner.of_task(0x8104), utc(2005, 4, 1)),
-                                  pst::time(planner.of_task(0x8105), utc(2005, 4, 30)),
-                                  pst::number(planner.of_task(0x8101), 1),
-                                  {planner.of_task(0x8102), 5, share},
-                                  pst::number(0x0017, 0),
-                                  pst::text(0x1000, "call"),
-                                  pst::flag(planner.of_all(0x8503), true),
-                                  pst::time(planner.of_all(0x8502), utc(2005, 4, 29, 20))}),
-       planner.task("Done", {pst::number(planner.of_task(0x8101), 2),
-                             pst::time(planner.of_task(0x810F), utc(2005, 3, 14, 16, 15))}),
-       planner.task("Later", {pst::number(planner.of_task(0x8101), 4),
-                              pst::time(planner.of_task(0x8105), utc(2005, 5, 10))}),
-       planner.task(
-           "Bins",
-           {pst::time(planner.of_task(0x8104), utc(2005, 4, 12)),
-            pst::time(planner.of_task(0x8105), utc(2005, 4, 12)), pst::flag(planner.of_task(0x8126), true),
-            pst::binary(planner.of_task(0x8116), Series{.start = 0, .finish = 0}.bytes())})});
+  const auto result =
+      planner.pack({planner.task("Insurance", {pst::time(planner.of_task(0x8104), utc(2005, 4, 1)),
+                                               pst::time(planner.of_task(0x8105), utc(2005, 4, 30)),
+                                               pst::number(planner.of_task(0x8101), 1),
+                                               {planner.of_task(0x8102), 5, share},
+                                               pst::number(0x0017, 0),
+                                               pst::text(0x1000, "call"),
+                                               pst::flag(planner.of_all(0x8503), true),
+                                               pst::time(planner.of_all(0x8502), utc(2005, 4, 29, 20))}),
+                    planner.task("Done", {pst::number(planner.of_task(0x8101), 2),
+                                          pst::time(planner.of_task(0x810F), utc(2005, 3, 14, 16, 15))}),
+                    planner.task("Later", {pst::number(planner.of_task(0x8101), 4),
+                                           pst::time(planner.of_task(0x8105), utc(2005, 5, 10))}),
+                    planner.task("Bins", {pst::time(planner.of_task(0x8104), utc(2005, 4, 12)),
+                                          pst::time(planner.of_task(0x8105), utc(2005, 4, 12)),
+                                          pst::flag(planner.of_task(0x8126), true),
+                                          pst::binary(planner.of_task(0x8116), Series{}.head())})});
   EXPECT_THAT(lines_of(result, tasks_file, "Insurance"),
               ElementsAre("DTSTART;VALUE=DATE:20050401", "DUE;VALUE=DATE:20050430", "SUMMARY:Insurance",
                           "DESCRIPTION:call", "PRIORITY:9", "STATUS:IN-PROCESS", "CLASS:PUBLIC",
@@ -442,6 +668,53 @@ TEST(OutlookTasks, HaveAllThatTheyHave) {
               ElementsAre("DTSTART;VALUE=DATE:20050412", "DUE;VALUE=DATE:20050412", "SUMMARY:Bins",
                           "STATUS:NEEDS-ACTION", "CLASS:PUBLIC", "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU"));
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::tasks).packed, 4U);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookTasks, ThatComeAgainStandWhereTheyComeNext) {
+  Planner planner;
+  const auto weekly_task = [&](const std::string& name, const Series& series, pst::Properties times) {
+    times.push_back(pst::flag(planner.of_task(0x8126), true));
+    times.push_back(pst::binary(planner.of_task(0x8116), series.head()));
+    return planner.task(name, times);
+  };
+  const auto start = [&](unsigned month, unsigned day) {
+    return pst::time(planner.of_task(0x8104), utc(2010, month, day));
+  };
+  const auto due = [&](unsigned month, unsigned day) {
+    return pst::time(planner.of_task(0x8105), utc(2010, month, day));
+  };
+  const Series counted{.end = 0x2022, .times = 10, .last = minutes(2010, 7, 13)};
+  Series never_told = counted;
+  never_told.last = 0x5AE980DF;
+  const auto result =
+      planner.pack({weekly_task("both", {}, {start(4, 13), due(4, 14)}), weekly_task("due", {}, {due(4, 14)}),
+                    weekly_task("none", {}, {}), weekly_task("counted", counted, {start(4, 13), due(4, 13)}),
+                    weekly_task("never told", never_told, {start(4, 13), due(4, 13)}),
+                    weekly_task("after done", {.after_done = 1}, {start(4, 13)})});
+  const std::string weekly_rule = "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU";
+  EXPECT_THAT(lines_of(result, tasks_file, "both"),
+              testing::IsSupersetOf({std::string("DTSTART;VALUE=DATE:20100413"),
+                                     std::string("DUE;VALUE=DATE:20100414"), weekly_rule}));
+  EXPECT_THAT(lines_of(result, tasks_file, "due"),
+              testing::IsSupersetOf(
+                  {std::string("DTSTART;VALUE=DATE:20100414"), std::string("DUE;VALUE=DATE:20100414")}));
+  EXPECT_THAT(lines_of(result, tasks_file, "none"), Contains("DTSTART;VALUE=DATE:20050412"));
+  EXPECT_THAT(lines_of(result, tasks_file, "counted"),
+              testing::IsSupersetOf(
+                  {"DTSTART;VALUE=DATE:20100413", "RRULE:FREQ=WEEKLY;INTERVAL=1;UNTIL=20100713;BYDAY=TU"}));
+  EXPECT_THAT(lines_of(result, tasks_file, "never told"), Contains(weekly_rule));
+  EXPECT_THAT(result.remarks(), UnorderedElementsAre("simplified " + place + ": Calendar: never told",
+                                                     "simplified " + place + ": Calendar: after done",
+                                                     "kept-as-file " + place));
+}
+
+TEST(OutlookTasks, ThatHaveNotMovedOnKeepTheirNumberOfTimes) {
+  Planner planner;
+  const auto result = planner.pack({planner.task(
+      "a", {pst::time(planner.of_task(0x8104), utc(2005, 4, 12)), pst::flag(planner.of_task(0x8126), true),
+            pst::binary(planner.of_task(0x8116), Series{.end = 0x2022, .times = 3}.head())})});
+  EXPECT_THAT(lines_of(result, tasks_file, "a"), Contains("RRULE:FREQ=WEEKLY;INTERVAL=1;COUNT=3;BYDAY=TU"));
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
@@ -462,6 +735,24 @@ TEST(OutlookNotes, ArePacked) {
   EXPECT_THAT(all, HasSubstr("milk"));
   EXPECT_THAT(all, HasSubstr("other text"));
   EXPECT_THAT(all, HasSubstr("Title"));
+}
+
+TEST(OutlookNotes, HaveTheTextOfTheirRtf) {
+  Planner planner;
+  const auto note = [](const std::string& title, const std::string& rtf) {
+    return pst::Item{.properties = {pst::text(0x001A, "IPM.StickyNote"), pst::text(0x0037, title),
+                                    pst::binary(0x1009, rtf)}};
+  };
+  const auto result =
+      planner.pack({note("Shopping", kept_rtf("{\\rtf1 Shopping\\par milk}")), note("Damaged", "x")});
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::notes).packed, 2U);
+  std::string all;
+  for (const std::string& name : result.files_below("Brindle/Notes/"))
+    all += result.content.at("Brindle/Notes/" + name);
+  EXPECT_THAT(all, HasSubstr("milk"));
+  EXPECT_THAT(all, HasSubstr("Damaged"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("item-cut " + place + ": Calendar", "kept-as-file " + place));
 }
 
 }  // namespace

@@ -327,6 +327,22 @@ TEST(Stopping, DoesNotWaitForWhoDoesNotHear) {
       << "the second one ends it at once";
 }
 
+// Nobody reads what it says, so that it waits with the archive written and its table not yet told.
+TEST(Stopping, SaysThatTheArchiveIsThereWhenItIs) {
+  const windows::Disk disk = disk_of_two();
+  for (const char* end : {"kill -STOP $(pgrep -P $pid); kill -INT $pid", "kill -KILL $(pgrep -P $pid)"}) {
+    EXPECT_EQ(
+        output_of("cd /tmp && rm -f pipe out.zip && mkfifo pipe && exec 3<>pipe && "
+                  "dd if=/dev/zero of=pipe oflag=nonblock bs=4096 count=1000 2>/dev/null; " +
+                  std::string(BRINDLE_PACK) + " " + disk.path() + " " + out +
+                  " >pipe 2>complaint & pid=$!; until [ -e " + out + " ]; do sleep 0.05; done; sleep 0.3; " +
+                  end + "; wait $pid; echo $?; ls out.zip*; unzip -tqq " + out + " && echo good"),
+        "1\nout.zip\ngood\n")
+        << end;
+    EXPECT_THAT(read_file("/tmp/complaint"), HasSubstr("the archive is there whole"));
+  }
+}
+
 TEST(Stopping, ClearsUpBehindAFault) {
 #ifdef BRINDLE_ADDRESS_CHECKER
   GTEST_SKIP() << "the address checker takes the fault for its own";

@@ -101,10 +101,13 @@ TEST(Trace, IsToldFromItsBeginningToItsEnd) {
   {
     const pack::Trace one("a b");
     const pack::Trace two("c");
+    two.is_to_stay(true);
+    two.is_to_stay(false);
   }
   char bytes[100];
   const ssize_t size = read(pipe[0], bytes, sizeof bytes);
-  EXPECT_EQ(std::string(bytes, static_cast<std::size_t>(size)), std::string("+a b\0+c\0-c\0-a b\0", 16));
+  EXPECT_EQ(std::string(bytes, static_cast<std::size_t>(size)),
+            std::string("+a b\0+c\0=c\0+c\0-c\0-a b\0", 22));
 }
 
 }  // namespace

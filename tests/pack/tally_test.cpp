@@ -2,9 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <sstream>
+#include <stdexcept>
 
 #include "pack/report.h"
+#include "support/commands.h"
 
 namespace {
 
@@ -72,6 +75,32 @@ TEST(Tally, HandsRemarksOutAgainAndAgainInTheirOrder) {
   for (int time = 0; time < 2; ++time)
     EXPECT_THAT(remarks(tally),
                 ElementsAre("music link second kind first", "documents damaged ", "documents link " + odd));
+}
+
+TEST(Tally, HandsOutMoreThanItHolds) {
+  pack::Tally tally;
+  std::vector<std::string> expected;
+  for (int i = 0; i < 2000; ++i) {
+    const std::string name = std::to_string(i) + std::string(static_cast<std::size_t>(i % 97), 'n');
+    tally.remark(Kind::documents, Cause::link, name);
+    expected.push_back("documents link " + name);
+  }
+  const std::string longer_than_any_block(100000, 'x');
+  tally.note(Kind::documents, Cause::link, longer_than_any_block);
+  tally.note(Kind::documents, Cause::link, "last");
+  expected.push_back("documents link " + longer_than_any_block);
+  expected.push_back("documents link last");
+  EXPECT_EQ(remarks(tally), expected);
+}
+
+TEST(Tally, LiesWhereCopiesLie) {
+  ASSERT_EQ(output_of("mkdir -p /mnt/small && mount -t tmpfs -o size=64k none /mnt/small && echo done"),
+            "done\n");
+  setenv("TMPDIR", "/mnt/small", 1);
+  pack::Tally tally;
+  EXPECT_THROW(for (int i = 0; i < 2000; ++i) tally.note(Kind::documents, Cause::link, std::string(100, 'n')),
+               std::runtime_error);
+  EXPECT_EQ(output_of("ls -A /mnt/small"), "");
 }
 
 TEST(Kinds, HaveNamesThatAreReadBackAndTitles) {

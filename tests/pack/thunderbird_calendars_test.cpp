@@ -156,6 +156,31 @@ TEST(ThunderbirdCalendars, PackAnExceptionWhoseSeriesIsGone) {
   EXPECT_THAT(lines_of(result, calendar_file, "1-20050503T190000"), Contains("DTSTART:20050503T200000"));
 }
 
+// Who is invited to one time of a series alone: the program makes the series up, without a title.
+TEST(ThunderbirdCalendars, HaveAnInvitationToOneTimeOnce) {
+  const char* const when = "2005-05-03 17:00:00";
+  const auto result =
+      packed(calendars::event("1", "", when, "", berlin) + calendars::rule("1", "RDATE:20050503T170000Z") +
+             calendars::exception("1", "Class", when, when, "2005-05-03 18:00:00", berlin) +
+             calendars::event("2", "", when, "", berlin) +
+             calendars::exception("2", "Course", when, when, "2005-05-03 18:00:00", berlin));
+  EXPECT_THAT(lines_of(result, calendar_file, "1"), IsEmpty());
+  EXPECT_THAT(lines_of(result, calendar_file, "2"), IsEmpty());
+  EXPECT_THAT(lines_of(result, calendar_file, "1-20050503T190000"), Contains("SUMMARY:Class"));
+  EXPECT_THAT(lines_of(result, calendar_file, "2-20050503T190000"), Contains("SUMMARY:Course"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 2U);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(ThunderbirdCalendars, KeepTheExceptionsOfWhatDoesNotComeAgain) {
+  const auto result =
+      packed(calendars::event("1", "First", "2005-04-05 17:00:00", "", berlin) +
+             calendars::exception("1", "Second", "2005-05-03 17:00:00", "2005-05-03 18:00:00", "", berlin));
+  EXPECT_THAT(lines_of(result, calendar_file, "1"), Contains("DTSTART:20050405T190000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "1-20050503T190000"), Contains("SUMMARY:Second"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 2U);
+}
+
 TEST(ThunderbirdCalendars, TellWhatHasNoPlace) {
   const char* const when = "2005-04-05 17:00:00";
   const auto result = packed(

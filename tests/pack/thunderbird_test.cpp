@@ -212,6 +212,35 @@ TEST(MailAccounts, SendByTheirServerOrTheDefaultOneOrTheFirst) {
   EXPECT_THAT(account.lost, IsEmpty());
 }
 
+TEST(MailAccounts, TellOfSignatures) {
+  const auto lost_with = [](const std::string& more) { return account_of(prefs_with("imap", more)).lost; };
+  const std::string of = "mail.identity.i.";
+  EXPECT_THAT(lost_with(pref_line(of + "htmlSigText", "\"Ann Lee\"")), ElementsAre("Mine: the signature"));
+  EXPECT_THAT(lost_with(pref_line(of + "attach_signature", "true") + pref_line(of + "sig_file", "\"s.txt\"")),
+              ElementsAre("Mine: the signature"));
+  EXPECT_THAT(lost_with(pref_line(of + "attach_signature", "false") + pref_line(of + "sig_file", "\"s\"")),
+              IsEmpty());
+  EXPECT_THAT(lost_with(pref_line(of + "htmlSigText", "\"\"") + pref_line(of + "attach_signature", "true")),
+              IsEmpty());
+}
+
+TEST(AddressBooks, OnServersAreTold) {
+  const windows::Disk disk;
+  disk.add(profile + "prefs.js", pref_line("ldap_2.servers.work.description", "\"Work\"") +
+                                     pref_line("ldap_2.servers.work.uri", "\"ldaps://ldap.example/dc=x\"") +
+                                     pref_line("ldap_2.servers.other.uri", "\"ldap://other.example\"") +
+                                     pref_line("ldap_2.servers.pab.uri", "\"jsaddrbook://abook.sqlite\""));
+  const std::string from = "no-place " + profile.substr(0, profile.size() - 1) + ": ";
+  pack::Options options;
+  for (const auto& without : {std::set<pack::Kind>{}, {pack::Kind::mail, pack::Kind::accounts}}) {
+    options.without = without;
+    EXPECT_THAT(pack_disk(disk.path(), options).remarks(),
+                ElementsAre(from + "ldap://other.example", from + "Work"));
+  }
+  options.without = {pack::Kind::contacts};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), IsEmpty());
+}
+
 TEST(MailAccounts, OfOtherTypesAreTold) {
   const windows::Disk disk;
   std::string prefs = pref_line("mail.accountmanager.accounts", "\"a,b,c,d\"");
@@ -275,6 +304,33 @@ TEST(MailFolders, OfACopiedHomeAreFoundThere) {
   const auto result = pack_disk(disk.path());
   EXPECT_EQ(result.content.at("Brindle/Mail/Mine"), message("a"));
   EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+// Below servers of IMAP names are spelt as IMAP sends them.
+TEST(MailFolders, OfImapHaveTheNamesThatPeopleSee) {
+  const windows::Disk disk;
+  const std::string imap = profile + "ImapMail/imap.example/";
+  disk.add(profile + "prefs.js", pref_line("mail.server.s.type", "\"imap\"") +
+                                     pref_line("mail.server.s.directory", R"("C:\\Users\\Ann\\Moved")") +
+                                     pref_line("mail.server.p.type", "\"pop3\"") +
+                                     pref_line("mail.server.p.directory", R"("C:\\Users\\Ann\\Pop")"));
+  disk.add(imap + "Entw&APw-rfe", message("one"));
+  disk.add(imap + "Entw&APw-rfe.msf", "index");
+  disk.add(imap + "Entw&APw-rfe.sbd/&ZeVnLIqe-.sbd/A &- B", message("two"));
+  disk.add(imap + "Post &2D3eCg-", message("mailbox"));
+  disk.add(imap + "R&D-Work", message("three"));
+  disk.add(imap + "Q&A", message("four"));
+  disk.add(imap + "&AGE-", message("five"));
+  disk.add(imap + "Gr\u00fc&APw-e", message("six"));
+  disk.add(imap + "&AC8-etc", message("seven"));
+  disk.add("Users/Ann/Moved/M&APY-ller", message("eight"));
+  disk.add("Users/Ann/Pop/M&APY-ller", message("nine"));
+  disk.add(local + "K&APY-ln", message("ten"));
+  EXPECT_THAT(pack_disk(disk.path()).files_below("Brindle/Mail/"),
+              UnorderedElementsAre("Entw\u00fcrfe", "Entw\u00fcrfe.sbd/\u65e5\u672c\u8a9e.sbd/A & B",
+                                   "Post \U0001F60A", "R&D-Work", "Q&A", "&AGE-", "Gr\u00fc&APw-e",
+                                   "&AC8-etc", "M\u00f6ller", "M&APY-ller", "K&APY-ln"))
+      << "what is another way to spell a name is that name";
 }
 
 TEST(MailFolders, WithNamesOfOtherFilesAreMailAllTheSame) {

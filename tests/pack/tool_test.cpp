@@ -28,7 +28,7 @@ ToolEnd run(const std::string& script, const pack::ToolLimits& limits = enough) 
 
 TEST(Tools, WorkInTheirFolderAndSayHowTheyEnd) {
   EXPECT_EQ(run("pwd > where; echo said; echo 'a complaint' >&2").how, ToolEnd::well);
-  EXPECT_EQ(read_file("/tmp/work/where"), "/tmp/work\n");
+  EXPECT_EQ(read_file("/tmp/work/where"), "/tmp\n");
   EXPECT_EQ(run("echo 'a complaint' >&2").complaint, "a complaint\n");
   EXPECT_EQ(run("exit 1").how, ToolEnd::badly);
   EXPECT_EQ(run("kill -SEGV $$").how, ToolEnd::badly);
@@ -48,11 +48,20 @@ TEST(Tools, AreNobodyAndOwnTheirFolderAlone) {
   std::filesystem::create_directories("/tmp/work");
   write_file("/tmp/work/input", "x");
   ASSERT_EQ(chmod("/tmp/work/input", 0600), 0);
-  write_file("/tmp/secret", "x");
-  ASSERT_EQ(chmod("/tmp/secret", 0600), 0);
+  write_file("/etc/secret", "x");
+  ASSERT_EQ(chmod("/etc/secret", 0600), 0);
   EXPECT_EQ(run("id -u > who; id -G >> who; cat input >> who").how, ToolEnd::well);
   EXPECT_EQ(read_file("/tmp/work/who"), "65534\n65534\nx");
-  EXPECT_EQ(run("cat /tmp/secret").how, ToolEnd::badly);
+  EXPECT_EQ(run("cat /etc/secret").how, ToolEnd::badly);
+}
+
+TEST(Tools, FindTheirFolderWhoeverMayGoThere) {
+  std::filesystem::create_directories("/tmp/private/work");
+  ASSERT_EQ(chmod("/tmp/private", 0700), 0);
+  const std::string back = "here=$(pwd); mkdir below; cd below; cd \"$here\" && echo done > end";
+  EXPECT_EQ(pack::run_tool("/tmp/private/work", {"sh", "-c", back}, enough).how, ToolEnd::well);
+  EXPECT_EQ(read_file("/tmp/private/work/end"), "done\n");
+  EXPECT_EQ(output_of("grep -c /tmp/private /proc/self/mountinfo"), "0\n") << "it is for the program alone";
 }
 
 TEST(Tools, GetNothingElseOfOurs) {

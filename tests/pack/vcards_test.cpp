@@ -54,6 +54,18 @@ TEST(Vcards, OfOtherCharacterSetsAreRead) {
   EXPECT_EQ(card("3.0", "FN;CHARSET=none:x\xFFy\r\n").content(), "FN:x\xEF\xBF\xBDy\r\n");
 }
 
+TEST(Vcards, TellThatTheirLettersAreUtf8) {
+  EXPECT_EQ(
+      card("3.0", "FN:Jörg\r\nEMAIL:j@a.example\r\nADR;TYPE=home:;;Weg 1;Köln;;;\r\nTITLE:x:y\r\n").text("1"),
+      "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:1\r\n"
+      "N;CHARSET=UTF-8:;Jörg;;;\r\n"
+      "FN;CHARSET=UTF-8:Jörg\r\n"
+      "EMAIL;TYPE=INTERNET:j@a.example\r\n"
+      "ADR;TYPE=HOME;CHARSET=UTF-8:;;Weg 1;Köln;;;\r\n"
+      "TITLE:x:y\r\n"
+      "END:VCARD");
+}
+
 TEST(Vcards, ZeroBytesInThemEndNothing) {
   EXPECT_EQ(card("3.0", std::string("FN:J\xC3\xB6\0rg\r\n", 11) + "TITLE:x\r\n").content(),
             "FN:Jörg\r\nTITLE:x\r\n");

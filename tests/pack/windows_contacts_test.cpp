@@ -80,7 +80,7 @@ TEST(WindowsContacts, AreReadWhole) {
           "</c:PhotoCollection>")),
       "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:id\r\n"
       "FN:Ann\\; Lee\r\n"
-      "N:Lée;Ann;B.;Dr.;Jr.\r\n"
+      "N;CHARSET=UTF-8:Lée;Ann;B.;Dr.;Jr.\r\n"
       "NICKNAME:Annie\r\n"
       "EMAIL;TYPE=INTERNET:ann@home.example\r\n"
       "EMAIL;TYPE=INTERNET;TYPE=WORK:ann@work.example\r\n"
@@ -121,6 +121,75 @@ TEST(WindowsContacts, PicturesOfUnknownKindsAreNone) {
                       "<c:Value c:ContentType=\"text/html\">AAAA</c:Value></c:Photo></c:PhotoCollection>"))
           .find("PHOTO"),
       std::string::npos);
+}
+
+TEST(WindowsContacts, NameWhatACardHasNoLineFor) {
+  const auto dropped = [](const std::string& inside) {
+    const auto card = pack::windows_contact(contact(inside));
+    return card ? card->dropped() : std::set<std::string>{"none"};
+  };
+  const auto label = [](const std::string& text) {
+    return "<c:LabelCollection><c:Label>" + text + "</c:Label></c:LabelCollection>";
+  };
+  EXPECT_THAT(dropped("<c:IMAddressCollection><c:IMAddress><c:Value>ann</c:Value></c:IMAddress>"
+                      "</c:IMAddressCollection>"),
+              ElementsAre("IMAddress"));
+  EXPECT_THAT(
+      dropped("<c:PersonCollection><c:Person><c:FormattedName>Bob</c:FormattedName>" + label("wab:Spouse") +
+              "</c:Person><c:Person><c:FormattedName>Cid</c:FormattedName>" + label("Personal") +
+              "</c:Person><c:Person>" + label("wab:Child") + "</c:Person></c:PersonCollection>"),
+      ElementsAre("Person", "Spouse"));
+  EXPECT_THAT(dropped("<c:DateCollection><c:Date><c:Value>2001-01-01T00:00:00Z</c:Value>" +
+                      label("wab:Anniversary") + "</c:Date><c:Date><c:Value>1970-05-10T00:00:00Z</c:Value>" +
+                      label("wab:Birthday") + "</c:Date><c:Date><c:Value>1971-05-10T00:00:00Z</c:Value>" +
+                      label("wab:Birthday") + "</c:Date></c:DateCollection>"),
+              ElementsAre("Anniversary", "Birthday"));
+  EXPECT_THAT(dropped("<c:NameCollection><c:Name/><c:Name><c:FormattedName>Ann</c:FormattedName>"
+                      "<c:Phonetic>An</c:Phonetic><c:Suffix>II</c:Suffix><c:Generation>Jr.</c:Generation>"
+                      "</c:Name><c:Name><c:FormattedName>Annie</c:FormattedName></c:Name>"
+                      "</c:NameCollection>"),
+              ElementsAre("Generation", "Name", "Phonetic"));
+  EXPECT_THAT(dropped("<c:PositionCollection><c:Position><c:Company>Lee</c:Company>"
+                      "<c:Organization>Lee Group</c:Organization></c:Position>"
+                      "<c:Position><c:Company>Other</c:Company></c:Position></c:PositionCollection>"),
+              ElementsAre("Organization", "Position"));
+  EXPECT_THAT(dropped("<c:Gender>Female</c:Gender><c:Extended><c:x>1</c:x></c:Extended>"),
+              ElementsAre("Extended", "Gender"));
+  EXPECT_THAT(dropped("<c:PhotoCollection><c:Photo><c:Value c:ContentType=\"image/png\">AAAA</c:Value>"
+                      "</c:Photo><c:Photo><c:Value c:ContentType=\"image/png\">BBBB</c:Value></c:Photo>"
+                      "</c:PhotoCollection>"),
+              ElementsAre("Photo"));
+  EXPECT_THAT(dropped("<c:PhotoCollection><c:Photo><c:Value c:ContentType=\"image/x\">AAAA</c:Value>"
+                      "</c:Photo></c:PhotoCollection>"),
+              ElementsAre("Photo"));
+  EXPECT_THAT(
+      dropped("<c:Gender>Unspecified</c:Gender><c:Extended xsi:nil=\"true\"/><c:CreationDate>2005"
+              "</c:CreationDate><c:ContactIDCollection><c:ContactID><c:Value>1</c:Value></c:ContactID>"
+              "</c:ContactIDCollection><c:PhotoCollection><c:Photo>" +
+              label("UserTile") + "</c:Photo></c:PhotoCollection>"),
+      testing::IsEmpty());
+}
+
+TEST(WindowsContacts, AfterAnEmptyNameAndPositionTheOtherCounts) {
+  EXPECT_THAT(card_of(contact("<c:NameCollection><c:Name/><c:Name><c:FormattedName>Ann</c:FormattedName>"
+                              "</c:Name></c:NameCollection><c:PositionCollection><c:Position/><c:Position>"
+                              "<c:Company>Lee</c:Company></c:Position></c:PositionCollection>")),
+              testing::AllOf(HasSubstr("\r\nFN:Ann\r\n"), HasSubstr("\r\nORG:Lee\r\n")));
+}
+
+TEST(WindowsContacts, AreToldWithWhatHasNoPlace) {
+  const windows::Disk disk;
+  const std::string spouse =
+      "<c:PersonCollection><c:Person><c:FormattedName>Bob</c:FormattedName><c:LabelCollection><c:Label>"
+      "wab:Spouse</c:Label></c:LabelCollection></c:Person></c:PersonCollection>";
+  disk.add(folder + "Ann.contact",
+           contact("<c:NameCollection><c:Name><c:FormattedName>Ann</c:FormattedName></c:Name>"
+                   "</c:NameCollection>" +
+                   spouse));
+  disk.add(folder + "Nobody.contact", contact(spouse));
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), ElementsAre("partly-kept " + folder + "Ann.contact: Ann: Spouse",
+                                            "no-place " + folder + "Nobody.contact: : Spouse"));
 }
 
 TEST(WindowsContacts, BecomeAnAddressBook) {

@@ -54,8 +54,9 @@ TEST(WindowsMail, HasItsFoldersPacked) {
   disk.add(live + "Storage Folders/Imported/Old/1.eml", message("old"));
   const auto result = pack_disk(disk.path());
   EXPECT_THAT(result.files_below("Brindle/Mail/"),
-              UnorderedElementsAre("Inbox", "Inbox.sbd/Work.sbd/Deep", "Sent", "Drafts", "Outbox",
-                                   "Home (ann)", "Imported.sbd/Old"));
+              UnorderedElementsAre("Inbox", "Inbox.sbd/Work", "Inbox.sbd/Work.sbd/Deep", "Sent", "Drafts",
+                                   "Outbox", "Home (ann)", "Imported", "Imported.sbd/Old"));
+  EXPECT_EQ(result.content.at("Brindle/Mail/Imported"), "") << "no program shows a folder below none";
   EXPECT_EQ(result.content.at("Brindle/Mail/Inbox"), packed("one") + packed("three") + packed("two"))
       << "one of them is in two accounts";
   EXPECT_EQ(result.content.at("Brindle/Mail/Sent"), packed("sent"));
@@ -156,10 +157,66 @@ TEST(WindowsMail, HasItsAccountsPacked) {
                                                   "SMTP Display Name=Ann Lée & Co"}));
   EXPECT_THAT(result.content.at(accounts::folder + "00000002.txt"),
               HasSubstr("IMAP Server=imap.work.example\r\n"));
-  EXPECT_THAT(result.content.at(accounts::folder + "00000002.txt"), testing::Not(HasSubstr("Port")));
+  EXPECT_THAT(result.content.at(accounts::folder + "00000002.txt"), HasSubstr("\r\nIMAP Port=143\r\n"));
   EXPECT_THAT(result.remarks(), ElementsAre("no-place " + vista + "account{4}.oeaccount",
                                             "damaged " + vista + "account{5}.oeaccount",
                                             "damaged " + vista + "account{6}.oeaccount"));
+}
+
+TEST(WindowsMail, AccountsTellWhatAnArchiveHasNoWordFor) {
+  const auto number = [](const std::string& name, const std::string& digits) {
+    return "<" + name + " type=\"DWORD\">" + digits + "</" + name + ">";
+  };
+  const auto text = [](const std::string& name, const std::string& value) {
+    return "<" + name + " type=\"SZ\">" + value + "</" + name + ">";
+  };
+  const auto lost = [&](const std::string& more) {
+    const windows::Disk disk;
+    const std::string path = vista + "account{1}.oeaccount";
+    disk.add(path, "<MessageAccount>" + text("Account_Name", "Mine") + text("POP3_Server", "in.example") +
+                       text("POP3_User_Name", "ann") + text("SMTP_Server", "out.example") + more +
+                       "</MessageAccount>");
+    std::vector<std::string> remarks = pack_disk(disk.path()).remarks();
+    const std::string begin = "partly-kept " + path + ": Mine: ";
+    for (std::string& remark : remarks)
+      if (remark.starts_with(begin)) remark.erase(0, begin.size());
+    return remarks;
+  };
+  EXPECT_THAT(lost(""), IsEmpty());
+  EXPECT_THAT(lost(number("POP3_Secure_Connection", "1") + number("SMTP_Secure_Connection", "1") +
+                   number("SMTP_Port", "1d1")),
+              IsEmpty());
+  EXPECT_THAT(lost(number("POP3_Secure_Connection", "2")), ElementsAre("STARTTLS for in.example"));
+  EXPECT_THAT(lost(number("POP3_Use_Sicily", "1")), ElementsAre("SPA for in.example"));
+  EXPECT_THAT(lost(number("SMTP_Port", "24b")), ElementsAre("port 587 for out.example"));
+  EXPECT_THAT(lost(number("SMTP_Port", "19") + number("SMTP_Secure_Connection", "1")),
+              ElementsAre("port 25 for out.example"));
+  EXPECT_THAT(lost(number("SMTP_Port", "24b") + number("SMTP_Secure_Connection", "2")),
+              ElementsAre("STARTTLS and port 587 for out.example"));
+  const std::string user = text("SMTP_User_Name", "bob");
+  EXPECT_THAT(lost(user + number("SMTP_Use_Sicily", "3")), ElementsAre("the login bob for out.example"));
+  EXPECT_THAT(lost(user + number("SMTP_Use_Sicily", "2")), IsEmpty());
+  EXPECT_THAT(lost(user + number("SMTP_Use_Sicily", "0")), IsEmpty());
+  EXPECT_THAT(lost(number("SMTP_Use_Sicily", "1")), ElementsAre("SPA for out.example"));
+}
+
+TEST(WindowsCalendars, AreTold) {
+  const windows::Disk disk;
+  const std::string calendars = local + "Windows Calendar/Calendars/";
+  const std::string of_live = local + "Windows Live Mail/Calendars/";
+  disk.add(calendars + "Ann's.ics", "BEGIN:VCALENDAR\nEND:VCALENDAR\n");
+  disk.add(calendars + "Work.ics", "BEGIN:VCALENDAR\nEND:VCALENDAR\n");
+  disk.add(of_live + "ann@home.example/DBStore/calendar.edb");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), UnorderedElementsAre("no-place " + calendars + "Ann's.ics",
+                                                     "no-place " + calendars + "Work.ics",
+                                                     "no-place " + of_live + "ann@home.example"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).left_out, 3U);
+  pack::Options options;
+  options.without = {pack::Kind::events};
+  EXPECT_THAT(pack_disk(disk.path(), options).remarks(), IsEmpty());
+  EXPECT_THAT(pack_disk(pack::Disk(recorded::tree_with(disk.path(), local + "Windows Calendar"))).remarks(),
+              testing::Contains("unreadable " + local + "Windows Calendar"));
 }
 
 TEST(WindowsMail, DescriptionsThatDeclareSomethingAreNone) {

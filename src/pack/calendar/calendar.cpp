@@ -2,8 +2,7 @@
 
 #include <xxhash.h>
 
-#include <cerrno>
-#include <system_error>
+#include <cstdio>
 
 #include "pack/calendar/component.h"
 #include "process/archive/layout.h"
@@ -19,21 +18,16 @@ constexpr std::string_view head =
     "VERSION:2.0\n";
 constexpr std::string_view foot = "END:VCALENDAR\n";
 
-[[noreturn]] void fail() {
-  throw std::system_error(errno, std::generic_category(), "a temporary file for calendars");
-}
-
 // It stands in each item that one becomes.
 constexpr std::size_t longest_uid = 1000;
 
 std::string within_mail(const char* name) { return std::string(layout::mail) + "/" + name; }
 
-void copy_to(const Writer& write, std::FILE* file) {
-  if (std::fflush(file) != 0 || std::fseek(file, 0, SEEK_SET) != 0) fail();
+void copy_to(const Writer& write, const Nameless& file) {
   std::string block(std::size_t{1} << 16, '\0');
-  while (const std::size_t count = std::fread(block.data(), 1, block.size(), file))
+  for (std::uint64_t place = 0; const std::size_t count = file.read_at(place, block.data(), block.size());
+       place += count)
     write(std::string_view(block).substr(0, count));
-  if (std::ferror(file) != 0) fail();
 }
 
 // What it says, whenever it was written down.
@@ -48,10 +42,8 @@ Calendar::Calendar(Packing& packing, std::string home_zone)
     : packing_(packing),
       home_zone_(std::move(home_zone)),
       home_(Zone::named(home_zone_)),
-      events_(std::tmpfile()),
-      tasks_(std::tmpfile()) {
-  if (!events_ || !tasks_) fail();
-}
+      events_(folder_for_copies()),
+      tasks_(folder_for_copies()) {}
 
 // One without a uid gets one made of what it says, and one with a very long uid one made of that.
 bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
@@ -72,38 +64,35 @@ void Calendar::add(const CalendarItem& item, const std::string& from) {
   std::string uid;
   const bool is_new_one = is_new(item, uid);
   const Component component = component_of(item, uid, home_);
+  if (component.items == 0) return packing_.leave_out(kind, Cause::deleted, from);
   if (!is_new_one) {
     for (std::size_t i = 0; i < component.items; ++i) packing_.leave_out(kind, Cause::there_already, from);
     return;
   }
-  std::FILE* const file = item.is_task ? tasks_.get() : events_.get();
-  if (std::fwrite(component.text.data(), 1, component.text.size(), file) != component.text.size()) fail();
+  (item.is_task ? tasks_ : events_).append(component.text);
   packing_.count(kind, component.text.size());
   for (std::size_t i = 1; i < component.items; ++i) packing_.count(kind, 0);
   if (component.is_simplified) packing_.tell_of(kind, Cause::simplified, from);
   if (component.is_approximate) packing_.tell_of(kind, Cause::other_clock, from);
 }
 
-void Calendar::pack(std::FILE* items, const char* folder, const char* name) {
-  if (std::fseek(items, 0, SEEK_END) != 0) fail();
-  const long size = std::ftell(items);
-  if (size <= 0) return;
+void Calendar::pack(const Nameless& items, const char* folder, const char* name) {
+  if (items.size() == 0) return;
   // Some systems leave all of it behind without accounts or contacts, and tasks without a calendar.
   packing_.add_folder(layout::mail);
   packing_.add_folder(layout::mail_accounts);
   for (const char* needed : {layout::contacts, layout::calendar, folder})
     packing_.add_folder(within_mail(needed));
-  packing_.add_stream(within_mail(name), static_cast<std::uint64_t>(size) + head.size() + foot.size(),
-                      [&](const Writer& write) {
-                        write(head);
-                        copy_to(write, items);
-                        write(foot);
-                      });
+  packing_.add_stream(within_mail(name), items.size() + head.size() + foot.size(), [&](const Writer& write) {
+    write(head);
+    copy_to(write, items);
+    write(foot);
+  });
 }
 
 void Calendar::pack() {
-  pack(events_.get(), layout::calendar, layout::calendar_file);
-  pack(tasks_.get(), layout::tasks, layout::tasks_file);
+  pack(events_, layout::calendar, layout::calendar_file);
+  pack(tasks_, layout::tasks, layout::tasks_file);
 }
 
 }  // namespace pack

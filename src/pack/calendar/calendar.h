@@ -3,8 +3,6 @@
 #define BRINDLE_PACK_CALENDAR_CALENDAR_H
 
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -12,6 +10,7 @@
 
 #include "pack/calendar/item.h"
 #include "pack/calendar/zones.h"
+#include "pack/disk/nameless.h"
 #include "pack/files/packing.h"
 
 namespace pack {
@@ -33,27 +32,23 @@ class Calendar {
 
   /// Adds an appointment (Kind::events) or a task (Kind::tasks) with all of its exceptions. It counts as many
   /// as it becomes in the archive, where each exception is one of its own: as packed; or as left out, when
-  /// the same one has come before (the same uid, or without one the same content) or when an appointment has
-  /// no start. One of a kind that is not wanted is nothing. `from` is where it lies, for what is told: the
-  /// path of the file and what it is called there. Throws std::system_error when there is no room.
+  /// the same one has come before (the same uid, or without one the same content), when an appointment has no
+  /// start, or when each of its days was taken out by its owner. One of a kind that is not wanted is nothing.
+  /// `from` is where it lies, for what is told: the path of the file and what it is called there. Throws
+  /// std::runtime_error when there is no room.
   void add(const CalendarItem& item, const std::string& from);
 
   /// Puts the files into the archive, where there is something in them. Call it once, at the end.
   void pack();
 
  private:
-  struct Closing {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  using File = std::unique_ptr<std::FILE, Closing>;
-
   bool is_new(const CalendarItem& item, std::string& uid);
-  void pack(std::FILE* items, const char* folder, const char* name);
+  void pack(const Nameless& items, const char* folder, const char* name);
 
   Packing& packing_;
   std::string home_zone_;
   std::optional<Zone> home_;
-  File events_, tasks_;
+  Nameless events_, tasks_;
   std::set<std::pair<std::uint64_t, std::uint64_t>> known_;
 };
 

@@ -1,6 +1,7 @@
 #include "pack/calendar/component.h"
 
 #include <algorithm>
+#include <set>
 
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
@@ -38,22 +39,26 @@ class ItemWriter {
         duration_(item.end.is_there() ? times_.between(item.start, item.end) : 0),
         texts_(texts_of(item)) {
     result_.is_simplified |= item.is_simplified;
-    result_.is_approximate = times_.is_approximate();
+    result_.is_approximate = times_.is_approximate() || item.is_of_unknown_zone;
   }
 
   // One of its times alone, the first one.
-  void add(const std::string& uid) { add(uid, 0, texts_, false); }
+  void add(const std::string& uid) { add(uid, 0, texts_); }
 
-  // All of its times. The first one is its start.
+  // All of its times. The first one is its start, unless that is left out, which only a rule can say.
   void add_all(const std::string& uid) {
-    add(uid, 0, texts_, true);
+    const std::string rule = rule_of_item();
+    find_left_out();
     const auto& added = item_.recurrence.added;
+    const bool has_other_times = !added.empty() || !item_.exceptions.empty();
+    if (!rule.empty() || !has_other_times || !is_left_out(0)) add(uid, 0, texts_, rule);
     const std::size_t days = std::min(added.size(), most_added);
     const std::size_t whole_days = whole_copies(texts_.size() + uid.size());
     const Texts brief = days > whole_days ? texts_of(brief_of(item_)) : Texts();
     for (std::size_t i = 0; i < days; ++i)
-      if (const std::int64_t later = times_.between(begin(), with_time(added[i])); later != 0)
-        add(uid + "-" + std::to_string(i + 1), later, i < whole_days ? texts_ : brief, false);
+      if (const std::int64_t later = times_.between(begin(), with_time(added[i]));
+          later != 0 && !is_left_out(later))
+        add(uid + "-" + std::to_string(i + 1), later, i < whole_days ? texts_ : brief);
     result_.is_simplified |= added.size() > days || days > whole_days;
   }
 
@@ -78,15 +83,15 @@ class ItemWriter {
     return texts;
   }
 
-  // `later` seconds after the item itself.
-  void add(const std::string& uid, std::int64_t later, const Texts& texts, bool comes_again) {
+  // `later` seconds after the item itself, and again by `rule`.
+  void add(const std::string& uid, std::int64_t later, const Texts& texts, const std::string& rule = "") {
     ++result_.items;
     lines_.add(item_.is_task ? "BEGIN:VTODO" : "BEGIN:VEVENT");
     lines_.add_text("UID", uid);
     add_stamps();
     add_times(later);
     lines_.add_lines(texts.front);
-    if (comes_again) add_recurrence();
+    if (!rule.empty()) add_recurrence(rule);
     lines_.add_lines(texts.back);
     lines_.add(item_.is_task ? "END:VTODO" : "END:VEVENT");
   }
@@ -148,19 +153,39 @@ class ItemWriter {
       lines.add("PERCENT-COMPLETE:" + std::to_string(std::min(item.percent, all)));
   }
 
-  void add_recurrence() {
+  // Empty when there is none that can be written.
+  std::string rule_of_item() {
     const Recurrence& recurrence = item_.recurrence;
-    if (recurrence.rule.empty()) return;
-    const std::string rule =
-        written_rule(recurrence.rule, recurrence.until.is_there() ? times_.until(recurrence.until) : "");
+    if (recurrence.rule.empty()) return "";
+    const std::string rule = written_rule(moved_rule(recurrence.rule, times_.days_later(begin())),
+                                          recurrence.until.is_there() ? times_.until(recurrence.until) : "");
     result_.is_simplified |= rule.empty();
-    if (rule.empty()) return;
+    return rule;
+  }
+
+  void add_recurrence(const std::string& rule) {
     lines_.add_rule(rule);
-    for (const Moment& excluded : recurrence.excluded)
+    for (const Moment& excluded : item_.recurrence.excluded)
       lines_.add(times_.property("EXDATE", with_time(excluded)));
     for (const CalendarItem& exception : item_.exceptions)
       lines_.add(times_.property("EXDATE", with_time(exception.replaces)));
   }
+
+  void find_left_out() {
+    for (const Moment& excluded : item_.recurrence.excluded) {
+      left_out_.insert(times_.between(begin(), with_time(excluded)));
+      if (excluded.kind == Moment::Kind::day) days_left_out_.insert(day_of(excluded.seconds));
+    }
+    for (const CalendarItem& exception : item_.exceptions)
+      left_out_.insert(times_.between(begin(), with_time(exception.replaces)));
+  }
+
+  // What begins so many seconds after the item.
+  bool is_left_out(std::int64_t later) const {
+    return left_out_.contains(later) || days_left_out_.contains(day_of(begin().seconds + later));
+  }
+
+  static std::int64_t day_of(std::int64_t clock) { return (clock - ((clock % day) + day) % day) / day; }
 
   // A day stands for the time of that day at which the item begins.
   Moment with_time(const Moment& moment) const {
@@ -225,6 +250,8 @@ class ItemWriter {
   Times times_;
   std::int64_t duration_;  // from its start to its end
   Component result_;
+  std::set<std::int64_t> left_out_;       // seconds from its start
+  std::set<std::int64_t> days_left_out_;  // by its own clock
   Texts texts_;
   Lines lines_;
 };

@@ -14,10 +14,11 @@ namespace pack {
 struct Component {
   /// VEVENTs or VTODOs, with their lines. Not all targets know exceptions and single days that are added:
   /// each becomes an item of its own with a uid of its own, and the series leaves out the day of an
-  /// exception. Single days of an item that is very long have the beginning of its title and its place alone;
-  /// the series has all of it.
+  /// exception. Without a rule nothing says so: then a day that is left out or replaced is not there, be it
+  /// the first one. Single days of an item that is very long have the beginning of its title and its place
+  /// alone; the series has all of it.
   std::string text;
-  std::size_t items = 0;        ///< how many that are
+  std::size_t items = 0;        ///< how many that are; none when all days are left out
   bool is_simplified = false;   ///< something of it has no place there
   bool is_approximate = false;  ///< it comes again by the clock of another zone
 };

@@ -80,6 +80,10 @@ struct CalendarItem {
   Attendee organizer;        ///< nobody when it has no address
   std::vector<Attendee> attendees;
 
+  /// True when it comes again by the clock of a zone of which no more is known than how far that was ahead at
+  /// its start: that is told.
+  bool is_of_unknown_zone = false;
+
   /// True when the program had something to it that has no place here (a second rule, an alarm by mail, ...):
   /// that is told.
   bool is_simplified = false;

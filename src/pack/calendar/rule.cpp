@@ -149,7 +149,55 @@ void part_position(Parts& parts) {
   day = day.substr(day.size() - 2);
 }
 
+// "MO,TH" and 1 are "TU,FR". Empty for weekdays with positions.
+std::string moved_weekdays(const std::string& list, std::int64_t days) {
+  constexpr auto count = static_cast<std::int64_t>(weekdays.size());
+  std::string moved;
+  for (const std::string& day : split(list, ',')) {
+    const auto found = std::ranges::find(weekdays, day);
+    if (found == weekdays.end()) return "";
+    const std::int64_t number = (found - weekdays.begin() + days % count + count) % count;
+    moved += (moved.empty() ? "" : ",") + std::string(weekdays.at(static_cast<std::size_t>(number)));
+  }
+  return moved;
+}
+
+// Empty when a month may begin or end in between.
+std::string moved_days_of_month(const std::string& list, std::int64_t days) {
+  constexpr std::int64_t in_all_months = 28;
+  std::string moved;
+  for (const std::string& day : split(list, ',')) {
+    const std::int64_t number = number_of(day) + days;
+    if (number_of(day) <= 0 || std::max<std::int64_t>(number, number_of(day)) > in_all_months || number <= 0)
+      return "";
+    moved += (moved.empty() ? "" : ",") + std::to_string(number);
+  }
+  return moved;
+}
+
 }  // namespace
+
+std::string moved_rule(const std::string& rule, std::int64_t days) {
+  Parts parts = parts_of(rule);
+  if (days == 0 || !is_good(parts)) return rule;
+  const std::string& frequency = parts.at("FREQ");
+  const bool is_of_months = frequency == "MONTHLY" || frequency == "YEARLY";
+  if (frequency == "WEEKLY") parts.try_emplace("WKST", "MO");
+  std::string moved;
+  for (auto& [name, value] : parts) {
+    const bool is_kept = !name.starts_with("BY") || (name == "BYMONTH" && parts.contains("BYMONTHDAY"));
+    if (name == "WKST" || (name == "BYDAY" && !is_of_months)) {
+      value = moved_weekdays(value, days);
+    } else if (name == "BYMONTHDAY" && is_of_months && !parts.contains("BYDAY")) {
+      value = moved_days_of_month(value, days);
+    } else if (!is_kept) {
+      return "";
+    }
+    if (value.empty()) return "";
+    moved += (moved.empty() ? "" : ";") + name + "=" + value;
+  }
+  return moved;
+}
 
 std::string written_rule(const std::string& rule, const std::string& until) {
   Parts parts = parts_of(rule);

@@ -2,6 +2,7 @@
 #ifndef BRINDLE_PACK_CALENDAR_RULE_H
 #define BRINDLE_PACK_CALENDAR_RULE_H
 
+#include <cstdint>
 #include <string>
 
 namespace pack {
@@ -13,6 +14,10 @@ namespace pack {
 ///
 /// Empty for a rule that the targets' calendar library would refuse.
 std::string written_rule(const std::string& rule, const std::string& until);
+
+/// A rule that comes so many days later (1) or earlier (-1) each time: a clock elsewhere may show another
+/// day. Empty when no rule says that: the day behind each second Tuesday is no second Wednesday.
+std::string moved_rule(const std::string& rule, std::int64_t days);
 
 }  // namespace pack
 

@@ -72,6 +72,11 @@ std::int64_t Times::placed(const Moment& moment) const {
   return moment.kind == Moment::Kind::day ? clock : clock + shift_;
 }
 
+std::int64_t Times::days_later(const Moment& start) const {
+  if (form_ == Form::days) return 0;
+  return (beginning_of_day(placed(start)) - beginning_of_day(placed(start) - shift_)) / day;
+}
+
 std::string Times::property(std::string_view name, const Moment& moment, std::int64_t later) const {
   const std::int64_t clock = placed(moment) + later;
   const std::string property(name);
@@ -81,7 +86,7 @@ std::string Times::property(std::string_view name, const Moment& moment, std::in
 
 std::string Times::until(const Moment& until) const {
   if (form_ == Form::days) return date_text(placed(until));
-  const std::int64_t end = placed(until) + (until.kind == Moment::Kind::day ? day - 1 : 0);
+  const std::int64_t end = placed(until) + (until.kind == Moment::Kind::day ? shift_ + day - 1 : 0);
   return time_text(end) + (form_ == Form::utc ? "Z" : "");
 }
 

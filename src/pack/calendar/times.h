@@ -27,6 +27,9 @@ class Times {
   /// person's; or when its zone is not known. It is right at its start.
   bool is_approximate() const { return is_approximate_; }
 
+  /// How many days later it is on the person's clock than on its own, when it comes again.
+  std::int64_t days_later(const Moment& start) const;
+
   /// True when the item takes whole days.
   bool is_of_days() const { return form_ == Form::days; }
 

@@ -79,14 +79,19 @@ void AddressBook::pack(Packing& packing) {
   packing.add_folder(layout::mail);
   packing.add_folder(layout::mail_accounts);
   packing.add_folder(std::string(layout::mail) + "/" + layout::contacts);
-  packing.add_stream(
-      std::string(layout::mail) + "/" + layout::contacts_file, std::filesystem::file_size(path),
-      [&](const Writer& write) {
-        std::ifstream file(path, std::ios::binary);
-        std::string block(std::size_t{1} << 16, '\0');
-        while (file.read(block.data(), static_cast<std::streamsize>(block.size())) || file.gcount() > 0)
-          write(std::string_view(block).substr(0, static_cast<std::size_t>(file.gcount())));
-      });
+  const std::uint64_t size = std::filesystem::file_size(path);
+  packing.add_stream(std::string(layout::mail) + "/" + layout::contacts_file, size, [&](const Writer& write) {
+    std::ifstream file(path, std::ios::binary);
+    std::string block(std::size_t{1} << 16, '\0');
+    std::uint64_t written = 0;
+    while (file.read(block.data(), static_cast<std::streamsize>(block.size())) || file.gcount() > 0) {
+      const auto count = static_cast<std::size_t>(file.gcount());
+      write(std::string_view(block).substr(0, count));
+      written += count;
+    }
+    // One that cannot be opened, or read to its end, looks as if it ended there.
+    if (written != size) fail(EIO);
+  });
 }
 
 }  // namespace pack

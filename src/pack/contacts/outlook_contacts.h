@@ -11,7 +11,8 @@
 
 namespace pack {
 
-/// Hands out those of all data files. Lists of contacts, and pictures, have no place and are told.
+/// Hands out those of all data files; what a card has no line for is dropped from it. Lists of contacts, and
+/// pictures, have no place and are told.
 void each_outlook_contact(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
                           const std::function<void(const Vcard& card, const std::string& from)>& take);
 

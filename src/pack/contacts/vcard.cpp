@@ -287,6 +287,14 @@ constexpr std::array<std::string_view, 13> names_of_programs = {"UID",
                                                                 "_etag",
                                                                 "_href"};
 
+// A line as the card has it. KAddressBook's contacts are taken for GB2312, but for values that tell what they
+// are in.
+std::string finished(std::string line) {
+  const bool is_ascii = std::ranges::all_of(line, [](unsigned char c) { return c < 0x80; });
+  if (!is_ascii) line.insert(std::min(line.find(':'), line.size()), ";CHARSET=UTF-8");
+  return line + "\r\n";
+}
+
 // Without escapes, as people read it.
 std::string plain(std::string_view value) {
   std::string text;
@@ -353,10 +361,11 @@ std::string Vcard::name() const {
 std::string Vcard::shown() const { return plain(name()); }
 
 std::string Vcard::text(const std::string& uid) const {
-  std::string text = "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + escaped(uid) + "\r\n";
-  if (value_of("FN").empty()) text += "FN:" + name() + "\r\n";
-  if (value_of("N").empty()) text += "N:;" + name() + ";;;\r\n";
-  return text + content() + "END:VCARD";
+  std::string text = "BEGIN:VCARD\r\nVERSION:3.0\r\n" + finished("UID:" + escaped(uid));
+  if (value_of("FN").empty()) text += finished("FN:" + name());
+  if (value_of("N").empty()) text += finished("N:;" + name() + ";;;");
+  for (const std::string& line : lines_) text += finished(line);
+  return text + "END:VCARD";
 }
 
 Vcard vcard_of(std::string_view card_text, const std::string& charset) {

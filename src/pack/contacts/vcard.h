@@ -41,7 +41,8 @@ class Vcard {
   /// The contact without what tells it from another one with the same content.
   std::string content() const;
 
-  /// The whole vCard. One without FN gets it from N, ORG or EMAIL, and one without N an N made of FN.
+  /// The whole vCard. One without FN gets it from N, ORG or EMAIL, and one without N an N made of FN. A value
+  /// with letters outside of ASCII tells that it is UTF-8.
   std::string text(const std::string& uid) const;
 
  private:

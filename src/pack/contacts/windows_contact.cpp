@@ -9,13 +9,20 @@ namespace pack {
 
 namespace {
 
+bool says_something(const XmlElement& element) {
+  const bool has_text = element.text.find_first_not_of(" \t\r\n") != std::string::npos;
+  return has_text || std::ranges::any_of(element.children, [](const XmlElement& child) {
+           return child.name != "LabelCollection" && says_something(child);
+         });
+}
+
 // What is there once for each of somebody's addresses stands in "NAMECollection".
 std::vector<const XmlElement*> all_of(const XmlElement& contact, const std::string& name) {
   std::vector<const XmlElement*> found;
   const XmlElement* const collection = contact.child(name + "Collection");
   if (collection == nullptr) return found;
   for (const XmlElement& element : collection->children)
-    if (element.name == name) found.push_back(&element);
+    if (element.name == name && says_something(element)) found.push_back(&element);
   return found;
 }
 
@@ -24,6 +31,22 @@ bool has_label(const XmlElement& element, std::string_view label) {
   return labels != nullptr && std::ranges::any_of(labels->children, [&](const XmlElement& one) {
            return one.text == label || one.text.ends_with(":" + std::string(label));
          });
+}
+
+// "Spouse" of a person with that label, else "Person".
+std::string shown(const XmlElement& element) {
+  const XmlElement* const labels = element.child("LabelCollection");
+  constexpr std::array<std::string_view, 3> of_all = {"Business", "Personal", "Preferred"};
+  if (labels == nullptr) return element.name;
+  for (const XmlElement& label : labels->children)
+    if (!label.text.empty() && std::ranges::find(of_all, label.text) == of_all.end())
+      return label.text.substr(label.text.rfind(':') + 1);
+  return element.name;
+}
+
+// Of those that a card has once the first is there.
+void drop_behind_first(const std::vector<const XmlElement*>& elements, Vcard& card) {
+  for (std::size_t number = 1; number < elements.size(); ++number) card.drop(shown(*elements[number]));
 }
 
 std::string place_of(const XmlElement& element) {
@@ -40,6 +63,8 @@ void add_names(const XmlElement& contact, Vcard& card) {
   card.add("N", std::vector{name.text_of("FamilyName"), name.text_of("GivenName"), name.text_of("MiddleName"),
                             name.text_of("Title"), suffix.empty() ? name.text_of("Generation") : suffix});
   card.add("NICKNAME", name.text_of("NickName"));
+  if (!suffix.empty() && !name.text_of("Generation").empty()) card.drop("Generation");
+  drop_behind_first(names, card);
 }
 
 // The preferred one first, which is the one that programs write to.
@@ -83,12 +108,22 @@ void add_work(const XmlElement& contact, Vcard& card) {
                               work.text_of("Department"), work.text_of("Office")});
   card.add("TITLE", work.text_of("JobTitle"));
   card.add("ROLE", work.text_of("Profession"));
+  if (!company.empty() && !work.text_of("Organization").empty() && work.text_of("Organization") != company)
+    card.drop("Organization");
+  drop_behind_first(positions, card);
 }
 
-void add_birthday(const XmlElement& contact, Vcard& card) {
+void add_dates(const XmlElement& contact, Vcard& card) {
   constexpr std::size_t date = std::string_view("1970-05-10").size();  // the time behind it is none
-  for (const XmlElement* one : all_of(contact, "Date"))
-    if (has_label(*one, "Birthday")) return card.add("BDAY", one->text_of("Value").substr(0, date));
+  bool has_birthday = false;
+  for (const XmlElement* one : all_of(contact, "Date")) {
+    if (!has_birthday && has_label(*one, "Birthday")) {
+      has_birthday = true;
+      card.add("BDAY", one->text_of("Value").substr(0, date));
+    } else {
+      card.drop(shown(*one));
+    }
+  }
 }
 
 bool is_base64(char c) {
@@ -104,14 +139,65 @@ void add_photo(const XmlElement& contact, Vcard& card) {
   };
   constexpr std::array types{Type{"image/jpeg", "JPEG"}, Type{"image/png", "PNG"}, Type{"image/gif", "GIF"},
                              Type{"image/bmp", "BMP"}};
+  bool has_photo = false;
   for (const XmlElement* one : all_of(contact, "Photo")) {
     const XmlElement* const value = one->child("Value");
     if (value == nullptr) continue;
     const auto type = std::ranges::find(types, value->attribute("ContentType"), &Type::content);
     std::string bytes = value->text;
     std::erase_if(bytes, [](char c) { return !is_base64(c); });
-    if (bytes.empty() || type == types.end()) continue;
-    return card.add_line(std::string("PHOTO;ENCODING=b;TYPE=") + type->type + ":" + bytes);
+    if (bytes.empty()) continue;
+    if (has_photo || type == types.end()) {
+      card.drop("Photo");
+    } else {
+      has_photo = true;
+      card.add_line(std::string("PHOTO;ENCODING=b;TYPE=") + type->type + ":" + bytes);
+    }
+  }
+}
+
+// Elements of collections, and those parts of them that are looked at.
+struct Known {
+  std::string_view element;
+  std::array<std::string_view, 9> parts;
+};
+constexpr std::array known{
+    Known{"Name",
+          {"FormattedName", "FamilyName", "GivenName", "MiddleName", "Title", "Suffix", "Generation",
+           "NickName"}},
+    Known{"EmailAddress", {"Address", "Type"}}, Known{"PhoneNumber", {"Number"}},
+    // The label repeats the address.
+    Known{"PhysicalAddress",
+          {"POBox", "ExtendedAddress", "Street", "Locality", "Region", "PostalCode", "Country",
+           "AddressLabel"}},
+    Known{"Position", {"Company", "Organization", "Department", "Office", "JobTitle", "Profession"}},
+    Known{"Url", {"Value"}}, Known{"Date", {"Value"}}, Known{"Photo", {"Value", "Url"}}};
+
+void drop_unknown_of(const XmlElement& collection, Vcard& card) {
+  for (const XmlElement& element : collection.children) {
+    const auto kind = std::ranges::find(known, element.name, &Known::element);
+    if (kind == known.end()) {
+      if (says_something(element)) card.drop(shown(element));
+      continue;
+    }
+    for (const XmlElement& part : element.children) {
+      const bool is_known =
+          part.name == "LabelCollection" || std::ranges::find(kind->parts, part.name) != kind->parts.end();
+      if (!is_known && says_something(part)) card.drop(part.name);
+    }
+  }
+}
+
+void drop_unknown(const XmlElement& contact, Vcard& card) {
+  constexpr std::array<std::string_view, 4> looked_at = {"Notes", "CreationDate", "ContactIDCollection",
+                                                         "ProductID"};
+  for (const XmlElement& part : contact.children) {
+    if (std::ranges::find(looked_at, part.name) != looked_at.end()) continue;
+    if (part.name.ends_with("Collection")) {
+      drop_unknown_of(part, card);
+    } else if (says_something(part) && part.text != "Unspecified") {
+      card.drop(part.name);
+    }
   }
 }
 
@@ -127,9 +213,10 @@ std::optional<Vcard> windows_contact(std::string_view file) {
   add_places(*contact, card);
   add_work(*contact, card);
   for (const XmlElement* one : all_of(*contact, "Url")) card.add("URL", one->text_of("Value"));
-  add_birthday(*contact, card);
+  add_dates(*contact, card);
   card.add("NOTE", contact->text_of("Notes"));
   add_photo(*contact, card);
+  drop_unknown(*contact, card);
   return card;
 }
 

@@ -9,7 +9,8 @@
 
 namespace pack {
 
-/// The contact in a file; no value when it is none, an empty card when it says nothing.
+/// The contact in a file; no value when it is none, an empty card when it says nothing. What a card has no
+/// line for is dropped from it.
 std::optional<Vcard> windows_contact(std::string_view file);
 
 }  // namespace pack

@@ -58,7 +58,7 @@ void add_contact(Packing& packing, const Place& file, const Entry& entry, const 
   if (entry.size > longest_xml) return packing.leave_out(Kind::contacts, Cause::too_long, file.path);
   const auto text = whole(file, longest_xml);
   const auto card = text ? windows_contact(*text) : std::nullopt;
-  if (!card || card->is_empty())
+  if (!card || (card->is_empty() && card->dropped().empty()))
     return packing.leave_out(Kind::contacts, text ? Cause::damaged : Cause::unreadable, file.path);
   add(*card, file.path);
 }

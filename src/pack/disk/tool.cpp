@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -54,11 +56,22 @@ bool become_nobody() {
   return is_done || errno == EPERM || errno == EINVAL;
 }
 
+// Nobody may be kept from a part of the way to it, as in a TMPDIR of root's own, and the program lost when it
+// goes back there by the whole path. So it has the folder as its /tmp, of which it sees nothing else. In a
+// container root may mount nothing: then it is where it lies.
+bool enter(const char* folder) {
+  if (geteuid() == 0 && unshare(CLONE_NEWNS) == 0 &&
+      mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+      mount(folder, "/tmp", nullptr, MS_BIND, nullptr) == 0)
+    return chdir("/tmp") == 0;
+  return chdir(folder) == 0;
+}
+
 // The program itself. Only calls that may be made between fork and exec.
 [[noreturn]] void become(const char* folder, char* const* words, int complaints, const ToolLimits& limits) {
   const int nothing = open("/dev/null", O_RDWR);
   if (nothing < 0 || dup2(nothing, STDIN_FILENO) < 0 || dup2(nothing, STDOUT_FILENO) < 0 ||
-      dup2(complaints, STDERR_FILENO) < 0 || chdir(folder) != 0)
+      dup2(complaints, STDERR_FILENO) < 0 || !enter(folder))
     _exit(not_found - 1);
   close_range(STDERR_FILENO + 1, ~0U, 0);
   limit(RLIMIT_CORE, 0);

@@ -33,9 +33,9 @@ bool is_tool(const std::string& name);
 std::uint64_t room_in(const std::string& folder);
 
 /// Runs a program with these words, of which the first is its name, in `folder`, without a shell, and waits
-/// for its end. When we are root it is nobody, to whom the folder and what lies in it are given first. It
-/// reads nothing from us, and what it says on standard output is lost. Throws std::system_error when no
-/// process can be made.
+/// for its end. When we are root it is nobody, to whom the folder and what lies in it are given first, and
+/// has the folder as /tmp, whoever may go where it lies. It reads nothing from us, and what it says on
+/// standard output is lost. Throws std::system_error when no process can be made.
 ToolEnd run_tool(const std::string& folder, const std::vector<std::string>& words, const ToolLimits& limits);
 
 }  // namespace pack

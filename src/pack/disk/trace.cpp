@@ -29,6 +29,8 @@ Trace::Trace(std::string path) : path_(std::move(path)) { tell('+', path_); }
 
 Trace::~Trace() { tell('-', path_); }
 
+void Trace::is_to_stay(bool whether) const { tell(whether ? '=' : '+', path_); }
+
 void tell_traces_to(int pipe) { watcher = pipe; }
 
 }  // namespace pack

@@ -16,12 +16,16 @@ class Trace {
   Trace& operator=(const Trace&) = delete;
   ~Trace();
 
+  /// Tells that it is about to get a name of its own, under which it stays: when it is gone it has got it. Or
+  /// that nothing comes of that.
+  void is_to_stay(bool whether) const;
+
  private:
   std::string path_;
 };
 
 /// Traces are told to whoever reads the other end of this pipe: "+PATH" and a NUL byte of each that begins,
-/// "-PATH" of each that ends. Nobody is told without this call.
+/// "-PATH" of each that ends, "=PATH" of one that is to stay. Nobody is told without this call.
 void tell_traces_to(int pipe);
 
 }  // namespace pack

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "pack/disk/disk.h"
-#include "pack/model/tally.h"
+#include "pack/files/tally.h"
 #include "pack/parcel/parcel.h"
 
 namespace pack {
@@ -64,6 +64,9 @@ class Packing {
   /// kind.
   void unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].insert(kind); }
   bool is_unpacked(const Place& file) const;
+
+  /// Takes that back.
+  void not_unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].erase(kind); }
 
   /// A file that is made here, of so many things that were found.
   void add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things = 1);

@@ -33,6 +33,12 @@ std::string name_at_top(const std::string& name) {
   return name;
 }
 
+// A run leaves out what begins with a dot, and programs do not show it.
+std::string shown_name(std::string name) {
+  if (name.starts_with('.')) name.front() = '_';
+  return name;
+}
+
 // A file with one message, read as a mailbox: with a line "From " in front, and those of its text made
 // others.
 class OneMessage : public Content {
@@ -273,8 +279,9 @@ void pack_folder(Packing& packing, const std::string& name, const std::vector<Ma
 void MailFolders::add(const std::vector<std::string>& names, const Source& source) {
   std::string path;
   for (const std::string& name : names) {
-    const std::string kept = kept_name(name);
+    const std::string kept = shown_name(kept_name(name));
     path += path.empty() ? name_at_top(kept) : std::string(layout::subfolders) + "/" + kept;
+    folders_.try_emplace(path);
   }
   folders_[path].push_back(source);
 }

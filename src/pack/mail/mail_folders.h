@@ -38,7 +38,8 @@ class MailFolders {
   };
 
   /// Adds a folder; `names` are those of the folders above it and its own, from the top. The usual ones at
-  /// the top (INBOX, Unsent Messages) become the archive's.
+  /// the top (INBOX, Unsent Messages) become the archive's, and a dot in front of a name becomes "_". Each of
+  /// those above it is a folder as well, if an empty one: programs show what is below no other.
   void add(const std::vector<std::string>& names, const Source& source);
 
   /// Packs all of them.

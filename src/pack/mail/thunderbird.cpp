@@ -1,6 +1,7 @@
 #include "pack/mail/thunderbird.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 
 #include "pack/disk/stage.h"
@@ -24,33 +25,40 @@ class Servers {
       : disk_(disk), person_(person), hive_(hive), profile_(profile), folders_(folders), gaps_(gaps) {}
 
   void add(const Prefs& prefs) {
-    for (const char* usual : {"Mail", "ImapMail"})
-      if (const auto servers = folder_at(profile_, usual, gaps_)) folders_.add_servers(*servers);
+    if (const auto servers = folder_at(profile_, "Mail", gaps_))
+      folders_.add_servers(*servers, Spelling::plain);
+    if (const auto servers = folder_at(profile_, "ImapMail", gaps_))
+      folders_.add_servers(*servers, Spelling::of_imap);
     constexpr std::string_view ending = ".directory";
     for (const auto& [name, value] : prefs)
       if (name.starts_with("mail.server.") && name.ends_with(ending) && !value.empty())
-        add_by_prefs(pref(prefs, name + "-rel"), value);
+        add_by_prefs(pref(prefs, name + "-rel"), value,
+                     pref(prefs, name.substr(0, name.size() - ending.size()) + ".type") == "imap"
+                         ? Spelling::of_imap
+                         : Spelling::plain);
   }
 
  private:
+  using Spelling = ThunderbirdFolders::Spelling;
+
   // By its place relative to the profile, when that is one, else by the one it had on Windows.
-  void add_by_prefs(const std::string& relative, const std::string& absolute) {
+  void add_by_prefs(const std::string& relative, const std::string& absolute, Spelling spelling) {
     constexpr std::string_view profile = "[ProfD]";
     if (relative.starts_with(profile)) {
       const std::string path =
           std::filesystem::path(joined(profile_.path, relative.substr(profile.size()))).lexically_normal();
       if (const auto folder = folder_at({.tree = profile_.tree, .path = ""}, path, gaps_))
-        return folders_.add_server(*folder);
+        return folders_.add_server(*folder, spelling);
       // Not made yet: the server has no mail.
       if (relative.find("..") == std::string::npos) return;
     }
-    add_moved(absolute);
+    add_moved(absolute, spelling);
   }
 
-  void add_moved(const std::string& path) {
+  void add_moved(const std::string& path, Spelling spelling) {
     const Whereabouts found = whereabouts(disk_, person_, hive_, path);
     if (found.place && find_folder(*found.place->tree, "", found.place->path))
-      return folders_.add_server(*found.place);
+      return folders_.add_server(*found.place, spelling);
     if (found.cause && !is_in_profile(path)) gaps_.add(*found.cause, path);
   }
 
@@ -80,19 +88,34 @@ Prefs prefs_of(const Place& profile, Gaps& gaps) {
   return text ? read_prefs(*text) : Prefs();
 }
 
+// Address books that lie on a server, of which nothing is here: "ldap_2.servers.KEY.uri".
+void tell_of_directories(Packing& packing, const Place& profile, const Prefs& prefs) {
+  constexpr std::string_view begin = "ldap_2.servers.";
+  constexpr std::string_view end = ".uri";
+  for (const auto& [name, value] : prefs) {
+    if (!name.starts_with(begin) || !name.ends_with(end) || !value.starts_with("ldap")) continue;
+    const std::string shown = pref(prefs, name.substr(0, name.size() - end.size()) + ".description");
+    packing.tell_of(Kind::contacts, Cause::no_place, profile.path + ": " + (shown.empty() ? value : shown));
+  }
+}
+
 }  // namespace
 
 void add_thunderbird(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
                      MailAccounts& accounts, MailFolders& folders) {
-  if (!packing.wants(Kind::accounts) && !packing.wants(Kind::mail)) return;
+  const std::array kinds{Kind::mail, Kind::accounts, Kind::contacts};
+  const auto wanted = std::ranges::find_if(kinds, [&](Kind kind) { return packing.wants(kind); });
+  if (wanted == kinds.end()) return;
   Gaps gaps;
   ThunderbirdFolders all(packing, folders, gaps);
   for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps)) {
     const Prefs prefs = prefs_of(profile, gaps);
     if (packing.wants(Kind::accounts)) add_thunderbird_accounts(prefs, profile.path, packing, accounts);
+    if (packing.wants(Kind::contacts)) tell_of_directories(packing, profile, prefs);
     if (packing.wants(Kind::mail)) Servers(machine.disk, person, hive, profile, all, gaps).add(prefs);
   }
-  gaps.tell(packing, packing.wants(Kind::mail) ? Kind::mail : Kind::accounts);
+  // Who packs contacts alone looks at the profiles again, and tells.
+  if (*wanted != Kind::contacts) gaps.tell(packing, *wanted);
 }
 
 }  // namespace pack

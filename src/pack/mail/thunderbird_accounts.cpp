@@ -21,8 +21,6 @@ std::vector<std::string> parts_of(const std::string& list) {
   return parts;
 }
 
-enum class Encryption { none, after_a_plain_start, from_the_start };
-
 // "1" starts it where the server offers it, "2" asks for it.
 Encryption encryption_of(const std::string& socket_type) {
   if (socket_type == "3") return Encryption::from_the_start;
@@ -34,16 +32,6 @@ Encryption encryption_of(const Prefs& prefs, const std::string& server) {
   const std::string type = pref(prefs, server + "socketType");
   if (type.empty() && pref(prefs, server + "isSecure") == "true") return Encryption::from_the_start;
   return encryption_of(type);
-}
-
-std::string usual_port(bool is_imap, Encryption encryption) {
-  if (encryption == Encryption::from_the_start) return is_imap ? "993" : "995";
-  return is_imap ? "143" : "110";
-}
-
-std::string usual_smtp_port(Encryption encryption) {
-  if (encryption == Encryption::from_the_start) return "465";
-  return encryption == Encryption::none ? "25" : "587";
 }
 
 // Thunderbird writes none where it is the usual one.
@@ -106,11 +94,18 @@ class Reader {
     result.organization = get(identity + "organization");
     take_server(server, result);
     take_smtp(identity, result);
+    if (has_signature(identity)) result.lost.push_back("the signature");
     for (std::size_t other = 1; other < identities.size(); ++other)
       if (const std::string address = get("mail.identity." + identities[other] + ".useremail");
           !address.empty())
         result.lost.push_back("the address " + address);
     return result;
+  }
+
+  // Typed in, or a file.
+  bool has_signature(const std::string& identity) const {
+    return !get(identity + "htmlSigText").empty() ||
+           (get(identity + "attach_signature") == "true" && !get(identity + "sig_file").empty());
   }
 
   // A server that has got another name keeps the one it had first as its "hostname".
@@ -148,15 +143,7 @@ class Reader {
     // Old versions have another number for the same.
     account.smtp_wants_login =
         !user.empty() && method != no_login && (!method.empty() || get(smtp + "auth_method") != "0");
-    const std::string usual = usual_smtp_port(encryption);
-    const std::string port = port_of(get(smtp + "port"), usual);
-    if (encryption == Encryption::after_a_plain_start) {
-      account.lost.push_back("STARTTLS and port " + port + " for " + account.smtp_server);
-    } else if (port != usual) {
-      account.lost.push_back("port " + port + " for " + account.smtp_server);
-    }
-    if (account.smtp_wants_login && user != account.user)
-      account.lost.push_back("the login " + user + " for " + account.smtp_server);
+    note_lost_sending(account, encryption, port_of(get(smtp + "port"), usual_smtp_port(encryption)), user);
     if (method == by_browser) account.lost.push_back("OAuth2 for " + account.smtp_server);
   }
 

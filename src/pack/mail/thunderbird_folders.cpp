@@ -1,7 +1,10 @@
 #include "pack/mail/thunderbird_folders.h"
 
+#include <glib.h>
+
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <system_error>
 
 #include "pack/files/known_folders.h"
@@ -35,6 +38,21 @@ std::string without(std::string_view ending, const std::string& name) {
   return name.substr(0, name.size() - ending.size());
 }
 
+std::string converted(const std::string& text, const char* to, const char* from) {
+  const std::unique_ptr<char, decltype(&g_free)> result(
+      g_convert(text.data(), static_cast<gssize>(text.size()), to, from, nullptr, nullptr, nullptr), g_free);
+  return result ? result.get() : "";
+}
+
+// As people see it, where it is the one spelling of that: newer servers send names as they are, and one of
+// those may look like it.
+std::string without_spelling_of_imap(const std::string& name) {
+  constexpr const char* spelling = "UTF-7-IMAP";
+  if (name.find('&') == std::string::npos) return name;
+  const std::string plain = converted(name, "UTF-8", spelling);
+  return !plain.empty() && converted(plain, spelling, "UTF-8") == name ? plain : name;
+}
+
 // The first bytes of a file; no value when they cannot be read.
 std::optional<std::string> beginning_of(const Place& file) {
   std::array<char, 4096> bytes{};
@@ -64,21 +82,23 @@ std::uint64_t size_of_maildir(const Place& folder) {
 
 }  // namespace
 
-void ThunderbirdFolders::add_servers(const Place& folder) {
+void ThunderbirdFolders::add_servers(const Place& folder, Spelling spelling) {
   const std::vector<Entry> entries = listed(folder, gaps_);
   for (const Entry& entry : entries) {
     const Place place{.tree = folder.tree, .path = joined(folder.path, entry.name)};
     if (entry.what == What::folder) {
-      add_server(place);
+      add_server(place, spelling);
     } else {
+      spelling_ = spelling;
       add_file(place, entry, {});
     }
   }
 }
 
-void ThunderbirdFolders::add_server(const Place& folder) {
+void ThunderbirdFolders::add_server(const Place& folder, Spelling spelling) {
   if (std::ranges::any_of(servers_, [&](const Place& other) { return lies_in(folder, other); })) return;
   servers_.push_back(folder);
+  spelling_ = spelling;
   add(folder);
 }
 
@@ -129,6 +149,7 @@ void ThunderbirdFolders::add_file(const Place& place, const Entry& entry, const 
 void ThunderbirdFolders::add_source(const std::string& name, const MailFolders::Source& source) {
   std::vector<std::string> names = names_;
   names.push_back(name);
+  if (spelling_ == Spelling::of_imap) std::ranges::transform(names, names.begin(), without_spelling_of_imap);
   folders_.add(names, source);
 }
 

@@ -2,6 +2,7 @@
 #ifndef BRINDLE_PACK_MAIL_THUNDERBIRD_FOLDERS_H
 #define BRINDLE_PACK_MAIL_THUNDERBIRD_FOLDERS_H
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
@@ -15,14 +16,17 @@ namespace pack {
 /// those within it.
 class ThunderbirdFolders {
  public:
+  /// How names are spelt: as people see them, or as IMAP sends them ("Entw&APw-rfe").
+  enum class Spelling : std::uint8_t { plain, of_imap };
+
   ThunderbirdFolders(Packing& packing, MailFolders& folders, Gaps& gaps)
       : packing_(packing), folders_(folders), gaps_(gaps) {}
 
   /// What lies below a server's folder. One that was added before, or lies in one, is passed over.
-  void add_server(const Place& folder);
+  void add_server(const Place& folder, Spelling spelling);
 
   /// What lies below a folder of servers, and mail folders that lie beside them.
-  void add_servers(const Place& folder);
+  void add_servers(const Place& folder, Spelling spelling);
 
  private:
   using Names = std::set<std::string>;
@@ -37,6 +41,7 @@ class ThunderbirdFolders {
   Gaps& gaps_;
   std::vector<Place> servers_;
   std::vector<std::string> names_;  // of the folders above
+  Spelling spelling_ = Spelling::plain;
 };
 
 }  // namespace pack

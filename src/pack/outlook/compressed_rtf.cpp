@@ -56,12 +56,14 @@ std::optional<std::string> unpacked(std::string_view bytes) {
   return std::nullopt;  // the end is marked
 }
 
-// Takes the HTML out, token by token.
+enum class Wanted : std::uint8_t { html, text };
+
+// Takes the HTML out, token by token; or the text.
 class Unwrapped {
  public:
-  explicit Unwrapped(std::string_view rtf) : rest_(rtf) {}
+  Unwrapped(std::string_view rtf, Wanted wanted) : rest_(rtf), wanted_(wanted) {}
 
-  std::string html() {
+  std::string result() {
     while (!rest_.empty()) step();
     flush();
     return std::move(html_);
@@ -97,7 +99,7 @@ class Unwrapped {
       if (c == '\'') return byte();
       if (c == '*') is_destination_ = true;
       if (c == '\\' || c == '{' || c == '}') put(c);
-      if (c == '~') put_text("&nbsp;");
+      if (c == '~') put_text(wanted_ == Wanted::html ? "&nbsp;" : " ");
       return;
     }
     std::size_t end = 0;
@@ -132,8 +134,10 @@ class Unwrapped {
       character(number);
     } else if (word == "par" || word == "line") {
       put('\n');
-    } else if (word == "tab") {
+    } else if (word == "tab" || (word == "cell" && wanted_ == Wanted::text)) {
       put('\t');
+    } else if (word == "row" && wanted_ == Wanted::text) {
+      put('\n');
     } else {
       symbol(word);
     }
@@ -143,13 +147,15 @@ class Unwrapped {
     struct Symbol {
       std::string_view word;
       std::string_view html;
+      std::string_view text;
     };
-    constexpr std::array symbols{Symbol{"lquote", "&lsquo;"},    Symbol{"rquote", "&rsquo;"},
-                                 Symbol{"ldblquote", "&ldquo;"}, Symbol{"rdblquote", "&rdquo;"},
-                                 Symbol{"bullet", "&bull;"},     Symbol{"endash", "&ndash;"},
-                                 Symbol{"emdash", "&mdash;"}};
+    constexpr std::array symbols{
+        Symbol{"lquote", "&lsquo;", "\u2018"},    Symbol{"rquote", "&rsquo;", "\u2019"},
+        Symbol{"ldblquote", "&ldquo;", "\u201C"}, Symbol{"rdblquote", "&rdquo;", "\u201D"},
+        Symbol{"bullet", "&bull;", "\u2022"},     Symbol{"endash", "&ndash;", "\u2013"},
+        Symbol{"emdash", "&mdash;", "\u2014"}};
     const auto found = std::ranges::find(symbols, word, &Symbol::word);
-    if (found != symbols.end()) put_text(found->html);
+    if (found != symbols.end()) put_text(wanted_ == Wanted::html ? found->html : found->text);
   }
 
   void byte() {
@@ -204,6 +210,7 @@ class Unwrapped {
   }
 
   std::string_view rest_;
+  Wanted wanted_;
   std::string html_;
   std::string bytes_;
   std::string units_;
@@ -230,7 +237,9 @@ std::optional<std::string> plain_rtf(std::string_view compressed) {
 std::optional<std::string> html_in_rtf(std::string_view rtf) {
   constexpr std::size_t head = 512;
   if (rtf.substr(0, head).find("\\fromhtml") == std::string_view::npos) return std::nullopt;
-  return Unwrapped(rtf).html();
+  return Unwrapped(rtf, Wanted::html).result();
 }
+
+std::string text_in_rtf(std::string_view rtf) { return Unwrapped(rtf, Wanted::text).result(); }
 
 }  // namespace pack

@@ -80,6 +80,12 @@ class Files {
   std::vector<OutlookFile> files_;
 };
 
+// What is wrong with a file is told once: by the first of those who unpack it, or who packs it as it is.
+bool tells_of_files(const Packing& packing, Kind kind) {
+  const auto first = std::ranges::find_if(unpacked_kinds, [&](Kind one) { return packing.wants(one); });
+  return first == unpacked_kinds.end() || *first == kind;
+}
+
 void add_named(Packing& packing, const Machine& machine, const Person& person, const Hive& hive, Kind kind,
                Files& files) {
   for (const std::string& path : data_files_in(hive)) {
@@ -87,7 +93,7 @@ void add_named(Packing& packing, const Machine& machine, const Person& person, c
     const auto place = place_of(machine, person, path);
     const auto found = place ? find(*place->tree, "", place->path) : std::nullopt;
     if (!found || found->entry.what == What::folder) {
-      if (kind == Kind::mail) packing.leave_out(kind, Cause::elsewhere, path);
+      if (tells_of_files(packing, kind)) packing.leave_out(kind, Cause::elsewhere, path);
     } else {
       files.add(*place, found->entry);
     }
@@ -171,7 +177,7 @@ std::vector<OutlookFile> outlook_files(Packing& packing, const Machine& machine,
 }
 
 bool can_read(Packing& packing, const OutlookFile& file, BlocksOfFile& blocks, Kind kind) {
-  const bool is_ours = kind == Kind::mail || !packing.wants(Kind::mail);
+  const bool is_ours = tells_of_files(packing, kind);
   const auto tell = [&](Cause cause) {
     if (is_ours) packing.leave_out(kind, cause, file.place.path);
     return false;

@@ -42,6 +42,7 @@ class Reader {
     return is_good_ ? count : 0;
   }
   bool is_good() const { return is_good_; }
+  bool is_at_end() const { return bytes_.empty(); }
 
  private:
   std::string_view bytes_;
@@ -63,15 +64,25 @@ constexpr std::uint16_t first_of_other_calendars = 0xA;
 
 constexpr std::uint32_t ends_on_a_day = 0x2021;
 constexpr std::uint32_t ends_after_some = 0x2022;
+constexpr std::uint32_t no_day = 0x5AE980DF;
 
 struct Head {
   std::uint16_t unit = 0;
   std::uint16_t pattern = 0;
+  std::uint16_t calendar = 0;
   std::uint32_t period = 0;
   std::uint32_t days = 0;  // of the week, or the day of the month
   std::uint32_t position = 0;
   std::uint32_t first_of_week = 0;
 };
+
+// Days and weeks are the same in all calendars; months in those that have another number for the year, or
+// another language.
+bool has_our_months(const Head& head) {
+  constexpr std::array<std::uint16_t, 11> with_our_months = {0, 1, 2, 3, 4, 5, 7, 9, 0xA, 0xB, 0xC};
+  if (head.pattern == by_day || head.pattern == by_week) return true;
+  return std::ranges::find(with_our_months, head.calendar) != with_our_months.end();
+}
 
 std::string with_interval(const char* unit, std::uint32_t interval) {
   return std::string("FREQ=") + unit + ";INTERVAL=" + std::to_string(std::max(interval, 1U));
@@ -165,10 +176,10 @@ OutlookRecurrence::Exception exception_of(Reader& reader, std::uint16_t& changes
   if ((changes & new_reminder) != 0) exception.has_reminder = reader.dword() != 0;
   if ((changes & new_location) != 0) exception.location = text();
   if ((changes & new_shown_as) != 0) exception.shown_as = reader.dword();
-  if ((changes & new_attachments) != 0) reader.dword();
+  const bool has_files = (changes & new_attachments) != 0 && reader.dword() != 0;
   if ((changes & new_all_day) != 0) exception.is_all_day = reader.dword() != 0;
   if ((changes & new_colour) != 0) reader.dword();
-  exception.has_own_text = (changes & new_text) != 0;
+  exception.has_more = has_files || (changes & (new_text | new_kind)) != 0;
   return exception;
 }
 
@@ -221,17 +232,18 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   Head head;
   head.unit = reader.word();
   head.pattern = reader.word();
-  reader.word();  // the calendar: other ones have patterns of their own
+  head.calendar = reader.word();
   reader.dword();
   head.period = reader.dword();
-  reader.dword();
-  if (head.pattern >= first_of_other_calendars) return std::nullopt;
+  const bool is_after_done = reader.dword() != 0;
+  if (head.pattern >= first_of_other_calendars || !has_our_months(head)) return std::nullopt;
   if (head.pattern != by_day) head.days = reader.dword();
   if (head.pattern == by_weekday) head.position = reader.dword();
   const std::uint32_t end = reader.dword();
   const std::uint32_t times = reader.dword();
   head.first_of_week = reader.dword();
   OutlookRecurrence recurrence;
+  recurrence.is_after_done = is_after_done;
   const std::uint32_t left_out = reader.count(4);
   for (std::uint32_t number = 0; number < left_out; ++number) recurrence.left_out.push_back(reader.time());
   const std::uint32_t changed = reader.count(4);
@@ -241,8 +253,12 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   recurrence.rule = rule_of(head, recurrence.first_day);
   if (!reader.is_good() || recurrence.rule.empty()) return std::nullopt;
   if (end == ends_on_a_day) recurrence.last_day = last_day;
-  if (end == ends_after_some && times > 0) recurrence.rule += ";COUNT=" + std::to_string(times);
-  read_exceptions(reader, recurrence);
+  if (end == ends_after_some && times > 0) {
+    recurrence.rule += ";COUNT=" + std::to_string(times);
+    if (last_day != unix_time_of_minutes(no_day)) recurrence.last_of_times = last_day;
+  }
+  // A task's has no more than this.
+  if (!reader.is_at_end() || changed > 0) read_exceptions(reader, recurrence);
   // The days of exceptions are among those left out.
   constexpr std::int64_t day = 86400;
   std::set<std::int64_t> replaced;

@@ -22,11 +22,13 @@ struct OutlookRecurrence {
     std::optional<std::int32_t> minutes_before;
     std::optional<std::uint32_t> shown_as;
     std::optional<bool> is_all_day;
-    bool has_own_text = false;  ///< which lies elsewhere
+    bool has_more = false;  ///< a text, files or people of its own, which lie elsewhere
   };
 
   std::string rule;  ///< iCalendar's, without UNTIL; a number of times stands in it
   std::optional<std::int64_t> last_day;
+  std::optional<std::int64_t> last_of_times;  ///< of a number of times: the day of the last one
+  bool is_after_done = false;                 ///< of a task: the time runs from when it was done
   std::int64_t first_day = 0;
   std::int64_t start_of_day = 0;  ///< seconds from midnight to the start, and to the end
   std::int64_t end_of_day = 0;

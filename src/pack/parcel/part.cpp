@@ -22,6 +22,9 @@ std::string folder_of(const std::string& path) {
   return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
+// Of asking for a part of a file: then fsync alone waits for all of it.
+constexpr bool is_not_offered(int error) { return error == ENOSYS || error == EINVAL || error == ESPIPE; }
+
 // For file systems that cannot rename without replacing: sticks of Windows are among them.
 int rename_unless_there(const std::string& from, const std::string& to) {
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
@@ -80,9 +83,14 @@ void Part::flush() {
 // So that little is left to wait for in the end.
 void Part::begin_with_disk() {
   if (written_ - begun_ < brought_at_once) return;
-  sync_file_range(file_, static_cast<off_t>(begun_), static_cast<off_t>(written_ - begun_),
-                  SYNC_FILE_RANGE_WRITE);
+  bring_to_disk(begun_, written_ - begun_, SYNC_FILE_RANGE_WRITE);
   begun_ = written_;
+}
+
+// That the disk did not take something is told once for a file: fsync, which comes later, calls it a success.
+void Part::bring_to_disk(std::uint64_t place, std::uint64_t size, unsigned how) {
+  const int failed = sync_file_range(file_, static_cast<off_t>(place), static_cast<off_t>(size), how);
+  if (failed != 0 && !is_not_offered(errno)) fail(errno);
 }
 
 void Part::write(std::string_view bytes, std::uint64_t place) {
@@ -101,9 +109,8 @@ void Part::write(std::string_view bytes, std::uint64_t place) {
 void Part::wait_for_disk() {
   for (std::uint64_t place = 0; place < written_; place += brought_at_once) {
     stop_when_asked();
-    sync_file_range(file_, static_cast<off_t>(place),
-                    static_cast<off_t>(std::min(brought_at_once, written_ - place)),
-                    SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
+    bring_to_disk(place, std::min(brought_at_once, written_ - place),
+                  SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER);
   }
   stop_when_asked();
   if (fsync(file_) != 0) fail(errno);
@@ -112,8 +119,11 @@ void Part::wait_for_disk() {
 void Part::keep_as(const std::string& path) {
   flush();
   wait_for_disk();
-  if (const int error = rename_unless_there(name_, path); error != 0)
+  trace_->is_to_stay(true);
+  if (const int error = rename_unless_there(name_, path); error != 0) {
+    trace_->is_to_stay(false);
     throw std::system_error(error, std::generic_category(), path);
+  }
   name_.clear();
   trace_.reset();
   const int folder = open(folder_of(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

@@ -34,6 +34,7 @@ class Part {
   [[noreturn]] void fail(int error);
   void flush();
   void begin_with_disk();
+  void bring_to_disk(std::uint64_t place, std::uint64_t size, unsigned how);
   void write(std::string_view bytes, std::uint64_t place);
   void wait_for_disk();
 

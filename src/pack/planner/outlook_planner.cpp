@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
 
 #include "pack/calendar/component.h"
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/outlook.h"
+#include "pack/outlook/plain_text.h"
 #include "pack/outlook/recipients.h"
 #include "pack/outlook/recurrence.h"
 #include "pack/outlook/times.h"
@@ -22,8 +26,6 @@ namespace id {
 constexpr std::uint16_t importance = 0x0017;
 constexpr std::uint16_t sensitivity = 0x0036;
 constexpr std::uint16_t subject = 0x0037;
-constexpr std::uint16_t body = 0x1000;
-constexpr std::uint16_t rtf = 0x1009;
 constexpr std::uint16_t created = 0x3007;
 constexpr std::uint16_t modified = 0x3008;
 }  // namespace id
@@ -79,18 +81,64 @@ class Item {
 };
 
 // The same wherever a copy of the meeting lies: what another program named it, or the whole of Outlook's
-// name.
+// name. The name of all times of a series has no day. Who is invited to some of them alone has an item for
+// each, which only the name with its day tells from the others.
 std::string uid_of(const Item& item) {
   using namespace std::string_view_literals;
+  constexpr std::string_view digits = "0123456789ABCDEF";
   constexpr std::uint32_t of_all = 0x23;
   constexpr std::uint32_t of_one = 0x03;
-  std::string name = item.bytes(PropertySet::meeting, of_all);
-  if (name.empty()) name = item.bytes(PropertySet::meeting, of_one);
+  constexpr std::size_t day_place = 16;
+  constexpr std::size_t day_size = 4;
+  std::string name = item.bytes(PropertySet::meeting, of_one);
+  const std::string day_of_one(part_of(name, day_place, day_size));
+  const bool has_day = day_of_one.find_first_not_of('\0') != std::string::npos;
+  const std::string name_of_all = item.bytes(PropertySet::meeting, of_all);
+  if (!has_day && !name_of_all.empty()) name = name_of_all;
   constexpr std::string_view others = "vCal-Uid\x01\0\0\0"sv;
   constexpr std::size_t head = 40;
   const std::string_view own = std::string_view(name).substr(std::min(head, name.size()));
-  if (!own.starts_with(others)) return hex(name, "0123456789ABCDEF");
-  return std::string(own.substr(others.size(), own.find('\0', others.size()) - others.size()));
+  if (!own.starts_with(others)) return hex(name, digits);
+  const std::string uid(own.substr(others.size(), own.find('\0', others.size()) - others.size()));
+  return has_day ? uid + "-" + hex(day_of_one, digits) : uid;
+}
+
+bool is_attachment(std::uint32_t node) {
+  constexpr std::uint32_t type_bits = 0x1F;
+  constexpr std::uint32_t attachment = 0x05;
+  return (node & type_bits) == attachment;
+}
+
+std::vector<std::string> addresses_of(const Item& item, const Properties& of, bool* is_whole) {
+  std::vector<std::string> addresses;
+  for (const Recipient& recipient : recipients_of(item.blocks(), of, is_whole))
+    addresses.push_back(recipient.address);
+  std::ranges::sort(addresses);
+  return addresses;
+}
+
+// Outlook keeps each time of a series that was changed as an attachment, which nobody sees. What is otherwise
+// there stands with the rule as well, but for files and people.
+bool repeats_the_rule(const Item& item, const Properties& attachment) {
+  constexpr std::uint16_t data = 0x3701;
+  constexpr std::uint16_t flags = 0x7FFD;
+  constexpr int of_a_changed_time = 2;
+  const auto node = attachment.object(data);
+  if (!node || (attachment.number(flags).value_or(0) & of_a_changed_time) == 0) return false;
+  const Properties changed(item.blocks(), *node, attachment.code_page());
+  bool is_whole = attachment.is_whole() && changed.is_whole();
+  const auto people = addresses_of(item, changed, &is_whole);
+  const bool are_others = !people.empty() && people != addresses_of(item, item.own(), &is_whole);
+  return is_whole && !are_others &&
+         std::ranges::none_of(changed.subnodes(), [](const auto& own) { return is_attachment(own.first); });
+}
+
+bool has_attachments(const Item& item) {
+  const Properties& own = item.own();
+  return std::ranges::any_of(own.subnodes(), [&](const auto& node) {
+    return is_attachment(node.first) &&
+           !repeats_the_rule(item, Properties(item.blocks(), node.second, own.code_page()));
+  });
 }
 
 CalendarItem common_part(const Item& item) {
@@ -98,7 +146,8 @@ CalendarItem common_part(const Item& item) {
   CalendarItem result;
   result.uid = uid_of(item);
   result.title = own.subject();
-  result.description = own.text(id::body);
+  auto [description, is_whole] = plain_text_of(own);
+  result.description = std::move(description);
   result.categories = item.categories();
   constexpr int high = 2;
   if (const int importance = own.number(id::importance).value_or(1); importance != 1)
@@ -110,7 +159,7 @@ CalendarItem common_part(const Item& item) {
   if (sensitivity == confidential) result.access = CalendarItem::Access::confidential;
   result.created = instant(own.time(id::created));
   result.modified = instant(own.time(id::modified));
-  result.is_simplified = own.has_attachments() || (result.description.empty() && own.has(id::rtf));
+  result.is_simplified = has_attachments(item) || !is_whole;
   return result;
 }
 
@@ -160,6 +209,19 @@ void add_people(CalendarItem& result, const Item& item) {
   result.is_simplified |= !is_whole;
 }
 
+// "GMT-04:00". Empty when no clock is so far ahead of UTC, or behind it.
+std::string zone_ahead_by(std::int64_t seconds) {
+  constexpr std::int64_t hour = 3600;
+  constexpr std::int64_t first = 14 * hour;
+  constexpr std::int64_t last = -12 * hour;
+  if (seconds > first || seconds < last || seconds % minute != 0) return "";
+  const std::int64_t minutes = std::abs(seconds / minute);
+  char name[32];
+  std::snprintf(name, sizeof name, "GMT%c%02d:%02d", seconds < 0 ? '-' : '+', static_cast<int>(minutes / 60),
+                static_cast<int>(minutes % 60));
+  return name;
+}
+
 // The clock by which an appointment was made: its own, else the person's.
 class Clock {
  public:
@@ -167,9 +229,25 @@ class Clock {
     for (const std::uint32_t number : {appointment::zone_of_series, appointment::zone_shown})
       if (name_.empty())
         name_ = olson_of_windows(zone_in_definition(item.bytes(PropertySet::appointment, number)));
+    is_own_ = !name_.empty();
     if (name_.empty()) name_ = home_zone;
     zone_ = Zone::named(name_);
   }
+
+  // Outlook did not write the zone of a series before 2007, and people have zones that nobody else knows.
+  // When the person's clock does not show `clock` at that instant, it was another one. False when there is
+  // none.
+  bool set_by(std::int64_t clock, std::int64_t instant) {
+    if (is_own_ || !zone_ || zone_->clock_at(instant) == clock) return true;
+    const auto zone = Zone::named(zone_ahead_by(clock - instant));
+    if (!zone) return false;
+    is_guessed_ = true;
+    name_ = zone->name();
+    zone_ = zone;
+    return true;
+  }
+  // Of such a one summer time is not known.
+  bool is_guessed() const { return is_guessed_; }
 
   Moment moment(std::int64_t clock) const {
     return zone_ ? Moment::zoned(clock, name_) : Moment::floating(clock);
@@ -180,6 +258,8 @@ class Clock {
  private:
   std::string name_;
   std::optional<Zone> zone_;
+  bool is_own_ = false;
+  bool is_guessed_ = false;
 };
 
 // `series` without its recurrence.
@@ -202,7 +282,7 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   }
   if (exception.minutes_before) item.alarms = {alarm_of(*exception.minutes_before)};
   if (exception.has_reminder == false) item.alarms.clear();
-  item.is_simplified = exception.has_own_text;
+  item.is_simplified = exception.has_more;
   return item;
 }
 
@@ -228,24 +308,22 @@ void add_exceptions(CalendarItem& result, const std::vector<OutlookRecurrence::E
   result.is_simplified |= exceptions.size() > std::min(count, whole);
 }
 
-// False when the rule is one that no calendar here has.
-bool add_recurrence(CalendarItem& result, const std::string& bytes, const Clock& clock, bool is_of_days) {
-  const auto recurrence = outlook_recurrence(bytes);
-  if (!recurrence) return false;
-  result.recurrence.rule = recurrence->rule;
-  if (recurrence->last_day) result.recurrence.until = Moment::day(*recurrence->last_day);
-  for (const std::int64_t one : recurrence->left_out) result.recurrence.excluded.push_back(Moment::day(one));
-  const std::int64_t first = recurrence->first_day;
+void add_recurrence(CalendarItem& result, const OutlookRecurrence& recurrence, const Clock& clock,
+                    bool is_of_days) {
+  result.recurrence.rule = recurrence.rule;
+  if (recurrence.last_day) result.recurrence.until = Moment::day(*recurrence.last_day);
+  for (const std::int64_t one : recurrence.left_out) result.recurrence.excluded.push_back(Moment::day(one));
+  const std::int64_t first = recurrence.first_day;
   if (is_of_days) {
     result.start = Moment::day(first);
-    if (recurrence->end_of_day > 0) result.end = Moment::day(nearest_day(first + recurrence->end_of_day));
-  } else if (recurrence->end_of_day > 0) {
-    result.start = clock.moment(first + recurrence->start_of_day);
-    result.end = clock.moment(first + recurrence->end_of_day);
+    if (recurrence.end_of_day > 0) result.end = Moment::day(nearest_day(first + recurrence.end_of_day));
+  } else if (recurrence.end_of_day > 0) {
+    result.start = clock.moment(first + recurrence.start_of_day);
+    result.end = clock.moment(first + recurrence.end_of_day);
   }
-  add_exceptions(result, recurrence->exceptions, clock);
-  result.is_simplified |= !recurrence->is_whole;
-  return true;
+  add_exceptions(result, recurrence.exceptions, clock);
+  // What comes so long after it was done has no rule that a calendar knows.
+  result.is_simplified |= !recurrence.is_whole || recurrence.is_after_done;
 }
 
 CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
@@ -256,11 +334,17 @@ CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
   if (item.flag(PropertySet::common, common::has_reminder))
     result.alarms = {alarm_of(item.number(PropertySet::common, common::minutes_before).value_or(15))};
   add_people(result, item);
-  const Clock clock(item, home_zone);
+  Clock clock(item, home_zone);
   const bool is_of_days = item.flag(PropertySet::appointment, appointment::all_day);
   result.start = instant(item.time(PropertySet::appointment, appointment::start));
   result.end = instant(item.time(PropertySet::appointment, appointment::end));
   const std::string series = item.bytes(PropertySet::appointment, appointment::recurrence);
+  const auto recurrence = series.empty() ? std::nullopt : outlook_recurrence(series);
+  if (recurrence && recurrence->end_of_day > 0 && !is_of_days && result.start.is_there()) {
+    const std::int64_t first = recurrence->first_day + recurrence->start_of_day;
+    result.is_simplified |= !clock.set_by(first, result.start.seconds);
+    result.is_of_unknown_zone = clock.is_guessed();
+  }
   if (is_of_days) {
     for (Moment* moment : {&result.start, &result.end})
       if (moment->is_there()) *moment = Moment::day(nearest_day(clock.at(moment->seconds)));
@@ -268,7 +352,9 @@ CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
     for (Moment* moment : {&result.start, &result.end})
       if (moment->is_there()) *moment = clock.moment(clock.at(moment->seconds));
   }
-  if (!series.empty() && !add_recurrence(result, series, clock, is_of_days)) result.is_simplified = true;
+  // No calendar here has such a rule.
+  result.is_simplified |= !series.empty() && !recurrence;
+  if (recurrence) add_recurrence(result, *recurrence, clock, is_of_days);
   return result;
 }
 
@@ -276,6 +362,22 @@ CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
 int percent_of(const std::string& bytes) {
   const auto share = std::bit_cast<double>(number_at(bytes, 0, sizeof(double)));
   return share >= 0 && share <= 1 ? static_cast<int>(share * 100 + 0.5) : -1;
+}
+
+// A task stands where it comes next, the rule where it came first.
+void add_rule_of_task(CalendarItem& task, const OutlookRecurrence& recurrence, const Clock& clock) {
+  const Moment due = task.end;
+  const Moment start = task.start.is_there() ? task.start : due;
+  add_recurrence(task, recurrence, clock, true);
+  task.end = due;
+  if (!start.is_there()) return;
+  task.start = start;
+  const std::size_t count = task.recurrence.rule.find(";COUNT=");
+  if (start.seconds == recurrence.first_day || count == std::string::npos) return;
+  // Some of the times are over.
+  task.recurrence.rule.resize(count);
+  if (recurrence.last_of_times) task.recurrence.until = Moment::day(*recurrence.last_of_times);
+  task.is_simplified |= !recurrence.last_of_times;
 }
 
 CalendarItem task_of(const Item& item, const std::string& home_zone) {
@@ -308,14 +410,16 @@ CalendarItem task_of(const Item& item, const std::string& home_zone) {
   }
   const std::string series = item.bytes(PropertySet::task, task::recurrence);
   if (!item.flag(PropertySet::task, task::comes_again) || series.empty()) return result;
-  const Moment due = result.end;
-  if (!add_recurrence(result, series, Clock(item, home_zone), true)) result.is_simplified = true;
-  result.end = due;
+  const auto recurrence = outlook_recurrence(series);
+  result.is_simplified |= !recurrence;
+  if (recurrence) add_rule_of_task(result, *recurrence, Clock(item, home_zone));
   return result;
 }
 
-Note note_of(const Item& item) {
-  Note note{.title = item.own().text(id::subject), .text = item.own().text(id::body)};
+Note note_of(const Item& item, bool* is_whole) {
+  PlainText text = plain_text_of(item.own());
+  *is_whole = text.is_whole;
+  Note note{.title = item.own().text(id::subject), .text = std::move(text.text)};
   if (note.text.starts_with(note.title)) note.title.clear();
   if (const auto time = item.own().time(id::modified)) note.modified = unix_time(*time);
   return note;
@@ -335,7 +439,7 @@ void add_outlook_calendars(Packing& packing, const Machine& machine, const Perso
         const bool is_simplified =
             result.is_simplified || std::ranges::any_of(result.exceptions, &CalendarItem::is_simplified);
         calendar.add(result, from + ": " + result.title);
-        return !is_simplified;
+        return !is_simplified && !result.is_of_unknown_zone;
       });
 }
 
@@ -348,8 +452,11 @@ void add_outlook_notes(Packing& packing, const Machine& machine, const Person& p
                         packing.leave_out(Kind::notes, Cause::no_place, from);
                         return false;
                       }
-                      notes.add(note_of(Item(store, properties)), from);
-                      return true;
+                      bool is_whole = true;
+                      const Note note = note_of(Item(store, properties), &is_whole);
+                      if (!is_whole) packing.tell_of(Kind::notes, Cause::item_cut, from);
+                      notes.add(note, from);
+                      return is_whole;
                     });
 }
 

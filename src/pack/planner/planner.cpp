@@ -3,6 +3,7 @@
 #include "pack/planner/outlook_planner.h"
 #include "pack/planner/sticky_notes.h"
 #include "pack/planner/thunderbird_calendars.h"
+#include "pack/planner/windows_calendars.h"
 
 namespace pack {
 
@@ -12,6 +13,7 @@ void pack_calendars(Packing& packing, const Machine& machine, const Person& pers
   Calendar calendar(packing, zone.empty() ? thunderbird_zone(machine, person, hive) : zone);
   add_thunderbird_calendars(packing, machine, person, hive, calendar);
   add_outlook_calendars(packing, machine, person, hive, calendar);
+  leave_out_windows_calendars(packing, machine, person, hive);
   calendar.pack();
 }
 

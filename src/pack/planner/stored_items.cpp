@@ -193,13 +193,12 @@ class Reader {
     auto item = item_in(from, row);
     if (!item) return;
     item->recurrence = recurrence_of(from, row, *item);
-    if (item->recurrence.is_there()) {
-      check(database_.each(from.exceptions.c_str(), row, [&](const Row& exception) {
-        if (bytes_ < most_bytes)
-          if (auto other = item_in(from, exception.number(0))) item->exceptions.push_back(std::move(*other));
-      }));
-      item->is_simplified |= bytes_ >= most_bytes;
-    }
+    // Who is invited to one time of a series has that alone, and a series that does not come again.
+    check(database_.each(from.exceptions.c_str(), row, [&](const Row& exception) {
+      if (bytes_ < most_bytes)
+        if (auto other = item_in(from, exception.number(0))) item->exceptions.push_back(std::move(*other));
+    }));
+    item->is_simplified |= bytes_ >= most_bytes;
     calendar_.add(*item, path_ + ": " + item->title);
   }
 

@@ -151,6 +151,7 @@ std::vector<Printer> local_printers(Packing& packing, const Hive& system) {
                         .port = *written,
                         .dev_mode = system.bytes(printer, "Default DevMode").value_or("")});
   }
+  if (system.is_damaged()) packing.tell_of(Kind::printers, Cause::registry_damaged, std::string(system_hive));
   return printers;
 }
 
@@ -216,9 +217,11 @@ AllPrinters found_printers(Packing& packing, const Machine& machine) {
       const auto is_it = [&](const Printer& other) { return is_same_name(other.port, printer.port); };
       if (std::ranges::none_of(found.printers, is_it)) found.printers.push_back(std::move(printer));
     }
-    if (machine.people.size() > 1) continue;  // the queues are everybody's
-    for (Printer& printer : found.printers)
-      printer.dev_mode = own_dev_mode(*hive, printer.name).value_or(printer.dev_mode);
+    if (machine.people.size() == 1)  // else the queues are everybody's
+      for (Printer& printer : found.printers)
+        printer.dev_mode = own_dev_mode(*hive, printer.name).value_or(printer.dev_mode);
+    if (hive->is_damaged())
+      packing.tell_of(Kind::printers, Cause::registry_damaged, joined(person.home.path, "NTUSER.DAT"));
   }
   return found;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
@@ -43,14 +44,12 @@ bool has_open_change(const Nameless& hive) {
          counters[0] != counters[1];
 }
 
-// hivex lists end with a zero.
-template <typename Handles, typename Name>
-std::vector<std::string> names_of(hive_h* hive, Handles* list, Name name) {
-  std::vector<std::string> names;
-  const std::unique_ptr<Handles, decltype(&std::free)> handles(list, std::free);
-  for (const Handles* handle = handles.get(); handle != nullptr && *handle != 0; ++handle)
-    if (const Text text{name(hive, *handle)}) names.emplace_back(text.get());
-  return names;
+// What hivex says of places that are none, of too many or too large things, of lists in themselves, and of
+// names that are no text. Of what is just not there it says nothing, and may leave another error behind.
+constexpr std::array signs_of_damage{EFAULT, EINVAL, ENOTSUP, ERANGE, ELOOP, EILSEQ};
+
+constexpr bool is_text(hive_type type) {
+  return type == hive_t_string || type == hive_t_expand_string || type == hive_t_link;
 }
 
 }  // namespace
@@ -70,25 +69,49 @@ std::optional<Hive> Hive::open(const Tree& tree, const std::string& path) {
   return hive ? std::optional(Hive(std::move(hive), has_open_change(copy))) : std::nullopt;
 }
 
+// An answer of zero is none.
+template <typename Question>
+auto Hive::ask(Question question) const {
+  errno = 0;
+  const auto answer = question();
+  if (!answer && std::ranges::find(signs_of_damage, errno) != signs_of_damage.end()) is_damaged_ = true;
+  return answer;
+}
+
+// hivex lists end with a zero.
+template <typename Handles, typename Name>
+std::vector<std::string> Hive::names_of(Handles* list, Name name) const {
+  std::vector<std::string> names;
+  const std::unique_ptr<Handles, decltype(&std::free)> handles(list, std::free);
+  for (const Handles* handle = handles.get(); handle != nullptr && *handle != 0; ++handle)
+    if (const Text text{ask([&] { return name(hive_.get(), *handle); })}) names.emplace_back(text.get());
+  return names;
+}
+
 std::size_t Hive::find(std::string_view key) const {
-  hive_node_h node = hivex_root(hive_.get());
+  hive_node_h node = ask([&] { return hivex_root(hive_.get()); });
   while (node != 0 && !key.empty()) {
     const std::string name(key.substr(0, key.find('\\')));
     key.remove_prefix(std::min(name.size() + 1, key.size()));
-    node = hivex_node_get_child(hive_.get(), node, name.c_str());
+    node = ask([&] { return hivex_node_get_child(hive_.get(), node, name.c_str()); });
   }
   return node;
 }
 
 std::size_t Hive::find(std::string_view key, std::string_view value) const {
   const hive_node_h node = find(key);
-  return node == 0 ? 0 : hivex_node_get_value(hive_.get(), node, std::string(value).c_str());
+  if (node == 0) return 0;
+  return ask([&] { return hivex_node_get_value(hive_.get(), node, std::string(value).c_str()); });
 }
 
 std::optional<std::string> Hive::text(std::string_view key, std::string_view value) const {
   const hive_value_h found = find(key, value);
   if (found == 0) return std::nullopt;
-  const Text text{hivex_value_string(hive_.get(), found)};
+  hive_type type{};
+  std::size_t size = 0;
+  const bool has_type = ask([&] { return hivex_value_type(hive_.get(), found, &type, &size) == 0; });
+  if (!has_type || !is_text(type)) return std::nullopt;
+  const Text text{ask([&] { return hivex_value_string(hive_.get(), found); })};
   return text ? std::optional<std::string>(text.get()) : std::nullopt;
 }
 
@@ -106,20 +129,20 @@ std::optional<std::string> Hive::bytes(std::string_view key, std::string_view va
   if (found == 0) return std::nullopt;
   std::size_t size = 0;
   hive_type type{};
-  const Text data{hivex_value_value(hive_.get(), found, &type, &size)};
+  const Text data{ask([&] { return hivex_value_value(hive_.get(), found, &type, &size); })};
   return data ? std::optional(std::string(data.get(), size)) : std::nullopt;
 }
 
 std::vector<std::string> Hive::keys(std::string_view key) const {
   const hive_node_h node = find(key);
   if (node == 0) return {};
-  return names_of(hive_.get(), hivex_node_children(hive_.get(), node), hivex_node_name);
+  return names_of(ask([&] { return hivex_node_children(hive_.get(), node); }), hivex_node_name);
 }
 
 std::vector<std::string> Hive::values(std::string_view key) const {
   const hive_node_h node = find(key);
   if (node == 0) return {};
-  return names_of(hive_.get(), hivex_node_values(hive_.get(), node), hivex_value_key);
+  return names_of(ask([&] { return hivex_node_values(hive_.get(), node); }), hivex_value_key);
 }
 
 }  // namespace pack

@@ -16,7 +16,7 @@ struct hive_h;
 namespace pack {
 
 /// Keys are named by their path, "Control Panel\Desktop"; case does not matter. What is not there, of another
-/// type or damaged is an empty answer.
+/// type or damaged is an empty answer; `is_damaged` tells the last of these from the others.
 class Hive {
  public:
   /// Reads the hive `path` of a tree. No value when it is not there, cannot be read, or is none.
@@ -38,6 +38,9 @@ class Hive {
   /// True when Windows was not shut down properly: the last changes are missing.
   bool is_dirty() const { return is_dirty_; }
 
+  /// True when one of the questions so far has met damage: something may be there that was not found.
+  bool is_damaged() const { return is_damaged_; }
+
  private:
   struct Closing {
     void operator()(hive_h* hive) const;
@@ -45,11 +48,16 @@ class Hive {
   using Handle = std::unique_ptr<hive_h, Closing>;
 
   Hive(Handle hive, bool is_dirty) : hive_(std::move(hive)), is_dirty_(is_dirty) {}
+  template <typename Question>
+  auto ask(Question question) const;
+  template <typename Handles, typename Name>
+  std::vector<std::string> names_of(Handles* list, Name name) const;
   std::size_t find(std::string_view key) const;
   std::size_t find(std::string_view key, std::string_view value) const;
 
   Handle hive_;
   bool is_dirty_;
+  mutable bool is_damaged_ = false;
 };
 
 }  // namespace pack

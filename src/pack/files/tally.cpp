@@ -1,16 +1,16 @@
-#include "pack/model/tally.h"
+#include "pack/files/tally.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <system_error>
+#include <array>
+#include <string_view>
+#include <utility>
 
 namespace pack {
 
 namespace {
 
-[[noreturn]] void fail() {
-  throw std::system_error(errno, std::generic_category(), "a temporary file for what is left out");
-}
+// One for each person is held.
+constexpr std::size_t most_waiting = 4096;
 
 struct Head {
   Kind kind;
@@ -18,16 +18,41 @@ struct Head {
   std::size_t size;  // of the path behind it, which may hold any byte
 };
 
-bool read_path(std::FILE* file, std::size_t size, std::string& path) {
-  path.resize(size);
-  return std::fread(path.data(), 1, size, file) == size;
-}
+// What is in a file and what waits for it, from the beginning on.
+class Reader {
+ public:
+  Reader(const Nameless& file, std::string_view rest) : file_(file), rest_(rest) {}
+
+  // False at the end.
+  bool read(char* to, std::size_t size) {
+    while (size > 0) {
+      if (ready_.empty()) take_more();
+      if (ready_.empty()) return false;
+      const std::size_t count = ready_.copy(to, size);
+      ready_.remove_prefix(count);
+      to += count;
+      size -= count;
+    }
+    return true;
+  }
+
+ private:
+  void take_more() {
+    const std::size_t count = file_.read_at(place_, block_.data(), block_.size());
+    place_ += count;
+    ready_ = count > 0 ? std::string_view(block_.data(), count) : std::exchange(rest_, {});
+  }
+
+  const Nameless& file_;
+  std::string_view rest_;
+  std::uint64_t place_ = 0;
+  std::array<char, 1 << 14> block_;
+  std::string_view ready_;
+};
 
 }  // namespace
 
-Tally::Tally() : remarks_(std::tmpfile()) {
-  if (!remarks_) fail();
-}
+Tally::Tally() : remarks_(std::make_unique<Nameless>(folder_for_copies())) {}
 
 void Tally::packed(Kind kind, std::uint64_t bytes) {
   Count& count = counts_[kind];
@@ -49,11 +74,12 @@ void Tally::remark(Kind kind, Cause cause, std::string_view path, std::uint64_t 
 
 void Tally::note(Kind kind, Cause cause, std::string_view path) {
   ++causes_[{kind, cause}];
-  std::FILE* const file = remarks_.get();
   const Head head{.kind = kind, .cause = cause, .size = path.size()};
-  if (std::fwrite(&head, sizeof head, 1, file) != 1 ||
-      std::fwrite(path.data(), 1, path.size(), file) != path.size())
-    fail();
+  waiting_.append(reinterpret_cast<const char*>(&head), sizeof head);
+  waiting_ += path;
+  if (waiting_.size() < most_waiting) return;
+  remarks_->append(waiting_);
+  waiting_.clear();
 }
 
 Tally::Count Tally::count(Kind kind) const {
@@ -82,17 +108,16 @@ bool Tally::has_losses() const {
 }
 
 void Tally::each_remark(const std::function<void(const Remark&)>& take) const {
-  std::FILE* const file = remarks_.get();
-  if (std::fflush(file) != 0 || std::fseek(file, 0, SEEK_SET) != 0) fail();
+  Reader reader(*remarks_, waiting_);
   Remark remark{};
   Head head{};
-  while (std::fread(&head, sizeof head, 1, file) == 1) {
+  while (reader.read(reinterpret_cast<char*>(&head), sizeof head)) {
     remark.kind = head.kind;
     remark.cause = head.cause;
-    if (!read_path(file, head.size, remark.path)) fail();
+    remark.path.resize(head.size);
+    reader.read(remark.path.data(), head.size);
     take(remark);
   }
-  if (std::ferror(file) != 0 || std::fseek(file, 0, SEEK_END) != 0) fail();
 }
 
 }  // namespace pack

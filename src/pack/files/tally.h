@@ -1,9 +1,9 @@
 // What was found of each kind, what of it is packed, and what is left out and why.
-#ifndef BRINDLE_PACK_MODEL_TALLY_H
-#define BRINDLE_PACK_MODEL_TALLY_H
+#ifndef BRINDLE_PACK_FILES_TALLY_H
+#define BRINDLE_PACK_FILES_TALLY_H
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,13 +11,14 @@
 #include <string_view>
 #include <vector>
 
+#include "pack/disk/nameless.h"
 #include "pack/model/causes.h"
 #include "pack/model/kinds.h"
 
 namespace pack {
 
-/// Somebody's numbers. What is told of each thing goes to a file at once, so that the memory does not grow
-/// with it.
+/// Somebody's numbers. What is told of each thing goes to a file of our own, so that the memory does not grow
+/// with it; where that has no room calls throw std::runtime_error.
 class Tally {
  public:
   /// Of a kind. found is packed + left_out.
@@ -58,19 +59,14 @@ class Tally {
   /// True when something is left out that a person may miss.
   bool has_losses() const;
 
-  /// Hands out all remarks in the order in which they came. Throws std::system_error when they cannot be read
-  /// again.
+  /// Hands out all remarks in the order in which they came.
   void each_remark(const std::function<void(const Remark&)>& take) const;
 
  private:
-  struct Closing {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  using File = std::unique_ptr<std::FILE, Closing>;
-
   std::map<Kind, Count> counts_;
   std::map<std::pair<Kind, Cause>, std::uint64_t> causes_;
-  File remarks_;
+  std::unique_ptr<Nameless> remarks_;
+  std::string waiting_;  // remarks that are not yet in it
 };
 
 }  // namespace pack
