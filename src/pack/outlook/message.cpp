@@ -24,6 +24,7 @@ constexpr std::uint32_t attachment_type = 0x05;
 
 namespace id {
 constexpr std::uint16_t importance = 0x0017;
+constexpr std::uint16_t message_class = 0x001A;
 constexpr std::uint16_t subject = 0x0037;
 constexpr std::uint16_t sent_at = 0x0039;
 constexpr std::uint16_t for_name = 0x0042;
@@ -133,12 +134,13 @@ std::vector<Field> fields_of(std::string_view text) {
   return fields;
 }
 
+bool begins(std::string_view text, std::string_view with) {
+  return is_same_name(text.substr(0, with.size()), with);
+}
+
 // Of the form in which the message came, not of the one that it has now.
 bool is_stale(std::string_view name) {
-  const auto begins = [&](std::string_view with) {
-    return is_same_name(name.substr(0, std::min(with.size(), name.size())), with);
-  };
-  return begins("Content-") || begins("X-Mozilla-") || is_same_name(name, "MIME-Version");
+  return begins(name, "Content-") || begins(name, "X-Mozilla-") || is_same_name(name, "MIME-Version");
 }
 
 // A mark in front says how long the "Re: " is.
@@ -237,6 +239,48 @@ std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole)
   return header.text();
 }
 
+// ---- What it is
+
+// A class, or one that is made of it.
+bool is_of(const Properties& item, std::string_view message_class) {
+  const std::string own = item.text(id::message_class);
+  return is_same_name(own.substr(0, message_class.size()), message_class) &&
+         (own.size() == message_class.size() || own[message_class.size()] == '.');
+}
+
+// Invitations, tasks and contacts that were sent have more than mail does: times, places, numbers.
+bool has_the_class_of_mail(const Properties& item) {
+  return item.text(id::message_class).empty() || is_of(item, "IPM.Note") || is_of(item, "IPM.Post") ||
+         is_of(item, "REPORT");
+}
+
+// Of what such an item has beside the fields of mail, that which people look for first, a line each.
+std::string facts_of(Store& store, const Properties& item) {
+  struct Fact {
+    const char* name;
+    std::optional<PropertySet> set;  // in which its number is; else that is the property's
+    std::uint16_t number;
+  };
+  constexpr auto appointment = PropertySet::appointment;
+  constexpr auto contact = PropertySet::contact;
+  constexpr std::array facts{
+      Fact{"Start", appointment, 0x820D},       Fact{"End", appointment, 0x820E},
+      Fact{"Location", appointment, 0x8208},    Fact{"Due", PropertySet::task, 0x8105},
+      Fact{"E-mail", contact, 0x8083},          Fact{"E-mail 2", contact, 0x8093},
+      Fact{"E-mail 3", contact, 0x80A3},        Fact{"Mobile phone", std::nullopt, 0x3A1C},
+      Fact{"Home phone", std::nullopt, 0x3A09}, Fact{"Business phone", std::nullopt, 0x3A08},
+      Fact{"Company", std::nullopt, 0x3A16},    Fact{"Home address", contact, 0x801A},
+      Fact{"Business address", contact, 0x801B}};
+  std::string text;
+  for (const auto& [name, set, number] : facts) {
+    const std::uint16_t property = set ? store.id_of(*set, number) : number;
+    const auto time = item.time(property);
+    const std::string value = time ? date_in_mail(unix_time(*time)) : on_one_line(item.text(property));
+    if (!value.empty()) text += std::string(name) + ": " + value + "\n";
+  }
+  return text;
+}
+
 // ---- The body
 
 // One part of a message, its head without the empty line behind it.
@@ -247,7 +291,9 @@ struct Part {
 
 class Body {
  public:
-  Body(Store& store, bool* is_whole) : store_(store), is_whole_(is_whole) {}
+  /// `is_whole` becomes false when something cannot be read, `is_mail` when something is there that mail does
+  /// not have.
+  Body(Store& store, bool* is_whole, bool* is_mail) : store_(store), is_whole_(is_whole), is_mail_(is_mail) {}
 
   Part part_of(const std::shared_ptr<const Properties>& message, int depth);
 
@@ -262,12 +308,17 @@ class Body {
   std::optional<Part> text(const Message& message, std::uint16_t property);
   std::optional<Part> html(const Message& message);
   std::optional<Part> rtf(const Message& message);
+  Parts forms_of(const Message& message);
+  std::vector<Message> attachments_of(const Message& message);
+  std::optional<Part> sealed(const Message& message, const Message& attachment, bool has_text);
+  std::optional<Part> entity(const Message& message, const Message& attachment);
   Part attachment(const Message& attachment, int depth);
   Part message_within(const NodeBlocks& node, const std::string& disposition, std::uint32_t code_page,
                       int depth);
 
   Store& store_;
   bool* is_whole_;
+  bool* is_mail_;
   int boundaries_ = 0;
 };
 
@@ -428,7 +479,95 @@ Part Body::message_within(const NodeBlocks& node, const std::string& disposition
           }};
 }
 
-Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) {
+// Bytes that are an entity of MIME: its head, and where its body begins.
+struct Entity {
+  std::vector<Field> fields;
+  std::size_t body = 0;
+};
+
+Entity entity_in(std::string_view bytes) {
+  for (std::size_t line = 0; line < bytes.size();) {
+    const std::size_t end = std::min(bytes.find('\n', line), bytes.size() - 1) + 1;
+    const bool is_empty = bytes.substr(line, end - line).find_first_not_of("\r\n") == std::string_view::npos;
+    if (is_empty && line > 0)
+      return {.fields = fields_of(text_of_code_page(bytes.substr(0, line), 65001)), .body = end};
+    line = end;
+  }
+  return {};
+}
+
+std::string value_of(const std::vector<Field>& fields, std::string_view name) {
+  const auto found =
+      std::ranges::find_if(fields, [&](const Field& field) { return is_same_name(field.name, name); });
+  return found == fields.end() ? "" : found->value;
+}
+
+// Of a type "multipart/...; boundary=x"; empty when it has none.
+std::string boundary_in(std::string_view type) {
+  constexpr std::string_view name = "boundary=";
+  while (!type.empty() && !begins(type, name)) type.remove_prefix(1);
+  type.remove_prefix(std::min(name.size(), type.size()));
+  const bool is_quoted = type.starts_with('"');
+  if (is_quoted) type.remove_prefix(1);
+  return std::string(type.substr(0, type.find_first_of(is_quoted ? "\"" : "; \t\n")));
+}
+
+// Signed and encrypted mail has all of itself in its one attachment: nothing can look into it anywhere but at
+// the top of the message.
+std::optional<Part> Body::sealed(const Message& message, const Message& attachment, bool has_text) {
+  const std::string type = attachment->text(id::media_type);
+  if (begins(type, "multipart/signed") && (!has_text || is_of(*message, "IPM.Note.SMIME"))) {
+    auto part = entity(message, attachment);
+    if (!part) *is_mail_ = false;
+    return part;
+  }
+  const auto is_sealed = [](std::string_view text) {
+    return begins(text, "application/pkcs7-mime") || begins(text, "application/x-pkcs7-mime");
+  };
+  if (has_text || !is_sealed(type) || !attachment->has(id::data)) return std::nullopt;
+  const std::string as_it_came = value_of(fields_of(message->text(id::headers)), "Content-Type");
+  const std::string head = is_sealed(as_it_came)
+                               ? raw_field("Content-Type", as_it_came)
+                               : "Content-Type: application/pkcs7-mime" +
+                                     parameter("name", name_of_attachment(*attachment)) + "\n";
+  return of_bytes(head + disposition_of(*attachment), attachment, id::data);
+}
+
+// The attachment's bytes have the head of their MIME, or begin with the first boundary of that with which the
+// message came. No value when they have neither.
+std::optional<Part> Body::entity(const Message& message, const Message& attachment) {
+  constexpr std::size_t longest_head = std::size_t{64} << 10;
+  constexpr std::string_view signed_mail = "multipart/signed";
+  std::string beginning;
+  attachment->each(id::data, [&](std::string_view bytes) {
+    beginning += bytes.substr(0, longest_head - beginning.size());
+  });
+  const bool begins_inside = beginning.starts_with("--");
+  const Entity found =
+      begins_inside ? Entity{.fields = fields_of(message->text(id::headers))} : entity_in(beginning);
+  const std::string type = value_of(found.fields, "Content-Type");
+  const std::string first_line = beginning.substr(0, beginning.find_first_of("\r\n"));
+  if (!begins(type, signed_mail)) return std::nullopt;
+  const std::string boundary = boundary_in(type);
+  if (begins_inside && (boundary.empty() || first_line != "--" + boundary)) return std::nullopt;
+  std::string head;
+  for (const Field& field : found.fields)
+    if (begins(field.name, "Content-") && !is_same_name(field.name, "Content-Length"))
+      head += raw_field(field.name, field.value);
+  return Part{.head = head,
+              .write = [attachment, left = found.body, is_whole = is_whole_](const Writer& write) {
+                MailboxLines lines(write);
+                std::size_t skipped = left;
+                *is_whole &= attachment->each(id::data, [&](std::string_view bytes) {
+                  const std::size_t count = std::min(skipped, bytes.size());
+                  skipped -= count;
+                  lines.take(bytes.substr(count));
+                });
+                lines.finish();
+              }};
+}
+
+Body::Parts Body::forms_of(const Message& message) {
   Parts forms;
   for (const std::uint16_t property : {id::body, id::report})
     if (forms.empty())
@@ -436,18 +575,38 @@ Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) 
   auto other = html(message);
   if (!other) other = rtf(message);
   if (other) forms.push_back(std::move(*other));
+  return forms;
+}
+
+std::vector<Body::Message> Body::attachments_of(const Message& message) {
+  std::vector<Message> attachments;
+  for (const auto& [node, blocks] : message->subnodes()) {
+    if ((node & type_bits) != attachment_type) continue;
+    attachments.push_back(std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page()));
+    if (!attachments.back()->is_whole()) *is_whole_ = false;
+  }
+  return attachments;
+}
+
+Part Body::part_of(const Message& message, int depth) {
+  const bool has_class = has_the_class_of_mail(*message);
+  if (!has_class) *is_mail_ = false;
+  const std::vector<Message> attachments = attachments_of(message);
+  Parts forms = forms_of(message);
+  if (attachments.size() == 1)
+    if (auto part = sealed(message, attachments.front(), !forms.empty())) return std::move(*part);
   if (forms.empty()) forms.push_back(of_text("text/plain", "utf-8", ""));
   Part body = forms.size() > 1 ? joined("alternative", std::move(forms)) : std::move(forms.front());
   Parts shown_within{body};
   Parts attached;
-  for (const auto& [node, blocks] : message->subnodes()) {
-    if ((node & type_bits) != attachment_type) continue;
-    const auto attachment = std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page());
-    if (!attachment->is_whole()) *is_whole_ = false;
+  for (const Message& attachment : attachments) {
     const bool is_within = !attachment->text(id::content_id).empty() && message->has(id::html);
     (is_within ? shown_within : attached).push_back(this->attachment(attachment, depth));
   }
   if (shown_within.size() > 1) body = joined("related", std::move(shown_within));
+  if (!has_class)
+    if (const std::string facts = facts_of(store_, *message); !facts.empty())
+      attached.push_back(of_text("text/plain", "utf-8", facts));
   if (attached.empty()) return body;
   attached.insert(attached.begin(), std::move(body));
   return joined("mixed", std::move(attached));
@@ -483,7 +642,8 @@ Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take) {
   const auto message = std::make_shared<const Properties>(store.item(item));
   if (message->is_empty()) return Rebuilt::lost;
   bool is_whole = message->is_whole() && !lacks_attachments(*message);
-  Body body(store, &is_whole);
+  bool is_mail = true;
+  Body body(store, &is_whole, &is_mail);
   const Part part = body.part_of(message, 0);
   const Writer write =
       take("From - " + date_in_mailbox(date_of(*message).value_or(0)) + "\n" + mozilla_status(*message) +
@@ -491,8 +651,11 @@ Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take) {
   part.write([&](std::string_view text) {
     if (!text.empty()) write(text);
   });
-  return is_whole ? Rebuilt::whole : Rebuilt::cut;
+  if (!is_whole) return Rebuilt::cut;
+  return is_mail ? Rebuilt::whole : Rebuilt::simplified;
 }
+
+std::string subject_of_message(Store& store, std::uint32_t item) { return subject_of(store.item(item)); }
 
 std::uint64_t most_of_message(std::uint32_t size) {
   constexpr std::uint64_t room_for_heads = 16384;

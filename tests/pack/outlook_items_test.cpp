@@ -1,0 +1,261 @@
+// Items of data files of which it is not plain what mail they become.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <atomic>
+#include <initializer_list>
+#include <new>
+#include <system_error>
+
+#include "pack/disk/folder_tree.h"
+#include "pack/outlook/charsets.h"
+#include "pack/outlook/compressed_rtf.h"
+#include "pack/pst_file.h"
+#include "pack/recorded.h"
+#include "pack/windows_disk.h"
+#include "support/commands.h"
+#include "support/files.h"
+
+namespace {
+
+using recorded::pack_disk;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
+
+const std::string place = "Users/Ann/AppData/Local/Microsoft/Outlook/Outlook.pst";
+const std::string mail = "Brindle/Mail/";
+const std::string kept_file = "Brindle/My Documents/Outlook data files/Outlook.pst";
+
+pst::Item item_of(const std::string& message_class, const std::string& subject, pst::Properties more = {}) {
+  pst::Item item{.properties = {pst::text(0x001A, message_class), pst::number(0x0E08, 4000),
+                                pst::text(0x0037, subject)}};
+  for (const pst::Property& property : more) {
+    std::erase_if(item.properties, [&](const pst::Property& other) { return other.id == property.id; });
+    item.properties.push_back(property);
+  }
+  return item;
+}
+
+pst::Item message(const std::string& subject, pst::Properties more = {}) {
+  return item_of("IPM.Note", subject, std::move(more));
+}
+
+recorded::Result result_of(pst::File& file) {
+  const windows::Disk disk;
+  disk.add(place, file.bytes());
+  return pack_disk(disk.path());
+}
+
+recorded::Result inbox_of(const std::vector<pst::Item>& items, pst::File::Form form = pst::File::unicode) {
+  pst::File file(form);
+  file.folders = {{.name = "Inbox", .items = items}};
+  return result_of(file);
+}
+
+// All of a mailbox with one message, of which nothing is told.
+std::string mailbox_of(const pst::Item& item, pst::File::Form form = pst::File::unicode) {
+  const auto result = inbox_of({item}, form);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+  return result.content.at(mail + "Inbox");
+}
+
+// From the end of its header on: the form of the body, and the body.
+std::string body_of(const std::string& message) {
+  return message.substr(message.find("\nMIME-Version: 1.0\n") + 19);
+}
+
+// What is packed without a part of it is told by its subject, counted as packed, and its file is kept.
+void expect_simplified(const recorded::Result& result, const std::string& subject, std::size_t packed = 1) {
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("simplified " + place + ": Inbox: " + subject, "kept-as-file " + place));
+  EXPECT_EQ(result.content.count(kept_file), 1U);
+  const auto count = result.people.front().tally.count(pack::Kind::mail);
+  EXPECT_EQ(count.packed, packed);
+  EXPECT_EQ(count.left_out, 0U);
+  EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
+// ---- Items that are no mail
+
+TEST(OutlookItems, OfMailsClassesAreWholeMail) {
+  for (const char* message_class :
+       {"IPM.Note", "ipm.note", "IPM.Note.Mine", "IPM.Post", "IPM.Post.Rss", "REPORT.IPM.Note.NDR", ""})
+    EXPECT_THAT(mailbox_of(item_of(message_class, "one")), HasSubstr("Subject: one\n")) << message_class;
+}
+
+TEST(OutlookItems, OfOtherClassesArePackedAsFarAsMailGoes) {
+  for (const char* message_class : {"IPM.Schedule.Meeting.Request", "IPM.Schedule.Meeting.Resp.Pos",
+                                    "IPM.TaskRequest", "IPM.Document.Word", "IPM.Notes", "REPORTS"}) {
+    const auto result = inbox_of({item_of(message_class, "Lunch", {pst::text(0x1000, "At one?")})});
+    EXPECT_THAT(result.content.at(mail + "Inbox"), HasSubstr("\n\nAt one?\n")) << message_class;
+    expect_simplified(result, "Lunch");
+  }
+}
+
+TEST(OutlookItems, OfOtherClassesHaveTheirTimesPlacesAndNumbersInALine) {
+  pst::File file;
+  constexpr std::int64_t in_march = 1109666472;
+  pst::Properties facts{pst::time(file.named(pst::appointment_set, 0x820D), in_march),
+                        pst::time(file.named(pst::appointment_set, 0x820E), in_march + 3600),
+                        pst::text(file.named(pst::appointment_set, 0x8208), "Café"),
+                        pst::time(file.named(pst::task_set, 0x8105), in_march + 60),
+                        pst::text(file.named(pst::contact_set, 0x8083), "cid@home.example"),
+                        pst::text(file.named(pst::contact_set, 0x8093), "cid@work.example"),
+                        pst::text(file.named(pst::contact_set, 0x80A3), "cid@x.example"),
+                        pst::text(0x3A1C, "1"),
+                        pst::text(0x3A09, "2"),
+                        pst::text(0x3A08, "3"),
+                        pst::text(0x3A16, "Lee & Sons"),
+                        pst::text(file.named(pst::contact_set, 0x801A), "High Street 1\r\nTown"),
+                        pst::text(file.named(pst::contact_set, 0x801B), "Low Street 2"),
+                        pst::text(0x1000, "At one?")};
+  file.folders = {{.name = "Inbox", .items = {item_of("IPM.Schedule.Meeting.Request", "Lunch", facts)}},
+                  {.name = "Mail", .items = {message("Mail", facts)}}};
+  const auto result = result_of(file);
+  EXPECT_THAT(
+      result.content.at(mail + "Inbox"),
+      HasSubstr("\n\nAt one?\n\n--=_brindle_000001_=\nContent-Type: text/plain; charset=utf-8\n"
+                "Content-Transfer-Encoding: quoted-printable\n\n"
+                "Start: Tue, 01 Mar 2005 08:41:12 +0000\nEnd: Tue, 01 Mar 2005 09:41:12 +0000\n"
+                "Location: Caf=C3=A9\nDue: Tue, 01 Mar 2005 08:42:12 +0000\nE-mail: "
+                "cid@home.example\nE-mail 2: cid@work.example\nE-mail 3: cid@x.example\nMobile phone: "
+                "1\nHome phone: 2\nBusiness phone: 3\nCompany: Lee & Sons\nHome address: High Street "
+                "1  Town\nBusiness address: Low Street 2\n\n--=_brindle_000001_=--\n"));
+  EXPECT_THAT(result.content.at(mail + "Mail"), Not(HasSubstr("Start: ")));
+  expect_simplified(result, "Lunch", 2);
+}
+
+TEST(OutlookItems, ThatAreAttachedAndNoMailAreTold) {
+  const auto with_attached = [](const pst::Item& attached) {
+    pst::Item item = message("outer");
+    item.attachments = {
+        {.properties = {pst::text(0x3001, "attached"), pst::number(0x3705, 5)}, .message = {attached}}};
+    return item;
+  };
+  const pst::Item contact = item_of("IPM.Contact", "Cid Lee", {pst::text(0x3A1C, "555 0100")});
+  expect_simplified(inbox_of({with_attached(contact)}), "outer");
+  expect_simplified(inbox_of({with_attached(with_attached(contact))}), "outer");
+  EXPECT_THAT(mailbox_of(with_attached(with_attached(message("inner")))), HasSubstr("Subject: inner\n"));
+}
+
+// ---- Signed and encrypted mail
+
+const std::string signed_body =
+    "--sig\r\nContent-Type: text/plain\r\n\r\nFrom here\r\nto\tthere \r\n--sig\r\nContent-Type: "
+    "application/pkcs7-signature; name=smime.p7s\r\nContent-Transfer-Encoding: base64\r\n\r\nAAECAw==\r\n"
+    "--sig--\r\n";
+const std::string signed_type = "multipart/signed; protocol=\"application/pkcs7-signature\"; boundary=sig";
+const std::string signed_mail =
+    "Content-Type: multipart/signed;\r\n\tprotocol=\"application/pkcs7-signature\";"
+    "\r\n\tboundary=sig\r\nX-Other: no\r\nContent-Length: 9\r\n\r\n" +
+    signed_body;
+const std::string signed_as_packed =
+    "--sig\nContent-Type: text/plain\n\n>From here\nto\tthere \n--sig\nContent-Type: "
+    "application/pkcs7-signature; name=smime.p7s\nContent-Transfer-Encoding: base64\n\nAAECAw==\n--sig--\n\n";
+
+pst::Item with_attachment(pst::Item item, const std::string& type, const std::string& data) {
+  item.attachments.push_back({.properties = {pst::text(0x3707, "smime.p7m"), pst::number(0x3705, 1),
+                                             pst::text(0x370E, type), pst::binary(0x3701, data)}});
+  return item;
+}
+
+pst::Item signed_item(const std::string& data, pst::Properties more = {}) {
+  return with_attachment(item_of("IPM.Note.SMIME.MultipartSigned", "sealed", std::move(more)),
+                         "multipart/signed", data);
+}
+
+TEST(OutlookSealedMail, ThatIsSignedIsTheMessageItself) {
+  EXPECT_EQ(
+      body_of(mailbox_of(signed_item(signed_mail))),
+      "Content-Type: multipart/signed;\n\tprotocol=\"application/pkcs7-signature\";\n\tboundary=sig\n\n" +
+          signed_as_packed);
+}
+
+TEST(OutlookSealedMail, ThatIsSignedIsNotMixedWithWhatOutlookHasReadOfIt) {
+  EXPECT_EQ(body_of(mailbox_of(signed_item(signed_mail, {pst::text(0x1000, "From here\r\nto\tthere")}))),
+            body_of(mailbox_of(signed_item(signed_mail))));
+}
+
+TEST(OutlookSealedMail, ThatIsSignedMayHaveItsFormInTheHeaderWithWhichItCame) {
+  const pst::Property header =
+      pst::text(0x007D, "From: Bob <bob@home.example>\r\nContent-Type: " + signed_type + "\r\n");
+  EXPECT_EQ(body_of(mailbox_of(signed_item(signed_body, {header}))),
+            "Content-Type: multipart/signed; protocol=\"application/pkcs7-signature\";\n boundary=sig\n\n" +
+                signed_as_packed);
+  EXPECT_EQ(
+      body_of(mailbox_of(signed_item(
+          "--a b\r\n", {pst::text(0x007D, "Content-Type: multipart/signed; Boundary=\"a b\"; x=y\r\n")}))),
+      "Content-Type: multipart/signed; Boundary=\"a b\"; x=y\n\n--a b\n\n");
+}
+
+TEST(OutlookSealedMail, ThatIsSignedWithoutAFormIsAttachedAndTold) {
+  for (const std::string& data :
+       {signed_body, "X-Other: no\r\n\r\n" + signed_body, std::string("Content-Type: multipart/signed"),
+        std::string("Content-Type: text/plain\r\n\r\nx"), std::string("--\r\nx"), std::string()}) {
+    const auto result = inbox_of(
+        {signed_item(data, {pst::text(0x007D, "Content-Type: multipart/signed; boundary=other\r\n")})});
+    EXPECT_THAT(result.content.at(mail + "Inbox"), HasSubstr("application/octet-stream")) << data;
+    expect_simplified(result, "sealed");
+  }
+}
+
+TEST(OutlookSealedMail, OfAnySizeKeepsEachLine) {
+  std::string lines;
+  std::string expected;
+  for (int number = 0; number < 20000; ++number) {
+    lines += "From line " + std::to_string(number) + "\r\n";
+    expected += ">From line " + std::to_string(number) + "\n";
+  }
+  const std::string long_line(40000, 'x');
+  const pst::Item item = signed_item("Content-Type: multipart/signed; boundary=b\r\n\r\n" + lines +
+                                         long_line + "From\r\na\rb" + std::string(1, '\0') + "\r",
+                                     {pst::number(0x0E08, 500000)});
+  EXPECT_EQ(body_of(mailbox_of(item)),
+            "Content-Type: multipart/signed; boundary=b\n\n" + expected + long_line + "From\na\rb\n\n");
+}
+
+TEST(OutlookSealedMail, IsReadByOthers) {
+  write_file("/tmp/inbox", mailbox_of(signed_item(signed_mail)));
+  EXPECT_EQ(output_of("python3 -c \"\n"
+                      "import mailbox, email, email.policy\n"
+                      "m = email.message_from_bytes(mailbox.mbox('/tmp/inbox')[0].as_bytes(), "
+                      "policy=email.policy.default)\n"
+                      "print(m['subject'], [p.get_content_type() for p in m.walk()], m.defects)\""),
+            "sealed ['multipart/signed', 'text/plain', 'application/pkcs7-signature'] []\n");
+}
+
+TEST(OutlookSealedMail, ThatIsAttachedToMailStaysAttached) {
+  const pst::Item item =
+      with_attachment(message("x", {pst::text(0x1000, "Look at this")}), "multipart/signed", signed_mail);
+  const std::string text = mailbox_of(item);
+  EXPECT_THAT(text, HasSubstr("\n\nLook at this\n"));
+  EXPECT_THAT(text, HasSubstr("Content-Type: application/octet-stream\n"));
+}
+
+TEST(OutlookSealedMail, ThatIsEncryptedHasItsBytesAtTheTop) {
+  const std::string end =
+      "Content-Disposition: attachment;\n filename=\"smime.p7m\"\n"
+      "Content-Transfer-Encoding: base64\n\nAAEC\n\n";
+  const pst::Item item = with_attachment(item_of("IPM.Note.SMIME", "sealed"), "application/pkcs7-mime",
+                                         std::string("\0\1\2", 3));
+  EXPECT_EQ(body_of(mailbox_of(item)), "Content-Type: application/pkcs7-mime;\n name=\"smime.p7m\"\n" + end);
+  pst::Item came = item;
+  came.properties.push_back(
+      pst::text(0x007D, "Content-Type: application/x-pkcs7-mime; smime-type=enveloped-data; name=a\r\n"));
+  EXPECT_EQ(body_of(mailbox_of(came)),
+            "Content-Type: application/x-pkcs7-mime; smime-type=enveloped-data; name=a\n" + end);
+  pst::Item with_text = item;
+  with_text.properties.push_back(pst::text(0x1000, "also"));
+  EXPECT_THAT(body_of(mailbox_of(with_text)), StartsWith("Content-Type: multipart/mixed;"));
+  pst::Item with_more = with_attachment(item, "text/plain", "more");
+  EXPECT_THAT(body_of(mailbox_of(with_more)), StartsWith("Content-Type: multipart/mixed;"));
+}
+
+}  // namespace
