@@ -258,4 +258,36 @@ TEST(OutlookSealedMail, ThatIsEncryptedHasItsBytesAtTheTop) {
   EXPECT_THAT(body_of(mailbox_of(with_more)), StartsWith("Content-Type: multipart/mixed;"));
 }
 
+// ---- Where they lie
+
+TEST(OutlookFolders, ThatHoldAllOthersMayHoldItems) {
+  pst::File file;
+  file.folders = {{.name = "Inbox", .items = {message("in")}}};
+  file.at_top = {message("top"), item_of("IPM.StickyNote", "Milk", {pst::text(0x1000, "Milk")})};
+  const auto result = result_of(file);
+  EXPECT_THAT(result.files_below(mail), UnorderedElementsAre("Inbox", "Top of Outlook data file"));
+  EXPECT_THAT(result.content.at(mail + "Top of Outlook data file"), HasSubstr("Subject: top\n"));
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 2U);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::notes).packed, 1U);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookFolders, ThatLieFarDownAreThere) {
+  pst::Folder folder{.name = "f40", .items = {message("m40")}};
+  for (int number = 39; number > 0; --number)
+    folder = {.name = "f" + std::to_string(number),
+              .items = {message("m" + std::to_string(number))},
+              .folders = {folder}};
+  pst::File file;
+  file.folders = {folder};
+  const auto result = result_of(file);
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 40U);
+  const std::vector<std::string> names = result.files_below(mail);
+  EXPECT_EQ(names.size(), 40U);
+  EXPECT_THAT(names, Contains(EndsWith("/f30.sbd/f31.sbd/f32")));
+  EXPECT_THAT(names, Contains(EndsWith("/f30.sbd/f31.sbd/f33")));
+  EXPECT_THAT(names, Contains(EndsWith("/f30.sbd/f31.sbd/f40")));
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
 }  // namespace
