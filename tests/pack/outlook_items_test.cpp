@@ -290,4 +290,85 @@ TEST(OutlookFolders, ThatLieFarDownAreThere) {
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
+// ---- Texts
+
+std::string not_compressed(const std::string& rtf) {
+  const auto size = [](std::size_t number) {
+    return std::string{static_cast<char>(number), static_cast<char>(number >> 8),
+                       static_cast<char>(number >> 16), '\0'};
+  };
+  return size(rtf.size() + 12) + size(rtf.size()) + "MELA" + size(0) + rtf;
+}
+
+TEST(OutlookTexts, OfRtfThatCannotBeReadAreTold) {
+  const std::string too_long = not_compressed("{\\rtf1 " + std::string(std::size_t{4} << 20, 'x') + "}");
+  for (const std::string& rtf : {too_long, std::string("no rtf at all")}) {
+    const auto result =
+        inbox_of({message("x", {pst::binary(0x1009, rtf), pst::number(0x0E08, 5000000)}), message("y")});
+    EXPECT_THAT(result.remarks(),
+                UnorderedElementsAre("item-cut " + place + ": Inbox", "kept-as-file " + place));
+    EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 2U);
+  }
+  EXPECT_THAT(mailbox_of(message("x", {pst::binary(0x1009, "")})), HasSubstr("Subject: x\n"));
+}
+
+TEST(OutlookTexts, AreMadeOfTheCodePagesOfMail) {
+  const auto text = [](std::uint32_t page, std::string_view bytes) {
+    EXPECT_TRUE(pack::has_code_page(page)) << page;
+    return pack::text_of_code_page(bytes, page);
+  };
+  EXPECT_EQ(text(38598, "\xF9\xEC\xE5\xED"), "שלום");
+  EXPECT_EQ(text(38596, "\xD3"), "س");
+  EXPECT_EQ(text(65000, "a+AOk-b"), "aéb");
+  EXPECT_EQ(text(52936, "a~{<:Ky~}~~b\n~{<:\n~"), "a己所~b\n己\n~");
+  EXPECT_EQ(text(51936, "\xBC\xBA"), "己");
+  EXPECT_EQ(text(20936, "\xBC\xBA"), "己");
+  EXPECT_EQ(text(50227, "\x1B$)A\x0E<:\x0F"), "己");
+  EXPECT_EQ(text(20932, "\xA4\xA2"), "あ");
+  EXPECT_EQ(text(866, "\x8F"), "П");
+  EXPECT_EQ(text(862, "\x80"), "א");
+  EXPECT_EQ(text(850, "\x82"), "é");
+  EXPECT_EQ(text(852, "\x82"), "é");
+  EXPECT_EQ(text(437, "\x82"), "é");
+  EXPECT_EQ(text(10000, "\x8E"), "é");
+  EXPECT_EQ(text(1361, "\x88\x61"), "가");
+  for (const std::uint32_t page : {1U, 37U, 1200U, 1249U, 28590U, 70000U})
+    EXPECT_FALSE(pack::has_code_page(page)) << page;
+}
+
+TEST(OutlookTexts, OfHtmlSayInWhichLettersTheyAre) {
+  const auto html = [](int page, const std::string& bytes) {
+    const std::string body =
+        body_of(mailbox_of(message("x", {pst::number(0x3FDE, page), pst::binary(0x1013, bytes)})));
+    return body.substr(0, body.find('\n')) + body.substr(body.find("\n\n") + 1);
+  };
+  EXPECT_EQ(html(38598, "\xF9"), "Content-Type: text/html; charset=iso-8859-8-i\n=F9\n\n");
+  EXPECT_EQ(html(51936, "\xBC\xBA"), "Content-Type: text/html; charset=gb2312\n=BC=BA\n\n");
+  // Mail programs no longer read these.
+  EXPECT_EQ(html(65000, "+AOk-"), "Content-Type: text/html; charset=utf-8\n=C3=A9\n\n");
+  EXPECT_EQ(html(52936, "~{<:~}"), "Content-Type: text/html; charset=utf-8\n=E5=B7=B1\n\n");
+  EXPECT_EQ(html(70000, "\xC3\xA9"), "Content-Type: text/html; charset=utf-8\n=C3=A9\n\n");
+}
+
+TEST(OutlookTexts, InLettersThatAreNotKnownAreTold) {
+  const auto remarks = [](const pst::Properties& properties) {
+    return inbox_of({message("x", properties)}, pst::File::unicode).remarks();
+  };
+  EXPECT_EQ(pack::text_of_code_page("\x82\xA0\x82", 932), "あ\xEF\xBF\xBD");
+  const auto told = UnorderedElementsAre("item-cut " + place + ": Inbox", "kept-as-file " + place);
+  EXPECT_THAT(remarks({pst::number(0x3FDE, 70000), pst::binary(0x1013, "\xE9")}), told);
+  EXPECT_THAT(remarks({pst::number(0x3FFD, 70000), pst::ansi(0x1000, "\xE9")}), told);
+  EXPECT_THAT(remarks({pst::number(0x3FFD, 70000), pst::ansi(0x0C1A, "\xE9")}), told);
+  EXPECT_THAT(remarks({pst::number(0x3FFD, 70000), pst::ansi(0x1000, "e"), pst::text(0x0C1A, "é")}),
+              IsEmpty());
+  EXPECT_THAT(remarks({pst::number(0x3FFD, 38598), pst::ansi(0x1000, "\xE9")}), IsEmpty());
+}
+
+TEST(OutlookTexts, OfTheOldFormAreInHebrewLetters) {
+  EXPECT_THAT(mailbox_of({.properties = {pst::ansi(0x001A, "IPM.Note"), pst::number(0x0E08, 100),
+                                         pst::number(0x3FDE, 38598), pst::ansi(0x1000, "\xF9\xEC")}},
+                         pst::File::ansi_form),
+              HasSubstr("\n\n=D7=A9=D7=9C\n"));
+}
+
 }  // namespace

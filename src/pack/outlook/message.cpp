@@ -363,6 +363,28 @@ Part Body::of_bytes(const std::string& head, const Message& owner, std::uint16_t
           }};
 }
 
+constexpr const char* utf16_in_mail = "utf-16le";
+
+std::string known_charset(std::uint32_t code_page) {
+  std::string charset = charset_of(code_page);
+  return charset.empty() ? "windows-1252" : charset;
+}
+
+// Those in a code page that is not known are read as Western.
+bool has_unknown_letters(const Properties& message) {
+  if (has_code_page(message.code_page())) return false;
+  constexpr std::array texts{id::subject,  id::sender_name, id::for_name, id::shown_to,
+                             id::shown_cc, id::body,        id::report};
+  return std::ranges::any_of(texts, [&](std::uint16_t property) {
+    if (message.form(property) != Form::bytes_text) return false;
+    bool is_ascii = true;
+    message.each(property, [&](std::string_view bytes) {
+      is_ascii &= std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    });
+    return !is_ascii;
+  });
+}
+
 // One that does not fit into memory, or is damaged, goes by as it is.
 std::optional<Part> Body::text(const Message& message, std::uint16_t property) {
   if (!message->has(property)) return std::nullopt;
@@ -370,7 +392,7 @@ std::optional<Part> Body::text(const Message& message, std::uint16_t property) {
   const bool is_utf16 = message->form(property) == Form::text;
   if (bytes && bytes->empty()) return std::nullopt;
   if (bytes) return of_text("text/plain", "utf-8", message->text(property));
-  const std::string charset = is_utf16 ? "utf-16le" : charset_of(message->code_page());
+  const std::string charset = is_utf16 ? utf16_in_mail : known_charset(message->code_page());
   return of_bytes("Content-Type: text/plain; charset=" + charset + "\n", message, property);
 }
 
@@ -378,22 +400,28 @@ std::optional<Part> Body::html(const Message& message) {
   if (!message->has(id::html)) return std::nullopt;
   const auto bytes = message->bytes(id::html);
   if (bytes && bytes->empty()) return std::nullopt;
-  constexpr std::int32_t utf16 = 1200;
-  if (bytes && message->form(id::html) == Form::text)
-    return of_text("text/html", "utf-8", message->text(id::html));
-  if (bytes && message->number(id::internet_code_page) == utf16)
-    return of_text("text/html", "utf-8", text_of_utf16(*bytes));
+  constexpr std::uint32_t utf16 = 1200;
   const auto page = static_cast<std::uint32_t>(message->number(id::internet_code_page).value_or(0));
-  std::string charset = charset_of(page);
-  if (charset.empty()) charset = bytes && is_utf8(*bytes) ? "utf-8" : "windows-1252";
-  if (!bytes) return of_bytes("Content-Type: text/html; charset=" + charset + "\n", message, id::html);
-  return of_text("text/html", charset, *bytes);
+  const bool is_utf16 = message->form(id::html) == Form::text || page == utf16;
+  if (!bytes) {
+    if (!is_utf16 && page != 0 && charset_of(page).empty()) *is_whole_ = false;
+    const std::string charset = is_utf16 ? utf16_in_mail : known_charset(page);
+    return of_bytes("Content-Type: text/html; charset=" + charset + "\n", message, id::html);
+  }
+  if (is_utf16) return of_text("text/html", "utf-8", text_of_utf16(*bytes));
+  if (const std::string charset = charset_of(page); !charset.empty())
+    return of_text("text/html", charset, *bytes);
+  if (has_code_page(page)) return of_text("text/html", "utf-8", text_of_code_page(*bytes, page));
+  if (is_utf8(*bytes)) return of_text("text/html", "utf-8", *bytes);
+  if (page != 0) *is_whole_ = false;
+  return of_text("text/html", known_charset(page), *bytes);
 }
 
 std::optional<Part> Body::rtf(const Message& message) {
-  const auto packed = message->has(id::rtf) ? message->bytes(id::rtf) : std::nullopt;
-  if (!packed || packed->empty()) return std::nullopt;
-  auto plain = plain_rtf(*packed);
+  if (!message->has(id::rtf)) return std::nullopt;
+  const auto packed = message->bytes(id::rtf);
+  if (packed && packed->empty()) return std::nullopt;
+  auto plain = packed ? plain_rtf(*packed) : std::nullopt;
   if (!plain) {
     *is_whole_ = false;
     return std::nullopt;
@@ -591,6 +619,7 @@ std::vector<Body::Message> Body::attachments_of(const Message& message) {
 Part Body::part_of(const Message& message, int depth) {
   const bool has_class = has_the_class_of_mail(*message);
   if (!has_class) *is_mail_ = false;
+  if (has_unknown_letters(*message)) *is_whole_ = false;
   const std::vector<Message> attachments = attachments_of(message);
   Parts forms = forms_of(message);
   if (attachments.size() == 1)
