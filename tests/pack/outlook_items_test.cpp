@@ -312,6 +312,35 @@ TEST(OutlookTexts, OfRtfThatCannotBeReadAreTold) {
   EXPECT_THAT(mailbox_of(message("x", {pst::binary(0x1009, "")})), HasSubstr("Subject: x\n"));
 }
 
+std::string html_of(const std::string& rtf) {
+  return pack::html_in_rtf("{\\rtf1\\ansi\\ansicpg1252\\fromhtml1 \\deff0" + rtf + "}").value_or("none");
+}
+
+TEST(OutlookTexts, OfRtfAreInTheLettersOfTheirFonts) {
+  const std::string fonts =
+      "{\\fonttbl{\\f0\\fswiss\\fcharset0 Arial;}{\\f1\\fswiss\\fcharset204 Arial "
+      "CYR{\\*\\falt \\'d0};}{\\f2\\fnil\\cpg1253 G;}{\\f3\\fnil\\fcharset128 MS;}"
+      "{\\f4\\fcharset2 Symbol;}}";
+  EXPECT_EQ(html_of(fonts + "\\'e9 {\\f1 \\'cf\\'f0} \\'e9"), "é Пр é");
+  EXPECT_EQ(html_of(fonts + "\\f1 \\'cf\\f0 \\'e9\\f2 \\'e1\\plain \\'e1"), "Пéαá");
+  EXPECT_EQ(html_of(fonts + "{\\f1\\'cf}\\'cf{\\f1 {\\b \\'cf}}{\\f4 \\'e9}{\\f9 \\'e9}"), "ПÏПéé");
+  EXPECT_EQ(html_of(fonts + "{\\f3 \\'82\\'a0\\'82}{\\f3 \\'a0}"), "あ\xEF\xBF\xBD\xEF\xBF\xBD");
+  // A font that is hidden from readers of HTML is that of the text behind it.
+  EXPECT_EQ(html_of(fonts + "\\htmlrtf {\\f1\\htmlrtf0 \\'cf\\htmlrtf }\\htmlrtf0 \\'e9"), "Пé");
+  // Tags are in the page of the whole.
+  EXPECT_EQ(html_of(fonts + "{\\f1 \\'cf{\\*\\htmltag <p \\'e9>}\\'f0}"), "П<p é>р");
+  // Fonts that are listed without groups, and a usual one.
+  EXPECT_EQ(html_of("\\deff7{\\fonttbl\\f6\\fnil A;\\f7\\fnil\\fcharset161 B;}\\'e1{\\f6 \\'e1}"), "αá");
+}
+
+TEST(OutlookTexts, OfMailInRtfAreInTheLettersOfTheirFonts) {
+  const std::string rtf =
+      "{\\rtf1\\ansi\\ansicpg1252\\fromhtml1 {\\fonttbl{\\f0 A;}{\\f1\\fcharset204 "
+      "B;}}<p>\\'e9 {\\f1 \\'cf}</p>}";
+  EXPECT_THAT(mailbox_of(message("x", {pst::binary(0x1009, not_compressed(rtf))})),
+              HasSubstr("\n\n<p>=C3=A9 =D0=9F</p>\n"));
+}
+
 TEST(OutlookTexts, AreMadeOfTheCodePagesOfMail) {
   const auto text = [](std::uint32_t page, std::string_view bytes) {
     EXPECT_TRUE(pack::has_code_page(page)) << page;
