@@ -400,4 +400,100 @@ TEST(OutlookTexts, OfTheOldFormAreInHebrewLetters) {
               HasSubstr("\n\n=D7=A9=D7=9C\n"));
 }
 
+// ---- A disk that gives something once, and not again
+
+// In memory that the processes which read share.
+struct Reads {
+  std::atomic<int> count = 0;
+};
+
+class FailingTree : public pack::Tree {
+ public:
+  // The read number `fails` of the byte at `at` of a file "x.pst" fails, and no other.
+  FailingTree(const std::string& path, std::size_t at, int fails)
+      : tree_(pack::folder_tree(path)),
+        at_(at),
+        fails_(fails),
+        reads_(new (mmap(nullptr, sizeof(Reads), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+                   Reads) {}
+  FailingTree(const FailingTree&) = delete;
+  FailingTree& operator=(const FailingTree&) = delete;
+  ~FailingTree() override { munmap(reads_, sizeof(Reads)); }
+
+  std::vector<pack::Entry> list(const std::string& folder) const override { return tree_->list(folder); }
+  std::unique_ptr<pack::Content> open(const std::string& file) const override {
+    auto content = tree_->open(file);
+    if (!file.ends_with("/first.pst")) return content;
+    return std::make_unique<Reader>(*this, std::move(content));
+  }
+
+ private:
+  class Reader : public pack::Content {
+   public:
+    Reader(const FailingTree& tree, std::unique_ptr<pack::Content> content)
+        : tree_(tree), content_(std::move(content)) {}
+    std::size_t read(char* to, std::size_t most) override {
+      const std::size_t count = content_->read(to, most);
+      const bool has_it = place_ <= tree_.at_ && tree_.at_ < place_ + count;
+      place_ += count;
+      if (has_it && ++tree_.reads_->count == tree_.fails_)
+        throw std::system_error(EIO, std::generic_category());
+      return count;
+    }
+    bool seek(std::uint64_t position) override {
+      place_ = position;
+      return content_->seek(position);
+    }
+
+   private:
+    const FailingTree& tree_;
+    std::unique_ptr<pack::Content> content_;
+    std::size_t place_ = 0;
+  };
+
+  std::unique_ptr<pack::Tree> tree_;
+  std::size_t at_;
+  int fails_;
+  Reads* reads_;
+};
+
+// Folders with two sources are read twice.
+TEST(OutlookFiles, ThatCannotBeReadTheSecondTimeAreKept) {
+  pst::File first;
+  first.folders = {{.name = "Inbox", .items = {message("one"), message("two"), message("three")}}};
+  // So much that the block of each has pages of its own.
+  for (pst::Item& item : first.folders[0].items)
+    for (const std::uint16_t id : std::initializer_list<std::uint16_t>{0x6000, 0x6001, 0x6002})
+      item.properties.push_back(pst::binary(id, std::string(1900, 'x')));
+  const std::string bytes = first.bytes();
+  const auto block = first.block_with(std::string("t\0w\0o\0", 6), bytes);
+  ASSERT_TRUE(block);
+  const std::size_t at = first.blocks[*block].at + first.blocks[*block].size / 2;
+  pst::File other;
+  other.folders = {{.name = "Inbox", .items = {message("other")}}};
+  const windows::Disk folder;
+  const std::string usual = "Users/Ann/AppData/Local/Microsoft/Outlook/";
+  folder.add(usual + "first.pst", bytes);
+  folder.add(usual + "other.pst", other.bytes());
+  bool was_lost = false;
+  bool was_whole = false;
+  for (int fails = 1; !was_whole && fails < 20; ++fails) {
+    const pack::Disk disk(std::make_unique<FailingTree>(folder.path(), at, fails));
+    const auto result = pack_disk(disk);
+    const std::string& inbox = result.content.at(mail + "Inbox");
+    const bool is_lost = inbox.find("Subject: two\n") == std::string::npos;
+    const bool is_kept = result.content.contains("Brindle/My Documents/Outlook data files/first.pst");
+    EXPECT_THAT(inbox, HasSubstr("Subject: one\n"));
+    EXPECT_THAT(inbox, HasSubstr("Subject: three\n"));
+    EXPECT_THAT(inbox, HasSubstr("Subject: other\n"));
+    EXPECT_TRUE(is_kept || !is_lost) << fails;
+    EXPECT_TRUE(!is_lost || result.people.front().tally.count(pack::Kind::mail, pack::Cause::damaged) == 1)
+        << fails;
+    was_lost |= is_lost;
+    was_whole = !is_kept;
+  }
+  EXPECT_TRUE(was_lost);
+  EXPECT_TRUE(was_whole);
+}
+
 }  // namespace

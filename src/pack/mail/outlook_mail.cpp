@@ -147,7 +147,10 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
 
   // All folders have been read, for the first or the second time.
   void tell_of_end() {
-    if (is_whole_ && !blocks_.is_damaged()) packing_.unpacked(file_.place, Kind::mail);
+    if (is_whole_ && !blocks_.is_damaged())
+      packing_.unpacked(file_.place, Kind::mail);
+    else
+      packing_.not_unpacked(file_.place, Kind::mail);
     if (blocks_.is_damaged() && !was_damaged_)
       packing_.tell_of(Kind::mail, Cause::store_damaged, file_.place.path);
     was_damaged_ = blocks_.is_damaged();
