@@ -400,6 +400,31 @@ TEST(OutlookTexts, OfTheOldFormAreInHebrewLetters) {
               HasSubstr("\n\n=D7=A9=D7=9C\n"));
 }
 
+// The archive's room was counted before; that it is enough is looked at wherever something is packed here.
+TEST(OutlookTexts, InOtherLettersTakeNoMoreThanWasCounted) {
+  std::string chinese;
+  std::string thai;
+  std::string half;
+  for (int number = 0; number < 60000; ++number) {
+    chinese += number % 60 == 59 ? "\n" : "汉";
+    thai += number % 60 == 59 ? '\n' : '\xA1';
+    half += "é=ab ";
+  }
+  const auto size = [](std::size_t bytes) { return pst::number(0x0E08, static_cast<int>(bytes)); };
+  const std::string text = mailbox_of(message("x", {pst::text(0x1000, chinese), size(120000)}));
+  EXPECT_THAT(text, HasSubstr("charset=utf-8\nContent-Transfer-Encoding: base64\n"));
+  write_file("/tmp/inbox", text);
+  EXPECT_EQ(output_of("python3 -c \"\nimport mailbox\n"
+                      "m = mailbox.mbox('/tmp/inbox')[0]\n"
+                      "print(m.get_payload(decode=True).decode() == ('\\u6c49' * 59 + '\\n') * 1000)\""),
+            "True\n");
+  mailbox_of(message("x", {pst::binary(0x1013, half), pst::number(0x3FDE, 65001), size(half.size())}));
+  EXPECT_THAT(mailbox_of({.properties = {pst::ansi(0x001A, "IPM.Note"), size(thai.size()),
+                                         pst::number(0x3FFD, 874), pst::ansi(0x1000, thai)}},
+                         pst::File::ansi_form),
+              HasSubstr("Content-Transfer-Encoding: base64\n"));
+}
+
 // ---- A disk that gives something once, and not again
 
 // In memory that the processes which read share.

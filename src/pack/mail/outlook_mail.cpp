@@ -116,7 +116,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
     for (const Store::Item& item : store_.items(folder)) {
       if (item.kind != ItemKind::message) continue;
       has_mail = true;
-      size += most_of_message(item.size);
+      size += most_of_message(item.size, blocks_.form());
       if (folder.is_deleted) packing_.leave_out(Kind::mail, Cause::deleted, where(folder));
     }
     if (folder.is_deleted || !has_mail) return;

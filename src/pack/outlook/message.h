@@ -26,8 +26,9 @@ Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take);
 /// What an item is about, to name it.
 std::string subject_of_message(Store& store, std::uint32_t item);
 
-/// At most so many bytes a message takes whose item is said to have `size`.
-std::uint64_t most_of_message(std::uint32_t size);
+/// At most so many bytes a message takes whose item is said to have `size`, in a file of that form; more only
+/// when most of it is RTF that was compressed to a third.
+std::uint64_t most_of_message(std::uint32_t size, Blocks::Form form);
 
 }  // namespace pack
 
