@@ -425,6 +425,52 @@ TEST(OutlookTexts, InOtherLettersTakeNoMoreThanWasCounted) {
               HasSubstr("Content-Transfer-Encoding: base64\n"));
 }
 
+// ---- What its owner has noted
+
+TEST(OutlookNotes, OnMailAreInItsHeader) {
+  pst::File file;
+  const std::uint16_t categories = file.named("Keywords");
+  const std::uint16_t flag = file.named(pst::common_set, 0x8530);
+  const std::uint16_t due = file.named(pst::task_set, 0x8105);
+  constexpr std::int64_t in_march = 1109666472;
+  const pst::Properties noted{pst::texts(categories, {"Family", "Grün"}),
+                              pst::number(0x0036, 2),
+                              pst::number(0x1090, 2),
+                              pst::text(flag, "Follow up"),
+                              pst::time(due, in_march),
+                              pst::time(0x0030, in_march + 60)};
+  pst::Properties came = noted;
+  came.push_back(pst::text(0x007D, "Sensitivity: Personal\r\nKeywords: old\r\nReply-By: never\r\n"));
+  pst::Properties not_marked = noted;
+  not_marked[2] = pst::number(0x1090, 1);
+  file.folders = {
+      {.name = "Inbox", .items = {message("one", noted)}},
+      {.name = "Came", .items = {message("two", came)}},
+      {.name = "Same",
+       .items = {message("three",
+                         {pst::texts(categories, {"a", "b"}), pst::text(0x007D, "Keywords: a, b\r\n")})}},
+      {.name = "Reply",
+       .items = {message("four",
+                         {pst::number(0x1090, 2), pst::number(0x0036, 3), pst::time(0x0030, in_march)})}},
+      {.name = "Plain", .items = {message("five", {pst::number(0x0036, 0)}), message("six", not_marked)}}};
+  const auto result = result_of(file);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+  const std::string keywords = "Keywords: =?utf-8?B?RmFtaWx5LCBHcsO8bg==?=\n";
+  EXPECT_THAT(result.content.at(mail + "Inbox"),
+              HasSubstr("Subject: one\nSensitivity: Private\n" + keywords +
+                        "X-Message-Flag: Follow up\nReply-By: Tue, 01 Mar 2005 08:41:12 +0000\nMIME"));
+  EXPECT_THAT(result.content.at(mail + "Came"),
+              HasSubstr("Sensitivity: Personal\nKeywords: old\nReply-By: never\nSubject: two\n" + keywords +
+                        "X-Message-Flag: Follow up\nMIME"));
+  EXPECT_THAT(result.content.at(mail + "Same"), HasSubstr("Keywords: a, b\nSubject: three\nMIME"));
+  EXPECT_THAT(
+      result.content.at(mail + "Reply"),
+      HasSubstr("Sensitivity: Company-Confidential\nReply-By: Tue, 01 Mar 2005 08:41:12 +0000\nMIME"));
+  const std::string plain = result.content.at(mail + "Plain");
+  EXPECT_THAT(plain, HasSubstr("Subject: five\nMIME"));
+  EXPECT_THAT(plain, HasSubstr("Subject: six\nSensitivity: Private\n" + keywords + "MIME"));
+}
+
 // ---- A disk that gives something once, and not again
 
 // In memory that the processes which read share.

@@ -21,10 +21,13 @@ namespace {
 constexpr int deepest = 8;  // messages in messages
 constexpr std::uint32_t type_bits = 0x1F;
 constexpr std::uint32_t attachment_type = 0x05;
+constexpr int marked = 2;  // of a message that is to be answered or done
 
 namespace id {
 constexpr std::uint16_t importance = 0x0017;
 constexpr std::uint16_t message_class = 0x001A;
+constexpr std::uint16_t reply_until = 0x0030;
+constexpr std::uint16_t sensitivity = 0x0036;
 constexpr std::uint16_t subject = 0x0037;
 constexpr std::uint16_t sent_at = 0x0039;
 constexpr std::uint16_t for_name = 0x0042;
@@ -182,6 +185,12 @@ class Header {
   void add_text(const char* name, const std::string& value) {
     if (!value.empty() && !has(name)) text_ += text_field(name, value);
   }
+  // Beside one of that name with other words.
+  void add_another(const char* name, const std::string& value) {
+    const bool is_there = std::ranges::any_of(
+        fields_, [&](const Field& field) { return is_same_name(field.name, name) && field.value == value; });
+    if (!value.empty() && !is_there) text_ += text_field(name, value);
+  }
   bool came_with_one() const { return !fields_.empty(); }
   const std::string& text() const { return text_; }
 
@@ -211,11 +220,29 @@ std::string on_one_line(std::string text) {
   return text;
 }
 
-std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole) {
+// What its owner has noted on it: categories, and until when something is to be done.
+void add_notes(Header& header, Store& store, const Properties& message) {
+  constexpr std::array<const char*, 4> sensitivities{"", "Personal", "Private", "Company-Confidential"};
+  const auto sensitivity = static_cast<std::size_t>(message.number(id::sensitivity).value_or(0));
+  if (sensitivity < sensitivities.size()) header.add("Sensitivity", sensitivities.at(sensitivity));
+  std::string categories;
+  for (const std::string& one : message.texts(store.id_of(PropertySet::strings, "Keywords")))
+    categories += (categories.empty() ? "" : ", ") + one;
+  header.add_another("Keywords", categories);
+  if (message.number(id::flag_status) != marked) return;
+  constexpr std::uint32_t flag_text = 0x8530;
+  constexpr std::uint32_t due = 0x8105;
+  header.add_text("X-Message-Flag", message.text(store.id_of(PropertySet::common, flag_text)));
+  for (const std::uint16_t property : {store.id_of(PropertySet::task, due), id::reply_until})
+    if (const auto time = message.time(property); time && *time != 0)
+      return header.add("Reply-By", date_in_mail(unix_time(*time)));
+}
+
+std::string header_of(Store& store, const Properties& message, bool* is_whole) {
   Header header(message);
   const bool came_with_one = header.came_with_one();
   if (!came_with_one || !header.has("From")) add_sender(header, message);
-  const Recipients recipients = lists_of(blocks, message, is_whole);
+  const Recipients recipients = lists_of(store.blocks(), message, is_whole);
   const bool has_recipients = header.has("To") || header.has("Cc");
   if (!has_recipients) {
     header.add("To", recipients.lists[0]);
@@ -227,6 +254,7 @@ std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole)
   header.add("Message-ID", on_one_line(message.text(id::message_id)));
   if (const auto key = message.bytes(id::search_key, 256); key && !message.has(id::message_id))
     header.add("Message-ID", key->empty() ? "" : "<" + hex(*key) + "@outlook.invalid>");
+  add_notes(header, store, message);
   if (came_with_one) return header.text();
   header.add("In-Reply-To", on_one_line(message.text(id::in_reply_to)));
   header.add("References", on_one_line(message.text(id::references)));
@@ -521,7 +549,7 @@ Part Body::message_within(const NodeBlocks& node, const std::string& disposition
             const auto message = std::make_shared<const Properties>(store_.blocks(), node, code_page);
             if (!message->is_whole()) *is_whole_ = false;
             const Part part = part_of(message, depth);
-            write(header_of(store_.blocks(), *message, is_whole_) + "MIME-Version: 1.0\n" + part.head + "\n");
+            write(header_of(store_, *message, is_whole_) + "MIME-Version: 1.0\n" + part.head + "\n");
             part.write(write);
           }};
 }
@@ -663,7 +691,6 @@ Part Body::part_of(const Message& message, int depth) {
 // The marks that Mozilla's programs read.
 std::string mozilla_status(const Properties& message) {
   constexpr int read_in_outlook = 1;
-  constexpr int marked_in_outlook = 2;
   constexpr int answered = 102;
   constexpr int answered_to_all = 103;
   constexpr int forwarded_in_outlook = 104;
@@ -671,7 +698,7 @@ std::string mozilla_status(const Properties& message) {
   unsigned bits = 0;
   if ((message.number(id::flags).value_or(0) & read_in_outlook) != 0) bits |= 0x0001;
   if (answer == answered || answer == answered_to_all) bits |= 0x0002;
-  if (message.number(id::flag_status).value_or(0) == marked_in_outlook) bits |= 0x0004;
+  if (message.number(id::flag_status).value_or(0) == marked) bits |= 0x0004;
   if (answer == forwarded_in_outlook) bits |= 0x1000;
   char text[64];
   std::snprintf(text, sizeof text, "X-Mozilla-Status: %04x\n", bits);
@@ -695,7 +722,7 @@ Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take) {
   const Part part = body.part_of(message, 0);
   const Writer write =
       take("From - " + date_in_mailbox(date_of(*message).value_or(0)) + "\n" + mozilla_status(*message) +
-           header_of(store.blocks(), *message, &is_whole) + "MIME-Version: 1.0\n" + part.head + "\n");
+           header_of(store, *message, &is_whole) + "MIME-Version: 1.0\n" + part.head + "\n");
   part.write([&](std::string_view text) {
     if (!text.empty()) write(text);
   });
