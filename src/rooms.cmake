@@ -69,3 +69,10 @@ function(write_table_of_rooms file)
   get_property(rows GLOBAL PROPERTY BRINDLE_ROOMS)
   file(WRITE ${file} "| Folder | What lives there | Sees, and with it what that sees | Uses, for itself alone |\n|---|---|---|---|\n${rows}")
 endfunction()
+
+# The headers alone of a library whose functions are loaded with the first call (src/late).
+function(brindle_headers_of library)
+  add_library(brindle_${library}_headers INTERFACE)
+  target_include_directories(brindle_${library}_headers SYSTEM INTERFACE
+    $<TARGET_PROPERTY:PkgConfig::${library},INTERFACE_INCLUDE_DIRECTORIES>)
+endfunction()

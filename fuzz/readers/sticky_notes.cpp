@@ -2,52 +2,13 @@
 // Windows 10.
 #include <glib.h>
 
-#include <cstring>
-#include <memory>
-
 #include "pack/planner/sticky_notes.h"
 #include "support/harness.h"
+#include "support/volume.h"
 
 namespace {
 
 const std::string path = "AppData/Roaming/Microsoft/Sticky Notes/StikyNot.snt";
-
-class Bytes : public pack::Content {
- public:
-  explicit Bytes(std::string_view bytes) : bytes_(bytes) {}
-  std::size_t read(char* to, std::size_t most) override {
-    const std::size_t count = std::min(most, bytes_.size());
-    std::memcpy(to, bytes_.data(), count);
-    bytes_.remove_prefix(count);
-    return count;
-  }
-
- private:
-  std::string_view bytes_;
-};
-
-// A volume with that one file.
-class OneFile : public pack::Tree {
- public:
-  explicit OneFile(std::string_view bytes) : bytes_(bytes) {}
-
-  std::vector<pack::Entry> list(const std::string& folder) const override {
-    if (!path.starts_with(folder)) return {};
-    const std::size_t begin = folder.empty() ? 0 : folder.size() + 1;
-    const std::size_t end = path.find('/', begin);
-    pack::Entry entry;
-    entry.name = path.substr(begin, end - begin);
-    entry.what = end == std::string::npos ? pack::What::file : pack::What::folder;
-    return {entry};
-  }
-
-  std::unique_ptr<pack::Content> open(const std::string&) const override {
-    return std::make_unique<Bytes>(bytes_);
-  }
-
- private:
-  std::string_view bytes_;
-};
 
 // Looks at what is packed.
 class Judge : public pack::Sum {
@@ -71,7 +32,7 @@ class Judge : public pack::Sum {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text = fuzz::Input(data, size).text();
-  const OneFile tree(text);
+  const fuzz::Volume tree({{path, std::string(text)}});
   const pack::Person person{.shown = "Ann", .login = "ann", .home = {.tree = &tree, .path = ""}};
   Judge judge;
   pack::Tally tally;

@@ -1,21 +1,25 @@
-// A Windows volume in memory.
+// A Windows volume in memory, for harnesses and tests.
 #ifndef BRINDLE_FUZZ_SUPPORT_VOLUME_H
 #define BRINDLE_FUZZ_SUPPORT_VOLUME_H
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "pack/disk/tree.h"
 
 namespace fuzz {
 
-/// What a file holds, handed out so many bytes at a time.
+/// What a file holds, handed out at most so many bytes at a time.
 class Bytes : public pack::Content {
  public:
-  Bytes(std::string bytes, std::size_t most) : bytes_(std::move(bytes)), most_(most) {}
+  explicit Bytes(std::string bytes, std::size_t most = std::string::npos)
+      : bytes_(std::move(bytes)), most_(most) {}
 
   std::size_t read(char* to, std::size_t most) override {
     const std::size_t count = bytes_.copy(to, std::min(most, most_), at_);

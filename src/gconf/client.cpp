@@ -1,7 +1,5 @@
 #include "gconf/client.h"
 
-#include <gconf/gconf-client.h>
-
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -10,6 +8,7 @@
 #include "gconf/kept_key.h"
 #include "shell/run.h"
 #include "state/state.h"
+#include "things/gconf_calls.h"
 
 namespace {
 
@@ -28,18 +27,18 @@ int failed(const char* text) {
 
 // An empty list is a null pointer as well, but no failure.
 bool holds_empty_list(GConfClient* from, const char* key) {
-  const std::unique_ptr<GConfValue, void (*)(GConfValue*)> value(gconf_client_get(from, key, nullptr),
-                                                                 gconf_value_free);
+  const std::unique_ptr<GConfValue, late::FreedBy<late::gconf_value_free>> value(
+      late::gconf_client_get(from, key, nullptr));
   return value && value->type == GCONF_VALUE_LIST &&
-         gconf_value_get_list_type(value.get()) == GCONF_VALUE_STRING &&
-         gconf_value_get_list(value.get()) == nullptr;
+         late::gconf_value_get_list_type(value.get()) == GCONF_VALUE_STRING &&
+         late::gconf_value_get_list(value.get()) == nullptr;
 }
 
 // No value for a key that is missing or holds no list of strings. No error object, so that the client itself
 // tells standard error what is wrong.
 std::optional<GSList*> read_list(GConfClient* from, const char* key) {
   if (from == nullptr) return std::nullopt;
-  GSList* list = gconf_client_get_list(from, key, GCONF_VALUE_STRING, nullptr);
+  GSList* list = late::gconf_client_get_list(from, key, GCONF_VALUE_STRING, nullptr);
   if (list == nullptr && !holds_empty_list(from, key)) return std::nullopt;
   return list;
 }
@@ -50,7 +49,7 @@ int set_gconf_string(const char* key, const char* val) {
   spawn_daemon_twice();
   write_log("before set string", fp_log);
   if (client == nullptr || !keep_key(client, key) ||
-      gconf_client_set_string(client, key, val, nullptr) == FALSE)
+      late::gconf_client_set_string(client, key, val, nullptr) == FALSE)
     return failed("gconf_client_set_string : set");
   note_key(client, key);
   write_log("after set string", fp_log);
@@ -61,7 +60,7 @@ int set_gconf_bool(const char* key, gboolean val) {
   spawn_daemon_twice();
   write_log("before set bool", fp_log);
   if (client == nullptr || !keep_key(client, key) ||
-      gconf_client_set_bool(client, key, val, nullptr) == FALSE)
+      late::gconf_client_set_bool(client, key, val, nullptr) == FALSE)
     return failed("gconf_client_set_bool : set");
   note_key(client, key);
   write_log("after set bool", fp_log);
@@ -73,7 +72,7 @@ int set_gconf_list(const char* key, GSList* list) {
   spawn_daemon();
   std::printf("before gconf list");
   if (client == nullptr || !keep_key(client, key) ||
-      gconf_client_set_list(client, key, GCONF_VALUE_STRING, list, nullptr) == FALSE)
+      late::gconf_client_set_list(client, key, GCONF_VALUE_STRING, list, nullptr) == FALSE)
     return failed("in set_gconf_list ");
   note_key(client, key);
   std::printf("after gconf list");

@@ -5,74 +5,56 @@
 
 #include <cups/cups.h>
 
+#include "late/library.h"
+
 namespace things {
 
-/// Loads libcups if it is not yet loaded. False when it cannot be: no other call is made then.
-bool load_cups();
-
-/// The function of libcups with that name.
-void* cups_function(const char* name);
-
-template <typename Function>
-class CupsCall;
-
-template <typename Result, typename... Values>
-class CupsCall<Result(Values...)> {
- public:
-  explicit constexpr CupsCall(const char* name) : name_(name) {}
-
-  Result operator()(Values... values) const {
-    return reinterpret_cast<Result (*)(Values...)>(cups_function(name_))(values...);
-  }
-
- private:
-  const char* name_;
-};
-
-/// Frees what a call has made, by another one.
-template <const auto& call>
-struct FreedBy {
-  void operator()(auto* what) const { call(what); }
-};
+inline constexpr late::Library libcups{"libcups.so.2"};
 
 // Named like the functions, so that nothing in this namespace calls those themselves.
-inline constexpr CupsCall<decltype(::cupsAddOption)> cupsAddOption{"cupsAddOption"};
-inline constexpr CupsCall<decltype(::cupsDoFileRequest)> cupsDoFileRequest{"cupsDoFileRequest"};
-inline constexpr CupsCall<decltype(::cupsDoRequest)> cupsDoRequest{"cupsDoRequest"};
-inline constexpr CupsCall<decltype(::cupsEncodeOptions2)> cupsEncodeOptions2{"cupsEncodeOptions2"};
-inline constexpr CupsCall<decltype(::cupsEncryption)> cupsEncryption{"cupsEncryption"};
-inline constexpr CupsCall<decltype(::cupsFileClose)> cupsFileClose{"cupsFileClose"};
-inline constexpr CupsCall<decltype(::cupsFileGetConf)> cupsFileGetConf{"cupsFileGetConf"};
-inline constexpr CupsCall<decltype(::cupsFileOpen)> cupsFileOpen{"cupsFileOpen"};
-inline constexpr CupsCall<decltype(::cupsFreeJobs)> cupsFreeJobs{"cupsFreeJobs"};
-inline constexpr CupsCall<decltype(::cupsFreeOptions)> cupsFreeOptions{"cupsFreeOptions"};
-inline constexpr CupsCall<decltype(::cupsGetFd)> cupsGetFd{"cupsGetFd"};
-inline constexpr CupsCall<decltype(::cupsGetJobs2)> cupsGetJobs2{"cupsGetJobs2"};
-inline constexpr CupsCall<decltype(::cupsLastError)> cupsLastError{"cupsLastError"};
-inline constexpr CupsCall<decltype(::cupsLastErrorString)> cupsLastErrorString{"cupsLastErrorString"};
-inline constexpr CupsCall<decltype(::cupsServer)> cupsServer{"cupsServer"};
-inline constexpr CupsCall<decltype(::cupsUser)> cupsUser{"cupsUser"};
-inline constexpr CupsCall<decltype(::httpAssembleURI)> httpAssembleURI{"httpAssembleURI"};
-inline constexpr CupsCall<decltype(::httpClose)> httpClose{"httpClose"};
-inline constexpr CupsCall<decltype(::httpConnect2)> httpConnect2{"httpConnect2"};
-inline constexpr CupsCall<decltype(::httpStatus)> httpStatus{"httpStatus"};
-inline constexpr CupsCall<decltype(::ippAddBoolean)> ippAddBoolean{"ippAddBoolean"};
-inline constexpr CupsCall<decltype(::ippAddInteger)> ippAddInteger{"ippAddInteger"};
-inline constexpr CupsCall<decltype(::ippAddString)> ippAddString{"ippAddString"};
-inline constexpr CupsCall<decltype(::ippAddStrings)> ippAddStrings{"ippAddStrings"};
-inline constexpr CupsCall<decltype(::ippAttributeString)> ippAttributeString{"ippAttributeString"};
-inline constexpr CupsCall<decltype(::ippDelete)> ippDelete{"ippDelete"};
-inline constexpr CupsCall<decltype(::ippFindAttribute)> ippFindAttribute{"ippFindAttribute"};
-inline constexpr CupsCall<decltype(::ippFindNextAttribute)> ippFindNextAttribute{"ippFindNextAttribute"};
-inline constexpr CupsCall<decltype(::ippFirstAttribute)> ippFirstAttribute{"ippFirstAttribute"};
-inline constexpr CupsCall<decltype(::ippGetBoolean)> ippGetBoolean{"ippGetBoolean"};
-inline constexpr CupsCall<decltype(::ippGetInteger)> ippGetInteger{"ippGetInteger"};
-inline constexpr CupsCall<decltype(::ippGetName)> ippGetName{"ippGetName"};
-inline constexpr CupsCall<decltype(::ippGetString)> ippGetString{"ippGetString"};
-inline constexpr CupsCall<decltype(::ippGetValueTag)> ippGetValueTag{"ippGetValueTag"};
-inline constexpr CupsCall<decltype(::ippNewRequest)> ippNewRequest{"ippNewRequest"};
-inline constexpr CupsCall<decltype(::ippNextAttribute)> ippNextAttribute{"ippNextAttribute"};
-inline constexpr CupsCall<decltype(::ippPort)> ippPort{"ippPort"};
+inline constinit const late::Call<decltype(::cupsAddOption)> cupsAddOption{libcups, "cupsAddOption"};
+inline constinit const late::Call<decltype(::cupsDoFileRequest)> cupsDoFileRequest{libcups,
+                                                                                   "cupsDoFileRequest"};
+inline constinit const late::Call<decltype(::cupsDoRequest)> cupsDoRequest{libcups, "cupsDoRequest"};
+inline constinit const late::Call<decltype(::cupsEncodeOptions2)> cupsEncodeOptions2{libcups,
+                                                                                     "cupsEncodeOptions2"};
+inline constinit const late::Call<decltype(::cupsEncryption)> cupsEncryption{libcups, "cupsEncryption"};
+inline constinit const late::Call<decltype(::cupsFileClose)> cupsFileClose{libcups, "cupsFileClose"};
+inline constinit const late::Call<decltype(::cupsFileGetConf)> cupsFileGetConf{libcups, "cupsFileGetConf"};
+inline constinit const late::Call<decltype(::cupsFileOpen)> cupsFileOpen{libcups, "cupsFileOpen"};
+inline constinit const late::Call<decltype(::cupsFreeJobs)> cupsFreeJobs{libcups, "cupsFreeJobs"};
+inline constinit const late::Call<decltype(::cupsFreeOptions)> cupsFreeOptions{libcups, "cupsFreeOptions"};
+inline constinit const late::Call<decltype(::cupsGetFd)> cupsGetFd{libcups, "cupsGetFd"};
+inline constinit const late::Call<decltype(::cupsGetJobs2)> cupsGetJobs2{libcups, "cupsGetJobs2"};
+inline constinit const late::Call<decltype(::cupsLastError)> cupsLastError{libcups, "cupsLastError"};
+inline constinit const late::Call<decltype(::cupsLastErrorString)> cupsLastErrorString{libcups,
+                                                                                       "cupsLastErrorString"};
+inline constinit const late::Call<decltype(::cupsServer)> cupsServer{libcups, "cupsServer"};
+inline constinit const late::Call<decltype(::cupsUser)> cupsUser{libcups, "cupsUser"};
+inline constinit const late::Call<decltype(::httpAssembleURI)> httpAssembleURI{libcups, "httpAssembleURI"};
+inline constinit const late::Call<decltype(::httpClose)> httpClose{libcups, "httpClose"};
+inline constinit const late::Call<decltype(::httpConnect2)> httpConnect2{libcups, "httpConnect2"};
+inline constinit const late::Call<decltype(::httpStatus)> httpStatus{libcups, "httpStatus"};
+inline constinit const late::Call<decltype(::ippAddBoolean)> ippAddBoolean{libcups, "ippAddBoolean"};
+inline constinit const late::Call<decltype(::ippAddInteger)> ippAddInteger{libcups, "ippAddInteger"};
+inline constinit const late::Call<decltype(::ippAddString)> ippAddString{libcups, "ippAddString"};
+inline constinit const late::Call<decltype(::ippAddStrings)> ippAddStrings{libcups, "ippAddStrings"};
+inline constinit const late::Call<decltype(::ippAttributeString)> ippAttributeString{libcups,
+                                                                                     "ippAttributeString"};
+inline constinit const late::Call<decltype(::ippDelete)> ippDelete{libcups, "ippDelete"};
+inline constinit const late::Call<decltype(::ippFindAttribute)> ippFindAttribute{libcups, "ippFindAttribute"};
+inline constinit const late::Call<decltype(::ippFindNextAttribute)> ippFindNextAttribute{
+    libcups, "ippFindNextAttribute"};
+inline constinit const late::Call<decltype(::ippFirstAttribute)> ippFirstAttribute{libcups,
+                                                                                   "ippFirstAttribute"};
+inline constinit const late::Call<decltype(::ippGetBoolean)> ippGetBoolean{libcups, "ippGetBoolean"};
+inline constinit const late::Call<decltype(::ippGetInteger)> ippGetInteger{libcups, "ippGetInteger"};
+inline constinit const late::Call<decltype(::ippGetName)> ippGetName{libcups, "ippGetName"};
+inline constinit const late::Call<decltype(::ippGetString)> ippGetString{libcups, "ippGetString"};
+inline constinit const late::Call<decltype(::ippGetValueTag)> ippGetValueTag{libcups, "ippGetValueTag"};
+inline constinit const late::Call<decltype(::ippNewRequest)> ippNewRequest{libcups, "ippNewRequest"};
+inline constinit const late::Call<decltype(::ippNextAttribute)> ippNextAttribute{libcups, "ippNextAttribute"};
+inline constinit const late::Call<decltype(::ippPort)> ippPort{libcups, "ippPort"};
 
 }  // namespace things
 

@@ -28,11 +28,11 @@ constexpr int patience = 10000;  // milliseconds
 constexpr const char* server_queues = "/etc/cups/printers.conf";
 constexpr std::string_view default_suffix = "-default";
 
-using Server = std::unique_ptr<http_t, FreedBy<httpClose>>;
-using Message = std::unique_ptr<ipp_t, FreedBy<ippDelete>>;
+using Server = std::unique_ptr<http_t, late::FreedBy<httpClose>>;
+using Message = std::unique_ptr<ipp_t, late::FreedBy<ippDelete>>;
 
 Server connect() {
-  if (!load_cups()) return nullptr;
+  if (!libcups.load()) return nullptr;
   return Server(
       httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, patience, nullptr));
 }
@@ -259,7 +259,7 @@ std::optional<std::string> read_state(http_t* server, const std::string& name, s
 
 /// The queue's address as cupsd has stored it, which is half a minute after a change; empty when it has not.
 std::string stored_address(const std::string& name) {
-  const std::unique_ptr<cups_file_t, FreedBy<cupsFileClose>> file(cupsFileOpen(server_queues, "r"));
+  const std::unique_ptr<cups_file_t, late::FreedBy<cupsFileClose>> file(cupsFileOpen(server_queues, "r"));
   if (file == nullptr) return {};
   std::array<char, 4096> line = {};
   char* value = nullptr;

@@ -1,13 +1,12 @@
 #include "things/setting.h"
 
-#include <gconf/gconf-client.h>
-
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <string_view>
 #include <vector>
 
+#include "things/gconf_calls.h"
 #include "things/lines.h"
 #include "things/nothing.h"
 
@@ -15,9 +14,9 @@ namespace things {
 
 namespace {
 
-using Value = std::unique_ptr<GConfValue, void (*)(GConfValue*)>;
+using Value = std::unique_ptr<GConfValue, late::FreedBy<late::gconf_value_free>>;
 
-Value no_value() { return {nullptr, gconf_value_free}; }
+Value no_value() { return nullptr; }
 
 /// Keeps the library's error as a text.
 class Failure {
@@ -43,7 +42,7 @@ bool may_ask(GConfClient* client, const std::string& key, std::string& error) {
   gchar* reason = nullptr;
   if (client == nullptr) {
     error = "there is no GConf client";
-  } else if (gconf_valid_key(key.c_str(), &reason) == FALSE) {
+  } else if (late::gconf_valid_key(key.c_str(), &reason) == FALSE) {
     error = reason;
     g_free(reason);
   } else {
@@ -84,15 +83,15 @@ std::string number_text(double number) {
 std::string plain_text(const GConfValue* value) {
   switch (value->type) {
     case GCONF_VALUE_STRING: {
-      const char* text = gconf_value_get_string(value);
+      const char* text = late::gconf_value_get_string(value);
       return text == nullptr ? "" : text;
     }
     case GCONF_VALUE_BOOL:
-      return gconf_value_get_bool(value) != FALSE ? "true" : "false";
+      return late::gconf_value_get_bool(value) != FALSE ? "true" : "false";
     case GCONF_VALUE_INT:
-      return std::to_string(gconf_value_get_int(value));
+      return std::to_string(late::gconf_value_get_int(value));
     default:
-      return number_text(gconf_value_get_float(value));
+      return number_text(late::gconf_value_get_float(value));
   }
 }
 
@@ -101,15 +100,15 @@ std::string typed_text(const GConfValue* value) {
 }
 
 std::string list_text(const GConfValue* list) {
-  std::string text = "list " + word_of(gconf_value_get_list_type(list));
-  for (const GSList* at = gconf_value_get_list(list); at != nullptr; at = at->next)
+  std::string text = "list " + word_of(late::gconf_value_get_list_type(list));
+  for (const GSList* at = late::gconf_value_get_list(list); at != nullptr; at = at->next)
     text += "\n" + escaped(plain_text(static_cast<const GConfValue*>(at->data)));
   return text;
 }
 
 std::string pair_text(const GConfValue* pair) {
-  return "pair\n" + escaped(typed_text(gconf_value_get_car(pair))) + "\n" +
-         escaped(typed_text(gconf_value_get_cdr(pair)));
+  return "pair\n" + escaped(typed_text(late::gconf_value_get_car(pair))) + "\n" +
+         escaped(typed_text(late::gconf_value_get_cdr(pair)));
 }
 
 std::string text_of(const GConfValue* value) {
@@ -121,7 +120,7 @@ std::string text_of(const GConfValue* value) {
 
 Value plain_value(GConfValueType type, const std::string& text) {
   if (type == GCONF_VALUE_INVALID || type == GCONF_VALUE_LIST || type == GCONF_VALUE_PAIR) return no_value();
-  return {gconf_value_new_from_string(type, text.c_str(), nullptr), gconf_value_free};
+  return Value(late::gconf_value_new_from_string(type, text.c_str(), nullptr));
 }
 
 Value typed_value(const std::string& text) {
@@ -137,18 +136,18 @@ Value list_value(const std::vector<std::string>& lines) {
   for (auto line = lines.rbegin(); line + 1 != lines.rend(); ++line)
     if (Value element = plain_value(type, unescaped(*line)))
       elements = g_slist_prepend(elements, element.release());
-  Value list(gconf_value_new(GCONF_VALUE_LIST), gconf_value_free);
-  gconf_value_set_list_type(list.get(), type);
-  gconf_value_set_list_nocopy(list.get(), elements);
+  Value list(late::gconf_value_new(GCONF_VALUE_LIST));
+  late::gconf_value_set_list_type(list.get(), type);
+  late::gconf_value_set_list_nocopy(list.get(), elements);
   return list;
 }
 
 Value pair_value(const std::vector<std::string>& lines) {
   Value first = typed_value(unescaped(lines[1]));
   Value second = typed_value(unescaped(lines[2]));
-  Value pair(gconf_value_new(GCONF_VALUE_PAIR), gconf_value_free);
-  if (first) gconf_value_set_car_nocopy(pair.get(), first.release());
-  if (second) gconf_value_set_cdr_nocopy(pair.get(), second.release());
+  Value pair(late::gconf_value_new(GCONF_VALUE_PAIR));
+  if (first) late::gconf_value_set_car_nocopy(pair.get(), first.release());
+  if (second) late::gconf_value_set_cdr_nocopy(pair.get(), second.release());
   return pair;
 }
 
@@ -172,8 +171,8 @@ Value value_from(const std::string& state, std::string& error) {
 void wait_until_quiet(GConfClient* client, GError** error) {
   for (int round = 0; round < 5 && *error == nullptr; ++round) {
     g_usleep(20'000);
-    gconf_client_clear_cache(client);
-    const Value value(gconf_client_get(client, "/apps/brindle/written", error), gconf_value_free);
+    late::gconf_client_clear_cache(client);
+    const Value value(late::gconf_client_get(client, "/apps/brindle/written", error));
   }
 }
 
@@ -181,9 +180,10 @@ void wait_until_quiet(GConfClient* client, GError** error) {
 
 std::optional<std::string> setting_state(GConfClient* from, const std::string& key, std::string& error) {
   if (!may_ask(from, key, error)) return std::nullopt;
-  gconf_client_clear_cache(from);  // it keeps what this program has set, whatever another one sets later
+  late::gconf_client_clear_cache(
+      from);  // it keeps what this program has set, whatever another one sets later
   Failure failure(error);
-  const Value value(gconf_client_get_without_default(from, key.c_str(), failure.place()), gconf_value_free);
+  const Value value(late::gconf_client_get_without_default(from, key.c_str(), failure.place()));
   if (failure.happened()) return std::nullopt;
   if (!value) return nothing;
   if (!word_of(value->type).empty()) return text_of(value.get());
@@ -195,19 +195,19 @@ bool give_setting(GConfClient* client, const std::string& key, const std::string
   if (!may_ask(client, key, error)) return false;
   Failure failure(error);
   if (state == nothing) {
-    gconf_client_unset(client, key.c_str(), failure.place());
+    late::gconf_client_unset(client, key.c_str(), failure.place());
     return !failure.happened();
   }
   const Value value = value_from(state, error);
   if (!value) return false;
-  gconf_client_set(client, key.c_str(), value.get(), failure.place());
+  late::gconf_client_set(client, key.c_str(), value.get(), failure.place());
   return !failure.happened();
 }
 
 bool write_settings(GConfClient* client, std::string& error) {
   if (!may_ask(client, "/", error)) return false;
   Failure failure(error);
-  gconf_client_suggest_sync(client, failure.place());
+  late::gconf_client_suggest_sync(client, failure.place());
   if (!failure.happened()) wait_until_quiet(client, failure.place());
   return !failure.happened();
 }

@@ -1,6 +1,5 @@
 #include "undo/matters.h"
 
-#include <gconf/gconf-client.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +10,7 @@
 
 #include "keep/keep.h"
 #include "things/account.h"
+#include "things/gconf_calls.h"
 #include "things/queue.h"
 #include "things/setting.h"
 
@@ -81,7 +81,7 @@ Matters::Matters(const std::vector<keep::Row>& rows, std::string store, bool wit
   std::ranges::reverse(all_);
   std::ranges::stable_sort(all_, {}, order_of);
   const auto is_setting = [](const Matter& matter) { return matter.kind == Kind::gconf; };
-  if (std::ranges::any_of(all_, is_setting)) client_ = gconf_client_get_default();
+  if (std::ranges::any_of(all_, is_setting)) client_ = late::gconf_client_get_default();
   for (Matter& matter : all_) decide(matter);
 }
 

@@ -268,10 +268,15 @@ TEST(Bookmarks, OfInternetExplorerAreReadInTheirCharacterSet) {
   EXPECT_EQ(pack::address_in(text, "windows-1251"), "http://a.example/й");
   EXPECT_EQ(pack::address_in("[InternetShortcut]\nURL=http://a.example/é", "windows-1251"),
             "http://a.example/é");
-  EXPECT_EQ(pack::address_in(text, "no such set"), "");
+  EXPECT_EQ(pack::address_in(text, "no such set"), "http://a.example/é");
+  EXPECT_EQ(pack::address_in("[InternetShortcut]\nURL=http://a.example/" + std::string("a\0\xE9", 3)),
+            "http://a.example/a");
   const windows::Disk disk;
   disk.add("Users/Ann/Favorites/One.url", text);
-  EXPECT_THAT(bookmarks_of(disk), HasSubstr("http://a.example/é\""));
+  disk.add("Users/Ann/Favorites/Two.url", "[InternetShortcut]\r\nURL=http://a.example/\xE9\x81\r\n");
+  const std::string bookmarks = bookmarks_of(disk);
+  EXPECT_THAT(bookmarks, HasSubstr("http://a.example/é\""));
+  EXPECT_THAT(bookmarks, HasSubstr("http://a.example/é\xC2\x81\"")) << "no character there, and not lost";
 }
 
 TEST(Bookmarks, OfInternetExplorerAreFoundByTheRegistry) {

@@ -6,7 +6,9 @@
 #include "pack/calendar/component.h"
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
+#include "pack/growth.h"
 #include "pack/pack.h"
+#include "pack/planner/content_line.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 
@@ -310,6 +312,195 @@ TEST(Items, WithAnEndInFrontOfTheStartHaveNone) {
   EXPECT_TRUE(component.is_simplified);
 }
 
+// ---- What is very long -----------------------------------------------------------------------------------
+
+std::size_t count_of(std::string_view text, std::string_view part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string_view::npos; at += part.size()) ++count;
+  return count;
+}
+
+// On so many days besides.
+pack::CalendarItem with_days(std::size_t days) {
+  pack::CalendarItem item = weekly(Moment::zoned(nine, "Europe/Berlin"));
+  for (std::size_t i = 1; i <= days; ++i)
+    item.recurrence.added.push_back(
+        Moment::zoned(nine + static_cast<std::int64_t>(i) * 86400, "Europe/Berlin"));
+  return item;
+}
+
+TEST(LongItems, HaveTheBeginningsOfTheirTextsOnSingleDays) {
+  pack::CalendarItem item = with_days(10);
+  item.title = std::string(119, 't') + "ä and more";
+  item.location = "Room 1";
+  item.description = std::string(1 << 20, 'd');
+  item.categories = {"Work"};
+  item.links = {"http://x.example/"};
+  item.priority = 1;
+  item.status = "TENTATIVE";
+  item.access = pack::CalendarItem::Access::personal;
+  item.leaves_time_free = true;
+  item.attendees = {{.name = "Bob", .address = "bob@home.example", .role = "", .will_come = ""}};
+  for (int minutes = 1; minutes <= 6; ++minutes) item.alarms.push_back({.seconds_before = minutes * 60});
+  const auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_TRUE(component.is_simplified);
+  EXPECT_EQ(component.items, 11U);
+  EXPECT_EQ(count_of(component.text, "\nUID:uid-"), 10U);
+  EXPECT_EQ(count_of(component.text, "\nDESCRIPTION:dd"), 4U) << "the series, and three days in 4 MB";
+  EXPECT_EQ(count_of(component.text, "\nATTENDEE"), 4U);
+  std::string alarms;
+  for (const char minutes : {'1', '2', '3', '4', '5'})
+    alarms += "BEGIN:VALARM\nACTION:DISPLAY\nDESCRIPTION:" + std::string(63, 't') + "\n " +
+              std::string(56, 't') + "\nTRIGGER;VALUE=DURATION:-PT" + minutes + "M\nEND:VALARM\n";
+  EXPECT_EQ(component.text.substr(component.text.find("BEGIN:VEVENT\nUID:uid-10")),
+            "BEGIN:VEVENT\nUID:uid-10\nDTSTAMP:19700101T000000Z\nDTSTART:20050428T090000\nSUMMARY:" +
+                std::string(67, 't') + "\n " + std::string(52, 't') +
+                "\nLOCATION:Room 1\nPRIORITY:1\nSTATUS:TENTATIVE\nCLASS:PRIVATE\nTRANSP:TRANSPARENT\n" +
+                alarms + "END:VEVENT\n");
+}
+
+TEST(LongItems, OfTasksAreTasksOnSingleDays) {
+  pack::CalendarItem item = with_days(10);
+  item.is_task = true;
+  item.percent = 50;
+  item.description = std::string(1 << 20, 'd');
+  const std::string text = written(item);
+  EXPECT_THAT(text.substr(text.find("BEGIN:VTODO\nUID:uid-10")), HasSubstr("\nPERCENT-COMPLETE:50\n"));
+}
+
+TEST(LongItems, OfOrdinaryLengthHaveAllOfThem) {
+  pack::CalendarItem item = with_days(1000);
+  item.description = std::string(2000, 'd');
+  const auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_FALSE(component.is_simplified);
+  EXPECT_EQ(count_of(component.text, "\nDESCRIPTION:dd"), 1001U);
+}
+
+TEST(LongItems, HaveTheBeginningOfTheirTitleInAlarms) {
+  pack::CalendarItem item = item_at(Moment::zoned(nine, "Europe/Berlin"));
+  item.title = std::string(10000, 't');
+  item.alarms.assign(6, {.seconds_before = 900});
+  std::string text = written(item);
+  std::erase(text, '\n');
+  std::erase(text, ' ');
+  EXPECT_EQ(count_of(text, "DESCRIPTION:" + item.title + "TRIGGER"), 6U);
+  item.alarms.assign(7, {.seconds_before = 900});
+  const auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_EQ(count_of(component.text, "\nDESCRIPTION:" + std::string(63, 't') + "\n " + std::string(57, 't') +
+                                         "\nTRIGGER;VALUE=DURATION:-PT15M\n"),
+            7U);
+  EXPECT_FALSE(component.is_simplified) << "the title stands in front of them";
+}
+
+TEST(LongItems, HaveAThousandAlarmsAndTellOfMore) {
+  pack::CalendarItem item = item_at(Moment::zoned(nine, "Europe/Berlin"));
+  item.alarms.assign(1000, {.seconds_before = 900});
+  EXPECT_FALSE(pack::component_of(item, "uid", berlin).is_simplified);
+  item.alarms.push_back({.seconds_before = 900});
+  const auto component = pack::component_of(item, "uid", berlin);
+  EXPECT_EQ(count_of(component.text, "BEGIN:VALARM"), 1000U);
+  EXPECT_TRUE(component.is_simplified);
+}
+
+// An item of about so many bytes.
+struct LongItem {
+  const char* name;
+  pack::CalendarItem (*of_size)(std::size_t size);
+};
+
+const LongItem long_items[] = {
+    {"one long line",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       item.description = std::string(size, 'x');
+       return item;
+     }},
+    {"many short lines",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       for (std::size_t i = 0; i < size / 2; ++i) item.description += "x\n";
+       return item;
+     }},
+    {"bytes that are no characters",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       item.description = std::string(size, '\xFF');
+       return item;
+     }},
+    {"many properties",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       for (std::size_t i = 0; i < size / 60; ++i) {
+         item.attendees.push_back(
+             {.name = "Ann", .address = "ann@home.example", .role = "CHAIR", .will_come = ""});
+         item.links.emplace_back("http://x.example/");
+         item.categories.emplace_back("Work");
+       }
+       return item;
+     }},
+    {"days that are left out",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       item.recurrence.excluded.assign(size / 16, Moment::zoned(nine + 86400, new_york));
+       return item;
+     }},
+    {"days besides",
+     [](std::size_t size) {
+       auto item = with_days(size / 512);
+       item.description = std::string(size / 2, 'x');
+       return item;
+     }},
+    {"alarms",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       item.title = std::string(size / 2, 'x');
+       item.alarms.assign(size / 32, {.seconds_before = 900});
+       return item;
+     }},
+    {"exceptions",
+     [](std::size_t size) {
+       auto item = with_days(0);
+       auto exception = item_at(Moment::zoned(nine, "Europe/Berlin"));
+       exception.description = std::string(200, 'x');
+       exception.alarms = {{.seconds_before = 900}};
+       exception.replaces = Moment::zoned(nine + 7 * 86400, new_york);
+       item.exceptions.assign(size / 250, exception);
+       return item;
+     }},
+};
+
+TEST(LongItems, TakeTimeAndRoomAsTheyAreLong) {
+  constexpr std::size_t size = std::size_t{1} << 16;
+  for (const auto& [name, of_size] : long_items) {
+    const auto text_size = [&](std::size_t bytes) { return written(of_size(bytes)).size(); };
+    EXPECT_LT(static_cast<double>(text_size(4 * size)) / static_cast<double>(text_size(size)), growth::most)
+        << name;
+    EXPECT_LT(growth::of_time([&](std::size_t bytes) { written(of_size(bytes)); }, size), growth::most)
+        << name;
+  }
+}
+
+TEST(LongItems, OfFourMegabytesAreReadAndWrittenAtOnce) {
+  constexpr double most = 3;
+  for (const auto& [name, of_size] : long_items) {
+    const pack::CalendarItem item = of_size(std::size_t{4} << 20);
+    std::string text;
+    EXPECT_LT(growth::seconds_of([&] { text = written(item); }, 1), most) << name;
+    EXPECT_LT(growth::seconds_of([&] { pack::content_lines(text); }, 1), most) << name << ", lines";
+  }
+}
+
+TEST(LongLines, TakeTimeAsTheyAreLong) {
+  for (const char* part : {"x", "\n x", "x\n", "a:b\n", ";a=b", ";\"", "\",\"", ":a;b=c\r\n d"}) {
+    const auto read = [&](std::size_t size) {
+      std::string text = "A";
+      while (text.size() < size) text += part;
+      pack::content_lines(text + ":x\n");
+    };
+    EXPECT_LT(growth::of_time(read, std::size_t{1} << 16), growth::most) << part;
+  }
+}
+
 // ---- Collecting ------------------------------------------------------------------------------------------
 
 struct Collected {
@@ -355,6 +546,26 @@ TEST(Collecting, DropsWhatCameBefore) {
               testing::StartsWith("BEGIN:VCALENDAR\nCALSCALE:GREGORIAN\nPRODID:-//Brindle//brindle-pack//EN\n"
                                   "VERSION:2.0\nBEGIN:VEVENT\nUID:1\n"));
   EXPECT_THAT(text, testing::EndsWith("\nEND:VEVENT\nEND:VCALENDAR\n"));
+}
+
+TEST(Collecting, GivesItemsWithAVeryLongUidAShortOne) {
+  Collected to;
+  pack::Packing packing(to.parcel, to.tally, "Brindle", to.without);
+  pack::Calendar calendar(packing, "Europe/Berlin");
+  pack::CalendarItem item = item_at(Moment::instant(nine));
+  for (const char end : {'a', 'b', 'a'}) {
+    item.uid = std::string(1000, 'u') + end;
+    calendar.add(item, {end});
+  }
+  item.uid = std::string(1000, 'u');
+  calendar.add(item, "c");
+  calendar.pack();
+  EXPECT_THAT(to.remarks(), ElementsAre("there-already a"));
+  std::string text = to.parcel.content.at("Brindle/ImapMail/Calendar/calendar.ics");
+  EXPECT_EQ(count_of(text, "@brindle\n"), 2U);
+  std::erase(text, '\n');
+  std::erase(text, ' ');
+  EXPECT_THAT(text, HasSubstr("UID:" + item.uid + "DTSTAMP"));
 }
 
 TEST(Collecting, BringsTheFoldersThatARunLooksFor) {

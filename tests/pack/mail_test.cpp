@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pack/accounts.h"
 #include "pack/mail/mail_folders.h"
 #include "pack/mail/mailbox.h"
 #include "pack/mail/prefs.h"
@@ -8,6 +9,7 @@
 #include "pack/windows_disk.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/volume.h"
 
 namespace {
 
@@ -19,24 +21,9 @@ using testing::UnorderedElementsAre;
 
 const std::string profile = "Users/Ann/AppData/Roaming/Thunderbird/Profiles/x.default/";
 
-// A few bytes at a time, so that every place of a text is once at the end of a block.
-class Slow : public pack::Content {
- public:
-  Slow(std::string text, std::size_t most) : text_(std::move(text)), most_(most) {}
-  std::size_t read(char* to, std::size_t most) override {
-    const std::size_t count = text_.copy(to, std::min(most, most_), at_);
-    at_ += count;
-    return count;
-  }
-
- private:
-  std::string text_;
-  std::size_t most_;
-  std::size_t at_ = 0;
-};
-
+// Few at a time, so that every place of a text is once at the end of a block.
 std::vector<std::string> messages_in(const std::string& text, std::size_t most = 1000) {
-  Slow content(text, most);
+  fuzz::Bytes content(text, most);
   pack::MailboxReader reader(content);
   std::vector<std::string> messages;
   while (const auto head = reader.next()) {
@@ -168,7 +155,7 @@ TEST(MailFolders, WithoutAnAccountHaveTheFoldersThatARunLooksFor) {
   disk.add(profile + "Mail/Local Folders/Inbox", message("one"));
   const auto result = pack_disk(disk.path());
   EXPECT_TRUE(result.content.contains("Brindle/ImapMail/"));
-  EXPECT_TRUE(result.content.contains("Brindle/ImapMail/brindle-email-accounts/"));
+  EXPECT_TRUE(result.content.contains(accounts::folder));
 }
 
 TEST(MailFolders, WhatIsNoMailboxIsTold) {
@@ -324,40 +311,10 @@ TEST(MailAccounts, OfThunderbirdHaveAllTheirSettings) {
   const windows::Disk disk;
   disk.add(profile + "prefs.js", prefs_of_two);
   const auto result = pack_disk(disk.path());
-  const std::string folder = "Brindle/ImapMail/brindle-email-accounts/";
-  ASSERT_THAT(result.files_below(folder), ElementsAre("00000001.txt", "00000002.txt"));
-  EXPECT_EQ(result.content.at(folder + "00000001.txt"),
-            "POP3 Secure Connection=1\r\n"
-            "POP3 Prompt for Password=0\r\n"
-            "Leave Mail On Server=1\r\n"
-            "SMTP Secure Connection=1\r\n"
-            "SMTP Use Sicily=2\r\n"
-            "SMTP Prompt for Password=0\r\n"
-            "POP3 Port=995\r\n"
-            "POP3 Server=pop.home.example\r\n"
-            "SMTP Server=smtp.home.example\r\n"
-            "POP3 User Name=ann\r\n"
-            "SMTP Email Address=ann@home.example\r\n"
-            "SMTP Reply To Email Address=reply@home.example\r\n"
-            "SMTP Organization Name=Lee & Sons\r\n"
-            "SMTP Display Name=Ann Lée\r\n"
-            "Account Name=At Home\r\n");
-  EXPECT_EQ(result.content.at(folder + "00000002.txt"),
-            "IMAP Secure Connection=0\r\n"
-            "IMAP Prompt for Password=0\r\n"
-            "Leave Mail On Server=0\r\n"
-            "SMTP Secure Connection=0\r\n"
-            "SMTP Use Sicily=0\r\n"
-            "SMTP Prompt for Password=0\r\n"
-            "IMAP Port=143\r\n"
-            "IMAP Server=imap.work.example\r\n"
-            "SMTP Server=smtp.work.example\r\n"
-            "IMAP User Name=a.lee\r\n"
-            "SMTP Email Address=a.lee@work.example\r\n"
-            "SMTP Reply To Email Address=\r\n"
-            "SMTP Organization Name=\r\n"
-            "SMTP Display Name=A. Lee\r\n"
-            "Account Name=a.lee@work.example\r\n");
+  ASSERT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt", "00000002.txt"));
+  EXPECT_EQ(result.content.at(accounts::folder + "00000001.txt"), accounts::at_home);
+  EXPECT_EQ(result.content.at(accounts::folder + "00000002.txt"),
+            accounts::but_for(accounts::at_work, {"Account Name=a.lee@work.example"}));
 }
 
 TEST(MailAccounts, OfTwoProfilesAreThereOnce) {
@@ -382,7 +339,7 @@ TEST(MailAccounts, LinesFitIntoAPiece) {
           }() +
           "\");\n");
   const auto result = pack_disk(disk.path());
-  const std::string text = result.content.at("Brindle/ImapMail/brindle-email-accounts/00000001.txt");
+  const std::string text = result.content.at(accounts::folder + "00000001.txt");
   const std::size_t begin = text.find("Account Name=");
   EXPECT_LE(text.size() - begin, 126U);
   EXPECT_GE(text.size() - begin, 124U);

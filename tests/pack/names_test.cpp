@@ -12,6 +12,7 @@
 #include "pack/recorded.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/volume.h"
 
 namespace {
 
@@ -65,16 +66,7 @@ class Named : public pack::Tree {
     return entries;
   }
   std::unique_ptr<pack::Content> open(const std::string& file) const override {
-    struct Bytes : pack::Content {
-      explicit Bytes(std::string all) : left(std::move(all)) {}
-      std::size_t read(char* to, std::size_t most) override {
-        const std::size_t count = left.copy(to, most);
-        left.erase(0, count);
-        return count;
-      }
-      std::string left;
-    };
-    return std::make_unique<Bytes>(file.substr(file.rfind('/') + 1));
+    return std::make_unique<fuzz::Bytes>(file.substr(file.rfind('/') + 1));
   }
 
  private:

@@ -4,7 +4,9 @@
 #include <gsf/gsf-utils.h>
 #include <gtest/gtest.h>
 
+#include "pack/calendar/notes.h"
 #include "pack/databases.h"
+#include "pack/growth.h"
 #include "pack/planner/sticky_notes.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
@@ -179,6 +181,20 @@ TEST(Notes, WithATitleOfTheirOwnHaveItInFront) {
   EXPECT_EQ(parcel.content.at("Brindle/Notes/Shopping.txt"), "Subject: Shopping\nmilk\neggs\n");
   EXPECT_EQ(parcel.content.at("Brindle/My Documents/Notes/Shopping.txt"), "Shopping\n\nmilk\neggs\n");
   EXPECT_EQ(parcel.content.at("Brindle/My Documents/Notes/Milk.txt"), "Milk and eggs\n");
+}
+
+TEST(Notes, OfOneTitleGetTheirNumbersAtOnce) {
+  const auto add = [](std::size_t count) {
+    recorded::Parcel parcel;
+    pack::Tally tally;
+    const std::set<pack::Kind> without;
+    pack::Packing packing(parcel, tally, "Brindle", without);
+    pack::Notes notes(packing);
+    for (std::size_t i = 0; i < count; ++i) notes.add({.title = "Milk", .text = std::to_string(i)}, "notes");
+    return parcel.content.contains("Brindle/Notes/Milk " + std::to_string(count) + ".txt");
+  };
+  EXPECT_TRUE(add(3));
+  EXPECT_LT(growth::of_time(add, 1000), growth::most);
 }
 
 }  // namespace

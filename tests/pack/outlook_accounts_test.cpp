@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pack/accounts.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 
@@ -11,9 +12,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using windows::Value;
 
-const std::string folder = "Brindle/ImapMail/brindle-email-accounts/";
 const std::string of_office = R"(Software\Microsoft\Office\16.0\Outlook\Profiles\Outlook\)";
-const std::string accounts = R"(9375CFF0413111d3B88A00104B2A6676\)";
+const std::string keys = R"(9375CFF0413111d3B88A00104B2A6676\)";
 
 std::string wide(std::string_view text) {
   std::string bytes;
@@ -35,28 +35,11 @@ const std::vector<Value> pop{{.name = "Account Name", .data = "At Home"},
                              {.name = "SMTP Secure Connection", .data = "1", .type = Value::dword},
                              {.name = "Leave on Server", .data = "327681", .type = Value::dword}};
 
-const std::string pop_file =
-    "POP3 Secure Connection=1\r\n"
-    "POP3 Prompt for Password=0\r\n"
-    "Leave Mail On Server=1\r\n"
-    "SMTP Secure Connection=1\r\n"
-    "SMTP Use Sicily=2\r\n"
-    "SMTP Prompt for Password=0\r\n"
-    "POP3 Port=995\r\n"
-    "POP3 Server=pop.home.example\r\n"
-    "SMTP Server=smtp.home.example\r\n"
-    "POP3 User Name=ann\r\n"
-    "SMTP Email Address=ann@home.example\r\n"
-    "SMTP Reply To Email Address=reply@home.example\r\n"
-    "SMTP Organization Name=Lee & Sons\r\n"
-    "SMTP Display Name=Ann Lée\r\n"
-    "Account Name=At Home\r\n";
-
 TEST(OutlookAccounts, HaveAllTheirSettings) {
   const windows::Disk disk;
   disk.add("Users/Ann/NTUSER.DAT",
-           windows::hive({{of_office + accounts + "00000002", pop},
-                          {of_office + accounts + "00000003",
+           windows::hive({{of_office + keys + "00000002", pop},
+                          {of_office + keys + "00000003",
                            {{.name = "Account Name", .data = wide("Work"), .type = Value::binary},
                             {.name = "Display Name", .data = wide("A. Lee"), .type = Value::binary},
                             {.name = "Email", .data = wide("a.lee@work.example"), .type = Value::binary},
@@ -64,26 +47,13 @@ TEST(OutlookAccounts, HaveAllTheirSettings) {
                             {.name = "IMAP User", .data = wide("a.lee"), .type = Value::binary},
                             {.name = "SMTP Server", .data = wide("smtp.work.example"), .type = Value::binary},
                             {.name = "SMTP Secure Connection", .data = "2", .type = Value::dword}}},
-                          {of_office + accounts + "00000001",
+                          {of_office + keys + "00000001",
                            {{.name = "Account Name", .data = "Outlook Address Book"}}}}));
   const auto result = pack_disk(disk.path());
-  ASSERT_THAT(result.files_below(folder), ElementsAre("00000001.txt", "00000002.txt"));
-  EXPECT_EQ(result.content.at(folder + "00000001.txt"), pop_file);
-  EXPECT_EQ(result.content.at(folder + "00000002.txt"),
-            "IMAP Secure Connection=0\r\n"
-            "IMAP Prompt for Password=0\r\n"
-            "Leave Mail On Server=0\r\n"
-            "SMTP Secure Connection=0\r\n"
-            "SMTP Use Sicily=0\r\n"
-            "SMTP Prompt for Password=0\r\n"
-            "IMAP Server=imap.work.example\r\n"
-            "SMTP Server=smtp.work.example\r\n"
-            "IMAP User Name=a.lee\r\n"
-            "SMTP Email Address=a.lee@work.example\r\n"
-            "SMTP Reply To Email Address=\r\n"
-            "SMTP Organization Name=\r\n"
-            "SMTP Display Name=A. Lee\r\n"
-            "Account Name=Work\r\n");
+  ASSERT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt", "00000002.txt"));
+  EXPECT_EQ(result.content.at(accounts::folder + "00000001.txt"), accounts::at_home);
+  EXPECT_EQ(result.content.at(accounts::folder + "00000002.txt"),
+            accounts::but_for(accounts::at_work, {"IMAP Port"}));
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
@@ -96,10 +66,10 @@ TEST(OutlookAccounts, OfEachVersionAreFound) {
         R"(Software\Microsoft\Windows NT\CurrentVersion\Windows Messaging Subsystem\Profiles\Mine\)",
         R"(Software\Microsoft\Windows Messaging Subsystem\Profiles\Mine\)"}) {
     const windows::Disk disk;
-    disk.add("Users/Ann/NTUSER.DAT", windows::hive({{profiles + accounts + "00000001", pop}}));
+    disk.add("Users/Ann/NTUSER.DAT", windows::hive({{profiles + keys + "00000001", pop}}));
     const auto result = pack_disk(disk.path());
-    ASSERT_THAT(result.files_below(folder), ElementsAre("00000001.txt")) << profiles;
-    EXPECT_EQ(result.content.at(folder + "00000001.txt"), pop_file);
+    ASSERT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt")) << profiles;
+    EXPECT_EQ(result.content.at(accounts::folder + "00000001.txt"), accounts::at_home);
   }
 }
 
@@ -108,9 +78,9 @@ TEST(OutlookAccounts, OfSeveralProfilesAreThereOnce) {
   const std::string older = R"(Software\Microsoft\Office\15.0\Outlook\Profiles\Outlook\)";
   auto other = pop;
   other[5].data = "pop.other.example";
-  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{of_office + accounts + "00000001", pop},
-                                                  {older + accounts + "00000001", pop},
-                                                  {older + accounts + "00000002", other}}));
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{of_office + keys + "00000001", pop},
+                                                  {older + keys + "00000001", pop},
+                                                  {older + keys + "00000002", other}}));
   disk.add("Users/Ann/AppData/Roaming/Thunderbird/Profiles/x/prefs.js",
            R"(user_pref("mail.accountmanager.accounts", "a");
 user_pref("mail.account.a.server", "s");
@@ -121,29 +91,29 @@ user_pref("mail.server.s.hostname", "pop.home.example");
 user_pref("mail.server.s.userName", "ann");
 )");
   const auto result = pack_disk(disk.path());
-  EXPECT_THAT(result.files_below(folder), ElementsAre("00000001.txt", "00000002.txt"));
-  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + of_office + accounts + "00000001",
-                                            "there-already " + older + accounts + "00000001"));
+  EXPECT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt", "00000002.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre("there-already " + of_office + keys + "00000001",
+                                            "there-already " + older + keys + "00000001"));
 }
 
 TEST(OutlookAccounts, OfExchangeAreTold) {
   const windows::Disk disk;
   disk.add("Users/Ann/NTUSER.DAT",
-           windows::hive({{of_office + accounts + "00000001", pop},
-                          {of_office + accounts + "00000002",
+           windows::hive({{of_office + keys + "00000001", pop},
+                          {of_office + keys + "00000002",
                            {{.name = "Account Name", .data = "ann@lee.example"},
                             {.name = "Service Name", .data = "MSEMS"}}},
-                          {of_office + accounts + "00000003",
+                          {of_office + keys + "00000003",
                            {{.name = "Email", .data = "a@lee.example"},
                             {.name = "clsid", .data = "{ED475414-B0D6-11D2-8C3B-00104B2A6676}"}}},
-                          {of_office + accounts + "00000004",
+                          {of_office + keys + "00000004",
                            {{.name = "Account Name", .data = "Phone"},
                             {.name = "EAS Server URL", .data = "https://x.example"}}},
-                          {of_office + accounts + "00000005",
+                          {of_office + keys + "00000005",
                            {{.name = "Account Name", .data = "Outlook Data File"},
                             {.name = "Service Name", .data = "MSUPST MS"}}}}));
   const auto result = pack_disk(disk.path());
-  EXPECT_THAT(result.files_below(folder), ElementsAre("00000001.txt"));
+  EXPECT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt"));
   EXPECT_THAT(result.remarks(),
               ElementsAre("exchange ann@lee.example", "exchange a@lee.example", "exchange Phone"));
   EXPECT_TRUE(result.people.front().tally.has_losses());
@@ -151,10 +121,10 @@ TEST(OutlookAccounts, OfExchangeAreTold) {
 
 TEST(OutlookAccounts, AreLeftOutWhenNobodyWantsThem) {
   const windows::Disk disk;
-  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{of_office + accounts + "00000001", pop}}));
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{of_office + keys + "00000001", pop}}));
   pack::Options options;
   options.without = {pack::Kind::accounts};
-  EXPECT_THAT(pack_disk(disk.path(), options).files_below(folder), IsEmpty());
+  EXPECT_THAT(pack_disk(disk.path(), options).files_below(accounts::folder), IsEmpty());
 }
 
 TEST(NewOutlook, IsTold) {

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "pack/accounts.h"
 #include "pack/dbx_files.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
@@ -193,74 +194,44 @@ TEST(OutlookExpress, LeavesNothingBehind) {
 
 TEST(OutlookExpress, HasItsAccountsPacked) {
   const windows::Disk disk;
-  const std::string accounts = R"(Software\Microsoft\Internet Account Manager\Accounts\)";
+  const std::string keys = R"(Software\Microsoft\Internet Account Manager\Accounts\)";
   const auto number = windows::Value::dword;
-  disk.add(
-      home + "NTUSER.DAT",
-      windows::hive({{accounts + "00000001",
-                      {{"Account Name", "At Home"},
-                       {"POP3 Server", "pop.home.example"},
-                       {"POP3 User Name", "ann"},
-                       {"POP3 Port", "995", number},
-                       {"POP3 Secure Connection", "1", number},
-                       {"SMTP Server", "smtp.home.example"},
-                       {"SMTP Port", "465", number},
-                       {"SMTP Use Sicily", "2", number},
-                       {"SMTP Secure Connection", "1", number},
-                       {"SMTP Display Name",
-                        "Ann L\xC3\xA9"
-                        "e"},
-                       {"SMTP Email Address", "ann@home.example"},
-                       {"SMTP Reply To Email Address", "reply@home.example"},
-                       {"SMTP Organization Name", "Lee & Sons"},
-                       {"Leave Mail On Server", "1", number}}},
-                     {accounts + "00000002", {{"Account Name", "Bigfoot"}, {"LDAP Server", "ldap.example"}}},
-                     {accounts + "00000003", {{"HTTPMail Server", "http://mail.example"}}},
-                     {accounts + "00000004", {{"NNTP Server", "news.example"}}},
-                     {R"(Identities\{B-2}\)" + accounts + "00000001",
-                      {{"Account Name", "At Work"},
-                       {"IMAP Server", "imap.work.example"},
-                       {"IMAP User Name", "a.lee"},
-                       {"SMTP Server", "smtp.work.example"},
-                       {"SMTP Email Address", "a.lee@work.example"},
-                       {"SMTP Use Sicily", "0", number}}}}));
+  disk.add(home + "NTUSER.DAT",
+           windows::hive({{keys + "00000001",
+                           {{"Account Name", "At Home"},
+                            {"POP3 Server", "pop.home.example"},
+                            {"POP3 User Name", "ann"},
+                            {"POP3 Port", "995", number},
+                            {"POP3 Secure Connection", "1", number},
+                            {"SMTP Server", "smtp.home.example"},
+                            {"SMTP Port", "465", number},
+                            {"SMTP Use Sicily", "2", number},
+                            {"SMTP Secure Connection", "1", number},
+                            {"SMTP Display Name",
+                             "Ann L\xC3\xA9"
+                             "e"},
+                            {"SMTP Email Address", "ann@home.example"},
+                            {"SMTP Reply To Email Address", "reply@home.example"},
+                            {"SMTP Organization Name", "Lee & Sons"},
+                            {"Leave Mail On Server", "1", number}}},
+                          {keys + "00000002", {{"Account Name", "Bigfoot"}, {"LDAP Server", "ldap.example"}}},
+                          {keys + "00000003", {{"HTTPMail Server", "http://mail.example"}}},
+                          {keys + "00000004", {{"NNTP Server", "news.example"}}},
+                          {R"(Identities\{B-2}\)" + keys + "00000001",
+                           {{"Account Name", "At Work"},
+                            {"IMAP Server", "imap.work.example"},
+                            {"IMAP User Name", "a.lee"},
+                            {"SMTP Server", "smtp.work.example"},
+                            {"SMTP Email Address", "a.lee@work.example"},
+                            {"SMTP Use Sicily", "0", number}}}}));
   const auto result = pack_disk(disk.path());
-  const std::string folder = "Brindle/ImapMail/brindle-email-accounts/";
-  ASSERT_THAT(result.files_below(folder), ElementsAre("00000001.txt", "00000002.txt"));
-  EXPECT_EQ(result.content.at(folder + "00000001.txt"),
-            "POP3 Secure Connection=1\r\n"
-            "POP3 Prompt for Password=0\r\n"
-            "Leave Mail On Server=1\r\n"
-            "SMTP Secure Connection=1\r\n"
-            "SMTP Use Sicily=2\r\n"
-            "SMTP Prompt for Password=0\r\n"
-            "POP3 Port=995\r\n"
-            "POP3 Server=pop.home.example\r\n"
-            "SMTP Server=smtp.home.example\r\n"
-            "POP3 User Name=ann\r\n"
-            "SMTP Email Address=ann@home.example\r\n"
-            "SMTP Reply To Email Address=reply@home.example\r\n"
-            "SMTP Organization Name=Lee & Sons\r\n"
-            "SMTP Display Name=Ann L\xC3\xA9"
-            "e\r\n"
-            "Account Name=At Home\r\n");
-  EXPECT_EQ(result.content.at(folder + "00000002.txt"),
-            "IMAP Secure Connection=0\r\n"
-            "IMAP Prompt for Password=0\r\n"
-            "Leave Mail On Server=0\r\n"
-            "SMTP Secure Connection=0\r\n"
-            "SMTP Use Sicily=0\r\n"
-            "SMTP Prompt for Password=0\r\n"
-            "IMAP Server=imap.work.example\r\n"
-            "SMTP Server=smtp.work.example\r\n"
-            "IMAP User Name=a.lee\r\n"
-            "SMTP Email Address=a.lee@work.example\r\n"
-            "SMTP Reply To Email Address=\r\n"
-            "SMTP Organization Name=\r\n"
-            "SMTP Display Name=\r\n"
-            "Account Name=At Work\r\n");
-  EXPECT_THAT(result.remarks(), ElementsAre("no-place " + home + "NTUSER.DAT: " + accounts + "00000003",
-                                            "no-place " + home + "NTUSER.DAT: " + accounts + "00000004"));
+  ASSERT_THAT(result.files_below(accounts::folder), ElementsAre("00000001.txt", "00000002.txt"));
+  EXPECT_EQ(result.content.at(accounts::folder + "00000001.txt"), accounts::at_home);
+  EXPECT_EQ(
+      result.content.at(accounts::folder + "00000002.txt"),
+      accounts::but_for(accounts::at_work, {"IMAP Port", "SMTP Display Name=", "Account Name=At Work"}));
+  EXPECT_THAT(result.remarks(), ElementsAre("no-place " + home + "NTUSER.DAT: " + keys + "00000003",
+                                            "no-place " + home + "NTUSER.DAT: " + keys + "00000004"));
 }
 
 TEST(OutlookExpress, IsLeftOutWhenItIsNotWanted) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "pack/calendars.h"
+#include "pack/growth.h"
 #include "pack/outlook/recurrence.h"
 #include "pack/pst_file.h"
 #include "pack/recorded.h"
@@ -335,6 +336,54 @@ TEST(OutlookAppointments, AreOtherwiseWhereTheirOwnerSaidSo) {
               ElementsAre("DTSTART:20050426T090000", "DTEND:20050426T093000", "SUMMARY:tour", "LOCATION:Quay",
                           "CLASS:PUBLIC", "BEGIN:VALARM", "ACTION:DISPLAY", "DESCRIPTION:tour",
                           "TRIGGER;VALUE=DURATION:-PT45M", "END:VALARM"));
+}
+
+// Half an hour later on each of so many days from the first one on.
+Series with_exceptions(std::size_t count) {
+  Series series{.unit = daily, .pattern = 0, .period = 1440, .specific = {}, .exceptions = little(count, 2)};
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::uint32_t day = minutes(2005, 4, 12) + static_cast<std::uint32_t>(i) * 1440;
+    const std::uint32_t start = day + 9 * 60;
+    series.left_out.push_back(day);
+    series.changed.push_back(day);
+    series.exceptions += exception_head(start + 30, start + 60, start, 0);
+  }
+  return series;
+}
+
+TEST(OutlookAppointments, ThatAreVeryLongAreBriefOnTheLastOfManyDays) {
+  Planner planner;
+  const auto result = planner.pack({planner.series(
+      "tour", with_exceptions(3),
+      {pst::text(0x1000, std::string(1'500'000, 'b')), pst::text(planner.of_appointment(0x8208), "Quay")})});
+  for (const char* second : {"tour-20050412T090000", "tour-20050413T090000"})
+    EXPECT_THAT(lines_of(result, calendar_file, second), Contains(HasSubstr("DESCRIPTION:bbb"))) << second;
+  EXPECT_THAT(lines_of(result, calendar_file, "tour-20050414T090000"),
+              ElementsAre("DTSTART:20050414T093000", "DTEND:20050414T100000", "SUMMARY:tour", "LOCATION:Quay",
+                          "CLASS:PUBLIC"));
+  EXPECT_THAT(result.remarks(), Contains("simplified " + place + ": Calendar: tour"));
+}
+
+TEST(OutlookAppointments, ThatAreOtherwiseOnManyDaysAreReadAtOnce) {
+  const auto read = [](std::size_t count) {
+    const auto recurrence = pack::outlook_recurrence(with_exceptions(count).bytes());
+    EXPECT_EQ(recurrence->exceptions.size(), count);
+    EXPECT_THAT(recurrence->left_out, IsEmpty());
+  };
+  EXPECT_LT(growth::of_time(read, 4000), growth::most);
+  const auto pack = [](std::size_t count) {
+    Planner planner;
+    const auto result = planner.pack({planner.series("tour", with_exceptions(count))});
+    EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, count + 1);
+  };
+  EXPECT_LT(growth::of_time(pack, 500), growth::most);
+}
+
+TEST(OutlookAppointments, ThatAreOtherwiseOnTooManyDaysAreTold) {
+  Planner planner;
+  const auto result = planner.pack({planner.series("tour", with_exceptions(10001))});
+  EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 10001U);
+  EXPECT_THAT(result.remarks(), Contains("simplified " + place + ": Calendar: tour"));
 }
 
 TEST(OutlookAppointments, ByAnotherCalendarComeOnceAndAreTold) {

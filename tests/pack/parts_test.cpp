@@ -11,6 +11,7 @@
 #include "pack/mail/prefs.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
+#include "support/volume.h"
 
 namespace {
 
@@ -74,22 +75,8 @@ TEST(VcardNames, HaveWholeBirthdaysAlone) {
 
 // ---- Mailboxes and settings ----------------------------------------------------------------------------
 
-class Whole : public pack::Content {
- public:
-  explicit Whole(std::string text) : text_(std::move(text)) {}
-  std::size_t read(char* to, std::size_t most) override {
-    const std::size_t count = text_.copy(to, most, at_);
-    at_ += count;
-    return count;
-  }
-
- private:
-  std::string text_;
-  std::size_t at_ = 0;
-};
-
 std::string joined_messages(const std::string& text) {
-  Whole content(text);
+  fuzz::Bytes content(text);
   pack::MailboxReader reader(content);
   std::string messages;
   while (const auto head = reader.next()) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pack/accounts.h"
 #include "pack/databases.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
@@ -32,9 +33,8 @@ std::string account(const std::string& host) {
 
 std::vector<std::string> account_names(const recorded::Result& result) {
   std::vector<std::string> names;
-  const std::string folder = "Brindle/ImapMail/brindle-email-accounts/";
-  for (const std::string& file : result.files_below(folder)) {
-    const std::string text = result.content.at(folder + file);
+  for (const std::string& file : result.files_below(accounts::folder)) {
+    const std::string text = result.content.at(accounts::folder + file);
     const std::size_t begin = text.find("Account Name=") + 13;
     names.push_back(text.substr(begin, text.find('\r', begin) - begin));
   }

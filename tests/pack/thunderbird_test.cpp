@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "pack/accounts.h"
 #include "pack/mail/mailbox.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
@@ -18,7 +19,6 @@ using testing::UnorderedElementsAre;
 
 const std::string profile = "Users/Ann/AppData/Roaming/Thunderbird/Profiles/x.default/";
 const std::string local = profile + "Mail/Local Folders/";
-const std::string accounts = "Brindle/ImapMail/brindle-email-accounts/";
 
 std::string message(const std::string& subject, const std::string& text = "Text") {
   return "From - Tue Mar  1 08:41:12 2005\nSubject: " + subject + "\n\n" + text + "\n\n";
@@ -56,7 +56,7 @@ Account account_of(const std::string& prefs) {
   const windows::Disk disk;
   disk.add(profile + "prefs.js", prefs);
   const auto result = pack_disk(disk.path());
-  Account account{result.content.at(accounts + "00000001.txt"), {}};
+  Account account{result.content.at(accounts::folder + "00000001.txt"), {}};
   const std::string from = "partly-kept " + profile.substr(0, profile.size() - 1) + ": ";
   for (const std::string& remark : result.remarks())
     account.lost.push_back(remark.starts_with(from) ? remark.substr(from.size()) : remark);

@@ -134,6 +134,12 @@ class Sources(unittest.TestCase):
         compiled = [path for path in compile_commands() if SRC in path.parents]
         self.assertEqual([path for path in sources() if path.suffix == ".cpp"], sorted(compiled))
 
+    def test_what_is_loaded_late_is_not_linked(self):
+        found = subprocess.run(["readelf", "--dynamic", BUILD / "src/brindle-wizard"], capture_output=True, text=True, check=True)
+        linked = re.findall(r"\(NEEDED\).*\[(lib[^.]+)", found.stdout)
+        self.assertIn("libglib-2", linked)
+        self.assertEqual(set(), {"libcups", "libgconf-2", "libzip"} & set(linked))
+
     def test_includes_go_down_from_the_top(self):
         """Neither through ".." nor from the folder of the source itself, past what its room shows."""
         wrong = [f"{path.relative_to(SRC)} includes {header}" for path in sources()

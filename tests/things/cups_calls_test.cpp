@@ -19,7 +19,7 @@ void remove_libcups() {
 
 TEST(CupsCalls, LibcupsIsLoadedWhenItIsAskedFor) {
   EXPECT_FALSE(is_loaded());
-  EXPECT_TRUE(things::load_cups());
+  EXPECT_TRUE(things::libcups.load());
   EXPECT_TRUE(is_loaded());
   EXPECT_LT(0, things::ippPort());
 }

@@ -1,11 +1,10 @@
-#include <glib.h>
-
 #include <algorithm>
 #include <system_error>
 
 #include "pack/browsers/readers.h"
 #include "pack/disk/stage.h"
 #include "pack/files/names.h"
+#include "pack/files/texts.h"
 
 namespace pack {
 
@@ -13,15 +12,6 @@ namespace {
 
 constexpr std::string_view ending = ".url";
 constexpr std::size_t most = std::size_t{1} << 20;
-
-std::string in_utf8(std::string_view bytes, const std::string& charset) {
-  if (g_utf8_validate(bytes.data(), static_cast<gssize>(bytes.size()), nullptr)) return std::string(bytes);
-  const std::unique_ptr<char, decltype(&g_free)> text(
-      g_convert_with_fallback(bytes.data(), static_cast<gssize>(bytes.size()), "UTF-8", charset.c_str(), "?",
-                              nullptr, nullptr, nullptr),
-      g_free);
-  return text ? text.get() : "";
-}
 
 std::string_view trimmed(std::string_view line) {
   while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t'))
@@ -72,8 +62,10 @@ std::string address_in(std::string_view url_file, const std::string& charset) {
     const std::string_view line = trimmed(url_file.substr(0, end));
     url_file.remove_prefix(std::min(end + 1, url_file.size()));
     if (line.starts_with('[')) is_ours = is_same_name(line, "[InternetShortcut]");
-    if (is_ours && line.size() > 4 && is_same_name(line.substr(0, 4), "URL="))
-      return in_utf8(trimmed(line.substr(4)), charset);
+    if (is_ours && line.size() > 4 && is_same_name(line.substr(0, 4), "URL=")) {
+      const std::string address = in_utf8(trimmed(line.substr(4)), charset.c_str());
+      return address.substr(0, address.find('\0'));
+    }
   }
   return "";
 }

@@ -23,6 +23,9 @@ constexpr std::string_view foot = "END:VCALENDAR\n";
   throw std::system_error(errno, std::generic_category(), "a temporary file for calendars");
 }
 
+// It stands in each item that one becomes.
+constexpr std::size_t longest_uid = 1000;
+
 std::string within_mail(const char* name) { return std::string(layout::mail) + "/" + name; }
 
 void copy_to(const Writer& write, std::FILE* file) {
@@ -50,7 +53,7 @@ Calendar::Calendar(Packing& packing, std::string home_zone)
   if (!events_ || !tasks_) fail();
 }
 
-// One without a uid gets one made of what it says.
+// One without a uid gets one made of what it says, and one with a very long uid one made of that.
 bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
   std::string key = item.is_task ? "task " : "event ";
   key += item.uid.empty() ? content_of(item, home_) : "uid " + item.uid;
@@ -58,7 +61,7 @@ bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
   char made[48];
   std::snprintf(made, sizeof made, "%016lx%016lx@brindle", static_cast<unsigned long>(hash.high64),
                 static_cast<unsigned long>(hash.low64));
-  uid = item.uid.empty() ? made : item.uid;
+  uid = item.uid.empty() || item.uid.size() > longest_uid ? made : item.uid;
   return known_.emplace(hash.high64, hash.low64).second;
 }
 

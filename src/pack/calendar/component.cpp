@@ -5,6 +5,7 @@
 #include "pack/calendar/lines.h"
 #include "pack/calendar/rule.h"
 #include "pack/calendar/times.h"
+#include "pack/files/texts.h"
 
 namespace pack {
 
@@ -16,6 +17,11 @@ constexpr std::int64_t day = 86400;
 // Of single days that are added to a rule.
 constexpr std::size_t most_added = 1000;
 constexpr std::int64_t longest_warning = 366 * day;
+constexpr std::size_t most_alarms = 1000;
+constexpr std::size_t most_for_copies = std::size_t{4} << 20;
+// Of the title, that stands in each alarm.
+constexpr std::size_t most_for_alarms = std::size_t{1} << 16;
+constexpr std::size_t short_text = 120;
 
 // One of iCalendar's.
 bool is_word(std::string_view text) {
@@ -26,42 +32,65 @@ bool is_word(std::string_view text) {
 
 class ItemWriter {
  public:
-  ItemWriter(const CalendarItem& item, const std::optional<Zone>& home) : item_(item), times_(item, home) {
-    result_.is_simplified = item.is_simplified;
+  ItemWriter(const CalendarItem& item, const std::optional<Zone>& home)
+      : item_(item),
+        times_(item, home),
+        duration_(item.end.is_there() ? times_.between(item.start, item.end) : 0),
+        texts_(texts_of(item)) {
+    result_.is_simplified |= item.is_simplified;
     result_.is_approximate = times_.is_approximate();
   }
 
-  // As it comes at first, `later` seconds after the item itself.
-  void add(const std::string& uid, std::int64_t later, bool comes_again) {
+  // One of its times alone, the first one.
+  void add(const std::string& uid) { add(uid, 0, texts_, false); }
+
+  // All of its times. The first one is its start.
+  void add_all(const std::string& uid) {
+    add(uid, 0, texts_, true);
+    const auto& added = item_.recurrence.added;
+    const std::size_t days = std::min(added.size(), most_added);
+    const std::size_t whole_days = whole_copies(texts_.size() + uid.size());
+    const Texts brief = days > whole_days ? texts_of(brief_of(item_)) : Texts();
+    for (std::size_t i = 0; i < days; ++i)
+      if (const std::int64_t later = times_.between(begin(), with_time(added[i])); later != 0)
+        add(uid + "-" + std::to_string(i + 1), later, i < whole_days ? texts_ : brief, false);
+    result_.is_simplified |= added.size() > days || days > whole_days;
+  }
+
+  Component result() && {
+    result_.text = std::move(lines_).text();
+    return std::move(result_);
+  }
+
+ private:
+  // What is the same at all of its times, in two parts: how it comes again stands between them.
+  struct Texts {
+    Lines front, back;
+    std::size_t size() const { return front.text().size() + back.text().size(); }
+  };
+
+  Texts texts_of(const CalendarItem& item) {
+    Texts texts;
+    add_texts(item, texts.front);
+    add_marks(item, texts.front);
+    add_people(item, texts.back);
+    add_alarms(item, texts.back);
+    return texts;
+  }
+
+  // `later` seconds after the item itself.
+  void add(const std::string& uid, std::int64_t later, const Texts& texts, bool comes_again) {
     ++result_.items;
     lines_.add(item_.is_task ? "BEGIN:VTODO" : "BEGIN:VEVENT");
     lines_.add_text("UID", uid);
     add_stamps();
     add_times(later);
-    add_texts();
-    add_marks();
+    lines_.add_lines(texts.front);
     if (comes_again) add_recurrence();
-    add_people();
-    for (const Alarm& alarm : item_.alarms) add_alarm(alarm);
+    lines_.add_lines(texts.back);
     lines_.add(item_.is_task ? "END:VTODO" : "END:VEVENT");
   }
 
-  // All of its times. The first one is its start.
-  void add_all(const std::string& uid) {
-    add(uid, 0, true);
-    const auto& added = item_.recurrence.added;
-    for (std::size_t i = 0; i < std::min(added.size(), most_added); ++i)
-      if (const std::int64_t later = times_.between(begin(), with_time(added[i])); later != 0)
-        add(uid + "-" + std::to_string(i + 1), later, false);
-    result_.is_simplified |= added.size() > most_added;
-  }
-
-  Component result() && {
-    result_.text = lines_.text();
-    return std::move(result_);
-  }
-
- private:
   void add_stamps() {
     // Every component has one; it says when somebody has last sent it.
     const Moment& stamp = item_.modified.is_there() ? item_.modified : item_.created;
@@ -72,14 +101,12 @@ class ItemWriter {
 
   const Moment& begin() const { return item_.start.is_there() ? item_.start : item_.end; }
 
-  bool has_end() const {
-    return item_.end.is_there() && (!item_.start.is_there() || times_.between(item_.start, item_.end) >= 0);
-  }
+  bool has_end() const { return item_.end.is_there() && (!item_.start.is_there() || duration_ >= 0); }
 
   void add_times(std::int64_t later) {
     if (item_.start.is_there()) lines_.add(times_.property("DTSTART", item_.start, later));
     const char* const name = item_.is_task ? "DUE" : "DTEND";
-    if (has_end() && (item_.is_task || !times_.is_of_days() || times_.between(item_.start, item_.end) > 0)) {
+    if (has_end() && (item_.is_task || !times_.is_of_days() || duration_ > 0)) {
       lines_.add(times_.property(name, item_.end, later));
     } else if (!item_.is_task && times_.is_of_days()) {
       lines_.add(times_.property(name, item_.start, later + day));
@@ -89,36 +116,36 @@ class ItemWriter {
       lines_.add("COMPLETED:" + time_text(times_.instant_of(item_.completed)) + "Z");
   }
 
-  void add_texts() {
-    lines_.add_text("SUMMARY", item_.title);
-    lines_.add_text("LOCATION", item_.location);
-    lines_.add_text("DESCRIPTION", item_.description);
+  static void add_texts(const CalendarItem& item, Lines& lines) {
+    lines.add_text("SUMMARY", item.title);
+    lines.add_text("LOCATION", item.location);
+    lines.add_text("DESCRIPTION", item.description);
     std::string categories;
-    for (const std::string& category : item_.categories)
+    for (const std::string& category : item.categories)
       categories += (categories.empty() ? "" : ",") + escaped(category);
-    if (!categories.empty()) lines_.add_folded("CATEGORIES:" + categories);
-    for (const std::string& link : item_.links) lines_.add_folded("ATTACH:" + plain(link));
+    if (!categories.empty()) lines.add_folded("CATEGORIES:" + categories);
+    for (const std::string& link : item.links) lines.add_folded("ATTACH:" + plain(link));
   }
 
-  void add_marks() {
+  static void add_marks(const CalendarItem& item, Lines& lines) {
     constexpr int lowest = 9;
-    if (item_.priority > 0) lines_.add("PRIORITY:" + std::to_string(std::min(item_.priority, lowest)));
-    if (is_word(item_.status)) lines_.add_folded("STATUS:" + item_.status);
-    switch (item_.access) {
+    if (item.priority > 0) lines.add("PRIORITY:" + std::to_string(std::min(item.priority, lowest)));
+    if (is_word(item.status)) lines.add_folded("STATUS:" + item.status);
+    switch (item.access) {
       case CalendarItem::Access::open:
-        lines_.add("CLASS:PUBLIC");
+        lines.add("CLASS:PUBLIC");
         break;
       case CalendarItem::Access::personal:
-        lines_.add("CLASS:PRIVATE");
+        lines.add("CLASS:PRIVATE");
         break;
       case CalendarItem::Access::confidential:
-        lines_.add("CLASS:CONFIDENTIAL");
+        lines.add("CLASS:CONFIDENTIAL");
         break;
     }
-    if (!item_.is_task && item_.leaves_time_free) lines_.add("TRANSP:TRANSPARENT");
+    if (!item.is_task && item.leaves_time_free) lines.add("TRANSP:TRANSPARENT");
     constexpr int all = 100;
-    if (item_.is_task && item_.percent >= 0)
-      lines_.add("PERCENT-COMPLETE:" + std::to_string(std::min(item_.percent, all)));
+    if (item.is_task && item.percent >= 0)
+      lines.add("PERCENT-COMPLETE:" + std::to_string(std::min(item.percent, all)));
   }
 
   void add_recurrence() {
@@ -143,15 +170,15 @@ class ItemWriter {
     return begin;
   }
 
-  void add_people() {
-    if (!item_.organizer.address.empty())
-      lines_.add_folded("ORGANIZER" + name_of(item_.organizer) + ":MAILTO:" + plain(item_.organizer.address));
-    for (const Attendee& attendee : item_.attendees) {
+  static void add_people(const CalendarItem& item, Lines& lines) {
+    if (!item.organizer.address.empty())
+      lines.add_folded("ORGANIZER" + name_of(item.organizer) + ":MAILTO:" + plain(item.organizer.address));
+    for (const Attendee& attendee : item.attendees) {
       if (attendee.address.empty()) continue;
       std::string parameters = name_of(attendee);
       if (is_word(attendee.role)) parameters += ";ROLE=" + attendee.role;
       if (is_word(attendee.will_come)) parameters += ";PARTSTAT=" + attendee.will_come;
-      lines_.add_folded("ATTENDEE" + parameters + ":MAILTO:" + plain(attendee.address));
+      lines.add_folded("ATTENDEE" + parameters + ":MAILTO:" + plain(attendee.address));
     }
   }
 
@@ -159,22 +186,31 @@ class ItemWriter {
     return person.name.empty() ? "" : ";CN=" + in_quotes(person.name);
   }
 
-  void add_alarm(const Alarm& alarm) {
+  void add_alarms(const CalendarItem& item, Lines& lines) {
+    const std::size_t count = std::min(item.alarms.size(), most_alarms);
+    if (item.alarms.size() > count) tell_of_loss();
+    const bool is_short = item.title.size() * count <= most_for_alarms;
+    const std::string title(is_short ? item.title : beginning(item.title, short_text));
+    const std::string text = title.empty() ? "-" : title;
+    for (std::size_t i = 0; i < count; ++i) add_alarm(item.alarms[i], text, lines);
+  }
+
+  void add_alarm(const Alarm& alarm, const std::string& text, Lines& lines) {
     if (!item_.start.is_there() && !item_.end.is_there()) return tell_of_loss();
     std::int64_t before = alarm.seconds_before;
     bool is_of_end = alarm.is_of_end || !item_.start.is_there();
     if (is_of_end && !item_.is_task) {
-      before -= has_end() ? times_.between(item_.start, item_.end) : 0;
+      before -= has_end() ? duration_ : 0;
       is_of_end = false;
     }
     // One behind the start has no place in Mozilla's calendar: it rings at the start.
     if (before < 0 || before > longest_warning) tell_of_loss();
-    lines_.add("BEGIN:VALARM");
-    lines_.add("ACTION:DISPLAY");
-    lines_.add_text("DESCRIPTION", item_.title.empty() ? "-" : item_.title);
-    lines_.add(std::string("TRIGGER;VALUE=DURATION") + (is_of_end ? ";RELATED=END" : "") + ":-PT" +
-               duration(std::clamp<std::int64_t>(before, 0, longest_warning)));
-    lines_.add("END:VALARM");
+    lines.add("BEGIN:VALARM");
+    lines.add("ACTION:DISPLAY");
+    lines.add_text("DESCRIPTION", text);
+    lines.add(std::string("TRIGGER;VALUE=DURATION") + (is_of_end ? ";RELATED=END" : "") + ":-PT" +
+              duration(std::clamp<std::int64_t>(before, 0, longest_warning)));
+    lines.add("END:VALARM");
   }
 
   // In one unit: Mozilla's calendar gets no more.
@@ -187,11 +223,35 @@ class ItemWriter {
 
   const CalendarItem& item_;
   Times times_;
-  Lines lines_;
+  std::int64_t duration_;  // from its start to its end
   Component result_;
+  Texts texts_;
+  Lines lines_;
 };
 
 }  // namespace
+
+std::size_t whole_copies(std::size_t size) { return most_for_copies / (size + 1); }
+
+CalendarItem brief_of(const CalendarItem& item) {
+  constexpr std::size_t some_alarms = 5;
+  CalendarItem brief;
+  brief.is_task = item.is_task;
+  brief.title = beginning(item.title, short_text);
+  brief.location = beginning(item.location, short_text);
+  brief.start = item.start;
+  brief.end = item.end;
+  brief.created = item.created;
+  brief.modified = item.modified;
+  brief.priority = item.priority;
+  brief.access = item.access;
+  brief.leaves_time_free = item.leaves_time_free;
+  brief.status = item.status;
+  brief.percent = item.percent;
+  brief.alarms.assign(item.alarms.begin(),
+                      item.alarms.begin() + std::min<std::ptrdiff_t>(std::ssize(item.alarms), some_alarms));
+  return brief;
+}
 
 Component component_of(const CalendarItem& item, const std::string& uid, const std::optional<Zone>& home) {
   ItemWriter writer(item, home);
@@ -199,7 +259,7 @@ Component component_of(const CalendarItem& item, const std::string& uid, const s
   Component all = std::move(writer).result();
   for (const CalendarItem& exception : item.exceptions) {
     ItemWriter other(exception, home);
-    other.add(uid + "-" + time_text(exception.replaces.seconds), 0, false);
+    other.add(uid + "-" + time_text(exception.replaces.seconds));
     Component one = std::move(other).result();
     all.text += one.text;
     all.items += one.items;

@@ -7,6 +7,8 @@
 #include <memory>
 #include <span>
 
+#include "pack/files/texts.h"
+
 namespace pack {
 
 namespace {
@@ -28,17 +30,6 @@ std::string valid(std::string_view text) {
 
 bool is_control(char c) { return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == '\x7f'; }
 
-// Of the character that begins there.
-std::size_t size_of_character(std::string_view text, std::size_t begin) {
-  std::size_t end = begin + 1;
-  while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
-  return end - begin;
-}
-
-bool ends_with_one_of(std::string_view line, std::span<const std::string_view> signs) {
-  return std::ranges::any_of(signs, [&](std::string_view sign) { return line.ends_with(sign); });
-}
-
 // "BYDAY=MO;BYSETPOS=2" at the end, without other days or months in front: that may be joined.
 bool has_one_weekday(std::string_view rule) {
   constexpr std::string_view days = "BYDAY=MO;BYSETPOS=";
@@ -48,20 +39,24 @@ bool has_one_weekday(std::string_view rule) {
          rule.find(';', position + 1) == std::string_view::npos;
 }
 
+// How many bytes of a text have room in a line that holds none of `signs`.
+std::size_t fitting(std::string_view text, std::size_t room, std::span<const std::string_view> signs) {
+  std::string_view line = beginning(text, room);
+  for (const std::string_view sign : signs)
+    if (const std::size_t begin = line.find(sign); begin != std::string_view::npos)
+      line = line.substr(0, begin + sign.size() - 1);
+  return line.size();
+}
+
 std::string folded(std::string_view property, std::span<const std::string_view> signs) {
   std::string text;
-  std::string line;
-  for (std::size_t begin = 0; begin < property.size();) {
-    const std::string_view character = property.substr(begin, size_of_character(property, begin));
-    line += character;
-    if (line.size() > longest_line || ends_with_one_of(line, signs)) {
-      line.resize(line.size() - character.size());
-      text += line + "\n";
-      line = " " + std::string(character);
-    }
-    begin += character.size();
+  while (!property.empty()) {
+    const std::string_view indent = text.empty() ? "" : " ";
+    const std::size_t size = std::max<std::size_t>(fitting(property, longest_line - indent.size(), signs), 1);
+    text.append(indent).append(property.substr(0, size)).append("\n");
+    property.remove_prefix(size);
   }
-  return text + line + "\n";
+  return text;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace pack {
 
@@ -30,7 +31,11 @@ class Lines {
   /// Adds a rule for how something comes again: parts separated by ";", FREQ first.
   void add_rule(std::string_view rule);
 
-  const std::string& text() const { return text_; }
+  /// Adds lines that were made before.
+  void add_lines(const Lines& lines) { text_ += lines.text_; }
+
+  const std::string& text() const& { return text_; }
+  std::string text() && { return std::move(text_); }
 
  private:
   std::string text_;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string_view>
 
+#include "pack/files/texts.h"
 #include "process/archive/layout.h"
 
 namespace pack {
@@ -27,13 +28,6 @@ std::string valid(const std::string& text) {
     return (static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t') || c == '\x7f';
   });
   return result;
-}
-
-// At most so many bytes of it, all of its characters whole.
-std::string beginning(const std::string& text, std::size_t most) {
-  if (text.size() <= most) return text;
-  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80) --most;
-  return text.substr(0, most);
 }
 
 std::string trimmed(std::string_view text) {
@@ -105,7 +99,9 @@ std::string Notes::free_name(const std::string& wanted) {
     return std::string(made.get());
   };
   std::string name = wanted;
-  for (int number = 2; !names_.insert(folded(name)).second; ++number)
+  // Numbers that this name had before stay taken.
+  for (int& number = numbers_.try_emplace(folded(wanted), 2).first->second;
+       !names_.insert(folded(name)).second; ++number)
     name = wanted + " " + std::to_string(number);
   return name + ".txt";
 }

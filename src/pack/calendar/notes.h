@@ -3,6 +3,7 @@
 #define BRINDLE_PACK_CALENDAR_NOTES_H
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -29,6 +30,7 @@ class Notes {
   Packing& packing_;
   std::string folder_;  // among the documents; empty before the first one
   std::set<std::string> names_;
+  std::map<std::string, int> numbers_;  // the next one to be tried behind a name
   std::set<std::pair<std::uint64_t, std::uint64_t>> known_;
 };
 

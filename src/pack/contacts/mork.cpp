@@ -3,8 +3,9 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <memory>
 #include <set>
+
+#include "pack/files/texts.h"
 
 namespace pack {
 
@@ -27,18 +28,8 @@ constexpr std::size_t most_things = 300'000;
 
 bool is_digit_of_16(char c) { return g_ascii_isxdigit(c); }
 
-// Latin-1 as Windows has it; a few bytes are none of its characters.
-std::string in_utf8(const std::string& bytes) {
-  const auto size = static_cast<gssize>(bytes.size());
-  if (g_utf8_validate(bytes.data(), size, nullptr)) return bytes;
-  for (const char* charset : {"CP1252", "ISO-8859-1"}) {
-    gsize written = 0;
-    const std::unique_ptr<char, decltype(&g_free)> text(
-        g_convert(bytes.data(), size, "UTF-8", charset, nullptr, &written, nullptr), g_free);
-    if (text) return {text.get(), written};
-  }
-  return "";
-}
+// Of Windows in Western Europe.
+constexpr const char* charset = "CP1252";
 
 class Reader {
  public:
@@ -352,11 +343,11 @@ class Reader {
     const std::string_view scope = std::string_view(id).substr(id.find(':') + 1);
     if (scope == scope_of_lists) {
       const auto name = row->second.find("ListName");
-      book.lists.push_back(name == row->second.end() ? "" : in_utf8(name->second));
+      book.lists.push_back(name == row->second.end() ? "" : in_utf8(name->second, charset));
     }
     if (scope != scope_of_cards) return;
     auto& card = book.cards.emplace_back();
-    for (const auto& [column, value] : row->second) card[column] = in_utf8(value);
+    for (const auto& [column, value] : row->second) card[column] = in_utf8(value, charset);
   }
 
   std::string_view text_;

@@ -126,21 +126,19 @@ Vcard card_of(Store& store, const Properties& contact) {
 void each_outlook_contact(Packing& packing, const Machine& machine, const Person& person, const Hive* hive,
                           const std::function<void(const Vcard& card, const std::string& from)>& take) {
   constexpr std::array kinds{Kind::contacts};
-  constexpr std::uint32_t attachment = 0x05;
-  each_outlook_item(
-      packing, machine, person, hive, kinds,
-      [&](Store& store, ItemKind kind, const Properties& item, const std::string& from) {
-        if (kind == ItemKind::list_of_contacts) {
-          packing.leave_out(Kind::contacts, Cause::no_place, from + ": " + item.text(0x3001));
-          return false;
-        }
-        take(card_of(store, item), from);
-        const bool has_picture = std::ranges::any_of(
-            item.subnodes(), [](const auto& node) { return (node.first & 0x1F) == attachment; });
-        if (has_picture)
-          packing.tell_of(Kind::contacts, Cause::no_place, from + ": picture of " + item.text(0x3001));
-        return !has_picture;
-      });
+  each_outlook_item(packing, machine, person, hive, kinds,
+                    [&](Store& store, ItemKind kind, const Properties& item, const std::string& from) {
+                      if (kind == ItemKind::list_of_contacts) {
+                        packing.leave_out(Kind::contacts, Cause::no_place, from + ": " + item.text(0x3001));
+                        return false;
+                      }
+                      take(card_of(store, item), from);
+                      const bool has_picture = item.has_attachments();
+                      if (has_picture)
+                        packing.tell_of(Kind::contacts, Cause::no_place,
+                                        from + ": picture of " + item.text(0x3001));
+                      return !has_picture;
+                    });
 }
 
 }  // namespace pack

@@ -17,6 +17,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "pack/disk/limits.h"
+
 namespace pack {
 
 namespace {
@@ -44,11 +46,6 @@ class Descriptor {
  private:
   int number_;
 };
-
-void limit(__rlimit_resource resource, std::uint64_t most) {
-  const rlimit value{.rlim_cur = most, .rlim_max = most};
-  setrlimit(resource, &value);
-}
 
 // In a container root may have nobody to become, and is nobody special itself.
 bool become_nobody() {

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "pack/files/texts.h"
+
 namespace pack {
 
 namespace {
@@ -20,7 +22,7 @@ std::uint32_t number_of(std::string_view name, std::uint32_t number = 2166136261
   return number;
 }
 
-std::string in_utf8(std::string_view name) {
+std::string without_halves(std::string_view name) {
   const std::unique_ptr<char, decltype(&g_free)> valid(
       g_utf8_make_valid(name.data(), static_cast<gssize>(name.size())), g_free);
   return valid.get();
@@ -34,13 +36,6 @@ std::size_t version_of(std::string_view name) {
   return last != std::string_view::npos && name[last] == ';' ? last : std::string_view::npos;
 }
 
-// Not within a character.
-std::string_view cut_to(std::string_view text, std::size_t most) {
-  if (text.size() <= most) return text;
-  while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80) --most;
-  return text.substr(0, most);
-}
-
 }  // namespace
 
 std::string numbered(const std::string& name, std::string_view of) {
@@ -49,13 +44,13 @@ std::string numbered(const std::string& name, std::string_view of) {
   const std::size_t dot = name.rfind('.');
   const bool has_ending = dot != std::string::npos && dot != 0 && name.size() - dot <= longest_ending;
   const std::string ending = number + (has_ending ? name.substr(dot) : "");
-  return std::string(cut_to(std::string_view(name).substr(0, has_ending ? dot : name.size()),
-                            longest_name - ending.size())) +
+  return std::string(beginning(std::string_view(name).substr(0, has_ending ? dot : name.size()),
+                               longest_name - ending.size())) +
          ending;
 }
 
 std::string kept_name(std::string_view name) {
-  std::string kept = in_utf8(name);
+  std::string kept = without_halves(name);
   std::ranges::replace_if(kept, is_control, '_');
   if (const std::size_t version = version_of(kept); version != std::string::npos) kept[version] = '_';
   return kept == name && name.size() <= longest_name ? kept : numbered(kept, name);

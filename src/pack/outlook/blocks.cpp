@@ -23,6 +23,7 @@
 #include <utility>
 
 #include "pack/disk/folder_tree.h"
+#include "pack/disk/limits.h"
 #include "pack/outlook/bytes.h"
 
 extern "C" {
@@ -289,11 +290,6 @@ void forget_reads(pst_file& file) {
   end_process(EXIT_SUCCESS);
 }
 
-void limit(int what, std::uint64_t value) {
-  const rlimit both{.rlim_cur = value, .rlim_max = value};
-  setrlimit(what, &both);
-}
-
 void prepare_process(const BlocksOfFile::Limits& limits) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   // What the program has to finish at its end is not this process's affair.
@@ -302,11 +298,7 @@ void prepare_process(const BlocksOfFile::Limits& limits) {
   for (const int signal : {SIGINT, SIGHUP}) std::signal(signal, SIG_IGN);
   std::signal(SIGTERM, SIG_DFL);
   limit(RLIMIT_CORE, 0);
-#ifndef __SANITIZE_ADDRESS__
-  limit(RLIMIT_AS, limits.memory);
-#else
-  static_cast<void>(limits);
-#endif
+  limit_memory(limits.memory);
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
   dup2(nothing, STDOUT_FILENO);
   dup2(nothing, STDERR_FILENO);

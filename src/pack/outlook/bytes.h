@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace pack {
@@ -21,6 +22,16 @@ inline std::uint16_t word_at(std::string_view bytes, std::size_t at) {
 }
 inline std::uint32_t long_at(std::string_view bytes, std::size_t at) {
   return static_cast<std::uint32_t>(number_at(bytes, at, 4));
+}
+
+/// Two digits for each byte.
+inline std::string hex(std::string_view bytes, std::string_view digits = "0123456789abcdef") {
+  std::string text;
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += {digits[value >> 4], digits[value & 0xF]};
+  }
+  return text;
 }
 
 /// The part of so many bytes there, or what there is of it.

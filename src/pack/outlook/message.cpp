@@ -19,16 +19,13 @@ namespace pack {
 namespace {
 
 constexpr int deepest = 8;  // messages in messages
-constexpr std::uint32_t type_bits = 0x1F;
-constexpr std::uint32_t attachment_type = 0x05;
-constexpr int marked = 2;  // of a message that is to be answered or done
+constexpr int marked = 2;   // of a message that is to be answered or done
 
 namespace id {
 constexpr std::uint16_t importance = 0x0017;
 constexpr std::uint16_t message_class = 0x001A;
 constexpr std::uint16_t reply_until = 0x0030;
 constexpr std::uint16_t sensitivity = 0x0036;
-constexpr std::uint16_t subject = 0x0037;
 constexpr std::uint16_t sent_at = 0x0039;
 constexpr std::uint16_t for_name = 0x0042;
 constexpr std::uint16_t reply_names = 0x0050;
@@ -146,26 +143,10 @@ bool is_stale(std::string_view name) {
   return begins(name, "Content-") || begins(name, "X-Mozilla-") || is_same_name(name, "MIME-Version");
 }
 
-// A mark in front says how long the "Re: " is.
-std::string subject_of(const Properties& message) {
-  const std::string subject = message.text(id::subject);
-  return subject.starts_with('\x01') ? subject.substr(std::min<std::size_t>(2, subject.size())) : subject;
-}
-
 std::optional<std::int64_t> date_of(const Properties& message) {
   for (const std::uint16_t property : {id::sent_at, id::came_at, id::made_at})
     if (const auto time = message.time(property); time && *time != 0) return unix_time(*time);
   return std::nullopt;
-}
-
-std::string hex(std::string_view bytes) {
-  std::string text;
-  char digits[4];
-  for (const char byte : bytes) {
-    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    text += digits;
-  }
-  return text;
 }
 
 class Header {
@@ -249,7 +230,7 @@ std::string header_of(Store& store, const Properties& message, bool* is_whole) {
     header.add("Cc", recipients.lists[1]);
   }
   header.add("Bcc", recipients.lists[2]);
-  header.add_text("Subject", subject_of(message));
+  header.add_text("Subject", message.subject());
   if (const auto date = date_of(message)) header.add("Date", date_in_mail(*date));
   header.add("Message-ID", on_one_line(message.text(id::message_id)));
   if (const auto key = message.bytes(id::search_key, 256); key && !message.has(id::message_id))
@@ -420,7 +401,8 @@ std::string known_charset(std::uint32_t code_page) {
 // Those in a code page that is not known are read as Western.
 bool has_unknown_letters(const Properties& message) {
   if (has_code_page(message.code_page())) return false;
-  constexpr std::array texts{id::subject,  id::sender_name, id::for_name, id::shown_to,
+  constexpr std::uint16_t subject = 0x0037;
+  constexpr std::array texts{subject,      id::sender_name, id::for_name, id::shown_to,
                              id::shown_cc, id::body,        id::report};
   return std::ranges::any_of(texts, [&](std::uint16_t property) {
     if (message.form(property) != Form::bytes_text) return false;
@@ -656,7 +638,7 @@ Body::Parts Body::forms_of(const Message& message) {
 std::vector<Body::Message> Body::attachments_of(const Message& message) {
   std::vector<Message> attachments;
   for (const auto& [node, blocks] : message->subnodes()) {
-    if ((node & type_bits) != attachment_type) continue;
+    if (!is_attachment(node)) continue;
     attachments.push_back(std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page()));
     if (!attachments.back()->is_whole()) *is_whole_ = false;
   }
@@ -730,7 +712,7 @@ Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take) {
   return is_mail ? Rebuilt::whole : Rebuilt::simplified;
 }
 
-std::string subject_of_message(Store& store, std::uint32_t item) { return subject_of(store.item(item)); }
+std::string subject_of_message(Store& store, std::uint32_t item) { return store.item(item).subject(); }
 
 // A Chinese letter has two bytes in a file, three as mail, and four in base64. In the old form, where texts
 // are in a code page, a Thai one has but one byte. Of compressed RTF it can only be guessed.

@@ -127,6 +127,17 @@ std::optional<NodeBlocks> Properties::object(std::uint16_t id) const {
   return node == subnodes_.end() ? std::nullopt : std::optional(node->second);
 }
 
+std::string Properties::subject() const {
+  constexpr std::uint16_t subject = 0x0037;
+  std::string text = this->text(subject);
+  if (text.starts_with('\x01')) text.erase(0, 2);
+  return text;
+}
+
+bool Properties::has_attachments() const {
+  return std::ranges::any_of(subnodes_, [](const auto& node) { return is_attachment(node.first); });
+}
+
 Table::Table(Blocks& blocks, const NodeBlocks& node, std::uint32_t code_page)
     : blocks_(blocks), heap_(blocks, node.data), code_page_(code_page) {
   is_whole_ = heap_.use() == for_a_table;

@@ -32,6 +32,13 @@ enum class Form : std::uint16_t {
   texts = 0x101F
 };
 
+/// True for the id of a node that is an attachment of an item.
+constexpr bool is_attachment(std::uint32_t node) {
+  constexpr std::uint32_t type_bits = 0x1F;
+  constexpr std::uint32_t attachment = 0x05;
+  return (node & type_bits) == attachment;
+}
+
 /// Properties by their ids; all that are asked for and not there, of another form or damaged are empty
 /// answers.
 class Properties {
@@ -67,6 +74,12 @@ class Properties {
   const Subnodes& subnodes() const { return subnodes_; }
 
   std::uint32_t code_page() const { return code_page_; }
+
+  /// The subject of an item, without the mark in front that says how long its "Re: " is.
+  std::string subject() const;
+
+  /// True when a picture or a file goes with an item.
+  bool has_attachments() const;
 
  private:
   struct Value {

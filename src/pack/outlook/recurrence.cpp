@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
+#include <set>
 
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/charsets.h"
@@ -244,11 +245,10 @@ std::optional<OutlookRecurrence> outlook_recurrence(std::string_view bytes) {
   read_exceptions(reader, recurrence);
   // The days of exceptions are among those left out.
   constexpr std::int64_t day = 86400;
-  std::erase_if(recurrence.left_out, [&](std::int64_t one) {
-    return std::ranges::any_of(recurrence.exceptions, [&](const OutlookRecurrence::Exception& exception) {
-      return exception.replaces / day == one / day;
-    });
-  });
+  std::set<std::int64_t> replaced;
+  for (const OutlookRecurrence::Exception& exception : recurrence.exceptions)
+    replaced.insert(exception.replaces / day);
+  std::erase_if(recurrence.left_out, [&](std::int64_t one) { return replaced.contains(one / day); });
   return recurrence;
 }
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdio>
 
+#include "pack/calendar/component.h"
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/outlook.h"
 #include "pack/outlook/recipients.h"
@@ -78,16 +78,6 @@ class Item {
   const Properties& properties_;
 };
 
-std::string hex(std::string_view bytes) {
-  std::string text;
-  char digits[4];
-  for (const char byte : bytes) {
-    std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    text += digits;
-  }
-  return text;
-}
-
 // The same wherever a copy of the meeting lies: what another program named it, or the whole of Outlook's
 // name.
 std::string uid_of(const Item& item) {
@@ -99,25 +89,17 @@ std::string uid_of(const Item& item) {
   constexpr std::string_view others = "vCal-Uid\x01\0\0\0"sv;
   constexpr std::size_t head = 40;
   const std::string_view own = std::string_view(name).substr(std::min(head, name.size()));
-  if (!own.starts_with(others)) return hex(name);
+  if (!own.starts_with(others)) return hex(name, "0123456789ABCDEF");
   return std::string(own.substr(others.size(), own.find('\0', others.size()) - others.size()));
-}
-
-bool has_attachments(const Properties& properties) {
-  constexpr std::uint32_t attachment = 0x05;
-  return std::ranges::any_of(properties.subnodes(),
-                             [](const auto& node) { return (node.first & 0x1F) == attachment; });
 }
 
 CalendarItem common_part(const Item& item) {
   const Properties& own = item.own();
   CalendarItem result;
   result.uid = uid_of(item);
-  result.title = own.text(id::subject);
+  result.title = own.subject();
   result.description = own.text(id::body);
   result.categories = item.categories();
-  // In front of a subject, a mark says how long its "Re: " is.
-  if (result.title.starts_with('\x01')) result.title.erase(0, 2);
   constexpr int high = 2;
   if (const int importance = own.number(id::importance).value_or(1); importance != 1)
     result.priority = importance == high ? 1 : 9;
@@ -128,7 +110,7 @@ CalendarItem common_part(const Item& item) {
   if (sensitivity == confidential) result.access = CalendarItem::Access::confidential;
   result.created = instant(own.time(id::created));
   result.modified = instant(own.time(id::modified));
-  result.is_simplified = has_attachments(own) || (result.description.empty() && own.has(id::rtf));
+  result.is_simplified = own.has_attachments() || (result.description.empty() && own.has(id::rtf));
   return result;
 }
 
@@ -200,11 +182,10 @@ class Clock {
   std::optional<Zone> zone_;
 };
 
+// `series` without its recurrence.
 CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::Exception& exception,
                           const Clock& clock) {
   CalendarItem item = series;
-  item.recurrence = {};
-  item.exceptions.clear();
   const bool is_of_days = exception.is_all_day.value_or(series.start.kind == Moment::Kind::day);
   const auto moment = [&](std::int64_t seconds) {
     return is_of_days ? Moment::day(nearest_day(seconds)) : clock.moment(seconds);
@@ -225,6 +206,28 @@ CalendarItem exception_of(const CalendarItem& series, const OutlookRecurrence::E
   return item;
 }
 
+std::size_t size_of(const CalendarItem& item) {
+  std::size_t size = sizeof item + item.title.size() + item.description.size() + item.location.size();
+  for (const Attendee& attendee : item.attendees)
+    size += sizeof attendee + attendee.name.size() + attendee.address.size();
+  for (const std::string& category : item.categories) size += sizeof category + category.size();
+  return size;
+}
+
+// Each has all that the series has, unless that is too much.
+void add_exceptions(CalendarItem& result, const std::vector<OutlookRecurrence::Exception>& exceptions,
+                    const Clock& clock) {
+  constexpr std::size_t most = 10000;
+  CalendarItem series = result;
+  series.recurrence = {};
+  const CalendarItem brief = brief_of(series);
+  const std::size_t whole = whole_copies(size_of(series));
+  const std::size_t count = std::min(exceptions.size(), most);
+  for (std::size_t i = 0; i < count; ++i)
+    result.exceptions.push_back(exception_of(i < whole ? series : brief, exceptions[i], clock));
+  result.is_simplified |= exceptions.size() > std::min(count, whole);
+}
+
 // False when the rule is one that no calendar here has.
 bool add_recurrence(CalendarItem& result, const std::string& bytes, const Clock& clock, bool is_of_days) {
   const auto recurrence = outlook_recurrence(bytes);
@@ -240,8 +243,7 @@ bool add_recurrence(CalendarItem& result, const std::string& bytes, const Clock&
     result.start = clock.moment(first + recurrence->start_of_day);
     result.end = clock.moment(first + recurrence->end_of_day);
   }
-  for (const OutlookRecurrence::Exception& exception : recurrence->exceptions)
-    result.exceptions.push_back(exception_of(result, exception, clock));
+  add_exceptions(result, recurrence->exceptions, clock);
   result.is_simplified |= !recurrence->is_whole;
   return true;
 }

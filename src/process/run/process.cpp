@@ -1,6 +1,5 @@
 #include "process/run/process.h"
 
-#include <gconf/gconf-client.h>
 #include <glib.h>
 #include <pthread.h>
 #include <sys/wait.h>
@@ -39,6 +38,7 @@
 #include "system/detection.h"
 #include "system/language.h"
 #include "system/target.h"
+#include "things/gconf_calls.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ void trace_system(const char* name, const char* version) {
 GConfClient* start_gconf() {
   if (!keep_settings_folder()) return nullptr;
   SYSTEM(compose("gconftool-2 --spawn"));
-  GConfClient* started = gconf_client_get_default();
+  GConfClient* started = late::gconf_client_get_default();
   if (started == nullptr) std::printf("gconf_client_get_default NULL\n");
   return started;
 }
