@@ -38,7 +38,7 @@ void try_texts(const std::string& text) {
   std::string plain = from_quoted_printable(encoded);
   if (!unix_text.empty() && !unix_text.ends_with('\n')) unix_text += '\n';
   fuzz::require(plain == unix_text, "a text comes out as it went in");
-  for (const std::uint32_t page : {1252U, 932U, 65001U, 50220U, 28592U, 4U})
+  for (const std::uint32_t page : {1252U, 932U, 65001U, 50220U, 28592U, 38598U, 50227U, 52936U, 65000U, 4U})
     fuzz::require(pack::is_utf8(pack::text_of_code_page(text, page)), "texts are UTF-8");
   fuzz::require(pack::is_utf8(pack::text_of_utf16(text)), "texts are UTF-8");
   const std::string field = pack::text_field("Subject", pack::text_of_utf16(text));

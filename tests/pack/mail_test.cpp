@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "pack/accounts.h"
+#include "pack/mail/mail_folders.h"
 #include "pack/mail/mailbox.h"
 #include "pack/mail/prefs.h"
 #include "pack/recorded.h"
@@ -254,6 +255,57 @@ user_pref("mail.smtpserver.smtp1.username", "ann");
 user_pref("mail.smtpserver.smtp1.try_ssl", 3);
 user_pref("mail.smtpserver.smtp2.hostname", "smtp.work.example");
 )";
+
+// ---- A disk that gives something once, and not again
+
+std::string small_message(const std::string& name) {
+  return "From - 1\nSubject: " + name + "\n\n" + name + "\n\n";
+}
+
+std::string all_of(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += small_message(name);
+  return text;
+}
+
+// The folder that becomes of "one" and "three" beside a source with these messages when it is read for the
+// first time, and those when it is read again.
+std::string joined_with(const std::vector<std::string>& first, const std::vector<std::string>& then) {
+  const auto source = [](std::vector<std::vector<std::string>> readings) {
+    auto reading = std::make_shared<std::size_t>(0);
+    return pack::MailFolders::Source{
+        .place = {},
+        .size = 1000,
+        .written = [readings, reading](const pack::Take& take, const pack::Complain&) {
+          for (const std::string& name : readings.at((*reading)++)) {
+            const std::string text = small_message(name);
+            const std::size_t body = text.find("\n\n") + 2;
+            take(text.substr(0, body))(text.substr(body));
+          }
+        }};
+  };
+  recorded::Parcel parcel;
+  pack::Tally tally;
+  const std::set<pack::Kind> without;
+  pack::Packing packing(parcel, tally, "Brindle", without);
+  pack::MailFolders folders;
+  folders.add({"Inbox"}, source({{"one", "three"}, {"one", "three"}}));
+  folders.add({"Inbox"}, source({first, then}));
+  folders.pack(packing);
+  return parcel.content.at("Brindle/Mail/Inbox");
+}
+
+TEST(MailFolders, WhoseMessagesAreReadOnlyOnceKeepTheOthers) {
+  const std::vector<std::string> all{"one", "two", "three", "four"};
+  const std::string both = small_message("one") + small_message("three");
+  const std::string expected = both + small_message("two") + small_message("four");
+  EXPECT_EQ(joined_with(all, all), expected);
+  EXPECT_EQ(joined_with(all, {"two", "three", "four"}), expected);
+  EXPECT_EQ(joined_with(all, {"one", "two", "four"}), expected);
+  EXPECT_EQ(joined_with({"two", "three", "four"}, all), both + all_of({"one", "two", "four"}));
+  EXPECT_EQ(joined_with({"one", "three", "four"}, all), expected);
+  EXPECT_EQ(joined_with({}, all), both + all_of(all));
+}
 
 TEST(MailAccounts, OfThunderbirdHaveAllTheirSettings) {
   const windows::Disk disk;

@@ -509,6 +509,7 @@ std::string File::bytes() {
   Folder above{.name = "", .container = ""};
   add_folder(above, root, root, {});
   above.name = "Top of Outlook data file";
+  above.items = at_top;
   add_folder(above, top, root, {});
   std::uint32_t next = folder_id(folders.size());
   const auto add_all = [&](const auto& self, const Folder& folder, std::uint32_t id, std::uint32_t parent,

@@ -70,6 +70,8 @@ class File {
 
   /// Folders at the top. The place of one in `folders` may be given here: it is then the usual one.
   std::vector<Folder> folders;
+  /// What lies in no folder but the one that holds them all, whose name is "Top of Outlook data file".
+  std::vector<Item> at_top;
   std::optional<std::size_t> deleted, sent, outbox, inbox, drafts;
 
   /// The code of the cipher, written only where the file says which one it has; `encode`, when it has 256

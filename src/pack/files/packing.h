@@ -64,6 +64,8 @@ class Packing {
   /// kind.
   void unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].insert(kind); }
   bool is_unpacked(const Place& file) const;
+  /// Takes that back.
+  void not_unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].erase(kind); }
 
   /// Takes that back.
   void not_unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].erase(kind); }

@@ -182,23 +182,59 @@ class Digester {
   std::size_t line_ends_ = 0;
 };
 
-std::vector<Digest> digests_of(const MailFolders::Source& source) {
-  std::vector<Digest> digests;
+std::uint64_t digest_of_head(std::string_view head) {
+  Digester digester;
+  digester.take_head(head);
+  return digester.digest().second;
+}
+
+// The messages of a source in their order. The disk may give one only the first time that it is read, or only
+// the second time: then the next one is not taken for it.
+class Known {
+ public:
+  void begin(std::string_view head) { messages_.push_back({.head = digest_of_head(head)}); }
+  void end(const Digest& digest) { messages_.back().whole = digest; }
+
+  // Of the next one, which has that head. No value when it was not there.
+  std::optional<Digest> next(std::string_view head) {
+    constexpr std::size_t farthest = 1000;
+    const std::size_t end = std::min(messages_.size(), next_ + farthest);
+    const std::uint64_t digest = next_ < end ? digest_of_head(head) : 0;
+    for (std::size_t number = next_; number < end; ++number) {
+      if (messages_[number].head != digest) continue;
+      next_ = number + 1;
+      return messages_[number].whole;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  struct Message {
+    std::uint64_t head = 0;
+    Digest whole{};
+  };
+  std::vector<Message> messages_;
+  std::size_t next_ = 0;
+};
+
+Known known_of(const MailFolders::Source& source) {
+  Known known;
   std::unique_ptr<Digester> digester;
   const auto end_message = [&] {
-    if (digester) digests.push_back(digester->digest());
+    if (digester) known.end(digester->digest());
   };
   each_message(
       source,
       [&](const std::string& head) -> Writer {
         end_message();
+        known.begin(head);
         digester = std::make_unique<Digester>();
         digester->take_head(head);
         return [&digester](std::string_view text) { digester->take(text); };
       },
       [](Cause, const std::string&) {});
   end_message();
-  return digests;
+  return known;
 }
 
 // One folder of the archive while it is written.
@@ -206,14 +242,12 @@ class Folder {
  public:
   Folder(Packing& packing, const Writer& write) : packing_(packing), write_(write) {}
 
-  void add(const MailFolders::Source& source, const std::vector<Digest>& digests) {
-    std::size_t number = 0;
+  void add(const MailFolders::Source& source, Known known) {
     std::vector<Digest> written;  // a deleted message of this source is no reason to leave the next one's out
     each_message(
         source,
         [&](const std::string& head) {
-          const auto digest = number < digests.size() ? std::optional(digests[number]) : std::nullopt;
-          ++number;
+          const auto digest = known.next(head);
           const bool is_double = digest && earlier_.contains(*digest);
           if (digest && !is_double && !is_deleted(head)) written.push_back(*digest);
           return begin(head, source, is_double);
@@ -270,7 +304,7 @@ void pack_folder(Packing& packing, const std::string& name, const std::vector<Ma
     Folder folder(packing, write);
     // What one source has twice its owner wanted twice.
     for (const MailFolders::Source& source : sources)
-      folder.add(source, sources.size() > 1 ? digests_of(source) : std::vector<Digest>());
+      folder.add(source, sources.size() > 1 ? known_of(source) : Known());
   });
 }
 

@@ -159,7 +159,7 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
     for (const Store::Item& item : store_.items(folder)) {
       if (item.kind != ItemKind::message) continue;
       has_mail = true;
-      size += most_of_message(item.size);
+      size += most_of_message(item.size, blocks_.form());
       if (folder.is_deleted) packing_.leave_out(Kind::mail, Cause::deleted, where(folder));
     }
     if (folder.is_deleted || !has_mail) return;
@@ -179,7 +179,10 @@ class MailFile : public std::enable_shared_from_this<MailFile> {
       const Rebuilt outcome = item.is_there ? write_message(store_, item.id, take) : Rebuilt::lost;
       if (outcome == Rebuilt::whole) continue;
       is_whole_ = false;
-      complain(outcome == Rebuilt::cut ? Cause::item_cut : Cause::damaged, where(folder));
+      if (outcome == Rebuilt::simplified)
+        complain(Cause::simplified, where(folder) + ": " + subject_of_message(store_, item.id));
+      else
+        complain(outcome == Rebuilt::cut ? Cause::item_cut : Cause::damaged, where(folder));
     }
     missing_.erase(folder.id);
     if (missing_.empty()) tell_of_end();

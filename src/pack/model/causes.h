@@ -31,7 +31,7 @@ std::string_view advice_on(Cause cause);
 /// True for what is packed all the same, though not as it was.
 constexpr bool is_packed(Cause cause) {
   return cause == Cause::renamed || cause == Cause::cut_short || cause == Cause::changed ||
-         cause == Cause::salvaged || cause == Cause::item_cut;
+         cause == Cause::salvaged || cause == Cause::item_cut || cause == Cause::simplified;
 }
 
 /// False for what nobody misses: it neither counts as a loss nor changes how the program ends.

@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::uint32_t western = 1252;
 constexpr std::uint32_t utf8 = 65001;
+constexpr std::uint32_t utf7 = 65000;
+constexpr std::uint32_t hz = 52936;  // Chinese in ASCII
 
 using Text = std::unique_ptr<char, decltype(&g_free)>;
 
@@ -23,21 +25,37 @@ struct Named {
   const char* converted;  // the name that the C library converts it by
 };
 constexpr std::array named{
+    Named{437, "ibm437", "CP437"},
+    Named{850, "ibm850", "CP850"},
+    Named{852, "ibm852", "CP852"},
+    Named{862, "ibm862", "CP862"},
+    Named{866, "ibm866", "CP866"},
     Named{874, "windows-874", "CP874"},
     Named{932, "shift_jis", "CP932"},
     Named{936, "gbk", "CP936"},
     Named{949, "ks_c_5601-1987", "CP949"},
     Named{950, "big5", "CP950"},
+    Named{1361, "", "JOHAB"},
+    Named{10000, "macintosh", "MACINTOSH"},
     Named{20127, "us-ascii", "CP1252"},
     Named{20866, "koi8-r", "KOI8-R"},
+    Named{20932, "euc-jp", "EUC-JP"},
+    Named{20936, "gb2312", "EUC-CN"},
     Named{21866, "koi8-u", "KOI8-U"},
+    Named{38596, "iso-8859-6", "ISO-8859-6"},
+    Named{38598, "iso-8859-8-i", "ISO-8859-8"},
     Named{50220, "iso-2022-jp", "CP50221"},
     Named{50221, "iso-2022-jp", "CP50221"},
     Named{50222, "iso-2022-jp", "CP50221"},
     Named{50225, "iso-2022-kr", "ISO-2022-KR"},
+    Named{50227, "iso-2022-cn", "ISO-2022-CN"},
+    Named{50229, "iso-2022-cn", "ISO-2022-CN"},
     Named{51932, "euc-jp", "EUC-JP"},
+    Named{51936, "gb2312", "EUC-CN"},
     Named{51949, "euc-kr", "EUC-KR"},
+    Named{hz, "", "EUC-CN"},
     Named{54936, "gb18030", "GB18030"},
+    Named{utf7, "", "UTF-7"},
     Named{utf8, "utf-8", "UTF-8"},
 };
 
@@ -71,7 +89,10 @@ std::string converted(std::string_view bytes, const std::string& charset) {
                              &written, &error),
                    g_free);
     g_clear_error(&error);
-    if (all) return text.append(all.get(), written);
+    if (all) {
+      text.append(all.get(), written);
+      return read < bytes.size() ? text + "\xEF\xBF\xBD" : text;  // half a character at the end
+    }
     if (read > 0) {
       const Text begin(g_convert(bytes.data(), static_cast<gssize>(read), "UTF-8", charset.c_str(), nullptr,
                                  &written, nullptr),
@@ -80,6 +101,28 @@ std::string converted(std::string_view bytes, const std::string& charset) {
     }
     text += "\xEF\xBF\xBD";
     bytes.remove_prefix(std::min<std::size_t>(read + 1, bytes.size()));
+  }
+  return text;
+}
+
+// Between "~{" and "~}" each byte lacks its highest bit; "~~" is "~", and "~" in front of a line's end
+// nothing.
+std::string hz_with_all_bits(std::string_view bytes) {
+  std::string text;
+  bool is_chinese = false;
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    const char c = bytes[at];
+    const char next = at + 1 < bytes.size() ? bytes[at + 1] : '\0';
+    if (c == '~' && (next == '{' || next == '}')) {
+      is_chinese = next == '{';
+      ++at;
+    } else if (c == '~' && !is_chinese && (next == '~' || next == '\n')) {
+      if (next == '~') text += c;
+      ++at;
+    } else {
+      if (c == '\n') is_chinese = false;
+      text += is_chinese ? static_cast<char>(c | 0x80) : c;
+    }
   }
   return text;
 }
@@ -114,12 +157,18 @@ std::string text_of_utf16(std::string_view bytes) {
 std::string text_of_code_page(std::string_view bytes, std::uint32_t code_page) {
   const bool is_ascii =
       std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  const bool has_states = code_page >= 50220 && code_page <= 50225;  // all of its bytes are ASCII's
+  // All of its bytes are ASCII's.
+  const bool has_states = (code_page >= 50220 && code_page <= 50229) || code_page == hz || code_page == utf7;
   if (is_ascii && !has_states) return without_zeros(std::string(bytes));
   if (code_page == utf8) return without_zeros(made_valid(bytes));
+  if (code_page == hz) return without_zeros(converted(hz_with_all_bits(bytes), found(hz)->converted));
   if (const Named* name = found(code_page)) return without_zeros(converted(bytes, name->converted));
   if (is_latin(code_page)) return without_zeros(converted(bytes, latin(code_page)));
   return without_zeros(converted(bytes, "CP" + std::to_string(is_windows(code_page) ? code_page : western)));
+}
+
+bool has_code_page(std::uint32_t code_page) {
+  return found(code_page) != nullptr || is_windows(code_page) || is_latin(code_page);
 }
 
 std::string charset_of(std::uint32_t code_page) {

@@ -13,7 +13,10 @@ namespace pack {
 std::string text_of_utf16(std::string_view bytes);
 std::string text_of_code_page(std::string_view bytes, std::uint32_t code_page);
 
-/// The name that mail has for a code page; empty when it has none.
+/// True for a code page that texts can be made of; what is in another one is taken for Western.
+bool has_code_page(std::uint32_t code_page);
+
+/// The name that mail has for a code page; empty when it has none that mail programs read.
 std::string charset_of(std::uint32_t code_page);
 
 /// True for UTF-8.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -56,6 +57,17 @@ std::optional<std::string> unpacked(std::string_view bytes) {
   return std::nullopt;  // the end is marked
 }
 
+// 0 for those that say nothing of their own: "ANSI" stands for the document's.
+std::uint32_t code_page_of_charset(int charset) {
+  using Page = std::pair<int, std::uint32_t>;
+  constexpr std::array pages{Page{77, 10000}, Page{128, 932},  Page{129, 949},  Page{130, 1361},
+                             Page{134, 936},  Page{136, 950},  Page{161, 1253}, Page{162, 1254},
+                             Page{163, 1258}, Page{177, 1255}, Page{178, 1256}, Page{186, 1257},
+                             Page{204, 1251}, Page{222, 874},  Page{238, 1250}, Page{254, 437}};
+  const auto found = std::ranges::find(pages, charset, &Page::first);
+  return found == pages.end() ? 0 : found->second;
+}
+
 enum class Wanted : std::uint8_t { html, text };
 
 // Takes the HTML out, token by token; or the text.
@@ -74,6 +86,8 @@ class Unwrapped {
     bool is_left_out = false;  // fonts, colours and the like
     bool is_tag = false;       // HTML as it is
     bool is_for_rtf = false;   // what readers of RTF see in the tags' place
+    bool is_of_fonts = false;  // their list
+    int font = -1;             // in which text stands; -1 for the usual one
   };
 
   void step() {
@@ -83,7 +97,9 @@ class Unwrapped {
     if (c == '{') {
       if (groups_.size() < deepest) groups_.push_back(groups_.back());
     } else if (c == '}') {
+      const std::uint32_t page = code_page();
       if (groups_.size() > 1) groups_.pop_back();
+      if (code_page() != page) flush_bytes(page);
     } else if (c == '\\') {
       control();
     } else if (c != '\r' && c != '\n') {
@@ -121,11 +137,15 @@ class Unwrapped {
     constexpr std::array<std::string_view, 5> left_out = {"fonttbl", "colortbl", "stylesheet", "info",
                                                           "pict"};
     if (word == "htmltag" && is_destination) {
+      flush_bytes();
       group.is_tag = true;
     } else if (word == "htmlrtf") {
       group.is_for_rtf = !has_number || number != 0;
     } else if (is_destination || std::ranges::find(left_out, word) != left_out.end()) {
       group.is_left_out = true;
+      group.is_of_fonts |= word == "fonttbl";
+    } else if (word == "f" || word == "plain" || word == "deff" || word == "fcharset" || word == "cpg") {
+      take_font(word, number);
     } else if (word == "ansicpg") {
       code_page_ = static_cast<std::uint32_t>(number);
     } else if (word == "uc") {
@@ -141,6 +161,31 @@ class Unwrapped {
     } else {
       symbol(word);
     }
+  }
+
+  // What Outlook hides from readers of HTML tells the font all the same.
+  void take_font(std::string_view word, int number) {
+    Group& group = groups_.back();
+    if (group.is_of_fonts) {
+      if (word == "f") listed_font_ = number;
+      const std::uint32_t page = word == "cpg"        ? static_cast<std::uint32_t>(number)
+                                 : word == "fcharset" ? code_page_of_charset(number)
+                                                      : 0;
+      if (has_code_page(page) && fonts_.size() < most_fonts) fonts_[listed_font_] = page;
+      return;
+    }
+    const std::uint32_t page = code_page();
+    if (word == "deff") usual_font_ = number;
+    if (word == "f") group.font = number;
+    if (word == "plain") group.font = -1;
+    if (code_page() != page) flush_bytes(page);
+  }
+
+  // Tags are in the page of the whole.
+  std::uint32_t code_page() const {
+    const Group& group = groups_.back();
+    const auto font = fonts_.find(group.font >= 0 ? group.font : usual_font_);
+    return group.is_tag || font == fonts_.end() ? code_page_ : font->second;
   }
 
   void symbol(std::string_view word) {
@@ -203,8 +248,9 @@ class Unwrapped {
     flush_units();
   }
   void flush_bytes() {
-    if (!bytes_.empty()) html_ += text_of_code_page(std::exchange(bytes_, ""), code_page_);
+    if (!bytes_.empty()) flush_bytes(code_page());
   }
+  void flush_bytes(std::uint32_t page) { html_ += text_of_code_page(std::exchange(bytes_, ""), page); }
   void flush_units() {
     if (!units_.empty()) html_ += text_of_utf16(std::exchange(units_, ""));
   }
@@ -215,6 +261,11 @@ class Unwrapped {
   std::string bytes_;
   std::string units_;
   std::vector<Group> groups_{Group{}};
+  static constexpr std::size_t most_fonts = 4096;
+
+  std::map<int, std::uint32_t> fonts_;  // code pages of those that have one
+  int listed_font_ = 0;
+  int usual_font_ = 0;
   std::uint32_t code_page_ = 1252;
   std::size_t skipped_ = 1;
   bool is_destination_ = false;

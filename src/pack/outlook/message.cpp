@@ -19,9 +19,13 @@ namespace pack {
 namespace {
 
 constexpr int deepest = 8;  // messages in messages
+constexpr int marked = 2;   // of a message that is to be answered or done
 
 namespace id {
 constexpr std::uint16_t importance = 0x0017;
+constexpr std::uint16_t message_class = 0x001A;
+constexpr std::uint16_t reply_until = 0x0030;
+constexpr std::uint16_t sensitivity = 0x0036;
 constexpr std::uint16_t sent_at = 0x0039;
 constexpr std::uint16_t for_name = 0x0042;
 constexpr std::uint16_t reply_names = 0x0050;
@@ -130,12 +134,13 @@ std::vector<Field> fields_of(std::string_view text) {
   return fields;
 }
 
+bool begins(std::string_view text, std::string_view with) {
+  return is_same_name(text.substr(0, with.size()), with);
+}
+
 // Of the form in which the message came, not of the one that it has now.
 bool is_stale(std::string_view name) {
-  const auto begins = [&](std::string_view with) {
-    return is_same_name(name.substr(0, std::min(with.size(), name.size())), with);
-  };
-  return begins("Content-") || begins("X-Mozilla-") || is_same_name(name, "MIME-Version");
+  return begins(name, "Content-") || begins(name, "X-Mozilla-") || is_same_name(name, "MIME-Version");
 }
 
 std::optional<std::int64_t> date_of(const Properties& message) {
@@ -160,6 +165,12 @@ class Header {
   }
   void add_text(const char* name, const std::string& value) {
     if (!value.empty() && !has(name)) text_ += text_field(name, value);
+  }
+  // Beside one of that name with other words.
+  void add_another(const char* name, const std::string& value) {
+    const bool is_there = std::ranges::any_of(
+        fields_, [&](const Field& field) { return is_same_name(field.name, name) && field.value == value; });
+    if (!value.empty() && !is_there) text_ += text_field(name, value);
   }
   bool came_with_one() const { return !fields_.empty(); }
   const std::string& text() const { return text_; }
@@ -190,11 +201,29 @@ std::string on_one_line(std::string text) {
   return text;
 }
 
-std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole) {
+// What its owner has noted on it: categories, and until when something is to be done.
+void add_notes(Header& header, Store& store, const Properties& message) {
+  constexpr std::array<const char*, 4> sensitivities{"", "Personal", "Private", "Company-Confidential"};
+  const auto sensitivity = static_cast<std::size_t>(message.number(id::sensitivity).value_or(0));
+  if (sensitivity < sensitivities.size()) header.add("Sensitivity", sensitivities.at(sensitivity));
+  std::string categories;
+  for (const std::string& one : message.texts(store.id_of(PropertySet::strings, "Keywords")))
+    categories += (categories.empty() ? "" : ", ") + one;
+  header.add_another("Keywords", categories);
+  if (message.number(id::flag_status) != marked) return;
+  constexpr std::uint32_t flag_text = 0x8530;
+  constexpr std::uint32_t due = 0x8105;
+  header.add_text("X-Message-Flag", message.text(store.id_of(PropertySet::common, flag_text)));
+  for (const std::uint16_t property : {store.id_of(PropertySet::task, due), id::reply_until})
+    if (const auto time = message.time(property); time && *time != 0)
+      return header.add("Reply-By", date_in_mail(unix_time(*time)));
+}
+
+std::string header_of(Store& store, const Properties& message, bool* is_whole) {
   Header header(message);
   const bool came_with_one = header.came_with_one();
   if (!came_with_one || !header.has("From")) add_sender(header, message);
-  const Recipients recipients = lists_of(blocks, message, is_whole);
+  const Recipients recipients = lists_of(store.blocks(), message, is_whole);
   const bool has_recipients = header.has("To") || header.has("Cc");
   if (!has_recipients) {
     header.add("To", recipients.lists[0]);
@@ -206,6 +235,7 @@ std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole)
   header.add("Message-ID", on_one_line(message.text(id::message_id)));
   if (const auto key = message.bytes(id::search_key, 256); key && !message.has(id::message_id))
     header.add("Message-ID", key->empty() ? "" : "<" + hex(*key) + "@outlook.invalid>");
+  add_notes(header, store, message);
   if (came_with_one) return header.text();
   header.add("In-Reply-To", on_one_line(message.text(id::in_reply_to)));
   header.add("References", on_one_line(message.text(id::references)));
@@ -218,6 +248,48 @@ std::string header_of(Blocks& blocks, const Properties& message, bool* is_whole)
   return header.text();
 }
 
+// ---- What it is
+
+// A class, or one that is made of it.
+bool is_of(const Properties& item, std::string_view message_class) {
+  const std::string own = item.text(id::message_class);
+  return is_same_name(own.substr(0, message_class.size()), message_class) &&
+         (own.size() == message_class.size() || own[message_class.size()] == '.');
+}
+
+// Invitations, tasks and contacts that were sent have more than mail does: times, places, numbers.
+bool has_the_class_of_mail(const Properties& item) {
+  return item.text(id::message_class).empty() || is_of(item, "IPM.Note") || is_of(item, "IPM.Post") ||
+         is_of(item, "REPORT");
+}
+
+// Of what such an item has beside the fields of mail, that which people look for first, a line each.
+std::string facts_of(Store& store, const Properties& item) {
+  struct Fact {
+    const char* name;
+    std::optional<PropertySet> set;  // in which its number is; else that is the property's
+    std::uint16_t number;
+  };
+  constexpr auto appointment = PropertySet::appointment;
+  constexpr auto contact = PropertySet::contact;
+  constexpr std::array facts{
+      Fact{"Start", appointment, 0x820D},       Fact{"End", appointment, 0x820E},
+      Fact{"Location", appointment, 0x8208},    Fact{"Due", PropertySet::task, 0x8105},
+      Fact{"E-mail", contact, 0x8083},          Fact{"E-mail 2", contact, 0x8093},
+      Fact{"E-mail 3", contact, 0x80A3},        Fact{"Mobile phone", std::nullopt, 0x3A1C},
+      Fact{"Home phone", std::nullopt, 0x3A09}, Fact{"Business phone", std::nullopt, 0x3A08},
+      Fact{"Company", std::nullopt, 0x3A16},    Fact{"Home address", contact, 0x801A},
+      Fact{"Business address", contact, 0x801B}};
+  std::string text;
+  for (const auto& [name, set, number] : facts) {
+    const std::uint16_t property = set ? store.id_of(*set, number) : number;
+    const auto time = item.time(property);
+    const std::string value = time ? date_in_mail(unix_time(*time)) : on_one_line(item.text(property));
+    if (!value.empty()) text += std::string(name) + ": " + value + "\n";
+  }
+  return text;
+}
+
 // ---- The body
 
 // One part of a message, its head without the empty line behind it.
@@ -228,7 +300,9 @@ struct Part {
 
 class Body {
  public:
-  Body(Store& store, bool* is_whole) : store_(store), is_whole_(is_whole) {}
+  /// `is_whole` becomes false when something cannot be read, `is_mail` when something is there that mail does
+  /// not have.
+  Body(Store& store, bool* is_whole, bool* is_mail) : store_(store), is_whole_(is_whole), is_mail_(is_mail) {}
 
   Part part_of(const std::shared_ptr<const Properties>& message, int depth);
 
@@ -243,12 +317,17 @@ class Body {
   std::optional<Part> text(const Message& message, std::uint16_t property);
   std::optional<Part> html(const Message& message);
   std::optional<Part> rtf(const Message& message);
+  Parts forms_of(const Message& message);
+  std::vector<Message> attachments_of(const Message& message);
+  std::optional<Part> sealed(const Message& message, const Message& attachment, bool has_text);
+  std::optional<Part> entity(const Message& message, const Message& attachment);
   Part attachment(const Message& attachment, int depth);
   Part message_within(const NodeBlocks& node, const std::string& disposition, std::uint32_t code_page,
                       int depth);
 
   Store& store_;
   bool* is_whole_;
+  bool* is_mail_;
   int boundaries_ = 0;
 };
 
@@ -272,9 +351,28 @@ Part Body::joined(const std::string& type, Parts parts) {
           }};
 }
 
+// Quoted-printable can be read as it is; of a long text in letters that are none of ASCII it makes thrice as
+// much.
+bool is_shorter_in_base64(std::string_view text) {
+  constexpr std::size_t short_text = 4096;
+  const auto is_quoted = [](char c) {
+    return c == '=' || c >= '\x7f' || (c < ' ' && c != '\n' && c != '\t');
+  };
+  return text.size() > short_text &&
+         static_cast<std::size_t>(std::ranges::count_if(text, is_quoted)) > text.size() / 3;
+}
+
 Part Body::of_text(const std::string& type, const std::string& charset, std::string text) {
   std::erase(text, '\r');
   const bool is_plain_text = is_plain(text);
+  if (is_shorter_in_base64(text))
+    return {
+        .head = "Content-Type: " + type + "; charset=" + charset + "\nContent-Transfer-Encoding: base64\n",
+        .write = [body = std::move(text)](const Writer& write) {
+          Base64 base64(write);
+          base64.take(body);
+          base64.finish();
+        }};
   return {.head = "Content-Type: " + type + "; charset=" + charset +
                   "\nContent-Transfer-Encoding: " + (is_plain_text ? "7bit" : "quoted-printable") + "\n",
           .write = [is_plain_text, body = std::move(text)](const Writer& write) {
@@ -293,6 +391,29 @@ Part Body::of_bytes(const std::string& head, const Message& owner, std::uint16_t
           }};
 }
 
+constexpr const char* utf16_in_mail = "utf-16le";
+
+std::string known_charset(std::uint32_t code_page) {
+  std::string charset = charset_of(code_page);
+  return charset.empty() ? "windows-1252" : charset;
+}
+
+// Those in a code page that is not known are read as Western.
+bool has_unknown_letters(const Properties& message) {
+  if (has_code_page(message.code_page())) return false;
+  constexpr std::uint16_t subject = 0x0037;
+  constexpr std::array texts{subject,      id::sender_name, id::for_name, id::shown_to,
+                             id::shown_cc, id::body,        id::report};
+  return std::ranges::any_of(texts, [&](std::uint16_t property) {
+    if (message.form(property) != Form::bytes_text) return false;
+    bool is_ascii = true;
+    message.each(property, [&](std::string_view bytes) {
+      is_ascii &= std::ranges::all_of(bytes, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    });
+    return !is_ascii;
+  });
+}
+
 // One that does not fit into memory, or is damaged, goes by as it is.
 std::optional<Part> Body::text(const Message& message, std::uint16_t property) {
   if (!message->has(property)) return std::nullopt;
@@ -300,7 +421,7 @@ std::optional<Part> Body::text(const Message& message, std::uint16_t property) {
   const bool is_utf16 = message->form(property) == Form::text;
   if (bytes && bytes->empty()) return std::nullopt;
   if (bytes) return of_text("text/plain", "utf-8", message->text(property));
-  const std::string charset = is_utf16 ? "utf-16le" : charset_of(message->code_page());
+  const std::string charset = is_utf16 ? utf16_in_mail : known_charset(message->code_page());
   return of_bytes("Content-Type: text/plain; charset=" + charset + "\n", message, property);
 }
 
@@ -308,22 +429,28 @@ std::optional<Part> Body::html(const Message& message) {
   if (!message->has(id::html)) return std::nullopt;
   const auto bytes = message->bytes(id::html);
   if (bytes && bytes->empty()) return std::nullopt;
-  constexpr std::int32_t utf16 = 1200;
-  if (bytes && message->form(id::html) == Form::text)
-    return of_text("text/html", "utf-8", message->text(id::html));
-  if (bytes && message->number(id::internet_code_page) == utf16)
-    return of_text("text/html", "utf-8", text_of_utf16(*bytes));
+  constexpr std::uint32_t utf16 = 1200;
   const auto page = static_cast<std::uint32_t>(message->number(id::internet_code_page).value_or(0));
-  std::string charset = charset_of(page);
-  if (charset.empty()) charset = bytes && is_utf8(*bytes) ? "utf-8" : "windows-1252";
-  if (!bytes) return of_bytes("Content-Type: text/html; charset=" + charset + "\n", message, id::html);
-  return of_text("text/html", charset, *bytes);
+  const bool is_utf16 = message->form(id::html) == Form::text || page == utf16;
+  if (!bytes) {
+    if (!is_utf16 && page != 0 && charset_of(page).empty()) *is_whole_ = false;
+    const std::string charset = is_utf16 ? utf16_in_mail : known_charset(page);
+    return of_bytes("Content-Type: text/html; charset=" + charset + "\n", message, id::html);
+  }
+  if (is_utf16) return of_text("text/html", "utf-8", text_of_utf16(*bytes));
+  if (const std::string charset = charset_of(page); !charset.empty())
+    return of_text("text/html", charset, *bytes);
+  if (has_code_page(page)) return of_text("text/html", "utf-8", text_of_code_page(*bytes, page));
+  if (is_utf8(*bytes)) return of_text("text/html", "utf-8", *bytes);
+  if (page != 0) *is_whole_ = false;
+  return of_text("text/html", known_charset(page), *bytes);
 }
 
 std::optional<Part> Body::rtf(const Message& message) {
-  const auto packed = message->has(id::rtf) ? message->bytes(id::rtf) : std::nullopt;
-  if (!packed || packed->empty()) return std::nullopt;
-  auto plain = plain_rtf(*packed);
+  if (!message->has(id::rtf)) return std::nullopt;
+  const auto packed = message->bytes(id::rtf);
+  if (packed && packed->empty()) return std::nullopt;
+  auto plain = packed ? plain_rtf(*packed) : std::nullopt;
   if (!plain) {
     *is_whole_ = false;
     return std::nullopt;
@@ -404,12 +531,100 @@ Part Body::message_within(const NodeBlocks& node, const std::string& disposition
             const auto message = std::make_shared<const Properties>(store_.blocks(), node, code_page);
             if (!message->is_whole()) *is_whole_ = false;
             const Part part = part_of(message, depth);
-            write(header_of(store_.blocks(), *message, is_whole_) + "MIME-Version: 1.0\n" + part.head + "\n");
+            write(header_of(store_, *message, is_whole_) + "MIME-Version: 1.0\n" + part.head + "\n");
             part.write(write);
           }};
 }
 
-Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) {
+// Bytes that are an entity of MIME: its head, and where its body begins.
+struct Entity {
+  std::vector<Field> fields;
+  std::size_t body = 0;
+};
+
+Entity entity_in(std::string_view bytes) {
+  for (std::size_t line = 0; line < bytes.size();) {
+    const std::size_t end = std::min(bytes.find('\n', line), bytes.size() - 1) + 1;
+    const bool is_empty = bytes.substr(line, end - line).find_first_not_of("\r\n") == std::string_view::npos;
+    if (is_empty && line > 0)
+      return {.fields = fields_of(text_of_code_page(bytes.substr(0, line), 65001)), .body = end};
+    line = end;
+  }
+  return {};
+}
+
+std::string value_of(const std::vector<Field>& fields, std::string_view name) {
+  const auto found =
+      std::ranges::find_if(fields, [&](const Field& field) { return is_same_name(field.name, name); });
+  return found == fields.end() ? "" : found->value;
+}
+
+// Of a type "multipart/...; boundary=x"; empty when it has none.
+std::string boundary_in(std::string_view type) {
+  constexpr std::string_view name = "boundary=";
+  while (!type.empty() && !begins(type, name)) type.remove_prefix(1);
+  type.remove_prefix(std::min(name.size(), type.size()));
+  const bool is_quoted = type.starts_with('"');
+  if (is_quoted) type.remove_prefix(1);
+  return std::string(type.substr(0, type.find_first_of(is_quoted ? "\"" : "; \t\n")));
+}
+
+// Signed and encrypted mail has all of itself in its one attachment: nothing can look into it anywhere but at
+// the top of the message.
+std::optional<Part> Body::sealed(const Message& message, const Message& attachment, bool has_text) {
+  const std::string type = attachment->text(id::media_type);
+  if (begins(type, "multipart/signed") && (!has_text || is_of(*message, "IPM.Note.SMIME"))) {
+    auto part = entity(message, attachment);
+    if (!part) *is_mail_ = false;
+    return part;
+  }
+  const auto is_sealed = [](std::string_view text) {
+    return begins(text, "application/pkcs7-mime") || begins(text, "application/x-pkcs7-mime");
+  };
+  if (has_text || !is_sealed(type) || !attachment->has(id::data)) return std::nullopt;
+  const std::string as_it_came = value_of(fields_of(message->text(id::headers)), "Content-Type");
+  const std::string head = is_sealed(as_it_came)
+                               ? raw_field("Content-Type", as_it_came)
+                               : "Content-Type: application/pkcs7-mime" +
+                                     parameter("name", name_of_attachment(*attachment)) + "\n";
+  return of_bytes(head + disposition_of(*attachment), attachment, id::data);
+}
+
+// The attachment's bytes have the head of their MIME, or begin with the first boundary of that with which the
+// message came. No value when they have neither.
+std::optional<Part> Body::entity(const Message& message, const Message& attachment) {
+  constexpr std::size_t longest_head = std::size_t{64} << 10;
+  constexpr std::string_view signed_mail = "multipart/signed";
+  std::string beginning;
+  attachment->each(id::data, [&](std::string_view bytes) {
+    beginning += bytes.substr(0, longest_head - beginning.size());
+  });
+  const bool begins_inside = beginning.starts_with("--");
+  const Entity found =
+      begins_inside ? Entity{.fields = fields_of(message->text(id::headers))} : entity_in(beginning);
+  const std::string type = value_of(found.fields, "Content-Type");
+  const std::string first_line = beginning.substr(0, beginning.find_first_of("\r\n"));
+  if (!begins(type, signed_mail)) return std::nullopt;
+  const std::string boundary = boundary_in(type);
+  if (begins_inside && (boundary.empty() || first_line != "--" + boundary)) return std::nullopt;
+  std::string head;
+  for (const Field& field : found.fields)
+    if (begins(field.name, "Content-") && !is_same_name(field.name, "Content-Length"))
+      head += raw_field(field.name, field.value);
+  return Part{.head = head,
+              .write = [attachment, left = found.body, is_whole = is_whole_](const Writer& write) {
+                MailboxLines lines(write);
+                std::size_t skipped = left;
+                *is_whole &= attachment->each(id::data, [&](std::string_view bytes) {
+                  const std::size_t count = std::min(skipped, bytes.size());
+                  skipped -= count;
+                  lines.take(bytes.substr(count));
+                });
+                lines.finish();
+              }};
+}
+
+Body::Parts Body::forms_of(const Message& message) {
   Parts forms;
   for (const std::uint16_t property : {id::body, id::report})
     if (forms.empty())
@@ -417,18 +632,39 @@ Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) 
   auto other = html(message);
   if (!other) other = rtf(message);
   if (other) forms.push_back(std::move(*other));
+  return forms;
+}
+
+std::vector<Body::Message> Body::attachments_of(const Message& message) {
+  std::vector<Message> attachments;
+  for (const auto& [node, blocks] : message->subnodes()) {
+    if (!is_attachment(node)) continue;
+    attachments.push_back(std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page()));
+    if (!attachments.back()->is_whole()) *is_whole_ = false;
+  }
+  return attachments;
+}
+
+Part Body::part_of(const Message& message, int depth) {
+  const bool has_class = has_the_class_of_mail(*message);
+  if (!has_class) *is_mail_ = false;
+  if (has_unknown_letters(*message)) *is_whole_ = false;
+  const std::vector<Message> attachments = attachments_of(message);
+  Parts forms = forms_of(message);
+  if (attachments.size() == 1)
+    if (auto part = sealed(message, attachments.front(), !forms.empty())) return std::move(*part);
   if (forms.empty()) forms.push_back(of_text("text/plain", "utf-8", ""));
   Part body = forms.size() > 1 ? joined("alternative", std::move(forms)) : std::move(forms.front());
   Parts shown_within{body};
   Parts attached;
-  for (const auto& [node, blocks] : message->subnodes()) {
-    if (!is_attachment(node)) continue;
-    const auto attachment = std::make_shared<const Properties>(store_.blocks(), blocks, message->code_page());
-    if (!attachment->is_whole()) *is_whole_ = false;
+  for (const Message& attachment : attachments) {
     const bool is_within = !attachment->text(id::content_id).empty() && message->has(id::html);
     (is_within ? shown_within : attached).push_back(this->attachment(attachment, depth));
   }
   if (shown_within.size() > 1) body = joined("related", std::move(shown_within));
+  if (!has_class)
+    if (const std::string facts = facts_of(store_, *message); !facts.empty())
+      attached.push_back(of_text("text/plain", "utf-8", facts));
   if (attached.empty()) return body;
   attached.insert(attached.begin(), std::move(body));
   return joined("mixed", std::move(attached));
@@ -437,7 +673,6 @@ Part Body::part_of(const std::shared_ptr<const Properties>& message, int depth) 
 // The marks that Mozilla's programs read.
 std::string mozilla_status(const Properties& message) {
   constexpr int read_in_outlook = 1;
-  constexpr int marked_in_outlook = 2;
   constexpr int answered = 102;
   constexpr int answered_to_all = 103;
   constexpr int forwarded_in_outlook = 104;
@@ -445,7 +680,7 @@ std::string mozilla_status(const Properties& message) {
   unsigned bits = 0;
   if ((message.number(id::flags).value_or(0) & read_in_outlook) != 0) bits |= 0x0001;
   if (answer == answered || answer == answered_to_all) bits |= 0x0002;
-  if (message.number(id::flag_status).value_or(0) == marked_in_outlook) bits |= 0x0004;
+  if (message.number(id::flag_status).value_or(0) == marked) bits |= 0x0004;
   if (answer == forwarded_in_outlook) bits |= 0x1000;
   char text[64];
   std::snprintf(text, sizeof text, "X-Mozilla-Status: %04x\n", bits);
@@ -464,20 +699,26 @@ Rebuilt write_message(Store& store, std::uint32_t item, const TakeHead& take) {
   const auto message = std::make_shared<const Properties>(store.item(item));
   if (message->is_empty()) return Rebuilt::lost;
   bool is_whole = message->is_whole() && !lacks_attachments(*message);
-  Body body(store, &is_whole);
+  bool is_mail = true;
+  Body body(store, &is_whole, &is_mail);
   const Part part = body.part_of(message, 0);
   const Writer write =
       take("From - " + date_in_mailbox(date_of(*message).value_or(0)) + "\n" + mozilla_status(*message) +
-           header_of(store.blocks(), *message, &is_whole) + "MIME-Version: 1.0\n" + part.head + "\n");
+           header_of(store, *message, &is_whole) + "MIME-Version: 1.0\n" + part.head + "\n");
   part.write([&](std::string_view text) {
     if (!text.empty()) write(text);
   });
-  return is_whole ? Rebuilt::whole : Rebuilt::cut;
+  if (!is_whole) return Rebuilt::cut;
+  return is_mail ? Rebuilt::whole : Rebuilt::simplified;
 }
 
-std::uint64_t most_of_message(std::uint32_t size) {
+std::string subject_of_message(Store& store, std::uint32_t item) { return store.item(item).subject(); }
+
+// A Chinese letter has two bytes in a file, three as mail, and four in base64. In the old form, where texts
+// are in a code page, a Thai one has but one byte. Of compressed RTF it can only be guessed.
+std::uint64_t most_of_message(std::uint32_t size, Blocks::Form form) {
   constexpr std::uint64_t room_for_heads = 16384;
-  return std::uint64_t{size} * 2 + room_for_heads;
+  return std::uint64_t{size} * (form == Blocks::Form::ansi ? 4 : 2) + size / 4 + room_for_heads;
 }
 
 }  // namespace pack

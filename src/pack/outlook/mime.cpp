@@ -217,6 +217,29 @@ void Base64::finish() {
   if (count > 0) write_(std::string_view(out.data(), count));
 }
 
+void MailboxLines::take(std::string_view bytes) {
+  constexpr std::size_t longest_piece = std::size_t{16} << 10;
+  for (const char c : bytes) {
+    if (c == '\0') continue;
+    if (has_return_ && c != '\n') piece_ += '\r';
+    has_return_ = c == '\r';
+    if (has_return_) continue;
+    piece_ += c;
+    if (c == '\n' || piece_.size() >= longest_piece) end_piece();
+  }
+}
+
+void MailboxLines::end_piece() {
+  if (begins_line_ && piece_.starts_with("From ")) piece_.insert(0, ">");
+  begins_line_ = piece_.ends_with('\n');
+  write_(piece_);
+  piece_.clear();
+}
+
+void MailboxLines::finish() {
+  if (!piece_.empty() || !begins_line_) take("\n");
+}
+
 std::string date_in_mail(std::int64_t time) {
   const std::tm parts = parts_of(time);
   char text[64];

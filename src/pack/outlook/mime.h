@@ -42,6 +42,24 @@ class Base64 {
   bool is_empty_ = true;
 };
 
+/// Writes lines that are a message's own already as a mailbox has them: they end with LF, and none begins the
+/// next message. They come in any pieces.
+class MailboxLines {
+ public:
+  explicit MailboxLines(Writer write) : write_(std::move(write)) {}
+  void take(std::string_view bytes);
+  /// Ends the last line. Nothing comes after it.
+  void finish();
+
+ private:
+  void end_piece();
+
+  Writer write_;
+  std::string piece_;  // of a line
+  bool begins_line_ = true;
+  bool has_return_ = false;  // which is a line's end, or not
+};
+
 /// "Tue, 01 Mar 2005 08:41:12 +0000" and "Tue Mar  1 08:41:12 2005" of seconds since 1970.
 std::string date_in_mail(std::int64_t time);
 std::string date_in_mailbox(std::int64_t time);

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
+#include <set>
 #include <span>
+#include <utility>
 
 #include "pack/outlook/bytes.h"
 #include "pack/outlook/charsets.h"
@@ -129,32 +132,48 @@ void Store::read_usual_folders() {
 
 std::vector<Store::Folder> Store::folders() {
   read_usual_folders();
+  const Properties properties = item(top_);
+  const Folder top{.id = top_,
+                   .names = {folder_name(properties.text(id::display_name))},
+                   .container = properties.text(id::container_class)};
   std::vector<Folder> folders;
-  add_folders(top_, {}, folders);
+  if (!items(top).empty()) folders.push_back(top);
+  // A damaged file may have folders that lie within themselves.
+  std::set<std::uint32_t> seen{top_};
+  std::vector<std::pair<std::uint32_t, std::optional<std::size_t>>>
+      left;  // with that above; the last is next
+  const auto add_children = [&](std::uint32_t parent, std::optional<std::size_t> above) {
+    const std::vector<std::uint32_t> ids = children(parent);
+    for (auto id = ids.rbegin(); id != ids.rend(); ++id)
+      if ((*id & type_bits) == folder_type && seen.insert(*id).second) left.emplace_back(*id, above);
+  };
+  add_children(top_, std::nullopt);
+  while (!left.empty()) {
+    const auto [id, above] = left.back();
+    left.pop_back();
+    folders.push_back(folder_in(above ? folders[*above] : Folder(), id));
+    add_children(id, folders.size() - 1);
+  }
   return folders;
 }
 
-void Store::add_folders(std::uint32_t parent, const Folder& above, std::vector<Folder>& folders) {
-  constexpr std::size_t deepest = 32;
-  if (above.names.size() >= deepest) return;
-  for (const std::uint32_t id : children(parent)) {
-    if ((id & type_bits) != folder_type) continue;
-    const Properties properties = item(id);
-    Folder folder{.id = id,
-                  .names = above.names,
-                  .container = properties.text(id::container_class),
-                  .is_deleted = above.is_deleted || id == deleted_};
-    // The one into which mail comes knows where the others are.
-    const bool is_inbox = properties.has(id::drafts) || properties.has(id::calendar);
-    if (is_inbox) usual_[id] = "Inbox";
-    if (is_inbox) usual_.try_emplace(node_named(properties, id::drafts), "Drafts");
-    const auto usual = usual_.find(id);
-    folder.names.push_back(usual != usual_.end() && above.names.empty()
-                               ? usual->second
-                               : folder_name(properties.text(id::display_name)));
-    folders.push_back(folder);
-    add_folders(id, folder, folders);
-  }
+Store::Folder Store::folder_in(const Folder& above, std::uint32_t id) {
+  constexpr std::size_t most_names = 32;
+  const Properties properties = item(id);
+  Folder folder{.id = id,
+                .names = above.names,
+                .container = properties.text(id::container_class),
+                .is_deleted = above.is_deleted || id == deleted_};
+  // The one into which mail comes knows where the others are.
+  const bool is_inbox = properties.has(id::drafts) || properties.has(id::calendar);
+  if (is_inbox) usual_[id] = "Inbox";
+  if (is_inbox) usual_.try_emplace(node_named(properties, id::drafts), "Drafts");
+  const auto usual = usual_.find(id);
+  if (folder.names.size() == most_names) folder.names.pop_back();
+  folder.names.push_back(usual != usual_.end() && above.names.empty()
+                             ? usual->second
+                             : folder_name(properties.text(id::display_name)));
+  return folder;
 }
 
 // The folder's table has the class and size of each item; one that the table does not have is asked itself.

@@ -44,7 +44,8 @@ class Store {
 
   Blocks& blocks() { return blocks_; }
 
-  /// All folders that a person sees, those above before those in them.
+  /// All folders that a person sees, those above before those in them. That which holds them all is one when
+  /// something lies in it. Names of folders far down leave out some of those above.
   std::vector<Folder> folders();
 
   /// What lies in a folder.
@@ -60,7 +61,7 @@ class Store {
  private:
   void read_usual_folders();
   void read_names();
-  void add_folders(std::uint32_t parent, const Folder& above, std::vector<Folder>& folders);
+  Folder folder_in(const Folder& above, std::uint32_t id);
   std::vector<std::uint32_t> children(std::uint32_t parent);
   NodeBlocks blocks_of(std::uint32_t id);
 
