@@ -67,9 +67,6 @@ class Packing {
   /// Takes that back.
   void not_unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].erase(kind); }
 
-  /// Takes that back.
-  void not_unpacked(const Place& file, Kind kind) { unpacked_[{file.tree, file.path}].erase(kind); }
-
   /// A file that is made here, of so many things that were found.
   void add_text(Kind kind, const std::string& name, std::string_view content, std::size_t things = 1);
 
