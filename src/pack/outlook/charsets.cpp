@@ -161,8 +161,9 @@ std::string text_of_code_page(std::string_view bytes, std::uint32_t code_page) {
   const bool has_states = (code_page >= 50220 && code_page <= 50229) || code_page == hz || code_page == utf7;
   if (is_ascii && !has_states) return without_zeros(std::string(bytes));
   if (code_page == utf8) return without_zeros(made_valid(bytes));
-  if (code_page == hz) return without_zeros(converted(hz_with_all_bits(bytes), found(hz)->converted));
-  if (const Named* name = found(code_page)) return without_zeros(converted(bytes, name->converted));
+  if (const Named* name = found(code_page))
+    return without_zeros(code_page == hz ? converted(hz_with_all_bits(bytes), name->converted)
+                                         : converted(bytes, name->converted));
   if (is_latin(code_page)) return without_zeros(converted(bytes, latin(code_page)));
   return without_zeros(converted(bytes, "CP" + std::to_string(is_windows(code_page) ? code_page : western)));
 }
