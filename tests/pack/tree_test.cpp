@@ -198,4 +198,25 @@ TEST(FolderTree, StopsWhereverItIs) {
   EXPECT_THROW(pack::find(*tree, "", "a"), pack::Interrupted);
 }
 
+TEST(SameNames, AreThoseThatWindowsTakesForOne) {
+  EXPECT_TRUE(pack::is_same_name("Users", "USERS"));
+  EXPECT_TRUE(pack::is_same_name("", ""));
+  EXPECT_TRUE(pack::is_same_name("\u00c4pfel", "\u00e4PFEL"));
+  EXPECT_TRUE(pack::is_same_name("Stra\u00dfe", "strasse"));
+  EXPECT_TRUE(pack::is_same_name("strasse", "Stra\u00dfe"));
+  EXPECT_TRUE(pack::is_same_name("\u212a", "k"));
+  EXPECT_TRUE(pack::is_same_name("A\xff", "A\xff"));
+}
+
+TEST(SameNames, AreNoOthers) {
+  EXPECT_FALSE(pack::is_same_name("Users", "User"));
+  EXPECT_FALSE(pack::is_same_name("User", "Users"));
+  EXPECT_FALSE(pack::is_same_name("Users", ""));
+  EXPECT_FALSE(pack::is_same_name("Users", "Users\u00e4"));
+  EXPECT_FALSE(pack::is_same_name("Users\u00e4", "Users"));
+  EXPECT_FALSE(pack::is_same_name("\u00c4pfel", "\u00d6pfel"));
+  EXPECT_FALSE(pack::is_same_name("a[", "a{"));
+  EXPECT_FALSE(pack::is_same_name("A\xff", "a\xff"));
+}
+
 }  // namespace

@@ -11,9 +11,7 @@ namespace pack {
 
 namespace {
 
-bool is_ascii(std::string_view text) {
-  return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
+bool is_ascii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
 // Names that are no UTF-8 are compared as bytes.
 std::string folded(std::string_view name) {
@@ -65,10 +63,15 @@ std::vector<Entry> listed(const Tree& tree, const std::string& folder) {
   }
 }
 
-// Most names are ASCII, and there are many.
+// Most names are ASCII and differ in their first letters, and there are many.
 bool is_same_name(std::string_view one, std::string_view other) {
-  if (is_ascii(one) && is_ascii(other))
-    return std::ranges::equal(one, other, {}, g_ascii_tolower, g_ascii_tolower);
+  const auto is_same_letter = [](char c, char d) {
+    return is_ascii(c) && is_ascii(d) && g_ascii_tolower(c) == g_ascii_tolower(d);
+  };
+  const auto [at, at_other] = std::ranges::mismatch(one, other, is_same_letter);
+  if (at == one.end() && at_other == other.end()) return true;
+  const auto is_known = [](const char* place, const char* end) { return place == end || is_ascii(*place); };
+  if (is_known(at, one.end()) && is_known(at_other, other.end())) return false;
   return folded(one) == folded(other);
 }
 
