@@ -32,7 +32,7 @@ class Judge : public pack::Sum {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text = fuzz::Input(data, size).text();
-  const fuzz::Volume tree({{path, std::string(text)}});
+  const fuzz::Volume tree(std::map<std::string, std::string>{{path, std::string(text)}});
   const pack::Person person{.shown = "Ann", .login = "ann", .home = {.tree = &tree, .path = ""}};
   Judge judge;
   pack::Tally tally;

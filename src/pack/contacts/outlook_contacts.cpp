@@ -7,7 +7,7 @@
 #include <optional>
 #include <set>
 
-#include "pack/outlook/bytes.h"
+#include "pack/disk/bytes.h"
 #include "pack/outlook/outlook.h"
 #include "pack/outlook/plain_text.h"
 #include "pack/outlook/times.h"

@@ -1,35 +1,10 @@
 #include "pack/disk/attributes.h"
 
-#include <glib.h>
-
-#include <memory>
+#include "pack/disk/bytes.h"
 
 namespace pack {
 
-namespace {
-
-// Little-endian; 0 beyond the end.
-std::size_t number_at(std::string_view data, std::size_t at, std::size_t bytes) {
-  if (data.size() < bytes || at > data.size() - bytes) return 0;
-  std::size_t number = 0;
-  for (std::size_t byte = bytes; byte > 0; --byte)
-    number = number << 8 | static_cast<unsigned char>(data[at + byte - 1]);
-  return number;
-}
-
-std::string utf8_of(std::string_view utf16) {
-  const std::unique_ptr<char, decltype(&g_free)> text(
-      g_convert(utf16.data(), static_cast<gssize>(utf16.size()), "UTF-8", "UTF-16LE", nullptr, nullptr,
-                nullptr),
-      g_free);
-  return text ? text.get() : "";
-}
-
-}  // namespace
-
-std::uint32_t reparse_tag(std::string_view reparse_data) {
-  return static_cast<std::uint32_t>(number_at(reparse_data, 0, 4));
-}
+std::uint32_t reparse_tag(std::string_view reparse_data) { return long_at(reparse_data, 0); }
 
 // Tag, length, an empty word, then place and length of two names in what follows: the one Windows goes by and
 // the one it shows. Symbolic links have flags in front of it.
@@ -38,10 +13,10 @@ std::string link_target(std::string_view reparse_data) {
   const std::uint32_t tag = reparse_tag(reparse_data);
   if (!is_link(tag)) return "";
   const std::size_t names = tag == symbolic_link ? 20 : 16;
-  const std::size_t begin = names + number_at(reparse_data, 8, 2);
-  const std::size_t size = number_at(reparse_data, 10, 2);
+  const std::size_t begin = names + word_at(reparse_data, 8);
+  const std::size_t size = word_at(reparse_data, 10);
   if (begin > reparse_data.size() || size > reparse_data.size() - begin) return "";
-  std::string target = utf8_of(reparse_data.substr(begin, size));
+  std::string target = utf8_of_utf16(reparse_data.substr(begin, size));
   if (target.starts_with("\\??\\")) target.erase(0, 4);
   return target;
 }

@@ -4,21 +4,14 @@
 #include <array>
 #include <string_view>
 
+#include "pack/disk/bytes.h"
+
 namespace pack {
 
 namespace {
 
 constexpr std::size_t sector = 512;
 constexpr std::size_t most_partitions = 128;
-
-// Little-endian; 0 beyond the end.
-std::uint64_t number_at(std::string_view data, std::size_t at, std::size_t bytes) {
-  if (data.size() < bytes || at > data.size() - bytes) return 0;
-  std::uint64_t number = 0;
-  for (std::size_t byte = bytes; byte > 0; --byte)
-    number = number << 8 | static_cast<unsigned char>(data[at + byte - 1]);
-  return number;
-}
 
 std::string as_bytes(std::uint64_t number, std::size_t size) {
   std::string bytes;

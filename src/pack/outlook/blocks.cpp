@@ -22,9 +22,9 @@
 #include <system_error>
 #include <utility>
 
+#include "pack/disk/bytes.h"
 #include "pack/disk/folder_tree.h"
 #include "pack/disk/limits.h"
-#include "pack/outlook/bytes.h"
 
 extern "C" {
 #include <libpst/libpst.h>

@@ -6,7 +6,7 @@
 #include <array>
 #include <memory>
 
-#include "pack/outlook/bytes.h"
+#include "pack/disk/bytes.h"
 
 namespace pack {
 

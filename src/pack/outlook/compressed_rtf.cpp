@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "pack/outlook/bytes.h"
+#include "pack/disk/bytes.h"
 #include "pack/outlook/charsets.h"
 
 namespace pack {

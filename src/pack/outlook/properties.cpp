@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "pack/outlook/bytes.h"
+#include "pack/disk/bytes.h"
 #include "pack/outlook/charsets.h"
 
 namespace pack {

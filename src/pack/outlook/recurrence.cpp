@@ -5,7 +5,7 @@
 #include <ctime>
 #include <set>
 
-#include "pack/outlook/bytes.h"
+#include "pack/disk/bytes.h"
 #include "pack/outlook/charsets.h"
 #include "pack/outlook/times.h"
 

@@ -6,9 +6,9 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string_view>
 
+#include "pack/disk/bytes.h"
 #include "pack/registry/hive.h"
 
 namespace pack {
@@ -62,21 +62,6 @@ bool is_person(std::string_view number) {
                              [&](std::string_view begin) { return number.starts_with(begin); });
 }
 
-std::uint32_t number_at(std::string_view bytes, std::size_t at) {
-  std::uint32_t number = 0;
-  for (std::size_t byte = 4; byte > 0; --byte)
-    number = number << 8 | static_cast<unsigned char>(bytes[at + byte - 1]);
-  return number;
-}
-
-std::string utf8_of(std::string_view utf16) {
-  const std::unique_ptr<char, decltype(&g_free)> text(
-      g_convert(utf16.data(), static_cast<gssize>(utf16.size()), "UTF-8", "UTF-16LE", nullptr, nullptr,
-                nullptr),
-      g_free);
-  return text ? text.get() : "";
-}
-
 // Accounts lie below the last part of their number, in a value of 17 pieces: twelve bytes for each in front
 // (begin, size, something), and the pieces behind. The second piece is the name.
 std::string account_of(const Hive& accounts, std::string_view number) {
@@ -87,10 +72,10 @@ std::string account_of(const Hive& accounts, std::string_view number) {
                 std::strtoul(std::string(number.substr(number.rfind('-') + 1)).c_str(), nullptr, 10));
   const auto value = accounts.bytes(below(R"(SAM\Domains\Account\Users)", key), "V");
   if (!value || value->size() < heads) return "";
-  const std::size_t begin = heads + number_at(*value, name);
-  const std::size_t size = number_at(*value, name + 4);
+  const std::size_t begin = heads + long_at(*value, name);
+  const std::size_t size = long_at(*value, name + 4);
   if (begin > value->size() || size > value->size() - begin) return "";
-  return utf8_of(std::string_view(*value).substr(begin, size));
+  return utf8_of_utf16(std::string_view(*value).substr(begin, size));
 }
 
 // Those whom the machine itself knows have its number in theirs; it ends the value that its accounts have in
@@ -101,7 +86,7 @@ bool is_of_this_machine(const Hive& accounts, std::string_view number) {
   if (value.size() < parts) return false;
   std::string machine = "S-1-5-21";
   for (std::size_t part = 0; part < parts; part += 4)
-    machine += "-" + std::to_string(number_at(value, value.size() - parts + part));
+    machine += "-" + std::to_string(long_at(value, value.size() - parts + part));
   return number.substr(0, number.rfind('-')) == machine;
 }
 

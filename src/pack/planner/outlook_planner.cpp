@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "pack/calendar/component.h"
-#include "pack/outlook/bytes.h"
+#include "pack/disk/bytes.h"
 #include "pack/outlook/outlook.h"
 #include "pack/outlook/plain_text.h"
 #include "pack/outlook/recipients.h"

@@ -1,6 +1,6 @@
-// Numbers in the byte order of Windows, read where they may not be.
-#ifndef BRINDLE_PACK_OUTLOOK_BYTES_H
-#define BRINDLE_PACK_OUTLOOK_BYTES_H
+// Numbers in the byte order of Windows, read where they may not be, and its texts.
+#ifndef BRINDLE_PACK_DISK_BYTES_H
+#define BRINDLE_PACK_DISK_BYTES_H
 
 #include <cstddef>
 #include <cstdint>
@@ -23,6 +23,9 @@ inline std::uint16_t word_at(std::string_view bytes, std::size_t at) {
 inline std::uint32_t long_at(std::string_view bytes, std::size_t at) {
   return static_cast<std::uint32_t>(number_at(bytes, at, 4));
 }
+
+/// A text in UTF-16; empty when it is none.
+std::string utf8_of_utf16(std::string_view bytes);
 
 /// Two digits for each byte.
 inline std::string hex(std::string_view bytes, std::string_view digits = "0123456789abcdef") {
