@@ -84,7 +84,7 @@ void write_causes(std::ostream& out, const Tally& tally) {
     std::uint64_t count = 0;
     for (const Kind kind : all_kinds) count += tally.count(kind, cause);
     if (count == 0) continue;
-    out << "\n  " << count << (count == 1 ? " thing " : " things ") << said_of(cause) << ".\n";
+    out << "\n  " << count << (count == 1 ? " thing " : " things, each of which ") << said_of(cause) << ".\n";
     if (!is_loss(cause)) continue;
     out << "  What to do: " << advice_on(cause) << ".\n";
     for (const std::string& name : first_names(tally, cause)) out << "    " << as_shown(name) << '\n';

@@ -258,7 +258,7 @@ void add_thunderbird_of_jorg(const Disk& disk, const std::string& profile) {
 
 void make_one_person(const Disk& disk) {
   const std::string home = "Users/Jörg/";
-  calendars::set_zone(disk);
+  calendars::set_zone_of_machine(disk);
   disk.add(home + "NTUSER.DAT",
            windows::hive({{R"(Software\Microsoft\Windows\CurrentVersion\Explorer\User Shell Folders)",
                            {{"My Music", R"(%USERPROFILE%\Eigene Musik)", Value::expand}}}}));
@@ -391,7 +391,9 @@ void add_zoe(const Disk& disk) {
 }
 
 void make_family(const Disk& disk) {
-  calendars::set_zone(disk);
+  calendars::set_zone_of_machine(disk);
+  for (const char* name : {"Ann", "Bob", "Zo\u00eb"})
+    disk.add(std::string("Documents and Settings/") + name + "/NTUSER.DAT", windows::hive({}));
   add_ann(disk);
   add_bob(disk);
   add_zoe(disk);

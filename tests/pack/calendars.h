@@ -90,11 +90,11 @@ inline std::string alarm(const std::string& id, const std::string& trigger) {
               "BEGIN:VALARM\r\nACTION:DISPLAY\r\n" + trigger + "\r\nDESCRIPTION:x\r\nEND:VALARM\r\n");
 }
 
-/// Says in which zone the machine is, by Windows' name.
-inline void set_zone(const windows::Disk& disk, const std::string& key = "W. Europe Standard Time") {
+/// Says in which zone the machine is, by Windows' name. The people's own registries are to be added.
+inline void set_zone_of_machine(const windows::Disk& disk,
+                                const std::string& key = "W. Europe Standard Time") {
   std::string name;
   for (const char c : key + std::string("\0rest", 5)) name.append({c, '\0'});
-  disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
   disk.add("Windows/System32/config/SOFTWARE", windows::hive({}));
   disk.add("Windows/System32/config/SYSTEM",
            windows::hive({{"Select", {{"Current", "2", windows::Value::dword}}},
@@ -102,6 +102,12 @@ inline void set_zone(const windows::Disk& disk, const std::string& key = "W. Eur
                            {{"TimeZoneKeyName", "Tokyo Standard Time"}}},
                           {R"(ControlSet002\Control\TimeZoneInformation)",
                            {{"TimeZoneKeyName", name, windows::Value::binary}}}}));
+}
+
+/// The same of Ann's machine.
+inline void set_zone(const windows::Disk& disk, const std::string& key = "W. Europe Standard Time") {
+  set_zone_of_machine(disk, key);
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
 }
 
 /// What becomes of a disk in Berlin with this local calendar.

@@ -59,8 +59,9 @@ TEST(Program, SaysWhatIsLeftOutAndEndsWith1) {
     std::filesystem::create_symlink("/etc", disk.path() + "/Users/Bob/Documents/" + name);
   const Ended ended = run(disk.path() + " " + out);
   EXPECT_EQ(ended.status, 1);
-  EXPECT_THAT(ended.said,
-              HasSubstr("  4 things is a link, and what it names is not followed.\n  What to do: "));
+  EXPECT_THAT(
+      ended.said,
+      HasSubstr("  4 things, each of which is a link, and what it names is not followed.\n  What to do: "));
   EXPECT_THAT(ended.said, HasSubstr("    Users/Bob/Documents/l3\n    ... and 1 more\n"));
   EXPECT_THAT(output_of("unzip -p " + out + " 'Brindle/left out.tsv'"),
               HasSubstr("\nBob\tdocuments\tUsers/Bob/Documents/l1\tlink\t"));
