@@ -308,6 +308,8 @@ WAYS = (
     ("zip -r", Ways.shown),
     ("unzip -t", Ways.shown),
     ("db5.3_dump -p", Ways.shown),
+    ("zip -1", Ways.shown),
+    ("cp -a", Ways.shown),
     ("rm -rf ", Ways.shown),
     ("cp -f", Ways.shown),
     ("cp FROM/[*] TO", Ways.shown),

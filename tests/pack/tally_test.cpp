@@ -135,7 +135,7 @@ TEST_F(Report, NamesThreeThingsOfACause) {
   tally.remark(Kind::pictures, Cause::link, "d");
   tally.remark(Kind::pictures, Cause::encrypted, "e");
   EXPECT_THAT(text(), HasSubstr("\n    a\n    b\n    c\n    ... and 1 more\n"));
-  EXPECT_THAT(text(), HasSubstr("\n  4 things "));
+  EXPECT_THAT(text(), HasSubstr("\n  4 things, each of which is a link"));
   EXPECT_THAT(text(), HasSubstr("\n  1 thing "));
 }
 
