@@ -114,7 +114,7 @@ TEST(Unmounted, OneBadPlaceIsNamedAndTheRestIsPacked) {
   const Ended ended = run(image.close() + " /tmp/image.zip");
   EXPECT_EQ(ended.status, 1);
   EXPECT_EQ(ended.complaint, "") << "the library's messages are not ours";
-  EXPECT_THAT(ended.said, HasSubstr("2 things cannot be read"));
+  EXPECT_THAT(ended.said, HasSubstr("2 things, each of which cannot be read."));
   EXPECT_THAT(ended.said, HasSubstr("    Users/Ann/Documents/b.txt\n    Users/Ann/Documents/deep\n"));
   EXPECT_EQ(output_of("unzip -Z1 /tmp/image.zip | grep '[am].[tm]'"),
             "Brindle/My Documents/a.txt\nBrindle/My Documents/My Music/m.mp3\n");
