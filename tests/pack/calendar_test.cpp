@@ -244,6 +244,25 @@ TEST(Items, KeepTheirOwnClockWhereNobodyKnowsThePersons) {
               HasSubstr("\nDTSTART:20050418T090000Z\n"));
 }
 
+TEST(Items, WhoseTimeDependsOnThePersonsZoneSaySo) {
+  const auto is_of_other_zone = [](const pack::CalendarItem& item, const std::optional<pack::Zone>& home) {
+    return pack::component_of(item, "uid", home).is_of_other_zone;
+  };
+  for (const auto& home : {berlin, std::optional<pack::Zone>()}) {
+    EXPECT_TRUE(is_of_other_zone(item_at(Moment::zoned(nine, new_york)), home));
+    EXPECT_TRUE(is_of_other_zone(weekly(Moment::zoned(nine, new_york)), home));
+    EXPECT_FALSE(is_of_other_zone(item_at(Moment::floating(nine)), home));
+    EXPECT_FALSE(is_of_other_zone(item_at(Moment::day(nine)), home));
+    EXPECT_FALSE(is_of_other_zone(weekly(Moment::instant(nine)), home));
+    EXPECT_NE(is_of_other_zone(item_at(Moment::zoned(nine, "Europe/Berlin")), home), home.has_value());
+    EXPECT_EQ(is_of_other_zone(item_at(Moment::instant(nine)), home), home.has_value());
+  }
+  pack::CalendarItem item = weekly(Moment::zoned(nine, "Europe/Berlin"));
+  EXPECT_FALSE(is_of_other_zone(item, berlin));
+  item.exceptions = {item_at(Moment::zoned(nine, new_york))};
+  EXPECT_TRUE(is_of_other_zone(item, berlin));
+}
+
 TEST(Items, ThatComeAgainStayAtTheirHour) {
   EXPECT_THAT(written(weekly(Moment::zoned(nine, "Europe/Vienna"))),
               HasSubstr("\nDTSTART:20050418T090000\n"));

@@ -236,9 +236,9 @@ class Planner {
     return {.properties = more};
   }
 
-  recorded::Result pack(const std::vector<pst::Item>& items) {
+  recorded::Result pack(const std::vector<pst::Item>& items, bool tells_zone = true) {
     const windows::Disk disk;
-    calendars::set_zone(disk);
+    if (tells_zone) calendars::set_zone(disk);
     file_.folders = {{.name = "Calendar", .container = "IPF.Appointment", .items = items}};
     disk.add(place, file_.bytes());
     return pack_disk(disk.path());
@@ -390,6 +390,21 @@ TEST(OutlookAppointments, ThatDoNotSayByWhoseClockHaveTheOneThatShowedTheirStart
       UnorderedElementsAre("other-clock " + calendar + "new york", "other-clock " + calendar + "own zone",
                            "other-clock " + calendar + "kolkata", "other-clock " + calendar + "soon over",
                            "kept-as-file " + place));
+}
+
+TEST(OutlookAppointments, KeepTheClockThatShowedTheirStartWhereThePersonsIsNotKnown) {
+  Planner planner;
+  const auto result =
+      planner.pack({planner.series_at("unsaid", {}, utc(2005, 4, 12, 7)), planner.series("berlin", {}),
+                    planner.appointment("once", utc(2005, 4, 12, 7), utc(2005, 4, 12, 8))},
+                   false);
+  EXPECT_THAT(lines_of(result, calendar_file, "unsaid"), Contains("DTSTART:20050412T090000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "berlin"), Contains("DTSTART:20050412T090000"));
+  EXPECT_THAT(lines_of(result, calendar_file, "once"), Contains("DTSTART:20050412T070000Z"));
+  const std::string calendar = place + ": Calendar: ";
+  EXPECT_THAT(result.remarks(), testing::IsSupersetOf({"clock-in-doubt " + calendar + "unsaid",
+                                                       "clock-in-doubt " + calendar + "berlin"}));
+  EXPECT_THAT(result.remarks(), testing::Not(Contains("clock-in-doubt " + calendar + "once")));
 }
 
 TEST(OutlookAppointments, WhoseStartIsThatOfNoClockKeepTheirHourAndAreTold) {

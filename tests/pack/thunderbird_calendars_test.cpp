@@ -269,6 +269,70 @@ TEST(ThunderbirdCalendars, HaveTheProgramsZoneWhereWindowsTellsNone) {
   EXPECT_THAT(lines_of(pack_disk(disk.path()), calendar_file, "1"), Contains("DTSTART:20050406T020000"));
 }
 
+// Of a person whose zone nothing tells: two are in Berlin, the others elsewhere.
+const std::string of_three_zones =
+    calendars::event("berlin 1", "a", "2005-07-05 07:00:00", "", berlin) +
+    calendars::event("summer", "a", "2005-07-02 00:00:00", "", "America/New_York") +
+    calendars::event("weekly", "a", "2005-07-05 13:00:00", "", "America/New_York") +
+    calendars::rule("weekly", "RRULE:FREQ=WEEKLY") +
+    calendars::event("tokyo", "a", "2005-07-05 16:00:00", "", "Asia/Tokyo") +
+    calendars::event("utc", "a", "2005-07-05 16:00:00", "", "UTC") +
+    calendars::event("own", "a", "2005-07-05 16:00:00", "", "My own") +
+    calendars::event("own series", "a", "2005-07-05 16:00:00", "", "My own") +
+    calendars::rule("own series", "RRULE:FREQ=WEEKLY") +
+    calendars::event("utc series", "a", "2005-07-05 16:00:00", "", "UTC") +
+    calendars::rule("utc series", "RRULE:FREQ=WEEKLY") +
+    calendars::event("floating", "a", "2005-07-05 16:00:00", "", "floating") +
+    "UPDATE cal_events SET title = id;";
+
+std::string doubt(const std::string& title) { return "clock-in-doubt " + local + ": " + title; }
+
+TEST(ThunderbirdCalendars, GuessAZoneByMostItemsAndTellWhatDependsOnIt) {
+  const windows::Disk disk;
+  make_database(disk, local,
+                calendars::tables + of_three_zones +
+                    calendars::task("berlin 2", "a", "2005-07-05 07:00:00", "", berlin) +
+                    calendars::task("berlin 3", "a", "", "2005-07-05 07:00:00", berlin));
+  const auto result = pack_disk(disk.path());
+  const auto start = [&](const char* uid) { return lines_of(result, calendar_file, uid).at(0); };
+  EXPECT_EQ(start("berlin 1"), "DTSTART:20050705T090000");
+  EXPECT_EQ(start("summer"), "DTSTART:20050702T020000");
+  EXPECT_EQ(start("weekly"), "DTSTART:20050705T150000");
+  EXPECT_EQ(start("tokyo"), "DTSTART:20050705T180000");
+  EXPECT_EQ(start("utc"), "DTSTART:20050705T180000");
+  EXPECT_EQ(start("own"), "DTSTART:20050705T180000");
+  EXPECT_EQ(start("own series"), "DTSTART:20050705T160000Z");
+  EXPECT_EQ(start("utc series"), "DTSTART:20050705T160000Z");
+  EXPECT_EQ(start("floating"), "DTSTART:20050705T160000");
+  EXPECT_THAT(result.remarks(), ElementsAre("zone-guessed Europe/Berlin", doubt("summer"), doubt("weekly"),
+                                            doubt("tokyo"), doubt("utc"), doubt("own"), doubt("own series")));
+}
+
+TEST(ThunderbirdCalendars, KeepEachItemsClockAndTellItWhereNoZoneHasMost) {
+  const windows::Disk disk;
+  make_database(disk, local,
+                calendars::tables + of_three_zones + "DELETE FROM cal_events WHERE id = 'weekly';" +
+                    calendars::task("more of utc", "a", "2005-07-05 07:00:00", "", "UTC") +
+                    calendars::task("and more", "a", "2005-07-05 07:00:00", "", "UTC"));
+  const auto result = pack_disk(disk.path());
+  const auto start = [&](const char* uid) { return lines_of(result, calendar_file, uid).at(0); };
+  EXPECT_EQ(start("berlin 1"), "DTSTART:20050705T090000");
+  EXPECT_EQ(start("summer"), "DTSTART:20050701T200000");
+  EXPECT_EQ(start("tokyo"), "DTSTART:20050706T010000");
+  EXPECT_EQ(start("utc"), "DTSTART:20050705T160000Z");
+  EXPECT_THAT(result.remarks(),
+              ElementsAre(doubt("berlin 1"), doubt("summer"), doubt("tokyo"), doubt("own series")));
+}
+
+TEST(ThunderbirdCalendars, WhoseZoneIsKnownAreInNoDoubt) {
+  const windows::Disk disk;
+  make_database(disk, local, calendars::tables + of_three_zones);
+  disk.add(calendars::profile + "prefs.js", "user_pref(\"calendar.timezone.local\", \"Asia/Tokyo\");\n");
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(lines_of(result, calendar_file, "summer").at(0), "DTSTART:20050702T090000");
+  EXPECT_THAT(result.remarks(), ElementsAre("other-clock " + local + ": weekly"));
+}
+
 TEST(ThunderbirdCalendars, OfTwoPeopleStayApart) {
   const windows::Disk disk;
   make_database(disk, local,

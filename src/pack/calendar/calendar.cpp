@@ -73,7 +73,11 @@ void Calendar::add(const CalendarItem& item, const std::string& from) {
   packing_.count(kind, component.text.size());
   for (std::size_t i = 1; i < component.items; ++i) packing_.count(kind, 0);
   if (component.is_simplified) packing_.tell_of(kind, Cause::simplified, from);
-  if (component.is_approximate) packing_.tell_of(kind, Cause::other_clock, from);
+  if (home_zone_.empty() && (component.is_of_other_zone || component.is_approximate)) {
+    packing_.tell_of(kind, Cause::clock_in_doubt, from);
+  } else if (component.is_approximate) {
+    packing_.tell_of(kind, Cause::other_clock, from);
+  }
 }
 
 void Calendar::pack(const Nameless& items, const char* folder, const char* name) {

@@ -28,12 +28,17 @@ class Calendar {
   /// `home_zone` is the Olson name of the zone in which the person's clock is; empty when it is not known.
   Calendar(Packing& packing, std::string home_zone);
 
+  /// Takes that zone for the person's, of which nobody knows the zone.
+  void guess_home_zone(const std::string& zone) { home_ = Zone::named(zone); }
+
+  /// Empty when it is not known, guessed or not: what has no zone then comes as an instant.
   const std::string& home_zone() const { return home_zone_; }
 
   /// Adds an appointment (Kind::events) or a task (Kind::tasks) with all of its exceptions. It counts as many
   /// as it becomes in the archive, where each exception is one of its own: as packed; or as left out, when
   /// the same one has come before (the same uid, or without one the same content), when an appointment has no
   /// start, or when each of its days was taken out by its owner. One of a kind that is not wanted is nothing.
+  /// One whose time depends on the person's zone is told when that is not known.
   /// `from` is where it lies, for what is told: the path of the file and what it is called there. Throws
   /// std::runtime_error when there is no room.
   void add(const CalendarItem& item, const std::string& from);

@@ -40,6 +40,7 @@ class ItemWriter {
         texts_(texts_of(item)) {
     result_.is_simplified |= item.is_simplified;
     result_.is_approximate = times_.is_approximate() || item.is_of_unknown_zone;
+    result_.is_of_other_zone = times_.is_of_other_zone();
   }
 
   // One of its times alone, the first one.
@@ -292,6 +293,7 @@ Component component_of(const CalendarItem& item, const std::string& uid, const s
     all.items += one.items;
     all.is_simplified |= one.is_simplified;
     all.is_approximate |= one.is_approximate;
+    all.is_of_other_zone |= one.is_of_other_zone;
   }
   return all;
 }

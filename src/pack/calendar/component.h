@@ -18,9 +18,10 @@ struct Component {
   /// the first one. Single days of an item that is very long have the beginning of its title and its place
   /// alone; the series has all of it.
   std::string text;
-  std::size_t items = 0;        ///< how many that are; none when all days are left out
-  bool is_simplified = false;   ///< something of it has no place there
-  bool is_approximate = false;  ///< it comes again by the clock of another zone
+  std::size_t items = 0;          ///< how many that are; none when all days are left out
+  bool is_simplified = false;     ///< something of it has no place there
+  bool is_approximate = false;    ///< it comes again by the clock of another zone
+  bool is_of_other_zone = false;  ///< it was put on the person's clock, or there is none to put it on
 };
 
 /// The texts of an item stand there again for each single day. So many copies of texts of `size` bytes are

@@ -33,6 +33,14 @@ Times::Times(const CalendarItem& item, const std::optional<Zone>& home) : own_(h
   } else if (start.kind == Moment::Kind::zoned) {
     is_approximate_ = !Zone::named(start.zone);
   }
+  is_of_other_zone_ = is_moved(start, home);
+}
+
+// Of a time in UTC that stays one each clock makes its own.
+bool Times::is_moved(const Moment& start, const std::optional<Zone>& home) const {
+  if (form_ != Form::clock) return false;
+  if (start.kind == Moment::Kind::zoned) return !home || placed(start) != start.seconds;
+  return start.kind == Moment::Kind::instant;
 }
 
 void Times::place_series(const CalendarItem& item, const Moment& start, const std::optional<Zone>& home) {

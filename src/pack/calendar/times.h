@@ -27,6 +27,10 @@ class Times {
   /// person's; or when its zone is not known. It is right at its start.
   bool is_approximate() const { return is_approximate_; }
 
+  /// True when another zone of the person's would have given it another time: it was put on the person's
+  /// clock, or has kept its own since that is not known.
+  bool is_of_other_zone() const { return is_of_other_zone_; }
+
   /// How many days later it is on the person's clock than on its own, when it comes again.
   std::int64_t days_later(const Moment& start) const;
 
@@ -50,6 +54,7 @@ class Times {
   enum class Form : std::uint8_t { days, clock, utc };
 
   void place_series(const CalendarItem& item, const Moment& start, const std::optional<Zone>& home);
+  bool is_moved(const Moment& start, const std::optional<Zone>& home) const;
   std::int64_t own_clock(const Moment& moment) const;
   std::int64_t placed(const Moment& moment) const;
 
@@ -57,6 +62,7 @@ class Times {
   std::optional<Zone> own_;  // by whose clock it is counted
   std::int64_t shift_ = 0;   // from that to the person's
   bool is_approximate_ = false;
+  bool is_of_other_zone_ = false;
 };
 
 }  // namespace pack

@@ -235,10 +235,10 @@ class Clock {
   }
 
   // Outlook did not write the zone of a series before 2007, and people have zones that nobody else knows.
-  // When the person's clock does not show `clock` at that instant, it was another one. False when there is
-  // none.
+  // When the person's clock is not known or does not show `clock` at that instant, it was another one. False
+  // when there is none.
   bool set_by(std::int64_t clock, std::int64_t instant) {
-    if (is_own_ || !zone_ || zone_->clock_at(instant) == clock) return true;
+    if (is_own_ || (zone_ && zone_->clock_at(instant) == clock)) return true;
     const auto zone = Zone::named(zone_ahead_by(clock - instant));
     if (!zone) return false;
     is_guessed_ = true;

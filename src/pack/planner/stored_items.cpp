@@ -193,6 +193,7 @@ class Reader {
     auto item = item_in(from, row);
     if (!item) return;
     item->recurrence = recurrence_of(from, row, *item);
+    if (item->recurrence.is_there()) item->is_of_unknown_zone = is_of_unknown_zone_;
     // Who is invited to one time of a series has that alone, and a series that does not come again.
     check(database_.each(from.exceptions.c_str(), row, [&](const Row& exception) {
       if (bytes_ < most_bytes)
@@ -275,6 +276,8 @@ class Reader {
     item.status = row.text(status) == "NONE" ? "" : row.text(status);
     const bool is_of_days = (row.number(flags) & flag_all_day) != 0;
     item.start = moment(row, start, start_zone, is_of_days);
+    const std::string zone = row.text(start_zone);
+    is_of_unknown_zone_ = item.start.kind == Moment::Kind::instant && !is_utc(zone);
     item.end = moment(row, end, end_zone, is_of_days);
     item.completed = instant(row, completed);
     if (!row.is_null(percent))
@@ -391,6 +394,7 @@ class Reader {
   Packing& packing_;
   Calendar& calendar_;
   std::size_t bytes_ = 0;
+  bool is_of_unknown_zone_ = false;  // the item that was read last
   bool has_journal_ = false;
   bool is_good_ = true;
 };
@@ -408,6 +412,18 @@ bool add_stored_items(const Database& database, const std::string& path, Packing
                                "e.todo_entry, e.todo_entry_tz, e.todo_due, e.todo_due_tz, e.todo_completed, "
                                "e.todo_completed_tz, e.todo_complete"));
   return reader.is_good();
+}
+
+void count_zones(const Database& database, std::map<std::string, std::size_t>& counts) {
+  const auto count = [&](const Row& row) {
+    const std::string name = row.text(0);
+    const std::string zone = is_utc(name) ? "" : zone_in(name);
+    if (!zone.empty() && !is_utc(zone)) ++counts[zone];
+  };
+  static_cast<void>(
+      database.each(("SELECT " + text_of("event_start_tz") + " FROM cal_events").c_str(), count));
+  static_cast<void>(database.each(
+      ("SELECT " + text_of("coalesce(todo_entry_tz, todo_due_tz)") + " FROM cal_todos").c_str(), count));
 }
 
 }  // namespace pack

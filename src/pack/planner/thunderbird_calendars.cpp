@@ -1,6 +1,7 @@
 #include "pack/planner/thunderbird_calendars.h"
 
 #include <array>
+#include <map>
 
 #include "pack/calendar/zones.h"
 #include "pack/database/database.h"
@@ -40,18 +41,25 @@ void tell_of_calendars_elsewhere(Packing& packing, const Prefs& prefs, const std
   }
 }
 
-void add_profile(Packing& packing, const Place& profile, Calendar& calendar, Gaps& gaps) {
-  const Tree& tree = *profile.tree;
+std::vector<std::string> databases_of(const Place& profile, Gaps& gaps) {
+  std::vector<std::string> paths;
   const auto folder = folder_at(profile, folder_of_databases, gaps);
   if (folder) listed(*folder, gaps);
   for (const char* name : databases) {
-    const auto found = folder ? find(tree, folder->path, name) : std::nullopt;
-    if (!found || found->entry.what != What::file) continue;
-    const auto database = Database::open({.tree = &tree, .path = found->path});
-    if (!database || !add_stored_items(*database, found->path, packing, calendar))
-      packing.leave_out(Kind::events, Cause::damaged, found->path);
+    const auto found = folder ? find(*profile.tree, folder->path, name) : std::nullopt;
+    if (found && found->entry.what == What::file) paths.push_back(found->path);
   }
-  if (const auto old = find(tree, profile.path, old_database))
+  return paths;
+}
+
+void add_profile(Packing& packing, const Place& profile, Calendar& calendar, Gaps& gaps) {
+  for (const std::string& path : databases_of(profile, gaps)) {
+    const Place place{.tree = profile.tree, .path = path};
+    const auto database = Database::open(place);
+    if (!database || !add_stored_items(*database, path, packing, calendar))
+      packing.leave_out(Kind::events, database ? Cause::damaged : cause_of_unopened(place), path);
+  }
+  if (const auto old = find(*profile.tree, profile.path, old_database))
     packing.leave_out(Kind::events, Cause::unknown_format, old->path);
   if (packing.wants(Kind::events)) tell_of_calendars_elsewhere(packing, prefs_of(profile), profile.path);
 }
@@ -73,6 +81,26 @@ std::string thunderbird_zone(const Machine& machine, const Person& person, const
     if (!zone.empty()) return zone;
   }
   return "";
+}
+
+std::string zone_of_most_items(const Machine& machine, const Person& person, const Hive* hive) {
+  Gaps gaps;  // told with the calendars
+  std::map<std::string, std::size_t> counts;
+  for (const Place& profile : thunderbird_profiles(machine.disk, person, hive, gaps))
+    for (const std::string& path : databases_of(profile, gaps))
+      if (const auto database = Database::open({.tree = profile.tree, .path = path}))
+        count_zones(*database, counts);
+  std::string most;
+  bool is_alone = false;
+  for (const auto& [zone, count] : counts) {
+    if (!most.empty() && count <= counts[most]) {
+      is_alone = is_alone && count < counts[most];
+      continue;
+    }
+    most = zone;
+    is_alone = true;
+  }
+  return is_alone ? most : "";
 }
 
 }  // namespace pack

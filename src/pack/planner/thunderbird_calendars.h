@@ -17,6 +17,10 @@ void add_thunderbird_calendars(Packing& packing, const Machine& machine, const P
 /// The Olson name of the zone that the programs of a person are set to; empty when none is.
 std::string thunderbird_zone(const Machine& machine, const Person& person, const Hive* hive);
 
+/// The Olson name of the zone that more of a person's appointments and tasks have than any other; empty when
+/// none has one, or as many have another.
+std::string zone_of_most_items(const Machine& machine, const Person& person, const Hive* hive);
+
 }  // namespace pack
 
 #endif
