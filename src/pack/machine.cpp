@@ -4,6 +4,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
+
 namespace pack {
 
 namespace {
@@ -41,7 +43,8 @@ void tell_of_machine(Packing& shared, const Machine& machine) {
   }
   for (const auto& [letter, tree] : machine.disk.volumes())
     for (const std::string& folder : tree->unlisted())
-      shared.tell_of(Kind::others, Cause::unreadable, on_drive(letter, folder));
+      shared.tell_of(Kind::others, cause_at({.tree = tree, .path = folder}, Cause::unreadable),
+                     on_drive(letter, folder));
 }
 
 }  // namespace pack

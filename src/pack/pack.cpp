@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "pack/disk/nameless.h"
+#include "pack/disk/refusal.h"
 #include "pack/files/outside.h"
 #include "pack/parcel/zip.h"
 #include "pack/progress.h"
@@ -107,7 +108,11 @@ void pack_person(Parcel& parcel, Machine& machine, Packed& packed, const std::st
   packed.has_registry = hive.has_value();
   packed.is_registry_dirty = hive && hive->is_dirty();
   if (!hive_file) packed.tally.note(Kind::others, cause_of_missing_hive(machine, packed.person), hive_path);
-  if (hive_file && !hive) packed.tally.note(Kind::others, Cause::registry_unreadable, hive_file->path);
+  if (hive_file && !hive)
+    packed.tally.note(
+        Kind::others,
+        cause_at({.tree = packed.person.home.tree, .path = hive_file->path}, Cause::registry_unreadable),
+        hive_file->path);
   if (packed.is_registry_dirty) packed.tally.note(Kind::others, Cause::registry_dirty, hive_file->path);
   add_places(machine, packed.person, hive ? &*hive : nullptr);
   Packing packing(parcel, packed.tally, folder, options.without);

@@ -7,6 +7,7 @@
 #include "pack/browsers/places.h"
 #include "pack/browsers/readers.h"
 #include "pack/database/database.h"
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/files/known_folders.h"
 #include "pack/files/names.h"
@@ -56,7 +57,7 @@ void add_firefox(Packing& packing, const std::vector<Profile>& profiles, Lists& 
     if (list) {
       lists.add(profile.browser, std::move(*list), places->path);
     } else {
-      packing.leave_out(Kind::bookmarks, Cause::damaged, places->path);
+      packing.leave_out(Kind::bookmarks, cause_of_unopened(*places), places->path);
     }
   }
 }
@@ -70,7 +71,7 @@ void add_chromium(Packing& packing, const std::vector<Profile>& profiles, Lists&
     if (list) {
       lists.add(profile.browser, std::move(*list), file->path);
     } else {
-      packing.leave_out(Kind::bookmarks, Cause::damaged, file->path);
+      packing.leave_out(Kind::bookmarks, cause_at(*file, Cause::damaged), file->path);
     }
   }
 }
@@ -214,7 +215,7 @@ void pack_cookies(Packing& packing, const Machine& machine, const Person& person
   Gaps gaps;
   for (const Profile& profile : firefox_profiles(machine.disk, person, hive, gaps)) {
     const auto file = file_of(profile, "cookies.sqlite");
-    if (file && !cookies.add(*file)) packing.leave_out(Kind::cookies, Cause::damaged, file->path);
+    if (file && !cookies.add(*file)) packing.leave_out(Kind::cookies, cause_of_unopened(*file), file->path);
   }
   cookies.pack();
   tell_of(packing, Kind::cookies, Cause::bound_to_windows,

@@ -2,6 +2,7 @@
 #include <system_error>
 
 #include "pack/browsers/readers.h"
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/files/names.h"
 #include "pack/files/texts.h"
@@ -29,9 +30,9 @@ void add_folder(const Place& folder, const std::string& charset, Bookmark& bookm
   std::vector<Entry> entries;
   try {
     entries = folder.tree->list(folder.path);
-  } catch (const std::system_error&) {
+  } catch (const std::system_error& error) {
     folder.tree->note_told(folder.path);
-    return others.push_back({folder, {.name = "", .what = What::other, .gap = Cause::unreadable}});
+    return others.push_back({folder, {.name = "", .what = What::other, .gap = cause_of(error)}});
   }
   for (const Entry& entry : entries) {
     const Place place{.tree = folder.tree, .path = joined(folder.path, entry.name)};

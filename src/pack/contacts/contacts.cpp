@@ -8,6 +8,7 @@
 #include "pack/contacts/outlook_contacts.h"
 #include "pack/contacts/windows_contacts.h"
 #include "pack/database/database.h"
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/mail/thunderbird_profiles.h"
 
@@ -100,7 +101,9 @@ void add_old_book(Packing& packing, const Place& file, const Entry& entry, Conta
   if (entry.size > longest_mork) return packing.leave_out(Kind::contacts, Cause::too_long, file.path);
   const auto text = whole(file, longest_mork);
   const auto book = text ? read_mork(*text) : std::nullopt;
-  if (!book) return packing.leave_out(Kind::contacts, text ? Cause::damaged : Cause::unreadable, file.path);
+  if (!book)
+    return packing.leave_out(Kind::contacts, text ? Cause::damaged : cause_at(file, Cause::unreadable),
+                             file.path);
   contacts.add_mork(*book, file.path);
 }
 
@@ -112,7 +115,7 @@ void add_profile(Packing& packing, const Place& profile, Contacts& contacts, Gap
     if (!is_address_book(entry.name)) continue;
     const auto database = Database::open(place);
     if (!database || !contacts.add_database(*database, place.path))
-      packing.leave_out(Kind::contacts, Cause::damaged, place.path);
+      packing.leave_out(Kind::contacts, database ? Cause::damaged : cause_of_unopened(place), place.path);
   }
 }
 

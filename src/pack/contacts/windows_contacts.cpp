@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "pack/contacts/windows_contact.h"
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/files/known_folders.h"
 #include "pack/xml/xml.h"
@@ -36,9 +37,9 @@ void each_file(Packing& packing, const Place& folder, const TakeFile& take, int 
   std::vector<Entry> entries;
   try {
     entries = folder.tree->list(folder.path);
-  } catch (const std::system_error&) {
+  } catch (const std::system_error& error) {
     folder.tree->note_told(folder.path);
-    return packing.leave_out(Kind::contacts, Cause::unreadable, folder.path);
+    return packing.leave_out(Kind::contacts, cause_of(error), folder.path);
   }
   for (const Entry& entry : entries) {
     const Place place{.tree = folder.tree, .path = joined(folder.path, entry.name)};
@@ -59,7 +60,8 @@ void add_contact(Packing& packing, const Place& file, const Entry& entry, const 
   const auto text = whole(file, longest_xml);
   const auto card = text ? windows_contact(*text) : std::nullopt;
   if (!card || (card->is_empty() && card->dropped().empty()))
-    return packing.leave_out(Kind::contacts, text ? Cause::damaged : Cause::unreadable, file.path);
+    return packing.leave_out(Kind::contacts, text ? Cause::damaged : cause_at(file, Cause::unreadable),
+                             file.path);
   add(*card, file.path);
 }
 

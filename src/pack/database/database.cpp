@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "pack/disk/refusal.h"
 #include "pack/disk/stop.h"
 
 namespace pack {
@@ -41,6 +42,10 @@ std::int64_t Row::number(int column) const { return sqlite3_column_int64(stateme
 bool Row::is_null(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
 
 void Database::Closing::operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+
+Cause cause_of_unopened(const Place& file) {
+  return cause_at(file, cause_at({.tree = file.tree, .path = file.path + "-wal"}, Cause::damaged));
+}
 
 std::optional<Database> Database::open(const Place& file) {
   auto stage = std::make_unique<Stage>();

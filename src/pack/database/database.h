@@ -31,6 +31,9 @@ class Row {
   sqlite3_stmt* statement_;
 };
 
+/// Why a database could not be opened: Cause::damaged, unless we may not read it.
+Cause cause_of_unopened(const Place& file);
+
 class Database {
  public:
   /// Opens a copy of the file, with what its program had not yet put into it (`-wal`). No value when it

@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "pack/disk/attributes.h"
+#include "pack/disk/refusal.h"
 #include "pack/disk/stop.h"
 
 namespace pack {
@@ -136,11 +137,21 @@ void look_at_link(int folder, Entry& entry) {
                                            : Cause::form_of_windows;
 }
 
+// Root may read all; of others it is asked before, so that what they may not read counts as left out from
+// the beginning.
+bool is_forbidden(int folder, const std::string& name) {
+  return geteuid() != 0 && faccessat(folder, name.c_str(), R_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) != 0 &&
+         is_refusal({errno, std::generic_category()});
+}
+
 // What cannot be looked at is there all the same.
 Entry entry_of(int folder, std::string name, bool has_attributes) {
   Entry entry{.name = std::move(name), .what = What::other, .gap = Cause::unreadable};
   struct stat found {};
-  if (fstatat(folder, entry.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) return entry;
+  if (fstatat(folder, entry.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (is_refusal({errno, std::generic_category()})) entry.gap = Cause::forbidden;
+    return entry;
+  }
   entry.modified = found.st_mtim.tv_sec;
   entry.gap = Cause::special;
   if (S_ISLNK(found.st_mode)) look_at_link(folder, entry);
@@ -152,6 +163,7 @@ Entry entry_of(int folder, std::string name, bool has_attributes) {
     entry.what = What::file;
     entry.size = static_cast<std::uint64_t>(found.st_size);
     entry.gap = has_attributes ? gap_by_attributes(windows_attributes(folder, entry.name)) : std::nullopt;
+    if (!entry.gap && is_forbidden(folder, entry.name)) entry.gap = Cause::forbidden;
   }
   return entry;
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
 #include "pack/files/known_folders.h"
 #include "pack/files/names.h"
 #include "process/archive/layout.h"
@@ -137,9 +138,9 @@ void Files::pack_link(Kind kind, const Place& place, const Entry& entry) {
 std::unique_ptr<Listing> Files::listing_of(Kind kind, const Place& folder) {
   try {
     return folder.tree->entries(folder.path);
-  } catch (const std::system_error&) {
+  } catch (const std::system_error& error) {
     folder.tree->note_told(folder.path);
-    packing_.leave_out(kind, Cause::unreadable, folder.path);
+    packing_.leave_out(kind, cause_of(error), folder.path);
     return nullptr;
   }
 }
@@ -148,9 +149,9 @@ std::unique_ptr<Listing> Files::listing_of(Kind kind, const Place& folder) {
 std::optional<Entry> Files::next_of(Listing& listing, Kind kind, const Place& folder) {
   try {
     return listing.next();
-  } catch (const std::system_error&) {
+  } catch (const std::system_error& error) {
     folder.tree->note_told(folder.path);
-    packing_.leave_out(kind, Cause::unreadable, folder.path);
+    packing_.leave_out(kind, cause_of(error), folder.path);
     return std::nullopt;
   }
 }

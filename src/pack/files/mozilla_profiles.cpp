@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/files/known_folders.h"
 
@@ -102,7 +103,7 @@ class Profiles {
     const auto file = find(*program.tree, program.path, "profiles.ini");
     if (!file) return {};
     const auto text = whole({.tree = program.tree, .path = file->path}, longest_list);
-    if (!text) gaps_.add(Cause::unreadable, file->path);
+    if (!text) gaps_.add(cause_at({.tree = program.tree, .path = file->path}, Cause::unreadable), file->path);
     return text ? list_in(*text) : std::vector<Listed>();
   }
 

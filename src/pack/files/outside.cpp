@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
 #include "pack/files/known_folders.h"
 #include "pack/files/names.h"
 #include "pack/model/sizes.h"
@@ -209,7 +210,7 @@ class Walk {
     if (name.size() > Packing::longest_name) return take_.gap(Cause::path_too_long, place);
     const auto tell = [&] {
       place.tree->note_told(place.path);
-      take_.gap(Cause::unreadable, place);
+      take_.gap(cause_at(place, Cause::unreadable), place);
     };
     const auto listing = opened(place, tell);
     if (!listing) return;

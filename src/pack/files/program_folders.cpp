@@ -4,6 +4,7 @@
 #include <array>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
 #include "pack/files/known_folders.h"
 
 namespace pack {
@@ -20,13 +21,14 @@ constexpr Usual local{"Local AppData", {"AppData/Local", "Local Settings/Applica
 
 // Why a folder that is there cannot be listed, if it cannot.
 std::optional<Cause> gap_of(const Tree& tree, const Found& found) {
-  if (found.entry.gap == Cause::unknown_reparse || found.entry.gap == Cause::unreadable)
+  if (found.entry.gap == Cause::unknown_reparse || found.entry.gap == Cause::unreadable ||
+      (found.entry.gap == Cause::forbidden && found.entry.what != What::file))
     return found.entry.gap;
   if (found.entry.what != What::folder) return std::nullopt;
   try {
     tree.list(found.path);
   } catch (const std::system_error& error) {
-    if (error.code() != std::errc::no_such_file_or_directory) return Cause::unreadable;
+    if (error.code() != std::errc::no_such_file_or_directory) return cause_of(error);
   }
   return std::nullopt;
 }
@@ -60,7 +62,7 @@ std::vector<Entry> listed(const Place& folder, Gaps& gaps) {
   try {
     return folder.tree->list(folder.path);
   } catch (const std::system_error& error) {
-    if (error.code() != std::errc::no_such_file_or_directory) gaps.add(Cause::unreadable, folder);
+    if (error.code() != std::errc::no_such_file_or_directory) gaps.add(cause_of(error), folder);
   }
   return {};
 }

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "pack/disk/folder_tree.h"
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/disk/tool.h"
 
@@ -74,7 +75,7 @@ class Unpacked {
   std::optional<Cause> unpack(const Place& file, std::uint64_t size) {
     if (room_in(stage_.path("")) < copies * size + some_bytes + room_for_others) return Cause::no_room;
     const auto copy = stage_.copy(file, copy_name);
-    if (!copy) return Cause::unreadable;
+    if (!copy) return cause_at(file, Cause::unreadable);
     const ToolEnd first = run("in-order", {}, size);
     if (first.how == ToolEnd::missing) return Cause::unpacker_missing;
     if (first.how == ToolEnd::well && first.complaint.empty() && messages_.size() >= count_in_head(*copy))

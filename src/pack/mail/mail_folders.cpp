@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "pack/disk/refusal.h"
 #include "pack/files/names.h"
 #include "pack/mail/mailbox.h"
 #include "process/archive/layout.h"
@@ -93,7 +94,7 @@ std::vector<Entry> entries_in(const Tree& tree, const std::string& folder, const
   } catch (const std::system_error& error) {
     if (error.code() == std::errc::no_such_file_or_directory) return {};
     tree.note_told(folder);
-    complain(Cause::unreadable, folder);
+    complain(cause_of(error), folder);
   }
   return {};
 }
@@ -109,8 +110,8 @@ void each_message(const MailFolders::Source& source, const Take& take, const Com
             each_message(std::make_unique<OneMessage>(std::move(message)), take);
           },
           complain);
-    } catch (const std::system_error&) {
-      complain(Cause::unreadable, source.place.path);
+    } catch (const std::system_error& error) {
+      complain(cause_of(error), source.place.path);
     }
     return;
   }
@@ -118,8 +119,8 @@ void each_message(const MailFolders::Source& source, const Take& take, const Com
     try {
       if (const auto cause = each_message(tree.open(source.place.path), take))
         complain(*cause, source.place.path);
-    } catch (const std::system_error&) {
-      complain(Cause::unreadable, source.place.path);
+    } catch (const std::system_error& error) {
+      complain(cause_of(error), source.place.path);
     }
     return;
   }
@@ -132,8 +133,8 @@ void each_message(const MailFolders::Source& source, const Take& take, const Com
       }
       try {
         each_message(std::make_unique<OneMessage>(tree.open(path)), take);
-      } catch (const std::system_error&) {
-        complain(Cause::unreadable, path);
+      } catch (const std::system_error& error) {
+        complain(cause_of(error), path);
       }
     }
   }

@@ -4,6 +4,7 @@
 #include <array>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
 #include "pack/files/known_folders.h"
 #include "pack/mail/dbx.h"
 #include "pack/mail/internet_account.h"
@@ -66,9 +67,9 @@ class Stores {
     std::vector<Entry> entries;
     try {
       entries = store.tree->list(store.path);
-    } catch (const std::system_error&) {
+    } catch (const std::system_error& error) {
       store.tree->note_told(store.path);
-      return packing_.leave_out(Kind::mail, Cause::unreadable, store.path);
+      return packing_.leave_out(Kind::mail, cause_of(error), store.path);
     }
     for (const Entry& entry : entries)
       if (entry.what != What::folder && is_mail_folder(entry.name))

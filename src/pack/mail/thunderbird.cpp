@@ -4,6 +4,7 @@
 #include <array>
 #include <filesystem>
 
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/files/known_folders.h"
 #include "pack/mail/prefs.h"
@@ -84,7 +85,7 @@ Prefs prefs_of(const Place& profile, Gaps& gaps) {
   const auto file = find(*profile.tree, profile.path, "prefs.js");
   if (!file) return {};
   const auto text = whole({.tree = profile.tree, .path = file->path}, longest_prefs);
-  if (!text) gaps.add(Cause::unreadable, file->path);
+  if (!text) gaps.add(cause_at({.tree = profile.tree, .path = file->path}, Cause::unreadable), file->path);
   return text ? read_prefs(*text) : Prefs();
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
 #include "pack/disk/stage.h"
 #include "pack/files/known_folders.h"
 #include "pack/mail/internet_account.h"
@@ -44,9 +45,9 @@ void each_message_file(const Place& folder, const TakeMessage& take, const Compl
   std::vector<Entry> entries;
   try {
     entries = folder.tree->list(folder.path);
-  } catch (const std::system_error&) {
+  } catch (const std::system_error& error) {
     folder.tree->note_told(folder.path);
-    return complain(Cause::unreadable, folder.path);
+    return complain(cause_of(error), folder.path);
   }
   for (const Entry& entry : entries) {
     if (!is_message(entry)) continue;
@@ -58,8 +59,8 @@ void each_message_file(const Place& folder, const TakeMessage& take, const Compl
     } else {
       try {
         take(folder.tree->open(path));
-      } catch (const std::system_error&) {
-        complain(Cause::unreadable, path);
+      } catch (const std::system_error& error) {
+        complain(cause_of(error), path);
       }
     }
   }
@@ -90,9 +91,9 @@ class Store {
     try {
       for (const Entry& entry : folder.tree->list(folder.path))
         take(Place{.tree = folder.tree, .path = joined(folder.path, entry.name)}, entry);
-    } catch (const std::system_error&) {
+    } catch (const std::system_error& error) {
       folder.tree->note_told(folder.path);
-      packing_.leave_out(Kind::mail, Cause::unreadable, folder.path);
+      packing_.leave_out(Kind::mail, cause_of(error), folder.path);
     }
   }
 
@@ -145,7 +146,8 @@ class Store {
     const auto text = whole(place, longest_xml);
     const auto found = text ? account_in(*text) : std::nullopt;
     if (!found)
-      return packing_.leave_out(Kind::accounts, text ? Cause::damaged : Cause::unreadable, place.path);
+      return packing_.leave_out(Kind::accounts, text ? Cause::damaged : cause_at(place, Cause::unreadable),
+                                place.path);
     if (found->account) accounts_.add(*found->account, place.path);
     if (found->is_other_mail) packing_.leave_out(Kind::accounts, Cause::no_place, place.path);
   }

@@ -7,6 +7,7 @@
 #include <set>
 #include <system_error>
 
+#include "pack/disk/refusal.h"
 #include "pack/files/known_folders.h"
 #include "pack/files/names.h"
 #include "pack/outlook/profiles.h"
@@ -184,7 +185,7 @@ bool can_read(Packing& packing, const OutlookFile& file, BlocksOfFile& blocks, K
   };
   if (file.entry.gap) return tell(*file.entry.gap);
   if (blocks.is_protected()) return tell(Cause::encrypted);
-  if (blocks.nodes().empty()) return tell(Cause::damaged);
+  if (blocks.nodes().empty()) return tell(cause_at(file.place, Cause::damaged));
   if (blocks.is_damaged() && is_ours) packing.tell_of(kind, Cause::store_damaged, file.place.path);
   return true;
 }

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "pack/disk/refusal.h"
 #include "pack/disk/stop.h"
 
 namespace pack {
@@ -171,8 +172,8 @@ Outcome Zip::add_file(const std::string& name, const Tree& tree, const std::stri
   std::unique_ptr<Content> content;
   try {
     content = tree.open(path);
-  } catch (const std::system_error&) {
-    return {.bytes = 0, .cause = Cause::unreadable};
+  } catch (const std::system_error& error) {
+    return {.bytes = 0, .cause = cause_of(error)};
   }
   Blocks blocks(std::move(content), block_);
   std::string_view block = blocks.next(entry.size);

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "pack/disk/bytes.h"
+#include "pack/disk/refusal.h"
 #include "pack/registry/hive.h"
 
 namespace pack {
@@ -46,7 +47,9 @@ class Hives {
       return std::nullopt;
     }
     auto hive = Hive::open(tree_, file->path);
-    if (!hive) gaps_.push_back({.cause = Cause::machine_registry, .path = file->path});
+    if (!hive)
+      gaps_.push_back({.cause = cause_at({.tree = &tree_, .path = file->path}, Cause::machine_registry),
+                       .path = file->path});
     if (hive && hive->is_dirty()) gaps_.push_back({.cause = Cause::registry_dirty, .path = file->path});
     return hive;
   }

@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "pack/database/database.h"
+#include "pack/disk/refusal.h"
 
 namespace pack {
 
@@ -60,7 +61,7 @@ void tell_of_pictures(const Database& database, const std::string& path, Packing
 
 void add_database(const Place& file, Packing& packing, Notes& notes) {
   const auto database = Database::open(file);
-  if (!database) return packing.leave_out(Kind::notes, Cause::damaged, file.path);
+  if (!database) return packing.leave_out(Kind::notes, cause_of_unopened(file), file.path);
   if (!add_rows(*database, file.path, packing, notes))
     packing.tell_of(Kind::notes, Cause::damaged, file.path);
   tell_of_pictures(*database, file.path, packing);
@@ -161,7 +162,7 @@ void add_compound_file(const Place& file, Packing& packing, Notes& notes) {
                                                  static_cast<gsf_off_t>(bytes->size()), FALSE)
                           : nullptr);
   const Infile root(input ? gsf_infile_msole_new(input.get(), nullptr) : nullptr);
-  if (!root) return packing.leave_out(Kind::notes, Cause::damaged, file.path);
+  if (!root) return packing.leave_out(Kind::notes, cause_at(file, Cause::damaged), file.path);
   const int count = gsf_infile_num_children(root.get());
   for (int i = 0; i < std::min(count, most_notes); ++i) {
     const Input child(gsf_infile_child_by_index(root.get(), i));
