@@ -52,6 +52,34 @@ TEST(Wallpaper, IsTheCopyWhenThePictureIsGone) {
               UnorderedElementsAre("Wallpaper.png", "option.txt"));
 }
 
+// Windows called the folder by a name that the copy does not have.
+TEST(Wallpaper, LiesInTheCopyOfAPersonsFolder) {
+  const windows::Disk disk;
+  disk.add("Pictures/Sea.jpg", "sea");
+  disk.add("Pictures/Other.jpg", "other");
+  for (const char* homes : {R"(C:\Users\)", R"(c:\documents and settings\)"}) {
+    disk.add("NTUSER.DAT", desktop_hive(homes + std::string(R"(Joerg Mueller\Pictures\sea.jpg)"), "2", "0"));
+    const auto result = pack_disk(disk.path());
+    ASSERT_TRUE(result.content.contains("Brindle/Wallpaper/Wallpaper.jpg")) << homes;
+    EXPECT_EQ(result.content.at("Brindle/Wallpaper/Wallpaper.jpg"), "sea");
+    EXPECT_THAT(result.remarks(), IsEmpty());
+  }
+  for (const std::string path :
+       {R"(C:\Users\Joerg Mueller\Pictures\gone.jpg)", R"(C:\Users\Public\Pictures\sea.jpg)",
+        R"(C:\Other\Joerg Mueller\Pictures\sea.jpg)"}) {
+    disk.add("NTUSER.DAT", desktop_hive(path, "2", "0"));
+    EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre("elsewhere " + path));
+  }
+}
+
+// On a whole disk the other person is known.
+TEST(Wallpaper, InAnotherPersonsFolderIsNotTakenForOnesOwn) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Pictures/sea.jpg");
+  disk.add(hive_file, desktop_hive(R"(C:\Users\Bob\Pictures\sea.jpg)", "2", "0"));
+  EXPECT_THAT(pack_disk(disk.path()).remarks(), ElementsAre(R"(elsewhere C:\Users\Bob\Pictures\sea.jpg)"));
+}
+
 TEST(Wallpaper, ThatIsGoneIsTold) {
   const windows::Disk disk;
   disk.add(hive_file, desktop_hive(R"(D:\gone.jpg)", "2", "0"));

@@ -109,6 +109,18 @@ bool is_anothers(const Person& person, const Place& place) {
   return place.path.size() == slash || !is_shared(std::string_view(place.path).substr(slash + 1));
 }
 
+// What lies behind "C:\Users\NAME\" and the like. No value for what all people share.
+std::optional<std::string_view> below_somebodys_home(std::string_view path) {
+  for (const std::string_view homes : {R"(C:\Users\)", R"(C:\Documents and Settings\)"}) {
+    if (!is_same_name(path.substr(0, homes.size()), homes)) continue;
+    const std::string_view below = path.substr(homes.size());
+    const std::size_t end = below.find('\\');
+    if (end == std::string_view::npos || is_shared(below.substr(0, end))) return std::nullopt;
+    return below.substr(end + 1);
+  }
+  return std::nullopt;
+}
+
 // The values of variables that a path may hold, in Windows's own words.
 std::string with_values(std::string path, const std::string& home) {
   const std::size_t colon = std::min(home.find(':') + 1, home.size());
@@ -168,6 +180,11 @@ Whereabouts whereabouts(const Disk& disk, const Person& person, const Hive* hive
     return in_home(person, full, std::string_view(full).substr(home.size() + 1));
   const auto place = disk.find(full);
   if (place && !is_anothers(person, *place)) return {.place = place, .cause = {}, .path = full};
+  // Nothing tells what Windows called the folder when there is no more than a copy of it.
+  if (const auto below = person.home.path.empty() ? below_somebodys_home(full) : std::nullopt) {
+    const Whereabouts here = in_home(person, full, *below);
+    if (here.place || here.cause) return here;
+  }
   return {.place = {}, .cause = Cause::elsewhere, .path = full};
 }
 

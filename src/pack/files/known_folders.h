@@ -45,7 +45,8 @@ struct Whereabouts {
 };
 
 /// The place of a path such as "%USERPROFILE%\Documents" or "E:\Mail". The person's own folder is where it is
-/// on the disk, wherever Windows had it; other people's are none of theirs.
+/// on the disk, wherever Windows had it; other people's are none of theirs. Of a copy of one person's folder
+/// every folder of a person is taken for it, for what is there.
 Whereabouts whereabouts(const Disk& disk, const Person& person, const Hive* hive, const std::string& path);
 
 /// The folder that the registry has under that name ("Personal", "Favorites", "AppData"); nothing when it has
