@@ -29,6 +29,8 @@ std::pair<std::string, std::string> both_sides(const std::string& option, const 
 void set_login(Options& options, const std::string& value) {
   const auto [old_login, login] = both_sides("--login", value);
   if (!is_login(login)) throw UsageError("'" + login + "' is no login name that useradd takes");
+  if (is_login_of_system(login))
+    throw UsageError("'" + login + "' is an account of the system itself; a person needs another login name");
   options.logins[old_login] = login;
 }
 

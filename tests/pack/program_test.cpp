@@ -111,6 +111,11 @@ TEST(Program, GivesTheLoginThatIsAskedFor) {
   EXPECT_THAT(output_of("unzip -Z1 " + out), HasSubstr("Brindle/Profiles/robert/My Documents/c.txt\n"));
   EXPECT_EQ(run("--login bob=ann " + disk.path() + " /tmp/other.zip").status, 2) << "it is Ann's";
   EXPECT_EQ(run("--login bob=../x " + disk.path() + " /tmp/other.zip").status, 2);
+  for (const char* login : {"root", "nobody", "www-data"}) {
+    const Ended ended = run(std::string("--login bob=") + login + " " + disk.path() + " /tmp/other.zip");
+    EXPECT_EQ(ended.status, 2) << login;
+    EXPECT_THAT(ended.complaint, HasSubstr("account of the system")) << login;
+  }
   EXPECT_EQ(run("--login cid=robert " + disk.path() + " /tmp/other.zip").status, 2);
   EXPECT_FALSE(std::filesystem::exists("/tmp/other.zip"));
 }

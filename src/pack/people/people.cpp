@@ -42,8 +42,6 @@ std::string in_ascii(const std::string& text) {
   return ascii.get();
 }
 
-bool is_taken(const std::string& login) { return std::ranges::find(taken, login) != taken.end(); }
-
 std::string with_number(std::string login, int number) {
   const std::string digits = std::to_string(number);
   login.resize(std::min(login.size(), longest_login - digits.size()));
@@ -52,7 +50,7 @@ std::string with_number(std::string login, int number) {
 
 std::string free_login(const std::string& wanted, const std::set<std::string>& others) {
   std::string login = wanted;
-  for (int number = 2; others.contains(login) || is_taken(login); ++number)
+  for (int number = 2; others.contains(login) || is_login_of_system(login); ++number)
     login = with_number(wanted, number);
   return login;
 }
@@ -144,6 +142,8 @@ bool is_login(const std::string& name) {
   return !name.empty() && name.size() <= longest_login && is_letter(name.front()) &&
          std::ranges::all_of(name, is_login_letter);
 }
+
+bool is_login_of_system(const std::string& login) { return std::ranges::find(taken, login) != taken.end(); }
 
 std::string login_of(const std::string& shown) {
   std::string login;

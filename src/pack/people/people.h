@@ -53,6 +53,9 @@ std::string login_of(const std::string& shown);
 /// True when useradd takes it.
 bool is_login(const std::string& name);
 
+/// True for the accounts that every machine has (root, daemon, ...).
+bool is_login_of_system(const std::string& login);
+
 }  // namespace pack
 
 #endif
