@@ -300,6 +300,35 @@ TEST_F(PagesTest, EachPageHasItsPicture) {
   }
 }
 
+bool has_picture(GtkWidget* page) {
+  return gtk_widget_get_style(page)->bg_pixmap[GTK_STATE_NORMAL] != nullptr;
+}
+
+bool has_content(GtkWidget* page) {
+  return gtk_widget_get_visible(gtk_bin_get_child(GTK_BIN(page))) != FALSE;
+}
+
+struct Seen {
+  bool picture;
+  bool content;
+  bool operator==(const Seen&) const = default;
+};
+
+void look(GtkWidget* page, gpointer seen) {
+  static_cast<std::vector<Seen>*>(seen)->push_back({has_picture(page), has_content(page)});
+}
+
+TEST_F(PagesTest, TheFirstPageIsOnTheScreenBeforeItsPictureIsReadAndItsContentMeasured) {
+  build_pages();
+  std::vector<Seen> seen;
+  g_signal_connect(window1, "map", G_CALLBACK(look), &seen);
+  gtk_widget_show(window1);
+  look(window1, &seen);
+  gtk_widget_hide(window1);
+  gtk_widget_show(window1);
+  EXPECT_EQ(seen, (std::vector<Seen>{{false, false}, {true, true}, {true, true}}));
+}
+
 TEST_F(PagesTest, UnknownNamesAreNoCrash) {
   build_pages();
   EXPECT_EQ(lookup_widget(window2, "entry_remote"), nullptr);
