@@ -175,7 +175,7 @@ TEST(Program, NamesAFolderThatCannotBeUsed) {
   EXPECT_EQ(
       without.complaint,
       "brindle-pack: a file for the time being cannot be kept in /nonexistent, which TMPDIR names: No such "
-      "directory\n");
+      "file or directory\n");
 }
 
 TEST(Program, ChangesNothingOnTheDisk) {
