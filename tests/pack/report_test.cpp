@@ -62,6 +62,19 @@ TEST(ReportedNames, OfAllLanguagesAreShown) {
     EXPECT_THAT(report_on(name), HasSubstr(std::string("\n    ") + name + "\n"));
 }
 
+// The second one may be of the same program, and even of the same file.
+TEST(ReportedCauses, TellOfWhatCameTwiceWhereverThatWas) {
+  std::vector<pack::Packed> people(1);
+  people.front().person.login = "ann";
+  people.front().tally.packed(pack::Kind::mail, 1);
+  for (int i = 0; i < 2; ++i)
+    people.front().tally.remark(pack::Kind::mail, pack::Cause::there_already, "Inbox");
+  std::ostringstream out;
+  pack::write_report(out, people);
+  EXPECT_THAT(out.str(),
+              HasSubstr("2 things, each of which was found more than once, and is packed once.\n"));
+}
+
 TEST(Progress, SaysWhatIsLeft) {
   EXPECT_EQ(pack::time_left(10, 0, 100), "?");
   EXPECT_EQ(pack::time_left(10, 50, 100), "0:10");
