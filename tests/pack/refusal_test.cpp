@@ -98,8 +98,8 @@ TEST(Refusals, AreToldOfDatabases) {
                       "CREATE TABLE properties (card TEXT, name TEXT, value TEXT)");
   closed.add(thunderbird + "old.mab");
   closed.add_database(firefox + "places.sqlite", "CREATE TABLE moz_bookmarks (id INTEGER)");
-  closed.add(firefox + "cookies.sqlite-wal");
   make_database(closed.disk(), firefox + "cookies.sqlite", "CREATE TABLE moz_cookies (id INTEGER)");
+  closed.add(firefox + "cookies.sqlite-wal");
   closed.add("Users/Ann/AppData/Local/Google/Chrome/User Data/Default/Bookmarks");
   std::vector<std::string> told = closed.told();
   std::ranges::replace(told, "forbidden " + firefox + "cookies.sqlite-wal",
