@@ -224,8 +224,10 @@ class Ways(unittest.TestCase):
 
     def tidies(self, command):
         """Reads the source for many minutes: the build that is named must be one."""
-        tool, build = command.split()
+        tool, *options, build = command.split()
         self.assertTrue(os.access(tool, os.X_OK))
+        for option in options:
+            self.assertIn(f'"{option}"', Path(tool).read_text())
         self.assertIn(f'"name": "{Path(build).name}"', Path("CMakePresets.json").read_text())
 
     def windows(self, command):
