@@ -489,11 +489,11 @@ class NtfsTree : public Tree {
   std::optional<Entry> looked_through(ntfs_inode* folder, const std::string& path,
                                       std::string_view name) const {
     std::vector<Named> found;
-    each_name(folder, path, [&](Named named) {
+    each_name(folder, path, [&](const Named& named) {
       if (!is_same_name(named.name, name)) return;
       const bool is_better =
           found.empty() || named.name == name || (found.front().name != name && named < found.front());
-      if (is_better) found.assign(1, std::move(named));
+      if (is_better) found.assign(1, named);
     });
     std::vector<Entry> entries = entries_of(found, folder->mft_no);
     return entries.empty() ? std::nullopt : std::optional(std::move(entries.front()));
