@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "keep/keep.h"
 #include "process/run/process.h"
 #include "run/fakes.h"
@@ -201,6 +203,26 @@ TEST_F(RunNoteTest, OfSeveralPeopleNamesThem) {
   migrate("MultiUser Migration=1\n");
   EXPECT_THAT(note(), testing::ContainsRegex("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\n"
                                              "kept=/root/.brindle_before/[-0-9]*\nover=N\nending=ended\n"));
+}
+
+std::string list_of_kept() {
+  std::string list;
+  for (const auto& run : std::filesystem::directory_iterator("/root/.brindle_before"))
+    list += read_file((run.path() / "list.tsv").string());
+  return list;
+}
+
+TEST_F(RunNoteTest, IsOverWithTheListOfWhatWasKeptBeforeTheWizardCanBeLeft) {
+  std::string note_then;
+  std::string list_then;
+  when_done([&] {
+    note_then = read_file(path);
+    list_then = list_of_kept();
+  });
+  migrate("MultiUser Migration=1\n");
+  EXPECT_THAT(note_then, testing::EndsWith("\nending=ended\n"));
+  EXPECT_NE("", list_then);
+  EXPECT_EQ(list_of_kept(), list_then);
 }
 
 TEST_F(RunNoteTest, OfARefusedRunSaysSo) {
