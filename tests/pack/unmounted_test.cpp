@@ -176,6 +176,23 @@ TEST(Unmounted, ADisksOtherPartitionsHaveTheirLetters) {
   EXPECT_EQ(output_of("unzip -p /tmp/more.zip 'Brindle/My Documents/Drive F/Stuff/b.txt'"), "content\n");
 }
 
+TEST(Unmounted, LettersAreFoundWhereverWindowsIs) {
+  windows::NtfsImage data;
+  data.add("Papers/a.txt");
+  const std::uint64_t second = 1024 * 1024 * (1 + 4 + 1);
+  for (const char* place : {"winnt/SYSTEM32/Config/system", "WINDOWS/system32/config/system"}) {
+    windows::NtfsImage system;
+    system.add_folder("Users/Ann");
+    system.add(
+        place,
+        windows::hive({{"MountedDevices",
+                        {{R"(\DosDevices\E:)", windows::mbr_identity(second), windows::Value::binary}}}}));
+    const std::string disk = windows::disk_with_mbr({{system.close()}, {data.close()}});
+    EXPECT_THAT(run(disk + " /tmp/image.zip").said, Not(HasSubstr("another partition"))) << place;
+    EXPECT_THAT(output_of("unzip -Z1 /tmp/image.zip"), HasSubstr("Drive E/Papers/a.txt\n")) << place;
+  }
+}
+
 TEST(Unmounted, ItsImageIsNotWritten) {
   windows::NtfsImage image;
   image.add("Users/Ann/Documents/a.txt");
