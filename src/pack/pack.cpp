@@ -142,7 +142,8 @@ bool lies_on(const std::string& folder, const std::string& source) {
   if (stat(source.c_str(), &of_source) != 0) return false;
   if (S_ISBLK(of_source.st_mode))
     return stat(folder.c_str(), &of_folder) == 0 &&
-           lies_below(device_of(of_folder.st_dev), device_of(of_source.st_rdev));
+           (of_folder.st_dev == of_source.st_rdev ||
+            lies_below(device_of(of_folder.st_dev), device_of(of_source.st_rdev)));
   return lies_below(folder, std::filesystem::canonical(source));
 }
 
