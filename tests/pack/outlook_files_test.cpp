@@ -209,11 +209,41 @@ TEST(OutlookFiles, ThatAreNoneAreTold) {
   EXPECT_EQ(result.content.at(documents + "Outlook data files/none.pst"), "no store");
 }
 
+// What is read of the largest file is what is read of the usual one.
+TEST(OutlookFiles, OfEachFormAndCipherAreRead) {
+  using pst::File;
+  const auto packed = [](File::Form form, File::Cipher cipher) {
+    File file(form);
+    file.cipher = cipher;
+    std::string large;
+    for (int number = 0; number < 40000; ++number) large += std::to_string(number * 7919 % 100003) + " ";
+    pst::Folder folder{.name = "Inbox"};
+    for (int number = 0; number < 120; ++number)
+      folder.items.push_back(message("number " + std::to_string(number)));
+    folder.items.back().attachments = {
+        {.properties = {pst::text(0x3707, "a.txt"), pst::number(0x3705, 1), pst::binary(0x3701, large)}},
+        {.properties = {pst::text(0x3707, "b.txt"), pst::number(0x3705, 1), pst::binary(0x3701, "b")}}};
+    folder.items.back().properties[1] = pst::number(0x0E08, 300000);
+    file.folders = {folder, {.name = "Work", .items = {message("one"), message("two")}}};
+    const windows::Disk disk;
+    disk.add(usual + "a.ost", file.bytes());
+    const auto result = pack_disk(disk.path());
+    EXPECT_EQ(messages_in(result), 122U) << form << int{cipher};
+    EXPECT_THAT(result.remarks(), IsEmpty()) << form << int{cipher};
+    return result.content;
+  };
+  const auto expected = packed(File::unicode, File::none);
+  EXPECT_THAT(expected.at(inbox), testing::HasSubstr("Subject: number 119\n"));
+  for (const File::Form form : {File::unicode, File::ansi_form, File::pages_of_4k})
+    for (const File::Cipher cipher : {File::none, File::permutation, File::cyclic})
+      EXPECT_TRUE(packed(form, cipher) == expected) << form << int{cipher};  // too long to be shown
+}
+
 TEST(OutlookFiles, ThatAreProtectedAreTold) {
   const windows::Disk disk;
   pst::File file;
   file.folders = {{.name = "Inbox", .items = {message("one")}}};
-  file.cipher = 0x10;
+  file.cipher = pst::File::bound_to_windows;
   disk.add(usual + "a.pst", file.bytes());
   EXPECT_THAT(pack_disk(disk.path()).remarks(),
               UnorderedElementsAre("encrypted " + usual + "a.pst", "kept-as-file " + usual + "a.pst"));
@@ -284,8 +314,8 @@ TEST(DamagedOutlookFiles, KeepAMessageWhoseAttachmentIsCut) {
   EXPECT_TRUE(result.people.front().tally.has_losses());
 }
 
-pst::File large_file() {
-  pst::File file;
+pst::File large_file(pst::File::Form form = pst::File::unicode) {
+  pst::File file(form);
   std::vector<pst::Folder> folders{{.name = "Inbox"}, {.name = "Work"}};
   for (pst::Folder& folder : folders)
     for (int number = 0; number < 4; ++number) {
@@ -313,8 +343,7 @@ TEST(DamagedOutlookFiles, ThatWereCutArePackedAsFarAsTheyGo) {
 
 // Every part of the file is once another one: nothing of it ends the program, and nothing lost is kept
 // silent.
-TEST(DamagedOutlookFiles, OfAnyKindNeitherEndTheProgramNorAreSilent) {
-  pst::File file = large_file();
+void expect_loud_damage(pst::File file, std::initializer_list<std::size_t> in_pages) {
   const std::string whole = file.bytes();
   const windows::Disk good;
   good.add(usual + "a.pst", whole);
@@ -322,7 +351,7 @@ TEST(DamagedOutlookFiles, OfAnyKindNeitherEndTheProgramNorAreSilent) {
   const std::string work = "Brindle/Mail/Work";
   std::vector<std::size_t> places{10, 0xB8, 0xD8, 0xE0, 0xE8, 0xF0, 0x201};
   for (const std::size_t page : file.pages)
-    for (const std::size_t at : {0, 200, 488, 504}) places.push_back(page + at);
+    for (const std::size_t at : in_pages) places.push_back(page + at);
   for (std::size_t number = 0; number < file.blocks.size(); number += 9)
     for (const std::size_t at : {0, 14}) places.push_back(file.blocks[number].at + at);
   for (const std::size_t place : places) {
@@ -337,6 +366,14 @@ TEST(DamagedOutlookFiles, OfAnyKindNeitherEndTheProgramNorAreSilent) {
                          result.content.at(work) == expected.content.at(work);
     EXPECT_TRUE(is_same || result.people.front().tally.has_losses()) << place;
   }
+}
+
+TEST(DamagedOutlookFiles, OfAnyKindNeitherEndTheProgramNorAreSilent) {
+  expect_loud_damage(large_file(), {0, 200, 488, 504});
+}
+
+TEST(DamagedOutlookFiles, WithLargePagesNeitherEndTheProgramNorAreSilent) {
+  expect_loud_damage(large_file(pst::File::pages_of_4k), {0, 200, 4056, 4072, 4080});
 }
 
 struct Stored {

@@ -100,7 +100,7 @@ TEST(OutlookMail, OfManyMessagesArrivesWhole) {
   pst::File file;
   pst::Folder folder{.name = "Inbox"};
   std::string expected;
-  for (int number = 0; number < 700; ++number) {
+  for (int number = 0; number < 400; ++number) {
     folder.items.push_back(message("message number " + std::to_string(number)));
     expected += packed("message number " + std::to_string(number));
   }
@@ -363,6 +363,45 @@ TEST(OutlookMail, HasItsAttachments) {
             "   application/octet-stream deep.txt None attachment (4, '662741') \n"
             " text/plain LINK.DOC None attachment (50, '5229f4') \n"
             " application/octet-stream none None attachment (0, 'd41d8c') \n");
+}
+
+// More than one list of blocks holds, more of its own nodes than one block lists, and texts beyond what is
+// held in memory at once.
+TEST(OutlookMail, OfAnySizeArrivesWhole) {
+  const auto numbers = [](int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += "\U0001F600 " + std::to_string(i) + "\r\n";
+    return text;
+  };
+  pst::Item item =
+      message("main", {pst::number(0x0E08, 30000000), pst::text(0x1000, numbers(250000)),
+                       pst::binary(0x1013, "<pre>" + numbers(350000)), pst::number(0x3FDE, 65001)});
+  for (int number = 0; number < 400; ++number)
+    item.attachments.push_back(attachment(std::to_string(number) + ".txt", std::to_string(number)));
+  item.attachments.push_back(attachment("large.bin", numbers(700000)));
+  const windows::Disk disk;
+  pst::File file;
+  file.folders = {{.name = "Inbox", .items = {item, message("next")}}};
+  disk.add(place, file.bytes());
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), IsEmpty());
+  write_file("/tmp/large", result.content.at(mail + "Inbox"));
+  EXPECT_EQ(
+      output_of(
+          "python3 -c \"\n"
+          "import mailbox\n"
+          "for m in mailbox.mbox('/tmp/large'):\n"
+          "  print(m['subject'])\n"
+          "  files = [p for p in m.walk() if p.get_filename()]\n"
+          "  print(len(files), all(p.get_payload(decode=True) == p.get_filename()[:-4].encode() for p in "
+          "files[:-1]))\n"
+          "  for p in m.walk():\n"
+          "    if not p.is_multipart() and (p not in files or p == files[-1]):\n"
+          "      lines = p.get_payload(decode=True).decode(p.get_content_charset('utf-8')).split()\n"
+          "      print(p.get_content_type(), len(lines) // 2, lines[-1], set(lines[2::2]) == "
+          "{chr(0x1F600)})\""),
+      "main\n401 True\ntext/plain 250000 249999 True\ntext/html 350000 349999 True\n"
+      "application/octet-stream 700000 699999 True\nnext\n0 True\ntext/plain 1 next False\n");
 }
 
 TEST(OutlookMail, IsReadByOthersAsItIsHere) {

@@ -1,5 +1,7 @@
 #include "pack/pst_file.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <array>
 #include <stdexcept>
@@ -51,13 +53,56 @@ std::uint64_t signature(std::uint64_t place, std::uint64_t id) {
   return (both >> 16 ^ both) & 0xFFFF;
 }
 
+// The two ciphers' tables, as they are published: which byte stands for each.
+using Table = std::array<unsigned char, 256>;
+
+Table table(std::string_view hexadecimal) {
+  Table bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i)
+    bytes[i] = static_cast<unsigned char>(std::stoi(std::string(hexadecimal.substr(2 * i, 2)), nullptr, 16));
+  return bytes;
+}
+
+const Table first_table = table(
+    "41361362a8216ebbf416cc047f64e85d1ef2cb2a74c55e35d295479e962d9a884c7d843fdbac31b6485ff6c4d8398be7"
+    "233b388ec8c1df25b120a546604e9cfbaad35651457c550007c92b9d859b09a08fadb30f63ab894bd7a7155a716642bf"
+    "264a6b98faea7753b270052cfd593a867ece06eb827857c78d43afb41cd45bcde2e9274fc3087280cfb0eff5286dbe30"
+    "4d3492d50e3c2232e5e4f99fc2d10a8112e1ee918376e397e6618a1779a4b7dc907a5c8c02a6ca69de501a1193b95287"
+    "58fced1d37491b6ae0293399bd6cd994f340546ff0c673b8d63e6518441fdd6710f10c19ecae03a1147ba90bfff8a3c0"
+    "a201f72ebc2468750dfeba2fb5d0da3d");
+
+const Table second_table = table(
+    "14530f56b3c87a9ceb65481716159f02cc547c83000d0c0ba262a876dbd9edc7c5a4dcac8574d6d0a79bae9a967166c3"
+    "6399b8dd73928e847da55ed15d93b1575150808952944f4e0a6bbc8d7f6e47464140440111cb033ff7f4e1a98f3c3af9"
+    "fbf0193082092ec99da08649ee6f4d6dc42d813425871b88aafc06a11238fd4c4272641337246a757743ffe6b44b365c"
+    "e4d8353d45b92cecb7312b290768a30e697b189e2139be281a5b78f523ca2ab0af3efe048ce7e5983295d3f64ae8a6ea"
+    "e9f3d52f7020f21f0567ad5510cecde3273bdabad7c226d4911dd21c2233f8faf15aefcf90b68bb5bdc0bf08971e6ce2"
+    "61e0c6c159abbb58de5fdf60797eb28a");
+
+Table inverse(const Table& table) {
+  Table other{};
+  for (std::size_t i = 0; i < table.size(); ++i) other[table[i]] = static_cast<unsigned char>(i);
+  return other;
+}
+
+std::string compressed(const std::string& data) {
+  uLongf size = compressBound(data.size());
+  std::string bytes(size, '\0');
+  if (compress(reinterpret_cast<Bytef*>(bytes.data()), &size, reinterpret_cast<const Bytef*>(data.data()),
+               data.size()) != Z_OK)
+    throw std::runtime_error("zlib");
+  bytes.resize(size);
+  return bytes.size() < data.size() ? bytes : data;
+}
+
 constexpr std::uint16_t type_number = 3, type_flag = 0xB, type_object = 0xD, type_ansi = 0x1E,
                         type_text = 0x1F, type_time = 0x40, type_binary = 0x102, type_texts = 0x101F;
 
 // A heap in the making: small pieces, in as many blocks as it takes.
 class Heap {
  public:
-  explicit Heap(char use) : use_(use) { blocks_.emplace_back(12, '\0'); }
+  /// An id has so many bits for the number of a piece in its block.
+  Heap(char use, int number_bits) : use_(use), number_bits_(number_bits) { blocks_.emplace_back(12, '\0'); }
 
   std::uint32_t add(const std::string& piece) {
     constexpr std::size_t room = 7000;
@@ -69,7 +114,7 @@ class Heap {
     if (places.empty()) places.push_back(blocks_.back().size());
     blocks_.back() += piece;
     places.push_back(blocks_.back().size());
-    return static_cast<std::uint32_t>((blocks_.size() - 1) << 16 | (places.size() - 1) << 5);
+    return static_cast<std::uint32_t>((blocks_.size() - 1) << (5 + number_bits_) | (places.size() - 1) << 5);
   }
 
   std::vector<std::string> finish(std::uint32_t root) {
@@ -122,6 +167,7 @@ class Heap {
 
  private:
   char use_;
+  int number_bits_;
   std::vector<std::string> blocks_;
   std::vector<std::vector<std::size_t>> places_{{}};
 };
@@ -153,7 +199,7 @@ struct File::Node {
   std::uint64_t subnodes = 0;
 };
 
-std::string File::id_bytes(std::uint64_t id) const { return little(id, form_ == unicode ? 8 : 4); }
+std::string File::id_bytes(std::uint64_t id) const { return little(id, is_wide() ? 8 : 4); }
 
 std::uint16_t File::named(int set, std::uint32_t number) {
   for (const auto& [name, id] : names_)
@@ -171,21 +217,45 @@ std::uint16_t File::named(const std::string& name) {
   return strings_[name] = id;
 }
 
-// Bytes, room to the next 64, and a trailer.
+std::string File::enciphered(std::string data, std::uint64_t id) const {
+  if (cipher == permutation)
+    for (char& c : data) c = static_cast<char>(first_table[static_cast<unsigned char>(c)]);
+  if (cipher == cyclic) {
+    static const Table third_table = inverse(first_table);
+    auto key = static_cast<std::uint16_t>(id ^ id >> 16);
+    for (char& c : data) {
+      const auto low = static_cast<unsigned char>(key);
+      const auto high = static_cast<unsigned char>(key >> 8);
+      auto byte = static_cast<unsigned char>(static_cast<unsigned char>(c) + low);
+      byte = static_cast<unsigned char>(first_table[byte] + high);
+      byte = static_cast<unsigned char>(second_table[byte] - high);
+      c = static_cast<char>(third_table[byte] - low);
+      ++key;
+    }
+  }
+  return data;
+}
+
+// Bytes, room to the next 64, and a trailer. With pages of 4K blocks are compressed, and end at multiples of
+// 512.
 std::uint64_t File::add_block(std::string data, bool is_list) {
   const std::uint64_t id = next_block_ | (is_list ? 2 : 0);
   next_block_ += 4;
-  const std::size_t trailer = form_ == unicode ? 16 : 12;
+  const bool has_4k = form_ == pages_of_4k;
+  const std::size_t trailer = has_4k ? 24 : is_wide() ? 16 : 12;
+  const std::size_t unit = has_4k ? 512 : 64;
   const std::size_t place = file_.size();
+  const std::size_t whole_size = data.size();
+  if (!is_list) data = enciphered(std::move(data), id);
+  if (has_4k) data = compressed(data);
   const std::size_t size = data.size();
-  if (!is_list && encode.size() == 256)
-    for (char& c : data) c = encode[static_cast<unsigned char>(c)];
   const std::uint32_t sum = sum_of(data);
-  data.resize((size + trailer + 63) / 64 * 64 - trailer, '\0');
+  data.resize((size + trailer + unit - 1) / unit * unit - trailer, '\0');
   file_ += data + little(size, 2) + little(signature(place, id), 2);
-  file_ += form_ == unicode ? little(sum, 4) + little(id, 8) : little(id, 4) + little(sum, 4);
-  block_entries_[id] = id_bytes(id) + id_bytes(place) + little(size, 2) + little(2, 2);
-  if (form_ == unicode) block_entries_[id] += little(0, 4);
+  file_ += is_wide() ? little(sum, 4) + little(id, 8) : little(id, 4) + little(sum, 4);
+  if (has_4k) file_ += little(0, 2) + little(whole_size, 2) + little(0, 4);
+  block_entries_[id] = id_bytes(id) + id_bytes(place) + little(size, 2) + little(has_4k ? whole_size : 2, 2);
+  if (is_wide()) block_entries_[id] += little(has_4k ? 2 : 0, 4);
   blocks.push_back({.at = place, .size = size});
   return id;
 }
@@ -222,7 +292,7 @@ std::uint64_t File::add_blocks(const std::vector<std::string>& parts) {
 }
 
 std::uint64_t File::add_data(const std::string& data) {
-  constexpr std::size_t most = 8176;
+  const std::size_t most = form_ == pages_of_4k ? 65512 : 8176;
   std::vector<std::string> parts;
   for (std::size_t at = 0; at < data.size() || parts.empty(); at += most)
     parts.push_back(data.substr(at, most));
@@ -236,7 +306,7 @@ std::uint64_t File::add_subnodes(const std::map<std::uint32_t, Node>& nodes) {
   std::string list;
   std::size_t count = 0;
   std::uint32_t first = 0;
-  const auto pad = form_ == unicode ? little(0, 4) : std::string();
+  const auto pad = is_wide() ? little(0, 4) : std::string();
   const auto end_list = [&] {
     if (count > 0)
       lists.emplace_back(first, add_block(little(2, 1) + little(0, 1) + little(count, 2) + pad + list, true));
@@ -258,7 +328,7 @@ std::uint64_t File::add_subnodes(const std::map<std::uint32_t, Node>& nodes) {
 
 File::Node File::properties_node(const Properties& properties, std::map<std::uint32_t, Node> subnodes) {
   constexpr std::size_t most_in_heap = 2000;
-  Heap heap('\xBC');
+  Heap heap('\xBC', bits_of_pieces());
   std::map<std::uint16_t, std::string> records;
   for (const Property& property : properties) {
     std::string value = property.data;
@@ -316,7 +386,7 @@ File::Node File::table_node(const std::vector<std::pair<std::uint32_t, Propertie
   }
   const std::size_t bits = (all.size() + 7) / 8;
   ends[3] = place + bits;
-  Heap heap('\x7C');
+  Heap heap('\x7C', bits_of_pieces());
   std::vector<std::string> index;
   std::vector<std::string> row_blocks(1);
   const std::size_t rows_in_block = 8176 / ends[3];
@@ -334,7 +404,7 @@ File::Node File::table_node(const std::vector<std::pair<std::uint32_t, Propertie
       char& byte = row[ends[2] + column->bit / 8];
       byte = static_cast<char>(byte | 0x80 >> column->bit % 8);
     }
-    index.push_back(little(id, 4) + little(count, form_ == unicode ? 4 : 2));
+    index.push_back(little(id, 4) + little(count, is_wide() ? 4 : 2));
     if (count > 0 && count % rows_in_block == 0) row_blocks.emplace_back();
     row_blocks.back() += row;
     ++count;
@@ -342,7 +412,7 @@ File::Node File::table_node(const std::vector<std::pair<std::uint32_t, Propertie
   std::ranges::sort(index, [](const std::string& one, const std::string& other) {
     return std::lexicographical_compare(one.rbegin() + 4, one.rend(), other.rbegin() + 4, other.rend());
   });
-  const std::uint32_t index_id = heap.add_index(index, 4, form_ == unicode ? 4 : 2);
+  const std::uint32_t index_id = heap.add_index(index, 4, is_wide() ? 4 : 2);
   std::map<std::uint32_t, Node> subnodes;
   std::uint32_t rows_id = 0;
   if (row_blocks.size() > 1 || row_blocks.front().size() > 3000) {
@@ -394,7 +464,7 @@ void File::add_folder(const Folder& folder, std::uint32_t id, std::uint32_t pare
   const auto add_node = [&](std::uint32_t node_id, const Node& node, std::uint32_t above) {
     node_entries_[node_id] =
         id_bytes(node_id) + id_bytes(node.data) + id_bytes(node.subnodes) + little(above, 4);
-    if (form_ == unicode) node_entries_[node_id] += little(0, 4);
+    if (is_wide()) node_entries_[node_id] += little(0, 4);
   };
   Properties properties{text(0x3001, folder.name), number(0x3602, static_cast<int>(folder.items.size())),
                         number(0x3603, 0), flag(0x360A, !folder.folders.empty())};
@@ -416,8 +486,10 @@ void File::add_folder(const Folder& folder, std::uint32_t id, std::uint32_t pare
 
 std::pair<std::uint64_t, std::uint64_t> File::add_tree(
     const std::vector<std::pair<std::uint64_t, std::string>>& entries, int type, std::size_t entry_size) {
-  const std::size_t page = 512;
-  const std::size_t room = form_ == unicode ? 488 : 496;
+  const bool has_4k = form_ == pages_of_4k;
+  const std::size_t page = has_4k ? 4096 : 512;
+  const std::size_t room = has_4k ? 4056 : is_wide() ? 488 : 496;
+  const std::size_t count_size = has_4k ? 2 : 1;
   std::vector<std::pair<std::uint64_t, std::string>> level = entries;
   std::size_t size = entry_size;
   for (int number = 0;; ++number) {
@@ -429,17 +501,18 @@ std::pair<std::uint64_t, std::uint64_t> File::add_tree(
       std::string bytes;
       for (std::size_t i = begin; i < end; ++i) bytes += level[i].second;
       bytes.resize(room, '\0');
-      bytes += little(end - begin, 1) + little(most, 1) + little(size, 1) +
+      bytes += little(end - begin, count_size) + little(most, count_size) + little(size, 1) +
                little(static_cast<unsigned>(number), 1);
       file_.resize((file_.size() + page - 1) / page * page, '\0');
       const std::uint64_t place = file_.size();
       const std::uint64_t id = next_page_;
       next_page_ += 4;
-      if (form_ == unicode) bytes += little(0, 4);
+      if (is_wide()) bytes += std::string(has_4k ? 10 : 4, '\0');
       const std::uint32_t sum = sum_of(bytes);
       bytes += little(static_cast<unsigned>(type), 1) + little(static_cast<unsigned>(type), 1) +
                little(signature(place, id), 2);
-      bytes += form_ == unicode ? little(sum, 4) + little(id, 8) : little(id, 4) + little(sum, 4);
+      bytes += is_wide() ? little(sum, 4) + little(id, 8) : little(id, 4) + little(sum, 4);
+      if (has_4k) bytes += little(0, 8);
       file_ += bytes;
       pages.push_back(place);
       above.emplace_back(level.empty() ? 0 : level[begin].first,
@@ -448,7 +521,7 @@ std::pair<std::uint64_t, std::uint64_t> File::add_tree(
     }
     if (above.size() == 1) return last;
     level = above;
-    size = form_ == unicode ? 24 : 12;
+    size = is_wide() ? 24 : 12;
   }
 }
 
@@ -464,7 +537,7 @@ std::string File::bytes() {
   pages.clear();
   const auto add_node = [&](std::uint32_t id, const Node& node, std::uint32_t parent) {
     node_entries_[id] = id_bytes(id) + id_bytes(node.data) + id_bytes(node.subnodes) + little(parent, 4);
-    if (form_ == unicode) node_entries_[id] += little(0, 4);
+    if (is_wide()) node_entries_[id] += little(0, 4);
   };
   constexpr std::uint32_t root = 0x122;
   constexpr std::uint32_t top = 0x8022;
@@ -529,28 +602,28 @@ std::string File::bytes() {
   }
   // The two indexes, and the head.
   std::vector<std::pair<std::uint64_t, std::string>> list(block_entries_.begin(), block_entries_.end());
-  const auto block_tree = add_tree(list, 0x80, form_ == unicode ? 24 : 12);
+  const auto block_tree = add_tree(list, 0x80, is_wide() ? 24 : 12);
   list.assign(node_entries_.begin(), node_entries_.end());
-  const auto node_tree = add_tree(list, 0x81, form_ == unicode ? 32 : 16);
+  const auto node_tree = add_tree(list, 0x81, is_wide() ? 32 : 16);
   file_.replace(0, 4, "!BDN");
   file_.replace(8, 2, "SM");
-  put(file_, 10, form_ == unicode ? 23 : 14, 2);
+  put(file_, 10, form_ == pages_of_4k ? 36 : is_wide() ? 23 : 14, 2);
   put(file_, 12, 19, 2);
   put(file_, 14, 0x0101, 2);
-  const std::size_t id = form_ == unicode ? 8 : 4;
-  const std::size_t size_place = form_ == unicode ? 0xB8 : 0xA8;
-  const std::size_t trees = form_ == unicode ? 0xD8 : 0xB8;
+  const std::size_t id = is_wide() ? 8 : 4;
+  const std::size_t size_place = is_wide() ? 0xB8 : 0xA8;
+  const std::size_t trees = is_wide() ? 0xD8 : 0xB8;
   put(file_, size_place, file_.size(), id);
   put(file_, trees, node_tree.first, id);
   put(file_, trees + id, node_tree.second, id);
   put(file_, trees + 2 * id, block_tree.first, id);
   put(file_, trees + 3 * id, block_tree.second, id);
   put(file_, trees + 4 * id, 2, 1);
-  const std::size_t sentinel = form_ == unicode ? 0x200 : 0x1CC;
+  const std::size_t sentinel = is_wide() ? 0x200 : 0x1CC;
   file_[sentinel] = '\x80';
   file_[sentinel + 1] = static_cast<char>(cipher);
   put(file_, 4, sum_of(std::string_view(file_).substr(8, 471)), 4);
-  if (form_ == unicode) put(file_, 524, sum_of(std::string_view(file_).substr(8, 516)), 4);
+  if (is_wide()) put(file_, 524, sum_of(std::string_view(file_).substr(8, 516)), 4);
   return file_;
 }
 

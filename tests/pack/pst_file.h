@@ -60,7 +60,8 @@ inline constexpr int strings_set = -1;
 
 class File {
  public:
-  enum Form { unicode, ansi_form };
+  enum Form { unicode, ansi_form, pages_of_4k };
+  enum Cipher : unsigned char { none, permutation, cyclic, bound_to_windows = 0x10 };
 
   explicit File(Form form = unicode) : form_(form) {}
 
@@ -74,10 +75,8 @@ class File {
   std::vector<Item> at_top;
   std::optional<std::size_t> deleted, sent, outbox, inbox, drafts;
 
-  /// The code of the cipher, written only where the file says which one it has; `encode`, when it has 256
-  /// bytes, is what becomes of each byte of a block of data.
-  unsigned char cipher = 0;
-  std::string encode;
+  /// What was done to the blocks of data. A key of Windows nobody has here: of that there is the code alone.
+  Cipher cipher = none;
 
   /// The file's bytes.
   std::string bytes();
@@ -108,6 +107,9 @@ class File {
   std::pair<std::uint64_t, std::uint64_t> add_tree(
       const std::vector<std::pair<std::uint64_t, std::string>>& entries, int type, std::size_t entry_size);
   std::string id_bytes(std::uint64_t id) const;
+  std::string enciphered(std::string data, std::uint64_t id) const;
+  int bits_of_pieces() const { return form_ == pages_of_4k ? 14 : 11; }
+  bool is_wide() const { return form_ != ansi_form; }
 
   Form form_;
   std::string file_;

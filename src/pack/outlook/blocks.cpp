@@ -39,7 +39,6 @@ struct BlocksOfFile::Shared {
 namespace {
 
 constexpr std::size_t head_size = 1024;
-constexpr std::size_t page_size = 512;
 
 // An honest file is read a few times over; 4K pages are compressed.
 constexpr std::uint64_t times_the_file = 16;
@@ -141,12 +140,37 @@ std::string bytes_at(Stream& stream, std::uint64_t place, std::size_t size) {
   return bytes;
 }
 
+// How a page of an index is laid out: entries, their number, most number, size and level, then a trailer.
+struct PageLayout {
+  std::size_t size;  // of a page
+  std::size_t id_size;
+  std::size_t room;        // for entries
+  std::size_t count_size;  // bytes of their number
+  std::size_t trailer;     // where it begins: with the page's kind, twice
+  std::size_t sum;         // where the sum of all before the trailer is
+};
+constexpr PageLayout page_of_ansi{
+    .size = 512, .id_size = 4, .room = 496, .count_size = 1, .trailer = 500, .sum = 508};
+constexpr PageLayout page_of_unicode{
+    .size = 512, .id_size = 8, .room = 488, .count_size = 1, .trailer = 496, .sum = 500};
+constexpr PageLayout page_of_4k{
+    .size = 4096, .id_size = 8, .room = 4056, .count_size = 2, .trailer = 4072, .sum = 4076};
+
+const PageLayout& page_layout(Blocks::Form form) {
+  if (form == Blocks::Form::ansi) return page_of_ansi;
+  return form == Blocks::Form::pages_of_4k ? page_of_4k : page_of_unicode;
+}
+
 // The pages of the file's two indexes. The library gives an index up at its first damaged page, and does not
 // say so.
 class Index {
  public:
-  Index(Stream& stream, bool is_ansi)
-      : stream_(stream), is_ansi_(is_ansi), pages_left_(stream.size / page_size) {}
+  Index(Stream& stream, const PageLayout& layout)
+      : stream_(stream), layout_(layout), pages_left_(stream.size / layout.size) {}
+
+  /// True when the page there has the sum that it should have. Without `check_sums` none needs to.
+  bool has_sum(std::uint64_t place) { return has_sum(bytes_at(stream_, place, layout_.size)); }
+  void check_sums(bool is_wanted) { checks_sums_ = is_wanted; }
 
   /// Hands out the entries of all pages below one. False when a page is damaged; its entries are left out.
   using Take = std::function<void(std::string_view entry)>;
@@ -154,24 +178,22 @@ class Index {
     return each(place, entry_size, take, any_level);
   }
 
-  std::size_t id_size() const { return is_ansi_ ? 4 : 8; }
+  std::size_t id_size() const { return layout_.id_size; }
 
  private:
   bool each(std::uint64_t place, std::size_t entry_size, const Take& take, int level) {
     constexpr int deepest = 8;
     if (pages_left_ == 0) return false;
     --pages_left_;
-    const std::string page = bytes_at(stream_, place, page_size);
-    const std::size_t room = is_ansi_ ? 496 : 488;
-    const std::size_t tail = is_ansi_ ? 500 : 496;
-    const int own_level = static_cast<int>(number_at(page, room + 3, 1));
+    const std::string page = bytes_at(stream_, place, layout_.size);
+    const std::size_t behind_counts = layout_.room + 2 * layout_.count_size;
+    const int own_level = static_cast<int>(number_at(page, behind_counts + 1, 1));
     const std::size_t size = own_level > 0 ? 3 * id_size() : entry_size;
-    const std::size_t count = number_at(page, room, 1);
+    const std::size_t count = number_at(page, layout_.room, layout_.count_size);
     if (page.empty() || (level != any_level && own_level != level) || own_level > deepest ||
-        count * size > room)
+        count * size > layout_.room)
       return false;
-    if (sum_of(std::string_view(page).substr(0, tail)) != number_at(page, tail + (is_ansi_ ? 8 : 4), 4))
-      return false;
+    if (!is_page(page)) return false;
     bool is_whole = true;
     for (std::size_t entry = 0; entry < count; ++entry) {
       const std::string_view bytes = std::string_view(page).substr(entry * size, size);
@@ -184,14 +206,28 @@ class Index {
     return is_whole;
   }
 
+  bool is_page(std::string_view page) const {
+    const std::uint64_t kind = number_at(page, layout_.trailer, 1);
+    constexpr std::uint64_t of_blocks = 0x80;
+    constexpr std::uint64_t of_nodes = 0x81;
+    if ((kind != of_blocks && kind != of_nodes) || kind != number_at(page, layout_.trailer + 1, 1))
+      return false;
+    return !checks_sums_ || has_sum(page);
+  }
+
+  bool has_sum(std::string_view page) const {
+    return !page.empty() && sum_of(page.substr(0, layout_.trailer)) == number_at(page, layout_.sum, 4);
+  }
+
   static constexpr int any_level = -1;
   Stream& stream_;
-  bool is_ansi_;
+  const PageLayout& layout_;
+  bool checks_sums_ = true;
   std::uint64_t pages_left_;  // pages that lead in a circle end here
 };
 
 // What the library has left out behind a damaged page is added to what it has.
-bool complete_blocks(Index& index, pst_file& file) {
+bool complete_blocks(Index& index, pst_file& file, bool is_compressed) {
   const std::size_t id_size = index.id_size();
   const std::size_t known = file.i_count;
   const auto is_before = [](const pst_index_ll& entry, std::uint64_t id) { return entry.i_id < id; };
@@ -206,7 +242,7 @@ bool complete_blocks(Index& index, pst_file& file) {
     missing.push_back({.i_id = id,
                        .offset = number_at(entry, id_size, id_size),
                        .size = size,
-                       .inflated_size = size,
+                       .inflated_size = is_compressed ? number_at(entry, 2 * id_size + 2, 2) : size,
                        .u1 = 0});
   });
   if (missing.empty()) return is_whole;
@@ -231,10 +267,13 @@ bool take_nodes(Index& index, const pst_file& file, std::vector<Blocks::Node>& n
   });
 }
 
-// The sum in the block's trailer, which ends where the next 64 bytes do.
-bool is_whole_block(Stream& stream, const pst_index_ll& entry, bool is_ansi) {
-  const std::size_t trailer = is_ansi ? 12 : 16;
-  const std::size_t all = (entry.size + trailer + 63) / 64 * 64;
+// The sum in the block's trailer, which ends where the next unit does.
+bool is_whole_block(Stream& stream, const pst_index_ll& entry, Blocks::Form form) {
+  const bool is_ansi = form == Blocks::Form::ansi;
+  const bool has_4k = form == Blocks::Form::pages_of_4k;
+  const std::size_t trailer = has_4k ? 24 : is_ansi ? 12 : 16;
+  const std::size_t unit = has_4k ? 512 : 64;
+  const std::size_t all = (entry.size + trailer + unit - 1) / unit * unit;
   const std::string bytes = bytes_at(stream, entry.offset, all);
   return !bytes.empty() && sum_of(std::string_view(bytes).substr(0, entry.size)) ==
                                number_at(bytes, all - trailer + (is_ansi ? 8 : 4), 4);
@@ -257,17 +296,16 @@ void forget_reads(pst_file& file) {
                         {.read = Stream::read, .write = nullptr, .seek = Stream::seek, .close = nullptr});
   if (file.fp == nullptr) end_process(EXIT_FAILURE);
   // Places are far from each other: to read much ahead is to read in vain.
-  std::array<char, page_size> buffer;
+  std::array<char, page_of_unicode.size> buffer;
   std::setvbuf(file.fp, buffer.data(), _IOFBF, buffer.size());
-  bool is_whole = pst_load_index(&file) == 0;
+  pst_load_index(&file);
   std::vector<Blocks::Node> nodes;
-  // Pages of 4K are laid out otherwise.
-  const bool has_sums = form != Blocks::Form::pages_of_4k;
-  const bool is_ansi = form == Blocks::Form::ansi;
-  if (has_sums) {
-    Index index(stream, is_ansi);
-    is_whole = complete_blocks(index, file) && take_nodes(index, file, nodes);
-  }
+  // How sums are made is published for pages of 512 bytes; those of 4K are believed when one is right.
+  const bool has_4k = form == Blocks::Form::pages_of_4k;
+  Index index(stream, page_layout(form));
+  const bool has_sums = !has_4k || index.has_sum(file.index1) || index.has_sum(file.index2);
+  index.check_sums(has_sums);
+  const bool is_whole = complete_blocks(index, file, has_4k) && take_nodes(index, file, nodes);
   add_nodes(file.d_head, nodes);
   stream.most = UINT64_MAX;
   const Nodes list{.count = nodes.size(), .is_whole = is_whole};
@@ -281,7 +319,7 @@ void forget_reads(pst_file& file) {
     const std::size_t size = entry == nullptr ? 0 : pst_ff_getIDblock_dec(&file, id, &bytes);
     Answer answer;
     if (bytes != nullptr && size > 0)
-      answer = {.size = size, .is_whole = !has_sums || is_whole_block(stream, *entry, is_ansi)};
+      answer = {.size = size, .is_whole = !has_sums || is_whole_block(stream, *entry, form)};
     if (!give(socket, &answer, sizeof answer)) break;
     if (answer.size != no_block && !give(socket, bytes, size)) break;
     std::free(bytes);

@@ -314,6 +314,7 @@ class Body {
   Part joined(const std::string& type, Parts parts);
   static Part of_text(const std::string& type, const std::string& charset, std::string text);
   Part of_bytes(const std::string& head, const Message& owner, std::uint16_t property);
+  Part of_utf16(const std::string& type, const Message& owner, std::uint16_t property);
   std::optional<Part> text(const Message& message, std::uint16_t property);
   std::optional<Part> html(const Message& message);
   std::optional<Part> rtf(const Message& message);
@@ -391,7 +392,24 @@ Part Body::of_bytes(const std::string& head, const Message& owner, std::uint16_t
           }};
 }
 
-constexpr const char* utf16_in_mail = "utf-16le";
+// Mail has no texts in UTF-16. A piece ends before a pair whose other half comes with the next one.
+Part Body::of_utf16(const std::string& type, const Message& owner, std::uint16_t property) {
+  return {.head = "Content-Type: " + type + "; charset=utf-8\nContent-Transfer-Encoding: base64\n",
+          .write = [owner, property, is_whole = is_whole_](const Writer& write) {
+            Base64 base64(write);
+            std::string rest;
+            *is_whole &= owner->each(property, [&](std::string_view bytes) {
+              rest += bytes;
+              std::size_t end = rest.size() / 2 * 2;
+              const auto is_high = [](char c) { return (static_cast<unsigned char>(c) & 0xFC) == 0xD8; };
+              if (end >= 2 && is_high(rest[end - 1])) end -= 2;
+              base64.take(text_of_utf16(std::string_view(rest).substr(0, end)));
+              rest.erase(0, end);
+            });
+            base64.take(text_of_utf16(rest));
+            base64.finish();
+          }};
+}
 
 std::string known_charset(std::uint32_t code_page) {
   std::string charset = charset_of(code_page);
@@ -421,8 +439,9 @@ std::optional<Part> Body::text(const Message& message, std::uint16_t property) {
   const bool is_utf16 = message->form(property) == Form::text;
   if (bytes && bytes->empty()) return std::nullopt;
   if (bytes) return of_text("text/plain", "utf-8", message->text(property));
-  const std::string charset = is_utf16 ? utf16_in_mail : known_charset(message->code_page());
-  return of_bytes("Content-Type: text/plain; charset=" + charset + "\n", message, property);
+  if (is_utf16) return of_utf16("text/plain", message, property);
+  return of_bytes("Content-Type: text/plain; charset=" + known_charset(message->code_page()) + "\n", message,
+                  property);
 }
 
 std::optional<Part> Body::html(const Message& message) {
@@ -433,9 +452,9 @@ std::optional<Part> Body::html(const Message& message) {
   const auto page = static_cast<std::uint32_t>(message->number(id::internet_code_page).value_or(0));
   const bool is_utf16 = message->form(id::html) == Form::text || page == utf16;
   if (!bytes) {
-    if (!is_utf16 && page != 0 && charset_of(page).empty()) *is_whole_ = false;
-    const std::string charset = is_utf16 ? utf16_in_mail : known_charset(page);
-    return of_bytes("Content-Type: text/html; charset=" + charset + "\n", message, id::html);
+    if (is_utf16) return of_utf16("text/html", message, id::html);
+    if (page != 0 && charset_of(page).empty()) *is_whole_ = false;
+    return of_bytes("Content-Type: text/html; charset=" + known_charset(page) + "\n", message, id::html);
   }
   if (is_utf16) return of_text("text/html", "utf-8", text_of_utf16(*bytes));
   if (const std::string charset = charset_of(page); !charset.empty())
