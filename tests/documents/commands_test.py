@@ -256,7 +256,7 @@ class Ways(unittest.TestCase):
         tests = "".join(path.read_text() for path in Path("tests/package").glob("*"))
         self.assertIn("make-package", tests)
         tool = Path("tools/make-package").read_text()
-        for word in ("--install",) if command.startswith("tools/") else command.split()[:1]:
+        for word in command.split()[1:] if command.startswith("tools/") else command.split()[:1]:
             self.assertIn(word, tool + tests)
 
     def printing(self, command):
@@ -296,6 +296,7 @@ WAYS = (
     ("tools/install-packages *", Ways.installs),
     ("tools/tidy *", Ways.tidies),
     ("tools/make-package --install", Ways.package),
+    ("tools/make-package --host i386", Ways.package),
     ("dpkg-buildpackage -us -uc", Ways.package),
     ("apt-get install ./brindle_*.deb", Ways.package),
     ("samples/make DIR", Ways.samples),

@@ -63,6 +63,12 @@ Descriptor open_below(int top, const std::string& path, int flags) {
   }
 }
 
+// On machines of 32 bits stat refuses what has a date before 1901 or after 2038; Windows' first is in 1601.
+bool look_at(int folder, const char* name, int flags, struct statx& found) {
+  constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME;
+  return statx(folder, name, flags | AT_NO_AUTOMOUNT, wanted, &found) == 0;
+}
+
 class FileContent : public Content {
  public:
   explicit FileContent(Descriptor file) : file_(std::move(file)), opened_(looked_at()) {}
@@ -77,9 +83,9 @@ class FileContent : public Content {
   }
 
   bool has_changed() const override {
-    const struct stat now = looked_at();
-    return now.st_size != opened_.st_size || now.st_mtim.tv_sec != opened_.st_mtim.tv_sec ||
-           now.st_mtim.tv_nsec != opened_.st_mtim.tv_nsec;
+    const struct statx now = looked_at();
+    return now.stx_size != opened_.stx_size || now.stx_mtime.tv_sec != opened_.stx_mtime.tv_sec ||
+           now.stx_mtime.tv_nsec != opened_.stx_mtime.tv_nsec;
   }
 
   bool seek(std::uint64_t position) override {
@@ -87,14 +93,14 @@ class FileContent : public Content {
   }
 
  private:
-  struct stat looked_at() const {
-    struct stat found {};
-    if (fstat(file_.get(), &found) != 0) fail("");
+  struct statx looked_at() const {
+    struct statx found {};
+    if (!look_at(file_.get(), "", AT_EMPTY_PATH, found)) fail("");
     return found;
   }
 
   Descriptor file_;
-  struct stat opened_;
+  struct statx opened_;
 };
 
 using Folder = std::unique_ptr<DIR, decltype([](DIR* folder) { closedir(folder); })>;
@@ -140,18 +146,18 @@ void look_at_link(int folder, Entry& entry) {
 // What cannot be looked at is there all the same.
 Entry entry_of(int folder, std::string name, bool has_attributes) {
   Entry entry{.name = std::move(name), .what = What::other, .gap = Cause::unreadable};
-  struct stat found {};
-  if (fstatat(folder, entry.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) return entry;
-  entry.modified = found.st_mtim.tv_sec;
+  struct statx found {};
+  if (!look_at(folder, entry.name.c_str(), AT_SYMLINK_NOFOLLOW, found)) return entry;
+  entry.modified = found.stx_mtime.tv_sec;
   entry.gap = Cause::special;
-  if (S_ISLNK(found.st_mode)) look_at_link(folder, entry);
-  if (S_ISDIR(found.st_mode)) {
+  if (S_ISLNK(found.stx_mode)) look_at_link(folder, entry);
+  if (S_ISDIR(found.stx_mode)) {
     entry.what = What::folder;
     entry.gap.reset();
   }
-  if (S_ISREG(found.st_mode)) {
+  if (S_ISREG(found.stx_mode)) {
     entry.what = What::file;
-    entry.size = static_cast<std::uint64_t>(found.st_size);
+    entry.size = found.stx_size;
     entry.gap = has_attributes ? gap_by_attributes(windows_attributes(folder, entry.name)) : std::nullopt;
   }
   return entry;
