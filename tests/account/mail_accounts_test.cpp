@@ -348,16 +348,22 @@ TEST(KMailAccounts, are_read_as_chinese) {
     write_kmailrc(
         replaced(work_section, "Name=Work\n", output_of("iconv -c -f GB2312 -t utf-8 /tmp/account.txt")) +
         kmail_end);
-    EXPECT_EQ("1 0 1 0 0", numbers(other.look(Kind::mail_accounts))) << name;
+    EXPECT_EQ("1 0 0 0 1", numbers(other.look(Kind::mail_accounts))) << name;
   }
 }
 
 // Without an address nothing else changes.
-TEST(KMailAccounts, what_is_no_chinese_is_changed) {
+TEST(KMailAccounts, letters_that_are_no_chinese_are_named) {
+  const std::string named =
+      ": Its letters are not in the character set GB2312, which this desktop takes them for.";
   const struct {
     const char *name, *there, *counts;
-  } names[] = {
-      {"\xb9\xa4", "\u5de5", "1 1 0 0 0"}, {"Caf\xe9", "Caf", "1 0 1 0 0"}, {"Caf", "Caf", "1 1 0 0 0"}};
+    Names missing;
+  } names[] = {{"\xb9\xa4", "\u5de5", "1 1 0 0 0", {}},
+               {"Caf\xe9", "Caf", "1 0 0 0 1", {"Caf\u00e9" + named}},
+               {"Caf\xe9", "Caf\u00e9", "1 1 0 0 0", {}},  // corrected by hand
+               {"M\u00fcller", "M\u7709ller", "1 0 0 0 1", {"M\u00fcller" + named}},
+               {"Caf", "Caf", "1 1 0 0 0", {}}};
   for (const auto& given : names) {
     const std::string file =
         std::string("Account Name=") + given.name +
@@ -367,7 +373,15 @@ TEST(KMailAccounts, what_is_no_chinese_is_changed) {
     const Scene scene(System::redflag, {{folder + "1", file}});
     write_kmailrc(replaced(work_section, "Name=Work", std::string("Name=") + given.there) + kmail_end);
     EXPECT_EQ(given.counts, numbers(scene.look(Kind::mail_accounts))) << given.there;
+    EXPECT_EQ(given.missing, missing_names(scene.look(Kind::mail_accounts)));
   }
+}
+
+// KMail's accounts have no place for an organization.
+TEST(KMailAccounts, letters_without_a_place_are_not_mistaken) {
+  const Scene scene(System::redflag, {{folder + "1", replaced(plain_work_file, "Lee and Co", "Caf\u00e9")}});
+  write_kmailrc(work_section + kmail_end);
+  EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::mail_accounts)));
 }
 
 TEST(KMailAccounts, no_settings_are_the_cause) {
