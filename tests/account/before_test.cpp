@@ -275,6 +275,28 @@ TEST(Before, each_value_that_evolution_refuses_is_named) {
   }
 }
 
+TEST(Before, each_login_that_evolution_misreads_is_named) {
+  for (const char* key : {"IMAP User Name", "IMAP User", "POP3 User Name", "POP3 User"}) {
+    for (const char* value : {"eva@firm.example", "firm:eva", "firm/eva", "a&@b"}) {
+      const std::string server = std::string(key).substr(0, 4) == "POP3" ? "POP3" : "IMAP";
+      const Entries entries = {
+          {std::string(accounts) + "1", server + " Server=a.example\nSMTP Email Address=ann@a.example\n"},
+          {std::string(accounts) + "2", server + " Server=a.example\n" + key + "=" + value + "\n"}};
+      const std::string two = "Brindle/ImapMail/brindle-email-accounts/2: Evolution will read ";
+      Lines expected = {two + "another login or server for this e-mail account: " + key +
+                        " holds @, : or /."};
+      if (std::string(value) == "a&@b")
+        expected.insert(expected.begin(),
+                        two + "neither this e-mail account nor those after it: " + key + " holds & or <.");
+      EXPECT_EQ(expected, Ahead().archive(entries).see(foresee_accounts)) << value;
+      EXPECT_EQ(Lines{}, Ahead(System::xandros).archive(entries).see(foresee_accounts));
+      EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(entries).see(foresee_accounts));
+    }
+  }
+  const Ahead ahead = Ahead().archive({{std::string(accounts) + "1", "POP3 Server=a\nIMAP User=a@b\n"}});
+  EXPECT_EQ(Lines{}, ahead.see(foresee_accounts));
+}
+
 TEST(Before, a_value_of_the_other_kind_of_account_is_not_used) {
   const Ahead ahead = Ahead().archive(
       {{std::string(accounts) + "1",

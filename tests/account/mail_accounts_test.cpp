@@ -196,13 +196,17 @@ TEST(EvolutionAccounts, a_broken_file_of_good_accounts_is_the_cause) {
 
 // Seen with evolution-source-registry: the first "@" ends the login, and codes are characters.
 TEST(EvolutionAccounts, logins_that_evolution_reads_otherwise_are_named) {
-  for (const char* const login : {"ann@work.example", "ann:lee", "ann/lee", "an%6e"}) {
-    const Scene scene(
-        System::gnome,
-        {{folder + "1", replaced(plain_work_file, "User Name=ann", std::string("User Name=") + login)}});
-    write_gconf({replaced(replaced(work_account, "pop://ann@", std::string("pop://") + login + "@"),
-                          "smtp://ann;", std::string("smtp://") + login + ";")});
+  for (const auto& [login, cause] : std::vector<std::pair<std::string, std::string>>{
+           {"ann@work.example", "Evolution takes a part of its login for the server: the login holds `@`."},
+           {"ann:lee", "The mail program has something else for its login."},
+           {"ann/lee", "Evolution takes a part of its login for the server: the login holds `/`."},
+           {"an%6e", "The mail program has something else for its login."}}) {
+    const Scene scene(System::gnome,
+                      {{folder + "1", replaced(plain_work_file, "User Name=ann", "User Name=" + login)}});
+    write_gconf({replaced(replaced(work_account, "pop://ann@", "pop://" + login + "@"), "smtp://ann;",
+                          "smtp://" + login + ";")});
     EXPECT_EQ("1 0 0 0 1", numbers(scene.look(Kind::mail_accounts))) << login;
+    EXPECT_EQ((Names{"Work (ann@work.example): " + cause}), missing_names(scene.look(Kind::mail_accounts)));
   }
   for (const char* const login : {"ann lee", "100%", "W\\ann", "a;b", "%zz"}) {
     const Scene scene(
@@ -216,6 +220,16 @@ TEST(EvolutionAccounts, logins_that_evolution_reads_otherwise_are_named) {
               Texts()(tally.missing().front().cause, tally.missing().front().detail))
         << login;
   }
+}
+
+TEST(EvolutionAccounts, another_difference_is_not_laid_to_the_login) {
+  const Scene scene(
+      System::gnome,
+      {{folder + "1", replaced(plain_work_file, "User Name=ann", "User Name=ann@work.example")}});
+  write_gconf(
+      {replaced(replaced(work_account, "pop://ann@", "pop://ann@work.example@"), ">Ann Lee<", ">Ann<")});
+  EXPECT_EQ((Names{"Work (ann@work.example): The mail program has something else for the sender's name."}),
+            missing_names(scene.look(Kind::mail_accounts)));
 }
 
 TEST(EvolutionAccounts, a_port_of_its_own_has_no_place) {

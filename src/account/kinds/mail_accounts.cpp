@@ -1,6 +1,7 @@
 #include "account/kinds/mail_accounts.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <vector>
 
@@ -172,14 +173,28 @@ std::optional<Reason> refusal(const Case& of, const MailProgram& program, const 
   return Reason{Cause::evolution_refuses, bare.empty() ? mark_of(Text::characters) : bare};
 }
 
+// Evolution's addresses are LOGIN@SERVER: the sign of the login that ends it too early. Empty for a
+// difference that this does not explain.
+std::string misread_sign(const MailProgram& program, const MailAccount& wanted, Field different) {
+  constexpr std::array addressed = {Field::host, Field::user, Field::smtp_host, Field::smtp_user};
+  const std::string& login = value(wanted, Field::user);
+  const std::size_t place = login.find_first_of("@/");
+  if (program.format != MailFormat::evolution || place == std::string::npos ||
+      std::ranges::find(addressed, different) == addressed.end())
+    return "";
+  return std::string("`") + login[place] + "`";
+}
+
 Reason reason_of(const Case& of, MailProgram& program, const Archived& archived) {
   const MailAccount& wanted = archived.account.values;
   if (const auto refused = refusal(of, program, wanted)) return *refused;
   if (program.unreachable) return *program.unreachable;
   if (take(of, program, wanted, program.behind)) return {Cause::evolution_stops, program.refused.front()};
-  if (const auto field = nearest_difference(of, program, wanted))
-    return {Cause::value_differs, words(*field)};
-  return {Cause::not_there, {}};
+  const auto field = nearest_difference(of, program, wanted);
+  if (!field) return {Cause::not_there, {}};
+  const std::string sign = misread_sign(program, wanted, *field);
+  if (!sign.empty()) return {Cause::login_misread, sign};
+  return {Cause::value_differs, words(*field)};
 }
 
 // One account that breaks the file is why GConf has nothing of the others.
