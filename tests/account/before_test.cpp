@@ -412,7 +412,7 @@ std::string book_with(const std::string& name) {
   write_file("/tmp/name", name);
   EXPECT_EQ(0, shell_quietly("rm -f /tmp/book.db && perl -MDB_File -e '"
                              "tie my %book, \"DB_File\", \"/tmp/book.db\", O_RDWR | O_CREAT, 0644, $DB_HASH;"
-                             "open my $in, \"<\", \"/tmp/name\"; my $name = <$in>;"
+                             "open my $in, \"<\", \"/tmp/name\"; local $/; my $name = <$in>;"
                              "$book{\"PAS-DB-VERSION\\0\"} = \"0.2\\0\"; my $end = \"END:VCARD\\0\";"
                              "$book{\"1\\0\"} = \"BEGIN:VCARD\\r\\nUID:1\\r\\nFN:Ann Lee\\r\\n$end\";"
                              "$book{\"2\\0\"} = \"BEGIN:VCARD\\r\\nUID:2\\r\\nFN:$name\\r\\n$end\";'"));
@@ -442,6 +442,18 @@ TEST(Before, letters_that_kmails_systems_would_lose_are_named) {
     EXPECT_EQ(all, Ahead(System::xandros).archive(written_with(foreign)).see(foresee_letters)) << foreign;
   for (const char* fitting : {"Mueller", "\xcd\xf5"})
     EXPECT_EQ(Lines{}, Ahead(System::redflag).archive(written_with(fitting)).see(foresee_letters)) << fitting;
+}
+
+TEST(Before, contacts_that_tell_their_character_set_keep_their_letters) {
+  const auto seen = [](const std::string& contact) {
+    const Entries book = {{"ImapMail/Contacts/addressbook.db", book_with("Eve\r\n" + contact)}};
+    return Ahead(System::xandros).archive(book).see(foresee_letters).size();
+  };
+  const std::string told = "ORG;CHARSET=UTF-8:M\xc3\xbcller";
+  EXPECT_EQ(0U, seen(told));
+  EXPECT_EQ(0U, seen(told + "\r\nPHOTO;ENCODING=b:/9j/4A=="));
+  EXPECT_EQ(1U, seen(told + "\r\nTITLE:M\xc3\xbcller"));
+  EXPECT_EQ(1U, seen("ORG;CHARSET=none:M\xc3\xbcller"));
 }
 
 TEST(Before, accounts_in_another_character_set_are_noted_where_it_is_guessed) {
