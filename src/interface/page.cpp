@@ -29,8 +29,19 @@ void fix_size(GtkWidget* window) {
                                 static_cast<GdkWindowHints>(GDK_HINT_MIN_SIZE | GDK_HINT_MAX_SIZE));
 }
 
+// Over the look's picture for a window, or null: the look's own.
+void put_over_picture(GtkWidget* window, const char* picture) {
+  GtkRcStyle* own = gtk_rc_style_new();
+  own->bg_pixmap_name[GTK_STATE_NORMAL] = g_strdup(picture);
+  gtk_widget_modify_style(window, own);
+  g_object_unref(own);
+}
+
+// Once: the page may be shown again.
 void show_content(GtkWidget* window, gpointer content) {
+  g_signal_handlers_disconnect_by_func(window, reinterpret_cast<gpointer>(show_content), content);
   gdk_display_flush(gtk_widget_get_display(window));
+  put_over_picture(window, nullptr);
   gtk_widget_show(GTK_WIDGET(content));
 }
 
@@ -154,5 +165,6 @@ void Page::escape_presses(GtkWidget* button) {
 
 void Page::appear_before_content() {
   gtk_widget_hide(fixed_);
+  put_over_picture(window_, "<none>");
   g_signal_connect_after(window_, "map", G_CALLBACK(show_content), fixed_);
 }

@@ -63,8 +63,8 @@ class Page {
   /// The Escape key presses `button`.
   void escape_presses(GtkWidget* button);
 
-  /// Puts the window on the screen first and its content right after: the first page need not wait for its
-  /// fonts to be found.
+  /// Puts the window on the screen first, then its picture and its content: the first page need not wait for
+  /// the one to be read and for the other's fonts to be found.
   void appear_before_content();
 
  private:

@@ -118,7 +118,10 @@ void pack_person(Parcel& parcel, Machine& machine, Packed& packed, const std::st
 
 // The folder that a new file of that name would lie in.
 std::filesystem::path folder_of(const std::string& file) {
-  return std::filesystem::weakly_canonical(std::filesystem::absolute(file)).parent_path();
+  std::error_code error;
+  const auto path = std::filesystem::weakly_canonical(std::filesystem::absolute(file), error);
+  if (error) throw Impossible(file + " cannot be written: " + error.message());
+  return path.parent_path();
 }
 
 // The device that something lies on, as the system shows it: partitions lie below their disk.

@@ -4,7 +4,8 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 
-/// The image at `path`, or null when there is none. The caller owns a reference.
+/// The image at `path`, or null when there is none. It is read once and the same for all: not to be changed.
+/// The caller owns a reference. GUI thread only.
 GdkPixbuf* create_pixbuf(const char* path);
 
 #endif

@@ -291,6 +291,23 @@ TEST_F(PagesTest, TheIconOfTheNovellLayoutLiesUnderOpt) {
   EXPECT_NE(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
 }
 
+TEST_F(PagesTest, TheIconIsReadOnceForAllWindows) {
+  build_pages();
+  build_dialogs();
+  GdkPixbuf* icon = gtk_window_get_icon(GTK_WINDOW(window1));
+  ASSERT_NE(icon, nullptr);
+  for (GtkWidget* window : {window2, window3, fileselection, quit_dialog, dialog_done})
+    EXPECT_EQ(gtk_window_get_icon(GTK_WINDOW(window)), icon) << title_of(window);
+}
+
+TEST_F(PagesTest, AnIconThatWasMissingIsLookedForAgain) {
+  const std::string icon = read_file("/usr/share/pixmaps/Brindle_Icon.png");
+  std::remove("/usr/share/pixmaps/Brindle_Icon.png");
+  EXPECT_EQ(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
+  write_file("/usr/share/pixmaps/Brindle_Icon.png", icon);
+  EXPECT_NE(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
+}
+
 TEST_F(PagesTest, EachPageHasItsPicture) {
   build_pages();
   for (GtkWidget* page : {window1, window2, window3}) {
@@ -298,6 +315,36 @@ TEST_F(PagesTest, EachPageHasItsPicture) {
     settle();
     EXPECT_NE(gtk_widget_get_style(page)->bg_pixmap[GTK_STATE_NORMAL], nullptr) << title_of(page);
   }
+}
+
+bool has_picture(GtkWidget* page) {
+  return gtk_widget_get_style(page)->bg_pixmap[GTK_STATE_NORMAL] != nullptr;
+}
+
+bool has_content(GtkWidget* page) {
+  return gtk_widget_get_visible(gtk_bin_get_child(GTK_BIN(page))) != FALSE;
+}
+
+struct Seen {
+  bool picture;
+  bool content;
+  bool operator==(const Seen&) const = default;
+};
+
+void look(GtkWidget* page, gpointer seen) {
+  static_cast<std::vector<Seen>*>(seen)->push_back({has_picture(page), has_content(page)});
+}
+
+TEST_F(PagesTest, TheFirstPageIsOnTheScreenBeforeItsPictureIsReadAndItsContentMeasured) {
+  build_pages();
+  std::vector<Seen> seen;
+  g_signal_connect(window1, "map", G_CALLBACK(look), &seen);
+  gtk_widget_show(window1);
+  EXPECT_EQ(gtk_widget_get_style(window1)->bg[GTK_STATE_NORMAL].red, 0xf7f7);  // much like the picture
+  look(window1, &seen);
+  gtk_widget_hide(window1);
+  gtk_widget_show(window1);
+  EXPECT_EQ(seen, (std::vector<Seen>{{false, false}, {true, true}, {true, true}}));
 }
 
 TEST_F(PagesTest, UnknownNamesAreNoCrash) {

@@ -202,6 +202,29 @@ TEST(Bookmarks, OfChromeKeepFoldersAndDates) {
 )");
 }
 
+// Its folder is a profile, has some, or both.
+TEST(Bookmarks, OfOperaAreFound) {
+  const std::string opera = "Users/Ann/AppData/Roaming/Opera Software/Opera Stable/";
+  const auto list = [](const std::string& name) {
+    return R"({"roots": {"bar": {"name": "Bar", "children": [{"type": "url", "name": ")" + name +
+           R"(", "url": "http://)" + name + R"(.example/"}]}}})";
+  };
+  const windows::Disk old_one;
+  old_one.add(opera + "Bookmarks", list("one"));
+  old_one.add(opera + "Network/Cookies", "x");
+  EXPECT_THAT(bookmarks_of(old_one), HasSubstr("    <DT><H3>Bar</H3>\n    <DL><p>\n        <DT><A "
+                                               "HREF=\"http://one.example/\""));
+  const windows::Disk disk;
+  disk.add(opera + "Bookmarks", list("one"));
+  disk.add(opera + "Default/Bookmarks", list("two"));
+  disk.add(opera + "Default/Network/Cookies", "x");
+  disk.add("Users/Ann/AppData/Roaming/Opera Software/Opera GX Stable/Default/Bookmarks", list("three"));
+  const std::string all = bookmarks_of(disk);
+  for (const char* part : {"<H3>Opera, Opera</H3>", "http://one.example/", "<H3>Opera, Default</H3>",
+                           "http://two.example/", "<H3>Opera GX</H3>", "http://three.example/"})
+    EXPECT_THAT(all, HasSubstr(part));
+}
+
 TEST(Bookmarks, OfAJsonThatIsNoneAreDamaged) {
   for (const char* json : {"", "{", "[]", "7", R"({"roots": []})", R"({"roots": "x"})"}) {
     EXPECT_FALSE(pack::chromium_bookmarks(json)) << json;

@@ -163,6 +163,21 @@ TEST(Program, KeepsNoCopiesOnTheDisk) {
   }
 }
 
+TEST(Program, NamesAFolderThatCannotBeUsed) {
+  const windows::Disk disk = disk_of_two();
+  const std::string long_name = "/tmp/" + std::string(300, 'n') + "/o.zip";
+  const Ended ended = run(disk.path() + " " + long_name);
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_EQ(ended.complaint, "brindle-pack: " + long_name + " cannot be written: File name too long\n");
+  setenv("TMPDIR", "/nonexistent", 1);
+  const Ended without = run(disk.path() + " " + out);
+  EXPECT_EQ(without.status, 2);
+  EXPECT_EQ(
+      without.complaint,
+      "brindle-pack: a file for the time being cannot be kept in /nonexistent, which TMPDIR names: No such "
+      "file or directory\n");
+}
+
 TEST(Program, ChangesNothingOnTheDisk) {
   const windows::Disk disk = disk_of_two();
   disk.add("Users/Ann/NTUSER.DAT", windows::hive({{"Network\\P", {{"RemotePath", R"(\\s\p)"}}}}));

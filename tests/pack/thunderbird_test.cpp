@@ -334,6 +334,16 @@ TEST(MailFolders, OfImapHaveTheNamesThatPeopleSee) {
       << "what is another way to spell a name is that name";
 }
 
+TEST(MailFolders, WithTheEndingOfSubfoldersInTheirNamesAreShown) {
+  const windows::Disk disk;
+  for (const char* name :
+       {"my.sbd.mail", "backup.sbd", "x.sbd.old.sbd.y", "Work", "Work.sbd/a.sbd", ".sbd.z"})
+    disk.add(local + name, message(name));
+  EXPECT_THAT(pack_disk(disk.path()).files_below("Brindle/Mail/"),
+              UnorderedElementsAre("my_sbd.mail", "backup_sbd", "x_sbd.old_sbd.y", "Work", "Work.sbd/a_sbd",
+                                   "_sbd.z"));
+}
+
 TEST(MailFolders, WithNamesOfOtherFilesAreMailAllTheSame) {
   const windows::Disk disk;
   disk.add(local + "x.log", message("log"));

@@ -9,6 +9,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import zlib
 from pathlib import Path
 from xml.etree import ElementTree
 
@@ -130,6 +131,31 @@ class Install(unittest.TestCase):
             head = (themes / f"{size}x{size}/apps/brindle.png").read_bytes()[:24]
             self.assertEqual(struct.unpack(">8x4x4sII", head), (b"IHDR", size, size))
         self.assertTrue((themes / "scalable/apps/brindle.svg").exists())
+
+
+RGB = 2
+
+
+def parts_of_png(png):
+    at, data = 8, b""
+    while at < len(png):
+        length, kind = struct.unpack(">I4s", png[at:at + 8])
+        if kind == b"IHDR":
+            head = struct.unpack(">IIBB", png[at + 8:at + 18])
+        if kind == b"IDAT":
+            data += png[at + 8:at + 8 + length]
+        at += 12 + length
+    return *head, data
+
+
+class Pictures(unittest.TestCase):
+    def test_the_pages_pictures_have_no_filters(self):
+        """Which take as long to undo as all the rest of reading them."""
+        for page in ("step1", "step2", "step3"):
+            width, height, bits, colours, data = parts_of_png((BUILD / f"data/icons/{page}.png").read_bytes())
+            self.assertEqual((width, height, bits, colours), (640, 434, 8, RGB), page)
+            rows = zlib.decompress(data)
+            self.assertEqual({0}, set(rows[::1 + 3 * width]), page)
 
 
 class OtherPlaces(unittest.TestCase):

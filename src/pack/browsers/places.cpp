@@ -16,11 +16,19 @@ namespace {
 struct Browser {
   const char* name;
   const char* folder;  // in which the profiles lie
+  Settings settings = Settings::local;
+  bool is_a_profile = false;  // that folder itself
 };
 constexpr std::array chromium_browsers{
     Browser{"Chrome", "Google/Chrome/User Data"}, Browser{"Edge", "Microsoft/Edge/User Data"},
     Browser{"Brave", "BraveSoftware/Brave-Browser/User Data"}, Browser{"Vivaldi", "Vivaldi/User Data"},
-    Browser{"Chromium", "Chromium/User Data"}};
+    Browser{"Chromium", "Chromium/User Data"},
+    // Its only profile was the folder, until there were profiles in it as elsewhere.
+    Browser{"Opera", "Opera Software/Opera Stable", Settings::roaming, true},
+    Browser{"Opera GX", "Opera Software/Opera GX Stable", Settings::roaming, true}};
+
+// It holds cookies, and is no profile.
+constexpr std::string_view part_of_a_profile = "Network";
 
 constexpr std::size_t longest_state = std::size_t{1} << 24;
 
@@ -72,16 +80,17 @@ std::vector<Profile> chromium_profiles(const Disk& disk, const Person& person, c
   std::vector<Profile> profiles;
   for (const Browser& browser : chromium_browsers) {
     std::vector<Profile> found;
-    for (const Place& folder : program_folders(Settings::local, browser.folder, disk, person, hive, gaps)) {
+    for (const Place& folder : program_folders(browser.settings, browser.folder, disk, person, hive, gaps)) {
       const auto names = names_in(folder);
-      for (const Entry& entry : listed(folder, gaps)) {
-        const Place place{.tree = folder.tree, .path = joined(folder.path, entry.name)};
-        if (entry.what != What::folder ||
-            !has_one_of(place, {"Bookmarks", "Network/Cookies", "Cookies", "Login Data"}, gaps))
-          continue;
-        const auto name = names.find(entry.name);
-        found.push_back({.browser = name == names.end() ? entry.name : name->second, .folder = place});
-      }
+      const auto add = [&](const std::string& own_name, const Place& place) {
+        if (!has_one_of(place, {"Bookmarks", "Network/Cookies", "Cookies", "Login Data"}, gaps)) return;
+        const auto name = names.find(own_name);
+        found.push_back({.browser = name == names.end() ? own_name : name->second, .folder = place});
+      };
+      if (browser.is_a_profile) add(browser.name, folder);
+      for (const Entry& entry : listed(folder, gaps))
+        if (entry.what == What::folder && !is_same_name(entry.name, part_of_a_profile))
+          add(entry.name, {.tree = folder.tree, .path = joined(folder.path, entry.name)});
     }
     add_named(browser.name, std::move(found), profiles);
   }

@@ -56,7 +56,13 @@ std::size_t Nameless::read_at(std::uint64_t place, char* to, std::size_t most) c
 
 std::string Nameless::path() const { return "/proc/self/fd/" + std::to_string(file_); }
 
-std::string folder_for_copies() { return std::filesystem::temp_directory_path(); }
+std::string folder_for_copies() {
+  std::error_code error;
+  const std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+  if (!error) return folder;
+  const char* const named = std::getenv("TMPDIR");
+  fail(named == nullptr ? "/tmp" : std::string(named) + ", which TMPDIR names", error.value());
+}
 
 bool has_room(const std::string& folder, std::uint64_t bytes) {
   struct statvfs room {};

@@ -33,9 +33,11 @@ std::string name_at_top(const std::string& name) {
   return name;
 }
 
-// A run leaves out what begins with a dot, and programs do not show it.
+// A run leaves out what begins with a dot, and programs do not show it. The ending of folders of subfolders
+// makes one wherever it stands.
 std::string shown_name(std::string name) {
   if (name.starts_with('.')) name.front() = '_';
+  for (std::size_t at = 0; (at = name.find(layout::subfolders, at)) != std::string::npos;) name[at] = '_';
   return name;
 }
 

@@ -94,7 +94,6 @@ std::string folder_name(std::string name) {
     name.resize(longest);
     while (!is_utf8(name)) name.pop_back();
   }
-  for (std::size_t at = 0; (at = name.find(".sbd", at)) != std::string::npos;) name[at] = '_';
   const bool is_no_name = name.find_first_not_of('.') == std::string::npos;
   return is_no_name ? "Folder" + name : name;
 }
