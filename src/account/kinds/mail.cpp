@@ -151,11 +151,9 @@ class Comparison {
     tally_.miss(std::move(name), reason.cause, reason.detail);
   }
 
-  // No message, but its loss is told.
   void miss_empty(const std::string& title, const Folder* folder, const Reason& reason) {
-    if (folder != nullptr && folder->is_there()) return;
-    tally_.find();
-    tally_.miss("folder " + title, reason.cause, reason.detail);
+    if (folder == nullptr || !folder->is_there())
+      tally_.miss_uncounted("folder " + title, reason.cause, reason.detail);
   }
 
   const Case& of_;

@@ -34,6 +34,12 @@ class Tally {
     missing_.push_back({std::move(name), cause, kept(detail)});
   }
 
+  /// For what is named when it is missing, and counted nowhere: an empty folder is no file and no message.
+  void miss_uncounted(std::string name, Cause cause, std::string_view detail = {}) {
+    ++uncounted_;
+    miss(std::move(name), cause, detail);
+  }
+
   /// Gives everything that is missing one cause, which lies deeper than the one that was seen.
   void explain_all(Cause cause, std::string_view detail = {}) {
     for (Missing& thing : missing_) {
@@ -58,13 +64,16 @@ class Tally {
   const std::vector<Missing>& missing() const { return missing_; }
 
   /// False after give_up(), and when the sum does not hold.
-  bool certain() const { return complete_ && found_ == unchanged_ + changed_ + elsewhere_ + missing_.size(); }
+  bool certain() const {
+    return complete_ && found_ + uncounted_ == unchanged_ + changed_ + elsewhere_ + missing_.size();
+  }
 
  private:
   // Hundreds of thousands of things may be missing for the same detail, such as the place of their folder.
   std::string_view kept(std::string_view detail) { return *details_->emplace(detail).first; }
 
   std::size_t found_ = 0;
+  std::size_t uncounted_ = 0;  // of those that are missing
   std::size_t unchanged_ = 0;
   std::size_t changed_ = 0;
   std::size_t elsewhere_ = 0;
