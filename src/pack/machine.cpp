@@ -27,12 +27,7 @@ std::string on_drive(char letter, const std::string& path) { return std::string(
 }  // namespace
 
 void tell_of_machine(Packing& shared, const Machine& machine) {
-  const auto tell = [&](const std::vector<Gap>& gaps) {
-    for (const auto& [cause, path] : gaps) shared.tell_of(Kind::others, cause, path);
-  };
-  tell(machine.disk.gaps());
-  tell(machine.registry.gaps);
-  tell(machine.gaps);
+  for (const auto& [cause, path] : machine.gaps) shared.tell_of(Kind::others, cause, path);
   for (const auto& [letter, tree] : machine.disk.volumes()) {
     const auto file = find(*tree, "", sleeping_memory);
     if (file && sleeps(*tree, file->path))

@@ -31,24 +31,26 @@ Volume opened(const std::string& name) {
   }
 }
 
-// The letters that Windows gave to partitions: values "\DosDevices\D:" that hold what identifies each.
-std::map<std::string, char> letters_of(const Tree& tree) {
+// The letters that Windows gave to partitions: values "\DosDevices\D:" that hold what identifies each. Where
+// damage hides some, the disk has it as a gap.
+std::map<std::string, char> letters_of(Disk& disk) {
   constexpr std::string_view key = "MountedDevices";
   constexpr std::string_view begin = R"(\DosDevices\)";
   std::map<std::string, char> letters;
-  const auto file = find(tree, "", "Windows/System32/config/SYSTEM");
-  const auto system = file ? Hive::open(tree, file->path) : std::nullopt;
+  const auto file = machine_hive(disk.system(), "SYSTEM");
+  const auto system = file ? Hive::open(disk.system(), *file) : std::nullopt;
   if (!system) return letters;
   for (const std::string& name : system->values(key))
     if (name.size() == begin.size() + 2 && name.starts_with(begin) && name.back() == ':')
       if (const auto identity = system->bytes(key, name)) letters[*identity] = name[begin.size()];
+  if (system->is_damaged()) disk.add_gap(Cause::registry_damaged, *file);
   return letters;
 }
 
 // Other partitions of the same disk have the letters that Windows gave them, unless those are taken.
 void add_others(Disk& disk, std::vector<OtherPartition> others) {
   if (others.empty()) return;
-  const auto letters = letters_of(disk.system());
+  const auto letters = letters_of(disk);
   for (OtherPartition& other : others) {
     const auto letter = letters.find(other.identity);
     const bool is_known = letter != letters.end() && letter->second >= 'A' && letter->second <= 'Z';
@@ -143,7 +145,8 @@ bool lies_on(const std::string& folder, const std::string& source) {
   if (stat(source.c_str(), &of_source) != 0) return false;
   if (S_ISBLK(of_source.st_mode))
     return stat(folder.c_str(), &of_folder) == 0 &&
-           lies_below(device_of(of_folder.st_dev), device_of(of_source.st_rdev));
+           (of_folder.st_dev == of_source.st_rdev ||
+            lies_below(device_of(of_folder.st_dev), device_of(of_source.st_rdev)));
   return lies_below(folder, std::filesystem::canonical(source));
 }
 
@@ -197,7 +200,14 @@ Machine machine_of(const Disk& disk, const std::vector<Person>& people, const Op
   Machine machine{.disk = disk, .people = people, .registry = machine_registry(disk)};
   Household household = household_of(disk, machine.registry);
   machine.everybody = std::move(household.people);
-  machine.gaps = std::move(household.gaps);
+  std::set<Gap> known;
+  const auto add = [&](const std::vector<Gap>& gaps) {
+    for (const Gap& gap : gaps)
+      if (known.insert(gap).second) machine.gaps.push_back(gap);
+  };
+  add(disk.gaps());
+  add(machine.registry.gaps);
+  add(household.gaps);
   for (const Person& person : machine.everybody) {
     const auto is_it = [&](const Person& one) {
       return one.home.tree == person.home.tree && one.home.path == person.home.path;

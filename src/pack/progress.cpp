@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace pack {
@@ -50,8 +51,7 @@ void Progress::show() const {
 
 std::string time_left(double passed, std::uint64_t done, std::uint64_t total) {
   if (done == 0) return "?";
-  const auto seconds =
-      static_cast<long>(passed * static_cast<double>(total - done) / static_cast<double>(done) + 0.5);
+  const long seconds = std::lround(passed * static_cast<double>(total - done) / static_cast<double>(done));
   constexpr long minute = 60;
   constexpr long hour = 60 * minute;
   char text[64];

@@ -224,8 +224,10 @@ class Ways(unittest.TestCase):
 
     def tidies(self, command):
         """Reads the source for many minutes: the build that is named must be one."""
-        tool, build = command.split()
+        tool, *options, build = command.split()
         self.assertTrue(os.access(tool, os.X_OK))
+        for option in options:
+            self.assertIn(f'"{option}"', Path(tool).read_text())
         self.assertIn(f'"name": "{Path(build).name}"', Path("CMakePresets.json").read_text())
 
     def windows(self, command):
@@ -254,7 +256,7 @@ class Ways(unittest.TestCase):
         tests = "".join(path.read_text() for path in Path("tests/package").glob("*"))
         self.assertIn("make-package", tests)
         tool = Path("tools/make-package").read_text()
-        for word in ("--install",) if command.startswith("tools/") else command.split()[:1]:
+        for word in command.split()[1:] if command.startswith("tools/") else command.split()[:1]:
             self.assertIn(word, tool + tests)
 
     def printing(self, command):
@@ -294,6 +296,7 @@ WAYS = (
     ("tools/install-packages *", Ways.installs),
     ("tools/tidy *", Ways.tidies),
     ("tools/make-package --install", Ways.package),
+    ("tools/make-package --host i386", Ways.package),
     ("dpkg-buildpackage -us -uc", Ways.package),
     ("apt-get install ./brindle_*.deb", Ways.package),
     ("samples/make DIR", Ways.samples),

@@ -75,15 +75,16 @@ TEST(Zones, HaveWindowsNamesAndThoseOfOthers) {
 }
 
 TEST(Zones, AreThoseOfTheMachine) {
-  const auto zone = [](const windows::Keys& system, const windows::Keys& software) {
+  const auto zone = [](const windows::Keys& system, const windows::Keys& software,
+                       const std::string& windows = "Windows") {
     const windows::Disk folder;
-    folder.add("Windows/System32/config/SYSTEM", windows::hive(system));
-    folder.add("Windows/System32/config/SOFTWARE", windows::hive(software));
+    folder.add(windows + "/System32/config/SYSTEM", windows::hive(system));
+    folder.add(windows + "/System32/config/SOFTWARE", windows::hive(software));
     pack::Options options;
     options.source = folder.path();
     const pack::Disk disk = pack::disk_of(options);
     const std::vector<pack::Person> people;
-    return pack::zone_of({.disk = disk, .people = people});
+    return pack::zone_of({.disk = disk, .people = people, .registry = pack::machine_registry(disk)});
   };
   const std::string key = R"(ControlSet003\Control\TimeZoneInformation)";
   const std::vector<windows::Value> current = {{"Current", "3", windows::Value::dword}};
@@ -96,7 +97,18 @@ TEST(Zones, AreThoseOfTheMachine) {
   // Before Vista.
   EXPECT_EQ(zone({{"Select", current}, {key, {{"StandardName", "Westeuropäische Normalzeit"}}}}, zones),
             "Europe/Berlin");
+  const windows::Keys old = {{"Select", current}, {key, {{"StandardName", "Westeuropäische Normalzeit"}}}};
+  EXPECT_EQ(zone(old, zones, "WINNT"), "Europe/Berlin");
   EXPECT_EQ(zone({{"Select", current}, {key, {{"StandardName", "another"}}}}, zones), "");
+  EXPECT_EQ(zone({{"Select", current},
+                  {key, {{"TimeZoneKeyName", "nowhere"}, {"StandardName", "Tokyo Normalzeit"}}}},
+                 zones),
+            "Asia/Tokyo")
+      << "a name that nobody knows";
+  EXPECT_EQ(zone({{"Select", current},
+                  {key, {{"TimeZoneKeyName", "China Standard Time"}, {"StandardName", "Tokyo Normalzeit"}}}},
+                 zones),
+            "Asia/Shanghai");
   EXPECT_EQ(zone({{"Select", current}}, zones), "");
 }
 

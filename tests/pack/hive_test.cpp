@@ -2,11 +2,14 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <map>
 
 #include "pack/disk/folder_tree.h"
+#include "pack/ntfs_image.h"
 #include "pack/pack.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
@@ -46,10 +49,18 @@ TEST(Hive, OfEachPersonIsReadTwiceWhoeverElseThereIs) {
   for (const auto& [file, times] : opened) EXPECT_LE(times, 2) << file;
 }
 
+// A copy of more than a hive can be has no room here, and would end the program.
+void allow_files_of(rlim_t size) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{size, size};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
 TEST(Hive, ThatIsNoneOrEndlessIsToldAndReadNoFurther) {
   const windows::Disk disk;
   const std::string path = disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
   ASSERT_EQ(truncate(path.c_str(), 40'000'000'000), 0);
+  allow_files_of(300'000'000);
   EXPECT_THAT(recorded::pack_disk(disk.path()).remarks(),
               testing::ElementsAre("registry-unreadable Users/Ann/NTUSER.DAT"));
 }
@@ -78,8 +89,10 @@ std::uint32_t number_at(const std::string& bytes, std::size_t place) {
 // Where the key of that name begins ("nk"), or the value ("vk"), of which there is one.
 std::size_t place_of(const std::string& hive, const std::string& kind, const std::string& name) {
   const std::size_t head = kind == "nk" ? 76 : 20;
+  const std::size_t size = kind == "nk" ? 72 : 2;
   for (std::size_t at = 0; (at = hive.find(name, at)) != std::string::npos; ++at)
-    if (hive.compare(at - head, 2, kind) == 0) return at - head;
+    if (hive.compare(at - head, 2, kind) == 0 && (number_at(hive, at - head + size) & 0xFFFF) == name.size())
+      return at - head;
   ADD_FAILURE() << name << " is not there";
   return 0;
 }
@@ -90,10 +103,11 @@ struct Damage {
   std::string bytes;
 };
 
-// Of a key "Zed" with a key and a value in it.
-std::vector<Damage> damages_of(const std::string& hive, const std::string& above, const std::string& value) {
+// Of a key with a value in it.
+std::vector<Damage> damages_of(const std::string& hive, const std::string& above, const std::string& value,
+                               const std::string& name = "Zed") {
   const std::string nowhere("\xF0\xFF\xFF\x00", 4);
-  const std::size_t key = place_of(hive, "nk", "Zed");
+  const std::size_t key = place_of(hive, "nk", name);
   return {{"the key", key, "xx"},
           {"the list of keys it stands in",
            first_page + number_at(hive, place_of(hive, "nk", above) + 28) + 4, "xx"},
@@ -131,6 +145,94 @@ TEST(DamagedHives, OfTheMachineAreTold) {
     EXPECT_THAT(recorded::pack_disk(disk.path()).remarks(),
                 testing::Contains("registry-damaged Windows/System32/config/SYSTEM"))
         << what;
+  }
+}
+
+// A key that is asked for, what it stands in, and one of its values.
+struct Asked {
+  const char* above;
+  const char* key;
+  const char* value;
+};
+
+std::vector<std::string> remarks_with(const std::string& system, const std::string& software) {
+  static const std::string of_person = windows::hive({});
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", of_person);
+  disk.add("Windows/System32/config/SYSTEM", system);
+  disk.add("Windows/System32/config/SOFTWARE", software);
+  const auto result = recorded::pack_disk(disk.path());
+  EXPECT_EQ(result.people.front().tally.has_losses(), !result.remarks().empty());
+  return result.remarks();
+}
+
+std::string whole_system() {
+  return windows::hive({{"Select", {{"Current", "1", windows::Value::dword}}},
+                        {R"(ControlSet001\Control\Nls\CodePage)", {{"ACP", "1252"}}},
+                        {R"(ControlSet001\Control\Print\Printers)", {}},
+                        {R"(ControlSet001\Control\TimeZoneInformation)",
+                         {{"TimeZoneKeyName", "Zed"}, {"StandardName", "Zed's time"}}}});
+}
+
+std::string whole_software() {
+  const std::string windows = R"(Microsoft\Windows NT\CurrentVersion)";
+  return windows::hive({{windows + "\\ProfileList", {{"ProfilesDirectory", R"(C:\Users)"}}},
+                        {windows + "\\Fonts", {{"Garden", "garden.ttf"}}},
+                        {windows + R"(\Time Zones\Zed Standard Time)", {{"Std", "Zed's time"}}}});
+}
+
+// By the machine, and by its printers as well.
+TEST(DamagedHives, OfTheMachinesSettingsAreToldOnce) {
+  const std::string system = whole_system();
+  const std::string software = whole_software();
+  EXPECT_THAT(remarks_with(system, software), testing::IsEmpty());
+  for (const auto& [above, key, value] :
+       {Asked{"Nls", "CodePage", "ACP"}, Asked{"Control", "TimeZoneInformation", "TimeZoneKeyName"},
+        Asked{"Control", "TimeZoneInformation", "StandardName"}})
+    for (const auto& [what, place, bytes] : damages_of(system, above, value, key)) {
+      std::string hive = system;
+      hive.replace(place, bytes.size(), bytes);
+      EXPECT_THAT(remarks_with(hive, software),
+                  testing::ElementsAre("registry-damaged Windows/System32/config/SYSTEM"))
+          << what << " of " << value;
+    }
+}
+
+TEST(DamagedHives, OfTheMachinesProgramsAreToldOnce) {
+  const std::string system = whole_system();
+  const std::string software = whole_software();
+  for (const auto& [above, key, value] :
+       {Asked{"CurrentVersion", "ProfileList", "ProfilesDirectory"},
+        Asked{"CurrentVersion", "Fonts", "Garden"}, Asked{"Time Zones", "Zed Standard Time", "Std"}})
+    for (const auto& [what, place, bytes] : damages_of(software, above, value, key)) {
+      std::string hive = software;
+      hive.replace(place, bytes.size(), bytes);
+      EXPECT_THAT(remarks_with(system, hive),
+                  testing::ElementsAre("registry-damaged Windows/System32/config/SOFTWARE"))
+          << what << " of " << value;
+    }
+}
+
+TEST(DamagedHives, ThatHideAPartitionsLetterAreToldOnce) {
+  const std::string letter = R"(\DosDevices\E:)";
+  const std::string whole = windows::hive(
+      {{"Select", {{"Current", "1", windows::Value::dword}}},
+       {"MountedDevices", {{letter, "no partition's", windows::Value::binary}, {"other", "x"}}}});
+  const std::string empty = windows::hive({});
+  windows::NtfsImage data;
+  data.add("Papers/a.txt");
+  for (const auto& [what, place, bytes] : damages_of(whole, "$$$PROTO.HIV", letter, "MountedDevices")) {
+    std::string hive = whole;
+    hive.replace(place, bytes.size(), bytes);
+    windows::NtfsImage system;
+    system.add("Users/Ann/NTUSER.DAT", empty);
+    system.add("Windows/System32/config/SYSTEM", hive);
+    system.add("Windows/System32/config/SOFTWARE", empty);
+    const std::string disk = windows::disk_with_mbr({{system.close()}, {data.close()}});
+    const auto remarks = recorded::pack_disk(disk).remarks();
+    EXPECT_THAT(remarks, testing::Contains("registry-damaged Windows/System32/config/SYSTEM").Times(1))
+        << what;
+    EXPECT_THAT(remarks, testing::Contains("other-partition " + disk + "#2")) << what;
   }
 }
 

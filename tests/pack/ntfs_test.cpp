@@ -18,10 +18,12 @@ namespace {
 using pack::Cause;
 using pack::Entry;
 using pack::What;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::StartsWith;
 
 std::unique_ptr<pack::Tree> opened(windows::NtfsImage& image) {
   return pack::open_volume(image.close()).tree;
@@ -386,6 +388,15 @@ TEST(Ntfs, IsNeverWritten) {
   EXPECT_EQ(output_of(look), before);
 }
 
+// As Windows leaves its log when it crashes; who only reads does not need it.
+TEST(Ntfs, AVolumeWhoseLogIsNotInOrderIsRead) {
+  windows::NtfsImage image;
+  image.add("Users/Ann/a.txt", "a");
+  const std::uint64_t log = image.content_of("$LogFile");
+  windows::patch(image.close(), log, "CHKD");
+  EXPECT_EQ(content_of(*opened(image), "Users/Ann/a.txt"), "a");
+}
+
 TEST(Ntfs, SaysNothingOfItsOwn) {
   windows::NtfsImage image;
   image.add("folder/a");
@@ -474,6 +485,55 @@ TEST(Partitions, AChainThatBitesItsTailEnds) {
   windows::patch(disk, third + 446 + 16 + 4, "\x05");
   windows::patch(disk, third + 446 + 16 + 8, distance);
   EXPECT_THAT(names_in(*pack::open_volume(disk).tree), ElementsAre("Users"));
+}
+
+// Damages the blocks of names that the library need not have to open the volume.
+int damage_lists(const std::string& image) {
+  const std::string whole = read_file(image);
+  const std::string needed("$\0S\0e\0c\0u\0r\0e", 13);
+  int blocks = 0;
+  for (std::size_t at = 0; (at = whole.find("INDX", at)) != std::string::npos; at += 4) {
+    const bool leads_to_others = (whole[at + 36] & 1) != 0;
+    if (at % 4096 != 0 || leads_to_others || whole.substr(at, 4096).find(needed) != std::string::npos)
+      continue;
+    windows::patch(image, at, "BAAD");
+    ++blocks;
+  }
+  return blocks;
+}
+
+void expect_told(const std::string& partition) {
+  windows::NtfsImage system;
+  system.add("Users/Ann/a.txt");
+  const std::string disk = windows::disk_with_mbr({{partition, 0x27}, {system.close()}});
+  const pack::Volume volume = pack::open_volume(disk);
+  EXPECT_THAT(names_in(*volume.tree), ElementsAre("Users"));
+  ASSERT_EQ(volume.others.size(), 1U);
+  EXPECT_EQ(volume.others.front().name, disk + "#1");
+  EXPECT_EQ(volume.others.front().cause, Cause::other_partition);
+  ASSERT_NE(volume.others.front().tree, nullptr);
+  EXPECT_THAT(volume.others.front().tree->unlisted(), Not(IsEmpty()));
+}
+
+// Somebody's names lie behind those that start Windows, in a block of their own; they may be anything.
+TEST(Partitions, OfWhichATopIsNotListedToItsEndAreTold) {
+  windows::NtfsImage rescue;
+  for (const char* name :
+       {"$RECYCLE.BIN", "$WINRE_BACKUP_PARTITION.MARKER", "Boot", "BOOTNXT", "BOOTSECT.BAK", "bootmgr", "EFI",
+        "Recovery", "RECYCLER", "System Volume Information"})
+    rescue.add_folder(name);
+  for (int i = 0; i < 6; ++i) rescue.add(std::string(200, 'z') + std::to_string(i));
+  EXPECT_EQ(damage_lists(rescue.close()), 1);
+  EXPECT_THAT(names_in(*opened(rescue)), Each(Not(StartsWith("z"))));
+  expect_told(rescue.close());
+}
+
+TEST(Partitions, OfWhichATopCannotBeListedAreTold) {
+  windows::NtfsImage lost(16);
+  for (int i = 0; i < 2000; ++i) lost.add(std::string(90, 'n') + std::to_string(1000 + i));
+  EXPECT_GT(damage_lists(lost.close()), 100) << "after so many a folder is given up";
+  EXPECT_THROW(opened(lost)->entries(""), std::system_error);
+  expect_told(lost.close());
 }
 
 std::string why_not(const std::string& name) {

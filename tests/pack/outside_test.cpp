@@ -19,6 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
+using testing::UnorderedElementsAreArray;
 using windows::Value;
 
 constexpr const char* documents = "Brindle/My Documents/";
@@ -68,6 +69,48 @@ TEST(Outside, OfSeveralPeopleIsToldWithItsSize) {
   EXPECT_THAT(result.files_below("Brindle/Profiles/"),
               UnorderedElementsAre("ann/My Documents/a.txt", "bob/My Documents/b.txt"));
   EXPECT_TRUE(result.people.back().tally.has_losses());
+}
+
+// Somebody's are those that a registry names, of whoever is packed or not; all else is nobody's, and told
+// once.
+TEST(Outside, OfSeveralPeopleIsSomebodysOrTold) {
+  const windows::Disk disk;
+  const windows::Disk other;
+  disk.add("Users/Ann/NTUSER.DAT", windows::hive({{shell_folders, {{"My Pictures", R"(C:\Fotos)"}}}}));
+  disk.add("Users/Bob/NTUSER.DAT", windows::hive({{shell_folders, {{"Personal", R"(C:\Data\Bob)"}}}}));
+  disk.add("Users/Cid/NTUSER.DAT", windows::hive({{shell_folders, {{"My Music", R"(E:\Songs)"}}}}));
+  for (const char* file : {"Fotos/p.jpg", "Data/Bob/b.txt", "Data/d.txt", "Dell/setup.log", "letter.txt"})
+    disk.add(file, "12345");
+  for (const char* file : {"Songs/s.mp3", "Films/f.avi"}) other.add(file, "12345");
+  pack::Options options;
+  options.drives['E'] = other.path();
+  const auto told = {"outside C:/Data: 1 file, 5 B", "outside C:/Dell: 1 file, 5 B",
+                     "outside C:/letter.txt: 1 file, 5 B", "outside E:/Films: 1 file, 5 B"};
+  auto result = pack_disk(disk.path(), options);
+  EXPECT_THAT(result.files_below("Brindle/Profiles/"),
+              UnorderedElementsAre("ann/My Documents/My Pictures/p.jpg", "bob/My Documents/b.txt",
+                                   "cid/My Documents/My Music/s.mp3"));
+  EXPECT_THAT(result.last_remarks(), UnorderedElementsAreArray(told));
+  options.users = {"Ann", "Bob"};
+  result = pack_disk(disk.path(), options);
+  EXPECT_THAT(result.files_below("Brindle/Profiles/"),
+              UnorderedElementsAre("ann/My Documents/My Pictures/p.jpg", "bob/My Documents/b.txt"));
+  EXPECT_THAT(result.last_remarks(), UnorderedElementsAreArray(told)) << "Cid's is Cid's";
+}
+
+TEST(Outside, WhatTwoPeopleCallTheirsIsWithBoth) {
+  const windows::Disk disk;
+  for (const char* person : {"Users/Ann/NTUSER.DAT", "Users/Bob/NTUSER.DAT"})
+    disk.add(person, windows::hive({{shell_folders, {{"My Pictures", R"(C:\Fotos)"}}}}));
+  disk.add("Fotos/p.jpg");
+  auto result = pack_disk(disk.path());
+  EXPECT_THAT(
+      result.files_below("Brindle/Profiles/"),
+      UnorderedElementsAre("ann/My Documents/My Pictures/p.jpg", "bob/My Documents/My Pictures/p.jpg"));
+  EXPECT_THAT(result.last_remarks(), IsEmpty());
+  pack::Options options;
+  options.users = {"Bob"};
+  EXPECT_THAT(pack_disk(disk.path(), options).files_below(documents), ElementsAre("My Pictures/p.jpg"));
 }
 
 TEST(Outside, OfOnePersonAmongOthersIsPackedWithoutTheOthers) {
@@ -227,6 +270,7 @@ TEST(FontsOfAll, ThatDidNotComeWithWindowsArePacked) {
        {"ARIAL.TTF", "segoeui.ttf", "Garden.otf", "garden bold.ttf", "forgotten.ttf", "vgasys.fon"})
     disk.add(std::string("Windows/Fonts/") + name);
   disk.add("Fonts of mine/Own.ttf", "own");
+  disk.add("Program Files/Common Files/Office/Office.ttf");
   disk.add("Users/Ann/x");
   disk.add("Users/Ann/NTUSER.DAT", windows::hive({}));
   disk.add("Windows/System32/config/SYSTEM", windows::hive({{"Select", {{"Current", "1", Value::dword}}}}));
@@ -237,6 +281,7 @@ TEST(FontsOfAll, ThatDidNotComeWithWindowsArePacked) {
                             {"Garden (OpenType)", "GARDEN.OTF"},
                             {"Garden Bold (TrueType)", "garden bold.ttf"},
                             {"Own (TrueType)", R"(C:\Fonts of mine\Own.ttf)"},
+                            {"Office (TrueType)", R"(%CommonProgramFiles%\Office\Office.ttf)"},
                             {"Gone (TrueType)", R"(C:\Program Files\Gone\gone.ttf)"},
                             {"Far (TrueType)", R"(E:\far.ttf)"}}}}));
   pack::Options options;
@@ -244,11 +289,11 @@ TEST(FontsOfAll, ThatDidNotComeWithWindowsArePacked) {
   const auto result = pack_disk(disk.path(), options);
   EXPECT_THAT(result.files_below("Brindle/Fonts/"),
               UnorderedElementsAre("Garden.otf", "garden bold.ttf", "Own.ttf"));
-  EXPECT_THAT(
-      result.remarks(),
-      UnorderedElementsAre("windows-own Windows/Fonts/ARIAL.TTF", "windows-own Windows/Fonts/segoeui.ttf",
-                           "windows-own Windows/Fonts/vgasys.fon",
-                           "font-in-doubt Windows/Fonts/forgotten.ttf", R"(elsewhere E:\far.ttf)"));
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre(
+                  "windows-own Windows/Fonts/ARIAL.TTF", "windows-own Windows/Fonts/segoeui.ttf",
+                  "windows-own Windows/Fonts/vgasys.fon", "font-in-doubt Windows/Fonts/forgotten.ttf",
+                  R"(elsewhere E:\far.ttf)", R"(elsewhere %CommonProgramFiles%\Office\Office.ttf)"));
 }
 
 TEST(FontsOfAll, ThatDifferInAByteAreTwo) {

@@ -284,6 +284,19 @@ TEST(Registry, ThatIsMissingOnADiskOfWindowsIsTold) {
                                             "registry-dirty Windows/System32/config/SYSTEM"));
 }
 
+TEST(Registry, IsThatOfTheFolderThatHasOne) {
+  const windows::Disk disk;
+  disk.add_folder("Homes/Ann");
+  disk.add("Windows/notepad.exe");
+  disk.add("WINNT/system32/config/software", software({{"S-1-5-21-1-2-3-1001", R"(C:\Homes\Ann)"}}));
+  EXPECT_THAT(names_on(disk), ElementsAre("Ann=ann"));
+  const auto result = recorded::pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), testing::Contains("registry-missing WINNT/System32/config/SYSTEM"));
+  disk.add_folder("Homes/Bob");
+  disk.add(software_place, software({{"S-1-5-21-1-2-3-1001", R"(C:\Homes\Bob)"}}));
+  EXPECT_THAT(names_on(disk), ElementsAre("Bob=bob")) << "of two the one since XP";
+}
+
 TEST(Registry, ThatWasNotCopiedIsToldAndNoLoss) {
   const windows::Disk disk;
   disk.add("Users/Ann/Documents/a.txt");

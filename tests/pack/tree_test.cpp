@@ -154,6 +154,22 @@ TEST(FolderTree, LeavesTheTimesOfReadingAlone) {
   EXPECT_EQ(output_of(look), before);
 }
 
+// What has no date on Windows has that of its clock's beginning.
+TEST(FolderTree, ShowsFilesOfEveryDate) {
+  ASSERT_EQ(output_of("mount -t tmpfs none /mnt && cd /mnt && touch -d '1601-01-01 UTC' first && "
+                      "touch -d '2107-12-31 23:59:58 UTC' last && echo done"),
+            "done\n");
+  const auto tree = pack::folder_tree("/mnt");
+  const std::vector<pack::Entry> entries = tree->list("");
+  ASSERT_THAT(names_in(*tree, ""), ElementsAre("first", "last"));
+  EXPECT_EQ(entries[0].modified, -11644473600);
+  EXPECT_EQ(entries[1].modified, 4354819198);
+  for (const pack::Entry& entry : entries) {
+    EXPECT_EQ(entry.what, pack::What::file);
+    EXPECT_FALSE(tree->open(entry.name)->has_changed());
+  }
+}
+
 // Who may not ask for that reads all the same.
 TEST(FolderTree, ReadsWhatIsAnothers) {
   const windows::Disk disk;

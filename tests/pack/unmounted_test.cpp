@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "pack/ntfs_image.h"
@@ -176,6 +177,23 @@ TEST(Unmounted, ADisksOtherPartitionsHaveTheirLetters) {
   EXPECT_EQ(output_of("unzip -p /tmp/more.zip 'Brindle/My Documents/Drive F/Stuff/b.txt'"), "content\n");
 }
 
+TEST(Unmounted, LettersAreFoundWhereverWindowsIs) {
+  windows::NtfsImage data;
+  data.add("Papers/a.txt");
+  const std::uint64_t second = 1024 * 1024 * (1 + 4 + 1);
+  for (const char* place : {"winnt/SYSTEM32/Config/system", "WINDOWS/system32/config/system"}) {
+    windows::NtfsImage system;
+    system.add_folder("Users/Ann");
+    system.add(
+        place,
+        windows::hive({{"MountedDevices",
+                        {{R"(\DosDevices\E:)", windows::mbr_identity(second), windows::Value::binary}}}}));
+    const std::string disk = windows::disk_with_mbr({{system.close()}, {data.close()}});
+    EXPECT_THAT(run(disk + " /tmp/image.zip").said, Not(HasSubstr("another partition"))) << place;
+    EXPECT_THAT(output_of("unzip -Z1 /tmp/image.zip"), HasSubstr("Drive E/Papers/a.txt\n")) << place;
+  }
+}
+
 TEST(Unmounted, ItsImageIsNotWritten) {
   windows::NtfsImage image;
   image.add("Users/Ann/Documents/a.txt");
@@ -187,23 +205,73 @@ TEST(Unmounted, ItsImageIsNotWritten) {
   EXPECT_EQ(output_of(look), before);
 }
 
+// An image as a device, or a partition of it, mounted on /mnt/w.
+struct Mounted {
+  explicit Mounted(const std::string& image, const std::string& partition = "") {
+    write_file("/tmp/mount.sh", R"(
+      set -e
+      # The private view has no devices of disks.
+      [ -e /dev/loop-control ] || mknod -m 600 /dev/loop-control c 10 237
+      for number in $(seq 0 63); do
+        [ -e /dev/loop$number ] || mknod -m 600 /dev/loop$number b 7 $number
+      done
+      device=$(losetup --show --partscan --find "$1")
+      # It goes when nothing uses it any more, whatever becomes of us.
+      trap 'losetup --detach "$device"' EXIT
+      if [ -n "$2" ]; then
+        # A kernel that knows no tables has none yet; of others it is this one.
+        addpart "$device" 1 2048 $(($(stat -c %s "$1") / 512 - 4096)) || true
+        numbers=$(tr : ' ' < "/sys/class/block/${device#/dev/}$2/dev")
+        rm -f "$device$2"
+        mknod -m 600 "$device$2" b $numbers
+      fi
+      mkdir -p /mnt/w
+      ntfs-3g "$device$2" /mnt/w >&2
+      echo "$device" > /tmp/device)");
+    const std::string command = "bash /tmp/mount.sh " + image + " '" + partition + "'";
+    if (output_of(command + " 2>/tmp/mounting; echo $?") == "0\n") device = read_file("/tmp/device");
+    if (!device.empty()) device.pop_back();
+  }
+  Mounted(const Mounted&) = delete;
+  Mounted& operator=(const Mounted&) = delete;
+  ~Mounted() {
+    if (!device.empty()) output_of("umount /mnt/w");
+  }
+
+  static std::string complaint() { return read_file("/tmp/mounting"); }
+
+  std::string device;  // empty: there are no such devices
+};
+
+void expect_nothing_written_there(const std::string& device) {
+  const Ended within = run(device + " /mnt/w/o.zip");
+  EXPECT_EQ(within.status, 2);
+  EXPECT_THAT(within.complaint, HasSubstr("/mnt/w/o.zip lies on the disk that is to be packed"));
+  setenv("TMPDIR", "/mnt/w", 1);
+  const Ended copies = run(device + " /tmp/o.zip");
+  unsetenv("TMPDIR");
+  EXPECT_EQ(copies.status, 2);
+  EXPECT_THAT(copies.complaint, HasSubstr("/mnt/w lies on the disk that is to be packed"));
+  EXPECT_EQ(run(device + " /tmp/o.zip").status, 0) << "beside it there is no objection";
+  EXPECT_EQ(output_of("ls /mnt/w"), "Users\n");
+}
+
 TEST(Unmounted, NothingIsWrittenWhereTheDeviceIsMounted) {
   windows::NtfsImage image;
   image.add("Users/Ann/Documents/a.txt");
-  const std::string set = "losetup --show -f " + image.close() + " 2>/tmp/mounting";
-  std::string device = output_of(set);
-  if (device.empty()) GTEST_SKIP() << read_file("/tmp/mounting");
-  device.pop_back();
-  const bool is_mounted =
-      output_of("mkdir -p /mnt/w && ntfs-3g " + device + " /mnt/w 2>&1; echo $?") == "0\n";
-  const Ended within = run(device + " /mnt/w/o.zip");
-  const Ended beside = run(device + " /tmp/o.zip");
-  const std::string written = output_of("ls /mnt/w; umount /mnt/w; losetup -d " + device);
-  ASSERT_TRUE(is_mounted);
-  EXPECT_EQ(within.status, 2);
-  EXPECT_THAT(within.complaint, HasSubstr("/mnt/w/o.zip lies on the disk that is to be packed"));
-  EXPECT_EQ(beside.status, 0);
-  EXPECT_EQ(written, "Users\n");
+  const Mounted mounted(image.close());
+  if (mounted.device.empty()) GTEST_SKIP() << Mounted::complaint();
+  expect_nothing_written_there(mounted.device);
+}
+
+// Which partitions a disk has is said in /sys.
+TEST(Unmounted, NothingIsWrittenWhereAPartitionOfTheDeviceIsMounted) {
+  output_of("[ -e /sys/dev/block ] || { mkdir -p /sys && mount -t sysfs sysfs /sys; }");
+  windows::NtfsImage image;
+  image.add("Users/Ann/Documents/a.txt");
+  const Mounted mounted(windows::disk_with_mbr({{image.close()}}), "p1");
+  if (mounted.device.empty()) GTEST_SKIP() << Mounted::complaint();
+  expect_nothing_written_there(mounted.device);
 }
 
 TEST(Unmounted, WhatIsNoDiskEndsWith2) {

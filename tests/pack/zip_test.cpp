@@ -91,6 +91,20 @@ TEST(Zip, KeepsTheDatesOfFiles) {
             "2009-03-04 05:06:08.000000000 +0000\n");
 }
 
+// A zip's own field goes from 1980 to 2107, in pairs of seconds, and says nothing of a zone.
+TEST(Zip, KeepsTheDatesOfThreeCenturies) {
+  ASSERT_EQ(setenv("TZ", "UTC", 1), 0);
+  ASSERT_EQ(output_of("mount -t tmpfs none /mnt && cd /mnt && touch -d '1601-01-01 UTC' a && "
+                      "touch -d '2050-06-07 08:09:10 UTC' b && touch -d '2200-01-01 UTC' c && echo done"),
+            "done\n");
+  const auto tree = pack::folder_tree("/mnt");
+  pack::Zip zip(out, {});
+  for (const pack::Entry& entry : tree->list("")) zip.add_file(entry.name, *tree, entry.name, entry);
+  zip.finish();
+  EXPECT_EQ(output_of("zipinfo -T " + out + " | awk 'NF == 8 { print $7, $8 }'"),
+            "19800101.000000 a\n20500607.080910 b\n21071231.235958 c\n");
+}
+
 // As it is in the archive, byte for byte.
 TEST(Zip, StoresWhatIsCompressedAlready) {
   const windows::Disk disk;

@@ -89,3 +89,15 @@ def commands_in_source(folder):
             words |= {part.split()[0] for part in re.split(r"\||;|&&", command) if part.split()}
         words |= set(re.findall(r'(?:run_program(?:_for)?\((?:\w+(?:\.\w+)?, )?|\brun\()\{\s*"([a-z0-9-]+)"', text))
     return {word for word in words if re.fullmatch(r"[a-z][a-z0-9_.-]*", word)} - WORDS_OF_SHELL
+
+
+def libraries_in_source(folder):
+    """Those that are loaded with their first call, with the packages that have them: {"libzip.so.4": {"libzip4"}}."""
+    text = "".join(path.read_text() for path in Path(folder).rglob("*_calls.h"))
+    names = set(re.findall(r'Library \w+\{"([^"]+)"\}', text))
+    return {name: packages_with(name) for name in names}
+
+
+def packages_with(library):
+    listed = subprocess.run(["dpkg-query", "-S", f"*/{library}"], check=False, capture_output=True, text=True).stdout
+    return {line.partition(":")[0] for line in listed.splitlines()}

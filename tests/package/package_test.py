@@ -100,6 +100,12 @@ class Lists(unittest.TestCase):
         own = {"foomatic-ppdfile-bd"}
         self.assertEqual(commands - set(reachable) - own - OF_OTHER_DESKTOPS, set())
 
+    def test_every_library_that_is_loaded_late_is_named_itself(self):
+        libraries = dependencies.libraries_in_source("src")
+        self.assertEqual(set(libraries), {"libcups.so.2", "libgconf-2.so.4", "libzip.so.4"})
+        for library, packages in libraries.items():
+            self.assertTrue(packages & dependencies.named("debian/control", "Depends"), library)
+
     def test_the_version_is_that_of_the_program(self):
         version = re.search(r"project\(brindle VERSION (\S+)", Path("CMakeLists.txt").read_text())[1]
         self.assertEqual(run("dpkg-parsechangelog", "-l", "debian/changelog", "-S", "Version").stdout, version + "\n")
@@ -167,6 +173,7 @@ class Pages(unittest.TestCase):
             done = run("man", "--warnings", program, env={**os.environ, "MANWIDTH": "80"})
             self.assertEqual(done.stderr, "")
             self.assertRegex(done.stdout, f"(?m)^ +{program} - ")
+            self.assertRegex(self.page(program), rf"(?m)^\.TH {program.upper()} 1 \d{{4}}-\d\d-\d\d ")
             groff = run("groff", "-man", "-Tutf8", "-ww", f"data/man/{program}.1")
             self.assertEqual(groff.stderr, "")
 
@@ -199,8 +206,9 @@ class Upgrade(unittest.TestCase):
         self.addCleanup(run, "dpkg", "-P", "brindle", check=False)
 
     def look(self):
-        """What there is of the package's paths, and all else with its name."""
-        found = run("find", "/etc", "/usr", "/opt", "/var", "-xdev", "-iname", "*brindle*").stdout.splitlines()
+        """What there is of the package's paths, and all else with its name. Others work in /var/tmp meanwhile."""
+        found = run("find", "/etc", "/usr", "/opt", "/var", "-xdev", "-path", "/var/tmp", "-prune", "-o", "-iname", "*brindle*",
+                    "-print").stdout.splitlines()
         return {"/" + name for name in self.listed if os.path.lexists("/" + name)} | set(found)
 
     def test_a_look_that_somebody_has_changed_stays(self):
@@ -227,16 +235,28 @@ class Upgrade(unittest.TestCase):
         self.assertEqual(self.look(), self.before)
 
     def test_what_people_have_put_beside_it_stays(self):
-        mine = [DATA / "xx_XX", KEPT / "2026-11-22-014530/list.tsv", Path("/home/ann/.brindle_before/list.tsv"),
+        mine = [DATA / "xx_XX", KEPT / "list.tsv", Path("/home/ann/.brindle_before/list.tsv"),
                 Path("/home/ann/Brindle account.html")]
         for path in mine:
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_text("mine\n")
-            self.addCleanup(path.unlink, missing_ok=True)
-        self.addCleanup(shutil.rmtree, KEPT)
+            self.put(path)
         said = dpkg("-P", "brindle").stdout
         self.assertEqual({path.read_text() for path in mine}, {"mine\n"})
-        self.assertEqual(re.findall("^brindle: (.*) stays", said, re.M), [str(KEPT), "/home/ann/.brindle_before"])
+        self.assertEqual(self.told_to_stay(said), ["/home/ann/.brindle_before", str(KEPT)])
+
+    def test_a_purge_after_a_removal_tells_what_stays_once_more(self):
+        run("useradd", "-d", "/srv/with blank", "bert")
+        self.addCleanup(run, "userdel", "bert")
+        self.put(Path("/srv/with blank/.brindle_before/list.tsv"))
+        for action in ("-r", "-P"):
+            self.assertEqual(self.told_to_stay(dpkg(action, "brindle").stdout), ["/srv/with blank/.brindle_before"], action)
+
+    def put(self, path):
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text("mine\n")
+        self.addCleanup(shutil.rmtree, path.parent, ignore_errors=True)
+
+    def told_to_stay(self, said):
+        return re.findall("^brindle: (.*) stays", said, re.M)
 
 
 class Run(unittest.TestCase):

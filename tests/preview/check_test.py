@@ -44,13 +44,14 @@ printf '<testsuite name="x"\\n\\ttests="3"\\n\\tfailures="0"\\n\\tskipped="1"\\n
 
 FIRST = ["Installing what is missing", "Configuring", "Formatting", "Faults in scripts"]
 EVERYTHING = [*FIRST, "Building as for people", "Building with ThreadSanitizer",
-              "Building with AddressSanitizer and UBSan"]
+              "Building with AddressSanitizer and UBSan", "Faults in the source"]
 
 # What a fault begins with, and the step that tells of it.
 FAULTS = {
     "install-packages": "Installing what is missing",
     "lint": "Faults in scripts",
     "clang-format": "Formatting",
+    "tidy": "Faults in the source",
     "cmake_--preset_tsan": "Configuring",
     "cmake_--build_build/runs": "Building as for people",
     "cmake_--build_build/tsan": "Building with ThreadSanitizer",
@@ -67,7 +68,7 @@ class Steps(unittest.TestCase):
         for name in ("src", "tests", "bench", "fuzz", "programs"):
             os.mkdir(f"{self.folder}/{name}")
         self.put("src/one.cpp", "int one;\n")
-        for name in ("tools/install-packages", "tools/lint", "programs/cmake"):
+        for name in ("tools/install-packages", "tools/lint", "tools/tidy", "programs/cmake"):
             self.put(name, STANDIN)
         self.put("programs/clang-format", STANDIN.replace('"the fault of $name"', '"a.cpp:1:1: warning: spaces"'))
         self.put("programs/ctest", CTEST)
@@ -109,6 +110,7 @@ class Steps(unittest.TestCase):
         for preset, words in wanted.items():
             self.assertEqual(1, sum(f"build/{preset} " in line and line.endswith(words) for line in calls), calls)
         self.assertEqual(3, len(calls))
+        self.assertIn("tidy --changed build/runs\n", self.calls())
 
     def test_quick_is_the_functions_alone(self):
         status, said = self.check("--quick")

@@ -15,6 +15,7 @@ namespace {
 Posts posted;
 std::vector<std::string> begun_so_far;
 std::map<Question*, std::function<void()>> answers;
+std::function<void()> look_when_done;
 
 // Long enough for a worker that does not wait to show it.
 constexpr guint milliseconds_to_think = 200;
@@ -77,7 +78,10 @@ int show_popup_printer_error_window(void*) { return note("printer error", printe
 int show_popup_user_error_window(void*) { return note("user error", user_notice); }
 int show_popup_window_select_driver(void*) { return note("driver window", driver_question); }
 int show_smb_username_password_window(void*) { return note("share window", share_question); }
-int done_button_bar(void*) { return note("done buttons"); }
+int done_button_bar(void*) {
+  if (look_when_done) look_when_done();
+  return note("done buttons");
+}
 
 const Posts& posts() { return posted; }
 
@@ -102,6 +106,8 @@ void when_asked(Question& question, std::function<void()> answer) { answers[&que
 void will_close(Question& question) {
   when_asked(question, [&question] { question.close(); });
 }
+
+void when_done(std::function<void()> look) { look_when_done = std::move(look); }
 
 void drain_posts() {
   while (g_main_context_iteration(nullptr, FALSE) != FALSE) {

@@ -31,6 +31,9 @@ void when_asked(Question& question, std::function<void()> answer);
 /// The person presses OK.
 void will_close(Question& question);
 
+/// `look` runs on the GUI thread as soon as the wizard could be left after the run.
+void when_done(std::function<void()> look);
+
 /// Runs what is queued for the GUI thread.
 void drain_posts();
 

@@ -96,6 +96,10 @@ TEST_F(KeptSettings, OfThePreparationAreWrittenWithIt) {
   testing::internal::GetCapturedStdout();
   EXPECT_THAT(read_file("/root/.gconf/apps/nautilus/preferences/%gconf.xml"),
               HasSubstr("always_use_browser"));
+  const std::string read = "gconftool-2 -g /apps/nautilus/preferences/";
+  EXPECT_EQ("false\n", output_of(read + "always_use_browser"));
+  EXPECT_EQ("false\n", output_of(read + "start_with_sidebar"));
+  EXPECT_EQ("true\n", output_of(read + "side_pane_view"));
   g_clear_object(&client);
 }
 

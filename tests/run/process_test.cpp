@@ -253,6 +253,23 @@ TEST_F(Run, OnePersonStaysOneWithTheEndMarkOfDos) {
   EXPECT_EQ("a", read_file("/root/Documents/a.txt"));
 }
 
+// The end of the program waits for a worker.
+TEST_F(Run, IsOverForWhoeverWaitsForIt) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  worker_runs = true;
+  migrate();
+  EXPECT_FALSE(worker_runs);
+}
+
+TEST_F(Run, IsOverOnAnInvalidSystemAsWell) {
+  on("INVALID");
+  pack("Brindle/x", "");
+  worker_runs = true;
+  migrate();
+  EXPECT_FALSE(worker_runs);
+}
+
 // ---- The progress timeout -------------------------------------------------------------------------------
 
 struct Timeout : Run {

@@ -1,10 +1,13 @@
 // The note that a run leaves behind.
 #include "process/run/run_note.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
 
 #include "keep/keep.h"
 #include "process/run/process.h"
@@ -21,6 +24,19 @@ using testing::MatchesRegex;
 using testing::Not;
 
 constexpr const char* path = "/root/.brindle_run";
+bool disk_is_slow = false;
+
+}  // namespace
+
+// Takes the C library's place.
+extern "C" int fsync(int file) {
+  using Sync = int (*)(int);
+  static const Sync next = reinterpret_cast<Sync>(dlsym(RTLD_NEXT, "fsync"));
+  if (disk_is_slow) usleep(200'000);
+  return next(file);
+}
+
+namespace {
 
 // The note with its times replaced by N.
 std::string note() { return output_of("sed -E 's/^(begun|over)=[1-9][0-9]{8,}$/\\1=N/' /root/.brindle_run"); }
@@ -201,6 +217,27 @@ TEST_F(RunNoteTest, OfSeveralPeopleNamesThem) {
   migrate("MultiUser Migration=1\n");
   EXPECT_THAT(note(), testing::ContainsRegex("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\n"
                                              "kept=/root/.brindle_before/[-0-9]*\nover=N\nending=ended\n"));
+}
+
+std::string list_of_kept() {
+  std::string list;
+  for (const auto& run : std::filesystem::directory_iterator("/root/.brindle_before"))
+    list += read_file((run.path() / "list.tsv").string());
+  return list;
+}
+
+TEST_F(RunNoteTest, IsOverWithTheListOfWhatWasKeptBeforeTheWizardCanBeLeft) {
+  disk_is_slow = true;
+  std::string note_then;
+  std::string list_then;
+  when_done([&] {
+    note_then = read_file(path);
+    list_then = list_of_kept();
+  });
+  migrate("MultiUser Migration=1\n");
+  EXPECT_THAT(note_then, testing::EndsWith("\nending=ended\n"));
+  EXPECT_NE("", list_then);
+  EXPECT_EQ(list_of_kept(), list_then);
 }
 
 TEST_F(RunNoteTest, OfARefusedRunSaysSo) {

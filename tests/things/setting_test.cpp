@@ -141,6 +141,19 @@ TEST_F(Settings, AreInTheFileWhenTheDaemonWasMadeToWrite) {
   EXPECT_THAT(read_file("/root/.gconf/apps/x/%gconf.xml"), HasSubstr("of today"));
 }
 
+// The daemon answers before it writes, and files take it a while.
+TEST_F(Settings, AreInAllFilesThen) {
+  Session session;
+  std::string error;
+  for (int number = 0; number < 200; ++number)
+    ASSERT_TRUE(give_setting(client, "/apps/x/" + std::to_string(number) + "/key", "string of today", error))
+        << error;
+  EXPECT_TRUE(write_settings(client, error)) << error;
+  for (int number = 0; number < 200; ++number)
+    ASSERT_THAT(read_file("/root/.gconf/apps/x/" + std::to_string(number) + "/%gconf.xml"),
+                HasSubstr("of today"));
+}
+
 TEST_F(Settings, RefuseWhatIsNoStateAndNoKey) {
   Session session;
   set("int", "/apps/x/key", "77");

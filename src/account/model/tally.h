@@ -35,24 +35,13 @@ class Tally {
   }
 
   /// For what is named when it is missing, and counted nowhere: an empty folder is no file and no message.
-  void miss_uncounted(std::string name, Cause cause, std::string_view detail = {}) {
-    ++uncounted_;
-    miss(std::move(name), cause, detail);
-  }
+  void miss_uncounted(std::string name, Cause cause, std::string_view detail = {});
 
   /// Gives everything that is missing one cause, which lies deeper than the one that was seen.
-  void explain_all(Cause cause, std::string_view detail = {}) {
-    for (Missing& thing : missing_) {
-      thing.cause = cause;
-      thing.detail = kept(detail);
-    }
-  }
+  void explain_all(Cause cause, std::string_view detail = {});
 
   /// The same for what is missing with the cause `seen`.
-  void explain(Cause seen, Cause cause, std::string_view detail) {
-    for (Missing& thing : missing_)
-      if (thing.cause == seen) thing = {std::move(thing.name), cause, kept(detail)};
-  }
+  void explain(Cause seen, Cause cause, std::string_view detail);
 
   /// For a part of the archive that cannot be read, so that it is not known what it holds.
   void give_up() { complete_ = false; }
@@ -64,9 +53,7 @@ class Tally {
   const std::vector<Missing>& missing() const { return missing_; }
 
   /// False after give_up(), and when the sum does not hold.
-  bool certain() const {
-    return complete_ && found_ + uncounted_ == unchanged_ + changed_ + elsewhere_ + missing_.size();
-  }
+  bool certain() const;
 
  private:
   // Hundreds of thousands of things may be missing for the same detail, such as the place of their folder.

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 
 namespace account {
 
@@ -14,7 +15,8 @@ std::optional<std::string> read_whole(const std::string& path, std::size_t limit
   struct stat status;
   std::optional<std::string> bytes;
   if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-    bytes.emplace(std::min(limit, static_cast<std::size_t>(status.st_size)), '\0');
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    bytes.emplace(static_cast<std::size_t>(std::min<std::uint64_t>(limit, size)), '\0');
     std::size_t have = 0;
     while (have < bytes->size()) {
       const ssize_t got = read(file, bytes->data() + have, bytes->size() - have);

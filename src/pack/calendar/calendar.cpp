@@ -51,8 +51,8 @@ bool Calendar::is_new(const CalendarItem& item, std::string& uid) {
   key += item.uid.empty() ? content_of(item, home_) : "uid " + item.uid;
   const XXH128_hash_t hash = XXH3_128bits(key.data(), key.size());
   char made[48];
-  std::snprintf(made, sizeof made, "%016lx%016lx@brindle", static_cast<unsigned long>(hash.high64),
-                static_cast<unsigned long>(hash.low64));
+  std::snprintf(made, sizeof made, "%016llx%016llx@brindle", static_cast<unsigned long long>(hash.high64),
+                static_cast<unsigned long long>(hash.low64));
   uid = item.uid.empty() || item.uid.size() > longest_uid ? made : item.uid;
   return known_.emplace(hash.high64, hash.low64).second;
 }

@@ -2,10 +2,7 @@
 
 #include <unicode/timezone.h>
 
-#include <cstdio>
-
 #include "pack/calendar/moment.h"
-#include "pack/registry/hive.h"
 
 namespace pack {
 
@@ -15,8 +12,6 @@ struct Zone::Rules {
 
 namespace {
 
-constexpr std::string_view system_hive = "Windows/System32/config/SYSTEM";
-constexpr std::string_view software_hive = "Windows/System32/config/SOFTWARE";
 constexpr std::size_t longest_name = 100;
 constexpr double thousand = 1000;
 
@@ -27,27 +22,6 @@ std::int64_t ahead(const icu::TimeZone& zone, std::int64_t at, bool is_clock) {
   UErrorCode status = U_ZERO_ERROR;
   zone.getOffset(static_cast<double>(at) * thousand, static_cast<UBool>(is_clock), standard, summer, status);
   return U_FAILURE(status) ? 0 : (standard + summer) / static_cast<std::int64_t>(thousand);
-}
-
-std::optional<Hive> hive_of(const Machine& machine, std::string_view path) {
-  const auto file = find(machine.disk.system(), "", path);
-  return file ? Hive::open(machine.disk.system(), file->path) : std::nullopt;
-}
-
-// UTF-16 up to its zero: behind it Windows leaves what was there before. Names of keys are ASCII.
-std::string key_name_in(const std::string& bytes) {
-  std::string name;
-  for (std::size_t i = 0; i + 1 < bytes.size() && (bytes[i] != 0 || bytes[i + 1] != 0); i += 2)
-    name += bytes[i];
-  return name;
-}
-
-// Before Vista the zone stands there under the name that people see.
-std::string key_with_standard_name(const Hive& software, const std::string& standard) {
-  const std::string zones = R"(Microsoft\Windows NT\CurrentVersion\Time Zones)";
-  for (const std::string& key : software.keys(zones))
-    if (software.text(zones + "\\" + key, "Std") == standard) return key;
-  return "";
 }
 
 }  // namespace
@@ -91,16 +65,9 @@ std::string olson_of(const std::string& name) {
 }
 
 std::string zone_of(const Machine& machine) {
-  const auto system = hive_of(machine, system_hive);
-  if (!system) return "";
-  char set[32];
-  std::snprintf(set, sizeof set, "ControlSet%03u", system->number("Select", "Current").value_or(1));
-  const std::string key = std::string(set) + R"(\Control\TimeZoneInformation)";
-  const std::string name = olson_of_windows(key_name_in(system->bytes(key, "TimeZoneKeyName").value_or("")));
-  if (!name.empty()) return name;
-  const auto standard = system->text(key, "StandardName");
-  const auto software = standard ? hive_of(machine, software_hive) : std::nullopt;
-  return software ? olson_of_windows(key_with_standard_name(*software, *standard)) : "";
+  for (const std::string& key : machine.registry.zones)
+    if (std::string name = olson_of_windows(key); !name.empty()) return name;
+  return "";
 }
 
 }  // namespace pack

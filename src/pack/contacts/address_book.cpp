@@ -60,8 +60,8 @@ bool AddressBook::add(const Vcard& card) {
   const XXH128_hash_t hash = XXH3_128bits(content.data(), content.size());
   if (!known_.emplace(hash.high64, hash.low64).second) return false;
   char uid[48];
-  std::snprintf(uid, sizeof uid, "pas-id-%016lx%016lx", static_cast<unsigned long>(hash.high64),
-                static_cast<unsigned long>(hash.low64));
+  std::snprintf(uid, sizeof uid, "pas-id-%016llx%016llx", static_cast<unsigned long long>(hash.high64),
+                static_cast<unsigned long long>(hash.low64));
   put(uid, card.text(uid));
   return true;
 }

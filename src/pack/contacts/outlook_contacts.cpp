@@ -8,6 +8,7 @@
 #include <set>
 
 #include "pack/disk/bytes.h"
+#include "pack/disk/utc.h"
 #include "pack/outlook/outlook.h"
 #include "pack/outlook/plain_text.h"
 #include "pack/outlook/times.h"
@@ -130,9 +131,7 @@ std::string birthday(Store& store, const Properties& contact) {
   const auto on_wall = contact.time(store.id_of(PropertySet::contact, by_the_wall));
   const auto time = time_said(on_wall ? on_wall : contact.time(by_utc));
   if (!time) return "";
-  const auto seconds = static_cast<std::time_t>(unix_time(*time) + (on_wall ? 0 : half_a_day));
-  std::tm parts{};
-  gmtime_r(&seconds, &parts);
+  const std::tm parts = utc_parts(unix_time(*time) + (on_wall ? 0 : half_a_day));
   char text[48];
   std::snprintf(text, sizeof text, "%04d-%02d-%02d", parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday);
   return text;

@@ -2,6 +2,7 @@
 #ifndef BRINDLE_PACK_DISK_DISK_H
 #define BRINDLE_PACK_DISK_DISK_H
 
+#include <compare>
 #include <map>
 
 #include "pack/disk/tree.h"
@@ -18,6 +19,7 @@ struct Place {
 struct Gap {
   Cause cause{};
   std::string path;
+  auto operator<=>(const Gap&) const = default;
 };
 
 class Disk {

@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "pack/disk/attributes.h"
+#include "pack/disk/listing_in_parts.h"
 #include "pack/disk/stop.h"
 
 namespace pack {
@@ -62,6 +63,12 @@ Descriptor open_below(int top, const std::string& path, int flags) {
   }
 }
 
+// On machines of 32 bits stat refuses what has a date before 1901 or after 2038; Windows' first is in 1601.
+bool look_at(int folder, const char* name, int flags, struct statx& found) {
+  constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME;
+  return statx(folder, name, flags | AT_NO_AUTOMOUNT, wanted, &found) == 0;
+}
+
 class FileContent : public Content {
  public:
   explicit FileContent(Descriptor file) : file_(std::move(file)), opened_(looked_at()) {}
@@ -76,9 +83,9 @@ class FileContent : public Content {
   }
 
   bool has_changed() const override {
-    const struct stat now = looked_at();
-    return now.st_size != opened_.st_size || now.st_mtim.tv_sec != opened_.st_mtim.tv_sec ||
-           now.st_mtim.tv_nsec != opened_.st_mtim.tv_nsec;
+    const struct statx now = looked_at();
+    return now.stx_size != opened_.stx_size || now.stx_mtime.tv_sec != opened_.stx_mtime.tv_sec ||
+           now.stx_mtime.tv_nsec != opened_.stx_mtime.tv_nsec;
   }
 
   bool seek(std::uint64_t position) override {
@@ -86,14 +93,14 @@ class FileContent : public Content {
   }
 
  private:
-  struct stat looked_at() const {
-    struct stat found {};
-    if (fstat(file_.get(), &found) != 0) fail("");
+  struct statx looked_at() const {
+    struct statx found {};
+    if (!look_at(file_.get(), "", AT_EMPTY_PATH, found)) fail("");
     return found;
   }
 
   Descriptor file_;
-  struct stat opened_;
+  struct statx opened_;
 };
 
 using Folder = std::unique_ptr<DIR, decltype([](DIR* folder) { closedir(folder); })>;
@@ -139,36 +146,37 @@ void look_at_link(int folder, Entry& entry) {
 // What cannot be looked at is there all the same.
 Entry entry_of(int folder, std::string name, bool has_attributes) {
   Entry entry{.name = std::move(name), .what = What::other, .gap = Cause::unreadable};
-  struct stat found {};
-  if (fstatat(folder, entry.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) != 0) return entry;
-  entry.modified = found.st_mtim.tv_sec;
+  struct statx found {};
+  if (!look_at(folder, entry.name.c_str(), AT_SYMLINK_NOFOLLOW, found)) return entry;
+  entry.modified = found.stx_mtime.tv_sec;
   entry.gap = Cause::special;
-  if (S_ISLNK(found.st_mode)) look_at_link(folder, entry);
-  if (S_ISDIR(found.st_mode)) {
+  if (S_ISLNK(found.stx_mode)) look_at_link(folder, entry);
+  if (S_ISDIR(found.stx_mode)) {
     entry.what = What::folder;
     entry.gap.reset();
   }
-  if (S_ISREG(found.st_mode)) {
+  if (S_ISREG(found.stx_mode)) {
     entry.what = What::file;
-    entry.size = static_cast<std::uint64_t>(found.st_size);
+    entry.size = found.stx_size;
     entry.gap = has_attributes ? gap_by_attributes(windows_attributes(folder, entry.name)) : std::nullopt;
   }
   return entry;
 }
 
-// An open folder.
+// A folder that is open, to be gone through once.
 class OpenFolder {
  public:
+  using Name = std::string;
+
   OpenFolder(int top, const std::string& path) : path_(path) {
     Descriptor opened = open_below(top, path, O_RDONLY | O_DIRECTORY);
     folder_.reset(fdopendir(opened.get()));
     if (!folder_) fail(path);
     opened.release();
+    has_attributes_ = may_be_ntfs(dirfd(folder_.get()));
   }
 
-  int descriptor() const { return dirfd(folder_.get()); }
-
-  // The names in no order; null at the end.
+  // In no order; null at the end.
   const char* next_name() const {
     for (;;) {
       stop_when_asked();
@@ -181,88 +189,31 @@ class OpenFolder {
     }
   }
 
+  template <typename Take>
+  void each_name(Take take) const {
+    while (const char* const name = next_name()) take(name);
+  }
+
+  Entry entry_of(std::string name) const {
+    stop_when_asked();
+    return pack::entry_of(dirfd(folder_.get()), std::move(name), has_attributes_);
+  }
+
+  std::vector<Entry> entries_of(std::vector<std::string> names) const {
+    std::vector<Entry> entries;
+    entries.reserve(names.size());
+    for (std::string& name : names) entries.push_back(entry_of(std::move(name)));
+    return entries;
+  }
+
+  static std::size_t size_of(const std::string& name) {
+    return sizeof name + sizeof(Entry) + name.capacity() + 16;
+  }
+
  private:
   std::string path_;
   Folder folder_;
-};
-
-// A folder's entries in order, some at a time: it is gone through as often as is needed, and of what comes
-// next the first entries are kept that the room for them holds. Lists of folders within each other share the
-// room.
-class FolderListing : public Listing {
- public:
-  FolderListing(int top, std::string path, std::size_t& held)
-      : top_(top), path_(std::move(path)), held_(held) {
-    take_more();
-  }
-  FolderListing(const FolderListing&) = delete;
-  FolderListing& operator=(const FolderListing&) = delete;
-  ~FolderListing() override { held_ -= size_; }
-
-  std::optional<Entry> next() override {
-    stop_when_asked();
-    if (at_ == entries_.size() && !is_last_) take_more();
-    return at_ < entries_.size() ? std::optional(std::move(entries_[at_++])) : std::nullopt;
-  }
-
- private:
-  static constexpr std::size_t room_for_all = std::size_t{24} << 20;
-  static constexpr std::size_t least_room = std::size_t{1} << 16;
-
-  static std::size_t size_of(const Entry& entry) { return sizeof entry + entry.name.capacity() + 16; }
-
-  std::size_t room() const {
-    return std::max((room_for_all - std::min(held_, room_for_all)) / 2, least_room);
-  }
-
-  void take_more() {
-    forget();
-    const OpenFolder folder(top_, path_);
-    const std::size_t room = this->room();
-    std::optional<std::string> end;  // what is not before it has had no room
-    while (const char* const name = folder.next_name()) {
-      if ((!last_.empty() && name <= last_) || (end && name >= *end)) continue;
-      entries_.push_back({.name = name});
-      size_ += size_of(entries_.back());
-      if (size_ > room) end = keep_first_half();
-    }
-    is_last_ = !end;
-    held_ += size_;
-    std::ranges::sort(entries_, {}, &Entry::name);
-    if (!entries_.empty()) last_ = entries_.back().name;
-    const bool has_attributes = may_be_ntfs(folder.descriptor());
-    for (Entry& entry : entries_) {
-      stop_when_asked();
-      entry = entry_of(folder.descriptor(), std::move(entry.name), has_attributes);
-    }
-  }
-
-  void forget() {
-    held_ -= size_;
-    size_ = 0;
-    at_ = 0;
-    entries_.clear();
-  }
-
-  // The first name that is dropped.
-  std::string keep_first_half() {
-    const auto middle = entries_.begin() + static_cast<std::ptrdiff_t>(entries_.size() / 2);
-    std::ranges::nth_element(entries_, middle, {}, &Entry::name);
-    std::string end = middle->name;
-    entries_.erase(middle, entries_.end());
-    size_ = 0;
-    for (const Entry& entry : entries_) size_ += size_of(entry);
-    return end;
-  }
-
-  int top_;
-  std::string path_;
-  std::size_t& held_;     // by all lists of the tree
-  std::size_t size_ = 0;  // of this one's part of it
-  std::vector<Entry> entries_;
-  std::size_t at_ = 0;
-  std::string last_;  // of those that were taken so far
-  bool is_last_ = false;
+  bool has_attributes_ = false;
 };
 
 class FolderTree : public Tree {
@@ -274,16 +225,15 @@ class FolderTree : public Tree {
 
   std::vector<Entry> list(const std::string& path) const override {
     const OpenFolder folder(top_.get(), path);
-    const bool has_attributes = may_be_ntfs(folder.descriptor());
     std::vector<Entry> entries;
-    while (const char* const name = folder.next_name())
-      entries.push_back(entry_of(folder.descriptor(), name, has_attributes));
+    folder.each_name([&](std::string name) { entries.push_back(folder.entry_of(std::move(name))); });
     std::ranges::sort(entries, {}, &Entry::name);
     return entries;
   }
 
   std::unique_ptr<Listing> entries(const std::string& path) const override {
-    return std::make_unique<FolderListing>(top_.get(), path, held_);
+    return std::make_unique<ListingInParts<OpenFolder>>([this, path] { return OpenFolder(top_.get(), path); },
+                                                        held_);
   }
 
   std::optional<Entry> look_up(const std::string& path, std::string_view name) const override {
@@ -295,8 +245,7 @@ class FolderTree : public Tree {
       found = other;
       if (other == name) break;
     }
-    if (!found) return std::nullopt;
-    return entry_of(folder.descriptor(), std::move(*found), may_be_ntfs(folder.descriptor()));
+    return found ? std::optional(folder.entry_of(std::move(*found))) : std::nullopt;
   }
 
   std::unique_ptr<Content> open(const std::string& path) const override {

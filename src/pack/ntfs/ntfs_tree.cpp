@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "pack/disk/attributes.h"
+#include "pack/disk/listing_in_parts.h"
 #include "pack/disk/stop.h"
 
 // Last, for they have macros of those names.
@@ -316,102 +317,22 @@ Entry entry_of(ntfs_inode* inode, std::string name) {
   return entry;
 }
 
-// A folder's entries in order, some at a time: its names are gone through as often as is needed, and of what
-// comes next the first ones are kept that the room for them holds. Lists of folders within each other share
-// the room.
-class NtfsListing : public Listing {
- public:
-  using EachName = std::function<void(const TakeName& take)>;
-  using EntriesOf = std::function<std::vector<Entry>(std::vector<Named>& names)>;
-
-  NtfsListing(EachName each_name, EntriesOf entries_of, std::size_t& held)
-      : each_name_(std::move(each_name)), entries_of_(std::move(entries_of)), held_(held) {
-    take_more();
-  }
-  NtfsListing(const NtfsListing&) = delete;
-  NtfsListing& operator=(const NtfsListing&) = delete;
-  ~NtfsListing() override { held_ -= size_; }
-
-  std::optional<Entry> next() override {
-    stop_when_asked();
-    if (at_ == entries_.size() && !is_last_) take_more();
-    return at_ < entries_.size() ? std::optional(std::move(entries_[at_++])) : std::nullopt;
-  }
-
- private:
-  static constexpr std::size_t room_for_all = std::size_t{24} << 20;
-  static constexpr std::size_t least_room = std::size_t{1} << 16;
-
-  static std::size_t size_of(const Named& named) {
-    return sizeof named + sizeof(Entry) + 2 * (named.name.capacity() + 16);
-  }
-
-  static std::size_t size_of(const std::vector<Named>& names) {
-    std::size_t size = 0;
-    for (const Named& named : names) size += size_of(named);
-    return size;
-  }
-
-  // The first one that is dropped.
-  static Named keep_first_half(std::vector<Named>& names) {
-    const auto middle = names.begin() + static_cast<std::ptrdiff_t>(names.size() / 2);
-    std::ranges::nth_element(names, middle);
-    Named end = *middle;
-    names.erase(middle, names.end());
-    return end;
-  }
-
-  void take_more() {
-    held_ -= std::exchange(size_, 0);
-    entries_.clear();
-    at_ = 0;
-    const std::size_t room = std::max((room_for_all - std::min(held_, room_for_all)) / 2, least_room);
-    std::vector<Named> names;
-    std::size_t size = 0;
-    std::optional<Named> end;  // what is not before it has had no room
-    each_name_([&](Named named) {
-      if ((last_ && named <= *last_) || (end && named >= *end)) return;
-      size += size_of(named);
-      names.push_back(std::move(named));
-      if (size <= room) return;
-      end = keep_first_half(names);
-      size = size_of(names);
-    });
-    is_last_ = !end;
-    if (!names.empty()) last_ = *std::ranges::max_element(names);
-    entries_ = entries_of_(names);
-    std::ranges::sort(entries_, {}, &Entry::name);
-    held_ += size_ = size;
-  }
-
-  EachName each_name_;
-  EntriesOf entries_of_;
-  std::size_t& held_;     // by all lists of the tree
-  std::size_t size_ = 0;  // of this one's part of it
-  std::vector<Entry> entries_;
-  std::size_t at_ = 0;
-  std::optional<Named> last_;  // of those that were taken so far
-  bool is_last_ = false;
-};
-
 class NtfsTree : public Tree {
  public:
   explicit NtfsTree(std::shared_ptr<const Volume> volume) : volume_(std::move(volume)) {}
 
   std::vector<Entry> list(const std::string& path) const override {
-    const Inode folder = open_folder(path);
+    const OpenFolder folder(*this, path);
     std::vector<Named> names;
-    each_name(folder.get(), path, [&](Named named) { names.push_back(std::move(named)); });
-    std::vector<Entry> entries = entries_of(names, folder->mft_no);
+    folder.each_name([&](Named named) { names.push_back(std::move(named)); });
+    std::vector<Entry> entries = folder.entries_of(std::move(names));
     std::ranges::sort(entries, {}, &Entry::name);
     return entries;
   }
 
   std::unique_ptr<Listing> entries(const std::string& path) const override {
-    const std::uint64_t number = open_folder(path)->mft_no;
-    return std::make_unique<NtfsListing>(
-        [this, path](const TakeName& take) { each_name(open_folder(path).get(), path, take); },
-        [this, number](std::vector<Named>& names) { return entries_of(names, number); }, held_);
+    return std::make_unique<ListingInParts<OpenFolder>>([this, path] { return OpenFolder(*this, path); },
+                                                        held_);
   }
 
   // By the folder's index, in which names stand as Windows compares them.
@@ -436,6 +357,29 @@ class NtfsTree : public Tree {
   bool is_dirty() const override { return (volume_->get()->flags & VOLUME_IS_DIRTY) != 0; }
 
  private:
+  class OpenFolder {
+   public:
+    using Name = Named;
+
+    OpenFolder(const NtfsTree& tree, const std::string& path)
+        : tree_(tree), path_(path), inode_(tree.open_folder(path)) {}
+
+    void each_name(const TakeName& take) const { tree_.each_name(inode_.get(), path_, take); }
+
+    std::vector<Entry> entries_of(std::vector<Named> names) const {
+      return tree_.entries_of(std::move(names), inode_->mft_no);
+    }
+
+    static std::size_t size_of(const Named& named) {
+      return sizeof named + sizeof(Entry) + 2 * (named.name.capacity() + 16);
+    }
+
+   private:
+    const NtfsTree& tree_;
+    std::string path_;
+    Inode inode_;
+  };
+
   static Entry unreadable(std::string name) {
     return {.name = std::move(name), .what = What::other, .gap = Cause::unreadable};
   }
@@ -489,13 +433,13 @@ class NtfsTree : public Tree {
   std::optional<Entry> looked_through(ntfs_inode* folder, const std::string& path,
                                       std::string_view name) const {
     std::vector<Named> found;
-    each_name(folder, path, [&](Named named) {
+    each_name(folder, path, [&](const Named& named) {
       if (!is_same_name(named.name, name)) return;
       const bool is_better =
           found.empty() || named.name == name || (found.front().name != name && named < found.front());
-      if (is_better) found.assign(1, std::move(named));
+      if (is_better) found.assign(1, named);
     });
-    std::vector<Entry> entries = entries_of(found, folder->mft_no);
+    std::vector<Entry> entries = entries_of(std::move(found), folder->mft_no);
     return entries.empty() ? std::nullopt : std::optional(std::move(entries.front()));
   }
 
@@ -518,7 +462,7 @@ class NtfsTree : public Tree {
   }
 
   // In the order in which the disk has them, for those that have to move a head.
-  std::vector<Entry> entries_of(std::vector<Named>& names, std::uint64_t folder) const {
+  std::vector<Entry> entries_of(std::vector<Named> names, std::uint64_t folder) const {
     std::ranges::stable_sort(names, {}, [](const Named& named) { return MREF(named.number); });
     std::vector<Entry> entries;
     entries.reserve(names.size());

@@ -152,12 +152,10 @@ class Unwrapped {
       skipped_ = static_cast<std::size_t>(std::clamp(number, 0, 8));
     } else if (word == "u") {
       character(number);
-    } else if (word == "par" || word == "line") {
+    } else if (word == "par" || word == "line" || (word == "row" && wanted_ == Wanted::text)) {
       put('\n');
     } else if (word == "tab" || (word == "cell" && wanted_ == Wanted::text)) {
       put('\t');
-    } else if (word == "row" && wanted_ == Wanted::text) {
-      put('\n');
     } else {
       symbol(word);
     }

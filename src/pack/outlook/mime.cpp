@@ -6,6 +6,7 @@
 #include <array>
 #include <ctime>
 
+#include "pack/disk/utc.h"
 #include "pack/outlook/charsets.h"
 
 namespace pack {
@@ -104,13 +105,6 @@ std::string percent(std::string_view text) {
     }
   }
   return result;
-}
-
-std::tm parts_of(std::int64_t time) {
-  const auto seconds = static_cast<std::time_t>(time);
-  std::tm parts{};
-  gmtime_r(&seconds, &parts);
-  return parts;
 }
 
 constexpr std::array days{"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
@@ -241,7 +235,7 @@ void MailboxLines::finish() {
 }
 
 std::string date_in_mail(std::int64_t time) {
-  const std::tm parts = parts_of(time);
+  const std::tm parts = utc_parts(time);
   char text[64];
   std::snprintf(text, sizeof text, "%s, %02d %s %04d %02d:%02d:%02d +0000",
                 days.at(static_cast<std::size_t>(parts.tm_wday)), parts.tm_mday,
@@ -251,7 +245,7 @@ std::string date_in_mail(std::int64_t time) {
 }
 
 std::string date_in_mailbox(std::int64_t time) {
-  const std::tm parts = parts_of(time);
+  const std::tm parts = utc_parts(time);
   char text[64];
   std::snprintf(text, sizeof text, "%s %s %2d %02d:%02d:%02d %04d",
                 days.at(static_cast<std::size_t>(parts.tm_wday)),

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <ctime>
 #include <set>
 
 #include "pack/disk/bytes.h"
+#include "pack/disk/utc.h"
 #include "pack/outlook/charsets.h"
 #include "pack/outlook/times.h"
 
@@ -88,13 +88,6 @@ std::string with_interval(const char* unit, std::uint32_t interval) {
   return std::string("FREQ=") + unit + ";INTERVAL=" + std::to_string(std::max(interval, 1U));
 }
 
-int month_of(std::int64_t day) {
-  const auto seconds = static_cast<std::time_t>(day);
-  std::tm parts{};
-  gmtime_r(&seconds, &parts);
-  return parts.tm_mon + 1;
-}
-
 // A month that is too short has it on its last day, which iCalendar would pass over.
 std::string day_of_month(std::uint32_t day) {
   if (day >= 31) return ";BYMONTHDAY=-1";
@@ -131,7 +124,7 @@ std::string rule_of(const Head& head, std::int64_t first_day) {
     case at_end: {
       const bool is_of_years = head.unit == yearly && head.period % months_of_a_year == 0;
       std::string rule = is_of_years ? with_interval("YEARLY", head.period / months_of_a_year) +
-                                           ";BYMONTH=" + std::to_string(month_of(first_day))
+                                           ";BYMONTH=" + std::to_string(utc_parts(first_day).tm_mon + 1)
                                      : with_interval("MONTHLY", head.period);
       if (head.pattern == by_weekday) {
         if (!has_days || head.position == 0) return "";

@@ -4,6 +4,8 @@
 #include <ctime>
 #include <limits>
 
+#include "pack/disk/utc.h"
+
 namespace pack {
 
 namespace {
@@ -39,15 +41,21 @@ class Record {
 
 std::uint64_t limited(std::uint64_t number, std::uint64_t elsewhere) { return std::min(number, elsewhere); }
 
+// Where the machine's clock does not go as far, by the world's.
+std::tm local_parts(std::int64_t seconds) {
+  std::tm parts{};
+  const auto time = static_cast<std::time_t>(seconds);
+  if (time != seconds || localtime_r(&time, &parts) == nullptr) return utc_parts(seconds);
+  return parts;
+}
+
 // Two fields of a clock that runs from 1980 to 2107, in local time, and counts in pairs of seconds.
 struct DosTime {
   unsigned time;
   unsigned date;
 };
 DosTime dos_time(std::int64_t seconds) {
-  std::tm parts{};
-  const auto time = static_cast<std::time_t>(seconds);
-  localtime_r(&time, &parts);
+  const std::tm parts = local_parts(seconds);
   const int year = parts.tm_year - 80;
   if (year < 0) return {.time = 0, .date = 1U << 5 | 1U};
   if (year > 127) return {.time = 23U << 11 | 59U << 5 | 29U, .date = 127U << 9 | 12U << 5 | 31U};

@@ -19,6 +19,7 @@ constexpr std::string_view windows_key = R"(Microsoft\Windows NT\CurrentVersion)
 
 // Since XP, and before.
 constexpr std::array<std::string_view, 2> places_of_windows = {"Windows", "WINNT"};
+constexpr std::string_view folder_of_hives = "System32/config";
 
 // How the number of a person begins: of this machine or a domain, and of a company's cloud. Others are
 // services.
@@ -28,32 +29,57 @@ std::string below(std::string_view key, std::string_view name) {
   return std::string(key) + "\\" + std::string(name);
 }
 
+// The folder of Windows; none on a disk without it. One that has been replaced may have left the other name
+// behind, but no registry.
+std::optional<std::string> folder_of_windows(const Tree& tree) {
+  std::optional<std::string> first;
+  for (const std::string_view place : places_of_windows) {
+    const auto folder = find_folder(tree, "", place);
+    if (folder && find_folder(tree, *folder, folder_of_hives)) return folder;
+    if (!first) first = folder;
+  }
+  return first;
+}
+
+std::string place_of_hive(std::string_view name) { return joined(std::string(folder_of_hives), name); }
+
+// One of the machine's, for as long as it is asked.
+struct OpenHive {
+  std::string path;
+  Hive hive;
+};
+
 // The hives of the machine, and what is to be told of them.
 class Hives {
  public:
-  Hives(const Disk& disk, std::vector<Gap>& gaps) : tree_(disk.system()), gaps_(gaps) {
-    for (const std::string_view place : places_of_windows)
-      if (folder_.empty()) folder_ = find_folder(tree_, "", place).value_or("");
-  }
+  Hives(const Disk& disk, std::vector<Gap>& gaps)
+      : tree_(disk.system()), windows_(folder_of_windows(tree_)), gaps_(gaps) {}
 
-  bool has_windows() const { return !folder_.empty(); }
-
-  std::optional<Hive> open(std::string_view name) const {
-    const std::string path = joined(folder_, std::string("System32/config/") + std::string(name));
-    const auto file = has_windows() ? find(tree_, "", path) : std::nullopt;
-    if (!file || file->entry.what != What::file) {
-      if (has_windows()) gaps_.push_back({.cause = Cause::registry_missing, .path = path});
+  std::optional<OpenHive> open(std::string_view name) const {
+    const auto path = machine_hive(tree_, name);
+    if (!path) {
+      if (windows_) tell(Cause::registry_missing, joined(*windows_, place_of_hive(name)));
       return std::nullopt;
     }
-    auto hive = Hive::open(tree_, file->path);
-    if (!hive) gaps_.push_back({.cause = Cause::machine_registry, .path = file->path});
-    if (hive && hive->is_dirty()) gaps_.push_back({.cause = Cause::registry_dirty, .path = file->path});
-    return hive;
+    auto hive = Hive::open(tree_, *path);
+    if (!hive) {
+      tell(Cause::machine_registry, *path);
+      return std::nullopt;
+    }
+    if (hive->is_dirty()) tell(Cause::registry_dirty, *path);
+    return OpenHive{.path = *path, .hive = std::move(*hive)};
+  }
+
+  // When all that is asked of it has been.
+  void tell_damage(const OpenHive& open) const {
+    if (open.hive.is_damaged()) tell(Cause::registry_damaged, open.path);
   }
 
  private:
+  void tell(Cause cause, const std::string& path) const { gaps_.push_back({.cause = cause, .path = path}); }
+
   const Tree& tree_;
-  std::string folder_;
+  std::optional<std::string> windows_;
   std::vector<Gap>& gaps_;
 };
 
@@ -114,13 +140,43 @@ void read_fonts(const Hive& software, MachineRegistry& registry) {
       registry.fonts.push_back(without_variables(*file));
 }
 
+// A key of those settings that Windows was last started with.
+std::string below_control(const Hive& system, std::string_view name) {
+  char set[32];
+  std::snprintf(set, sizeof set, "ControlSet%03u", system.number("Select", "Current").value_or(1));
+  return below(below(set, "Control"), name);
+}
+
 std::string charset_of(const Hive& system) {
-  char key[64];
-  std::snprintf(key, sizeof key, R"(ControlSet%03u\Control\Nls\CodePage)",
-                system.number("Select", "Current").value_or(1));
-  const std::string charset = known_charset(system.text(key, "ACP").value_or(""));
+  const std::string charset =
+      known_charset(system.text(below_control(system, R"(Nls\CodePage)"), "ACP").value_or(""));
   // Programs' texts from before that was chosen are of a code page that nobody knows.
   return charset == "UTF-8" ? "" : charset;
+}
+
+// UTF-16 up to its zero: behind it Windows leaves what was there before. Names of keys are ASCII.
+std::string key_name_in(const std::string& bytes) {
+  std::string name;
+  for (std::size_t i = 0; i + 1 < bytes.size() && (bytes[i] != 0 || bytes[i + 1] != 0); i += 2)
+    name += bytes[i];
+  return name;
+}
+
+// Before Vista the zone stands there under the name that people see.
+std::string zone_with_standard_name(const Hive& software, const std::string& standard) {
+  const std::string zones = below(windows_key, "Time Zones");
+  for (const std::string& key : software.keys(zones))
+    if (software.text(below(zones, key), "Std") == standard) return key;
+  return "";
+}
+
+void read_zone(const Hive& system, const Hive* software, MachineRegistry& registry) {
+  const std::string key = below_control(system, "TimeZoneInformation");
+  registry.zones.push_back(key_name_in(system.bytes(key, "TimeZoneKeyName").value_or("")));
+  const auto standard = system.text(key, "StandardName");
+  if (standard && software != nullptr)
+    registry.zones.push_back(zone_with_standard_name(*software, *standard));
+  std::erase(registry.zones, "");
 }
 
 // With a variable's value in its place, whatever the case.
@@ -149,16 +205,29 @@ std::string known_charset(const std::string& name) {
   return charset;
 }
 
+std::optional<std::string> machine_hive(const Tree& tree, std::string_view name) {
+  const auto windows = folder_of_windows(tree);
+  const auto file = windows ? find(tree, *windows, place_of_hive(name)) : std::nullopt;
+  return file && file->entry.what == What::file ? std::optional(file->path) : std::nullopt;
+}
+
 MachineRegistry machine_registry(const Disk& disk) {
   MachineRegistry registry;
   const Hives hives(disk, registry.gaps);
-  if (const auto software = hives.open("SOFTWARE")) {
+  const auto software = hives.open("SOFTWARE");
+  const auto system = hives.open("SYSTEM");
+  if (software) {
     std::vector<Gap> untold;  // without it names alone are missing
     const auto accounts = Hives(disk, untold).open("SAM");
-    read_profiles(*software, accounts ? &*accounts : nullptr, registry);
-    read_fonts(*software, registry);
+    read_profiles(software->hive, accounts ? &accounts->hive : nullptr, registry);
+    read_fonts(software->hive, registry);
   }
-  if (const auto system = hives.open("SYSTEM")) registry.charset = charset_of(*system);
+  if (system) {
+    registry.charset = charset_of(system->hive);
+    read_zone(system->hive, software ? &software->hive : nullptr, registry);
+  }
+  for (const auto& hive : {&software, &system})
+    if (*hive) hives.tell_damage(**hive);
   return registry;
 }
 

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "pack/disk/disk.h"
@@ -23,8 +24,15 @@ struct MachineRegistry {
   std::vector<std::string> fonts;  ///< files of those that are installed, in Windows/Fonts or with their path
   /// The code page of old programs' texts, by a name that iconv knows; empty when it is not known.
   std::string charset;
-  std::vector<Gap> gaps;  ///< hives that are missing, cannot be read or were not closed
+  /// Windows' names of the zone in which the machine's clock is shown, "W. Europe Standard Time", the surest
+  /// first; none when it is not known.
+  std::vector<std::string> zones;
+  std::vector<Gap> gaps;  ///< hives that are missing, damaged, cannot be read or were not closed
 };
+
+/// The place of one of the machine's hives ("SYSTEM") on the volume with Windows, whatever the folder of
+/// Windows is called. No value when it is not there.
+std::optional<std::string> machine_hive(const Tree& tree, std::string_view name);
 
 /// That of the volume with Windows. Missing hives are no gaps where there is no Windows at all, as in a copy
 /// of people's folders.

@@ -28,7 +28,7 @@ struct Machine {
   std::vector<Person> everybody{};        ///< people who are not packed among them
   std::vector<Place> places_of_people{};  ///< and their folders, wherever they are; of those who are packed
                                           ///< from their turn on
-  std::vector<Gap> gaps{};                ///< people's folders that are known of and cannot be had
+  std::vector<Gap> gaps{};                ///< what of all this is known of and cannot be had, each once
   /// The code page of old programs' texts, by a name that iconv knows.
   std::string charset = "CP1252";
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -290,7 +291,7 @@ std::size_t size_of(const CalendarItem& item) {
   std::size_t size = sizeof item + item.title.size() + item.description.size() + item.location.size();
   for (const Attendee& attendee : item.attendees)
     size += sizeof attendee + attendee.name.size() + attendee.address.size();
-  for (const std::string& category : item.categories) size += sizeof category + category.size();
+  for (const std::string& category : item.categories) size += sizeof(std::string) + category.size();
   return size;
 }
 
@@ -361,7 +362,7 @@ CalendarItem appointment_of(const Item& item, const std::string& home_zone) {
 // A double.
 int percent_of(const std::string& bytes) {
   const auto share = std::bit_cast<double>(number_at(bytes, 0, sizeof(double)));
-  return share >= 0 && share <= 1 ? static_cast<int>(share * 100 + 0.5) : -1;
+  return share >= 0 && share <= 1 ? static_cast<int>(std::lround(share * 100)) : -1;
 }
 
 // A task stands where it comes next, the rule where it came first.

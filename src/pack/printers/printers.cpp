@@ -15,7 +15,6 @@ namespace pack {
 
 namespace {
 
-constexpr std::string_view system_hive = "Windows/System32/config/SYSTEM";
 constexpr std::size_t most_words = 10;
 // Of a driver's name, so that its line fits into the piece that is read at once.
 constexpr std::size_t longest_name = 98;
@@ -118,23 +117,22 @@ std::string default_printer_of(const Hive& hive) {
   return device;
 }
 
-// Whether it can be read is told with the machine.
-std::optional<Hive> machine_hive(const Disk& disk) {
-  const auto file = find(disk.system(), "", system_hive);
-  if (!file) return std::nullopt;
-  return Hive::open(disk.system(), file->path);
-}
-
 std::optional<Hive> hive_of(const Person& person) {
   const auto file = find(*person.home.tree, person.home.path, "NTUSER.DAT");
   return file ? Hive::open(*person.home.tree, file->path) : std::nullopt;
 }
 
-std::vector<Printer> local_printers(Packing& packing, const Hive& system) {
+// Whether the machine's hive can be read is told with the machine, and damage that others have met.
+std::vector<Printer> local_printers(Packing& packing, const Machine& machine) {
   std::vector<Printer> printers;
+  const Tree& tree = machine.disk.system();
+  const auto file = machine_hive(tree, "SYSTEM");
+  const auto opened = file ? Hive::open(tree, *file) : std::nullopt;
+  if (!opened) return printers;
+  const Hive& system = *opened;
   const auto control = control_set(system);
   if (!control) {
-    packing.tell_of(Kind::printers, Cause::registry_unreadable, std::string(system_hive));
+    packing.tell_of(Kind::printers, Cause::registry_unreadable, *file);
     return printers;
   }
   const std::string key = *control + R"(\Control\Print\Printers)";
@@ -151,7 +149,9 @@ std::vector<Printer> local_printers(Packing& packing, const Hive& system) {
                         .port = *written,
                         .dev_mode = system.bytes(printer, "Default DevMode").value_or("")});
   }
-  if (system.is_damaged()) packing.tell_of(Kind::printers, Cause::registry_damaged, std::string(system_hive));
+  const Gap damage{.cause = Cause::registry_damaged, .path = *file};
+  if (system.is_damaged() && std::ranges::find(machine.gaps, damage) == machine.gaps.end())
+    packing.tell_of(Kind::printers, damage.cause, damage.path);
   return printers;
 }
 
@@ -206,7 +206,7 @@ struct AllPrinters {
 };
 AllPrinters found_printers(Packing& packing, const Machine& machine) {
   AllPrinters found;
-  if (const auto system = machine_hive(machine.disk)) found.printers = local_printers(packing, *system);
+  found.printers = local_printers(packing, machine);
   for (const Person& person : machine.people) {
     DefaultPrinter& by_default = found.defaults.emplace_back();
     const auto hive = hive_of(person);

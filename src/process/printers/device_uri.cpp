@@ -20,7 +20,7 @@ using Text = std::unique_ptr<char, FreeText>;
 
 char* new_buffer(const std::string& text) {
   char* buffer = static_cast<char*>(std::calloc(std::max(buffer_size, text.size() + 1), 1));
-  if (buffer != nullptr) std::memcpy(buffer, text.data(), text.size());
+  if (buffer != nullptr) text.copy(buffer, text.size());
   return buffer;
 }
 
