@@ -54,10 +54,9 @@ std::optional<DiskCount> count_in(std::string_view line) {
 }
 
 // The packer's kinds for which the account has a word of its own, and those for which it needs another.
-constexpr std::array<std::pair<std::string_view, Kind>, 16> same_kinds = {{{"documents", Kind::documents},
+constexpr std::array<std::pair<std::string_view, Kind>, 15> same_kinds = {{{"documents", Kind::documents},
                                                                            {"desktop", Kind::desktop},
                                                                            {"others", Kind::shared_files},
-                                                                           {"shared", Kind::shared_files},
                                                                            {"accounts", Kind::mail_accounts},
                                                                            {"mail", Kind::mail},
                                                                            {"contacts", Kind::contacts},
@@ -71,8 +70,9 @@ constexpr std::array<std::pair<std::string_view, Kind>, 16> same_kinds = {{{"doc
                                                                            {"bookmarks", Kind::bookmarks},
                                                                            {"cookies", Kind::cookies}}};
 
-constexpr std::array<std::pair<std::string_view, Text>, 5> own_kinds = {
-    {{"pictures", Text::disk_pictures},
+constexpr std::array<std::pair<std::string_view, Text>, 6> own_kinds = {
+    {{"shared", Text::disk_outside},
+     {"pictures", Text::disk_pictures},
      {"music", Text::disk_music},
      {"videos", Text::disk_videos},
      {"downloads", Text::disk_downloads},

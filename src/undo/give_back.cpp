@@ -165,9 +165,10 @@ void Giver::give_back(const Item& item) {
     return;
   }
   const std::optional<Entry> now = look(spot, Content::read);
-  if (now && place::is_same_thing(*now, item.before)) return;  // with the tree that it is in
-  if (!make_way(item, spot) || !make_again(item, spot)) return;
-  ++given_back_;
+  const bool is_back = now && place::is_same_thing(*now, item.before);  // with the tree that it is in
+  if (!is_back && (!make_way(item, spot) || !make_again(item, spot))) return;
+  // What the daemon has written or removed meanwhile was never announced.
+  if (item.deed == Deed::give_back) ++given_back_;
 }
 
 // The place is free afterwards, or holds a file or link that a rename replaces.

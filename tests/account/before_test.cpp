@@ -275,6 +275,28 @@ TEST(Before, each_value_that_evolution_refuses_is_named) {
   }
 }
 
+TEST(Before, each_login_that_evolution_misreads_is_named) {
+  for (const char* key : {"IMAP User Name", "IMAP User", "POP3 User Name", "POP3 User"}) {
+    for (const char* value : {"eva@firm.example", "firm:eva", "firm/eva", "a&@b"}) {
+      const std::string server = std::string(key).substr(0, 4) == "POP3" ? "POP3" : "IMAP";
+      const Entries entries = {
+          {std::string(accounts) + "1", server + " Server=a.example\nSMTP Email Address=ann@a.example\n"},
+          {std::string(accounts) + "2", server + " Server=a.example\n" + key + "=" + value + "\n"}};
+      const std::string two = "Brindle/ImapMail/brindle-email-accounts/2: Evolution will read ";
+      Lines expected = {two + "another login or server for this e-mail account: " + key +
+                        " holds @, : or /."};
+      if (std::string(value) == "a&@b")
+        expected.insert(expected.begin(),
+                        two + "neither this e-mail account nor those after it: " + key + " holds & or <.");
+      EXPECT_EQ(expected, Ahead().archive(entries).see(foresee_accounts)) << value;
+      EXPECT_EQ(Lines{}, Ahead(System::xandros).archive(entries).see(foresee_accounts));
+      EXPECT_EQ(Lines{}, Ahead(System::linspire).archive(entries).see(foresee_accounts));
+    }
+  }
+  const Ahead ahead = Ahead().archive({{std::string(accounts) + "1", "POP3 Server=a\nIMAP User=a@b\n"}});
+  EXPECT_EQ(Lines{}, ahead.see(foresee_accounts));
+}
+
 TEST(Before, a_value_of_the_other_kind_of_account_is_not_used) {
   const Ahead ahead = Ahead().archive(
       {{std::string(accounts) + "1",
@@ -390,7 +412,7 @@ std::string book_with(const std::string& name) {
   write_file("/tmp/name", name);
   EXPECT_EQ(0, shell_quietly("rm -f /tmp/book.db && perl -MDB_File -e '"
                              "tie my %book, \"DB_File\", \"/tmp/book.db\", O_RDWR | O_CREAT, 0644, $DB_HASH;"
-                             "open my $in, \"<\", \"/tmp/name\"; my $name = <$in>;"
+                             "open my $in, \"<\", \"/tmp/name\"; local $/; my $name = <$in>;"
                              "$book{\"PAS-DB-VERSION\\0\"} = \"0.2\\0\"; my $end = \"END:VCARD\\0\";"
                              "$book{\"1\\0\"} = \"BEGIN:VCARD\\r\\nUID:1\\r\\nFN:Ann Lee\\r\\n$end\";"
                              "$book{\"2\\0\"} = \"BEGIN:VCARD\\r\\nUID:2\\r\\nFN:$name\\r\\n$end\";'"));
@@ -420,6 +442,18 @@ TEST(Before, letters_that_kmails_systems_would_lose_are_named) {
     EXPECT_EQ(all, Ahead(System::xandros).archive(written_with(foreign)).see(foresee_letters)) << foreign;
   for (const char* fitting : {"Mueller", "\xcd\xf5"})
     EXPECT_EQ(Lines{}, Ahead(System::redflag).archive(written_with(fitting)).see(foresee_letters)) << fitting;
+}
+
+TEST(Before, contacts_that_tell_their_character_set_keep_their_letters) {
+  const auto seen = [](const std::string& contact) {
+    const Entries book = {{"ImapMail/Contacts/addressbook.db", book_with("Eve\r\n" + contact)}};
+    return Ahead(System::xandros).archive(book).see(foresee_letters).size();
+  };
+  const std::string told = "ORG;CHARSET=UTF-8:M\xc3\xbcller";
+  EXPECT_EQ(0U, seen(told));
+  EXPECT_EQ(0U, seen(told + "\r\nPHOTO;ENCODING=b:/9j/4A=="));
+  EXPECT_EQ(1U, seen(told + "\r\nTITLE:M\xc3\xbcller"));
+  EXPECT_EQ(1U, seen("ORG;CHARSET=none:M\xc3\xbcller"));
 }
 
 TEST(Before, accounts_in_another_character_set_are_noted_where_it_is_guessed) {

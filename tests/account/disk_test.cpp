@@ -48,15 +48,17 @@ Account packed_from_a_disk() {
 }
 
 TEST(Disk, counts_are_those_of_the_table) {
-  EXPECT_THAT(words_of(counts_of(head + "Ann B\tann\tdocuments\t5\t4\t1\t99\n"
-                                        "bob\tbob\tevents\t12\t12\t0\t0\n"
-                                        "a\\tb\\\\\\n\\r\tc\tmusic\t1\t0\t1\t18446744073709551615\n"
-                                        "This computer\t\tfonts\t2\t1\t1\t9\n"
-                                        "This computer\t\tshared\t3\t0\t3\t0\n"
-                                        "bob\tbob\tsomething new\t1\t1\t0\t0\n")),
-              ElementsAre("Ann B (ann): Documents 5=4+1", "bob: Appointments 12=12+0",
-                          "a\tb\\\n\r (c): Music 1=0+1", "This computer: Fonts 2=1+1",
-                          "This computer: Other files 3=0+3", "bob: something new 1=1+0"));
+  EXPECT_THAT(
+      words_of(counts_of(head + "Ann B\tann\tdocuments\t5\t4\t1\t99\n"
+                                "bob\tbob\tevents\t12\t12\t0\t0\n"
+                                "a\\tb\\\\\\n\\r\tc\tmusic\t1\t0\t1\t18446744073709551615\n"
+                                "This computer\t\tfonts\t2\t1\t1\t9\n"
+                                "This computer\t\tshared\t3\t0\t3\t0\n"
+                                "bob\tbob\tothers\t2\t2\t0\t0\n"
+                                "bob\tbob\tsomething new\t1\t1\t0\t0\n")),
+      ElementsAre("Ann B (ann): Documents 5=4+1", "bob: Appointments 12=12+0", "a\tb\\\n\r (c): Music 1=0+1",
+                  "This computer: Fonts 2=1+1", "This computer: Files outside of the people's folders 3=0+3",
+                  "bob: Other files 2=2+0", "bob: something new 1=1+0"));
 }
 
 TEST(Disk, lines_that_are_no_counts_are_passed_over) {

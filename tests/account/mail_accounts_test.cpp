@@ -196,13 +196,17 @@ TEST(EvolutionAccounts, a_broken_file_of_good_accounts_is_the_cause) {
 
 // Seen with evolution-source-registry: the first "@" ends the login, and codes are characters.
 TEST(EvolutionAccounts, logins_that_evolution_reads_otherwise_are_named) {
-  for (const char* const login : {"ann@work.example", "ann:lee", "ann/lee", "an%6e"}) {
-    const Scene scene(
-        System::gnome,
-        {{folder + "1", replaced(plain_work_file, "User Name=ann", std::string("User Name=") + login)}});
-    write_gconf({replaced(replaced(work_account, "pop://ann@", std::string("pop://") + login + "@"),
-                          "smtp://ann;", std::string("smtp://") + login + ";")});
+  for (const auto& [login, cause] : std::vector<std::pair<std::string, std::string>>{
+           {"ann@work.example", "Evolution takes a part of its login for the server: the login holds `@`."},
+           {"ann:lee", "The mail program has something else for its login."},
+           {"ann/lee", "Evolution takes a part of its login for the server: the login holds `/`."},
+           {"an%6e", "The mail program has something else for its login."}}) {
+    const Scene scene(System::gnome,
+                      {{folder + "1", replaced(plain_work_file, "User Name=ann", "User Name=" + login)}});
+    write_gconf({replaced(replaced(work_account, "pop://ann@", "pop://" + login + "@"), "smtp://ann;",
+                          "smtp://" + login + ";")});
     EXPECT_EQ("1 0 0 0 1", numbers(scene.look(Kind::mail_accounts))) << login;
+    EXPECT_EQ((Names{"Work (ann@work.example): " + cause}), missing_names(scene.look(Kind::mail_accounts)));
   }
   for (const char* const login : {"ann lee", "100%", "W\\ann", "a;b", "%zz"}) {
     const Scene scene(
@@ -216,6 +220,16 @@ TEST(EvolutionAccounts, logins_that_evolution_reads_otherwise_are_named) {
               Texts()(tally.missing().front().cause, tally.missing().front().detail))
         << login;
   }
+}
+
+TEST(EvolutionAccounts, another_difference_is_not_laid_to_the_login) {
+  const Scene scene(
+      System::gnome,
+      {{folder + "1", replaced(plain_work_file, "User Name=ann", "User Name=ann@work.example")}});
+  write_gconf(
+      {replaced(replaced(work_account, "pop://ann@", "pop://ann@work.example@"), ">Ann Lee<", ">Ann<")});
+  EXPECT_EQ((Names{"Work (ann@work.example): The mail program has something else for the sender's name."}),
+            missing_names(scene.look(Kind::mail_accounts)));
 }
 
 TEST(EvolutionAccounts, a_port_of_its_own_has_no_place) {
@@ -348,16 +362,22 @@ TEST(KMailAccounts, are_read_as_chinese) {
     write_kmailrc(
         replaced(work_section, "Name=Work\n", output_of("iconv -c -f GB2312 -t utf-8 /tmp/account.txt")) +
         kmail_end);
-    EXPECT_EQ("1 0 1 0 0", numbers(other.look(Kind::mail_accounts))) << name;
+    EXPECT_EQ("1 0 0 0 1", numbers(other.look(Kind::mail_accounts))) << name;
   }
 }
 
 // Without an address nothing else changes.
-TEST(KMailAccounts, what_is_no_chinese_is_changed) {
+TEST(KMailAccounts, letters_that_are_no_chinese_are_named) {
+  const std::string named =
+      ": Its letters are not in the character set GB2312, which this desktop takes them for.";
   const struct {
     const char *name, *there, *counts;
-  } names[] = {
-      {"\xb9\xa4", "\u5de5", "1 1 0 0 0"}, {"Caf\xe9", "Caf", "1 0 1 0 0"}, {"Caf", "Caf", "1 1 0 0 0"}};
+    Names missing;
+  } names[] = {{"\xb9\xa4", "\u5de5", "1 1 0 0 0", {}},
+               {"Caf\xe9", "Caf", "1 0 0 0 1", {"Caf\u00e9" + named}},
+               {"Caf\xe9", "Caf\u00e9", "1 1 0 0 0", {}},  // corrected by hand
+               {"M\u00fcller", "M\u7709ller", "1 0 0 0 1", {"M\u00fcller" + named}},
+               {"Caf", "Caf", "1 1 0 0 0", {}}};
   for (const auto& given : names) {
     const std::string file =
         std::string("Account Name=") + given.name +
@@ -367,7 +387,15 @@ TEST(KMailAccounts, what_is_no_chinese_is_changed) {
     const Scene scene(System::redflag, {{folder + "1", file}});
     write_kmailrc(replaced(work_section, "Name=Work", std::string("Name=") + given.there) + kmail_end);
     EXPECT_EQ(given.counts, numbers(scene.look(Kind::mail_accounts))) << given.there;
+    EXPECT_EQ(given.missing, missing_names(scene.look(Kind::mail_accounts)));
   }
+}
+
+// KMail's accounts have no place for an organization.
+TEST(KMailAccounts, letters_without_a_place_are_not_mistaken) {
+  const Scene scene(System::redflag, {{folder + "1", replaced(plain_work_file, "Lee and Co", "Caf\u00e9")}});
+  write_kmailrc(work_section + kmail_end);
+  EXPECT_EQ("1 0 1 0 0", numbers(scene.look(Kind::mail_accounts)));
 }
 
 TEST(KMailAccounts, no_settings_are_the_cause) {

@@ -282,6 +282,10 @@ TEST(Bookmarks, OfInternetExplorerAreFiles) {
   EXPECT_THAT(html, Not(HasSubstr("wide.example")));
   EXPECT_THAT(result.files_below("Brindle/My Documents/"),
               ElementsAre("Favorites/Links/none.url", "Favorites/Links/notes.txt"));
+  const auto& tally = result.people.front().tally;
+  EXPECT_EQ(tally.count(pack::Kind::bookmarks).packed, 2U);
+  EXPECT_EQ(tally.count(pack::Kind::documents).packed, 2U)
+      << "what lies among the documents is counted there";
   EXPECT_THAT(result.remarks(), ElementsAre("windows-own Users/Ann/Favorites/desktop.ini"));
 }
 

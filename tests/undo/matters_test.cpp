@@ -89,6 +89,8 @@ TEST(Settings_of_a_new_desktop, leave_the_empty_files_that_it_had) {
   const Ended ended = scene::undo("--yes");
   EXPECT_EQ(0, ended.status) << ended.said;
   EXPECT_THAT(ended.said, testing::Not(HasSubstr("not given back")));
+  EXPECT_THAT(ended.said, testing::Not(HasSubstr("Given back as it was")));
+  EXPECT_THAT(ended.said, HasSubstr("\n0 files and folders were given back, "));
   EXPECT_EQ(empty, read_file("/root/.gconf/desktop/gnome/%gconf.xml"));
   EXPECT_TRUE(same_bytes(before, scene::tree("/root/.gconf/desktop"))) << ended.said;
 }

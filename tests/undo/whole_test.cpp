@@ -1,4 +1,5 @@
 // A migration and its undo: everything is as it was before.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "support/commands.h"
@@ -8,6 +9,7 @@
 namespace {
 
 using scene::Ended;
+using testing::HasSubstr;
 
 class Whole : public testing::Test {
  protected:
@@ -30,6 +32,9 @@ TEST_F(Whole, home_is_as_it_was_byte_for_byte) {
   const Ended ended = scene::undo("--yes");
   EXPECT_EQ(0, ended.status) << ended.said;
   EXPECT_TRUE(same_bytes(before_, scene::tree("/root"))) << ended.said;
+  EXPECT_THAT(ended.said, HasSubstr("Given back as it was (14):\n"));
+  EXPECT_THAT(ended.said,
+              HasSubstr("\n14 files and folders were given back, 2 were removed with all in them.\n"));
 }
 
 TEST_F(Whole, undo_done_twice_does_nothing) {

@@ -19,7 +19,7 @@ documents      8 0 0 0    8 0 0 0    8 0 0 0
 desktop        4 0 0 0    4 0 0 0    4 0 0 0
 shared-files   3 0 0 0    3 0 0 0    3 0 0 0
 mail-accounts  2 2 0 0    0 4 0 0    0 4 0 0
-mail          26 0 0 0   26 0 0 0   26 0 0 0
+mail          25 0 0 0   25 0 0 0   25 0 0 0
 calendar       7 0 0 0    3 4 0 0    2 5 0 0
 tasks          5 0 0 0    2 3 0 0    0 5 0 0
 contacts       6 0 0 0    1 5 0 0    6 0 0 0
@@ -39,7 +39,7 @@ documents      4 0 0 0    4 0 0 0    4 0 0 0
 desktop        2 0 0 0    2 0 0 0    2 0 0 0
 shared-files   2 0 0 0    2 0 0 0    2 0 0 0
 mail-accounts  1 1 0 0    0 2 0 0    0 2 0 0
-mail           9 0 0 0    9 0 0 0    9 0 0 0
+mail           8 0 0 0    8 0 0 0    8 0 0 0
 calendar       4 0 0 0    1 3 0 0    1 3 0 0
 tasks          3 0 0 0    2 1 0 0    0 3 0 0
 contacts       3 0 0 0    1 2 0 0    3 0 0 0

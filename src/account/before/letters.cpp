@@ -7,6 +7,7 @@
 #include "account/kinds/entries.h"
 #include "account/kinds/personal.h"
 #include "account/readers/address_book.h"
+#include "account/readers/vcard.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -21,6 +22,17 @@ bool is_ascii(std::string_view text) {
 // Chinese that happens to be valid UTF-8 as well is taken for UTF-8, as the account does it.
 bool is_chinese(std::string_view text) {
   return is_ascii(text) || (!is_utf8(text) && to_utf8(text, Letters::taken_for).has_value());
+}
+
+// Values that tell their character set keep their letters.
+bool keeps_letters(const std::string& text) {
+  if (is_chinese(text)) return true;
+  bool all_chinese = true;
+  const Card card(text, [&all_chinese](std::string_view value) {
+    all_chinese &= is_chinese(value);
+    return std::string(value);
+  });
+  return all_chinese;
 }
 
 class Look {
@@ -50,8 +62,7 @@ class Look {
       EntryStream stream = outlook_.archive.open(entry);
       const AddressBook book([&stream](std::span<char> buffer) { return stream.read(buffer); });
       bool all_chinese = true;
-      book.each(
-          [&](std::string_view, const std::string& card) { all_chinese = all_chinese && is_chinese(card); });
+      book.each([&](std::string_view, const std::string& card) { all_chinese &= keeps_letters(card); });
       if (!all_chinese) say(Kind::contacts, entry, Foresight::other_letters);
     });
   }

@@ -73,6 +73,36 @@ void look_below(const Where& where, const std::string& folder, std::span<const Q
   for (const Entry& entry : where.outlook.archive.below(folder)) look_at(where, entry, questions);
 }
 
+// In the account's description, which the wizard writes without escaping.
+constexpr std::array described = {Question{"Account Name"},
+                                  Question{"SMTP Display Name", "Display Name"},
+                                  Question{"SMTP Email Address", "Email"},
+                                  Question{"SMTP Reply To Email Address"},
+                                  Question{"SMTP Organization Name"},
+                                  Question{"SMTP Server"}};
+
+// The server, then the login.
+constexpr std::array pop = {Question{"POP3 Server"}, Question{"POP3 User Name", "POP3 User"}};
+constexpr std::array imap = {Question{"IMAP Server"}, Question{"IMAP User Name", "IMAP User"}};
+
+void look_at_account(const Where& where, const Entry& entry) {
+  const SettingsFile file(where.outlook.archive, entry);
+  const auto look = [&](std::span<const Question> questions, const char* signs, Foresight what) {
+    for (const Question& question : questions) {
+      auto value = file.value(question.key);
+      const char* const asked = value || question.otherwise == nullptr ? question.key : question.otherwise;
+      if (!value && question.otherwise != nullptr) value = file.value(question.otherwise);
+      if (value && value->find_first_of(signs) != std::string::npos)
+        where.found.push_back({where.person, where.kind, std::string(entry.name), what, asked});
+    }
+  };
+  const auto& incoming = file.value(pop.front().key) ? pop : imap;
+  look(described, "&<", Foresight::evolution_refuses);
+  look(incoming, "&<", Foresight::evolution_refuses);
+  // Evolution's addresses are LOGIN@SERVER, which the wizard writes without escaping as well.
+  look(std::span(incoming).last(1), "@:/", Foresight::login_misread);
+}
+
 }  // namespace
 
 void foresee_settings(const Outlook& outlook, std::vector<Warning>& found) {
@@ -88,15 +118,6 @@ void foresee_settings(const Outlook& outlook, std::vector<Warning>& found) {
 }
 
 void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found) {
-  // In the account's description, which the wizard writes without escaping.
-  constexpr std::array described = {Question{"Account Name"},
-                                    Question{"SMTP Display Name", "Display Name"},
-                                    Question{"SMTP Email Address", "Email"},
-                                    Question{"SMTP Reply To Email Address"},
-                                    Question{"SMTP Organization Name"},
-                                    Question{"SMTP Server"}};
-  constexpr std::array incoming = {Question{"POP3 Server"}, Question{"POP3 User Name", "POP3 User"}};
-  constexpr std::array imap = {Question{"IMAP Server"}, Question{"IMAP User Name", "IMAP User"}};
   if (!has_evolution(outlook.system)) return;
   for (const Person& person : outlook.people) {
     const std::string mail = person.folder + "/" + layout::mail;
@@ -106,27 +127,9 @@ void foresee_accounts(const Outlook& outlook, std::vector<Warning>& found) {
     if (has_mail && !outlook.archive.has(folder))
       found.push_back(
           {person.login, Kind::mail, mail, Foresight::needs_accounts_folder, layout::mail_accounts});
-    for (const Entry& entry : outlook.archive.below(folder)) {
-      if (entry.folder || entry.encrypted()) continue;
-      const SettingsFile file(outlook.archive, entry);
-      const auto look = [&](std::span<const Question> questions) {
-        for (const Question& question : questions) {
-          auto value = file.value(question.key);
-          const char* const asked =
-              value || question.otherwise == nullptr ? question.key : question.otherwise;
-          if (!value && question.otherwise != nullptr) value = file.value(question.otherwise);
-          if (value && value->find_first_of("&<") != std::string::npos)
-            found.push_back({person.login, Kind::mail_accounts, std::string(entry.name),
-                             Foresight::evolution_refuses, asked});
-        }
-      };
-      look(described);
-      if (file.value("POP3 Server")) {
-        look(incoming);
-      } else {
-        look(imap);
-      }
-    }
+    const Where where = {outlook, person.login, Kind::mail_accounts, found};
+    for (const Entry& entry : outlook.archive.below(folder))
+      if (!entry.folder && !entry.encrypted()) look_at_account(where, entry);
   }
 }
 

@@ -40,8 +40,17 @@ void tell_what_stopped_it(Tally& tally) {
     tally.explain(Cause::not_there, Cause::place_unreadable, std::string(culprit->detail));
 }
 
+void compare_empty_folder(const Case& of, const Tree& tree, const Entry& entry, Tally& tally) {
+  if (of.place == nullptr) return;
+  Tally alone;
+  compare_entry(of, tree, entry, alone);
+  for (const Missing& folder : alone.missing())
+    tally.miss_uncounted(folder.name, folder.cause, folder.detail);
+}
+
 void compare_tree(const Case& of, const Tree& tree, Tally& tally) {
   for_each_thing(of.archive, tree.folder, [&](const Entry& entry) {
+    if (entry.folder) return compare_empty_folder(of, tree, entry, tally);
     tally.find();
     if (of.place == nullptr) {
       tally.have_no_place();

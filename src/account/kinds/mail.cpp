@@ -116,7 +116,7 @@ class Comparison {
       tally_.find();
       tally_.miss("folder " + title, Cause::damaged);
     } else if (is_empty) {
-      count_empty(title, folder, reason);
+      miss_empty(title, folder, reason);
     }
   }
 
@@ -151,10 +151,9 @@ class Comparison {
     tally_.miss(std::move(name), reason.cause, reason.detail);
   }
 
-  void count_empty(const std::string& title, const Folder* folder, const Reason& reason) {
-    tally_.find();
-    if (folder != nullptr && folder->is_there()) return tally_.arrive_unchanged();
-    tally_.miss("folder " + title, reason.cause, reason.detail);
+  void miss_empty(const std::string& title, const Folder* folder, const Reason& reason) {
+    if (folder == nullptr || !folder->is_there())
+      tally_.miss_uncounted("folder " + title, reason.cause, reason.detail);
   }
 
   const Case& of_;

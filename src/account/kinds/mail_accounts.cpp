@@ -1,6 +1,7 @@
 #include "account/kinds/mail_accounts.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "account/kinds/account_file.h"
 #include "account/kinds/entries.h"
 #include "account/kinds/mail_programs.h"
+#include "account/kinds/personal.h"
 #include "process/archive/layout.h"
 
 namespace account {
@@ -19,8 +21,9 @@ constexpr std::size_t largest_settings_file = 1 << 20;
 
 struct Archived {
   ArchivedAccount account;
+  MailAccount written;  // before its text is converted
   std::string title;
-  bool is_altered = false;  // by the conversion of its text
+  bool is_all_utf8 = false;
   bool is_done = false;
 };
 
@@ -40,12 +43,13 @@ Archived archived_account(const Case& of, const std::string& text) {
   Archived archived;
   if (has_kmail(of.system)) {
     archived.account = read_account_file(from_gb2312(text), SecondKeys::used);
-    archived.is_altered = !is_ascii(text) && (is_utf8(text) || !to_utf8(text, "GB2312"));
   } else {
     archived.account =
         read_account_file(text, has_evolution(of.system) ? SecondKeys::unused : SecondKeys::used);
   }
-  archived.title = title_of(of, read_account_file(text, SecondKeys::used).values);
+  archived.written = read_account_file(text, SecondKeys::used).values;
+  archived.is_all_utf8 = is_utf8(text);
+  archived.title = title_of(of, archived.written);
   return archived;
 }
 
@@ -131,6 +135,14 @@ bool leaves_out(const MailProgram& program, const ArchivedAccount& archived) {
   return false;
 }
 
+// True when letters that the program has a place for are moved as others.
+bool is_mistaken(const MailProgram& program, const Archived& archived) {
+  return program.format == MailFormat::kmail && std::ranges::any_of(program.fields, [&](Field field) {
+           const std::string& text = value(archived.written, field);
+           return !is_ascii(text) && (archived.is_all_utf8 || !to_utf8(text, Letters::taken_for));
+         });
+}
+
 std::optional<Reason> loss(const MailProgram& program, const ArchivedAccount& archived) {
   for (const Field field : program.fields)
     if (const auto found = archived.losses.find(field); found != archived.losses.end())
@@ -161,14 +173,28 @@ std::optional<Reason> refusal(const Case& of, const MailProgram& program, const 
   return Reason{Cause::evolution_refuses, bare.empty() ? mark_of(Text::characters) : bare};
 }
 
+// Evolution's addresses are LOGIN@SERVER: the sign of the login that ends it too early. Empty for a
+// difference that this does not explain.
+std::string misread_sign(const MailProgram& program, const MailAccount& wanted, Field different) {
+  constexpr std::array addressed = {Field::host, Field::user, Field::smtp_host, Field::smtp_user};
+  const std::string& login = value(wanted, Field::user);
+  const std::size_t place = login.find_first_of("@/");
+  if (program.format != MailFormat::evolution || place == std::string::npos ||
+      std::ranges::find(addressed, different) == addressed.end())
+    return "";
+  return std::string("`") + login[place] + "`";
+}
+
 Reason reason_of(const Case& of, MailProgram& program, const Archived& archived) {
   const MailAccount& wanted = archived.account.values;
   if (const auto refused = refusal(of, program, wanted)) return *refused;
   if (program.unreachable) return *program.unreachable;
   if (take(of, program, wanted, program.behind)) return {Cause::evolution_stops, program.refused.front()};
-  if (const auto field = nearest_difference(of, program, wanted))
-    return {Cause::value_differs, words(*field)};
-  return {Cause::not_there, {}};
+  const auto field = nearest_difference(of, program, wanted);
+  if (!field) return {Cause::not_there, {}};
+  const std::string sign = misread_sign(program, wanted, *field);
+  if (!sign.empty()) return {Cause::login_misread, sign};
+  return {Cause::value_differs, words(*field)};
 }
 
 // One account that breaks the file is why GConf has nothing of the others.
@@ -188,9 +214,14 @@ void compare_mail_accounts(const Case& of, Tally& tally) {
   if (program.is_broken) name_the_breaker(program, accounts);
   for (Archived& archived : accounts) {
     if (program.unreachable || loss(program, archived.account)) continue;
-    archived.is_done = take(of, program, archived.account.values, program.accounts);
+    const bool mistaken = is_mistaken(program, archived);
+    // Somebody may have corrected the letters since.
+    const bool is_right = mistaken && take(of, program, archived.written, program.accounts);
+    archived.is_done = is_right || take(of, program, archived.account.values, program.accounts);
     if (!archived.is_done) continue;
-    if (archived.is_altered || leaves_out(program, archived.account)) {
+    if (mistaken && !is_right) {
+      tally.miss(archived.title, Cause::other_letters, Letters::taken_for);
+    } else if (leaves_out(program, archived.account)) {
       tally.arrive_changed();
     } else {
       tally.arrive_unchanged();

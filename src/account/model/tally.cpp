@@ -1,6 +1,13 @@
 #include "account/model/tally.h"
 
+#include <utility>
+
 namespace account {
+
+void Tally::miss_uncounted(std::string name, Cause cause, std::string_view detail) {
+  ++uncounted_;
+  miss(std::move(name), cause, detail);
+}
 
 void Tally::explain_all(Cause cause, std::string_view detail) {
   for (Missing& thing : missing_) {
@@ -15,7 +22,7 @@ void Tally::explain(Cause seen, Cause cause, std::string_view detail) {
 }
 
 bool Tally::certain() const {
-  return complete_ && found_ == unchanged_ + changed_ + elsewhere_ + missing_.size();
+  return complete_ && found_ + uncounted_ == unchanged_ + changed_ + elsewhere_ + missing_.size();
 }
 
 }  // namespace account

@@ -34,6 +34,9 @@ class Tally {
     missing_.push_back({std::move(name), cause, kept(detail)});
   }
 
+  /// For what is named when it is missing, and counted nowhere: an empty folder is no file and no message.
+  void miss_uncounted(std::string name, Cause cause, std::string_view detail = {});
+
   /// Gives everything that is missing one cause, which lies deeper than the one that was seen.
   void explain_all(Cause cause, std::string_view detail = {});
 
@@ -57,6 +60,7 @@ class Tally {
   std::string_view kept(std::string_view detail) { return *details_->emplace(detail).first; }
 
   std::size_t found_ = 0;
+  std::size_t uncounted_ = 0;  // of those that are missing
   std::size_t unchanged_ = 0;
   std::size_t changed_ = 0;
   std::size_t elsewhere_ = 0;

@@ -95,7 +95,7 @@ void add_others(Packing& packing, const Place& folder, const std::vector<Other>&
       below += "/" + kept_name(rest.substr(0, slash));
       packing.add_folder(below);
     }
-    packing.add_file(Kind::bookmarks, below + "/" + kept_name(entry.name), place, entry);
+    packing.add_file(Kind::documents, below + "/" + kept_name(entry.name), place, entry);
   }
 }
 
