@@ -219,7 +219,7 @@ class OpenFolder {
   }
 
   static std::size_t size_of(const std::string& name) {
-    return sizeof name + sizeof(Entry) + name.capacity() + 16;
+    return sizeof(std::string) + sizeof(Entry) + name.capacity() + 16;
   }
 
  private:
