@@ -186,8 +186,9 @@ TEST_F(FurtherNames, that_were_being_written_when_an_undo_was_killed_are_complet
     ASSERT_TRUE(keep::before_change("/root/a"));
     shell_quietly("echo something longer than before > /root/a");
   }
-  const std::string strace = "strace -o /dev/null -e trace=ftruncate,pwrite64 -e inject=";
-  ASSERT_NE(0, shell_quietly(strace + "ftruncate:signal=KILL:when=1 " BRINDLE_UNDO " --yes < /dev/null"));
+  const std::string strace = "strace -o /dev/null -e trace=ftruncate,?ftruncate64,pwrite64 -e inject=";
+  ASSERT_NE(0, shell_quietly(strace + "ftruncate,?ftruncate64:signal=KILL:when=1 " BRINDLE_UNDO
+                                      " --yes < /dev/null"));
   ASSERT_EQ("old\nthing longer than before\n", read_file("/root/a"));
   expect_as_before();
   EXPECT_EQ(inode_, inode_of("/root/a"));

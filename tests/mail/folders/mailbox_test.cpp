@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -103,9 +104,10 @@ TEST(Mailbox, MayBeLeftBeforeItsEnd) {
 }
 
 TEST(Mailbox, IsReadWhereNoThreadCanBeStarted) {
+  constexpr std::size_t more_than_there_is = SIZE_MAX / 16 * 15 / 4096 * 4096;
   pthread_attr_t attributes;
   ASSERT_EQ(0, pthread_getattr_default_np(&attributes));
-  ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, std::size_t{1} << 47));
+  ASSERT_EQ(0, pthread_attr_setstacksize(&attributes, more_than_there_is));
   ASSERT_EQ(0, pthread_setattr_default_np(&attributes));
   pthread_attr_destroy(&attributes);
   const std::string content = messages(40);
