@@ -28,10 +28,11 @@ class Calendar {
   /// `home_zone` is the Olson name of the zone in which the person's clock is; empty when it is not known.
   Calendar(Packing& packing, std::string home_zone);
 
-  /// Takes that zone for the person's, of which nobody knows the zone.
+  /// Puts appointments of other zones on the clock of that zone, where the person's own is not known. They
+  /// are told all the same.
   void guess_home_zone(const std::string& zone) { home_ = Zone::named(zone); }
 
-  /// Empty when it is not known, guessed or not: what has no zone then comes as an instant.
+  /// The one that is known; empty when it is not, also when one is guessed.
   const std::string& home_zone() const { return home_zone_; }
 
   /// Adds an appointment (Kind::events) or a task (Kind::tasks) with all of its exceptions. It counts as many

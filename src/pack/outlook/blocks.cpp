@@ -168,8 +168,10 @@ class Index {
   Index(Stream& stream, const PageLayout& layout)
       : stream_(stream), layout_(layout), pages_left_(stream.size / layout.size) {}
 
-  /// True when the page there has the sum that it should have. Without `check_sums` none needs to.
+  /// True when the page there has the sum of its bytes.
   bool has_sum(std::uint64_t place) { return has_sum(bytes_at(stream_, place, layout_.size)); }
+
+  /// Whether pages with a wrong sum count as damaged, as they do from the beginning.
   void check_sums(bool is_wanted) { checks_sums_ = is_wanted; }
 
   /// Hands out the entries of all pages below one. False when a page is damaged; its entries are left out.
