@@ -494,7 +494,7 @@ class Checklist(unittest.TestCase):
     EXAMPLES = ("tests/shell/template_test.cpp", "fuzz/composer/fuzz.cpp")  # try the composer with a command of it
 
     def places_of(self, kind):
-        tops = ("src", "tests", "tools", "samples", "fuzz", "data/skeleton")
+        tops = ("src", "tests", "tools", "samples", "fuzz", "data/skeleton", "data/man", "debian")
         for path in sorted(path for top in tops for path in Path(top).rglob("*") if path.is_file()):
             if kind in path.read_text(encoding="utf-8", errors="replace").lower() and "documents" not in path.parts:
                 yield path
