@@ -218,6 +218,18 @@ TEST_F(Calendar, ALinkIsReplacedAsBeforeAndComesBackAsALink) {
   EXPECT_EQ("mine", read_file("/root/mine.ics"));
 }
 
+TEST_F(Calendar, AFolderInThePlaceOfTheOldOneStays) {
+  write_file(std::string(data_file) + "/inside", "mine");
+  calendar("BEGIN:VCALENDAR\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+  EXPECT_EQ(std::string(data_file) + " is not replaced: Is a directory\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_EQ("./CalendarDataFile.ics\n./CalendarDataFile.ics/inside\n",
+            output_of("cd " + std::string(profile) + "/Calendar && find . -mindepth 1"));
+  EXPECT_THAT(commands_run(), testing::IsEmpty());
+}
+
 TEST_F(Calendar, WithNeitherNothingIsMade) {
   shell_quietly("mkdir -p /tmp/b/ImapMail");
   EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
@@ -245,6 +257,16 @@ TEST_F(Calendar, AFileOfTheUsersOwnIsNotInTheWay) {
   write_file(std::string(data_file) + ".temp", "mine");
   mozillacalendar("/tmp/b", profile);
   EXPECT_EQ("mine", read_file(std::string(data_file) + ".temp"));
+  EXPECT_TRUE(matches_expected(data_file, "mozilla-calendar/CalendarDataFile.ics"));
+}
+
+TEST_F(Calendar, NorIsALinkToNothing) {
+  both();
+  shell_quietly("mkdir " + std::string(profile) + "/Calendar");
+  std::filesystem::create_symlink("/root/elsewhere", std::string(data_file) + ".temp");
+  EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
+  EXPECT_FALSE(exists("/root/elsewhere"));
+  EXPECT_TRUE(std::filesystem::is_symlink(std::string(data_file) + ".temp"));
   EXPECT_TRUE(matches_expected(data_file, "mozilla-calendar/CalendarDataFile.ics"));
 }
 
@@ -360,7 +382,9 @@ TEST_F(Contacts, OfARunThatWasCutShortInItsImportArePutBackAndTheImportsKept) {
   write_file(root + "/abook.mab.found", "an earlier one");
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is now " + root + "/abook.mab.found~\n"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("The address book in the place of the administrator's own is now " + root +
+                        "/abook.mab.found~\n"));
   EXPECT_EQ(before, books_of(profile));
   EXPECT_EQ("an earlier one", read_file(root + "/abook.mab.found"));
   EXPECT_EQ("half an import", read_file(root + "/abook.mab.found~"));
@@ -387,7 +411,8 @@ TEST_F(Contacts, AreNotImportedWhileOthersCannotBePutBack) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(0, mozillaaddressbook("/tmp/b", running_user == 1 ? profile : "/home/ann/p", profile));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("could not be put back; nothing is imported\n"));
+                HasSubstr("The address books in " + std::string(profile) +
+                          "/mabtemp could not be put back; nothing is imported\n"));
     EXPECT_EQ(before, books_of(profile));
   }
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
@@ -503,7 +528,9 @@ TEST_F(Contacts, BooksThatCannotBeSetAsideAreNotTouched) {
   shell_quietly("chmod 755 /usr/local/bin/mv");
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be set aside"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("The address books in " + std::string(profile) +
+                        " could not be set aside; nothing is imported\n"));
   EXPECT_EQ(before, books_of(profile));
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
 }
