@@ -122,6 +122,19 @@ TEST(Groupwise, RewritesNothingFromACopyThatIsCutOff) {
   EXPECT_EQ(text, read_file("/root/.gwuser.xml"));
 }
 
+// There is room for the rest of it.
+TEST(Groupwise, RewritesNothingFromACopyThatTheCommandLeftInPart) {
+  write_file("/usr/local/bin/cp",
+             "#!/bin/sh\n[ $# -gt 2 ] && exec /bin/cp \"$@\"\nhead -c 20 \"$1\" > \"$2\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/cp");
+  const std::string text = std::string(mailbox) + "</gw>\n";
+  write_file(settings, text);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Could not be pointed to the mailbox"));
+  EXPECT_EQ(text, read_file("/root/.gwuser.xml"));
+}
+
 TEST(Groupwise, OfAHostileFolderNameStaysOneWord) {
   write_file("/tmp/x y;touch ran;$(touch ran)/Groupwise/.gwuser.xml", mailbox);
   EXPECT_EQ(0, groupwise("/tmp/x y;touch ran;$(touch ran)"));

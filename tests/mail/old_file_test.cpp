@@ -135,6 +135,17 @@ TEST_F(KeptOldFile, UnderASecondNameIsTheLinkItself) {
   EXPECT_EQ("1234:2345 640\n", output_of("stat -c '%u:%g %a' " + std::string(path)));
 }
 
+TEST_F(KeptOldFile, UnderASecondNameIsALinkOfItsOldOwner) {
+  std::filesystem::create_symlink(path, "/tmp/link");
+  shell_quietly("chown -h 3456:4567 /tmp/link");
+  OldFile old = OldFile::second_name_of("/tmp/link");
+  shell_quietly("chown -h 0:0 /tmp/link; rm /tmp/link; echo new > /tmp/link");
+  testing::internal::CaptureStderr();
+  old.put_back();
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("3456:4567\n", output_of("stat -c %u:%g /tmp/link"));
+}
+
 TEST_F(KeptOldFile, OfNothingLeavesNothing) {
   for (const bool copy : {true, false}) {
     const std::string none = "/tmp/home/none";
