@@ -232,6 +232,14 @@ TEST_F(EvolutionFolders, NothingBehindAFolderThatIsNoneIsBuilt) {
   EXPECT_TRUE(exists("/root/email_sbd_sbd"));
 }
 
+// What was built until then comes all the same.
+TEST_F(EvolutionFolders, AWalkThatHasEndedEndsNothingElse) {
+  write_file(mail + "/a.sbd", "a file");
+  write_file(mail + "/Inbox", "From a\n");
+  EXPECT_EQ(Folders::copied, migrate_mail_folders(target_of(""), mail));
+  EXPECT_EQ("From a\n", read_file("/root/evolution/local/Inbox/mbox"));
+}
+
 TEST_F(EvolutionFolders, AMissingMailFolderLeavesAnEmptyList) {
   evolution_old("/tmp/nowhere/Brindle/Mail", "/tmp/nowhere/Brindle/Mail/brindlemail/");
   EXPECT_EQ("", read_file("/root/email_sbd_sbd"));
@@ -243,6 +251,8 @@ TEST_F(EvolutionFolders, AHomeThatIsMissingMakesNothing) {
   write_file(mail + "/Inbox", "From a\n");
   evolution_old(mail.c_str(), staging.c_str());
   EXPECT_FALSE(exists(staging));
+  EXPECT_EQ(Folders::copied, migrate_mail_folders(target_of(""), mail));
+  EXPECT_EQ("cp -a " + staging + "* /home/nobodyhere/evolution/local/", commands_run().back());
 }
 
 TEST_F(EvolutionFolders, NamesThatHoldSbdAreNoMailboxes) {
