@@ -533,6 +533,15 @@ TEST_F(Notes, TheOldOnesAreNotReplacedByPartOfTheNew) {
   EXPECT_EQ("old", read_file(notes));
 }
 
+TEST_F(Notes, TheOldOnesAreNotReplacedByAFolder) {
+  note("a.txt", "T:x\n");
+  write_file(notes, "old");
+  write_file("/root/.kde/share/apps/knotes/notes2.ics/inside", "mine");
+  EXPECT_EQ(-1, kmailnotes("/tmp/b"));
+  EXPECT_EQ("old", read_file(notes));
+  EXPECT_EQ("mine", read_file("/root/.kde/share/apps/knotes/notes2.ics/inside"));
+}
+
 TEST_F(Notes, WithoutRoomToMendThemTheOldOnesStay) {
   note("a.txt", "T:" + std::string(300, 't'));
   write_file(notes, "old");
