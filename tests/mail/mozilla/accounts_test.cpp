@@ -499,6 +499,11 @@ TEST_F(Mozilla, FailsWhenSoManyMailFoldersCannotBeCopied) {
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Local Folders/Inbox: Is a directory\n"));
 }
 
+TEST_F(Mozilla, FailsWhenTheCopyIsRefused) {
+  EXPECT_EQ(-1, copymozillafiles("-x", "/tmp/y"));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
 TEST_F(Mozilla, CopiesMailWithAHostileFolderName) {
   write_file("/tmp/x;touch ran;$(touch ran)/Inbox", "m");
   shell_quietly("mkdir '/tmp/a b'");

@@ -202,6 +202,17 @@ TEST_F(Calendar, InAFullWorkFolderTheOldOneStays) {
   }
 }
 
+// Their copy lies on another disk, with room.
+TEST_F(Calendar, TasksThatCannotBeMendedLeaveTheOldOne) {
+  write_file(data_file, "old");
+  calendar("BEGIN:VCALENDAR\n");
+  tasks("BEGIN:VTODO\r\nEND:VTODO\r\n");
+  const SmallDisk disk("/tmp/b/ImapMail/Tasks");
+  disk.fill_but(0);
+  EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+  EXPECT_EQ("old", read_file(data_file));
+}
+
 TEST_F(Calendar, ALinkIsReplacedAsBeforeAndComesBackAsALink) {
   shell_quietly("mkdir -p " + std::string(profile) + "/Calendar");
   write_file("/root/mine.ics", "mine");
@@ -532,6 +543,21 @@ TEST_F(Contacts, BooksThatCannotBeSetAsideAreNotTouched) {
               HasSubstr("The address books in " + std::string(profile) +
                         " could not be set aside; nothing is imported\n"));
   EXPECT_EQ(before, books_of(profile));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
+}
+
+// The books themselves, or the older ones that Mozilla keeps of them.
+TEST_F(Contacts, BooksOfOneKindThatCannotBeSetAsideAreNotTouchedEither) {
+  isDefaultUser = 0;
+  for (const std::string kind : {"/*.mab", "/*.mab.prev"}) {
+    administrators_own();
+    const std::string before = books_of(profile);
+    answer_command("mv " + std::string(profile) + kind + " ", 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be set aside"));
+    EXPECT_EQ(before, books_of(profile)) << kind;
+  }
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
 }
 
