@@ -28,6 +28,15 @@ TEST(AccountFiles, AreEveryEntryOfTheirFolder) {
                                    "/tmp/b/ImapMail/brindle-email-accounts/.home"));
 }
 
+TEST(AccountFiles, ComeInTheOrderOfTheirFolder) {
+  const std::string folder = "/tmp/b/ImapMail/brindle-email-accounts/";
+  for (const char* name : {"d", "a", "c", "b"}) write_file(folder + name, "");
+  const auto files = account_files("/tmp/b");
+  std::string names;
+  for (const std::string& file : *files) names += file.substr(folder.size()) + "\n";
+  EXPECT_EQ(output_of("ls -U " + folder), names);
+}
+
 TEST(AccountFiles, ReportAFolderThatCannotBeOpened) {
   testing::internal::CaptureStderr();
   EXPECT_FALSE(account_files("/tmp/missing"));

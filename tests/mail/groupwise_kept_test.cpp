@@ -4,6 +4,7 @@
 
 #include "mail/mail_files.h"
 #include "process/mail/groupwise.h"
+#include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/keeping_run.h"
@@ -46,6 +47,27 @@ TEST_F(GroupwiseKept, OrNothingIsCopied) {
   EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(),
               ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml"));
+}
+
+// One is a link out of the home, the other could be kept.
+TEST_F(GroupwiseKept, OrNeitherOfTheTwo) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  for (const std::string link : {".gwuser.xml", "gwremote"}) {
+    shell_quietly(
+        "rm -rf /home/ann /root/out; mkdir -p /home/ann; mkdir /root/out; cp -a /root/.gwuser.xml "
+        "/root/gwremote /root/out; ln -s /root/out/" +
+        link + " /home/ann");
+    forget_commands();
+    const KeepingRun run;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, groupwise("/tmp/b"));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
+    EXPECT_TRUE(run.has_changed_nothing({"/root/out"})) << link;
+    EXPECT_EQ(link + "\n", output_of("ls -A /home/ann | grep gw"));
+    EXPECT_THAT(commands_run(),
+                ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml"));
+  }
 }
 
 }  // namespace

@@ -93,12 +93,42 @@ TEST(Groupwise, LeavesTheOldSettingsOnAFullDisk) {
   EXPECT_EQ("", output_of("ls -A /home/ann | grep brindle"));
 }
 
+TEST(Groupwise, WithoutRoomToKeepTheOldSettingsCopiesNone) {
+  write_file(settings, "new");
+  write_file("/home/ann/.gwuser.xml", "old");
+  isDefaultUser = 0;
+  assign(cur_user, "ann");
+  const SmallDisk disk("/home/ann");
+  disk.fill_but(0);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("/home/ann/.gwuser.xml is not replaced: No space left on device\n"));
+  EXPECT_EQ("old", read_file("/home/ann/.gwuser.xml"));
+  EXPECT_THAT(commands_run(), ElementsAre("cp /tmp/b/Groupwise/.gwuser.xml /tmp/b/Groupwise/.gwusertemp.xml",
+                                          "cp -a /tmp/b/Groupwise/gwremote /home/ann"));
+}
+
 // The working copy and the settings lie on one disk.
 TEST(Groupwise, RewritesNothingFromACopyThatIsCutOff) {
   const std::string text = mailbox + std::string(20'000, 'n') + "\n";
   write_file(settings, text);
   const SmallDisk disk("/tmp/b/Groupwise");
   disk.fill_but(2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, groupwise("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("Could not be pointed to the mailbox in the home: " + std::string(settings) + "\n"));
+  EXPECT_EQ(text, read_file("/root/.gwuser.xml"));
+}
+
+// There is room for the rest of it.
+TEST(Groupwise, RewritesNothingFromACopyThatTheCommandLeftInPart) {
+  write_file("/usr/local/bin/cp",
+             "#!/bin/sh\n[ $# -gt 2 ] && exec /bin/cp \"$@\"\nhead -c 20 \"$1\" > \"$2\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/cp");
+  const std::string text = std::string(mailbox) + "</gw>\n";
+  write_file(settings, text);
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, groupwise("/tmp/b"));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Could not be pointed to the mailbox"));

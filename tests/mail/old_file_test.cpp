@@ -49,6 +49,17 @@ TEST_F(KeptOldFile, ComesBackAsACopyWhenItsModeAndOwnerAreGone) {
   put_back(old);
 }
 
+// A change of owner takes such bits away.
+TEST_F(KeptOldFile, ComesBackWithEveryBitOfItsMode) {
+  shell_quietly("chmod 6750 " + std::string(path));
+  OldFile old = OldFile::copy_of(path);
+  shell_quietly("rm " + std::string(path) + "; echo new > " + path);
+  testing::internal::CaptureStderr();
+  old.put_back();
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("1234:2345 6750\n", output_of("stat -c '%u:%g %a' " + std::string(path)));
+}
+
 // The owner of a home can move its folders while we write there.
 TEST_F(KeptOldFile, StaysInItsFolderWhereverThatGoes) {
   for (const bool is_copy : {true, false}) {
@@ -124,6 +135,17 @@ TEST_F(KeptOldFile, UnderASecondNameIsTheLinkItself) {
   EXPECT_EQ("1234:2345 640\n", output_of("stat -c '%u:%g %a' " + std::string(path)));
 }
 
+TEST_F(KeptOldFile, UnderASecondNameIsALinkOfItsOldOwner) {
+  std::filesystem::create_symlink(path, "/tmp/link");
+  shell_quietly("chown -h 3456:4567 /tmp/link");
+  OldFile old = OldFile::second_name_of("/tmp/link");
+  shell_quietly("chown -h 0:0 /tmp/link; rm /tmp/link; echo new > /tmp/link");
+  testing::internal::CaptureStderr();
+  old.put_back();
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("3456:4567\n", output_of("stat -c %u:%g /tmp/link"));
+}
+
 TEST_F(KeptOldFile, OfNothingLeavesNothing) {
   for (const bool copy : {true, false}) {
     const std::string none = "/tmp/home/none";
@@ -135,6 +157,18 @@ TEST_F(KeptOldFile, OfNothingLeavesNothing) {
     EXPECT_EQ(none + " could not be written whole and is gone\n", testing::internal::GetCapturedStderr());
     EXPECT_EQ("std.vcf\n", names());
   }
+}
+
+// It has neither a second name nor a copy.
+TEST_F(KeptOldFile, OfAFolderIsNotSafe) {
+  const std::string folder = "/tmp/home/folder";
+  std::filesystem::create_directories(folder + "/inside");
+  for (const bool copy : {true, false}) {
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE((copy ? OldFile::copy_of(folder) : OldFile::second_name_of(folder)).is_safe());
+    EXPECT_EQ(folder + " is not replaced: Is a directory\n", testing::internal::GetCapturedStderr());
+  }
+  EXPECT_EQ("folder\nstd.vcf\n", names());
 }
 
 TEST_F(KeptOldFile, OfALinkToNothingLeavesTheLink) {
@@ -171,11 +205,14 @@ TEST_F(KeptOldFile, IsSafeUnderASecondNameOnAFullDisk) {
   EXPECT_EQ(std::string(20'000, 'o'), read_file(path));
 }
 
+// It is still there when nobody knows of it any more.
 TEST_F(KeptOldFile, IsNamedWhenItCannotBePutBack) {
-  OldFile old = OldFile::copy_of(path);
-  shell_quietly("rm " + std::string(path) + " && mkdir " + path);
   testing::internal::CaptureStderr();
-  old.put_back();
+  {
+    OldFile old = OldFile::copy_of(path);
+    shell_quietly("rm " + std::string(path) + " && mkdir " + path);
+    old.put_back();
+  }
   const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_THAT(said,
               StartsWith(std::string(path) + " could not be written whole; the old one is /tmp/home/.br"));
@@ -266,6 +303,8 @@ TEST(Lines, GetLocalEnds) {
   EXPECT_EQ(std::string("a\n\0\n", 4), mended(std::string("a\r\n\0", 4)));
   EXPECT_EQ("a\x1a\nb\n", mended("\xEF\xBB\xBF"
                                  "a\x1a\r\nb\r\n\x1a\x1a"));
+  EXPECT_EQ("a\nb\n", mended("\xEF\xBB\xBF"
+                             "a\nb\n"));
   EXPECT_EQ("", mended(""));
 }
 

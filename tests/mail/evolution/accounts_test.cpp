@@ -606,6 +606,10 @@ TEST_F(EvolutionAccounts, NothingInADescriptionIsEscaped) {
   EXPECT_THAT(described("Account Name=a & \"b\" <c>\n"), HasSubstr("<account name=\"a & \"b\" <c>\" uid="));
 }
 
+TEST_F(EvolutionAccounts, CarriageReturnsAndTabsWithinATextStay) {
+  EXPECT_THAT(described("Account Name=a\rb\tc\n"), HasSubstr("<account name=\"a\rb\tc\" uid="));
+}
+
 TEST_F(EvolutionAccounts, MissingTextsAreEmpty) {
   EXPECT_THAT(described("POP3 Server=h\n"),
               HasSubstr("<account name=\"\" uid=\"1105000000.170.0@winstation\" enabled=\"true\"><identity>"
@@ -631,6 +635,26 @@ TEST_F(EvolutionAccounts, TheLongestTextsFitWhateverTheirLetters) {
                 "\nPOP3 Server=" + value + "\nPOP3 User Name=" + value + "\nSMTP Server=" + value + "\n");
   EXPECT_THAT(description, testing::EndsWith("</account>"));
   EXPECT_GT(description.size(), 3000u);
+}
+
+// In a home whose name is long.
+TEST_F(EvolutionAccounts, ADescriptionFitsWithTheNulBehindIt) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, std::string(240, 'u').c_str()));
+  std::filesystem::create_directories("/home/" + std::string(240, 'u'));
+  std::string others;
+  for (const std::string key : {"Email", "Display Name", "SMTP Reply To Email Address",
+                                "SMTP Organization Name", "POP3 Server", "POP3 User", "SMTP Server"})
+    others += key + "=" + std::string(125 - key.size(), '\x80') + "\n";
+  const std::string name(account_description_size - 1 - described(others).size(), 'n');
+  ASSERT_LT(name.size(), 112U);
+  EXPECT_EQ(account_description_size - 1U, described("Account Name=" + name + "\n" + others).size());
+  for (const char* more : {"n", "nn"}) {
+    write_file("/tmp/account", "Account Name=" + name + more + "\n" + others);
+    std::array<char, account_description_size + 2> data{'x'};
+    EXPECT_EQ(-1, extract_from_account_path("/tmp/account", data.data()));
+    EXPECT_STREQ("", data.data());
+  }
 }
 
 TEST_F(EvolutionAccounts, AMachineWithoutANameHasAnEmptyOne) {

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "mail/evolution/homes.h"
+#include "shell/ending.h"
 #include "support/full_disk.h"
 #include "support/sleeps.h"
 
@@ -188,6 +189,19 @@ TEST(LaunchEvolution, DoesNotWaitForAnEvolutionThatGoesOn) {
   const auto start = std::chrono::steady_clock::now();
   launch_evolution();
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+}
+
+// The windows are closed while it runs: nothing else would stop it.
+TEST(LaunchEvolution, StopsItEvenAtTheEnd) {
+  install_evolution();
+  write_file("/tmp/evolution.calls", "");
+  std::thread worker(launch_evolution);
+  for (int i = 0; i < 200 && read_file("/tmp/evolution.calls").empty(); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  shell::start_no_more_commands();
+  worker.join();
+  ASSERT_TRUE(evolution_ended());
+  EXPECT_EQ("evolution\nevolution --force-shutdown\nevolution ended\n", read_file("/tmp/evolution.calls"));
 }
 
 TEST(LaunchEvolution, LeavesAHomeThatHasAnEvolutionFolderAlone) {

@@ -178,6 +178,17 @@ TEST_F(EvolutionPersonal, AFileThatIsNotCopiedWholeFailsTheItem) {
   EXPECT_EQ(-1, mail_account(archive_root.c_str()));
 }
 
+TEST_F(EvolutionPersonal, ListsAreShownWhateverWasCopied) {
+  make_profile();
+  write_file(imap_mail + "/Calendar/calendar.ics", std::string(400'000, 'n'));
+  write_file(imap_mail + "/Tasks/tasks.ics", std::string(400'000, 'n'));
+  const SmallDisk disk("/home/ann/.evolution");
+  EXPECT_EQ(-1, migrate());
+  EXPECT_TRUE(
+      matches_expected(gconf + "calendar/display/%gconf.xml", "evolution_personal/selected_calendars.xml"));
+  EXPECT_TRUE(matches_expected(gconf + "calendar/tasks/%gconf.xml", "evolution_personal/selected_tasks.xml"));
+}
+
 TEST_F(EvolutionPersonal, TheContactsAloneOrTheTasksAloneCanFail) {
   make_evolution_2();
   make_personal_data();

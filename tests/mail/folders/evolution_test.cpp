@@ -81,9 +81,12 @@ TEST_F(EvolutionFolders, MoreThanACommandTakesAreAllCopied) {
   EXPECT_EQ(counted_mail_tree, counted("evolution", "/root/evolution/local"));
   std::filesystem::create_directory("/root/.evolution");
   std::filesystem::remove_all(staging);
+  shell_quietly("cd " + mail + " && chown 1234:2345 Inbox && chmod 640 Inbox && touch -d @1000000000 Inbox");
   answer_command("cp -a", too_many_names);
   pop();
   EXPECT_EQ(counted_mail_tree, counted("archive", "/root/.evolution/mail/local"));
+  EXPECT_EQ("1234:2345 640 1000000000\n",
+            output_of("stat -c '%u:%g %a %Y' /root/.evolution/mail/local/Inbox"));
 }
 
 TEST_F(EvolutionFolders, MoreThanACommandTakesThatCannotBeCopiedAreAFailure) {
@@ -210,8 +213,31 @@ TEST_F(EvolutionFolders, NoNameEndsItsWord) {
 
 TEST_F(EvolutionFolders, AFolderThatIsNoneEndsTheWalkAndLeavesItsList) {
   write_file(mail + "/a.sbd", "a file");
+  write_file(mail + "/Inbox", "From a\n");
   evolution_old(mail.c_str(), staging.c_str());
   EXPECT_EQ(mail + "/a.sbd\n", read_file("/root/email_sbd_sbd"));
+  EXPECT_EQ("From a\n", read_file(staging + "Inbox/mbox"));
+}
+
+TEST_F(EvolutionFolders, NothingBehindAFolderThatIsNoneIsBuilt) {
+  write_file("/usr/local/bin/find",
+             "#!/bin/sh\nfor name in one two three; do echo \"" + mail + "/$name.sbd\"; done\n");
+  ASSERT_EQ(0, shell_quietly("chmod 755 /usr/local/bin/find"));
+  write_file(mail + "/one.sbd/One", "From a\n");
+  write_file(mail + "/two.sbd", "a file");
+  write_file(mail + "/three.sbd/Three", "From c\n");
+  evolution_old(mail.c_str(), staging.c_str());
+  EXPECT_EQ("From a\n", read_file(staging + "one/subfolders/One/mbox"));
+  EXPECT_FALSE(exists(staging + "three"));
+  EXPECT_TRUE(exists("/root/email_sbd_sbd"));
+}
+
+// What was built until then comes all the same.
+TEST_F(EvolutionFolders, AWalkThatHasEndedEndsNothingElse) {
+  write_file(mail + "/a.sbd", "a file");
+  write_file(mail + "/Inbox", "From a\n");
+  EXPECT_EQ(Folders::copied, migrate_mail_folders(target_of(""), mail));
+  EXPECT_EQ("From a\n", read_file("/root/evolution/local/Inbox/mbox"));
 }
 
 TEST_F(EvolutionFolders, AMissingMailFolderLeavesAnEmptyList) {
@@ -225,6 +251,8 @@ TEST_F(EvolutionFolders, AHomeThatIsMissingMakesNothing) {
   write_file(mail + "/Inbox", "From a\n");
   evolution_old(mail.c_str(), staging.c_str());
   EXPECT_FALSE(exists(staging));
+  EXPECT_EQ(Folders::copied, migrate_mail_folders(target_of(""), mail));
+  EXPECT_EQ("cp -a " + staging + "* /home/nobodyhere/evolution/local/", commands_run().back());
 }
 
 TEST_F(EvolutionFolders, NamesThatHoldSbdAreNoMailboxes) {
@@ -330,6 +358,11 @@ std::string staged(const std::string& path, const std::string& dest = staging) {
 
 TEST(StagingPath, TheMailFolderIsTheStagingAreaItself) { EXPECT_EQ(staging, staged(mail)); }
 
+TEST(StagingPath, AFolderWithoutSubfoldersOfAnotherIsTheStagingAreaToo) {
+  EXPECT_EQ(staging, staged(mail + "/Local"));
+  EXPECT_EQ("/tmp/elsewhere/", staged(mail + "/Local", "/tmp/elsewhere/"));
+}
+
 TEST(StagingPath, EveryLevelGetsItsSubfolders) {
   EXPECT_EQ(staging + "Work/subfolders", staged(mail + "/Work.sbd"));
   EXPECT_EQ(staging + "Work/subfolders/Old/subfolders", staged(mail + "/Work.sbd/Old.sbd"));
@@ -342,6 +375,8 @@ TEST(StagingPath, AFolderAboveStaysInThePath) {
 
 TEST(StagingPath, AnyDestinationTakesThePathBelowTheArchivesMailFolder) {
   EXPECT_EQ("/tmp/elsewhere/Work/subfolders", staged(mail + "/Work.sbd", "/tmp/elsewhere/"));
+  EXPECT_EQ("/tmp/elsewhere/Work/subfolders/Brindle/Mail/Old/subfolders",
+            staged(mail + "/Work.sbd/Brindle/Mail/Old.sbd", "/tmp/elsewhere/"));
 }
 
 TEST(StagingPath, AProfilesMailFolderCountsLikeTheArchives) {

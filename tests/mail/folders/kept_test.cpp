@@ -121,6 +121,22 @@ TEST_F(KmailKept, NotBehindALinkOutOfAProfilesHome) {
   EXPECT_TRUE(run.has_changed_nothing());
 }
 
+// Whichever is the first in the folder; those behind it could be kept.
+TEST_F(KmailKept, NoFolderBehindOneThatCannotBeKept) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  shell_quietly("rm -r " + mail + "/*");
+  for (const char* name : {"one", "two", "three"}) write_file(mail + "/" + name, "From a\n");
+  shell_quietly("mkdir -p /home/ann/Mail /root/own; ln -s /root/own \"/home/ann/Mail/$(ls -U " + mail +
+                " | head -n 1)\"");
+  const KeepingRun run;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(1, kmailemails(root.c_str()));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
+  EXPECT_TRUE(run.has_changed_nothing({"/root/own", "/home/ann/Mail"}));
+  EXPECT_THAT(commands_run(), IsEmpty());
+}
+
 // ---- Evolution --------------------------------------------------------------------------------------------
 
 struct EvolutionKept : testing::Test {
@@ -190,7 +206,9 @@ TEST_F(EvolutionKept, OrNothingIsCopied) {
     forget_commands();
     const KeepingRun run;
     testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     EXPECT_EQ(Folders::not_kept, migrate()) << store;
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::Not(HasSubstr("Returning")));
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be kept as it is"));
     EXPECT_TRUE(run.has_changed_nothing()) << store;
     EXPECT_THAT(commands_run(), ElementsAre("evolution --force-shutdown")) << store;

@@ -76,6 +76,9 @@ TEST(Kmail, SbdAnywhereInANameMakesItASubfolderDirectory) {
   write_file(mail + "/a.sbd.bak/Work", "From a\n");
   kmailemails(root.c_str());
   EXPECT_TRUE(exists(target + "/.a.directory/Work/cur/Work2"));
+  write_file(mail + "/b.sbd.sbd/Work", "From a\n");
+  kmailemails(root.c_str());
+  EXPECT_TRUE(exists(target + "/.b.directory/Work/cur/Work2"));
 }
 
 TEST(Kmail, AFileNamedLikeASubfolderDirectoryDoesNoHarm) {

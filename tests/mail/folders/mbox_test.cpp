@@ -97,6 +97,12 @@ TEST(Mbox, DashesEndTheDropping) {
   EXPECT_EQ((Messages{"From x\none - dash\n"}), split(std::string("From x\none - dash\n") + base64_line));
 }
 
+TEST(Mbox, ALinesOwnDashesAndBoundaryComeBeforeItsEncoding) {
+  const std::string dashes = std::string("From x\nX--") + base64_line;
+  EXPECT_EQ(Messages{dashes}, split(dashes));
+  EXPECT_EQ(Messages{"From - Tue\n"}, split(std::string("From - Tue\nboundary=\"x\"; ") + base64_line));
+}
+
 TEST(Mbox, DashesInTheFromLineDoNot) { EXPECT_FALSE(keeps_encoding_after("From a--\n")); }
 
 TEST(Mbox, ABoundaryHeaderStartsTheDroppingAgain) {

@@ -71,6 +71,12 @@ TEST_F(MessageFolder, MessagesStayInItWhereverItGoes) {
   EXPECT_TRUE(std::filesystem::is_empty("/tmp/outside"));
 }
 
+TEST_F(MessageFolder, MessagesHaveTheRightsThatTheUmaskLeaves) {
+  umask(027);
+  EXPECT_TRUE(put({message("a"), long_message("b")}));
+  EXPECT_EQ("640\n640\n", output_of("stat -c %a " + prefix + "2 " + prefix + "3"));
+}
+
 // ---- Running again ---------------------------------------------------------------------------------------
 
 TEST_F(MessageFolder, RunningAgainChangesNothing) {

@@ -146,6 +146,14 @@ TEST_F(KMail, SeveralAccountsGoIntoOneFreshFile) {
   EXPECT_THAT(text, Not(HasSubstr("[Old]")));
 }
 
+TEST_F(KMail, AccountsComeInTheOrderOfTheirFolder) {
+  for (const std::string name : {"d", "a", "c", "b"})
+    account(name, "Account Name=" + name + "\nPOP3 Server=p\n");
+  const std::string names = output_of(std::string("ls -U ") + accounts);  // converting moves them about
+  EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
+  EXPECT_EQ(names, output_of(std::string("sed -n s/^Name=//p ") + kmailrc));
+}
+
 TEST_F(KMail, IdsDifferEvenWhenTheGeneratorRepeatsItself) {
   work();
   home();
@@ -299,7 +307,9 @@ TEST_F(KMail, AnUnwritableFileIsReported) {
 TEST_F(KMail, AFolderFileThatCannotBeMadeFailsItsAccountOnly) {
   shell_quietly("rm -r /root/.kde/share/apps/kmail");
   write_file("/tmp/a", "Account Name=A\nPOP3 Server=p\nPOP3 User=u\n");
+  testing::internal::CaptureStderr();
   EXPECT_EQ(1, kde_extract_from_account_path("/tmp/a", "/tmp/b", 1));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), Not(HasSubstr(":110")));
   work();
   EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
 }
@@ -349,8 +359,10 @@ TEST_F(KMail, AFileWhoseConvertedTextIsCutOffIsPassedOver) {
   disk.fill_but(2);
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr("/a could not be converted whole and is left out\n"));
+  EXPECT_THAT(
+      testing::internal::GetCapturedStderr(),
+      HasSubstr("The account " + std::string(accounts) + "a could not be converted whole and is left out\n"));
+  EXPECT_FALSE(exists(std::string(accounts) + "atemp"));
   EXPECT_THAT(read_file(kmailrc), HasSubstr("\naccounts=0\n"));
   disk.empty();
   EXPECT_EQ(0, kmailaccountsettings("/tmp/b"));

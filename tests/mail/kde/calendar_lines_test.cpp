@@ -30,6 +30,11 @@ TEST(DateOnlyUntil, KeepsTheDateAlone) {
             with_date_only_until("RRULE:FREQ=WEEKLY;UNTIL=20051231T235959Z;BYDAY=MO\n"));
 }
 
+TEST(DateOnlyUntil, LeavesTheDaysAsTheyAre) {
+  EXPECT_EQ("RRULE:FREQ=WEEKLY;BYDAY=SU,TU,TH;UNTIL=20051231;WKST=SU\n",
+            with_date_only_until("RRULE:FREQ=WEEKLY;BYDAY=SU,TU,TH;UNTIL=20051231T235959Z;WKST=SU\n"));
+}
+
 TEST(DateOnlyUntil, AtTheEndSwallowsTheLineFeed) {
   EXPECT_EQ("RRULE:FREQ=DAILY;UNTIL=20051231",
             with_date_only_until("RRULE:FREQ=DAILY;UNTIL=20051231T235959Z\n"));

@@ -13,6 +13,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -276,6 +277,32 @@ TEST_F(KdeKept, OrNothingAtAllIsMigrated) {
   EXPECT_EQ("Migration Account Settings", testing::internal::GetCapturedStdout());
   EXPECT_TRUE(run.has_changed_nothing());
   EXPECT_THAT(commands_run(), IsEmpty());
+}
+
+// Each of the later steps meets a link out of the home, and none behind it begins.
+TEST_F(KdeKept, TheItemEndsAtTheStepThatCannotKeep) {
+  isDefaultUser = 0;
+  ASSERT_TRUE(assign(cur_user, "ann"));
+  struct {
+    std::string link, last, next;
+  } const steps[] = {{".kde/share/apps/kabc", "Migrating addressbook", "Migrating Emails."},
+                     {"Mail", "Migrating Emails.", "Migrating Contacts and Tasks."},
+                     {".kde/share/apps/korganizer", "Migrating Contacts and Tasks.", "Migrating Notes."},
+                     {".kde/share/apps/knotes", "Migrating Notes.", "Notes are done."}};
+  fill();
+  for (const auto& step : steps) {
+    shell_quietly(
+        "rm -rf /home/ann /root/out; mkdir -p /home/ann/Mail /root/out; cp -a /root/.kde /home/ann");
+    shell_quietly("cd /home/ann; mv " + step.link + " /root/out; ln -s /root/out/* " + step.link);
+    const KeepingRun run;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(1, migrate()) << step.link;
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                AllOf(HasSubstr(step.last), Not(HasSubstr(step.next))));
+    EXPECT_TRUE(run.has_changed_nothing({"/root/out"})) << step.link;
+  }
 }
 
 // A folder file is behind a link out of the home: kmailrc comes back, and the item ends.

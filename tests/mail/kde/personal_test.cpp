@@ -211,7 +211,9 @@ TEST_F(Calendar, OnAFullWorkFolderTheOldOneStays) {
   for (const int left : {0, 5, 20, 25}) {
     const SmallDisk disk("/tmp/b");
     disk.fill_but(left);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(-1, kmailcallendar("/tmp/b")) << left;
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("The calendar could not be rewritten: "));
     EXPECT_EQ("old", read_file(organizer)) << left;
   }
 }
@@ -299,6 +301,24 @@ TEST_F(Calendar, AnUntilAtTheLinesEndTakesTheNextLineIn) {
   EXPECT_EQ("RRULE:FREQ=DAILY;UNTIL=20051231END:VEVENT\n", read_file(organizer));
 }
 
+TEST_F(Calendar, TheFirstRuleOfALineWins) {
+  calendar("DTSTART;TZID=X;RRULE:UNTIL=20051231T000000;A\n:20050510T120000\n");
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ("DTSTART;TZID=X;RRULE:UNTIL=20051231T000000;A\n:20050510T120000Z\n", read_file(organizer));
+}
+
+TEST_F(Calendar, ATimeWithoutAZoneHasNoLineBehindIt) {
+  calendar("DTSTART;TYPE=X:2005\nDTEND;TYPE=X:2005\nSUMMARY:a\n");
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ("DTSTART;TYPE=X:2005\nDTEND;TYPE=X:2005\nSUMMARY:a\n", read_file(organizer));
+}
+
+TEST_F(Calendar, ARuleWithoutAnUntilStays) {
+  calendar("RRULE:FREQ=DAILY;COUNT=5;INTERVAL=2\n");
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ("RRULE:FREQ=DAILY;COUNT=5;INTERVAL=2\n", read_file(organizer));
+}
+
 TEST_F(Calendar, ALastTimeWithoutItsLineEndsTheFile) {
   calendar("DTSTART;TZID=X\n");
   kmailcallendar("/tmp/b");
@@ -315,6 +335,16 @@ TEST_F(Calendar, TheFirstRuleOfATaskLineWins) {
       "DUE;VALUE=DATE;VALUE=DATE:PRIORITY:9\nRECURRENCE-ID:PRIORITY:9T000000Z\nDTSTART;VALUE=DATE:1\n"
       "COMPLETED:PRIORITY:9Z\nPRIORITY:5\nPRIORITY:1\n",
       read_file(organizer));
+}
+
+TEST_F(Calendar, OtherLinesOfTasksStay) {
+  calendar("");
+  const std::string others =
+      "DUE;VALUE=DATE:20050510\nDTSTART;VALUE=DATE:20050509\nSTATUS:COMPLETED\nPERCENT-COMPLETE:9\n"
+      "PRIORITY:8\nDUE:20050510T120000\nDUE;TYPE=X:20050510\nDTSTART;TYPE=X:20050509\n";
+  tasks(others);
+  kmailcallendar("/tmp/b");
+  EXPECT_EQ(others, read_file(organizer));
 }
 
 TEST_F(Calendar, AFolderWithoutAFileMigratesTheTasks) {
@@ -382,6 +412,13 @@ TEST_F(Notes, OneWithoutATitleCostsNoOther) {
       EXPECT_EQ(name != untitled, read_file(notes).find("SUMMARY:of " + name + "\n") != std::string::npos)
           << name;
   }
+}
+
+TEST_F(Notes, ComeInTheOrderOfTheirFolder) {
+  for (const std::string name : {"d", "a", "c", "b"}) note(name, "T:" + name + "\n");
+  const std::string names = output_of("ls -U /tmp/b/Notes");  // converting moves them about
+  EXPECT_EQ(0, kmailnotes("/tmp/b"));
+  EXPECT_EQ(names, output_of(std::string("sed -n s/^SUMMARY://p ") + notes));
 }
 
 TEST_F(Notes, HaveATitleBehindTheFirstColon) {
@@ -496,6 +533,15 @@ TEST_F(Notes, TheOldOnesAreNotReplacedByPartOfTheNew) {
   EXPECT_EQ("old", read_file(notes));
 }
 
+TEST_F(Notes, TheOldOnesAreNotReplacedByAFolder) {
+  note("a.txt", "T:x\n");
+  write_file(notes, "old");
+  write_file("/root/.kde/share/apps/knotes/notes2.ics/inside", "mine");
+  EXPECT_EQ(-1, kmailnotes("/tmp/b"));
+  EXPECT_EQ("old", read_file(notes));
+  EXPECT_EQ("mine", read_file("/root/.kde/share/apps/knotes/notes2.ics/inside"));
+}
+
 TEST_F(Notes, WithoutRoomToMendThemTheOldOnesStay) {
   note("a.txt", "T:" + std::string(300, 't'));
   write_file(notes, "old");
@@ -511,7 +557,9 @@ TEST_F(Notes, WhatIsNoNoteIsPassedOver) {
   note("no colon.txt", "just text\nT: second line\n");
   note("note.txt", "T:a\nb\n");
   testing::internal::CaptureStderr();
+  testing::internal::CaptureStdout();
   EXPECT_EQ(0, kmailnotes("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), Not(HasSubstr("Line::just text")));
   const std::string said = testing::internal::GetCapturedStderr();
   EXPECT_EQ(entry("b\\n", "a\n"), read_file(notes));
   EXPECT_THAT(said, HasSubstr("The note /tmp/b/Notes/no colon.txt has no title and is left out\n"));
@@ -681,7 +729,8 @@ TEST_F(Contacts, ABookWhoseCopyIsCutOffIsNotTouched) {
   shell_quietly("chmod 755 /usr/local/bin/cp; ln " + std::string(kabc) + "std.vcf /root/second");
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, kaddressbook("/tmp/b"));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("std.vcf could not be copied"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr(std::string(kabc) + "std.vcf could not be copied; no contacts are added\n"));
   EXPECT_THAT(commands_run(), Not(testing::Contains(HasSubstr("cat "))));
   EXPECT_EQ("BEGIN:VCARD\nFN:Old\nEND:VCARD\n", read_file(std::string(kabc) + "std.vcf"));
   EXPECT_EQ(0, shell_quietly("test /root/second -ef " + std::string(kabc) + "std.vcf"));
@@ -703,6 +752,16 @@ TEST_F(Contacts, ThatAreCutOffAreNotAdded) {
   write_file("/usr/local/bin/perl",
              "#!/bin/sh\nprintf 'BEGIN:VCARD\\nFN:x\\nEND:VCARD\\nBEGIN:VCARD\\nFN:y\\n'\n");
   shell_quietly("chmod 755 /usr/local/bin/perl");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, kaddressbook("/tmp/b"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("The contacts could not be converted whole; none are added\n"));
+  EXPECT_EQ(two_cards, read_file(std::string(kabc) + "std.vcf"));
+}
+
+TEST_F(Contacts, ThatWereNotConvertedAtAllAreAFailure) {
+  write_file(std::string(kabc) + "std.vcf", two_cards);
+  answer_command("perl ", 0);
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, kaddressbook("/tmp/b"));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("none are added\n"));

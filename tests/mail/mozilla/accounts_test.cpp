@@ -477,9 +477,11 @@ constexpr int too_many_names = 126 << 8;
 TEST_F(Mozilla, CopiesMoreMailFoldersThanACommandTakes) {
   write_file("/tmp/b/Mail/Inbox", "From - a\n");
   write_file("/tmp/b/Mail/Inbox.sbd/Work", "From - b\n");
+  shell_quietly("touch -d @1000000000 /tmp/b/Mail/Inbox");
   answer_command("cp -rf", too_many_names);
   EXPECT_EQ(0, mozilla("/tmp/b"));
   const std::string folders = std::string(profile) + "/Mail/Local Folders";
+  EXPECT_NE("1000000000\n", output_of("stat -c %Y '" + folders + "/Inbox'"));
   EXPECT_EQ("From - a\n", read_file(folders + "/Inbox"));
   EXPECT_EQ("From - b\n", read_file(folders + "/Inbox.sbd/Work"));
   write_file("/tmp/x/Drafts", "c");
@@ -495,6 +497,11 @@ TEST_F(Mozilla, FailsWhenSoManyMailFoldersCannotBeCopied) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, mozilla("/tmp/b"));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("Local Folders/Inbox: Is a directory\n"));
+}
+
+TEST_F(Mozilla, FailsWhenTheCopyIsRefused) {
+  EXPECT_EQ(-1, copymozillafiles("-x", "/tmp/y"));
+  EXPECT_THAT(commands_run(), IsEmpty());
 }
 
 TEST_F(Mozilla, CopiesMailWithAHostileFolderName) {

@@ -115,7 +115,9 @@ TEST(CalendarLines, PriorityFourBecomesFive) {
 
 TEST(CalendarLines, EverythingElseStays) {
   CalendarLines lines;
-  for (const char* line : {"SUMMARY:a;b:c\n", "END:VEVENT\n", "\n", "no end"}) {
+  for (const char* line : {"SUMMARY:a;b:c\n", "END:VEVENT\n", "\n", "no end", "TRIGGER;RELATED=END:PT5M\n",
+                           "DUE;VALUE=DATE:20050510\n", "DTSTART;VALUE=DATE:20050510\n",
+                           "RRULE:INTERVAL=2;FREQ=MONTHLY\n", "X-PRIORITY;A=B:4\n", "END:VTODO\n"}) {
     EXPECT_EQ(line, lines.calendar(line));
     EXPECT_EQ(line, lines.task(line));
   }
@@ -125,6 +127,24 @@ TEST(CalendarLines, TheFirstRuleWins) {
   CalendarLines lines;
   EXPECT_EQ("X-PT\n :END\n :VALARM-PT1H\n", lines.calendar("X-PT:END:VALARM-PT1H\n"));
   EXPECT_EQ("PRIORITY\n :5 -PT1H\n", lines.task("PRIORITY:4 -PT1H\n"));
+}
+
+TEST(CalendarLines, AlarmsComeBeforeRulesInACalendar) {
+  CalendarLines lines;
+  EXPECT_EQ("RRULE\n :FREQ=YEARLY\n ;X=-PT1M\n", lines.calendar("RRULE:FREQ=YEARLY;X=-PT1M\n"));
+  EXPECT_EQ("X-MOZILLA-RECUR-DEFAULT-UNITS\n :years\nRRULE:FREQ=YEARLY;END:VALARM\n",
+            lines.calendar("RRULE:FREQ=YEARLY;END:VALARM\n"));
+}
+
+TEST(CalendarLines, DatesAndPrioritiesOfTasksComeBeforeAlarmsAndThoseBeforeRules) {
+  CalendarLines lines;
+  EXPECT_EQ("DUE\n ;TZID=X\n :PRIORITY\n :4-PT1H\n", lines.task("DUE;TZID=X:PRIORITY:4-PT1H\n"));
+  EXPECT_EQ("DTSTART\n ;TZID=X\n :PRIORITY\n :4-PT1H\n", lines.task("DTSTART;TZID=X:PRIORITY:4-PT1H\n"));
+  const std::string end = "X-MOZILLA-ALARM-DEFAULT-LENGTH\n :";
+  EXPECT_EQ("END:VALARM\n" + end + "\n", lines.task("END:VALARM\n"));
+  EXPECT_EQ("END\n :VALARM-PT1M\n", lines.task("END:VALARM-PT1M\n"));
+  EXPECT_EQ("RRULE:FREQ=YEARLY;END:VALARM\n" + end + "1\n", lines.task("RRULE:FREQ=YEARLY;END:VALARM\n"));
+  EXPECT_EQ("RRULE\n :FREQ=YEARLY\n ;X=-PT3M\n", lines.task("RRULE:FREQ=YEARLY;X=-PT3M\n"));
 }
 
 }  // namespace

@@ -266,6 +266,19 @@ TEST_F(MozillaKept, OrNoMailIsCopied) {
   EXPECT_THAT(commands_run(), IsEmpty());
 }
 
+// A book is a link out of the home, all else could be kept: what comes after the contacts stays out.
+TEST_F(MozillaKept, NoMailBehindContactsThatCannotBeKept) {
+  make_profile();
+  shell_quietly("mkdir /root/out; cd " + ann +
+                "; mv abook.mab /root/out; ln -s /root/out/abook.mab abook.mab");
+  const KeepingRun run;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(1, mozilla(root.c_str()));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("a link leads out of its home"));
+  EXPECT_TRUE(run.has_changed_nothing({"/root/out", ann + "/Calendar", ann + "/Mail"}));
+  EXPECT_THAT(commands_run(), Not(Contains(StartsWith("cp "))));
+}
+
 // A mailbox is a link out of the home, all else could be kept: what comes after the mail stays out.
 TEST_F(MozillaKept, NoCalendarBehindMailThatCannotBeKept) {
   make_profile();

@@ -14,6 +14,8 @@ using logged::Row;
 
 constexpr const char* profile = "/root/.mozilla/default/abc.slt";
 
+constexpr const char* without_calendar = "rm -r /tmp/b/ImapMail/Calendar";
+
 void all() { mozilla("/tmp/b"); }
 void contacts_of_a_profile() {
   isDefaultUser = 0;
@@ -55,6 +57,11 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"calendar", all, "cp /tmp/b/ImapMail/Calendar/calendar.ics /root"},
         Row{"calendar_aside", all, "cp /root/.mozilla/default/abc.slt/Calendar/CalendarDataFile.ics "},
         Row{"tasks", all, "cat /tmp/b/ImapMail/Tasks/tasks.ics "},
+        Row{"work_folder_of_tasks", all, "mkdir -p /tmp/b/ImapMail/Calendar", true, without_calendar},
+        Row{"calendar_folder_of_tasks", all, "mkdir -p /root/.mozilla/default/abc.slt/Calendar", true,
+            without_calendar},
+        Row{"calendar_before_tasks", all, "rm -f /root/.mozilla/default/abc.slt/Calendar/", true,
+            without_calendar},
         Row{"books_aside", contacts_of_a_profile, "mkdir /root/.mozilla/default/abc.slt/mabtemp"},
         Row{"import_of_a_profile", contacts_of_a_profile, "mozilla -syncin "},
         Row{"book_of_a_profile", contacts_of_a_profile, "cp -f /root/.mozilla/default/abc.slt/abook.mab "}),

@@ -202,6 +202,17 @@ TEST_F(Calendar, InAFullWorkFolderTheOldOneStays) {
   }
 }
 
+// Their copy lies on another disk, with room.
+TEST_F(Calendar, TasksThatCannotBeMendedLeaveTheOldOne) {
+  write_file(data_file, "old");
+  calendar("BEGIN:VCALENDAR\n");
+  tasks("BEGIN:VTODO\r\nEND:VTODO\r\n");
+  const SmallDisk disk("/tmp/b/ImapMail/Tasks");
+  disk.fill_but(0);
+  EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+  EXPECT_EQ("old", read_file(data_file));
+}
+
 TEST_F(Calendar, ALinkIsReplacedAsBeforeAndComesBackAsALink) {
   shell_quietly("mkdir -p " + std::string(profile) + "/Calendar");
   write_file("/root/mine.ics", "mine");
@@ -216,6 +227,18 @@ TEST_F(Calendar, ALinkIsReplacedAsBeforeAndComesBackAsALink) {
   EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
   EXPECT_FALSE(std::filesystem::is_symlink(data_file));
   EXPECT_EQ("mine", read_file("/root/mine.ics"));
+}
+
+TEST_F(Calendar, AFolderInThePlaceOfTheOldOneStays) {
+  write_file(std::string(data_file) + "/inside", "mine");
+  calendar("BEGIN:VCALENDAR\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mozillacalendar("/tmp/b", profile));
+  EXPECT_EQ(std::string(data_file) + " is not replaced: Is a directory\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_EQ("./CalendarDataFile.ics\n./CalendarDataFile.ics/inside\n",
+            output_of("cd " + std::string(profile) + "/Calendar && find . -mindepth 1"));
+  EXPECT_THAT(commands_run(), testing::IsEmpty());
 }
 
 TEST_F(Calendar, WithNeitherNothingIsMade) {
@@ -245,6 +268,16 @@ TEST_F(Calendar, AFileOfTheUsersOwnIsNotInTheWay) {
   write_file(std::string(data_file) + ".temp", "mine");
   mozillacalendar("/tmp/b", profile);
   EXPECT_EQ("mine", read_file(std::string(data_file) + ".temp"));
+  EXPECT_TRUE(matches_expected(data_file, "mozilla-calendar/CalendarDataFile.ics"));
+}
+
+TEST_F(Calendar, NorIsALinkToNothing) {
+  both();
+  shell_quietly("mkdir " + std::string(profile) + "/Calendar");
+  std::filesystem::create_symlink("/root/elsewhere", std::string(data_file) + ".temp");
+  EXPECT_EQ(0, mozillacalendar("/tmp/b", profile));
+  EXPECT_FALSE(exists("/root/elsewhere"));
+  EXPECT_TRUE(std::filesystem::is_symlink(std::string(data_file) + ".temp"));
   EXPECT_TRUE(matches_expected(data_file, "mozilla-calendar/CalendarDataFile.ics"));
 }
 
@@ -360,7 +393,9 @@ TEST_F(Contacts, OfARunThatWasCutShortInItsImportArePutBackAndTheImportsKept) {
   write_file(root + "/abook.mab.found", "an earlier one");
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("is now " + root + "/abook.mab.found~\n"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("The address book in the place of the administrator's own is now " + root +
+                        "/abook.mab.found~\n"));
   EXPECT_EQ(before, books_of(profile));
   EXPECT_EQ("an earlier one", read_file(root + "/abook.mab.found"));
   EXPECT_EQ("half an import", read_file(root + "/abook.mab.found~"));
@@ -387,7 +422,8 @@ TEST_F(Contacts, AreNotImportedWhileOthersCannotBePutBack) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(0, mozillaaddressbook("/tmp/b", running_user == 1 ? profile : "/home/ann/p", profile));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                HasSubstr("could not be put back; nothing is imported\n"));
+                HasSubstr("The address books in " + std::string(profile) +
+                          "/mabtemp could not be put back; nothing is imported\n"));
     EXPECT_EQ(before, books_of(profile));
   }
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
@@ -503,8 +539,25 @@ TEST_F(Contacts, BooksThatCannotBeSetAsideAreNotTouched) {
   shell_quietly("chmod 755 /usr/local/bin/mv");
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be set aside"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("The address books in " + std::string(profile) +
+                        " could not be set aside; nothing is imported\n"));
   EXPECT_EQ(before, books_of(profile));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
+}
+
+// The books themselves, or the older ones that Mozilla keeps of them.
+TEST_F(Contacts, BooksOfOneKindThatCannotBeSetAsideAreNotTouchedEither) {
+  isDefaultUser = 0;
+  for (const std::string kind : {"/*.mab", "/*.mab.prev"}) {
+    administrators_own();
+    const std::string before = books_of(profile);
+    answer_command("mv " + std::string(profile) + kind + " ", 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, mozillaaddressbook("/tmp/b", "/home/ann/p", profile));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("could not be set aside"));
+    EXPECT_EQ(before, books_of(profile)) << kind;
+  }
   EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("syncin"))));
 }
 
