@@ -759,6 +759,8 @@ TEST_F(StartupTest, APageThatIsClosedIsStillThereForWhatIsDrawnOnIt) {
   const std::string page = window_called(shipped_text("window3"));
   ASSERT_NE(page, "");
   wait_until_it_hangs();
+  ASSERT_TRUE(xdotool_in(shipped_text("window3"), "sleep 0.5"));
+  EXPECT_LT(other_pixels(page, "step3"), other_pixels(page, "step1"));
   kill(child, SIGSTOP);
   ask_to_close(page);
   usleep(400000);  // longer than from one step of the progress to the next

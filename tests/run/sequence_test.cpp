@@ -3,8 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string>
 #include <vector>
 
+#include "process/desktop/browser.h"
+#include "process/desktop/documents.h"
+#include "process/desktop/fonts.h"
+#include "process/desktop/mapped_drives.h"
+#include "process/desktop/wallpaper.h"
+#include "process/mail/evolution/accounts.h"
+#include "process/mail/groupwise.h"
+#include "process/mail/kde/accounts.h"
+#include "process/mail/mozilla/accounts.h"
+#include "process/printers/cups.h"
+#include "process/printers/foomatic.h"
+#include "process/run/accounts.h"
 #include "system/capabilities.h"
 
 namespace {
@@ -120,6 +133,46 @@ TEST(Sequence, RepeatsThePrintersResultOnlyAfterTheStepItself) {
     }
   }
   EXPECT_TRUE(printers_done);
+}
+
+// By hand: what serves each folder or file on GNOME, Linspire, Red Flag,
+// Xandros and any other system. The steps that look for nothing are tried by
+// their doing.
+TEST(Sequence, HasTheMigratorsOfEachSystem) {
+  struct Expected {
+    For whom;
+    std::string name;  // empty: the documents, by either name
+    std::vector<func_t> migrators;
+  };
+  const Expected all[] = {
+      {For::running_user, "Printers", {nldprinter, printer, printer, printer, printer}},
+      {For::everybody, "", {mydocs, mydocs, mydocs, mydocs, mydocs}},
+      {For::everybody, "Desktop", {desktop, desktop, desktop, desktop, desktop}},
+      {For::everybody, "ImapMail", {mail_account, mozilla, kmail_mail_account, kmail_mail_account, nullptr}},
+      {For::everybody, "Wallpaper", {wallpaper, kdewallpaper, kdewallpaper, kdewallpaper, nullptr}},
+      {For::everybody, "Bookmark.htm", {favourites, favourites, favourites, favourites, nullptr}},
+      {For::everybody, "Cookies.txt", {cookies, cookies, cookies, cookies, nullptr}},
+      {For::running_user, "Fonts", {fonts, fonts, fonts, fonts, nullptr}},
+      {For::everybody,
+       "File Extensions",
+       {file_extensions, file_extensions, file_extensions, file_extensions, nullptr}},
+      {For::everybody,
+       "Mapped_Drives",
+       {nautilusmappeddrives, mappeddrives, mappeddrives, mappeddrives, nullptr}},
+      {For::profiles, "Printers", {normalprinter, normalprinter, normalprinter, normalprinter, nullptr}},
+      {For::everybody, "Groupwise", {groupwise, nullptr, nullptr, nullptr, nullptr}}};
+  auto expected = std::begin(all);
+  for (const Step& step : sequence()) {
+    if (step.looks != Looks::for_documents && step.name == nullptr) continue;
+    ASSERT_NE(std::end(all), expected) << step.name;
+    EXPECT_EQ(expected->whom, step.whom) << expected->name;
+    EXPECT_EQ(expected->name, step.name == nullptr ? "" : step.name);
+    std::vector<func_t> migrators;
+    for (const System system : systems) migrators.push_back(migrator_of(step, system).run);
+    EXPECT_EQ(expected->migrators, migrators) << expected->name;
+    ++expected;
+  }
+  EXPECT_EQ(std::end(all), expected);
 }
 
 TEST(Sequence, MakesQueuesWithToolsOfItsOwnOnGnomeOnly) {
