@@ -64,11 +64,12 @@ TEST(ErrRet, ComesBehindWhatWasPrintedBefore) {
 
 TEST(ErrRet, FlushesEveryStream) {
   std::FILE* other = std::fopen("/tmp/other", "w");
+  testing::internal::CaptureStderr();  // flushes every stream itself, as its end does
   std::fputs("written before", other);
-  testing::internal::CaptureStderr();
   err_ret("broken");
+  const std::string flushed = read_file("/tmp/other");
   testing::internal::GetCapturedStderr();
-  EXPECT_EQ("written before", read_file("/tmp/other"));
+  EXPECT_EQ("written before", flushed);
   std::fclose(other);
 }
 

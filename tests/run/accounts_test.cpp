@@ -42,8 +42,7 @@ int error_of_lookups = 0;  // of whoever is called "ann"
 
 }  // namespace
 
-// Takes the C library's place for the one test in which accounts cannot be
-// looked up.
+// Takes the C library's place for the one test in which accounts cannot be looked up.
 extern "C" passwd* getpwnam(const char* login) {
   using Lookup = decltype(&getpwnam);
   static const auto next = reinterpret_cast<Lookup>(dlsym(RTLD_NEXT, "getpwnam"));
@@ -234,6 +233,18 @@ TEST_F(Family, OnXandrosAccountsAreMadeFromRootsHome) {
   EXPECT_THAT(commands_run(), Contains(HasSubstr("/home/ann/.gconf/apps/evolution/tasks/%gconftemp.xml")));
 }
 
+TEST_F(Family, OnGnomeEachGetsTheLauncherOfTheBrowser) {
+  profile("ann");
+  migrate();
+  const std::string launcher =
+      "cp /usr/local/brindle/firefox.desktop /home/ann/.gnome2/panel2.d/default/launchers/";
+  EXPECT_TRUE(ran(launcher));
+  forget_commands();
+  on("Xandros");
+  migrate();
+  EXPECT_FALSE(ran(launcher));
+}
+
 struct FamilyFonts : Family, testing::WithParamInterface<const char*> {};
 
 TEST_P(FamilyFonts, ComeFromTheArchiveRoot) {
@@ -300,7 +311,8 @@ TEST_F(Family, ANameMustBeginWithALetterOrDigit) {
   EXPECT_THAT(posts(), ElementsAre(Pair("user error", 0)));
   EXPECT_FALSE(exists("/home/_ann"));
   EXPECT_TRUE(exists("/home/ben"));
-  EXPECT_THAT(said, HasSubstr("Invalid User."));
+  EXPECT_THAT(said, HasSubstr("P2::abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789\nP1::_\n"
+                              "Invalid User."));
 }
 
 TEST_F(Family, ARefusedNameIsTheLastOneAllTheSame) {

@@ -488,6 +488,13 @@ TEST_F(Run, OfASkeletonWithAHomeInItTheUnpackingAloneIsTold) {
   }
 }
 
+TEST_F(Run, TellsOfAProgramThatCannotBeStartedOrEnded) {
+  on("Xandros");
+  pack("Brindle/x", "");
+  for (const char* command : {"kmail", "killall kmail", "kaddressbook", "killall kaddressbook"})
+    EXPECT_TRUE(is_failure_logged(command, [] { migrate(); })) << command;
+}
+
 TEST_F(Run, TellsOfADaemonThatCannotBeStarted) {
   pack("Brindle/x", "");
   EXPECT_TRUE(is_failure_logged("gconftool-2 --spawn", [] { migrate(); }));
@@ -805,6 +812,7 @@ TEST_F(Run, OnGnomeWithoutEitherTheBrowserProfileComesBeforeEvolution) {
 TEST_F(Run, OnGnomeWithoutAClientItSaysSoAndGoesOn) {
   pack("Brindle/My Documents/a.txt", "a");
   migrate();
+  EXPECT_EQ(nullptr, client);  // given back at the end
   EXPECT_THAT(said, Not(HasSubstr("gconf_client_get_default")));
   client_is_missing = true;
   migrate();

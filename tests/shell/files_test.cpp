@@ -28,6 +28,13 @@ TEST(OpenFile, DoesNotWaitForWhoeverWritesToAPipe) {
   alarm(0);
 }
 
+TEST(OpenFile, MakesFilesWithTheRightsOfTheUmask) {
+  umask(022);
+  EXPECT_TRUE(open_file("/tmp/w", "w"));
+  EXPECT_TRUE(open_file("/tmp/wx", "wx"));
+  EXPECT_EQ("644\n644\n", output_of("stat -c %a /tmp/w /tmp/wx"));
+}
+
 TEST(IsFolder, IsTrueForWhateverOpensForReading) {
   write_file("/tmp/a/plain", "x");
   EXPECT_EQ(1, is_folder("/tmp", "a"));

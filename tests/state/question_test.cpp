@@ -74,6 +74,17 @@ TEST_P(EachQuestion, IsAnsweredByWhoeverClearsTheFlag) {
   EXPECT_TRUE(question.ask());
 }
 
+TEST_P(EachQuestion, IsAnsweredByAnyOtherValueOfTheFlag) {
+  for (const int other : {2, -1}) {
+    GuiThread::when_asked([&] { flag = other; });
+    GuiThread::before_sleep([&] {
+      if (GuiThread::seconds_slept() > 500) flag = 0;  // who has waited so long waits for that alone
+    });
+    EXPECT_TRUE(question.ask());
+    EXPECT_EQ(flag, other);
+  }
+}
+
 TEST_P(EachQuestion, CanBeDeclinedAndAskedAgain) {
   GuiThread::when_asked([&] { question.decline(); });
   EXPECT_FALSE(question.ask());
@@ -127,8 +138,7 @@ TEST_P(EachQuestion, KeepsAnAnswerThatCameBeforeTheCancel) {
   EXPECT_TRUE(question.ask());
 }
 
-// At the end of the program nobody shows a window any more, so one that is on
-// its way goes as well.
+// At the end of the program nobody shows a window any more, so one that is on its way goes as well.
 TEST_P(EachQuestion, IsDeclinedAtTheEndWhileItIsOpen) {
   for (const bool has_window : {false, true}) {
     std::thread worker;
