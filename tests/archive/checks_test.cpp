@@ -46,6 +46,15 @@ TEST_F(Archive, AZipIsOne) {
 
 TEST_F(Archive, ATarIsNoZip) { EXPECT_EQ(0, isZipfile("/tmp/it.tar")); }
 
+TEST_F(Archive, WhatIsCalledAZipAnywhereIsOne) {
+  stand_in("file", "data of a Zip, with 5 entries\n");
+  EXPECT_EQ(1, isZipfile("/tmp/my archive.zip"));
+  stand_in("file", "gzip compressed data, was \"a.zip\", ZIP\n");
+  EXPECT_EQ(0, isZipfile("/tmp/my archive.zip"));
+  stand_in("file", "data\nZip archive data\n");  // the first line alone
+  EXPECT_EQ(0, isZipfile("/tmp/my archive.zip"));
+}
+
 TEST_F(Archive, NoAnswerIsNotANo) {
   SystemLog log;
   stand_in("file", "", 1);
@@ -92,6 +101,16 @@ TEST_F(Archive, EncryptionIsTheFirstEntrys) {
   EXPECT_EQ(-1, isEncrypted("/tmp/it.tar"));
 }
 
+TEST_F(Archive, AnyOtherWordAboutEncryptionTellsNothing) {
+  const std::pair<const char*, int> expected[] = {{"not", 0},      {"encrypted", 1}, {"unknown", -1},
+                                                  {"nothing", -1}, {"Not", -1},      {"encrypted,", -1},
+                                                  {"", -1}};
+  for (const auto& [word, result] : expected) {
+    stand_in("zipinfo", "  file security status:   " + std::string(word) + "\n");
+    EXPECT_EQ(result, isEncrypted("/tmp/my archive.zip")) << word;
+  }
+}
+
 TEST_F(Archive, AHostileNameStaysOneWord) {
   const std::string name = "/tmp/$(touch ran);\"x`touch ran`.zip";
   shell_quietly("cp '/tmp/my archive.zip' '" + name + "'");
@@ -114,6 +133,11 @@ TEST(MountCdrom, GivesTheFirstMountedDisc) {
   EXPECT_EQ("/usr/local/bin/mount /dev/cdrom\n/usr/local/bin/mount -l -t iso9660\n", read_file("/tmp/calls"));
 }
 
+TEST(MountCdrom, GivesTheFirstPlaceInTheLineWhateverItsLabelSays) {
+  stand_in("mount", "/dev/hdc on /media/cdrom type iso9660 (ro) [photos on /tape]\n");
+  EXPECT_EQ("/media/cdrom", mounted("iso9660"));
+}
+
 TEST(MountCdrom, MountsOnlyForADisc) {
   stand_in("mount", "//pc/c on /mnt/c type cifs (rw)\n");
   EXPECT_EQ("/mnt/c", mounted("cifs"));
@@ -129,6 +153,16 @@ TEST(MountCdrom, OfSeveralDiscsWithBlanksTheFirstIsTaken) {
   ASSERT_EQ(0, shell_quietly("mkdir -p '/mnt/a b' '/mnt/a c' && mount -t ramfs one '/mnt/a b' && "
                              "mount -t ramfs two '/mnt/a c'"));
   EXPECT_EQ("/mnt/a b", whole_mount_point("/mnt/a", "ramfs"));
+}
+
+TEST(MountCdrom, AWholeNameIsTheOneOfADiscOfItsType) {
+  ASSERT_EQ(0, shell_quietly("mkdir -p '/mnt/a b' '/mnt/a c' /mnt/a && mount -t ramfs one '/mnt/a b' && "
+                             "mount -t tmpfs two '/mnt/a c'"));
+  EXPECT_EQ("/mnt/a c", whole_mount_point("/mnt/a", "tmpfs"));
+  EXPECT_EQ("/mnt/a", whole_mount_point("/mnt/a", "iso9660"));
+  ASSERT_EQ(0,
+            shell_quietly("mount -t tmpfs three /mnt/a; mkdir '/mnt/a d'; mount -t tmpfs four '/mnt/a d'"));
+  EXPECT_EQ("/mnt/a", whole_mount_point("/mnt/a", "tmpfs"));
 }
 
 TEST(MountCdrom, FindsNothingWithoutADisc) {

@@ -351,7 +351,12 @@ TEST(CodePage, IsThatOfTheLanguage) {
       {"uk_UA", "CP866"},       {"el_GR", "CP737"},     {"tr_TR", "CP857"},      {"ja_JP.eucJP", "CP932"},
       {"ko_KR", "CP949"},       {"zh_CN.GBK", "CP936"}, {"zh_TW.Big5", "CP950"}, {"en_US.UTF-8", "CP437"},
       {"de", "CP850"},          {"C.UTF-8", "CP437"},   {"", "CP437"},           {"eng", "CP437"},
-      {"sr_RS", "CP855"},       {"mk_MK", "CP866"},     {"az_AZ", "CP857"},      {"bs_BA", "CP852"}};
+      {"sr_RS", "CP855"},       {"mk_MK", "CP866"},     {"az_AZ", "CP857"},      {"bs_BA", "CP852"},
+      {"zh_HK", "CP950"},       {"be_BY", "CP866"},     {"bg_BG", "CP866"},      {"sk_SK", "CP852"},
+      {"ro_RO", "CP852"},       {"sl_SI", "CP852"},     {"hr_HR", "CP852"},      {"sq_AL", "CP852"},
+      {"he_IL", "CP862"},       {"th_TH", "CP874"},     {"lt_LT", "CP775"},      {"lv_LV", "CP775"},
+      {"et_EE", "CP775"},       {"vi_VN", "CP1258"},    {"kk_KZ", "CP866"},      {"ky_KG", "CP866"},
+      {"mn_MN", "CP866"},       {"tt_RU", "CP866"},     {"uz_UZ", "CP857"}};
   for (const auto& [locale, page] : expected) {
     EXPECT_STREQ(page, dos_code_page(locale)) << locale;
     EXPECT_TRUE(converted("a", page, "UTF-8")) << page;

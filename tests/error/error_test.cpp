@@ -33,6 +33,13 @@ void call_err_doit(int errnoflag, const char* fmt, ...) {
   va_end(ap);
 }
 
+void call_log_doit(int errnoflag, int priority, const char* fmt, ...) {
+  va_list ap;
+  va_start(ap, fmt);
+  log_doit(errnoflag, priority, fmt, ap);
+  va_end(ap);
+}
+
 TEST(ErrRet, WritesTheMessageAndTheSystemErrorToStandardError) {
   testing::internal::CaptureStderr();
   errno = EACCES;
@@ -53,6 +60,17 @@ TEST(ErrRet, ComesBehindWhatWasPrintedBefore) {
   dup2(output.number(), STDOUT_FILENO);
   dup2(error.number(), STDERR_FILENO);
   EXPECT_THAT(read_file("/tmp/both"), StartsWith("first, second: "));
+}
+
+TEST(ErrRet, FlushesEveryStream) {
+  std::FILE* other = std::fopen("/tmp/other", "w");
+  testing::internal::CaptureStderr();  // flushes every stream itself, as its end does
+  std::fputs("written before", other);
+  err_ret("broken");
+  const std::string flushed = read_file("/tmp/other");
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("written before", flushed);
+  std::fclose(other);
 }
 
 TEST(ErrDoit, LeavesTheSystemErrorOutWithoutTheFlag) {
@@ -77,6 +95,18 @@ TEST(LogRet, SendsOneErrorMessageWithoutAnIdentityOfItsOwn) {
   EXPECT_THAT(messages[0], StartsWith("<11>"));  // user facility, error priority
   EXPECT_THAT(messages[0],
               HasSubstr(std::string(program_invocation_short_name) + ": isZipfile: No such file"));
+  EXPECT_THAT(messages[0], EndsWith(": No such file or directory\n"));
+}
+
+TEST(LogDoit, HasThePriorityAndTheSystemErrorThatItIsGiven) {
+  SystemLog log;
+  errno = EACCES;
+  call_log_doit(0, LOG_NOTICE, "%d files", 3);
+  errno = EACCES;
+  call_log_doit(1, LOG_CRIT, "%d files", 4);
+  EXPECT_THAT(log.messages(),
+              ElementsAre(AllOf(StartsWith("<13>"), EndsWith(": 3 files\n")),
+                          AllOf(StartsWith("<10>"), EndsWith(": 4 files: Permission denied\n"))));
 }
 
 TEST(LogRet, SendsMessagesOfAnyLength) {

@@ -76,6 +76,50 @@ TEST_F(Client, SetsAList) {
   g_slist_free_full(list, g_free);
 }
 
+// What is logged and said so far when the daemon is asked for.
+TEST_F(Client, TheDaemonIsStartedBeforeAnythingIsTold) {
+  Session session;
+  std::string logged = "nothing yet";
+  const auto look = [&] { logged = log(); };
+  when_command("gconftool-2 --spawn", look);
+  EXPECT_EQ(0, set_gconf_string("/apps/x/text", "a"));
+  EXPECT_EQ("", logged);
+  when_command("gconftool-2 --spawn", look);
+  EXPECT_EQ(0, set_gconf_bool("/apps/x/flag", TRUE));
+  EXPECT_EQ("before set string\nafter set string\n", logged);
+  std::string said = "nothing yet";
+  testing::internal::CaptureStdout();
+  when_command("gconftool-2 --spawn", [&] {
+    said = testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+  });
+  EXPECT_EQ(0, set_gconf_list("/apps/x/list", nullptr));
+  EXPECT_EQ("before gconf listafter gconf list", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("spawning the gconf tool.", said);
+}
+
+// A client that answers so says nothing itself.
+TEST_F(Client, WhatTheDaemonDoesNotTakeIsAFailure) {
+  Session session;
+  refuse_settings();
+  GSList* list = list_of({"one"});
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, set_gconf_string("/apps/x/text", "a"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("gconf_client_set_string : set: "));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, set_gconf_bool("/apps/x/flag", TRUE));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("gconf_client_set_bool : set: "));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, set_gconf_list("/apps/x/list", list));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), StartsWith("in set_gconf_list : "));
+  EXPECT_EQ("spawning the gconf tool.before gconf list", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("before set string\nbefore set bool\n", log());
+  EXPECT_THAT(settings_made(),
+              ElementsAre("string /apps/x/text a", "bool /apps/x/flag true", "list /apps/x/list one"));
+  g_slist_free_full(list, g_free);
+}
+
 TEST_F(Client, SetsAnEmptyList) {
   Session session;
   EXPECT_EQ(0, set_gconf_list("/apps/x/list", nullptr));
@@ -109,9 +153,12 @@ TEST_F(Client, AnEmptyListIsNone) {
 TEST_F(Client, SomethingElseIsNoList) {
   Session session;
   shell_quietly("gconftool-2 -t string -s /apps/x/text hello");
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(nullptr, get_gconf_list("/apps/x/text"));
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("gconf_client_set_string : get: "));
+  shell_quietly("gconftool-2 -t list --list-type int -s /apps/x/numbers '[]'");
+  for (const char* key : {"/apps/x/text", "/apps/x/numbers"}) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(nullptr, get_gconf_list(key));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("gconf_client_set_string : get: ")) << key;
+  }
 }
 
 // ---- Without one ----------------------------------------------------------------------------------------

@@ -7,6 +7,7 @@ namespace {
 
 std::vector<std::string> calls;
 std::vector<std::string> lists;
+bool is_refused = false;
 
 template <typename Function>
 Function* really(const char* name) {
@@ -19,17 +20,21 @@ const std::vector<std::string>& settings_made() { return calls; }
 
 const std::vector<std::string>& lists_asked_for() { return lists; }
 
+void refuse_settings() { is_refused = true; }
+
 // These take the place of the library's in this program.
 
 extern "C" gboolean gconf_client_set_string(GConfClient* client, const gchar* key, const gchar* val,
                                             GError** error) {
   calls.push_back(std::string("string ") + key + " " + val);
+  if (is_refused) return FALSE;
   return really<decltype(gconf_client_set_string)>("gconf_client_set_string")(client, key, val, error);
 }
 
 extern "C" gboolean gconf_client_set_bool(GConfClient* client, const gchar* key, gboolean val,
                                           GError** error) {
   calls.push_back(std::string("bool ") + key + (val == FALSE ? " false" : " true"));
+  if (is_refused) return FALSE;
   return really<decltype(gconf_client_set_bool)>("gconf_client_set_bool")(client, key, val, error);
 }
 
@@ -39,6 +44,7 @@ extern "C" gboolean gconf_client_set_list(GConfClient* client, const gchar* key,
   for (const GSList* at = list; at != nullptr; at = at->next)
     call += std::string(" ") + static_cast<const char*>(at->data);
   calls.push_back(call);
+  if (is_refused) return FALSE;
   return really<decltype(gconf_client_set_list)>("gconf_client_set_list")(client, key, type, list, error);
 }
 

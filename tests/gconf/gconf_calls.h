@@ -12,4 +12,7 @@ const std::vector<std::string>& settings_made();
 /// One "KEY" or, with an object for the error, "KEY with an error object" a list asked for so far.
 const std::vector<std::string>& lists_asked_for();
 
+/// From now on no setting is kept: the client answers that it could not be.
+void refuse_settings();
+
 #endif

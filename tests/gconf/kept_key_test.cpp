@@ -128,6 +128,20 @@ TEST_F(KeptKeys, AreFinishedWithoutAWordWhereNoneWasSet) {
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
+TEST_F(KeptKeys, ThatTheDaemonDoesNotTakeStayUnknown) {
+  Session session;
+  set("string", "/apps/x/text", "old");
+  set("bool", "/apps/x/flag", "false");
+  refuse_settings();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Stored::not_all_in_client, store_in_client({{"/apps/x/text", std::string("new")},
+                                                        {"/apps/x/flag", true},
+                                                        {"/apps/x/list", std::vector<std::string>{"a"}}}));
+  testing::internal::GetCapturedStderr();
+  EXPECT_THAT(keys(), ElementsAre("/apps/x/text: string old -> unknown",
+                                  "/apps/x/flag: bool false -> unknown", "/apps/x/list: nothing -> unknown"));
+}
+
 TEST_F(KeptKeys, AreNotSetWhenTheyCannotBeKept) {
   Session session;
   set("string", "/apps/x/text", "old");

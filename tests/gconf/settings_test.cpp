@@ -10,6 +10,7 @@
 #include "support/commands.h"
 #include "support/files.h"
 #include "support/full_disk.h"
+#include "support/keeping_run.h"
 #include "support/session.h"
 #include "support/system_log.h"
 
@@ -202,6 +203,22 @@ TEST(ProfileSettings, AreAnnouncedEvenWhenTheFileCannotBeMade) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(Stored::not_in_file, store_settings(ann, one_setting, file));
   EXPECT_EQ("GConfPath::/home/ann/.gconf/apps/x/%gconf.xml\n", testing::internal::GetCapturedStdout());
+}
+
+TEST(ProfileSettings, WhoseFolderCannotBeKeptAreNotMade) {
+  shell_quietly("mkdir -p /home/ann/.gconf");
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
+  SettingsFile file = file_in_x();
+  file.new_folders = {"apps", "apps/x"};
+  file.announced = true;
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Stored::not_in_file, store_settings(ann, one_setting, file));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("/home/ann/.gconf/apps could not be kept"));
+  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_THAT(commands_run(), IsEmpty());
+  EXPECT_TRUE(run.has_changed_nothing({"/home/ann"}));
 }
 
 TEST(ProfileSettings, AreQuietOtherwise) {

@@ -689,6 +689,17 @@ TEST_F(PagesTest, ProgressStaysWhereItWasAtTheEnd) {
   EXPECT_DOUBLE_EQ(fraction(), 0.97);
 }
 
+TEST_F(PagesTest, ProgressMayFillTheBarToItsEndAndGoesOn) {
+  build_pages();
+  int size = 10000000;
+  gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(lookup_widget(window3, "progressbar1")), 0.95);
+  EXPECT_EQ(progress_timeout(&size), 1);
+  EXPECT_EQ(fraction(), 1.0);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "100%");
+  EXPECT_EQ(progress_timeout(&size), 0);
+  EXPECT_EQ(label_text(window3, "label_percentage"), "100%");
+}
+
 TEST_F(PagesTest, LinspiresBarWaitsForTheEnd) {
   page3_of("/etc/linspire-version");
   int size = 20000000;

@@ -144,6 +144,8 @@ TEST_F(StartupTest, ItsWindowsAreThoseOfBrindle) {
   const std::string id = window_called(shipped_text("window1"));
   ASSERT_NE(id, "");
   EXPECT_EQ(output_of("xprop -id " + id + " WM_CLASS"), "WM_CLASS(STRING) = \"brindle\", \"Brindle\"\n");
+  usleep(300000);
+  EXPECT_EQ(output_of("xdotool search --onlyvisible --class brindle"), id + "\n");  // the first page alone
   ask_to_close(id);
   EXPECT_EQ(wait_for_end(), 0);
 }
@@ -385,6 +387,24 @@ TEST_F(OptionsTest, WhatIsNotKnownIsNamedBeforeAnythingIsWritten) {
       EXPECT_EQ("brindle: " + said + "; brindle --help tells more\n", read_file("/root/stderr"));
     }
     EXPECT_EQ(said.empty(), !read_file("/root/stdout").empty());
+  }
+}
+
+TEST_F(OptionsTest, OfTheToolkitAndTheSessionAreKnownWithTheirWords) {
+  write_file("/root/stdout", "");
+  write_file("/root/stderr", "");
+  for (const std::string option :
+       {"--display", "--screen", "--class", "--name", "--gtk-module", "--gdk-debug", "--gdk-no-debug",
+        "--gtk-debug", "--gtk-no-debug", "--sm-client-id", "--sm-config-prefix"}) {
+    ASSERT_TRUE(only_answers({option, "--help", "--version"}, 0));  // the second is the word of the first
+    EXPECT_TRUE(read_file("/root/stdout").starts_with("brindle ")) << option;
+    ASSERT_TRUE(only_answers({option + "=--help", "--version"}, 0));
+    EXPECT_TRUE(read_file("/root/stdout").starts_with("brindle ")) << option;
+  }
+  for (const std::string option : {"--g-fatal-warnings", "--sync", "--sm-disable"}) {
+    ASSERT_TRUE(only_answers({option, "--version", "--help"}, 0));
+    EXPECT_TRUE(read_file("/root/stdout").starts_with("brindle ")) << option;
+    ASSERT_TRUE(only_answers({option + "=1", "--version"}, 2));
   }
 }
 
@@ -759,6 +779,8 @@ TEST_F(StartupTest, APageThatIsClosedIsStillThereForWhatIsDrawnOnIt) {
   const std::string page = window_called(shipped_text("window3"));
   ASSERT_NE(page, "");
   wait_until_it_hangs();
+  ASSERT_TRUE(xdotool_in(shipped_text("window3"), "sleep 0.5"));
+  EXPECT_LT(other_pixels(page, "step3"), other_pixels(page, "step1"));
   kill(child, SIGSTOP);
   ask_to_close(page);
   usleep(400000);  // longer than from one step of the progress to the next

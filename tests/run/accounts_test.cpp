@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,6 +16,7 @@
 
 #include "process/run/password_file.h"
 #include "run/fakes.h"
+#include "shell/ending.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -36,7 +38,18 @@ constexpr const char* root = "/tmp/brindAb/Brindle";
 
 const char* no_more_threads_after = nullptr;  // a command that begins so
 
+int error_of_lookups = 0;  // of whoever is called "ann"
+
 }  // namespace
+
+// Takes the C library's place for the one test in which accounts cannot be looked up.
+extern "C" passwd* getpwnam(const char* login) {
+  using Lookup = decltype(&getpwnam);
+  static const auto next = reinterpret_cast<Lookup>(dlsym(RTLD_NEXT, "getpwnam"));
+  if (error_of_lookups == 0 || std::strcmp(login, "ann") != 0) return next(login);
+  errno = error_of_lookups;
+  return nullptr;
+}
 
 // Takes the C library's place for the one test in which no thread can be made.
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*start)(void*),
@@ -220,6 +233,18 @@ TEST_F(Family, OnXandrosAccountsAreMadeFromRootsHome) {
   EXPECT_THAT(commands_run(), Contains(HasSubstr("/home/ann/.gconf/apps/evolution/tasks/%gconftemp.xml")));
 }
 
+TEST_F(Family, OnGnomeEachGetsTheLauncherOfTheBrowser) {
+  profile("ann");
+  migrate();
+  const std::string launcher =
+      "cp /usr/local/brindle/firefox.desktop /home/ann/.gnome2/panel2.d/default/launchers/";
+  EXPECT_TRUE(ran(launcher));
+  forget_commands();
+  on("Xandros");
+  migrate();
+  EXPECT_FALSE(ran(launcher));
+}
+
 struct FamilyFonts : Family, testing::WithParamInterface<const char*> {};
 
 TEST_P(FamilyFonts, ComeFromTheArchiveRoot) {
@@ -286,7 +311,26 @@ TEST_F(Family, ANameMustBeginWithALetterOrDigit) {
   EXPECT_THAT(posts(), ElementsAre(Pair("user error", 0)));
   EXPECT_FALSE(exists("/home/_ann"));
   EXPECT_TRUE(exists("/home/ben"));
-  EXPECT_THAT(said, HasSubstr("Invalid User."));
+  EXPECT_THAT(said, HasSubstr("P2::abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789\nP1::_\n"
+                              "Invalid User."));
+}
+
+TEST_F(Family, ARefusedNameIsTheLastOneAllTheSame) {
+  profile("_ann");
+  will_close(user_notice);
+  migrate();
+  EXPECT_STREQ("_ann", cur_user);
+  EXPECT_EQ(1, isDefaultUser);
+}
+
+TEST_F(Family, NobodyElseIsMigratedWhenTheProgramEnds) {
+  profile("ann");
+  profile("_ben");
+  shell::start_no_more_commands();
+  migrate();
+  EXPECT_THAT(said, Not(HasSubstr("P2::")));
+  EXPECT_THAT(posts(), IsEmpty());
+  EXPECT_STREQ("", cur_user);
 }
 
 // One that ends a line of /etc/group takes the next group with it.
@@ -411,6 +455,20 @@ TEST_F(Passwords, KeepTheirPasswords) {
   EXPECT_THAT(said, HasSubstr("resetpassword::chpasswd < /home/ann/pass\n"));
 }
 
+// It may be there, with a password of its own.
+TEST_F(Passwords, StayWhereNobodyCanSayWhetherThereIsAnAccount) {
+  for (const int error : {EIO, ENOMEM, EMFILE, ENFILE}) {
+    shell_quietly("userdel -r ann 2>/dev/null; useradd -m ann; echo ann:secret | chpasswd");
+    const std::string before = password_of("ann");
+    profile("ann");
+    error_of_lookups = error;
+    migrate_noting_errors();
+    error_of_lookups = 0;
+    EXPECT_EQ(before, password_of("ann"));
+    EXPECT_THAT(complained, HasSubstr("ann: The account was there before; its password is unchanged.\n"));
+  }
+}
+
 // A shell that gives the owner of the home time before it opens the file.
 TEST_F(Passwords, TheirOwnerCannotSlipAFileIn) {
   shell_quietly("useradd -m ann");
@@ -456,6 +514,16 @@ TEST_F(Passwords, OnlyTheCommandsForThePasswordSeeAnEmptyHome) {
   EXPECT_EQ("", read_file("/tmp/seen"));
   EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
   EXPECT_EQ("ann\n", read_file("/home/ann/Documents/of ann.txt") + "\n");
+  EXPECT_EQ("", output_of("grep ' /home/ann ' /proc/self/mounts"));
+}
+
+// On most machines what is mounted for one is mounted for all.
+TEST_F(Passwords, NobodyElseSeesAnEmptyHome) {
+  shell_quietly("useradd -m ann && echo hers > /home/ann/letter && mount --make-rshared /");
+  profile("ann");
+  migrate_noting_errors();
+  EXPECT_TRUE(ran("chpasswd < /home/ann/pass"));
+  EXPECT_EQ("hers\n", read_file("/home/ann/letter"));
   EXPECT_EQ("", output_of("grep ' /home/ann ' /proc/self/mounts"));
 }
 
@@ -530,6 +598,21 @@ TEST_F(Passwords, AnAccountThatWouldBeTheSuperusersGetsNoPassword) {
   migrate_noting_errors();
   EXPECT_EQ("!\n", password_of("toor"));
   EXPECT_THAT(complained, HasSubstr("/home/toor/pass may not name this account; the password of toor"));
+}
+
+TEST_F(Passwords, SayWhyTheirFileIsNotThere) {
+  write_file("/tmp/hers", "hers");
+  shell_quietly("ln -s missing /tmp/link");
+  for (const char* path : {"/tmp/hers", "/tmp/link"})
+    EXPECT_EQ(PasswordFile::in_the_way, write_password_file(path, "ann")) << path;
+  EXPECT_EQ("hers", read_file("/tmp/hers"));
+  EXPECT_FALSE(exists("/tmp/missing"));
+  for (const char* path : {"/tmp/nobody/pass", "/tmp/hers/pass"})
+    EXPECT_EQ(PasswordFile::no_home, write_password_file(path, "ann")) << path;
+  const SmallDisk disk("/tmp/disk");
+  shell_quietly("mount -o remount,ro /tmp/disk");
+  EXPECT_EQ(PasswordFile::not_written, write_password_file("/tmp/disk/pass", "ann"));
+  EXPECT_EQ(EROFS, errno);
 }
 
 // Whatever useradd makes of such a name.

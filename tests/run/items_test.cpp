@@ -25,6 +25,15 @@ int gives_zero(const char* argument) {
 int gives_one(const char*) { return 1; }
 int gives_minus_five(const char*) { return -5; }
 
+std::string log_at_call;
+
+// Takes what the log holds so far.
+int looks_into_the_log(const char*) {
+  std::fflush(fp_log);
+  log_at_call = read_file("/tmp/log");
+  return 0;
+}
+
 struct Items : testing::Test {
   Items() {
     write_file("/tmp/a/Brindle/Desktop/x", "");
@@ -66,6 +75,15 @@ TEST_F(Items, AnyOtherResultIsHandedOnAsItIs) {
   item(nullptr, "image_4", "Desktop", gives_minus_five, "");
   drain_posts();
   EXPECT_THAT(posts(), ElementsAre(Pair("image_3", 1), Pair("image_4", -5)));
+}
+
+TEST_F(Items, AreInTheLogBeforeTheyRun) {
+  item(nullptr, "image_2", "Desktop", looks_into_the_log, "");
+  EXPECT_EQ("Desktop\n", log_at_call);
+  itemprofiles(nullptr, "image_5", "Bookmark.htm", looks_into_the_log, "");
+  EXPECT_EQ("Desktop\nBookmark.htm\n", log_at_call);
+  itemprofiles2(nullptr, "image_0", "Desktop", looks_into_the_log, "");
+  EXPECT_EQ("Desktop\nBookmark.htm\nDesktop\n", log_at_call);
 }
 
 TEST_F(Items, OfAProfileGiveTheirResultAndPostNothing) {

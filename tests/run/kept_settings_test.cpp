@@ -40,15 +40,20 @@ struct KeptSettings : testing::Test {
     run_as_worker([] { EXPECT_EQ(nullptr, process(nullptr)); });
     testing::internal::GetCapturedStdout();
     const Descriptor list(open(list_file().c_str(), O_RDONLY));
-    for (const keep::Row& row : keep::joined_rows(list.number())) rows[row.name] = row;
+    for (const keep::Row& row : keep::joined_rows(list.number())) {
+      rows[row.name] = row;
+      if (row.kind == keep::Kind::gconf) keys.push_back(row.name);
+    }
   }
   static std::string list_file() {
     const std::string file = output_of("ls /root/.brindle_before/*/list.tsv");
     return file.substr(0, file.find('\n'));
   }
   static std::map<std::string, keep::Row> rows;
+  static std::vector<std::string> keys;  // in the order in which they were set first
 };
 std::map<std::string, keep::Row> KeptSettings::rows;
+std::vector<std::string> KeptSettings::keys;
 
 TEST_F(KeptSettings, OfAFreshHomeAreTheRunsWithTheirFolder) {
   migrate();
@@ -57,6 +62,15 @@ TEST_F(KeptSettings, OfAFreshHomeAreTheRunsWithTheirFolder) {
   const keep::Row& key = rows["/apps/nautilus/preferences/always_use_browser"];
   EXPECT_EQ("nothing", key.before);
   EXPECT_EQ("bool true", key.became);
+}
+
+TEST_F(KeptSettings, OfTheFileManagerComeFirstAndInTheirOrder) {
+  migrate();
+  const std::string folder = "/apps/nautilus/preferences/";
+  ASSERT_LE(3U, keys.size());
+  keys.resize(3);
+  EXPECT_THAT(keys, testing::ElementsAre(folder + "always_use_browser", folder + "start_with_sidebar",
+                                         folder + "side_pane_view"));
 }
 
 TEST_F(KeptSettings, HaveFilesThatTheDaemonDoesNotChangeAfterTheRun) {

@@ -194,6 +194,34 @@ TEST_F(KeptHomes, WhereNothingCanBeKeptNothingIsMigrated) {
   EXPECT_THAT(commands_run(), Not(Contains("chown -R ann /home/ann")));
 }
 
+TEST_F(KeptHomes, OneThatCannotBeKeptFailsTheFamilyWhereverItStands) {
+  for (const std::string name : {"ben", "cy"}) {
+    write_file(in_archive("Profiles/" + name + "/My Documents/a.txt"), "new");
+    shell_quietly("useradd -m -g users " + name);
+  }
+  for (const std::string name : {"ann", "ben", "cy"}) {
+    shell_quietly(
+        "rm -rf /home/*/.brindle_before; for home in /home/*; do touch $home/roots; chown root $home/roots; "
+        "done");
+    KeepingRun::prevent("/home/" + name);
+    const KeepingRun run;
+    EXPECT_THAT(migrate(), HasSubstr("/home/" + name + "/roots could not be kept"));
+    EXPECT_EQ(-1, result) << name;
+  }
+}
+
+// A home that was somebody's.
+TEST_F(KeptHomes, ThatAreGivenToANewAccountAreNotFilledWhenTheyCannotBeKept) {
+  shell_quietly("userdel ann");
+  KeepingRun::prevent("/home/ann");
+  const KeepingRun run;
+  EXPECT_THAT(migrate(), HasSubstr("/home/ann could not be kept"));
+  EXPECT_EQ(-1, result);
+  EXPECT_THAT(beginnings(), ElementsAre("image_0 for ann"));
+  EXPECT_EQ("useradd ann -d /home/ann -m -k /root -g users", commands_run().back());
+  EXPECT_TRUE(run.has_changed_nothing({"/home/ann"}));
+}
+
 // Where there is no skeleton home, a new home is a copy of root's.
 TEST_F(KeptHomes, DoNotGetWhatRootsRunsHaveKept) {
   shell_quietly("userdel -r ann 2>/dev/null");

@@ -10,9 +10,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 
 #include "archive/windows_zip.h"
+#include "keep/keep.h"
+#include "keep/store.h"
 #include "process/archive/encryption.h"
 #include "process/archive/work_folder.h"
 #include "run/fakes.h"
@@ -35,8 +38,18 @@ using testing::Pair;
 using testing::StartsWith;
 
 bool closing_fails = false;
+bool client_is_missing = false;
 
 }  // namespace
+
+// Takes the library's place for the one test in which there is no client.
+extern "C" GConfClient* gconf_client_get_default();
+extern "C" GConfClient* gconf_client_get_default() {
+  using Get = GConfClient* (*)();
+  static const Get next =
+      reinterpret_cast<Get>(dlsym(dlopen("libgconf-2.so.4", RTLD_LAZY), "gconf_client_get_default"));
+  return client_is_missing ? nullptr : next();
+}
 
 // Takes the C library's place for the one test in which a file cannot be closed.
 extern "C" int fclose(std::FILE* file) {
@@ -140,6 +153,20 @@ TEST_F(Run, OnXandrosTheProgramsAreStartedOnce) {
   EXPECT_EQ(std::chrono::seconds(5 + 2), sleeps::meant());
 }
 
+TEST_F(Run, OnXandrosEachProgramHasItsTimeBeforeItIsEnded) {
+  on("Xandros");
+  pack("Brindle/x", "");
+  const std::pair<const char*, int> expected[] = {
+      {"kmail", 0}, {"killall kmail", 5}, {"kaddressbook", 5}, {"killall kaddressbook", 7}};
+  for (const auto& [command, seconds] : expected) {
+    std::chrono::milliseconds slept{-1};
+    when_command(command, [&slept] { slept = sleeps::meant(); });
+    sleeps::are_short();
+    migrate();
+    EXPECT_EQ(std::chrono::seconds(seconds), slept) << command;
+  }
+}
+
 // KMail goes into the background, where it gets its name late, and killall has been ended itself.
 TEST_F(Run, OnXandrosNoProgramStaysWhereKillallFails) {
   on("Xandros");
@@ -189,6 +216,7 @@ TEST_F(Run, OnAnInvalidSystemNothingHappens) {
   EXPECT_THAT(posts(), IsEmpty());
   EXPECT_THAT(commands_run(), IsEmpty());
   EXPECT_EQ("ends\n", log());
+  EXPECT_EQ("Getting OS Version.........\n\nOS Name::INVALID\nOS Version::INVALID\n", said);
   EXPECT_STREQ("", g_password);
   EXPECT_EQ(nullptr, dir_name.load());
 }
@@ -356,6 +384,26 @@ TEST_F(Run, TracesOfAnEmptyArchiveWholeAndInOrder) {
       said.substr(said.find("Getting OS Version")));
 }
 
+TEST_F(Run, TracesComeBeforeWhatTheyAnnounce) {
+  on("Linspire");
+  pack("Brindle/ImapMail/x", "");
+  pack("Brindle/Wallpaper/a.bmp", "BM");
+  pack("Brindle/Wallpaper/option.txt", "C");
+  migrate();
+  EXPECT_THAT(said, HasSubstr("Aboutj to call mozilla mailMigration Mozilla Account Settings"));
+  EXPECT_THAT(said, HasSubstr("About to call kdewallpaperIn kdewallpaper"));
+}
+
+TEST_F(Run, TheLogTellsOfTheRemovalWhenItIsMade) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  std::string logged;
+  when_command("rm -rf /tmp/brind", [&logged] { logged = log(); });
+  migrate();
+  EXPECT_THAT(logged, EndsWith("Mapped_Drives\n"));
+  EXPECT_THAT(log(), EndsWith("Mapped_Drives\ndelete Brindle folder\nshow popup dialog\nends\n"));
+}
+
 TEST_F(Run, CommandsOfAnEmptyArchiveInOrder) {
   on("Linspire");
   pack("Brindle/x", "");
@@ -387,6 +435,15 @@ TEST_F(Run, AnUnpackingThatCannotStartIsReportedAndTheRunGoesOn) {
   EXPECT_EQ(1, times_posted("done"));
 }
 
+TEST_F(Run, AnUnpackingThatIsKilledIsReported) {
+  on("Linspire");
+  pack("Brindle/x", "");
+  answer_command("unzip ", SIGKILL);
+  migrate();
+  EXPECT_EQ("In process() Unzip: Killed\n", complained);
+  EXPECT_EQ(1, times_posted("done"));
+}
+
 TEST_F(Run, TellsOfEachCommandThatFailsOrNot) {
   on("Linspire");
   shell_quietly(
@@ -406,6 +463,36 @@ TEST_F(Run, TellsOfEachCommandThatFailsOrNot) {
   EXPECT_TRUE(is_logged("rm /root/.mozilla/appreg"));
   EXPECT_TRUE(is_logged("rm -rf /tmp/linspireroot", 1));
   EXPECT_FALSE(is_logged("rm -rf /tmp/linspireroot", 2));
+}
+
+TEST_F(Run, OfASkeletonWithAHomeInItTheUnpackingAloneIsTold) {
+  const std::pair<const char*, std::string> systems[] = {{"RedFlag", "redflag"}, {"GNome", "nld"}};
+  for (const auto& [system, name] : systems) {
+    shell_quietly("rm -f /etc/redflag-release");
+    on(system);
+    shell_quietly("mkdir -p /tmp/s/.mozilla /usr/local/brindle && tar -cjf /usr/local/brindle/" + name +
+                  "root.tar.bz2 -C /tmp/s .mozilla");
+    pack("Brindle/x", "");
+    const auto is_logged = [](const std::string& command, int before = 0) {
+      shell_quietly("rm -rf /root/.mozilla");
+      return is_failure_logged(
+          command, [] { migrate(); }, before);
+    };
+    EXPECT_FALSE(is_logged("rm -rf /tmp/" + name + "root"));
+    EXPECT_FALSE(is_logged("mkdir /tmp/" + name + "root"));
+    EXPECT_FALSE(is_logged("mkdir /tmp/" + name + "root/root"));
+    EXPECT_TRUE(is_logged("tar -jxf "));
+    EXPECT_TRUE(is_logged("cp -a /tmp/" + name + "root/root/.mozilla /root"));
+    EXPECT_TRUE(is_logged("rm /root/.mozilla/appreg"));
+    EXPECT_TRUE(is_logged("rm -rf /tmp/" + name + "root", 1));
+  }
+}
+
+TEST_F(Run, TellsOfAProgramThatCannotBeStartedOrEnded) {
+  on("Xandros");
+  pack("Brindle/x", "");
+  for (const char* command : {"kmail", "killall kmail", "kaddressbook", "killall kaddressbook"})
+    EXPECT_TRUE(is_failure_logged(command, [] { migrate(); })) << command;
 }
 
 TEST_F(Run, TellsOfADaemonThatCannotBeStarted) {
@@ -576,6 +663,19 @@ TEST_F(BombArchive, IsStoppedToldAndNotMigrated) {
   EXPECT_FALSE(exists(dir()));
 }
 
+TEST_F(BombArchive, ForWhichThereIsNoRoomIsToldSo) {
+  on("Linspire");
+  ASSERT_EQ(0, shell_quietly("python3 -B '" + test_data("hostile/zips.py") + "' /root/z ratio"));
+  shell_quietly("mount -t tmpfs -o size=80m none /tmp");
+  migrate("/root/z/ratio.zip");
+  EXPECT_THAT(
+      complained,
+      HasSubstr(
+          "Unpacking has been stopped, and nothing is migrated: there is not enough room left in /tmp.\n"));
+  EXPECT_EQ(1, times_posted("unpacking stopped"));
+  EXPECT_FALSE(exists("/root/Documents"));
+}
+
 TEST_F(BombArchive, IsRemovedAtOnce) {
   answer_command("rm -rf /tmp/brind", 0);
   migrate_bomb();
@@ -606,6 +706,8 @@ TEST_F(Run, AHomeWithoutABrowserProfileGetsOne) {
                           "cp -a /tmp/linspireroot/root/.mozilla /root", "rm /root/.mozilla/appreg",
                           "rm -rf /tmp/linspireroot"));
   EXPECT_EQ("rm -rf /tmp/linspireroot", commands.back());
+  EXPECT_STREQ("/tmp/linspireroot", homedirpath);
+  EXPECT_STREQ("/usr/local/brindle/linspireroot.tar", tarfilepath);
   EXPECT_EQ("kept\n", output_of("ls /root/.mozilla"));
   EXPECT_THAT(said, HasSubstr("untarringTar Command::tar -xf \"/usr/local/brindle/linspireroot.tar\" -C "
                               "/tmp/linspireroot\nHome Directory Path::/tmp/linspireroot\n"));
@@ -690,6 +792,34 @@ TEST_F(Run, OnGnomeWithoutABrowserProfileOnlyThatIsCopied) {
   EXPECT_TRUE(exists("/root/.mozilla/new"));
 }
 
+TEST_F(Run, OnGnomeWithoutEitherTheBrowserProfileComesBeforeEvolution) {
+  shell_quietly(
+      "rm -rf /root/.mozilla /root/.evolution && mkdir -p /tmp/s/.mozilla /usr/local/brindle && touch "
+      "/tmp/s/.mozilla/new && tar -cjf /usr/local/brindle/nldroot.tar.bz2 -C /tmp/s .mozilla");
+  write_file("/usr/local/bin/evolution",
+             "#!/bin/sh\n[ $# != 0 ] || { ls /root/.mozilla > /tmp/seen; ls /tmp/nldroot >> /tmp/seen; }\n");
+  pack("Brindle/x", "");
+  write_file("/tmp/seen", "");
+  sleeps::end_when([] { return read_file("/tmp/seen").ends_with("root\n"); });
+  migrate();
+  EXPECT_EQ("new\nroot\n", read_file("/tmp/seen"));
+  EXPECT_THAT(said, HasSubstr("Initializing Applications for NLD.::0\nuntarringTar Command::tar -jxf "
+                              "\"/usr/local/brindle/nldroot.tar.bz2\" -C /tmp/nldroot/root\nHome Directory "
+                              "Path::/tmp/nldroot\nbuffer=/root\nLaunching Evolution."));
+  EXPECT_FALSE(exists("/tmp/nldroot"));
+}
+
+TEST_F(Run, OnGnomeWithoutAClientItSaysSoAndGoesOn) {
+  pack("Brindle/My Documents/a.txt", "a");
+  migrate();
+  EXPECT_EQ(nullptr, client);  // given back at the end
+  EXPECT_THAT(said, Not(HasSubstr("gconf_client_get_default")));
+  client_is_missing = true;
+  migrate();
+  EXPECT_THAT(said, HasSubstr("OS Version::Any\ngconf_client_get_default NULL\nDir Name::"));
+  EXPECT_EQ(2, times_posted("done"));
+}
+
 TEST_F(Run, OnGnomeTheFileManagerIsSetUpFirst) {
   pack("Brindle/x", "");
   migrate();
@@ -714,6 +844,11 @@ TEST_F(Run, SeveralUsersNeedRoot) {
   migrate();
   EXPECT_THAT(posts(), ElementsAre(Pair("done buttons", 0), Pair("multi user error", 0)));
   EXPECT_EQ("delete Brindle folder\nshow popup dialog\nends\n", log());
+  EXPECT_THAT(said, EndsWith("Initializing Applications..............\nbuffer=/home/ann\nApplications "
+                             "Initialization.......DONE"));
+  EXPECT_THAT(commands_run(),
+              ElementsAre(StartsWith("unzip -o "), "dos2unix -q \"" + dir() + "/Brindle/users.txt\"",
+                          "rm -rf " + dir()));
   EXPECT_FALSE(exists("/home/ann/Documents"));
   EXPECT_FALSE(exists(dir()));
 }
@@ -822,6 +957,26 @@ TEST_F(Run, TheProgramEndsWhenUsersCannotBeClosed) {
       testing::ExitedWithCode(0), "");
   EXPECT_EQ("", output_of("ls -d /tmp/brind* 2>/dev/null"));
   EXPECT_EQ("ends\n", read_file("/tmp/log"));
+}
+
+TEST_F(Run, AProgramThatEndsSoHasItsRunOverAndItsRemovalLogged) {
+  on("Linspire");
+  pack("Brindle/users.txt", "MultiUser Migration=0\n");
+  shell_quietly("cd /tmp/in && zip -qry '/tmp/my archive.zip' .");
+  assign(g_filename, "/tmp/my archive.zip");
+  keep::begin_run("/root", 1'795'000'000);
+  ASSERT_TRUE(keep::before_change("/root/.brindle_first_run"));
+  SystemLog system_log;
+  answer_command("rm -rf /tmp/brind", 1 << 8);
+  EXPECT_EXIT(
+      {
+        closing_fails = true;
+        process(nullptr);
+      },
+      testing::ExitedWithCode(0), "");
+  EXPECT_THAT(system_log.messages(), ElementsAre(HasSubstr("exit status 1, rm -rf /tmp/brind")));
+  ASSERT_THAT(keep::runs_in("/root"), testing::SizeIs(1));
+  EXPECT_TRUE(keep::runs_in("/root")[0].over);
 }
 
 // ---- Printers -------------------------------------------------------------------------------------------

@@ -134,6 +134,14 @@ TEST_F(RunNoteTest, ARunCancelledBeforeItsNoteIsCancelled) {
   EXPECT_THAT(note(), testing::EndsWith("over=N\nending=cancelled\n"));
 }
 
+TEST_F(RunNoteTest, OfSomebodyWithoutAHomeIsNotLeft) {
+  ASSERT_EQ(0, setreuid(54321, 0));
+  begin_run_note("/a.zip");
+  note_account_was_there("ann");
+  end_run_note(RunEnd::ended);
+  EXPECT_FALSE(exists("/.brindle_run"));
+}
+
 TEST_F(RunNoteTest, NothingIsCancelledBeforeOrAfterARun) {
   cancel_run_note();
   end_run_note(RunEnd::ended);
@@ -217,6 +225,29 @@ TEST_F(RunNoteTest, OfSeveralPeopleNamesThem) {
   migrate("MultiUser Migration=1\n");
   EXPECT_THAT(note(), testing::ContainsRegex("person=root\nhome=/root\nperson=ann\nhome=/home/ann\nbegun=N\n"
                                              "kept=/root/.brindle_before/[-0-9]*\nover=N\nending=ended\n"));
+}
+
+TEST_F(RunNoteTest, OfSeveralPeopleTellsWhoHadAnAccount) {
+  shell_quietly("useradd -m ann; mkdir -p /tmp/in/Brindle/Profiles/ben");
+  migrate("MultiUser Migration=1\n");
+  EXPECT_THAT(note(), HasSubstr("person=ann\nhome=/home/ann\naccount=before\n"));
+  EXPECT_THAT(note(), testing::ContainsRegex("person=ben\nhome=/home/ben\n(person|begun)="));
+}
+
+// One that is killed while it moves things.
+TEST_F(RunNoteTest, NamesWhatWasKeptForTheProgramsBeforeTheFirstItem) {
+  shell_quietly(
+      "mkdir -p /tmp/s/root/.mozilla /usr/local/brindle && touch /tmp/s/root/.mozilla/appreg && tar -cf "
+      "/usr/local/brindle/linspireroot.tar -C /tmp/s root");
+  write_file("/tmp/in/Brindle/My Documents/a.txt", "a");
+  write_file("/usr/local/bin/cp",
+             "#!/bin/sh\ncase \"$*\" in *'My Documents'*) /bin/cp /root/.brindle_run /tmp/note;; esac\nexec "
+             "/bin/cp \"$@\"\n");
+  shell_quietly("chmod 755 /usr/local/bin/cp");
+  when_command("unzip ", [] { shell_quietly("rm -r /root/.mozilla"); });
+  migrate("");
+  EXPECT_THAT(read_file("/tmp/note"),
+              testing::ContainsRegex("\nkept=/root/.brindle_before/[-0-9]*\nending=begun\n"));
 }
 
 std::string list_of_kept() {

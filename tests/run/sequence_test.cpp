@@ -3,8 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string>
 #include <vector>
 
+#include "process/desktop/browser.h"
+#include "process/desktop/documents.h"
+#include "process/desktop/fonts.h"
+#include "process/desktop/mapped_drives.h"
+#include "process/desktop/wallpaper.h"
+#include "process/mail/evolution/accounts.h"
+#include "process/mail/groupwise.h"
+#include "process/mail/kde/accounts.h"
+#include "process/mail/mozilla/accounts.h"
+#include "process/printers/cups.h"
+#include "process/printers/foomatic.h"
+#include "process/run/accounts.h"
 #include "system/capabilities.h"
 
 namespace {
@@ -120,6 +133,55 @@ TEST(Sequence, RepeatsThePrintersResultOnlyAfterTheStepItself) {
     }
   }
   EXPECT_TRUE(printers_done);
+}
+
+// By hand: what serves each step on GNOME, Linspire, Red Flag, Xandros and any other system. The launcher of
+// the browser has no function that others know.
+TEST(Sequence, HasTheMigratorsOfEachSystem) {
+  struct Expected {
+    For whom;
+    std::string name;  // of what is looked for, or empty
+    std::vector<func_t> migrators;
+  };
+  const func_t launcher = migrator_of(sequence()[8], System::gnome).run;
+  ASSERT_NE(nullptr, launcher);
+  const Expected all[] = {
+      {For::running_user, "Printers", {nldprinter, printer, printer, printer, printer}},
+      {For::running_user,
+       "",
+       {migrate_profiles, migrate_profiles, migrate_profiles, migrate_profiles, migrate_profiles}},
+      {For::running_user,
+       "",
+       {begin_running_user, begin_running_user, begin_running_user, begin_running_user, begin_running_user}},
+      {For::everybody, "", {mydocs, mydocs, mydocs, mydocs, mydocs}},
+      {For::everybody, "Desktop", {desktop, desktop, desktop, desktop, desktop}},
+      {For::everybody, "ImapMail", {mail_account, mozilla, kmail_mail_account, kmail_mail_account, nullptr}},
+      {For::everybody, "Wallpaper", {wallpaper, kdewallpaper, kdewallpaper, kdewallpaper, nullptr}},
+      {For::everybody, "Bookmark.htm", {favourites, favourites, favourites, favourites, nullptr}},
+      {For::everybody, "", {launcher, nullptr, nullptr, nullptr, nullptr}},
+      {For::everybody, "Cookies.txt", {cookies, cookies, cookies, cookies, nullptr}},
+      {For::running_user, "Fonts", {fonts, fonts, fonts, fonts, nullptr}},
+      {For::profiles, "", {fonts, fonts, nullptr, fonts, nullptr}},
+      {For::everybody,
+       "File Extensions",
+       {file_extensions, file_extensions, file_extensions, file_extensions, nullptr}},
+      {For::everybody,
+       "Mapped_Drives",
+       {nautilusmappeddrives, mappeddrives, mappeddrives, mappeddrives, nullptr}},
+      {For::running_user, "", {nullptr, nullptr, nullptr, nullptr, nullptr}},
+      {For::profiles, "Printers", {normalprinter, normalprinter, normalprinter, normalprinter, nullptr}},
+      {For::everybody, "Groupwise", {groupwise, nullptr, nullptr, nullptr, nullptr}}};
+  auto expected = std::begin(all);
+  for (const Step& step : sequence()) {
+    ASSERT_NE(std::end(all), expected);
+    EXPECT_EQ(expected->whom, step.whom) << expected->name;
+    EXPECT_EQ(expected->name, step.name == nullptr ? "" : step.name);
+    std::vector<func_t> migrators;
+    for (const System system : systems) migrators.push_back(migrator_of(step, system).run);
+    EXPECT_EQ(expected->migrators, migrators) << expected->name;
+    ++expected;
+  }
+  EXPECT_EQ(std::end(all), expected);
 }
 
 TEST(Sequence, MakesQueuesWithToolsOfItsOwnOnGnomeOnly) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "run/fakes.h"
+#include "shell/ending.h"
 #include "state/state.h"
 #include "support/commands.h"
 #include "support/files.h"
@@ -11,6 +12,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::Pair;
 
@@ -64,6 +66,15 @@ TEST(Walk, SaysThatAProfilesFontsAndPrintersBegin) {
   write_file(in_archive("Profiles/ann/My Documents/a.txt"), "a");
   walk(target_of(root));
   EXPECT_THAT(beginnings(), IsSupersetOf({"image_7 for ann", "image_9 for ann", "image_10 for ann"}));
+}
+
+TEST(Walk, BeginsNothingWhenTheProgramEnds) {
+  assign(OSName, "RedFlag");
+  write_file(in_archive("My Documents/a.txt"), "a");
+  shell::start_no_more_commands();
+  walk(target_of(root));
+  EXPECT_THAT(beginnings(), IsEmpty());
+  EXPECT_THAT(posts(), IsEmpty());
 }
 
 TEST(Walk, AMigratorsOwnResultIsTheMarks) {

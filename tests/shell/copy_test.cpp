@@ -152,6 +152,20 @@ TEST_F(Copy, WritesThroughALinkInItsPlace) {
   EXPECT_EQ("one\n", read_file("/tmp/far"));
 }
 
+TEST_F(Copy, OfAnothersProgramRunsNothingUnderOurName) {
+  shell_quietly(
+      "cd /tmp/from; rm -rf folder empty one two nothing dangling 't w\to'; echo p > program; chown "
+      "1234:4321 program; chmod 6755 program; chmod 777 /tmp/copied");
+  ASSERT_EQ(0, setegid(65534));
+  ASSERT_EQ(0, seteuid(65534));
+  const bool is_copied =
+      static_cast<bool>(copied(compose("cp -a /tmp/from/* %s", "/tmp/copied"), CopyLike::cp_a));
+  ASSERT_EQ(0, seteuid(0));
+  ASSERT_EQ(0, setegid(0));
+  EXPECT_TRUE(is_copied);
+  EXPECT_EQ("755 65534 65534\n", output_of("stat -c '%a %u %g' /tmp/copied/program"));
+}
+
 TEST_F(Copy, IntoAFolderThatIsMissingIsOneFailure) {
   testing::internal::CaptureStderr();
   answer_command("cp ", too_many_names);

@@ -197,10 +197,13 @@ TEST(System, AStatusWithAReasonIsACommandThatCouldNotBeStarted) {
   EXPECT_EQ(-1, SYSTEM(compose("true")));
   answer_command("true", 127 << 8, ENOENT);
   EXPECT_EQ(-1, SYSTEM(compose("true")));
+  answer_command("true", 127 << 8, ENOMEM);
+  EXPECT_EQ(-1, SYSTEM(compose("true")));
   const std::vector<std::string> messages = log.messages();
-  ASSERT_EQ(2U, messages.size());
+  ASSERT_EQ(3U, messages.size());
   EXPECT_NE(std::string::npos, messages[0].find(": fork failed, true: Resource temporarily unavailable"));
   EXPECT_NE(std::string::npos, messages[1].find(": exec failed, true: No such file or directory"));
+  EXPECT_NE(std::string::npos, messages[2].find(": fork failed, true: Cannot allocate memory"));
 }
 
 }  // namespace

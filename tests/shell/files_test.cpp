@@ -28,6 +28,13 @@ TEST(OpenFile, DoesNotWaitForWhoeverWritesToAPipe) {
   alarm(0);
 }
 
+TEST(OpenFile, MakesFilesWithTheRightsOfTheUmask) {
+  umask(022);
+  EXPECT_TRUE(open_file("/tmp/w", "w"));
+  EXPECT_TRUE(open_file("/tmp/wx", "wx"));
+  EXPECT_EQ("644\n644\n", output_of("stat -c %a /tmp/w /tmp/wx"));
+}
+
 TEST(IsFolder, IsTrueForWhateverOpensForReading) {
   write_file("/tmp/a/plain", "x");
   EXPECT_EQ(1, is_folder("/tmp", "a"));
@@ -238,6 +245,60 @@ INSTANTIATE_TEST_SUITE_P(
                     Converter{"Silently", [](const std::string& path) { convert_line_ends_silently(path); }},
                     Converter{"Quietly", [](const std::string& path) { dos_to_unix(path.c_str()); }}),
     [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ConvertLineEnds, TellsWhetherNothingIsLeftToMend) {
+  using Convert = bool (*)(const std::string& path);
+  for (const Convert convert : {Convert{convert_line_ends}, Convert{convert_line_ends_silently}}) {
+    const auto converted = [&](const std::string& text) {
+      write_file("/tmp/f", text);
+      return convert("/tmp/f");
+    };
+    for (const char* whole : {"", "\n", "a\nb\n", "a\r\nb\r\n", "a\rb\n"})
+      EXPECT_TRUE(converted(whole)) << whole;
+    for (const char* part : {"a", "a\nb", "a\r\nb", "a\n\x1a", "a\n\r"})
+      EXPECT_FALSE(converted(part)) << part;
+    answer_command("dos2unix", 127 << 8);
+    EXPECT_FALSE(converted("a\r\n"));  // it has been mended just now
+    shell_quietly("echo a > /tmp/named; ln -sf /tmp/named /tmp/link");
+    EXPECT_FALSE(convert("/tmp/link"));
+    EXPECT_FALSE(convert("/tmp/missing"));
+  }
+}
+
+TEST(RemoveFile, TakesALinkAndNotWhatItNames) {
+  write_file("/tmp/d/named", "n");
+  write_file("/tmp/d/f", "f");
+  shell_quietly("ln -s named /tmp/d/link");
+  EXPECT_TRUE(remove_file("/tmp/d/link"));
+  EXPECT_TRUE(remove_file("/tmp/d/f"));
+  EXPECT_THAT(list_folder("/tmp/d").value(), ElementsAre("named"));
+  EXPECT_FALSE(remove_file("/tmp/d/f"));
+  EXPECT_EQ(ENOENT, errno);
+  EXPECT_FALSE(remove_file("/tmp/d"));
+  EXPECT_EQ(EISDIR, errno);
+}
+
+TEST(MakeFolder, HasTheRightsOfTheUmask) {
+  umask(022);
+  EXPECT_TRUE(make_folder("/tmp/d"));
+  EXPECT_EQ("755 directory\n", output_of("stat -c '%a %F' /tmp/d"));
+  EXPECT_FALSE(make_folder("/tmp/d"));
+  EXPECT_EQ(EEXIST, errno);
+  EXPECT_FALSE(make_folder("/tmp/missing/d"));
+  EXPECT_EQ(ENOENT, errno);
+}
+
+TEST(TellUnlisted, NamesWhatIsThereOnALineOfItsOwn) {
+  const auto told = [](int error) {
+    testing::internal::CaptureStderr();
+    errno = error;
+    tell_unlisted("Notes: ", "/tmp/notes");
+    return testing::internal::GetCapturedStderr();
+  };
+  EXPECT_EQ("Notes: : No such file or directory\n", told(ENOENT));
+  EXPECT_EQ("Notes: : Not a directory\n/tmp/notes: Not a directory\n", told(ENOTDIR));
+  EXPECT_EQ("Notes: : Permission denied\n/tmp/notes: Permission denied\n", told(EACCES));
+}
 
 TEST(ListFolder, GivesEveryEntryButTheTwoDots) {
   write_file("/tmp/f/.hidden", "");

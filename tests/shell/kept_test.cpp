@@ -149,6 +149,23 @@ TEST_F(KeptFirst, IsTheFileWhosePlaceASingleEntryTakes) {
   EXPECT_THAT(run.listed(), ElementsAre("replaced /root/d/a"));
 }
 
+// ---- Links ----------------------------------------------------------------------------------------------
+
+// ln makes a link in a folder, or in the place of nothing.
+TEST_F(KeptFirst, IsWhatALinkWouldBe) {
+  for (const bool is_folder : {false, true}) {
+    shell_quietly("rm -rf /root/.brindle_before /root/d/place");
+    if (is_folder) shell_quietly("mkdir /root/d/place");
+    KeepingRun run;
+    EXPECT_TRUE(kept_before_linking("name", "/root/d/place"));
+    shell_quietly(is_folder ? "ln -s /tmp/x /root/d/place/name" : "ln -s /tmp/x /root/d/place");
+    EXPECT_TRUE(run.has_kept_all());
+    EXPECT_THAT(run.listed(), ElementsAre(is_folder ? "made /root/d/place/name" : "made /root/d/place"));
+  }
+  shell_quietly("rm -rf /root/.brindle_before /root/d/place");
+  expect_refusal([] { return kept_before_linking("name", "/root/d/place"); });
+}
+
 // ---- Owners ---------------------------------------------------------------------------------------------
 
 TEST_F(KeptFirst, IsTheOwner) {

@@ -18,6 +18,16 @@ TEST(Processes, ThatHaveEndedAreNobody) {
   waitpid(child, nullptr, 0);
 }
 
+TEST(Processes, MayHaveAnyName) {
+  shell_quietly(
+      "cp /bin/sleep '/usr/local/bin/a) Z 1 (b'; 'a) Z 1 (b' 30 & echo $! > /tmp/id; until grep -q '(a) Z 1 "
+      "(b)' /proc/$(cat /tmp/id)/stat; do sleep 0.1; done");
+  const std::set<pid_t> found = shell::Processes().called("a) Z 1 (b");
+  ASSERT_EQ(1U, found.size());
+  EXPECT_EQ(read_file("/tmp/id"), std::to_string(*found.begin()) + "\n");
+  shell_quietly("kill $(cat /tmp/id)");
+}
+
 TEST(Processes, OfOthersAreNotFoundByTheirName) {
   shell_quietly(
       "cp /bin/sleep /usr/local/bin/strange; setpriv --reuid 4321 --clear-groups strange 30 & strange 30 & "

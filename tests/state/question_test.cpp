@@ -74,6 +74,17 @@ TEST_P(EachQuestion, IsAnsweredByWhoeverClearsTheFlag) {
   EXPECT_TRUE(question.ask());
 }
 
+TEST_P(EachQuestion, IsAnsweredByAnyOtherValueOfTheFlag) {
+  for (const int other : {2, -1}) {
+    GuiThread::when_asked([&] { flag = other; });
+    GuiThread::before_sleep([&] {
+      if (GuiThread::seconds_slept() > 500) flag = 0;  // who has waited so long waits for that alone
+    });
+    EXPECT_TRUE(question.ask());
+    EXPECT_EQ(flag, other);
+  }
+}
+
 TEST_P(EachQuestion, CanBeDeclinedAndAskedAgain) {
   GuiThread::when_asked([&] { question.decline(); });
   EXPECT_FALSE(question.ask());
@@ -125,6 +136,40 @@ TEST_P(EachQuestion, KeepsAnAnswerThatCameBeforeTheCancel) {
     decline_open_questions();
   });
   EXPECT_TRUE(question.ask());
+}
+
+// At the end of the program nobody shows a window any more, so one that is on its way goes as well.
+TEST_P(EachQuestion, IsDeclinedAtTheEndWhileItIsOpen) {
+  for (const bool has_window : {false, true}) {
+    std::thread worker;
+    bool answered = true;
+    flag = 0;
+    GuiThread::run([&] {
+      const int slept = GuiThread::seconds_slept();
+      worker = std::thread([&] { answered = question.ask(); });
+      while (GuiThread::seconds_slept() == slept) usleep(1000);
+      if (has_window) question.window_shown();
+      decline_all_questions();
+      EXPECT_EQ(flag, 0);
+      question.decline();  // whatever has become of it: the worker waits
+    });
+    worker.join();
+    EXPECT_FALSE(answered);
+    EXPECT_EQ(flag, 0);
+    EXPECT_FALSE(question.has_window());
+  }
+}
+
+TEST_P(EachQuestion, KeepsItsAnswerAtTheEndWhenItIsClosed) {
+  flag = 0;
+  assign(selecteddriver, "kept");
+  assign(Username, "kept");
+  assign(Password, "kept");
+  isPrinterPopupOpen = isUserPopupOpen = isWindowSelectDriverOpen = isWindowSmbUsernamePasswordOpen = 0;
+  decline_all_questions();
+  EXPECT_STREQ(selecteddriver, "kept");
+  EXPECT_STREQ(Username, "kept");
+  EXPECT_STREQ(Password, "kept");
 }
 
 class QuestionWithAnswers : public EachQuestion {};

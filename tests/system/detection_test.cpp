@@ -92,6 +92,12 @@ TEST_F(Detection, ANumberAtTheEndOfTheLineIsInvalid) {
   expect_system("INVALID", "INVALID");
 }
 
+TEST_F(Detection, OfBothReleasesInALineThePlainOneCounts) {
+  write_file("/etc/redflag-release", "Red Flag Linux release 4.1plus, from release 4.1 (Desktop)\n");
+  detect();
+  expect_system("RedFlag", "4.1");
+}
+
 TEST_F(Detection, AnotherReleaseIsInvalidAlthoughAnotherFileFollows) {
   write_file("/etc/linspire-version", "");
   write_file("/etc/redflag-release", "Red Flag Linux release 4.2 \n");

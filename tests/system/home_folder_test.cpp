@@ -20,8 +20,10 @@ struct HomeFolder : testing::Test {
 };
 
 TEST_F(HomeFolder, IsMadeWithThoseAboveIt) {
+  umask(022);
   EXPECT_TRUE(make_home_folder("/home/ann", ".kde/share/apps/kabc"));
   EXPECT_TRUE(std::filesystem::is_directory("/home/ann/.kde/share/apps/kabc"));
+  EXPECT_EQ("755\n755\n", output_of("cd /home/ann; stat -c %a .kde .kde/share/apps/kabc"));
 }
 
 TEST_F(HomeFolder, BelongsToTheOwnerOfTheHomeAndThoseAboveItToo) {

@@ -51,6 +51,29 @@ TEST(TargetOf, TheLocaleIsThePersons) {
   EXPECT_EQ("", target_of("").locale);
 }
 
+// An empty LC_CTYPE is set all the same.
+TEST(TargetOf, OnGnomeAloneTheLocaleIsThatOfItsLetters) {
+  setenv("LANG", "ru_RU.UTF-8", 1);
+  for (const char* ctype : {"ja_JP.UTF-8", ""}) {
+    setenv("LC_CTYPE", ctype, 1);
+    for (const char* system : {"Linspire", "Xandros", "RedFlag", "INVALID", ""}) {
+      assign(OSName, system);
+      EXPECT_EQ("ru_RU.UTF-8", target_of("").locale) << system;
+    }
+    assign(OSName, "GNome");
+    EXPECT_EQ(ctype, target_of("").locale);
+  }
+  unsetenv("LC_CTYPE");
+  EXPECT_EQ("ru_RU.UTF-8", target_of("").locale);
+}
+
+TEST(TargetOf, TheLocaleOfAProfileIsThePersonsToo) {
+  isDefaultUser = 0;
+  assign(cur_user, "ben");
+  setenv("LANG", "ru_RU.UTF-8", 1);
+  EXPECT_EQ("ru_RU.UTF-8", target_of("").locale);
+}
+
 TEST(TargetOf, AProfileCalledRootDoesNotGetTheSuperusersHome) {
   isDefaultUser = 0;
   assign(cur_user, "root");

@@ -35,6 +35,25 @@ INSTANTIATE_TEST_SUITE_P(
                     Letter{"zh_HK", "\xa4\x75", "\u5de5"}, Letter{"zh_SG", "\xb9\xa4", "\u5de5"}),
     [](const auto& one) { return std::string(one.param.language); });
 
+TEST(CodePage, IsThatOfTheLanguageAndItsCountry) {
+  const std::pair<const char*, std::vector<const char*>> expected[] = {
+      {"CP1250", {"cs_CZ", "hr_HR", "hu_HU", "bs_BA", "pl_PL", "ro_RO", "sk_SK", "sl_SI", "sq_AL"}},
+      {"CP1251", {"be_BY", "bg_BG", "kk_KZ", "ky_KG", "mk_MK", "mn_MN", "ru_RU", "sr_RS", "tt_RU", "uk_UA"}},
+      {"CP1253", {"el_GR"}},
+      {"CP1254", {"az_AZ", "tr_TR", "uz_UZ"}},
+      {"CP1255", {"he_IL", "iw_IL", "yi_US"}},
+      {"CP1256", {"ar_EG", "fa_IR", "ur_PK"}},
+      {"CP1257", {"et_EE", "lt_LT", "lv_LV"}},
+      {"CP1258", {"vi_VN"}},
+      {"CP874", {"th_TH"}},
+      {"CP932", {"ja_JP"}},
+      {"CP949", {"ko_KR"}},
+      {"CP950", {"zh_TW", "zh_HK", "zh_MO"}},
+      {"CP936", {"zh_CN", "zh_SG"}}};
+  for (const auto& [page, locales] : expected)
+    for (const char* locale : locales) EXPECT_STREQ(page, windows_code_page(locale)) << locale;
+}
+
 TEST(CodePage, IsFoundInEveryFormOfALocale) {
   for (const char* locale : {"ru", "ru_RU", "ru_RU.KOI8-R", "ru.UTF-8", "ru@x", "ru_UA@x"})
     EXPECT_STREQ("CP1251", windows_code_page(locale)) << locale;
