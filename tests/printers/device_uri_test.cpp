@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <memory>
@@ -198,8 +199,16 @@ TEST(GetStringPrinter, IsEmptyWithoutAnOccurrence) {
 }
 
 TEST(GetStringPrinter, HoldsLongValues) {
-  const std::string rest(500, 'x');
-  EXPECT_EQ(rest, Text(get_string_printer((":" + rest).c_str(), ":"), std::free).get());
+  for (std::size_t size = 100; size < 600; ++size) {
+    const std::string rest(size, 'x');
+    EXPECT_EQ(rest, Text(get_string_printer((":" + rest).c_str(), ":"), std::free).get());
+  }
+}
+
+// Callers may write into it.
+TEST(GetStringPrinter, GivesRoomFor128Bytes) {
+  EXPECT_LE(128u, malloc_usable_size(Text(get_string_printer("LPT1", ":"), std::free).get()));
+  EXPECT_LE(128u, malloc_usable_size(Text(get_lpd_uri(""), std::free).get()));
 }
 
 TEST(GetLpdUri, TurnsColonsIntoSlashes) {
