@@ -474,6 +474,16 @@ TEST_F(KeptFonts, OfEverybodyThatCannotBeKeptAreLeft) {
   EXPECT_TRUE(exists(std::string(fonts_of_all) + "/fonts.cache-1"));
 }
 
+TEST_F(KeptFonts, OfEverybodyStopWhereOneCannotBeKept) {
+  on("RedFlag");
+  isMultiUser = 1;
+  for_ann();
+  const std::string font = std::string(fonts_of_all) + "/a.ttf";
+  shell_quietly("mkdir -p " + std::string(fonts_of_all) + "; ln -s /srv/x " + font + "; chown -h ann " +
+                font);
+  expect_stop([] { return fonts(archive); }, font, {"rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1"});
+}
+
 struct KeptTerminal : KeptFonts {
   KeptTerminal() {
     on("RedFlag");

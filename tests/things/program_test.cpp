@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace {
 
 using testing::HasSubstr;
@@ -25,6 +27,11 @@ TEST(Programs, SucceedByTheirStatusAlone) {
 TEST(Programs, GetTheirInput) {
   EXPECT_EQ("", reason("[ \"$(cat)\" = 'two words' ]", "two words"));
   EXPECT_EQ("", reason("[ -z \"$(cat)\" ]"));
+}
+
+TEST(Programs, AreThoseOfTheSystemAndSpeakEnglish) {
+  setenv("LC_ALL", "de_DE.UTF-8", 1);
+  EXPECT_EQ("", reason("[ \"$PATH $LC_ALL ${HOME-none}\" = '/usr/sbin:/usr/bin:/sbin:/bin C none' ]"));
 }
 
 TEST(Programs, ThatAreMissingAreNamed) {
