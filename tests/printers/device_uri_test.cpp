@@ -180,7 +180,9 @@ TEST(Credentials, AreWipedToTheLastByte) {
   std::fill(std::begin(Username), std::end(Username), 'u');
   std::fill(std::begin(Password), std::end(Password), 'p');
   std::string uri = "smb://u:p@server/hp";
+  const std::size_t size = uri.size();
   forget_credentials(uri);
+  EXPECT_EQ(std::string(size, '\0'), std::string(uri.data(), size));  // its memory, which stays
   EXPECT_THAT(Username, Each('\0'));
   EXPECT_THAT(Password, Each('\0'));
   EXPECT_EQ("", uri);
