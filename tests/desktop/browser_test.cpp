@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "shell/files.h"
 #include "state/state.h"
 #include "support/commands.h"
@@ -75,6 +77,14 @@ TEST_F(Browser, OfSeveralProfilesTheFirstIsTaken) {
   EXPECT_EQ(0, favourites(archive));
   EXPECT_EQ("/root/.mozilla/default/" + names.front() + "/bookmarks.html\n",
             output_of("find /root/.mozilla -name bookmarks.html"));
+}
+
+TEST_F(Browser, OnlyTheTwoFilesOfTheBrowserAreNoProfiles) {
+  for (const std::string name : {"profiles.ini.slt", "pluginreg.dat~", "Profiles.ini", "ini"}) {
+    shell_quietly("cd /root/.mozilla/default && rm -rf * && mkdir " + name);
+    EXPECT_EQ(0, favourites(archive)) << name;
+    EXPECT_TRUE(exists("/root/.mozilla/default/" + name + "/bookmarks.html")) << name;
+  }
 }
 
 TEST_F(Browser, AProfilesUserHasHisOwn) {
@@ -256,6 +266,13 @@ TEST_F(Browser, WhatKonquerorDoesNotFindInTheArchiveIsOnlyLogged) {
   EXPECT_EQ(0, konquererbookmarks(archive));
   EXPECT_EQ(0, konquerercookies(archive));
   EXPECT_FALSE(exists("/root/.kde/share/apps/konqueror/bookmarks.xml"));
+}
+
+TEST_F(Browser, KonquerorsCopyThatASignalEndsIsAFailure) {
+  for (const auto migrate : {konquererbookmarks, konquerercookies}) {
+    answer_command("cp ", SIGKILL);
+    complaint_of(migrate);
+  }
 }
 
 TEST_F(Browser, KonquerorsFilesOfAProfileAreItsOwn) {

@@ -128,6 +128,16 @@ TEST_F(Documents, OfAProfileWithoutADesktopLinkTheRunningUsersOneToo) {
   EXPECT_FALSE(exists("/home/ann/Desktop"));
 }
 
+// What the tilde is then is the shell's affair.
+TEST_F(Documents, WithoutADesktopTheRunningUsersOneIsLinkedEvenWithoutItsVariable) {
+  shell_quietly("rmdir /root/Desktop");
+  unsetenv("HOME");
+  testing::internal::CaptureStderr();
+  mydocs(folder.c_str());
+  testing::internal::GetCapturedStderr();
+  EXPECT_THAT(commands_run(), Contains("ln -s ~/.gnome-desktop/ ~/Desktop"));
+}
+
 TEST_F(Documents, WithoutAnyDesktopTheLinkFails) {
   shell_quietly("rmdir /root/Desktop");
   EXPECT_EQ("MyDocs : No such file or directory\n",

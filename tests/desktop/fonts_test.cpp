@@ -97,6 +97,16 @@ TEST_F(Fonts, OnRedFlagAFullDiskLeavesTheOldTerminalConfiguration) {
   EXPECT_EQ("old", read_file("/root/.kde/share/config/konsolerc"));
 }
 
+TEST_F(Fonts, OnRedFlagLeaveNoWorkingFolderWhereRmFails) {
+  on("RedFlag");
+  redflag_skeleton();
+  write_file("/usr/local/bin/rm", "#!/bin/sh\nexit 1\n");
+  shell_quietly("chmod 755 /usr/local/bin/rm");
+  EXPECT_EQ(0, fonts("/tmp/b"));
+  EXPECT_EQ("skeleton\n", read_file("/root/.kde/share/config/konsolerc"));
+  EXPECT_FALSE(exists("/tmp/redflagroot2"));
+}
+
 TEST_F(Fonts, OnRedFlagForSeveralUsersAreEverybodys) {
   on("RedFlag");
   redflag_skeleton();

@@ -61,6 +61,14 @@ struct Kept : testing::Test {
     testing::internal::GetCapturedStdout();
     return testing::internal::GetCapturedStderr();
   }
+  // What it says on standard output.
+  static std::string said_by(const std::function<void()>& run) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    run();
+    testing::internal::GetCapturedStderr();
+    return testing::internal::GetCapturedStdout();
+  }
   // A migrator that must not even begin.
   static void expect_left(int (*migrator)(const char*), const std::string& args = archive) {
     KeepingRun::prevent();
@@ -183,6 +191,17 @@ TEST_F(KeptDocuments, StopAtOneThatCannotBeKept) {
   expect_stop([&] { return mydocs(folder.c_str()); }, "/home/ann/Documents/a.txt",
               {"mkdir -p /home/ann/Documents"});
   EXPECT_FALSE(exists("/home/ann/Desktop/My Documents"));
+}
+
+TEST_F(KeptDocuments, ThatAreLeftAreNotSaidToBeCopied) {
+  for_ann();
+  shell_quietly(
+      "mkdir /home/ann/Documents; ln -s /srv/x /home/ann/Documents/a.txt; "
+      "ln -s /srv/x /home/ann/Desktop/a.lnk");
+  write_file(in_archive("Desktop/a.lnk"), "new");
+  const KeepingRun run;
+  EXPECT_EQ("buffer=/home/ann\n", said_by([&] { EXPECT_EQ(-1, mydocs(folder.c_str())); }));
+  EXPECT_EQ("buffer=/home/ann\n", said_by([] { EXPECT_EQ(-1, desktop(archive)); }));
 }
 
 TEST_F(KeptDocuments, WithoutAListOfRunnersDesktopStop) {
@@ -309,6 +328,46 @@ TEST_F(KeptShare, KonquerorsFolderAndItsOwnersAreKept) {
                                           "replaced /root/.kde/share/apps/konqueror/bookmarkstemp.xml"}));
 }
 
+TEST_F(KeptShare, StopsAtAFileThatCannotBeKept) {
+  shell_quietly("chmod 1777 /Share; ln -s /srv/x /Share/other.mp3; chown -h ann /Share/other.mp3");
+  expect_stop([] { return file_extensions(archive); }, "/Share/other.mp3", {"mkdir /Share"});
+  EXPECT_FALSE(exists("/root/Desktop/Share"));
+}
+
+TEST_F(KeptShare, IsNotOpenedWithAFileThatHasANameElsewhere) {
+  write_file("/home/ben/theirs", "secret");
+  shell_quietly("chmod 600 /home/ben/theirs; ln /home/ben/theirs /Share/theirs");
+  expect_stop([] { return file_extensions(archive); }, "/Share/theirs",
+              {"mkdir /Share", "cp -a /tmp/b/File\\ Extensions/* /Share/"});
+  EXPECT_EQ("600\n", output_of("stat -c %a /home/ben/theirs"));
+}
+
+struct KeptKonqueror : KeptShare {
+  KeptKonqueror() {
+    on("Linspire");
+    assign(homedirpath, "/tmp/linspireroot");
+    write_file("/tmp/linspireroot/root/.kde/share/apps/konqueror/bookmarks.xml", "<xbel/>\n");
+    shell_quietly("mkdir -p /home/ann/.kde/share/apps");
+  }
+};
+
+TEST_F(KeptKonqueror, BehindALinkOutOfTheHomeIsNotFilled) {
+  link_out_of("/home/ann", ".kde/share/apps");
+  const KeepingRun run;
+  EXPECT_THAT(complaint_of([] { EXPECT_EQ(-1, file_extensions(archive)); }), HasSubstr("could not be kept"));
+  EXPECT_THAT(commands_run(), Not(Contains(HasSubstr("/home/ann/.kde"))));
+  EXPECT_EQ("", output_of("ls /srv/elsewhere"));
+}
+
+TEST_F(KeptKonqueror, WithAFileThatHasANameElsewhereGetsNoOwner) {
+  write_file("/home/ben/theirs", "secret");
+  shell_quietly("ln /home/ben/theirs /home/ann/.kde/share/apps/theirs");
+  const KeepingRun run;
+  EXPECT_THAT(complaint_of([] { EXPECT_EQ(-1, file_extensions(archive)); }), HasSubstr("could not be kept"));
+  EXPECT_THAT(commands_run(), Not(Contains("chown -R ann /home/ann/.kde/share/apps")));
+  EXPECT_EQ("root\n", output_of("stat -c %U /home/ben/theirs"));
+}
+
 // ---- Fonts ----------------------------------------------------------------------------------------------
 
 struct KeptFonts : Kept {
@@ -378,6 +437,18 @@ TEST_F(KeptFonts, StopWhereOneCannotBeKept) {
                "mkdir -p /home/ann/.staroffice7/user/fonts"});
 }
 
+// The suite's copy would be the font's owner's to read.
+TEST_F(KeptFonts, ThatTheirOwnerMayNotReadAreNotGivenToTheSuite) {
+  for_ann();
+  write_file("/usr/bin/staroffice", "");
+  shell_quietly("mkdir -p /home/ann/.fonts; ln -s /etc/shadow /home/ann/.fonts/secret.ttf");
+  const KeepingRun run;
+  forget_commands();
+  complaint_of([] { EXPECT_EQ(-1, fonts(archive)); });
+  EXPECT_EQ("fc-cache /home/ann/.fonts", commands_run().back());
+  EXPECT_FALSE(exists("/home/ann/.staroffice7"));
+}
+
 constexpr const char* fonts_of_all = "/usr/share/fonts/zh_CN/TrueType";
 
 TEST_F(KeptFonts, OfEverybodyAreKept) {
@@ -401,6 +472,16 @@ TEST_F(KeptFonts, OfEverybodyThatCannotBeKeptAreLeft) {
   old_file(std::string(fonts_of_all) + "/fonts.cache-1");
   expect_left(fonts);
   EXPECT_TRUE(exists(std::string(fonts_of_all) + "/fonts.cache-1"));
+}
+
+TEST_F(KeptFonts, OfEverybodyStopWhereOneCannotBeKept) {
+  on("RedFlag");
+  isMultiUser = 1;
+  for_ann();
+  const std::string font = std::string(fonts_of_all) + "/a.ttf";
+  shell_quietly("mkdir -p " + std::string(fonts_of_all) + "; ln -s /srv/x " + font + "; chown -h ann " +
+                font);
+  expect_stop([] { return fonts(archive); }, font, {"rm -f /usr/share/fonts/zh_CN/TrueType/fonts.cache-1"});
 }
 
 struct KeptTerminal : KeptFonts {

@@ -36,6 +36,12 @@ TEST(KonquerorBookmark, ReplacesTheWholeLineOfAnEmptyElement) {
                          after_adding("<?xml version=\"1.0\"?>\n <!DOCTYPE xbel> <xbel/>\n", "<new/>")));
 }
 
+TEST(KonquerorBookmark, GoesBehindEachLineWithAnOpeningElement) {
+  EXPECT_TRUE(
+      same_bytes("<xbel>\n<new/></xbel>\n<xbel folded=\"no\">\n<new/></xbel>\n<xbel>\n<new/></xbel>\n",
+                 after_adding("<xbel>\n</xbel>\n<xbel folded=\"no\">\n</xbel>\n<xbel/>\n", "<new/>")));
+}
+
 TEST(KonquerorBookmark, OfAnEmptyFileChangesNothing) {
   EXPECT_TRUE(same_bytes("", after_adding("", "<new/>")));
 }

@@ -81,6 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"cache_of_all", fonts, "fc-cache /usr/share/fonts/zh_CN/TrueType", true, "RedFlag", 1},
         Row{"terminal_folder", fonts, "rm -rf /tmp/redflagroot2", false, "RedFlag"},
         Row{"terminal_folder_made", fonts, "mkdir /tmp/redflagroot2", false, "RedFlag"},
+        Row{"terminal_root_made", fonts, "mkdir /tmp/redflagroot2", false, "RedFlag", 0, "true", 1},
         Row{"terminal_settings", fonts, "tar -jxf", false, "RedFlag"},
         Row{"terminal_folder_gone", fonts, "rm -rf /tmp/redflagroot2", true, "RedFlag", 0, "true", 1},
         Row{"konqueror_bookmarks_gone", konquererbookmarks,

@@ -124,6 +124,17 @@ TEST_F(ManyNames, OfDocumentsOnTheDesktopAreAllCopied) {
                 "/root/Desktop/mydocument");
 }
 
+TEST_F(ManyNames, OfDocumentsOnTheDesktopThatCannotBeCopiedFailTheItem) {
+  assign(OSName, "RedFlag");
+  const std::string folder = fill_folder("My Documents", 20);
+  write_file("/root/Desktop/mydocument/000 first/in the way", "");
+  answer_command("cp ", too_many_names);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(-1, mydocs(folder.c_str()));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              HasSubstr("/root/Desktop/mydocument/000 first: Is a directory\n"));
+}
+
 TEST_F(ManyNames, OfFontsForEverybodyAreAllCopied) {
   assign(OSName, "RedFlag");
   isMultiUser = 1;

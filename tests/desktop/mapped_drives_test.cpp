@@ -15,6 +15,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -54,6 +55,17 @@ TEST_F(Drives, BecomeNautilusBookmarksAndLinks) {
   EXPECT_TRUE(matches_expected(nautilus, "drives/nautilus.xml"));
   EXPECT_TRUE(matches_expected("/root/Desktop/Projects on server", "drives/gnome link"));
   EXPECT_EQ("", output_of("xmllint --noout " + std::string(nautilus) + " 2>&1"));
+}
+
+TEST_F(Drives, StandInNautilusInTheirOrder) {
+  Session session;
+  for (const char* name : {"one", "two", "three"}) drive(name, std::string("//s/") + name, name);
+  std::string expected = "<?xml version=\"1.0\"?>\n<bookmarks>\n";
+  for (const std::string& name : listed())
+    expected += "<bookmark name=\"" + name + "\" uri=\"smb://s/" + name +
+                "\" icon_name=\"gnome-mime-x-directory-smb-share\"/>\n";
+  EXPECT_EQ(0, nautilusmappeddrives("/tmp/b"));
+  EXPECT_EQ(expected + "</bookmarks>\n", read_file(nautilus));
 }
 
 TEST_F(Drives, SetNautilusPreferencesInOrder) {
@@ -157,6 +169,18 @@ TEST_F(Drives, OnGnomeALinkThatCannotBeMadeEndsTheWork) {
       "icon_name=\"gnome-mime-x-directory-smb-share\"/>\n",
       read_file(nautilus));
   EXPECT_THAT(session.get("/apps/nautilus/preferences/side_pane_view"), Not(HasSubstr("true")));
+}
+
+TEST_F(Drives, OnGnomeNoneIsTakenBehindOneWhoseLinkCannotBeMade) {
+  Session session;
+  drive("one", "//s/one", "one");
+  drive("two", "//s/two", "two");
+  const auto order = listed();
+  write_file(nautilus, "old");
+  shell_quietly("mkdir /root/Desktop/" + order[0]);
+  EXPECT_EQ("Network Drives : Is a directory\n", complaint_of(nautilusmappeddrives, -1));
+  EXPECT_THAT(read_file(nautilus), AllOf(HasSubstr("smb://s/" + order[0]), Not(HasSubstr(order[1]))));
+  EXPECT_FALSE(exists("/root/Desktop/" + order[1]));
 }
 
 // ---- Konqueror ------------------------------------------------------------------------------------------

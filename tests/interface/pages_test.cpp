@@ -5,9 +5,11 @@
 #include <vector>
 
 #include "gui.h"
+#include "interface/dialogs.h"
 #include "interface/marks.h"
 #include "interface/page.h"
 #include "interface/parts.h"
+#include "interface/printer_windows.h"
 #include "interface/windows.h"
 #include "main/idle.h"
 #include "state/posts.h"
@@ -289,6 +291,40 @@ TEST_F(PagesTest, TheIconOfTheNovellLayoutLiesUnderOpt) {
   EXPECT_EQ(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
   write_file("/opt/gnome/share/pixmaps/Brindle_Icon.png", read_file("/usr/share/pixmaps/Brindle_Icon.png"));
   EXPECT_NE(gtk_window_get_icon(GTK_WINDOW(create_window1())), nullptr);
+}
+
+TEST_F(PagesTest, EveryWindowHasTheIconOfTheNovellLayout) {
+  isNLD = 1;
+  write_file("/opt/gnome/share/pixmaps/Brindle_Icon.png", read_file("/usr/share/pixmaps/Brindle_Icon.png"));
+  std::remove("/usr/share/pixmaps/Brindle_Icon.png");
+  for (auto* create : {create_window1,
+                       create_window2,
+                       create_window3,
+                       create_fileselection,
+                       create_dialog1,
+                       create_dialog_done,
+                       create_dialog_multi_user_error,
+                       create_dialog_printer_error,
+                       create_dialog_user_error,
+                       create_dialogcancel,
+                       create_unpackingStopped,
+                       create_noFileSpecified,
+                       create_noFileFound,
+                       create_notZipFile,
+                       create_notEnoughSpace,
+                       create_errorMountingCdrom,
+                       create_noRemote,
+                       create_zipPassword,
+                       create_zipWrongPassword,
+                       create_zipOtherEncryption,
+                       create_dialog_specify_username_password,
+                       create_window_select_driver,
+                       create_smb_username_password_window,
+                       create_smb_username_password_window2}) {
+    GtkWidget* window = create();
+    ASSERT_NE(window, nullptr);
+    EXPECT_NE(gtk_window_get_icon(GTK_WINDOW(window)), nullptr) << title_of(window);
+  }
 }
 
 TEST_F(PagesTest, TheIconIsReadOnceForAllWindows) {

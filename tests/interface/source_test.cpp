@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <utility>
+#include <vector>
 
 #include "gui.h"
 #include "interface/dialogs.h"
@@ -38,18 +39,38 @@ namespace {
 
 int threads_left = -1;  // for so many there is room; -1: for all
 
+// How the worker was started.
+struct Start {
+  gulong stack;
+  gboolean joinable;
+  gboolean bound;
+  int priority;
+  bool operator==(const Start&) const = default;
+};
+std::vector<Start> starts;
+
+std::vector<guint> progress_intervals;  // in milliseconds
+
 }  // namespace
 
 // In place of GLib's, which comes next.
 G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+constexpr int normal_priority = G_THREAD_PRIORITY_NORMAL;
 extern "C" GThread* g_thread_create_full(GThreadFunc function, gpointer data, gulong stack, gboolean joinable,
                                          gboolean bound, GThreadPriority priority, GError** error) {
   using Create = decltype(&g_thread_create_full);
   static const auto next = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "g_thread_create_full"));
   if (threads_left == 0) return nullptr;
+  if (function == process) starts.push_back({stack, joinable, bound, static_cast<int>(priority)});
   return next(function, data, stack, joinable, bound, priority, error);
 }
 G_GNUC_END_IGNORE_DEPRECATIONS
+
+extern "C" guint g_timeout_add(guint interval, GSourceFunc function, gpointer data) {
+  static const auto next = reinterpret_cast<decltype(&g_timeout_add)>(dlsym(RTLD_NEXT, "g_timeout_add"));
+  if (function == progress_timeout) progress_intervals.push_back(interval);
+  return next(interval, function, data);
+}
 
 namespace {
 
@@ -453,10 +474,16 @@ TEST_F(SourceTest, APathOf255BytesIsTaken) {
 TEST_F(SourceTest, AGoodArchiveStartsTheRun) {
   make_zip("/root/a.zip", "20000000");
   g_isEncrypted = 1;
+  timer = 0;
+  worker_runs = false;
   forget_commands();
   next_with("/root/a.zip");
   EXPECT_TRUE(run_started());
   EXPECT_FALSE(worker_had_argument);
+  EXPECT_EQ(starts, (std::vector<Start>{{0, FALSE, FALSE, normal_priority}}));
+  EXPECT_EQ(progress_intervals, std::vector<guint>{200});
+  EXPECT_NE(g_main_context_find_source_by_id(nullptr, static_cast<guint>(timer)), nullptr);
+  EXPECT_TRUE(worker_runs);
   EXPECT_NE(thread_id, nullptr);
   EXPECT_EQ(g_isEncrypted, 0);
   EXPECT_STREQ(g_filename, "/root/a.zip");
@@ -503,6 +530,31 @@ TEST_F(SourceTest, WhoGoesBackWhileTheChecksRunStartsNothing) {
   expect_no_worker();
   EXPECT_TRUE(gtk_widget_get_visible(window1));
   EXPECT_FALSE(gtk_widget_get_visible(window3));
+}
+
+TEST_F(SourceTest, WhoGoesBackWhileTheChecksRunIsToldNothingOfThem) {
+  write_file("/root/a.txt", "no zip");
+  shell::while_waiting(leave_page_meanwhile);
+  next_with("/root/a.txt");
+  shell::while_waiting(nullptr);
+  EXPECT_TRUE(gtk_widget_get_visible(window1));
+  EXPECT_EQ(visible_window(shipped_text("notzipfile")), nullptr);
+}
+
+// The password is wiped behind the checks.
+bool leave_page_after_the_checks() { return g_password[0] != '\0' || leave_page_meanwhile(); }
+
+TEST_F(SourceTest, WhoGoesBackWhileTheArchiveIsLookedThroughStartsNothing) {
+  shell_quietly(
+      "python3 -c 'import zipfile\nwith zipfile.ZipFile(\"/root/many.zip\", \"w\") as z:\n"
+      " for i in range(20000): z.writestr(str(i), \"\")'");
+  assign(g_password, "before");
+  shell::while_waiting(leave_page_after_the_checks);
+  next_with("/root/many.zip");
+  shell::while_waiting(nullptr);
+  EXPECT_TRUE(gtk_widget_get_visible(window1));
+  EXPECT_FALSE(gtk_widget_get_visible(window3));
+  expect_no_worker();
 }
 
 bool press_again_meanwhile() {
@@ -590,6 +642,20 @@ TEST_F(SourceTest, AListingBeyondAnIntDoesNotPassByOverflow) {
   tmp_says("4000000");
   next_with("/root/a.zip");
   expect_refused("notenoughspace", "notenoughspace-label16", "closebutton_notEnoughSpace");
+}
+
+TEST_F(SourceTest, AListingBeyondAnIntMovesTheProgressAsTheLargestOne) {
+  make_zip("/root/a.zip", "10");
+  stand_in("unzip", "4294967796 1 file\\n");  // 500 in 32 bits
+  tmp_says("9000000");
+  next_with("/root/a.zip");
+  ASSERT_TRUE(run_started());
+  GtkWidget* bar = lookup_widget(window3, "progressbar1");
+  for (int tries = 0; tries < 300 && gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)) == 0; ++tries) {
+    settle();
+    usleep(10000);
+  }
+  EXPECT_NEAR(gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bar)), 0.05 / 214, 1e-6);
 }
 
 TEST_F(SourceTest, AFailingFileCommandCountsAsAZip) {
@@ -716,6 +782,16 @@ TEST_F(LockedTest, TheRightPasswordStartsTheRun) {
   EXPECT_EQ(dialog(), nullptr);
   EXPECT_NE(std::getenv("UNZIP"), nullptr);
   EXPECT_STREQ(std::getenv("UNZIP"), "");  // room, and nothing in it
+}
+
+TEST_F(LockedTest, APasswordThatComesAfterTheStartStartsNoSecondRun) {
+  answer("sesame");
+  ASSERT_TRUE(run_started());
+  gtk_widget_show(create_zipPassword());
+  answer("sesame");
+  EXPECT_NE(wrong(), nullptr);
+  usleep(100000);
+  EXPECT_EQ(workers, 1);
 }
 
 TEST_F(LockedTest, EnterIsOk) {

@@ -1,6 +1,7 @@
 #include "interface/texts.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <set>
@@ -157,6 +158,16 @@ TEST_F(TextFile, TheTextIsTakenAsItStands) { EXPECT_EQ(text("key=  a = b\\n \r\n
 TEST_F(TextFile, MissingKeysShareOneEmptyText) {
   EXPECT_EQ(text("a=1\n", "b"), "");
   EXPECT_EQ(get_widget_string(file.get(), "b"), get_widget_string(file.get(), "c"));
+}
+
+// Callers may keep one and write into it.
+TEST_F(TextFile, EveryAnswerHasABufferOfItsOwn) {
+  EXPECT_EQ(text("a=1\nb=2\n", "a"), "1");
+  char* first = get_widget_string(file.get(), "a");
+  char* second = get_widget_string(file.get(), "a");
+  EXPECT_NE(first, second);
+  EXPECT_GE(malloc_usable_size(first), 512U);
+  EXPECT_GE(malloc_usable_size(substring_r("en_US", 0, 4)), 256U);
 }
 
 TEST_F(TextFile, LinesWithoutAnEndOrAnEqualsSignDoNoHarm) {

@@ -172,4 +172,26 @@ TEST_P(Beneath, AFolderThatSomebodyElseHasJustMadeWillDo) {
   EXPECT_EQ(text_of(look("target")).substr(0, 15), "folder 0750 0 0");
 }
 
+// ---- The end of links ------------------------------------------------------------------------------------
+
+struct Links : Below {};
+
+TEST_F(Links, LeadToTheirEndWhetherItIsThereOrNot) {
+  prepare(
+      "mkdir sub; ln -s sub/b a; ln -s ../c sub/b; ln -s missing/d c; ln -s /tmp/top/a far; printf x > file");
+  for (const char* link : {"a", "c", "far", "sub/b"})
+    EXPECT_EQ(output_of(std::string("realpath -m /tmp/top/") + link),
+              output_of("realpath -m " + place::end_of_links(std::string("/tmp/top/") + link)))
+        << link;
+  EXPECT_EQ(place::end_of_links("/tmp/top/far"), "/tmp/top/sub/../missing/d");
+  EXPECT_EQ(place::end_of_links("/tmp/top/file"), "/tmp/top/file");
+  EXPECT_EQ(place::end_of_links("/tmp/top/none"), "/tmp/top/none");
+}
+
+TEST_F(Links, InARingHaveNoEnd) {
+  prepare("ln -s two one; ln -s one two");
+  EXPECT_EQ(place::end_of_links("/tmp/top/one"), "");
+  EXPECT_EQ(errno, ELOOP);
+}
+
 }  // namespace

@@ -187,6 +187,14 @@ TEST_F(NormalPrinter, LetsTheLastInDirectoryOrderWin) {
   EXPECT_EQ(3u, commands_of({"su"}).size());
 }
 
+TEST_F(NormalPrinter, PassesOverAFileThatCannotBeOpened) {
+  for (const char* name : {"a.txt", "b.txt"}) add_printer(name, {{"Printer Name", name}});
+  std::filesystem::create_symlink("/tmp/nowhere", "/tmp/archive/Printers/dangling");
+  EXPECT_EQ(0, normalprinter(archive));
+  EXPECT_THAT(commands_of({"su"}), testing::UnorderedElementsAre("su - ann -c\"lpoptions -d 'a.txt'\"",
+                                                                 "su - ann -c\"lpoptions -d 'b.txt'\""));
+}
+
 TEST_F(NormalPrinter, GoesOnWithoutAName) {
   write_file("/tmp/archive/Printers/a.txt", "Port Name=LPT1\r\n");
   EXPECT_EQ(0, normalprinter(archive));

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdlib>
 #include <memory>
@@ -179,7 +180,9 @@ TEST(Credentials, AreWipedToTheLastByte) {
   std::fill(std::begin(Username), std::end(Username), 'u');
   std::fill(std::begin(Password), std::end(Password), 'p');
   std::string uri = "smb://u:p@server/hp";
+  const std::size_t size = uri.size();
   forget_credentials(uri);
+  EXPECT_EQ(std::string(size, '\0'), std::string(uri.data(), size));  // its memory, which stays
   EXPECT_THAT(Username, Each('\0'));
   EXPECT_THAT(Password, Each('\0'));
   EXPECT_EQ("", uri);
@@ -198,8 +201,16 @@ TEST(GetStringPrinter, IsEmptyWithoutAnOccurrence) {
 }
 
 TEST(GetStringPrinter, HoldsLongValues) {
-  const std::string rest(500, 'x');
-  EXPECT_EQ(rest, Text(get_string_printer((":" + rest).c_str(), ":"), std::free).get());
+  for (std::size_t size = 100; size < 600; ++size) {
+    const std::string rest(size, 'x');
+    EXPECT_EQ(rest, Text(get_string_printer((":" + rest).c_str(), ":"), std::free).get());
+  }
+}
+
+// Callers may write into it.
+TEST(GetStringPrinter, GivesRoomFor128Bytes) {
+  EXPECT_LE(128u, malloc_usable_size(Text(get_string_printer("LPT1", ":"), std::free).get()));
+  EXPECT_LE(128u, malloc_usable_size(Text(get_lpd_uri(""), std::free).get()));
 }
 
 TEST(GetLpdUri, TurnsColonsIntoSlashes) {

@@ -144,12 +144,14 @@ TEST_F(KeptQueues, WithoutRoomForTheirPpdFilesAreNotTouched) {
 
 TEST_F(KeptQueues, ThatCannotBeToldAreNotTouched) {
   prepare(std::string("lpadmin -p Other -c ") + laser);  // a class of that name
-  add_printer("Default.txt");
+  add_printer("Default.txt", {{"Port Name", "//server/hp"}});
   testing::internal::CaptureStderr();
   EXPECT_EQ(-1, nldprinter(archive));
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("it is a class"));
   EXPECT_THAT(queue_commands(), IsEmpty());
   EXPECT_THAT(rows(Kind::queue), IsEmpty());
+  EXPECT_EQ(1u, Windows::shown().size());
+  EXPECT_EQ(std::string(256, '\0'), std::string(Username, 256));
   EXPECT_EQ(std::string(256, '\0'), std::string(Password, 256));
 }
 

@@ -359,6 +359,15 @@ TEST_F(UsableQueues, GetNoDriverThatTheDatabaseDoesNotDescribe) {
   EXPECT_EQ("", queues());
 }
 
+TEST_F(UsableQueues, WithoutADatabaseAreNotMadeAndItIsSaidWhy) {
+  prepare("rm -r /usr/share/perl5/Foomatic");
+  add("a.txt", "Q");
+  EXPECT_THAT(migrate("Linspire"),
+              AllOf(HasSubstr("foomatic's database cannot be asked: Can't locate Foomatic/DB.pm"),
+                    HasSubstr("does not make it, either: its driver is not there\n")));
+  EXPECT_EQ("", queues());
+}
+
 // The database hands both to a shell of its own.
 TEST_F(UsableQueues, GetNoDriverWithANameThatEndsQuotes) {
   for (const char* names : {"Id='a'$(touch${IFS}/tmp/owned)'b' Driver='ljet4' ",
