@@ -423,6 +423,25 @@ TEST_F(Keep, takes_things_away) {
   EXPECT_THAT(told(), UnorderedElementsAre("/root/d folder folder", "/root/d/sub folder nothing"));
 }
 
+// One to another disk, which copies first.
+TEST_F(Keep, completes_an_interrupted_move_whose_copy_is_whole_alone) {
+  write_file("/root/whole/sub/a", "one");
+  write_file("/root/half/sub/a", "one");
+  write_file("/root/half/sub/b", "two");
+  write_file("/root/other/sub/a", "one");
+  ASSERT_TRUE(keep::before_change("/root/opens the store"));
+  shell_quietly("mkdir -p " + kept("/root") + "; cp -a /root/whole /root/half /root/other " + kept("/root"));
+  fs::remove(kept("/root/half/sub/b"));
+  write_file(kept("/root/other/sub/a"), "two");
+  EXPECT_TRUE(keep::take("/root/whole"));
+  EXPECT_FALSE(exists("/root/whole"));
+  EXPECT_EQ("one", read_file(kept("/root/whole/sub/a")));
+  EXPECT_FALSE(keep::take("/root/half"));
+  EXPECT_EQ("two", read_file("/root/half/sub/b"));
+  EXPECT_FALSE(keep::take("/root/other"));
+  EXPECT_EQ("one", read_file("/root/other/sub/a"));
+}
+
 // ---- Copies
 // ----------------------------------------------------------------------------------------------------
 
