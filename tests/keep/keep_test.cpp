@@ -891,6 +891,25 @@ TEST_F(Keep, refuses_on_a_full_disk_and_leaves_no_half_copy) {
   EXPECT_TRUE(keep::before_change("/root/a"));
 }
 
+TEST_F(Keep, takes_nothing_away_that_it_cannot_list) {
+  const SmallDisk disk("/root");
+  std::vector<std::string> paths;
+  for (int number = 0; number < 60; ++number)
+    paths.push_back("/root/" + std::string(200, 'n') + std::to_string(number));
+  for (const std::string& path : paths) write_file(path, "");
+  ASSERT_TRUE(keep::before_change("/root/opens the store"));
+  disk.fill_but(0);
+  int refused = 0;
+  testing::internal::CaptureStderr();
+  for (const std::string& path : paths) {
+    const bool is_taken = keep::take(path);
+    EXPECT_NE(exists(path), is_taken) << path;
+    refused += is_taken ? 0 : 1;
+  }
+  testing::internal::GetCapturedStderr();
+  EXPECT_GT(refused, 0);
+}
+
 TEST_F(Keep, refuses_where_a_file_stands_in_the_folders_place) {
   write_file("/root/.brindle_before", "a file");
   write_file("/root/a", "one");
