@@ -423,6 +423,25 @@ TEST_F(Keep, takes_things_away) {
   EXPECT_THAT(told(), UnorderedElementsAre("/root/d folder folder", "/root/d/sub folder nothing"));
 }
 
+// One to another disk, which copies first.
+TEST_F(Keep, completes_an_interrupted_move_whose_copy_is_whole_alone) {
+  write_file("/root/whole/sub/a", "one");
+  write_file("/root/half/sub/a", "one");
+  write_file("/root/half/sub/b", "two");
+  write_file("/root/other/sub/a", "one");
+  ASSERT_TRUE(keep::before_change("/root/opens the store"));
+  shell_quietly("mkdir -p " + kept("/root") + "; cp -a /root/whole /root/half /root/other " + kept("/root"));
+  fs::remove(kept("/root/half/sub/b"));
+  write_file(kept("/root/other/sub/a"), "two");
+  EXPECT_TRUE(keep::take("/root/whole"));
+  EXPECT_FALSE(exists("/root/whole"));
+  EXPECT_EQ("one", read_file(kept("/root/whole/sub/a")));
+  EXPECT_FALSE(keep::take("/root/half"));
+  EXPECT_EQ("two", read_file("/root/half/sub/b"));
+  EXPECT_FALSE(keep::take("/root/other"));
+  EXPECT_EQ("one", read_file("/root/other/sub/a"));
+}
+
 // ---- Copies
 // ----------------------------------------------------------------------------------------------------
 
@@ -870,6 +889,25 @@ TEST_F(Keep, refuses_on_a_full_disk_and_leaves_no_half_copy) {
   EXPECT_THAT(told(), Not(Contains(StartsWith("/root/a "))));
   disk.empty();
   EXPECT_TRUE(keep::before_change("/root/a"));
+}
+
+TEST_F(Keep, takes_nothing_away_that_it_cannot_list) {
+  const SmallDisk disk("/root");
+  std::vector<std::string> paths;
+  for (int number = 0; number < 60; ++number)
+    paths.push_back("/root/" + std::string(200, 'n') + std::to_string(number));
+  for (const std::string& path : paths) write_file(path, "");
+  ASSERT_TRUE(keep::before_change("/root/opens the store"));
+  disk.fill_but(0);
+  int refused = 0;
+  testing::internal::CaptureStderr();
+  for (const std::string& path : paths) {
+    const bool is_taken = keep::take(path);
+    EXPECT_NE(exists(path), is_taken) << path;
+    refused += is_taken ? 0 : 1;
+  }
+  testing::internal::GetCapturedStderr();
+  EXPECT_GT(refused, 0);
 }
 
 TEST_F(Keep, refuses_where_a_file_stands_in_the_folders_place) {

@@ -340,6 +340,25 @@ TEST(Files, AtTheDriveAndPathOfTheHomeAreFound) {
   EXPECT_THAT(pack_disk(disk.path()).files_below(documents), ElementsAre("a.txt"));
 }
 
+TEST(Files, WhereVariablesOfWindowsLeadAreFound) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Personal", R"(%OneDriveConsumer%\Papers)"},
+                                                      {"Desktop", R"(%public%\Tisch)"},
+                                                      {"My Pictures", R"(%SystemDrive%\Fotos)"},
+                                                      {"My Music", R"(%OneDrive%\Songs)"},
+                                                      {"My Video", R"(%LocalAppData%\Films)"}}));
+  disk.add("Users/Ann/OneDrive/Papers/a.txt");
+  disk.add("Users/Public/Tisch/t.txt");
+  disk.add("Fotos/f.jpg");
+  disk.add("Users/Ann/OneDrive/Songs/s.mp3");
+  disk.add("Users/Ann/AppData/Local/Films/v.avi");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below(documents),
+              UnorderedElementsAre("a.txt", "My Pictures/f.jpg", "My Music/s.mp3", "My Videos/v.avi"));
+  EXPECT_THAT(result.files_below("Brindle/Desktop/"), ElementsAre("t.txt"));
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
 TEST(Files, ThatTheRegistryCallsAProgramsStayInTheDocuments) {
   const windows::Disk disk;
   disk.add("Users/Ann/NTUSER.DAT", hive_with_folders({{"Templates", R"(%USERPROFILE%\Documents\Letters)"}}));

@@ -282,6 +282,21 @@ TEST(OutlookContacts, ListsAndPicturesAreTold) {
                                    "no-place " + place + ": Contacts: Team", "kept-as-file " + place));
 }
 
+TEST(OutlookContacts, OfAFileWithAWrongByteAreKeptWithTheFile) {
+  pst::File file;
+  file.folders = {
+      {.name = "Contacts", .container = "IPF.Contact", .items = {contact({pst::text(0x3001, "Bob")})}}};
+  std::string bytes = file.bytes();
+  const auto block = file.block_with(std::string("B\0o\0b\0", 6), bytes);
+  const std::size_t at = bytes.find(std::string("B\0o\0b\0", 6), file.blocks[block.value()].at);
+  bytes[at] = 'R';
+  const windows::Disk disk;
+  disk.add(place, bytes);
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(cards_in(result), "N:;Rob;;;|FN:Rob|\n");
+  EXPECT_THAT(result.remarks(), UnorderedElementsAre("store-damaged " + place, "kept-as-file " + place));
+}
+
 TEST(OutlookContacts, ThatAreDamagedAreToldAndTheRestIsPacked) {
   pst::File file;
   file.folders = {{.name = "Contacts",

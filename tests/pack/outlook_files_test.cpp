@@ -5,8 +5,10 @@
 
 #include <cstdlib>
 #include <system_error>
+#include <thread>
 
 #include "pack/disk/folder_tree.h"
+#include "pack/ntfs_image.h"
 #include "pack/outlook/blocks.h"
 #include "pack/outlook/store.h"
 #include "pack/pst_file.h"
@@ -94,6 +96,65 @@ TEST(OutlookFiles, AreFoundWhereAProfileSaysTheyAre) {
   EXPECT_THAT(result.remarks(),
               UnorderedElementsAre("elsewhere E:\\far.pst", "unpacked Users/Ann/Own/two.pst",
                                    "unpacked Mail/one.pst", "unpacked Mail/three.ost"));
+}
+
+// The key of a profile with the path of a data file in it.
+std::string hive_with(const std::string& name, const std::string& path) {
+  return windows::hive(
+      {{R"(Software\Microsoft\Office\16.0\Outlook\Profiles\Mine\aaaa)", {{.name = name, .data = path}}}});
+}
+
+TEST(OutlookFiles, OfExchangeAreFoundWhereAnOldProfileSaysTheyAre) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT", hive_with("001e6610", R"(C:\Mail\copy.ost)"));
+  disk.add("Mail/copy.ost", file_with("one"));
+  EXPECT_EQ(messages_in(pack_disk(disk.path())), 1U);
+}
+
+TEST(OutlookFiles, AreFoundInAHomeThatLiesElsewhereNow) {
+  const windows::Disk disk;
+  disk.add("Documents and Settings/Ann/NTUSER.DAT", hive_with("001e6700", R"(C:\Users\Ann\Own\two.pst)"));
+  disk.add("Documents and Settings/Ann/Own/two.pst", file_with("two"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(messages_in(result), 1U);
+  EXPECT_THAT(result.remarks(), ElementsAre("unpacked Documents and Settings/Ann/Own/two.pst"));
+}
+
+TEST(OutlookFiles, ThatAProfileNamesWhereOutlookKeepsThemAreReadOnce) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/NTUSER.DAT",
+           hive_with("001e6700", R"(c:\users\ann\APPDATA\Local\Microsoft\Outlook\outlook.pst)"));
+  disk.add(usual + "Outlook.pst", file_with("one"));
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(messages_in(result), 1U);
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookFiles, OfOneNameAreAllPackedAsTheyAre) {
+  const windows::Disk disk;
+  const std::string one = file_with("one");
+  const std::string two = file_with("two");
+  disk.add(usual + "Outlook.pst", one);
+  disk.add("Users/Ann/Local Settings/Application Data/Microsoft/Outlook/Outlook.pst", two);
+  disk.add("Users/Ann/Documents/Outlook data files/mine.txt");
+  pack::Options options;
+  options.without = {pack::Kind::notes};
+  const auto result = pack_disk(disk.path(), options);
+  EXPECT_THAT(result.files_below(documents),
+              UnorderedElementsAre("Outlook data files/mine.txt", "Outlook data files 2/Outlook.pst",
+                                   "Outlook data files 2/Outlook.pst 2"));
+  EXPECT_EQ(result.content.at(documents + "Outlook data files 2/Outlook.pst"), one);
+  EXPECT_EQ(result.content.at(documents + "Outlook data files 2/Outlook.pst 2"), two);
+}
+
+TEST(OutlookFiles, ThatLieOnlineAloneAreTold) {
+  windows::NtfsImage image;
+  image.add(usual + "a.pst", file_with("one"));
+  image.set_attributes(usual + "a.pst", windows::offline);
+  const auto result = pack_disk(image.close());
+  EXPECT_EQ(messages_in(result), 0U);
+  EXPECT_THAT(result.remarks(), Contains("online-only " + usual + "a.pst"));
+  EXPECT_THAT(result.remarks(), Not(Contains("damaged " + usual + "a.pst")));
 }
 
 TEST(OutlookFiles, OnADriveThatIsNotGivenAreToldOnceWhateverIsWanted) {
@@ -239,6 +300,35 @@ TEST(OutlookFiles, OfEachFormAndCipherAreRead) {
       EXPECT_TRUE(packed(form, cipher) == expected) << form << int{cipher};  // too long to be shown
 }
 
+TEST(OutlookFiles, OfEachNumberOfTheirFormAreRead) {
+  using pst::File;
+  for (const auto& [form, version] : {std::pair(File::ansi_form, 14), std::pair(File::ansi_form, 15),
+                                      std::pair(File::unicode, 21), std::pair(File::unicode, 23)}) {
+    File file(form);
+    file.version = version;
+    file.folders = {{.name = "Inbox", .items = {message("one")}}};
+    const windows::Disk disk;
+    disk.add(usual + "a.pst", file.bytes());
+    const auto result = pack_disk(disk.path());
+    EXPECT_EQ(messages_in(result), 1U) << version;
+    EXPECT_THAT(result.remarks(), IsEmpty()) << version;
+  }
+}
+
+TEST(OutlookFiles, WithAMessageThatNoTableHasHaveItAllTheSame) {
+  pst::File file;
+  file.folders = {
+      {.name = "Inbox", .items = {message("one"), message("two")}, .unlisted = {message("three")}},
+      {.name = "Work", .items = {message("four")}, .has_contents = false}};
+  const windows::Disk disk;
+  disk.add(usual + "a.pst", file.bytes());
+  const auto result = pack_disk(disk.path());
+  EXPECT_EQ(messages_in(result), 4U);
+  EXPECT_THAT(result.content.at(inbox), testing::HasSubstr("Subject: three\n"));
+  EXPECT_THAT(result.content.at("Brindle/Mail/Work"), testing::HasSubstr("Subject: four\n"));
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
 TEST(OutlookFiles, ThatAreProtectedAreTold) {
   const windows::Disk disk;
   pst::File file;
@@ -312,6 +402,48 @@ TEST(DamagedOutlookFiles, KeepAMessageWhoseAttachmentIsCut) {
               UnorderedElementsAre("item-cut " + usual + "a.pst: Inbox", "store-damaged " + usual + "a.pst",
                                    "kept-as-file " + usual + "a.pst"));
   EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
+// A page of an index that leads to entries, not to other pages, is one of `kind`: 0x80 of the blocks, 0x81 of
+// the nodes.
+std::vector<std::size_t> leaves_of(const pst::File& file, pst::File::Form form, std::string_view bytes,
+                                   char kind) {
+  const bool has_4k = form == pst::File::pages_of_4k;
+  const std::size_t level = has_4k ? 4056 + 5 : form == pst::File::ansi_form ? 496 + 3 : 488 + 3;
+  const std::size_t trailer = has_4k ? 4072 : form == pst::File::ansi_form ? 500 : 496;
+  std::vector<std::size_t> leaves;
+  for (const std::size_t page : file.pages)
+    if (bytes[page + trailer] == kind && bytes[page + level] == 0) leaves.push_back(page);
+  return leaves;
+}
+
+TEST(DamagedOutlookFiles, WithOneLostPageOfAnIndexLoseWhatItAloneLeadsTo) {
+  using pst::File;
+  struct Case {
+    File::Form form;
+    int messages;
+    std::size_t on_a_page;
+  };
+  for (const auto& [form, count, on_a_page] :
+       {Case{File::unicode, 80, 20}, Case{File::ansi_form, 160, 41}, Case{File::pages_of_4k, 600, 169}})
+    for (const char kind : {'\x80', '\x81'}) {
+      File file(form);
+      pst::Folder folder{.name = "Inbox"};
+      for (int number = 0; number < count; ++number)
+        folder.items.push_back(message("message " + std::to_string(number)));
+      file.folders = {folder};
+      std::string bytes = file.bytes();
+      const std::vector<std::size_t> leaves = leaves_of(file, form, bytes, kind);
+      ASSERT_GT(leaves.size(), 2U) << form;
+      bytes.replace(leaves[1] + 8, 64, std::string(64, '\xFF'));
+      const windows::Disk disk;
+      disk.add(usual + "a.pst", bytes);
+      const auto result = pack_disk(disk.path());
+      EXPECT_GE(messages_in(result), static_cast<std::size_t>(count) - on_a_page) << form << int{kind};
+      EXPECT_LT(messages_in(result), static_cast<std::size_t>(count)) << form << int{kind};
+      EXPECT_THAT(result.remarks(), AllOf(Contains("store-damaged " + usual + "a.pst"),
+                                          Contains("kept-as-file " + usual + "a.pst")));
+    }
 }
 
 pst::File large_file(pst::File::Form form = pst::File::unicode) {
@@ -466,7 +598,7 @@ TEST(DamagedOutlookFiles, ThatLoseAMessageAtAnyTimeAreKeptAsTheyAre) {
 // A tree with one file, whose reader may misbehave.
 class Strange : public pack::Tree {
  public:
-  enum How { well, dies, hangs, eats, from_the_beginning, fails };
+  enum How { well, dies, hangs, eats, from_the_beginning, fails, is_slow };
 
   explicit Strange(std::string bytes, How how, std::size_t at = 0)
       : bytes_(std::move(bytes)), how_(how), at_(at) {}
@@ -484,6 +616,7 @@ class Strange : public pack::Tree {
     explicit Reader(const Strange& tree) : tree_(tree) {}
     std::size_t read(char* to, std::size_t most) override {
       if (place_ <= tree_.at_ && tree_.at_ < place_ + most) misbehave();
+      if (tree_.how_ == is_slow && ++reads_ < 10) std::this_thread::sleep_for(std::chrono::milliseconds(300));
       const std::size_t count = tree_.bytes_.copy(to, most, std::min(place_, tree_.bytes_.size()));
       place_ += count;
       return count;
@@ -502,6 +635,7 @@ class Strange : public pack::Tree {
     }
     const Strange& tree_;
     std::size_t place_ = 0;
+    int reads_ = 0;
     std::string eaten_;
   };
 
@@ -537,6 +671,37 @@ TEST(OutlookReader, ThatHangsIsEnded) {
       subjects_in(tree, bytes.size(), &is_damaged, {.without_progress = std::chrono::milliseconds(300)}),
       ElementsAre("one", "", "three"));
   EXPECT_TRUE(is_damaged);
+}
+
+// The whole of an index takes longer than any of its pages.
+TEST(OutlookReader, OfASlowDiskIsWaitedForAsLongAsItGetsOn) {
+  const std::string bytes = three_messages().bytes;
+  const Strange tree(bytes, Strange::is_slow);
+  bool is_damaged = true;
+  EXPECT_THAT(
+      subjects_in(tree, bytes.size(), &is_damaged, {.without_progress = std::chrono::milliseconds(1000)}),
+      ElementsAre("one", "two", "three"));
+  EXPECT_FALSE(is_damaged);
+}
+
+TEST(OutlookReader, GivesNoMoreThanManyTimesTheFile) {
+  const std::string bytes = three_messages().bytes;
+  const Strange tree(bytes, Strange::well, bytes.size() + 1);
+  pack::BlocksOfFile blocks({.tree = &tree, .path = "a.pst"}, bytes.size());
+  const std::uint64_t most = (std::uint64_t{64} << 20) + 16 * bytes.size();
+  std::uint64_t largest = 0;
+  std::size_t size = 0;
+  for (const auto& node : blocks.nodes())
+    if (const auto block = blocks.block(node.data); block && block->size() > size) {
+      largest = node.data;
+      size = block->size();
+    }
+  ASSERT_FALSE(blocks.is_damaged());
+  std::uint64_t given = 0;
+  while (const auto block = given <= most ? blocks.block(largest) : std::nullopt) given += block->size();
+  EXPECT_LE(given, most);
+  EXPECT_GT(given, most / 2);
+  EXPECT_TRUE(blocks.is_damaged());
 }
 
 TEST(OutlookReader, ThatFailsToReadLosesOneMessage) {

@@ -145,6 +145,43 @@ TEST(OutlookItems, ThatAreAttachedAndNoMailAreTold) {
   EXPECT_THAT(mailbox_of(with_attached(with_attached(message("inner")))), HasSubstr("Subject: inner\n"));
 }
 
+TEST(OutlookItems, WhoseAttachmentsAreLostAreTold) {
+  const auto with = [](const pst::Attachment& attachment) {
+    pst::Item item = message("x");
+    item.attachments = {attachment};
+    return item;
+  };
+  const pst::Item nothing = with({.properties = {pst::text(0x3707, "a.txt"), pst::number(0x3705, 1)}});
+  const pst::Item no_message =
+      with({.properties = {pst::text(0x3707, "a.msg"), pst::number(0x3705, 5), pst::binary(0x3701, "a")}});
+  const pst::Item no_list = message("x", {pst::number(0x0E07, 0x10)});
+  for (const pst::Item& item : {nothing, no_message, no_list}) {
+    const auto result = inbox_of({item});
+    EXPECT_THAT(result.remarks(),
+                UnorderedElementsAre("item-cut " + place + ": Inbox", "kept-as-file " + place));
+    EXPECT_EQ(result.people.front().tally.count(pack::Kind::mail).packed, 1U);
+  }
+  EXPECT_THAT(inbox_of({nothing}).content.at(mail + "Inbox"),
+              HasSubstr("\n\nThis attachment could not be read.\n"));
+}
+
+TEST(OutlookItems, WhoseRecipientsCannotBeReadAreTold) {
+  pst::File file;
+  pst::Item item = message("x");
+  item.recipients = {
+      {pst::number(0x0C15, 1), pst::text(0x3001, "Zoe"), pst::text(0x3003, "zoe@home.example")}};
+  file.folders = {{.name = "Inbox", .items = {item}}};
+  std::string bytes = file.bytes();
+  const auto block = file.block_with(std::string("Z\0o\0e\0", 6), bytes);
+  ASSERT_TRUE(block);
+  bytes.replace(file.blocks[*block].at, 4, std::string(4, '\xFF'));
+  const windows::Disk disk;
+  disk.add(place, bytes);
+  EXPECT_THAT(pack_disk(disk.path()).remarks(),
+              UnorderedElementsAre("item-cut " + place + ": Inbox", "store-damaged " + place,
+                                   "kept-as-file " + place));
+}
+
 // ---- Signed and encrypted mail
 
 const std::string signed_body =
@@ -272,6 +309,20 @@ TEST(OutlookFolders, ThatHoldAllOthersMayHoldItems) {
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
+TEST(OutlookFolders, OfAFileThatNamesAnotherTopAreThere) {
+  pst::File file;
+  file.folders = {{.name = "Inbox", .items = {message("in")}}};
+  std::string bytes = file.bytes();
+  const std::size_t at = bytes.find(std::string(16, 'K') + std::string("\x22\x80\0\0", 4));
+  ASSERT_NE(at, std::string::npos);
+  bytes[at + 17] = '\x90';
+  const windows::Disk disk;
+  disk.add(place, bytes);
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.content.at(mail + "Top of Outlook data file.sbd/Inbox"), HasSubstr("Subject: in\n"));
+  EXPECT_THAT(result.remarks(), Contains("kept-as-file " + place));
+}
+
 TEST(OutlookFolders, ThatLieFarDownAreThere) {
   pst::Folder folder{.name = "f40", .items = {message("m40")}};
   for (int number = 39; number > 0; --number)
@@ -287,6 +338,17 @@ TEST(OutlookFolders, ThatLieFarDownAreThere) {
   EXPECT_THAT(names, Contains(EndsWith("/f30.sbd/f31.sbd/f32")));
   EXPECT_THAT(names, Contains(EndsWith("/f30.sbd/f31.sbd/f33")));
   EXPECT_THAT(names, Contains(EndsWith("/f30.sbd/f31.sbd/f40")));
+  EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookFolders, WithVeryLongNamesHaveAsManyWholeLettersAsFit) {
+  std::string letters;
+  for (int number = 0; number < 150; ++number) letters += "ä";
+  pst::File file;
+  file.folders = {{.name = "Inbox", .items = {message("in")}},
+                  {.name = "x" + letters, .items = {message("long")}}};
+  const auto result = result_of(file);
+  EXPECT_THAT(result.files_below(mail), UnorderedElementsAre("Inbox", "x" + letters.substr(0, 198)));
   EXPECT_THAT(result.remarks(), IsEmpty());
 }
 
@@ -312,6 +374,82 @@ TEST(OutlookTexts, OfRtfThatCannotBeReadAreTold) {
   EXPECT_THAT(mailbox_of(message("x", {pst::binary(0x1009, "")})), HasSubstr("Subject: x\n"));
 }
 
+// RTF as Outlook packs it, with what stands in front of its beginning: a dictionary of 4096 bytes, of which
+// 207 are there before. Each byte of kinds tells of eight things whether they are bytes or references, which
+// are two bytes: a place and a size.
+class PackedRtf {
+ public:
+  void byte(char c) { add(false, {c}, 1); }
+  void bytes(std::string_view text) {
+    for (const char c : text) byte(c);
+  }
+  void reference(std::size_t from, std::size_t size) {
+    const std::size_t number = from << 4 | (size - 2);
+    add(true, {static_cast<char>(number >> 8), static_cast<char>(number)}, size);
+  }
+  void end() { reference(place_, 2); }
+
+  std::string whole() const {
+    const auto size = [](std::size_t number) {
+      return std::string{static_cast<char>(number), static_cast<char>(number >> 8),
+                         static_cast<char>(number >> 16), '\0'};
+    };
+    return size(packed_.size() + 12) + size(size_) + "LZFu" + size(0) + packed_;
+  }
+
+ private:
+  void add(bool is_reference, const std::string& what, std::size_t size) {
+    if (count_ % 8 == 0) {
+      kinds_ = packed_.size();
+      packed_ += '\0';
+    }
+    if (is_reference) packed_[kinds_] = static_cast<char>(packed_[kinds_] | 1 << count_ % 8);
+    ++count_;
+    packed_ += what;
+    place_ = (place_ + size) % 4096;
+    size_ += size;
+  }
+
+  std::string packed_;
+  std::size_t kinds_ = 0;
+  std::size_t count_ = 0;
+  std::size_t place_ = 207;
+  std::size_t size_ = 0;
+};
+
+TEST(OutlookTexts, OfRtfAreUnpacked) {
+  PackedRtf rtf;
+  rtf.reference(0, 6);  // what each begins with
+  rtf.bytes(" ab");
+  rtf.reference(213, 9);  // what is written meanwhile
+  rtf.reference(11, 4);
+  rtf.byte('}');
+  EXPECT_FALSE(pack::plain_rtf(rtf.whole())) << "without its end";
+  PackedRtf eight;
+  eight.bytes("{\\rtf1 a");
+  EXPECT_FALSE(pack::plain_rtf(eight.whole())) << "without its end";
+  rtf.end();
+  EXPECT_EQ(pack::plain_rtf(rtf.whole()), "{\\rtf1 ab ab ab ab\\mac}");
+  EXPECT_FALSE(pack::plain_rtf(rtf.whole().substr(0, rtf.whole().size() - 1)));
+  EXPECT_THAT(body_of(mailbox_of(message("x", {pst::binary(0x1009, rtf.whole())}))),
+              StartsWith("Content-Type: application/rtf\nContent-Transfer-Encoding: base64\n\n"
+                         "e1xydGYxIGFiIGFiIGFiIGFiXG1hY30=\n"));
+}
+
+TEST(OutlookTexts, OfRtfAreUnpackedBeyondTheirDictionary) {
+  PackedRtf rtf;
+  std::string expected;
+  for (int number = 0; number < 2000; ++number) expected += std::to_string(number) + " ";
+  rtf.bytes(expected);
+  ASSERT_GT(expected.size(), 2 * 4096U);
+  rtf.reference(4090, 17);  // over its end, and the largest that there is
+  std::string ring(4096, '\0');
+  for (std::size_t at = 0; at < expected.size(); ++at) ring[(207 + at) % 4096] = expected[at];
+  for (std::size_t at = 4090; at < 4090 + 17; ++at) expected += ring[at % 4096];
+  rtf.end();
+  EXPECT_EQ(pack::plain_rtf(rtf.whole()), expected);
+}
+
 std::string html_of(const std::string& rtf) {
   return pack::html_in_rtf("{\\rtf1\\ansi\\ansicpg1252\\fromhtml1 \\deff0" + rtf + "}").value_or("none");
 }
@@ -325,12 +463,21 @@ TEST(OutlookTexts, OfRtfAreInTheLettersOfTheirFonts) {
   EXPECT_EQ(html_of(fonts + "\\f1 \\'cf\\f0 \\'e9\\f2 \\'e1\\plain \\'e1"), "Пéαá");
   EXPECT_EQ(html_of(fonts + "{\\f1\\'cf}\\'cf{\\f1 {\\b \\'cf}}{\\f4 \\'e9}{\\f9 \\'e9}"), "ПÏПéé");
   EXPECT_EQ(html_of(fonts + "{\\f3 \\'82\\'a0\\'82}{\\f3 \\'a0}"), "あ\xEF\xBF\xBD\xEF\xBF\xBD");
+  EXPECT_EQ(html_of("{\\fonttbl{\\f1\\fcharset238 E;}}{\\f1 \\'b9}"), "ą");
   // A font that is hidden from readers of HTML is that of the text behind it.
   EXPECT_EQ(html_of(fonts + "\\htmlrtf {\\f1\\htmlrtf0 \\'cf\\htmlrtf }\\htmlrtf0 \\'e9"), "Пé");
   // Tags are in the page of the whole.
   EXPECT_EQ(html_of(fonts + "{\\f1 \\'cf{\\*\\htmltag <p \\'e9>}\\'f0}"), "П<p é>р");
   // Fonts that are listed without groups, and a usual one.
   EXPECT_EQ(html_of("\\deff7{\\fonttbl\\f6\\fnil A;\\f7\\fnil\\fcharset161 B;}\\'e1{\\f6 \\'e1}"), "αá");
+}
+
+TEST(OutlookTexts, OfRtfHaveEachCharacterOnce) {
+  EXPECT_EQ(html_of("\\u1055?\\'cf"), "ПÏ") << "one for readers that do not know it";
+  EXPECT_EQ(html_of("\\uc2\\u1055?\\'3fx\\uc0\\u1088 x"), "Пxрx");
+  EXPECT_EQ(html_of("\\u-10179?\\u-8704?"), "\U0001F600");
+  EXPECT_EQ(html_of("\\lquote a\\rquote\\ldblquote b\\rdblquote\\bullet\\endash\\emdash\\~c"),
+            "&lsquo;a&rsquo;&ldquo;b&rdquo;&bull;&ndash;&mdash;&nbsp;c");
 }
 
 TEST(OutlookTexts, OfMailInRtfAreInTheLettersOfTheirFonts) {
@@ -361,8 +508,76 @@ TEST(OutlookTexts, AreMadeOfTheCodePagesOfMail) {
   EXPECT_EQ(text(437, "\x82"), "é");
   EXPECT_EQ(text(10000, "\x8E"), "é");
   EXPECT_EQ(text(1361, "\x88\x61"), "가");
+  EXPECT_EQ(text(932, "\x82\xA0"), "あ");
+  EXPECT_EQ(text(936, "\xBC\xBA"), "己");
+  EXPECT_EQ(text(949, "\xB0\xA1"), "가");
+  EXPECT_EQ(text(950, "\xA4\xA4"), "中");
+  EXPECT_EQ(text(874, "\xA1"), "ก");
+  EXPECT_EQ(text(20127, "\xE9"), "é");
+  EXPECT_EQ(text(20866, "\xC1\xA4"), "а╓");
+  EXPECT_EQ(text(21866, "\xC1\xA4"), "ає");
+  for (const std::uint32_t page : {50220U, 50221U, 50222U})
+    EXPECT_EQ(text(page, "\x1B$B$\"\x1B(B"), "あ") << page;
+  EXPECT_EQ(text(50221, "\x1B(I1\x1B(Ba\x1B$@$\"\x1B(J\x1B$(D0!\x1B(B"), "ｱaあ丂");
+  EXPECT_EQ(text(50222,
+                 "\x0E"
+                 "1\x0F"
+                 "1"),
+            "ｱ1");
+  EXPECT_EQ(text(50220, "\x1B$B-!$\"\n$\"\x1B$B$\" $"), "①あ\n$\"あ \xEF\xBF\xBD");
+  EXPECT_EQ(text(50225,
+                 "\x1B$)C\x0E"
+                 "0!\x0F"),
+            "가");
+  EXPECT_EQ(text(50229, "\x1B$)A\x0E<:\x0F"), "己");
+  EXPECT_EQ(text(51932, "\xA4\xA2"), "あ");
+  EXPECT_EQ(text(51949, "\xB0\xA1"), "가");
+  EXPECT_EQ(text(54936, "\xBC\xBA"), "己");
+  EXPECT_EQ(text(65001, "\xC3\xA9"), "é");
+  EXPECT_EQ(text(1251, "\xCF"), "П");
+  EXPECT_EQ(text(28605, "\xA4"), "€");
   for (const std::uint32_t page : {1U, 37U, 1200U, 1249U, 28590U, 70000U})
     EXPECT_FALSE(pack::has_code_page(page)) << page;
+}
+
+TEST(OutlookTexts, HaveTheNamesOfTheirCodePagesInMail) {
+  const std::vector<std::pair<std::uint32_t, std::string>> names{{437, "ibm437"},
+                                                                 {850, "ibm850"},
+                                                                 {852, "ibm852"},
+                                                                 {862, "ibm862"},
+                                                                 {866, "ibm866"},
+                                                                 {874, "windows-874"},
+                                                                 {932, "shift_jis"},
+                                                                 {936, "gbk"},
+                                                                 {949, "ks_c_5601-1987"},
+                                                                 {950, "big5"},
+                                                                 {1250, "windows-1250"},
+                                                                 {1258, "windows-1258"},
+                                                                 {10000, "macintosh"},
+                                                                 {20127, "us-ascii"},
+                                                                 {20866, "koi8-r"},
+                                                                 {20932, "euc-jp"},
+                                                                 {20936, "gb2312"},
+                                                                 {21866, "koi8-u"},
+                                                                 {28591, "iso-8859-1"},
+                                                                 {28605, "iso-8859-15"},
+                                                                 {38596, "iso-8859-6"},
+                                                                 {38598, "iso-8859-8-i"},
+                                                                 {50220, "iso-2022-jp"},
+                                                                 {50221, "iso-2022-jp"},
+                                                                 {50222, "iso-2022-jp"},
+                                                                 {50225, "iso-2022-kr"},
+                                                                 {50227, "iso-2022-cn"},
+                                                                 {50229, "iso-2022-cn"},
+                                                                 {51932, "euc-jp"},
+                                                                 {51936, "gb2312"},
+                                                                 {51949, "euc-kr"},
+                                                                 {54936, "gb18030"},
+                                                                 {65001, "utf-8"},
+                                                                 {1361, ""},
+                                                                 {52936, ""},
+                                                                 {65000, ""}};
+  for (const auto& [page, name] : names) EXPECT_EQ(pack::charset_of(page), name) << page;
 }
 
 TEST(OutlookTexts, OfHtmlSayInWhichLettersTheyAre) {
@@ -398,6 +613,18 @@ TEST(OutlookTexts, OfTheOldFormAreInHebrewLetters) {
                                          pst::number(0x3FDE, 38598), pst::ansi(0x1000, "\xF9\xEC")}},
                          pst::File::ansi_form),
               HasSubstr("\n\n=D7=A9=D7=9C\n"));
+}
+
+TEST(OutlookTexts, OfTheOldFormAreInTheirOwnLettersBeforeThoseOfTheirWay) {
+  const auto body_with = [](int own, int of_the_way) {
+    return mailbox_of(
+        {.properties = {pst::ansi(0x001A, "IPM.Note"), pst::number(0x0E08, 100), pst::number(0x3FFD, own),
+                        pst::number(0x3FDE, of_the_way), pst::ansi(0x1000, "\xCF")}},
+        pst::File::ansi_form);
+  };
+  EXPECT_THAT(body_with(1251, 1253), HasSubstr("\n\n=D0=9F\n"));
+  EXPECT_THAT(body_with(1200, 1253), HasSubstr("\n\n=CE=9F\n")) << "no bytes are in UTF-16";
+  EXPECT_THAT(body_with(0, 1253), HasSubstr("\n\n=CE=9F\n"));
 }
 
 // The archive's room was counted before; that it is enough is looked at wherever something is packed here.
@@ -455,6 +682,11 @@ TEST(OutlookNotes, OnMailAreInItsHeader) {
       {.name = "Plain", .items = {message("five", {pst::number(0x0036, 0)}), message("six", not_marked)}}};
   const auto result = result_of(file);
   EXPECT_THAT(result.remarks(), IsEmpty());
+  pst::File old(pst::File::ansi_form);
+  const pst::Property ours = pst::ansi_texts(old.named("Keywords"), {"Family", "Gr\xFCn"});
+  old.folders = {{.name = "Inbox", .items = {message("one", {ours})}}};
+  EXPECT_THAT(result_of(old).content.at(mail + "Inbox"),
+              HasSubstr("\nKeywords: =?utf-8?B?RmFtaWx5LCBHcsO8bg==?=\n"));
   const std::string keywords = "Keywords: =?utf-8?B?RmFtaWx5LCBHcsO8bg==?=\n";
   EXPECT_THAT(result.content.at(mail + "Inbox"),
               HasSubstr("Subject: one\nSensitivity: Private\n" + keywords +

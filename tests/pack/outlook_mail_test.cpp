@@ -162,6 +162,79 @@ TEST(OutlookMail, WithHalfAHeaderGetsTheRest) {
                         "Tue, 01 Mar 2005 08:41:12 +0000\nMessage-ID: <2@b>\n"));
 }
 
+TEST(OutlookMail, WhoseHeaderBeginsEmptyKeepsIt) {
+  EXPECT_THAT(header_of(inbox_with(
+                  message("kept", {pst::text(0x007D, "\r\n \r\nX-Spam: no\r\n\r\nX-Body: no\r\n")}))),
+              HasSubstr("\nX-Spam: no\nSubject: kept\n"));
+}
+
+TEST(OutlookMail, OfWhichAHeaderTellsRecipientsHasThoseAndTheSecretOnes) {
+  const auto header_with = [](const std::string& field) {
+    pst::Item item = message("x", {pst::text(0x007D, field + "\r\n")});
+    item.recipients = {
+        {pst::number(0x0C15, 1), pst::text(0x3001, "Ann"), pst::text(0x3003, "ann@home.example")},
+        {pst::number(0x0C15, 2), pst::text(0x3001, "Bob"), pst::text(0x3003, "bob@home.example")},
+        {pst::number(0x0C15, 3), pst::text(0x3001, "Flo"), pst::text(0x3003, "flo@home.example")}};
+    return header_of(inbox_with(item));
+  };
+  for (const char* field : {"To: Cid <cid@home.example>", "Cc: Cid <cid@home.example>"})
+    EXPECT_THAT(header_with(field),
+                HasSubstr("0000\n" + std::string(field) + "\nBcc: \"Flo\" <flo@home.example>\nSubject: x\n"));
+}
+
+TEST(OutlookMail, ToHundredsNamesThemAll) {
+  pst::Item item = message("x", {pst::number(0x0E08, 200000)});
+  std::string expected;
+  for (int number = 0; number < 1000; ++number) {
+    const std::string address = "p" + std::to_string(number) + "@home.example";
+    item.recipients.push_back({pst::number(0x0C15, 1), pst::text(0x3003, address)});
+    expected += (number == 0 ? "<" : ",\n <") + address + ">";
+  }
+  EXPECT_THAT(header_of(inbox_with(item)), HasSubstr("\nTo: " + expected + "\nSubject: x\n"));
+}
+
+TEST(OutlookMail, HasEachRecipientInItsListWhateverOutlookHasMarkedBeside) {
+  pst::Item item = message("x");
+  item.recipients = {
+      {pst::number(0x0C15, 0x10000001), pst::text(0x3003, "ann@home.example")},
+      {pst::number(0x0C15, 0x10000002), pst::text(0x3003, "bob@home.example")},
+      {pst::number(0x0C15, static_cast<std::int32_t>(0x80000003)), pst::text(0x3003, "cid@home.example")},
+      {pst::number(0x0C15, 0), pst::text(0x3003, "dan@home.example")}};
+  EXPECT_THAT(header_of(inbox_with(item)),
+              HasSubstr("\nTo: <ann@home.example>,\n <dan@home.example>\nCc: <bob@home.example>\nBcc: "
+                        "<cid@home.example>\nSubject: x\n"));
+}
+
+TEST(OutlookMail, ThatWasNeverSentHasTheTimeAtWhichItWasMade) {
+  pst::Item draft = message("x", {pst::time(0x3007, in_march)});
+  std::erase_if(draft.properties, [](const pst::Property& property) { return property.id == 0x0E06; });
+  EXPECT_THAT(inbox_with(draft),
+              testing::StartsWith(from_line("0000") + "Subject: x\nDate: Tue, 01 Mar 2005 08:41:12 +0000\n"));
+  pst::Item sent = message("x", {pst::time(0x3007, in_march - 3600)});
+  EXPECT_THAT(inbox_with(sent), testing::StartsWith(from_line("0000")));
+}
+
+TEST(OutlookMail, IsAsImportantAsItWas) {
+  const auto header_with = [](int importance) {
+    return header_of(inbox_with(message("x", {pst::number(0x0017, importance)})));
+  };
+  EXPECT_THAT(header_with(0), HasSubstr("\nImportance: low\n"));
+  EXPECT_THAT(header_with(1), Not(HasSubstr("Importance")));
+  EXPECT_THAT(header_with(2), HasSubstr("\nImportance: high\n"));
+}
+
+TEST(OutlookMail, IsAnsweredToTheSenderWhereNoOtherAddressIsKnown) {
+  EXPECT_THAT(header_of(inbox_with(message("x", {pst::text(0x0050, "Ann Lee")}))),
+              Not(HasSubstr("Reply-To")));
+}
+
+TEST(OutlookMail, WithWordsThatLookEncodedHasThemAsTheyAre) {
+  const std::string header = header_of(inbox_with(message(
+      "=?utf-8?Q?a?= b", {pst::text(0x0C1A, "=?utf-8?Q?c?="), pst::text(0x0C1F, "ann@home.example")})));
+  EXPECT_THAT(header, HasSubstr("\nSubject: =?utf-8?B?PT91dGYtOD9RP2E/PSBi?=\n"));
+  EXPECT_THAT(header, HasSubstr("\nFrom: =?utf-8?B?PT91dGYtOD9RP2M/PQ==?= <ann@home.example>\n"));
+}
+
 TEST(OutlookMail, WithoutAHeaderGetsOneOfItsProperties) {
   pst::Item item =
       message("\x01\x05Re: Füße",
@@ -260,6 +333,8 @@ TEST(OutlookMail, OfHtmlAloneHasItsCharset) {
   EXPECT_EQ(html({pst::binary(0x1013, "\xC3\xA9")}), "Content-Type: text/html; charset=utf-8\n=C3=A9\n\n");
   EXPECT_EQ(html({pst::binary(0x1013, "\xE9")}), "Content-Type: text/html; charset=windows-1252\n=E9\n\n");
   EXPECT_EQ(html({pst::text(0x1013, "é")}), "Content-Type: text/html; charset=utf-8\n=C3=A9\n\n");
+  EXPECT_EQ(html({pst::number(0x3FDE, 1200), pst::binary(0x1013, std::string("<\0b\0>\0\xE9\0", 8))}),
+            "Content-Type: text/html; charset=utf-8\n<b>=C3=A9\n\n");
 }
 
 TEST(OutlookMail, HasNothingInItThatEndsAMailboxOrALine) {
@@ -363,6 +438,37 @@ TEST(OutlookMail, HasItsAttachments) {
             "   application/octet-stream deep.txt None attachment (4, '662741') \n"
             " text/plain LINK.DOC None attachment (50, '5229f4') \n"
             " application/octet-stream none None attachment (0, 'd41d8c') \n");
+}
+
+TEST(OutlookMail, HasAttachmentsUnderTheirOwnNamesAndInTheirOwnForms) {
+  pst::Item item = message("main", {pst::binary(0x1013, "<img src=cid:pic2>")});
+  item.attachments = {
+      attachment("a long name.txt", "1", {pst::text(0x3704, "ALONGN~1.TXT"), pst::text(0x3001, "shown")}),
+      {.properties = {pst::text(0x3704, "SHORT.TXT"), pst::text(0x3001, "shown"), pst::number(0x3705, 1),
+                      pst::binary(0x3701, "2")}},
+      {.properties = {pst::text(0x3001, "shown.txt"), pst::number(0x3705, 1), pst::binary(0x3701, "3")}},
+      {.properties = {pst::number(0x3705, 1), pst::binary(0x3701, "4")}},
+      attachment("mail.eml", "Subject: a\r\n\r\nb", {pst::text(0x370E, "message/rfc822")}),
+      attachment("parts", "--a--", {pst::text(0x370E, "multipart/mixed")}),
+      attachment("pic.png", "PNG", {pst::text(0x3712, "<pic 2>")}),
+      {.properties = {pst::text(0x3707, "chart"), pst::number(0x3705, 6)}, .object = "an object"},
+      {.properties = {pst::text(0x3707, "old link"), pst::number(0x3705, 2),
+                      pst::text(0x3708, "C:\\OLD.DOC")}}};
+  const std::string text = inbox_with(item);
+  const auto has = [&](const std::string& name, const std::string& more) {
+    EXPECT_THAT(text, HasSubstr("Content-Type: application/octet-stream\nContent-Disposition: attachment;\n "
+                                "filename=\"" +
+                                name + "\"\nContent-Transfer-Encoding: base64\n\n" + more + "\n"));
+  };
+  has("a long name.txt", "MQ==");
+  has("SHORT.TXT", "Mg==");
+  has("shown.txt", "Mw==");
+  has("attachment", "NA==");
+  has("mail.eml", "U3ViamVjdDogYQ0KDQpi");
+  has("parts", "LS1hLS0=");
+  has("chart", "YW4gb2JqZWN0");
+  EXPECT_THAT(text, HasSubstr("Content-Disposition: inline;\n filename=\"pic.png\"\nContent-ID: <pic2>\n"));
+  EXPECT_THAT(text, HasSubstr("\nThe attachment is a link to a file: C:\\OLD.DOC\n"));
 }
 
 // More than one list of blocks holds, more of its own nodes than one block lists, and texts beyond what is

@@ -285,6 +285,45 @@ TEST(OutlookAppointments, HaveAllThatTheyHave) {
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::events).packed, 2U);
 }
 
+TEST(OutlookAppointments, SayWhoComesAndWhetherTheyTakePlace) {
+  Planner planner;
+  const std::int64_t start = utc(2005, 4, 18, 7);
+  pst::Item meeting =
+      planner.appointment("meeting", start, start, {pst::number(planner.of_appointment(0x8217), 1)});
+  for (const int answer : {0, 2, 3, 4})
+    meeting.recipients.push_back({pst::number(0x0C15, 1),
+                                  pst::text(0x3003, "p" + std::to_string(answer) + "@home.example"),
+                                  pst::number(0x5FFF, answer)});
+  const auto result = planner.pack(
+      {meeting,
+       planner.appointment("cancelled", start, start, {pst::number(planner.of_appointment(0x8217), 5)}),
+       planner.appointment("out of office", start, start, {pst::number(planner.of_appointment(0x8205), 3)})});
+  const auto attendee = [](const std::string& answer, const std::string& address) {
+    return "ATTENDEE;ROLE=REQ-PARTICIPANT;PARTSTAT=" + answer + ":MAILTO:" + address;
+  };
+  EXPECT_THAT(lines_of(result, calendar_file, "meeting"),
+              testing::IsSupersetOf(
+                  {attendee("NEEDS-ACTION", "p0@home.example"), attendee("TENTATIVE", "p2@home.example"),
+                   attendee("ACCEPTED", "p3@home.example"), attendee("DECLINED", "p4@home.example")}));
+  EXPECT_THAT(lines_of(result, calendar_file, "meeting"), Not(Contains(HasSubstr("STATUS:"))));
+  EXPECT_THAT(lines_of(result, calendar_file, "cancelled"), Contains("STATUS:CANCELLED"));
+  EXPECT_THAT(lines_of(result, calendar_file, "out of office"), Not(Contains(HasSubstr("TRANSP"))));
+}
+
+TEST(OutlookAppointments, RemindAtOutlooksUsualTime) {
+  Planner planner;
+  const auto with = [&](const std::string& name, pst::Properties more) {
+    more.push_back(pst::flag(planner.of_all(0x8503), true));
+    return planner.appointment(name, utc(2005, 4, 18, 7), utc(2005, 4, 18, 8), more);
+  };
+  const auto result =
+      planner.pack({with("usual", {pst::number(planner.of_all(0x8501), 0x5AE980E1)}), with("untold", {}),
+                    with("own", {pst::number(planner.of_all(0x8501), 5)})});
+  EXPECT_THAT(lines_of(result, calendar_file, "usual"), Contains("TRIGGER;VALUE=DURATION:-PT15M"));
+  EXPECT_THAT(lines_of(result, calendar_file, "untold"), Contains("TRIGGER;VALUE=DURATION:-PT15M"));
+  EXPECT_THAT(lines_of(result, calendar_file, "own"), Contains("TRIGGER;VALUE=DURATION:-PT5M"));
+}
+
 TEST(OutlookAppointments, OfWholeDaysHaveDays) {
   Planner planner;
   const auto day = [&](const std::string& name, std::int64_t start, std::int64_t end,
@@ -364,6 +403,14 @@ TEST(OutlookAppointments, ComeAgainByTheClockOfTheirZone) {
               testing::IsSupersetOf({"DTSTART;VALUE=DATE:20050412", "DTEND;VALUE=DATE:20050413",
                                      "RRULE:FREQ=YEARLY;INTERVAL=1;BYMONTH=4;BYMONTHDAY=12"}));
   EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookAppointments, ComeAgainByTheClockOfTheirSeriesBeforeTheOneThatTheyAreShownBy) {
+  Planner planner;
+  pst::Property of_series = planner.zone("Pacific Standard Time");
+  of_series.id = planner.of_appointment(0x8260);
+  const auto result = planner.pack({planner.series("tour", {}, {of_series})});
+  EXPECT_THAT(lines_of(result, calendar_file, "tour"), Contains("DTSTART:20050412T180000"));
 }
 
 TEST(OutlookAppointments, ThatDoNotSayByWhoseClockHaveTheOneThatShowedTheirStart) {
@@ -458,6 +505,20 @@ TEST(OutlookAppointments, AreOtherwiseWhereTheirOwnerSaidSo) {
               ElementsAre("DTSTART:20050426T090000", "DTEND:20050426T093000", "SUMMARY:tour", "LOCATION:Quay",
                           "CLASS:PUBLIC", "BEGIN:VALARM", "ACTION:DISPLAY", "DESCRIPTION:tour",
                           "TRIGGER;VALUE=DURATION:-PT45M", "END:VALARM"));
+}
+
+TEST(OutlookAppointments, AreOfAWholeDayWhereTheirOwnerSaidSo) {
+  Planner planner;
+  const std::uint32_t day = minutes(2005, 4, 19);
+  const std::string exceptions =
+      little(1, 2) + exception_head(day, day + 1440, minutes(2005, 4, 19, 9), 0x80) + little(1, 4);
+  const auto result =
+      planner.pack({planner.series("tour", {.left_out = {day},
+                                            .changed = {day},
+                                            .exceptions = exceptions,
+                                            .behind = little(0, 4) + little(0, 4) + little(0, 4)})});
+  EXPECT_THAT(lines_of(result, calendar_file, "tour-20050419T090000"),
+              testing::IsSupersetOf({"DTSTART;VALUE=DATE:20050419", "DTEND;VALUE=DATE:20050420"}));
 }
 
 // A series with one changed time, of which the rule says `changes`, and the hidden attachment with that time.
@@ -684,6 +745,28 @@ TEST(OutlookTasks, HaveAllThatTheyHave) {
                           "STATUS:NEEDS-ACTION", "CLASS:PUBLIC", "RRULE:FREQ=WEEKLY;INTERVAL=1;BYDAY=TU"));
   EXPECT_EQ(result.people.front().tally.count(pack::Kind::tasks).packed, 4U);
   EXPECT_THAT(result.remarks(), IsEmpty());
+}
+
+TEST(OutlookTasks, ThatAreMarkedAsDoneAreDone) {
+  Planner planner;
+  const auto result = planner.pack({planner.task("a", {pst::flag(planner.of_task(0x811C), true)}),
+                                    planner.task("b", {pst::flag(planner.of_task(0x811C), false)})});
+  EXPECT_THAT(lines_of(result, tasks_file, "a"), Contains("STATUS:COMPLETED"));
+  EXPECT_THAT(lines_of(result, tasks_file, "b"), Contains("STATUS:NEEDS-ACTION"));
+}
+
+TEST(OutlookTasks, WithMoreThanACalendarKnowsAreTold) {
+  Planner planner;
+  const auto result = planner.pack(
+      {planner.task("reminder", {pst::flag(planner.of_all(0x8503), true),
+                                 pst::time(planner.of_all(0x8502), utc(2005, 4, 29, 20))}),
+       planner.task("moon", {pst::flag(planner.of_task(0x8126), true),
+                             pst::binary(planner.of_task(0x8116),
+                                         Series{.unit = monthly, .pattern = 0xA, .specific = {12}}.head())}),
+       planner.task("once", {pst::binary(planner.of_task(0x8116), Series{.pattern = 0xA}.head())})});
+  EXPECT_THAT(result.remarks(),
+              UnorderedElementsAre("simplified " + place + ": Calendar: reminder",
+                                   "simplified " + place + ": Calendar: moon", "kept-as-file " + place));
 }
 
 TEST(OutlookTasks, ThatComeAgainStandWhereTheyComeNext) {

@@ -1,6 +1,8 @@
 // What lies outside of the people's folders, links, fonts of all people, and the code page of old texts.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
@@ -160,6 +162,34 @@ TEST(Outside, AnEarlierWindowsIsToldAndNotPacked) {
                                    "outside C:/WINDOWS.OLD.000/Documents and Settings: 1 file, 7 B"));
 }
 
+TEST(Outside, WhatIsNamedLikeAnEarlierWindowsIsSomebodys) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Documents/a.txt");
+  disk.add("Windows.old photos/p.jpg");
+  disk.add("Windows.old.1/Users/Bob/secret.txt");
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.files_below(documents),
+              UnorderedElementsAre("a.txt", "Drive C/Windows.old photos/p.jpg"));
+  EXPECT_THAT(result.remarks(), ElementsAre("outside C:/Windows.old.1/Users: 1 file, 8 B"));
+}
+
+TEST(Outside, PathsThatAreTooLongAreTold) {
+  const windows::Disk disk;
+  disk.add("Users/Ann/Documents/a.txt");
+  const std::string part(240, 'x');
+  // Made from above, since the whole path is too long for one call.
+  disk.add_folder("Data");
+  ASSERT_EQ(chdir((disk.path() + "/Data").c_str()), 0);
+  for (int depth = 0; depth < 17; ++depth) {
+    ASSERT_EQ(mkdir(part.c_str(), 0700), 0);
+    ASSERT_EQ(chdir(part.c_str()), 0);
+  }
+  ASSERT_EQ(chdir("/"), 0);
+  const auto result = pack_disk(disk.path());
+  EXPECT_THAT(result.remarks(), ElementsAre(testing::StartsWith("path-too-long Data/x")));
+  EXPECT_TRUE(result.people.front().tally.has_losses());
+}
+
 TEST(Outside, OfOldSystemsIsShared) {
   const windows::Disk disk;
   disk.add("Documents and Settings/Ann/My Documents/a.txt");
@@ -262,6 +292,16 @@ TEST(OnlineOnly, AFolderIsPackedAsFarAsItIsHere) {
   const auto result = pack_disk(image.close());
   EXPECT_THAT(result.files_below(documents), ElementsAre("cloud/here.txt"));
   EXPECT_THAT(result.remarks(), ElementsAre("online-only Users/Ann/Documents/cloud"));
+}
+
+TEST(OnlineOnly, AFolderOutsideIsPackedAsFarAsItIsHere) {
+  windows::NtfsImage image;
+  image.add("Users/Ann/Documents/a.txt");
+  image.add("Data/cloud/here.txt");
+  image.set_attributes("Data/cloud", windows::recall_on_open);
+  const auto result = pack_disk(image.close());
+  EXPECT_THAT(result.files_below(documents), UnorderedElementsAre("a.txt", "Drive C/Data/cloud/here.txt"));
+  EXPECT_THAT(result.remarks(), ElementsAre("online-only Data/cloud"));
 }
 
 TEST(FontsOfAll, ThatDidNotComeWithWindowsArePacked) {

@@ -96,7 +96,8 @@ std::string compressed(const std::string& data) {
 }
 
 constexpr std::uint16_t type_number = 3, type_flag = 0xB, type_object = 0xD, type_ansi = 0x1E,
-                        type_text = 0x1F, type_time = 0x40, type_binary = 0x102, type_texts = 0x101F;
+                        type_text = 0x1F, type_time = 0x40, type_binary = 0x102, type_texts = 0x101F,
+                        type_ansi_texts = 0x101E;
 
 // A heap in the making: small pieces, in as many blocks as it takes.
 class Heap {
@@ -184,14 +185,27 @@ Property binary(std::uint16_t id, std::string value) { return {id, type_binary, 
 Property time(std::uint16_t id, std::int64_t value) {
   return {id, type_time, little(static_cast<std::uint64_t>(value + 11644473600) * 10000000, 8)};
 }
-Property texts(std::uint16_t id, const std::vector<std::string>& values) {
+namespace {
+
+std::string listed(const std::vector<std::string>& values) {
   std::string head = little(values.size(), 4);
   std::string data;
   for (const std::string& value : values) {
     head += little(4 + 4 * values.size() + data.size(), 4);
-    data += utf16(value);
+    data += value;
   }
-  return {id, type_texts, head + data};
+  return head + data;
+}
+
+}  // namespace
+
+Property texts(std::uint16_t id, const std::vector<std::string>& values) {
+  std::vector<std::string> wide;
+  for (const std::string& value : values) wide.push_back(utf16(value));
+  return {id, type_texts, listed(wide)};
+}
+Property ansi_texts(std::uint16_t id, const std::vector<std::string>& values) {
+  return {id, type_ansi_texts, listed(values)};
 }
 
 struct File::Node {
@@ -333,7 +347,7 @@ File::Node File::properties_node(const Properties& properties, std::map<std::uin
   for (const Property& property : properties) {
     std::string value = property.data;
     if (value.size() > 4 || property.type == type_binary || property.type == type_text ||
-        property.type == type_ansi || property.type == type_texts) {
+        property.type == type_ansi || property.type == type_texts || property.type == type_ansi_texts) {
       std::uint32_t where = 0;
       if (value.size() > most_in_heap) {
         where = next_subnode_++ << 5 | 0x1F;
@@ -450,6 +464,11 @@ File::Node File::item_node(const Item& item) {
       within[message] = item_node(attachment.message.front());
       properties.push_back({0x3701, type_object, little(message, 4) + little(1000, 4)});
     }
+    if (!attachment.object.empty()) {
+      const std::uint32_t object = next_subnode_++ << 5 | 0x1F;
+      within[object] = {.data = add_data(attachment.object), .subnodes = 0};
+      properties.push_back({0x3701, type_object, little(object, 4) + little(attachment.object.size(), 4)});
+    }
     subnodes[id] = properties_node(properties, within);
   }
   if (!list.empty()) subnodes[0x671] = table_node(list);
@@ -481,6 +500,7 @@ void File::add_folder(const Folder& folder, std::uint32_t id, std::uint32_t pare
       if (property.id == 0x001A || property.id == 0x0E07 || property.id == 0x0E08) row.push_back(property);
     rows.emplace_back(item_id, row);
   }
+  for (const Item& item : folder.unlisted) add_node(next_item_++ << 5 | 0x04, item_node(item), id);
   if (folder.has_contents) add_node((id & ~0x1FU) | 0x0E, table_node(rows), 0);
 }
 
@@ -607,7 +627,11 @@ std::string File::bytes() {
   const auto node_tree = add_tree(list, 0x81, is_wide() ? 32 : 16);
   file_.replace(0, 4, "!BDN");
   file_.replace(8, 2, "SM");
-  put(file_, 10, form_ == pages_of_4k ? 36 : is_wide() ? 23 : 14, 2);
+  put(file_, 10,
+      static_cast<std::uint64_t>(version.value_or(form_ == pages_of_4k ? 36
+                                                  : is_wide()          ? 23
+                                                                       : 14)),
+      2);
   put(file_, 12, 19, 2);
   put(file_, 14, 0x0101, 2);
   const std::size_t id = is_wide() ? 8 : 4;

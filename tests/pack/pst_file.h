@@ -28,6 +28,7 @@ Property binary(std::uint16_t id, std::string value);
 /// Seconds since 1970.
 Property time(std::uint16_t id, std::int64_t value);
 Property texts(std::uint16_t id, const std::vector<std::string>& values);
+Property ansi_texts(std::uint16_t id, const std::vector<std::string>& values);
 
 struct Attachment;
 
@@ -40,6 +41,7 @@ struct Item {
 struct Attachment {
   Properties properties;
   std::vector<Item> message{};  ///< of one that is a message: that, alone
+  std::string object{};         ///< of one that is an object of some program: its bytes
 };
 
 struct Folder {
@@ -47,8 +49,9 @@ struct Folder {
   std::string container = "IPF.Note";
   std::vector<Item> items{};
   std::vector<Folder> folders{};
-  Properties properties{};   ///< further ones
-  bool has_contents = true;  ///< a table of what lies in it
+  Properties properties{};       ///< further ones
+  bool has_contents = true;      ///< a table of what lies in it
+  std::vector<Item> unlisted{};  ///< what lies in it besides, and the table does not have
 };
 
 /// The sets of named properties, by the number in their GUID {000620NN-...}.
@@ -74,6 +77,9 @@ class File {
   /// What lies in no folder but the one that holds them all, whose name is "Top of Outlook data file".
   std::vector<Item> at_top;
   std::optional<std::size_t> deleted, sent, outbox, inbox, drafts;
+
+  /// The number of the form, where it is not the usual one.
+  std::optional<int> version;
 
   /// What was done to the blocks of data. A key of Windows nobody has here: of that there is the code alone.
   Cipher cipher = none;

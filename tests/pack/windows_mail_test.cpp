@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "pack/accounts.h"
+#include "pack/mail/windows_folders.h"
 #include "pack/recorded.h"
 #include "pack/windows_disk.h"
 #include "support/commands.h"
@@ -35,6 +36,31 @@ std::string utf16(std::u16string_view text) {
     bytes += static_cast<char>(c >> 8);
   }
   return bytes;
+}
+
+TEST(WindowsMail, HasItsUsualFoldersInEachLanguage) {
+  const std::vector<std::pair<std::string, std::vector<std::string>>> usual{
+      {"Inbox",
+       {"Inbox", "Posteingang", "Boîte de réception", "Bandeja de entrada", "Posta in arrivo", "Postvak IN"}},
+      {"Sent",
+       {"Sent Items", "Gesendete Objekte", "Gesendete Elemente", "Éléments envoyés", "Elementos enviados",
+        "Posta inviata", "Verzonden items"}},
+      {"Outbox",
+       {"Outbox", "Postausgang", "Boîte d'envoi", "Bandeja de salida", "Posta in uscita", "Postvak UIT"}},
+      {"Drafts", {"Drafts", "Entwürfe", "Brouillons", "Borrador", "Borradores", "Bozze", "Concepten"}},
+      {"Trash",
+       {"Deleted Items", "Gelöschte Objekte", "Gelöschte Elemente", "Éléments supprimés",
+        "Elementos eliminados", "Posta eliminata", "Verwijderde items"}}};
+  for (const auto& [in_archive, names] : usual)
+    for (const std::string& name : names) {
+      EXPECT_EQ(pack::usual_mail_folder(name), in_archive) << name;
+      EXPECT_EQ(pack::is_of_deleted_mail(name), in_archive == "Trash") << name;
+    }
+  EXPECT_EQ(pack::usual_mail_folder("POSTEINGANG"), "Inbox");
+  for (const char* own : {"Work", "", "Trash"}) {
+    EXPECT_EQ(pack::usual_mail_folder(own), own);
+    EXPECT_FALSE(pack::is_of_deleted_mail(own)) << own;
+  }
 }
 
 TEST(WindowsMail, HasItsFoldersPacked) {

@@ -44,9 +44,9 @@ constexpr std::array named{
     Named{21866, "koi8-u", "KOI8-U"},
     Named{38596, "iso-8859-6", "ISO-8859-6"},
     Named{38598, "iso-8859-8-i", "ISO-8859-8"},
-    Named{50220, "iso-2022-jp", "CP50221"},
-    Named{50221, "iso-2022-jp", "CP50221"},
-    Named{50222, "iso-2022-jp", "CP50221"},
+    Named{50220, "iso-2022-jp", "EUC-JP-MS"},
+    Named{50221, "iso-2022-jp", "EUC-JP-MS"},
+    Named{50222, "iso-2022-jp", "EUC-JP-MS"},
     Named{50225, "iso-2022-kr", "ISO-2022-KR"},
     Named{50227, "iso-2022-cn", "ISO-2022-CN"},
     Named{50229, "iso-2022-cn", "ISO-2022-CN"},
@@ -127,6 +127,47 @@ std::string hz_with_all_bits(std::string_view bytes) {
   return text;
 }
 
+// Behind an escape each byte of Japanese lacks its highest bit. Here each letter says of which set it is.
+std::string jis_with_all_bits(std::string_view bytes) {
+  struct Escape {
+    std::string_view sign;
+    std::string_view mark;  // in front of a letter
+    std::size_t size;       // of a letter; 0 of ASCII
+  };
+  constexpr std::array escapes{Escape{"\x1B(B", "", 0},      Escape{"\x1B(J", "", 0},
+                               Escape{"\x1B$@", "", 2},      Escape{"\x1B$B", "", 2},
+                               Escape{"\x1B$(D", "\x8F", 2}, Escape{"\x1B(I", "\x8E", 1},
+                               Escape{"\x0E", "\x8E", 1},    Escape{"\x0F", "", 0}};
+  std::string text;
+  Escape letters = escapes.front();
+  for (std::size_t at = 0; at < bytes.size();) {
+    const std::string_view rest = bytes.substr(at);
+    const auto is_here = [&](const Escape& escape) { return rest.starts_with(escape.sign); };
+    const auto escape = std::ranges::find_if(escapes, is_here);
+    if (escape != escapes.end()) {
+      letters = *escape;
+      at += escape->sign.size();
+    } else if (letters.size == 0 || static_cast<unsigned char>(rest.front()) <= ' ') {
+      if (rest.front() == '\n') letters = escapes.front();
+      text += rest.front();
+      ++at;
+    } else {
+      text += letters.mark;
+      for (const char c : rest.substr(0, letters.size)) text += static_cast<char>(c | 0x80);
+      at += letters.size;
+    }
+  }
+  return text;
+}
+
+bool is_jis(std::uint32_t code_page) { return code_page >= 50220 && code_page <= 50222; }
+
+// Without states, in which a wrong byte would change all behind it.
+std::string with_all_bits(std::string_view bytes, std::uint32_t code_page) {
+  if (code_page == hz) return hz_with_all_bits(bytes);
+  return is_jis(code_page) ? jis_with_all_bits(bytes) : std::string(bytes);
+}
+
 void append(std::string& text, std::uint32_t character) {
   std::array<char, 6> bytes{};
   const int size = g_unichar_to_utf8(character, bytes.data());
@@ -162,8 +203,7 @@ std::string text_of_code_page(std::string_view bytes, std::uint32_t code_page) {
   if (is_ascii && !has_states) return without_zeros(std::string(bytes));
   if (code_page == utf8) return without_zeros(made_valid(bytes));
   if (const Named* name = found(code_page))
-    return without_zeros(code_page == hz ? converted(hz_with_all_bits(bytes), name->converted)
-                                         : converted(bytes, name->converted));
+    return without_zeros(converted(with_all_bits(bytes, code_page), name->converted));
   if (is_latin(code_page)) return without_zeros(converted(bytes, latin(code_page)));
   return without_zeros(converted(bytes, "CP" + std::to_string(is_windows(code_page) ? code_page : western)));
 }
