@@ -85,17 +85,21 @@ bool make_folder(const std::string& path) {
   return is_open(spot) && mkdirat(spot.folder.number(), spot.name.c_str(), 0777) == 0;
 }
 
-void write_text(const File& file, const std::string& text) {
-  std::fwrite(text.data(), 1, text.size(), file.get());
+void write_text(File& file, std::string_view text) {
+  const bool is_written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+  int& first_error = file.get_deleter().error;
+  if (!is_written && first_error == 0) first_error = errno;
 }
 
 bool close_file(File& file) {
   if (!file) return false;
   // An error that an earlier write met, with errno long overwritten, shows here only.
   const bool failed_before = std::ferror(file.get()) != 0;
+  const int first_error = file.get_deleter().error;
   errno = 0;
   const bool closed = std::fclose(file.release()) == 0;
   if (closed && !failed_before) return true;
+  if (first_error != 0) errno = first_error;
   if (errno == 0) errno = EIO;
   return false;
 }

@@ -7,9 +7,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct FileCloser {
+  int error = 0;  // of the first write that failed; a later one may meet another or none
+
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
@@ -29,7 +32,7 @@ bool remove_file(const std::string& path);
 bool make_folder(const std::string& path);
 
 /// Appends `text`, which may hold anything, to an open stream. A failing disk is told by close_file.
-void write_text(const File& file, const std::string& text);
+void write_text(File& file, std::string_view text);
 
 /// Closes a stream that was written to; `file` is empty afterwards. False, with errno set, when any byte
 /// since it was opened did not reach the file: a full disk, a quota, a server that is gone. What lies there

@@ -78,9 +78,18 @@ TEST(CloseFile, RemembersAWriteThatFailedBefore) {
   File full = open_file("/dev/full", "w");
   std::setbuf(full.get(), nullptr);
   write_text(full, "text");
+  errno = EBADF;
+  EXPECT_FALSE(close_file(full));
+  EXPECT_EQ(ENOSPC, errno);
+}
+
+TEST(CloseFile, HasAReasonForAWriteOfOthers) {
+  File full = open_file("/dev/full", "w");
+  std::setbuf(full.get(), nullptr);
+  std::fputs("text", full.get());
   errno = 0;
   EXPECT_FALSE(close_file(full));
-  EXPECT_NE(0, errno);
+  EXPECT_EQ(EIO, errno);
 }
 
 TEST(CloseFile, IsFalseForAStreamThatNeverOpened) {

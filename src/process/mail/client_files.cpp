@@ -47,10 +47,7 @@ bool rewrite_lines(const std::string& from, const std::string& to, LineRules rul
   std::setvbuf(out.get(), nullptr, _IONBF, 0);  // blocks are written
   PieceReader reader(in.get(), line_limit, block_size);
   LineRewriter rewriter(std::move(rules), line_limit);
-  for (std::string_view lines; reader.next_block(lines);) {
-    const std::string_view rewritten = rewriter.rewrite(lines);
-    std::fwrite(rewritten.data(), 1, rewritten.size(), out.get());
-  }
+  for (std::string_view lines; reader.next_block(lines);) write_text(out, rewriter.rewrite(lines));
   return close_file(out);
 }
 

@@ -213,7 +213,8 @@ TEST_F(Calendar, OnAFullWorkFolderTheOldOneStays) {
     disk.fill_but(left);
     testing::internal::CaptureStderr();
     EXPECT_EQ(-1, kmailcallendar("/tmp/b")) << left;
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("The calendar could not be rewritten: "));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("The calendar could not be rewritten: No space left on device\n"));
     EXPECT_EQ("old", read_file(organizer)) << left;
   }
 }

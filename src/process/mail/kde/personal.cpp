@@ -289,7 +289,7 @@ END:VCALENDAR
 )";
 
 // The body goes from file to file block by block.
-void write_journal(const std::string& title, PieceReader& body, const File& to) {
+void write_journal(const std::string& title, PieceReader& body, File& to) {
   write_text(to, journal_start);
   std::string escaped;
   for (std::string_view block; body.next_block(block);) {
@@ -301,7 +301,7 @@ void write_journal(const std::string& title, PieceReader& body, const File& to) 
 }
 
 // False when it is none.
-bool add_note(const std::string& path, const File& to) {
+bool add_note(const std::string& path, File& to) {
   std::printf("Opening source file.");
   const File file = open_file(path, "r");
   if (!file) return false;
@@ -315,7 +315,7 @@ bool add_note(const std::string& path, const File& to) {
 }
 
 // False when the note's own file cannot be mended.
-bool take_note(const std::string& path, const File& to) {
+bool take_note(const std::string& path, File& to) {
   if (!convert_and_mend_lines(path) || !end_title(path)) return false;
   if (!add_note(path, to) && !BlockReader(path).next(1).empty())
     std::fprintf(stderr, "The note %s has no title and is left out\n", path.c_str());
