@@ -8,7 +8,7 @@
 #include "state/state.h"
 
 /// Before the daemon is started, which makes ~/.gconf. False, after the reason on standard error, when that
-/// cannot be kept: then it must not be started.
+/// cannot be kept: then there is no client, and no key is set.
 [[nodiscard]] bool keep_settings_folder();
 
 /// Before `key` is set through `through`: its value, and the files below ~/.gconf into which the daemon will

@@ -110,7 +110,7 @@ Descriptor open_top(const std::string& folder) {
 std::string end_of_links(const std::string& path) {
   constexpr int most_links = 40;  // as many as the kernel follows
   std::filesystem::path end = path;
-  for (int count = 0; count < most_links; ++count) {
+  for (int count = 0; count <= most_links; ++count) {
     std::error_code no_link;
     const std::filesystem::path next = std::filesystem::read_symlink(end, no_link);
     if (no_link) return end;

@@ -194,4 +194,14 @@ TEST_F(Links, InARingHaveNoEnd) {
   EXPECT_EQ(errno, ELOOP);
 }
 
+TEST(EndOfLinks, IsFoundBehindAsManyAsTheKernelFollows) {
+  write_file("/tmp/top/0", "x");
+  shell_quietly("cd /tmp/top && for i in $(seq 41); do ln -s $((i - 1)) $i; done");
+  EXPECT_EQ(0, system("cat /tmp/top/40 > /dev/null"));
+  EXPECT_EQ("/tmp/top/0", place::end_of_links("/tmp/top/40"));
+  EXPECT_NE(0, system("cat /tmp/top/41 > /dev/null 2>&1"));
+  EXPECT_EQ("", place::end_of_links("/tmp/top/41"));
+  EXPECT_EQ(ELOOP, errno);
+}
+
 }  // namespace
