@@ -37,7 +37,7 @@ class Place(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder)
         for name in ("tools/tidy-support", "programs", "build"):
             os.makedirs(f"{self.folder}/{name}")
-        for name in ("tools/tidy", "tools/tables.py", "tools/tidy-support/clean_list.py", ".clang-tidy"):
+        for name in ("tools/tidy", "tools/compile_commands.py", "tools/tables.py", "tools/tidy-support/clean_list.py", ".clang-tidy"):
             shutil.copy(f"{SOURCE}/{name}", f"{self.folder}/{name}")
         self.put("programs/clang-tidy-16", NOTING)
         os.chmod(self.folder + "/programs/clang-tidy-16", 0o755)

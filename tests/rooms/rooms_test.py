@@ -1,9 +1,9 @@
 """The rooms of the source: an #include against the picture finds no file, and HACKING.md shows that picture."""
-import json
 import os
 import re
 import shlex
 import subprocess
+import sys
 import tempfile
 import unittest
 from pathlib import Path
@@ -11,6 +11,9 @@ from pathlib import Path
 SOURCE = Path(os.environ["BRINDLE_SOURCE"])
 BUILD = Path(os.environ["BRINDLE_BUILD"])
 SRC = SOURCE / "src"
+sys.path.append(str(SOURCE / "tools"))
+
+from compile_commands import commands_of
 
 ROW = re.compile(r"\| `src/([^`]+)` \| [^|]+ \| ([^|]*) \| ([^|]*) \|")
 TYPE = re.compile(r"^(?:class|struct|enum class) (\w+)[^;]*?\{", re.MULTILINE)
@@ -25,9 +28,9 @@ def sources(top=SRC):
 def compile_commands():
     """The words that compile each source, by its path; without the source and where the result goes."""
     commands = {}
-    for entry in json.loads((BUILD / "compile_commands.json").read_text()):
-        words = shlex.split(entry["command"])
-        commands[Path(entry["file"])] = words[:words.index("-o")]
+    for path, command in commands_of(BUILD).items():
+        words = shlex.split(command)
+        commands[Path(path)] = words[:words.index("-o")]
     return commands
 
 
