@@ -966,7 +966,7 @@ TEST_F(Run, AProgramThatEndsSoHasItsRunOverAndItsRemovalLogged) {
   assign(g_filename, "/tmp/my archive.zip");
   keep::begin_run("/root", 1'795'000'000);
   ASSERT_TRUE(keep::before_change("/root/.brindle_first_run"));
-  SystemLog system_log;
+  SystemLog system_log(SystemLog::Reads::when_asked);
   answer_command("rm -rf /tmp/brind", 1 << 8);
   EXPECT_EXIT(
       {

@@ -21,7 +21,7 @@ constexpr const char* log_path = "/dev/log";
 
 }  // namespace
 
-SystemLog::SystemLog() : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
+SystemLog::SystemLog(Reads reads) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
   closelog();  // a connection made earlier would keep its old socket
   unlink(log_path);
   sockaddr_un address{};
@@ -31,13 +31,13 @@ SystemLog::SystemLog() : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
     std::perror(log_path);
     std::abort();
   }
-  reader_ = std::thread([this] { read_until_told_to_stop(); });
+  if (reads == Reads::beside) reader_ = std::thread([this] { read_until_told_to_stop(); });
 }
 
 SystemLog::~SystemLog() {
   closelog();
   close(stop_[1]);
-  reader_.join();
+  if (reader_.joinable()) reader_.join();
   close(stop_[0]);
   close(socket_);
   unlink(log_path);

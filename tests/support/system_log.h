@@ -11,7 +11,10 @@
 /// Takes the place of the system logger while it lives.
 class SystemLog {
  public:
-  SystemLog();
+  enum class Reads { beside, when_asked };
+
+  /// Without a thread that reads beside the test it has room for ten messages: for a test that forks.
+  explicit SystemLog(Reads reads = Reads::beside);
   ~SystemLog();
   SystemLog(const SystemLog&) = delete;
   SystemLog& operator=(const SystemLog&) = delete;
