@@ -10,7 +10,7 @@ choose_place() { echo "$BRINDLE_VIEW_STATE"; }
 
 # Not needed to run anything here, and half of the files.
 readonly left_out=(./share/doc ./share/man ./share/info ./share/help ./share/locale ./share/gtk-doc ./share/fpcsrc
-  ./include ./src ./lib/gcc ./lib/debug ./lib/jvm './lib/llvm*' './lib/go*' ./lib/node_modules ./games)
+  ./include ./src ./lib/gcc ./lib/debug ./lib/jvm './lib/llvm*' './lib/go*' ./lib/node_modules './local/cuda*' ./games)
 
 # In /usr, yet of the kind that a migration or its tests replace.
 readonly copied=(share/pixmaps share/applications share/fonts share/cups share/ppd local/brindle local/bin local/share
