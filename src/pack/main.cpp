@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <iostream>
 
-#include "pack/disk/stop.h"
 #include "pack/pack.h"
 #include "pack/watch.h"
 
@@ -44,8 +43,6 @@ int work(int count, const char* const* words) {
     return run(options);
   } catch (const UsageError& error) {
     return cannot_pack(std::string(error.what()) + "; brindle-pack --help tells more");
-  } catch (const Interrupted&) {
-    return cannot_pack("stopped; nothing is written");
   } catch (const std::exception& error) {
     return cannot_pack(error.what());
   }

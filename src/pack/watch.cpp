@@ -110,6 +110,18 @@ class Traces {
 
 void on_asking_signal(int) { ask_to_stop(); }
 
+// The exit status of work that was interrupted. The watching process tells of it, since the second signal of
+// a hurried person may end this one at any moment.
+constexpr int interrupted = 130;
+
+int interruptible(const std::function<int()>& work) {
+  try {
+    return work();
+  } catch (const Interrupted&) {
+    return interrupted;
+  }
+}
+
 [[noreturn]] void do_work(const std::function<int()>& work, int pipe, pid_t watcher, const sigset_t& asking,
                           int failed) {
   // Without anybody who watches it ends as if it had been asked to.
@@ -123,7 +135,7 @@ void on_asking_signal(int) { ask_to_stop(); }
   sigprocmask(SIG_UNBLOCK, &asking, nullptr);
   std::signal(SIGPIPE, SIG_IGN);  // an archive is no worse when nobody reads what is said of it
   tell_traces_to(pipe);
-  std::exit(work());
+  std::exit(interruptible(work));
 }
 
 // The process that works, as the watching one sees it.
@@ -202,14 +214,15 @@ class Worker {
 
 // `is_written` is true when what it was to write is there whole.
 int status_of(const Worker& worker, std::optional<int> ended, bool is_written, Statuses statuses) {
-  if (ended && WIFEXITED(*ended)) return WEXITSTATUS(*ended);
+  const bool is_interrupted = ended && WIFEXITED(*ended) && WEXITSTATUS(*ended) == interrupted;
+  if (ended && WIFEXITED(*ended) && !is_interrupted) return WEXITSTATUS(*ended);
   if (isatty(STDERR_FILENO) == 1) std::cerr << "\r\033[K";
   if (is_written) {
     std::cerr << "brindle-pack: ended before it could tell what is left out; the archive is there whole, and "
                  "\"left out.tsv\" in it tells that\n";
     return statuses.untold;
   }
-  if (worker.is_asked()) {
+  if (worker.is_asked() || is_interrupted) {
     std::cerr << "brindle-pack: stopped; nothing is written\n";
   } else {
     std::cerr << "brindle-pack: it was ended by signal " << WTERMSIG(*ended)

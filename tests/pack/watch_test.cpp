@@ -6,9 +6,12 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 
+#include "pack/disk/stop.h"
 #include "pack/disk/trace.h"
 #include "support/files.h"
 
@@ -68,6 +71,36 @@ TEST(Watch, SaysThatNothingIsWrittenWhenItsNameWasTaken) {
     std::filesystem::remove(part);
   });
   EXPECT_EQ(ended.status, 2);
+}
+
+Ended watched(const std::function<int()>& work) {
+  testing::internal::CaptureStderr();
+  const int status = pack::watched(work, {.failed = 2, .untold = 1});
+  return {.status = status, .complaint = testing::internal::GetCapturedStderr()};
+}
+
+constexpr const char* stopped = "brindle-pack: stopped; nothing is written\n";
+
+TEST(Watch, SaysOnceThatItIsStopped) {
+  const Ended ended = watched([]() -> int {
+    kill(getppid(), SIGTERM);
+    for (;;) pack::stop_when_asked();
+  });
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_EQ(ended.complaint, stopped);
+}
+
+TEST(Watch, SaysItOnceToWhoAsksTwiceWhileTheWorkComesToItsEnd) {
+  const Ended ended = watched([]() -> int {
+    std::atexit([] {
+      kill(getppid(), SIGINT);
+      kill(getppid(), SIGTERM);
+      for (;;) pause();
+    });
+    throw pack::Interrupted();
+  });
+  EXPECT_EQ(ended.status, 2);
+  EXPECT_EQ(ended.complaint, stopped);
 }
 
 TEST(Watch, HandsOnTheStatusOfWorkThatEnds) {
