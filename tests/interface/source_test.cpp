@@ -870,7 +870,7 @@ TEST_F(SourceTest, AnEncryptionThatUnzipCannotReadIsRefused) {
 }
 
 TEST_F(SourceTest, APatternOrADashIsTheNameOfOneArchive) {
-  make_zip("/root/a1.zip", "4000000000");
+  make_zip("/root/a1.zip", "4000000");
   make_zip("/root/x.zip", "10");
   shell_quietly("cd /root; cp x.zip 'a[1].zip'; cp x.zip ./-a.zip");
   ASSERT_EQ(chdir("/root"), 0);
