@@ -83,10 +83,10 @@ class Batches(unittest.TestCase):
         self.assertEqual([["a", "c"], ["b"]], self.batches(a=own, b=own, c="int three;\n"))
 
     def test_batches_have_an_end(self):
-        many = {f"file{number:02}": f"int number{number};\n" for number in range(30)}
-        self.assertEqual([6, 12, 12], sorted(map(len, self.batches(**many))))
-        self.assertEqual([["a"], ["b", "c"]], self.batches(a="\n" * 2499, b="\n" * 1250, c="\n" * 1250))
-        self.assertEqual([["a"], ["b"]], self.batches(a="\n" * 4000, b="int two;\n"))
+        many = {f"file{number:02}": f"int number{number};\n" for number in range(72)}
+        self.assertEqual([12, 30, 30], sorted(map(len, self.batches(**many))))
+        self.assertEqual([["a"], ["b", "c"]], self.batches(a="\n" * 5999, b="\n" * 3000, c="\n" * 3000))
+        self.assertEqual([["a"], ["b"]], self.batches(a="\n" * 7000, b="int two;\n"))
 
     def test_folders_are_apart(self):
         for name in ("src/a/x.cpp", "src/a/y.cpp", "src/a/deeper/z.cpp", "tests/a/x.cpp", "other/a/x.cpp"):
