@@ -18,8 +18,8 @@ struct Statuses {
 ///
 /// SIGINT, SIGTERM and SIGHUP make `work` throw Interrupted at the next opportunity. When it has none within
 /// a second, as on a disk that does not answer, or when they come a second time, it is ended at once. Then
-/// and when `work` lets Interrupted pass, a line says that nothing is written. What it has told of as a Trace
-/// is removed, however it ended.
+/// and when `work` lets Interrupted pass, a line says that nothing is written, or that what was to stay is
+/// there whole. What it has told of as a Trace is removed, however it ended.
 int watched(const std::function<int()>& work, Statuses statuses);
 
 }  // namespace pack

@@ -90,6 +90,19 @@ TEST(Watch, SaysOnceThatItIsStopped) {
   EXPECT_EQ(ended.complaint, stopped);
 }
 
+TEST(Watch, SaysThatTheArchiveIsThereToWhoStopsItLater) {
+  const Ended ended = watched([]() -> int {
+    write_file(part, "an archive");
+    const pack::Trace trace(part);
+    trace.is_to_stay(true);
+    std::filesystem::rename(part, "/tmp/out.zip");
+    throw pack::Interrupted();
+  });
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_THAT(ended.complaint, HasSubstr("the archive is there whole"));
+  EXPECT_EQ(read_file("/tmp/out.zip"), "an archive");
+}
+
 TEST(Watch, SaysItOnceToWhoAsksTwiceWhileTheWorkComesToItsEnd) {
   const Ended ended = watched([]() -> int {
     std::atexit([] {

@@ -91,6 +91,26 @@ TEST(SearchCommand, SaysWhenThereIsNoDatabase) {
       answer.message);
 }
 
+TEST(SearchCommand, SaysWhenTheDatabaseHasNoPrinter) {
+  shell_quietly("mkdir -p /tmp/none/db/source/printer && touch /tmp/none/db/source/printer/notes.txt");
+  const Answer answer = ask("-P\"HP LaserJet 4050\"", "FOOMATICDB=/tmp/none");
+  EXPECT_EQ(2, answer.status);
+  EXPECT_THAT(answer.message, HasSubstr("no foomatic database under /tmp/none: "));
+}
+
+TEST(SearchCommand, SaysWhenTheDatabaseCannotBeListed) {
+  const Answer missing = ask("-P\"HP LaserJet 4050\"", "PATH=/tmp");
+  EXPECT_EQ(2, missing.status);
+  EXPECT_EQ("", missing.lines);
+  EXPECT_THAT(missing.message,
+              HasSubstr("foomatic-ppdfile-bd: foomatic-combo-xml does not run: No such file or directory\n"));
+  write_file("/tmp/foomatic-combo-xml", "#!/bin/sh\n");
+  shell_quietly("chmod 755 /tmp/foomatic-combo-xml");
+  const Answer empty = ask("-P\"HP LaserJet 4050\"", "PATH=/tmp");
+  EXPECT_EQ(2, empty.status);
+  EXPECT_EQ("foomatic-ppdfile-bd: the foomatic database cannot be read\n", empty.message);
+}
+
 TEST(SearchCommand, SaysWhenThereIsNoFoomatic) {
   shell_quietly("rm -r /usr/share/perl5/Foomatic");
   const Answer answer = ask("-P\"HP LaserJet 4050\"");
