@@ -1,18 +1,20 @@
 # The rooms of the source, and who may look into which.
 #
 #   brindle_room(NAME FOLDER folder HOLDS "what" [SEES room...] [USES room...] [LINK library...] [EXCEPT file...]
-#                [ONLY header...])
+#                [ONLY header...] [EACH_ALONE])
 #
 # makes the library brindle_NAME of the .cpp files in that one folder. It compiles with its own headers and those
 # of the rooms it sees or uses, and of no other: each room's headers are shown in a folder of its own in the build
 # tree, so that an #include against the picture finds no file. What a room sees, those above it see as well; what
 # it uses stays behind it. A room that does not link GTK, GConf or GLib does not find theirs either.
 #
+# EACH_ALONE is for a room of which some programs link some files: they are never compiled together.
+#
 # With ONLY it is not a folder's room but a view of it: those headers, and no sources.
 #
 # The table of the rooms goes to rooms.md in the build tree; HACKING.md holds a copy.
 function(brindle_room name)
-  cmake_parse_arguments(ROOM "" "FOLDER;HOLDS" "SEES;USES;LINK;EXCEPT;ONLY" ${ARGN})
+  cmake_parse_arguments(ROOM "EACH_ALONE" "FOLDER;HOLDS" "SEES;USES;LINK;EXCEPT;ONLY" ${ARGN})
   show_headers(${name} ${ROOM_FOLDER} "${ROOM_ONLY}")
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ROOM_FOLDER}/*.cpp)
   foreach(source IN LISTS ROOM_EXCEPT)
@@ -28,7 +30,9 @@ function(brindle_room name)
   if(TARGET brindle_headers)
     target_precompile_headers(brindle_${name} REUSE_FROM brindle_headers)
   endif()
-  compile_together(brindle_${name})
+  if(NOT ROOM_EACH_ALONE)
+    compile_together(brindle_${name})
+  endif()
   target_include_directories(brindle_${name} PUBLIC ${CMAKE_CURRENT_BINARY_DIR}/rooms/${name})
   target_link_libraries(brindle_${name} PUBLIC ${ROOM_LINK})
   foreach(room IN LISTS ROOM_SEES)

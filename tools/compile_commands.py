@@ -1,5 +1,6 @@
 """The commands that compile the source, as a configured build has them in compile_commands.json."""
 import json
+import os
 import re
 
 INCLUDED = re.compile(r'^#include "([^"]+\.cpp)"', re.M)
@@ -12,7 +13,9 @@ def commands_of(build):
         entries = json.load(file)
     for entry in entries:
         commands[entry["file"]] = entry["command"]
-        if "/Unity/" in entry["file"]:
+        folder = os.path.dirname(entry["file"])
+        if os.path.basename(os.path.dirname(folder)) == "batches":
             with open(entry["file"], encoding="utf-8") as file:
-                commands.update((path, entry["command"]) for path in INCLUDED.findall(file.read()))
+                for name in INCLUDED.findall(file.read()):
+                    commands[os.path.normpath(os.path.join(folder, name))] = entry["command"]
     return commands

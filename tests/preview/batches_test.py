@@ -13,7 +13,7 @@ sys.path.append(SOURCE + "/tools")
 
 from compile_commands import commands_of
 
-LINE = re.compile(r'set_property\(SOURCE "(.+)" PROPERTY UNITY_GROUP (\w+)\)')
+LINE = re.compile(r'set_property\(SOURCE "(.+)" PROPERTY BATCH (\w+)\)')
 
 
 def nameless(text):
@@ -97,13 +97,14 @@ class Batches(unittest.TestCase):
                          LINE.findall(self.said("src", "tests")))
 
     def test_the_command_of_a_batch_is_that_of_its_files(self):
-        batch = self.folder + "/build/Unity/unity_room_0_cxx.cxx"
-        self.put("build/Unity/unity_room_0_cxx.cxx", '/* made */\n#include "/s/a.cpp"\n\n#include "/s/b.cpp"\n')
+        batch = self.folder + "/build/batches/room/src_room_0.cpp"
+        self.put("build/batches/room/src_room_0.cpp", '#include "../../../src/room/a.cpp"\n#include "../../../src/b.cpp"\n')
         self.put("build/compile_commands.json", json.dumps([
             {"directory": "/", "command": f"g++ -Ione -c {batch}", "file": batch},
             {"directory": "/", "command": "g++ -Itwo -c /s/c.cpp", "file": "/s/c.cpp"}]))
         together = f"g++ -Ione -c {batch}"
-        self.assertEqual({batch: together, "/s/a.cpp": together, "/s/b.cpp": together, "/s/c.cpp": "g++ -Itwo -c /s/c.cpp"},
+        self.assertEqual({batch: together, f"{self.folder}/src/room/a.cpp": together, f"{self.folder}/src/b.cpp": together,
+                          "/s/c.cpp": "g++ -Itwo -c /s/c.cpp"},
                          commands_of(self.folder + "/build"))
 
 
