@@ -9,6 +9,7 @@
 #include "account/scene.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 
 namespace {
 
@@ -106,7 +107,7 @@ struct Ended {
 };
 
 Ended brindle_account(const std::string& words) {
-  const int status = shell_quietly(BRINDLE_ACCOUNT " " + words + " >/tmp/said 2>/tmp/complained");
+  const int status = shell_quietly(built::brindle_account + " " + words + " >/tmp/said 2>/tmp/complained");
   return {read_file("/tmp/said"), read_file("/tmp/complained"), status};
 }
 
@@ -261,14 +262,15 @@ TEST(Program, cannot_tell_what_it_cannot_write) {
   EXPECT_TRUE(exists("/root/c.tsv"));
   EXPECT_EQ(2, brindle_account("--run --tsv /nowhere/c.tsv").status);
   EXPECT_EQ(2, brindle_account("--run --missing /dev/full").status);
-  EXPECT_EQ(2, shell_quietly(BRINDLE_ACCOUNT " --run >/dev/full 2>/dev/null"));
+  EXPECT_EQ(2, shell_quietly(built::brindle_account + " --run >/dev/full 2>/dev/null"));
 }
 
 TEST(Program, speaks_the_language_of_the_wizard) {
   run_once();
   write_file("/usr/local/brindle/de_DE", "account-title=Was angekommen ist\nwindow1=account-title=Nein\n");
-  EXPECT_THAT(output_of("LC_CTYPE= LANG=de_DE.UTF-8 " BRINDLE_ACCOUNT " --run --html /root/page.html"),
-              StartsWith("Was angekommen ist\n"));
+  EXPECT_THAT(
+      output_of("LC_CTYPE= LANG=de_DE.UTF-8 " + built::brindle_account + " --run --html /root/page.html"),
+      StartsWith("Was angekommen ist\n"));
   EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<html lang=\"de-DE\">"));
 }
 
@@ -286,8 +288,8 @@ TEST(Program, needs_little_memory_for_much_that_is_missing) {
       " --system gnome --html /tmp/p.html --tsv /tmp/c.tsv --missing /tmp/m.tsv /tmp/many.zip";
   const std::string kilobytes = output_of(
       "/usr/bin/python3 -c 'import resource, subprocess, sys; subprocess.run(sys.argv[1:], stdout="
-      "subprocess.DEVNULL); print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' " BRINDLE_ACCOUNT +
-      words);
+      "subprocess.DEVNULL); print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' " +
+      built::brindle_account + words);
   EXPECT_LT(std::stol(kilobytes), 100000);
   EXPECT_EQ("200001\n", output_of("wc -l < /tmp/m.tsv"));
   EXPECT_EQ("200000\n", output_of("grep -c '^<li>' /tmp/p.html"));

@@ -16,6 +16,7 @@
 #include "account/scene.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 
 namespace {
 
@@ -524,7 +525,9 @@ TEST_F(ReplacedTest, HostileNamesAreOnlyShown) {
 
 // ---- The program ----------------------------------------------------------------------------------------
 
-constexpr const char* account_of_run = BRINDLE_ACCOUNT " --run --html /root/page.html --replaced /root/r.tsv";
+std::string account_of_run() {
+  return built::brindle_account + " --run --html /root/page.html --replaced /root/r.tsv";
+}
 
 void run_with(const std::string& list, const std::string& note = "") {
   write_zip("/tmp/a.zip", {{"Brindle/My Documents/one", "1"}});
@@ -538,13 +541,14 @@ void run_with(const std::string& list, const std::string& note = "") {
 TEST_F(ReplacedTest, TheProgramTellsOfTheRunOfTheNote) {
   run_with(ends + rows("path", "/root/a", one, two), "kept=/root/.brindle_before/2026-11-22-014530\n");
   write_file(root_folder + "/files/root/a", "old");
-  EXPECT_THAT(output_of(account_of_run), EndsWith(all_arrived + back));
+  EXPECT_THAT(output_of(account_of_run()), EndsWith(all_arrived + back));
   EXPECT_THAT(read_file("/root/page.html"), HasSubstr("<li>/root/a <span"));
   EXPECT_EQ(
       "person\tkind\tname\tchange\told\nroot\tpath\t/root/a\treplaced\t" + root_folder + "/files/root/a\n",
       read_file("/root/r.tsv"));
-  EXPECT_EQ(2, shell_quietly(BRINDLE_ACCOUNT " --run --replaced /dev/full >/dev/null 2>&1"));
-  EXPECT_EQ(2, shell_quietly(BRINDLE_ACCOUNT " --replaced /root/r.tsv /tmp/a.zip >/dev/null 2>/tmp/said"));
+  EXPECT_EQ(2, shell_quietly(built::brindle_account + " --run --replaced /dev/full >/dev/null 2>&1"));
+  EXPECT_EQ(
+      2, shell_quietly(built::brindle_account + " --replaced /root/r.tsv /tmp/a.zip >/dev/null 2>/tmp/said"));
   EXPECT_EQ("brindle-account: --replaced needs --run; brindle-account --help tells more\n",
             read_file("/tmp/said"));
 }
@@ -552,12 +556,12 @@ TEST_F(ReplacedTest, TheProgramTellsOfTheRunOfTheNote) {
 TEST_F(ReplacedTest, TheProgramTellsItWithoutTheArchive) {
   run_with(ends + rows("path", "/root/a", one, two));
   unlink("/tmp/a.zip");
-  EXPECT_THAT(output_of(std::string(account_of_run) + " 2>/dev/null"), EndsWith(back));
+  EXPECT_THAT(output_of(account_of_run() + " 2>/dev/null"), EndsWith(back));
 }
 
 TEST_F(ReplacedTest, TheProgramSendsAFamilyToRoot) {
   run_with(ends + rows("path", "/root/a", one, two), "person=ann\nhome=/srv/ann\n");
-  EXPECT_THAT(output_of(account_of_run), EndsWith(back_as_root));
+  EXPECT_THAT(output_of(account_of_run()), EndsWith(back_as_root));
 }
 
 TEST_F(ReplacedTest, TheProgramIsQuickAndSmallWithManyRows) {
@@ -571,7 +575,7 @@ TEST_F(ReplacedTest, TheProgramIsQuickAndSmallWithManyRows) {
       output_of("/usr/bin/python3 -c 'import resource, subprocess, sys; subprocess.run(sys.argv[1:], stdout="
                 "subprocess.DEVNULL); used = resource.getrusage(resource.RUSAGE_CHILDREN); "
                 "print(used.ru_maxrss, used.ru_utime + used.ru_stime)' " +
-                std::string(account_of_run)));
+                account_of_run()));
   double kilobytes = 0, seconds = 0;
   used >> kilobytes >> seconds;
 #ifndef BRINDLE_ADDRESS_CHECKER  // which takes its own time and memory

@@ -9,6 +9,7 @@
 #include "pack/windows_disk.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 
 namespace {
 
@@ -24,8 +25,7 @@ struct Ended {
 };
 
 Ended run(const std::string& words) {
-  const std::string command =
-      std::string(BRINDLE_PACK) + " " + words + " >/tmp/said 2>/tmp/complaint; echo $?";
+  const std::string command = built::brindle_pack + " " + words + " >/tmp/said 2>/tmp/complaint; echo $?";
   const int status = std::stoi(output_of(command));
   return {.status = status, .said = read_file("/tmp/said"), .complaint = read_file("/tmp/complaint")};
 }
@@ -224,7 +224,7 @@ windows::Disk disk_with_much() {
 std::string ended_by(const std::string& words, const std::string& then, int milliseconds = 1000,
                      const std::string& moment = "1") {
   return output_of("mkdir -p /mnt/large /tmp/copies; cd /mnt/large; export TMPDIR=/tmp/copies; " +
-                   std::string(BRINDLE_PACK) + " " + words + " >/tmp/said 2>/tmp/complaint & pid=$!; sleep " +
+                   built::brindle_pack + " " + words + " >/tmp/said 2>/tmp/complaint & pid=$!; sleep " +
                    moment + "; " + then +
                    "; begun=$(date +%s%N); wait $pid; echo $?; "
                    "[ $((($(date +%s%N) - begun) / 1000000)) -lt " +
@@ -252,7 +252,7 @@ TEST(Program, NeedsRoomForWhatItTells) {
 // The most that packing took.
 int kilobytes_of(const std::string& words) {
   const std::string command = "python3 -c \"import resource, subprocess; subprocess.run('" +
-                              std::string(BRINDLE_PACK) + " " + words +
+                              built::brindle_pack + " " + words +
                               "'.split(), stdout=subprocess.DEVNULL); "
                               "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)\"";
   return std::stoi(output_of(command));
@@ -325,7 +325,7 @@ TEST(Stopping, IsNotAskedForByAClosedWindowBehindNohup) {
   make_endless(disk.path() + "/Users/Ann/Documents/more");
   EXPECT_EQ(
       output_of(
-          "trap '' HUP; " + std::string(BRINDLE_PACK) + " --list " + disk.path() +
+          "trap '' HUP; " + built::brindle_pack + " --list " + disk.path() +
           " >/dev/null 2>&1 & pid=$!; sleep 0.5; kill -HUP $pid; sleep 1.2; kill -0 $pid && echo works; "
           "kill -TERM $pid; wait $pid; echo $?"),
       "works\n2\n");
@@ -355,7 +355,7 @@ TEST(Stopping, SaysThatTheArchiveIsThereWhenItIs) {
     EXPECT_EQ(
         output_of("cd /tmp && rm -f pipe out.zip && mkfifo pipe && exec 3<>pipe && "
                   "dd if=/dev/zero of=pipe oflag=nonblock bs=4096 count=1000 2>/dev/null; " +
-                  std::string(BRINDLE_PACK) + " " + disk.path() + " " + out +
+                  built::brindle_pack + " " + disk.path() + " " + out +
                   " >pipe 2>complaint & pid=$!; until [ -e " + out + " ]; do sleep 0.05; done; sleep 0.3; " +
                   end + "; wait $pid; echo $?; ls out.zip*; unzip -tqq " + out + " && echo good"),
         "1\nout.zip\ngood\n")
@@ -416,8 +416,8 @@ TEST(Program, ShowsHowFarItIsOnATerminal) {
   disk.add_folder("Users/Ann/Documents");
   ASSERT_EQ(output_of("truncate -s 600M " + disk.path() + "/Users/Ann/Documents/large && echo done"),
             "done\n");
-  const std::string shown = output_of("script -qec '" + std::string(BRINDLE_PACK) + " " + disk.path() + " " +
-                                      out + "' /dev/null; echo status $?");
+  const std::string shown = output_of("script -qec '" + built::brindle_pack + " " + disk.path() + " " + out +
+                                      "' /dev/null; echo status $?");
   EXPECT_THAT(shown, ContainsRegex("\r[0-9]+ things found\x1b\\[K"));
   EXPECT_THAT(shown, ContainsRegex("\r +[0-9]+% packed, about 0:[0-9][0-9] left\x1b\\[K"));
   EXPECT_THAT(shown, ContainsRegex("\r\x1b\\[KAnn, account ann\r\n")) << "the line is gone in the end";
@@ -427,7 +427,7 @@ TEST(Program, ShowsHowFarItIsOnATerminal) {
 
 TEST(Program, SaysTheArchiveIsThereToNobodyToo) {
   const windows::Disk disk = disk_of_two();
-  EXPECT_EQ(output_of("(" + std::string(BRINDLE_PACK) + " " + disk.path() + " " + out +
+  EXPECT_EQ(output_of("(" + built::brindle_pack + " " + disk.path() + " " + out +
                       "; echo $? >/tmp/status) | true; "
                       "sleep 0.5; cat /tmp/status"),
             "0\n");

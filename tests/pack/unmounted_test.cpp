@@ -9,6 +9,7 @@
 #include "pack/windows_disk.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ struct Ended {
 
 Ended run(const std::string& words) {
   const int status =
-      std::stoi(output_of(std::string(BRINDLE_PACK) + " " + words + " >/tmp/said 2>/tmp/complaint; echo $?"));
+      std::stoi(output_of(built::brindle_pack + " " + words + " >/tmp/said 2>/tmp/complaint; echo $?"));
   return {.status = status, .said = read_file("/tmp/said"), .complaint = read_file("/tmp/complaint")};
 }
 

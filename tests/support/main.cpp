@@ -15,6 +15,7 @@
 
 #include "support/each_test.h"
 #include "support/layer.h"
+#include "support/programs.h"
 #include "support/sleeps.h"
 
 namespace {
@@ -35,7 +36,7 @@ constexpr int no_layers = 75;
 }
 
 Words in_view(const Words& own_words) {
-  Words words{BRINDLE_SOURCE_DIR "/tools/view"};
+  Words words{built::source_folder + "/tools/view"};
 #ifdef __SANITIZE_THREAD__
   // GLib's own allocator hands memory from thread to thread under locks that the checker does not see.
   words.insert(words.end(), {"--env", "G_SLICE=always-malloc"});

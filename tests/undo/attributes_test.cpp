@@ -5,6 +5,7 @@
 #include "keep/keep.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 #include "undo/scene.h"
 
 namespace {
@@ -187,8 +188,8 @@ TEST_F(FurtherNames, that_were_being_written_when_an_undo_was_killed_are_complet
     shell_quietly("echo something longer than before > /root/a");
   }
   const std::string strace = "strace -o /dev/null -e trace=ftruncate,?ftruncate64,pwrite64 -e inject=";
-  ASSERT_NE(0, shell_quietly(strace + "ftruncate,?ftruncate64:signal=KILL:when=1 " BRINDLE_UNDO
-                                      " --yes < /dev/null"));
+  ASSERT_NE(0, shell_quietly(strace + "ftruncate,?ftruncate64:signal=KILL:when=1 " + built::brindle_undo +
+                             " --yes < /dev/null"));
   ASSERT_EQ("old\nthing longer than before\n", read_file("/root/a"));
   expect_as_before();
   EXPECT_EQ(inode_, inode_of("/root/a"));

@@ -13,6 +13,7 @@
 #include "keep/store.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 #include "undo/scene.h"
 
 namespace {
@@ -26,8 +27,8 @@ bool undo_killed_at(const std::string& name, int call) {
   // The leak checker of a build that has one does not work under a tracer, and would say so by the exit
   // status.
   const int status = shell_quietly("ASAN_OPTIONS=detect_leaks=0 strace -f -o /dev/null -e trace=" + name +
-                                   " -e inject=" + name + ":signal=KILL:when=" + std::to_string(call) +
-                                   " " BRINDLE_UNDO " --yes < /dev/null > /dev/null 2>&1");
+                                   " -e inject=" + name + ":signal=KILL:when=" + std::to_string(call) + " " +
+                                   built::brindle_undo + " --yes < /dev/null > /dev/null 2>&1");
   return status == -1 || status == 128 + SIGKILL;
 }
 

@@ -4,6 +4,7 @@
 
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 #include "undo/scene.h"
 
 namespace {
@@ -51,14 +52,14 @@ TEST_F(Only, paths_may_be_relative) {
   Ended ended = scene::undo("--yes --only /root/Documents");
   EXPECT_EQ(0, ended.status) << ended.said;
   shell_quietly("ln -s /root/.kde /tmp/kde");
-  ended = {shell_quietly("cd /tmp/kde/share && " BRINDLE_UNDO
+  ended = {shell_quietly("cd /tmp/kde/share && " + built::brindle_undo +
                          " --yes --only ../share/./config/kmailrc ../../root/../share"
                          " > /tmp/said 2>&1"),
            read_file("/tmp/said")};
   EXPECT_EQ(2, ended.status) << ended.said;
-  ended = {
-      shell_quietly("cd /tmp/kde/share && " BRINDLE_UNDO " --yes --only config/kmailrc > /tmp/said 2>&1"),
-      read_file("/tmp/said")};
+  ended = {shell_quietly("cd /tmp/kde/share && " + built::brindle_undo +
+                         " --yes --only config/kmailrc > /tmp/said 2>&1"),
+           read_file("/tmp/said")};
   EXPECT_EQ(0, ended.status) << ended.said;
   EXPECT_EQ("[General]\nFirst=old\n", read_file("/root/.kde/share/config/kmailrc"));
 }

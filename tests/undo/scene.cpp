@@ -11,6 +11,7 @@
 #include "keep/store.h"
 #include "support/commands.h"
 #include "support/files.h"
+#include "support/programs.h"
 
 namespace scene {
 
@@ -26,15 +27,16 @@ Ended ended(const std::string& command) {
 
 }  // namespace
 
-Ended undo(const std::string& words) { return ended(BRINDLE_UNDO " " + words + " < /dev/null"); }
+Ended undo(const std::string& words) { return ended(built::brindle_undo + " " + words + " < /dev/null"); }
 
 Ended undo_as(const std::string& login, const std::string& words) {
-  return ended("cp " BRINDLE_UNDO " /tmp/brindle-undo; chmod 755 /tmp/brindle-undo; cd /; setpriv --reuid " +
-               login + " --regid " + login + " --clear-groups /tmp/brindle-undo " + words + " < /dev/null");
+  return ended("cp " + built::brindle_undo +
+               " /tmp/brindle-undo; chmod 755 /tmp/brindle-undo; cd /; setpriv --reuid " + login +
+               " --regid " + login + " --clear-groups /tmp/brindle-undo " + words + " < /dev/null");
 }
 
 Ended undo_on_terminal(const std::string& words, const std::string& typed) {
-  return ended("printf '" + typed + "' | script -qec '" BRINDLE_UNDO " " + words + "' /dev/null");
+  return ended("printf '" + typed + "' | script -qec '" + built::brindle_undo + " " + words + "' /dev/null");
 }
 
 std::string tree(const std::string& folder) {
