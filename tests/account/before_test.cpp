@@ -6,7 +6,9 @@
 #include <unistd.h>
 #include <zip.h>
 
+#include <algorithm>
 #include <memory>
+#include <string_view>
 
 #include "account/scene.h"
 #include "support/commands.h"
@@ -539,21 +541,114 @@ void answer_driver_search(const std::string& program, const std::string& body) {
   chmod(("/usr/local/bin/" + program).c_str(), 0755);
 }
 
-TEST(Before, a_driver_is_looked_for_with_ever_fewer_words) {
+// A stand-in for foomatic-ppdfile-bd that knows some texts; each call adds a line to /tmp/asked.
+void answer_foomatic_search(const std::string& known) {
   answer_driver_search("foomatic-ppdfile-bd",
-                       "echo \"$@\" >>/tmp/asked; [ \"$1\" != '-PHP LaserJet 4050' ] || echo found\n");
-  const auto asked_for = [](const std::string& driver) {
-    unlink("/tmp/asked");
-    return Ahead(System::xandros)
-        .archive({{"Printers/1", "Port Name=LPT1\nDriver Name=" + driver + "\nDriver Name Wo Spaces=q\n"}})
-        .see(foresee_printers);
-  };
-  EXPECT_EQ(Lines{}, asked_for("HP LaserJet 4050 Series PCL6"));
-  EXPECT_EQ("-PHP LaserJet 4050 Series PCL6\n-PHP LaserJet 4050 Series\n-PHP LaserJet 4050\n",
+                       "printf '%s|' \"$@\" >>/tmp/asked; echo >>/tmp/asked\n"
+                       "for word; do\n"
+                       "  case $word in " +
+                           known +
+                           ") echo found;; esac\n"
+                           "  [ $# = 1 ] || echo\n"
+                           "done\n");
+}
+
+// The names of the printers that a window is foreseen for; `drivers` are those of the printers 1, 2, ...
+Lines windows_for(const Lines& drivers) {
+  Entries printers;
+  for (const std::string& driver : drivers) {
+    const std::string number = std::to_string(printers.size() + 1);
+    printers.emplace_back("Printers/" + number, "Port Name=LPT1\nDriver Name=" + driver +
+                                                    "\nDriver Name Wo Spaces=" + number + "\n");
+  }
+  unlink("/tmp/asked");
+  const Lines seen = Ahead(System::xandros).archive(printers).see(foresee_printers);
+  Lines numbers;
+  for (const std::string& line : seen) {
+    const std::size_t begin = std::string_view("Brindle/Printers/").size(), end = line.find(": No driver is");
+    EXPECT_NE(std::string::npos, end) << line;
+    numbers.push_back(line.substr(begin, end - begin));
+  }
+  return numbers;
+}
+
+TEST(Before, a_driver_is_looked_for_with_ever_fewer_words) {
+  answer_foomatic_search("'-PHP LaserJet'|'-PHP LaserJet 4050'|'-PHP DeskJet 840C V2'");
+  EXPECT_EQ(Lines{}, windows_for({"HP LaserJet 4050 Series PCL6"}));
+  EXPECT_EQ("-PHP LaserJet 4050|-PHP LaserJet 4050 Series|-PHP LaserJet 4050 Series PCL6|\n",
             read_file("/tmp/asked"));
-  EXPECT_EQ(1u, asked_for("HP LaserJet").size());
+  EXPECT_EQ(Lines{}, windows_for({"HP DeskJet 840C V2"}));
+  EXPECT_EQ(Lines{"1"}, windows_for({"HP LaserJet"}));
   EXPECT_FALSE(exists("/tmp/asked"));
-  EXPECT_EQ(1u, asked_for("HP DeskJet 690C").size());
+}
+
+TEST(Before, a_driver_of_three_words_is_looked_for_alone) {
+  answer_foomatic_search("'-PHP LaserJet 4050'");
+  EXPECT_EQ(Lines{}, windows_for({"HP LaserJet 4050"}));
+  EXPECT_EQ("-PHP LaserJet 4050|\n", read_file("/tmp/asked"));
+  EXPECT_EQ(Lines{"1"}, windows_for({"HP DeskJet 690C"}));
+  EXPECT_EQ("-PHP DeskJet 690C|\n", read_file("/tmp/asked"));
+}
+
+TEST(Before, the_drivers_of_all_printers_are_looked_for_in_one_call) {
+  answer_foomatic_search("'-PHP LaserJet 4050'|'-PZebra Label 1'");
+  EXPECT_EQ((Lines{"2", "4"}), windows_for({"Zebra Label 1", "HP DeskJet 690C", "HP LaserJet 4050 Series",
+                                            "Some Printer", "HP LaserJet 4050", "Zebra Label 1"}));
+  EXPECT_EQ("-PHP DeskJet 690C|-PHP LaserJet 4050|-PHP LaserJet 4050 Series|-PZebra Label 1|\n",
+            read_file("/tmp/asked"));
+}
+
+TEST(Before, no_driver_is_looked_for_whose_printer_is_not_moved) {
+  answer_foomatic_search("none");
+  Ahead(System::xandros)
+      .archive({{"Printers/1", "Port Name=LPT3\nDriver Name=HP DeskJet 690C\n"},
+                {"Printers/2", "Port Name=LPT2\nDriver Name=HP LaserJet 4050\n"}})
+      .see(foresee_printers);
+  EXPECT_EQ("-PHP LaserJet 4050|\n", read_file("/tmp/asked"));
+}
+
+// The last one given counts, as with most programs.
+TEST(Before, a_program_that_takes_one_text_a_call_is_asked_for_each) {
+  answer_driver_search("foomatic-ppdfile-bd",
+                       "printf '%s|' \"$@\" >>/tmp/asked; echo >>/tmp/asked\n"
+                       "for word; do :; done\n"
+                       "case $word in '-PHP LaserJet 4050'|'-PZebra Label 1') echo found;; esac\n");
+  EXPECT_EQ(Lines{"2"},
+            windows_for({"Zebra Label 1", "HP DeskJet 690C Series", "HP LaserJet 4050 Series PCL6"}));
+  EXPECT_EQ(
+      "-PHP DeskJet 690C|-PHP DeskJet 690C Series|-PHP LaserJet 4050|-PHP LaserJet 4050 Series|"
+      "-PHP LaserJet 4050 Series PCL6|-PZebra Label 1|\n"
+      "-PHP DeskJet 690C Series|\n-PHP DeskJet 690C|\n"
+      "-PHP LaserJet 4050 Series PCL6|\n-PHP LaserJet 4050 Series|\n-PHP LaserJet 4050|\n"
+      "-PZebra Label 1|\n",
+      read_file("/tmp/asked"));
+}
+
+TEST(Before, more_texts_than_a_call_takes_are_asked_for_in_several) {
+  answer_foomatic_search("'-P1 '*|'-P44 a a'|'-P9 '*");
+  std::string one_letter_words;
+  for (int i = 0; i < 54; ++i) one_letter_words += " a";
+  Lines drivers, unknown;
+  for (int i = 1; i <= 44; ++i) {
+    drivers.push_back(std::to_string(i) + one_letter_words);
+    if (i != 1 && i != 9 && i != 44) unknown.push_back(std::to_string(i));
+  }
+  std::ranges::sort(unknown);  // as the archive's entries are
+  EXPECT_EQ(unknown, windows_for(drivers));
+  const std::string asked = read_file("/tmp/asked");
+  EXPECT_EQ(44 * 53, std::ranges::count(asked, '|'));
+  EXPECT_EQ(3, std::ranges::count(asked, '\n'));
+  for (std::size_t at = 0, end; (end = asked.find('\n', at)) != std::string::npos; at = end + 1)
+    EXPECT_LT(end - at, 64 * 1024u);
+}
+
+TEST(Before, the_database_is_read_once_for_all_drivers) {
+  ASSERT_EQ(0, shell_quietly("install " + test_data("../data/foomatic/foomatic-ppdfile-bd") +
+                             " /usr/local/bin/foomatic-ppdfile-bd"));
+  answer_driver_search("foomatic-combo-xml", "echo >>/tmp/reads\nexec /usr/bin/foomatic-combo-xml \"$@\"\n");
+  EXPECT_EQ((Lines{"2", "3"}), windows_for({"HP LaserJet 4050 Series PCL6", "No Such Printer 4050", "- - -",
+                                            "HP DeskJet 690C"}));
+  EXPECT_EQ("\n", read_file("/tmp/reads"));
 }
 
 TEST(Before, on_gnome_a_driver_must_be_recommended) {

@@ -66,6 +66,35 @@ TEST(SearchCommand, PrintsNothingWhenNothingMatches) {
   EXPECT_EQ("", search("   "));
 }
 
+TEST(SearchCommand, AnswersSeveralTextsInTheirOrder) {
+  const std::string laserjet = search("HP LaserJet 4"), canon = search("canon bjc 4200");
+  ASSERT_NE("", laserjet);
+  ASSERT_NE("", canon);
+  const Answer both = ask("-P\"HP LaserJet 4\" -P \"canon bjc 4200\"");
+  EXPECT_EQ(0, both.status);
+  EXPECT_EQ("", both.message);
+  EXPECT_EQ(laserjet + "\n" + canon + "\n", both.lines);
+  EXPECT_EQ(canon + "\n" + laserjet + "\n" + canon + "\n",
+            ask("-P \"canon bjc 4200\" -P\"HP LaserJet 4\" -P\"canon bjc 4200\"").lines);
+}
+
+TEST(SearchCommand, EndsTheAnswerToEachOfSeveralTexts) {
+  const std::string canon = search("canon bjc 4200");
+  for (const char* nothing : {"-P\"No Such Printer\"", "-P \"\"", "-P\" - \""}) {
+    const std::string texts = std::string("-P\"canon bjc 4200\" ") + nothing;
+    EXPECT_EQ(canon + "\n\n", ask(texts).lines) << texts;
+    EXPECT_EQ(canon + "\n\n" + canon + "\n", ask(texts + " -P\"canon bjc 4200\"").lines) << texts;
+  }
+}
+
+TEST(SearchCommand, ReadsTheDatabaseOnceForAllTexts) {
+  write_file("/tmp/foomatic-combo-xml",
+             "#!/bin/sh\necho >>/tmp/reads\nexec /usr/bin/foomatic-combo-xml \"$@\"\n");
+  shell_quietly("chmod 755 /tmp/foomatic-combo-xml");
+  EXPECT_NE("", ask("-P\"HP LaserJet 4\" -P\"canon bjc 4200\" -P\"HP 4050\"", "PATH=/tmp:$PATH").lines);
+  EXPECT_EQ("\n", read_file("/tmp/reads"));
+}
+
 TEST(SearchCommand, NamesOnlyDriversThatCanBeBuilt) {
   const std::string drivers = "/usr/share/foomatic/db/source/driver/";
   ASSERT_EQ("", output_of("grep -L '<prototype>' " + drivers + "ljet4.xml"));
@@ -89,6 +118,15 @@ TEST(SearchCommand, SaysWhenThereIsNoDatabase) {
       "foomatic-ppdfile-bd: no foomatic database under /tmp/none: the package foomatic-db is not "
       "installed\n",
       answer.message);
+}
+
+TEST(SearchCommand, NeedsNoDatabaseForTextsWithoutWords) {
+  const Answer one = ask("-P\" \"", "FOOMATICDB=/tmp/none"), two = ask("-P\" \" -P-", "FOOMATICDB=/tmp/none");
+  EXPECT_EQ(0, one.status);
+  EXPECT_EQ("", one.lines);
+  EXPECT_EQ(0, two.status);
+  EXPECT_EQ("\n\n", two.lines);
+  EXPECT_EQ(2, ask("-P\" \" -Pa", "FOOMATICDB=/tmp/none").status);
 }
 
 TEST(SearchCommand, SaysWhenTheDatabaseHasNoPrinter) {
@@ -120,12 +158,18 @@ TEST(SearchCommand, SaysWhenThereIsNoFoomatic) {
 }
 
 TEST(SearchCommand, ExplainsItself) {
-  for (const char* words : {"", "-x", "-P", "-P a b"}) {
+  for (const char* words : {"", "-x", "-P", "-P a b", "-P a -P", "-P a -P b c", "-P a b -P c"}) {
     const Answer answer = ask(words);
     EXPECT_EQ(2, answer.status) << words;
     EXPECT_THAT(answer.message, HasSubstr("usage: foomatic-ppdfile-bd -P TEXT\n")) << words;
   }
-  EXPECT_EQ(0, ask("-h").status);
+  for (const char* words : {"-h", "-P a -P b -h", "-P a -h -P b"}) {
+    const Answer answer = ask(words);
+    EXPECT_EQ(0, answer.status) << words;
+    EXPECT_THAT(answer.lines, StartsWith("usage: foomatic-ppdfile-bd -P TEXT\n"
+                                         "       foomatic-ppdfile-bd -P TEXT -P TEXT ...\n"))
+        << words;
+  }
 }
 
 }  // namespace
