@@ -9,6 +9,7 @@ import subprocess
 import zipfile
 
 import cases
+import sample_archives
 
 PRINTERS = ("Study.txt", "Workshop.txt", "Neighbours.txt")
 PERSON = "Brindle/Profiles/nora/"
@@ -24,12 +25,10 @@ def wanted(name, several):
 
 
 def pack(sample, path, several):
-    with zipfile.ZipFile(sample) as source, zipfile.ZipFile(path, "w") as target:
-        for entry in source.infolist():
-            if wanted(entry.filename, several):
-                target.writestr(entry, source.read(entry))
-        if several:
-            target.writestr(NOBODY + "My Documents/a.txt", "nobody's")
+    sample_archives.copy_part(sample, path, lambda name: wanted(name, several))
+    if several:
+        with zipfile.ZipFile(path, "a") as archive:
+            archive.writestr(NOBODY + "My Documents/a.txt", "nobody's")
 
 
 def lock(path, plain, folder):

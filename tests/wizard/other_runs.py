@@ -10,6 +10,7 @@ import zipfile
 
 import expected_accounts
 import preview_run
+from sample_archives import with_few_printers, without_printers
 
 # What every start leaves, whatever comes then.
 TRACES = {"/etc/skel/.gtkrc-2.0", "/root/.brindle_first_run", "/root/.brindle_log"}
@@ -53,11 +54,11 @@ class LeftOnPage2(Case):
 
 class Refused(Case):
     def test_empty_entry(self):
-        run = preview_run.run("gnome", "one-person", scenario="empty")
+        run = preview_run.run("gnome", without_printers("one-person"), scenario="empty")
         self.check_nothing_happened(run, "page-1", "page-2", "no-file-given", "quit")
 
     def test_missing_file(self):
-        run = preview_run.run("gnome", "one-person", scenario="missing")
+        run = preview_run.run("gnome", without_printers("one-person"), scenario="missing")
         self.check_nothing_happened(run, "page-1", "page-2", "no-file-found", "quit")
 
     def test_tar_instead_of_zip(self):
@@ -68,7 +69,7 @@ class Refused(Case):
         self.check_nothing_happened(run, "page-1", "page-2", "no-zip", "quit")
 
     def test_full_tmp(self):
-        run = preview_run.run("gnome", "one-person", scenario="full-tmp")
+        run = preview_run.run("gnome", without_printers("one-person"), scenario="full-tmp")
         self.check_nothing_happened(run, "page-1", "page-2", "no-space", "quit")
 
 
@@ -85,13 +86,13 @@ class SeveralUsersWithoutRoot(Case):
 
 class Cancelled(Case):
     def test_no_is_no(self):
-        run = preview_run.run("linspire", "one-person", scenario="cancel-before")
+        run = preview_run.run("linspire", with_few_printers("one-person"), scenario="cancel-before")
         self.assertEqual(0, run.status, run.output)
         self.assertIn("quit", run.screens)
         self.assertEqual("apply", run.marks["image_1"])
 
     def test_running_migration(self):
-        run = preview_run.run("redflag", "one-person", scenario="cancel-run")
+        run = preview_run.run("redflag", with_few_printers("one-person"), scenario="cancel-run")
         self.assertEqual(1, run.status)
         self.assertIn("cancelled", run.screens)
         self.assertNotIn("done", run.screens)
@@ -129,7 +130,8 @@ class LeftOut(Case):
 
 class Options(Case):
     def test_language_and_driver(self):
-        run = preview_run.run("nld", "one-person", "--language", "en_GB", "--printer-driver", "laserjet")
+        run = preview_run.run("nld", with_few_printers("one-person"), "--language", "en_GB",
+                              "--printer-driver", "laserjet")
         self.assertEqual(0, run.status, run.output)
         self.assertIn("GTKRCPATH::/usr/local/brindle/.gtkrc-en_GB", run.text("stdout"))
         self.assertTrue(any("laserjet.ppd.gz" in text for text in run.texts))

@@ -10,6 +10,7 @@ import sys
 import unittest
 
 import preview_run
+from sample_archives import with_few_printers
 
 
 def read_options():
@@ -29,8 +30,8 @@ HOME = "/root" if OPTIONS.user == "root" else "/home/" + OPTIONS.user
 
 def run(undo, scenario=""):
     """With a driver for every printer, so that queues are made."""
-    return preview_run.run(OPTIONS.system, OPTIONS.sample, "--homes", OPTIONS.homes, "--printer-driver", "laserjet",
-                           user=OPTIONS.user, undo=undo, scenario=scenario)
+    return preview_run.run(OPTIONS.system, with_few_printers(OPTIONS.sample), "--homes", OPTIONS.homes,
+                           "--printer-driver", "laserjet", user=OPTIONS.user, undo=undo, scenario=scenario)
 
 
 class Case(unittest.TestCase):
