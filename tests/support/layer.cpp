@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -108,41 +109,69 @@ int status_of(pid_t process) {
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-// The first of the layer's processes; all others end with it. The work is another's: signals do not reach
-// this one in the usual way.
+#ifdef __SANITIZE_THREAD__
+constexpr int same_memory = 0;  // the checker's own clone() works in the new process, as in a copy
+#else
+constexpr int same_memory = CLONE_VM;
+#endif
+
+// The first of a layer's processes: all others end with it. The work is another's: signals do not reach this
+// one in the usual way. A copy of the caller's memory would take it longer than most tests, so it has the
+// same one, and may touch nothing.
+[[gnu::no_sanitize("address", "thread", "undefined")]] int rest(void* /*nothing*/) {
+  for (;;) syscall(SYS_pause);
+}
+
+pid_t start_first() {
+  alignas(16) static std::array<char, 16384> stack;
+  // Orphans come to it, and are not to stay when they have ended.
+  const auto usual = std::signal(SIGCHLD, SIG_IGN);
+  const pid_t first = clone(rest, stack.data() + stack.size(), same_memory | CLONE_NEWPID | SIGCHLD, nullptr);
+  std::signal(SIGCHLD, usual);
+  return first;
+}
+
+Descriptor handle_of(pid_t process) {
+  return Descriptor(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+}
+
+// A process beside the first one; -1, with errno set, when that is refused.
+pid_t fork_beside(const Descriptor& first) {
+  const Descriptor own = handle_of(getpid());
+  if (setns(first.number(), CLONE_NEWPID) != 0) return -1;
+  const pid_t process = fork();
+  if (process != 0 && setns(own.number(), CLONE_NEWPID) != 0) std::abort();  // no other test can be started
+  return process;
+}
+
 [[noreturn]] void run_inside(const std::function<int()>& work, int output) {
+  must(unshare(CLONE_NEWNS | CLONE_NEWIPC | CLONE_NEWUTS) == 0, "unshare");
   mount_on("/", nullptr, nullptr, MS_PRIVATE | MS_REC);
   enter();
-  const pid_t worker = fork();
-  must(worker >= 0, "fork");
-  if (worker == 0) {
-    dup2(output, STDOUT_FILENO);
-    dup2(output, STDERR_FILENO);
-    std::exit(work());
-  }
-  for (int status = 0;;) {
-    const pid_t ended = wait(&status);
-    if (ended == worker) _exit(WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status));
-  }
+  dup2(output, STDOUT_FILENO);
+  dup2(output, STDERR_FILENO);
+  std::exit(work());
+}
+
+// Whether it ended by itself within that time.
+bool wait_for(pid_t process, std::chrono::seconds limit) {
+  const Descriptor handle = handle_of(process);
+  pollfd end{handle.number(), POLLIN, 0};
+  return poll(&end, 1, static_cast<int>(std::chrono::milliseconds(limit).count())) != 0;
 }
 
 }  // namespace
 
 std::optional<Ended> run(const std::function<int()>& work, int output, std::chrono::seconds limit) {
   std::fflush(nullptr);
-  constexpr unsigned long own = CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWIPC | CLONE_NEWUTS;
-  const long first = syscall(SYS_clone, own | SIGCHLD, nullptr, nullptr, nullptr, nullptr);
-  if (first == 0) run_inside(work, output);
-  if (first < 0) {
-    std::perror("layer: clone");
-    return std::nullopt;
-  }
-  const auto process = static_cast<pid_t>(first);
-  const Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
-  pollfd wait_for{handle.number(), POLLIN, 0};
-  const bool in_time = poll(&wait_for, 1, static_cast<int>(std::chrono::milliseconds(limit).count())) != 0;
-  if (!in_time) kill(process, SIGKILL);
-  const int status = status_of(process);
+  const pid_t first = start_first();
+  const pid_t worker = first < 0 ? -1 : fork_beside(handle_of(first));
+  if (worker == 0) run_inside(work, output);
+  if (worker < 0) std::perror("layer: a process of its own");
+  const bool in_time = worker > 0 && wait_for(worker, limit);
+  if (first > 0) kill(first, SIGKILL);
+  const int status = worker > 0 ? status_of(worker) : refused;
+  if (first > 0) status_of(first);  // it does not end before the worker is taken
   if (status == refused) return std::nullopt;
   return Ended{status, in_time};
 }
