@@ -582,6 +582,16 @@ TEST(Before, a_driver_is_looked_for_with_ever_fewer_words) {
   EXPECT_FALSE(exists("/tmp/asked"));
 }
 
+// The wizard begins with ten words, and searches with what it has between two blanks.
+TEST(Before, a_driver_is_looked_for_as_the_wizard_does) {
+  answer_foomatic_search("'-P1 2 3 4 5 6 7 8 9 10'");
+  EXPECT_EQ((Lines{"2"}), windows_for({"1 2 3 4 5 6 7 8 9 10 11 12", "2 2 3 4 5 6 7 8 9 10"}));
+  EXPECT_THAT(read_file("/tmp/asked"), Not(HasSubstr(" 11")));
+  answer_foomatic_search("'-P LaserJet 4050'|'-PHP LaserJet '");
+  EXPECT_EQ(Lines{"4"},
+            windows_for({"HP LaserJet  4050", "HP LaserJet ", " LaserJet 4050", "LaserJet 4050"}));
+}
+
 TEST(Before, a_driver_of_three_words_is_looked_for_alone) {
   answer_foomatic_search("'-PHP LaserJet 4050'");
   EXPECT_EQ(Lines{}, windows_for({"HP LaserJet 4050"}));
@@ -625,18 +635,18 @@ TEST(Before, a_program_that_takes_one_text_a_call_is_asked_for_each) {
 }
 
 TEST(Before, more_texts_than_a_call_takes_are_asked_for_in_several) {
-  answer_foomatic_search("'-P1 '*|'-P44 a a'|'-P9 '*");
-  std::string one_letter_words;
-  for (int i = 0; i < 54; ++i) one_letter_words += " a";
+  answer_foomatic_search("'-P1 '*|'-P44 abcdefghijkl abcdefghijkl'|'-P9 '*");
+  std::string words;
+  for (int i = 0; i < 9; ++i) words += " abcdefghijkl";
   Lines drivers, unknown;
-  for (int i = 1; i <= 44; ++i) {
-    drivers.push_back(std::to_string(i) + one_letter_words);
+  for (int i = 1; i <= 200; ++i) {
+    drivers.push_back(std::to_string(i) + words);
     if (i != 1 && i != 9 && i != 44) unknown.push_back(std::to_string(i));
   }
   std::ranges::sort(unknown);  // as the archive's entries are
   EXPECT_EQ(unknown, windows_for(drivers));
   const std::string asked = read_file("/tmp/asked");
-  EXPECT_EQ(44 * 53, std::ranges::count(asked, '|'));
+  EXPECT_EQ(200 * 8, std::ranges::count(asked, '|'));
   EXPECT_EQ(3, std::ranges::count(asked, '\n'));
   for (std::size_t at = 0, end; (end = asked.find('\n', at)) != std::string::npos; at = end + 1)
     EXPECT_LT(end - at, 64 * 1024u);

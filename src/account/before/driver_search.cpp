@@ -14,6 +14,8 @@
 namespace account {
 namespace {
 
+constexpr std::size_t fewest_words = 3, most_words = 10;
+
 // What a program prints, read to its end; empty when it cannot be started. No shell stands between.
 std::string output_of(std::vector<std::string> words) {
   std::vector<char*> arguments;
@@ -40,14 +42,16 @@ std::string output_of(std::vector<std::string> words) {
   return text;
 }
 
-// The driver's name, then what is left of it without its last words, three words at least.
+// The driver's name, then what is left of it without its last words: three words at least, ten at most. As
+// for the wizard, words stand between single blanks, also those of no letter.
 std::vector<std::string> searches_for(const std::string& driver) {
   std::vector<std::size_t> ends;
-  for (std::size_t at = 0; at != std::string::npos; at = driver.find(' ', at + 1))
-    if (at > 0) ends.push_back(at);
+  for (std::size_t at = driver.find(' '); at != std::string::npos; at = driver.find(' ', at + 1))
+    ends.push_back(at);
   ends.push_back(driver.size());
+  if (ends.size() > most_words) ends.resize(most_words);
   std::vector<std::string> searches;
-  for (; ends.size() >= 3; ends.pop_back()) searches.push_back(driver.substr(0, ends.back()));
+  for (; ends.size() >= fewest_words; ends.pop_back()) searches.push_back(driver.substr(0, ends.back()));
   return searches;
 }
 
