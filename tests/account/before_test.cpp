@@ -586,7 +586,7 @@ TEST(Before, a_driver_is_looked_for_with_ever_fewer_words) {
 TEST(Before, a_driver_is_looked_for_as_the_wizard_does) {
   answer_foomatic_search("'-P1 2 3 4 5 6 7 8 9 10'");
   EXPECT_EQ((Lines{"2"}), windows_for({"1 2 3 4 5 6 7 8 9 10 11 12", "2 2 3 4 5 6 7 8 9 10"}));
-  EXPECT_THAT(read_file("/tmp/asked"), Not(HasSubstr(" 11")));
+  EXPECT_THAT(read_file("/tmp/asked"), testing::Not(testing::HasSubstr(" 11")));
   answer_foomatic_search("'-P LaserJet 4050'|'-PHP LaserJet '");
   EXPECT_EQ(Lines{"4"},
             windows_for({"HP LaserJet  4050", "HP LaserJet ", " LaserJet 4050", "LaserJet 4050"}));
